@@ -1,0 +1,25 @@
+#pragma once
+
+#include "corelib/base/recordarray.h"
+
+/// What a check found, for whoever tells the user.
+struct CHECKREPORT {
+    RECORDARRAY& Records;      // all mails of the listing, in its order
+    const DYNARRAY<STRING>& OldIds;  // ids that were on the server at the last check
+    int NewCount;              // records that are new
+    int LastNew;               // index of the last new one, -1 if none
+    bool ShowAll;              // the user asked to see all mails as new
+    bool Unknown;              // the unread count is not exact
+    STRING Status;             // the row's text, such as "3 mails"
+    STRING NewText;            // " (2 new)"
+};
+
+/// Where new-mail detection hands over to the notification of the user. Work thread.
+class NOTIFIER {
+public:
+    virtual ~NOTIFIER() = default;
+    /// New mails have come. True if a popup was queued.
+    virtual bool NewMail(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) { return false; }
+    /// Nothing is new, and the user asked for an answer. True if a popup was queued.
+    virtual bool NothingNew(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) { return false; }
+};

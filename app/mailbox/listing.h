@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string_view>
+
+#include "corelib/base/strings.h"
+
+/// The listing: the text in which every mailbox delivers its mail and which everything else reads. A summary line of
+/// three fields split at "|" (count, unread, size), then for each mail its header lines, an empty line, the body, and a
+/// byte of value 1. Handlers put "+OK " in front of the summary line; GetMailbox takes it off. Lines end in "\n".
+namespace LISTING {
+
+inline constexpr char BLOCK_END = 1;
+
+/// Lines that handlers put on top of a block.
+inline constexpr const char* SIZE_HEADER = "X-Size";
+inline constexpr const char* ID_HEADER = "X-Message-Id";
+inline constexpr const char* MESSAGEID_HEADER = "Message-Id";
+inline constexpr const char* SEEN_HEADER = "Seen";
+inline constexpr const char* TRANSPORT_HEADER = "X-Transport";
+
+/// True if text begins with prefix, without regard to case: "+OK " and "-ERR " are asked for this way.
+bool BeginsWith(std::string_view text, std::string_view prefix);
+/// "-ERR " and the line, or the line alone if it begins so already.
+STRING ErrorText(const char* line);
+
+/// "+OK ", count, " msgs|", unread, " ?unread|" or " unread|", size, " bytes\n"; the three go in as the server's text.
+STRING SummaryLine(const STRING& count, const STRING& unread, bool unreadKnown, const STRING& size);
+
+/// Fields of the first line of a listing without its "+OK ".
+struct SUMMARY {
+    STRING Line;             // without its "\n"
+    int Count = 0;           // number at the start of field 0
+    STRING UnreadField;      // null if there is no field 1
+};
+SUMMARY ReadSummary(const STRING& listing);
+
+/// Walks the blocks of a listing in one pass. The listing must outlive the cursor.
+class BLOCKCURSOR {
+public:
+    explicit BLOCKCURSOR(const STRING& listing);
+    /// Stores the next block, without its end byte; false at the end, which an empty block is too.
+    bool Next(std::string_view& block);
+
+private:
+    std::string_view Rest;
+    bool Done;
+};
+
+}  // namespace LISTING

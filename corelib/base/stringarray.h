@@ -1,0 +1,63 @@
+#pragma once
+
+#include "corelib/base/dynarray.h"
+#include "corelib/base/strings.h"
+
+/// A table of key and value strings, in ascending order of the keys without regard to case, with a text form of one
+/// `Key=value` line for each entry: the form of every data file. Look-ups find the first of equal keys (only a text that
+/// holds a key twice makes those). Operations hold the table's lock; a reference that operator[] gives is not protected,
+/// so tables that two threads share are read and written with Get and Set.
+class STRINGARRAY {
+public:
+    STRINGARRAY(int initial = 64, int grow = 64);
+    /// Parses the text form. Empty lines are skipped; a line without "=" is passed over with a line in the trace.
+    STRINGARRAY(const STRING& text, int initial, int grow);
+    STRINGARRAY(const STRINGARRAY& other);
+    STRINGARRAY(STRINGARRAY&& other) noexcept;
+    STRINGARRAY& operator=(const STRINGARRAY& other);
+    STRINGARRAY& operator=(STRINGARRAY&& other) noexcept;
+    virtual ~STRINGARRAY() = default;
+
+    int Count() const { return Keys.Count(); }
+    /// Index of key, or -1.
+    int Find(const char* key) const;
+    bool Exists(const char* key) const { return Find(key) != -1; }
+    /// A copy of the keys.
+    DYNARRAY<STRING> GetKeys() const;
+    /// Allows or forbids that the writing operator[] makes keys; the former LockTable comes back.
+    bool AllowNewKeys(bool flag);
+    bool IsLocked() const { return LockTable; }
+
+    /// The value of key, made with a null value if it is missing. A missing key of a locked table is a failed assertion,
+    /// and is made all the same.
+    STRING& operator[](const char* key);
+    /// The value of key; a missing key is a failed assertion.
+    const STRING& operator[](const char* key) const;
+    /// A copy of the value, under the lock. A missing key is a failed assertion and gives a null string.
+    STRING Get(const char* key) const;
+    /// The value as a number, as atoi reads it.
+    int GetNumber(const char* key) const;
+    /// Stores a copy of the text (and flags) of value, under the lock; makes the key like the writing operator[].
+    void Set(const char* key, const STRING& value);
+    void SetNumber(const char* key, int64_t value);
+
+    const STRING& KeyAt(int i) const { return Keys[i]; }
+    const STRING& ValueAt(int i) const { return Values[i]; }
+
+    /// Removes the first entry of that key: 1, or 0 if there is none.
+    int Delete(const char* key);
+    /// Stable, by key.
+    void Sort();
+
+    /// The text form, each line ended by "\n".
+    STRING AsText() const;
+    /// Writes the text form to a file (CR LF on disk); 0 on failure, and the old file is then as it was.
+    int Save(const char* filename) const;
+    /// Replaces the table by a file's content and unlocks it; 0 on failure, and the table is then unchanged.
+    int Load(const char* filename);
+
+private:
+    DYNARRAY<STRING> Keys;
+    DYNARRAY<STRING> Values;
+    bool LockTable = false;
+};

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+
+#include "corelib/base/printflike.h"
+
+/// Writes a line to the trace log, with the prefix "[%04d.%02d:%03x] " (seconds, hundredths, thread). Lines end with
+/// "\n" in `fmt`. 1 if a log or debug output is on, else 0. A text without "%" is taken as it stands; text that comes
+/// from outside is always an argument. Any thread.
+int Trace(const char* fmt, ...) PRINTF_LIKE(1, 2);
+/// The same, but only if the level mask allows it: the low 4 bits of the mask are at least those of `level`, and for a
+/// level of 16 or more the mask has one of its upper bits.
+int TraceLevel(uint32_t level, const char* fmt, ...) PRINTF_LIKE(2, 3);
+/// True if a line of that level would be written: for callers whose line is costly to make.
+bool TraceWanted(uint32_t level);
+
+/// Takes one command line argument; 1 if it was one of the options /LOGIT, /LOGIT:name, /LOGITHARD, /LOGITHARD:name,
+/// /LOGDEBUG, /LOGDBG, /LOG:number, /LOGITCLOSE, /NOASSERT (any case), else 0. Only while one thread runs.
+int LogOption(const char* arg);
+
+/// Name for the heads of assert.log and of the assertion box; initially "Velmora Application".
+void SetApplicationName(const char* name);
+/// 7 makes assertion texts German, all else English.
+void SetTraceLanguage(int language);
+/// Asks a person whether to go on after a failed assertion; true is yes. Without one set, the program goes on.
+using ASSERTQUESTION = bool (*)(const char* title, const char* text);
+void SetAssertQuestion(ASSERTQUESTION ask);
+
+/// Reports a failed assertion: trace line, assert.log in the current directory, and the question unless `quiet` is not 0
+/// or /NOASSERT was given. 1 if the program is to go on, which is the rule: the code behind an assertion must survive.
+int Assert(bool condition, const char* text, const char* file, int line, const char* info, int quiet);
+/// How many assertions have failed in this process.
+int AssertCount();
+
+/// An assertion with the text that its report shows, and with further information (a zero-terminated text, made only
+/// when the assertion fails). Each gives the condition as a bool.
+#define ASSERTION(condition, text) ASSERTION_INFO(condition, text, nullptr)
+#define ASSERTION_INFO(condition, text, info) ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, 0), false))
+#define ASSERTION_QUIET(condition, text, info) ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, 1), false))

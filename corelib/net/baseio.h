@@ -1,0 +1,77 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "corelib/base/locks.h"
+#include "corelib/base/strings.h"
+#include "corelib/net/ringbuffer.h"
+#include "corelib/system/osys.h"
+
+/// A device: a byte-stream endpoint that can be called, read with time-outs, written and dropped. A daemon thread pulls
+/// bytes from the concrete device into a ring buffer; callers read from the ring buffer only. One owner thread.
+class BASEIO {
+public:
+    /// Functions take the argument stored with them first.
+    using NOTIFYFUNCTION = void (*)(void* argument);
+    using FEEDFUNCTION = void (*)(void* argument, const char* data, int length);
+
+    /// Texts may be null. keepOnError: read as a number, not 0 keeps the call up after a read error. delayStart: the
+    /// daemon thread waits until the derived constructor calls OpenStartGate.
+    BASEIO(const char* ownId, const char* callType, const char* keepOnError, bool delayStart);
+    BASEIO(const BASEIO&) = delete;
+    BASEIO& operator=(const BASEIO&) = delete;
+
+    /// Reads up to *length bytes (true: *length is their number) or false with *length 0.
+    virtual bool DevRead(char* buffer, int* length);
+    /// Sends; true (or the platform's negative result, read as true by no one) on success.
+    virtual int DevWrite(const char* buffer, int length) = 0;
+    /// Bytes that can be had without blocking.
+    virtual int DevGetNumAvail();
+    virtual ~BASEIO();
+    virtual bool IsUsable() = 0;
+    /// destination: host and port, joined by a colon or a blank.
+    virtual bool MakeCall(const char* destination) = 0;
+    virtual bool AcceptCall() = 0;
+    virtual bool DropCall() = 0;
+    virtual void SetNotifyCallback(NOTIFYFUNCTION function, void* argument);
+    virtual void SetFeedCallback(FEEDFUNCTION function, void* argument);
+    virtual void SetCallType(const char* text);
+    virtual void SetOurId(const char* text);
+    /// Information by key, any case: OWNID, CALLERID, DEVICENAME, ONLINE, LASTERROR, LASTERRORSTRING, ...
+    virtual STRING GetInfo(const char* key);
+
+    /// True if at least one byte arrived within timeoutMs; *length goes in as the room and comes out as the count. Ends
+    /// early behind a byte of `until`.
+    bool Read(char* buffer, int* length, int timeoutMs, const char* until);
+    /// length -1: the text's own length. What DevWrite returns.
+    int Write(const char* buffer, int length);
+    /// Bytes for the reader: to the feed callback if there is one, else into the ring buffer. Daemon thread.
+    bool Feed(const char* data, int length);
+    /// Bytes that wait in the ring buffer.
+    int NumAvail();
+    /// Ends the daemon thread and waits for it. Derived destructors call it before their parts go.
+    void KillDaemon();
+
+protected:
+    void OpenStartGate();
+
+    RINGBUFFER Ring;
+    EVENTSEM Kill;
+    OSYS::THREADHANDLE hThread;
+    STRING OwnId;
+    STRING CallType;
+    STRING KeepOnError;
+    STRING Spare;
+    std::atomic<int32_t> LastError = 0;
+    STRING LastErrorText;
+    EVENTSEM StartGate;
+    void* NotifyArgument = nullptr;
+    NOTIFYFUNCTION NotifyFunction = nullptr;
+    void* FeedArgument = nullptr;
+    FEEDFUNCTION FeedFunction = nullptr;
+
+private:
+    static unsigned DaemonEntry(void* self);
+    void Daemon();
+};

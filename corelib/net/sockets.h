@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+
+#include "corelib/base/strings.h"
+
+/// The platform's sockets, one thin function for each call that the program makes: Winsock 1.1 on Windows, posix sockets
+/// elsewhere. Errors come back as the platform's own numbers from LastError().
+namespace SOCKETS {
+
+using SOCK = intptr_t;
+inline constexpr SOCK NONE = -1;
+
+/// Paired, for each user.
+bool Startup();
+void Cleanup();
+/// The last socket error of this thread.
+int LastError();
+
+/// A TCP socket, or NONE.
+SOCK Open();
+/// Wakes any thread that is blocked in the socket, and closes it.
+void Close(SOCK s);
+bool SetBlocking(SOCK s, bool blocking);
+/// Starts or makes a connection; address and port in host order. The result is that of the platform's connect (0 on
+/// success).
+int Connect(SOCK s, uint32_t address, uint16_t port);
+
+enum class READY { Nothing, Writable, Refused, Error };
+/// Waits up to ms for a connection under way to come up (Writable) or to fail (Refused). Error: the wait itself failed.
+READY WaitConnected(SOCK s, int ms);
+/// Waits up to ms until something can be read (data, end of stream, a connection to accept).
+bool WaitReadable(SOCK s, int ms);
+
+/// Bytes received, 0 at the end of the stream, below 0 on error.
+int Recv(SOCK s, char* buffer, int length);
+/// Bytes sent, below 0 on error; a peer that has gone raises no signal.
+int Send(SOCK s, const char* buffer, int length);
+/// Bytes that can be read without blocking, below 0 on error.
+int Available(SOCK s);
+
+/// Binds to address:port (host order; port 0: any free one) and listens; true on success. `error` tells which step
+/// failed. The port that was bound goes to boundPort if that is set.
+enum class LISTENERROR { None, Bind, Listen };
+LISTENERROR Listen(SOCK s, uint32_t address, uint16_t port, int backlog, uint16_t* boundPort);
+/// The next connection, or NONE; the peer's address goes to peer if that is set. Blocks.
+SOCK Accept(SOCK s, uint32_t* peer);
+
+/// A host name's first address in host order and its official name; false if the resolver knows none.
+bool HostByName(const char* name, uint32_t* address, STRING* officialName);
+/// The name of an address; false if there is none.
+bool HostByAddress(uint32_t address, STRING* name);
+/// Dotted form to address (host order); false if it is none. And back.
+bool ParseAddress(const char* text, uint32_t* address);
+STRING AddressText(uint32_t address);
+/// The port of a TCP service by name, 0 if unknown.
+uint16_t ServiceByName(const char* name);
+/// This machine's host name; "<unknown>" if it has none.
+STRING HostName();
+
+inline constexpr uint32_t LOOPBACK = 0x7f000001;
+
+}  // namespace SOCKETS

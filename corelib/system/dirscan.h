@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+
+#include "corelib/base/strings.h"
+
+/// A walk over the entries of a directory that match a pattern: a directory, `\` and a name with `*` and `?` (compared
+/// without regard to case). "." and ".." are delivered where the platform does.
+class DIRSCAN {
+public:
+    /// Sets name to the first match, or null.
+    DIRSCAN(const char* pattern, STRING& name);
+    ~DIRSCAN();
+    DIRSCAN(const DIRSCAN&) = delete;
+    DIRSCAN& operator=(const DIRSCAN&) = delete;
+    /// Sets the name to the next match, or null; true if there is one.
+    bool Next();
+    /// Whether the present match is a directory.
+    bool IsDirectory() const;
+    /// The platform's attribute bits of the present match (bit 16: directory).
+    unsigned Attributes() const;
+    void Close();
+
+private:
+    struct FINDDATA;
+    std::unique_ptr<FINDDATA> pResult;
+    STRING& Name;
+};

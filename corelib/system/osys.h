@@ -1,0 +1,98 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "corelib/base/dynarray.h"
+#include "corelib/base/locks.h"
+#include "corelib/base/strings.h"
+
+struct THREADSTATE;
+
+/// Files, paths, threads, dates and the few other things of the operating system that the program needs. Paths have `\`
+/// between their parts on every platform.
+namespace OSYS {
+
+// Files and paths.
+bool FileExists(const char* name);
+bool FileIsDirectory(const char* name);
+/// The text before the last of `\`, `:` and `/`; "." if there is none.
+STRING FileDirectory(const char* path);
+/// dir, a `\` unless dir ends in one, then name. A null or empty dir stands for the current directory.
+STRING FilePath(const char* dir, const char* name);
+/// Creates each missing part of path; true if path is a directory in the end.
+bool MakeDirectories(const char* path);
+/// At most 255 bytes; null on failure.
+STRING GetCurrentDir();
+bool SetCurrentDir(const char* path);
+/// The full path of the running program; null if the system does not tell.
+STRING ProgramPath();
+/// Last write time, UTC, as "%04d-%02d-%02d %02d:%02d:%02d"; null if the file cannot be read.
+STRING FileTime(const char* name);
+/// Counts the files that match pattern in dir (and below it, if recurse is not 0, where directories match too), and adds
+/// their full paths to array if it is set. A directory is counted and added behind its contents.
+int CollectFiles(const char* dir, const char* pattern, DYNARRAY<STRING>* array, int recurse);
+/// A file open for reading or writing on its own, closed when the object goes; mode begins with 'r' (read, existing
+/// only) or 'w' (write, open or create); a '+' asks for writing as well. IsOpen() tells whether it worked.
+class FILEHANDLE {
+public:
+    FILEHANDLE() = default;
+    ~FILEHANDLE();
+    FILEHANDLE(FILEHANDLE&& other) noexcept;
+    FILEHANDLE& operator=(FILEHANDLE&& other) noexcept;
+    bool IsOpen() const { return Handle != -1; }
+    /// Bytes read or written, -1 on error.
+    int Read(char* buffer, int length);
+    int Write(const char* buffer, int length);
+
+private:
+    friend FILEHANDLE OpenFile(const char* name, const char* mode);
+    intptr_t Handle = -1;
+};
+FILEHANDLE OpenFile(const char* name, const char* mode);
+
+// Time. See CLOCK for the readings themselves.
+/// A stopwatch with one stored start for the whole process: with reset not 0, or at the first call, it starts and gives
+/// 0; otherwise the milliseconds since then. Breaks over the turn of a month.
+int64_t MilliSeconds(int reset);
+int64_t Seconds();
+void Sleep(int ms);
+STRING DateIso();   // today as "%04d-%02d-%02d"
+STRING DateText();  // today in the user's date format
+STRING TimeText();  // now as "HH:mm:ss"
+STRING TimeIso();   // now as "%H:%M:%S"
+
+// Threads.
+using THREADHANDLE = std::shared_ptr<THREADSTATE>;
+/// Starts a thread; its number goes to id if that is set. A null handle on failure.
+THREADHANDLE CreateThread(unsigned (*routine)(void*), void* argument, uint32_t* id);
+/// Waits timeout ms (WAIT_FOREVER: no limit) for the end of a thread: 1, and the handle is closed and cleared, or 0 on
+/// time-out. A timeout of 0 is a silent poll.
+int WaitThread(THREADHANDLE& thread, int timeout);
+/// Raises the calling thread a step above normal, where the system lets a program do that.
+void RaiseThreadPriority();
+
+// The machine and the user.
+/// 0 not of the NT family (which every posix system is), 2 NT with major version 5, 1 any other NT.
+int GetOsType();
+/// The machine's name, or "<N/A>".
+STRING ComputerName();
+/// The language number of the user's locale: 7 German, 9 English, others as the platform counts them (9 if unknown).
+int UserLanguage();
+/// The user's thousands separator and decimal separator; at least one byte each.
+STRING ThousandsSeparator();
+STRING DecimalSeparator();
+bool LibraryExists(const char* name);
+/// The Scroll Lock light: 0 off, 1 on, 2 toggle. Without such a light it does nothing.
+void ScrollLock(int mode);
+/// Makes the program start with the user's session: value NULL removes the entry `name`, "<self>" (or AUTOSTART_SELF)
+/// writes the program's own path, any other text is written as it is. True on success.
+bool AutoStart(const char* name, const char* value);
+inline constexpr const char* AUTOSTART_SELF = "<self>";
+
+}  // namespace OSYS
+
+/// A folder of the system, with a `\` at its end: 0 programs menu, 1 start-up, 2 program files, 5 application data,
+/// 6 documents, 7 pictures, 8 desktop, 10 common programs, 11 common start menu. An unknown or missing one is a failed
+/// assertion and gives a null string.
+STRING GetWin32SystemPath(int kind);
