@@ -7,7 +7,7 @@
 /// The only way from the engine to a person. Every operation is empty by default, so that an engine without a front end
 /// runs silently. Operations marked (any thread) are called by the work thread too.
 class FRONTEND {
-public:
+ public:
     virtual ~FRONTEND() = default;
 
     // The tray icon, the tooltip and the main window's texts (any thread).

@@ -10,7 +10,7 @@ inline constexpr int LANGUAGE_ENGLISH = 9;
 
 /// The visible texts by number, in the user's language. Texts are bytes of Windows code page 1252 in memory.
 class TEXTS {
-public:
+ public:
     virtual ~TEXTS() = default;
     /// The text; "<STR-ERR>" if the language has none of that number. Any thread.
     virtual STRING Get(int id) const = 0;
@@ -21,16 +21,16 @@ public:
 /// The texts of a loaded language library: english.dll and german.dll on Windows, loadable modules of the same names
 /// elsewhere.
 class LANGUAGELIBRARY : public TEXTS {
-public:
+ public:
     LANGUAGELIBRARY();
     ~LANGUAGELIBRARY() override;
-    /// Loads the library of language from directory (7 German, anything else English; a German library that does not load
-    /// is replaced by the English one). The language that was loaded, or 0 if there is none; `path` then holds the file
-    /// that was missing.
+    /// Loads the library of language from directory (7 German, anything else English; a German library that does not
+    /// load is replaced by the English one). The language that was loaded, or 0 if there is none; `path` then holds the
+    /// file that was missing.
     int Load(const char* directory, int language, STRING& path);
     STRING Get(int id) const override;
 
-private:
+ private:
     struct MODULE;
     std::unique_ptr<MODULE> Module;
 };

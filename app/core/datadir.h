@@ -1,0 +1,23 @@
+#pragma once
+
+#include "app/common/frontend.h"
+#include "app/common/texts.h"
+#include "app/core/arguments.h"
+
+/// Name of the file that keeps a second program off a data directory.
+inline constexpr const char* DATADIR_LOCKFILE = "tarnwick.lock";
+
+/// The directory of all data files. /WORKDIR:path names it for this run; otherwise the store of named values knows it,
+/// and at a first start it is made below the user's application data, as Velmora\subdirectory. `pending` gets the
+/// directory that the user wants instead from this start on (with "*" in front if the files are to come along), or
+/// null. The result is a directory, but for a /WORKDIR that cannot be made; "." if nothing else can be used.
+STRING GetDataDir(const ARGUMENTS& arguments, const char* product, const char* subdirectory, STRING& pending);
+
+/// Carries out the pending change: copies the files that match `patterns` (split by "|") if asked, deletes them in the
+/// old place only when all were copied, and stores the new directory. 1 on success; otherwise the old directory stays
+/// the one in use, a message has told each file that could not be copied, and the request is gone.
+int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir, const char* pending,
+                const char* patterns);
+
+/// If `value` is the path of a file that lies right in oldDir, its directory becomes newDir. True if so.
+bool ReplaceDirectory(const char* oldDir, const char* newDir, STRING& value);

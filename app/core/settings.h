@@ -1,0 +1,118 @@
+#pragma once
+
+#include "app/common/texts.h"
+#include "corelib/base/stringarray.h"
+
+/// The version that this program stores in the settings.
+inline constexpr const char* PROGRAM_VERSION = "2.02";
+/// Stands behind the version wherever a person sees it.
+inline constexpr const char* PROGRAM_VERSION_SUFFIX = "";
+
+/// How a setting gets its value when the file does not have it.
+enum class SETTINGKIND {
+    FIXED,     // Default is the value
+    NUMBERED,  // the text numbered TextId
+    DATAFILE,  // the data directory and `\` and Default
+    ALWAYS     // Default at every start, whatever the file says
+};
+
+struct SETTING {
+    const char* Key;
+    const char* Default;
+    SETTINGKIND Kind = SETTINGKIND::FIXED;
+    int TextId = 0;
+};
+
+/// Every setting with its default, in the order in which they are filled in.
+inline constexpr SETTING SETTINGS[] = {
+    {"Version", "0.00"},
+    {"ConnectionType", "-1"},
+    {"ConnectionDunAny", "0"},
+    {"ConnectionDunDial", "0"},
+    {"EntryToMonitor", ""},
+    {"DoHttpProxy", "0"},
+    {"HttpProxy", ""},
+    {"SplitRatio", "100"},
+    {"SpamFilterDisabled", "0"},
+    {"LastSortColumn", "0"},
+    {"LastSortOrder", "0"},
+    {"LastInboxSortColumn", "0"},
+    {"LastInboxSortOrder", "0"},
+    {"LastSelectedRecord", "0"},
+    {"LastInboxState", "0"},
+    {"DlgCloseMinimize", "1"},
+    {"DlgDblClickMode", "0"},
+    {"DlgShiftClickMode", "5"},
+    {"DlgCtrlClickMode", "0"},
+    {"DlgStartMinimized", "0"},
+    {"DlgHideToolbar", "0"},
+    {"DlgAutoRun", "0"},
+    {"DlgTaskbarClickReset", "1"},
+    {"PopupTextColor", "0"},
+    {"PopupBackgroundColor", "49407"},
+    {"PopupFont", ""},
+    {"PopupPosition", "1"},
+    {"PopupDuration", "10"},
+    {"PopupDoMailDetails", "1"},
+    {"PopupMailDetails", "", SETTINGKIND::NUMBERED, 2957},
+    {"PopupDoMailDetailsAll", "0"},
+    {"PopupDoButtons", "1"},
+    {"PopupLaterDelay", "15"},
+    {"PopupTransparency", "0"},
+    {"EmailDoSound", "1"},
+    {"EmailDoSoundLoop", "0"},
+    {"EmailSoundLoopRep", "60"},
+    {"EmailCmdline", ""},
+    {"EmailCmdlineNewMail", ""},
+    {"EmailCmdlineInbox", ""},
+    {"EmailDoWindowCheck", "0"},
+    {"EmailWindowTitle", ""},
+    {"EmailDoProgram", "0"},
+    {"EmailDoConfirmProgram", "1"},
+    {"EmailDoPopup", "1"},
+    {"EmailDoBlink", "1"},
+    {"EmailDoScrollBlink", "0"},
+    {"EmailTaskbarUnread", "1"},
+    {"InboxVisible", "1"},
+    {"InboxAskApply", "1"},
+    {"InboxAskApplyAuto", "1"},
+    {"InboxAskRefresh", "1"},
+    {"InboxHideToolbar", "0"},
+    {"InboxDeleteToTrash", "1"},
+    {"TrashcanHideToolbar", "0"},
+    {"TrashcanVisible", "0"},
+    {"SoundEmail", "jingling.wav"},
+    {"SpamMyFriends", "myfriends.dat", SETTINGKIND::DATAFILE},
+    {"SpamMyEmail", "me@example.org\r\nmy.name@example.net\r\nMy Name"},
+    {"SpamMyInterests", "tarnwick; brackenhall\r\nferrule; dovetide\r\n[velmora-announce]\r\njoke\r\nebay"},
+    {"SpamBadSenders", "badsenders.dat", SETTINGKIND::DATAFILE},
+    {"SpamBadDynaWords", "merchant; credit card\r\nincome; APR\r\nBusiness Proposal"},
+    {"SpamBadSubject", "afternic; bcentral"},
+    {"SpamSmtp", ""},
+    {"SpamSmtpTo", ""},
+    {"SpamDoIgnore", "1"},
+    {"SpamIgnorePoints", "100"},
+    {"SpamDoMark", "1"},
+    {"SpamMarkPoints", "100"},
+    {"SpamDoMove", "0"},
+    {"SpamMovePoints", "180"},
+    {"SpamDoTrash", "0"},
+    {"SpamTrashPoints", "180"},
+    {"SpamDoDelete", "0"},
+    {"SpamDeletePoints", "500"},
+    {"SpamDoDomain", "1"},
+    {"SpamDomainExceptions", "example.com; example.net"},
+    {"SpamDoVerify", "0"},
+    {"SpamVerifyPoints", "50"},
+    {"SpamMultiReicipients", "1"},
+    {"SpamBccReceiver", "2"},
+    {"SpamDistrLists", "0"},
+    {"SpamHaveDistrLists", "1"},
+    {"SpamFilename", "spamdef.dat", SETTINGKIND::DATAFILE},
+    {"SpamVarsFile", "spamvars.dat", SETTINGKIND::DATAFILE},
+    {"SpamMinWords", "3"},
+    {"ResetCounter", "0", SETTINGKIND::ALWAYS},
+};
+
+/// Gives every setting that `state` lacks its default. A setting that is there with an empty value keeps it.
+void FillSettingDefaults(STRINGARRAY& state, const TEXTS& texts, const char* dataDir);

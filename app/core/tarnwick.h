@@ -1,0 +1,97 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "app/check/checkcycle.h"
+#include "app/check/notifier.h"
+#include "app/common/frontend.h"
+#include "app/common/texts.h"
+#include "app/core/arguments.h"
+#include "app/core/datafiles.h"
+#include "corelib/base/locks.h"
+#include "corelib/base/recordarray.h"
+#include "corelib/system/osys.h"
+
+class DIALUP;
+class MAILHANDLING;
+
+/// The application: owns the settings, the items, the mail types, the mailboxes and the work thread, and wires them.
+/// Made, opened, started and destroyed by the front end's thread; the front end, the notifier, the words and the texts
+/// outlive it.
+class TARNWICK {
+ public:
+    TARNWICK(FRONTEND& frontEnd, NOTIFIER& notifier, const ARGUMENTS& arguments, const TEXTS& texts);
+    /// The normal end: waits for the work thread without limit and saves everything, unless EndSession has.
+    ~TARNWICK();
+    TARNWICK(const TARNWICK&) = delete;
+    TARNWICK& operator=(const TARNWICK&) = delete;
+
+    /// Start-up before the work thread: finds (and moves) the data directory, reads all data files, and runs the wizard
+    /// where it must; the front end may use this object while it does. False if the program cannot run; StartError()
+    /// then says why, for a person, and nothing was written.
+    bool Open();
+    const STRING& StartError() const { return Error; }
+
+    /// Starts the work thread; with the switch "CHECK" all items are forced.
+    void Start();
+    /// Asks the work thread to end, which it tells by FRONTEND::PostQuit. Any thread.
+    void Stop();
+    /// The session ends: waits for the work thread and saves now, as the process may not get further.
+    void EndSession();
+
+    /// A new item's record, complete and with a handle of its own, not yet in the table. The caller sets its values.
+    STRINGARRAY NewItem();
+    /// Appends the record to the table, forces its check with popup 0 and saves the items.
+    void AddItem(const STRINGARRAY& item);
+    /// Takes the item out of the table and saves; false if it is being checked or edited, or there is none.
+    bool RemoveItem(int index);
+    /// Index of the item with that handle or name (without regard to case), -1 if none.
+    int FindHandle(int handle) const;
+    int FindName(const char* name) const;
+    /// Requests a check of every item, or of those of one Type.
+    void ForceRefreshAll(int popup);
+    void ForceRefreshType(int type, int popup);
+
+    /// See DATAFILES. Front end's thread; SAVE_ALL is the end's own.
+    bool SaveTables(int mask) { return Files->SaveTables(mask); }
+    bool SaveSettings() { return Files->SaveSettings(); }
+
+    const STRING& DataDir() const { return Directory; }
+    /// The path of a file in the data directory.
+    STRING DataFile(const char* name) const { return OSYS::FilePath(Directory.Ptr(), name); }
+    CHECKCYCLE& Cycle() { return *Check; }
+    MAILHANDLING& Mailboxes() { return *Mail; }
+    const TEXTS& Texts() const { return TextTable; }
+
+    STRINGARRAY pState;  // the settings
+    RECORDARRAY Items;
+    RECORDARRAY Types;
+
+    /// Guards the item list on the screen, and the removal of an item against the one who draws it.
+    MUTEXSEM listviewMutex;
+    /// Guards the tray icon.
+    MUTEXSEM taskbarMutex;
+
+ private:
+    bool FindDataDir();
+    bool LockDataDir(const char* directory, OSYS::FILEHANDLE& lock);
+    void SaveAll();
+
+    FRONTEND& FrontEnd;
+    NOTIFIER& Notifier;
+    const ARGUMENTS& Arguments;
+    const TEXTS& TextTable;
+
+    int NextHandle;
+    STRING Directory;
+    STRING OldDirectory;  // where the data lay before this start, if they have moved
+    STRING Error;
+    OSYS::FILEHANDLE DirectoryLock;
+    std::unique_ptr<DATAFILES> Files;
+    std::unique_ptr<DIALUP> Dialler;
+    std::unique_ptr<MAILHANDLING> Mail;
+    std::unique_ptr<CHECKCYCLE> Check;
+    bool Opened = false;
+    bool Saved = false;
+};

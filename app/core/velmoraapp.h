@@ -1,0 +1,48 @@
+#pragma once
+
+#include "app/common/frontend.h"
+#include "app/common/texts.h"
+#include "app/core/arguments.h"
+
+/// Exit code of a program that found no language library.
+inline constexpr int EXIT_NO_LANGUAGE = 99;
+
+/// What any program of this family has: the place that it was started from, the command line and the language library.
+class VELMORAAPP {
+ public:
+    /// Makes the program's directory the current one, reads commandline.ini there and opens the trace log if the words
+    /// ask for it.
+    explicit VELMORAAPP(ARGUMENTS arguments);
+    /// Closes the trace log.
+    ~VELMORAAPP();
+    VELMORAAPP(const VELMORAAPP&) = delete;
+    VELMORAAPP& operator=(const VELMORAAPP&) = delete;
+
+    /// Loads the language library and traces the start banner. 0, or the exit code after the front end has shown why.
+    int Start(FRONTEND& frontEnd);
+
+    const ARGUMENTS& Arguments() const { return Args; }
+    const TEXTS& Texts() const { return Library; }
+    /// The language in use: LANGUAGE_GERMAN, LANGUAGE_ENGLISH, or another number that is shown in English.
+    int Language() const { return LanguageId; }
+    /// The directory that the program was started from.
+    const STRING& WorkDir() const { return gWorkDir; }
+    /// The argument "MIN".
+    bool StartMinimized() const { return Minimized; }
+
+ private:
+    void TraceBanner() const;
+
+    ARGUMENTS Args;
+    LANGUAGELIBRARY Library;
+    STRING gWorkDir;
+    int LanguageId;
+    bool Minimized = false;
+};
+
+/// The language that the words ask for ("GER", "ENGL" or a number behind /LANG:), else the user's.
+int LanguageFromArguments(const ARGUMENTS& arguments);
+/// The directory of the program file; in a development layout the one above its build folder.
+STRING ProgramDirectory(const STRING& programPath);
+/// Product, version and suffix as a person sees them.
+STRING ProgramTitle(const TEXTS& texts);
