@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "app/check/items.h"
 #include "app/check/notifier.h"
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
@@ -15,9 +16,9 @@ class DIALUP;
 
 /// Periods and pauses of the check cycle. Tests shrink them.
 struct CHECKTIMES {
-    int TurnMs = 500;        // one turn of the work loop
-    int SettleSeconds = 5;   // a connection that came up by itself is used when more than this has passed
-    int PopupPauseMs = 2500; // between the popups of two items
+    int TurnMs = 500;         // one turn of the work loop
+    int SettleSeconds = 5;    // a connection that came up by itself is used when more than this has passed
+    int PopupPauseMs = 2500;  // between the popups of two items
 };
 extern CHECKTIMES CheckTimes;
 
@@ -35,38 +36,85 @@ struct CHECKPARTS {
 /// The work thread: decides twice a second whether the machine is online and which item is due, and checks one item
 /// after the other.
 class CHECKCYCLE {
-public:
+ public:
     explicit CHECKCYCLE(CHECKPARTS parts);
+    /// Stops the thread and waits for it without limit.
+    ~CHECKCYCLE();
+    CHECKCYCLE(const CHECKCYCLE&) = delete;
+    CHECKCYCLE& operator=(const CHECKCYCLE&) = delete;
 
-    /// Starts the work thread; Stop asks it to end, Wait waits for that (timeout in ms) and is true when it has.
+    /// Starts the work thread, unless it runs; Stop asks it to end (any thread), Wait waits for that (timeout in ms, or
+    /// WAIT_FOREVER) and is true when no thread runs. Start and Wait belong to one thread.
     void Start();
     void Stop() { stopRequested = true; }
     bool Wait(int timeout);
-    bool IsRunning() const;
+    bool IsRunning() const { return running; }
 
     /// The work thread's body. It ends when Stop was called, and tells the front end by PostQuit.
     unsigned WorkThread();
     /// One turn of the loop without its pause.
     void Turn();
 
+    /// Checks one item if it is due and free. Work thread.
     void UpdateItem(STRINGARRAY& item);
-    bool NeedsRefresh(STRINGARRAY& item);
-    void Refreshed(STRINGARRAY& item);
-    void ForceRefresh(STRINGARRAY& item, int popup);
-    /// kind: ITEMSTATE_LOCKED or ITEMSTATE_INUPDATE; value 0, 1, or -1 to ask. See items.h.
+    /// True if the item is to be checked now. A LastRefresh that lies in the future (the clock was set back) is set to
+    /// the present time.
+    static bool NeedsRefresh(STRINGARRAY& item);
+    /// Stamps the item as checked.
+    static void Refreshed(STRINGARRAY& item);
+    /// Requests one more check, for which popup 1 means that the user wants an answer even if nothing is new. Any
+    /// thread.
+    static void ForceRefresh(STRINGARRAY& item, int popup);
+    /// kind: ITEMSTATE_LOCKED or ITEMSTATE_INUPDATE; value 0 or 1: 1 on success, 0 if the other of the two states
+    /// holds. value ITEMSTATE_ASK: 1 if the item is in a check. Any thread.
     int SetItemState(STRINGARRAY& item, int kind, int value);
+    /// Takes the item at index out of the table; false if it is in a check or just in the work thread's hands, or if
+    /// there is none. The one safe way to delete an item while the thread runs.
+    bool RemoveItem(int index);
+    /// True if checks may run now.
     bool IsOnline();
+    /// The mails of all items by their last checks: unread ones if mode is not 0, all if it is 0; -1 takes the mode
+    /// from the settings. allUnknown: no item knows its unread mails (also without items); errorMark: an item has
+    /// failed. Both may be null. Any thread.
     int CountMails(int mode, bool* allUnknown, bool* errorMark);
 
     bool IsUpdating() const { return updating; }
     bool IsSuspended() const { return suspended; }
     void SetSuspended(bool value) { suspended = value; }
     bool IsStopRequested() const { return stopRequested; }
+    /// The mail program was started in the present pass over the items.
+    bool WasStartedThisPass() const { return startedThisPass; }
+    void SetStartedThisPass() { startedThisPass = true; }
+    /// Remembers a count that the tray shows, so that only a change of it draws the tray anew.
+    void SetShownCount(int count) { shownCount = count; }
 
-private:
-    // completed by the implementation
+ private:
+    static unsigned ThreadBody(void* cycle);
+    void Pause(int ms);
+    void DialIfDue();
+    void WalkItems();
+    void ShowCounts();
+    void DialFailed(const STRING& error);
+    void EndDialling();
+    STRINGARRAY* TakeItem(int index);
+    void GiveItemBack();
+    bool CarryOutDisposal(STRINGARRAY& item, STRING& error);
+
     CHECKPARTS Parts;
+    MUTEXSEM itemMutex;  // transitions of @Locked and @InUpdate, and walks that the removal of an item must not meet
+    STRINGARRAY* inHands = nullptr;  // the item that the work thread looks at; under itemMutex
+    OSYS::THREADHANDLE hThread;
+    std::atomic<bool> running = false;
     std::atomic<bool> stopRequested = false;
     std::atomic<bool> suspended = false;
     std::atomic<bool> updating = false;
+    std::atomic<bool> startedThisPass = false;
+    std::atomic<int> shownCount = 0;
+
+    // The work thread's own.
+    int lastCount = 0;
+    int lastOnline = -1;
+    int lastErrorMark = -999;
+    int64_t onlineSince = 0;  // seconds since 1970, 0 when offline or dialled by this cycle
+    bool dialled = false;
 };

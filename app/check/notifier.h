@@ -4,19 +4,20 @@
 
 /// What a check found, for whoever tells the user.
 struct CHECKREPORT {
-    RECORDARRAY& Records;      // all mails of the listing, in its order
+    RECORDARRAY& Records;            // all mails of the listing, in its order
     const DYNARRAY<STRING>& OldIds;  // ids that were on the server at the last check
-    int NewCount;              // records that are new
-    int LastNew;               // index of the last new one, -1 if none
-    bool ShowAll;              // the user asked to see all mails as new
-    bool Unknown;              // the unread count is not exact
-    STRING Status;             // the row's text, such as "3 mails"
-    STRING NewText;            // " (2 new)"
+    int NewCount;                    // records that are new
+    int LastNew;                     // index of the last new one, -1 if none
+    bool ShowAll;                    // the user asked to see all mails as new
+    bool Unknown;                    // the unread count is not exact
+    bool Asked;                      // the user asked for this check and waits for an answer
+    STRING Status;                   // the row's text, such as "3 mails"
+    STRING NewText;                  // " (2 new)"
 };
 
 /// Where new-mail detection hands over to the notification of the user. Work thread.
 class NOTIFIER {
-public:
+ public:
     virtual ~NOTIFIER() = default;
     /// New mails have come. True if a popup was queued.
     virtual bool NewMail(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) { return false; }

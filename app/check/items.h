@@ -1,0 +1,29 @@
+#pragma once
+
+#include "corelib/base/stringarray.h"
+
+/// The first @Handle of a run. Handles count up from here.
+inline constexpr int FIRST_ITEM_HANDLE = 4096;
+
+/// What SetItemState changes: a dialog edits the item (@Locked), a check of it runs (@InUpdate).
+inline constexpr int ITEMSTATE_LOCKED = 1;
+inline constexpr int ITEMSTATE_INUPDATE = 2;
+
+/// For SetItemState: no change, only the question whether the item is in a check.
+inline constexpr int ITEMSTATE_ASK = -1;
+
+/// Kinds of mailbox, the value of an item's Type.
+inline constexpr int ITEMTYPE_MAPI = 0;
+inline constexpr int ITEMTYPE_POP3 = 1;
+inline constexpr int ITEMTYPE_IMAP = 2;
+inline constexpr int ITEMTYPE_HOTMAIL = 3;
+
+/// LastRC of an item whose last check failed.
+inline constexpr const char* FAILED_COUNTS = "0E|0E";
+/// LastSeenIds of an item whose mails shall all come as new at the next check.
+inline constexpr const char* SHOW_ALL_IDS = "<SHOWALL>";
+
+/// Completes an item's record: gives each missing key its default (colours from the settings `state`), sets the
+/// run-time keys to their start values, gives it the next handle, marks the password for Base64, and locks the key set.
+/// For records that were loaded or are new, before another thread sees them.
+void FixItem(STRINGARRAY& item, const STRINGARRAY& state, int& nextHandle);
