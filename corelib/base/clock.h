@@ -18,7 +18,7 @@ struct LOCALTIME {
 
 /// Where time comes from. The system's own is used unless a test sets another.
 class SOURCE {
-public:
+ public:
     virtual ~SOURCE() = default;
     /// Milliseconds since 1970, UTC.
     virtual int64_t UnixMilliSeconds() = 0;

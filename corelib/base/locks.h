@@ -7,14 +7,14 @@
 
 /// The lock of the tables: re-entrant within a thread.
 class CRITSECT {
-public:
+ public:
     void Enter() { CritSect.lock(); }
     void Leave() { CritSect.unlock(); }
     /// The names that std::lock_guard asks for.
     void lock() { Enter(); }
     void unlock() { Leave(); }
 
-private:
+ private:
     std::recursive_mutex CritSect;
 };
 
@@ -23,7 +23,7 @@ inline constexpr int WAIT_FOREVER = -1;
 
 /// A manual-reset event. Traces at level 7.
 class EVENTSEM {
-public:
+ public:
     explicit EVENTSEM(bool initial);
     ~EVENTSEM();
     EVENTSEM(const EVENTSEM&) = delete;
@@ -33,7 +33,7 @@ public:
     /// True if the event is set, or becomes set within timeout ms (0: a look, WAIT_FOREVER: no limit).
     bool Wait(int timeout);
 
-private:
+ private:
     uint32_t Id() const;
     std::mutex Guard;
     std::condition_variable Changed;
@@ -42,7 +42,7 @@ private:
 
 /// A mutex, re-entrant within a thread, that can be asked for with a time limit. Traces at level 12.
 class MUTEXSEM {
-public:
+ public:
     MUTEXSEM();
     ~MUTEXSEM();
     MUTEXSEM(const MUTEXSEM&) = delete;
@@ -52,7 +52,7 @@ public:
     /// Each Request that gave true needs one Release by the same thread.
     void Release();
 
-private:
+ private:
     uint32_t Id() const;
     std::mutex Guard;
     std::condition_variable Freed;
@@ -62,12 +62,12 @@ private:
 
 /// Holds a MUTEXSEM without limit for the length of a scope.
 class MUTEXHOLD {
-public:
+ public:
     explicit MUTEXHOLD(MUTEXSEM& mutex) : Mutex(mutex) { Mutex.Request(WAIT_FOREVER); }
     ~MUTEXHOLD() { Mutex.Release(); }
     MUTEXHOLD(const MUTEXHOLD&) = delete;
     MUTEXHOLD& operator=(const MUTEXHOLD&) = delete;
 
-private:
+ private:
     MUTEXSEM& Mutex;
 };

@@ -4,7 +4,7 @@
 
 /// An array of records with a file form of sections: "[#0]", the record's text form, an empty line, "[#1]", ...
 class RECORDARRAY : public DYNARRAY<STRINGARRAY> {
-public:
+ public:
     RECORDARRAY(int initial, int grow) : DYNARRAY<STRINGARRAY>(initial, grow) {}
     ~RECORDARRAY() override = default;
     RECORDARRAY(const RECORDARRAY&) = default;
@@ -25,7 +25,7 @@ public:
     /// over with a line in the trace, and what can be kept is kept.
     int LoadAll(const char* filename);
 
-private:
+ private:
     const char* const* SortKeys = nullptr;
     int SortKeyCount = 0;
 };

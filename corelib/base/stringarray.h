@@ -4,11 +4,11 @@
 #include "corelib/base/strings.h"
 
 /// A table of key and value strings, in ascending order of the keys without regard to case, with a text form of one
-/// `Key=value` line for each entry: the form of every data file. Look-ups find the first of equal keys (only a text that
-/// holds a key twice makes those). Operations hold the table's lock; a reference that operator[] gives is not protected,
-/// so tables that two threads share are read and written with Get and Set.
+/// `Key=value` line for each entry: the form of every data file. Look-ups find the first of equal keys (only a text
+/// that holds a key twice makes those). Operations hold the table's lock; a reference that operator[] gives is not
+/// protected, so tables that two threads share are read and written with Get and Set.
 class STRINGARRAY {
-public:
+ public:
     STRINGARRAY(int initial = 64, int grow = 64);
     /// Parses the text form. Empty lines are skipped; a line without "=" is passed over with a line in the trace.
     STRINGARRAY(const STRING& text, int initial, int grow);
@@ -28,8 +28,8 @@ public:
     bool AllowNewKeys(bool flag);
     bool IsLocked() const { return LockTable; }
 
-    /// The value of key, made with a null value if it is missing. A missing key of a locked table is a failed assertion,
-    /// and is made all the same.
+    /// The value of key, made with a null value if it is missing. A missing key of a locked table is a failed
+    /// assertion, and is made all the same.
     STRING& operator[](const char* key);
     /// The value of key; a missing key is a failed assertion.
     const STRING& operator[](const char* key) const;
@@ -39,6 +39,7 @@ public:
     int GetNumber(const char* key) const;
     /// Stores a copy of the text (and flags) of value, under the lock; makes the key like the writing operator[].
     void Set(const char* key, const STRING& value);
+    void Set(const char* key, STRING&& value);
     void SetNumber(const char* key, int64_t value);
 
     const STRING& KeyAt(int i) const { return Keys[i]; }
@@ -56,7 +57,11 @@ public:
     /// Replaces the table by a file's content and unlocks it; 0 on failure, and the table is then unchanged.
     int Load(const char* filename);
 
-private:
+ private:
+    // Both under the lock of Keys.
+    int LowerBound(const char* key) const;
+    bool IsAt(int position, const char* key) const;
+
     DYNARRAY<STRING> Keys;
     DYNARRAY<STRING> Values;
     bool LockTable = false;

@@ -33,7 +33,7 @@ void ClosePool();
 /// and empty (a buffer with a zero byte) are different. The text is always followed by a zero byte. Lengths are bytes
 /// and at most 2^31-2. A STRING has no lock: one thread at a time.
 class STRING {
-public:
+ public:
     /// A null string that grows in steps of 96 bytes.
     STRING() = default;
     /// A null string that grows in steps of blockSize bytes (above 0).
@@ -144,7 +144,7 @@ public:
     char operator[](int i) const;
     char& operator[](int i);
 
-private:
+ private:
     char* Buffer = nullptr;
     int32_t StrLen = 0;
     int32_t BufLen = 0;
@@ -158,8 +158,12 @@ STRING operator||(const STRING& left, const char* right);
 STRING operator||(const char* left, const STRING& right);
 
 /// Byte for byte; a null string equals an empty one here (ask NotNull() for the difference).
-inline bool operator==(const STRING& left, std::string_view right) { return left.View() == right; }
-inline bool operator==(const STRING& left, const STRING& right) { return left.View() == right.View(); }
+inline bool operator==(const STRING& left, std::string_view right) {
+    return left.View() == right;
+}
+inline bool operator==(const STRING& left, const STRING& right) {
+    return left.View() == right.View();
+}
 
 /// Decimal number at the start of the text, 0 without one (a null string too); stays at the ends of the type's range.
 int atoi(const STRING& text);
@@ -168,12 +172,12 @@ int64_t atoi64(const STRING& text);
 /// Gives the same pieces as Word(0), Word(1), ... with flags 0, in linear time. The text must outlive the cursor. Like
 /// Word it ends at the first zero byte.
 class WORDCURSOR {
-public:
+ public:
     WORDCURSOR(const STRING& text, const char* separators);
     /// Stores the next piece; false when Word would give null.
     bool Next(std::string_view& piece);
 
-private:
+ private:
     const char* At;
     const char* Separators;
 };

@@ -26,8 +26,9 @@ void SetTraceLanguage(int language);
 using ASSERTQUESTION = bool (*)(const char* title, const char* text);
 void SetAssertQuestion(ASSERTQUESTION ask);
 
-/// Reports a failed assertion: trace line, assert.log in the current directory, and the question unless `quiet` is not 0
-/// or /NOASSERT was given. 1 if the program is to go on, which is the rule: the code behind an assertion must survive.
+/// Reports a failed assertion: trace line, assert.log in the current directory, and the question unless `quiet` is not
+/// 0 or /NOASSERT was given. 1 if the program is to go on, which is the rule: the code behind an assertion must
+/// survive.
 int Assert(bool condition, const char* text, const char* file, int line, const char* info, int quiet);
 /// How many assertions have failed in this process.
 int AssertCount();
@@ -35,5 +36,7 @@ int AssertCount();
 /// An assertion with the text that its report shows, and with further information (a zero-terminated text, made only
 /// when the assertion fails). Each gives the condition as a bool.
 #define ASSERTION(condition, text) ASSERTION_INFO(condition, text, nullptr)
-#define ASSERTION_INFO(condition, text, info) ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, 0), false))
-#define ASSERTION_QUIET(condition, text, info) ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, 1), false))
+#define ASSERTION_INFO(condition, text, info) \
+    ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, 0), false))
+#define ASSERTION_QUIET(condition, text, info) \
+    ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, 1), false))

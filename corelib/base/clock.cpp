@@ -1,0 +1,79 @@
+#include "corelib/base/clock.h"
+
+#include <atomic>
+#include <chrono>
+#include <ctime>
+#include <thread>
+
+namespace CLOCK {
+
+namespace {
+
+class SYSTEMSOURCE : public SOURCE {
+ public:
+    int64_t UnixMilliSeconds() override {
+        using namespace std::chrono;
+        return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+    }
+    void Sleep(int ms) override {
+        if (ms > 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+    }
+};
+
+SYSTEMSOURCE SystemSource;
+std::atomic<SOURCE*> Source = nullptr;
+
+SOURCE& Present() {
+    SOURCE* source = Source;
+    return source ? *source : SystemSource;
+}
+
+LOCALTIME LocalFromMs(int64_t unixMs) {
+    int64_t seconds = unixMs / 1000, ms = unixMs % 1000;
+    if (ms < 0) {
+        ms += 1000;
+        --seconds;
+    }
+    LOCALTIME result = LocalFrom(seconds);
+    result.Millisecond = static_cast<int>(ms);
+    return result;
+}
+
+}  // namespace
+
+SOURCE* SetSource(SOURCE* source) {
+    return Source.exchange(source);
+}
+
+int64_t Seconds() {
+    // Rounded down, before 1970 too.
+    int64_t ms = Present().UnixMilliSeconds();
+    return ms >= 0 ? ms / 1000 : (ms - 999) / 1000;
+}
+
+LOCALTIME Local() {
+    return LocalFromMs(Present().UnixMilliSeconds());
+}
+
+LOCALTIME LocalFrom(int64_t unixSeconds) {
+    auto when = static_cast<time_t>(unixSeconds);
+    tm parts{};
+#if defined(__MINGW32__)
+    localtime_s(&parts, &when);
+#else
+    localtime_r(&when, &parts);
+#endif
+    return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec, 0};
+}
+
+int64_t DayMilliSeconds() {
+    LOCALTIME t = Local();
+    return (((int64_t{t.Day} * 24 + t.Hour) * 60 + t.Minute) * 60 + t.Second) * 1000 + t.Millisecond;
+}
+
+void Sleep(int ms) {
+    Present().Sleep(ms);
+}
+
+}  // namespace CLOCK

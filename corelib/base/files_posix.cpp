@@ -1,0 +1,127 @@
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "corelib/base/files.h"
+#include "corelib/base/filesplatform.h"
+
+namespace {
+
+constexpr mode_t NEW_FILE_MODE = 0600;  // data files hold passwords
+
+class DESCRIPTOR {
+ public:
+    explicit DESCRIPTOR(int fd) : Fd(fd) {}
+    ~DESCRIPTOR() { Close(); }
+    DESCRIPTOR(const DESCRIPTOR&) = delete;
+    DESCRIPTOR& operator=(const DESCRIPTOR&) = delete;
+    int Get() const { return Fd; }
+    bool IsOpen() const { return Fd >= 0; }
+    bool Close() {
+        int fd = std::exchange(Fd, -1);
+        return fd < 0 || close(fd) == 0;
+    }
+
+ private:
+    int Fd;
+};
+
+bool WriteBytes(int fd, std::string_view bytes) {
+    while (!bytes.empty()) {
+        ssize_t written = write(fd, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        bytes.remove_prefix(static_cast<size_t>(written));
+    }
+    return true;
+}
+
+// Where a symbolic link leads, so that the link stays one when its file is replaced.
+STRING LinkTarget(const STRING& path) {
+    std::unique_ptr<char, decltype(&free)> target(realpath(path.Text(), nullptr), &free);
+    return target ? STRING(target.get()) : path;
+}
+
+}  // namespace
+
+namespace FILES {
+
+STRING NativePath(const char* path) {
+    STRING result(path);
+    if (result.NotNull())
+        std::replace(result.Data(), result.Data() + result.Length(), '\\', '/');
+    return result;
+}
+
+STRING SystemPath(const char* nativePath) {
+    STRING result(nativePath);
+    if (result.NotNull())
+        std::replace(result.Data(), result.Data() + result.Length(), '/', '\\');
+    return result;
+}
+
+bool AppendBytes(const char* path, std::string_view bytes) {
+    DESCRIPTOR file(open(NativePath(path).Text(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, NEW_FILE_MODE));
+    return file.IsOpen() && WriteBytes(file.Get(), bytes) && file.Close();
+}
+
+bool Remove(const char* path) {
+    return unlink(NativePath(path).Text()) == 0;
+}
+
+bool Rename(const char* from, const char* to) {
+    return rename(NativePath(from).Text(), NativePath(to).Text()) == 0;
+}
+
+}  // namespace FILES
+
+namespace FILESPLATFORM {
+
+bool ReadBytes(const char* path, STRING& content) {
+    DESCRIPTOR file(open(FILES::NativePath(path).Text(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status;
+    if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    char buffer[65536];
+    for (;;) {
+        ssize_t got = read(file.Get(), buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0 || (got > 0 && content.Length() > INT_MAX - 1 - static_cast<int>(got)))
+            return false;
+        if (got == 0)
+            return true;
+        content.AppendBytes(buffer, static_cast<int>(got));
+    }
+}
+
+bool ReplaceBytes(const char* path, std::string_view bytes) {
+    STRING target = LinkTarget(FILES::NativePath(path));
+    // Keeps the permissions of the file that it replaces; something that is no file is not replaced.
+    struct stat status;
+    bool exists = stat(target.Text(), &status) == 0;
+    if (exists && (!S_ISREG(status.st_mode) || access(target.Text(), W_OK) != 0))
+        return false;
+    STRING beside = target || ".XXXXXX";
+    DESCRIPTOR file(mkostemp(beside.Data(), O_CLOEXEC));
+    if (!file.IsOpen())
+        return false;
+    bool ok = fchmod(file.Get(), exists ? status.st_mode & 07777 : NEW_FILE_MODE) == 0 &&
+              WriteBytes(file.Get(), bytes) && fsync(file.Get()) == 0;
+    ok = file.Close() && ok;
+    ok = ok && rename(beside.Text(), target.Text()) == 0;
+    if (!ok)
+        unlink(beside.Text());
+    return ok;
+}
+
+}  // namespace FILESPLATFORM

@@ -1,0 +1,100 @@
+#include <climits>
+#include <windows.h>
+
+#include "corelib/base/files.h"
+#include "corelib/base/filesplatform.h"
+
+namespace {
+
+class FILEHOLD {
+ public:
+    FILEHOLD(const char* path, DWORD access, DWORD share, DWORD disposition)
+        : File(CreateFileA(path, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+    ~FILEHOLD() { Close(); }
+    FILEHOLD(const FILEHOLD&) = delete;
+    FILEHOLD& operator=(const FILEHOLD&) = delete;
+    HANDLE Get() const { return File; }
+    bool IsOpen() const { return File != INVALID_HANDLE_VALUE; }
+    bool Close() {
+        if (!IsOpen())
+            return true;
+        bool ok = CloseHandle(File);
+        File = INVALID_HANDLE_VALUE;
+        return ok;
+    }
+
+ private:
+    HANDLE File;
+};
+
+bool WriteBytes(HANDLE file, std::string_view bytes) {
+    DWORD written = 0;
+    return WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
+           written == bytes.size();
+}
+
+}  // namespace
+
+namespace FILES {
+
+STRING NativePath(const char* path) {
+    return STRING(path);
+}
+
+STRING SystemPath(const char* nativePath) {
+    return STRING(nativePath);
+}
+
+bool AppendBytes(const char* path, std::string_view bytes) {
+    FILEHOLD file(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS);
+    return file.IsOpen() && WriteBytes(file.Get(), bytes) && file.Close();
+}
+
+bool Remove(const char* path) {
+    return DeleteFileA(path);
+}
+
+bool Rename(const char* from, const char* to) {
+    return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING);
+}
+
+}  // namespace FILES
+
+namespace FILESPLATFORM {
+
+bool ReadBytes(const char* path, STRING& content) {
+    FILEHOLD file(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+    if (!file.IsOpen())
+        return false;
+    char buffer[65536];
+    for (;;) {
+        DWORD got = 0;
+        if (!ReadFile(file.Get(), buffer, sizeof buffer, &got, nullptr))
+            return false;
+        if (got == 0)
+            return true;
+        if (content.Length() > INT_MAX - 1 - static_cast<int>(got))
+            return false;
+        content.AppendBytes(buffer, static_cast<int>(got));
+    }
+}
+
+bool ReplaceBytes(const char* path, std::string_view bytes) {
+    DWORD attributes = GetFileAttributesA(path);
+    bool exists = attributes != INVALID_FILE_ATTRIBUTES;
+    if (exists && (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)))
+        return false;
+    STRING beside;
+    beside.Format("%s.%lx-%lx", path, GetCurrentProcessId(), GetCurrentThreadId());
+    FILEHOLD file(beside.Text(), GENERIC_WRITE, 0, CREATE_ALWAYS);
+    if (!file.IsOpen())
+        return false;
+    bool ok = WriteBytes(file.Get(), bytes) && FlushFileBuffers(file.Get());
+    ok = file.Close() && ok;
+    ok = ok && MoveFileExA(beside.Text(), path, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+    if (!ok)
+        DeleteFileA(beside.Text());
+    return ok;
+}
+
+}  // namespace FILESPLATFORM

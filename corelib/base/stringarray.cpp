@@ -1,0 +1,222 @@
+#include "corelib/base/stringarray.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <numeric>
+
+#include "corelib/base/ascii.h"
+
+namespace {
+
+constexpr std::string_view BINARY_BEGIN = "={{";
+constexpr std::string_view BINARY_END = "}}";
+
+// The order of the keys; a null key counts as the text that a null text reads as.
+int CompareKeys(const STRING& a, const char* b) {
+    return stricmp(a.Ptr(), b, 0);
+}
+
+std::unique_ptr<STRING> ReadValue(std::string_view text) {
+    bool binary = text.size() >= BINARY_BEGIN.size() + BINARY_END.size() && text.starts_with(BINARY_BEGIN) &&
+                  text.ends_with(BINARY_END);
+    if (binary) {
+        text.remove_prefix(BINARY_BEGIN.size());
+        text.remove_suffix(BINARY_END.size());
+        auto value = std::make_unique<STRING>(STRING(text).FromBase64());
+        value->SetFlags(value->GetFlags() | STRINGFLAG_BINARY);
+        return value;
+    }
+    if (text.find('\\') == text.npos)
+        return std::make_unique<STRING>(text);
+    return std::make_unique<STRING>(STRING(text).Unescape());
+}
+
+}  // namespace
+
+STRINGARRAY::STRINGARRAY(int initial, int grow) : Keys(initial, grow), Values(initial, grow) {}
+
+STRINGARRAY::STRINGARRAY(const STRING& text, int initial, int grow) : STRINGARRAY(initial, grow) {
+    WORDCURSOR lines(text, "\n");
+    std::string_view line;
+    while (lines.Next(line)) {
+        if (line.empty())
+            continue;
+        size_t split = line.find('=');
+        if (split == line.npos) {
+            Trace("STRINGARRAY: a line without '=' is passed over\n");
+            continue;
+        }
+        Keys.AddOwned(std::make_unique<STRING>(line.substr(0, split)));
+        Values.AddOwned(ReadValue(line.substr(split + 1)));
+    }
+    Sort();
+}
+
+STRINGARRAY::STRINGARRAY(const STRINGARRAY& other) : Keys(0, 0), Values(0, 0) {
+    std::lock_guard hold(*other.Keys.pLock);
+    Keys = other.Keys;
+    Values = other.Values;
+    LockTable = other.LockTable;
+}
+
+STRINGARRAY::STRINGARRAY(STRINGARRAY&& other) noexcept = default;
+
+STRINGARRAY& STRINGARRAY::operator=(const STRINGARRAY& other) {
+    if (this != &other)
+        *this = STRINGARRAY(other);
+    return *this;
+}
+
+STRINGARRAY& STRINGARRAY::operator=(STRINGARRAY&& other) noexcept {
+    if (this == &other)
+        return *this;
+    std::lock_guard hold(*Keys.pLock);
+    Keys = std::move(other.Keys);
+    Values = std::move(other.Values);
+    LockTable = other.LockTable;
+    return *this;
+}
+
+// The first position whose key does not sort before `key`: where it stands, or where it belongs.
+int STRINGARRAY::LowerBound(const char* key) const {
+    int low = 0, high = Keys.ItemCount;
+    while (low < high) {
+        int middle = low + (high - low) / 2;
+        if (CompareKeys(*Keys.ppItems[middle], key) < 0)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return low;
+}
+
+bool STRINGARRAY::IsAt(int position, const char* key) const {
+    return position < Keys.ItemCount && CompareKeys(*Keys.ppItems[position], key) == 0;
+}
+
+int STRINGARRAY::Find(const char* key) const {
+    std::lock_guard hold(*Keys.pLock);
+    int position = LowerBound(key);
+    return IsAt(position, key) ? position : -1;
+}
+
+DYNARRAY<STRING> STRINGARRAY::GetKeys() const {
+    return Keys;
+}
+
+bool STRINGARRAY::AllowNewKeys(bool flag) {
+    std::lock_guard hold(*Keys.pLock);
+    return std::exchange(LockTable, !flag);
+}
+
+STRING& STRINGARRAY::operator[](const char* key) {
+    std::lock_guard hold(*Keys.pLock);
+    int position = LowerBound(key);
+    if (!IsAt(position, key)) {
+        ASSERTION_INFO(!LockTable, "!this->LockTable", key);
+        Keys.InsertOwned(position, std::make_unique<STRING>(key));
+        Values.InsertOwned(position, std::make_unique<STRING>());
+    }
+    return Values[position];
+}
+
+const STRING& STRINGARRAY::operator[](const char* key) const {
+    std::lock_guard hold(*Keys.pLock);
+    int rcidx = Find(key);
+    ASSERTION_INFO(rcidx != -1, "rcidx!=-1", key);
+    return Values[rcidx];
+}
+
+STRING STRINGARRAY::Get(const char* key) const {
+    std::lock_guard hold(*Keys.pLock);
+    return (*this)[key];
+}
+
+int STRINGARRAY::GetNumber(const char* key) const {
+    std::lock_guard hold(*Keys.pLock);
+    return atoi((*this)[key]);
+}
+
+void STRINGARRAY::Set(const char* key, const STRING& value) {
+    std::lock_guard hold(*Keys.pLock);
+    (*this)[key] = value;
+}
+
+void STRINGARRAY::Set(const char* key, STRING&& value) {
+    std::lock_guard hold(*Keys.pLock);
+    (*this)[key] = std::move(value);
+}
+
+void STRINGARRAY::SetNumber(const char* key, int64_t value) {
+    STRING text;
+    text.Format("%" PRId64, value);
+    Set(key, text);
+}
+
+int STRINGARRAY::Delete(const char* key) {
+    std::lock_guard hold(*Keys.pLock);
+    std::lock_guard holdValues(*Values.pLock);
+    for (int i = 0; i < Keys.ItemCount; ++i) {
+        if (stricmp(Keys.ppItems[i]->Ptr(), key, 1) == 0) {
+            Keys.Delete(i);
+            Values.Delete(i);
+            return 1;
+        }
+    }
+    return 0;
+}
+
+void STRINGARRAY::Sort() {
+    std::lock_guard hold(*Keys.pLock);
+    std::lock_guard holdValues(*Values.pLock);
+    auto before = [this](int a, int b) { return CompareKeys(*Keys.ppItems[a], Keys.ppItems[b]->Ptr()) < 0; };
+    int count = Keys.ItemCount;
+    // Files are written in key order, so there is mostly nothing to do.
+    int i = 1;
+    while (i < count && !before(i, i - 1))
+        ++i;
+    if (i >= count)
+        return;
+    std::vector<int> order(static_cast<size_t>(count));
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(order.begin(), order.end(), before);
+    auto arrange = [&](DYNARRAY<STRING>& array) {
+        std::vector<std::unique_ptr<STRING>> sorted(array.ppItems.size());
+        for (int k = 0; k < count; ++k)
+            sorted[k] = std::move(array.ppItems[order[k]]);
+        array.ppItems = std::move(sorted);
+    };
+    arrange(Keys);
+    arrange(Values);
+}
+
+STRING STRINGARRAY::AsText() const {
+    std::lock_guard hold(*Keys.pLock);
+    STRING result("");
+    for (int i = 0; i < Keys.ItemCount; ++i) {
+        const STRING& value = *Values.ppItems[i];
+        result += *Keys.ppItems[i];
+        result.AppendBytes("=", 1);
+        if (value.GetFlags() & STRINGFLAG_BINARY) {
+            result.AppendBytes(BINARY_BEGIN);
+            result += value.ToBase64(0);
+            result.AppendBytes(BINARY_END);
+        } else {
+            result += value.Escape("={}");
+        }
+        result.AppendBytes("\n", 1);
+    }
+    return result;
+}
+
+int STRINGARRAY::Save(const char* filename) const {
+    return AsText().Save(filename, "w");
+}
+
+int STRINGARRAY::Load(const char* filename) {
+    STRING text;
+    if (!text.Load(filename, "r"))
+        return 0;
+    *this = STRINGARRAY(text, 64, 64);
+    return 1;
+}
