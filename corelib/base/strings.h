@@ -161,6 +161,9 @@ STRING operator||(const char* left, const STRING& right);
 inline bool operator==(const STRING& left, std::string_view right) {
     return left.View() == right;
 }
+inline bool operator==(const STRING& left, const char* right) {
+    return left.View() == right;
+}
 inline bool operator==(const STRING& left, const STRING& right) {
     return left.View() == right.View();
 }

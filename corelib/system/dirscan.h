@@ -7,7 +7,7 @@
 /// A walk over the entries of a directory that match a pattern: a directory, `\` and a name with `*` and `?` (compared
 /// without regard to case). "." and ".." are delivered where the platform does.
 class DIRSCAN {
-public:
+ public:
     /// Sets name to the first match, or null.
     DIRSCAN(const char* pattern, STRING& name);
     ~DIRSCAN();
@@ -16,12 +16,13 @@ public:
     /// Sets the name to the next match, or null; true if there is one.
     bool Next();
     /// Whether the present match is a directory.
-    bool IsDirectory() const;
+    bool IsDirectory() const { return (Attributes() & DIRECTORY_ATTRIBUTE) != 0; }
     /// The platform's attribute bits of the present match (bit 16: directory).
     unsigned Attributes() const;
     void Close();
+    static constexpr unsigned DIRECTORY_ATTRIBUTE = 16;
 
-private:
+ private:
     struct FINDDATA;
     std::unique_ptr<FINDDATA> pResult;
     STRING& Name;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -22,20 +23,22 @@ STRING FileDirectory(const char* path);
 STRING FilePath(const char* dir, const char* name);
 /// Creates each missing part of path; true if path is a directory in the end.
 bool MakeDirectories(const char* path);
-/// At most 255 bytes; null on failure.
+/// Creates one directory below an existing one.
+bool MakeDirectory(const char* path);
+/// Null on failure.
 STRING GetCurrentDir();
 bool SetCurrentDir(const char* path);
 /// The full path of the running program; null if the system does not tell.
 STRING ProgramPath();
 /// Last write time, UTC, as "%04d-%02d-%02d %02d:%02d:%02d"; null if the file cannot be read.
 STRING FileTime(const char* name);
-/// Counts the files that match pattern in dir (and below it, if recurse is not 0, where directories match too), and adds
-/// their full paths to array if it is set. A directory is counted and added behind its contents.
+/// Counts the files that match pattern in dir (and below it, if recurse is not 0, where directories match too), and
+/// adds their full paths to array if it is set. A directory is counted and added behind its contents.
 int CollectFiles(const char* dir, const char* pattern, DYNARRAY<STRING>* array, int recurse);
 /// A file open for reading or writing on its own, closed when the object goes; mode begins with 'r' (read, existing
 /// only) or 'w' (write, open or create); a '+' asks for writing as well. IsOpen() tells whether it worked.
 class FILEHANDLE {
-public:
+ public:
     FILEHANDLE() = default;
     ~FILEHANDLE();
     FILEHANDLE(FILEHANDLE&& other) noexcept;
@@ -45,7 +48,7 @@ public:
     int Read(char* buffer, int length);
     int Write(const char* buffer, int length);
 
-private:
+ private:
     friend FILEHANDLE OpenFile(const char* name, const char* mode);
     intptr_t Handle = -1;
 };
@@ -89,6 +92,9 @@ void ScrollLock(int mode);
 /// writes the program's own path, any other text is written as it is. True on success.
 bool AutoStart(const char* name, const char* value);
 inline constexpr const char* AUTOSTART_SELF = "<self>";
+/// The two halves of AutoStart on the platform.
+bool WriteAutoStart(const char* name, const STRING& command);
+bool RemoveAutoStart(const char* name);
 
 }  // namespace OSYS
 

@@ -16,8 +16,9 @@ inline constexpr int REGISTRY_CREATE = 258;
 /// A key of the store of named values: the registry on Windows, one file per key path under the user's configuration
 /// directory elsewhere (TARNWICK_REGISTRY names another directory). Traces at level 2.
 class REGISTRY {
-public:
-    /// Opens or creates Software\company\product below root (0 local machine, 1 current user); a failure is an assertion.
+ public:
+    /// Opens or creates Software\company\product below root (0 local machine, 1 current user); a failure is an
+    /// assertion.
     REGISTRY(const char* company, const char* product, intptr_t root);
     /// Opens key\subkey below root (subkey may be null); a failed open leaves the object closed, without an assertion.
     REGISTRY(intptr_t root, const char* key, const char* subkey, int mode);
@@ -40,6 +41,6 @@ public:
     /// Stores all value names, joined by "|"; their number comes back.
     int EnumValues(STRING* names);
 
-private:
+ private:
     intptr_t hkApp = 0;
 };

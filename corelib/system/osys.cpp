@@ -1,0 +1,164 @@
+#include "corelib/system/osys.h"
+
+#include <algorithm>
+#include <exception>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "corelib/base/clock.h"
+#include "corelib/base/trace.h"
+#include "corelib/system/dirscan.h"
+
+struct THREADSTATE {
+    std::thread Thread;
+    EVENTSEM Ended{false};
+
+    // A handle that is dropped without a wait lets its thread run on.
+    ~THREADSTATE() {
+        if (Thread.joinable())
+            Thread.detach();
+    }
+};
+
+namespace OSYS {
+
+namespace {
+
+uint32_t HandleNumber(const THREADHANDLE& thread) {
+    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(thread.get()));
+}
+
+}  // namespace
+
+FILEHANDLE::FILEHANDLE(FILEHANDLE&& other) noexcept : Handle(std::exchange(other.Handle, -1)) {}
+
+FILEHANDLE& FILEHANDLE::operator=(FILEHANDLE&& other) noexcept {
+    std::swap(Handle, other.Handle);
+    return *this;
+}
+
+STRING FileDirectory(const char* path) {
+    std::string_view text = path ? path : "";
+    size_t last = text.find_last_of("\\:/");
+    return last == text.npos ? STRING(".") : STRING(text.substr(0, last));
+}
+
+STRING FilePath(const char* dir, const char* name) {
+    STRING result = dir && *dir ? STRING(dir) : GetCurrentDir();
+    if (result.Length() == 0 || result[result.Length() - 1] != '\\')
+        result.Append("\\");
+    result.Append(name);
+    return result;
+}
+
+bool MakeDirectories(const char* path) {
+    STRING text(path);
+    for (int end = text.Pos("\\", 1);; end = text.Pos("\\", end + 1)) {
+        STRING prefix = end == -1 ? text : text.Left(end);
+        if (prefix.Length() > 0 && !FileIsDirectory(prefix.Text()))
+            MakeDirectory(prefix.Text());
+        if (end == -1)
+            break;
+    }
+    return FileIsDirectory(path);
+}
+
+int CollectFiles(const char* dir, const char* pattern, DYNARRAY<STRING>* array, int recurse) {
+    int count = 0;
+    STRING name;
+    DIRSCAN scan(FilePath(dir, pattern).Text(), name);
+    for (bool more = name.NotNull(); more; more = scan.Next()) {
+        STRING path = FilePath(dir, name.Text());
+        if (scan.IsDirectory()) {
+            if (!recurse || name[0] == '.')
+                continue;
+            count += CollectFiles(path.Text(), pattern, array, recurse);
+        }
+        ++count;
+        if (array)
+            array->Add(path);
+    }
+    return count;
+}
+
+int64_t MilliSeconds(int reset) {
+    static std::atomic<int64_t> start = -1;
+    int64_t now = CLOCK::DayMilliSeconds();
+    if (reset || start == -1) {
+        start = now;
+        return 0;
+    }
+    return now - start;
+}
+
+int64_t Seconds() {
+    return CLOCK::Seconds();
+}
+
+void Sleep(int ms) {
+    CLOCK::Sleep(ms);
+}
+
+STRING DateIso() {
+    CLOCK::LOCALTIME t = CLOCK::Local();
+    STRING result;
+    result.Format("%04d-%02d-%02d", t.Year, t.Month, t.Day);
+    return result;
+}
+
+STRING TimeText() {
+    CLOCK::LOCALTIME t = CLOCK::Local();
+    STRING result;
+    result.Format("%02d:%02d:%02d", t.Hour, t.Minute, t.Second);
+    return result;
+}
+
+STRING TimeIso() {
+    return TimeText();
+}
+
+THREADHANDLE CreateThread(unsigned (*routine)(void*), void* argument, uint32_t* id) {
+    // The stack is the platform's default: 32 KB, which the threads were made with of old, is no longer enough for the
+    // C library of every platform, and untouched stack costs nothing.
+    auto state = std::make_shared<THREADSTATE>();
+    static std::atomic<uint32_t> counter = 0;
+    uint32_t number = ++counter;
+    try {
+        state->Thread = std::thread([routine, argument, weak = std::weak_ptr(state)] {
+            routine(argument);
+            if (auto strong = weak.lock())
+                strong->Ended.Set();
+        });
+    } catch (const std::system_error&) {
+        state.reset();
+    }
+    if (id)
+        *id = number;
+    Trace("OSYS::CreateThread returned %08x\n", HandleNumber(state));
+    return state;
+}
+
+int WaitThread(THREADHANDLE& thread, int timeout) {
+    if (!ASSERTION(thread != nullptr, "hThread!=NULL"))
+        return 0;
+    if (timeout)
+        Trace("OSYS::WaitThread hThread=%08x, timeout= %d\n", HandleNumber(thread), timeout);
+    if (!thread->Ended.Wait(timeout)) {
+        if (timeout)
+            Trace("OSYS::WaitThread hThread=%08x timeout= %d failed\n", HandleNumber(thread), timeout);
+        return 0;
+    }
+    thread->Thread.join();
+    thread.reset();
+    return 1;
+}
+
+bool AutoStart(const char* name, const char* value) {
+    if (!value)
+        return RemoveAutoStart(name);
+    STRING command = stricmp(value, AUTOSTART_SELF, 0) == 0 ? ProgramPath() : STRING(value);
+    return command.NotNull() && WriteAutoStart(name, command);
+}
+
+}  // namespace OSYS

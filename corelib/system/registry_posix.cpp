@@ -1,0 +1,169 @@
+// The store of named values without a registry: one table file for each key path, below the user's configuration
+// directory. Both roots lie there, as there is no place that all users may write.
+
+#include <cstdlib>
+#include <cstring>
+
+#include "corelib/base/files.h"
+#include "corelib/base/stringarray.h"
+#include "corelib/base/trace.h"
+#include "corelib/system/osys.h"
+#include "corelib/system/registry.h"
+
+namespace {
+
+constexpr uint32_t REGISTRY_LEVEL = 2;
+constexpr int TEXT_MAX = 8192;
+constexpr int NO_SUCH_VALUE = 2;
+
+struct STOREKEY {
+    STRING File;
+};
+
+STOREKEY* Key(intptr_t key) {
+    return reinterpret_cast<STOREKEY*>(key);
+}
+
+STRING StoreDirectory() {
+    if (const char* chosen = getenv("TARNWICK_REGISTRY"); chosen && *chosen)
+        return FILES::SystemPath(chosen);
+    STRING base;
+    if (const char* config = getenv("XDG_CONFIG_HOME"); config && *config)
+        base = FILES::SystemPath(config);
+    else if (const char* home = getenv("HOME"); home && *home)
+        base = OSYS::FilePath(FILES::SystemPath(home).Text(), ".config");
+    else
+        base = ".";
+    return OSYS::FilePath(base.Text(), "tarnwick\\registry");
+}
+
+// Parts of a key path, and the names of values, are of no case in a registry.
+STRING KeyFile(intptr_t root, const STRING& path) {
+    STRING name = path;
+    name.ToLower();
+    name.Replace("\\", "+", 1);
+    name.Replace("/", "+", 1);
+    STRING directory = OSYS::FilePath(StoreDirectory().Text(), root == ROOT_LOCAL_MACHINE ? "machine" : "user");
+    return OSYS::FilePath(directory.Text(), (name || ".ini").Text());
+}
+
+bool LoadTable(intptr_t key, STRINGARRAY& table) {
+    return key && table.Load(Key(key)->File.Text());
+}
+
+bool SaveTable(intptr_t key, const STRINGARRAY& table) {
+    return key && table.Save(Key(key)->File.Text());
+}
+
+// "=", a line break and a leading "[" may stand in a value's name, but not in a table's key.
+STRING TableKey(const char* value) {
+    return STRING(value).Escape("=[");
+}
+
+intptr_t OpenKey(intptr_t root, const STRING& path, bool create) {
+    STRING file = KeyFile(root, path);
+    if (!OSYS::FileExists(file.Text())) {
+        if (!create || !OSYS::MakeDirectories(OSYS::FileDirectory(file.Text()).Text()) ||
+            !STRINGARRAY().Save(file.Text()))
+            return 0;
+    }
+    return reinterpret_cast<intptr_t>(std::make_unique<STOREKEY>(STOREKEY{file}).release());
+}
+
+bool Store(intptr_t key, const char* value, const STRING& data) {
+    STRINGARRAY table;
+    LoadTable(key, table);
+    table[TableKey(value).Text()] = data;
+    return SaveTable(key, table);
+}
+
+STRING Fetch(intptr_t key, const char* value) {
+    STRINGARRAY table;
+    STRING name = TableKey(value);
+    return LoadTable(key, table) && table.Exists(name.Text()) ? table.Get(name.Text()) : STRING();
+}
+
+}  // namespace
+
+REGISTRY::REGISTRY(const char* company, const char* product, intptr_t root) {
+    hkApp = OpenKey(root, STRING("Software\\") || company || "\\" || product, true);
+    auto info = [&] {
+        STRING text;
+        text.Format("%s/%s/%08x", company, product, static_cast<uint32_t>(root));
+        return text;
+    };
+    ASSERTION_INFO(hkApp != 0, "this->hkApp!=NULL", info().Text());
+}
+
+REGISTRY::REGISTRY(intptr_t root, const char* key, const char* subkey, int mode) {
+    STRING path(key);
+    if (subkey && *subkey)
+        path = path || "\\" || subkey;
+    if (ASSERTION(mode >= REGISTRY_READ && mode <= REGISTRY_CREATE, "FALSE"))
+        hkApp = OpenKey(root, path, mode == REGISTRY_CREATE);
+}
+
+REGISTRY::~REGISTRY() {
+    Close();
+}
+
+void REGISTRY::Close() {
+    std::unique_ptr<STOREKEY> gone(Key(hkApp));
+    hkApp = 0;
+}
+
+int REGISTRY::Write(const char* value, const void* bytes, int length) {
+    STRING data(std::string_view(static_cast<const char*>(bytes), static_cast<size_t>(std::max(length, 0))));
+    data.SetFlags(STRINGFLAG_BINARY);
+    bool ok = Store(hkApp, value, data);
+    TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write binary value= %s, error=%08x\n", value, ok ? 0u : 1u);
+    return ok;
+}
+
+int REGISTRY::Write(const char* value, const char* text) {
+    bool ok = Store(hkApp, value, STRING(text));
+    TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write String value= %s; data=%s, error=%08x\n", value, text, ok ? 0u : 1u);
+    return ok;
+}
+
+int REGISTRY::Read(const char* value, void* buffer, int* size) {
+    STRING data = Fetch(hkApp, value);
+    int ok = data.NotNull() && data.Length() <= *size;
+    *size = ok ? data.Length() : 0;
+    if (ok)
+        memcpy(buffer, data.Ptr(), static_cast<size_t>(*size));
+    TraceLevel(REGISTRY_LEVEL, "REGISTRY::Read key=%s, ok=%d, error=%d\n", value, ok, ok ? 0 : NO_SUCH_VALUE);
+    return ok;
+}
+
+STRING REGISTRY::Read(const char* value) {
+    STRING data = Fetch(hkApp, value);
+    TraceLevel(REGISTRY_LEVEL, "REGISTRY::Read key=%s, ok=%d, error=%d\n", value, 0,
+               data.NotNull() ? 0 : NO_SUCH_VALUE);
+    if (data.Length() > TEXT_MAX)
+        return STRING();
+    data.ChopLast('\0');
+    data.SetFlags(0);
+    return data;
+}
+
+int REGISTRY::Delete(const char* value) {
+    STRINGARRAY table;
+    bool ok = LoadTable(hkApp, table) && table.Delete(TableKey(value).Text()) && SaveTable(hkApp, table);
+    TraceLevel(REGISTRY_LEVEL, "REGISTRY::delete value= %s, error=%d\n", value, ok ? 0 : NO_SUCH_VALUE);
+    return ok;
+}
+
+int REGISTRY::EnumValues(STRING* names) {
+    STRINGARRAY table;
+    LoadTable(hkApp, table);
+    STRING joined("");
+    int count = table.Count();
+    for (int i = 0; i < count; ++i) {
+        if (i)
+            joined.Append("|");
+        joined += table.KeyAt(i).Unescape();
+    }
+    *names = joined;
+    return count;
+}
