@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/mailbox/mailboxes.h"
 #include "corelib/base/stringarray.h"
 
 /// The first @Handle of a run. Handles count up from here.
@@ -11,12 +12,6 @@ inline constexpr int ITEMSTATE_INUPDATE = 2;
 
 /// For SetItemState: no change, only the question whether the item is in a check.
 inline constexpr int ITEMSTATE_ASK = -1;
-
-/// Kinds of mailbox, the value of an item's Type.
-inline constexpr int ITEMTYPE_MAPI = 0;
-inline constexpr int ITEMTYPE_POP3 = 1;
-inline constexpr int ITEMTYPE_IMAP = 2;
-inline constexpr int ITEMTYPE_HOTMAIL = 3;
 
 /// LastRC of an item whose last check failed.
 inline constexpr const char* FAILED_COUNTS = "0E|0E";

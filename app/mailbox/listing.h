@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstdint>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "corelib/base/strings.h"
 
@@ -28,22 +31,37 @@ STRING SummaryLine(const STRING& count, const STRING& unread, bool unreadKnown, 
 
 /// Fields of the first line of a listing without its "+OK ".
 struct SUMMARY {
-    STRING Line;             // without its "\n"
-    int Count = 0;           // number at the start of field 0
-    STRING UnreadField;      // null if there is no field 1
+    STRING Line;         // without its "\n"
+    int Count = 0;       // number at the start of field 0
+    STRING UnreadField;  // null if there is no field 1
 };
 SUMMARY ReadSummary(const STRING& listing);
 
 /// Walks the blocks of a listing in one pass. The listing must outlive the cursor.
 class BLOCKCURSOR {
-public:
+ public:
     explicit BLOCKCURSOR(const STRING& listing);
-    /// Stores the next block, without its end byte; false at the end, which an empty block is too.
+    /// Stores the next block, without its end byte, never empty; false at the end. Without an end byte the last block
+    /// runs to the end of the text.
     bool Next(std::string_view& block);
 
-private:
+ private:
     std::string_view Rest;
-    bool Done;
+};
+
+/// Puts a listing together from pieces of any size, in linear time and with no spare room in the result, which lives as
+/// long as its item does. The whole may not pass 2^31-2 bytes, the most that a STRING holds.
+class WRITER {
+ public:
+    void Append(std::string_view bytes);
+    /// Bytes so far.
+    int64_t Length() const { return Total; }
+    /// The text; the writer is empty then.
+    STRING Take();
+
+ private:
+    std::vector<std::string> Pieces;
+    int64_t Total = 0;
 };
 
 }  // namespace LISTING

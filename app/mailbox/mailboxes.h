@@ -2,14 +2,20 @@
 
 #include "corelib/base/stringarray.h"
 
+/// Kinds of mailbox, the value of an item's Type.
+inline constexpr int ITEMTYPE_MAPI = 0;
+inline constexpr int ITEMTYPE_POP3 = 1;
+inline constexpr int ITEMTYPE_IMAP = 2;
+inline constexpr int ITEMTYPE_HOTMAIL = 3;
+
 /// What the check cycle needs of the mailboxes. Work thread only, one call at a time.
 class MAILBOXES {
-public:
+ public:
     virtual ~MAILBOXES() = default;
     /// The listing of all mail of the item, or a text that begins "-ERR ". Never empty. Sets @InUpdate while it runs.
     virtual STRING GetMailbox(STRINGARRAY& item) = 0;
-    /// Deletes the mails whose ids stand in `ids`, one a line. True on success; `error` is emptied first and may say why
-    /// it failed.
+    /// Deletes the mails whose ids stand in `ids`, one a line. True on success; `error` is emptied first and may say
+    /// why it failed.
     virtual bool DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) = 0;
     /// The same, moving them into `folder` on the server.
     virtual bool MoveMail(STRINGARRAY& item, const STRING& ids, const STRING& folder, STRING& error) = 0;

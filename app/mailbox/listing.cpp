@@ -1,0 +1,80 @@
+#include "app/mailbox/listing.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "corelib/base/ascii.h"
+
+namespace LISTING {
+
+namespace {
+
+constexpr size_t PIECE_BYTES = 64 * 1024;
+
+}  // namespace
+
+bool BeginsWith(std::string_view text, std::string_view prefix) {
+    return text.size() >= prefix.size() && std::equal(prefix.begin(), prefix.end(), text.begin(), [](char a, char b) {
+               return ASCII::Lower(a) == ASCII::Lower(b);
+           });
+}
+
+STRING ErrorText(const char* line) {
+    return BeginsWith(line, "-ERR ") ? STRING(line) : STRING("-ERR ") || line;
+}
+
+STRING SummaryLine(const STRING& count, const STRING& unread, bool unreadKnown, const STRING& size) {
+    return STRING("+OK ") || count || " msgs|" || unread || (unreadKnown ? " unread|" : " ?unread|") || size ||
+           " bytes\n";
+}
+
+SUMMARY ReadSummary(const STRING& listing) {
+    SUMMARY summary;
+    summary.Line = listing.Line(0, WORD_NEVERNULL);
+    summary.Count = atoi(summary.Line);
+    summary.UnreadField = summary.Line.Word(1, "|");
+    return summary;
+}
+
+BLOCKCURSOR::BLOCKCURSOR(const STRING& listing) : Rest(listing.View()) {
+    size_t end = Rest.find('\n');
+    Rest.remove_prefix(end == Rest.npos ? Rest.size() : end + 1);
+}
+
+bool BLOCKCURSOR::Next(std::string_view& block) {
+    if (Rest.empty())
+        return false;
+    // The search begins behind the block's first byte, so no block within the text is empty.
+    size_t end = Rest.find(BLOCK_END, 1);
+    block = Rest.substr(0, end);
+    Rest.remove_prefix(end == Rest.npos ? Rest.size() : end + 1);
+    return true;
+}
+
+void WRITER::Append(std::string_view bytes) {
+    Total += static_cast<int64_t>(bytes.size());
+    while (!bytes.empty()) {
+        if (Pieces.empty() || Pieces.back().size() == PIECE_BYTES)
+            Pieces.emplace_back().reserve(PIECE_BYTES);
+        std::string& piece = Pieces.back();
+        size_t n = std::min(bytes.size(), PIECE_BYTES - piece.size());
+        piece.append(bytes.substr(0, n));
+        bytes.remove_prefix(n);
+    }
+}
+
+STRING WRITER::Take() {
+    STRING text;
+    text.Make(static_cast<int>(Total), nullptr);
+    char* at = text.Data();
+    for (std::string& piece : Pieces) {
+        memcpy(at, piece.data(), piece.size());
+        at += piece.size();
+        piece = std::string();
+    }
+    Pieces.clear();
+    Total = 0;
+    return text;
+}
+
+}  // namespace LISTING

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "app/common/frontend.h"
+#include "app/common/texts.h"
+#include "corelib/base/stringarray.h"
+
+/// Numbers of the progress texts.
+inline constexpr int TEXT_READING = 3000;
+inline constexpr int TEXT_CONNECTING = 3001;
+inline constexpr int TEXT_DELETING = 3004;
+inline constexpr int TEXT_MOVING = 3005;
+
+/// Shows how far a conversation is, in the row of its item.
+class PROGRESS {
+ public:
+    PROGRESS(FRONTEND& frontEnd, const TEXTS& texts, int handle)
+        : FrontEnd(frontEnd), TextTable(texts), Handle(handle) {}
+    /// The text of that number with `detail` directly behind it.
+    void Show(int text, const STRING& detail) const { FrontEnd.SetItemStatus(Handle, TextTable.Get(text) || detail); }
+
+ private:
+    FRONTEND& FrontEnd;
+    const TEXTS& TextTable;
+    int Handle;
+};
+
+/// One call on one mailbox, as a handler gets it. Lives for that call.
+struct MAILBOXCALL {
+    const STRINGARRAY& Item;  // for what only one kind of mailbox asks
+    const PROGRESS& Progress;
+    const TEXTS& Texts;
+    STRING Server;
+    STRING User;
+    STRING Password;
+};
+
+/// What each kind of mailbox offers. A handler connects, logs on, does its work, logs off and disconnects within one
+/// call, on the work thread. MAILHANDLING has the table of them.
+struct MAILHANDLER {
+    /// The listing with "+OK " in front (see LISTING), or false and a text that begins "-ERR ". False with a listing
+    /// is possible too: the mailbox was read but did not confirm the end of the conversation.
+    bool (*Get)(const MAILBOXCALL& call, STRING& result);
+    /// ids: one message id a line. `error` comes in empty and may get a text on failure.
+    bool (*Delete)(const MAILBOXCALL& call, const STRING& ids, STRING& error);
+    bool (*Move)(const MAILBOXCALL& call, const STRING& ids, const STRING& folder, STRING& error);
+};
