@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 
 #include "corelib/base/strings.h"
@@ -19,9 +18,12 @@ class DIALUP {
     virtual bool HangUp(const STRING& entry) = 0;
 };
 
+/// Why Dial fails on a machine without a dial-up service.
+inline constexpr const char* DIALUP_MISSING = "Dial-Up Not Installed.";
+
 /// The platform's remote access service. It is loaded at the first operation, so that a machine without it runs the
-/// program as well, and unloaded with the last object; without it there are no entries and no connections, and Dial
-/// fails with "Dial-Up Not Installed.". One object is used by one thread at a time.
+/// program as well, and unloaded with the last object that has used it; without it there are no entries and no
+/// connections, and Dial fails with DIALUP_MISSING. One object is used by one thread at a time.
 class WINRAS : public DIALUP {
  public:
     WINRAS();
@@ -36,5 +38,6 @@ class WINRAS : public DIALUP {
 
  private:
     struct SERVICE;
-    std::shared_ptr<SERVICE> Service;  // null until the first operation
+    const SERVICE* Load();
+    std::shared_ptr<const SERVICE> Service;  // null until the first operation
 };

@@ -1,0 +1,347 @@
+#include "app/check/checkcycle.h"
+
+#include <algorithm>
+
+#include "app/check/dialup.h"
+#include "app/check/newmail.h"
+#include "app/mailbox/listing.h"
+#include "corelib/base/clock.h"
+#include "corelib/base/trace.h"
+
+CHECKTIMES CheckTimes;
+
+namespace {
+
+constexpr int TEXT_TITLE = 10004;
+constexpr int TEXT_DIAL_FAILED = 2964;
+constexpr int TEXT_DIAL_STATES = 2965;
+constexpr int PART_DIALLING = 0;
+constexpr int PART_CONNECTED = 1;
+constexpr int PART_HANGING_UP = 2;
+constexpr int TEXT_CHECK_FAILED = 3006;
+
+constexpr int RESULT_COLUMN = 1;
+
+// Values of the setting ConnectionType.
+constexpr int CONNECTION_PERMANENT = 0;
+constexpr int CONNECTION_DIALUP = 1;
+
+constexpr const char* ERROR_PREFIX = "-ERR";
+
+/// The list of ids under key, which is emptied: what is queued from now on waits for the next check.
+STRING TakeIds(STRINGARRAY& item, const char* key) {
+    STRING ids = item.Get(key);
+    if (ids.Length() > 0)
+        item.Set(key, "");
+    return ids;
+}
+
+/// Takes the line end off a list of ids.
+void CutLineEnd(STRINGARRAY& item, const char* key) {
+    STRING ids = item.Get(key);
+    if (ids.ChopLast('\n'))
+        item.Set(key, ids);
+}
+
+}  // namespace
+
+CHECKCYCLE::CHECKCYCLE(CHECKPARTS parts) : Parts(parts) {}
+
+CHECKCYCLE::~CHECKCYCLE() {
+    Stop();
+    Wait(WAIT_FOREVER);
+}
+
+void CHECKCYCLE::Start() {
+    if (running)
+        return;
+    Wait(WAIT_FOREVER);
+    stopRequested = false;
+    running = true;
+    hThread = OSYS::CreateThread(ThreadBody, this, nullptr);
+    if (!hThread)
+        running = false;
+}
+
+bool CHECKCYCLE::Wait(int timeout) {
+    return !hThread || OSYS::WaitThread(hThread, timeout) == 1;
+}
+
+unsigned CHECKCYCLE::ThreadBody(void* cycle) {
+    return static_cast<CHECKCYCLE*>(cycle)->WorkThread();
+}
+
+unsigned CHECKCYCLE::WorkThread() {
+    while (!stopRequested) {
+        CLOCK::Sleep(CheckTimes.TurnMs);
+        if (!stopRequested)
+            Turn();
+    }
+    Parts.FrontEnd.PostQuit();
+    Trace("TARNWICK::~WorkThread posted WM_QUIT\n");
+    running = false;
+    return 0;
+}
+
+void CHECKCYCLE::Turn() {
+    if (suspended)
+        return;
+    if (static_cast<int>(IsOnline()) != lastOnline) {
+        lastOnline = IsOnline();
+        onlineSince = lastOnline ? CLOCK::Seconds() : 0;
+    }
+    const int type = Parts.State.GetNumber("ConnectionType");
+    if (type != CONNECTION_PERMANENT && Parts.State.GetNumber("ConnectionDunDial") != 0 && !IsOnline())
+        DialIfDue();
+    if (IsOnline() && (type == CONNECTION_PERMANENT || CLOCK::Seconds() - onlineSince > CheckTimes.SettleSeconds)) {
+        WalkItems();
+        EndDialling();
+    }
+    ShowCounts();
+}
+
+/// Pauses in pieces of a turn, so that the end of the program is not held up.
+void CHECKCYCLE::Pause(int ms) {
+    while (ms > 0 && !stopRequested) {
+        const int piece = std::min(ms, CheckTimes.TurnMs);
+        CLOCK::Sleep(piece);
+        ms -= piece;
+    }
+}
+
+bool CHECKCYCLE::IsOnline() {
+    switch (Parts.State.GetNumber("ConnectionType")) {
+        case CONNECTION_PERMANENT:
+            return true;
+        case CONNECTION_DIALUP: {
+            const bool any = Parts.State.GetNumber("ConnectionDunAny") != 0;
+            return Parts.Dialup.IsConnected(any ? STRING("") : Parts.State.Get("EntryToMonitor"));
+        }
+        default:
+            return false;
+    }
+}
+
+void CHECKCYCLE::DialIfDue() {
+    bool due = false;
+    {
+        MUTEXHOLD hold(itemMutex);
+        for (int i = 0; i < Parts.Items.Count() && !due; ++i)
+            due = NeedsRefresh(Parts.Items[i]);
+    }
+    if (!due)
+        return;
+    const STRING entry = Parts.State.Get("EntryToMonitor");
+    Parts.FrontEnd.SetStatusLine(Parts.Texts.Part(TEXT_DIAL_STATES, PART_DIALLING) || entry);
+    Parts.FrontEnd.ShowStatusLine(true);
+    Parts.FrontEnd.ArrangeControls();
+    STRING error("");
+    dialled = Parts.Dialup.Dial(entry, error);
+    // A connection of our own is no change that somebody else made, and is used without waiting for it to settle.
+    lastOnline = dialled;
+    if (dialled)
+        Parts.FrontEnd.SetStatusLine(Parts.Texts.Part(TEXT_DIAL_STATES, PART_CONNECTED) || entry);
+    else
+        DialFailed(error);
+}
+
+void CHECKCYCLE::DialFailed(const STRING& error) {
+    Parts.FrontEnd.ShowMessage(Parts.Texts.Get(TEXT_TITLE), Parts.Texts.Get(TEXT_DIAL_FAILED) || " (" || error || ")");
+    {
+        // No item dials again before its next period.
+        MUTEXHOLD hold(itemMutex);
+        for (int i = 0; i < Parts.Items.Count(); ++i)
+            Refreshed(Parts.Items[i]);
+    }
+    Parts.FrontEnd.ShowStatusLine(false);
+    Parts.FrontEnd.ArrangeControls();
+}
+
+/// A connection that the cycle dialled lives for one pass over the items.
+void CHECKCYCLE::EndDialling() {
+    if (!dialled)
+        return;
+    dialled = false;
+    const STRING entry = Parts.State.Get("EntryToMonitor");
+    Parts.FrontEnd.SetStatusLine(Parts.Texts.Part(TEXT_DIAL_STATES, PART_HANGING_UP) || entry);
+    if (Parts.Dialup.IsConnected(entry))
+        Parts.Dialup.HangUp(entry);
+    Parts.FrontEnd.ShowStatusLine(false);
+    Parts.FrontEnd.ArrangeControls();
+}
+
+void CHECKCYCLE::WalkItems() {
+    startedThisPass = false;
+    for (int i = 0; !stopRequested; ++i) {
+        STRINGARRAY* item = TakeItem(i);
+        if (!item)
+            break;
+        UpdateItem(*item);
+        GiveItemBack();
+    }
+}
+
+STRINGARRAY* CHECKCYCLE::TakeItem(int index) {
+    MUTEXHOLD hold(itemMutex);
+    inHands = index < Parts.Items.Count() ? &Parts.Items[index] : nullptr;
+    return inHands;
+}
+
+void CHECKCYCLE::GiveItemBack() {
+    MUTEXHOLD hold(itemMutex);
+    inHands = nullptr;
+}
+
+bool CHECKCYCLE::RemoveItem(int index) {
+    MUTEXHOLD hold(itemMutex);
+    if (index < 0 || index >= Parts.Items.Count())
+        return false;
+    const STRINGARRAY& item = Parts.Items[index];
+    if (&item == inHands || item.GetNumber("@InUpdate") != 0)
+        return false;
+    Parts.Items.Delete(index);
+    return true;
+}
+
+void CHECKCYCLE::ShowCounts() {
+    bool failed = false;
+    const int count = CountMails(-1, nullptr, &failed);
+    const int errorMark = failed ? 1 : 0;
+    if (count != shownCount || errorMark != lastErrorMark) {
+        Parts.FrontEnd.MakeTaskbarIcon();
+        Parts.FrontEnd.MakeNewTooltip();
+        if (count < lastCount) {
+            Parts.FrontEnd.StopBlinking();
+            Parts.FrontEnd.DoCommand(COMMAND_STOP_SOUND);
+        }
+        lastCount = count;
+        shownCount = count;
+    }
+    lastErrorMark = errorMark;
+}
+
+int CHECKCYCLE::CountMails(int mode, bool* allUnknown, bool* errorMark) {
+    if (mode == -1)
+        mode = Parts.State.GetNumber("EmailTaskbarUnread");
+    int total = 0;
+    int unread = 0;
+    int unknown = 0;
+    bool failed = false;
+    MUTEXHOLD hold(itemMutex);
+    const int items = Parts.Items.Count();
+    for (int i = 0; i < items; ++i) {
+        const STRING counts = Parts.Items[i].Get("LastRC");
+        const STRING unreadPart = counts.Word(1, "|", WORD_NEVERNULL);
+        total += atoi(counts);
+        unread += atoi(unreadPart);
+        unknown += unreadPart.Pos('?') != -1;
+        failed |= unreadPart.Pos('E') != -1;
+    }
+    if (allUnknown)
+        *allUnknown = unknown == items;
+    if (errorMark)
+        *errorMark = failed;
+    return mode ? unread : total;
+}
+
+bool CHECKCYCLE::NeedsRefresh(STRINGARRAY& item) {
+    const int64_t now = CLOCK::Seconds();
+    int64_t last = atoi64(item.Get("LastRefresh"));
+    if (last > now) {
+        last = now;
+        item.SetNumber("LastRefresh", now);
+    }
+    if (item.GetNumber("UpdateSuspended") != 0)
+        return false;
+    if (item.GetNumber("@ForceRefresh") >= 1 || item.Get("@DeleteMessageId").Length() > 0)
+        return true;
+    const int period = item.GetNumber("TimingCyclic");
+    return period >= 1 && last + period <= now;
+}
+
+void CHECKCYCLE::Refreshed(STRINGARRAY& item) {
+    item.SetNumber("LastRefresh", CLOCK::Seconds());
+    item.Set("LastRefreshString", OSYS::DateText() || " / " || OSYS::TimeText());
+    item.SetNumber("@ForceRefresh", std::max(item.GetNumber("@ForceRefresh") - 1, 0));
+    item.Set("@ForcePopup", "0");
+}
+
+void CHECKCYCLE::ForceRefresh(STRINGARRAY& item, int popup) {
+    item.SetNumber("@ForcePopup", popup);
+    item.SetNumber("@ForceRefresh", item.GetNumber("@ForceRefresh") + 1);
+}
+
+int CHECKCYCLE::SetItemState(STRINGARRAY& item, int kind, int value) {
+    if (!ASSERTION(kind == ITEMSTATE_LOCKED || kind == ITEMSTATE_INUPDATE, "kind"))
+        return 0;
+    MUTEXHOLD hold(itemMutex);
+    if (value == ITEMSTATE_ASK)
+        return item.GetNumber("@InUpdate");
+    const char* own = kind == ITEMSTATE_LOCKED ? "@Locked" : "@InUpdate";
+    const char* other = kind == ITEMSTATE_LOCKED ? "@InUpdate" : "@Locked";
+    if (value != 0 && item.GetNumber(other) != 0)
+        return 0;
+    item.SetNumber(own, value);
+    return 1;
+}
+
+void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
+    if (!NeedsRefresh(item) || !SetItemState(item, ITEMSTATE_INUPDATE, 1))
+        return;
+    const int handle = item.GetNumber("@Handle");
+    Parts.FrontEnd.RefreshRow(handle);
+    updating = true;
+    Parts.FrontEnd.MakeTaskbarIcon();
+    Parts.State.Set("ResetCounter", "0");
+
+    STRING newdata;
+    STRING error("");
+    if (CarryOutDisposal(item, error)) {
+        newdata = Parts.Mailboxes.GetMailbox(item);
+    } else {
+        newdata = "-ERR ";
+        newdata += error;
+    }
+    ASSERTION(newdata.Length() > 0, "newdata.NotNull()");
+
+    // Asked before the stamp of the check clears it.
+    const bool asked = item.GetNumber("@ForcePopup") != 0;
+    Refreshed(item);
+    bool popupOpened = false;
+    if (LISTING::BeginsWith(newdata.View(), ERROR_PREFIX)) {
+        item.Set("LastRC", FAILED_COUNTS);
+        newdata = Parts.Texts.Get(TEXT_CHECK_FAILED) || newdata.Mid(5);
+    } else {
+        item.Set("@FileStore", std::move(newdata));
+        // Read where it lies, as a copy would double the largest text of the program: nobody else writes this value.
+        const STRING& listing = item["@FileStore"];
+        newdata =
+            HandleNewMail(item, listing, item.Get("LastSeenIds"), asked, Parts.Texts, Parts.Notifier, popupOpened);
+        Parts.FrontEnd.ListingChanged(handle);
+    }
+    const STRING firstLine = newdata.Line(0);
+    Trace("TARNWICK::AfterHandleMail newdata= %s\n", firstLine.Text());
+    Parts.FrontEnd.SetCell(handle, RESULT_COLUMN, firstLine);
+    item.Set("LastValue", newdata);
+
+    SetItemState(item, ITEMSTATE_INUPDATE, 0);
+    Parts.FrontEnd.RefreshRow(handle);
+    updating = false;
+    Parts.FrontEnd.MakeTaskbarIcon();
+    if (popupOpened)
+        Pause(CheckTimes.PopupPauseMs);
+    Parts.FrontEnd.SetMainTitle();
+}
+
+/// Deletes and moves what was queued for the item. False with the mailbox's text (which may be empty) if one of it
+/// failed; moves then wait if it was the deletion.
+bool CHECKCYCLE::CarryOutDisposal(STRINGARRAY& item, STRING& error) {
+    item.Set("@MoveDelError", "0");
+    CutLineEnd(item, "@DeleteMessageId");
+    CutLineEnd(item, "@MoveMessageId");
+    const STRING deletions = TakeIds(item, "@DeleteMessageId");
+    if (deletions.Length() > 0 && !Parts.Mailboxes.DeleteMail(item, deletions, error))
+        return false;
+    const STRING moves = TakeIds(item, "@MoveMessageId");
+    return moves.Length() == 0 || Parts.Mailboxes.MoveMail(item, moves, item.Get("SpamFolder"), error);
+}

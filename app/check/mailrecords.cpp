@@ -1,0 +1,108 @@
+#include "app/check/mailrecords.h"
+
+#include <memory>
+
+#include "app/check/mailtext.h"
+#include "app/common/formats.h"
+#include "app/mailbox/listing.h"
+
+namespace {
+
+/// The header lines as the records hold them. Only a tab continues a field: a line that begins with a blank is a line
+/// of its own, which no field name matches.
+STRING UnfoldedHeader(std::string_view block) {
+    const std::string_view lines = HeaderBlock(block);
+    STRING out;
+    out.Make(static_cast<int>(lines.size()), nullptr);
+    char* to = out.Data();
+    for (size_t i = 0; i < lines.size(); ++i) {
+        if (lines.substr(i, 2) == "\r\n")
+            ++i;
+        if (lines.substr(i, 2) == "\n\t") {
+            *to++ = ' ';
+            ++i;
+        } else {
+            *to++ = lines[i];
+        }
+    }
+    out.Truncate(static_cast<int>(to - out.Data()));
+    return out;
+}
+
+/// A field's value, empty if the header lacks it.
+STRING Field(std::string_view header, std::string_view name) {
+    STRING value = ReadHeaderField(header, name);
+    return value.NotNull() ? value : STRING("");
+}
+
+/// The identity of a mail whose header gives none: a checksum of what a person would know it by.
+STRING IdFromContent(const STRING& to, const STRING& from, const STRING& subject) {
+    STRING all("");
+    for (const STRING* part : {&to, &from, &subject})
+        all.AppendBytes(part->View());
+    STRING id;
+    id.Format("%lu", static_cast<unsigned long>(all.Crc()));
+    return id;
+}
+
+std::unique_ptr<STRINGARRAY> MakeRecord(std::string_view block) {
+    STRING headerLines = UnfoldedHeader(block);
+    const std::string_view header = headerLines.View();
+
+    STRING to = Field(header, "To");
+    STRING from = Field(header, "From");
+    STRING toEmail;
+    STRING fromEmail;
+    SplitAddress(to, toEmail);
+    SplitAddress(from, fromEmail);
+    DecodeEncodedWords(to);
+    DecodeEncodedWords(from);
+    STRING subject = Field(header, "Subject");
+    DecodeEncodedWords(subject);
+    subject.Strip('R', " \t");
+
+    // A field that is there but empty, as one that was folded with a blank, identifies nothing either.
+    STRING messageId = Field(header, LISTING::MESSAGEID_HEADER);
+    if (messageId.Length() == 0)
+        messageId = IdFromContent(to, from, subject);
+    STRING disposalId = Field(header, LISTING::ID_HEADER);
+    if (disposalId.Length() == 0)
+        disposalId = messageId;
+    STRING seen = Field(header, LISTING::SEEN_HEADER);
+    if (seen.View().starts_with('y'))
+        seen = "1";
+
+    // In the order of the keys, so that each entry goes to the end of the table.
+    constexpr int FIELDS = 15;
+    auto record = std::make_unique<STRINGARRAY>(FIELDS, FIELDS);
+    const auto put = [&record](const char* key, STRING&& value) { (*record)[key] = std::move(value); };
+    put("Body", STRING(BodyBlock(block)));
+    put("Content-Type", Field(header, "Content-Type"));
+    put("From", std::move(from));
+    put("FromEmail", std::move(fromEmail));
+    put("MessageId", std::move(messageId));
+    put("Seen", std::move(seen));
+    put("Subject", std::move(subject));
+    put("To", std::move(to));
+    put("X-Datetime", Field(header, "Date"));
+    put("X-Ignore", "0");
+    put("X-Message-Id", std::move(disposalId));
+    put("X-Size", FormatSize(atoi64(Field(header, LISTING::SIZE_HEADER))));
+    put("X-SpamPoints", Field(header, "X-SpamPoints"));
+    put("X-SpamReason", Field(header, "X-SpamReason"));
+    put("Header", std::move(headerLines));
+    return record;
+}
+
+}  // namespace
+
+int BuildMailHash(const STRING& listing, RECORDARRAY& hash) {
+    Trace("TARNWICK::BuildMailHash\n");
+    hash.DeleteAll();
+    LISTING::BLOCKCURSOR blocks(listing);
+    std::string_view block;
+    while (blocks.Next(block))
+        hash.AddOwned(MakeRecord(block));
+    Trace("TARNWICK::BuildMailHash done\n");
+    return hash.Count();
+}

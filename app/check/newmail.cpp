@@ -1,0 +1,150 @@
+#include "app/check/newmail.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+#include "app/check/items.h"
+#include "app/check/mailrecords.h"
+#include "app/mailbox/listing.h"
+#include "corelib/base/ascii.h"
+
+namespace {
+
+// Parts of the text of counts, and the word for unread mails.
+constexpr int TEXT_COUNTS = 2940;
+constexpr int PART_NONE = 0;
+constexpr int PART_ONE = 1;
+constexpr int PART_MANY = 2;
+constexpr int PART_NEW = 3;
+constexpr int TEXT_UNREAD = 2971;
+
+/// The ids of the last check, to be looked up without regard to case.
+class SEENIDS {
+ public:
+    explicit SEENIDS(const STRING& ids) : Table(MAILHASH_SLOTS, MAILHASH_SLOTS) {
+        // Not by words, which end at a zero byte: one mail with such an id would make all mails behind it new for ever.
+        for (std::string_view rest = ids.View();;) {
+            const size_t end = rest.find('|');
+            const std::string_view id = rest.substr(0, end);
+            Table.AddOwned(std::make_unique<STRING>(id));
+            Folded.insert(Fold(id));
+            if (end == std::string_view::npos)
+                break;
+            rest.remove_prefix(end + 1);
+        }
+    }
+    bool Contains(const STRING& id) const { return Folded.contains(Fold(id.View())); }
+    const DYNARRAY<STRING>& AsTable() const { return Table; }
+
+ private:
+    static std::string Fold(std::string_view id) {
+        std::string folded(id);
+        for (char& ch : folded)
+            ch = static_cast<char>(ASCII::Lower(ch));
+        return folded;
+    }
+
+    DYNARRAY<STRING> Table;
+    std::unordered_set<std::string> Folded;
+};
+
+/// What the records of a listing amount to.
+struct COUNTS {
+    int New = 0;
+    int Unseen = 0;
+    int LastNew = -1;
+    std::string SeenIds;  // the ids of all records that count, split by "|"
+};
+
+COUNTS CountRecords(const RECORDARRAY& records, const SEENIDS& oldIds) {
+    COUNTS counts;
+    for (int i = 0; i < records.Count(); ++i) {
+        const STRINGARRAY& record = records[i];
+        if (record.GetNumber("X-Ignore") != 0)
+            continue;
+        const STRING& id = record["MessageId"];
+        counts.SeenIds.append(id.View()).append("|");
+        if (!oldIds.Contains(id)) {
+            ++counts.New;
+            counts.LastNew = i;
+        }
+        if (record.GetNumber("Seen") == 0)
+            ++counts.Unseen;
+    }
+    while (counts.SeenIds.ends_with('|'))
+        counts.SeenIds.pop_back();
+    return counts;
+}
+
+/// Fills records from the listing, which claims to hold `claimed` mails.
+void ReadRecords(const STRING& listing, int claimed, RECORDARRAY& records) {
+    const int found = BuildMailHash(listing, records);
+    if (found == 1 && claimed == 0) {
+        records.DeleteAll();
+        Trace("TARNWICK::HandleNewMail howmany set to zero, mailhash cleared\n");
+        return;
+    }
+    STRING info;
+    info.Format("howmany= %d, numnow= %d, see mailhash.dat", found, claimed);
+    ASSERTION_QUIET(found == claimed, "howmany==numnow", info.Text());
+}
+
+STRING CountText(int number, const TEXTS& texts) {
+    if (number == 0)
+        return texts.Part(TEXT_COUNTS, PART_NONE) || " " || texts.Part(TEXT_COUNTS, PART_MANY);
+    STRING text;
+    text.Format("%d ", number);
+    return text || texts.Part(TEXT_COUNTS, number == 1 ? PART_ONE : PART_MANY);
+}
+
+}  // namespace
+
+STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& lastSeenIds, bool asked,
+                     const TEXTS& texts, NOTIFIER& notifier, bool& popupOpened) {
+    popupOpened = false;
+    const bool showAll = stricmp(lastSeenIds.Ptr(), SHOW_ALL_IDS, 1) == 0;
+    const LISTING::SUMMARY summary = LISTING::ReadSummary(listing);
+    const int numNow = summary.Count;
+    RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);
+    ReadRecords(listing, numNow, records);
+
+    const SEENIDS oldIds(lastSeenIds);
+    const COUNTS counts = CountRecords(records, oldIds);
+    item.Set("LastSeenIds", STRING(std::string_view(counts.SeenIds)));
+
+    STRING status = CountText(numNow, texts);
+    int unreadReported = -1;
+    bool unknown = true;
+    if (summary.UnreadField.NotNull() && !summary.UnreadField.View().starts_with('?')) {
+        unreadReported = atoi(summary.UnreadField);
+        unknown = summary.UnreadField.Pos('?') != -1;
+    }
+    Trace("TARNWICK::HandleNewMail unrdcount= %d, unreadcount= %d\n", unreadReported, counts.Unseen);
+    STRING lastRc;
+    lastRc.Format("%d|%d%s", numNow, counts.Unseen, unknown ? "?" : "");
+    item.Set("LastRC", lastRc);
+    if (numNow > 0 && !unknown)
+        status.AppendFormat(" (%d %s)", counts.Unseen, texts.Get(TEXT_UNREAD).Text());
+    Trace("TARNWICK::HandleNewMail mails= %s\n", status.Text());
+
+    CHECKREPORT report{.Records = records,
+                       .OldIds = oldIds.AsTable(),
+                       .NewCount = counts.New,
+                       .LastNew = counts.LastNew,
+                       .ShowAll = showAll,
+                       .Unknown = unknown,
+                       .Asked = asked,
+                       .Status = status,
+                       .NewText = STRING("")};
+    if (counts.New > 0) {
+        report.NewText.Format(" (%d %s)", counts.New, texts.Part(TEXT_COUNTS, PART_NEW).Text());
+        Trace("TARNWICK::HandleNewMail newmails= %s\n", report.NewText.Text());
+        popupOpened = notifier.NewMail(item, report);
+    } else if (asked && item.GetNumber("@SuppressPopup") == 0) {
+        popupOpened = notifier.NothingNew(item, report);
+    }
+    item.Set("@SuppressPopup", "0");
+    return status;
+}

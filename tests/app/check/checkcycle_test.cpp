@@ -1,0 +1,303 @@
+#include "app/check/checkcycle.h"
+
+#include "tests/app/check/fakes.h"
+
+namespace {
+
+using LIST = std::vector<std::string>;
+
+constexpr const char* ONE_MAIL = "1 msgs|1 unread|0 bytes\nMessage-Id: a\n\nbody\n\1";
+
+/// The checks and disposals among what was noted.
+LIST Checks(const LIST& journal) {
+    LIST checks;
+    for (const std::string& entry : journal) {
+        if (entry.starts_with("get ") || entry.starts_with("delete ") || entry.starts_with("move "))
+            checks.push_back(entry);
+    }
+    return checks;
+}
+
+class Items : public CYCLETEST {};
+
+TEST_F(Items, AreCompletedAndLocked) {
+    STRINGARRAY item;
+    item.Set("Name", "kept");
+    item.Set("DoPopup", "0");
+    item.Set("@InUpdate", "1");
+    item.Set("@FileStore", "kept too");
+    item.Set("Source2", "secret");
+    FixItem(item, State, NextHandle);
+    const std::pair<const char*, const char*> VALUES[] = {{"Name", "kept"},
+                                                          {"DoPopup", "0"},
+                                                          {"DownloadMailTexts", "1"},
+                                                          {"SpamFolder", "spam"},
+                                                          {"Type", ""},
+                                                          {"PopupBackgroundColor", "111"},
+                                                          {"PopupTextColor", "222"},
+                                                          {"@InUpdate", "0"},
+                                                          {"@ForceRefresh", "0"},
+                                                          {"@FileStore", "kept too"},
+                                                          {"@DeleteMessageId", ""},
+                                                          {"@Handle", "4096"}};
+    for (const auto& [key, value] : VALUES)
+        EXPECT_EQ(Std(item.Get(key)), value) << key;
+    EXPECT_TRUE(item.Get("Source2").GetFlags() & STRINGFLAG_BINARY);
+    EXPECT_TRUE(item.IsLocked());
+    EXPECT_EQ(item.Count(), 36);
+
+    STRINGARRAY second;
+    FixItem(second, State, NextHandle);
+    EXPECT_EQ(second.GetNumber("@Handle"), 4097);
+}
+
+TEST_F(Items, AreDueByTheirPeriodAndByRequest) {
+    STRINGARRAY& item = AddItem("a", 600);
+    EXPECT_TRUE(CHECKCYCLE::NeedsRefresh(item)) << "never checked";
+    CHECKCYCLE::Refreshed(item);
+    EXPECT_EQ(atoi64(item.Get("LastRefresh")), CLOCK::Seconds());
+    EXPECT_TRUE(Std(item.Get("LastRefreshString")).find(" / ") != std::string::npos);
+    Clock.Advance(599 * 1000);
+    EXPECT_FALSE(CHECKCYCLE::NeedsRefresh(item));
+    Clock.Advance(1000);
+    EXPECT_TRUE(CHECKCYCLE::NeedsRefresh(item));
+
+    item.SetNumber("TimingCyclic", 0);
+    EXPECT_FALSE(CHECKCYCLE::NeedsRefresh(item));
+    item.Set("@MoveMessageId", "1\n");
+    EXPECT_FALSE(CHECKCYCLE::NeedsRefresh(item)) << "a move alone waits";
+    item.Set("@DeleteMessageId", "1\n");
+    EXPECT_TRUE(CHECKCYCLE::NeedsRefresh(item));
+    item.Set("@DeleteMessageId", "");
+    CHECKCYCLE::ForceRefresh(item, 1);
+    CHECKCYCLE::ForceRefresh(item, 0);
+    EXPECT_EQ(item.GetNumber("@ForcePopup"), 0);
+    EXPECT_TRUE(CHECKCYCLE::NeedsRefresh(item));
+    item.Set("UpdateSuspended", "1");
+    EXPECT_FALSE(CHECKCYCLE::NeedsRefresh(item)) << "suspension beats everything";
+    item.Set("UpdateSuspended", "");
+    for (int left = 1; left >= 0; --left) {
+        CHECKCYCLE::Refreshed(item);
+        EXPECT_EQ(item.GetNumber("@ForceRefresh"), left);
+    }
+    CHECKCYCLE::Refreshed(item);
+    EXPECT_EQ(item.GetNumber("@ForceRefresh"), 0) << "not below 0";
+}
+
+TEST_F(Items, SurviveAClockThatIsSetBack) {
+    STRINGARRAY& item = AddItem("a", 600);
+    CHECKCYCLE::Refreshed(item);
+    Clock.Advance(-3600 * 1000);
+    EXPECT_FALSE(CHECKCYCLE::NeedsRefresh(item));
+    EXPECT_EQ(atoi64(item.Get("LastRefresh")), CLOCK::Seconds());
+    Clock.Advance(600 * 1000);
+    EXPECT_TRUE(CHECKCYCLE::NeedsRefresh(item));
+}
+
+TEST_F(Items, AreCheckedOrEditedButNotBoth) {
+    STRINGARRAY& item = AddItem("a", 600);
+    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_LOCKED, 1), 1);
+    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_INUPDATE, 1), 0);
+    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_LOCKED, ITEMSTATE_ASK), 0);
+    Cycle.Turn();
+    EXPECT_EQ(Checks(Journal.Take()), LIST{}) << "a locked item is skipped";
+    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_LOCKED, 0), 1);
+    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_INUPDATE, 1), 1);
+    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_LOCKED, 1), 0);
+    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_LOCKED, ITEMSTATE_ASK), 1);
+    EXPECT_FALSE(Cycle.RemoveItem(0));
+    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_INUPDATE, 0), 1);
+    EXPECT_FALSE(Cycle.RemoveItem(1));
+    EXPECT_TRUE(Cycle.RemoveItem(0));
+    EXPECT_EQ(CYCLETEST::Items.Count(), 0);
+
+    EXPECT_ASSERTIONS(1);
+    STRINGARRAY& other = AddItem("b", 600);
+    EXPECT_EQ(Cycle.SetItemState(other, 3, 1), 0);
+}
+
+class Check : public CYCLETEST {
+ protected:
+    std::string Value(const char* key) { return Std(Items[0].Get(key)); }
+};
+
+TEST_F(Check, RunsInOrder) {
+    STRINGARRAY& item = AddItem("a", 600);
+    Mailboxes.Listing = ONE_MAIL;
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Journal.Take(),
+              (LIST{"row 4096", "icon", "get a", "listing", "cell 1 1 mail (1 unread)", "row 4096", "icon", "title"}));
+    EXPECT_EQ(Value("@FileStore"), ONE_MAIL);
+    EXPECT_EQ(Value("LastValue"), "1 mail (1 unread)");
+    EXPECT_EQ(Value("@InUpdate"), "0");
+    EXPECT_EQ(Std(State.Get("ResetCounter")), "0");
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Journal.Take(), LIST{}) << "not due";
+}
+
+TEST_F(Check, FailureKeepsWhatWasSeen) {
+    STRINGARRAY& item = AddItem("a", 600);
+    Mailboxes.Listing = ONE_MAIL;
+    Cycle.UpdateItem(item);
+    Mailboxes.Listing = "-err No response\nsecond line\n";
+    CHECKCYCLE::ForceRefresh(item, 1);
+    Journal.Take();
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Journal.Take()[3], "cell 1 Error: No response");
+    EXPECT_EQ(Value("LastValue"), "Error: No response\nsecond line\n");
+    EXPECT_EQ(Value("LastRC"), "0E|0E");
+    EXPECT_EQ(Value("LastSeenIds"), "a");
+    EXPECT_EQ(Value("@FileStore"), ONE_MAIL);
+    EXPECT_EQ(Value("@ForceRefresh"), "0") << "a failed check counts as a check";
+}
+
+TEST_F(Check, WithoutAResultGoesOn) {
+    EXPECT_ASSERTIONS(1);
+    STRINGARRAY& item = AddItem("a", 600);
+    Mailboxes.Listing = STRING();
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Value("LastRC"), "0|0?");
+}
+
+TEST_F(Check, AnswersTheFirstOfTwoRequests) {
+    STRINGARRAY& item = AddItem("a", 0);
+    CHECKCYCLE::ForceRefresh(item, 1);
+    CHECKCYCLE::ForceRefresh(item, 1);
+    for (int i = 0; i < 3; ++i)
+        Cycle.Turn();
+    EXPECT_EQ(Checks(Journal.Take()), (LIST{"get a", "get a"}));
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{"nothing new"});
+}
+
+TEST_F(Check, PausesBehindAPopup) {
+    STRINGARRAY& item = AddItem("a", 600);
+    Notifier.Popup = true;
+    Mailboxes.Listing = ONE_MAIL;
+    const int64_t before = Clock.UnixMilliSeconds();
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Clock.UnixMilliSeconds() - before, CheckTimes.PopupPauseMs);
+    CHECKCYCLE::ForceRefresh(item, 1);
+    Cycle.Stop();
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Clock.UnixMilliSeconds() - before, CheckTimes.PopupPauseMs) << "a program that ends does not wait";
+}
+
+TEST_F(Check, DisposesFirst) {
+    STRINGARRAY& item = AddItem("a", 0);
+    item.Set("@DeleteMessageId", "1|10\n2|20\n");
+    item.Set("@MoveMessageId", "3\n");
+    item.Set("@MoveDelError", "5");
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Checks(Journal.Take()), (LIST{"delete 1|10\n2|20", "move 3 to spam", "get a"}));
+    EXPECT_EQ(Value("@DeleteMessageId") + Value("@MoveMessageId"), "");
+    EXPECT_EQ(Value("@MoveDelError"), "0");
+}
+
+TEST_F(Check, FailedDisposalIsAFailedCheck) {
+    STRINGARRAY& item = AddItem("a", 0);
+    item.Set("@DeleteMessageId", "1\n");
+    item.Set("@MoveMessageId", "3\n");
+    Mailboxes.Refusal = "no such mail";
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Checks(Journal.Take()), LIST{"delete 1"});
+    EXPECT_EQ(Value("@DeleteMessageId"), "");
+    EXPECT_EQ(Value("@MoveMessageId"), "3") << "moves wait";
+    EXPECT_EQ(Value("LastValue"), "Error: no such mail");
+    EXPECT_EQ(Value("LastRC"), "0E|0E");
+
+    Mailboxes.Refusal = "";
+    CHECKCYCLE::ForceRefresh(item, 0);
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Checks(Journal.Take()), LIST{"move 3 to spam"});
+    EXPECT_EQ(Value("@MoveMessageId"), "");
+    EXPECT_EQ(Value("LastValue"), "Error: ");
+}
+
+TEST_F(Check, KeepsWhatTheUserDeletesMeanwhile) {
+    STRINGARRAY& item = AddItem("a", 0);
+    item.Set("@DeleteMessageId", "1\n");
+    Mailboxes.QueuedMeanwhile = "2\n";
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Value("@DeleteMessageId"), "2\n");
+}
+
+class Counts : public CYCLETEST {};
+
+TEST_F(Counts, AreSummedUp) {
+    bool allUnknown = false;
+    bool failed = true;
+    EXPECT_EQ(Cycle.CountMails(-1, &allUnknown, &failed), 0);
+    EXPECT_TRUE(allUnknown) << "no item knows anything";
+    EXPECT_FALSE(failed);
+
+    AddItem("a", 0).Set("LastRC", "5|2?");
+    EXPECT_EQ(Cycle.CountMails(0, &allUnknown, nullptr), 5);
+    EXPECT_TRUE(allUnknown);
+    AddItem("b", 0).Set("LastRC", "10|3");
+    AddItem("c", 0).Set("LastRC", "0E|0E");
+    AddItem("d", 0);
+    EXPECT_EQ(Cycle.CountMails(-1, &allUnknown, &failed), 5);
+    EXPECT_FALSE(allUnknown);
+    EXPECT_TRUE(failed);
+    State.Set("EmailTaskbarUnread", "0");
+    EXPECT_EQ(Cycle.CountMails(-1, nullptr, nullptr), 15);
+}
+
+TEST_F(Counts, AreShownWhenTheyChange) {
+    STRINGARRAY& item = AddItem("a", 0);
+    const LIST DRAWN = {"icon", "tooltip"};
+    const LIST DRAWN_AND_QUIET = {"icon", "tooltip", "blinking stops", "command 2119"};
+    const struct {
+        const char* LastRc;
+        LIST Journal;
+    } STEPS[] = {{"", DRAWN},
+                 {"", {}},
+                 {"9|3", DRAWN},
+                 {"8|3", {}},
+                 {"9|4", DRAWN},
+                 {"9|2", DRAWN_AND_QUIET},
+                 {"0E|0E", DRAWN_AND_QUIET},
+                 {"0|0", DRAWN}};
+    for (const auto& step : STEPS) {
+        item.Set("LastRC", step.LastRc);
+        Cycle.Turn();
+        EXPECT_EQ(Journal.Take(), step.Journal) << step.LastRc;
+    }
+}
+
+class WorkThread : public CYCLETEST {};
+
+TEST_F(WorkThread, ChecksUntilItIsStopped) {
+    STRINGARRAY& item = AddItem("a", 1);
+    Mailboxes.Listing = ONE_MAIL;
+    Cycle.Start();
+    LIST seen;
+    EXPECT_TRUE(Eventually([&] {
+        // What the user's thread does meanwhile.
+        CHECKCYCLE::ForceRefresh(item, 0);
+        Cycle.CountMails(-1, nullptr, nullptr);
+        Cycle.RemoveItem(1);
+        AddItem("b", 1);
+        for (std::string& entry : Journal.Take())
+            seen.push_back(std::move(entry));
+        return Checks(seen).size() >= 20 && Items[0].Get("@FileStore").View() == ONE_MAIL;
+    }));
+    EXPECT_TRUE(Cycle.IsRunning());
+    Cycle.Stop();
+    EXPECT_TRUE(Cycle.Wait(10000));
+    EXPECT_FALSE(Cycle.IsRunning());
+    const LIST rest = Journal.Take();
+    EXPECT_FALSE(rest.empty() || rest.back() != "quit");
+}
+
+TEST_F(WorkThread, DoesNothingWhileSuspended) {
+    AddItem("a", 1);
+    Cycle.SetSuspended(true);
+    Cycle.Turn();
+    EXPECT_EQ(Journal.Take(), LIST{});
+    Cycle.SetSuspended(false);
+    Cycle.Turn();
+    EXPECT_EQ(Checks(Journal.Take()), LIST{"get a"});
+}
+
+}  // namespace

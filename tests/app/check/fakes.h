@@ -1,0 +1,181 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/check/checkcycle.h"
+#include "app/check/dialup.h"
+#include "tests/support/testsupport.h"
+
+class FAKETEXTS : public TEXTS {
+ public:
+    STRING Get(int id) const override {
+        static const std::map<int, const char*> TEXT = {{2940, "No|mail|mails|new"},
+                                                        {2964, "Cannot dial"},
+                                                        {2965, "Dialling |Connected to |Hanging up "},
+                                                        {2971, "unread"},
+                                                        {3006, "Error: "},
+                                                        {10004, "Title"}};
+        return TEXT.at(id);
+    }
+};
+
+/// Keeps what the engine does, in one list of texts for all fakes, so that the order shows.
+class JOURNAL {
+ public:
+    void Add(std::string entry) {
+        const std::lock_guard hold(Guard);
+        Entries.push_back(std::move(entry));
+    }
+    std::vector<std::string> Take() {
+        const std::lock_guard hold(Guard);
+        return std::exchange(Entries, {});
+    }
+
+ private:
+    std::mutex Guard;
+    std::vector<std::string> Entries;
+};
+
+class RECORDINGFRONTEND : public FRONTEND {
+ public:
+    explicit RECORDINGFRONTEND(JOURNAL& journal) : Journal(journal) {}
+    void MakeTaskbarIcon() override { Journal.Add("icon"); }
+    void MakeNewTooltip() override { Journal.Add("tooltip"); }
+    void SetMainTitle() override { Journal.Add("title"); }
+    void SetStatusLine(const STRING& text) override { Journal.Add("line " + Std(text)); }
+    void ShowStatusLine(bool show) override { Journal.Add(show ? "line shown" : "line hidden"); }
+    void ArrangeControls() override { Journal.Add("arrange"); }
+    void StopBlinking() override { Journal.Add("blinking stops"); }
+    void RefreshRow(int handle) override { Journal.Add("row " + std::to_string(handle)); }
+    void SetCell(int /*handle*/, int column, const STRING& text) override {
+        Journal.Add("cell " + std::to_string(column) + " " + Std(text));
+    }
+    void ListingChanged(int /*handle*/) override { Journal.Add("listing"); }
+    void ShowMessage(const STRING& title, const STRING& text) override { Journal.Add(Std(title) + ": " + Std(text)); }
+    void DoCommand(int command) override { Journal.Add("command " + std::to_string(command)); }
+    void PostQuit() override { Journal.Add("quit"); }
+
+ private:
+    JOURNAL& Journal;
+};
+
+/// Answers each check with Listing, and each disposal with success unless Refusal is set.
+class FAKEMAILBOXES : public MAILBOXES {
+ public:
+    explicit FAKEMAILBOXES(JOURNAL& journal) : Journal(journal) {}
+    STRING GetMailbox(STRINGARRAY& item) override {
+        Journal.Add("get " + Std(item.Get("Name")));
+        return Listing;
+    }
+    bool DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) override {
+        Journal.Add("delete " + Std(ids));
+        if (QueuedMeanwhile.NotNull())
+            item.Set("@DeleteMessageId", QueuedMeanwhile);
+        return Answer(error);
+    }
+    bool MoveMail(STRINGARRAY& /*item*/, const STRING& ids, const STRING& folder, STRING& error) override {
+        Journal.Add("move " + Std(ids) + " to " + Std(folder));
+        return Answer(error);
+    }
+
+    STRING Listing = "0 msgs|0 unread|0 bytes\n";
+    STRING Refusal;          // null: disposal works
+    STRING QueuedMeanwhile;  // what the user deletes while a deletion runs
+
+ private:
+    bool Answer(STRING& error) const {
+        error = Refusal.NotNull() ? Refusal : STRING("");
+        return !Refusal.NotNull();
+    }
+    JOURNAL& Journal;
+};
+
+class FAKEDIALUP : public DIALUP {
+ public:
+    explicit FAKEDIALUP(JOURNAL& journal) : Journal(journal) {}
+    STRING EnumEntries() override { return "home|office"; }
+    bool Dial(const STRING& entry, STRING& error) override {
+        Journal.Add("dial " + Std(entry));
+        Connected = CanDial;
+        if (!CanDial)
+            error = "busy";
+        return CanDial;
+    }
+    bool IsConnected(const STRING& entry) override {
+        return Connected && (entry.Length() == 0 || entry.View() == "home");
+    }
+    bool HangUp(const STRING& entry) override {
+        Journal.Add("hang up " + Std(entry));
+        Connected = false;
+        return true;
+    }
+
+    bool Connected = false;
+    bool CanDial = true;
+
+ private:
+    JOURNAL& Journal;
+};
+
+/// Notes what it is told; `Popup` is its answer.
+class RECORDINGNOTIFIER : public NOTIFIER {
+ public:
+    bool NewMail(STRINGARRAY& /*item*/, const CHECKREPORT& report) override {
+        Calls.push_back("new " + Std(report.Status) + Std(report.NewText) + " last " + std::to_string(report.LastNew) +
+                        (report.ShowAll ? " all" : "") + (report.Unknown ? " unknown" : ""));
+        return Popup;
+    }
+    bool NothingNew(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) override {
+        Calls.push_back("nothing new");
+        return Popup;
+    }
+    std::vector<std::string> TakeCalls() { return std::exchange(Calls, {}); }
+
+    bool Popup = false;
+
+ private:
+    std::vector<std::string> Calls;
+};
+
+/// Settings and items as the program has them, around a check cycle whose clock stands still.
+class CYCLETEST : public testing::Test {
+ protected:
+    CYCLETEST() {
+        for (const auto& [key, value] : {std::pair{"ConnectionType", "0"},
+                                         {"ConnectionDunAny", "0"},
+                                         {"ConnectionDunDial", "0"},
+                                         {"EntryToMonitor", "home"},
+                                         {"EmailTaskbarUnread", "1"},
+                                         {"ResetCounter", "1"},
+                                         {"PopupBackgroundColor", "111"},
+                                         {"PopupTextColor", "222"}})
+            State.Set(key, value);
+        State.AllowNewKeys(false);
+    }
+
+    /// Adds an item with the given period in seconds, not checked so far.
+    STRINGARRAY& AddItem(const char* name, int period) {
+        STRINGARRAY item;
+        FixItem(item, State, NextHandle);
+        item.Set("Name", name);
+        item.SetNumber("TimingCyclic", period);
+        Items.Add(item);
+        return Items[Items.Count() - 1];
+    }
+
+    FAKECLOCK Clock;
+    JOURNAL Journal;
+    FAKETEXTS Texts;
+    STRINGARRAY State;
+    RECORDARRAY Items{8, 8};
+    RECORDINGFRONTEND FrontEnd{Journal};
+    FAKEMAILBOXES Mailboxes{Journal};
+    RECORDINGNOTIFIER Notifier;
+    FAKEDIALUP Dialup{Journal};
+    int NextHandle = FIRST_ITEM_HANDLE;
+    CHECKCYCLE Cycle{CHECKPARTS{State, Items, FrontEnd, Texts, Mailboxes, Notifier, Dialup}};
+};

@@ -1,0 +1,111 @@
+#include "app/check/mailrecords.h"
+
+#include "app/common/formats.h"
+#include "tests/support/testsupport.h"
+
+namespace {
+
+TEST(HeaderBlock, SplitsAndReads) {
+    const std::string_view text = "First: 1\r\nsecond:\t two \r\nSecond: again\r\nSecondary: no\r\n\r\nFirst: body\r\n";
+    EXPECT_EQ(HeaderBlock(text), "First: 1\r\nsecond:\t two \r\nSecond: again\r\nSecondary: no\r\n");
+    EXPECT_EQ(BodyBlock(text), "First: body\r\n");
+    EXPECT_EQ(Std(ReadHeaderField(text, "FIRST")), "1");
+    EXPECT_EQ(Std(ReadHeaderField(text, "Second")), "two ");
+    EXPECT_EQ(Std(ReadHeaderField(text, "Second", 1)), "again");
+    EXPECT_FALSE(ReadHeaderField(text, "Second", 2).NotNull());
+    EXPECT_FALSE(ReadHeaderField(text, "First", 1).NotNull()) << "the body is not searched";
+    EXPECT_TRUE(ReadHeaderField("Empty:\nX: 1\n", "Empty").NotNull());
+
+    EXPECT_EQ(HeaderBlock("no end"), "no end");
+    EXPECT_EQ(BodyBlock("no end"), "");
+    EXPECT_EQ(HeaderBlock("\nbody"), "");
+    EXPECT_EQ(BodyBlock("\nbody"), "body");
+}
+
+class MailRecords : public testing::Test {
+ protected:
+    int Build(std::string_view listing) { return BuildMailHash(STRING(listing), Hash); }
+    RECORDARRAY Hash{MAILHASH_SLOTS, MAILHASH_SLOTS};
+};
+
+TEST_F(MailRecords, HasEveryField) {
+    ASSERT_EQ(Build("1 msgs|0 unread|0 bytes\n"
+                    "X-Size: 1048575\nX-Message-Id: 1|1048575\nX-SpamPoints: 25\nX-SpamReason: words\n"
+                    "to: =?ISO-8859-1?Q?J=F6rg?= <j@example.org>\nFROM: \"A, B\" <ab@example.org>, c@example.org\n"
+                    "Subject: =?ISO-8859-1?Q?hello_?=\t \nMESSAGE-ID: <id@example.org>\nSeen: yes\n"
+                    "Content-Type: text/plain;\n\tcharset=x\nDate: Wed, 4 Mar 2026 05:06:07 +0100\n"
+                    "\nbody\n\nmore\n.\n\1"),
+              1);
+    const std::pair<const char*, const char*> FIELDS[] = {
+        {"To", "J\xF6rg"},
+        {"From", "A, B"},
+        {"FromEmail", "ab@example.org"},
+        {"Subject", "hello"},
+        {"MessageId", "<id@example.org>"},
+        {"X-Message-Id", "1|1048575"},
+        {"Content-Type", "text/plain; charset=x"},
+        {"X-Ignore", "0"},
+        {"Seen", "1"},
+        {"Body", "body\n\nmore\n.\n"},
+        {"X-Datetime", "Wed, 4 Mar 2026 05:06:07 +0100"},
+        {"X-SpamPoints", "25"},
+        {"X-SpamReason", "words"},
+        {"X-Size", FormatSize(1048575).Ptr()},
+    };
+    for (const auto& [key, value] : FIELDS)
+        EXPECT_EQ(Std(Hash[0].Get(key)), value) << key;
+    EXPECT_TRUE(Std(Hash[0].Get("Header")).ends_with("text/plain; charset=x\nDate: Wed, 4 Mar 2026 05:06:07 +0100\n"));
+}
+
+TEST_F(MailRecords, MissingFieldsAreEmpty) {
+    ASSERT_EQ(Build("1\nFrom: a@b\nNoise\n\n\1"), 1);
+    for (const char* key :
+         {"To", "Subject", "Content-Type", "Seen", "Body", "X-Datetime", "X-SpamPoints", "X-SpamReason"})
+        EXPECT_TRUE(Hash[0].Get(key).NotNull() && Hash[0].Get(key).Length() == 0) << key;
+    EXPECT_EQ(Std(Hash[0].Get("X-Size")), "0 KB");
+}
+
+TEST_F(MailRecords, GivesEveryMailAnIdentity) {
+    // Of the same sender and subject, so that both get the same number; the third differs in its subject.
+    ASSERT_EQ(Build("4\nFrom: A <a@b>\nTo: t@b\nSubject: s\n\n1\1"
+                    "From: A <x@y>\nTo: t@b\nSubject: s\nMessage-Id:\n <folded@b>\n\n2\1"
+                    "From: A <a@b>\nTo: t@b\nSubject: other\n\n3\1"
+                    "Message-Id: <m@b>\nSubject: s\n\n4\1"),
+              4);
+    STRING expected;
+    expected.Format("%lu", static_cast<unsigned long>(STRING("t@bAs").Crc()));
+    EXPECT_EQ(Hash[0].Get("MessageId"), expected);
+    EXPECT_EQ(Hash[1].Get("MessageId"), expected) << "a field folded with a blank reads as empty";
+    EXPECT_NE(Std(Hash[2].Get("MessageId")), Std(expected));
+    EXPECT_EQ(Hash[0].Get("X-Message-Id"), expected);
+    EXPECT_EQ(Std(Hash[3].Get("X-Message-Id")), "<m@b>");
+}
+
+TEST_F(MailRecords, OnlyATabContinuesAField) {
+    ASSERT_EQ(Build("1\r\nSubject: one\r\n\ttwo\r\n three\r\nTo: a@b\r\n\r\nbody\r\n\1"), 1);
+    EXPECT_EQ(Std(Hash[0].Get("Subject")), "one two");
+    EXPECT_EQ(Std(Hash[0].Get("To")), "a@b");
+    EXPECT_EQ(Std(Hash[0].Get("Header")), "Subject: one two\n three\nTo: a@b\n");
+    EXPECT_EQ(Std(Hash[0].Get("Body")), "body\r\n");
+}
+
+TEST_F(MailRecords, CountsBlocks) {
+    const struct {
+        std::string_view Listing;
+        int Count;
+    } CASES[] = {
+        {"", 0},
+        {"2 msgs", 0},
+        {"0 msgs\n", 0},
+        {"0 msgs\n\1", 1},
+        {"2 msgs\nA: 1\n\nbody\1B: 2\n\nbody\1", 2},
+        {"2 msgs\nA: 1\n\nbody\1B: 2\n\nno end mark", 2},
+        {"2 msgs\nA: 1\n\nbody\1\1B: 2\n\n\1", 2},
+    };
+    for (const auto& test : CASES) {
+        EXPECT_EQ(Build(test.Listing), test.Count) << test.Listing;
+        EXPECT_EQ(Hash.Count(), test.Count) << test.Listing;
+    }
+}
+
+}  // namespace

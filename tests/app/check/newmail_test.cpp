@@ -1,0 +1,116 @@
+#include "app/check/newmail.h"
+
+#include "tests/app/check/fakes.h"
+
+namespace {
+
+class NewMail : public testing::Test {
+ protected:
+    NewMail() {
+        STRINGARRAY state;
+        state.Set("PopupBackgroundColor", "");
+        state.Set("PopupTextColor", "");
+        int handle = FIRST_ITEM_HANDLE;
+        FixItem(Item, state, handle);
+    }
+    std::string Check(const std::string& listing, bool asked = false) {
+        const STRING before = Item.Get("LastSeenIds");
+        return Std(HandleNewMail(Item, STRING(std::string_view(listing)), before, asked, Texts, Notifier, PopupOpened));
+    }
+    static std::string Mail(const std::string& id, const char* more = "") {
+        return "Message-Id: " + id + "\n" + more + "\nbody\n\1";
+    }
+    std::string Value(const char* key) const { return Std(Item.Get(key)); }
+
+    FAKETEXTS Texts;
+    RECORDINGNOTIFIER Notifier;
+    STRINGARRAY Item;
+    bool PopupOpened = false;
+};
+
+using LIST = std::vector<std::string>;
+
+TEST_F(NewMail, TellsEachMailOnce) {
+    Notifier.Popup = true;
+    EXPECT_EQ(Check("2 msgs|2 unread|0 bytes\n" + Mail("a") + Mail("b")), "2 mails (2 unread)");
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{"new 2 mails (2 unread) (2 new) last 1"});
+    EXPECT_TRUE(PopupOpened);
+    EXPECT_EQ(Value("LastSeenIds"), "a|b");
+    EXPECT_EQ(Value("LastRC"), "2|2");
+
+    // Ids are compared without regard to case, and a mail that was marked unread again is not new.
+    EXPECT_EQ(Check("2 msgs|1 unread|0 bytes\n" + Mail("A", "Seen: 1\n") + Mail("b")), "2 mails (1 unread)");
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{});
+    EXPECT_FALSE(PopupOpened);
+
+    EXPECT_EQ(Check("1 msgs|0 unread|0 bytes\n" + Mail("c", "Seen: yes\n")), "1 mail (0 unread)");
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{"new 1 mail (0 unread) (1 new) last 0"});
+    EXPECT_EQ(Value("LastSeenIds"), "c") << "what has left the server is forgotten";
+}
+
+TEST_F(NewMail, SummaryDecidesWhatIsKnown) {
+    const std::string mails = Mail("a") + Mail("b", "Seen: 1\n");
+    const struct {
+        std::string Listing;
+        const char* Status;
+        const char* LastRc;
+    } CASES[] = {
+        {"2 msgs|2 ?unread|99 bytes\n" + mails, "2 mails", "2|1?"},
+        {"2 msgs|? unread|0 bytes\n" + mails, "2 mails", "2|1?"},
+        {"2 msgs|7 unread|0 bytes\n" + mails, "2 mails (1 unread)", "2|1"},
+        {"2 msgs\n" + mails, "2 mails", "2|1?"},
+        {"0 msgs|0 unread|0 bytes\n", "No mails", "0|0"},
+        {"0 msgs|0 unread|0 bytes\n\1", "No mails", "0|0"},
+        {"0 msgs|0 ?unread|0 bytes\n", "No mails", "0|0?"},
+    };
+    for (const auto& test : CASES) {
+        EXPECT_EQ(Check(test.Listing), test.Status) << test.Listing;
+        EXPECT_EQ(Value("LastRC"), test.LastRc) << test.Listing;
+    }
+    EXPECT_EQ(Value("LastSeenIds"), "");
+}
+
+TEST_F(NewMail, UsesTheRecordsIfTheCountIsWrong) {
+    EXPECT_ASSERTIONS(2);
+    EXPECT_EQ(Check("3 msgs|0 unread|0 bytes\n" + Mail("a")), "3 mails (1 unread)");
+    EXPECT_EQ(Value("LastSeenIds"), "a");
+    EXPECT_EQ(Value("LastRC"), "3|1");
+    Check("0 msgs|0 unread|0 bytes\n" + Mail("a") + Mail("b"));
+    EXPECT_EQ(Value("LastRC"), "0|2");
+}
+
+TEST_F(NewMail, ShowsAllOnce) {
+    const std::string listing = "1 msgs|1 ?unread|0 bytes\n" + Mail("a");
+    Check(listing);
+    Item.Set("LastSeenIds", "<showall>");
+    Notifier.TakeCalls();
+    Check(listing);
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{"new 1 mail (1 new) last 0 all unknown"});
+    EXPECT_EQ(Value("LastSeenIds"), "a");
+    Check(listing);
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{});
+}
+
+TEST_F(NewMail, AnswersWhoAsks) {
+    const std::string listing = "1 msgs|1 unread|0 bytes\n" + Mail("a");
+    Check(listing, true);
+    EXPECT_EQ(Notifier.TakeCalls().size(), 1U) << "new mail is the answer";
+    Notifier.Popup = true;
+    Item.Set("@SuppressPopup", "1");
+    Check(listing, true);
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{});
+    EXPECT_EQ(Value("@SuppressPopup"), "0");
+    Check(listing, true);
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{"nothing new"});
+    EXPECT_TRUE(PopupOpened);
+}
+
+TEST_F(NewMail, AZeroByteInAnIdMakesNothingNewForEver) {
+    const std::string listing = "2 msgs|2 unread|0 bytes\n" + Mail(std::string("a\0z", 3)) + Mail("b");
+    Check(listing);
+    Notifier.TakeCalls();
+    Check(listing);
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{});
+}
+
+}  // namespace
