@@ -16,14 +16,12 @@ STRING UnfoldedHeader(std::string_view block) {
     out.Make(static_cast<int>(lines.size()), nullptr);
     char* to = out.Data();
     for (size_t i = 0; i < lines.size(); ++i) {
-        if (lines.substr(i, 2) == "\r\n")
+        const auto followedBy = [&](char ch) { return i + 1 < lines.size() && lines[i + 1] == ch; };
+        if (lines[i] == '\r' && followedBy('\n'))
             ++i;
-        if (lines.substr(i, 2) == "\n\t") {
-            *to++ = ' ';
-            ++i;
-        } else {
-            *to++ = lines[i];
-        }
+        const bool continued = lines[i] == '\n' && followedBy('\t');
+        *to++ = continued ? ' ' : lines[i];
+        i += continued ? 1 : 0;
     }
     out.Truncate(static_cast<int>(to - out.Data()));
     return out;
@@ -72,25 +70,30 @@ std::unique_ptr<STRINGARRAY> MakeRecord(std::string_view block) {
     if (seen.View().starts_with('y'))
         seen = "1";
 
-    // In the order of the keys, so that each entry goes to the end of the table.
     constexpr int FIELDS = 15;
+    constexpr int SMALL_BLOCK = 16;
     auto record = std::make_unique<STRINGARRAY>(FIELDS, FIELDS);
-    const auto put = [&record](const char* key, STRING&& value) { (*record)[key] = std::move(value); };
-    put("Body", STRING(BodyBlock(block)));
+    // Records are many, and most of their values are far shorter than a string's usual block.
+    const auto put = [&record](const char* key, const STRING& value) {
+        STRING small(SMALL_BLOCK);
+        small.AppendBytes(value.View());
+        (*record)[key] = std::move(small);
+    };
     put("Content-Type", Field(header, "Content-Type"));
-    put("From", std::move(from));
-    put("FromEmail", std::move(fromEmail));
-    put("MessageId", std::move(messageId));
-    put("Seen", std::move(seen));
-    put("Subject", std::move(subject));
-    put("To", std::move(to));
+    put("From", from);
+    put("FromEmail", fromEmail);
+    put("MessageId", messageId);
+    put("Seen", seen);
+    put("Subject", subject);
+    put("To", to);
     put("X-Datetime", Field(header, "Date"));
     put("X-Ignore", "0");
-    put("X-Message-Id", std::move(disposalId));
+    put("X-Message-Id", disposalId);
     put("X-Size", FormatSize(atoi64(Field(header, LISTING::SIZE_HEADER))));
     put("X-SpamPoints", Field(header, "X-SpamPoints"));
     put("X-SpamReason", Field(header, "X-SpamReason"));
-    put("Header", std::move(headerLines));
+    (*record)["Header"] = std::move(headerLines);
+    (*record)["Body"] = STRING(BodyBlock(block));
     return record;
 }
 
