@@ -1,0 +1,21 @@
+#pragma once
+
+#include "app/common/texts.h"
+
+/// The platform's half of a language library: one open file of texts.
+struct LANGUAGELIBRARY::MODULE {
+    /// What stands behind "english" and "german" in the file's name.
+    static const char* const Extension;
+
+    MODULE() = default;
+    ~MODULE();
+    MODULE(const MODULE&) = delete;
+    MODULE& operator=(const MODULE&) = delete;
+
+    bool Open(const char* path);
+    /// Stores the text in code page 1252; false if there is none of that number.
+    bool Find(int id, STRING& text) const;
+
+    void* Handle = nullptr;
+    const void* Table = nullptr;
+};

@@ -1,0 +1,49 @@
+#include "app/common/codepage.h"
+
+#include "tests/support/testsupport.h"
+
+namespace {
+
+TEST(CodePage, TurnsUtf8IntoBytes) {
+    const struct {
+        const char* Utf8;
+        const char* Bytes;
+        bool Exact;
+    } cases[] = {
+        {"", "", true},
+        {"plain", "plain", true},
+        {"Gr\xc3\xb6\xc3\x9f"
+         "e",
+         "Gr\xf6\xdf"
+         "e",
+         true},
+        {"\xe2\x82\xac \xe2\x80\x9eq\xe2\x80\x9c", "\x80 \x84q\x93", true},  // in 0x80 to 0x9f
+        {"\xe4\xb8\xad!", "?!", false},                                      // a character that the page lacks
+        {"\xf0\x9f\x98\x80!", "?!", false},
+        {"\xc2\x81", "?", false},        // a control that the page does not use
+        {"\xc3", "?", false},            // cut off
+        {"\xe2\x82", "??", false},       // cut off
+        {"\xe2\x82x", "??x", false},     // broken off
+        {"\xc0\xaf", "??", false},       // over-long
+        {"\xe0\x80\xaf", "???", false},  // over-long
+        {"\xed\xa0\x80", "???", false},  // half a pair
+        {"\xff\x80", "??", false},
+    };
+    for (const auto& c : cases) {
+        bool exact = !c.Exact;
+        EXPECT_EQ(Std(CODEPAGE::FromUtf8(c.Utf8, &exact)), c.Bytes) << c.Utf8;
+        EXPECT_EQ(exact, c.Exact) << c.Utf8;
+    }
+}
+
+TEST(CodePage, KeepsEveryByteItKnowsOnTheWayThere) {
+    const std::string_view unused = "\x81\x8d\x8f\x90\x9d";
+    for (int byte = 0; byte < 256; ++byte) {
+        const char ch = static_cast<char>(byte);
+        const std::string text(1, unused.find(ch) == unused.npos ? ch : '?');
+        const STRING utf8 = CODEPAGE::ToUtf8(std::string(1, ch));
+        EXPECT_EQ(Std(CODEPAGE::FromUtf8(utf8.View())), text) << byte;
+    }
+}
+
+}  // namespace
