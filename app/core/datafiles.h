@@ -48,8 +48,7 @@ class DATAFILES {
 
  private:
     void RunSetupWizard();
-    void CompleteItems();
-    bool LoadRecords(const char* name, RECORDARRAY& table);
+    bool SaveRecords(const char* name, const RECORDARRAY& table);
     void KeepDamaged(const STRING& path);
     void UpdateDefinitions(STRING& buffer);
     void CreateMissing(const char* name, const char* defaultName, STRING& buffer);

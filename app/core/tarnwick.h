@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 
 #include "app/check/checkcycle.h"
@@ -42,9 +41,9 @@ class TARNWICK {
 
     /// A new item's record, complete and with a handle of its own, not yet in the table. The caller sets its values.
     STRINGARRAY NewItem();
-    /// Appends the record to the table, forces its check with popup 0 and saves the items.
+    /// Appends a copy of the record to the table, forces its check with popup 0 and saves the items, which sorts them.
     void AddItem(const STRINGARRAY& item);
-    /// Takes the item out of the table and saves; false if it is being checked or edited, or there is none.
+    /// Takes the item out of the table and saves; false if it is being checked, or there is none.
     bool RemoveItem(int index);
     /// Index of the item with that handle or name (without regard to case), -1 if none.
     int FindHandle(int handle) const;
@@ -54,8 +53,8 @@ class TARNWICK {
     void ForceRefreshType(int type, int popup);
 
     /// See DATAFILES. Front end's thread; SAVE_ALL is the end's own.
-    bool SaveTables(int mask) { return Files->SaveTables(mask); }
-    bool SaveSettings() { return Files->SaveSettings(); }
+    bool SaveTables(int mask) { return Files && Files->SaveTables(mask); }
+    bool SaveSettings() { return Files && Files->SaveSettings(); }
 
     const STRING& DataDir() const { return Directory; }
     /// The path of a file in the data directory.
@@ -74,24 +73,23 @@ class TARNWICK {
     MUTEXSEM taskbarMutex;
 
  private:
-    bool FindDataDir();
-    bool LockDataDir(const char* directory, OSYS::FILEHANDLE& lock);
+    /// oldDirectory: where the data lay before, if they have moved.
+    bool FindDataDir(STRING& oldDirectory);
+    /// False, with Error set, if another process has the directory.
+    bool LockDataDir(const STRING& directory, OSYS::FILEHANDLE& lock);
     void SaveAll();
 
     FRONTEND& FrontEnd;
-    NOTIFIER& Notifier;
     const ARGUMENTS& Arguments;
     const TEXTS& TextTable;
 
     int NextHandle;
     STRING Directory;
-    STRING OldDirectory;  // where the data lay before this start, if they have moved
     STRING Error;
     OSYS::FILEHANDLE DirectoryLock;
     std::unique_ptr<DATAFILES> Files;
     std::unique_ptr<DIALUP> Dialler;
     std::unique_ptr<MAILHANDLING> Mail;
     std::unique_ptr<CHECKCYCLE> Check;
-    bool Opened = false;
     bool Saved = false;
 };

@@ -44,5 +44,5 @@ class VELMORAAPP {
 int LanguageFromArguments(const ARGUMENTS& arguments);
 /// The directory of the program file; in a development layout the one above its build folder.
 STRING ProgramDirectory(const STRING& programPath);
-/// Product, version and suffix as a person sees them.
+/// What stands first in the title of the program's window: name and version.
 STRING ProgramTitle(const TEXTS& texts);

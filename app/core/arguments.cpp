@@ -1,0 +1,112 @@
+#include "app/core/arguments.h"
+
+#include <cstring>
+
+#include "corelib/base/trace.h"
+#include "corelib/system/osys.h"
+
+namespace {
+
+/// What stands behind "/" or "-" and the name; null if the word is another one.
+const char* BehindName(const STRING& word, const STRING& name) {
+    const char* text = word.Text();
+    if (text[0] != '/' && text[0] != '-') {
+        return nullptr;
+    }
+    return stricmp(word.Mid(1, name.Length()).Ptr(), name.Text(), 0) == 0 ? text + 1 + name.Length() : nullptr;
+}
+
+}  // namespace
+
+DYNARRAY<STRING> SplitCommandLine(const char* commandLine) {
+    DYNARRAY<STRING> words(16, 16);
+    const char* at = commandLine ? commandLine : "";
+    for (;;) {
+        at += strspn(at, " ");
+        if (!*at) {
+            return words;
+        }
+        const bool quoted = *at == '"';
+        at += quoted;
+        const size_t length = strcspn(at, quoted ? "\"" : " ");
+        words.Add(STRING(std::string_view(at, length)));
+        at += length + (quoted && at[length] ? 1 : 0);
+    }
+}
+
+ARGUMENTS::ARGUMENTS(const char* program) : ARGUMENTS(program, "") {}
+
+ARGUMENTS::ARGUMENTS(const char* program, const char* commandLine) : Words(SplitCommandLine(commandLine)) {
+    Words.Insert(0, STRING(FailOnNull(program, "ARGUMENTS")));
+    Line = STRING(commandLine ? commandLine : "");
+    Line.Strip('B', " ");
+}
+
+ARGUMENTS::ARGUMENTS(int argc, const char* const* argv) : Words(16, 16), Line("") {
+    Words.Add(STRING(argc > 0 ? argv[0] : ""));
+    for (int i = 1; i < argc; ++i) {
+        Words.Add(STRING(argv[i]));
+        Line.Append(i > 1 ? " " : "");
+        Line.Append(argv[i]);
+    }
+}
+
+void ARGUMENTS::AddFile(const char* filename) {
+    DYNARRAY<STRING> lines(16, 16);
+    if (!OSYS::FileExists(filename) || lines.LoadLines(filename, 0) == 0) {
+        return;
+    }
+    Trace("Loading commandline.ini");
+    for (int i = 0; i < lines.Count(); ++i) {
+        lines[i].Strip('B', " \t\r");
+        if (lines[i].Length() > 0) {
+            Words.Add(lines[i]);
+        }
+    }
+}
+
+void ARGUMENTS::ApplyLogOptions() {
+    for (; Applied < Words.Count(); ++Applied) {
+        LogOption(Words[Applied].Text());
+    }
+}
+
+bool ARGUMENTS::TestArg(const char* name) const {
+    bool found = false;
+    for (int i = 1; i < Words.Count() && !found; ++i) {
+        const char* rest = BehindName(Words[i], name);
+        found = rest && !*rest;
+    }
+    Trace("TestArg(\"%s\") returned %d\n", name, static_cast<int>(found));
+    return found;
+}
+
+const STRING* ARGUMENTS::FindValue(const char* name, int n) const {
+    for (int i = 1; i < Words.Count(); ++i) {
+        if (BehindName(Words[i], name) && n-- == 0) {
+            return &Words[i];
+        }
+    }
+    return nullptr;
+}
+
+bool ARGUMENTS::TestArgValue(const char* name, int n) const {
+    const bool found = FindValue(name, n) != nullptr;
+    Trace("TestArgValue(\"%s\", %d) returned %d\n", name, n, static_cast<int>(found));
+    return found;
+}
+
+STRING ARGUMENTS::GetArgValue(const char* name, int n) const {
+    STRING value;
+    if (const STRING* word = FindValue(name, n)) {
+        value = "";
+        if (word->Text()[0] == '/') {
+            value = BehindName(*word, name);
+            if (value.Length() > 0) {
+                value.ChopFirst(':');
+            }
+        }
+    }
+    Trace("GetArgValue(\"%s\", %d) returned %s\n", name, n, value.Text());
+    return value;
+}

@@ -1,0 +1,143 @@
+#include "app/core/datadir.h"
+
+#include "corelib/base/dynarray.h"
+#include "corelib/base/files.h"
+#include "corelib/base/trace.h"
+#include "corelib/system/dirscan.h"
+#include "corelib/system/osys.h"
+#include "corelib/system/registry.h"
+
+namespace {
+
+constexpr const char* COMPANY = "Velmora";
+constexpr const char* VALUE_DIR = "ApplicationDataDir";
+constexpr const char* VALUE_PENDING = "ApplicationDataDir.New";
+constexpr const char* VALUE_OLD = "FilesDir";
+
+bool IsOrBecomesDirectory(const STRING& path) {
+    return OSYS::FileIsDirectory(path.Text()) || OSYS::MakeDirectories(path.Text());
+}
+
+/// The stored directory, taken over from the value of older versions if need be; empty if there is none.
+STRING StoredDirectory(REGISTRY& store) {
+    STRING value = store.Read(VALUE_DIR);
+    if (!value.NotNull()) {
+        value = store.Read(VALUE_OLD);
+        if (value.Length() > 0) {
+            store.Write(VALUE_DIR, value.Text());
+            store.Delete(VALUE_OLD);
+        }
+    }
+    return value;
+}
+
+STRING DefaultDirectory(const char* subdirectory) {
+    const STRING gFilesDir = OSYS::FilePath(GetWin32SystemPath(5).Ptr(), COMPANY);
+    ASSERTION(IsOrBecomesDirectory(gFilesDir), "OSYS::FileIsDirectory(gFilesDir)");
+    return OSYS::FilePath(gFilesDir.Ptr(), subdirectory);
+}
+
+/// Names of the files of a directory that match one pattern; the lock stays with its directory.
+DYNARRAY<STRING> FilesOf(const char* directory, const STRING& pattern) {
+    DYNARRAY<STRING> names(64, 64);
+    STRING name;
+    DIRSCAN scan(OSYS::FilePath(directory, pattern.Text()).Ptr(), name);
+    for (; name.NotNull(); scan.Next()) {
+        if (!scan.IsDirectory() && stricmp(name.Ptr(), DATADIR_LOCKFILE, 0) != 0) {
+            names.Add(name);
+        }
+    }
+    return names;
+}
+
+/// Copies the files and deletes the old ones, or leaves those all in place. True if all could be copied.
+bool MoveFiles(FRONTEND& frontEnd, const TEXTS& texts, const char* oldDir, const char* newDir, const char* patterns) {
+    bool ok = true;
+    DYNARRAY<STRING> sources(64, 64);
+    const DYNARRAY<STRING> list(patterns, "|", 4, 4);
+    for (int i = 0; i < list.Count(); ++i) {
+        const DYNARRAY<STRING> names = FilesOf(oldDir, list[i]);
+        for (int n = 0; n < names.Count(); ++n) {
+            const STRING source = OSYS::FilePath(oldDir, names[n].Text());
+            const STRING destination = OSYS::FilePath(newDir, names[n].Text());
+            sources.Add(source);
+            if (!FILES::Copy(source.Text(), destination.Text())) {
+                ok = false;
+                frontEnd.ShowMessage(texts.Get(10001), source || " -> \r\n" || destination ||
+                                                           ": copy failed!\r\nWill keep original data directory!");
+            }
+        }
+    }
+    for (int i = 0; ok && i < sources.Count(); ++i) {
+        FILES::Remove(sources[i].Text());
+    }
+    return ok;
+}
+
+}  // namespace
+
+STRING GetDataDir(const ARGUMENTS& arguments, const char* product, const char* subdirectory, STRING& pending) {
+    pending = STRING();
+    STRING directory = arguments.GetArgValue("WORKDIR", 0);
+    if (directory.Length() > 0) {
+        directory = FILES::SystemPath(directory.Text());
+        OSYS::MakeDirectories(directory.Text());
+        return directory;
+    }
+    REGISTRY store(COMPANY, product, ROOT_CURRENT_USER);
+    directory = StoredDirectory(store);
+    if (directory.Length() == 0) {
+        directory = DefaultDirectory(subdirectory);
+        OSYS::MakeDirectories(directory.Text());
+    } else if (!IsOrBecomesDirectory(directory)) {
+        directory = "0";
+        OSYS::MakeDirectories(directory.Text());
+    }
+    const bool ok = OSYS::FileIsDirectory(directory.Text());
+    if (ASSERTION_INFO(ok, "ok", directory.Text())) {
+        store.Write(VALUE_DIR, directory.Text());
+    } else {
+        directory = ".";
+    }
+    const STRING wanted = store.Read(VALUE_PENDING);
+    if (wanted.Length() > 0 && stricmp(wanted.Ptr(), directory.Ptr(), 0) != 0) {
+        pending = wanted;
+    }
+    return directory;
+}
+
+STRING DataDirText(const TEXTS& texts, int id, const STRING& directory) {
+    STRING text = texts.Get(id);
+    text.Replace("$DIR", directory.Text(), 1);
+    return text;
+}
+
+int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir, const char* pending,
+                const char* patterns) {
+    STRING newDir(pending);
+    const bool copy = newDir.ChopFirst('*') != 0;
+    bool ok = IsOrBecomesDirectory(newDir);
+    if (!ok) {
+        // The start would otherwise go on in a place that is none, with the user's data out of sight.
+        frontEnd.ShowMessage(texts.Get(10001), DataDirText(texts, TEXT_DIR_MISSING, newDir));
+    } else if (copy && stricmp(newDir.Ptr(), oldDir, 0) != 0) {
+        ok = MoveFiles(frontEnd, texts, oldDir, newDir.Text(), patterns);
+    }
+    REGISTRY store(COMPANY, product, ROOT_CURRENT_USER);
+    if (ok) {
+        store.Write(VALUE_DIR, newDir.Text());
+    }
+    store.Delete(VALUE_PENDING);
+    return ok ? 1 : 0;
+}
+
+bool ReplaceDirectory(const char* oldDir, const char* newDir, STRING& value) {
+    if (value.Length() == 0 || stricmp(OSYS::FileDirectory(value.Text()).Ptr(), oldDir, 0) != 0) {
+        return false;
+    }
+    const std::string_view path = value.View();
+    const size_t separator = path.find_last_of("\\:/");
+    const STRING name(separator == path.npos ? path : path.substr(separator + 1));
+    value = OSYS::FilePath(newDir, name.Text());
+    return true;
+}

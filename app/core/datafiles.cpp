@@ -1,0 +1,237 @@
+#include "app/core/datafiles.h"
+
+#include "app/check/items.h"
+#include "app/core/datadir.h"
+#include "app/core/settings.h"
+#include "app/notify/mailtypes.h"
+#include "corelib/base/files.h"
+#include "corelib/base/trace.h"
+#include "corelib/system/osys.h"
+
+namespace {
+
+constexpr const char* FILE_SETTINGS = "tarnwick.ini";
+constexpr const char* FILE_ITEMS = "accounts.ini";
+constexpr const char* FILE_TYPES = "mailtypes.ini";
+constexpr const char* FILE_SPAMDEF = "spamdef.dat";
+constexpr const char* FILE_SPAMDEF_DEFAULT = "def_spamdef.dat";
+
+constexpr int HELP_WELCOME = 2803;
+
+/// Files under their older names. Of two old ones the first wins, as the new name is taken then.
+constexpr struct {
+    const char* Old;
+    const char* New;
+} OLD_NAMES[] = {{"tarnwick.cfg", FILE_SETTINGS},
+                 {"brackenhall.cfg", FILE_SETTINGS},
+                 {"accounts.inf", FILE_ITEMS},
+                 {"items.inf", FILE_ITEMS},
+                 {"mailtypes.inf", FILE_TYPES}};
+
+bool IsEmptyFile(const STRING& path) {
+    STRING content;
+    return content.Load(path.Text(), "rb") && content.Length() == 0;
+}
+
+void SubtractOne(STRINGARRAY& table, const char* key) {
+    table.SetNumber(key, int64_t{table.GetNumber(key)} - 1);
+}
+
+}  // namespace
+
+DATAFILES::DATAFILES(const DATATABLES& tables, const char* dataDir) : Tables(tables), DataDir(dataDir) {}
+
+STRING DATAFILES::Path(const char* name) const {
+    return OSYS::FilePath(DataDir.Ptr(), name);
+}
+
+void DATAFILES::RenameOldFiles() {
+    for (const auto& pair : OLD_NAMES) {
+        const STRING from = Path(pair.Old);
+        const STRING to = Path(pair.New);
+        if (OSYS::FileExists(from.Text()) && !OSYS::FileExists(to.Text())) {
+            FILES::Rename(from.Text(), to.Text());
+        }
+    }
+}
+
+void DATAFILES::KeepDamaged(const STRING& path) {
+    if (!OSYS::FileExists(path.Text()) || IsEmptyFile(path)) {
+        return;
+    }
+    // The end of the run writes the table anew; what stands in this file may still be worth a person's look.
+    const STRING kept = path || ".bad";
+    FILES::Remove(kept.Text());
+    const bool ok = FILES::Rename(path.Text(), kept.Text());
+    Trace("DATAFILES::KeepDamaged nothing could be read from %s, kept as %s, ok= %d\n", path.Text(), kept.Text(),
+          static_cast<int>(ok));
+}
+
+void DATAFILES::LoadSettings() {
+    STRINGARRAY& state = Tables.State;
+    const STRING path = Path(FILE_SETTINGS);
+    if (!state.Load(path.Text()) || state.Count() == 0) {
+        KeepDamaged(path);
+    }
+    state.AllowNewKeys(true);
+    FillSettingDefaults(state, Tables.Texts, DataDir.Text());
+    state.AllowNewKeys(false);
+}
+
+void DATAFILES::RunSetupWizard() {
+    Tables.FrontEnd.RunSetupWizard();
+    for (int i = 0; i < Tables.Items.Count(); ++i) {
+        if (!Tables.Items[i].Exists("@Handle")) {
+            FixItem(Tables.Items[i], Tables.State, Tables.NextHandle);
+        }
+    }
+    if (Tables.Items.Count() > 0) {
+        SaveTables(SAVE_ITEMS);
+    }
+}
+
+void DATAFILES::LoadTables() {
+    const STRING itemFile = Path(FILE_ITEMS);
+    if (Tables.Items.LoadAll(itemFile.Text()) == 0) {
+        KeepDamaged(itemFile);
+        RunSetupWizard();
+    }
+    const STRING typeFile = Path(FILE_TYPES);
+    // An empty file is no failure: the user has deleted all types.
+    if (Tables.Types.LoadAll(typeFile.Text()) == 0 && !IsEmptyFile(typeFile)) {
+        KeepDamaged(typeFile);
+        Tables.Types.LoadAll("def_types.ini");
+    }
+    for (int i = 0; i < Tables.Items.Count(); ++i) {
+        FixItem(Tables.Items[i], Tables.State, Tables.NextHandle);
+    }
+    for (int i = 0; i < Tables.Types.Count(); ++i) {
+        FillTypeDefaults(Tables.Types[i]);
+    }
+    // One buffer serves all of these, and a file that cannot be read leaves in it what it held.
+    STRING buffer;
+    UpdateDefinitions(buffer);
+    CreateMissing("spamvars.dat", nullptr, buffer);
+    CreateMissing("myfriends.dat", "def_friends.dat", buffer);
+    CreateMissing("badsenders.dat", "def_badsenders.dat", buffer);
+}
+
+void DATAFILES::UpdateDefinitions(STRING& buffer) {
+    const STRING path = Path(FILE_SPAMDEF);
+    const STRING time = OSYS::FileTime(path.Text());
+    STRING defaultTime = OSYS::FileTime(FILE_SPAMDEF_DEFAULT);
+    if (!defaultTime.NotNull()) {
+        defaultTime = "0000-00-00 00:00:00";
+    }
+    bool refused = false;
+    if (time.NotNull() && defaultTime.View() > time.View()) {
+        if (Tables.FrontEnd.AskYesNo(Tables.Texts.Get(10001), Tables.Texts.Get(3054))) {
+            FILES::Copy(FILE_SPAMDEF_DEFAULT, path.Text());
+        } else {
+            refused = true;
+        }
+    }
+    const bool missing = !OSYS::FileExists(path.Text());
+    const bool read = buffer.Load(missing ? FILE_SPAMDEF_DEFAULT : path.Text(), "r") != 0;
+    // Writing a refused file's own text back renews its time, so that the question does not come again at each start.
+    if (missing || (refused && read)) {
+        buffer.Save(path.Text(), "w");
+    }
+}
+
+void DATAFILES::CreateMissing(const char* name, const char* defaultName, STRING& buffer) {
+    const STRING path = Path(name);
+    if (OSYS::FileExists(path.Text())) {
+        buffer.Load(path.Text(), "r");
+        return;
+    }
+    if (defaultName) {
+        buffer.Load(defaultName, "r");
+    } else {
+        buffer = "";
+    }
+    buffer.Save(path.Text(), "w");
+}
+
+void DATAFILES::UpgradeSettings(const STRING& dialEntries) {
+    STRINGARRAY& state = Tables.State;
+    const STRING version = state.Get("Version");
+    const auto below = [&version](const char* other) { return stricmp(version.Text(), other, 0) < 0; };
+    if (stricmp(version.Text(), "0.00", 0) > 0) {
+        if (below("1.02") && Tables.Items.Count() > 0) {
+            Tables.Items[0].Set("TrayCheck", "1");
+        }
+        if (below("1.23")) {
+            SubtractOne(state, "PopupPosition");
+        }
+        if (below("2.01")) {
+            FILES::Remove("spamcheck.log");
+        }
+    }
+    if (below("0.99")) {
+        Tables.FrontEnd.ShowMessage(Tables.Texts.Get(10004), Tables.Texts.Get(2961));
+        Tables.FrontEnd.ShowHelp(HELP_WELCOME);
+    }
+    const int connection = state.GetNumber("ConnectionType");
+    const DYNARRAY<STRING> entries(dialEntries, "|", 8, 8);
+    if (connection == -1 || (connection == 1 && entries.Find(state.Get("EntryToMonitor").Text(), 0) == -1)) {
+        RunSetupWizard();
+    }
+    state.Set("Version", PROGRAM_VERSION);
+}
+
+void DATAFILES::MovePaths(const char* oldDir) {
+    const STRING olddir(oldDir);
+    if (!ASSERTION(olddir.NotNull(), "olddir.NotNull()")) {
+        return;
+    }
+    for (const char* key : {"SpamMyFriends", "SpamBadSenders", "SpamFilename", "SpamVarsFile"}) {
+        STRING path = Tables.State.Get(key);
+        if (ReplaceDirectory(oldDir, DataDir.Text(), path)) {
+            Tables.State.Set(key, path);
+        }
+    }
+}
+
+bool DATAFILES::SaveTables(int mask) {
+    if (mask == SAVE_ALL) {
+        for (int i = 0; i < Tables.Items.Count(); ++i) {
+            STRINGARRAY& item = Tables.Items[i];
+            const DYNARRAY<STRING> keys = item.GetKeys();
+            for (int k = 0; k < keys.Count(); ++k) {
+                if (keys[k][0] == '@') {
+                    item.Delete(keys[k].Text());
+                }
+            }
+            item.AllowNewKeys(true);
+        }
+    }
+    bool ok = true;
+    if (mask & SAVE_ITEMS) {
+        Tables.Items.SortByKey("Name", 0);
+        ok = SaveRecords(FILE_ITEMS, Tables.Items);
+    }
+    if (mask & SAVE_TYPES) {
+        ok = SaveRecords(FILE_TYPES, Tables.Types) && ok;
+    }
+    return ok;
+}
+
+bool DATAFILES::SaveRecords(const char* name, const RECORDARRAY& table) {
+    const STRING path = Path(name);
+    const int count = table.Count();
+    const bool ok = table.SaveAll(path.Text()) == count && (count > 0 || IsEmptyFile(path));
+    if (!ok) {
+        Trace("DATAFILES::SaveTables %s could not be written\n", path.Text());
+    }
+    return ok;
+}
+
+bool DATAFILES::SaveSettings() {
+    const STRING path = Path(FILE_SETTINGS);
+    const bool ok = Tables.State.Save(path.Text()) != 0;
+    if (!ok) {
+        Trace("DATAFILES::SaveSettings %s could not be written\n", path.Text());
+    }
+    return ok;
+}

@@ -1,0 +1,23 @@
+#include "app/core/settings.h"
+
+#include "corelib/system/osys.h"
+
+void FillSettingDefaults(STRINGARRAY& state, const TEXTS& texts, const char* dataDir) {
+    for (const SETTING& setting : SETTINGS) {
+        if (state.Exists(setting.Key) && setting.Kind != SETTINGKIND::ALWAYS) {
+            continue;
+        }
+        switch (setting.Kind) {
+            case SETTINGKIND::NUMBERED:
+                state.Set(setting.Key, texts.Get(setting.TextId));
+                break;
+            case SETTINGKIND::DATAFILE:
+                state.Set(setting.Key, STRING(dataDir) || "\\" || setting.Default);
+                break;
+            case SETTINGKIND::FIXED:
+            case SETTINGKIND::ALWAYS:
+                state.Set(setting.Key, setting.Default);
+                break;
+        }
+    }
+}

@@ -1,0 +1,167 @@
+#include "app/core/tarnwick.h"
+
+#include <utility>
+
+#include "app/check/dialup.h"
+#include "app/check/items.h"
+#include "app/core/datadir.h"
+#include "app/mailbox/mailhandling.h"
+#include "corelib/base/trace.h"
+
+TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& notifier, const ARGUMENTS& arguments, const TEXTS& texts)
+    : pState(64, 64),
+      Items(64, 64),
+      Types(64, 64),
+      FrontEnd(frontEnd),
+      Arguments(arguments),
+      TextTable(texts),
+      NextHandle(FIRST_ITEM_HANDLE),
+      Dialler(std::make_unique<WINRAS>()),
+      Mail(std::make_unique<MAILHANDLING>(frontEnd, texts)),
+      Check(std::make_unique<CHECKCYCLE>(CHECKPARTS{pState, Items, frontEnd, texts, *Mail, notifier, *Dialler})) {}
+
+TARNWICK::~TARNWICK() {
+    Stop();
+    Check->Wait(WAIT_FOREVER);
+    Trace("TARNWICK::~TARNWICK hThread completed\n");
+    if (Files && !Saved) {
+        SaveAll();
+    }
+    Trace("TARNWICK::~TARNWICK done\n");
+}
+
+bool TARNWICK::Open() {
+    STRING oldDirectory;
+    if (!FindDataDir(oldDirectory)) {
+        Trace("TARNWICK::Open %s\n", Error.Text());
+        return false;
+    }
+    OSYS::MakeDirectories(DataFile("trash").Text());
+    Files = std::make_unique<DATAFILES>(DATATABLES{pState, Items, Types, NextHandle, FrontEnd, TextTable},
+                                        Directory.Text());
+    Files->RenameOldFiles();
+    Files->LoadSettings();
+    Files->LoadTables();
+    Files->UpgradeSettings(Dialler->EnumEntries());
+    if (oldDirectory.NotNull()) {
+        Files->MovePaths(oldDirectory.Text());
+    }
+    return true;
+}
+
+bool TARNWICK::FindDataDir(STRING& oldDirectory) {
+    const STRING product = TextTable.Get(10002);
+    STRING pending;
+    Directory = GetDataDir(Arguments, product.Text(), product.Text(), pending);
+    if (!OSYS::FileIsDirectory(Directory.Text())) {
+        Error = DataDirText(TextTable, TEXT_DIR_MISSING, Directory);
+        return false;
+    }
+    if (!LockDataDir(Directory, DirectoryLock)) {
+        return false;
+    }
+    if (!pending.NotNull()) {
+        return true;
+    }
+    STRING newDirectory = pending;
+    newDirectory.ChopFirst('*');
+    // The new place too must be nobody else's before files go there.
+    OSYS::FILEHANDLE newLock;
+    if (OSYS::MakeDirectories(newDirectory.Text()) && stricmp(newDirectory.Ptr(), Directory.Ptr(), 0) != 0 &&
+        !LockDataDir(newDirectory, newLock)) {
+        return false;
+    }
+    if (MoveDataDir(FrontEnd, TextTable, product.Text(), Directory.Text(), pending.Text(), "*.*")) {
+        oldDirectory = Directory;
+        Directory = newDirectory;
+        if (newLock.IsOpen()) {
+            DirectoryLock = std::move(newLock);
+        }
+    }
+    return true;
+}
+
+bool TARNWICK::LockDataDir(const STRING& directory, OSYS::FILEHANDLE& lock) {
+    const STRING path = OSYS::FilePath(directory.Ptr(), DATADIR_LOCKFILE);
+    lock = OSYS::OpenFile(path.Text(), "w");
+    if (!lock.IsOpen() && OSYS::FileExists(path.Text())) {
+        Error = DataDirText(TextTable, TEXT_DIR_IN_USE, directory);
+        return false;
+    }
+    return true;  // without a lock where none can be made: such a directory can be read all the same
+}
+
+void TARNWICK::Start() {
+    Check->Start();
+    if (Arguments.TestArg("CHECK")) {
+        ForceRefreshAll(1);
+    }
+}
+
+void TARNWICK::Stop() {
+    Check->Stop();
+}
+
+void TARNWICK::EndSession() {
+    Trace("WM_ENDSESSION\n");
+    Stop();
+    Check->Wait(WAIT_FOREVER);
+    Saved = true;
+    if (Files) {
+        SaveAll();
+    }
+    FrontEnd.PostQuit();
+    Trace("WM_ENDSESSION -> saved all and QUIT posted\n");
+}
+
+void TARNWICK::SaveAll() {
+    Files->SaveTables(SAVE_ALL);
+    Files->SaveSettings();
+}
+
+STRINGARRAY TARNWICK::NewItem() {
+    STRINGARRAY item(64, 64);
+    FixItem(item, pState, NextHandle);
+    item.Set("Type", "1");
+    item.Set("TimingCyclic", "600");
+    return item;
+}
+
+void TARNWICK::AddItem(const STRINGARRAY& item) {
+    auto record = std::make_unique<STRINGARRAY>(item);
+    CHECKCYCLE::ForceRefresh(*record, 0);
+    Items.AddOwned(std::move(record));
+    SaveTables(SAVE_ITEMS);
+}
+
+bool TARNWICK::RemoveItem(int index) {
+    const bool removed = Check->RemoveItem(index);
+    if (removed) {
+        SaveTables(SAVE_ITEMS);
+    }
+    return removed;
+}
+
+int TARNWICK::FindHandle(int handle) const {
+    STRING text;
+    text.Format("%d", handle);
+    return Items.FindRecord("@Handle", text.Text(), 1);
+}
+
+int TARNWICK::FindName(const char* name) const {
+    return Items.FindRecord("Name", name, 1);
+}
+
+void TARNWICK::ForceRefreshAll(int popup) {
+    for (int i = 0; i < Items.Count(); ++i) {
+        CHECKCYCLE::ForceRefresh(Items[i], popup);
+    }
+}
+
+void TARNWICK::ForceRefreshType(int type, int popup) {
+    for (int i = 0; i < Items.Count(); ++i) {
+        if (Items[i].GetNumber("Type") == type) {
+            CHECKCYCLE::ForceRefresh(Items[i], popup);
+        }
+    }
+}

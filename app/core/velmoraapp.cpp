@@ -1,0 +1,97 @@
+#include "app/core/velmoraapp.h"
+
+#include <utility>
+
+#include "app/core/settings.h"
+#include "corelib/base/files.h"
+#include "corelib/base/trace.h"
+#include "corelib/system/osys.h"
+
+namespace {
+
+constexpr const char* BUILD_STAMP = __DATE__ " " __TIME__;
+
+const char* SystemName() {
+    if (STRING("/") == FILES::NativePath("\\")) {
+        return "<unknown>\n";  // none of the family
+    }
+    switch (OSYS::GetOsType()) {
+        case 0:
+            return "Windows 95/98\n";
+        case 1:
+            return "Windows NT4\n";
+        case 2:
+            return "Windows 2000\n";
+        default:
+            return "<unknown>\n";
+    }
+}
+
+}  // namespace
+
+int LanguageFromArguments(const ARGUMENTS& arguments) {
+    const STRING value = arguments.GetArgValue("LANG", 0);
+    if (!value.NotNull()) {
+        return OSYS::UserLanguage();
+    }
+    if (stricmp(value.Ptr(), "GER", 0) == 0) {
+        return LANGUAGE_GERMAN;
+    }
+    return stricmp(value.Ptr(), "ENGL", 0) == 0 ? LANGUAGE_ENGLISH : atoi(value);
+}
+
+STRING ProgramDirectory(const STRING& programPath) {
+    STRING directory = OSYS::FileDirectory(programPath.NotNull() ? programPath.Ptr() : "");
+    if (OSYS::FileExists((directory || "\\..\\main.cpp").Ptr())) {
+        for (const char* folder : {"\\Debug", "\\Debug2", "\\Release", "\\Release2"}) {
+            const int length = STRING(folder).Length();
+            if (directory.Length() > length && stricmp(directory.Right(length).Ptr(), folder, 0) == 0) {
+                directory.DeleteRight(length);
+                break;
+            }
+        }
+    }
+    return directory;
+}
+
+STRING ProgramTitle(const TEXTS& texts) {
+    return texts.Get(10004) || " V" || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX;
+}
+
+VELMORAAPP::VELMORAAPP(ARGUMENTS arguments)
+    : Args(std::move(arguments)), gWorkDir(ProgramDirectory(OSYS::ProgramPath())) {
+    OSYS::SetCurrentDir(gWorkDir.Text());
+    Args.ApplyLogOptions();
+    Args.AddFile();
+    Args.ApplyLogOptions();
+    Trace("APP::WinMain instance=%08x parm=%s\n", 0U, Args.CommandLine().Text());
+    LanguageId = LanguageFromArguments(Args);
+}
+
+VELMORAAPP::~VELMORAAPP() {
+    LogOption("/LOGITCLOSE");
+}
+
+int VELMORAAPP::Start(FRONTEND& frontEnd) {
+    STRING path;
+    LanguageId = Library.Load(gWorkDir.Text(), LanguageId, path);
+    if (LanguageId == 0) {
+        frontEnd.ShowMessage("Velmora Application", STRING("DLL not found:\r") || path);
+        return EXIT_NO_LANGUAGE;
+    }
+    SetTraceLanguage(LanguageId);
+    SetApplicationName((Library.Get(10001) || " " || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX).Text());
+    TraceBanner();
+    Minimized = Args.TestArg("MIN");
+    return 0;
+}
+
+void VELMORAAPP::TraceBanner() const {
+    Trace("%s Version %s%s\n", Library.Get(10001).Text(), PROGRAM_VERSION, PROGRAM_VERSION_SUFFIX);
+    Trace("Started %s %s\n", OSYS::DateText().Text(), OSYS::TimeText().Text());
+    Trace("Compiled %s\n", BUILD_STAMP);
+    Trace("Current Directory: %s (exe directory)\n", OSYS::GetCurrentDir().Text());
+    Trace("Working Directory: %s (gWorkDir, program started from here)\n", gWorkDir.Text());
+    Trace("Running under \n");
+    Trace("%s", SystemName());
+}

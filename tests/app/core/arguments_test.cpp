@@ -1,0 +1,73 @@
+#include "app/core/arguments.h"
+
+#include "tests/app/core/coresupport.h"
+
+namespace {
+
+std::string Joined(const ARGUMENTS& arguments) {
+    std::string all;
+    for (int i = 1; i < arguments.Count(); ++i) {
+        all.append("[").append(arguments[i].View()).append("]");
+    }
+    return all;
+}
+
+TEST(Arguments, SplitsTheCommandLine) {
+    const struct {
+        const char* Line;
+        const char* Words;
+    } cases[] = {
+        {"", ""},
+        {"   ", ""},
+        {"/MIN", "[/MIN]"},
+        {"  /MIN   -check  ", "[/MIN][-check]"},
+        {"\"/WORKDIR:c:\\my data\" /MIN", "[/WORKDIR:c:\\my data][/MIN]"},
+        {"/WORKDIR:\"c:\\my data\"", "[/WORKDIR:\"c:\\my][data\"]"},  // only a word that begins with a quote
+        {"\"\" x", "[][x]"},
+        {"\"open end", "[open end]"},
+        {"\"a\"b c", "[a][b][c]"},
+        {"\"", "[]"},
+        {"\ta", "[\ta]"},  // a tab is no blank
+    };
+    for (const auto& c : cases) {
+        const ARGUMENTS arguments("tarnwick", c.Line);
+        EXPECT_EQ(Joined(arguments), c.Words) << c.Line;
+        EXPECT_EQ(Std(arguments[0]), "tarnwick");
+    }
+}
+
+TEST(Arguments, FindsSwitchesAndTheirValues) {
+    const ARGUMENTS arguments("/min", "/Lang:GER -check /LOG:5 min /log6 -log:7 \"/WORKDIR:c:\\my data\" /log::");
+    EXPECT_TRUE(arguments.TestArg("CHECK"));
+    EXPECT_FALSE(arguments.TestArg("CHEC"));
+    EXPECT_FALSE(arguments.TestArg("LANG"));  // it has a value
+    EXPECT_FALSE(arguments.TestArg("MIN"));   // neither the program's own name nor a bare word
+    EXPECT_TRUE(arguments.TestArgValue("lang", 0));
+    EXPECT_FALSE(arguments.TestArgValue("lang", 1));
+    EXPECT_TRUE(arguments.TestArgValue("LOG", 3));
+    EXPECT_FALSE(arguments.TestArgValue("LOG", 4));
+    EXPECT_EQ(Std(arguments.GetArgValue("lang", 0)), "GER");
+    EXPECT_EQ(Std(arguments.GetArgValue("LOG", 0)), "5");
+    EXPECT_EQ(Std(arguments.GetArgValue("LOG", 1)), "6");
+    EXPECT_EQ(Std(arguments.GetArgValue("LOG", 3)), ":");
+    EXPECT_EQ(Std(arguments.GetArgValue("WORKDIR", 0)), "c:\\my data");
+    const STRING dash = arguments.GetArgValue("LOG", 2);
+    EXPECT_TRUE(dash.NotNull());
+    EXPECT_EQ(Std(dash), "");
+    EXPECT_FALSE(arguments.GetArgValue("LOG", 4).NotNull());
+}
+
+TEST(Arguments, TakesTheWordsOfAFile) {
+    TEMPDIR dir;
+    CURRENTDIR here(dir.Path());
+    const char* const argv[] = {"tarnwick", "/a b", "/c"};
+    ARGUMENTS arguments(3, argv);
+    EXPECT_EQ(Std(arguments.CommandLine()), "/a b /c");
+    arguments.AddFile();
+    EXPECT_EQ(arguments.Count(), 3);
+    WriteBytes(dir.File("commandline.ini"), " \t/MIN \r\n\r\n  \r\n/WORKDIR:c:\\my data\t\r\nlast");
+    arguments.AddFile();
+    EXPECT_EQ(Joined(arguments), "[/a b][/c][/MIN][/WORKDIR:c:\\my data][last]");
+}
+
+}  // namespace

@@ -1,0 +1,277 @@
+#include "app/core/datafiles.h"
+
+#include <chrono>
+#include <filesystem>
+
+#include "app/core/settings.h"
+#include "corelib/base/files.h"
+#include "tests/app/core/coresupport.h"
+
+namespace {
+
+/// The current directory stands for the program's, with the files as shipped; Data is the data directory.
+class DataFiles : public ::testing::Test {
+ protected:
+    DataFiles() : Here(Program.Path()) { Reset(); }
+
+    /// As after a new start of the program.
+    void Reset() {
+        State = STRINGARRAY(64, 64);
+        Items = RECORDARRAY(64, 64);
+        Types = RECORDARRAY(64, 64);
+        NextHandle = 4096;
+        Files = std::make_unique<DATAFILES>(DATATABLES{State, Items, Types, NextHandle, FrontEnd, Texts}, Data.Path());
+    }
+    void Start() {
+        Reset();
+        Files->RenameOldFiles();
+        Files->LoadSettings();
+        Files->LoadTables();
+        Files->UpgradeSettings("");
+    }
+    std::string InData(const char* name) { return ReadBytes(Data.File(name)); }
+    void WriteData(const char* name, const std::string& text) { WriteBytes(Data.File(name), text); }
+    void WriteProgram(const char* name, const std::string& text) { WriteBytes(Program.File(name), text); }
+    /// Dates a file back.
+    static void SetAge(const std::string& nativePath, std::chrono::minutes age) {
+        std::filesystem::last_write_time(nativePath, std::filesystem::file_time_type::clock::now() - age);
+    }
+
+    TEMPDIR Program;
+    TEMPDIR Data;
+    CURRENTDIR Here;
+    RECORDER FrontEnd;
+    NUMBEREDTEXTS Texts;
+    STRINGARRAY State;
+    RECORDARRAY Items{64, 64};
+    RECORDARRAY Types{64, 64};
+    int NextHandle = 4096;
+    std::unique_ptr<DATAFILES> Files;
+};
+
+TEST_F(DataFiles, EveryMissingSettingGetsItsDefaultAndNoOther) {
+    WriteData("tarnwick.ini",
+              "popupduration=3\r\nSpamSmtp=\r\nPopupFont=\r\nSpamMyEmail=\r\nResetCounter=1\r\nMine=kept\r\n");
+    Files->LoadSettings();
+    EXPECT_EQ(Std(State.Get("PopupDuration")), "3");
+    EXPECT_EQ(Std(State.Get("SpamMyEmail")), "");  // there, though empty
+    EXPECT_EQ(Std(State.Get("ResetCounter")), "0");
+    EXPECT_EQ(Std(State.Get("Mine")), "kept");
+    EXPECT_EQ(Std(State.Get("PopupLaterDelay")), "15");
+    EXPECT_EQ(Std(State.Get("PopupMailDetails")), "text 2957 $DIR");
+    EXPECT_EQ(Std(State.Get("SpamFilename")), Data.Path() + std::string("\\spamdef.dat"));
+    EXPECT_EQ(State.Count(), static_cast<int>(std::size(SETTINGS)) + 1);
+    EXPECT_TRUE(State.IsLocked());
+    EXPECT_TRUE(Files->SaveSettings());
+    EXPECT_NE(InData("tarnwick.ini").find("Mine=kept\r\n"), std::string::npos);
+}
+
+TEST_F(DataFiles, OldFilesGetTheirNewNamesUnlessThoseAreTaken) {
+    for (const char* name : {"tarnwick.cfg", "brackenhall.cfg", "items.inf", "mailtypes.inf", "mailtypes.ini"}) {
+        WriteData(name, name);
+    }
+    Files->RenameOldFiles();
+    EXPECT_EQ(InData("tarnwick.ini"), "tarnwick.cfg");
+    EXPECT_EQ(InData("brackenhall.cfg"), "brackenhall.cfg");
+    EXPECT_EQ(InData("accounts.ini"), "items.inf");
+    EXPECT_EQ(InData("mailtypes.ini"), "mailtypes.ini");
+    EXPECT_EQ(InData("mailtypes.inf"), "mailtypes.inf");
+}
+
+TEST_F(DataFiles, FirstStartRunsTheWizardAndMakesTheFilesFromTheDefaults) {
+    WriteProgram("def_types.ini", "[#0]\r\nName=list\r\n\r\n");
+    WriteProgram("def_spamdef.dat", "S|1|x\r\n");
+    WriteProgram("def_friends.dat", "friend\r\n");
+    WriteProgram("def_badsenders.dat", "bad\r\n");
+    FrontEnd.Wizard = [this] {
+        STRINGARRAY item;
+        item.Set("Name", "second");
+        item.Set("Source2", "secret");
+        Items.Add(item);
+        item.Set("Name", "first");
+        Items.Add(item);
+        State.Set("ConnectionType", "0");
+    };
+    Start();
+    EXPECT_EQ(FrontEnd.Wizards, 1);
+    EXPECT_EQ(FrontEnd.Messages, std::vector<std::string>{"text 10004 $DIR: text 2961 $DIR"});
+    EXPECT_EQ(FrontEnd.Help, std::vector<int>{2803});
+    EXPECT_EQ(Std(State.Get("Version")), "2.02");
+    EXPECT_EQ(Types.Count(), 1);
+    EXPECT_EQ(Std(Types[0].Get("SpamPoints")), "1");
+    EXPECT_TRUE(Types[0].IsLocked());
+    EXPECT_EQ(InData("spamdef.dat"), "S|1|x\r\n");
+    EXPECT_EQ(InData("spamvars.dat"), "");
+    EXPECT_EQ(InData("myfriends.dat"), "friend\r\n");
+    EXPECT_EQ(InData("badsenders.dat"), "bad\r\n");
+    EXPECT_NE(InData("accounts.ini").find("Name=first"), std::string::npos);  // right after the wizard
+
+    Start();
+    EXPECT_EQ(FrontEnd.Wizards, 2);  // the settings were not saved, so nobody knows how the machine is connected
+    ASSERT_EQ(Items.Count(), 4);
+    EXPECT_EQ(Std(Items[0].Get("Name")), "first");
+    EXPECT_TRUE(Items[0].Exists("@Handle"));
+    EXPECT_TRUE(Items[3].Exists("@Handle"));
+    EXPECT_TRUE(FrontEnd.Questions.empty());
+}
+
+TEST_F(DataFiles, WithoutTheShippedFilesTheOnesBeforeSpeakForThem) {
+    WriteData("spamvars.dat", "DynaSubject=1\r\n");
+    Start();
+    EXPECT_EQ(Types.Count(), 0);
+    EXPECT_EQ(InData("spamdef.dat"), "");
+    EXPECT_EQ(InData("myfriends.dat"), "DynaSubject=1\r\n");
+    EXPECT_EQ(InData("badsenders.dat"), "DynaSubject=1\r\n");
+}
+
+TEST_F(DataFiles, AUserWithoutMailTypesKeepsNone) {
+    WriteProgram("def_types.ini", "[#0]\r\nName=list\r\n\r\n");
+    Start();
+    Types.DeleteAll();
+    EXPECT_TRUE(Files->SaveTables(SAVE_TYPES));
+    Start();
+    EXPECT_EQ(Types.Count(), 0);
+}
+
+TEST_F(DataFiles, NewerDefinitionsAreTakenOverOrRefusedOnce) {
+    WriteProgram("def_spamdef.dat", "shipped\r\n");
+    SetAge(Program.Native("def_spamdef.dat"), std::chrono::minutes(30));
+    WriteData("spamdef.dat", "mine\r\n");
+    for (const bool answer : {false, true}) {
+        SetAge(Data.Native("spamdef.dat"), std::chrono::minutes(60));
+        FrontEnd.Questions.clear();
+        FrontEnd.Answer = answer;
+        Start();
+        EXPECT_EQ(FrontEnd.Questions, std::vector<std::string>{"text 10001 $DIR: text 3054 $DIR"});
+        EXPECT_EQ(InData("spamdef.dat"), answer ? "shipped\r\n" : "mine\r\n");
+        Start();
+        EXPECT_EQ(FrontEnd.Questions.size(), 1U) << "asked again";
+    }
+}
+
+TEST_F(DataFiles, UpgradesRunByVersion) {
+    const struct {
+        const char* Version;
+        const char* TrayCheck;
+        const char* PopupPosition;
+        bool LogDeleted;
+        bool Welcome;
+    } cases[] = {
+        {"0.00", "", "1", false, true},  {"", "", "1", false, true},      {"0.50", "1", "0", true, true},
+        {"1.01", "1", "0", true, false}, {"1.22", "", "0", true, false},  {"1.23", "", "1", true, false},
+        {"2.01", "", "1", false, false}, {"9.00", "", "1", false, false},
+    };
+    for (const auto& c : cases) {
+        FrontEnd.Messages.clear();
+        FrontEnd.Help.clear();
+        FrontEnd.Wizards = 0;
+        WriteProgram("spamcheck.log", "x");
+        WriteData("accounts.ini", "[#0]\r\nName=a\r\n\r\n[#1]\r\nName=b\r\n\r\n");
+        WriteData("tarnwick.ini", std::string("ConnectionType=0\r\nPopupPosition=1\r\nVersion=") + c.Version + "\r\n");
+        Start();
+        EXPECT_EQ(Std(Items[0].Get("TrayCheck")), c.TrayCheck) << c.Version;
+        EXPECT_EQ(Std(Items[1].Get("TrayCheck")), "") << c.Version;
+        EXPECT_EQ(Std(State.Get("PopupPosition")), c.PopupPosition) << c.Version;
+        EXPECT_EQ(OSYS::FileExists("spamcheck.log"), !c.LogDeleted) << c.Version;
+        EXPECT_EQ(FrontEnd.Messages.size(), c.Welcome ? 1U : 0U) << c.Version;
+        EXPECT_EQ(FrontEnd.Wizards, 0) << c.Version;
+        EXPECT_EQ(Std(State.Get("Version")), "2.02") << c.Version;
+    }
+}
+
+TEST_F(DataFiles, TheWizardRunsUntilTheConnectionIsKnown) {
+    const struct {
+        const char* Settings;
+        const char* Entries;
+        int Wizards;
+    } cases[] = {
+        {"ConnectionType=-1\r\n", "Home", 1},
+        {"ConnectionType=0\r\n", "", 0},
+        {"ConnectionType=1\r\nEntryToMonitor=home\r\n", "Office|Home", 0},
+        {"ConnectionType=1\r\nEntryToMonitor=gone\r\n", "Office|Home", 1},
+    };
+    for (const auto& c : cases) {
+        FrontEnd.Wizards = 0;
+        WriteData("tarnwick.ini", c.Settings);
+        Reset();
+        Files->LoadSettings();
+        Files->UpgradeSettings(c.Entries);
+        EXPECT_EQ(FrontEnd.Wizards, c.Wizards) << c.Settings;
+    }
+}
+
+TEST_F(DataFiles, OnlyTheLastSaveTakesTheRunTimeFieldsOff) {
+    WriteData("accounts.ini",
+              "[#0]\r\nName=b\r\n@FileStore=stale\r\n@InUpdate=1\r\nUnknown=kept\r\nSource2=={{c2VjcmV0}}\r\n\r\n"
+              "[#1]\r\nName=A\r\n\r\n");
+    Start();
+    ASSERT_EQ(Items.Count(), 2);
+    EXPECT_EQ(Std(Items[0].Get("@InUpdate")), "0");
+    EXPECT_TRUE(Files->SaveTables(SAVE_ITEMS));
+    EXPECT_NE(InData("accounts.ini").find("@Handle"), std::string::npos);
+    EXPECT_TRUE(Files->SaveTables(SAVE_ALL));
+    const std::string saved = InData("accounts.ini");
+    EXPECT_EQ(saved.find('@'), std::string::npos);
+    EXPECT_NE(saved.find("Unknown=kept\r\n"), std::string::npos);
+    EXPECT_NE(saved.find("Source2=={{c2VjcmV0}}\r\n"), std::string::npos);
+    EXPECT_LT(saved.find("Name=A"), saved.find("Name=b"));
+    EXPECT_FALSE(Items[0].IsLocked());
+}
+
+TEST_F(DataFiles, PathsFollowTheDataToTheirNewPlace) {
+    Files->LoadSettings();
+    State.Set("SpamMyFriends", "c:\\old\\friends.txt");
+    State.Set("SpamBadSenders", "c:\\elsewhere\\bad.txt");
+    Files->MovePaths("C:\\Old");
+    EXPECT_EQ(Std(State.Get("SpamMyFriends")), Std(Data.File("friends.txt")));
+    EXPECT_EQ(Std(State.Get("SpamBadSenders")), "c:\\elsewhere\\bad.txt");
+    EXPECT_ASSERTIONS(1);
+    Files->MovePaths(nullptr);
+}
+
+TEST_F(DataFiles, AFailedSaveKeepsWhatIsOnTheDisk) {
+    WriteData("accounts.ini", "[#0]\r\nName=a\r\n\r\n");
+    Start();
+    ASSERT_TRUE(OSYS::MakeDirectories(Data.File("mailtypes.ini").Text()));  // stands where the file must go
+    EXPECT_FALSE(Files->SaveTables(SAVE_ALL));
+    EXPECT_NE(InData("accounts.ini").find("Name=a"), std::string::npos);
+    DATAFILES nowhere(DATATABLES{State, Items, Types, NextHandle, FrontEnd, Texts}, Data.File("gone").Text());
+    EXPECT_FALSE(nowhere.SaveSettings());
+    EXPECT_FALSE(nowhere.SaveTables(SAVE_ITEMS));
+}
+
+TEST_F(DataFiles, DamagedFilesAreReadAsFarAsTheyGoAndNothingIsThrownAway) {
+    const std::string accounts =
+        "[#0]\r\nLastSeenIds=a|b\r\nName=one\r\n\r\n[#1]\r\nName=two\r\nSource2=={{c2VjcmV0}}\r\n\r\n";
+    const std::string settings = "ConnectionType=0\r\nPopupDuration=7\r\nVersion=2.02\r\n";
+    for (size_t cut = 0; cut <= accounts.size(); ++cut) {
+        WriteData("accounts.ini", accounts.substr(0, cut));
+        WriteData("tarnwick.ini", settings.substr(0, cut));
+        Start();
+        for (int i = 0; i < Items.Count(); ++i) {
+            EXPECT_TRUE(Items[i].Exists("@Handle") && Items[i].Exists("Source2")) << cut;
+        }
+    }
+    EXPECT_EQ(Items.Count(), 2);
+
+    std::string noise;
+    unsigned seed = 1;
+    for (int i = 0; i < 4000; ++i) {
+        seed = seed * 1103515245U + 12345U;
+        noise += static_cast<char>(seed >> 16U);
+    }
+    WriteData("tarnwick.ini", "no equals sign\r\nPopupDuration=8\r\n=no key\r\n" + noise);
+    WriteData("accounts.ini", std::string("\0\xff"
+                                          "garbage",
+                                          9));
+    WriteData("mailtypes.ini", "garbage");
+    Start();
+    EXPECT_EQ(Std(State.Get("PopupDuration")), "8");
+    EXPECT_EQ(Items.Count(), 0);
+    EXPECT_EQ(InData("accounts.ini.bad"), std::string("\0\xff"
+                                                      "garbage",
+                                                      9));
+    EXPECT_EQ(InData("mailtypes.ini.bad"), "garbage");
+}
+
+}  // namespace

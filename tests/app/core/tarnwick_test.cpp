@@ -1,0 +1,146 @@
+#include "app/core/tarnwick.h"
+
+#include "app/check/items.h"
+#include "tests/app/core/coresupport.h"
+
+namespace {
+
+class Tarnwick : public ::testing::Test {
+ protected:
+    Tarnwick() : Here(Program.Path()) { CheckTimes.TurnMs = 1; }
+    ~Tarnwick() override { CheckTimes = CHECKTIMES(); }
+
+    std::unique_ptr<TARNWICK> Make(const char* switches = "") {
+        Line = STRING("\"/WORKDIR:") || Data.Path() || "\" " || switches;
+        Arguments = std::make_unique<ARGUMENTS>("tarnwick", Line.Text());
+        return std::make_unique<TARNWICK>(FrontEnd, Notifier, *Arguments, Texts);
+    }
+    std::string InData(const char* name) { return ReadBytes(Data.File(name)); }
+    /// Two suspended items and settings under which checks may run.
+    void WriteItems() {
+        WriteBytes(Data.File("tarnwick.ini"), "ConnectionType=0\r\nVersion=2.02\r\n");
+        WriteBytes(Data.File("accounts.ini"),
+                   "[#0]\r\nName=b\r\nType=9\r\n\r\n[#1]\r\nName=a\r\nUpdateSuspended=1\r\n\r\n");
+    }
+
+    TESTSTORE Store;
+    TEMPDIR Program;
+    TEMPDIR Data;
+    CURRENTDIR Here;
+    RECORDER FrontEnd;
+    NOTIFIER Notifier;
+    NUMBEREDTEXTS Texts;
+    STRING Line;
+    std::unique_ptr<ARGUMENTS> Arguments;
+};
+
+TEST_F(Tarnwick, ARunFromStartToEndSavesTheItemsState) {
+    WriteItems();
+    {
+        auto app = Make("/CHECK");
+        ASSERT_TRUE(app->Open()) << Std(app->StartError());
+        EXPECT_TRUE(OSYS::FileIsDirectory(Data.File("trash").Text()));
+        app->Start();
+        const int index = app->FindName("B");
+        ASSERT_NE(index, -1);
+        // Forced although it has no period; a mailbox of no known kind fails at once.
+        EXPECT_TRUE(Eventually([&] { return Std(app->Items[index].Get("LastRC")) == FAILED_COUNTS; }));
+        EXPECT_NE(InData("accounts.ini").find("Type=9\r\n\r\n"), std::string::npos);  // nothing is saved along the way
+        app->Stop();
+        EXPECT_TRUE(Eventually([&] { return FrontEnd.Quits == 1; }));
+    }
+    const std::string saved = InData("accounts.ini");
+    EXPECT_NE(saved.find("LastRC=0E|0E\r\n"), std::string::npos);
+    EXPECT_EQ(saved.find('@'), std::string::npos);
+    EXPECT_LT(saved.find("Name=a"), saved.find("Name=b"));
+    EXPECT_NE(InData("tarnwick.ini").find("Version=2.02\r\n"), std::string::npos);
+}
+
+TEST_F(Tarnwick, TheEndOfASessionSavesOnce) {
+    WriteItems();
+    auto app = Make();
+    ASSERT_TRUE(app->Open());
+    app->Start();
+    app->EndSession();
+    EXPECT_FALSE(app->Cycle().IsRunning());
+    EXPECT_NE(InData("accounts.ini").find("DoSpamFilter=1"), std::string::npos);
+    WriteBytes(Data.File("accounts.ini"), "by someone else");
+    app.reset();
+    EXPECT_EQ(InData("accounts.ini"), "by someone else");
+}
+
+TEST_F(Tarnwick, ASecondProgramOnTheSameDataIsRefusedAndWritesNothing) {
+    WriteItems();
+    auto first = Make();
+    ASSERT_TRUE(first->Open());
+    {
+        auto second = Make();
+        EXPECT_FALSE(second->Open());
+        EXPECT_EQ(Std(second->StartError()), "text 10050 " + std::string(Data.Path()));
+    }
+    EXPECT_NE(InData("accounts.ini").find("Type=9\r\n\r\n"), std::string::npos);
+    first.reset();
+    EXPECT_TRUE(Make()->Open()) << "the lock outlived its owner";
+}
+
+TEST_F(Tarnwick, AWorkDirThatCannotBeMadeIsAStartError) {
+    WriteBytes(Data.File("file"), "x");
+    Arguments = std::make_unique<ARGUMENTS>("tarnwick", ("\"/WORKDIR:" + Std(Data.File("file\\below")) + "\"").c_str());
+    TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
+    EXPECT_FALSE(app.Open());
+    EXPECT_EQ(Std(app.StartError()), "text 10051 " + Std(Data.File("file\\below")));
+}
+
+TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
+    const STRING from = Data.File("from");
+    const STRING to = Data.File("to");
+    Store.Set("ApplicationDataDir", from);
+    Arguments = std::make_unique<ARGUMENTS>("tarnwick");
+    {
+        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
+        ASSERT_TRUE(app.Open());
+        app.pState.Set("PopupDuration", "99");
+    }
+    Store.Set("ApplicationDataDir.New", STRING("*") || to);
+    {
+        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
+        ASSERT_TRUE(app.Open());
+        EXPECT_EQ(Std(app.DataDir()), Std(to));
+        EXPECT_EQ(app.pState.GetNumber("PopupDuration"), 99);
+        EXPECT_EQ(Std(app.pState.Get("SpamFilename")), Std(to) + "\\spamdef.dat");
+        EXPECT_TRUE(OSYS::FileIsDirectory(Data.File("to\\trash").Text()));
+        // The new place is locked in its turn.
+        TARNWICK second(FrontEnd, Notifier, *Arguments, Texts);
+        EXPECT_FALSE(second.Open());
+    }
+    EXPECT_FALSE(OSYS::FileExists(Data.File("from\\tarnwick.ini").Text()));
+    EXPECT_TRUE(OSYS::FileExists(Data.File("to\\tarnwick.ini").Text()));
+    EXPECT_EQ(FrontEnd.Messages.size(), 1U);  // the welcome at the first start, and none about the move
+}
+
+TEST_F(Tarnwick, ItemsComeAndGoWhileTheThreadRuns) {
+    WriteItems();
+    auto app = Make();
+    ASSERT_TRUE(app->Open());
+    app->Start();
+    for (int i = 0; i < 20; ++i) {
+        STRINGARRAY item = app->NewItem();
+        EXPECT_EQ(Std(item.Get("TimingCyclic")), "600");
+        item.Set("Name", "new");
+        item.Set("UpdateSuspended", "1");
+        const int handle = item.GetNumber("@Handle");
+        app->AddItem(item);
+        const int index = app->FindHandle(handle);
+        ASSERT_EQ(index, 2);
+        EXPECT_NE(InData("accounts.ini").find("Name=new"), std::string::npos);
+        EXPECT_TRUE(Eventually([&] { return app->RemoveItem(index); }));
+        EXPECT_EQ(app->FindHandle(handle), -1);
+    }
+    EXPECT_EQ(InData("accounts.ini").find("Name=new"), std::string::npos);
+    EXPECT_FALSE(app->RemoveItem(2));
+    app->ForceRefreshType(0, 1);
+    app->ForceRefreshAll(0);
+    EXPECT_EQ(app->Items[app->FindName("a")].GetNumber("@ForceRefresh"), 2);
+}
+
+}  // namespace

@@ -1,0 +1,56 @@
+#include "app/core/velmoraapp.h"
+
+#include "tests/app/core/coresupport.h"
+
+namespace {
+
+TEST(VelmoraApp, TakesTheLanguageFromTheWords) {
+    const struct {
+        const char* Line;
+        int Language;
+    } cases[] = {{"/LANG:GER", 7}, {"/lang:engl", 9}, {"/LANG:12", 12},
+                 {"/LANG:x", 0},   {"-LANG:GER", 0},  {"/MIN", OSYS::UserLanguage()}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(LanguageFromArguments(ARGUMENTS("tarnwick", c.Line)), c.Language) << c.Line;
+    }
+}
+
+TEST(VelmoraApp, ADevelopmentLayoutHasTheProgramAboveItsBuildFolder) {
+    TEMPDIR dir;
+    for (const char* folder : {"Debug", "Release2", "Other"}) {
+        ASSERT_TRUE(OSYS::MakeDirectories(dir.File(folder).Text()));
+    }
+    const auto of = [&dir](const char* folder) {
+        return Std(ProgramDirectory(OSYS::FilePath(dir.File(folder).Ptr(), "tarnwick.exe")));
+    };
+    EXPECT_EQ(of("Debug"), Std(dir.File("Debug")));
+    WriteBytes(dir.File("main.cpp"), "");
+    EXPECT_EQ(of("Debug"), dir.Path());
+    EXPECT_EQ(of("Release2"), dir.Path());
+    EXPECT_EQ(of("Other"), Std(dir.File("Other")));
+}
+
+TEST(VelmoraApp, StartsInTheProgramsDirectoryWithItsTexts) {
+    CURRENTDIR former(".");
+    TEMPDIR logs;
+    RECORDER frontEnd;
+    const STRING log = logs.File("start.log");
+    {
+        VELMORAAPP app(ARGUMENTS("tarnwick", ("/LANG:GER /MIN \"/LOGIT:" + Std(log) + "\"").c_str()));
+        EXPECT_EQ(Std(OSYS::GetCurrentDir()), Std(app.WorkDir()));
+        ASSERT_EQ(app.Start(frontEnd), 0);
+        EXPECT_EQ(app.Language(), LANGUAGE_GERMAN);
+        EXPECT_TRUE(app.StartMinimized());
+        EXPECT_EQ(Std(app.Texts().Part(2940, 0)), "keine");
+        EXPECT_EQ(Std(ProgramTitle(app.Texts())), "Tarnwick V2.02");
+    }
+    const std::string text = ReadBytes(log);
+    for (const char* line :
+         {"APP::WinMain instance=00000000 parm=/LANG:GER /MIN", " Version 2.02\r\n", "Running under \r\n",
+          " (exe directory)\r\n", " (gWorkDir, program started from here)\r\n"}) {
+        EXPECT_NE(text.find(line), std::string::npos) << line << "\n" << text;
+    }
+    EXPECT_TRUE(frontEnd.Messages.empty());
+}
+
+}  // namespace
