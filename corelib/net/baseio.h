@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 
 #include "corelib/base/locks.h"
 #include "corelib/base/strings.h"
@@ -11,7 +12,7 @@
 /// A device: a byte-stream endpoint that can be called, read with time-outs, written and dropped. A daemon thread pulls
 /// bytes from the concrete device into a ring buffer; callers read from the ring buffer only. One owner thread.
 class BASEIO {
-public:
+ public:
     /// Functions take the argument stored with them first.
     using NOTIFYFUNCTION = void (*)(void* argument);
     using FEEDFUNCTION = void (*)(void* argument, const char* data, int length);
@@ -53,8 +54,15 @@ public:
     /// Ends the daemon thread and waits for it. Derived destructors call it before their parts go.
     void KillDaemon();
 
-protected:
+ protected:
     void OpenStartGate();
+    /// Ends a pause that the daemon thread makes behind a failed read: there is something to read from again.
+    void WakeDaemon() { PauseOver.Set(); }
+
+    /// For the derived constructor, before the gate opens: DevRead never waits for more once it has something, so the
+    /// daemon thread asks for a bufferful at once. Otherwise it asks how much there is, and for one byte if there is
+    /// none.
+    bool ReadsWhatIsThere = false;
 
     RINGBUFFER Ring;
     EVENTSEM Kill;
@@ -68,10 +76,14 @@ protected:
     EVENTSEM StartGate;
     void* NotifyArgument = nullptr;
     NOTIFYFUNCTION NotifyFunction = nullptr;
+    // Guarded by FeedGuard.
     void* FeedArgument = nullptr;
     FEEDFUNCTION FeedFunction = nullptr;
 
-private:
+ private:
+    std::mutex FeedGuard;
+    EVENTSEM PauseOver;
+
     static unsigned DaemonEntry(void* self);
     void Daemon();
 };

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "corelib/base/strings.h"
 
-/// The platform's sockets, one thin function for each call that the program makes: Winsock 1.1 on Windows, posix sockets
-/// elsewhere. Errors come back as the platform's own numbers from LastError().
+/// The platform's sockets, one thin function for each call that the program makes: Winsock 1.1 on Windows, posix
+/// sockets elsewhere. Any thread. Errors come back as the platform's own numbers from LastError().
 namespace SOCKETS {
 
 using SOCK = intptr_t;
@@ -14,20 +15,27 @@ inline constexpr SOCK NONE = -1;
 /// Paired, for each user.
 bool Startup();
 void Cleanup();
-/// The last socket error of this thread.
+/// The last socket error of this thread, and the same counted from the base of the platform's socket errors.
 int LastError();
+int LastErrorOverBase();
 
 /// A TCP socket, or NONE.
 SOCK Open();
-/// Wakes any thread that is blocked in the socket, and closes it.
+/// Wakes all threads that are blocked in the socket; what they and others call on it from then on fails or reads as the
+/// end of the stream. The socket stays open.
+void Interrupt(SOCK s);
+/// Only when no other thread can be using the socket: its number may stand for a new one at once (see HELDSOCKET).
 void Close(SOCK s);
 bool SetBlocking(SOCK s, bool blocking);
+/// Sends small pieces at once, instead of gathering them while the peer has not acknowledged others.
+void SetNoDelay(SOCK s);
 /// Starts or makes a connection; address and port in host order. The result is that of the platform's connect (0 on
 /// success).
 int Connect(SOCK s, uint32_t address, uint16_t port);
 
 enum class READY { Nothing, Writable, Refused, Error };
-/// Waits up to ms for a connection under way to come up (Writable) or to fail (Refused). Error: the wait itself failed.
+/// Waits up to ms for a connection under way to come up (Writable) or to fail (Refused; also if none is under way).
+/// Error: the wait itself failed.
 READY WaitConnected(SOCK s, int ms);
 /// Waits up to ms until something can be read (data, end of stream, a connection to accept).
 bool WaitReadable(SOCK s, int ms);
@@ -61,3 +69,16 @@ STRING HostName();
 inline constexpr uint32_t LOOPBACK = 0x7f000001;
 
 }  // namespace SOCKETS
+
+/// A socket that several threads hold. It is closed when the last of them lets go of it, so that its number cannot come
+/// to stand for another socket while one of them is about to use it. To end it for all, one calls Interrupt first.
+class HELDSOCKET {
+ public:
+    explicit HELDSOCKET(SOCKETS::SOCK s) : Number(s) {}
+    ~HELDSOCKET() { SOCKETS::Close(Number); }
+    HELDSOCKET(const HELDSOCKET&) = delete;
+    HELDSOCKET& operator=(const HELDSOCKET&) = delete;
+
+    const SOCKETS::SOCK Number;
+};
+using SOCKETREF = std::shared_ptr<HELDSOCKET>;

@@ -2,17 +2,18 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 
 #include "corelib/net/baseio.h"
 #include "corelib/net/sockets.h"
 
 /// The pauses and limits of devices, in ms. Tests shrink them.
 struct TCPTIMES {
-    int ConnectMs = 60000;    // a connection that does not come up
-    int ConnectPassMs = 1000; // one look at it
-    int NoDeviceMs = 250;     // a device without a read of its own
-    int ReadFailedMs = 100;   // behind a failed read
-    int RingFullMs = 100;     // while the reader is behind
+    int ConnectMs = 60000;     // a connection that does not come up
+    int ConnectPassMs = 1000;  // one look at it
+    int NoDeviceMs = 250;      // a device without a read of its own
+    int ReadFailedMs = 100;    // behind a failed read
+    int RingFullMs = 100;      // while the reader is behind
 };
 extern TCPTIMES TcpTimes;
 
@@ -32,7 +33,7 @@ enum TCPERROR : int32_t {
 
 /// The device for TCP. Lives for one conversation; destruction drops the call.
 class TCPIPIO : public BASEIO {
-public:
+ public:
     /// ownId: for AcceptCall, the port to listen on as decimal text.
     TCPIPIO(const char* ownId, const char* callType, const char* keepOnError);
     ~TCPIPIO() override;
@@ -48,7 +49,72 @@ public:
 
     bool IsOnline() const { return Socket.load() != SOCKETS::NONE; }
 
-private:
-    // completed by the implementation
+ protected:
+    // Nothing in the program sets these two. ReverseLookup: AcceptCall asks for the peer's name. ConnectLimitMs: in
+    // place of TcpTimes.ConnectMs, -1 for none.
+    bool ReverseLookup = false;
+    int ConnectLimitMs = -1;
+
+ private:
+    /// Marks a path of the device as busy for the length of a scope.
+    class BUSY {
+     public:
+        explicit BUSY(EVENTSEM& idle) : Idle(idle) { Idle.Reset(); }
+        ~BUSY() { Idle.Set(); }
+        BUSY(const BUSY&) = delete;
+        BUSY& operator=(const BUSY&) = delete;
+
+     private:
+        EVENTSEM& Idle;
+    };
+    struct HOST {
+        STRING Name;
+        uint32_t Address = 0;
+    };
+    /// Splits a destination into host and port text and asks for the host; false if it is not known.
+    static bool Resolv(const char* destination, STRING& hostText, STRING& portText, bool noReverse, HOST& host);
+
+    /// Opens a socket to the destination; null, with LastError set, if that fails. Puts the host's text and then its
+    /// name and address into the caller id.
+    SOCKETREF Connect(const char* destination);
+    /// Makes this the present call.
+    void GoOnline(const SOCKETREF& connection, const STRING& callerId);
+    /// Ends a call if it is still the present one.
+    void Drop(const SOCKETREF& connection);
+    /// Stores the error if that call is still the present one.
+    void ReadError(const SOCKETREF& connection, int32_t error);
+    SOCKETREF PresentCall();
+    int TakeReadAhead(char* buffer, int room);
+    void SetCallerId(const STRING& text);
+
+    /// One listening socket for all devices that wait on the same port.
+    struct LISTENER {
+        int UseCount = 0;
+        SOCKETREF Socket;
+        int Port = -1;
+    };
+    static LISTENER InSockets[16];
+    static std::mutex InSocketsGuard;
+    SOCKETREF OpenListener();
+    static void ReleaseListener(const SOCKETREF& listener, bool forced);
+
+    bool Usable;
+    // What is guarded by Guard changes in one piece when a call comes up or goes: owner and daemon thread both end
+    // calls.
+    std::mutex Guard;
+    // The number of Connection, for those who only look whether there is a call.
     std::atomic<SOCKETS::SOCK> Socket = SOCKETS::NONE;
+    SOCKETREF Connection;  // guarded
+    STRING CallerId;       // guarded
+    STRING HostName;
+    SOCKETREF InSocket;        // guarded: the listener that AcceptCall waits on
+    SOCKETREF InCallListener;  // guarded: the listener of the present call
+    EVENTSEM AcceptIdle;
+    EVENTSEM ReadIdle;
+    EVENTSEM WriteIdle;
+    // Filled by the daemon thread, which alone writes into the bytes; fill and position are guarded.
+    char ReadAhead[8192];
+    int ReadAheadFill = 0;
+    int ReadAheadPos = 0;
+    std::atomic<int64_t> LastActivity = 0;  // seconds; -1 unknown
 };

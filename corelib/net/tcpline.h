@@ -5,8 +5,8 @@
 /// The line exchange that POP3, IMAP and SMTP share.
 namespace TCP {
 
-/// Sends command and CR LF. With a reply buffer and a timeoutMs above 0 it then reads one line, and returns what ReadLine
-/// returns; otherwise true. The trace shows commands as they are.
+/// Sends command and CR LF. With a reply buffer and a timeoutMs above 0 it then reads one line, and returns what
+/// ReadLine returns; otherwise true. The trace shows commands as they are.
 bool WriteCommand(BASEIO& device, const char* command, char* reply, int replySize, int timeoutMs);
 
 /// Reads one line of at most size-1 bytes into buffer, without its line break and without any "\r". A longer line comes

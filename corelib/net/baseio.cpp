@@ -1,0 +1,180 @@
+#include "corelib/net/baseio.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "corelib/base/clock.h"
+#include "corelib/base/trace.h"
+#include "corelib/net/tcpio.h"
+
+namespace {
+
+constexpr int RING_BYTES = 65536;
+constexpr int PIECE_BYTES = 8192;
+
+}  // namespace
+
+BASEIO::BASEIO(const char* ownId, const char* callType, const char* keepOnError, bool delayStart)
+    : Ring(RING_BYTES),
+      Kill(false),
+      OwnId(ownId),
+      CallType(callType),
+      KeepOnError(keepOnError),
+      Spare(""),
+      LastErrorText("<unknown>"),
+      StartGate(!delayStart),
+      PauseOver(false) {
+    hThread = OSYS::CreateThread(DaemonEntry, this, nullptr);
+}
+
+BASEIO::~BASEIO() {
+    KillDaemon();
+}
+
+void BASEIO::OpenStartGate() {
+    StartGate.Set();
+}
+
+unsigned BASEIO::DaemonEntry(void* self) {
+    static_cast<BASEIO*>(self)->Daemon();
+    return 0;
+}
+
+void BASEIO::Daemon() {
+    std::unique_ptr<char[]> buffer(new (std::nothrow) char[PIECE_BYTES]);
+    if (!ASSERTION(buffer != nullptr, "buffer!=NULL"))
+        return;
+    StartGate.Wait(WAIT_FOREVER);
+    OSYS::RaiseThreadPriority();
+    do {
+        // Asked for one byte, a device without any blocks until data arrive.
+        int length = ReadsWhatIsThere ? PIECE_BYTES : std::clamp(DevGetNumAvail(), 1, PIECE_BYTES);
+        if (DevRead(buffer.get(), &length)) {
+            if (length > 0)
+                Feed(buffer.get(), length);
+        } else {
+            PauseOver.Wait(TcpTimes.ReadFailedMs);
+            PauseOver.Reset();
+        }
+    } while (!Kill.Wait(0));
+}
+
+void BASEIO::KillDaemon() {
+    if (!hThread)
+        return;
+    Kill.Set();
+    PauseOver.Set();
+    Ring.Abandon();
+    OSYS::WaitThread(hThread, WAIT_FOREVER);
+    hThread.reset();
+}
+
+bool BASEIO::DevRead(char*, int* length) {
+    CLOCK::Sleep(TcpTimes.NoDeviceMs);
+    *length = 0;
+    return true;
+}
+
+int BASEIO::DevGetNumAvail() {
+    return 0;
+}
+
+void BASEIO::SetNotifyCallback(NOTIFYFUNCTION function, void* argument) {
+    NotifyFunction = function;
+    NotifyArgument = argument;
+}
+
+void BASEIO::SetFeedCallback(FEEDFUNCTION function, void* argument) {
+    std::lock_guard hold(FeedGuard);
+    FeedFunction = function;
+    FeedArgument = argument;
+}
+
+void BASEIO::SetCallType(const char* text) {
+    Trace("ISDNIO::SetCallType old=%s, new=%s\n", CallType.Text(), FailOnNull(text, "SetCallType"));
+    CallType = text;
+}
+
+void BASEIO::SetOurId(const char* text) {
+    Trace("ISDNIO::SetOurId old=%s, new=%s\n", OwnId.Text(), FailOnNull(text, "SetOurId"));
+    OwnId = text;
+}
+
+STRING BASEIO::GetInfo(const char* key) {
+    STRING upper = key;
+    upper.ToUpper();
+    if (upper == "ONLINE")
+        return "0";
+    if (upper == "LASTERROR") {
+        STRING number;
+        number.Format("%d", static_cast<int>(LastError.load()));
+        return number;
+    }
+    if (upper == "LASTERRORSTRING")
+        return LastErrorText;
+    if (upper == "OWNID")
+        return OwnId;
+    if (upper == "CALLERID")
+        return "<unknown>";
+    if (upper == "DEVICENAME")
+        return "BASEIO";
+    return "BASEIO::BAD-REQUEST";
+}
+
+bool BASEIO::Read(char* buffer, int* length, int timeoutMs, const char* until) {
+    const int room = *length;
+    // What is there already needs no clock: most lines of a reply are behind its first in the ring.
+    int count = room;
+    Ring.Read(buffer, &count, 0, until);
+    auto stopByte = [&] { return count > 0 && until && strchr(until, buffer[count - 1]); };
+    int64_t start = 0;
+    for (bool waited = false;; waited = true) {
+        if (waited) {
+            int piece = room - count;
+            Ring.Read(buffer + count, &piece, timeoutMs / 4, until);
+            count += piece;
+        }
+        if (stopByte()) {
+            Trace("BASEIO::Read got readuntil byte ... break;\n");
+            break;
+        }
+        if (count >= room)
+            break;
+        int64_t now = CLOCK::DayMilliSeconds();
+        if (!waited)
+            start = now;
+        if (now < start) {
+            Trace("BASEIO::Read *** WARNING!!! *** negative time diff %d ms\n", static_cast<int>(now - start));
+            start = now;
+        }
+        // Unsigned: a negative time-out has no end.
+        if (static_cast<uint64_t>(now - start) >= static_cast<uint32_t>(timeoutMs))
+            break;
+    }
+    *length = count;
+    return count > 0;
+}
+
+int BASEIO::Write(const char* buffer, int length) {
+    return DevWrite(buffer, length == -1 ? static_cast<int>(strlen(buffer)) : length);
+}
+
+bool BASEIO::Feed(const char* data, int length) {
+    FEEDFUNCTION function;
+    void* argument;
+    {
+        std::lock_guard hold(FeedGuard);
+        function = FeedFunction;
+        argument = FeedArgument;
+    }
+    if (!function)
+        return Ring.Write(data, length);
+    function(argument, data, length);
+    return true;
+}
+
+int BASEIO::NumAvail() {
+    return Ring.Avail();
+}

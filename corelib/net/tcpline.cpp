@@ -1,0 +1,30 @@
+#include "corelib/net/tcpline.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "corelib/base/trace.h"
+
+bool TCP::WriteCommand(BASEIO& device, const char* command, char* reply, int replySize, int timeoutMs) {
+    STRING line = command;
+    line.Append("\r\n");
+    Trace("TCP::WriteCommand before %s\n", FailOnNull(command, "WriteCommand"));
+    device.Write(line.Text(), -1);
+    if (!reply || timeoutMs == 0)
+        return true;
+    bool ok = ReadLine(device, reply, replySize, timeoutMs);
+    Trace("TCP::WriteCommand %s returned %s\n", FailOnNull(command, "WriteCommand"), reply);
+    return ok;
+}
+
+bool TCP::ReadLine(BASEIO& device, char* buffer, int size, int timeoutMs) {
+    memset(buffer, 0, static_cast<size_t>(size));
+    int count = size - 1;
+    if (!device.Read(buffer, &count, timeoutMs, "\n"))
+        return false;
+    char* end = buffer + count;
+    if (end[-1] == '\n')
+        --end;
+    *std::remove(buffer, end, '\r') = '\0';
+    return true;
+}
