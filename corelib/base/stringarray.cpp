@@ -114,7 +114,10 @@ STRING& STRINGARRAY::operator[](const char* key) {
     int position = LowerBound(key);
     if (!IsAt(position, key)) {
         ASSERTION_INFO(!LockTable, "!this->LockTable", key);
-        Keys.InsertOwned(position, std::make_unique<STRING>(key));
+        // A key does not grow any more, and records are many.
+        auto newKey = std::make_unique<STRING>(16);
+        newKey->Append(key);
+        Keys.InsertOwned(position, std::move(newKey));
         Values.InsertOwned(position, std::make_unique<STRING>());
     }
     return Values[position];
