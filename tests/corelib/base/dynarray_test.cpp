@@ -1,0 +1,98 @@
+#include "corelib/base/dynarray.h"
+
+#include "corelib/base/recordarray.h"
+#include "tests/support/testsupport.h"
+
+namespace {
+
+std::string Joined(const DYNARRAY<STRING>& array) {
+    std::string text;
+    for (int i = 0; i < array.Count(); ++i)
+        text += (i ? "," : "") + Std(array[i]);
+    return text;
+}
+
+}  // namespace
+
+TEST(DynarrayTest, SplitsLikeWord) {
+    EXPECT_EQ(Joined(DYNARRAY<STRING>(STRING("a|b||c"), "|", 4, 4)), "a,b,,c");
+    EXPECT_EQ(DYNARRAY<STRING>(STRING("a|"), "|", 4, 4).Count(), 2);
+    EXPECT_EQ(DYNARRAY<STRING>(STRING(""), "|", 4, 4).Count(), 1);
+    EXPECT_EQ(DYNARRAY<STRING>(STRING(), "|", 4, 4).Count(), 0);
+}
+
+TEST(DynarrayTest, InsertGrowsInStepsAndDeleteShifts) {
+    DYNARRAY<STRING> array(1, 3);
+    array.Add("b");
+    array.Insert(0, "a");
+    EXPECT_EQ(array.GetMaxItems(), 4);
+    array.Add("d");
+    array.Insert(2, "c");
+    array.Add("e");
+    EXPECT_EQ(array.GetMaxItems(), 7);
+    EXPECT_EQ(Joined(array), "a,b,c,d,e");
+    array.Delete(1);
+    array.Swap(0, 3);
+    EXPECT_EQ(Joined(array), "e,c,d,a");
+    DYNARRAY<STRING> copy(array);
+    array[0] = "changed";
+    EXPECT_EQ(Joined(copy), "e,c,d,a");
+    array = copy;
+    EXPECT_EQ(Joined(array), "e,c,d,a");
+    array.DeleteAll();
+    array.Add("again");
+    EXPECT_EQ(Joined(array), "again");
+}
+
+TEST(DynarrayTest, BadPlacesChangeNothing) {
+    DYNARRAY<STRING> array(2, 0);
+    array.Add("a");
+    array.Add("b");
+    EXPECT_ASSERTIONS(1 + 2 + 1 + 1 + 1 + 1 + 1);
+    array.Add("too many for an array that may not grow");
+    EXPECT_EQ(array[5].Length(), 0);
+    EXPECT_EQ(array[-1].Length(), 0);
+    array.Insert(3, "c");
+    array.Delete(2);
+    array.Swap(0, 2);
+    array.Swap(-1, 0);
+    EXPECT_EQ(Joined(array), "a,b");
+}
+
+TEST(DynarrayTest, SortByBytesOrNumbers) {
+    DYNARRAY<STRING> array(STRING("10|9|b|A|a"), "|", 8, 8);
+    array.Sort(0);
+    EXPECT_EQ(Joined(array), "10,9,A,a,b");
+    array.Sort(SORT_DESCENDING);
+    EXPECT_EQ(Joined(array), "b,a,A,9,10");
+    DYNARRAY<STRING> numbers(STRING("10|-2147483648|9|2147483647"), "|", 8, 8);
+    numbers.Sort(SORT_NUMERIC);
+    EXPECT_EQ(Joined(numbers), "-2147483648,9,10,2147483647");
+}
+
+TEST(DynarrayTest, FindModes) {
+    DYNARRAY<STRING> array(STRING("Alpha|beta|12 x"), "|", 8, 8);
+    EXPECT_EQ(array.Find("ALPHA", 0), 0);
+    EXPECT_EQ(array.Find("alph", 0), -1);
+    EXPECT_EQ(array.Find("BE", 1), 1);
+    EXPECT_EQ(array.Find("ET", 2), 1);
+    EXPECT_EQ(array.Find("12", 3), 2);
+    EXPECT_EQ(array.Find("13", 3), -1);
+}
+
+TEST(DynarrayTest, LoadLinesCountsEmptyAndUnendedLines) {
+    TEMPDIR dir;
+    WriteBytes(dir.File("lines"), "a\r\n\r\nb\\n\r\nlast");
+    DYNARRAY<STRING> array(4, 4);
+    EXPECT_EQ(array.LoadLines(dir.File("lines").Text(), 1), 4);
+    EXPECT_EQ(Joined(array), "a,,b\n,last");
+    EXPECT_EQ(array.LoadLines(dir.File("missing").Text(), 0), 0);
+}
+
+TEST(DynarrayTest, RecordsHaveNoOrderOfTheirOwn) {
+    DYNARRAY<STRINGARRAY> records(2, 2);
+    records.Add(STRINGARRAY());
+    records.Add(STRINGARRAY());
+    EXPECT_ASSERTIONS(1);
+    records.Sort(0);
+}

@@ -1,0 +1,61 @@
+#include "corelib/base/files.h"
+
+#include <filesystem>
+
+#include "tests/support/testsupport.h"
+
+TEST(FilesTest, TextFormOnDisk) {
+    TEMPDIR dir;
+    STRING file = dir.File("t.txt"), text;
+    ASSERT_TRUE(FILES::ReplaceAll(file.Text(), "a\nb\r\n\n", true));
+    EXPECT_EQ(ReadBytes(file), "a\r\nb\r\r\n\r\n");
+    WriteBytes(file, std::string_view("a\r\nb\rc\nd\x1a"
+                                      "behind",
+                                      15));
+    ASSERT_TRUE(FILES::ReadAll(file.Text(), true, text));
+    EXPECT_EQ(text, "a\nb\rc\nd");
+    ASSERT_TRUE(FILES::ReadAll(file.Text(), false, text));
+    EXPECT_EQ(text.Length(), 15);
+    WriteBytes(file, "");
+    ASSERT_TRUE(FILES::ReadAll(file.Text(), true, text));
+    EXPECT_TRUE(text.NotNull());
+}
+
+TEST(FilesTest, AReplacedFileIsWholeAndLeavesNothingBeside) {
+    TEMPDIR dir;
+    STRING file = dir.File("data.ini");
+    for (int length : {10, 100000, 3}) {
+        std::string bytes(static_cast<size_t>(length), 'x');
+        ASSERT_TRUE(FILES::ReplaceAll(file.Text(), bytes, false));
+        EXPECT_EQ(ReadBytes(file), bytes);
+    }
+    auto entries = std::filesystem::directory_iterator(dir.Native());
+    EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+}
+
+TEST(FilesTest, FailuresLeaveTheOldFile) {
+    TEMPDIR dir;
+    STRING file = dir.File("data.ini");
+    WriteBytes(file, "old");
+    std::filesystem::permissions(dir.Native("data.ini"), std::filesystem::perms::owner_read);
+    STRING out("kept");
+    EXPECT_FALSE(FILES::ReadAll(dir.File("missing").Text(), true, out));
+    EXPECT_FALSE(FILES::ReadAll(dir.Path(), true, out));
+    EXPECT_EQ(out, "kept");
+    EXPECT_FALSE(FILES::ReplaceAll(dir.Path(), "x", false)) << "a directory";
+    EXPECT_FALSE(FILES::Copy(dir.File("missing").Text(), file.Text()));
+    EXPECT_FALSE(FILES::Remove(dir.File("missing").Text()));
+    EXPECT_EQ(ReadBytes(file), "old");
+}
+
+TEST(FilesTest, CopyRenameAppendRemove) {
+    TEMPDIR dir;
+    STRING a = dir.File("a"), b = dir.File("b");
+    EXPECT_TRUE(FILES::AppendBytes(a.Text(), "one\r\n"));
+    EXPECT_TRUE(FILES::AppendBytes(a.Text(), "two"));
+    EXPECT_TRUE(FILES::Copy(a.Text(), b.Text()));
+    EXPECT_EQ(ReadBytes(b), "one\r\ntwo");
+    EXPECT_TRUE(FILES::Rename(b.Text(), dir.File("c").Text()));
+    EXPECT_FALSE(FILES::Remove(b.Text()));
+    EXPECT_TRUE(FILES::Remove(dir.File("c").Text()));
+}

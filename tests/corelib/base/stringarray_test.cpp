@@ -1,0 +1,86 @@
+#include "corelib/base/stringarray.h"
+
+#include "tests/support/testsupport.h"
+
+TEST(StringarrayTest, KeysAreOneWhateverTheirCase) {
+    STRINGARRAY table;
+    table["Name"] = "x";
+    EXPECT_EQ(table["NAME"], "x");
+    table["_"] = "u";
+    table["a"] = "1";
+    EXPECT_EQ(table.AsText(), "_=u\na=1\nName=x\n");
+    EXPECT_EQ(table.Delete("name"), 1);
+    EXPECT_EQ(table.Delete("name"), 0);
+    EXPECT_FALSE(table.Exists("Name"));
+}
+
+TEST(StringarrayTest, ValuesOfEveryKindComeBack) {
+    STRINGARRAY table;
+    table["Plain"] = "a=b{c}";
+    table["Lines"] = "first\r\nsecond";
+    table["Zero"] = STRING(std::string_view("a\0b", 3));
+    table["Braces"] = "={{abc";
+    table["Null"];
+    STRING secret(std::string_view("p\0w", 3));
+    secret.SetFlags(STRINGFLAG_BINARY);
+    table["Secret"] = secret;
+
+    TEMPDIR dir;
+    ASSERT_EQ(table.Save(dir.File("t.ini").Text()), 1);
+    EXPECT_EQ(ReadBytes(dir.File("t.ini")),
+              "Braces=\\x3d\\x7b\\x7babc\r\nLines=first\\r\\nsecond\r\nNull=\r\nPlain=a\\x3db\\x7bc\\x7d\r\n"
+              "Secret=={{cAB3}}\r\nZero=a\\0b\r\n");
+    STRINGARRAY back;
+    ASSERT_EQ(back.Load(dir.File("t.ini").Text()), 1);
+    EXPECT_EQ(back.AsText(), table.AsText());
+    EXPECT_EQ(Std(back["Secret"]), std::string("p\0w", 3));
+    EXPECT_TRUE(back["Secret"].GetFlags() & STRINGFLAG_BINARY);
+    EXPECT_TRUE(back["Null"].NotNull()) << "null does not survive a file";
+}
+
+TEST(StringarrayTest, ReadsWhatItCan) {
+    struct {
+        const char *Text, *Result;
+    } rows[] = {
+        {"b=2\na=1\n", "a=1\nb=2\n"},
+        {"a=1\n\nno equals sign\nb=2", "a=1\nb=2\n"},
+        {"a==b\n", "a=\\x3db\n"},
+        {"a=={{abc\n", "a=\\x3d\\x7b\\x7babc\n"},
+        {"a=={}}\n", "a=\\x3d\\x7b\\x7d\\x7d\n"},
+        {"=x\n", "=x\n"},
+        {"k=2\nK=1\nk=3\na=0\n", "a=0\nk=2\nK=1\nk=3\n"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(STRINGARRAY(STRING(row.Text), 2, 2).AsText(), row.Result) << row.Text;
+    STRINGARRAY doubled(STRING("k=2\nK=1\nk=3\n"), 2, 2);
+    EXPECT_EQ(doubled["K"], "2") << "the first of equal keys";
+    EXPECT_EQ(doubled.Find("k"), 0);
+}
+
+TEST(StringarrayTest, ALockedTableAssertsOnNewKeysAndStillMakesThem) {
+    STRINGARRAY table;
+    EXPECT_FALSE(table.AllowNewKeys(true));
+    table["a"] = "1";
+    EXPECT_FALSE(table.AllowNewKeys(false));
+    EXPECT_TRUE(table.IsLocked());
+    EXPECT_TRUE(STRINGARRAY(table).IsLocked());
+    EXPECT_ASSERTIONS(1);
+    table["b"] = "2";
+    EXPECT_EQ(table.Get("b"), "2");
+}
+
+TEST(StringarrayTest, ReadingAMissingKeyAsserts) {
+    const STRINGARRAY table(STRING("a=12\n"), 2, 2);
+    EXPECT_EQ(table.GetNumber("A"), 12);
+    EXPECT_ASSERTIONS(2);  // the key, and the index -1
+    EXPECT_FALSE(table.Get("b").NotNull());
+}
+
+TEST(StringarrayTest, AFailedLoadLeavesTheTable) {
+    TEMPDIR dir;
+    STRINGARRAY table(STRING("a=1\n"), 2, 2);
+    EXPECT_EQ(table.Load(dir.File("missing").Text()), 0);
+    EXPECT_EQ(table.Load(dir.Path()), 0) << "a directory";
+    EXPECT_EQ(table.AsText(), "a=1\n");
+    EXPECT_EQ(table.Save(dir.File("no\\such\\dir").Text()), 0);
+}

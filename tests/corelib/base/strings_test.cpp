@@ -1,0 +1,250 @@
+#include "corelib/base/strings.h"
+
+#include "tests/support/testsupport.h"
+
+TEST(StringTest, NullAndEmptyAreDifferent) {
+    STRING none, empty("");
+    EXPECT_FALSE(none.NotNull());
+    EXPECT_EQ(none.Length(), 0);
+    EXPECT_TRUE(empty.NotNull());
+    EXPECT_EQ(empty.GetBufLen(), 96);
+
+    none.Make(-1, nullptr);
+    EXPECT_FALSE(none.NotNull());
+    none.AppendBytes(nullptr, 0);
+    EXPECT_TRUE(none.NotNull());
+
+    STRING target("text");
+    target = STRING();
+    EXPECT_FALSE(target.NotNull());
+}
+
+TEST(StringTest, NullReadsAsItsTextWhereThePlatformWouldCrash) {
+    STRING none, x("x");
+    EXPECT_EQ(x || none, "x<NULL>");
+    EXPECT_EQ(none || x, "x");
+    EXPECT_EQ(atoi(none), 0);
+    x.Append(none.Ptr());
+    EXPECT_EQ(x, "x<NULL>");
+    x += none;
+    EXPECT_EQ(x, "x<NULL>");
+}
+
+TEST(StringTest, GrowthFollowsTheBlockSizes) {
+    struct {
+        int Length, BufLen, BlockSize;
+        bool Dynamic;
+    } steps[] = {
+        {95, 192, 96, false},        {192, 288, 96, false},       {1100, 1152, 1024, false},
+        {3000, 3072, 1024, false},   {4090, 4096, 2048, false},   {8200, 10240, 4096, false},
+        {32767, 36864, 16382, true}, {40000, 49146, 24576, true}, {60000, 73728, 36864, true},
+    };
+    STRING text;
+    for (const auto& step : steps) {
+        text.Make(step.Length, nullptr);
+        EXPECT_EQ(text.GetBufLen(), step.BufLen) << step.Length;
+        EXPECT_EQ(text.GetBlockSize(), step.BlockSize) << step.Length;
+        EXPECT_EQ((text.GetFlags() & STRINGFLAG_DYNABLOCK) != 0, step.Dynamic) << step.Length;
+        EXPECT_EQ(text.Length(), step.Length);
+    }
+    STRING assigned;
+    assigned = text;
+    EXPECT_EQ(assigned.GetBlockSize() == text.GetBlockSize(), false) << "assignment keeps the target's block size";
+    EXPECT_EQ(STRING(text).GetBlockSize(), text.GetBlockSize());
+}
+
+TEST(StringTest, GrowthKeepsTheContent) {
+    STRING text;
+    std::string expected;
+    for (int i = 0; i < 200000; ++i) {
+        char c = static_cast<char>(i % 251);
+        text.AppendBytes(&c, 1);
+        expected += c;
+    }
+    EXPECT_EQ(Std(text), expected);
+    text.AppendBytes(text.Ptr() + 10, 1000);
+    EXPECT_EQ(Std(text), expected + expected.substr(10, 1000)) << "a piece of the string itself";
+}
+
+TEST(StringTest, PiecesAreClippedAndNeverNull) {
+    const STRING text("abcdef");
+    EXPECT_EQ(text.Left(2), "ab");
+    EXPECT_EQ(text.Left(20), "abcdef");
+    EXPECT_EQ(text.Right(2), "ef");
+    EXPECT_EQ(text.Right(20), "abcdef");
+    EXPECT_EQ(text.Mid(2, 2), "cd");
+    EXPECT_EQ(text.Mid(2), "cdef");
+    EXPECT_EQ(text.UpTo(1, "ed"), "bc");
+    EXPECT_EQ(text.UpTo(1, "x"), "bcdef");
+    for (const STRING& piece :
+         {text.Mid(6), text.Mid(60, 3), STRING().Mid(0), STRING().UpTo(0, "x"), STRING().Left(1)}) {
+        EXPECT_TRUE(piece.NotNull());
+        EXPECT_EQ(piece, "");
+    }
+    EXPECT_EQ(STRING(std::string_view("ab\0cd", 5)).Right(2), "ab") << "the right end is the first zero byte's";
+}
+
+TEST(StringTest, EditingInPlace) {
+    STRING text("0123456789");
+    text.DeleteLeft(2);
+    text.DeleteRight(3);
+    EXPECT_EQ(text, "23456");
+    text.InsertChars(2, 1, '-');
+    EXPECT_EQ(text, "2--3456");
+    text.InsertChars(2, 7, '-');
+    EXPECT_EQ(text, "2--3456") << "not at the end";
+    text.Insert("ab", 7);
+    text.Insert("xy", 0);
+    text.Insert("lost", 99);
+    EXPECT_EQ(text, "xy2--3456ab");
+    EXPECT_EQ(text.ChopLast('b'), 1);
+    EXPECT_EQ(text.ChopLast('b'), 0);
+    EXPECT_EQ(text.ChopFirst('x'), 1);
+    text.Truncate(100);
+    EXPECT_EQ(text, "y2--3456a");
+    text.DeleteLeft(100);
+    EXPECT_TRUE(text.NotNull());
+    EXPECT_EQ(text, "");
+    EXPECT_ASSERTIONS(3);
+    text.Truncate(-1);
+    text.DeleteLeft(-1);
+    text.InsertChars(-1, 0, 'x');
+    EXPECT_EQ(text, "");
+}
+
+TEST(StringTest, IndexingOutsideGivesAZeroByte) {
+    STRING text("ab");
+    const STRING& constant = text;
+    EXPECT_EQ(constant[2], '\0') << "the terminator may be read";
+    text[0] = 'X';
+    EXPECT_EQ(text, "Xb");
+    EXPECT_ASSERTIONS(3);
+    EXPECT_EQ(constant[3], '\0');
+    EXPECT_EQ(constant[-1], '\0');
+    text[2] = 'c';
+    EXPECT_EQ(text, "Xb");
+}
+
+TEST(StringTest, SearchingWithAndWithoutCase) {
+    const STRING text(std::string_view("One one\0ONE", 11));
+    EXPECT_EQ(text.Pos('n'), 1);
+    EXPECT_EQ(text.Pos("one"), 4);
+    EXPECT_EQ(text.Pos("ONE"), -1) << "stops at the zero byte";
+    EXPECT_EQ(text.iPos("ONE", 1), 4);
+    EXPECT_EQ(text.iPos("one", 5), 8) << "passes the zero byte";
+    EXPECT_EQ(text.iPos("", 3), 3);
+    EXPECT_EQ(text.iPos("one", 11), -1);
+    EXPECT_EQ(STRING("\xc4").iPos("\xe4"), -1) << "bytes above 127 are no letters";
+    int position = 0;
+    EXPECT_FALSE(text.Pos("two", &position));
+    EXPECT_EQ(position, -1);
+    EXPECT_TRUE(text.iPos("ONE", &position));
+    EXPECT_EQ(position, 0);
+}
+
+TEST(StringTest, ReplaceDoesNotSearchWhatItPutIn) {
+    struct {
+        const char *Text, *From, *To;
+        int CaseSensitive;
+        const char* Result;
+    } rows[] = {
+        {"aXbXc", "X", "XX", 1, "aXXbXXc"}, {"aXbXc", "X", "", 1, "abc"},
+        {"aXbxc", "x", "-", 0, "a-b-c"},    {"aXbxc", "x", "-", 1, "aXb-c"},
+        {"same", "e", "e", 1, "same"},      {"none", "", "x", 1, "none"},
+        {"aaa", "aa", "a", 1, "aa"},        {"\r\nx\r\n", "\r\n", "\n", 1, "\nx\n"},
+    };
+    for (const auto& row : rows) {
+        STRING text(row.Text);
+        text.Replace(row.From, row.To, row.CaseSensitive);
+        EXPECT_EQ(text, row.Result) << row.Text;
+    }
+}
+
+TEST(StringTest, StripTakesZeroBytesAtTheEndToo) {
+    STRING text("  ab c  ");
+    text.Strip('l', " ");
+    EXPECT_EQ(text, "ab c  ");
+    text.Strip('R', " ");
+    EXPECT_EQ(text, "ab c");
+    text.Strip('B', "ac");
+    EXPECT_EQ(text, "b ");
+    STRING zeros(std::string_view("x\0\0", 3));
+    zeros.Strip('R', " ");
+    EXPECT_EQ(zeros, "x");
+    STRING all("aaa");
+    all.Strip('B', "a");
+    EXPECT_EQ(all, "");
+    EXPECT_ASSERTIONS(1);
+    text.Strip('x', " ");
+    EXPECT_EQ(text, "b ");
+}
+
+TEST(StringTest, WordsEndAtSeparators) {
+    EXPECT_EQ(STRING("a=b=c").Word(1, "=", 1), "b=c");
+    EXPECT_EQ(STRING("a=b=c").Word(1, "=", 0), "b");
+    EXPECT_FALSE(STRING("x").Word(1, "=", 0).NotNull());
+    EXPECT_TRUE(STRING("x=").Word(1, "=", 0).NotNull());
+    EXPECT_TRUE(STRING("x").Word(1, "=", WORD_NEVERNULL).NotNull());
+    const STRING lines("a\nb\n");
+    EXPECT_TRUE(lines.Line(2).NotNull());
+    EXPECT_EQ(lines.Line(2), "");
+    EXPECT_FALSE(lines.Line(3).NotNull());
+    EXPECT_FALSE(STRING().Word(0, "=").NotNull());
+}
+
+TEST(StringTest, CursorGivesTheSamePiecesAsWord) {
+    for (const STRING& text :
+         {STRING(), STRING(""), STRING("a"), STRING("|"), STRING("a|b;;c|"), STRING(std::string_view("a|b\0c|d", 7))}) {
+        WORDCURSOR cursor(text, "|;");
+        std::string_view piece;
+        for (int i = 0;; ++i) {
+            STRING word = text.Word(i, "|;");
+            bool more = cursor.Next(piece);
+            ASSERT_EQ(more, word.NotNull()) << Std(text) << " word " << i;
+            if (!more)
+                break;
+            EXPECT_EQ(word, piece) << Std(text) << " word " << i;
+        }
+    }
+}
+
+TEST(StringTest, FormatIsBounded) {
+    STRING text;
+    EXPECT_EQ(text.Format("%d|%s", 5, "x"), 3);
+    text.AppendFormat("%03d", 7);
+    EXPECT_EQ(text, "5|x007");
+    EXPECT_ASSERTIONS(1);
+    std::string wide(3000, 'w');
+    EXPECT_EQ(text.Format("%s", wide.c_str()), 2047);
+    EXPECT_EQ(text.Length(), 2047);
+}
+
+TEST(StringTest, NumbersStopAtTheEndsOfTheirRange) {
+    struct {
+        const char* Text;
+        int Value;
+    } rows[] = {{"12x", 12},
+                {" -7", -7},
+                {"+3", 3},
+                {"", 0},
+                {"x", 0},
+                {"-", 0},
+                {"40 // percent", 40},
+                {"99999999999", INT32_MAX},
+                {"-99999999999999999999", INT32_MIN}};
+    for (const auto& row : rows)
+        EXPECT_EQ(atoi(STRING(row.Text)), row.Value) << row.Text;
+    EXPECT_EQ(atoi64(STRING("-9223372036854775808")), INT64_MIN);
+    EXPECT_EQ(atoi64(STRING("9223372036854775808")), INT64_MAX);
+}
+
+TEST(StringTest, StricmpOrdersUnderscoreBeforeLetters) {
+    EXPECT_LT(stricmp("_", "a", 0), 0);
+    EXPECT_LT(stricmp("_", "A", 0), 0);
+    EXPECT_EQ(stricmp("ABC", "abc", 0), 0);
+    EXPECT_GT(stricmp("\xff", "a", 0), 0) << "bytes are unsigned";
+    EXPECT_EQ(stricmp(nullptr, nullptr, 1), 0);
+    EXPECT_EQ(stricmp(nullptr, "a", 1), 1);
+    EXPECT_EQ(stricmp("a", nullptr, 1), 1);
+    EXPECT_EQ(stricmp(nullptr, "<null>", 0), 0);
+}

@@ -1,0 +1,131 @@
+#include "corelib/base/trace.h"
+
+#include <cctype>
+#include <filesystem>
+
+#include "corelib/base/files.h"
+#include "tests/support/testsupport.h"
+
+namespace {
+
+// A log in a directory of its own, closed at the end.
+class TraceTest : public testing::Test {
+ protected:
+    ~TraceTest() override { LogOption("/LOGITCLOSE"); }
+    void Open() { ASSERT_EQ(LogOption((STRING("/logit:") || Dir.File("log")).Text()), 1); }
+    std::string Log() { return ReadBytes(Dir.File("log")); }
+    TEMPDIR Dir;
+};
+
+std::string DigitsMasked(std::string text) {
+    for (char& c : text)
+        if (isdigit(static_cast<unsigned char>(c)))
+            c = '0';
+    return text;
+}
+
+// With all digits of the prefixes made 0.
+std::string Masked(std::string log) {
+    bool inside = false;
+    for (char& c : log) {
+        if (c == '[' || c == ']')
+            inside = c == '[';
+        else if (inside && isxdigit(static_cast<unsigned char>(c)))
+            c = '0';
+    }
+    return log;
+}
+
+const char* Asked = nullptr;
+STRING AskedText;
+
+bool AnswerYes(const char* title, const char* text) {
+    Asked = title;
+    AskedText = text;
+    return true;
+}
+
+}  // namespace
+
+TEST_F(TraceTest, LinesHaveTimeAndThread) {
+    EXPECT_EQ(Trace("nowhere\n"), 0);
+    Open();
+    EXPECT_EQ(Trace("plain\n"), 1);
+    Trace("value %d %s\n", 5, "50% off");
+    Trace("no line end");
+    EXPECT_EQ(Masked(Log()), "[0000.00:000] plain\r\n[0000.00:000] value 5 50% off\r\n[0000.00:000] no line end");
+}
+
+TEST_F(TraceTest, LongLinesAreCut) {
+    Open();
+    std::string wide(20000, 'w');
+    Trace("%s\n", wide.c_str());
+    EXPECT_LE(Log().size(), 8192u);
+    EXPECT_GE(Log().size(), 8000u);
+}
+
+TEST_F(TraceTest, LevelsAndChannels) {
+    Open();
+    TraceLevel(2, "two\n");
+    EXPECT_EQ(Log(), "") << "the mask is 0 at the start";
+    LogOption("/log:7");
+    TraceLevel(7, "seven\n");
+    TraceLevel(12, "twelve\n");
+    TraceLevel(519, "channel\n");
+    LogOption("/LOG:512");
+    TraceLevel(519, "channel now\n");
+    std::string log = Log();
+    EXPECT_NE(log.find("seven"), log.npos);
+    EXPECT_EQ(log.find("twelve"), log.npos);
+    EXPECT_EQ(log.find("channel\r"), log.npos);
+    EXPECT_NE(log.find("channel now"), log.npos);
+}
+
+TEST_F(TraceTest, OptionsAreKnownInAnyCase) {
+    EXPECT_EQ(LogOption("/logitx"), 0);
+    EXPECT_EQ(LogOption("LOGIT"), 0);
+    EXPECT_EQ(LogOption("/LogItHard:"
+                        ""),
+              1)
+        << "an impossible name is not reported";
+    EXPECT_EQ(LogOption((STRING("/LOGITHARD:") || Dir.File("log")).Text()), 1);
+    EXPECT_EQ(Trace("x\n"), 1);
+    EXPECT_EQ(LogOption("/logitclose"), 1);
+    EXPECT_EQ(Trace("y\n"), 0);
+    EXPECT_EQ(LogOption("/noassert"), 1);
+    EXPECT_EQ(LogOption("/NOASSERT"), 1);
+}
+
+TEST_F(TraceTest, AssertionsAreReportedAndGoOn) {
+    std::filesystem::path former = std::filesystem::current_path();
+    std::filesystem::current_path(Dir.Native());
+    Open();
+    SetApplicationName("Test");
+    EXPECT_ASSERTIONS(4);
+    EXPECT_EQ(Assert(true, "x", "f", 1, nullptr, 0), 1);
+    EXPECT_EQ(Assert(false, "a>b", "dir/file.cpp", 12, "extra", 1), 1);
+    std::string log = DigitsMasked(ReadBytes("assert.log"));
+    size_t error = log.find("Last Err.: ") + 11;
+    log.erase(error, log.find("L\r\n", error) - error);
+    EXPECT_EQ(log,
+              "--- Test --- 0000-00-00 00:00:00 ---\r\n\r\n    Condition: a>b\r\n    Location : file.cpp line 00\r\n"
+              "    Last Err.: L\r\n    Add. Info: extra\r\n\r\n\r\n");
+    EXPECT_NE(Log().find("*** ASSERTION FAILED: \r\n    Condition: a>b"), std::string::npos);
+
+    SetAssertQuestion(AnswerYes);
+    SetTraceLanguage(7);
+    Assert(false, "quiet", "f", 1, nullptr, 1);
+    EXPECT_EQ(Asked, nullptr);
+    Assert(false, "loud", "f", 1, nullptr, 0);
+    ASSERT_NE(Asked, nullptr);
+    EXPECT_NE(AskedText.Pos("    Bedingung: loud\r\n    Datei: f Zeile 1\r\n    Code : "), -1);
+    EXPECT_NE(AskedText.Pos("Umst\344nde"), -1);
+    Asked = nullptr;
+    LogOption("/NOASSERT");
+    Assert(false, "silenced", "f", 1, nullptr, 0);
+    EXPECT_EQ(Asked, nullptr);
+    LogOption("/NOASSERT");
+    SetTraceLanguage(9);
+    SetAssertQuestion(nullptr);
+    std::filesystem::current_path(former);
+}
