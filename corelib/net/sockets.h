@@ -29,13 +29,12 @@ void Close(SOCK s);
 bool SetBlocking(SOCK s, bool blocking);
 /// Sends small pieces at once, instead of gathering them while the peer has not acknowledged others.
 void SetNoDelay(SOCK s);
-/// Starts or makes a connection; address and port in host order. The result is that of the platform's connect (0 on
-/// success).
-int Connect(SOCK s, uint32_t address, uint16_t port);
+/// Makes a connection, or starts it on a socket that does not block; address and port in host order. False if it has
+/// failed at once.
+bool Connect(SOCK s, uint32_t address, uint16_t port);
 
 enum class READY { Nothing, Writable, Refused, Error };
-/// Waits up to ms for a connection under way to come up (Writable) or to fail (Refused; also if none is under way).
-/// Error: the wait itself failed.
+/// Waits up to ms for a connection under way to come up (Writable) or to fail (Refused). Error: the wait itself failed.
 READY WaitConnected(SOCK s, int ms);
 /// Waits up to ms until something can be read (data, end of stream, a connection to accept).
 bool WaitReadable(SOCK s, int ms);

@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -39,6 +40,23 @@ bool Ask(const char* name, const char* service, int flags, addrinfo** found) {
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = flags;
     return getaddrinfo(name, service, &hints, found) == 0;
+}
+
+// The names of this machine's own network stand in its table of hosts, or nowhere: asking the name servers for them
+// would only make a call to a local server wait for the servers' silence.
+bool LoopbackName(uint32_t address, STRING* name) {
+    static std::mutex guard;  // of the walk through the table, which the whole process shares
+    std::lock_guard hold(guard);
+    const in_addr_t wanted = htonl(address);
+    bool found = false;
+    sethostent(1);
+    while (const hostent* entry = found ? nullptr : gethostent()) {
+        found = entry->h_addrtype == AF_INET && memcmp(entry->h_addr_list[0], &wanted, sizeof wanted) == 0;
+        if (found)
+            *name = entry->h_name;
+    }
+    endhostent();
+    return found;
 }
 
 }  // namespace
@@ -79,9 +97,9 @@ void SOCKETS::SetNoDelay(SOCK s) {
     setsockopt(static_cast<int>(s), IPPROTO_TCP, TCP_NODELAY, &flag, sizeof flag);
 }
 
-int SOCKETS::Connect(SOCK s, uint32_t address, uint16_t port) {
+bool SOCKETS::Connect(SOCK s, uint32_t address, uint16_t port) {
     sockaddr_in to = SocketAddress(address, port);
-    return connect(static_cast<int>(s), reinterpret_cast<sockaddr*>(&to), sizeof to);
+    return connect(static_cast<int>(s), reinterpret_cast<sockaddr*>(&to), sizeof to) == 0 || errno == EINPROGRESS;
 }
 
 SOCKETS::READY SOCKETS::WaitConnected(SOCK s, int ms) {
@@ -89,7 +107,7 @@ SOCKETS::READY SOCKETS::WaitConnected(SOCK s, int ms) {
     int rc = Poll(s, POLLOUT, ms, &got);
     if (rc <= 0)
         return rc < 0 ? READY::Error : READY::Nothing;
-    // A failed connection is writable too, and so is a socket whose connect failed at once: it has no peer.
+    // A failed connection is writable too, but has no peer.
     sockaddr_in peer;
     socklen_t size = sizeof peer;
     if (getpeername(static_cast<int>(s), reinterpret_cast<sockaddr*>(&peer), &size) == 0)
@@ -170,6 +188,8 @@ bool SOCKETS::HostByName(const char* name, uint32_t* address, STRING* officialNa
 }
 
 bool SOCKETS::HostByAddress(uint32_t address, STRING* name) {
+    if (address >> 24 == LOOPBACK >> 24)
+        return LoopbackName(address, name);
     sockaddr_in of = SocketAddress(address, 0);
     char text[NI_MAXHOST];
     if (getnameinfo(reinterpret_cast<sockaddr*>(&of), sizeof of, text, sizeof text, nullptr, 0, NI_NAMEREQD) != 0)

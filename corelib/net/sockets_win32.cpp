@@ -65,9 +65,9 @@ void SOCKETS::SetNoDelay(SOCK s) {
     setsockopt(Native(s), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&flag), sizeof flag);
 }
 
-int SOCKETS::Connect(SOCK s, uint32_t address, uint16_t port) {
+bool SOCKETS::Connect(SOCK s, uint32_t address, uint16_t port) {
     sockaddr_in to = SocketAddress(address, port);
-    return connect(Native(s), reinterpret_cast<sockaddr*>(&to), sizeof to);
+    return connect(Native(s), reinterpret_cast<sockaddr*>(&to), sizeof to) == 0 || WSAGetLastError() == WSAEWOULDBLOCK;
 }
 
 SOCKETS::READY SOCKETS::WaitConnected(SOCK s, int ms) {

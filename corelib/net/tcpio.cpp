@@ -165,9 +165,8 @@ SOCKETREF TCPIPIO::Connect(const char* destination) {
     }
     auto connection = std::make_shared<HELDSOCKET>(s);
     SOCKETS::SetBlocking(s, false);
-    SOCKETS::Connect(s, host.Address, port);
     const int limit = ConnectLimitMs != -1 ? ConnectLimitMs : TcpTimes.ConnectMs;
-    auto ready = SOCKETS::READY::Nothing;
+    auto ready = SOCKETS::Connect(s, host.Address, port) ? SOCKETS::READY::Nothing : SOCKETS::READY::Refused;
     for (int waited = 0; ready == SOCKETS::READY::Nothing;) {
         ready = SOCKETS::WaitConnected(s, TcpTimes.ConnectPassMs);
         waited += TcpTimes.ConnectPassMs;

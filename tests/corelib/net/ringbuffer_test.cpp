@@ -1,0 +1,122 @@
+#include "corelib/net/ringbuffer.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <thread>
+
+#include "corelib/base/trace.h"
+#include "corelib/net/tcpio.h"
+#include "tests/support/testsupport.h"
+
+namespace {
+
+std::string Take(RINGBUFFER& ring, int room, const char* until = nullptr, int timeoutMs = 0) {
+    std::string out(static_cast<size_t>(room), '?');
+    int length = room;
+    const bool ok = ring.Read(out.data(), &length, timeoutMs, until);
+    EXPECT_EQ(ok, length > 0);
+    return out.substr(0, static_cast<size_t>(length));
+}
+
+// A writer that finds the ring full, with pauses of one ms.
+class FullRing : public testing::Test {
+ protected:
+    FullRing() : Ring(8), Writer((TcpTimes.RingFullMs = 1, Ring.Write("12345678", 8), [this] { Done = Write(); })) {}
+    ~FullRing() override { TcpTimes = {}; }
+    bool Write() { return Ring.Write("ab", 2); }
+
+    RINGBUFFER Ring;
+    std::atomic<bool> Done = false;
+    std::thread Writer;
+};
+
+}  // namespace
+
+TEST(RingBuffer, GivesTheBytesThatWentInUpToTheStopByte) {
+    // Against a plain string: every mixture of lengths, also across the end of the block and up to a full ring.
+    std::mt19937 random(7);
+    auto upTo = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n + 1)); };
+    for (int size : {1, 2, 7, 16}) {
+        RINGBUFFER ring(size);
+        std::string model;
+        for (int i = 0; i < 3000; ++i) {
+            std::string data(static_cast<size_t>(upTo(size - static_cast<int>(model.size()))), ' ');
+            std::generate(data.begin(), data.end(), [&] { return "ab\n;\0c"[upTo(5)]; });
+            ASSERT_TRUE(ring.Write(data.data(), static_cast<int>(data.size())));
+            model += data;
+            ASSERT_EQ(ring.Avail(), static_cast<int>(model.size()));
+            const char* until = (const char*[]){nullptr, "\n", ";\n", ""}[upTo(3)];
+            const int room = upTo(size + 1);
+            std::string expected = model.substr(0, static_cast<size_t>(room));
+            if (until)
+                for (size_t at = 0; at < expected.size(); ++at)
+                    if (strchr(until, expected[at]))
+                        expected.resize(at + 1);
+            ASSERT_EQ(Take(ring, room, until), expected) << size << " " << i;
+            model.erase(0, expected.size());
+        }
+    }
+}
+
+TEST(RingBuffer, ReaderWaitsForTheFirstByteOnly) {
+    RINGBUFFER ring(16);
+    EXPECT_EQ(Take(ring, 5), "");
+    EXPECT_EQ(Take(ring, 5, nullptr, 5), "");
+    std::thread writer([&] { ring.Write("x", 1); });
+    EXPECT_EQ(Take(ring, 5, nullptr, 20000), "x");
+    writer.join();
+    // Drained: the next read waits again, and one that leaves something does not make the next one wait.
+    EXPECT_EQ(Take(ring, 5, nullptr, 1), "");
+    ring.Write("yz", 2);
+    EXPECT_EQ(Take(ring, 1, nullptr, 20000), "y");
+    EXPECT_EQ(Take(ring, 5, nullptr, 20000), "z");
+}
+
+TEST(RingBuffer, LosesNothingWhenTheReaderIsBehind) {
+    RINGBUFFER ring(64);
+    std::string all(100000, ' ');
+    for (size_t i = 0; i < all.size(); ++i)
+        all[i] = static_cast<char>(i * 7 + i / 256);
+    std::thread writer([&] {
+        for (size_t at = 0, piece = 1; at < all.size(); at += piece, piece = piece % 50 + 1) {
+            piece = std::min(piece, all.size() - at);
+            EXPECT_TRUE(ring.Write(all.data() + at, static_cast<int>(piece)));
+        }
+    });
+    std::string got;
+    while (got.size() < all.size())
+        got += Take(ring, static_cast<int>(got.size() % 40 + 1), nullptr, 20000);
+    writer.join();
+    EXPECT_TRUE(got == all);
+}
+
+TEST_F(FullRing, WaitsOnWithoutLimitForAUser) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(60));
+    EXPECT_FALSE(Done);
+    EXPECT_EQ(Take(Ring, 1), "1");
+    EXPECT_EQ(Take(Ring, 1), "2");
+    Writer.join();
+    EXPECT_TRUE(Done);
+    EXPECT_EQ(Take(Ring, 20), "345678ab");
+}
+
+TEST_F(FullRing, TellsADeveloperWhoWaitsLong) {
+    const int before = AssertCount();
+    fclose(fopen("main.cpp", "w"));
+    EXPECT_TRUE(Eventually([&] { return AssertCount() > before; }));
+    remove("main.cpp");
+    Take(Ring, 8);
+    Writer.join();
+    EXPECT_TRUE(Done);
+    EXPECT_EQ(Take(Ring, 20), "ab");
+    EXPECT_ASSERTIONS(AssertCount() - before);
+}
+
+TEST_F(FullRing, LetsTheWriterGoWhenNobodyWillRead) {
+    Ring.Abandon();
+    Writer.join();
+    EXPECT_FALSE(Done);
+    EXPECT_EQ(Take(Ring, 20), "12345678");
+}

@@ -1,0 +1,243 @@
+#include "corelib/net/tcpio.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <thread>
+
+#include "corelib/base/trace.h"
+#include "tests/servers/scriptedserver.h"
+#include "tests/support/testsupport.h"
+
+using namespace PLAY;
+
+namespace {
+
+constexpr int LONG_MS = 20000;
+
+std::string Take(BASEIO& device, int room, int timeoutMs = LONG_MS) {
+    std::string out(static_cast<size_t>(room), '?');
+    int length = room;
+    device.Read(out.data(), &length, timeoutMs, nullptr);
+    return out.substr(0, static_cast<size_t>(length));
+}
+
+bool GoesOffline(TCPIPIO& device) {
+    return Eventually([&] { return !device.IsOnline(); });
+}
+
+std::string Info(TCPIPIO& device, const char* key) {
+    return Std(device.GetInfo(key));
+}
+
+std::string LastErrors(TCPIPIO& device) {
+    return Info(device, "LastError") + " " + Info(device, "lasterrorclass") + " " + Info(device, "LASTERRORSTRING");
+}
+
+// A listening socket that nobody accepts on.
+HELDSOCKET Deaf(uint32_t address, uint16_t* port) {
+    SOCKETS::Startup();
+    const SOCKETS::SOCK s = SOCKETS::Open();
+    EXPECT_EQ(SOCKETS::Listen(s, address, 0, 0, port), SOCKETS::LISTENERROR::None);
+    return HELDSOCKET(s);
+}
+
+// Shrinks times for the length of a test.
+class TcpIo : public testing::Test {
+ protected:
+    ~TcpIo() override { TcpTimes = {}; }
+};
+
+}  // namespace
+
+TEST_F(TcpIo, TakesDestinationsWithColonBlankAndStar) {
+    SCRIPTEDSERVER server(SCRIPT{Send("hello"), Silence()});
+    const std::string port = std::to_string(server.Port());
+    for (const std::string& destination : {"127.0.0.1:" + port, "127.0.0.1 " + port, " *:127.0.0.1:" + port + ":110",
+                                           "localhost:" + port, "localhost " + port + " trailing:text"}) {
+        TCPIPIO device("", "", "");
+        ASSERT_TRUE(device.MakeCall(destination.c_str())) << destination;
+        EXPECT_TRUE(Info(device, "CallerId").ends_with(" (127.0.0.1)")) << Info(device, "CallerId");
+        EXPECT_EQ(Take(device, 5), "hello");
+        EXPECT_TRUE(device.DropCall());
+        EXPECT_EQ(Info(device, "CallerId"), "<unknown>");
+    }
+}
+
+TEST_F(TcpIo, AnAddressWithoutANameIsUnnamed) {
+    uint16_t port = 0;
+    HELDSOCKET deaf = Deaf(0x7f4d4d4d, &port);
+    STRING name = "<unnamed>";
+    SOCKETS::HostByAddress(0x7f4d4d4d, &name);
+    const auto start = std::chrono::steady_clock::now();
+    TCPIPIO device("", "", "");
+    EXPECT_TRUE(device.MakeCall(("127.77.77.77:" + std::to_string(port)).c_str()));
+    EXPECT_EQ(Info(device, "CallerId"), Std(name) + " (127.77.77.77)");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3)) << "waited for a name server";
+}
+
+TEST_F(TcpIo, TellsWhyACallFails) {
+    const std::string noHost(300, 'a');
+    const struct {
+        std::string Destination;
+        const char* Errors;
+        std::string CallerId;
+    } cases[] = {
+        {noHost + ":110", "4098 500 Host not found", noHost.substr(0, 255)},
+        {"127.0.0.1:no-such-service", "4097 500 No TCP/IP socket or service", "127.0.0.1"},
+        {"127.0.0.1:0", "4097 500 No TCP/IP socket or service", "127.0.0.1"},
+        {"127.0.0.1:" + std::to_string(ClosedPort()), "4096 400 No response", "127.0.0.1"},
+        // Nothing can be an address of its own; the broadcast address takes no calls.
+        {":", "4096 400 No response", ""},
+    };
+    TCPIPIO device("", "", "");
+    for (const auto& c : cases) {
+        EXPECT_FALSE(device.MakeCall(c.Destination.c_str())) << c.Destination;
+        EXPECT_EQ(LastErrors(device), c.Errors) << c.Destination;
+        EXPECT_EQ(Info(device, "CALLERID"), c.CallerId);
+        EXPECT_EQ(Info(device, "ONLINE"), "0");
+        EXPECT_EQ(device.Write("x", 1), 0);
+    }
+    // A failed call leaves the device as good as new.
+    SCRIPTEDSERVER server(SCRIPT{Silence()});
+    EXPECT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    EXPECT_EQ(LastErrors(device), "0 200 No Error");
+}
+
+TEST_F(TcpIo, GivesUpOnASilentHost) {
+    TcpTimes.ConnectPassMs = 20;
+    TcpTimes.ConnectMs = 60;
+    uint16_t port = 0;
+    HELDSOCKET deaf = Deaf(SOCKETS::LOOPBACK, &port);
+    // Fill the queue of the listener, until the system lets a caller wait.
+    std::vector<SOCKETREF> callers;
+    auto ready = SOCKETS::READY::Writable;
+    while (ready == SOCKETS::READY::Writable && callers.size() < 20) {
+        callers.push_back(std::make_shared<HELDSOCKET>(SOCKETS::Open()));
+        SOCKETS::SetBlocking(callers.back()->Number, false);
+        SOCKETS::Connect(callers.back()->Number, SOCKETS::LOOPBACK, port);
+        ready = SOCKETS::WaitConnected(callers.back()->Number, 50);
+    }
+    if (ready != SOCKETS::READY::Nothing)
+        GTEST_SKIP() << "this system refuses what does not fit the queue";
+    TCPIPIO device("", "", "");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(device.MakeCall(("127.0.0.1:" + std::to_string(port)).c_str()));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(55));
+    EXPECT_EQ(LastErrors(device), "4096 400 No response");
+}
+
+TEST_F(TcpIo, AnswersByKeyInAnyCase) {
+    FAKECLOCK clock;
+    SCRIPTEDSERVER server(SCRIPT{Expect("hi"), Send("ho"), Silence()});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    device.Write("hi\r\n", -1);
+    EXPECT_EQ(Take(device, 2), "ho");
+    clock.Advance(5000);
+    const struct {
+        const char* Key;
+        std::string Answer;
+    } cases[] = {{"OwnId", Std(SOCKETS::HostName())},
+                 {"devicename", "TCPIP"},
+                 {"Online", "1"},
+                 {"BANDWIDTH", "128000"},
+                 {"Idle_Time", "5"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(Info(device, c.Key), c.Answer) << c.Key;
+    EXPECT_ASSERTIONS(1);
+    STRING unknown = device.GetInfo("colour");
+    EXPECT_TRUE(unknown.NotNull());
+    EXPECT_EQ(unknown, "");
+}
+
+TEST_F(TcpIo, AClosedConnectionIsADropWithoutAnErrorAndCanBeReadOut) {
+    const std::string last(50000, 'z');
+    SCRIPTEDSERVER server({SCRIPT{Send(last), Cut()}, SCRIPT{Send("again")}});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    EXPECT_TRUE(GoesOffline(device));
+    EXPECT_EQ(LastErrors(device), "0 200 No Error");
+    EXPECT_EQ(device.NumAvail(), 50000);
+    EXPECT_EQ(Take(device, 100000, 20), last);
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    EXPECT_EQ(Take(device, 5), "again");
+}
+
+TEST_F(TcpIo, AResetAndADeadPeerEndTheCallToo) {
+    // Cut with a line that the server has not taken: the client gets a reset, while it reads or while it writes.
+    SCRIPTEDSERVER server(SCRIPT{ExpectPrefix(""), Send("x"), Cut()});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    device.Write("one\r\ntwo\r\n", -1);
+    EXPECT_EQ(Take(device, 1), "x");
+    EXPECT_TRUE(Eventually([&] { return device.Write("three\r\n", -1) <= 0; }));
+    EXPECT_EQ(Info(device, "ONLINE"), "0");
+    EXPECT_EQ(LastErrors(device), "0 200 No Error");
+}
+
+TEST_F(TcpIo, DeliversALongStreamInOrderToASlowReader) {
+    std::string all(400000, ' ');
+    for (size_t i = 0; i < all.size(); ++i)
+        all[i] = static_cast<char>(i * 31 + i / 977);
+    SCRIPTEDSERVER server(SCRIPT{Send(all), Cut()});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    EXPECT_TRUE(Eventually([&] { return device.NumAvail() > 65536 - 8192; }));
+    std::string got;
+    while (got.size() < all.size()) {
+        std::string piece = Take(device, static_cast<int>(std::min<size_t>(30000, all.size() - got.size())));
+        ASSERT_FALSE(piece.empty()) << got.size();
+        got += piece;
+    }
+    EXPECT_TRUE(got == all);
+}
+
+TEST_F(TcpIo, ADeviceThatNobodyReadsGoesAtOnce) {
+    SCRIPTEDSERVER server(SCRIPT{Send(std::string(2000000, 'x'))});
+    const auto start = std::chrono::steady_clock::now();
+    {
+        TCPIPIO unread("", "", "");
+        ASSERT_TRUE(unread.MakeCall(server.HostPort().c_str()));
+        EXPECT_TRUE(Eventually([&] { return unread.NumAvail() > 65536 - 8192; }));
+        TCPIPIO neverCalled("", "", "");
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+}
+
+TEST_F(TcpIo, ManyCallsOfOneDeviceMixNothing) {
+    SCRIPTEDSERVER server(SCRIPT{ExpectPrefix("call "), Drip("reply")});
+    TCPIPIO device("", "", "");
+    for (int i = 0; i < 50; ++i) {
+        ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+        device.Write("call \r\n", -1);
+        // Each other call is dropped in the middle of the reply.
+        EXPECT_EQ(Take(device, i % 2 == 0 ? 5 : 1), i % 2 == 0 ? "reply" : "r");
+        device.DropCall();
+        EXPECT_EQ(LastErrors(device), "0 200 No Error");
+        EXPECT_EQ(Info(device, "CallerId"), "<unknown>");
+        while (device.NumAvail() > 0)
+            Take(device, 100, 0);
+    }
+    EXPECT_TRUE(server.Wait(50));
+}
+
+TEST_F(TcpIo, DumpsWhatPassesIfTheLogWantsIt) {
+    LogOption("/LOGIT:dump.log");
+    LogOption("/LOG:519");
+    {
+        SCRIPTEDSERVER server(SCRIPT{Expect("0123456789abcdef"), Send("\xff\n"), Silence()});
+        TCPIPIO device("", "", "");
+        ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+        device.Write("0123456789abcdef\n", -1);
+        EXPECT_EQ(Take(device, 2), "\xff\n");
+    }
+    LogOption("/LOGITCLOSE");
+    STRING log;
+    ASSERT_TRUE(log.Load("dump.log", "r"));
+    for (const char* text : {"TCPIPIO::SEND : \n", "]     30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 \n",
+                             "]     0a \n", "TCPIPIO::RECV : \n", "]     ff 0a \n"})
+        EXPECT_GE(log.Pos(text), 0) << text;
+    remove("dump.log");
+}
