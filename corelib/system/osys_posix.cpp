@@ -133,10 +133,10 @@ FILEHANDLE OpenFile(const char* name, const char* mode) {
         return file;
     bool write = mode[0] == 'w' || strchr(mode, '+');
     int fd = open(Native(name).Text(), (write ? O_RDWR | O_CREAT : O_RDONLY) | O_CLOEXEC, 0600);
-    // No sharing: a second opener of ours is refused.
+    // No sharing: a second opener of ours is refused. A file system that knows no locks refuses nobody.
     struct flock lock {};
     lock.l_type = write ? F_WRLCK : F_RDLCK;
-    if (fd >= 0 && fcntl(fd, F_OFD_SETLK, &lock) != 0) {
+    if (fd >= 0 && fcntl(fd, F_OFD_SETLK, &lock) != 0 && (errno == EAGAIN || errno == EACCES)) {
         close(fd);
         fd = -1;
     }
