@@ -20,7 +20,7 @@ class Tarnwick : public ::testing::Test {
     void WriteItems() {
         WriteBytes(Data.File("tarnwick.ini"), "ConnectionType=0\r\nVersion=2.02\r\n");
         WriteBytes(Data.File("accounts.ini"),
-                   "[#0]\r\nName=b\r\nType=9\r\n\r\n[#1]\r\nName=a\r\nUpdateSuspended=1\r\n\r\n");
+                   "[#0]\r\nName=b\r\nType=0\r\n\r\n[#1]\r\nName=a\r\nUpdateSuspended=1\r\n\r\n");
     }
 
     TESTSTORE Store;
@@ -43,9 +43,9 @@ TEST_F(Tarnwick, ARunFromStartToEndSavesTheItemsState) {
         app->Start();
         const int index = app->FindName("B");
         ASSERT_NE(index, -1);
-        // Forced although it has no period; a mailbox of no known kind fails at once.
+        // Forced although it has no period; without a mail session its check fails at once.
         EXPECT_TRUE(Eventually([&] { return Std(app->Items[index].Get("LastRC")) == FAILED_COUNTS; }));
-        EXPECT_NE(InData("accounts.ini").find("Type=9\r\n\r\n"), std::string::npos);  // nothing is saved along the way
+        EXPECT_NE(InData("accounts.ini").find("Type=0\r\n\r\n"), std::string::npos);  // nothing is saved along the way
         app->Stop();
         EXPECT_TRUE(Eventually([&] { return FrontEnd.Quits == 1; }));
     }
@@ -78,7 +78,7 @@ TEST_F(Tarnwick, ASecondProgramOnTheSameDataIsRefusedAndWritesNothing) {
         EXPECT_FALSE(second->Open());
         EXPECT_EQ(Std(second->StartError()), "text 10050 " + std::string(Data.Path()));
     }
-    EXPECT_NE(InData("accounts.ini").find("Type=9\r\n\r\n"), std::string::npos);
+    EXPECT_NE(InData("accounts.ini").find("Type=0\r\n\r\n"), std::string::npos);
     first.reset();
     EXPECT_TRUE(Make()->Open()) << "the lock outlived its owner";
 }
