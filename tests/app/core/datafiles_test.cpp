@@ -67,15 +67,27 @@ TEST_F(DataFiles, EveryMissingSettingGetsItsDefaultAndNoOther) {
 }
 
 TEST_F(DataFiles, OldFilesGetTheirNewNamesUnlessThoseAreTaken) {
-    for (const char* name : {"tarnwick.cfg", "brackenhall.cfg", "items.inf", "mailtypes.inf", "mailtypes.ini"}) {
-        WriteData(name, name);
-    }
-    Files->RenameOldFiles();
-    EXPECT_EQ(InData("tarnwick.ini"), "tarnwick.cfg");
-    EXPECT_EQ(InData("brackenhall.cfg"), "brackenhall.cfg");
-    EXPECT_EQ(InData("accounts.ini"), "items.inf");
-    EXPECT_EQ(InData("mailtypes.ini"), "mailtypes.ini");
-    EXPECT_EQ(InData("mailtypes.inf"), "mailtypes.inf");
+    const auto rename = [this](std::vector<const char*> present) {
+        TEMPDIR dir;
+        for (const char* name : present) {
+            WriteBytes(dir.File(name), name);
+        }
+        DATAFILES(DATATABLES{State, Items, Types, NextHandle, FrontEnd, Texts}, dir.Path()).RenameOldFiles();
+        std::string result;
+        for (const char* name : {"tarnwick.ini", "accounts.ini", "mailtypes.ini"}) {
+            result += OSYS::FileExists(dir.File(name).Text()) ? ReadBytes(dir.File(name)) : "-";
+            result += ' ';
+        }
+        for (const char* name : present) {
+            result += OSYS::FileExists(dir.File(name).Text()) ? '1' : '0';
+        }
+        return result;
+    };
+    EXPECT_EQ(rename({"tarnwick.cfg", "brackenhall.cfg"}), "tarnwick.cfg - - 01");
+    EXPECT_EQ(rename({"brackenhall.cfg", "mailtypes.inf"}), "brackenhall.cfg - mailtypes.inf 00");
+    EXPECT_EQ(rename({"accounts.inf", "items.inf"}), "- accounts.inf - 01");
+    EXPECT_EQ(rename({"items.inf"}), "- items.inf - 0");
+    EXPECT_EQ(rename({"mailtypes.inf", "mailtypes.ini"}), "- - mailtypes.ini 11");
 }
 
 TEST_F(DataFiles, FirstStartRunsTheWizardAndMakesTheFilesFromTheDefaults) {
