@@ -31,8 +31,9 @@ enum TCPERROR : int32_t {
     TCPERR_BIND = 4104
 };
 
-/// The device for TCP. Lives for one conversation; destruction drops the call.
-class TCPIPIO : public BASEIO {
+/// The device for TCP. Lives for one conversation; destruction drops the call. No class derives from it: its daemon
+/// thread runs as soon as its constructor is through.
+class TCPIPIO final : public BASEIO {
  public:
     /// ownId: for AcceptCall, the port to listen on as decimal text.
     TCPIPIO(const char* ownId, const char* callType, const char* keepOnError);
@@ -47,13 +48,12 @@ class TCPIPIO : public BASEIO {
     bool DropCall() override;
     STRING GetInfo(const char* key) override;
 
-    bool IsOnline() const { return Socket.load() != SOCKETS::NONE; }
-
- protected:
-    // Nothing in the program sets these two. ReverseLookup: AcceptCall asks for the peer's name. ConnectLimitMs: in
-    // place of TcpTimes.ConnectMs, -1 for none.
+    /// Nothing in the program sets these two. The first lets AcceptCall ask for the peer's name; the second stands in
+    /// place of TcpTimes.ConnectMs, -1 for none.
     bool ReverseLookup = false;
     int ConnectLimitMs = -1;
+
+    bool IsOnline() const { return Socket.load() != SOCKETS::NONE; }
 
  private:
     /// Marks a path of the device as busy for the length of a scope.

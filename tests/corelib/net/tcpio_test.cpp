@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "corelib/base/trace.h"
 #include "tests/servers/scriptedserver.h"
@@ -240,4 +241,87 @@ TEST_F(TcpIo, DumpsWhatPassesIfTheLogWantsIt) {
                              "]     0a \n", "TCPIPIO::RECV : \n", "]     ff 0a \n"})
         EXPECT_GE(log.Pos(text), 0) << text;
     remove("dump.log");
+}
+
+// The accepting side listens on the address of the host name, which has to be a loopback address to be called here.
+class TcpAccept : public testing::Test {
+ protected:
+    void SetUp() override {
+        SOCKETS::Startup();
+        STRING name;
+        if (!SOCKETS::HostByName(SOCKETS::HostName().Text(), &Address, &name) || Address >> 24 != 127)
+            GTEST_SKIP() << "the name of this machine is no loopback address";
+        Deaf(Address, &Port);
+        PortText = std::to_string(Port);
+    }
+    std::string Destination() const { return Std(SOCKETS::AddressText(Address)) + ":" + PortText; }
+    // Calls until the listener is there.
+    void Call(TCPIPIO& caller) const {
+        EXPECT_TRUE(Eventually([&] { return caller.MakeCall(Destination().c_str()); }));
+    }
+
+    uint32_t Address = 0;
+    uint16_t Port = 0;
+    std::string PortText;
+};
+
+TEST_F(TcpAccept, TakesCallsOfTwoDevicesOnOnePort) {
+    TCPIPIO plain(PortText.c_str(), "", "");
+    TCPIPIO asking(PortText.c_str(), "", "");
+    asking.ReverseLookup = true;
+    std::atomic<int> accepted = 0;
+    std::thread first([&] { accepted += plain.AcceptCall(); });
+    std::thread second([&] { accepted += asking.AcceptCall(); });
+    TCPIPIO caller1("", "", "");
+    TCPIPIO caller2("", "", "");
+    Call(caller1);
+    Call(caller2);
+    first.join();
+    second.join();
+    EXPECT_EQ(accepted, 2);
+    EXPECT_EQ(LastErrors(plain), "0 200 No Error");
+    EXPECT_EQ(Info(plain, "CallerId").find_first_not_of("0123456789."), std::string::npos) << Info(plain, "CallerId");
+    EXPECT_TRUE(Info(asking, "CallerId").ends_with(" (127.0.0.1)") || Info(asking, "CallerId") == "127.0.0.1")
+        << Info(asking, "CallerId");
+    caller1.Write("1", 1);
+    caller2.Write("1", 1);
+    EXPECT_EQ(Take(plain, 1) + Take(asking, 1), "11");
+    plain.Write("2", 1);
+    asking.Write("2", 1);
+    EXPECT_EQ(Take(caller1, 1) + Take(caller2, 1), "22");
+
+    // The last drop closes the listener; the next call opens it anew.
+    plain.DropCall();
+    asking.DropCall();
+    EXPECT_FALSE(caller1.DropCall() && caller1.MakeCall(Destination().c_str()));
+    std::thread third([&] { accepted += plain.AcceptCall(); });
+    Call(caller1);
+    third.join();
+    EXPECT_EQ(accepted, 3);
+}
+
+TEST_F(TcpAccept, FailsWhereThePortIsTaken) {
+    HELDSOCKET taken = Deaf(Address, &Port);
+    TCPIPIO device(std::to_string(Port).c_str(), "", "");
+    EXPECT_FALSE(device.AcceptCall());
+    EXPECT_EQ(LastErrors(device), "4104 500 Bind failed");
+}
+
+TEST(Sockets, InterruptWakesWhoIsBlockedAndWhoComesLater) {
+    uint16_t port = 0;
+    HELDSOCKET listener = Deaf(SOCKETS::LOOPBACK, &port);
+    HELDSOCKET caller(SOCKETS::Open());
+    ASSERT_TRUE(SOCKETS::Connect(caller.Number, SOCKETS::LOOPBACK, port));
+    HELDSOCKET called(SOCKETS::Accept(listener.Number, nullptr));
+    char byte;
+    std::thread accepting([&] { EXPECT_EQ(SOCKETS::Accept(listener.Number, nullptr), SOCKETS::NONE); });
+    std::thread receiving([&] { EXPECT_LE(SOCKETS::Recv(caller.Number, &byte, 1), 0); });
+    // Time to get into the calls; the test holds without it, too.
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    SOCKETS::Interrupt(listener.Number);
+    SOCKETS::Interrupt(caller.Number);
+    accepting.join();
+    receiving.join();
+    EXPECT_EQ(SOCKETS::Accept(listener.Number, nullptr), SOCKETS::NONE);
+    EXPECT_LE(SOCKETS::Recv(caller.Number, &byte, 1), 0);
 }
