@@ -1,0 +1,61 @@
+#include "app/mailbox/listing.h"
+
+#include "tests/support/testsupport.h"
+
+namespace {
+
+TEST(Listing, BlocksOfATextAreThoseThatTheEndBytesCut) {
+    struct {
+        const char* Text;
+        std::vector<std::string> Blocks;
+    } const cases[] = {
+        {"", {}},
+        {"-ERR no", {}},
+        {"0 msgs\n", {}},
+        {"2 msgs\na\1b\1", {"a", "b"}},
+        {"2 msgs\na\1b", {"a", "b"}},
+        // The search for an end begins one byte behind the start: an end byte in the first place does not end a block.
+        {"2 msgs\n\1a\1b\1", {"\1a", "b"}},
+        {"2 msgs\na\1\1", {"a", "\1"}},
+    };
+    for (const auto& c : cases) {
+        STRING text = c.Text;
+        std::vector<std::string> blocks;
+        LISTING::BLOCKCURSOR cursor(text);
+        for (std::string_view block; cursor.Next(block);)
+            blocks.emplace_back(block);
+        EXPECT_EQ(blocks, c.Blocks) << testing::PrintToString(c.Text);
+    }
+}
+
+TEST(Listing, SummaryIsReadBackFromWhatWasWritten) {
+    STRING line = LISTING::SummaryLine("12", "?", true, "0");
+    EXPECT_EQ(line, "+OK 12 msgs|? unread|0 bytes\n");
+    line.DeleteLeft(4);
+    LISTING::SUMMARY summary = LISTING::ReadSummary(line);
+    EXPECT_EQ(summary.Line, "12 msgs|? unread|0 bytes");
+    EXPECT_EQ(summary.Count, 12);
+    EXPECT_EQ(summary.UnreadField, "? unread");
+
+    summary = LISTING::ReadSummary("-ERR no");
+    EXPECT_EQ(summary.Count, 0);
+    EXPECT_FALSE(summary.UnreadField.NotNull());
+}
+
+TEST(Listing, WriterGivesBackItsPieces) {
+    LISTING::WRITER writer;
+    EXPECT_EQ(writer.Take(), "");
+    std::string expected;
+    for (int length : {1, 70000, 0, 200000, 65535, 3}) {
+        std::string piece(static_cast<size_t>(length), static_cast<char>('a' + expected.size() % 26));
+        writer.Append(piece);
+        expected += piece;
+    }
+    EXPECT_EQ(writer.Length(), static_cast<int64_t>(expected.size()));
+    STRING text = writer.Take();
+    EXPECT_TRUE(text == expected);
+    EXPECT_LT(text.GetBufLen(), static_cast<int>(expected.size()) + 1024);
+    EXPECT_EQ(writer.Length(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,94 @@
+#include "app/mailbox/mailhandling.h"
+
+#include "tests/app/mailbox/mailboxsupport.h"
+
+namespace {
+
+constexpr const char* NO_HANDLER_TEXT = "This build cannot read this kind of mailbox";
+
+STRINGARRAY Item(int type, const std::string& server) {
+    STRINGARRAY item;
+    item.Set("Name", "box");
+    item.SetNumber("Type", type);
+    item.Set("Source", STRING(server + "|joe"));
+    item.Set("Source2", "pw");
+    item.Set("DownloadMailTexts", "0");
+    item.Set("@Handle", "4711");
+    item.Set("@InUpdate", "0");
+    return item;
+}
+
+TEST(MailHandling, EveryTypeHasAnAnswer) {
+    struct {
+        int Type;
+        int Assertions;  // of each call
+        std::string Listing;
+        std::string MoveError;
+    } const cases[] = {
+        {ITEMTYPE_MAPI, 0, std::string("-ERR ") + NO_HANDLER_TEXT, NO_HANDLER_TEXT},
+        {ITEMTYPE_POP3, 0, "-ERR No response", "Not supported!"},
+        {ITEMTYPE_IMAP, 0, std::string("-ERR ") + NO_HANDLER_TEXT, NO_HANDLER_TEXT},
+        {ITEMTYPE_HOTMAIL, 0, std::string("-ERR ") + NO_HANDLER_TEXT, NO_HANDLER_TEXT},
+        {4, 1, "-ERR Unknown Error", ""},
+        {5, 1, "-ERR Unknown Error", ""},
+        {-1, 1, "-ERR Unknown Error", ""},
+    };
+    RECORDINGROW row;
+    MAILHANDLING mailboxes(row, row);
+    const std::string nobody = "127.0.0.1:" + std::to_string(ClosedPort());
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Type);
+        EXPECT_ASSERTIONS(3 * c.Assertions);
+        STRINGARRAY item = Item(c.Type, nobody);
+        EXPECT_EQ(mailboxes.GetMailbox(item), c.Listing);
+        EXPECT_EQ(item.Get("@InUpdate"), "0");
+        STRING error = "from before";
+        EXPECT_FALSE(mailboxes.DeleteMail(item, "1|1", error));
+        EXPECT_NE(error, "from before");
+        error = "from before";
+        EXPECT_FALSE(mailboxes.MoveMail(item, "1|1", "folder", error));
+        EXPECT_EQ(error, c.MoveError);
+    }
+}
+
+// The item's row and @InUpdate as they are while the server is spoken to.
+class WATCHINGROW : public RECORDINGROW {
+ public:
+    explicit WATCHINGROW(const STRINGARRAY& item) : Item(item) {}
+    void SetItemStatus(int handle, const STRING& text) override {
+        EXPECT_EQ(Item.Get("@InUpdate"), "1");
+        RECORDINGROW::SetItemStatus(handle, text);
+    }
+
+ private:
+    const STRINGARRAY& Item;
+};
+
+TEST(MailHandling, ListingComesWithoutItsPrefixAndReturns) {
+    struct {
+        const char* Lines;
+        const char* Top;
+        const char* QuitReply;
+        std::string Listing;
+    } const cases[] = {
+        {"0", "TOP 1 0", "+OK\r\n", "1 msgs|1 ?unread|9 bytes\nX-Size: 9\nX-Message-Id: 1|9\nA: b\n\n.\n\1"},
+        // Any number but 0 switches the bodies on. What a mailbox says that has not confirmed the end keeps its prefix.
+        {"7", "TOP 1 100", "-ERR\r\n", "+OK 1 msgs|1 ?unread|9 bytes\nX-Size: 9\nX-Message-Id: 1|9\nA: b\n\n.\n\1"},
+    };
+    for (const auto& c : cases) {
+        SCRIPTEDSERVER server(Pop3Script("+OK\r\n", {{"USER joe", "+OK\r\n"},
+                                                     {"PASS pw", "+OK\r\n"},
+                                                     {"STAT", "+OK 1 9\r\n"},
+                                                     {"LIST 1", "+OK 1 9\r\n"},
+                                                     {c.Top, "+OK\r\nA: \rb\r\r\n\r\n.\r\n"},
+                                                     {"QUIT", c.QuitReply}}));
+        STRINGARRAY item = Item(ITEMTYPE_POP3, server.HostPort());
+        item.Set("DownloadMailTexts", c.Lines);
+        WATCHINGROW row(item);
+        EXPECT_EQ(MAILHANDLING(row, row).GetMailbox(item), c.Listing);
+        EXPECT_EQ(item.Get("@InUpdate"), "0");
+        EXPECT_EQ(row.Statuses, (std::vector<std::string>{"4711: <3001>" + server.HostPort(), "4711: <3000> 1/1"}));
+    }
+}
+
+}  // namespace

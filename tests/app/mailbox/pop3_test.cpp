@@ -1,0 +1,236 @@
+#include "app/mailbox/pop3.h"
+
+#include "app/mailbox/listing.h"
+#include "tests/app/mailbox/mailboxsupport.h"
+
+namespace {
+
+constexpr const char* GREETING = "+OK hello\r\n";
+constexpr const char* OK = "+OK\r\n";
+
+// A whole conversation, and the places in it.
+enum PLACE { USER, PASS, STAT, LIST2, TOP2, LIST1, TOP1, QUIT };
+const std::vector<EXCHANGE> WHOLE = {
+    {"USER joe", OK},
+    {"PASS pw", OK},
+    {"STAT", "+OK 2 70\r\n"},
+    {"LIST 2", "+OK 2 40\r\n"},
+    {"TOP 2 0", "+OK\r\nA: b\r\n\r\n..x\r\n.\r\n"},
+    {"LIST 1", "+OK 1 30\r\n"},
+    {"TOP 1 0", "+OK\r\nC: d\r\n\r\n.\r\n"},
+    {"QUIT", "+OK bye\r\n"},
+};
+const std::string SUMMARY = "+OK 2 msgs|2 ?unread|70 bytes\n";
+const std::string BLOCK2 = "X-Size: 40\nX-Message-Id: 2|40\nA: b\n\n..x\n.\n\1";
+const std::string BLOCK1 = "X-Size: 30\nX-Message-Id: 1|30\nC: d\n\n.\n\1";
+
+struct OUTCOME {
+    bool Ok;
+    std::string Result;
+    bool operator==(const OUTCOME&) const = default;
+};
+
+void PrintTo(const OUTCOME& outcome, std::ostream* out) {
+    *out << (outcome.Ok ? "true, " : "false, ") << testing::PrintToString(outcome.Result);
+}
+
+OUTCOME Get(const SCRIPTEDSERVER& server) {
+    RECORDINGROW row;
+    STRING result = "from before";
+    bool ok = PopGet(row.Progress(), STRING(server.HostPort()), " joe ", "pw  ", 0, result);
+    return {ok, Std(result)};
+}
+
+// The conversation as it goes if the server says something else at one place: up to there, and then `rest`.
+std::vector<EXCHANGE> Deviating(PLACE place, const std::string& reply, const std::vector<EXCHANGE>& rest) {
+    std::vector<EXCHANGE> exchanges(WHOLE.begin(), WHOLE.begin() + place);
+    exchanges.emplace_back(WHOLE[place].first, reply);
+    exchanges.insert(exchanges.end(), rest.begin(), rest.end());
+    return exchanges;
+}
+
+std::vector<EXCHANGE> From(PLACE place) {
+    return {WHOLE.begin() + place, WHOLE.end()};
+}
+
+TEST(PopGet, OutcomeOfWhatAServerMaySay) {
+    const std::vector<EXCHANGE> quit = From(QUIT), end;
+    const std::string longLine(2000, 'x');
+    const std::string tail = BLOCK2 + BLOCK1;
+    struct {
+        const char* What;
+        PLACE Place;
+        std::string Reply;
+        std::vector<EXCHANGE> Rest;
+        OUTCOME Outcome;
+    } const cases[] = {
+        {"all well", QUIT, OK, end, {true, SUMMARY + tail}},
+        {"user refused, in lower case", USER, "-err who\r\n", end, {false, "-err who"}},
+        {"user silent", USER, "", end, {false, "-ERR "}},
+        {"password refused in other words", PASS, "no such mailbox\r\n", end, {false, "-ERR no such mailbox"}},
+        {"password silent", PASS, "", end, {false, "-ERR "}},
+        {"password's reply empty", PASS, "\r\n", end, {false, "-ERR "}},
+        {"STAT refused without a blank", STAT, "-ERR\r\n", end, {false, "-ERR -ERR"}},
+        {"STAT silent", STAT, "", end, {false, "-ERR "}},
+        {"STAT runs on and has more words", STAT, "+OKAY 2 70 and more\r\n", From(LIST2), {true, SUMMARY + tail}},
+        {"STAT in lower case", STAT, "+ok 2 70\r\n", From(LIST2), {true, SUMMARY + tail}},
+        {"an empty mailbox", STAT, "+OK 0 0\r\n", quit, {true, "+OK 0 msgs|0 ?unread|0 bytes\n"}},
+        {"STAT without words", STAT, OK, quit, {true, "+OK  msgs| ?unread| bytes\n"}},
+        {"a negative count", STAT, "+OK -5 9\r\n", quit, {true, "+OK -5 msgs|-5 ?unread|9 bytes\n"}},
+        {"a count past all numbers",
+         STAT,
+         "+OK 99999999999 1\r\n",
+         {{"LIST 2147483647", "-ERR no\r\n"}, {"QUIT", OK}},
+         {true, "+OK 99999999999 msgs|99999999999 ?unread|1 bytes\n"}},
+        {"first LIST refused", LIST2, "-ERR\r\n", quit, {true, SUMMARY}},
+        {"first LIST silent", LIST2, "", quit, {true, SUMMARY}},
+        {"second LIST refused", LIST1, "-ERR\r\n", quit, {true, SUMMARY + BLOCK2}},
+        {"LIST in lower case gives no size",
+         LIST1,
+         "+ok 1 30\r\n",
+         From(TOP1),
+         {true, SUMMARY + BLOCK2 + "X-Size: 0\nX-Message-Id: 1|0\nC: d\n\n.\n\1"}},
+        {"LIST lacks a word",
+         LIST1,
+         "+OK 30\r\n",
+         From(TOP1),
+         {true, SUMMARY + BLOCK2 + "X-Size: 0\nX-Message-Id: 1|0\nC: d\n\n.\n\1"}},
+        {"a size past all numbers",
+         LIST1,
+         "+OK 1 99999999999 or so\r\n",
+         From(TOP1),
+         {true, SUMMARY + BLOCK2 + "X-Size: 2147483647\nX-Message-Id: 1|2147483647\nC: d\n\n.\n\1"}},
+        {"TOP refused", TOP1, "-ERR\r\n", quit, {true, SUMMARY + BLOCK2}},
+        {"TOP silent", TOP2, "", quit, {true, SUMMARY}},
+        {"an over-long line, a zero byte, a return within a line",
+         TOP2,
+         "+OK\r\nA: " + longLine + "\r\nB: 1" + std::string(1, 0) + "2\r\nC\r: 3\r\n.\r\n",
+         From(LIST1),
+         {true, SUMMARY + "X-Size: 40\nX-Message-Id: 2|40\nA: " + longLine.substr(0, 1020) + "\n" +
+                    longLine.substr(1020) + "\nB: 1\n2\nC: 3\n.\n\1" + BLOCK1}},
+        {"the end byte splits a block: the contract's own weakness",
+         TOP2,
+         "+OK\r\nA: \1b\r\n.\r\n",
+         From(LIST1),
+         {true, SUMMARY + "X-Size: 40\nX-Message-Id: 2|40\nA: \1b\n.\n\1" + BLOCK1}},
+        {"lines stop coming, and come late",
+         TOP2,
+         "+OK\r\nA: b\r\n",
+         {{"LIST 1", "late\r\n.\r\n"}, {"QUIT", OK}},
+         {false, SUMMARY + "X-Size: 40\nX-Message-Id: 2|40\nA: b\n\n\1"}},
+        {"QUIT refused", QUIT, "-ERR\r\n", end, {false, SUMMARY + tail}},
+        {"QUIT silent", QUIT, "", end, {false, SUMMARY + tail}},
+    };
+    SHORTTIMES times(250);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.What);
+        const std::vector<EXCHANGE> exchanges = Deviating(c.Place, c.Reply, c.Rest);
+        SCRIPTEDSERVER server(Pop3Script(GREETING, exchanges));
+        EXPECT_EQ(Get(server), c.Outcome);
+        EXPECT_TRUE(server.Wait());
+        EXPECT_EQ(server.Transcript(), Commands(exchanges));
+    }
+}
+
+TEST(PopGet, GreetingDecidesFirst) {
+    SHORTTIMES times(250);
+    const std::pair<std::string, std::string> cases[] = {
+        {"-ERR busy\r\n", "-ERR busy"},
+        {"220 other protocol\r\n", "-ERR 220 other protocol"},
+        {"", "-ERR "},
+    };
+    for (const auto& [greeting, result] : cases) {
+        SCRIPTEDSERVER server(Pop3Script(greeting, {}));
+        EXPECT_EQ(Get(server), (OUTCOME{false, result}));
+        EXPECT_TRUE(server.Wait());
+        EXPECT_EQ(server.Transcript(), "");
+    }
+}
+
+TEST(PopGet, ADripIsReadLikeAFlood) {
+    SCRIPT script = Pop3Script(GREETING, WHOLE);
+    for (STEP& step : script)
+        if (step.Kind == STEP::SEND)
+            step.Kind = STEP::DRIP;
+    SCRIPTEDSERVER server(script);
+    EXPECT_EQ(Get(server), (OUTCOME{true, SUMMARY + BLOCK2 + BLOCK1}));
+}
+
+// Whatever of the conversation is missing: an error, or as much of the listing as came, and never a success without the
+// server's word for it.
+TEST(PopGet, ACutAfterAnyByteLeavesAnErrorOrAPartOfTheListing) {
+    const SCRIPT script = Pop3Script(GREETING, WHOLE);
+    const int farewell = ServerBytes(script) - static_cast<int>(WHOLE[QUIT].second.size());
+    ForEveryCut(script, [&](SCRIPTEDSERVER& server, int sent, bool whole) {
+        SHORTTIMES times(whole ? 5000 : 20);
+        OUTCOME outcome = Get(server);
+        EXPECT_TRUE(!whole || outcome == (OUTCOME{true, SUMMARY + BLOCK2 + BLOCK1})) << outcome.Result;
+        EXPECT_TRUE(!outcome.Ok || sent >= farewell + 3) << outcome.Result;
+        EXPECT_TRUE(outcome.Result.starts_with("-ERR ") || outcome.Result.starts_with("+OK ")) << outcome.Result;
+        const STRING listing(outcome.Result);
+        LISTING::BLOCKCURSOR blocks(listing);
+        std::string_view block;
+        for (const std::string& right : {BLOCK2, BLOCK1}) {
+            if (!blocks.Next(block))
+                break;
+            block = block.substr(0, block.find_last_not_of('\n') + 1);
+            EXPECT_TRUE(right.starts_with(block)) << block;
+        }
+        EXPECT_FALSE(blocks.Next(block)) << block;
+    });
+}
+
+TEST(PopGet, AServerWithoutEndDoesNotFillTheMemory) {
+    SHORTTIMES times(250);
+    PopTimes.ListingBytes = 1000;
+    std::string flood = OK;
+    for (int i = 0; i < 5000; ++i)
+        flood += "and so on\r\n";
+    SCRIPTEDSERVER server(Pop3Script(GREETING, Deviating(TOP2, flood, {{"QUIT", OK}})));
+    OUTCOME outcome = Get(server);
+    EXPECT_FALSE(outcome.Ok);
+    EXPECT_LT(outcome.Result.size(), 1100U);
+    EXPECT_TRUE(outcome.Result.starts_with(SUMMARY) && outcome.Result.ends_with("and so on\n\1"));
+}
+
+TEST(PopDelete, AllOrNothing) {
+    struct {
+        const char* What;
+        const char* Ids;
+        std::vector<EXCHANGE> Exchanges;  // behind STAT
+        bool Ok;
+        int Assertions;
+    } const cases[] = {
+        {"no ids", "", {{"QUIT", OK}}, true, 0},
+        {"two mails, an empty line",
+         "2|40\n\n1|30\n",
+         {{"LIST 2", "+OK 2 40\r\n"}, {"DELE 2", OK}, {"LIST 1", "+OK 1 30\r\n"}, {"DELE 1", OK}, {"QUIT", "+ok\r\n"}},
+         true,
+         0},
+        {"another size: not this mail", "2|40", {{"LIST 2", "+OK 2 41\r\n"}, {"QUIT", OK}}, true, 0},
+        {"no size at all: not this mail", "2|0", {{"LIST 2", "+OK see below\r\n"}, {"QUIT", OK}}, true, 0},
+        {"LIST refused", "2|40\n1|30", {{"LIST 2", "-ERR\r\n"}}, false, 0},
+        {"second DELE refused: no QUIT, so the first is taken back",
+         "2|40\n1|30",
+         {{"LIST 2", "+OK 2 40\r\n"}, {"DELE 2", OK}, {"LIST 1", "+OK 1 30\r\n"}, {"DELE 1", "-ERR\r\n"}},
+         false,
+         0},
+        {"DELE silent", "2|40", {{"LIST 2", "+OK 2 40\r\n"}, {"DELE 2", ""}}, false, 0},
+        {"QUIT silent", "2|40", {{"LIST 2", "+OK 2 40\r\n"}, {"DELE 2", OK}, {"QUIT", ""}}, false, 0},
+        {"half an id", "2", {{"LIST 2", "+OK 2 40\r\n"}, {"QUIT", OK}}, true, 1},
+    };
+    SHORTTIMES times(250);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.What);
+        EXPECT_ASSERTIONS(c.Assertions);
+        std::vector<EXCHANGE> exchanges(WHOLE.begin(), WHOLE.begin() + LIST2);
+        exchanges.insert(exchanges.end(), c.Exchanges.begin(), c.Exchanges.end());
+        SCRIPTEDSERVER server(Pop3Script(GREETING, exchanges));
+        RECORDINGROW row;
+        EXPECT_EQ(PopDelete(row.Progress(), STRING(server.HostPort()), "joe", "pw", c.Ids), c.Ok);
+        EXPECT_TRUE(server.Wait());
+        EXPECT_EQ(server.Transcript(), Commands(exchanges));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+#include <vector>
+
+#include "tests/support/testsupport.h"
+
+/// A private Dovecot on loopback that speaks POP3 and IMAP on free ports, as long as the object lives. Any user name
+/// logs on with the password "secret" and has a mailbox of its own. Runs as whoever runs the test; for root, who gets
+/// no mail from a Dovecot, its processes and mail belong to the package's own user. Posix only.
+class DOVECOT {
+ public:
+    DOVECOT();
+    ~DOVECOT();
+    DOVECOT(const DOVECOT&) = delete;
+    DOVECOT& operator=(const DOVECOT&) = delete;
+
+    /// Empty if it is up; else why not.
+    const std::string& Problem() const { return Trouble; }
+    /// The server as an item names it: host and port.
+    STRING PopServer() const { return Server(PopPort); }
+    STRING ImapServer() const { return Server(ImapPort); }
+
+    /// Puts a mail into the user's inbox, behind those that are there. Lines of `text` end in "\n".
+    void Deliver(const std::string& user, std::string_view text);
+    /// The texts of the inbox as they lie on the disk, in the order of their delivery.
+    std::vector<std::string> Inbox(const std::string& user) const;
+
+ private:
+    static STRING Server(int port);
+    std::string Configuration() const;
+    std::string MailDir(const std::string& user) const;
+    bool Answers() const;
+    /// True once the server has ended; its process number means nothing then.
+    bool HasEnded();
+
+    TEMPDIR Directory;
+    std::string Trouble;
+    uid_t Owner;
+    gid_t Group;
+    int PopPort = 0;
+    int ImapPort = 0;
+    pid_t Process = -1;
+    int Delivered = 0;
+};
