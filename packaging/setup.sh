@@ -1,0 +1,49 @@
+# Sourced by ./run and ./test: sees to it that the packages are there that a job needs.
+# shellcheck shell=bash
+
+# has_package NAME: is the package installed?
+has_package() {
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# as_root COMMAND ...: runs it as root, through sudo where that is not us; fails with a message if there is no way.
+as_root() {
+    if [ "$(id -u)" = 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        # Without a terminal nobody could type the password that sudo may ask for.
+        if [ -t 0 ]; then sudo "$@"; else sudo -n "$@"; fi
+    else
+        echo "This needs root, and there is no sudo on this machine." >&2
+        return 1
+    fi
+}
+
+# need_packages NAME ...: installs those that are missing, by apt; ends the script where that cannot be done. A machine
+# that has no apt is asked to bring them along by itself.
+need_packages() {
+    local name missing=()
+    if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+        echo "This machine has no apt. These packages of Debian, or what they hold, have to be there: $*" >&2
+        return 0
+    fi
+    for name in "$@"; do
+        has_package "$name" || missing+=("$name")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+
+    echo "Installing with apt: ${missing[*]}" >&2
+    # A fresh machine has no lists of packages yet, and an older one lists packages that are gone.
+    if as_root apt-get update -qq >&2 &&
+        as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q -o DPkg::Lock::Timeout=300 "${missing[@]}" >&2
+    then
+        return 0
+    fi
+    {
+        echo
+        echo "These packages are missing and could not be installed: ${missing[*]}"
+        echo "Please install them as root, and start $0 again:"
+        echo "  apt-get update && apt-get install ${missing[*]}"
+    } >&2
+    exit 2
+}
