@@ -1,9 +1,9 @@
 #include "app/check/newmail.h"
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <vector>
 
 #include "app/check/items.h"
 #include "app/check/mailrecords.h"
@@ -23,12 +23,11 @@ constexpr int TEXT_UNREAD = 2971;
 /// The ids of the last check, to be looked up without regard to case.
 class SEENIDS {
  public:
-    explicit SEENIDS(const STRING& ids) : Table(MAILHASH_SLOTS, MAILHASH_SLOTS) {
+    explicit SEENIDS(const STRING& ids) {
         // Not by words, which end at a zero byte: one mail with such an id would make all mails behind it new for ever.
         for (std::string_view rest = ids.View();;) {
             const size_t end = rest.find('|');
             const std::string_view id = rest.substr(0, end);
-            Table.AddOwned(std::make_unique<STRING>(id));
             Folded.insert(Fold(id));
             if (end == std::string_view::npos)
                 break;
@@ -36,7 +35,6 @@ class SEENIDS {
         }
     }
     bool Contains(const STRING& id) const { return Folded.contains(Fold(id.View())); }
-    const DYNARRAY<STRING>& AsTable() const { return Table; }
 
  private:
     static std::string Fold(std::string_view id) {
@@ -46,15 +44,13 @@ class SEENIDS {
         return folded;
     }
 
-    DYNARRAY<STRING> Table;
     std::unordered_set<std::string> Folded;
 };
 
 /// What the records of a listing amount to.
 struct COUNTS {
-    int New = 0;
+    std::vector<int> New;  // indexes of the records
     int Unseen = 0;
-    int LastNew = -1;
     std::string SeenIds;  // the ids of all records that count, split by "|"
 };
 
@@ -66,10 +62,8 @@ COUNTS CountRecords(const RECORDARRAY& records, const SEENIDS& oldIds) {
             continue;
         const STRING& id = record["MessageId"];
         counts.SeenIds.append(id.View()).append("|");
-        if (!oldIds.Contains(id)) {
-            ++counts.New;
-            counts.LastNew = i;
-        }
+        if (!oldIds.Contains(id))
+            counts.New.push_back(i);
         if (record.GetNumber("Seen") == 0)
             ++counts.Unseen;
     }
@@ -130,16 +124,15 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     Trace("TARNWICK::HandleNewMail mails= %s\n", status.Text());
 
     CHECKREPORT report{.Records = records,
-                       .OldIds = oldIds.AsTable(),
-                       .NewCount = counts.New,
-                       .LastNew = counts.LastNew,
+                       .NewMails = counts.New,
                        .ShowAll = showAll,
                        .Unknown = unknown,
                        .Asked = asked,
                        .Status = status,
                        .NewText = STRING("")};
-    if (counts.New > 0) {
-        report.NewText.Format(" (%d %s)", counts.New, texts.Part(TEXT_COUNTS, PART_NEW).Text());
+    if (!counts.New.empty()) {
+        report.NewText.Format(" (%d %s)", static_cast<int>(counts.New.size()),
+                              texts.Part(TEXT_COUNTS, PART_NEW).Text());
         Trace("TARNWICK::HandleNewMail newmails= %s\n", report.NewText.Text());
         popupOpened = notifier.NewMail(item, report);
     } else if (asked && item.GetNumber("@SuppressPopup") == 0) {

@@ -1,18 +1,18 @@
 #pragma once
 
+#include <vector>
+
 #include "corelib/base/recordarray.h"
 
 /// What a check found, for whoever tells the user.
 struct CHECKREPORT {
-    RECORDARRAY& Records;            // all mails of the listing, in its order
-    const DYNARRAY<STRING>& OldIds;  // ids that were on the server at the last check
-    int NewCount;                    // records that are new
-    int LastNew;                     // index of the last new one, -1 if none
-    bool ShowAll;                    // the user asked to see all mails as new
-    bool Unknown;                    // the unread count is not exact
-    bool Asked;                      // the user asked for this check and waits for an answer
-    STRING Status;                   // the row's text, such as "3 mails"
-    STRING NewText;                  // " (2 new)"
+    RECORDARRAY& Records;              // all mails of the listing, in its order
+    const std::vector<int>& NewMails;  // indexes of the records that are new, in their order
+    bool ShowAll;                      // the user asked to see all mails as new
+    bool Unknown;                      // the unread count is not exact
+    bool Asked;                        // the user asked for this check and waits for an answer
+    STRING Status;                     // the row's text, such as "3 mails"
+    STRING NewText;                    // " (2 new)"
 };
 
 /// Where new-mail detection hands over to the notification of the user. Work thread.

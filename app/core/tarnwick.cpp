@@ -127,11 +127,11 @@ STRINGARRAY TARNWICK::NewItem() {
     return item;
 }
 
-void TARNWICK::AddItem(const STRINGARRAY& item) {
+bool TARNWICK::AddItem(const STRINGARRAY& item) {
     auto record = std::make_unique<STRINGARRAY>(item);
     CHECKCYCLE::ForceRefresh(*record, 0);
     Items.AddOwned(std::move(record));
-    SaveTables(SAVE_ITEMS);
+    return SaveTables(SAVE_ITEMS);
 }
 
 bool TARNWICK::RemoveItem(int index) {

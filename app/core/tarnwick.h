@@ -41,8 +41,9 @@ class TARNWICK {
 
     /// A new item's record, complete and with a handle of its own, not yet in the table. The caller sets its values.
     STRINGARRAY NewItem();
-    /// Appends a copy of the record to the table, forces its check with popup 0 and saves the items, which sorts them.
-    void AddItem(const STRINGARRAY& item);
+    /// Appends a copy of the record to the table, forces its check with popup 0 and saves the items, which sorts them;
+    /// false if they could not be written.
+    bool AddItem(const STRINGARRAY& item);
     /// Takes the item out of the table and saves; false if it is being checked, or there is none.
     bool RemoveItem(int index);
     /// Index of the item with that handle or name (without regard to case), -1 if none.

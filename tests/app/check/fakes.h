@@ -125,8 +125,9 @@ class FAKEDIALUP : public DIALUP {
 class RECORDINGNOTIFIER : public NOTIFIER {
  public:
     bool NewMail(STRINGARRAY& /*item*/, const CHECKREPORT& report) override {
-        Calls.push_back("new " + Std(report.Status) + Std(report.NewText) + " last " + std::to_string(report.LastNew) +
-                        (report.ShowAll ? " all" : "") + (report.Unknown ? " unknown" : ""));
+        Calls.push_back("new " + Std(report.Status) + Std(report.NewText) + " last " +
+                        std::to_string(report.NewMails.back()) + (report.ShowAll ? " all" : "") +
+                        (report.Unknown ? " unknown" : ""));
         return Popup;
     }
     bool NothingNew(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) override {

@@ -1,0 +1,137 @@
+#include "app/console/consolefrontend.h"
+
+#include "app/console/consoletexts.h"
+#include "app/console/displaytext.h"
+#include "app/console/mailtable.h"
+#include "app/console/terminal.h"
+#include "app/core/tarnwick.h"
+
+namespace {
+
+constexpr int RESULT_COLUMN = 1;
+// Of a mailbox's first check there may be thousands; the table of /INBOX shows them all.
+constexpr size_t NEW_LINES_MAX = 20;
+
+std::string Safe(const STRING& text) {
+    return DISPLAYTEXT::Safe(text.View());
+}
+
+}  // namespace
+
+CONSOLEFRONTEND::CONSOLEFRONTEND() : Terminal(TERMINAL::OutputIsTerminal()) {}
+
+void CONSOLEFRONTEND::Print(const std::string& line) {
+    std::lock_guard hold(Lock);
+    ClearProgress();
+    TERMINAL::Write(line + "\n");
+}
+
+void CONSOLEFRONTEND::PrintError(const std::string& line) {
+    std::lock_guard hold(Lock);
+    ClearProgress();
+    TERMINAL::WriteError(line + "\n");
+}
+
+void CONSOLEFRONTEND::PrintRaw(std::string_view bytes) {
+    std::lock_guard hold(Lock);
+    ClearProgress();
+    TERMINAL::Write(bytes);
+}
+
+void CONSOLEFRONTEND::ClearProgress() {
+    if (!ProgressShown)
+        return;
+    ProgressShown = false;
+    TERMINAL::Write("\r" + std::string(static_cast<size_t>(TERMINAL::Columns() - 1), ' ') + "\r");
+}
+
+std::string CONSOLEFRONTEND::ItemName(int handle) const {
+    TARNWICK* application = Application;
+    const int index = application ? application->FindHandle(handle) : -1;
+    return index == -1 ? std::string() : Safe(application->Items[index].Get("Name"));
+}
+
+void CONSOLEFRONTEND::SetItemStatus(int handle, const STRING& text) {
+    if (!Terminal)
+        return;
+    const std::string line = ItemName(handle) + ": " + Safe(text);
+    std::lock_guard hold(Lock);
+    TERMINAL::Write("\r" + DISPLAYTEXT::Fit(line, TERMINAL::Columns() - 1));
+    ProgressShown = true;
+}
+
+void CONSOLEFRONTEND::SetCell(int handle, int column, const STRING& text) {
+    TARNWICK* application = Application;
+    const int index = application && column == RESULT_COLUMN ? application->FindHandle(handle) : -1;
+    if (index == -1)
+        return;
+    const bool failed = application->Items[index].Get("LastRC").Pos('E') != -1;
+    const std::string result = Safe(text);
+    bool tell = failed;
+    {
+        std::lock_guard hold(Lock);
+        std::string& last = LastErrors[handle];
+        tell = tell && (Talkative || last != result);
+        last = failed ? result : std::string();
+        ClearProgress();
+    }
+    if (tell)
+        PrintError(ItemName(handle) + ": " + result);
+}
+
+void CONSOLEFRONTEND::ShowMessage(const STRING& title, const STRING& text) {
+    std::string body;
+    WORDCURSOR lines(text, "\n");
+    std::string_view piece;
+    while (lines.Next(piece))
+        if (!piece.empty())
+            body += (body.empty() ? "" : "\n") + DISPLAYTEXT::Safe(piece);
+    // Before there is a language, a message tells why the program cannot start.
+    const std::string line = Safe(title) + ": " + body;
+    Texts ? Print(line) : PrintError(line);
+}
+
+bool CONSOLEFRONTEND::AskYesNo(const STRING& title, const STRING& text) {
+    // Without a person to ask, what is there stays as it is.
+    if (!Terminal || !TERMINAL::InputIsTerminal() || !Texts)
+        return false;
+    ShowMessage(title, text);
+    // The two letters of the language, such as "yn".
+    const std::string letters = ConsoleText(*Texts, CTEXT_YES_NO);
+    const STRING keys(std::string_view(letters).substr(0, letters.find('|')));
+    TERMINAL::Write(letters.substr(letters.find('|') + 1));
+    std::string answer;
+    if (!TERMINAL::ReadLine(answer, false) || answer.empty())
+        return false;
+    return stricmp(STRING(answer.substr(0, 1)).Text(), keys.Left(1).Text(), 0) == 0;
+}
+
+void CONSOLEFRONTEND::RunSetupWizard() {
+    // Nobody is asked how the machine is connected: where a terminal program runs there is a line that is always up.
+    // That there is no account yet is told once everything has been read.
+    TARNWICK* application = Application;
+    if (application && application->Items.Count() > 0 && application->pState.GetNumber("ConnectionType") == -1)
+        application->pState.Set("ConnectionType", STRING("0"));
+}
+
+bool CONSOLEFRONTEND::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
+    std::string text = Safe(item.Get("Name")) + ": " + Safe(report.Status) + Safe(report.NewText) + "\n";
+    const int columns = Terminal ? TERMINAL::Columns() : 0;
+    size_t shown = 0;
+    for (int index : report.NewMails) {
+        if (shown == NEW_LINES_MAX)
+            break;
+        ++shown;
+        text += NewMailLine(report.Records[index], columns) + "\n";
+    }
+    if (report.NewMails.size() > shown)
+        text += "    " + ConsoleText(*Texts, CTEXT_MORE, std::to_string(report.NewMails.size() - shown)) + "\n";
+    PrintRaw(text);
+    return false;
+}
+
+bool CONSOLEFRONTEND::NothingNew(STRINGARRAY& item, const CHECKREPORT& report) {
+    if (Talkative)
+        Print(Safe(item.Get("Name")) + ": " + Safe(report.Status) + ConsoleText(*Texts, CTEXT_NOTHING_NEW));
+    return false;
+}

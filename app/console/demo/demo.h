@@ -1,0 +1,37 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+
+#include "app/console/demo/mailstore.h"
+#include "app/console/demo/pop3service.h"
+
+class TARNWICK;
+
+/// The built-in demo: a mailbox full of sample mail, the servers that show it, and accounts that watch them.
+class DEMO {
+ public:
+    DEMO();
+    ~DEMO();
+    DEMO(const DEMO&) = delete;
+    DEMO& operator=(const DEMO&) = delete;
+
+    /// Starts the servers; false if they find no port.
+    bool Start();
+    /// Makes the demo's accounts the only items of the application, pointing at the servers. Before the work thread.
+    void AddAccounts(TARNWICK& application);
+    /// Puts a few more mails into the mailbox.
+    void DeliverSome(int count);
+    /// From now on a mail arrives every few seconds.
+    void StartArrivals();
+
+ private:
+    static unsigned ThreadBody(void* self);
+    void Arrivals();
+
+    DEMOSTORE Store;
+    POP3SERVICE Pop3;
+    std::atomic<int> Arrived = 0;
+    EVENTSEM StopArrivals{false};
+    OSYS::THREADHANDLE hThread;
+};

@@ -1,0 +1,211 @@
+#include "app/console/demo/pop3service.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "corelib/base/strings.h"
+
+namespace {
+
+constexpr int LOOK_MS = 100;           // how soon a stop is seen
+constexpr int IDLE_LIMIT_MS = 600000;  // RFC 1939: at least ten minutes
+constexpr size_t LINE_MAX_BYTES = 512;
+constexpr int WHOLE_BODY = -1;
+
+std::string Number(size_t n) {
+    return std::to_string(n);
+}
+
+bool Is(std::string_view word, const char* command) {
+    return stricmp(STRING(word).Text(), command, 0) == 0;
+}
+
+std::string_view FirstWord(std::string_view& rest) {
+    const size_t end = rest.find(' ');
+    const std::string_view word = rest.substr(0, end);
+    rest.remove_prefix(end == rest.npos ? rest.size() : end + 1);
+    return word;
+}
+
+bool SendAll(SOCKETS::SOCK connection, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const int sent = SOCKETS::Send(connection, bytes.data(), static_cast<int>(bytes.size()));
+        if (sent <= 0)
+            return false;
+        bytes.remove_prefix(static_cast<size_t>(sent));
+    }
+    return true;
+}
+
+}  // namespace
+
+POP3SESSION::POP3SESSION(DEMOSTORE& store, const char* user, const char* password)
+    : Store(store), User(user), Password(password) {}
+
+std::string POP3SESSION::Reply(std::string_view line) {
+    std::string_view rest = line;
+    const std::string_view command = FirstWord(rest);
+    if (Is(command, "QUIT")) {
+        std::vector<int> numbers;
+        for (size_t index : Deleted)
+            numbers.push_back(Mails[index]->Number);
+        Store.Remove(numbers);
+        Done = true;
+        return "+OK bye\r\n";
+    }
+    if (Is(command, "CAPA"))
+        return "+OK\r\nUSER\r\nTOP\r\nUIDL\r\n.\r\n";
+    if (LoggedIn)
+        return Transaction(command, rest);
+    if (Is(command, "USER")) {
+        UserGood = rest == User;
+        return "+OK\r\n";
+    }
+    if (Is(command, "PASS")) {
+        if (!UserGood || rest != Password)
+            return "-ERR invalid user or password\r\n";
+        LoggedIn = true;
+        Mails = Store.Mails();
+        return "+OK logged in\r\n";
+    }
+    return "-ERR unknown command\r\n";
+}
+
+std::string POP3SESSION::Transaction(std::string_view command, std::string_view arguments) {
+    if (Is(command, "NOOP"))
+        return "+OK\r\n";
+    if (Is(command, "RSET")) {
+        Deleted.clear();
+        return "+OK\r\n";
+    }
+    if (Is(command, "STAT")) {
+        size_t bytes = 0;
+        for (size_t i = 0; i < Mails.size(); ++i)
+            bytes += Deleted.contains(i) ? 0 : Mails[i]->Text.size();
+        return "+OK " + Number(Mails.size() - Deleted.size()) + " " + Number(bytes) + "\r\n";
+    }
+    if (Is(command, "LIST") || Is(command, "UIDL"))
+        return Listing(arguments, Is(command, "LIST"));
+    const bool top = Is(command, "TOP");
+    if (!top && !Is(command, "RETR") && !Is(command, "DELE"))
+        return "-ERR unknown command\r\n";
+    const int index = Find(FirstWord(arguments));
+    if (index == -1)
+        return "-ERR no such message\r\n";
+    if (Is(command, "DELE")) {
+        Deleted.insert(static_cast<size_t>(index));
+        return "+OK deleted\r\n";
+    }
+    return "+OK\r\n" + Text(static_cast<size_t>(index), top ? atoi(STRING(arguments)) : WHOLE_BODY);
+}
+
+int POP3SESSION::Find(std::string_view number) const {
+    const int index = atoi(STRING(number)) - 1;
+    const bool known = index >= 0 && static_cast<size_t>(index) < Mails.size();
+    return known && !Deleted.contains(static_cast<size_t>(index)) ? index : -1;
+}
+
+std::string POP3SESSION::Listing(std::string_view number, bool sizes) const {
+    const auto entry = [&](size_t i) {
+        return Number(i + 1) + " " +
+               (sizes ? Number(Mails[i]->Text.size()) : "demo" + std::to_string(Mails[i]->Number)) + "\r\n";
+    };
+    if (!number.empty()) {
+        const int index = Find(number);
+        return index == -1 ? "-ERR no such message\r\n" : "+OK " + entry(static_cast<size_t>(index));
+    }
+    std::string reply = "+OK\r\n";
+    for (size_t i = 0; i < Mails.size(); ++i)
+        if (!Deleted.contains(i))
+            reply += entry(i);
+    return reply + ".\r\n";
+}
+
+std::string POP3SESSION::Text(size_t index, int bodyLines) const {
+    std::string reply;
+    std::string_view rest = Mails[index]->Text;
+    bool inBody = false;
+    while (!rest.empty() && (!inBody || bodyLines != 0)) {
+        const size_t end = rest.find("\r\n");
+        const std::string_view line = rest.substr(0, end);
+        rest.remove_prefix(end == rest.npos ? rest.size() : end + 2);
+        if (line.starts_with('.'))
+            reply += '.';
+        reply.append(line).append("\r\n");
+        if (inBody && bodyLines > 0)
+            --bodyLines;
+        inBody = inBody || line.empty();
+    }
+    return reply + ".\r\n";
+}
+
+POP3SERVICE::POP3SERVICE(DEMOSTORE& store, const char* user, const char* password)
+    : Store(store), User(user), Password(password) {
+    SOCKETS::Startup();
+}
+
+POP3SERVICE::~POP3SERVICE() {
+    Stopping = true;
+    if (hThread)
+        OSYS::WaitThread(hThread, WAIT_FOREVER);
+    if (Listener != SOCKETS::NONE)
+        SOCKETS::Close(Listener);
+    SOCKETS::Cleanup();
+}
+
+bool POP3SERVICE::Start() {
+    Listener = SOCKETS::Open();
+    if (Listener == SOCKETS::NONE ||
+        SOCKETS::Listen(Listener, SOCKETS::LOOPBACK, 0, 5, &BoundPort) != SOCKETS::LISTENERROR::None)
+        return false;
+    hThread = OSYS::CreateThread(ThreadBody, this, nullptr);
+    return hThread != nullptr;
+}
+
+unsigned POP3SERVICE::ThreadBody(void* self) {
+    static_cast<POP3SERVICE*>(self)->Serve();
+    return 0;
+}
+
+void POP3SERVICE::Serve() {
+    while (!Stopping) {
+        if (!SOCKETS::WaitReadable(Listener, LOOK_MS))
+            continue;
+        const SOCKETS::SOCK connection = SOCKETS::Accept(Listener, nullptr);
+        if (connection == SOCKETS::NONE)
+            continue;
+        Converse(connection);
+        SOCKETS::Close(connection);
+    }
+}
+
+void POP3SERVICE::Converse(SOCKETS::SOCK connection) {
+    POP3SESSION session(Store, User.c_str(), Password.c_str());
+    if (!SendAll(connection, session.Greeting()))
+        return;
+    std::string received;
+    int idle = 0;
+    while (!Stopping && idle < IDLE_LIMIT_MS) {
+        if (!SOCKETS::WaitReadable(connection, LOOK_MS)) {
+            idle += LOOK_MS;
+            continue;
+        }
+        idle = 0;
+        char buffer[1024];
+        const int got = SOCKETS::Recv(connection, buffer, sizeof buffer);
+        if (got <= 0)
+            return;
+        received.append(buffer, static_cast<size_t>(got));
+        for (size_t end; (end = received.find('\n')) != received.npos;) {
+            std::string_view line = std::string_view(received).substr(0, end);
+            if (line.ends_with('\r'))
+                line.remove_suffix(1);
+            const bool sent = SendAll(connection, session.Reply(line));
+            received.erase(0, end + 1);
+            if (!sent || session.Ended())
+                return;
+        }
+        if (received.size() > LINE_MAX_BYTES)
+            return;
+    }
+}

@@ -1,0 +1,188 @@
+#include "app/console/demo/samplemail.h"
+
+#include <iterator>
+
+#include "corelib/base/clock.h"
+#include "corelib/base/strings.h"
+
+namespace {
+
+struct SAMPLE {
+    const char* From;
+    const char* Subject;  // as it stands in the header, encoded words and all
+    int AgeMinutes;
+    const char* Body;  // UTF-8, lines end in "\n"
+};
+
+constexpr const char* OWNER = "Alex Demo <alex@example.org>";
+
+// Oldest first.
+constexpr SAMPLE SAMPLES[] = {
+    {"Marta Lind <marta.lind@example.net>", "Photos from the lake", 30240,
+     "Hi Alex,\n\nthe pictures are finally sorted. The one with the dog in the boat\nis going on my wall.\n\nSee you "
+     "soon,\n"
+     "Marta\n"},
+    {"=?ISO-8859-1?Q?J=FCrgen_Wei=DF?= <juergen.weiss@example.com>", "=?ISO-8859-1?Q?R=FCckfrage_zum_Angebot?=", 28800,
+     "Hallo Alex,\n\nkannst du mir bis Freitag sagen, ob wir mit 12 oder 14 Stück rechnen?\n\nGruß\nJürgen\n"},
+    {"Harbour Library <notices@library.example.org>", "Two of your loans are due on Friday", 27360,
+     "Dear reader,\n\nthese loans are due on Friday:\n  - A Field Guide to Clouds\n  - Bread, a History\n\n"
+     "You can renew them at the desk or by phone.\n"},
+    {"Best Meds Direct <offer8812@pills.example>", "CHEAP PILLS NO PRESCRIPTION !!!", 26000,
+     "Order now and save 80% !\nNo prescription required, discreet shipping worldwide.\nClick here to order: "
+     "http://pills.example/a81\nTo be removed click here.\n"},
+    {"Tom Okafor <tom@example.net>", "Re: climbing on Sunday?", 25920,
+     "> Are you in for Sunday?\n\nYes, if the weather holds. I bring the ropes.\n\nTom\n"},
+    {"Blue Kettle Coffee <orders@bluekettle.example>", "Your order 20417 has been shipped", 23040,
+     "Hello Alex,\n\nyour order 20417 (2 x 500 g house blend) left us this morning.\nYou find the invoice in your "
+     "customer "
+     "account.\n\nBlue Kettle Coffee\n"},
+    {"Stadtwerke Beispielhausen <service@stadtwerke.example>", "Ihre Abschlagsrechnung", 21600,
+     "Guten Tag,\n\nIhre neue Abschlagsrechnung liegt im Kundenportal bereit.\nDer Betrag wird am 15. abgebucht.\n\n"
+     "Ihre Stadtwerke\n"},
+    {"PRIZE OFFICE <claims4471@lotto.example>", "YOU HAVE WON 1,500,000 EURO", 20500,
+     "CONGRATULATIONS!\nYour e-mail address has won the sum of 1,500,000.00 EURO in our international lottery.\n"
+     "To claim your prize send your full name, address and bank details to our agent.\nKeep this confidential.\n"},
+    {"Nadia Petrov <nadia@example.com>", "Draft of the flyer", 20160,
+     "Hello,\n\nattached is the second draft. The map is still missing.\nWhat do you think of the green?\n\nNadia\n"},
+    {"Gardeners' Monthly <news@gardeners.example>", "What to sow this month", 18720,
+     "In this issue: early peas, pruning without fear, and a letter from a reader\nwho grows figs in the north.\n\n"
+     "You receive this because you subscribed. Unsubscribe at any time in your profile.\n"},
+    {"Oma Hilde <hilde@example.net>", "=?UTF-8?B?R3LDvMOfZSBhdXMgZGVtIFNjaHdhcnp3YWxk?=", 17280,
+     "Mein lieber Alex,\n\nhier liegt noch Schnee! Die Katze will nicht vor die Tür.\nRuf doch mal an.\n\nDeine Oma\n"},
+    {"Account Security <security-alert@bank-verify.example>", "Your account has been suspended", 16900,
+     "Dear customer,\n\nwe noticed unusual activity in your account. Your account has been suspended.\nVerify your "
+     "identity within 24 hours: http://bank-verify.example/login\nOtherwise your account will be closed.\n"},
+    {"Sven Aalto <sven.aalto@example.org>", "Minutes of Tuesday's meeting", 15840,
+     "All,\n\nthe minutes are on the shared drive. Open points:\n 1. room for the spring fair (Nadia)\n 2. insurance "
+     "(Sven)\n 3. tea (everybody)\n\nSven\n"},
+    {"Train Club <info@trainclub.example>", "Your booking 7KQ2: seat 61, coach 4", 14400,
+     "Good morning,\n\nyour seat is booked. Departure 08:12, platform 5.\nPlease have your ticket ready.\n"},
+    {"Crypto Wealth Team <invest@coin.example>", "Double your bitcoin in 7 days - guaranteed", 14000,
+     "Make money fast from home! Our trading robot doubles your bitcoin in 7 days, guaranteed.\nNo risk. Limited time "
+     "offer.\nInvest now: http://coin.example/start\n"},
+    {"Ines Duarte <ines@example.com>", "Re: Draft of the flyer", 12960,
+     "The green is good, but the date is wrong: it is the 21st.\n\nInes\n"},
+    {"Dr. Brandt <praxis@brandt.example>", "Erinnerung an Ihren Termin", 12500,
+     "Guten Tag,\n\nwir erinnern an Ihren Termin am Donnerstag um 9:30 Uhr.\nBitte bringen Sie Ihre Karte mit.\n\n"
+     "Praxis Dr. Brandt\n"},
+    {"Chess Circle <list@chess.example.org>", "[chess] Pairings for round 5", 11520,
+     "Board 1: Aalto - Demo\nBoard 2: Okafor - Lind\nBoard 3: bye for Petrov\n\nStart at 19:00 as always.\n"},
+    {"Paket Service <zustellung@paket-info.example>",
+     "=?UTF-8?B?SWhyIFBha2V0IGtvbm50ZSBuaWNodCB6dWdlc3RlbGx0IHdlcmRlbg==?=", 11000,
+     "Sehr geehrter Kunde,\n\nIhr Paket konnte nicht zugestellt werden. Bitte zahlen Sie die Zollgebühr von 1,99 EUR, "
+     "um\n"
+     "die Zustellung freizugeben: http://paket-info.example/zoll\n\nKlicken Sie hier innerhalb von 24 Stunden.\n"},
+    {"Marta Lind <marta.lind@example.net>", "Birthday on Saturday", 10080,
+     "Dinner at ours, seven o'clock, no presents please (cake is not a present).\n\nMarta\n"},
+    {"Bike Works <workshop@bikeworks.example>", "Your bicycle is ready", 8640,
+     "Hello,\n\nnew brake pads, new chain, 84 euros. We are open until six.\n\nBike Works\n"},
+    {"Mr. Emeka Johnson <emeka99213@fund.example>", "URGENT BUSINESS PROPOSAL", 8500,
+     "Dear friend,\n\nI am the attorney of a late customer who left 18.5 million US dollars with our bank.\nI seek "
+     "your "
+     "assistance to transfer the funds out of the country. You will receive 30 percent.\nReply urgently and in strict "
+     "confidence.\n"},
+    {"Tom Okafor <tom@example.net>", "Rope", 7200, "Found it. It was in the car the whole time.\n\nT.\n"},
+    {"City Choir <choir@example.org>", "Rehearsal moved to room B", 6480,
+     "Dear all,\n\nthe heating in room A has given up. We meet in room B until further notice.\nBring a pencil.\n"},
+    {"Bookbinders' Shop <service@bookbinders.example>", "Invoice 2291", 5760,
+     "Dear customer,\n\nplease find the details of invoice 2291 below.\n  1 x repair of spine    38.00\nPayable within "
+     "14 "
+     "days. Thank you!\n"},
+    {"Online Casino <bonus5512@casino.example>", "500 free spins waiting for you !!", 5600,
+     "Welcome bonus: 500 free spins and 200% on your first deposit!\nPlay now: http://casino.example/spin\nUnsubscribe "
+     "here\n"},
+    {"Nadia Petrov <nadia@example.com>", "=?ISO-8859-1?Q?Caf=E9_on_Thursday=3F?=", 5040,
+     "The one by the station has good cake again.\n\nNadia\n"},
+    {"Ines Duarte <ines@example.com>", "Lost umbrella", 4320,
+     "Did anybody see a dark blue umbrella after the meeting? It has a wooden handle.\n\nInes\n"},
+    {"Replica Store <sale77120@watches.example>", "Luxury replica watches 90% off", 4200,
+     "Exact copies of famous Swiss brands, from $149!\nFree shipping, money back guarantee.\nClick here: "
+     "http://watches.example\n"},
+    {"Weather Friends <daily@weather.example>", "Your weather for the week", 2880,
+     "Mon 4 C rain\nTue 6 C clouds\nWed 9 C sun\nThu 9 C sun\nFri 5 C wind\n"},
+    {"=?ISO-8859-1?Q?J=FCrgen_Wei=DF?= <juergen.weiss@example.com>",
+     "=?ISO-8859-1?Q?Re=3A_R=FCckfrage_zum_Angebot?=", 2700, "14 sind bestellt. Danke!\n\nJürgen\n"},
+    {"IT Helpdesk <admin@mailbox-quota.example>", "Your mailbox is almost full", 2400,
+     "Dear user,\n\nyour mailbox has exceeded its storage limit. You will not be able to receive new mail.\nClick here "
+     "to "
+     "verify your account and increase your quota: http://mailbox-quota.example\n"},
+    {"Sven Aalto <sven.aalto@example.org>", "Keys", 2160,
+     "The keys to the hall are with the caretaker until Monday.\n\nSven\n"},
+    {"Work From Home <jobs3381@income.example>", "Earn $5000 a week from home", 1900,
+     "No experience needed! Earn 5000 dollars a week from home with our proven system.\nLimited places. Act now!\n"
+     "http://income.example/join\n"},
+    {"Harbour Library <notices@library.example.org>", "A book that you reserved has come in", 1500,
+     "Dear reader,\n\n\"The Lighthouse Keepers\" is waiting for you at the desk until Saturday.\n"},
+    {"Blue Kettle Coffee <news@bluekettle.example>", "A new roast, and a short farewell", 1200,
+     "The winter roast leaves, the spring roast arrives: lighter, with a little apricot.\n\nYou get this letter "
+     "because you "
+     "asked for it in our shop.\n"},
+    {"Marta Lind <marta.lind@example.net>", "Re: Birthday on Saturday", 900,
+     "Yes, of course you can bring him!\n\nMarta\n"},
+    {"Chess Circle <list@chess.example.org>", "[chess] Results of round 5", 600,
+     "Aalto - Demo 0:1\nOkafor - Lind 1/2\n\nWell played, Alex.\n"},
+    {"Steuerhilfe <rueckzahlung@finanz-portal.example>", "=?ISO-8859-1?Q?Steuerr=FCckzahlung_von_428,70_EUR?=", 420,
+     "Sehr geehrte Damen und Herren,\n\nSie haben Anspruch auf eine Rückzahlung von 428,70 EUR. Bestätigen Sie Ihre "
+     "Kontodaten:\nhttp://finanz-portal.example/erstattung\n"},
+    {"Tom Okafor <tom@example.net>", "Sunday it is", 95, "Forecast is fine. Eight o'clock at the bridge?\n\nTom\n"},
+    {"Ines Duarte <ines@example.com>", "Umbrella found!", 25, "It was on my own coat hook. Sorry, everyone.\n\nInes\n"},
+};
+
+constexpr SAMPLE ARRIVING[] = {
+    {"Nadia Petrov <nadia@example.com>", "Quick question about the flyer", 0,
+     "Do we print the map in colour?\n\nNadia\n"},
+    {"Weather Friends <daily@weather.example>", "Warning: wind this afternoon", 0,
+     "Gusts of up to 80 km/h from three o'clock.\n"},
+    {"Super Deals <deals9921@offers.example>", "ACT NOW - 90% OFF EVERYTHING !!!", 0,
+     "Limited time offer! Click here and save 90% !\nhttp://offers.example\n"},
+    {"Tom Okafor <tom@example.net>", "Running late", 0, "Ten minutes. Start without me.\n\nTom\n"},
+    {"Bike Works <workshop@bikeworks.example>", "Did everything work out?", 0,
+     "Hello,\n\nif the brakes squeak, bring the bicycle by and we look at it.\n\nBike Works\n"},
+    {"=?ISO-8859-1?Q?J=FCrgen_Wei=DF?= <juergen.weiss@example.com>", "=?ISO-8859-1?Q?Gr=FC=DFe_aus_Wien?=", 0,
+     "Schönes Wetter, guter Kuchen.\n\nJürgen\n"},
+};
+
+const char* const WEEKDAYS[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+const char* const MONTHS[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
+// A date as in a mail's header (RFC 5322), in universal time.
+STRING HeaderDate(int64_t unixSeconds) {
+    const int64_t days = unixSeconds / 86400, rest = unixSeconds % 86400;
+    // Days since 0000-03-01 make months of a regular pattern.
+    const int64_t shifted = days + 719468, era = shifted / 146097, ofEra = shifted % 146097;
+    const int64_t yearOfEra = (ofEra - ofEra / 1460 + ofEra / 36524 - ofEra / 146096) / 365;
+    const int64_t dayOfYear = ofEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const int64_t monthFromMarch = (5 * dayOfYear + 2) / 153;
+    const auto day = static_cast<int>(dayOfYear - (153 * monthFromMarch + 2) / 5 + 1);
+    const auto month = static_cast<int>(monthFromMarch < 10 ? monthFromMarch + 2 : monthFromMarch - 10);
+    const auto year = static_cast<int>(yearOfEra + era * 400 + (month < 2 ? 1 : 0));
+    STRING text;
+    text.Format("%s, %d %s %d %02d:%02d:%02d +0000", WEEKDAYS[(days + 4) % 7], day, MONTHS[month], year,
+                static_cast<int>(rest / 3600), static_cast<int>(rest / 60 % 60), static_cast<int>(rest % 60));
+    return text;
+}
+
+std::string Compose(const SAMPLE& sample, const char* idPrefix, int number, int64_t now) {
+    STRING header;
+    header.Format(
+        "From: %s\nTo: %s\nSubject: %s\nDate: %s\nMessage-Id: <%s-%d@demo.example>\nMIME-Version: 1.0\n"
+        "Content-Type: text/plain; charset=utf-8\nContent-Transfer-Encoding: 8bit\n\n",
+        sample.From, OWNER, sample.Subject, HeaderDate(now - int64_t{60} * sample.AgeMinutes).Text(), idPrefix, number);
+    STRING text = header || sample.Body;
+    text.Replace("\n", "\r\n", 1);
+    return std::string(text.View());
+}
+
+}  // namespace
+
+int SampleMailCount() {
+    return static_cast<int>(std::size(SAMPLES));
+}
+
+std::string SampleMail(int index, int64_t now) {
+    return Compose(SAMPLES[index], "sample", index, now);
+}
+
+std::string ArrivingMail(int number, int64_t now) {
+    return Compose(ARRIVING[static_cast<size_t>(number) % std::size(ARRIVING)], "arriving", number, now);
+}

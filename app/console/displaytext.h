@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Texts as a terminal may have them: UTF-8, without any byte that could act as a control.
+namespace DISPLAYTEXT {
+
+/// Bytes from a mail or a server. Valid UTF-8 stays, other bytes are taken as Windows code page 1252. Control
+/// characters of every kind (below 32, 127, 128..159, and the marks that turn the direction of writing) are dropped;
+/// line ends and tabs become a blank.
+std::string Safe(std::string_view bytes);
+
+/// Columns that a text of Safe takes on a terminal: 0 for combining marks, 2 for wide characters.
+int Width(std::string_view utf8);
+
+/// The text in exactly `columns` columns: filled up with blanks on the right, or on the left, or cut with "..." at its
+/// end.
+std::string Fit(std::string_view utf8, int columns, bool alignRight = false);
+
+}  // namespace DISPLAYTEXT

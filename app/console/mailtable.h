@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "app/common/texts.h"
+#include "corelib/base/stringarray.h"
+
+/// A new mail in one line of UTF-8: sender, subject, size. columns 0: as long as it gets.
+std::string NewMailLine(const STRINGARRAY& mail, int columns);
+
+/// The table of an item's mails from its stored listing, with a line that names the item: mark, sender, subject, date,
+/// size, points. The mark is "*" for an unread mail, "!" for one that reaches markPoints (0: no mail does).
+std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, int markPoints);

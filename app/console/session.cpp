@@ -1,0 +1,209 @@
+#include "app/console/session.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/console/addaccount.h"
+#include "app/console/consolefrontend.h"
+#include "app/console/consoletexts.h"
+#include "app/console/demo/demo.h"
+#include "app/console/displaytext.h"
+#include "app/console/mailtable.h"
+#include "app/console/switches.h"
+#include "app/console/terminal.h"
+#include "app/core/tarnwick.h"
+#include "app/core/velmoraapp.h"
+#include "corelib/base/files.h"
+#include "corelib/base/strings.h"
+
+namespace {
+
+constexpr int LOOK_MS = 100;  // how soon a stop is seen
+constexpr int PIPE_COLUMNS = 120;
+constexpr const char* DEMO_DIRECTORY = "Velmora\\Tarnwick Demo";
+
+std::atomic<bool> StopAsked = false;
+
+bool IsAbsolute(std::string_view path) {
+    return path.starts_with('/') || path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
+}
+
+// The program makes its own directory the current one, so a path that the user typed is completed before that.
+std::vector<std::string> CompletePaths(int argc, char** argv) {
+    std::vector<std::string> words(argv, argv + argc);
+    for (size_t i = 1; i < words.size(); ++i) {
+        for (const char* name : {"/WORKDIR:", "/PASSWORDFILE:", "/LOGIT:", "/LOGITHARD:"}) {
+            const size_t length = std::string_view(name).size();
+            if (words[i].size() <= length || stricmp(words[i].substr(0, length).c_str(), name, 0) != 0)
+                continue;
+            const STRING path = FILES::SystemPath(words[i].substr(length).c_str());
+            const STRING whole = IsAbsolute(path.View()) ? path : OSYS::FilePath(nullptr, path.Text());
+            words[i] = name + std::string(whole.View());
+        }
+    }
+    return words;
+}
+
+bool AnyBegins(const std::vector<std::string>& words, std::string_view name) {
+    for (size_t i = 1; i < words.size(); ++i)
+        if (words[i].size() > 1 && stricmp(words[i].substr(1, name.size()).c_str(), name.data(), 0) == 0)
+            return true;
+    return false;
+}
+
+ARGUMENTS MakeArguments(int argc, char** argv) {
+    std::vector<std::string> words = CompletePaths(argc, argv);
+    // The demo leaves the user's own data alone.
+    if (AnyBegins(words, "DEMO") && !AnyBegins(words, "WORKDIR"))
+        words.emplace_back(
+            (STRING("/WORKDIR:") || OSYS::FilePath(GetWin32SystemPath(5).Text(), DEMO_DIRECTORY)).Text());
+    std::vector<const char*> pointers;
+    for (const std::string& word : words)
+        pointers.push_back(word.c_str());
+    return {static_cast<int>(pointers.size()), pointers.data()};
+}
+
+/// One run of the program.
+class SESSION {
+ public:
+    SESSION(int argc, char** argv) : App(MakeArguments(argc, argv)) {}
+    int Run();
+
+ private:
+    std::string Text(int id, const std::string& value = {}) const { return ConsoleText(App.Texts(), id, value); }
+    bool Has(const char* name) const { return App.Arguments().TestArg(name); }
+    int Refuse(const std::string& message) {
+        FrontEnd.PrintError(message);
+        return EXIT_NO_START;
+    }
+    void PrintHelp();
+    int RunApplication(TARNWICK& application);
+    int CheckOnce(TARNWICK& application);
+    int Watch(TARNWICK& application);
+    void PrintMails(TARNWICK& application);
+
+    CONSOLEFRONTEND FrontEnd;
+    VELMORAAPP App;
+    std::unique_ptr<DEMO> Demo;
+};
+
+int SESSION::Run() {
+    if (const int code = App.Start(FrontEnd))
+        return code;
+    FrontEnd.SetTexts(&App.Texts());
+    if (HelpWanted(App.Arguments())) {
+        PrintHelp();
+        return EXIT_GOOD;
+    }
+    std::string word;
+    const SWITCHFAULT fault = CheckSwitches(App.Arguments(), word);
+    if (fault != SWITCHFAULT::None)
+        return Refuse(
+            Text(fault == SWITCHFAULT::Unknown ? CTEXT_UNKNOWN_SWITCH : CTEXT_SWITCH_VALUE, DISPLAYTEXT::Safe(word)));
+    TERMINAL::OnStop([] { StopAsked = true; });
+    if (Has("DEMO")) {
+        Demo = std::make_unique<DEMO>();
+        if (!Demo->Start())
+            return Refuse(Text(CTEXT_DEMO_FAILED));
+    }
+    TARNWICK application(FrontEnd, FrontEnd, App.Arguments(), App.Texts());
+    FrontEnd.SetApplication(&application);
+    const int code =
+        application.Open() ? RunApplication(application) : Refuse(DISPLAYTEXT::Safe(application.StartError().View()));
+    FrontEnd.SetApplication(nullptr);
+    return code;
+}
+
+void SESSION::PrintHelp() {
+    constexpr int FORM_COLUMNS = 31;
+    std::string help = Text(CTEXT_USAGE) + "\n\n";
+    int count = 0;
+    const SWITCH* switches = AllSwitches(count);
+    for (int i = 0; i < count; ++i)
+        help += "  " + DISPLAYTEXT::Fit(switches[i].Form, FORM_COLUMNS) + " " + Text(CTEXT_HELP_FIRST + i) + "\n";
+    FrontEnd.PrintRaw(help);
+}
+
+int SESSION::RunApplication(TARNWICK& application) {
+    const STRING address = App.Arguments().GetArgValue("ADD", 0);
+    if (address.NotNull()) {
+        const STRING passwordFile = App.Arguments().GetArgValue("PASSWORDFILE", 0);
+        std::string message;
+        const int code = AddAccount(application, App.Texts(), address.View(), passwordFile, message);
+        code == EXIT_GOOD ? FrontEnd.Print(message) : FrontEnd.PrintError(message);
+        return code;
+    }
+    if (Demo) {
+        Demo->AddAccounts(application);
+        FrontEnd.Print(Text(CTEXT_DEMO, DISPLAYTEXT::Safe(FILES::NativePath(application.DataDir().Text()).View())));
+    }
+    if (application.Items.Count() == 0)
+        return Refuse(Text(CTEXT_NO_ACCOUNTS));
+    return Has("ONCE") ? CheckOnce(application) : Watch(application);
+}
+
+int SESSION::CheckOnce(TARNWICK& application) {
+    FrontEnd.SetTalkative(true);
+    application.ForceRefreshAll(1);
+    // The second pass carries out what the checks of the first have queued.
+    for (int pass = 0; pass < 2; ++pass) {
+        for (int i = 0; i < application.Items.Count() && !StopAsked; ++i) {
+            STRINGARRAY& item = application.Items[i];
+            if (pass == 0 || item.GetNumber("@ForceRefresh") > 0 || item.Get("@DeleteMessageId").Length() > 0)
+                application.Cycle().UpdateItem(item);
+        }
+    }
+    PrintMails(application);
+    bool failed = StopAsked;
+    for (int i = 0; i < application.Items.Count(); ++i)
+        failed = failed || application.Items[i].Get("LastRC").Pos('E') != -1;
+    return failed ? EXIT_CHECK_FAILED : EXIT_GOOD;
+}
+
+int SESSION::Watch(TARNWICK& application) {
+    FrontEnd.Print(Text(CTEXT_WATCHING, std::to_string(application.Items.Count())));
+    if (Demo)
+        Demo->StartArrivals();
+    application.Start();
+    while (!StopAsked && !FrontEnd.WaitForQuit(LOOK_MS)) {
+    }
+    FrontEnd.Print(Text(CTEXT_ENDING));
+    application.Stop();
+    FrontEnd.WaitForQuit(WAIT_FOREVER);
+    PrintMails(application);
+    return EXIT_GOOD;
+}
+
+void SESSION::PrintMails(TARNWICK& application) {
+    const bool terminal = TERMINAL::OutputIsTerminal();
+    const STRINGARRAY& state = application.pState;
+    const int markPoints = state.GetNumber("SpamDoMark") ? state.GetNumber("SpamMarkPoints") : 0;
+    for (int i = 0; i < application.Items.Count(); ++i) {
+        const STRINGARRAY& item = application.Items[i];
+        if (Has("INBOX"))
+            FrontEnd.Print("\n" +
+                           MailTable(item, App.Texts(), terminal ? TERMINAL::Columns() : PIPE_COLUMNS, markPoints));
+        if (!Has("LISTING"))
+            continue;
+        const STRING listing = item.Get("@FileStore");
+        if (!terminal) {
+            FrontEnd.PrintRaw(listing.View());
+            continue;
+        }
+        WORDCURSOR lines(listing, "\n");
+        std::string_view line;
+        while (lines.Next(line))
+            FrontEnd.Print(DISPLAYTEXT::Safe(line));
+    }
+}
+
+}  // namespace
+
+int RunConsole(int argc, char** argv) {
+    TERMINAL::Prepare();
+    const int code = SESSION(argc, argv).Run();
+    ClosePool();
+    return code;
+}

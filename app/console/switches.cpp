@@ -1,0 +1,87 @@
+#include "app/console/switches.h"
+
+#include <iterator>
+#include <string_view>
+
+namespace {
+
+constexpr SWITCH SWITCHES[] = {
+    {"ADD", "/ADD:pop3://USER@HOST[:PORT]"},
+    {"PASSWORDFILE", "/PASSWORDFILE:FILE"},
+    {"ONCE", "/ONCE"},
+    {"INBOX", "/INBOX"},
+    {"LISTING", "/LISTING"},
+    {"DEMO", "/DEMO"},
+    {"WORKDIR", "/WORKDIR:DIRECTORY"},
+    {"LANG", "/LANG:GER|ENGL"},
+    {"CHECK", "/CHECK"},
+    {"MIN", "/MIN"},
+    {"NOVERS", "/NOVERS"},
+    {"LOGIT", "/LOGIT[:FILE]"},
+    {"LOGITHARD", "/LOGITHARD[:FILE]"},
+    {"LOGITCLOSE", "/LOGITCLOSE"},
+    {"LOGDEBUG", "/LOGDEBUG"},
+    {"LOG", "/LOG:LEVEL"},
+    {"NOASSERT", "/NOASSERT"},
+    {"HELP", "/HELP"},
+};
+
+bool Is(std::string_view a, const char* b) {
+    return a.size() == std::string_view(b).size() && stricmp(STRING(a).Text(), b, 0) == 0;
+}
+
+bool AsksForHelp(std::string_view word) {
+    for (const char* form : {"/HELP", "-HELP", "--HELP", "/?", "-?", "-H"})
+        if (Is(word, form))
+            return true;
+    return false;
+}
+
+SWITCHFAULT CheckWord(std::string_view word) {
+    if (AsksForHelp(word) || Is(word, "/LOGDBG"))
+        return SWITCHFAULT::None;
+    if (word.empty() || (word[0] != '/' && word[0] != '-'))
+        return SWITCHFAULT::Unknown;
+    // A value, and an option of the trace log, is only taken from a word that begins with "/".
+    const bool slash = word[0] == '/';
+    word.remove_prefix(1);
+    const size_t colon = word.find(':');
+    const std::string_view name = word.substr(0, colon);
+    for (const SWITCH& known : SWITCHES) {
+        if (!Is(name, known.Name))
+            continue;
+        const std::string_view form = known.Form;
+        const bool takes = form.find(':') != form.npos, needs = takes && form.find('[') > form.find(':');
+        if (colon != word.npos && !takes)
+            return SWITCHFAULT::Unknown;
+        if (!slash && (name.starts_with("LOG") || colon != word.npos))
+            return SWITCHFAULT::Unknown;
+        return needs && (colon == word.npos || colon + 1 == word.size()) ? SWITCHFAULT::NoValue : SWITCHFAULT::None;
+    }
+    return SWITCHFAULT::Unknown;
+}
+
+}  // namespace
+
+const SWITCH* AllSwitches(int& count) {
+    count = static_cast<int>(std::size(SWITCHES));
+    return SWITCHES;
+}
+
+SWITCHFAULT CheckSwitches(const ARGUMENTS& arguments, std::string& word) {
+    for (int i = 1; i < arguments.Count(); ++i) {
+        const SWITCHFAULT fault = CheckWord(arguments[i].View());
+        if (fault != SWITCHFAULT::None) {
+            word = arguments[i].View();
+            return fault;
+        }
+    }
+    return SWITCHFAULT::None;
+}
+
+bool HelpWanted(const ARGUMENTS& arguments) {
+    for (int i = 1; i < arguments.Count(); ++i)
+        if (AsksForHelp(arguments[i].View()))
+            return true;
+    return false;
+}

@@ -1,0 +1,95 @@
+#include <windows.h>
+
+#include "app/console/terminal.h"
+
+namespace TERMINAL {
+
+namespace {
+
+void (*Stop)() = nullptr;
+
+// The system ends the process when the handler of a closed console returns, so it stays until the end has saved.
+constexpr DWORD CLOSE_PATIENCE_MS = 60000;
+
+BOOL WINAPI Handler(DWORD event) {
+    Stop();
+    if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT)
+        Sleep(CLOSE_PATIENCE_MS);
+    return TRUE;
+}
+
+bool IsConsole(DWORD which) {
+    DWORD mode;
+    return GetConsoleMode(GetStdHandle(which), &mode);
+}
+
+void WriteAll(DWORD which, std::string_view text) {
+    HANDLE handle = GetStdHandle(which);
+    while (!text.empty()) {
+        DWORD written = 0;
+        if (!WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) || written == 0)
+            return;
+        text.remove_prefix(written);
+    }
+}
+
+}  // namespace
+
+void Prepare() {
+    SetConsoleOutputCP(CP_UTF8);
+    SetConsoleCP(CP_UTF8);
+}
+
+bool OutputIsTerminal() {
+    return IsConsole(STD_OUTPUT_HANDLE);
+}
+
+bool InputIsTerminal() {
+    return IsConsole(STD_INPUT_HANDLE);
+}
+
+int Columns() {
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info))
+        return 80;
+    return info.srWindow.Right - info.srWindow.Left + 1;
+}
+
+void Write(std::string_view text) {
+    WriteAll(STD_OUTPUT_HANDLE, text);
+}
+
+void WriteError(std::string_view text) {
+    WriteAll(STD_ERROR_HANDLE, text);
+}
+
+bool ReadLine(std::string& line, bool hidden) {
+    HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+    DWORD former = 0;
+    const bool console = GetConsoleMode(input, &former);
+    if (console && hidden)
+        SetConsoleMode(input, former & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+    line.clear();
+    bool ended = false;
+    for (char c; !ended;) {
+        DWORD got = 0;
+        if (!ReadFile(input, &c, 1, &got, nullptr) || got == 0)
+            break;
+        if (c == '\n')
+            ended = true;
+        else if (c != '\r')
+            line += c;
+    }
+    if (console && hidden) {
+        SetConsoleMode(input, former);
+        WriteError("\r\n");
+    }
+    return ended || !line.empty();
+}
+
+void OnStop(void (*stop)()) {
+    Stop = stop;
+    SetConsoleCtrlHandler(Handler, TRUE);
+}
+
+}  // namespace TERMINAL
