@@ -27,7 +27,8 @@ bool WaitFor(std::condition_variable& changed, std::unique_lock<std::mutex>& hol
 
 }  // namespace
 
-EVENTSEM::EVENTSEM(bool initial) : Signalled(initial) {
+EVENTSEM::EVENTSEM(bool initial) : State(std::make_shared<STATE>()) {
+    State->Signalled = initial;
     TraceLevel(EVENT_LEVEL, "EVENTSEM::EVENTSEM created %08x\n", Id());
 }
 
@@ -40,26 +41,29 @@ uint32_t EVENTSEM::Id() const {
 }
 
 void EVENTSEM::Set() {
+    const uint32_t id = Id();
+    // Whoever waits may destroy the event as soon as it is set: what follows works on the state alone. The waiters are
+    // called behind the lock, as they would only run into it.
+    const std::shared_ptr<STATE> state = State;
     {
-        std::lock_guard hold(Guard);
-        Signalled = true;
-        // Inside the lock: whoever waits may destroy the event as soon as it gets the lock.
-        Changed.notify_all();
+        std::lock_guard hold(state->Guard);
+        state->Signalled = true;
     }
-    TraceLevel(EVENT_LEVEL, "EVENTSEM::Set %08x\n", IdOf(this));
+    state->Changed.notify_all();
+    TraceLevel(EVENT_LEVEL, "EVENTSEM::Set %08x\n", id);
 }
 
 void EVENTSEM::Reset() {
-    std::lock_guard hold(Guard);
-    Signalled = false;
+    std::lock_guard hold(State->Guard);
+    State->Signalled = false;
     TraceLevel(EVENT_LEVEL, "EVENTSEM::Reset %08x\n", Id());
 }
 
 bool EVENTSEM::Wait(int timeout) {
     bool signalled;
     {
-        std::unique_lock hold(Guard);
-        signalled = WaitFor(Changed, hold, timeout, [this] { return Signalled; });
+        std::unique_lock hold(State->Guard);
+        signalled = WaitFor(State->Changed, hold, timeout, [this] { return State->Signalled; });
     }
     TraceLevel(EVENT_LEVEL, "EVENTSEM::Wait %08x rc=%d\n", Id(), signalled ? 0 : 1);
     return signalled;

@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -34,10 +35,13 @@ class EVENTSEM {
     bool Wait(int timeout);
 
  private:
+    struct STATE {
+        std::mutex Guard;
+        std::condition_variable Changed;
+        bool Signalled = false;
+    };
     uint32_t Id() const;
-    std::mutex Guard;
-    std::condition_variable Changed;
-    bool Signalled;
+    std::shared_ptr<STATE> State;
 };
 
 /// A mutex, re-entrant within a thread, that can be asked for with a time limit. Traces at level 12.

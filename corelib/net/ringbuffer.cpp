@@ -35,17 +35,18 @@ bool RINGBUFFER::Write(const char* data, int length) {
     }
     RoomWanted = 0;
     const bool fits = Free() >= length;
+    const bool wakes = fits && length > 0 && WriteIndex == ReadIndex;
     if (fits && length > 0) {
-        const bool wasEmpty = WriteIndex == ReadIndex;
         const int position = WriteIndex % Size;
         const int piece = Piece(position, length);
         memcpy(Data.get() + position, data, static_cast<size_t>(piece));
         memcpy(Data.get(), data + piece, static_cast<size_t>(length - piece));
         WriteIndex += length;
-        if (wasEmpty)
-            DataAvailable.Set();
     }
     Mutex.Release();
+    // Behind the mutex, as the reader that this wakes would only run into it.
+    if (wakes)
+        DataAvailable.Set();
     return fits;
 }
 
@@ -75,10 +76,25 @@ int RINGBUFFER::CountUntil(int count, const char* until) const {
     return count;
 }
 
+bool RINGBUFFER::AwaitData(int timeoutMs) {
+    if (Avail() > 0)
+        return true;
+    if (timeoutMs < 1 || !DataAvailable.Wait(timeoutMs))
+        return false;
+    {
+        MUTEXHOLD hold(Mutex);
+        if (WriteIndex != ReadIndex)
+            return true;
+        // The event was late, and its bytes have been read without it.
+        DataAvailable.Reset();
+    }
+    return DataAvailable.Wait(timeoutMs);
+}
+
 bool RINGBUFFER::Read(char* buffer, int* length, int timeoutMs, const char* until) {
     const int room = *length;
     *length = 0;
-    if (Avail() < 1 && (timeoutMs < 1 || !DataAvailable.Wait(timeoutMs)))
+    if (!AwaitData(timeoutMs))
         return false;
     MUTEXHOLD hold(Mutex);
     int count = std::max(std::min(room, WriteIndex - ReadIndex), 0);

@@ -26,10 +26,11 @@ class RINGBUFFER {
     int Free() const { return ReadIndex - WriteIndex + Size; }
     /// Room of the block from a position on, up to the end of the block or to length.
     int Piece(int position, int length) const { return length < Size - position ? length : Size - position; }
+    bool AwaitData(int timeoutMs);
     int CountUntil(int count, const char* until) const;
 
     MUTEXSEM Mutex;
-    // Set exactly while there is something to read.
+    // Set as soon as there is something to read, a moment behind it at most, and until nothing is.
     EVENTSEM DataAvailable;
     // A writer that waits for RoomWanted bytes is woken by it, instead of at the end of its pause.
     EVENTSEM RoomMade;
