@@ -99,15 +99,12 @@ TEST_F(DataDir, MoveCopiesAllFilesAndThenDeletesTheOldOnes) {
     EXPECT_EQ(Store.Get("ApplicationDataDir"), Std(to));
     EXPECT_EQ(Store.Get("ApplicationDataDir.New"), "<none>");
     EXPECT_TRUE(FrontEnd.Messages.empty());
-}
 
-TEST_F(DataDir, WithoutTheStarOnlyTheDirectoryChanges) {
-    ASSERT_TRUE(OSYS::MakeDirectories(Temp.File("from").Text()));
-    WriteBytes(Temp.File("from\\accounts.ini"), "x");
-    EXPECT_EQ(Move(Temp.File("from"), Temp.File("to")), 1);
-    EXPECT_TRUE(OSYS::FileExists(Temp.File("from\\accounts.ini").Text()));
-    EXPECT_FALSE(OSYS::FileExists(Temp.File("to\\accounts.ini").Text()));
-    EXPECT_EQ(Store.Get("ApplicationDataDir"), Std(Temp.File("to")));
+    // Without the star only the directory changes.
+    EXPECT_EQ(Move(to, from), 1);
+    EXPECT_TRUE(OSYS::FileExists(Temp.File("deep\\to\\accounts.ini").Text()));
+    EXPECT_FALSE(OSYS::FileExists(Temp.File("from\\accounts.ini").Text()));
+    EXPECT_EQ(Store.Get("ApplicationDataDir"), Std(from));
 }
 
 TEST_F(DataDir, AFailedCopyKeepsTheOldPlaceAndDropsTheRequest) {
