@@ -1,6 +1,6 @@
 #include "app/common/texts.h"
 
-#include <algorithm>
+#include <cstring>
 #include <map>
 #include <set>
 #include <string>
@@ -51,9 +51,12 @@ std::multiset<std::string> Skeleton(const std::string& text) {
         if (ch == '|' || ch == '\x1b') {
             found.insert(std::string(1, ch));
         } else if (ch == '%') {
-            const size_t end = std::min(text.find_first_of("dsuxc%", i + 1), text.size() - 1);
-            found.insert(text.substr(i, end - i + 1));
-            i = end;
+            // "%25" in a text about percent signs is no conversion.
+            const size_t end = text.find_first_not_of("-+#.0123456789l", i + 1);
+            if (end != text.npos && strchr("dsuxc%", text[end])) {
+                found.insert(text.substr(i, end - i + 1));
+                i = end;
+            }
         } else if (ch == '$') {
             const std::string name = text.substr(i + 1, text.find_first_not_of(CAPITALS, i + 1) - i - 1);
             if (!name.empty()) {
