@@ -47,3 +47,17 @@ need_packages() {
     } >&2
     exit 2
 }
+
+# What every build needs, and what the one for Windows and its programs need besides.
+need_build_packages() {
+    need_packages g++ cmake ninja-build pkg-config zlib1g-dev googletest
+}
+need_windows_packages() {
+    need_packages g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64
+}
+
+# use_private_wine DIRECTORY: Wine keeps its files there, asks nothing and shows nothing.
+use_private_wine() {
+    export WINEPREFIX="$1" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=
+    [ -d "$WINEPREFIX" ] || wineboot --init >/dev/null 2>&1
+}
