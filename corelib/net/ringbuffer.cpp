@@ -76,27 +76,25 @@ int RINGBUFFER::CountUntil(int count, const char* until) const {
     return count;
 }
 
+// Called under the mutex, which it lets go of while it waits.
 bool RINGBUFFER::AwaitData(int timeoutMs) {
-    if (Avail() > 0)
-        return true;
-    if (timeoutMs < 1 || !DataAvailable.Wait(timeoutMs))
-        return false;
-    {
-        MUTEXHOLD hold(Mutex);
-        if (WriteIndex != ReadIndex)
-            return true;
-        // The event was late, and its bytes have been read without it.
+    bool came = timeoutMs > 0;
+    while (came && WriteIndex == ReadIndex) {
+        // If it is set now, it was late, and its bytes have been read without it.
         DataAvailable.Reset();
+        Mutex.Release();
+        came = DataAvailable.Wait(timeoutMs);
+        Mutex.Request(WAIT_FOREVER);
     }
-    return DataAvailable.Wait(timeoutMs);
+    return WriteIndex != ReadIndex;
 }
 
 bool RINGBUFFER::Read(char* buffer, int* length, int timeoutMs, const char* until) {
     const int room = *length;
     *length = 0;
-    if (!AwaitData(timeoutMs))
-        return false;
     MUTEXHOLD hold(Mutex);
+    if (WriteIndex == ReadIndex && !AwaitData(timeoutMs))
+        return false;
     int count = std::max(std::min(room, WriteIndex - ReadIndex), 0);
     if (until)
         count = CountUntil(count, until);
