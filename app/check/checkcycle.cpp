@@ -126,8 +126,8 @@ void CHECKCYCLE::DialIfDue() {
     bool due = false;
     {
         MUTEXHOLD hold(itemMutex);
-        for (int i = 0; i < Parts.Items.Count() && !due; ++i)
-            due = NeedsRefresh(Parts.Items[i]);
+        for (int i = 0; i < Parts.Items.Count(); ++i)
+            due |= NeedsRefresh(Parts.Items[i]);
     }
     if (!due)
         return;

@@ -1,0 +1,68 @@
+// A listing holds what mail servers sent: any bytes must become whole records, and a listing that has not changed since
+// the last check must hold nothing new.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "app/check/items.h"
+#include "app/check/mailrecords.h"
+#include "app/check/newmail.h"
+
+namespace {
+
+class SAMETEXT : public TEXTS {
+ public:
+    STRING Get(int /*id*/) const override { return "a|b|c|d"; }
+};
+
+class COUNTER : public NOTIFIER {
+ public:
+    bool NewMail(STRINGARRAY& /*item*/, const CHECKREPORT& report) override {
+        New = report.NewCount;
+        return true;
+    }
+    int New = 0;
+};
+
+STRINGARRAY MakeItem() {
+    STRINGARRAY state;
+    state.Set("PopupBackgroundColor", "");
+    state.Set("PopupTextColor", "");
+    STRINGARRAY item;
+    int handle = FIRST_ITEM_HANDLE;
+    FixItem(item, state, handle);
+    return item;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string blocks(reinterpret_cast<const char*>(data), size);
+    RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);
+    const int count = BuildMailHash(STRING(std::string_view("\n" + blocks)), records);
+    if (count == 0)
+        return 0;
+    bool barInAnId = false;
+    for (int i = 0; i < count; ++i) {
+        const STRING id = records[i].Get("MessageId");
+        if (records[i].Count() != 15 || id.Length() == 0 || records[i].Get("X-Message-Id").Length() == 0)
+            abort();
+        barInAnId |= id.Pos('|') != -1;
+    }
+
+    // With the true count, so that only what the mails hold matters.
+    const STRING listing(std::string_view(std::to_string(count) + " msgs|? unread|0 bytes\n" + blocks));
+    STRINGARRAY item = MakeItem();
+    const SAMETEXT texts;
+    bool popup = false;
+    COUNTER first;
+    HandleNewMail(item, listing, item.Get("LastSeenIds"), false, texts, first, popup);
+    COUNTER second;
+    HandleNewMail(item, listing, item.Get("LastSeenIds"), false, texts, second, popup);
+    // The list of ids is split at bars, so an id with a bar is not found again.
+    if (first.New != count || (second.New != 0 && !barInAnId))
+        abort();
+    return 0;
+}
