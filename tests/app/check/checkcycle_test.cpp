@@ -57,7 +57,7 @@ TEST_F(Items, AreDueByTheirPeriodAndByRequest) {
     CHECKCYCLE::Refreshed(item);
     EXPECT_EQ(atoi64(item.Get("LastRefresh")), CLOCK::Seconds());
     EXPECT_TRUE(Std(item.Get("LastRefreshString")).find(" / ") != std::string::npos);
-    Clock.Advance(599 * 1000);
+    Clock.Advance(599000);
     EXPECT_FALSE(CHECKCYCLE::NeedsRefresh(item));
     Clock.Advance(1000);
     EXPECT_TRUE(CHECKCYCLE::NeedsRefresh(item));
@@ -87,10 +87,10 @@ TEST_F(Items, AreDueByTheirPeriodAndByRequest) {
 TEST_F(Items, SurviveAClockThatIsSetBack) {
     STRINGARRAY& item = AddItem("a", 600);
     CHECKCYCLE::Refreshed(item);
-    Clock.Advance(-3600 * 1000);
+    Clock.Advance(-3600000);
     EXPECT_FALSE(CHECKCYCLE::NeedsRefresh(item));
     EXPECT_EQ(atoi64(item.Get("LastRefresh")), CLOCK::Seconds());
-    Clock.Advance(600 * 1000);
+    Clock.Advance(600000);
     EXPECT_TRUE(CHECKCYCLE::NeedsRefresh(item));
 }
 

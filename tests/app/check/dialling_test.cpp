@@ -73,7 +73,7 @@ TEST_F(Dialling, FailureIsShownOncePerPeriod) {
     Cycle.Turn();
     EXPECT_EQ(Journal.Take(), (LIST{"line Dialling home", "line shown", "arrange", "dial home",
                                     "Title: Cannot dial (busy)", "line hidden", "arrange", "icon", "tooltip"}));
-    Clock.Advance(599 * 1000);
+    Clock.Advance(599000);
     Cycle.Turn();
     EXPECT_EQ(Journal.Take(), LIST{});
     Clock.Advance(1000);
