@@ -8,7 +8,7 @@ namespace {
 std::string Joined(const DYNARRAY<STRING>& array) {
     std::string text;
     for (int i = 0; i < array.Count(); ++i)
-        text += (i ? "," : "") + Std(array[i]);
+        text.append(i ? "," : "").append(array[i].View());
     return text;
 }
 
