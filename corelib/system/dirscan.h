@@ -17,10 +17,13 @@ class DIRSCAN {
     bool Next();
     /// Whether the present match is a directory.
     bool IsDirectory() const { return (Attributes() & DIRECTORY_ATTRIBUTE) != 0; }
-    /// The platform's attribute bits of the present match (bit 16: directory).
+    /// Whether it leads to another place, as a symbolic link or a junction does. A link to a directory is both.
+    bool IsLink() const { return (Attributes() & LINK_ATTRIBUTE) != 0; }
+    /// The platform's attribute bits of the present match (16: directory, 1024: link).
     unsigned Attributes() const;
     void Close();
     static constexpr unsigned DIRECTORY_ATTRIBUTE = 16;
+    static constexpr unsigned LINK_ATTRIBUTE = 1024;
 
  private:
     struct FINDDATA;

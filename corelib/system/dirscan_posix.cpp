@@ -1,14 +1,13 @@
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/dirscan.h"
-#include "corelib/system/osys.h"
 
 struct DIRSCAN::FINDDATA {
-    STRING Directory;  // in the system's form
     STRING Pattern;
     DIR* Find = nullptr;
     unsigned Attributes = 0;
@@ -17,6 +16,19 @@ struct DIRSCAN::FINDDATA {
 namespace {
 
 constexpr unsigned NORMAL_ATTRIBUTE = 128;
+
+unsigned AttributesOf(int directory, const char* name) {
+    struct stat status {};
+    unsigned attributes = 0;
+    if (fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode)) {
+        attributes = DIRSCAN::LINK_ATTRIBUTE;
+        if (fstatat(directory, name, &status, 0) != 0)
+            return attributes;
+    }
+    if (S_ISDIR(status.st_mode))
+        attributes |= DIRSCAN::DIRECTORY_ATTRIBUTE;
+    return attributes ? attributes : NORMAL_ATTRIBUTE;
+}
 
 // `*` and `?`, without regard to case. Steps back to the last `*` only, so the time stays bounded.
 bool Matches(const char* pattern, const char* name) {
@@ -49,12 +61,12 @@ DIRSCAN::DIRSCAN(const char* pattern, STRING& name) : pResult(std::make_unique<F
     for (int i = 0; i < text.Length(); ++i)
         if (text[i] == '\\')
             split = i;
-    pResult->Directory = split == -1 ? STRING(".") : split == 0 ? STRING("\\") : text.Left(split);
+    STRING directory = split == -1 ? STRING(".") : split == 0 ? STRING("\\") : text.Left(split);
     pResult->Pattern = text.Mid(split + 1);
     // Every name, with a dot or without one.
     if (pResult->Pattern == "*.*")
         pResult->Pattern = "*";
-    pResult->Find = opendir(FILES::NativePath(pResult->Directory.Text()).Text());
+    pResult->Find = opendir(FILES::NativePath(directory.Text()).Text());
     Next();
 }
 
@@ -70,8 +82,7 @@ bool DIRSCAN::Next() {
         if (!Matches(pResult->Pattern.Text(), entry->d_name))
             continue;
         Name = STRING(entry->d_name);
-        bool directory = OSYS::FileIsDirectory(OSYS::FilePath(pResult->Directory.Text(), entry->d_name).Text());
-        pResult->Attributes = directory ? DIRECTORY_ATTRIBUTE : NORMAL_ATTRIBUTE;
+        pResult->Attributes = AttributesOf(dirfd(pResult->Find), entry->d_name);
         return true;
     }
     Name = STRING();

@@ -73,7 +73,9 @@ int CollectFiles(const char* dir, const char* pattern, DYNARRAY<STRING>* array, 
         if (scan.IsDirectory()) {
             if (!recurse || name[0] == '.')
                 continue;
-            count += CollectFiles(path.Text(), pattern, array, recurse);
+            // A link is not entered: it may lead back to where the walk comes from.
+            if (!scan.IsLink())
+                count += CollectFiles(path.Text(), pattern, array, recurse);
         }
         ++count;
         if (array)
@@ -157,7 +159,7 @@ int WaitThread(THREADHANDLE& thread, int timeout) {
 bool AutoStart(const char* name, const char* value) {
     if (!value)
         return RemoveAutoStart(name);
-    STRING command = stricmp(value, AUTOSTART_SELF, 0) == 0 ? ProgramPath() : STRING(value);
+    STRING command = stricmp(value, AUTOSTART_SELF, 0) == 0 ? ProgramCommand() : STRING(value);
     return command.NotNull() && WriteAutoStart(name, command);
 }
 

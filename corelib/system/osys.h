@@ -92,7 +92,8 @@ void ScrollLock(int mode);
 /// writes the program's own path, any other text is written as it is. True on success.
 bool AutoStart(const char* name, const char* value);
 inline constexpr const char* AUTOSTART_SELF = "<self>";
-/// The two halves of AutoStart on the platform.
+/// The two halves of AutoStart on the platform, and the program's own path as such a command; null if unknown.
+STRING ProgramCommand();
 bool WriteAutoStart(const char* name, const STRING& command);
 bool RemoveAutoStart(const char* name);
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -5,6 +6,7 @@
 #include <fcntl.h>
 #include <langinfo.h>
 #include <locale.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -26,10 +28,13 @@ STRING Variable(const char* name) {
     return value && *value ? STRING(value) : STRING();
 }
 
-// The user's locale, without touching the process's own.
+// The user's locale, without touching the process's own; the neutral one where that is not installed.
 class USERLOCALE {
  public:
-    explicit USERLOCALE(int mask) : Locale(newlocale(mask, "", nullptr)) {}
+    explicit USERLOCALE(int mask) : Locale(newlocale(mask, "", nullptr)) {
+        if (!Locale)
+            Locale = newlocale(mask, "C", nullptr);
+    }
     ~USERLOCALE() {
         if (Locale)
             freelocale(Locale);
@@ -40,10 +45,25 @@ class USERLOCALE {
         const char* text = Locale ? nl_langinfo_l(item, Locale) : "";
         return STRING(*text ? text : otherwise);
     }
+    locale_t Get() const { return Locale; }
 
  private:
     locale_t Locale;
 };
+
+bool IsAscii(const STRING& text) {
+    return std::all_of(text.View().begin(), text.View().end(), [](char c) { return (c & 0x80) == 0; });
+}
+
+// A separator of numbers in the program's code page. The locale's text may be in any: of the others only the blanks
+// that do not break are in use.
+STRING Separator(nl_item item, const char* otherwise) {
+    STRING text = USERLOCALE(LC_NUMERIC_MASK).Item(item, otherwise);
+    if (IsAscii(text))
+        return text;
+    bool blank = text == "\302\240" || text == "\342\200\257" || text == "\240";
+    return STRING(blank ? "\240" : otherwise);
+}
 
 STRING HomeDirectory() {
     STRING home = Variable("HOME");
@@ -61,6 +81,48 @@ STRING UserDirectory(const char* variable, const char* belowHome) {
 
 STRING ConfigDirectory() {
     return UserDirectory("XDG_CONFIG_HOME", ".config");
+}
+
+// The value of `variable` in the file that holds the names of a user's folders, as the desktop's tools write it:
+// NAME="$HOME/folder" or NAME="/folder". Null if it is not there.
+STRING NamedFolder(const char* variable) {
+    STRING content, config = ConfigDirectory(), home = HomeDirectory();
+    if (!config.NotNull() || !FILES::ReadAll(OSYS::FilePath(config.Text(), "user-dirs.dirs").Text(), false, content))
+        return STRING();
+    const STRING begin = STRING(variable) || "=\"";
+    WORDCURSOR lines(content, "\r\n");
+    std::string_view line;
+    while (lines.Next(line)) {
+        line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+        if (!line.starts_with(begin.View()))
+            continue;
+        line.remove_prefix(begin.View().size());
+        STRING folder("");
+        if (line.starts_with("$HOME") && home.NotNull()) {
+            folder = FILES::NativePath(home.Text());
+            line.remove_prefix(5);
+        }
+        for (size_t i = 0; i < line.size() && line[i] != '"'; ++i) {
+            if (line[i] == '\\' && i + 1 < line.size())
+                ++i;
+            folder.AppendBytes(&line[i], 1);
+        }
+        return folder.Length() > 0 && folder[0] == '/' ? FILES::SystemPath(folder.Text()) : STRING();
+    }
+    return STRING();
+}
+
+STRING UserFolder(const char* variable, const char* belowHome) {
+    STRING named = Variable(variable).NotNull() ? STRING() : NamedFolder(variable);
+    return named.NotNull() ? named : UserDirectory(variable, belowHome);
+}
+
+// A text as a value of a desktop entry.
+STRING EntryValue(STRING text) {
+    text.Replace("\\", "\\\\", 1);
+    text.Replace("\n", "\\n", 1);
+    text.Replace("\r", "\\r", 1);
+    return text;
 }
 
 STRING AutoStartFile(const char* name) {
@@ -133,10 +195,8 @@ FILEHANDLE OpenFile(const char* name, const char* mode) {
         return file;
     bool write = mode[0] == 'w' || strchr(mode, '+');
     int fd = open(Native(name).Text(), (write ? O_RDWR | O_CREAT : O_RDONLY) | O_CLOEXEC, 0600);
-    // No sharing: a second opener of ours is refused. A file system that knows no locks refuses nobody.
-    struct flock lock {};
-    lock.l_type = write ? F_WRLCK : F_RDLCK;
-    if (fd >= 0 && fcntl(fd, F_OFD_SETLK, &lock) != 0 && (errno == EAGAIN || errno == EACCES)) {
+    // No sharing: a second opener is refused. Where the file system knows no locks, the file opens all the same.
+    if (fd >= 0 && flock(fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
         close(fd);
         fd = -1;
     }
@@ -150,10 +210,12 @@ STRING DateText() {
     t.tm_year = now.Year - 1900;
     t.tm_mon = now.Month - 1;
     t.tm_mday = now.Day;
+    timegm(&t);  // fills in the day of the week
     USERLOCALE user(LC_TIME_MASK);
     char text[128];
-    size_t length = strftime(text, sizeof text, user.Item(D_FMT, "%m/%d/%y").Text(), &t);
-    return length ? STRING(text) : DateIso();
+    size_t length = user.Get() ? strftime_l(text, sizeof text, "%x", &t, user.Get()) : 0;
+    // What the code page of the program may lack is told the neutral way.
+    return length && IsAscii(STRING(text)) ? STRING(text) : DateIso();
 }
 
 void RaiseThreadPriority() {
@@ -181,11 +243,11 @@ int UserLanguage() {
 }
 
 STRING ThousandsSeparator() {
-    return USERLOCALE(LC_NUMERIC_MASK).Item(THOUSEP, ",");
+    return Separator(THOUSEP, ",");
 }
 
 STRING DecimalSeparator() {
-    return USERLOCALE(LC_NUMERIC_MASK).Item(RADIXCHAR, ".");
+    return Separator(RADIXCHAR, ".");
 }
 
 bool LibraryExists(const char* name) {
@@ -198,15 +260,25 @@ void ScrollLock(int mode) {
     ASSERTION(mode >= 0 && mode <= 2, "FALSE");
 }
 
+STRING ProgramCommand() {
+    STRING path = ProgramPath();
+    if (!path.NotNull())
+        return path;
+    path = Native(path.Text());
+    // Inside quotes these keep their meaning unless a backslash takes it away.
+    for (const char* special : {"\"", "`", "$"})
+        path.Replace(special, (STRING("\\") || special).Text(), 1);
+    return STRING("\"") || path || "\"";
+}
+
 bool WriteAutoStart(const char* name, const STRING& command) {
     STRING file = AutoStartFile(name);
     if (!file.NotNull() || !MakeDirectories(FileDirectory(file.Text()).Text()))
         return false;
-    // A path with a blank stands in quotes; the program's own path is in the platform's form there.
-    STRING line = Native(command.Text());
-    if (line.Pos(" ") != -1 && FileExists(command.Text()))
-        line = STRING("\"") || line || "\"";
-    STRING text = STRING("[Desktop Entry]\nType=Application\nName=") || name || "\nExec=" || line || "\n";
+    STRING line = command;
+    line.Replace("%", "%%", 1);  // a single one would begin a field code
+    STRING text = STRING("[Desktop Entry]\nType=Application\nName=") || EntryValue(STRING(name)) || "\nExec=" ||
+                  EntryValue(line) || "\n";
     return FILES::ReplaceAll(file.Text(), text.View(), false);
 }
 
@@ -235,13 +307,13 @@ STRING GetWin32SystemPath(int kind) {
             path = UserDirectory("XDG_DATA_HOME", ".local\\share");
             break;
         case 6:
-            path = UserDirectory("XDG_DOCUMENTS_DIR", "Documents");
+            path = UserFolder("XDG_DOCUMENTS_DIR", "Documents");
             break;
         case 7:
-            path = UserDirectory("XDG_PICTURES_DIR", "Pictures");
+            path = UserFolder("XDG_PICTURES_DIR", "Pictures");
             break;
         case 8:
-            path = UserDirectory("XDG_DESKTOP_DIR", "Desktop");
+            path = UserFolder("XDG_DESKTOP_DIR", "Desktop");
             break;
         case 10:
         case 11:

@@ -181,6 +181,10 @@ void ScrollLock(int mode) {
         PressScrollLock();
 }
 
+STRING ProgramCommand() {
+    return ProgramPath();
+}
+
 bool WriteAutoStart(const char* name, const STRING& command) {
     HKEY key;
     if (RegCreateKeyExA(HKEY_CURRENT_USER, RUN_KEY, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr))

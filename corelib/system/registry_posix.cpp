@@ -1,8 +1,10 @@
 // The store of named values without a registry: one table file for each key path, below the user's configuration
 // directory. Both roots lie there, as there is no place that all users may write.
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 
 #include "corelib/base/files.h"
 #include "corelib/base/stringarray.h"
@@ -14,11 +16,17 @@ namespace {
 
 constexpr uint32_t REGISTRY_LEVEL = 2;
 constexpr int TEXT_MAX = 8192;
+// Error numbers of the trace, those that a registry gives.
 constexpr int NO_SUCH_VALUE = 2;
+constexpr int WRITE_FAILED = 5;
 
 struct STOREKEY {
     STRING File;
+    bool Writable;
 };
+
+// A change reads the file, and writes it back: one at a time.
+std::mutex Changing;
 
 STOREKEY* Key(intptr_t key) {
     return reinterpret_cast<STOREKEY*>(key);
@@ -37,12 +45,19 @@ STRING StoreDirectory() {
     return OSYS::FilePath(base.Text(), "tarnwick\\registry");
 }
 
-// Parts of a key path, and the names of values, are of no case in a registry.
-STRING KeyFile(intptr_t root, const STRING& path) {
-    STRING name = path;
-    name.ToLower();
-    name.Replace("\\", "+", 1);
-    name.Replace("/", "+", 1);
+// Parts of a key path, and the names of values, are of no case in a registry. The path makes one file name, each path
+// its own.
+STRING KeyFile(intptr_t root, STRING path) {
+    path.ToLower();
+    STRING name("");
+    for (char c : path.View()) {
+        if (c == '\\')
+            name.Append("+");
+        else if (c == '+' || c == '%' || c == '/' || static_cast<unsigned char>(c) < ' ')
+            name.AppendFormat("%%%02x", c);
+        else
+            name.AppendBytes(&c, 1);
+    }
     STRING directory = OSYS::FilePath(StoreDirectory().Text(), root == ROOT_LOCAL_MACHINE ? "machine" : "user");
     return OSYS::FilePath(directory.Text(), (name || ".ini").Text());
 }
@@ -51,8 +66,12 @@ bool LoadTable(intptr_t key, STRINGARRAY& table) {
     return key && table.Load(Key(key)->File.Text());
 }
 
-bool SaveTable(intptr_t key, const STRINGARRAY& table) {
-    return key && table.Save(Key(key)->File.Text());
+// Applies `change`, which may refuse, to the table. One that cannot be read is left alone: its other values would go.
+template <class CHANGE>
+bool ChangeTable(intptr_t key, CHANGE change) {
+    std::lock_guard hold(Changing);
+    STRINGARRAY table;
+    return key && Key(key)->Writable && LoadTable(key, table) && change(table) && table.Save(Key(key)->File.Text());
 }
 
 // "=", a line break and a leading "[" may stand in a value's name, but not in a table's key.
@@ -60,21 +79,22 @@ STRING TableKey(const char* value) {
     return STRING(value).Escape("=[");
 }
 
-intptr_t OpenKey(intptr_t root, const STRING& path, bool create) {
+intptr_t OpenKey(intptr_t root, const STRING& path, int mode) {
+    std::lock_guard hold(Changing);  // two that create the same key make one file
     STRING file = KeyFile(root, path);
     if (!OSYS::FileExists(file.Text())) {
-        if (!create || !OSYS::MakeDirectories(OSYS::FileDirectory(file.Text()).Text()) ||
+        if (mode != REGISTRY_CREATE || !OSYS::MakeDirectories(OSYS::FileDirectory(file.Text()).Text()) ||
             !STRINGARRAY().Save(file.Text()))
             return 0;
     }
-    return reinterpret_cast<intptr_t>(std::make_unique<STOREKEY>(STOREKEY{file}).release());
+    return reinterpret_cast<intptr_t>(std::make_unique<STOREKEY>(STOREKEY{file, mode != REGISTRY_READ}).release());
 }
 
 bool Store(intptr_t key, const char* value, const STRING& data) {
-    STRINGARRAY table;
-    LoadTable(key, table);
-    table[TableKey(value).Text()] = data;
-    return SaveTable(key, table);
+    return ChangeTable(key, [&](STRINGARRAY& table) {
+        table[TableKey(value).Text()] = data;
+        return true;
+    });
 }
 
 STRING Fetch(intptr_t key, const char* value) {
@@ -86,7 +106,7 @@ STRING Fetch(intptr_t key, const char* value) {
 }  // namespace
 
 REGISTRY::REGISTRY(const char* company, const char* product, intptr_t root) {
-    hkApp = OpenKey(root, STRING("Software\\") || company || "\\" || product, true);
+    hkApp = OpenKey(root, STRING("Software\\") || company || "\\" || product, REGISTRY_CREATE);
     auto info = [&] {
         STRING text;
         text.Format("%s/%s/%08x", company, product, static_cast<uint32_t>(root));
@@ -100,7 +120,7 @@ REGISTRY::REGISTRY(intptr_t root, const char* key, const char* subkey, int mode)
     if (subkey && *subkey)
         path = path || "\\" || subkey;
     if (ASSERTION(mode >= REGISTRY_READ && mode <= REGISTRY_CREATE, "FALSE"))
-        hkApp = OpenKey(root, path, mode == REGISTRY_CREATE);
+        hkApp = OpenKey(root, path, mode);
 }
 
 REGISTRY::~REGISTRY() {
@@ -116,13 +136,14 @@ int REGISTRY::Write(const char* value, const void* bytes, int length) {
     STRING data(std::string_view(static_cast<const char*>(bytes), static_cast<size_t>(std::max(length, 0))));
     data.SetFlags(STRINGFLAG_BINARY);
     bool ok = Store(hkApp, value, data);
-    TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write binary value= %s, error=%08x\n", value, ok ? 0u : 1u);
+    TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write binary value= %s, error=%08x\n", value, ok ? 0 : WRITE_FAILED);
     return ok;
 }
 
 int REGISTRY::Write(const char* value, const char* text) {
     bool ok = Store(hkApp, value, STRING(text));
-    TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write String value= %s; data=%s, error=%08x\n", value, text, ok ? 0u : 1u);
+    TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write String value= %s; data=%s, error=%08x\n", value, text,
+               ok ? 0 : WRITE_FAILED);
     return ok;
 }
 
@@ -148,8 +169,7 @@ STRING REGISTRY::Read(const char* value) {
 }
 
 int REGISTRY::Delete(const char* value) {
-    STRINGARRAY table;
-    bool ok = LoadTable(hkApp, table) && table.Delete(TableKey(value).Text()) && SaveTable(hkApp, table);
+    bool ok = ChangeTable(hkApp, [&](STRINGARRAY& table) { return table.Delete(TableKey(value).Text()) != 0; });
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::delete value= %s, error=%d\n", value, ok ? 0 : NO_SUCH_VALUE);
     return ok;
 }

@@ -1,0 +1,130 @@
+#include "corelib/system/osys.h"
+
+#include <filesystem>
+
+#include "tests/corelib/system/systemsupport.h"
+
+namespace {
+
+TEST(Paths, AreTakenApartAndPutTogether) {
+    const struct {
+        const char* Path;
+        const char* Directory;
+    } directories[] = {
+        {"x.txt", "."}, {"", "."},   {"c:x.txt", "c"},   {"c:\\x.txt", "c:"},    {"a\\b\\c", "a\\b"},
+        {"a/b", "a"},   {"\\a", ""}, {"a\\b\\", "a\\b"}, {"a\\b/c:d", "a\\b/c"},
+    };
+    for (const auto& c : directories)
+        EXPECT_EQ(Std(OSYS::FileDirectory(c.Path)), c.Directory) << c.Path;
+
+    EXPECT_EQ(Std(OSYS::FilePath("a", "b")), "a\\b");
+    EXPECT_EQ(Std(OSYS::FilePath("a\\", "b")), "a\\b");
+    const std::string here = Std(OSYS::GetCurrentDir()) + "\\b";
+    EXPECT_EQ(Std(OSYS::FilePath("", "b")), here);
+    EXPECT_EQ(Std(OSYS::FilePath(nullptr, "b")), here);
+}
+
+TEST(Paths, DirectoriesAreMadePartByPart) {
+    TEMPDIR dir;
+    const STRING deep = dir.File("a\\b\\c");
+    EXPECT_FALSE(OSYS::FileExists(deep.Text()));
+    EXPECT_FALSE(OSYS::MakeDirectory(deep.Text()));
+    EXPECT_TRUE(OSYS::MakeDirectories(deep.Text()));
+    EXPECT_TRUE(OSYS::FileIsDirectory(deep.Text()));
+    EXPECT_TRUE(OSYS::MakeDirectories(deep.Text()));
+    EXPECT_TRUE(OSYS::MakeDirectories((dir.File("d\\e") || "\\").Text()));
+
+    WriteBytes(dir.File("file"), "x");
+    EXPECT_TRUE(OSYS::FileExists(dir.File("file").Text()));
+    EXPECT_FALSE(OSYS::FileIsDirectory(dir.File("file").Text()));
+    EXPECT_FALSE(OSYS::MakeDirectories(dir.File("file").Text()));
+    EXPECT_FALSE(OSYS::MakeDirectories(dir.File("file\\below").Text()));
+}
+
+TEST(Paths, TheCurrentDirectoryChanges) {
+    TEMPDIR dir;
+    const STRING former = OSYS::GetCurrentDir();
+    EXPECT_FALSE(OSYS::SetCurrentDir(dir.File("absent").Text()));
+    EXPECT_EQ(Std(OSYS::GetCurrentDir()), Std(former));
+    ASSERT_TRUE(OSYS::SetCurrentDir(dir.Path()));
+    WriteBytes(STRING("here"), "x");
+    EXPECT_TRUE(OSYS::FileExists(dir.File("here").Text()));
+    EXPECT_TRUE(OSYS::SetCurrentDir(former.Text()));
+    EXPECT_TRUE(OSYS::FileExists(OSYS::ProgramPath().Text()));
+}
+
+TEST(Files, AnOpenOneIsNotShared) {
+    TEMPDIR dir;
+    const STRING path = dir.File("f");
+    EXPECT_FALSE(OSYS::OpenFile(path.Text(), "r").IsOpen());
+    {
+        OSYS::FILEHANDLE file = OSYS::OpenFile(path.Text(), "w");
+        ASSERT_TRUE(file.IsOpen());
+        EXPECT_EQ(file.Write("abc", 3), 3);
+        EXPECT_FALSE(OSYS::OpenFile(path.Text(), "w").IsOpen());
+        EXPECT_FALSE(OSYS::OpenFile(path.Text(), "rb").IsOpen());
+    }
+    char text[8];
+    OSYS::FILEHANDLE reader = OSYS::OpenFile(path.Text(), "r");
+    EXPECT_EQ(reader.Read(text, sizeof text), 3);
+    EXPECT_EQ(reader.Write("x", 1), -1);
+    EXPECT_FALSE(OSYS::OpenFile(path.Text(), "r").IsOpen());  // nor do two readers share it
+    reader = OSYS::FILEHANDLE();
+    EXPECT_TRUE(OSYS::OpenFile(path.Text(), "r+").IsOpen());
+    EXPECT_EQ(ReadBytes(path), "abc");  // opened, not emptied
+
+    EXPECT_ASSERTIONS(2);
+    EXPECT_FALSE(OSYS::OpenFile(path.Text(), "a").IsOpen());
+}
+
+TEST(Files, TheTimeIsThatOfTheLastWriting) {
+    TEMPDIR dir;
+    EXPECT_FALSE(OSYS::FileTime(dir.File("absent").Text()).NotNull());
+    WriteBytes(dir.File("f"), "x");
+    using namespace std::chrono;
+    std::filesystem::last_write_time(dir.Native("f"), file_clock::from_sys(sys_days{2004y / 2 / 29} + 13h + 1min + 2s));
+    EXPECT_EQ(Std(OSYS::FileTime(dir.File("f").Text())), "2004-02-29 13:01:02");
+}
+
+TEST(Time, StopwatchAndTexts) {
+    FAKECLOCK clock;
+    EXPECT_EQ(OSYS::MilliSeconds(1), 0);
+    OSYS::Sleep(1234);
+    EXPECT_EQ(OSYS::MilliSeconds(0), 1234);
+    EXPECT_EQ(OSYS::MilliSeconds(0), 1234);
+    EXPECT_EQ(OSYS::MilliSeconds(1), 0);
+    EXPECT_EQ(OSYS::MilliSeconds(0), 0);
+    EXPECT_EQ(OSYS::Seconds(), 1772600768);
+
+    const CLOCK::LOCALTIME t = CLOCK::Local();
+    STRING date, time;
+    date.Format("%04d-%02d-%02d", t.Year, t.Month, t.Day);
+    time.Format("%02d:%02d:%02d", t.Hour, t.Minute, t.Second);
+    EXPECT_EQ(Std(OSYS::DateIso()), Std(date));
+    EXPECT_EQ(Std(OSYS::TimeIso()), Std(time));
+    EXPECT_EQ(Std(OSYS::TimeText()), Std(time));
+    EXPECT_NE(OSYS::DateText().Pos("26"), -1);
+}
+
+TEST(Machine, TellsWhatItKnows) {
+    EXPECT_GT(OSYS::ComputerName().Length(), 0);
+    EXPECT_GT(OSYS::ThousandsSeparator().Length(), 0);
+    EXPECT_GT(OSYS::DecimalSeparator().Length(), 0);
+    EXPECT_FALSE(OSYS::LibraryExists("no such library.dll"));
+    EXPECT_ASSERTIONS(3);
+    OSYS::ScrollLock(3);
+    EXPECT_FALSE(GetWin32SystemPath(3).NotNull());
+    EXPECT_FALSE(GetWin32SystemPath(-1).NotNull());
+}
+
+TEST(Machine, FoldersEndInABackslash) {
+    for (int kind : {0, 1, 2, 5, 6, 8}) {
+        const STRING path = GetWin32SystemPath(kind);
+        ASSERT_GT(path.Length(), 1) << kind;
+        EXPECT_EQ(path[path.Length() - 1], '\\') << kind;
+        EXPECT_NE(path[path.Length() - 2], '\\') << kind;
+        EXPECT_EQ(path.Pos("%"), -1) << kind;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,136 @@
+#include "corelib/system/registry.h"
+
+#include <string>
+
+#include "corelib/system/osys.h"
+#include "tests/corelib/system/systemsupport.h"
+
+namespace {
+
+constexpr const char* COMPANY = "TarnwickTest";
+constexpr const char* KEY = "Software\\TarnwickTest\\Values";
+
+class Registry : public ::testing::Test {
+ protected:
+    // On Windows the values lie in the real registry, and are taken out again.
+    void TearDown() override {
+        REGISTRY key(ROOT_CURRENT_USER, KEY, nullptr, REGISTRY_WRITE);
+        STRING names;
+        key.EnumValues(&names);
+        for (int i = 0; names.Word(i, "|").NotNull(); ++i)
+            key.Delete(names.Word(i, "|").Text());
+    }
+    TEMPDIR Dir;
+    VARIABLE Store{"TARNWICK_REGISTRY", Dir.Native("values")};
+};
+
+TEST_F(Registry, KeepsTextsAsTheyAre) {
+    REGISTRY key(COMPANY, "Values", ROOT_CURRENT_USER);
+    ASSERT_TRUE(key.IsOpen());
+    const std::string texts[] = {"",
+                                 "x",
+                                 "a=b{c}",
+                                 "={{QUJD}}",
+                                 " blanks ",
+                                 "back\\slash\\n",
+                                 "two\nlines",
+                                 "\tumlaut \344",
+                                 std::string(8000, 'l')};
+    for (const auto& text : texts) {
+        EXPECT_EQ(key.Write("Text", text.c_str()), 1);
+        const STRING back = REGISTRY(ROOT_CURRENT_USER, "Software\\TarnwickTest", "Values", REGISTRY_READ).Read("tExT");
+        EXPECT_TRUE(back.NotNull());
+        EXPECT_EQ(Std(back), text);
+    }
+    EXPECT_EQ(key.Write("Text", std::string(8300, 'l').c_str()), 1);
+    EXPECT_FALSE(key.Read("Text").NotNull());  // more than a read takes
+    EXPECT_FALSE(key.Read("absent").NotNull());
+}
+
+TEST_F(Registry, KeepsBytesAsTheyAre) {
+    REGISTRY key(COMPANY, "Values", ROOT_CURRENT_USER);
+    std::string bytes;
+    for (int i = 0; i < 300; ++i)
+        bytes += static_cast<char>(i);
+    EXPECT_EQ(key.Write("Bytes", bytes.data(), 300), 1);
+    char buffer[400];
+    int size = sizeof buffer;
+    EXPECT_EQ(key.Read("Bytes", buffer, &size), 1);
+    EXPECT_EQ(std::string(buffer, static_cast<size_t>(size)), bytes);
+    size = 299;
+    EXPECT_EQ(key.Read("Bytes", buffer, &size), 0);
+    EXPECT_EQ(size, 0);
+    size = sizeof buffer;
+    EXPECT_EQ(key.Read("absent", buffer, &size), 0);
+    EXPECT_EQ(size, 0);
+    // One byte of a text is no terminator.
+    EXPECT_EQ(key.Write("Bytes", "x", 1), 1);
+    EXPECT_EQ(Std(key.Read("Bytes")), "x");
+}
+
+TEST_F(Registry, NamesValues) {
+    REGISTRY key(COMPANY, "Values", ROOT_CURRENT_USER);
+    STRING names("old");
+    EXPECT_EQ(key.EnumValues(&names), 0);
+    EXPECT_EQ(Std(names), "");
+    // What a name may hold, the store's own form must not trip over.
+    const std::string odd[] = {"a=b", "[#1]", "back\\slash", "plain", " blank"};
+    for (const auto& name : odd)
+        EXPECT_EQ(key.Write(name.c_str(), name.c_str()), 1) << name;
+    EXPECT_EQ(key.Write("PLAIN", "plain"), 1);  // the same value
+    EXPECT_EQ(key.EnumValues(&names), 5);
+    for (const auto& name : odd) {
+        EXPECT_EQ(Std(key.Read(name.c_str())), name);
+        int found = 0;
+        for (int i = 0; names.Word(i, "|").NotNull(); ++i)
+            found += names.Word(i, "|") == name;
+        EXPECT_EQ(found, 1) << name << " in " << Std(names);
+    }
+    EXPECT_EQ(key.Delete("a=b"), 1);
+    EXPECT_EQ(key.Delete("a=b"), 0);
+    EXPECT_EQ(key.EnumValues(&names), 4);
+}
+
+TEST_F(Registry, OpensWithTheAskedAccess) {
+    const char* absent = "Software\\TarnwickTest\\Absent";
+    EXPECT_FALSE(REGISTRY(ROOT_CURRENT_USER, absent, nullptr, REGISTRY_READ).IsOpen());
+    EXPECT_FALSE(REGISTRY(ROOT_CURRENT_USER, absent, nullptr, REGISTRY_WRITE).IsOpen());
+    EXPECT_TRUE(REGISTRY(ROOT_CURRENT_USER, KEY, nullptr, REGISTRY_CREATE).IsOpen());
+
+    REGISTRY writer(ROOT_CURRENT_USER, KEY, nullptr, REGISTRY_WRITE);
+    EXPECT_EQ(writer.Write("v", "1"), 1);
+    REGISTRY reader(ROOT_CURRENT_USER, KEY, nullptr, REGISTRY_READ);
+    EXPECT_EQ(reader.Write("v", "2"), 0);
+    EXPECT_EQ(reader.Write("v", "2", 1), 0);
+    EXPECT_EQ(reader.Delete("v"), 0);
+    EXPECT_EQ(Std(reader.Read("v")), "1");
+
+    reader.Close();
+    EXPECT_FALSE(reader.IsOpen());
+    EXPECT_FALSE(reader.Read("v").NotNull());
+    EXPECT_EQ(reader.Write("v", "2"), 0);
+
+    EXPECT_ASSERTIONS(1);
+    EXPECT_FALSE(REGISTRY(ROOT_CURRENT_USER, KEY, nullptr, 255).IsOpen());
+}
+
+TEST_F(Registry, LeavesATrace) {
+    TRACELOG log(2);
+    REGISTRY key(COMPANY, "Values", ROOT_CURRENT_USER);
+    char buffer[4];
+    int size = sizeof buffer;
+    key.Write("b", "xy", 2);
+    key.Write("t", "text");
+    key.Read("b", buffer, &size);
+    key.Read("t");
+    key.Delete("t");
+    key.Delete("t");
+    const std::string lines = log.Lines();
+    for (const char* line : {"] REGISTRY::Write binary value= b, error=00000000\r\n",
+                             "] REGISTRY::Write String value= t; data=text, error=00000000\r\n",
+                             "] REGISTRY::Read key=b, ok=1, error=0\r\n", "] REGISTRY::Read key=t, ok=0, error=0\r\n",
+                             "] REGISTRY::delete value= t, error=0\r\n", "] REGISTRY::delete value= t, error=2\r\n"})
+        EXPECT_NE(lines.find(line), std::string::npos) << line << "in\n" << lines;
+}
+
+}  // namespace

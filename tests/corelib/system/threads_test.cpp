@@ -1,0 +1,103 @@
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+#include "corelib/base/locks.h"
+#include "corelib/system/osys.h"
+#include "corelib/system/registry.h"
+#include "tests/corelib/system/systemsupport.h"
+
+namespace {
+
+struct WORK {
+    EVENTSEM Go{false};
+    std::atomic<bool> Done = false;
+};
+
+unsigned Work(void* argument) {
+    auto* work = static_cast<WORK*>(argument);
+    work->Go.Wait(WAIT_FOREVER);
+    work->Done = true;
+    return 0;
+}
+
+size_t CountOf(const std::string& text, const std::string& part) {
+    size_t count = 0;
+    for (size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+TEST(Threads, AreWaitedFor) {
+    TRACELOG log;
+    WORK work;
+    uint32_t first = 0, second = 0;
+    OSYS::THREADHANDLE thread = OSYS::CreateThread(Work, &work, &first);
+    OSYS::THREADHANDLE other = OSYS::CreateThread(Work, &work, &second);
+    ASSERT_TRUE(thread && other);
+    EXPECT_NE(first, second);
+
+    // A look leaves no trace, a wait in vain leaves two lines; the handle stays open in both.
+    EXPECT_EQ(OSYS::WaitThread(thread, 0), 0);
+    EXPECT_EQ(CountOf(log.Lines(), "OSYS::WaitThread"), 0u);
+    EXPECT_EQ(OSYS::WaitThread(thread, 1), 0);
+    EXPECT_TRUE(thread);
+    EXPECT_EQ(CountOf(log.Lines(), "] OSYS::CreateThread returned "), 2u);
+    EXPECT_EQ(CountOf(log.Lines(), ", timeout= 1\r\n"), 1u);
+    EXPECT_EQ(CountOf(log.Lines(), " timeout= 1 failed\r\n"), 1u);
+
+    work.Go.Set();
+    EXPECT_EQ(OSYS::WaitThread(thread, WAIT_FOREVER), 1);
+    EXPECT_FALSE(thread);
+    EXPECT_TRUE(work.Done);
+    EXPECT_TRUE(Eventually([&] { return OSYS::WaitThread(other, 0) == 1; }));
+    EXPECT_FALSE(other);
+
+    EXPECT_ASSERTIONS(1);
+    EXPECT_EQ(OSYS::WaitThread(thread, 0), 0);
+}
+
+TEST(Threads, ADroppedOneRunsOn) {
+    for (int i = 0; i < 200; ++i) {
+        // Shared with a thread that nobody waits for.
+        auto work = std::make_shared<WORK>();
+        auto* hold = new std::shared_ptr<WORK>(work);
+        OSYS::CreateThread(
+            [](void* argument) {
+                std::unique_ptr<std::shared_ptr<WORK>> mine(static_cast<std::shared_ptr<WORK>*>(argument));
+                return Work(mine->get());
+            },
+            hold, nullptr);
+        work->Go.Set();
+        EXPECT_TRUE(Eventually([&] { return work->Done.load(); }));
+    }
+}
+
+TEST(Threads, ValuesOfOneKeyAreNotLostBetweenTwo) {
+    constexpr int EACH = 40;
+    TEMPDIR dir;
+    VARIABLE store("TARNWICK_REGISTRY", dir.Native("values"));
+    struct WRITER {
+        char Letter;
+        static unsigned Run(void* argument) {
+            char letter = static_cast<WRITER*>(argument)->Letter;
+            REGISTRY key("TarnwickTest", "Threads", ROOT_CURRENT_USER);
+            for (int i = 0; i < EACH; ++i)
+                key.Write((letter + std::to_string(i)).c_str(), "x");
+            return 0;
+        }
+    } writers[] = {{'a'}, {'b'}};
+    std::vector<OSYS::THREADHANDLE> threads;
+    for (auto& writer : writers)
+        threads.push_back(OSYS::CreateThread(WRITER::Run, &writer, nullptr));
+    for (auto& thread : threads)
+        EXPECT_EQ(OSYS::WaitThread(thread, WAIT_FOREVER), 1);
+
+    REGISTRY key("TarnwickTest", "Threads", ROOT_CURRENT_USER);
+    STRING names;
+    EXPECT_EQ(key.EnumValues(&names), 2 * EACH);
+    for (int i = 0; names.Word(i, "|").NotNull(); ++i)
+        key.Delete(names.Word(i, "|").Text());
+}
+
+}  // namespace
