@@ -91,9 +91,13 @@ void CONSOLEFRONTEND::ShowMessage(const STRING& title, const STRING& text) {
     Texts ? Print(line) : PrintError(line);
 }
 
+bool CONSOLEFRONTEND::CanAsk() const {
+    return Terminal && TERMINAL::InputIsTerminal() && Texts;
+}
+
 bool CONSOLEFRONTEND::AskYesNo(const STRING& title, const STRING& text) {
     // Without a person to ask, what is there stays as it is.
-    if (!Terminal || !TERMINAL::InputIsTerminal() || !Texts)
+    if (!CanAsk())
         return false;
     ShowMessage(title, text);
     // The two letters of the language, such as "yn".

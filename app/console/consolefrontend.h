@@ -30,6 +30,8 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     /// Bytes as they are.
     void PrintRaw(std::string_view bytes);
 
+    /// Whether there is a person at a terminal who can be asked.
+    bool CanAsk() const;
     /// Waits up to ms for the work thread's end; true if it has told it.
     bool WaitForQuit(int ms) { return Quit.Wait(ms); }
 

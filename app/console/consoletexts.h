@@ -27,6 +27,7 @@ enum CONSOLETEXT : int {
     CTEXT_YES_NO = 11018,
     CTEXT_EMPTY = 11019,
     CTEXT_DUPLICATE = 11020,
+    CTEXT_DEMO_FOREIGN = 11021,
     CTEXT_HELP_FIRST = 11030,  // one a switch, in the order of the table of switches
 };
 

@@ -17,6 +17,7 @@
 #include "app/core/velmoraapp.h"
 #include "corelib/base/files.h"
 #include "corelib/base/strings.h"
+#include "corelib/base/trace.h"
 
 namespace {
 
@@ -25,6 +26,7 @@ constexpr int PIPE_COLUMNS = 120;
 constexpr const char* DEMO_DIRECTORY = "Velmora\\Tarnwick Demo";
 
 std::atomic<bool> StopAsked = false;
+std::atomic<CONSOLEFRONTEND*> AssertionAsker = nullptr;
 
 bool IsAbsolute(std::string_view path) {
     return path.starts_with('/') || path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
@@ -69,6 +71,9 @@ ARGUMENTS MakeArguments(int argc, char** argv) {
 class SESSION {
  public:
     SESSION(int argc, char** argv) : App(MakeArguments(argc, argv)) {}
+    ~SESSION() { SetAssertQuestion(nullptr); }
+    SESSION(const SESSION&) = delete;
+    SESSION& operator=(const SESSION&) = delete;
     int Run();
 
  private:
@@ -93,6 +98,11 @@ int SESSION::Run() {
     if (const int code = App.Start(FrontEnd))
         return code;
     FrontEnd.SetTexts(&App.Texts());
+    if (FrontEnd.CanAsk()) {
+        AssertionAsker = &FrontEnd;
+        SetAssertQuestion(
+            [](const char* title, const char* text) { return AssertionAsker.load()->AskYesNo(title, text); });
+    }
     if (HelpWanted(App.Arguments())) {
         PrintHelp();
         return EXIT_GOOD;
@@ -136,8 +146,10 @@ int SESSION::RunApplication(TARNWICK& application) {
         return code;
     }
     if (Demo) {
-        Demo->AddAccounts(application);
-        FrontEnd.Print(Text(CTEXT_DEMO, DISPLAYTEXT::Safe(FILES::NativePath(application.DataDir().Text()).View())));
+        const std::string directory = DISPLAYTEXT::Safe(FILES::NativePath(application.DataDir().Text()).View());
+        if (!Demo->AddAccounts(application))
+            return Refuse(Text(CTEXT_DEMO_FOREIGN, directory));
+        FrontEnd.Print(Text(CTEXT_DEMO, directory));
     }
     if (application.Items.Count() == 0)
         return Refuse(Text(CTEXT_NO_ACCOUNTS));
@@ -146,6 +158,9 @@ int SESSION::RunApplication(TARNWICK& application) {
 
 int SESSION::CheckOnce(TARNWICK& application) {
     FrontEnd.SetTalkative(true);
+    // One check for each, also for an account that has been forced already because it is new.
+    for (int i = 0; i < application.Items.Count(); ++i)
+        application.Items[i].Set("@ForceRefresh", "0");
     application.ForceRefreshAll(1);
     // The second pass carries out what the checks of the first have queued.
     for (int pass = 0; pass < 2; ++pass) {
@@ -157,8 +172,11 @@ int SESSION::CheckOnce(TARNWICK& application) {
     }
     PrintMails(application);
     bool failed = StopAsked;
-    for (int i = 0; i < application.Items.Count(); ++i)
-        failed = failed || application.Items[i].Get("LastRC").Pos('E') != -1;
+    for (int i = 0; i < application.Items.Count(); ++i) {
+        // A suspended account was not checked; what it shows is of an earlier run.
+        const STRINGARRAY& item = application.Items[i];
+        failed = failed || (item.GetNumber("UpdateSuspended") == 0 && item.Get("LastRC").Pos('E') != -1);
+    }
     return failed ? EXIT_CHECK_FAILED : EXIT_GOOD;
 }
 

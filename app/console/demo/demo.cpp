@@ -6,6 +6,7 @@
 
 namespace {
 
+constexpr const char* DEMO_NAME = "Demo (POP3)";
 constexpr const char* DEMO_USER = "demo";
 constexpr const char* DEMO_PASSWORD = "demo";
 constexpr int ARRIVAL_PERIOD_MS = 7000;
@@ -29,20 +30,27 @@ bool DEMO::Start() {
     return Pop3.Start();
 }
 
-void DEMO::AddAccounts(TARNWICK& application) {
-    while (application.Items.Count() > 0 && application.RemoveItem(0)) {
-    }
-    STRINGARRAY item = application.NewItem();
+bool DEMO::AddAccounts(TARNWICK& application) {
     STRING source;
     source.Format("127.0.0.1:%d|%s", Pop3.Port(), DEMO_USER);
-    STRING password(DEMO_PASSWORD);
-    password.SetFlags(STRINGFLAG_BINARY);
-    item.Set("Name", STRING("Demo (POP3)"));
-    item.Set("Source", source);
-    item.Set("Source2", password);
-    item.Set("TimingCyclic", STRING(DEMO_CHECK_SECONDS));
-    application.AddItem(item);
+    const int count = application.Items.Count();
+    if (count > 1 || (count == 1 && !(application.Items[0].Get("Name") == DEMO_NAME)))
+        return false;
+    if (count == 1) {
+        // An earlier run has left it, with what it has seen; only the port is another one.
+        application.Items[0].Set("Source", source);
+    } else {
+        STRINGARRAY item = application.NewItem();
+        STRING password(DEMO_PASSWORD);
+        password.SetFlags(STRINGFLAG_BINARY);
+        item.Set("Name", STRING(DEMO_NAME));
+        item.Set("Source", source);
+        item.Set("Source2", password);
+        item.Set("TimingCyclic", STRING(DEMO_CHECK_SECONDS));
+        application.AddItem(item);
+    }
     application.pState.Set("ConnectionType", STRING("0"));
+    return true;
 }
 
 void DEMO::DeliverSome(int count) {

@@ -18,8 +18,9 @@ class DEMO {
 
     /// Starts the servers; false if they find no port.
     bool Start();
-    /// Makes the demo's accounts the only items of the application, pointing at the servers. Before the work thread.
-    void AddAccounts(TARNWICK& application);
+    /// Points the demo's accounts among the application's items at the servers, or adds them. Before the work thread.
+    /// False, and nothing has changed, if there are accounts that are not the demo's.
+    bool AddAccounts(TARNWICK& application);
     /// Puts a few more mails into the mailbox.
     void DeliverSome(int count);
     /// From now on a mail arrives every few seconds.
