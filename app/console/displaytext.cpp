@@ -41,9 +41,9 @@ char32_t NextCharacter(std::string_view& text) {
 }
 
 bool IsControl(char32_t c) {
-    return c < 32 || (c >= 127 && c < 160) || (c >= 0x200B && c <= 0x200F && c != 0x200D) ||
+    return c < 32 || (c >= 127 && c < 160) || c == 0x061C || (c >= 0x200B && c <= 0x200F && c != 0x200D) ||
            (c >= 0x2028 && c <= 0x202E) || (c >= 0x2060 && c <= 0x206F) || c == 0xFEFF ||
-           (c >= 0xFFF9 && c <= 0xFFFB) || (c >= 0xE0000 && c <= 0xE007F);
+           (c >= 0xFFF9 && c <= 0xFFFB) || (c >= 0xE0000 && c <= 0xE0FFF);
 }
 
 struct RANGE {
@@ -73,21 +73,9 @@ int CharacterWidth(char32_t c) {
     return In(ZERO_WIDTH, c) ? 0 : In(DOUBLE_WIDTH, c) ? 2 : 1;
 }
 
-bool IsUtf8(std::string_view bytes) {
-    while (!bytes.empty())
-        if (NextCharacter(bytes) == INVALID)
-            return false;
-    return true;
-}
-
 }  // namespace
 
 std::string Safe(std::string_view bytes) {
-    std::string converted;
-    if (!IsUtf8(bytes)) {
-        converted = CODEPAGE::ToUtf8(bytes).View();
-        bytes = converted;
-    }
     std::string result;
     while (!bytes.empty()) {
         const std::string_view before = bytes;
@@ -95,6 +83,8 @@ std::string Safe(std::string_view bytes) {
         if (c == '\n' || c == '\r' || c == '\t') {
             if (!result.ends_with(' '))
                 result += ' ';
+        } else if (c == INVALID) {
+            result += CODEPAGE::ToUtf8(before.substr(0, 1)).View();
         } else if (!IsControl(c)) {
             result += before.substr(0, before.size() - bytes.size());
         }

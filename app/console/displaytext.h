@@ -6,7 +6,7 @@
 /// Texts as a terminal may have them: UTF-8, without any byte that could act as a control.
 namespace DISPLAYTEXT {
 
-/// Bytes from a mail or a server. Valid UTF-8 stays, other bytes are taken as Windows code page 1252. Control
+/// Bytes from a mail, a server or our own texts. Valid UTF-8 stays, other bytes are Windows code page 1252. Control
 /// characters of every kind (below 32, 127, 128..159, and the marks that turn the direction of writing) are dropped;
 /// line ends and tabs become a blank.
 std::string Safe(std::string_view bytes);
