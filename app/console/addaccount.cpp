@@ -19,10 +19,13 @@ struct SCHEME {
 constexpr SCHEME SCHEMES[] = {{"pop3://", 1}};
 
 // Turns %41 into its byte; false for a "%" without two digits, a control byte and a "|", which splits the stored text.
+// A bare ":" is refused too: behind it people write a password, which would end up in the account's name.
 bool PercentDecode(std::string_view text, STRING& result) {
     result = "";
     for (size_t i = 0; i < text.size(); ++i) {
         char c = text[i];
+        if (c == ':')
+            return false;
         if (c == '%') {
             if (i + 2 >= text.size() || ASCII::HexValue(text[i + 1]) < 0 || ASCII::HexValue(text[i + 2]) < 0)
                 return false;

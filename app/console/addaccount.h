@@ -17,7 +17,8 @@ struct MAILADDRESS {
 
 enum class ADDRESSFAULT { None, Scheme, Form };
 
-/// Takes an address apart. Nothing in it may be empty, hold a control byte or a "|"; a port is 1 to 65535.
+/// Takes an address apart. Nothing in it may be empty, hold a control byte or a "|"; a port is 1 to 65535. There is no
+/// password in it.
 ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address);
 
 /// Adds the account that `text` names, with the password from the first line of passwordFile (in the program's form of

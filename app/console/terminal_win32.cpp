@@ -63,28 +63,46 @@ void WriteError(std::string_view text) {
     WriteAll(STD_ERROR_HANDLE, text);
 }
 
+namespace {
+
+// Reads units up to the end of a line; false if the input ended before anything came.
+template <class UNIT, class READ>
+bool ReadUnits(std::basic_string<UNIT>& line, READ read) {
+    for (UNIT unit; read(unit);) {
+        if (unit == '\n')
+            return true;
+        if (unit != '\r')
+            line += unit;
+    }
+    return !line.empty();
+}
+
+}  // namespace
+
 bool ReadLine(std::string& line, bool hidden) {
     HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     DWORD former = 0;
-    const bool console = GetConsoleMode(input, &former);
-    if (console && hidden)
-        SetConsoleMode(input, former & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+    DWORD got = 0;
     line.clear();
-    bool ended = false;
-    for (char c; !ended;) {
-        DWORD got = 0;
-        if (!ReadFile(input, &c, 1, &got, nullptr) || got == 0)
-            break;
-        if (c == '\n')
-            ended = true;
-        else if (c != '\r')
-            line += c;
-    }
-    if (console && hidden) {
+    if (!GetConsoleMode(input, &former))
+        return ReadUnits(line, [&](char& c) { return ReadFile(input, &c, 1, &got, nullptr) && got == 1; });
+
+    // Bytes read from a console lack what is not ASCII, whatever its code page.
+    if (hidden)
+        SetConsoleMode(input, former & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+    std::wstring wide;
+    const bool read =
+        ReadUnits(wide, [&](wchar_t& c) { return ReadConsoleW(input, &c, 1, &got, nullptr) && got == 1; });
+    if (hidden) {
         SetConsoleMode(input, former);
         WriteError("\r\n");
     }
-    return ended || !line.empty();
+    const int units = static_cast<int>(wide.size());
+    line.resize(wide.size() * 3);
+    const int bytes = WideCharToMultiByte(CP_UTF8, 0, wide.data(), units, line.data(), static_cast<int>(line.size()),
+                                          nullptr, nullptr);
+    line.resize(static_cast<size_t>(bytes));
+    return read;
 }
 
 void OnStop(void (*stop)()) {
