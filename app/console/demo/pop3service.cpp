@@ -100,7 +100,7 @@ std::string POP3SESSION::Transaction(std::string_view command, std::string_view 
 }
 
 int POP3SESSION::Find(std::string_view number) const {
-    const int index = atoi(STRING(number)) - 1;
+    const int index = std::max(atoi(STRING(number)), 0) - 1;
     const bool known = index >= 0 && static_cast<size_t>(index) < Mails.size();
     return known && !Deleted.contains(static_cast<size_t>(index)) ? index : -1;
 }

@@ -1,6 +1,7 @@
 #include "app/console/demo/samplemail.h"
 
 #include <iterator>
+#include <string_view>
 
 #include "corelib/base/clock.h"
 #include "corelib/base/strings.h"
@@ -11,7 +12,9 @@ struct SAMPLE {
     const char* From;
     const char* Subject;  // as it stands in the header, encoded words and all
     int AgeMinutes;
-    const char* Body;  // UTF-8, lines end in "\n"
+    const char* Body;            // UTF-8, lines end in "\n"
+    const char* File = nullptr;  // name of what is attached
+    int FileKb = 0;
 };
 
 constexpr const char* OWNER = "Alex Demo <alex@example.org>";
@@ -21,7 +24,8 @@ constexpr SAMPLE SAMPLES[] = {
     {"Marta Lind <marta.lind@example.net>", "Photos from the lake", 30240,
      "Hi Alex,\n\nthe pictures are finally sorted. The one with the dog in the boat\nis going on my wall.\n\nSee you "
      "soon,\n"
-     "Marta\n"},
+     "Marta\n",
+     "lake.jpg", 312},
     {"=?ISO-8859-1?Q?J=FCrgen_Wei=DF?= <juergen.weiss@example.com>", "=?ISO-8859-1?Q?R=FCckfrage_zum_Angebot?=", 28800,
      "Hallo Alex,\n\nkannst du mir bis Freitag sagen, ob wir mit 12 oder 14 Stück rechnen?\n\nGruß\nJürgen\n"},
     {"Harbour Library <notices@library.example.org>", "Two of your loans are due on Friday", 27360,
@@ -38,25 +42,31 @@ constexpr SAMPLE SAMPLES[] = {
      "account.\n\nBlue Kettle Coffee\n"},
     {"Stadtwerke Beispielhausen <service@stadtwerke.example>", "Ihre Abschlagsrechnung", 21600,
      "Guten Tag,\n\nIhre neue Abschlagsrechnung liegt im Kundenportal bereit.\nDer Betrag wird am 15. abgebucht.\n\n"
-     "Ihre Stadtwerke\n"},
+     "Ihre Stadtwerke\n",
+     "Abschlagsrechnung.pdf", 58},
     {"PRIZE OFFICE <claims4471@lotto.example>", "YOU HAVE WON 1,500,000 EURO", 20500,
      "CONGRATULATIONS!\nYour e-mail address has won the sum of 1,500,000.00 EURO in our international lottery.\n"
      "To claim your prize send your full name, address and bank details to our agent.\nKeep this confidential.\n"},
     {"Nadia Petrov <nadia@example.com>", "Draft of the flyer", 20160,
-     "Hello,\n\nattached is the second draft. The map is still missing.\nWhat do you think of the green?\n\nNadia\n"},
+     "Hello,\n\nattached is the second draft. The map is still missing.\nWhat do you think of the green?\n\nNadia\n",
+     "flyer-2.pdf", 96},
     {"Gardeners' Monthly <news@gardeners.example>", "What to sow this month", 18720,
      "In this issue: early peas, pruning without fear, and a letter from a reader\nwho grows figs in the north.\n\n"
-     "You receive this because you subscribed. Unsubscribe at any time in your profile.\n"},
+     "You receive this because you subscribed. Unsubscribe at any time in your profile.\n",
+     "figs.jpg", 38},
     {"Oma Hilde <hilde@example.net>", "=?UTF-8?B?R3LDvMOfZSBhdXMgZGVtIFNjaHdhcnp3YWxk?=", 17280,
-     "Mein lieber Alex,\n\nhier liegt noch Schnee! Die Katze will nicht vor die Tür.\nRuf doch mal an.\n\nDeine Oma\n"},
+     "Mein lieber Alex,\n\nhier liegt noch Schnee! Die Katze will nicht vor die Tür.\nRuf doch mal an.\n\nDeine Oma\n",
+     "Schnee.jpg", 124},
     {"Account Security <security-alert@bank-verify.example>", "Your account has been suspended", 16900,
      "Dear customer,\n\nwe noticed unusual activity in your account. Your account has been suspended.\nVerify your "
      "identity within 24 hours: http://bank-verify.example/login\nOtherwise your account will be closed.\n"},
     {"Sven Aalto <sven.aalto@example.org>", "Minutes of Tuesday's meeting", 15840,
      "All,\n\nthe minutes are on the shared drive. Open points:\n 1. room for the spring fair (Nadia)\n 2. insurance "
-     "(Sven)\n 3. tea (everybody)\n\nSven\n"},
+     "(Sven)\n 3. tea (everybody)\n\nSven\n",
+     "minutes.pdf", 24},
     {"Train Club <info@trainclub.example>", "Your booking 7KQ2: seat 61, coach 4", 14400,
-     "Good morning,\n\nyour seat is booked. Departure 08:12, platform 5.\nPlease have your ticket ready.\n"},
+     "Good morning,\n\nyour seat is booked. Departure 08:12, platform 5.\nPlease have your ticket ready.\n",
+     "ticket-7KQ2.pdf", 71},
     {"Crypto Wealth Team <invest@coin.example>", "Double your bitcoin in 7 days - guaranteed", 14000,
      "Make money fast from home! Our trading robot doubles your bitcoin in 7 days, guaranteed.\nNo risk. Limited time "
      "offer.\nInvest now: http://coin.example/start\n"},
@@ -87,7 +97,8 @@ constexpr SAMPLE SAMPLES[] = {
     {"Bookbinders' Shop <service@bookbinders.example>", "Invoice 2291", 5760,
      "Dear customer,\n\nplease find the details of invoice 2291 below.\n  1 x repair of spine    38.00\nPayable within "
      "14 "
-     "days. Thank you!\n"},
+     "days. Thank you!\n",
+     "invoice-2291.pdf", 42},
     {"Online Casino <bonus5512@casino.example>", "500 free spins waiting for you !!", 5600,
      "Welcome bonus: 500 free spins and 200% on your first deposit!\nPlay now: http://casino.example/spin\nUnsubscribe "
      "here\n"},
@@ -116,7 +127,8 @@ constexpr SAMPLE SAMPLES[] = {
     {"Blue Kettle Coffee <news@bluekettle.example>", "A new roast, and a short farewell", 1200,
      "The winter roast leaves, the spring roast arrives: lighter, with a little apricot.\n\nYou get this letter "
      "because you "
-     "asked for it in our shop.\n"},
+     "asked for it in our shop.\n",
+     "roast.jpg", 33},
     {"Marta Lind <marta.lind@example.net>", "Re: Birthday on Saturday", 900,
      "Yes, of course you can bring him!\n\nMarta\n"},
     {"Chess Circle <list@chess.example.org>", "[chess] Results of round 5", 600,
@@ -162,13 +174,42 @@ STRING HeaderDate(int64_t unixSeconds) {
     return text;
 }
 
+// Lines of Base64 that no program can make a picture of: what counts is that they are there.
+std::string FileContent(int kilobytes) {
+    constexpr std::string_view ALPHABET = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    constexpr size_t LINE = 76;
+    std::string content;
+    const auto size = static_cast<size_t>(kilobytes) * 1024;
+    for (uint32_t state = 1; content.size() < size;) {
+        for (size_t i = 0; i < LINE; ++i) {
+            state = state * 1664525U + 1013904223U;
+            content += ALPHABET[state >> 26U];
+        }
+        content += '\n';
+    }
+    return content;
+}
+
+constexpr const char* TEXT_TYPE = "Content-Type: text/plain; charset=utf-8\nContent-Transfer-Encoding: 8bit\n\n";
+
 std::string Compose(const SAMPLE& sample, const char* idPrefix, int number, int64_t now) {
-    STRING header;
-    header.Format(
-        "From: %s\nTo: %s\nSubject: %s\nDate: %s\nMessage-Id: <%s-%d@demo.example>\nMIME-Version: 1.0\n"
-        "Content-Type: text/plain; charset=utf-8\nContent-Transfer-Encoding: 8bit\n\n",
-        sample.From, OWNER, sample.Subject, HeaderDate(now - int64_t{60} * sample.AgeMinutes).Text(), idPrefix, number);
-    STRING text = header || sample.Body;
+    STRING text;
+    text.Format("From: %s\nTo: %s\nSubject: %s\nDate: %s\nMessage-Id: <%s-%d@demo.example>\nMIME-Version: 1.0\n",
+                sample.From, OWNER, sample.Subject, HeaderDate(now - int64_t{60} * sample.AgeMinutes).Text(), idPrefix,
+                number);
+    if (sample.File) {
+        text.Append("Content-Type: multipart/mixed; boundary=part\n\n--part\n");
+        text.Append(TEXT_TYPE);
+        text.Append(sample.Body);
+        text.AppendFormat("\n--part\nContent-Type: %s; name=%s\nContent-Transfer-Encoding: base64\n\n",
+                          std::string_view(sample.File).ends_with(".pdf") ? "application/pdf" : "image/jpeg",
+                          sample.File);
+        text.AppendBytes(FileContent(sample.FileKb));
+        text.Append("--part--\n");
+    } else {
+        text.Append(TEXT_TYPE);
+        text.Append(sample.Body);
+    }
     text.Replace("\n", "\r\n", 1);
     return std::string(text.View());
 }
