@@ -20,7 +20,7 @@ class SAMETEXT : public TEXTS {
 class COUNTER : public NOTIFIER {
  public:
     bool NewMail(STRINGARRAY& /*item*/, const CHECKREPORT& report) override {
-        New = report.NewCount;
+        New = static_cast<int>(report.NewMails.size());
         return true;
     }
     int New = 0;

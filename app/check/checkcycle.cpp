@@ -317,6 +317,8 @@ void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
         const STRING& listing = item["@FileStore"];
         newdata =
             HandleNewMail(item, listing, item.Get("LastSeenIds"), asked, Parts.Texts, Parts.Notifier, popupOpened);
+        // The records of the mails are gone by now, in pieces that would else stay with the program until it ends.
+        OSYS::ReleaseFreeMemory();
         Parts.FrontEnd.ListingChanged(handle);
     }
     const STRING firstLine = newdata.Line(0);

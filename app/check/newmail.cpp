@@ -20,31 +20,33 @@ constexpr int PART_MANY = 2;
 constexpr int PART_NEW = 3;
 constexpr int TEXT_UNREAD = 2971;
 
+std::string Fold(std::string_view id) {
+    std::string folded(id);
+    for (char& ch : folded)
+        ch = static_cast<char>(ASCII::Lower(ch));
+    return folded;
+}
+
 /// The ids of the last check, to be looked up without regard to case.
 class SEENIDS {
  public:
-    explicit SEENIDS(const STRING& ids) {
+    explicit SEENIDS(const STRING& ids) : Text(Fold(ids.View())) {
         // Not by words, which end at a zero byte: one mail with such an id would make all mails behind it new for ever.
-        for (std::string_view rest = ids.View();;) {
+        for (std::string_view rest = Text;;) {
             const size_t end = rest.find('|');
-            const std::string_view id = rest.substr(0, end);
-            Folded.insert(Fold(id));
+            Ids.insert(rest.substr(0, end));
             if (end == std::string_view::npos)
                 break;
             rest.remove_prefix(end + 1);
         }
     }
-    bool Contains(const STRING& id) const { return Folded.contains(Fold(id.View())); }
+    SEENIDS(const SEENIDS&) = delete;
+    SEENIDS& operator=(const SEENIDS&) = delete;
+    bool Contains(const STRING& id) const { return Ids.contains(Fold(id.View())); }
 
  private:
-    static std::string Fold(std::string_view id) {
-        std::string folded(id);
-        for (char& ch : folded)
-            ch = static_cast<char>(ASCII::Lower(ch));
-        return folded;
-    }
-
-    std::unordered_set<std::string> Folded;
+    const std::string Text;
+    std::unordered_set<std::string_view> Ids;  // pieces of Text
 };
 
 /// What the records of a listing amount to.

@@ -86,6 +86,9 @@ int UserLanguage();
 STRING ThousandsSeparator();
 STRING DecimalSeparator();
 bool LibraryExists(const char* name);
+/// Hands memory that this process has freed back to the system, where the platform lets a program do that. For the end
+/// of work that needed much of it, as it looks at the whole heap.
+void ReleaseFreeMemory();
 /// The Scroll Lock light: 0 off, 1 on, 2 toggle. Without such a light it does nothing.
 void ScrollLock(int mode);
 /// Makes the program start with the user's session: value NULL removes the entry `name`, "<self>" (or AUTOSTART_SELF)

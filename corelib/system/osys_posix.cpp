@@ -11,6 +11,9 @@
 #include <time.h>
 #include <unistd.h>
 #include <utility>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include "corelib/base/clock.h"
 #include "corelib/base/files.h"
@@ -253,6 +256,12 @@ STRING DecimalSeparator() {
 bool LibraryExists(const char* name) {
     void* library = dlopen(Native(name).Text(), RTLD_LAZY);
     return library && dlclose(library) == 0;
+}
+
+void ReleaseFreeMemory() {
+#ifdef __GLIBC__
+    malloc_trim(0);
+#endif
 }
 
 void ScrollLock(int mode) {

@@ -166,6 +166,10 @@ bool LibraryExists(const char* name) {
     return library && FreeLibrary(library);
 }
 
+void ReleaseFreeMemory() {
+    HeapCompact(GetProcessHeap(), 0);
+}
+
 void ScrollLock(int mode) {
     if (!ASSERTION(mode >= 0 && mode <= 2, "FALSE"))
         return;
