@@ -40,7 +40,7 @@ SOCKETREF TCPIPIO::OpenListener() {
         LastError = error == SOCKETS::LISTENERROR::Bind ? TCPERR_BIND : TCPERR_LISTEN;
         return nullptr;
     }
-    *row = {1, listener, port};
+    *row = {1, port, listener};
     return listener;
 }
 

@@ -134,9 +134,10 @@ bool TCPIPIO::Resolv(const char* destination, STRING& hostText, STRING& portText
     bool known = true;
     std::string_view name = hostText.View();
     if (std::none_of(name.begin(), name.end(), IsLetter)) {
-        if (!SOCKETS::ParseAddress(hostText.Text(), &host.Address))
+        const bool isAddress = SOCKETS::ParseAddress(hostText.Text(), &host.Address);
+        if (!isAddress)
             host.Address = NO_ADDRESS;
-        if (noReverse || !SOCKETS::HostByAddress(host.Address, &host.Name))
+        if (noReverse || !isAddress || !SOCKETS::HostByAddress(host.Address, &host.Name))
             host.Name = "<unnamed>";
     } else {
         known = SOCKETS::HostByName(hostText.Text(), &host.Address, &host.Name);

@@ -90,8 +90,8 @@ class TCPIPIO final : public BASEIO {
     /// One listening socket for all devices that wait on the same port.
     struct LISTENER {
         int UseCount = 0;
-        SOCKETREF Socket;
         int Port = -1;
+        SOCKETREF Socket;
     };
     static LISTENER InSockets[16];
     static std::mutex InSocketsGuard;

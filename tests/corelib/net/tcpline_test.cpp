@@ -27,7 +27,7 @@ class CALL {
         if (!ok) {
             EXPECT_EQ(buffer, std::string(static_cast<size_t>(size), '\0'));
         }
-        return ok ? std::string(buffer.c_str()) : "<none>";
+        return ok ? buffer.c_str() : "<none>";
     }
 
     SCRIPTEDSERVER Server;
