@@ -1,7 +1,6 @@
 #include "app/mailbox/listing.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "corelib/base/ascii.h"
 
@@ -9,7 +8,7 @@ namespace LISTING {
 
 namespace {
 
-constexpr size_t PIECE_BYTES = 64 * 1024;
+constexpr size_t PIECE_BYTES = 65536;
 
 }  // namespace
 
@@ -68,8 +67,7 @@ STRING WRITER::Take() {
     text.Make(static_cast<int>(Total), nullptr);
     char* at = text.Data();
     for (std::string& piece : Pieces) {
-        memcpy(at, piece.data(), piece.size());
-        at += piece.size();
+        at += piece.copy(at, piece.size());
         piece = std::string();
     }
     Pieces.clear();

@@ -127,8 +127,13 @@ bool PopLogin(BASEIO& device, const STRING& server, const STRING& user, const ST
 
 bool PopGet(const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password, int lines,
             STRING& result) {
-    result = "";
     TCPIPIO device("", "", "");
+    return PopRead(device, progress, server, user, password, lines, result);
+}
+
+bool PopRead(BASEIO& device, const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password,
+             int lines, STRING& result) {
+    result = "";
     progress.Show(TEXT_CONNECTING, server);
     char reply[POP_LINE];
     if (!PopLogin(device, server, user, password, reply) || !Ask(device, "STAT", reply)) {

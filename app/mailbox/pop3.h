@@ -32,6 +32,10 @@ bool PopLogin(BASEIO& device, const STRING& server, const STRING& user, const ST
 bool PopGet(const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password, int lines,
             STRING& result);
 
+/// The same over a device of the caller's, which is offline at first, and destroyed behind it.
+bool PopRead(BASEIO& device, const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password,
+             int lines, STRING& result);
+
 /// Deletes mails by ids of the form "number|size", one a line, all or none: the server carries the deletions out at
 /// QUIT, which is sent only if all went well. A mail whose size is no longer the one of its id is passed over. True if
 /// QUIT was acknowledged.

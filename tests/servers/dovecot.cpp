@@ -35,8 +35,9 @@ void FreePorts(int& first, int& second) {
         sockaddr_in address = Loopback(0);
         socklen_t size = sizeof address;
         sockets[i] = socket(AF_INET, SOCK_STREAM, 0);
-        bind(sockets[i], reinterpret_cast<sockaddr*>(&address), size);
-        getsockname(sockets[i], reinterpret_cast<sockaddr*>(&address), &size);
+        if (bind(sockets[i], reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+            getsockname(sockets[i], reinterpret_cast<sockaddr*>(&address), &size) != 0)
+            ADD_FAILURE() << "no free port on loopback";
         *ports[i] = ntohs(address.sin_port);
     }
     for (int s : sockets)
@@ -176,6 +177,7 @@ std::vector<std::string> DOVECOT::Inbox(const std::string& user) const {
     std::sort(files.begin(), files.end(),
               [](const fs::path& a, const fs::path& b) { return a.filename() < b.filename(); });
     std::vector<std::string> texts;
+    texts.reserve(files.size());
     for (const fs::path& file : files)
         texts.push_back(ReadFile(file));
     return texts;
