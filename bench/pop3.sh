@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compares PopGet with a bare client that holds the same dialogue: a private Dovecot on loopback, server and client
-# pinned to one processor, alternating runs. Needs dovecot-pop3d and taskset.
+# Compares PopGet, and then the whole program, with a bare client that holds the same dialogue: a private Dovecot on
+# loopback, server and client pinned to one processor, alternating runs. Needs dovecot-pop3d and taskset.
 # usage: bench/pop3.sh BUILD_DIR [RUNS]     (the build tree of the preset "bench"; RUNS of each client, 5 by default)
 set -eu
 
@@ -108,3 +108,26 @@ for lines in 0 100; do
         }'
     done
 done
+
+# The whole program: start, listing, records, detection, save. What one more mail costs, from 1,000 to 5,000 mails.
+once() {
+    rm -rf "$dir/data" && mkdir "$dir/data"
+    echo secret >"$dir/password"
+    "$bin/tarnwickc" "/ADD:pop3://box$1@127.0.0.1:$port" "/PASSWORDFILE:$dir/password" "/WORKDIR:$dir/data" >/dev/null
+    # seconds: wall, user, system
+    (TIMEFORMAT='%R %U %S'; time taskset -c 0 "$bin/tarnwickc" /ONCE "/WORKDIR:$dir/data" >/dev/null) 2>&1
+}
+for mails in 1000 5000 10000; do
+    : >"$dir/whole$mails" >"$dir/bare$mails"
+    for _ in $(seq "$runs"); do
+        once $mails | awk '{ print $1 * 1000, ($2 + $3) * 1000 }' >>"$dir/whole$mails"
+        run bare_pop3 $mails 100 | awk '{ print $2, $3 }' >>"$dir/bare$mails"
+    done
+done
+figure() { cut -d' ' -f"$2" "$dir/$1" | median; }
+awk -v w1="$(figure whole1000 1)" -v w5="$(figure whole5000 1)" -v w10="$(figure whole10000 1)" \
+    -v b1="$(figure bare1000 1)" -v b5="$(figure bare5000 1)" -v c1="$(figure whole1000 2)" -v c10="$(figure whole10000 2)" 'BEGIN {
+    printf "whole program: %.0f ms for 1,000 mails, %.0f for 5,000, %.0f for 10,000\n", w1, w5, w10
+    printf "each further mail: %.3f ms, of the bare client %.3f, ratio %.2f\n", (w5 - w1) / 4000, (b5 - b1) / 4000, (w5 - w1) / (b5 - b1)
+    printf "growth from 1,000 to 10,000: wall x%.1f, processor x%.1f\n", w10 / w1, c10 / c1
+}'
