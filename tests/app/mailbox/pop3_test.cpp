@@ -1,5 +1,7 @@
 #include "app/mailbox/pop3.h"
 
+#include <algorithm>
+
 #include "app/mailbox/listing.h"
 #include "tests/app/mailbox/mailboxsupport.h"
 
@@ -41,6 +43,37 @@ OUTCOME Get(const SCRIPTEDSERVER& server) {
     return {ok, Std(result)};
 }
 
+// A server that falls silent is waited for as short as can be. Only on a machine that is too slow for that its outcome
+// is another one, and gets more time. `run` gives what is wrong, or an empty text.
+template <class RUN>
+void Patiently(bool silent, RUN run) {
+    std::string problem;
+    for (int ms : {15, 100, 1000, 8000}) {
+        if (!silent && ms < 8000)
+            continue;
+        SHORTTIMES times(ms);
+        problem = run();
+        if (problem.empty())
+            return;
+    }
+    ADD_FAILURE() << problem;
+}
+
+// What is wrong with a conversation that should have had this outcome, and these exchanges and no others.
+std::string Problem(SCRIPTEDSERVER& server, const std::vector<EXCHANGE>& exchanges, const OUTCOME& outcome,
+                    const OUTCOME& expected) {
+    bool over = server.Wait();
+    std::string mismatch = server.Mismatch(), sent = server.Transcript();
+    if (over && mismatch.empty() && sent == Commands(exchanges) && outcome == expected)
+        return "";
+    return testing::PrintToString(outcome) + "\ninstead of\n" + testing::PrintToString(expected) +
+           "\nthe client sent " + testing::PrintToString(sent) + "\n" + mismatch;
+}
+
+bool IsSilent(const std::vector<EXCHANGE>& exchanges) {
+    return std::any_of(exchanges.begin(), exchanges.end(), [](const EXCHANGE& e) { return e.second.empty(); });
+}
+
 // The conversation as it goes if the server says something else at one place: up to there, and then `rest`.
 std::vector<EXCHANGE> Deviating(PLACE place, const std::string& reply, const std::vector<EXCHANGE>& rest) {
     std::vector<EXCHANGE> exchanges(WHOLE.begin(), WHOLE.begin() + place);
@@ -63,6 +96,7 @@ TEST(PopGet, OutcomeOfWhatAServerMaySay) {
         std::string Reply;
         std::vector<EXCHANGE> Rest;
         OUTCOME Outcome;
+        bool Late = false;  // silent, though each command has an answer in the end
     } const cases[] = {
         {"all well", QUIT, OK, end, {true, SUMMARY + tail}},
         {"user refused, in lower case", USER, "-err who\r\n", end, {false, "-err who"}},
@@ -117,33 +151,35 @@ TEST(PopGet, OutcomeOfWhatAServerMaySay) {
          TOP2,
          "+OK\r\nA: b\r\n",
          {{"LIST 1", "late\r\n.\r\n"}, {"QUIT", OK}},
-         {false, SUMMARY + "X-Size: 40\nX-Message-Id: 2|40\nA: b\n\n\1"}},
+         {false, SUMMARY + "X-Size: 40\nX-Message-Id: 2|40\nA: b\n\n\1"},
+         true},
         {"QUIT refused", QUIT, "-ERR\r\n", end, {false, SUMMARY + tail}},
         {"QUIT silent", QUIT, "", end, {false, SUMMARY + tail}},
     };
-    SHORTTIMES times(250);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.What);
         const std::vector<EXCHANGE> exchanges = Deviating(c.Place, c.Reply, c.Rest);
-        SCRIPTEDSERVER server(Pop3Script(GREETING, exchanges));
-        EXPECT_EQ(Get(server), c.Outcome);
-        EXPECT_TRUE(server.Wait());
-        EXPECT_EQ(server.Transcript(), Commands(exchanges));
+        Patiently(IsSilent(exchanges) || c.Late, [&] {
+            SCRIPTEDSERVER server(Pop3Script(GREETING, exchanges));
+            OUTCOME outcome = Get(server);
+            return Problem(server, exchanges, outcome, c.Outcome);
+        });
     }
 }
 
 TEST(PopGet, GreetingDecidesFirst) {
-    SHORTTIMES times(250);
     const std::pair<std::string, std::string> cases[] = {
         {"-ERR busy\r\n", "-ERR busy"},
         {"220 other protocol\r\n", "-ERR 220 other protocol"},
         {"", "-ERR "},
     };
     for (const auto& [greeting, result] : cases) {
-        SCRIPTEDSERVER server(Pop3Script(greeting, {}));
-        EXPECT_EQ(Get(server), (OUTCOME{false, result}));
-        EXPECT_TRUE(server.Wait());
-        EXPECT_EQ(server.Transcript(), "");
+        const OUTCOME expected{false, result};
+        Patiently(greeting.empty(), [&] {
+            SCRIPTEDSERVER server(Pop3Script(greeting, {}));
+            OUTCOME outcome = Get(server);
+            return Problem(server, {}, outcome, expected);
+        });
     }
 }
 
@@ -156,32 +192,36 @@ TEST(PopGet, ADripIsReadLikeAFlood) {
     EXPECT_EQ(Get(server), (OUTCOME{true, SUMMARY + BLOCK2 + BLOCK1}));
 }
 
-// Whatever of the conversation is missing: an error, or as much of the listing as came, and never a success without the
-// server's word for it.
+// An error, or as much of the listing as came; and never a success without the server's word for it.
+std::string ProblemOfCut(const OUTCOME& outcome, bool confirmed) {
+    const STRING listing(outcome.Result);
+    LISTING::BLOCKCURSOR blocks(listing);
+    bool good = outcome.Ok == confirmed &&
+                (LISTING::BeginsWith(outcome.Result, "-ERR ") || LISTING::BeginsWith(outcome.Result, "+OK "));
+    std::string_view block;
+    for (const std::string& right : {BLOCK2, BLOCK1})
+        if (good && blocks.Next(block))
+            good = right.starts_with(block.substr(0, block.find_last_not_of('\n') + 1));
+    return good && !blocks.Next(block) ? "" : testing::PrintToString(outcome);
+}
+
 TEST(PopGet, ACutAfterAnyByteLeavesAnErrorOrAPartOfTheListing) {
     const SCRIPT script = Pop3Script(GREETING, WHOLE);
-    const int farewell = ServerBytes(script) - static_cast<int>(WHOLE[QUIT].second.size());
-    ForEveryCut(script, [&](SCRIPTEDSERVER& server, int sent, bool whole) {
-        SHORTTIMES times(whole ? 5000 : 20);
-        OUTCOME outcome = Get(server);
-        EXPECT_TRUE(!whole || outcome == (OUTCOME{true, SUMMARY + BLOCK2 + BLOCK1})) << outcome.Result;
-        EXPECT_TRUE(!outcome.Ok || sent >= farewell + 3) << outcome.Result;
-        EXPECT_TRUE(outcome.Result.starts_with("-ERR ") || outcome.Result.starts_with("+OK ")) << outcome.Result;
-        const STRING listing(outcome.Result);
-        LISTING::BLOCKCURSOR blocks(listing);
-        std::string_view block;
-        for (const std::string& right : {BLOCK2, BLOCK1}) {
-            if (!blocks.Next(block))
-                break;
-            block = block.substr(0, block.find_last_not_of('\n') + 1);
-            EXPECT_TRUE(right.starts_with(block)) << block;
-        }
-        EXPECT_FALSE(blocks.Next(block)) << block;
-    });
+    const int total = ServerBytes(script), farewell = total - static_cast<int>(WHOLE[QUIT].second.size());
+    for (int sent = 0; sent < total && !HasFailure(); ++sent) {
+        SCOPED_TRACE("cut behind byte " + std::to_string(sent));
+        Patiently(true, [&] {
+            SCRIPTEDSERVER server(script);
+            server.CutAfter(sent);
+            // The three bytes "+OK" are its word.
+            std::string problem = ProblemOfCut(Get(server), sent >= farewell + 3);
+            return problem + server.Mismatch();
+        });
+    }
 }
 
 TEST(PopGet, AServerWithoutEndDoesNotFillTheMemory) {
-    SHORTTIMES times(250);
+    SHORTTIMES times(8000);
     PopTimes.ListingBytes = 1000;
     std::string flood = OK;
     for (int i = 0; i < 5000; ++i)
@@ -219,17 +259,17 @@ TEST(PopDelete, AllOrNothing) {
         {"QUIT silent", "2|40", {{"LIST 2", "+OK 2 40\r\n"}, {"DELE 2", OK}, {"QUIT", ""}}, false, 0},
         {"half an id", "2", {{"LIST 2", "+OK 2 40\r\n"}, {"QUIT", OK}}, true, 1},
     };
-    SHORTTIMES times(250);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.What);
         EXPECT_ASSERTIONS(c.Assertions);
         std::vector<EXCHANGE> exchanges(WHOLE.begin(), WHOLE.begin() + LIST2);
         exchanges.insert(exchanges.end(), c.Exchanges.begin(), c.Exchanges.end());
-        SCRIPTEDSERVER server(Pop3Script(GREETING, exchanges));
-        RECORDINGROW row;
-        EXPECT_EQ(PopDelete(row.Progress(), STRING(server.HostPort()), "joe", "pw", c.Ids), c.Ok);
-        EXPECT_TRUE(server.Wait());
-        EXPECT_EQ(server.Transcript(), Commands(exchanges));
+        Patiently(IsSilent(exchanges), [&] {
+            SCRIPTEDSERVER server(Pop3Script(GREETING, exchanges));
+            RECORDINGROW row;
+            bool ok = PopDelete(row.Progress(), STRING(server.HostPort()), "joe", "pw", c.Ids);
+            return Problem(server, exchanges, {ok, ""}, {c.Ok, ""});
+        });
     }
 }
 
