@@ -173,10 +173,10 @@ TEST(PopGet, GreetingDecidesFirst) {
         {"220 other protocol\r\n", "-ERR 220 other protocol"},
         {"", "-ERR "},
     };
-    for (const auto& [greeting, result] : cases) {
-        const OUTCOME expected{false, result};
-        Patiently(greeting.empty(), [&] {
-            SCRIPTEDSERVER server(Pop3Script(greeting, {}));
+    for (const auto& c : cases) {
+        const OUTCOME expected{false, c.second};
+        Patiently(c.first.empty(), [&] {
+            SCRIPTEDSERVER server(Pop3Script(c.first, {}));
             OUTCOME outcome = Get(server);
             return Problem(server, {}, outcome, expected);
         });
