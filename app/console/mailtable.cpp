@@ -10,27 +10,35 @@
 namespace {
 
 constexpr int MARK_COLUMNS = 2;
-constexpr int SENDER_COLUMNS = 24;
+constexpr int SENDER_MIN = 12;
+constexpr int SENDER_MAX = 24;
 constexpr int DATE_COLUMNS = 16;
 constexpr int SIZE_COLUMNS = 8;
 constexpr int POINTS_COLUMNS = 6;
-constexpr int SUBJECT_MIN = 16;
-constexpr int GAPS = 5;
+constexpr int SUBJECT_MIN = 8;
+constexpr int NARROW = 64;  // below this there is no room for the date
 
 std::string Safe(const STRING& text) {
     return DISPLAYTEXT::Safe(text.View());
 }
 
-std::string Row(const std::string& mark, const std::string& sender, const std::string& subject, const std::string& date,
-                const std::string& size, const std::string& points, int columns) {
-    const int fixed = MARK_COLUMNS + SENDER_COLUMNS + DATE_COLUMNS + SIZE_COLUMNS + POINTS_COLUMNS + GAPS;
+/// What stands in a line of the table.
+struct ROW {
+    std::string Mark, Sender, Subject, Date, Size, Points;
+};
+
+std::string RowText(const ROW& row, int columns) {
     using DISPLAYTEXT::Fit;
-    std::string row = Fit(mark, MARK_COLUMNS) + Fit(sender, SENDER_COLUMNS) + " " +
-                      Fit(subject, std::max(SUBJECT_MIN, columns - fixed)) + " " + Fit(date, DATE_COLUMNS) + " " +
-                      Fit(size, SIZE_COLUMNS, true) + " " + Fit(points, POINTS_COLUMNS, true);
-    while (row.ends_with(' '))
-        row.pop_back();
-    return row + "\n";
+    using DISPLAYTEXT::Width;
+    const int sender = std::clamp(columns / 5, SENDER_MIN, SENDER_MAX);
+    const std::string date = columns < NARROW ? "" : " " + Fit(row.Date, DATE_COLUMNS);
+    const std::string numbers = " " + Fit(row.Size, SIZE_COLUMNS, true) + " " + Fit(row.Points, POINTS_COLUMNS, true);
+    const int others = MARK_COLUMNS + sender + 1 + Width(date) + Width(numbers);
+    std::string text = Fit(row.Mark, MARK_COLUMNS) + Fit(row.Sender, sender) + " " +
+                       Fit(row.Subject, std::max(SUBJECT_MIN, columns - others)) + date + numbers;
+    while (text.ends_with(' '))
+        text.pop_back();
+    return text + "\n";
 }
 
 std::string DateColumn(const STRING& value) {
@@ -60,13 +68,15 @@ std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, 
     if (empty)
         return table + "  " + ConsoleText(texts, CTEXT_EMPTY) + "\n";
     const auto title = [&](int n) { return DISPLAYTEXT::Safe(texts.Part(CTEXT_COLUMNS, n).View()); };
-    table += Row("", title(0), title(1), title(2), title(3), title(4), columns);
+    table += RowText({"", title(0), title(1), title(2), title(3), title(4)}, columns);
     for (int i = 0; i < mails.Count(); ++i) {
         const STRINGARRAY& mail = mails[i];
         const bool spam = markPoints > 0 && mail.GetNumber("X-SpamPoints") >= markPoints;
         const bool unread = mail.GetNumber("Seen") == 0;
-        table += Row(std::string(spam ? "!" : " ") + (unread ? "*" : " "), Safe(mail["From"]), Safe(mail["Subject"]),
-                     DateColumn(mail["X-Datetime"]), Safe(mail["X-Size"]), Safe(mail["X-SpamPoints"]), columns);
+        table +=
+            RowText({std::string(spam ? "!" : " ") + (unread ? "*" : " "), Safe(mail["From"]), Safe(mail["Subject"]),
+                     DateColumn(mail["X-Datetime"]), Safe(mail["X-Size"]), Safe(mail["X-SpamPoints"])},
+                    columns);
     }
     return table;
 }

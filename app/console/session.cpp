@@ -202,7 +202,7 @@ void SESSION::PrintMails(TARNWICK& application) {
         const STRINGARRAY& item = application.Items[i];
         if (Has("INBOX"))
             FrontEnd.Print("\n" +
-                           MailTable(item, App.Texts(), terminal ? TERMINAL::Columns() : PIPE_COLUMNS, markPoints));
+                           MailTable(item, App.Texts(), terminal ? TERMINAL::Columns() - 1 : PIPE_COLUMNS, markPoints));
         if (!Has("LISTING"))
             continue;
         const STRING listing = item.Get("@FileStore");

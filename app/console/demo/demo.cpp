@@ -9,10 +9,11 @@ namespace {
 constexpr const char* DEMO_NAME = "Demo (POP3)";
 constexpr const char* DEMO_USER = "demo";
 constexpr const char* DEMO_PASSWORD = "demo";
-constexpr int ARRIVAL_PERIOD_MS = 7000;
 constexpr const char* DEMO_CHECK_SECONDS = "5";
 
 }  // namespace
+
+DEMOTIMES DemoTimes;
 
 DEMO::DEMO() : Pop3(Store, DEMO_USER, DEMO_PASSWORD) {
     const int64_t now = CLOCK::Seconds();
@@ -68,6 +69,6 @@ unsigned DEMO::ThreadBody(void* self) {
 }
 
 void DEMO::Arrivals() {
-    while (!StopArrivals.Wait(ARRIVAL_PERIOD_MS))
+    while (!StopArrivals.Wait(DemoTimes.ArrivalMs))
         DeliverSome(1);
 }

@@ -8,6 +8,12 @@
 
 class TARNWICK;
 
+/// How often a mail arrives, in ms. Tests shrink it.
+struct DEMOTIMES {
+    int ArrivalMs = 7000;
+};
+extern DEMOTIMES DemoTimes;
+
 /// The built-in demo: a mailbox full of sample mail, the servers that show it, and accounts that watch them.
 class DEMO {
  public:

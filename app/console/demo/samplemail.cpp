@@ -193,25 +193,27 @@ std::string FileContent(int kilobytes) {
 constexpr const char* TEXT_TYPE = "Content-Type: text/plain; charset=utf-8\nContent-Transfer-Encoding: 8bit\n\n";
 
 std::string Compose(const SAMPLE& sample, const char* idPrefix, int number, int64_t now) {
-    STRING text;
-    text.Format("From: %s\nTo: %s\nSubject: %s\nDate: %s\nMessage-Id: <%s-%d@demo.example>\nMIME-Version: 1.0\n",
-                sample.From, OWNER, sample.Subject, HeaderDate(now - int64_t{60} * sample.AgeMinutes).Text(), idPrefix,
-                number);
+    STRING header;
+    header.Format("From: %s\nTo: %s\nSubject: %s\nDate: %s\nMessage-Id: <%s-%d@demo.example>\nMIME-Version: 1.0\n",
+                  sample.From, OWNER, sample.Subject, HeaderDate(now - int64_t{60} * sample.AgeMinutes).Text(),
+                  idPrefix, number);
+    std::string text(header.View());
     if (sample.File) {
-        text.Append("Content-Type: multipart/mixed; boundary=part\n\n--part\n");
-        text.Append(TEXT_TYPE);
-        text.Append(sample.Body);
-        text.AppendFormat("\n--part\nContent-Type: %s; name=%s\nContent-Transfer-Encoding: base64\n\n",
-                          std::string_view(sample.File).ends_with(".pdf") ? "application/pdf" : "image/jpeg",
-                          sample.File);
-        text.AppendBytes(FileContent(sample.FileKb));
-        text.Append("--part--\n");
+        const bool pdf = std::string_view(sample.File).ends_with(".pdf");
+        text.append("Content-Type: multipart/mixed; boundary=part\n\n--part\n").append(TEXT_TYPE).append(sample.Body);
+        text.append("\n--part\nContent-Type: ").append(pdf ? "application/pdf" : "image/jpeg");
+        text.append("; name=").append(sample.File).append("\nContent-Transfer-Encoding: base64\n\n");
+        text.append(FileContent(sample.FileKb)).append("--part--\n");
     } else {
-        text.Append(TEXT_TYPE);
-        text.Append(sample.Body);
+        text.append(TEXT_TYPE).append(sample.Body);
     }
-    text.Replace("\n", "\r\n", 1);
-    return std::string(text.View());
+    std::string result;
+    for (char c : text) {
+        if (c == '\n')
+            result += '\r';
+        result += c;
+    }
+    return result;
 }
 
 }  // namespace
