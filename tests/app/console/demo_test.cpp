@@ -1,0 +1,188 @@
+#include "app/console/demo/demo.h"
+
+#include <set>
+
+#include "app/check/mailrecords.h"
+#include "app/console/demo/samplemail.h"
+#include "app/core/tarnwick.h"
+#include "app/mailbox/listing.h"
+#include "app/mailbox/pop3.h"
+#include "corelib/base/recordarray.h"
+#include "tests/app/core/coresupport.h"
+#include "tests/support/testsupport.h"
+
+namespace {
+
+class NOTEXTS : public TEXTS {
+ public:
+    STRING Get(int /*id*/) const override { return ""; }
+};
+
+/// Counts the new mails that it is told of.
+class COUNTINGNOTIFIER : public NOTIFIER {
+ public:
+    bool NewMail(STRINGARRAY& /*item*/, const CHECKREPORT& report) override {
+        ++Reports;
+        Mails += static_cast<int>(report.NewMails.size());
+        return false;
+    }
+    bool NothingNew(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) override { return false; }
+    std::atomic<int> Reports = 0, Mails = 0;
+};
+
+/// Makes mails arrive, and checks run, all the time. Outlives the threads that look at the times.
+struct QUICKTIMES {
+    QUICKTIMES() {
+        DemoTimes.ArrivalMs = 1;
+        CheckTimes.TurnMs = 1;
+    }
+    ~QUICKTIMES() {
+        DemoTimes = {};
+        CheckTimes = {};
+    }
+};
+
+/// A service on a mailbox of three mails, and what a client of ours needs.
+struct MAILBOX {
+    MAILBOX() : Service(Store, "demo", "demo") {
+        Store.Deliver("Subject: one\r\n\r\nline 1\r\nline 2\r\n");
+        Store.Deliver("Subject: two\r\n\r\n.\r\n..dots\r\n");
+        Store.Deliver("Subject: three\r\n\r\n");
+        EXPECT_TRUE(Service.Start());
+        Server.Format("127.0.0.1:%d", Service.Port());
+    }
+
+    DEMOSTORE Store;
+    POP3SERVICE Service;
+    STRING Server;
+    FRONTEND FrontEnd;
+    NOTEXTS Texts;
+    PROGRESS Progress{FrontEnd, Texts, 0};
+};
+
+}  // namespace
+
+TEST(Demo, SpeaksPop3) {
+    DEMOSTORE store;
+    store.Deliver("Subject: one\r\n\r\nline 1\r\n.line 2\r\n");
+    store.Deliver("Subject: two\r\n\r\n");
+    POP3SESSION session(store, "demo", "pass word");
+    const struct {
+        const char* Command;
+        const char* Reply;
+    } dialogue[] = {
+        {"STAT", "-ERR unknown command\r\n"},
+        {"PASS pass word", "-ERR invalid user or password\r\n"},
+        {"USER other", "+OK\r\n"},
+        {"PASS pass word", "-ERR invalid user or password\r\n"},
+        {"user demo", "+OK\r\n"},
+        {"PASS wrong", "-ERR invalid user or password\r\n"},
+        {"PASS pass word", "+OK logged in\r\n"},
+        {"STAT", "+OK 2 49\r\n"},
+        {"LIST", "+OK\r\n1 33\r\n2 16\r\n.\r\n"},
+        {"LIST 2", "+OK 2 16\r\n"},
+        {"UIDL 2", "+OK 2 demo2\r\n"},
+        {"TOP 1 0", "+OK\r\nSubject: one\r\n\r\n.\r\n"},
+        {"TOP 1 1", "+OK\r\nSubject: one\r\n\r\nline 1\r\n.\r\n"},
+        {"RETR 1", "+OK\r\nSubject: one\r\n\r\nline 1\r\n..line 2\r\n.\r\n"},
+        {"DELE 1", "+OK deleted\r\n"},
+        {"DELE 1", "-ERR no such message\r\n"},
+        {"TOP 1 9", "-ERR no such message\r\n"},
+        {"STAT", "+OK 1 16\r\n"},
+        {"LIST", "+OK\r\n2 16\r\n.\r\n"},
+        {"LIST 0", "-ERR no such message\r\n"},
+        {"LIST -99999999999", "-ERR no such message\r\n"},
+        {"LIST 99999999999", "-ERR no such message\r\n"},
+        {"RSET", "+OK\r\n"},
+        {"DELE 2", "+OK deleted\r\n"},
+        {"", "-ERR unknown command\r\n"},
+        {"QUIT", "+OK bye\r\n"},
+    };
+    for (const auto& line : dialogue)
+        EXPECT_EQ(session.Reply(line.Command), line.Reply) << line.Command;
+    EXPECT_TRUE(session.Ended());
+    ASSERT_EQ(store.Mails().size(), 1U);
+    EXPECT_EQ(store.Mails()[0]->Number, 1);
+}
+
+TEST(Demo, ServesTheRealClient) {
+    MAILBOX box;
+    STRING result;
+    ASSERT_TRUE(PopGet(box.Progress, box.Server, "demo", "demo", 100, result)) << Std(result);
+    EXPECT_EQ(result.Line(0), "+OK 3 msgs|3 ?unread|77 bytes");
+    RECORDARRAY records(64, 64);
+    ASSERT_EQ(BuildMailHash(result, records), 3);
+    EXPECT_EQ(records[0]["Subject"], "three");
+    EXPECT_EQ(records[2]["Subject"], "one");
+
+    EXPECT_FALSE(PopGet(box.Progress, box.Server, "demo", "wrong", 100, result));
+    EXPECT_EQ(result, "-ERR invalid user or password");
+
+    ASSERT_TRUE(PopDelete(box.Progress, box.Server, "demo", "demo", records[1]["X-Message-Id"]));
+    ASSERT_EQ(box.Store.Mails().size(), 2U);
+    EXPECT_EQ(box.Store.Mails()[1]->Number, 3);
+}
+
+// The program ends while somebody is connected and says nothing.
+TEST(Demo, EndsWithAConversationUnderWay) {
+    auto box = std::make_unique<MAILBOX>();
+    const SOCKETS::SOCK client = SOCKETS::Open();
+    ASSERT_TRUE(SOCKETS::Connect(client, SOCKETS::LOOPBACK, box->Service.Port()));
+    char byte;
+    ASSERT_EQ(SOCKETS::Recv(client, &byte, 1), 1);
+    box->Store.Deliver("Subject: four\r\n\r\n");
+    box.reset();
+    SOCKETS::Close(client);
+}
+
+TEST(Demo, BringsMailToTheApplication) {
+    const TEMPDIR dir;
+    const std::string workDir = std::string("/WORKDIR:") + dir.Path();
+    const char* words[] = {"tarnwickc", workDir.c_str()};
+    const ARGUMENTS arguments(2, words);
+    RECORDER frontEnd;
+    COUNTINGNOTIFIER notifier;
+    NUMBEREDTEXTS texts;
+    const QUICKTIMES quick;
+    DEMO demo;
+    ASSERT_TRUE(demo.Start());
+    TARNWICK application(frontEnd, notifier, arguments, texts);
+    ASSERT_TRUE(application.Open());
+    ASSERT_TRUE(demo.AddAccounts(application));
+    ASSERT_TRUE(demo.AddAccounts(application));
+    ASSERT_EQ(application.Items.Count(), 1);
+    demo.StartArrivals();
+    application.Start();
+    // The mails that were there, and at least one that came between two checks.
+    EXPECT_TRUE(Eventually([&] {
+        application.ForceRefreshAll(0);
+        return notifier.Reports > 1 && notifier.Mails > SampleMailCount();
+    }));
+}
+
+TEST(Demo, HasMailsThatReadWell) {
+    constexpr int64_t NOW = 1772600767;  // 2026-03-04 05:06:07 UTC
+    std::set<std::string> ids;
+    std::string listing = "summary\n";
+    const int count = SampleMailCount();
+    ASSERT_GE(count, 40);
+    for (int i = 0; i < count; ++i)
+        listing += SampleMail(i, NOW) + LISTING::BLOCK_END;
+    listing += ArrivingMail(0, NOW) + LISTING::BLOCK_END;
+    listing += ArrivingMail(100, NOW) + LISTING::BLOCK_END;
+    std::erase(listing, '\r');
+    RECORDARRAY records(64, 64);
+    ASSERT_EQ(BuildMailHash(STRING(std::string_view(listing)), records), count + 2);
+    for (int i = 0; i < records.Count(); ++i) {
+        const STRINGARRAY& mail = records[i];
+        EXPECT_TRUE(ids.insert(Std(mail["MessageId"])).second) << Std(mail["MessageId"]);
+        EXPECT_GT(mail["From"].Length(), 0);
+        EXPECT_GT(mail["Subject"].Length(), 0);
+        // Every encoded word is of a kind that the program decodes.
+        EXPECT_EQ(mail["From"].Pos("=?"), -1) << Std(mail["From"]);
+        EXPECT_EQ(mail["Subject"].Pos("=?"), -1) << Std(mail["Subject"]);
+        EXPECT_GT(mail["Body"].Length(), 0);
+    }
+    EXPECT_EQ(records[count]["X-Datetime"], "Wed, 4 Mar 2026 05:06:07 +0000");
+    EXPECT_EQ(records[0]["X-Datetime"], "Wed, 11 Feb 2026 05:06:07 +0000");
+}

@@ -1,0 +1,86 @@
+#include "app/console/displaytext.h"
+
+#include "tests/support/testsupport.h"
+
+// What a mail says reaches a terminal as text only, whatever its bytes are.
+TEST(DisplayText, LetsNoControlThrough) {
+    const struct {
+        std::string_view Bytes;
+        const char* Shown;
+    } cases[] = {
+        {"plain text", "plain text"},
+        {"", ""},
+        // Sequences that colour, clear, rename the window, or answer a query.
+        {"\x1b[31mred\x1b[0m", "[31mred[0m"},
+        {"a\x1b]0;title\x07z", "a]0;titlez"},
+        {std::string_view("nul\0bel\a\b\x7f", 10), "nulbel"},
+        // The same introducer as one byte, and as the character that UTF-8 has for it.
+        {"\x9b"
+         "31m",
+         "\xe2\x80\xba"
+         "31m"},
+        {"\xc2\x9b"
+         "31m",
+         "31m"},
+        {"line\r\nbreak\tand tab", "line break and tab"},
+        // Marks that turn the direction of writing, or that cannot be seen.
+        {"exe.\xe2\x80\xaegpj", "exe.gpj"},
+        {"a\xe2\x81\xa6z\xd8\x9c.\xe2\x80\x8b\xef\xbb\xbf\xf3\xa0\x81\x81", "az."},
+        // UTF-8 stays; other bytes are those of the code page, one by one.
+        {"Gr\xc3\xbc\xc3\x9f"
+         "e \xe2\x82\xac",
+         "Gr\xc3\xbc\xc3\x9f"
+         "e \xe2\x82\xac"},
+        {"Gr\xfc\xdf"
+         "e \x80",
+         "Gr\xc3\xbc\xc3\x9f"
+         "e \xe2\x82\xac"},
+        {"\xc3\xbc und \xfc", "\xc3\xbc und \xc3\xbc"},
+        {"cut \xe2\x82", "cut \xc3\xa2\xe2\x80\x9a"},
+        // Forms of UTF-8 that hide a control: too long, a surrogate, beyond the last character.
+        {"\xc0\x9b", "\xc3\x80\xe2\x80\xba"},
+        {"\xe0\x80\x9b", "\xc3\xa0\xe2\x82\xac\xe2\x80\xba"},
+        {"\xed\xa0\x80", "\xc3\xad\xc2\xa0\xe2\x82\xac"},
+        {"\xf4\x90\x80\x80", "\xc3\xb4?\xe2\x82\xac\xe2\x82\xac"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(DISPLAYTEXT::Safe(c.Bytes), c.Shown) << testing::PrintToString(std::string(c.Bytes));
+}
+
+TEST(DisplayText, CountsColumns) {
+    const struct {
+        const char* Text;
+        int Columns;
+    } cases[] = {
+        {"abc", 3},
+        {"\xc3\xbc\xe2\x82\xac", 2},                      // two and three bytes, one column each
+        {"e\xcc\x81", 1},                                 // a letter and its accent
+        {"\xe6\x97\xa5\xe6\x9c\xac", 4},                  // two ideographs
+        {"\xef\xbd\xb1", 1},                              // a half-width letter
+        {"\xf0\x9f\x98\x80!", 3},                         // a face
+        {"\xf0\x9f\x91\x8d\xf0\x9f\x8f\xbd", 2},          // a hand with its colour
+        {"\xe0\xb8\x81\xe0\xb8\xb4\xe0\xb9\x88", 1},      // a Thai letter with vowel and tone
+        {"\xed\x95\x9c\xea\xb8\x80 \xd7\xa9\xd7\x81", 6}  // Hangul; a Hebrew letter with its dot
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(DISPLAYTEXT::Width(c.Text), c.Columns) << c.Text;
+}
+
+TEST(DisplayText, FitsTextIntoColumns) {
+    using DISPLAYTEXT::Fit;
+    EXPECT_EQ(Fit("abc", 5), "abc  ");
+    EXPECT_EQ(Fit("abc", 5, true), "  abc");
+    EXPECT_EQ(Fit("abcdef", 5), "ab...");
+    EXPECT_EQ(Fit("abc", 2), "..");
+    EXPECT_EQ(Fit("abc", 0), "");
+    // An accent stays with its letter, and a character of two columns is not cut in half.
+    EXPECT_EQ(Fit("abe\xcc\x81"
+                  "fghi",
+                  6),
+              "abe\xcc\x81...");
+    EXPECT_EQ(Fit("\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e", 5), "\xe6\x97\xa5...");
+    EXPECT_EQ(Fit("\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e"
+                  "abc",
+                  6),
+              "\xe6\x97\xa5... ");
+}

@@ -1,0 +1,91 @@
+#include "app/console/mailtable.h"
+
+#include <sstream>
+#include <vector>
+
+#include "app/console/consoletexts.h"
+#include "app/console/displaytext.h"
+#include "tests/support/testsupport.h"
+
+namespace {
+
+class FAKETEXTS : public TEXTS {
+ public:
+    STRING Get(int id) const override {
+        return id == CTEXT_COLUMNS ? "From|Subject|Date|Gr\xf6\xdf"
+                                     "e|Points"
+                                   : "(none)";
+    }
+};
+
+STRINGARRAY Item(const std::string& listing) {
+    STRINGARRAY item(64, 64);
+    item.Set("Name", STRING("Home"));
+    item.Set("LastValue", STRING("2 mails"));
+    item.Set("@FileStore", STRING(std::string_view(listing)));
+    return item;
+}
+
+std::vector<std::string> Lines(const std::string& table) {
+    std::vector<std::string> lines;
+    std::istringstream stream(table);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+std::string Mail(const std::string& headers) {
+    return headers + "\nbody\n\x01";
+}
+
+}  // namespace
+
+TEST(MailTable, ShowsAMailInEachLine) {
+    const STRINGARRAY item = Item("2 msgs|2 ?unread|9 bytes\n" +
+                                  Mail("From: Ann <ann@example.org>\nSubject: Lunch?\nX-Size: 2048\n"
+                                       "Date: Tue, 3 Mar 2026 12:05:06 +0000\nX-SpamPoints: 99\n") +
+                                  Mail("From: bob@example.org\nSubject: =?ISO-8859-1?Q?Gr=FC=DFe?=\nX-Size: 5\n"
+                                       "Date: yesterday\nX-SpamPoints: 100\nSeen: yes\n"));
+    EXPECT_EQ(MailTable(item, FAKETEXTS(), 80, 100),
+              "Home - 2 mails\n"
+              "  From             Subject                      Date                Gr\xc3\xb6\xc3\x9f"
+              "e Points\n"
+              " *Ann              Lunch?                       2026-03-03 12:05     2 KB     99\n"
+              "! bob@example.org  Gr\xc3\xbc\xc3\x9f"
+              "e                                             0 KB    100\n");
+    // Marking is off.
+    EXPECT_EQ(Lines(MailTable(item, FAKETEXTS(), 80, 0))[3].substr(0, 3), "  b");
+}
+
+TEST(MailTable, TellsAnEmptyMailbox) {
+    for (const char* listing : {"0 msgs|0 ?unread|0 bytes\n", ""})
+        EXPECT_EQ(MailTable(Item(listing), FAKETEXTS(), 80, 100), "Home - 2 mails\n  (none)\n") << listing;
+}
+
+TEST(MailTable, FitsTheTerminalWhateverTheMailSays) {
+    std::string wide, accents;
+    for (int i = 0; i < 200; ++i) {
+        wide += "\xe6\x97\xa5";
+        accents += "e\xcc\x81";
+    }
+    const STRINGARRAY item = Item("3 msgs|3 ?unread|9 bytes\n" +
+                                  Mail("From: " + wide + "\nSubject: " + accents + "\nX-Size: 99999999999\n") +
+                                  Mail("From: \x1b[2J\x9b"
+                                       "2J\nSubject: a\x1b]0;x\x07\rb\x7f\nDate: \x1b\nX-SpamPoints: \x1b[1m\n") +
+                                  Mail("Subject: =?UTF-8?B?GzJKwps=?=\n"));
+    for (int columns : {40, 63, 64, 80, 200}) {
+        const std::vector<std::string> lines = Lines(MailTable(item, FAKETEXTS(), columns, 100));
+        ASSERT_EQ(lines.size(), 5U);
+        for (size_t i = 1; i < lines.size(); ++i) {
+            EXPECT_LE(DISPLAYTEXT::Width(lines[i]), columns) << lines[i];
+            EXPECT_EQ(DISPLAYTEXT::Safe(lines[i]), lines[i]);
+        }
+    }
+    // The line that tells of a new mail fits too; without a terminal it is as long as it gets.
+    STRINGARRAY mail(8, 8);
+    mail.Set("From", STRING(std::string_view(wide)));
+    mail.Set("Subject", STRING("\x1b[1mbold\n"));
+    mail.Set("X-Size", STRING("3 KB"));
+    EXPECT_LE(DISPLAYTEXT::Width(NewMailLine(mail, 80)), 80);
+    EXPECT_EQ(NewMailLine(mail, 0), "    " + wide + ": [1mbold  (3 KB)");
+}

@@ -1,0 +1,180 @@
+#include <algorithm>
+
+#include "app/console/demo/mailstore.h"
+#include "app/console/demo/pop3service.h"
+#include "app/console/session.h"
+#include "corelib/base/recordarray.h"
+#include "tests/app/console/programrun.h"
+
+namespace {
+
+/// A mailbox, and the switches that add it as an account.
+struct ACCOUNT {
+    explicit ACCOUNT(const PROGRAMRUN& program) : Service(Store, "joe@example.org", "secret word") {
+        EXPECT_TRUE(Service.Start());
+        Deliver("first", "Ann <ann@example.org>");
+        Add = "/ADD:pop3://joe%40example.org@127.0.0.1:" + std::to_string(Service.Port());
+        WriteBytes(program.File("password"), "secret word\r\nnot this line\r\n");
+        Password = "/PASSWORDFILE:" + Std(program.File("password"));
+    }
+    void Deliver(const std::string& subject, const std::string& from) {
+        Store.Deliver("From: " + from + "\r\nSubject: " + subject + "\r\nMessage-Id: <" + std::to_string(++Count) +
+                      "@test>\r\n\r\ntext\r\n");
+    }
+
+    DEMOSTORE Store;
+    POP3SERVICE Service;
+    std::string Add, Password;
+    int Count = 0;
+};
+
+bool Contains(const std::string& text, std::string_view part) {
+    return text.find(part) != text.npos;
+}
+
+int CountLines(const std::string& text) {
+    return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+}
+
+}  // namespace
+
+TEST(Program, ShowsTheDemo) {
+    PROGRAMRUN program;
+    const auto first = program.Run({"/DEMO", "/ONCE", "/INBOX"});
+    EXPECT_EQ(first.Code, EXIT_GOOD);
+    EXPECT_EQ(first.Err, "");
+    EXPECT_TRUE(Contains(first.Out, "Demo (POP3): 41 mails (41 new)")) << first.Out;
+    EXPECT_TRUE(Contains(first.Out, "    Ines Duarte: Umbrella found! (0 KB)")) << first.Out;
+    EXPECT_TRUE(Contains(first.Out, "... and 21 more")) << first.Out;
+    EXPECT_TRUE(Contains(first.Out, " *J\xc3\xbcrgen Wei\xc3\x9f")) << first.Out;
+    // Nothing of the progress of a check where there is no terminal.
+    EXPECT_FALSE(Contains(first.Out, "Reading")) << first.Out;
+    // What was seen is known to the next run, though its server has another port.
+    const auto second = program.Run({"-demo", "-once"});
+    EXPECT_EQ(second.Code, EXIT_GOOD);
+    EXPECT_TRUE(Contains(second.Out, "41 mails, nothing new")) << second.Out;
+}
+
+TEST(Program, AddsAnAccountAndChecksIt) {
+    PROGRAMRUN program;
+    ACCOUNT account(program);
+    const auto none = program.Run({"/ONCE"});
+    EXPECT_EQ(none.Code, EXIT_NO_START);
+    EXPECT_TRUE(Contains(none.Err, "/ADD:pop3://")) << none.Err;
+
+    const auto added = program.Run({account.Add, account.Password});
+    EXPECT_EQ(added.Code, EXIT_GOOD) << added.Err;
+    EXPECT_TRUE(Contains(added.Out, "The account joe@example.org has been added.")) << added.Out;
+    EXPECT_FALSE(Contains(ReadBytes(program.DataDir() || "\\accounts.ini"), "secret word"));
+
+    auto once = program.Run({"/ONCE"});
+    EXPECT_EQ(once.Code, EXIT_GOOD) << once.Err;
+    EXPECT_EQ(once.Out, "joe@example.org: 1 mail (1 new)\n    Ann: first (0 KB)\n");
+    once = program.Run({"/ONCE"});
+    EXPECT_EQ(once.Out, "joe@example.org: 1 mail, nothing new\n");
+
+    // A sender and a subject that try to write to the terminal, and a listing that keeps them as they are.
+    account.Deliver("\x1b[2Jcl\xfc\xc2\x9b", "\x1b]0;x\x07");
+    once = program.Run({"/ONCE", "/LISTING"});
+    EXPECT_TRUE(Contains(once.Out, "    ]0x: [2Jcl\xc3\xbc (0 KB)\n")) << once.Out;
+    EXPECT_TRUE(Contains(once.Out, "\nSubject: \x1b[2Jcl\xfc\xc2\x9b\n")) << once.Out;
+
+    // The same account again gets the new password, and keeps what it has seen.
+    WriteBytes(program.File("password"), "wrong\n");
+    EXPECT_TRUE(Contains(program.Run({account.Add, account.Password}).Out, "It has the new password now."));
+    const auto refused = program.Run({"/ONCE"});
+    EXPECT_EQ(refused.Code, EXIT_CHECK_FAILED);
+    EXPECT_EQ(refused.Err, "joe@example.org: Error: invalid user or password\n");
+    RECORDARRAY items(8, 8);
+    ASSERT_EQ(items.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
+    EXPECT_EQ(items[0]["LastRC"], "0E|0E");
+    EXPECT_EQ(items[0]["LastSeenIds"], "<2@test>|<1@test>");
+}
+
+TEST(Program, TellsACheckThatFails) {
+    PROGRAMRUN program;
+    {
+        ACCOUNT account(program);
+        ASSERT_EQ(program.Run({account.Add, account.Password}).Code, EXIT_GOOD);
+    }
+    // Nobody listens there any more.
+    const auto failed = program.Run({"/ONCE", "/INBOX"});
+    EXPECT_EQ(failed.Code, EXIT_CHECK_FAILED);
+    EXPECT_EQ(failed.Err, "joe@example.org: Error: No response\n");
+    // A suspended account is not checked, so its old failure does not count.
+    const STRING path = program.DataDir() || "\\accounts.ini";
+    RECORDARRAY items(8, 8);
+    ASSERT_EQ(items.LoadAll(path.Text()), 1);
+    items[0].Set("UpdateSuspended", STRING("1"));
+    ASSERT_TRUE(items.SaveAll(path.Text()));
+    EXPECT_EQ(program.Run({"/ONCE"}).Code, EXIT_GOOD);
+}
+
+TEST(Program, KeepsTheDemoOffOtherAccounts) {
+    PROGRAMRUN program;
+    ACCOUNT account(program);
+    ASSERT_EQ(program.Run({account.Add, account.Password}).Code, EXIT_GOOD);
+    const auto refused = program.Run({"/DEMO", "/ONCE"});
+    EXPECT_EQ(refused.Code, EXIT_NO_START);
+    EXPECT_TRUE(Contains(refused.Err, "the demo leaves alone")) << refused.Err;
+    EXPECT_TRUE(Contains(program.Run({"/ONCE"}).Out, "joe@example.org: 1 mail"));
+}
+
+TEST(Program, RefusesInOneLine) {
+    PROGRAMRUN program;
+    ACCOUNT account(program);
+    WriteBytes(program.File("empty"), "\n");
+    WriteBytes(program.File("file"), "");
+    const struct {
+        STRING DataDir;
+        std::vector<std::string> Words;
+        const char* Named;
+    } cases[] = {
+        {program.DataDir(), {"/ONEC"}, "'/ONEC'"},
+        {program.DataDir(), {"/ADD"}, "'/ADD' needs a value"},
+        {program.DataDir(), {"/ADD:ftp://joe@host"}, "'ftp://joe@host' names no kind of account"},
+        {program.DataDir(), {"/ADD:pop3://host"}, "'pop3://host' is not an account address"},
+        {program.DataDir(), {account.Add, "/PASSWORDFILE:" + Std(program.File("none"))}, "none' cannot be read"},
+        {program.DataDir(), {account.Add, "/PASSWORDFILE:" + Std(program.File("empty"))}, "without a password"},
+        // A file stands where the data directory should be.
+        {program.File("file"), {"/ONCE"}, "file' cannot be created"},
+    };
+    for (const auto& c : cases) {
+        const auto result = c.Words.size() == 1 ? program.RunIn(c.DataDir, {c.Words[0]})
+                                                : program.RunIn(c.DataDir, {c.Words[0], c.Words[1]});
+        EXPECT_EQ(result.Code, EXIT_NO_START) << c.Words[0];
+        EXPECT_TRUE(Contains(result.Err, c.Named)) << result.Err;
+        EXPECT_EQ(CountLines(result.Err), 1) << result.Err;
+    }
+    EXPECT_EQ(ReadBytes(program.DataDir() || "\\accounts.ini"), "");
+}
+
+TEST(Program, ListsItsSwitches) {
+    PROGRAMRUN program;
+    for (const char* language : {"/LANG:GER", "/LANG:ENGL"}) {
+        const auto help = program.Run({"--help", language});
+        EXPECT_EQ(help.Code, EXIT_GOOD);
+        EXPECT_FALSE(Contains(help.Out, "STR-ERR")) << help.Out;
+        for (const char* form : {"/ADD:pop3://USER@HOST[:PORT]  ", "/ONCE  ", "/WORKDIR:DIRECTORY  ", "/HELP  "})
+            EXPECT_TRUE(Contains(help.Out, form)) << help.Out;
+        EXPECT_EQ(ReadBytes(program.DataDir() || "\\tarnwick.ini"), "");
+    }
+}
+
+TEST(Program, WatchesUntilItIsToldToEnd) {
+    if (!PROGRAMRUN::HasSignals())
+        GTEST_SKIP() << "no signals on this system";
+    PROGRAMRUN program;
+    ACCOUNT account(program);
+    ASSERT_EQ(program.Run({account.Add, account.Password}).Code, EXIT_GOOD);
+    for (const char* signal : {"INT", "TERM", "HUP"}) {
+        account.Deliver(signal, "Ann <ann@example.org>");
+        const auto watched = program.RunUntil(std::string("Ann: ") + signal, signal, {"/CHECK", "/INBOX"});
+        EXPECT_EQ(watched.Code, EXIT_GOOD) << watched.Err;
+        EXPECT_EQ(watched.Err, "");
+        EXPECT_TRUE(Contains(watched.Out, "\nEnding and saving ...\n")) << watched.Out;
+        // The table comes at the end, of the state that was saved.
+        EXPECT_TRUE(Contains(watched.Out, std::string("\n *Ann                      ") + signal)) << watched.Out;
+    }
+    EXPECT_EQ(program.Run({"/ONCE"}).Out, "joe@example.org: 4 mails, nothing new\n");
+}

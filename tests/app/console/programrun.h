@@ -1,0 +1,32 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+
+#include "tests/support/testsupport.h"
+
+/// Starts the built program in a folder of its own and keeps what it said.
+class PROGRAMRUN {
+ public:
+    struct RESULT {
+        int Code;
+        std::string Out, Err;
+    };
+
+    /// Runs it to its end, in English, with the data directory of this object unless `where` names another.
+    RESULT Run(std::initializer_list<std::string> words) { return Start(words, DataDir()); }
+    RESULT RunIn(const STRING& dataDir, std::initializer_list<std::string> words) { return Start(words, dataDir); }
+    /// Runs it until its output holds `text`, and then sends it the signal. Not on Windows, which has none.
+    RESULT RunUntil(const std::string& text, const std::string& signal, std::initializer_list<std::string> words);
+    static bool HasSignals();
+
+    STRING DataDir() const { return Folder.File("data"); }
+    STRING File(const char* name) const { return Folder.File(name); }
+
+ private:
+    RESULT Start(std::initializer_list<std::string> words, const STRING& dataDir);
+    std::string CommandLine(std::initializer_list<std::string> words, const STRING& dataDir) const;
+    RESULT System(const std::string& command);
+
+    TEMPDIR Folder;
+};

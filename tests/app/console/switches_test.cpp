@@ -1,0 +1,42 @@
+#include "app/console/switches.h"
+
+#include <initializer_list>
+#include <vector>
+
+#include "tests/support/testsupport.h"
+
+namespace {
+
+// The verdict on one word behind a good one, and the word that it names.
+std::string Verdict(const char* word) {
+    const char* words[] = {"tarnwickc", "/ONCE", word, "/INBOX"};
+    const ARGUMENTS arguments(4, words);
+    std::string named;
+    switch (CheckSwitches(arguments, named)) {
+        case SWITCHFAULT::None:
+            return "good";
+        case SWITCHFAULT::Unknown:
+            return "unknown " + named;
+        case SWITCHFAULT::NoValue:
+            return "no value " + named;
+    }
+    return "";
+}
+
+}  // namespace
+
+TEST(Switches, AreKnownInEveryCase) {
+    for (const char* word :
+         {"/once", "-ONCE", "/WorkDir:here", "/ADD:pop3://a@b:110", "/LOGIT", "/logit:file", "/LOG:4", "/LOGDBG",
+          "/LANG:GER", "/?", "-?", "--help", "-h", "/HELP", "-CHECK", "/NOVERS", "/MIN", "/NOASSERT", "/LOGITCLOSE"})
+        EXPECT_EQ(Verdict(word), "good") << word;
+}
+
+TEST(Switches, RefuseWhatIsNone) {
+    for (const char* word : {"/ONC", "/ONCES", "once", "", "/", "-", "/:", "--once", "/ONCE:1", "/HELP:x",
+                             // A "-" takes no value, and no option of the trace log.
+                             "-WORKDIR:here", "-LOGIT"})
+        EXPECT_EQ(Verdict(word), std::string("unknown ") + word);
+    for (const char* word : {"/ADD", "/ADD:", "/WORKDIR", "/PASSWORDFILE:", "/LANG", "/LOG"})
+        EXPECT_EQ(Verdict(word), std::string("no value ") + word);
+}
