@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <memory>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -14,6 +14,7 @@
 
 namespace {
 
+constexpr int LINKS_MAX = 40;           // as the system itself follows
 constexpr mode_t NEW_FILE_MODE = 0600;  // data files hold passwords
 
 class DESCRIPTOR {
@@ -45,10 +46,18 @@ bool WriteBytes(int fd, std::string_view bytes) {
     return true;
 }
 
-// Where a symbolic link leads, so that the link stays one when its file is replaced.
+// Where a symbolic link leads, be it a file or not yet, so that the link stays one when its file is replaced. Null if
+// it leads in a circle.
 STRING LinkTarget(const STRING& path) {
-    std::unique_ptr<char, decltype(&free)> target(realpath(path.Text(), nullptr), &free);
-    return target ? STRING(target.get()) : path;
+    std::filesystem::path target = path.Text();
+    std::error_code error;
+    for (int links = 0; std::filesystem::is_symlink(std::filesystem::symlink_status(target, error)); ++links) {
+        auto next = std::filesystem::read_symlink(target, error);
+        if (error || links == LINKS_MAX)
+            return STRING();
+        target = target.parent_path() / next;  // which is `next` alone if that is absolute
+    }
+    return STRING(target.c_str());
 }
 
 }  // namespace
@@ -106,6 +115,8 @@ bool ReadBytes(const char* path, STRING& content) {
 
 bool ReplaceBytes(const char* path, std::string_view bytes) {
     STRING target = LinkTarget(FILES::NativePath(path));
+    if (!target.NotNull())
+        return false;
     // Keeps the permissions of the file that it replaces; something that is no file is not replaced.
     struct stat status;
     bool exists = stat(target.Text(), &status) == 0;

@@ -1,10 +1,16 @@
 #include <climits>
 #include <windows.h>
 
+#include "corelib/base/clock.h"
 #include "corelib/base/files.h"
 #include "corelib/base/filesplatform.h"
 
 namespace {
+
+// A file that another program reads cannot be replaced. Virus scanners and indexers do so for a moment, mostly right
+// after a change: the replacement is tried again for half a second.
+constexpr int REPLACE_TRIES = 21;
+constexpr int REPLACE_PAUSE = 25;  // ms
 
 class FILEHOLD {
  public:
@@ -31,6 +37,19 @@ bool WriteBytes(HANDLE file, std::string_view bytes) {
     DWORD written = 0;
     return WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
            written == bytes.size();
+}
+
+bool MoveOver(const char* from, const char* to) {
+    for (int left = REPLACE_TRIES;;) {
+        if (MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+            return true;
+        DWORD error = GetLastError();
+        bool inUse = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED ||
+                     error == ERROR_LOCK_VIOLATION || error == ERROR_USER_MAPPED_FILE;
+        if (!inUse || --left == 0)
+            return false;
+        CLOCK::Sleep(REPLACE_PAUSE);
+    }
 }
 
 }  // namespace
@@ -91,7 +110,7 @@ bool ReplaceBytes(const char* path, std::string_view bytes) {
         return false;
     bool ok = WriteBytes(file.Get(), bytes) && FlushFileBuffers(file.Get());
     ok = file.Close() && ok;
-    ok = ok && MoveFileExA(beside.Text(), path, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+    ok = ok && MoveOver(beside.Text(), path);
     if (!ok)
         DeleteFileA(beside.Text());
     return ok;

@@ -1,6 +1,7 @@
 #include "corelib/base/files.h"
 
 #include <filesystem>
+#include <fstream>
 
 #include "tests/support/testsupport.h"
 
@@ -58,4 +59,38 @@ TEST(FilesTest, CopyRenameAppendRemove) {
     EXPECT_TRUE(FILES::Rename(b.Text(), dir.File("c").Text()));
     EXPECT_FALSE(FILES::Remove(b.Text()));
     EXPECT_TRUE(FILES::Remove(dir.File("c").Text()));
+}
+
+// Somebody else, say a virus scanner, reads the file until the program has waited a few times.
+class READER : public FAKECLOCK {
+ public:
+    READER(const std::string& path, int pauses) : File(path, std::ios::binary), Pauses(pauses) {}
+    void Sleep(int ms) override {
+        FAKECLOCK::Sleep(ms);
+        if (--Pauses == 0)
+            File.close();
+    }
+
+ private:
+    std::ifstream File;
+    int Pauses;
+};
+
+TEST(FilesTest, AReaderDelaysAReplacementAtMost) {
+    TEMPDIR dir;
+    STRING file = dir.File("data.ini");
+    WriteBytes(file, "old");
+    {
+        READER reader(dir.Native("data.ini"), 3);
+        EXPECT_TRUE(FILES::ReplaceAll(file.Text(), "new", false));
+    }
+    EXPECT_EQ(ReadBytes(file), "new");
+    {
+        // One that never leaves: either the platform does not mind, or the old file stays.
+        READER reader(dir.Native("data.ini"), 1000000);
+        bool replaced = FILES::ReplaceAll(file.Text(), "newer", false);
+        EXPECT_EQ(ReadBytes(file), replaced ? "newer" : "new");
+    }
+    auto entries = std::filesystem::directory_iterator(dir.Native());
+    EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }
