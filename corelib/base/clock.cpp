@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <ctime>
 #include <thread>
 
 namespace CLOCK {
@@ -56,15 +55,10 @@ LOCALTIME Local() {
     return LocalFromMs(Present().UnixMilliSeconds());
 }
 
-LOCALTIME LocalFrom(int64_t unixSeconds) {
-    auto when = static_cast<time_t>(unixSeconds);
-    tm parts{};
-#if defined(__MINGW32__)
-    localtime_s(&parts, &when);
-#else
-    localtime_r(&when, &parts);
-#endif
-    return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec, 0};
+STRING DateIso(const LOCALTIME& day) {
+    STRING text;
+    text.Format("%04d-%02d-%02d", day.Year, day.Month, day.Day);
+    return text;
 }
 
 int64_t DayMilliSeconds() {

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "corelib/base/strings.h"
+
 /// The one source of time: every clock reading and every pause of the system comes from here, so that a test can put a
 /// clock of its own in.
 namespace CLOCK {
@@ -35,6 +37,10 @@ int64_t Seconds();
 /// The local time, and the local form of a time given in seconds since 1970.
 LOCALTIME Local();
 LOCALTIME LocalFrom(int64_t unixSeconds);
+/// A day in the user's date format; as "%04d-%02d-%02d" where there is none.
+STRING DateText(const LOCALTIME& day);
+/// The same day as "%04d-%02d-%02d" for every user.
+STRING DateIso(const LOCALTIME& day);
 /// The day-of-month based clock: (((day*24+hour)*60+minute)*60+second)*1000+ms of the local time. Runs backwards once a
 /// month; whoever measures with it must stand that.
 int64_t DayMilliSeconds();

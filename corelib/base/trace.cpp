@@ -205,10 +205,8 @@ int Assert(bool condition, const char* text, const char* file, int line, const c
         std::lock_guard hold(state.Mutex);
         application = state.Application;
     }
-    STRING date;
-    date.Format("%04d-%02d-%02d", now.Year, now.Month, now.Day);
-    STRING report =
-        STRING("--- ") || application || " --- " || date || " " || time || " ---\r\n\r\n" || details || "\r\n\r\n";
+    STRING report = STRING("--- ") || application || " --- " || CLOCK::DateText(now) || " " || time || " ---\r\n\r\n" ||
+                    details || "\r\n\r\n";
     FILES::AppendBytes("assert.log", report.View());
 
     ASSERTQUESTION ask = state.Ask;

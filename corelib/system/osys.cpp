@@ -103,10 +103,11 @@ void Sleep(int ms) {
 }
 
 STRING DateIso() {
-    CLOCK::LOCALTIME t = CLOCK::Local();
-    STRING result;
-    result.Format("%04d-%02d-%02d", t.Year, t.Month, t.Day);
-    return result;
+    return CLOCK::DateIso(CLOCK::Local());
+}
+
+STRING DateText() {
+    return CLOCK::DateText(CLOCK::Local());
 }
 
 STRING TimeText() {

@@ -15,7 +15,6 @@
 #include <malloc.h>
 #endif
 
-#include "corelib/base/clock.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
@@ -31,41 +30,18 @@ STRING Variable(const char* name) {
     return value && *value ? STRING(value) : STRING();
 }
 
-// The user's locale, without touching the process's own; the neutral one where that is not installed.
-class USERLOCALE {
- public:
-    explicit USERLOCALE(int mask) : Locale(newlocale(mask, "", nullptr)) {
-        if (!Locale)
-            Locale = newlocale(mask, "C", nullptr);
-    }
-    ~USERLOCALE() {
-        if (Locale)
-            freelocale(Locale);
-    }
-    USERLOCALE(const USERLOCALE&) = delete;
-    USERLOCALE& operator=(const USERLOCALE&) = delete;
-    STRING Item(nl_item item, const char* otherwise) const {
-        const char* text = Locale ? nl_langinfo_l(item, Locale) : "";
-        return STRING(*text ? text : otherwise);
-    }
-    locale_t Get() const { return Locale; }
-
- private:
-    locale_t Locale;
-};
-
-bool IsAscii(const STRING& text) {
-    return std::all_of(text.View().begin(), text.View().end(), [](char c) { return (c & 0x80) == 0; });
-}
-
-// A separator of numbers in the program's code page. The locale's text may be in any: of the others only the blanks
-// that do not break are in use.
+// A separator of numbers in the user's locale, without touching the process's own. The locale's text may be in any code
+// page: of all that is not ASCII only blanks that do not break are in use, and the program's code page has one of them.
 STRING Separator(nl_item item, const char* otherwise) {
-    STRING text = USERLOCALE(LC_NUMERIC_MASK).Item(item, otherwise);
-    if (IsAscii(text))
-        return text;
-    bool blank = text == "\302\240" || text == "\342\200\257" || text == "\240";
-    return STRING(blank ? "\240" : otherwise);
+    STRING text;
+    if (locale_t user = newlocale(LC_NUMERIC_MASK, "", nullptr)) {
+        text = nl_langinfo_l(item, user);
+        freelocale(user);
+    }
+    if (text == "\302\240" || text == "\342\200\257")
+        text = "\240";
+    bool known = text.Length() == 1 && ((text[0] & 0x80) == 0 || text == "\240");
+    return known ? text : STRING(otherwise);
 }
 
 STRING HomeDirectory() {
@@ -205,20 +181,6 @@ FILEHANDLE OpenFile(const char* name, const char* mode) {
     }
     file.Handle = fd;
     return file;
-}
-
-STRING DateText() {
-    CLOCK::LOCALTIME now = CLOCK::Local();
-    tm t{};
-    t.tm_year = now.Year - 1900;
-    t.tm_mon = now.Month - 1;
-    t.tm_mday = now.Day;
-    timegm(&t);  // fills in the day of the week
-    USERLOCALE user(LC_TIME_MASK);
-    char text[128];
-    size_t length = user.Get() ? strftime_l(text, sizeof text, "%x", &t, user.Get()) : 0;
-    // What the code page of the program may lack is told the neutral way.
-    return length && IsAscii(STRING(text)) ? STRING(text) : DateIso();
 }
 
 void RaiseThreadPriority() {

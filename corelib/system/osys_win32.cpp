@@ -2,7 +2,6 @@
 #include <utility>
 #include <windows.h>
 
-#include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
 #include "corelib/system/registry.h"
@@ -120,16 +119,6 @@ FILEHANDLE OpenFile(const char* name, const char* mode) {
                                 write ? OPEN_ALWAYS : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     file.Handle = handle == INVALID_HANDLE_VALUE ? -1 : reinterpret_cast<intptr_t>(handle);
     return file;
-}
-
-STRING DateText() {
-    CLOCK::LOCALTIME now = CLOCK::Local();
-    SYSTEMTIME t{};
-    t.wYear = static_cast<WORD>(now.Year);
-    t.wMonth = static_cast<WORD>(now.Month);
-    t.wDay = static_cast<WORD>(now.Day);
-    char text[128];
-    return GetDateFormatA(LOCALE_USER_DEFAULT, 0, &t, nullptr, text, sizeof text) ? STRING(text) : DateIso();
 }
 
 void RaiseThreadPriority() {
