@@ -8,6 +8,9 @@ namespace {
 
 constexpr uint32_t EVENT_LEVEL = 7;
 constexpr uint32_t MUTEX_LEVEL = 12;
+// What the trace tells of a wait: it ended well, or by its time-out.
+constexpr int WAIT_DONE = 0;
+constexpr int WAIT_TIMED_OUT = 258;
 
 uint32_t IdOf(const void* object) {
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(object));
@@ -65,7 +68,7 @@ bool EVENTSEM::Wait(int timeout) {
         std::unique_lock hold(State->Guard);
         signalled = WaitFor(State->Changed, hold, timeout, [this] { return State->Signalled; });
     }
-    TraceLevel(EVENT_LEVEL, "EVENTSEM::Wait %08x rc=%d\n", Id(), signalled ? 0 : 1);
+    TraceLevel(EVENT_LEVEL, "EVENTSEM::Wait %08x rc=%d\n", Id(), signalled ? WAIT_DONE : WAIT_TIMED_OUT);
     return signalled;
 }
 
@@ -92,7 +95,7 @@ bool MUTEXSEM::Request(int timeout) {
             ++Depth;
         }
     }
-    TraceLevel(MUTEX_LEVEL, "MUTEXSEM::MUTEXSEM obtained %08x rc= %d\n", Id(), obtained ? 0 : 1);
+    TraceLevel(MUTEX_LEVEL, "MUTEXSEM::MUTEXSEM obtained %08x rc= %d\n", Id(), obtained ? WAIT_DONE : WAIT_TIMED_OUT);
     return obtained;
 }
 
