@@ -2,6 +2,7 @@
 // directory. Both roots lie there, as there is no place that all users may write.
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -29,7 +30,7 @@ struct STOREKEY {
 std::mutex Changing;
 
 STOREKEY* Key(intptr_t key) {
-    return reinterpret_cast<STOREKEY*>(key);
+    return std::bit_cast<STOREKEY*>(key);
 }
 
 STRING StoreDirectory() {
