@@ -69,7 +69,7 @@ class DYNARRAY {
  protected:
     // Whether pos names an item; if not, the assertion `text` has failed.
     bool HasItem(int pos, const char* text) const;
-    // Stands in where there is no item. Never the same for two threads.
+    // Stands in where there is no item, emptied at each call. Never the same for two threads.
     static TYPE& SpareItem();
 
     std::unique_ptr<CRITSECT> pLock;

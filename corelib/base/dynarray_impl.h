@@ -75,7 +75,11 @@ int DYNARRAY<TYPE>::Compare(const TYPE& a, const TYPE& b, int flags) {
 template <class TYPE>
 TYPE& DYNARRAY<TYPE>::SpareItem() {
     static thread_local std::unique_ptr<TYPE> spare;
-    spare = std::make_unique<TYPE>();
+    // The same object each time: one expression may hold two references to it.
+    if (spare)
+        *spare = TYPE();
+    else
+        spare = std::make_unique<TYPE>();
     return *spare;
 }
 
