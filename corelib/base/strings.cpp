@@ -250,9 +250,14 @@ STRING STRING::UpTo(int start, const char* chars) const {
 }
 
 void STRING::Append(const char* text, int length) {
-    text = FailOnNull(text, "STRING::Append op1");
-    if (text)
-        AppendBytes(text, length == -1 ? static_cast<int>(strlen(text)) : length);
+    const char* op1 = FailOnNull(text, "STRING::Append op1");
+    if (!op1)
+        return;
+    if (length == -1)
+        length = static_cast<int>(strlen(op1));
+    else if (!text)
+        length = std::min(length, static_cast<int>(strlen(op1)));  // the caller's length is not of what stands in
+    AppendBytes(op1, length);
 }
 
 void STRING::AppendBytes(const char* bytes, int n) {

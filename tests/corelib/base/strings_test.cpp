@@ -24,7 +24,7 @@ TEST(StringTest, NullReadsAsItsTextWhereThePlatformWouldCrash) {
     EXPECT_EQ(x || none, "x<NULL>");
     EXPECT_EQ(none || x, "x");
     EXPECT_EQ(atoi(none), 0);
-    x.Append(none.Ptr());
+    x.Append(none.Ptr(), 20);
     EXPECT_EQ(x, "x<NULL>");
     x += none;
     EXPECT_EQ(x, "x<NULL>");
