@@ -90,8 +90,10 @@ void CloseLog() {
 void OpenLog(const char* name, bool hard) {
     CloseLog();
     TRACESTATE& state = State();
+    // Outside the mutex: a name of many bytes is traced itself when it becomes a STRING.
+    const intptr_t log = TRACEPLATFORM::OpenLog(name, hard);
     std::lock_guard hold(state.Mutex);
-    state.Log = TRACEPLATFORM::OpenLog(name, hard);
+    state.Log = log;
     state.LogActive = state.Log != -1;
 }
 
