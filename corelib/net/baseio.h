@@ -25,7 +25,7 @@ class BASEIO {
 
     /// Reads up to *length bytes (true: *length is their number) or false with *length 0.
     virtual bool DevRead(char* buffer, int* length);
-    /// Sends; true (or the platform's negative result, read as true by no one) on success.
+    /// Sends the bytes: 1, or 0 when offline, or the platform's negative result when that fails, and the call is gone.
     virtual int DevWrite(const char* buffer, int length) = 0;
     /// Bytes that can be had without blocking.
     virtual int DevGetNumAvail();
@@ -43,7 +43,7 @@ class BASEIO {
     virtual STRING GetInfo(const char* key);
 
     /// True if at least one byte arrived within timeoutMs; *length goes in as the room and comes out as the count. Ends
-    /// early behind a byte of `until`.
+    /// early behind a byte of `until`, or behind a zero byte if there is an `until`.
     bool Read(char* buffer, int* length, int timeoutMs, const char* until);
     /// length -1: the text's own length. What DevWrite returns.
     int Write(const char* buffer, int length);
