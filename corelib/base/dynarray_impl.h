@@ -3,9 +3,10 @@
 // The operations of DYNARRAY; dynarray.h includes this at its end.
 
 template <class TYPE>
-DYNARRAY<TYPE>::DYNARRAY(int initial, int grow) : pLock(std::make_unique<CRITSECT>()), MaxItems(initial), GrowBy(grow) {
+DYNARRAY<TYPE>::DYNARRAY(int initial, int grow)
+    : pLock(std::make_unique<CRITSECT>()), MaxItems(std::max(initial, 0)), GrowBy(grow) {
     ASSERTION(pLock != nullptr, "pLock");
-    ppItems.resize(static_cast<size_t>(std::max(initial, 0)));
+    ppItems.resize(static_cast<size_t>(MaxItems));
 }
 
 template <class TYPE>
@@ -116,7 +117,7 @@ void DYNARRAY<TYPE>::InsertOwned(int pos, std::unique_ptr<TYPE> item) {
     };
     if (!ASSERTION_INFO(pos >= 0 && pos <= ItemCount, "pos>=0 && pos<=this->ItemCount", place().Text()))
         return;
-    if (ItemCount >= MaxItems) {
+    if (ItemCount >= MaxItems && GrowBy > 0) {
         MaxItems += GrowBy;
         ppItems.resize(static_cast<size_t>(MaxItems));
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "corelib/base/filesplatform.h"
 
@@ -24,15 +25,14 @@ void FromTextForm(STRING& text) {
     text.Truncate(out);
 }
 
-STRING ToTextForm(std::string_view bytes) {
-    STRING text("");
-    auto lines = std::count(bytes.begin(), bytes.end(), '\n');
-    text.Make(static_cast<int>(bytes.size()) + static_cast<int>(lines), nullptr);
-    char* out = text.Data();
+// May be longer than a STRING can be.
+std::string ToTextForm(std::string_view bytes) {
+    std::string text;
+    text.reserve(bytes.size() + static_cast<size_t>(std::count(bytes.begin(), bytes.end(), '\n')));
     for (char c : bytes) {
         if (c == '\n')
-            *out++ = '\r';
-        *out++ = c;
+            text += '\r';
+        text += c;
     }
     return text;
 }
@@ -52,7 +52,7 @@ bool ReadAll(const char* path, bool text, STRING& out) {
 bool ReplaceAll(const char* path, std::string_view bytes, bool text) {
     if (!text)
         return FILESPLATFORM::ReplaceBytes(path, bytes);
-    return FILESPLATFORM::ReplaceBytes(path, ToTextForm(bytes).View());
+    return FILESPLATFORM::ReplaceBytes(path, ToTextForm(bytes));
 }
 
 bool Copy(const char* from, const char* to) {

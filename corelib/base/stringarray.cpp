@@ -36,14 +36,16 @@ std::unique_ptr<STRING> ReadValue(std::string_view text) {
 STRINGARRAY::STRINGARRAY(int initial, int grow) : Keys(initial, grow), Values(initial, grow) {}
 
 STRINGARRAY::STRINGARRAY(const STRING& text, int initial, int grow) : STRINGARRAY(initial, grow) {
-    WORDCURSOR lines(text, "\n");
-    std::string_view line;
-    while (lines.Next(line)) {
+    std::string_view rest = text.View();
+    for (int number = 1; !rest.empty(); ++number) {
+        std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
         if (line.empty())
             continue;
         size_t split = line.find('=');
         if (split == line.npos) {
-            Trace("STRINGARRAY: a line without '=' is passed over\n");
+            Trace("STRINGARRAY line %d of %d bytes has no '=' and is passed over\n", number,
+                  static_cast<int>(line.size()));
             continue;
         }
         Keys.AddOwned(std::make_unique<STRING>(line.substr(0, split)));
@@ -109,6 +111,11 @@ bool STRINGARRAY::AllowNewKeys(bool flag) {
     return std::exchange(LockTable, !flag);
 }
 
+bool STRINGARRAY::IsLocked() const {
+    std::lock_guard hold(*Keys.pLock);
+    return LockTable;
+}
+
 STRING& STRINGARRAY::operator[](const char* key) {
     std::lock_guard hold(*Keys.pLock);
     int position = LowerBound(key);
@@ -119,6 +126,9 @@ STRING& STRINGARRAY::operator[](const char* key) {
         newKey->Append(key);
         Keys.InsertOwned(position, std::move(newKey));
         Values.InsertOwned(position, std::make_unique<STRING>());
+        // A full table that may not grow has no place for the key, and what stands there is another's value.
+        if (!IsAt(position, key))
+            return DYNARRAY<STRING>::SpareItem();
     }
     return Values[position];
 }

@@ -11,6 +11,7 @@ class STRINGARRAY {
  public:
     STRINGARRAY(int initial = 64, int grow = 64);
     /// Parses the text form. Empty lines are skipped; a line without "=" is passed over with a line in the trace.
+    /// A zero byte is a byte like any other here, so that it hides nothing behind it.
     STRINGARRAY(const STRING& text, int initial, int grow);
     STRINGARRAY(const STRINGARRAY& other);
     STRINGARRAY(STRINGARRAY&& other) noexcept;
@@ -26,7 +27,7 @@ class STRINGARRAY {
     DYNARRAY<STRING> GetKeys() const;
     /// Allows or forbids that the writing operator[] makes keys; the former LockTable comes back.
     bool AllowNewKeys(bool flag);
-    bool IsLocked() const { return LockTable; }
+    bool IsLocked() const;
 
     /// The value of key, made with a null value if it is missing. A missing key of a locked table is a failed
     /// assertion, and is made all the same.

@@ -41,6 +41,9 @@ int FormatInto(char* buffer, const char* fmt, va_list args) {
 }
 
 STRING Join(std::string_view left, std::string_view right) {
+    left = left.substr(0, MAX_LENGTH);
+    if (!ASSERTION(right.size() <= MAX_LENGTH - left.size(), "this->BufLen>=(l+1)"))
+        right = right.substr(0, MAX_LENGTH - left.size());
     STRING result;
     int total = static_cast<int>(left.size() + right.size());
     result.Make(total, nullptr);
@@ -177,12 +180,14 @@ STRING& STRING::operator=(STRING&& other) noexcept {
 }
 
 void STRING::Make(int l, const char* text) {
-    if (l < 0)
+    if (l < 0 || !ASSERTION(l <= MAX_LENGTH, "this->BufLen>=(l+1)"))
         return;
-    int64_t need = static_cast<int64_t>(l) + 1;
-    int oldLength = Buffer ? StrLen : 0;
+    int need = l + 1;
+    int oldLength = Length();
+    char* former = nullptr;  // lives until text is copied, which may lie in it
+    int formerSize = BufLen;
     if (BufLen < need) {
-        int64_t wanted = (need / BlockSize + 1) * BlockSize;
+        int64_t wanted = (int64_t{need} / BlockSize + 1) * BlockSize;
         int newSize = static_cast<int>(std::min<int64_t>(wanted, std::numeric_limits<int32_t>::max()));
         char* block = AllocBlock(newSize);
         ASSERTION(block != nullptr, "buffer");
@@ -190,8 +195,7 @@ void STRING::Make(int l, const char* text) {
         if (keep > 0)
             memcpy(block, Buffer, static_cast<size_t>(keep));
         memset(block + keep, 0, static_cast<size_t>(newSize - keep));
-        FreeBlock(Buffer, BufLen);
-        Buffer = block;
+        former = std::exchange(Buffer, block);
         BufLen = newSize;
         if (Flags & STRINGFLAG_DYNABLOCK) {
             int step = std::min(newSize / 2, 0x20000);
@@ -215,17 +219,17 @@ void STRING::Make(int l, const char* text) {
     }
     if (text) {
         ASSERTION(BufLen >= need, "this->BufLen>=(l+1)");
-        if (text != Buffer) {
-            if (oldLength > l)
-                memset(Buffer + l, 0, static_cast<size_t>(oldLength - l));
-            memmove(Buffer, text, static_cast<size_t>(l));
-        }
+        memmove(Buffer, text, static_cast<size_t>(l));
+        if (oldLength > l)
+            memset(Buffer + l, 0, static_cast<size_t>(oldLength - l));
     }
     StrLen = l;
     Buffer[l] = 0;
+    FreeBlock(former, formerSize);
 }
 
 STRING STRING::Right(int n) const {
+    n = std::max(n, 0);
     int length = Buffer ? static_cast<int>(strlen(Buffer)) : 0;
     return Mid(std::max(0, length - n), n);
 }
@@ -326,12 +330,13 @@ void STRING::Insert(const char* text, int pos) {
     if (pos == Length()) {
         Append(text);
     } else if (pos >= 0 && pos < Length()) {
-        text = FailOnNull(text, "STRING::Insert");
-        if (!text)
+        // A copy: the text may lie in this string.
+        const STRING piece(FailOnNull(text, "STRING::Insert"));
+        int n = piece.Length();
+        if (n == 0 || n > MAX_LENGTH - StrLen)
             return;
-        auto n = static_cast<int>(strlen(text));
         InsertChars(n, pos, ' ');
-        memcpy(Buffer + pos, text, static_cast<size_t>(n));
+        memcpy(Buffer + pos, piece.Buffer, static_cast<size_t>(n));
     }
 }
 
@@ -376,7 +381,11 @@ int STRING::Save(const char* filename, const char* mode) const {
 }
 
 int STRING::Load(const char* filename, const char* mode) {
-    return FILES::ReadAll(filename, !strchr(mode, 'b'), *this) ? 1 : 0;
+    uint32_t binary = Flags & STRINGFLAG_BINARY;
+    if (!FILES::ReadAll(filename, !strchr(mode, 'b'), *this))
+        return 0;
+    Flags |= binary;
+    return 1;
 }
 
 char STRING::operator[](int i) const {

@@ -69,4 +69,9 @@ TEST(RecordarrayTest, SortsAndFindsByKeys) {
     EXPECT_EQ(records.FindRecord("S", "app", 1), -1);
     EXPECT_GE(records.FindRecord("S", "app", 0), 1);
     EXPECT_EQ(records.FindRecord("missing", "x", 0), -1);
+    const int before = AssertCount();
+    records.SortByKey("missing", 0);
+    EXPECT_GT(AssertCount(), before);
+    EXPECT_ASSERTIONS(AssertCount() - before);
+    EXPECT_EQ(records.Count(), 3);
 }

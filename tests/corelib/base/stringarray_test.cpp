@@ -52,6 +52,8 @@ TEST(StringarrayTest, ReadsWhatItCan) {
     };
     for (const auto& row : rows)
         EXPECT_EQ(STRINGARRAY(STRING(row.Text), 2, 2).AsText(), row.Result) << row.Text;
+    STRINGARRAY zeros(STRING(std::string_view("a=1\nb=2\0\nc=3\n", 13)), 2, 2);
+    EXPECT_EQ(zeros.AsText(), "a=1\nb=2\\0\nc=3\n") << "a zero byte ends no text";
     STRINGARRAY doubled(STRING("k=2\nK=1\nk=3\n"), 2, 2);
     EXPECT_EQ(doubled["K"], "2") << "the first of equal keys";
     EXPECT_EQ(doubled.Find("k"), 0);
@@ -67,6 +69,16 @@ TEST(StringarrayTest, ALockedTableAssertsOnNewKeysAndStillMakesThem) {
     EXPECT_ASSERTIONS(1);
     table["b"] = "2";
     EXPECT_EQ(table.Get("b"), "2");
+}
+
+TEST(StringarrayTest, AFullTableThatMayNotGrowKeepsItsValues) {
+    STRINGARRAY table(2, 0);
+    table["b"] = "1";
+    table["c"] = "2";
+    EXPECT_ASSERTIONS(2 * 2);  // the array of the keys and that of the values
+    table["a"] = "x";
+    table["d"] = "x";
+    EXPECT_EQ(table.AsText(), "b=1\nc=2\n");
 }
 
 TEST(StringarrayTest, ReadingAMissingKeyAsserts) {

@@ -1,5 +1,8 @@
 #include "corelib/base/strings.h"
 
+#include <climits>
+#include <vector>
+
 #include "tests/support/testsupport.h"
 
 TEST(StringTest, NullAndEmptyAreDifferent) {
@@ -28,6 +31,9 @@ TEST(StringTest, NullReadsAsItsTextWhereThePlatformWouldCrash) {
     EXPECT_EQ(x, "x<NULL>");
     x += none;
     EXPECT_EQ(x, "x<NULL>");
+    STRING cut("");
+    cut.Append(none.Ptr(), 20);
+    EXPECT_EQ(cut, "<NULL>") << "the length was that of the text which is missing";
 }
 
 TEST(StringTest, GrowthFollowsTheBlockSizes) {
@@ -62,8 +68,51 @@ TEST(StringTest, GrowthKeepsTheContent) {
         expected += c;
     }
     EXPECT_EQ(Std(text), expected);
-    text.AppendBytes(text.Ptr() + 10, 1000);
-    EXPECT_EQ(Std(text), expected + expected.substr(10, 1000)) << "a piece of the string itself";
+}
+
+TEST(StringTest, TakesPiecesOfItself) {
+    STRING text("abcdef");
+    text.Make(3, text.Ptr() + 3);
+    EXPECT_EQ(text, "def");
+    text.Insert(text.Ptr() + 1, 0);
+    EXPECT_EQ(text, "efdef");
+    // So that the buffers have to move.
+    while (text.Length() < text.GetBufLen() - 1)
+        text.AppendBytes("-", 1);
+    const std::string before = Std(text);
+    text.AppendBytes(text.Ptr() + 2, 3);
+    EXPECT_EQ(Std(text), before + "def");
+    while (text.Length() < text.GetBufLen() - 1)
+        text.AppendBytes("-", 1);
+    const std::string after = Std(text);
+    text.Insert(text.Ptr() + 1, 2);
+    EXPECT_EQ(Std(text), after.substr(0, 2) + after.substr(1) + after.substr(2));
+}
+
+TEST(StringTest, LengthsEndAtTheTypesLimit) {
+    STRING text("x"), none;
+    EXPECT_ASSERTIONS(3);
+    text.Make(INT_MAX, nullptr);
+    text.AppendBytes("y", INT_MAX);
+    none.Make(INT_MAX, "z");
+    EXPECT_EQ(text, "x");
+    EXPECT_FALSE(none.NotNull());
+    EXPECT_EQ(text.Right(INT_MIN), "");
+}
+
+TEST(StringTest, BlocksOutliveTheirPool) {
+    std::vector<char*> blocks(130);
+    for (char*& block : blocks)
+        block = AllocBlock(96);
+    for (char* block : blocks)
+        FreeBlock(block, 96);
+    char* pooled = AllocBlock(96);
+    STRING before("made while there is a pool");
+    ClosePool();
+    STRING after("made when there is none");
+    before = after;
+    EXPECT_EQ(before, after);
+    FreeBlock(pooled, 96);
 }
 
 TEST(StringTest, PiecesAreClippedAndNeverNull) {
