@@ -1,6 +1,5 @@
 #include "corelib/base/locks.h"
 
-#include "corelib/base/recordarray.h"
 #include "corelib/base/trace.h"
 #include "tests/support/testsupport.h"
 
@@ -38,30 +37,6 @@ TEST(LocksTest, AMutexBelongsToItsThread) {
     mutex.Release();
     EXPECT_TRUE(mutex.Request(0)) << "a Release too many does no harm";
     mutex.Release();
-}
-
-TEST(LocksTest, TablesStandTwoThreads) {
-    STRINGARRAY record(STRING("count=0\ntext=\n"), 4, 4);
-    DYNARRAY<STRING> list(4, 4);
-    std::thread writer([&] {
-        for (int i = 1; i <= 2000; ++i) {
-            record.SetNumber("count", i);
-            record.Set("text", STRING("a value that needs a buffer of its own"));
-            list.Add("x");
-        }
-    });
-    int last = 0;
-    while (last < 2000) {
-        int now = record.GetNumber("count");
-        ASSERT_GE(now, last);
-        last = now;
-        STRING text = record.Get("text");
-        ASSERT_TRUE(text == "" || text.Length() == 38);
-        list.Count();
-    }
-    writer.join();
-    EXPECT_EQ(list.Count(), 2000);
-    EXPECT_EQ(record.AsText().Line(0), "count=2000");
 }
 
 namespace {
