@@ -62,6 +62,7 @@ ARGUMENTS MakeArguments(int argc, char** argv) {
         words.emplace_back(
             (STRING("/WORKDIR:") || OSYS::FilePath(GetWin32SystemPath(5).Text(), DEMO_DIRECTORY)).Text());
     std::vector<const char*> pointers;
+    pointers.reserve(words.size());
     for (const std::string& word : words)
         pointers.push_back(word.c_str());
     return {static_cast<int>(pointers.size()), pointers.data()};

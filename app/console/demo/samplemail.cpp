@@ -11,10 +11,10 @@ namespace {
 struct SAMPLE {
     const char* From;
     const char* Subject;  // as it stands in the header, encoded words and all
-    int AgeMinutes;
+    int64_t AgeMinutes;
     const char* Body;            // UTF-8, lines end in "\n"
     const char* File = nullptr;  // name of what is attached
-    int FileKb = 0;
+    int64_t FileKb = 0;
 };
 
 constexpr const char* OWNER = "Alex Demo <alex@example.org>";
@@ -175,7 +175,7 @@ STRING HeaderDate(int64_t unixSeconds) {
 }
 
 // Lines of Base64 that no program can make a picture of: what counts is that they are there.
-std::string FileContent(int kilobytes) {
+std::string FileContent(int64_t kilobytes) {
     constexpr std::string_view ALPHABET = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     constexpr size_t LINE = 76;
     std::string content;
@@ -195,8 +195,8 @@ constexpr const char* TEXT_TYPE = "Content-Type: text/plain; charset=utf-8\nCont
 std::string Compose(const SAMPLE& sample, const char* idPrefix, int number, int64_t now) {
     STRING header;
     header.Format("From: %s\nTo: %s\nSubject: %s\nDate: %s\nMessage-Id: <%s-%d@demo.example>\nMIME-Version: 1.0\n",
-                  sample.From, OWNER, sample.Subject, HeaderDate(now - int64_t{60} * sample.AgeMinutes).Text(),
-                  idPrefix, number);
+                  sample.From, OWNER, sample.Subject, HeaderDate(now - 60 * sample.AgeMinutes).Text(), idPrefix,
+                  number);
     std::string text(header.View());
     if (sample.File) {
         const bool pdf = std::string_view(sample.File).ends_with(".pdf");
