@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "app/check/mailtext.h"
+#include "app/common/mailtext.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const STRING text(std::string_view(reinterpret_cast<const char*>(data), size));

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "app/check/mailtext.h"
 #include "app/common/formats.h"
+#include "app/common/mailtext.h"
 #include "app/mailbox/listing.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "app/check/mailrecords.h"
-#include "app/check/mailtext.h"
+#include "app/common/mailtext.h"
 #include "app/console/consoletexts.h"
 #include "app/console/displaytext.h"
 

@@ -1,4 +1,4 @@
-#include "app/check/mailtext.h"
+#include "app/common/mailtext.h"
 
 #include "tests/support/testsupport.h"
 
