@@ -67,9 +67,11 @@ bool ReadMail(BASEIO& device, int number, int lines, LISTING::WRITER& listing) {
     text.Format("%s: %d\n%s: %d|%d\n", LISTING::SIZE_HEADER, size, LISTING::ID_HEADER, number, size);
     listing.Append(text.View());
     bool more = true;
+    bool continued = false;  // what comes next is the rest of a line that was longer than the buffer
     while (more) {
-        more = TCP::ReadLine(device, line, sizeof line, PopTimes.ReplyMs) && strcmp(line, ".") != 0 &&
+        more = TCP::ReadLine(device, line, sizeof line, PopTimes.ReplyMs) && (continued || strcmp(line, ".") != 0) &&
                listing.Length() < PopTimes.ListingBytes;
+        continued = strlen(line) == sizeof line - 1;
         // A line that did not come makes an empty one, which ends the block.
         listing.Append(line);
         listing.Append("\n");

@@ -142,6 +142,12 @@ TEST(PopGet, OutcomeOfWhatAServerMaySay) {
          From(LIST1),
          {true, SUMMARY + "X-Size: 40\nX-Message-Id: 2|40\nA: " + longLine.substr(0, 1020) + "\n" +
                     longLine.substr(1020) + "\nB: 1\n2\nC: 3\n.\n\1" + BLOCK1}},
+        {"a point that ends an over-long line does not end the mail",
+         TOP2,
+         "+OK\r\nA: b\r\n\r\n" + longLine.substr(0, 1023) + ".\r\nmore\r\n.\r\n",
+         From(LIST1),
+         {true, SUMMARY + "X-Size: 40\nX-Message-Id: 2|40\nA: b\n\n" + longLine.substr(0, 1023) + "\n.\nmore\n.\n\1" +
+                    BLOCK1}},
         {"the end byte splits a block: the contract's own weakness",
          TOP2,
          "+OK\r\nA: \1b\r\n.\r\n",
