@@ -1,6 +1,8 @@
 #include "app/check/checkcycle.h"
 
 #include <algorithm>
+#include <climits>
+#include <utility>
 
 #include "app/check/dialup.h"
 #include "app/check/newmail.h"
@@ -136,7 +138,8 @@ void CHECKCYCLE::DialIfDue() {
     Parts.FrontEnd.ShowStatusLine(true);
     Parts.FrontEnd.ArrangeControls();
     STRING error("");
-    dialled = Parts.Dialup.Dial(entry, error);
+    const bool dialled = Parts.Dialup.Dial(entry, error);
+    dialledEntry = dialled ? entry : STRING();
     // A connection of our own is no change that somebody else made, and is used without waiting for it to settle.
     lastOnline = dialled;
     if (dialled)
@@ -159,10 +162,10 @@ void CHECKCYCLE::DialFailed(const STRING& error) {
 
 /// A connection that the cycle dialled lives for one pass over the items.
 void CHECKCYCLE::EndDialling() {
-    if (!dialled)
+    if (!dialledEntry.NotNull())
         return;
-    dialled = false;
-    const STRING entry = Parts.State.Get("EntryToMonitor");
+    // Not what the settings name now: they may have changed during the pass.
+    const STRING entry = std::exchange(dialledEntry, STRING());
     Parts.FrontEnd.SetStatusLine(Parts.Texts.Part(TEXT_DIAL_STATES, PART_HANGING_UP) || entry);
     if (Parts.Dialup.IsConnected(entry))
         Parts.Dialup.HangUp(entry);

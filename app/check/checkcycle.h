@@ -116,5 +116,5 @@ class CHECKCYCLE {
     int lastOnline = -1;
     int lastErrorMark = -999;
     int64_t onlineSince = 0;  // seconds since 1970, 0 when offline or dialled by this cycle
-    bool dialled = false;
+    STRING dialledEntry;      // of the connection that this cycle has dialled; null without one
 };

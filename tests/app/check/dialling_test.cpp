@@ -67,6 +67,13 @@ TEST_F(Dialling, DialsForOnePass) {
     EXPECT_EQ(Journal.Take(), LIST{}) << "nothing is due";
 }
 
+TEST_F(Dialling, HangsUpWhatItDialled) {
+    State.Set("ConnectionDunDial", "1");
+    Mailboxes.DuringCheck = [&] { State.Set("EntryToMonitor", "office"); };
+    Cycle.Turn();
+    EXPECT_FALSE(Dialup.Connected);
+}
+
 TEST_F(Dialling, FailureIsShownOncePerPeriod) {
     State.Set("ConnectionDunDial", "1");
     Dialup.CanDial = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -69,6 +70,8 @@ class FAKEMAILBOXES : public MAILBOXES {
     explicit FAKEMAILBOXES(JOURNAL& journal) : Journal(journal) {}
     STRING GetMailbox(STRINGARRAY& item) override {
         Journal.Add("get " + Std(item.Get("Name")));
+        if (DuringCheck)
+            DuringCheck();
         return Listing;
     }
     bool DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) override {
@@ -83,7 +86,8 @@ class FAKEMAILBOXES : public MAILBOXES {
     }
 
     STRING Listing = "0 msgs|0 unread|0 bytes\n";
-    STRING Refusal;          // null: disposal works
+    STRING Refusal;  // null: disposal works
+    std::function<void()> DuringCheck;
     STRING QueuedMeanwhile;  // what the user deletes while a deletion runs
 
  private:
