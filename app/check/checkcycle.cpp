@@ -226,8 +226,9 @@ void CHECKCYCLE::ShowCounts() {
 int CHECKCYCLE::CountMails(int mode, bool* allUnknown, bool* errorMark) {
     if (mode == -1)
         mode = Parts.State.GetNumber("EmailTaskbarUnread");
-    int total = 0;
-    int unread = 0;
+    // Counts are what servers claim: the sum of two may pass all numbers.
+    int64_t total = 0;
+    int64_t unread = 0;
     int unknown = 0;
     bool failed = false;
     MUTEXHOLD hold(itemMutex);
@@ -244,7 +245,7 @@ int CHECKCYCLE::CountMails(int mode, bool* allUnknown, bool* errorMark) {
         *allUnknown = unknown == items;
     if (errorMark)
         *errorMark = failed;
-    return mode ? unread : total;
+    return static_cast<int>(std::clamp<int64_t>(mode ? unread : total, INT_MIN, INT_MAX));
 }
 
 bool CHECKCYCLE::NeedsRefresh(STRINGARRAY& item) {

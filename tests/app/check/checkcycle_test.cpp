@@ -1,5 +1,7 @@
 #include "app/check/checkcycle.h"
 
+#include <climits>
+
 #include "tests/app/check/fakes.h"
 
 namespace {
@@ -241,6 +243,8 @@ TEST_F(Counts, AreSummedUp) {
     EXPECT_TRUE(failed);
     State.Set("EmailTaskbarUnread", "0");
     EXPECT_EQ(Cycle.CountMails(-1, nullptr, nullptr), 15);
+    AddItem("e", 0).Set("LastRC", "2147483647|2147483647?");
+    EXPECT_EQ(Cycle.CountMails(0, nullptr, nullptr), INT_MAX) << "a server may claim anything";
 }
 
 TEST_F(Counts, AreShownWhenTheyChange) {
