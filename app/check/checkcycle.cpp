@@ -6,6 +6,7 @@
 
 #include "app/check/dialup.h"
 #include "app/check/newmail.h"
+#include "app/filter/spamfilter.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
@@ -316,7 +317,8 @@ void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
         item.Set("LastRC", FAILED_COUNTS);
         newdata = Parts.Texts.Get(TEXT_CHECK_FAILED) || newdata.Mid(5);
     } else {
-        item.Set("@FileStore", std::move(newdata));
+        item.Set("@FileStore", Parts.Filter.SpamFilter(item, newdata));
+        newdata = STRING();
         // Read where it lies, as a copy would double the largest text of the program: nobody else writes this value.
         const STRING& listing = item["@FileStore"];
         newdata =

@@ -13,6 +13,7 @@
 #include "corelib/system/osys.h"
 
 class DIALUP;
+class SPAMFILTER;
 
 /// Periods and pauses of the check cycle. Tests shrink them.
 struct CHECKTIMES {
@@ -29,6 +30,7 @@ struct CHECKPARTS {
     FRONTEND& FrontEnd;
     const TEXTS& Texts;
     MAILBOXES& Mailboxes;
+    SPAMFILTER& Filter;
     NOTIFIER& Notifier;
     DIALUP& Dialup;
 };

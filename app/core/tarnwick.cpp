@@ -5,6 +5,7 @@
 #include "app/check/dialup.h"
 #include "app/check/items.h"
 #include "app/core/datadir.h"
+#include "app/filter/spamfilter.h"
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/trace.h"
 
@@ -18,7 +19,10 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& notifier, const ARGUMENTS& argu
       NextHandle(FIRST_ITEM_HANDLE),
       Dialler(std::make_unique<WINRAS>()),
       Mail(std::make_unique<MAILHANDLING>(frontEnd, texts)),
-      Check(std::make_unique<CHECKCYCLE>(CHECKPARTS{pState, Items, frontEnd, texts, *Mail, notifier, *Dialler})) {}
+      Mx(std::make_unique<SYSTEMMXLOOKUP>()),
+      Spam(std::make_unique<SPAMFILTER>(pState, texts, frontEnd, *Mx)),
+      Check(
+          std::make_unique<CHECKCYCLE>(CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, notifier, *Dialler})) {}
 
 TARNWICK::~TARNWICK() {
     Stop();
@@ -41,6 +45,8 @@ bool TARNWICK::Open() {
                                         Directory.Text());
     Files->RenameOldFiles();
     Files->LoadSettings();
+    STRING unused;
+    Mx->GetAddr(nullptr, unused, unused);
     Files->LoadTables();
     Files->UpgradeSettings(Dialler->EnumEntries());
     if (oldDirectory.NotNull()) {

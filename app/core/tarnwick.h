@@ -14,6 +14,8 @@
 
 class DIALUP;
 class MAILHANDLING;
+class MXLOOKUP;
+class SPAMFILTER;
 
 /// The application: owns the settings, the items, the mail types, the mailboxes and the work thread, and wires them.
 /// Made, opened, started and destroyed by the front end's thread; the front end, the notifier, the words and the texts
@@ -62,6 +64,9 @@ class TARNWICK {
     STRING DataFile(const char* name) const { return OSYS::FilePath(Directory.Ptr(), name); }
     CHECKCYCLE& Cycle() { return *Check; }
     MAILHANDLING& Mailboxes() { return *Mail; }
+    SPAMFILTER& Filter() { return *Spam; }
+    /// The mail servers of domains, for who makes a filter of its own.
+    MXLOOKUP& MailServers() { return *Mx; }
     const TEXTS& Texts() const { return TextTable; }
 
     STRINGARRAY pState;  // the settings
@@ -91,6 +96,8 @@ class TARNWICK {
     std::unique_ptr<DATAFILES> Files;
     std::unique_ptr<DIALUP> Dialler;
     std::unique_ptr<MAILHANDLING> Mail;
+    std::unique_ptr<MXLOOKUP> Mx;
+    std::unique_ptr<SPAMFILTER> Spam;
     std::unique_ptr<CHECKCYCLE> Check;
     bool Saved = false;
 };

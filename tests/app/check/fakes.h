@@ -9,6 +9,7 @@
 
 #include "app/check/checkcycle.h"
 #include "app/check/dialup.h"
+#include "app/filter/spamfilter.h"
 #include "tests/support/testsupport.h"
 
 class FAKETEXTS : public TEXTS {
@@ -18,6 +19,7 @@ class FAKETEXTS : public TEXTS {
                                                         {2964, "Cannot dial"},
                                                         {2965, "Dialling |Connected to |Hanging up "},
                                                         {2971, "unread"},
+                                                        {3002, "Checking for spam"},
                                                         {3006, "Error: "},
                                                         {10004, "Title"}};
         return TEXT.at(id);
@@ -146,6 +148,12 @@ class RECORDINGNOTIFIER : public NOTIFIER {
     std::vector<std::string> Calls;
 };
 
+/// A name service that cannot be reached.
+class DEADMXLOOKUP : public MXLOOKUP {
+ public:
+    bool GetAddr(const char* /*name*/, STRING& /*bestmx*/, STRING& /*list*/) override { return false; }
+};
+
 /// Settings and items as the program has them, around a check cycle whose clock stands still.
 class CYCLETEST : public testing::Test {
  protected:
@@ -156,6 +164,7 @@ class CYCLETEST : public testing::Test {
                                          {"EntryToMonitor", "home"},
                                          {"EmailTaskbarUnread", "1"},
                                          {"ResetCounter", "1"},
+                                         {"SpamFilterDisabled", "1"},
                                          {"PopupBackgroundColor", "111"},
                                          {"PopupTextColor", "222"}})
             State.Set(key, value);
@@ -179,8 +188,10 @@ class CYCLETEST : public testing::Test {
     RECORDARRAY Items{8, 8};
     RECORDINGFRONTEND FrontEnd{Journal};
     FAKEMAILBOXES Mailboxes{Journal};
+    DEADMXLOOKUP Mx;
+    SPAMFILTER Filter{State, Texts, FrontEnd, Mx};
     RECORDINGNOTIFIER Notifier;
     FAKEDIALUP Dialup{Journal};
     int NextHandle = FIRST_ITEM_HANDLE;
-    CHECKCYCLE Cycle{CHECKPARTS{State, Items, FrontEnd, Texts, Mailboxes, Notifier, Dialup}};
+    CHECKCYCLE Cycle{CHECKPARTS{State, Items, FrontEnd, Texts, Mailboxes, Filter, Notifier, Dialup}};
 };

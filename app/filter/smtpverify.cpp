@@ -1,0 +1,77 @@
+#include "app/filter/smtpverify.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "corelib/net/tcpio.h"
+#include "corelib/net/tcpline.h"
+
+SMTPVERIFYTIMES SmtpVerifyTimes;
+
+namespace {
+
+// Nothing of the user's goes out: the dialogue speaks for a mailbox that nobody has.
+constexpr const char* HELO_NAME = "mail.example.com";
+constexpr const char* SENDER = "postmaster@mail.example.com";
+
+constexpr int REPLY_BYTES = 256;
+constexpr int GREETING_LINES = 100;    // no server keeps us listening for ever
+constexpr size_t ADDRESS_BYTES = 254;  // the longest that a path of SMTP can hold
+
+int Code(const char* reply) {
+    return atoi(STRING(reply));
+}
+
+bool IsPositive(const char* reply) {
+    const int code = Code(reply);
+    return code >= 200 && code <= 299;
+}
+
+/// An address comes from a mail: nothing in it may end the command or begin another.
+bool IsPlainAddress(std::string_view address) {
+    return !address.empty() && address.size() <= ADDRESS_BYTES &&
+           std::none_of(address.begin(), address.end(), [](char c) {
+               return static_cast<unsigned char>(c) <= ' ' || c == 127 || c == '<' || c == '>';
+           });
+}
+
+/// Reads the greeting, whose last line stays in reply; true if it is positive.
+bool ReadGreeting(BASEIO& device, char (&reply)[REPLY_BYTES], bool& extended) {
+    extended = false;
+    bool more = true;
+    for (int line = 0; more && line < GREETING_LINES; ++line) {
+        TCP::ReadLine(device, reply, sizeof reply, SmtpVerifyTimes.GreetingMs);
+        extended |= strstr(reply, "ESMTP") != nullptr;
+        more = strlen(reply) > 3 && reply[3] == '-';
+    }
+    return !more && IsPositive(reply);
+}
+
+}  // namespace
+
+bool VerifySenderSmtp(const STRING& host, const STRING& address, int& code) {
+    code = 0;
+    if (!IsPlainAddress(address.View()))
+        return false;
+    TCPIPIO device("", "", "");
+    if (!device.MakeCall((host || ":smtp").Text()))
+        return false;
+    char reply[REPLY_BYTES];
+    bool extended = false;
+    if (!ReadGreeting(device, reply, extended))
+        return false;
+    const STRING sender = extended ? STRING("<") || SENDER || ">" : STRING(" ") || SENDER;
+    const STRING receiver = extended ? STRING("<") || address || ">" : STRING(" ") || address;
+    const auto ask = [&](const STRING& command, int timeoutMs) {
+        TCP::WriteCommand(device, command.Text(), reply, sizeof reply, timeoutMs);
+        return IsPositive(reply);
+    };
+    if (!ask(STRING("HELO ") || HELO_NAME, SmtpVerifyTimes.HeloMs) ||
+        !ask(STRING("MAIL FROM:") || sender, SmtpVerifyTimes.EnvelopeMs))
+        return false;
+    ask(STRING("RCPT TO: ") || receiver, SmtpVerifyTimes.EnvelopeMs);
+    code = Code(reply);
+    char farewell[REPLY_BYTES];
+    TCP::WriteCommand(device, "QUIT", farewell, sizeof farewell, SmtpVerifyTimes.QuitMs);
+    return true;
+}

@@ -1,0 +1,159 @@
+#include "app/filter/spamfilter.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "app/filter/senderchecks.h"
+#include "app/filter/spamvariables.h"
+#include "app/mailbox/listing.h"
+#include "app/mailbox/mailboxes.h"
+#include "corelib/base/trace.h"
+
+namespace {
+
+constexpr int TEXT_SCORING = 3002;
+constexpr int TEXT_EXCEPTIONS = 3022;
+constexpr int TEXT_TOO_FEW = 3023;
+constexpr int TEXT_TOO_FEW_END = 3024;
+constexpr int TEXT_HAS_EXCEPTIONS = 3031;
+constexpr int TEXT_RESULT = 3032;
+constexpr int TEXT_POINTS = 3033;
+constexpr int TEXT_INDICATIONS = 3034;
+constexpr int TEXT_SUBJECT = 3037;
+constexpr int TEXT_ONLY = 3040;
+
+}  // namespace
+
+int SPAMFILTER::LoadSpamDefinitions() {
+    return LoadTable()->Words.Count();
+}
+
+std::shared_ptr<const SPAMTABLE> SPAMFILTER::LoadTable() {
+    // A variables' file that cannot be read leaves the values of the load before.
+    const std::shared_ptr<const SPAMTABLE> before = Table();
+    STRINGARRAY vars = before ? before->Vars : STRINGARRAY();
+    LoadSpamVariables(vars, State.Get("SpamVarsFile").Text());
+    SPAMWORDS words;
+    LoadSpamWords(words, State, vars);
+    auto table = std::make_shared<const SPAMTABLE>(std::move(words), std::move(vars));
+    const std::lock_guard hold(Guard);
+    LatestTable = table;
+    return table;
+}
+
+std::shared_ptr<const SPAMTABLE> SPAMFILTER::Table() {
+    const std::lock_guard hold(Guard);
+    return LatestTable;
+}
+
+bool SPAMFILTER::IsFiltered(const STRINGARRAY& item) const {
+    return State.GetNumber("SpamFilterDisabled") == 0 && item.GetNumber("Type") != ITEMTYPE_HOTMAIL &&
+           item.GetNumber("DoSpamFilter") != 0;
+}
+
+STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
+    Trace("TARNWICK::SpamFilter\n");
+    std::shared_ptr<const SPAMTABLE> table;
+    std::unique_ptr<WORDSCANNER> scanner;
+    if (IsFiltered(item)) {
+        table = LoadTable();
+        scanner = std::make_unique<WORDSCANNER>(*table, State, Texts);
+    }
+    const LISTING::SUMMARY summary = LISTING::ReadSummary(listing);
+    const int handle = item.GetNumber("@Handle");
+    const STRING progress = Texts.Get(TEXT_SCORING);
+
+    // The headers of all mails first, so that the new listing is made in one piece and of its true size.
+    std::vector<std::string> headers;
+    std::vector<std::string_view> blocks;
+    int64_t sum = 0;
+    size_t bytes = static_cast<size_t>(summary.Line.Length()) + 1;
+    std::string_view rest = listing.View().substr(std::min(bytes, listing.View().size()));
+    while (!rest.empty()) {
+        const std::string_view block = rest.substr(0, rest.find(LISTING::BLOCK_END));
+        if (block.empty())
+            break;
+        rest.remove_prefix(std::min(block.size() + 1, rest.size()));
+        SPAMSCORE score;
+        std::string header;
+        if (scanner) {
+            STRING status = progress;
+            status.AppendFormat(" %d/%d", static_cast<int>(blocks.size()) + 1, summary.Count);
+            FrontEnd.SetItemStatus(handle, status);
+            std::string report;
+            score = Score(*table, *scanner, block, &report, handle, status);
+            std::replace(report.begin(), report.end(), '\n', REASON_LINE_END);
+            header = "X-SpamReason: " + report + "\n";
+        }
+        sum += score.Result;
+        header += "X-SpamPoints: " + std::to_string(score.Result) + "\n";
+        bytes += header.size() + block.size() + 1;
+        headers.push_back(std::move(header));
+        blocks.push_back(block);
+    }
+    STRING result;
+    result.Make(static_cast<int>(bytes - (blocks.empty() ? 0 : 1)), nullptr);
+    char* at = result.Data();
+    const auto put = [&at](std::string_view piece) { at = std::copy(piece.begin(), piece.end(), at); };
+    put(summary.Line.View());
+    put("\n");
+    for (size_t i = 0; i < blocks.size(); ++i) {
+        if (i > 0)
+            put({&LISTING::BLOCK_END, 1});
+        put(headers[i]);
+        put(blocks[i]);
+    }
+    Trace("TARNWICK::SpamFilter done, total msgs %d, total points %d\n", scanner ? static_cast<int>(blocks.size()) : 0,
+          static_cast<int>(sum));
+    return result;
+}
+
+SPAMSCORE SPAMFILTER::SpamFilterMessage(const char* message, STRING* report, int handle, const STRING& status) {
+    if (!ASSERTION(message, "msg!=NULL"))
+        return {};
+    std::shared_ptr<const SPAMTABLE> table = Table();
+    if (!table)
+        table = LoadTable();
+    WORDSCANNER scanner(*table, State, Texts);
+    std::string text;
+    const SPAMSCORE score = Score(*table, scanner, message, report ? &text : nullptr, handle, status);
+    if (report)
+        *report = STRING(std::string_view(text));
+    return score;
+}
+
+SPAMSCORE SPAMFILTER::Score(const SPAMTABLE& table, WORDSCANNER& scanner, std::string_view message, std::string* report,
+                            int handle, const STRING& status) {
+    scanner.Scan(message);
+    const bool suspect = scanner.Exceptions == 0 && scanner.Significant >= State.GetNumber("SpamMinWords");
+    if (suspect) {
+        int significance = scanner.LastSignificance;
+        STRING reason;
+        const int points = SpamFrom({State, table.Vars, Texts, FrontEnd, Mx}, scanner.FromValue, scanner.TotalPoints,
+                                    significance, reason, handle, status);
+        if (points != 0)
+            scanner.Count(points, significance);
+        scanner.Details += SpamReportLine(points, significance, reason.View(), {});
+    }
+    const SPAMSCORE score{suspect ? scanner.TotalPoints : 0, scanner.TotalPoints, scanner.Significant,
+                          scanner.Exceptions};
+    if (report)
+        *report = Report(scanner, score);
+    // The line reads like one of the mail types; whoever evaluates traces knows it so.
+    Trace("TARNWICK::GetTypeIndex returns typendx= %d\n", score.Result);
+    return score;
+}
+
+std::string SPAMFILTER::Report(const WORDSCANNER& scanner, const SPAMSCORE& score) const {
+    const auto text = [this](int id) { return std::string(Texts.Get(id).View()); };
+    const bool tooFew = score.Significant < State.GetNumber("SpamMinWords");
+    std::string report = text(TEXT_SUBJECT) + " " + std::string(scanner.SubjectLine.View()) + "\n\n" + scanner.Details;
+    report += "\n\n    " + std::to_string(score.TotalPoints) + text(TEXT_POINTS);
+    report += "    " + (tooFew ? text(TEXT_ONLY) : "") + std::to_string(score.Significant) + text(TEXT_INDICATIONS);
+    if (tooFew)
+        report += text(TEXT_TOO_FEW) + std::string(State.Get("SpamMinWords").View()) + text(TEXT_TOO_FEW_END);
+    report += "\n    " + std::to_string(score.Exceptions) + text(TEXT_EXCEPTIONS);
+    if (score.Exceptions != 0)
+        report += text(TEXT_HAS_EXCEPTIONS);
+    return report + "\n\n" + text(TEXT_RESULT) + std::to_string(score.Result) + "\n\n\n";
+}

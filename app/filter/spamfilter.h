@@ -1,0 +1,56 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "app/common/frontend.h"
+#include "app/common/texts.h"
+#include "app/filter/wordscanner.h"
+#include "corelib/net/mxlookup.h"
+
+/// What the filter thinks of a mail.
+struct SPAMSCORE {
+    int Result = 0;  // the points, or 0 if the mail has too few indications or an exception
+    int TotalPoints = 0;
+    int Significant = 0;  // significant indications
+    int Exceptions = 0;
+};
+
+/// The spam filter: gives every mail of a listing its points and its reasons, and takes no action on any. Points alone
+/// condemn nothing: they count only with enough significant indications and without an exception.
+class SPAMFILTER {
+ public:
+    /// All of it outlives the filter.
+    SPAMFILTER(const STRINGARRAY& state, const TEXTS& texts, FRONTEND& frontEnd, MXLOOKUP& mx)
+        : State(state), Texts(texts), FrontEnd(frontEnd), Mx(mx) {}
+
+    /// Reads the spam variables and the word table anew; the number of rows. Any thread: a scan that runs goes on with
+    /// the table it has.
+    int LoadSpamDefinitions();
+
+    /// The listing with X-SpamPoints and X-SpamReason on top of each of its mails. An item that is not filtered gets 0
+    /// points everywhere. An empty block ends the listing. Work thread.
+    STRING SpamFilter(const STRINGARRAY& item, const STRING& listing);
+
+    /// Scores one mail by the definitions that were loaded last. `report`, which may be null, gets the report for a
+    /// person. handle and status: for the progress in the item's row. The filter's own thread, one mail at a time.
+    SPAMSCORE SpamFilterMessage(const char* message, STRING* report, int handle, const STRING& status);
+
+ private:
+    bool IsFiltered(const STRINGARRAY& item) const;
+    SPAMSCORE Score(const SPAMTABLE& table, WORDSCANNER& scanner, std::string_view message, std::string* report,
+                    int handle, const STRING& status);
+    std::string Report(const WORDSCANNER& scanner, const SPAMSCORE& score) const;
+    std::shared_ptr<const SPAMTABLE> LoadTable();
+    std::shared_ptr<const SPAMTABLE> Table();
+
+    const STRINGARRAY& State;
+    const TEXTS& Texts;
+    FRONTEND& FrontEnd;
+    MXLOOKUP& Mx;
+    std::mutex Guard;                              // of the pointer
+    std::shared_ptr<const SPAMTABLE> LatestTable;  // null until the first load
+};
+
+/// Stands for a line feed in the value of X-SpamReason.
+inline constexpr char REASON_LINE_END = 0x0C;

@@ -1,0 +1,14 @@
+#include "app/filter/spamvariables.h"
+
+void LoadSpamVariables(STRINGARRAY& vars, const char* file) {
+    const bool hasFile = file && *file;
+    if (hasFile)
+        vars.Load(file);
+    const int before = vars.Count();
+    for (const SPAMVARIABLE& variable : SPAMVARIABLES) {
+        if (!vars.Exists(variable.Key) || vars.Get(variable.Key).Length() == 0)
+            vars.Set(variable.Key, variable.Default);
+    }
+    if (hasFile && vars.Count() > before)
+        vars.Save(file);
+}

@@ -1,0 +1,313 @@
+#include "app/filter/wordscanner.h"
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+
+#include "app/filter/recipientchecks.h"
+#include "app/filter/senderchecks.h"
+#include "app/mailbox/listing.h"
+#include "corelib/base/ascii.h"
+#include "corelib/base/trace.h"
+
+namespace {
+
+constexpr int TEXT_EXCEPTION = 3025;
+constexpr int TEXT_EXCEPTION_REMARK = 3026;
+constexpr int TEXT_MAILING = 3027;
+constexpr int TEXT_WORD = 3028;
+constexpr int TEXT_SUBJECT_CHECK = 3029;
+constexpr int TEXT_RECIPIENT_CHECK = 3030;
+
+constexpr int TOP_LINES = 3;
+constexpr uint32_t HEADER_ZONES = SPAMFLAG_FROM | SPAMFLAG_TO | SPAMFLAG_SUBJECT;
+
+size_t Position(std::string_view line, std::string_view word, size_t start, bool withCase) {
+    if (withCase)
+        return line.find(word, start);
+    const auto hit = std::search(line.begin() + static_cast<ptrdiff_t>(start), line.end(), word.begin(), word.end(),
+                                 [](char a, char b) { return ASCII::Lower(a) == ASCII::Lower(b); });
+    return hit == line.end() ? line.npos : static_cast<size_t>(hit - line.begin());
+}
+
+/// The significance of a mail's first hit of a mailing-list row, by how many lists the user says to read.
+int MailingSignificance(int distrLists) {
+    return distrLists == 2 ? 1 : distrLists >= 3 ? 2 : 0;
+}
+
+int AddWithinRange(int64_t a, int64_t b) {
+    return static_cast<int>(
+        std::clamp<int64_t>(a + b, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
+}
+
+int CutOff(double points) {
+    return static_cast<int>(
+        std::clamp<double>(points, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
+}
+
+}  // namespace
+
+SPAMTABLE::SPAMTABLE(SPAMWORDS&& words, STRINGARRAY&& vars)
+    : Words(std::move(words)), Vars(std::move(vars)), InHeader(Words, HEADER_ZONES), InBody(Words, SPAMFLAG_BODY) {}
+
+size_t WORDSEARCH::EndOfLetters(size_t from) {
+    if (from < LettersStart || from >= LettersEnd) {
+        LettersStart = LettersEnd = from;
+        while (LettersEnd < Line.size() && ASCII::IsLetter(Line[LettersEnd]))
+            ++LettersEnd;
+    }
+    return LettersEnd;
+}
+
+size_t WORDSEARCH::EndOfExclamations(size_t from) {
+    if (from < ExclamationsStart || from >= ExclamationsEnd) {
+        ExclamationsStart = ExclamationsEnd = from;
+        while (ExclamationsEnd < Line.size() && Line[ExclamationsEnd] == '!')
+            ++ExclamationsEnd;
+    }
+    return ExclamationsEnd;
+}
+
+int WORDSEARCH::FindSpamWord(int start) {
+    const auto from = static_cast<size_t>(start);
+    // A row that consisted of markers only has nothing to look for.
+    if (Word.empty() || from >= Line.size())
+        return -1;
+    const size_t hit = Position(Line, Word, from, Flags & SPAMFLAG_UCASE);
+    if (hit == Line.npos)
+        return -1;
+    const size_t behind = hit + Word.size();
+    const bool letterBefore = hit > 0 && ASCII::IsLetter(Line[hit - 1]);
+    const bool letterBehind = behind < Line.size() && ASCII::IsLetter(Line[behind]);
+    if (!(Flags & SPAMFLAG_ANY1) && ASCII::IsLetter(Word[0]) && letterBefore)
+        return -1;
+    if (!(Flags & SPAMFLAG_ANY2) && letterBehind)
+        return -1;
+    if (behind < Line.size()) {
+        const size_t end = Flags & SPAMFLAG_ANY2 ? EndOfLetters(behind) : behind;
+        Exclamations = static_cast<int>(EndOfExclamations(end) - end);
+        if (Exclamations != 0)
+            Overrun = static_cast<int>(end - behind);
+    }
+    const std::string_view found = Line.substr(hit, Word.size());
+    if (std::any_of(found.begin(), found.end(), ASCII::IsUpper) &&
+        std::none_of(found.begin(), found.end(), ASCII::IsLower))
+        AllCapitals = true;
+    return static_cast<int>(hit);
+}
+
+WORDSCANNER::WORDSCANNER(const SPAMTABLE& table, const STRINGARRAY& state, const TEXTS& texts, bool plainSearch)
+    : Table(table),
+      State(state),
+      Texts(texts),
+      PlainSearch(plainSearch),
+      DynaUppercase(table.Vars.GetNumber("DynaUppercase")),
+      DynaSubject(table.Vars.GetNumber("DynaSubject")),
+      DynaBodyTop(table.Vars.GetNumber("DynaBodyTop")),
+      DynaExclamation(table.Vars.GetNumber("DynaExclamation")),
+      DistrLists(state.GetNumber("SpamDistrLists")),
+      ExceptionLabel(texts.Get(TEXT_EXCEPTION)),
+      ExceptionRemark(texts.Get(TEXT_EXCEPTION_REMARK)),
+      MailingLabel(texts.Get(TEXT_MAILING)),
+      WordLabel(texts.Get(TEXT_WORD)),
+      SubjectLabel(texts.Get(TEXT_SUBJECT_CHECK)),
+      RecipientsLabel(texts.Get(TEXT_RECIPIENT_CHECK)) {}
+
+void WORDSCANNER::Scan(std::string_view message) {
+    TotalPoints = Significant = Exceptions = LastSignificance = 0;
+    SubjectLine = FromValue = "";
+    ToLine = "To: ";
+    CcLine = "Cc: ";
+    Details.clear();
+    Found.fill(0);
+    Zone = 0;
+    InHeader = true;
+    BodyLines = 0;
+    SeenMailing = false;
+
+    // A zero byte ends the text, as it does everywhere.
+    message = message.substr(0, message.find('\0'));
+    for (bool more = true; more;) {
+        const size_t end = message.find('\n');
+        more = end != message.npos;
+        const std::string_view line = message.substr(0, end);
+        message.remove_prefix(more ? end + 1 : message.size());
+        if (!InHeader) {
+            Zone = BodyLines < TOP_LINES ? SPAMFLAG_BODY | SPAMFLAG_BODYTOP : SPAMFLAG_BODY;
+            ++BodyLines;
+            SearchLine(line);
+        } else if (line.empty()) {
+            EndHeader();
+        } else {
+            ScanHeaderLine(line);
+        }
+    }
+}
+
+void WORDSCANNER::AddReportLine(int points, int significance, std::string_view text, std::string_view remark) {
+    Details += SpamReportLine(points, significance, text, remark);
+    LastSignificance = significance;
+}
+
+void WORDSCANNER::EndHeader() {
+    InHeader = false;
+    BodyLines = 0;
+    int significance = 0;
+    STRING reason;
+    const int points = SpamRecipients(ToLine, CcLine, State, Table.Vars, Texts, significance, reason);
+    AddReportLine(points, significance, RecipientsLabel.View(), reason.View());
+    if (points != 0)
+        Count(points, significance);
+}
+
+void WORDSCANNER::ScanHeaderLine(std::string_view line) {
+    Zone = 0;
+    STRING reason;
+    if (LISTING::BeginsWith(line, "Subject:")) {
+        Zone = SPAMFLAG_SUBJECT;
+        SubjectLine = STRING(line);
+        const int points = SpamSubject(STRING(line.substr(8)), Table.Vars, Texts, reason);
+        const int significance = points != 0 ? 1 : 0;
+        Count(points, significance);
+        AddReportLine(points, significance, SubjectLabel.View(), reason.View());
+    } else if (LISTING::BeginsWith(line, "From:")) {
+        Zone = SPAMFLAG_FROM;
+        // The blank behind the colon is taken for granted.
+        FromValue = STRING(line.substr(std::min<size_t>(line.size(), 6)));
+        int significance = 0;
+        const int points = SpamFromFormatting(FromValue, Table.Vars, Texts, significance, reason);
+        if (points != 0) {
+            Count(points, significance);
+            AddReportLine(points, significance, reason.View(), {});
+        }
+    } else if (LISTING::BeginsWith(line, "To:")) {
+        Zone = SPAMFLAG_TO;
+        ToLine = STRING(line);
+    } else if (LISTING::BeginsWith(line, "Cc:")) {
+        Zone = SPAMFLAG_TO;
+        CcLine = STRING(line);
+    }
+    if (Zone != 0)
+        SearchLine(line);
+}
+
+void WORDSCANNER::SearchLine(std::string_view line) {
+    // "free ! !" is read as "free!!", and "$ 100" behind a blank without that blank.
+    Line.clear();
+    for (size_t i = 0; i < line.size(); ++i) {
+        if (line[i] != ' ' || i + 1 == line.size() || (line[i + 1] != '!' && line[i + 1] != '$'))
+            Line += line[i];
+    }
+    if (PlainSearch) {
+        for (int row = 0; row < Table.Words.Count(); ++row)
+            SearchRow(row);
+        return;
+    }
+    WORDINDEX::ROWSET rows{};
+    const WORDINDEX& index = Zone & SPAMFLAG_BODY ? Table.InBody : Table.InHeader;
+    index.Find(Line, rows);
+    for (size_t part = 0; part < rows.size(); ++part) {
+        while (rows[part] != 0) {
+            const int bit = std::countr_zero(rows[part]);
+            rows[part] &= rows[part] - 1;
+            LineOverwritten = false;
+            SearchRow(static_cast<int>(part) * 64 + bit);
+            // The line reads otherwise for the rows that follow.
+            if (LineOverwritten) {
+                WORDINDEX::ROWSET now{};
+                index.Find(Line, now);
+                const uint64_t following = ~uint64_t{0} << bit << 1;
+                rows[part] = now[part] & following;
+                std::copy(now.begin() + static_cast<ptrdiff_t>(part) + 1, now.end(),
+                          rows.begin() + static_cast<ptrdiff_t>(part) + 1);
+            }
+        }
+    }
+}
+
+void WORDSCANNER::SearchRow(int row) {
+    const SPAMWORD& word = Table.Words[row];
+    if (!(Zone & word.Flags))
+        return;
+    if (IsFound(row) && (word.Flags & SPAMFLAG_EXCEPTION))
+        return;
+    WORDSEARCH search(word.Flags, word.Word.View(), Line);
+    for (int start = 0, position; (position = search.FindSpamWord(start)) != -1; start = position + 1)
+        Hit(row, search, position);
+}
+
+double WORDSCANNER::DynamicPoints(double points, const WORDSEARCH& search) const {
+    double v = search.AllCapitals ? (DynaUppercase + 100.0) * points * 0.01 : points;
+    if (Zone & SPAMFLAG_SUBJECT)
+        v = v * (DynaSubject + 100.0) * 0.01;
+    if (Zone & SPAMFLAG_BODYTOP)
+        v = v * (DynaBodyTop + 100.0) * 0.01;
+    return DynaExclamation * v * 0.01 * search.Exclamations + v;
+}
+
+void WORDSCANNER::Hit(int row, WORDSEARCH& search, int position) {
+    const SPAMWORD& word = Table.Words[row];
+    double points = word.Points;
+    int significance = word.Significance;
+    const STRING* label = &WordLabel;
+    const STRING* remark = nullptr;
+    if (word.Flags & SPAMFLAG_DYNAMIC)
+        points = DynamicPoints(points, search);
+    if (word.Flags & SPAMFLAG_MAILING) {
+        // Of all rows that tell a mailing list only the first hit is an indication.
+        SetFound(row, SeenMailing);
+        SeenMailing = true;
+        label = &MailingLabel;
+        points *= DistrLists + 1.0;
+        significance = MailingSignificance(DistrLists);
+    }
+    if (IsFound(row) || (word.Flags & SPAMFLAG_NOWORD))
+        significance = 0;
+    if (Zone & SPAMFLAG_FROM) {
+        // What has been recognised of a sender is used up: a shorter row does not find it again.
+        const size_t at = static_cast<size_t>(position);
+        const size_t bytes =
+            word.Word.View().size() + static_cast<size_t>(search.Overrun) + static_cast<size_t>(search.Exclamations);
+        std::fill_n(Line.begin() + position, std::min(bytes, Line.size() - at), '@');
+        LineOverwritten = true;
+        search.LineChanged();
+    }
+    if (!IsFound(row) && (word.Flags & SPAMFLAG_EXCEPTION)) {
+        label = &ExceptionLabel;
+        remark = &ExceptionRemark;
+        Exceptions = AddWithinRange(Exceptions, 1);
+    }
+    const int whole = CutOff(points);
+    Count(whole, significance);
+    SetFound(row, true);
+    if (TraceWanted(2))
+        TraceLevel(2, "TARNWICK::SpamFilter '%s'/0x%04x found in %s\n", word.Word.Text(), word.Flags, Line.c_str());
+    const std::string text = std::string(label->View()) + " '" + std::string(word.Word.View()) + "'";
+    AddReportLine(whole, significance, text, remark ? remark->View() : std::string_view());
+}
+
+void WORDSCANNER::Count(int points, int significance) {
+    TotalPoints = AddWithinRange(TotalPoints, points);
+    Significant = AddWithinRange(Significant, significance);
+}
+
+void WORDSCANNER::SetFound(int row, bool found) {
+    const uint64_t bit = uint64_t{1} << (row % 64);
+    uint64_t& bits = Found[static_cast<size_t>(row) / 64];
+    bits = found ? bits | bit : bits & ~bit;
+}
+
+bool WORDSCANNER::IsFound(int row) const {
+    return Found[static_cast<size_t>(row) / 64] >> (row % 64) & 1;
+}
+
+std::string SpamReportLine(int points, int significance, std::string_view text, std::string_view remark) {
+    const char mark = significance == 0 ? ' ' : significance == 1 || significance < 0 ? '*' : '!';
+    STRING head;
+    head.Format("    %3d %c ", points, mark);
+    std::string line(head.View());
+    line += text;
+    if (!remark.empty())
+        line.append(" (").append(remark).append(")");
+    return line += '\n';
+}

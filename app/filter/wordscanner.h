@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "app/common/texts.h"
+#include "app/filter/spamdefinitions.h"
+#include "app/filter/wordindex.h"
+
+/// The definitions as scans use them: complete, and never changed again.
+struct SPAMTABLE {
+    SPAMTABLE(SPAMWORDS&& words, STRINGARRAY&& vars);
+    const SPAMWORDS Words;
+    const STRINGARRAY Vars;
+    const WORDINDEX InHeader;
+    const WORDINDEX InBody;
+};
+
+/// The search of one row on one line.
+class WORDSEARCH {
+ public:
+    /// word and line outlive the search.
+    WORDSEARCH(uint32_t flags, std::string_view word, std::string_view line) : Flags(flags), Word(word), Line(line) {}
+    /// The next valid hit at or behind start, -1 if there is none. An occurrence that is no hit ends the search, too.
+    int FindSpamWord(int start);
+    /// To be told when bytes of the line have been changed.
+    void LineChanged() { LettersEnd = ExclamationsEnd = 0; }
+
+    // What hits have left here; a later hit of the search finds what an earlier one has left.
+    int Exclamations = 0;      // exclamation marks behind the word
+    int Overrun = 0;           // letters skipped behind the word
+    bool AllCapitals = false;  // the word was found in capitals
+
+ private:
+    size_t EndOfLetters(size_t from);
+    size_t EndOfExclamations(size_t from);
+
+    uint32_t Flags;
+    std::string_view Word;
+    std::string_view Line;
+    // Where the runs end that were walked last: many hits in one long run walk it once.
+    size_t LettersStart = 0, LettersEnd = 0;
+    size_t ExclamationsStart = 0, ExclamationsEnd = 0;
+};
+
+/// Scores the text of one mail after the other: header lines, an empty line, body lines. Points say how bad a mail is,
+/// significant indications on how many grounds.
+class WORDSCANNER {
+ public:
+    /// plainSearch looks for every row in every line, without the index; the results are the same.
+    WORDSCANNER(const SPAMTABLE& table, const STRINGARRAY& state, const TEXTS& texts, bool plainSearch = false);
+    void Scan(std::string_view message);
+    /// Adds to the totals, which stay within the range of an int.
+    void Count(int points, int significance);
+
+    // What the last scan has found.
+    int32_t TotalPoints = 0;
+    int32_t Significant = 0;
+    int32_t Exceptions = 0;
+    int LastSignificance = 0;  // of the last report line
+    STRING SubjectLine;        // whole, as it came
+    STRING FromValue;
+    std::string Details;  // the report lines, in the order of finding
+
+ private:
+    void AddReportLine(int points, int significance, std::string_view text, std::string_view remark);
+    void ScanHeaderLine(std::string_view line);
+    void EndHeader();
+    void SearchLine(std::string_view line);
+    void SearchRow(int row);
+    void Hit(int row, WORDSEARCH& search, int position);
+    double DynamicPoints(double points, const WORDSEARCH& search) const;
+    void SetFound(int row, bool found);
+    bool IsFound(int row) const;
+
+    const SPAMTABLE& Table;
+    const STRINGARRAY& State;
+    const TEXTS& Texts;
+    const bool PlainSearch;
+    const int DynaUppercase, DynaSubject, DynaBodyTop, DynaExclamation;
+    const int DistrLists;
+    const STRING ExceptionLabel, ExceptionRemark, MailingLabel, WordLabel, SubjectLabel, RecipientsLabel;
+
+    // The state of one scan.
+    uint32_t Zone = 0;
+    bool InHeader = true;
+    int BodyLines = 0;
+    bool SeenMailing = false;
+    STRING ToLine, CcLine;
+    WORDINDEX::ROWSET Found{};  // rows that have hit
+    std::string Line;           // as it is searched
+    bool LineOverwritten = false;
+};
+
+/// One line of the report: points, a mark for the significance (blank, "*", "!"), text and remark.
+std::string SpamReportLine(int points, int significance, std::string_view text, std::string_view remark);

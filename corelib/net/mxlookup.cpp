@@ -1,0 +1,45 @@
+#include "corelib/net/mxlookup.h"
+
+#include "corelib/base/trace.h"
+
+namespace {
+
+constexpr int PREFERENCE_LIMIT = 999;  // a record from here on can't become the best
+
+}  // namespace
+
+bool SYSTEMMXLOOKUP::GetAddr(const char* name, STRING& bestmx, STRING& list) {
+    Trace("TARNWICK::GetAddrViaDnsDLL %s\n", FailOnNull(name, "GetAddr"));
+    bestmx = "";
+    list = "";
+    int best = PREFERENCE_LIMIT;
+    bool ok = false;
+    if (!name && !Dns.IsLoaded()) {
+        Dns.Load();
+        Trace("TARNWICK::GetAddrViaDnsDLL library %08x\n", Dns.LibraryNumber());
+    }
+    if (Dns.IsLoaded()) {
+        ok = !name;
+        Trace("TARNWICK::GetAddrViaDnsDLL pDnsQuery %08x, ok= %d\n", Dns.QueryNumber(), ok);
+    }
+    if (Dns.HasQuery() && name) {
+        Trace("TARNWICK::GetAddrViaDnsDLL before DnsQuery\n");
+        std::vector<DNSRECORD> records;
+        const int status = Dns.Query(name, records);
+        Trace("TARNWICK::GetAddrViaDnsDLL after DnsQuery, x= %d\n", status);
+        for (const DNSRECORD& record : records) {
+            if (status != 0 || record.Type != DNSTYPE_MX)
+                continue;
+            Trace("TARNWICK::GetAddrViaDnsDLL type 15 (MX) found \n");
+            list.AppendFormat("MX:%d|%s", record.Preference, record.Host.Text());
+            list += "\n";
+            if (record.Preference < best) {
+                best = record.Preference;
+                bestmx = record.Host;
+            }
+            ok = true;
+        }
+    }
+    Trace("TARNWICK::GetAddr returns %d %s\n", ok, bestmx.Text());
+    return ok;
+}

@@ -1,0 +1,75 @@
+#include "corelib/net/mxlookup.h"
+
+// The order of these two matters.
+#include <windns.h>
+#include <windows.h>
+
+namespace {
+
+using QUERY = DNS_STATUS(WINAPI*)(PCSTR, WORD, DWORD, PVOID, PDNS_RECORD*, PVOID*);
+using FREELIST = void(WINAPI*)(PDNS_RECORD, DNS_FREE_TYPE);
+
+template <class FUNCTION>
+FUNCTION Entry(HMODULE library, const char* name) {
+    return library ? reinterpret_cast<FUNCTION>(reinterpret_cast<void*>(GetProcAddress(library, name))) : nullptr;
+}
+
+}  // namespace
+
+struct DNSCLIENT::LIBRARY {
+    HMODULE Module = nullptr;
+    QUERY Query = nullptr;
+    FREELIST FreeList = nullptr;
+};
+
+DNSCLIENT::DNSCLIENT() : Library(std::make_unique<LIBRARY>()) {}
+
+DNSCLIENT::~DNSCLIENT() {
+    if (Library->Module)
+        FreeLibrary(Library->Module);
+}
+
+// Found at run time: the oldest systems do not have it.
+void DNSCLIENT::Load() {
+    Library->Module = LoadLibraryA("dnsapi");
+    Library->Query = Entry<QUERY>(Library->Module, "DnsQuery_A");
+    Library->FreeList = Entry<FREELIST>(Library->Module, "DnsRecordListFree");
+}
+
+bool DNSCLIENT::IsLoaded() const {
+    return Library->Module != nullptr;
+}
+
+bool DNSCLIENT::HasQuery() const {
+    return Library->Query != nullptr;
+}
+
+unsigned DNSCLIENT::LibraryNumber() const {
+    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(Library->Module));
+}
+
+unsigned DNSCLIENT::QueryNumber() const {
+    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(Library->Query));
+}
+
+bool DNSCLIENT::UseServer(const char*, int) {
+    return false;
+}
+
+int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records) {
+    PDNS_RECORD list = nullptr;
+    const DNS_STATUS status = Library->Query(name, DNS_TYPE_MX, DNS_QUERY_STANDARD, nullptr, &list, nullptr);
+    for (const DNS_RECORD* at = list; at && status == 0; at = at->pNext) {
+        DNSRECORD record;
+        record.Type = at->wType;
+        if (record.Type == DNSTYPE_MX) {
+            record.Preference = at->Data.MX.wPreference;
+            // The names are bytes: it is the call for these.
+            record.Host = reinterpret_cast<const char*>(at->Data.MX.pNameExchange);
+        }
+        records.push_back(record);
+    }
+    if (list && Library->FreeList)
+        Library->FreeList(list, DnsFreeRecordList);
+    return static_cast<int>(status);
+}
