@@ -68,6 +68,12 @@ size_t WORDSEARCH::EndOfExclamations(size_t from) {
     return ExclamationsEnd;
 }
 
+void WORDSEARCH::SetOverwritten(size_t end) {
+    Overwritten = std::max(Overwritten, end);
+    LettersStart = std::max(LettersStart, Overwritten);
+    ExclamationsStart = std::max(ExclamationsStart, Overwritten);
+}
+
 int WORDSEARCH::FindSpamWord(int start) {
     const auto from = static_cast<size_t>(start);
     // A row that consisted of markers only has nothing to look for.
@@ -265,12 +271,14 @@ void WORDSCANNER::Hit(int row, WORDSEARCH& search, int position) {
         significance = 0;
     if (Zone & SPAMFLAG_FROM) {
         // What has been recognised of a sender is used up: a shorter row does not find it again.
-        const size_t at = static_cast<size_t>(position);
-        const size_t bytes =
-            word.Word.View().size() + static_cast<size_t>(search.Overrun) + static_cast<size_t>(search.Exclamations);
-        std::fill_n(Line.begin() + position, std::min(bytes, Line.size() - at), '@');
+        const auto at = static_cast<size_t>(position);
+        const size_t end = std::min(at + word.Word.View().size() + static_cast<size_t>(search.Overrun) +
+                                        static_cast<size_t>(search.Exclamations),
+                                    Line.size());
+        for (size_t i = std::max(at, search.OverwrittenEnd()); i < end; ++i)
+            Line[i] = '@';
+        search.SetOverwritten(end);
         LineOverwritten = true;
-        search.LineChanged();
     }
     if (!IsFound(row) && (word.Flags & SPAMFLAG_EXCEPTION)) {
         label = &ExceptionLabel;

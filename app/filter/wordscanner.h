@@ -24,8 +24,9 @@ class WORDSEARCH {
     WORDSEARCH(uint32_t flags, std::string_view word, std::string_view line) : Flags(flags), Word(word), Line(line) {}
     /// The next valid hit at or behind start, -1 if there is none. An occurrence that is no hit ends the search, too.
     int FindSpamWord(int start);
-    /// To be told when bytes of the line have been changed.
-    void LineChanged() { LettersEnd = ExclamationsEnd = 0; }
+    /// To be told when the bytes from a hit up to `end` have been overwritten; and up to where they have been.
+    void SetOverwritten(size_t end);
+    size_t OverwrittenEnd() const { return Overwritten; }
 
     // What hits have left here; a later hit of the search finds what an earlier one has left.
     int Exclamations = 0;      // exclamation marks behind the word
@@ -42,6 +43,7 @@ class WORDSEARCH {
     // Where the runs end that were walked last: many hits in one long run walk it once.
     size_t LettersStart = 0, LettersEnd = 0;
     size_t ExclamationsStart = 0, ExclamationsEnd = 0;
+    size_t Overwritten = 0;
 };
 
 /// Scores the text of one mail after the other: header lines, an empty line, body lines. Points say how bad a mail is,

@@ -9,6 +9,8 @@ namespace {
 using LIST = std::vector<std::string>;
 
 constexpr const char* ONE_MAIL = "1 msgs|1 unread|0 bytes\nMessage-Id: a\n\nbody\n\1";
+// The filter, which is off, puts its field on top, and no end behind the last mail.
+constexpr const char* ONE_MAIL_STORED = "1 msgs|1 unread|0 bytes\nX-SpamPoints: 0\nMessage-Id: a\n\nbody\n";
 
 /// The checks and disposals among what was noted.
 LIST Checks(const LIST& journal) {
@@ -129,7 +131,7 @@ TEST_F(Check, RunsInOrder) {
     Cycle.UpdateItem(item);
     EXPECT_EQ(Journal.Take(),
               (LIST{"row 4096", "icon", "get a", "listing", "cell 1 1 mail (1 unread)", "row 4096", "icon", "title"}));
-    EXPECT_EQ(Value("@FileStore"), ONE_MAIL);
+    EXPECT_EQ(Value("@FileStore"), ONE_MAIL_STORED);
     EXPECT_EQ(Value("LastValue"), "1 mail (1 unread)");
     EXPECT_EQ(Value("@InUpdate"), "0");
     EXPECT_EQ(Std(State.Get("ResetCounter")), "0");
@@ -149,7 +151,7 @@ TEST_F(Check, FailureKeepsWhatWasSeen) {
     EXPECT_EQ(Value("LastValue"), "Error: No response\nsecond line\n");
     EXPECT_EQ(Value("LastRC"), "0E|0E");
     EXPECT_EQ(Value("LastSeenIds"), "a");
-    EXPECT_EQ(Value("@FileStore"), ONE_MAIL);
+    EXPECT_EQ(Value("@FileStore"), ONE_MAIL_STORED);
     EXPECT_EQ(Value("@ForceRefresh"), "0") << "a failed check counts as a check";
 }
 
@@ -284,7 +286,7 @@ TEST_F(WorkThread, ChecksUntilItIsStopped) {
         AddItem("b", 1);
         for (std::string& entry : Journal.Take())
             seen.push_back(std::move(entry));
-        return Checks(seen).size() >= 20 && Items[0].Get("@FileStore").View() == ONE_MAIL;
+        return Checks(seen).size() >= 20 && Items[0].Get("@FileStore").Pos("X-SpamPoints: 0\nMessage-Id: a\n") != -1;
     }));
     EXPECT_TRUE(Cycle.IsRunning());
     Cycle.Stop();

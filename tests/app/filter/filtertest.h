@@ -1,0 +1,60 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "app/filter/spamdefinitions.h"
+#include "app/filter/spamfilter.h"
+#include "app/filter/spamvariables.h"
+#include "app/filter/wordscanner.h"
+#include "tests/support/testsupport.h"
+
+/// Every text is its number in angle brackets; the many recipients' has its placeholder.
+class NUMBERTEXTS : public TEXTS {
+ public:
+    STRING Get(int id) const override {
+        STRING text;
+        text.Format(id == 3036 ? "<%d $HOWMANY>" : "<%d>", id);
+        return text;
+    }
+};
+
+/// The settings that the filter reads, with nothing in its lists, and the variables' defaults.
+class FILTERTEST : public testing::Test {
+ protected:
+    FILTERTEST() {
+        for (const auto& [key, value] : {std::pair{"SpamFilterDisabled", "0"},
+                                         {"SpamMinWords", "3"},
+                                         {"SpamFilename", ""},
+                                         {"SpamVarsFile", ""},
+                                         {"SpamMyFriends", ""},
+                                         {"SpamBadSenders", ""},
+                                         {"SpamMyInterests", ""},
+                                         {"SpamBadDynaWords", ""},
+                                         {"SpamBadSubject", ""},
+                                         {"SpamMyEmail", "me@here.example\r\nMy Name"},
+                                         {"SpamMultiReicipients", "1"},
+                                         {"SpamBccReceiver", "2"},
+                                         {"SpamDistrLists", "0"},
+                                         {"SpamHaveDistrLists", "1"},
+                                         {"SpamDoDomain", "1"},
+                                         {"SpamDomainExceptions", ""},
+                                         {"SpamDoVerify", "0"},
+                                         {"SpamVerifyPoints", "50"}})
+            State.Set(key, value);
+        State.AllowNewKeys(false);
+        LoadSpamVariables(Vars, nullptr);
+    }
+
+    /// A table of these definitions alone.
+    SPAMTABLE Table(std::string_view definitions) const {
+        SPAMWORDS words;
+        words.AddDefinitions(STRING(definitions));
+        words.ResolveMarkers();
+        return {std::move(words), STRINGARRAY(Vars)};
+    }
+
+    STRINGARRAY State;
+    STRINGARRAY Vars;
+    NUMBERTEXTS Texts;
+};

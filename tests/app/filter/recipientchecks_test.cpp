@@ -1,0 +1,90 @@
+#include "app/filter/recipientchecks.h"
+
+#include "tests/app/filter/filtertest.h"
+
+namespace {
+
+class Recipients : public FILTERTEST {};
+class Subjects : public FILTERTEST {};
+
+TEST_F(Subjects, AreJudgedByTheirShape) {
+    struct CASE {
+        const char* Subject;
+        int Points;
+        const char* Reason;
+    };
+    const CASE CASES[] = {
+        {"", 0, ""},
+        {"  \t", 0, ""},
+        {" Lunch on Friday?", 0, ""},
+        {" Hello there   [12345]", 100, "<3021>"},
+        {" Hello there 12345", 0, ""},
+        {" Hello there  123", 0, ""},
+        {" Hello there  12345678", 0, ""},
+        {" Hello there. 1234", 100, "<3021>"},
+        {" Hello there           .xY9", 0, ""},
+        {" Hello there            xY9k", 100, "<3021>"},
+        {" Hello there ........... xY9k", 0, ""},
+        {" MAKE MONEY FAST", 50, "<3020>"},
+        {" AB CD EFGH", 50, "<3020>"},
+        {"AB CD EFGH", 0, ""},
+        {" MAKE MONEY FAST   [12345]", 150, "<3021><3020>"},
+        {" MAKE MONEY Fat", 50, "<3020>"},
+        {" MAKE MONEY fast", 0, ""},
+    };
+    for (const CASE& c : CASES) {
+        STRING reason;
+        EXPECT_EQ(SpamSubject(c.Subject, Vars, Texts, reason), c.Points) << c.Subject;
+        EXPECT_EQ(Std(reason), c.Reason) << c.Subject;
+    }
+}
+
+TEST_F(Recipients, AreCountedAndTheUserLookedFor) {
+    struct CASE {
+        const char *To, *Cc;
+        int Points, Significance;
+        const char* Reason;
+    };
+    const CASE CASES[] = {
+        {"To: me@here.example", "Cc: ", 0, 0, ""},
+        {"To: x@y.example", "Cc: \"My Name\" <z@y.example>", 0, 0, ""},
+        {"To: ME@HERE.EXAMPLE", "Cc: ", 10, 1, "<3035>"},
+        {"To: {me}", "Cc: ", 0, 0, ""},
+        {"To: ", "Cc: ", 10, 1, "<3035>"},
+        {"To: me@here.example,a,b,c,d;e;f,g,h", "Cc: x", 0, 0, ""},
+        {"To: me@here.example,a,b,c,d;e;f,g,h", "Cc: x,y", 20, 1, "<3036 10>"},
+        {"To: a,b,c,d,e,f,g,h,i,j,k", "Cc: ", 30, 2, "<3035> <3036 10>"},
+    };
+    for (const CASE& c : CASES) {
+        int significance = -1;
+        STRING reason;
+        EXPECT_EQ(SpamRecipients(c.To, c.Cc, State, Vars, Texts, significance, reason), c.Points) << c.To;
+        EXPECT_EQ(significance, c.Significance) << c.To;
+        EXPECT_EQ(Std(reason), c.Reason) << c.To;
+    }
+}
+
+TEST_F(Recipients, GradesSoftenWhatTheUserIsUsedTo) {
+    struct CASE {
+        const char *HaveLists, *Lists, *Bcc;
+        int Points;
+    };
+    for (const CASE& c : {CASE{"0", "0", "2", 30}, {"0", "3", "3", 40}, {"1", "1", "3", 20}, {"1", "3", "1", 20}}) {
+        State.Set("SpamHaveDistrLists", c.HaveLists);
+        State.Set("SpamDistrLists", c.Lists);
+        State.Set("SpamBccReceiver", c.Bcc);
+        int significance = 0;
+        STRING reason;
+        EXPECT_EQ(SpamRecipients("To: x", "Cc: ", State, Vars, Texts, significance, reason), c.Points)
+            << c.HaveLists << c.Lists << c.Bcc;
+    }
+    // An address that is too short to be told from other text is passed over.
+    State.Set("SpamMyEmail", "abc\r\n");
+    Vars.Set("AddrMultiRecipLimit", "3");
+    int significance = 0;
+    STRING reason;
+    EXPECT_EQ(SpamRecipients("To: abc,d,e", "Cc: ", State, Vars, Texts, significance, reason), 40);
+    EXPECT_EQ(Std(reason), "<3035> <3036 3>");
+}
+
+}  // namespace

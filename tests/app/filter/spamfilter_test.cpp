@@ -1,0 +1,117 @@
+#include "app/filter/spamfilter.h"
+
+#include "tests/app/filter/filtertest.h"
+
+namespace {
+
+/// A name service in which only the names given have mail servers.
+class FAKEMXLOOKUP : public MXLOOKUP {
+ public:
+    bool GetAddr(const char* name, STRING& bestmx, STRING& /*list*/) override {
+        Asked.emplace_back(name);
+        bestmx = "mx.example";
+        return Online && std::string(name) != "nowhere.example";
+    }
+    bool Online = true;
+    std::vector<std::string> Asked;
+};
+
+class STATUSFRONTEND : public FRONTEND {
+ public:
+    void SetItemStatus(int handle, const STRING& text) override {
+        Statuses.push_back(std::to_string(handle) + " " + Std(text));
+    }
+    std::vector<std::string> Statuses;
+};
+
+class Filter : public FILTERTEST {
+ protected:
+    Filter() {
+        for (const auto& [key, value] : {std::pair{"Type", "1"}, {"DoSpamFilter", "1"}, {"@Handle", "4711"}})
+            Item.Set(key, value);
+        State.Set("SpamFilename", Dir.File("spamdef.dat"));
+        Define("B|1000/2|casino\nB|7|cheap\nXF||friend@x.example\n");
+    }
+    void Define(const char* text) { EXPECT_TRUE(STRING(text).Save(Dir.File("spamdef.dat").Text(), "w")); }
+    std::string Run(std::string_view listing) { return Std(Spam.SpamFilter(Item, STRING(listing))); }
+    /// Result, total points, indications and exceptions of one mail.
+    std::string Score(const char* message, STRING* report = nullptr) {
+        const SPAMSCORE score = Spam.SpamFilterMessage(message, report, 4711, "busy");
+        return std::to_string(score.Result) + " " + std::to_string(score.TotalPoints) + "/" +
+               std::to_string(score.Significant) + "/" + std::to_string(score.Exceptions);
+    }
+
+    TEMPDIR Dir;
+    STRINGARRAY Item;
+    STATUSFRONTEND FrontEnd;
+    FAKEMXLOOKUP Mx;
+    SPAMFILTER Spam{State, Texts, FrontEnd, Mx};
+};
+
+TEST_F(Filter, PutsPointsAndReasonsOnTopOfEachMail) {
+    const std::string listing =
+        Run("2 msgs|2 unread|9 bytes\nFrom: a b <x@nowhere.example>\n\ncasino cheap\n\1"
+            "From: a b <friend@x.example>\nTo: me@here.example\n\n\1");
+    const std::string first = "X-SpamReason: <3037> \f\f";
+    EXPECT_TRUE(listing.starts_with("2 msgs|2 unread|9 bytes\n" + first)) << listing;
+    EXPECT_NE(listing.find("\fX-SpamPoints: ") != std::string::npos, true);
+    EXPECT_NE(listing.find("\nX-SpamPoints: 1217\nFrom: a b <x@nowhere.example>\n\ncasino cheap\n\1X-SpamReason: "),
+              std::string::npos)
+        << listing;
+    EXPECT_TRUE(listing.ends_with("\nX-SpamPoints: 0\nFrom: a b <friend@x.example>\nTo: me@here.example\n\n"));
+    EXPECT_EQ(FrontEnd.Statuses, (std::vector<std::string>{"4711 <3002> 1/2", "4711 <3002> 2/2"}));
+    EXPECT_EQ(Mx.Asked.size(), 2U) << "only for the suspect one, the probe and its domain";
+
+    // A changed file is read at the next listing, and an empty block ends it.
+    Define("B|3/3|casino");
+    EXPECT_TRUE(Run("3 msgs\nTo: me@here.example\n\ncasino\1\1lost")
+                    .ends_with("X-SpamPoints: 3\nTo: me@here.example\n\ncasino"));
+    EXPECT_EQ(Run("0 msgs|0 unread|0 bytes\n"), "0 msgs|0 unread|0 bytes\n");
+    EXPECT_EQ(Run("no listing"), "no listing\n");
+}
+
+TEST_F(Filter, LeavesWhatIsNotFilteredAtNothing) {
+    for (const auto& [key, value] : {std::pair{"Type", "3"}, {"DoSpamFilter", "0"}}) {
+        const STRING former = Item.Get(key);
+        Item.Set(key, value);
+        EXPECT_EQ(Run("1 msgs\nSubject: x\n\ncasino\1"), "1 msgs\nX-SpamPoints: 0\nSubject: x\n\ncasino") << key;
+        Item.Set(key, former);
+    }
+    State.Set("SpamFilterDisabled", "1");
+    EXPECT_EQ(Run("1 msgs\nSubject: x\n\ncasino\1"), "1 msgs\nX-SpamPoints: 0\nSubject: x\n\ncasino");
+    EXPECT_TRUE(FrontEnd.Statuses.empty());
+}
+
+TEST_F(Filter, LetsPointsCountWithEnoughIndicationsOnly) {
+    EXPECT_EQ(Score("From: a b <x@y.example>\nTo: me@here.example\n\ncasino casino"), "0 2000/2/0");
+    EXPECT_TRUE(Mx.Asked.empty());
+    EXPECT_EQ(Score("From: a b <x@y.example>\nTo: me@here.example\n\ncasino cheap"), "1007 1007/3/0");
+    EXPECT_EQ(Score("From: a b <friend@x.example>\n\ncasino cheap"), "0 1017/4/1");
+    EXPECT_EQ(Score("From: a b <x@nowhere.example>\nTo: me@here.example\n\ncasino cheap"), "1207 1207/3/0");
+    Mx.Online = false;
+    EXPECT_EQ(Score("From: a b <x@nowhere.example>\nTo: me@here.example\n\ncasino cheap"), "1007 1007/3/0");
+    EXPECT_EQ(Score(""), "0 10/1/0");
+    EXPECT_ASSERTIONS(1);
+    EXPECT_EQ(Score(nullptr), "0 0/0/0");
+}
+
+TEST_F(Filter, ReportsForAPerson) {
+    STRING report;
+    Score("From: a b <x@nowhere.example>\nSubject: Win\nTo: me@here.example\n\ncasino cheap\n", &report);
+    EXPECT_EQ(Std(report),
+              "<3037> Subject: Win\n\n"
+              "      0   <3029>\n"
+              "      0   <3030>\n"
+              "    1000 ! <3028> 'casino'\n"
+              "      7 * <3028> 'cheap'\n"
+              "    200   nowhere.example (mx fail)\n"
+              "\n\n    1207<3033>    3<3034>\n    0<3022>\n\n<3032>1207\n\n\n");
+    Score("From: a b <friend@x.example>\nTo: me@here.example\n\n", &report);
+    EXPECT_EQ(Std(report),
+              "<3037> \n\n"
+              "      0   <3025> 'friend@x.example' (<3026>)\n"
+              "      0   <3030>\n"
+              "\n\n    0<3033>    <3040>0<3034><3023>3<3024>\n    1<3022><3031>\n\n<3032>0\n\n\n");
+}
+
+}  // namespace
