@@ -28,6 +28,8 @@ enum CONSOLETEXT : int {
     CTEXT_EMPTY = 11019,
     CTEXT_DUPLICATE = 11020,
     CTEXT_DEMO_FOREIGN = 11021,
+    CTEXT_FILE_UNREADABLE = 11022,
+    CTEXT_NO_MAIL_IN_FILE = 11023,
     CTEXT_HELP_FIRST = 11030,  // one a switch, in the order of the table of switches
 };
 

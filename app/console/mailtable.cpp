@@ -6,6 +6,7 @@
 #include "app/common/mailtext.h"
 #include "app/console/consoletexts.h"
 #include "app/console/displaytext.h"
+#include "app/filter/spamfilter.h"
 
 namespace {
 
@@ -59,7 +60,18 @@ std::string NewMailLine(const STRINGARRAY& mail, int columns) {
     return "    " + DISPLAYTEXT::Fit(text, room) + " " + DISPLAYTEXT::Fit(size, SIZE_COLUMNS, true);
 }
 
-std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, int markPoints) {
+std::string ReportLines(STRING report) {
+    const char stored[] = {REASON_LINE_END, '\0'};
+    report.Replace(stored, "\n", 1);
+    report.Strip('R', "\n");
+    std::string lines;
+    WORDCURSOR cursor(report, "\n");
+    for (std::string_view line; cursor.Next(line);)
+        lines += DISPLAYTEXT::Safe(line) + "\n";
+    return lines + "\n";
+}
+
+std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, int markPoints, bool reasons) {
     const STRING listing = item.Get("@FileStore");
     RECORDARRAY mails(MAILHASH_SLOTS, MAILHASH_SLOTS);
     BuildMailHash(listing, mails);
@@ -77,6 +89,8 @@ std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, 
             RowText({std::string(spam ? "!" : " ") + (unread ? "*" : " "), Safe(mail["From"]), Safe(mail["Subject"]),
                      DateColumn(mail["X-Datetime"]), Safe(mail["X-Size"]), Safe(mail["X-SpamPoints"])},
                     columns);
+        if (reasons && mail["X-SpamReason"].Length() > 0)
+            table += ReportLines(mail["X-SpamReason"]);
     }
     return table;
 }

@@ -10,4 +10,8 @@ std::string NewMailLine(const STRINGARRAY& mail, int columns);
 
 /// The table of an item's mails from its stored listing, with a line that names the item: mark, sender, subject, date,
 /// size, points. The mark is "*" for an unread mail, "!" for one that reaches markPoints (0: no mail does).
-std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, int markPoints);
+/// With reasons, the spam report stands below each mail that has one.
+std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, int markPoints, bool reasons = false);
+
+/// A spam report as lines of UTF-8, with an empty line behind it.
+std::string ReportLines(STRING report);

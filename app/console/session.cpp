@@ -11,6 +11,7 @@
 #include "app/console/demo/demo.h"
 #include "app/console/displaytext.h"
 #include "app/console/mailtable.h"
+#include "app/console/scoremails.h"
 #include "app/console/switches.h"
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"
@@ -36,9 +37,11 @@ bool IsAbsolute(std::string_view path) {
 std::vector<std::string> CompletePaths(int argc, char** argv) {
     std::vector<std::string> words(argv, argv + argc);
     for (size_t i = 1; i < words.size(); ++i) {
-        for (const char* name : {"/WORKDIR:", "/PASSWORDFILE:", "/LOGIT:", "/LOGITHARD:"}) {
+        for (const char* name : {"/WORKDIR:", "/PASSWORDFILE:", "/SCORE:", "/LOGIT:", "/LOGITHARD:"}) {
             const size_t length = std::string_view(name).size();
             if (words[i].size() <= length || stricmp(words[i].substr(0, length).c_str(), name, 0) != 0)
+                continue;
+            if (words[i].substr(length) == "-")
                 continue;
             const STRING path = FILES::SystemPath(words[i].substr(length).c_str());
             const STRING whole = IsAbsolute(path.View()) ? path : OSYS::FilePath(nullptr, path.Text());
@@ -146,6 +149,14 @@ int SESSION::RunApplication(TARNWICK& application) {
         code == EXIT_GOOD ? FrontEnd.Print(message) : FrontEnd.PrintError(message);
         return code;
     }
+    const STRING mails = App.Arguments().GetArgValue("SCORE", 0);
+    if (mails.NotNull()) {
+        std::string message;
+        const bool scored = ScoreMails(
+            application, FrontEnd, App.Texts(), mails, Has("NET"), Has("REASONS"), [] { return StopAsked.load(); },
+            message);
+        return scored ? EXIT_GOOD : Refuse(message);
+    }
     if (Demo) {
         const std::string directory = DISPLAYTEXT::Safe(FILES::NativePath(application.DataDir().Text()).View());
         if (!Demo->AddAccounts(application))
@@ -202,8 +213,8 @@ void SESSION::PrintMails(TARNWICK& application) {
     for (int i = 0; i < application.Items.Count(); ++i) {
         const STRINGARRAY& item = application.Items[i];
         if (Has("INBOX"))
-            FrontEnd.Print("\n" +
-                           MailTable(item, App.Texts(), terminal ? TERMINAL::Columns() - 1 : PIPE_COLUMNS, markPoints));
+            FrontEnd.Print("\n" + MailTable(item, App.Texts(), terminal ? TERMINAL::Columns() - 1 : PIPE_COLUMNS,
+                                            markPoints, Has("REASONS")));
         if (!Has("LISTING"))
             continue;
         const STRING listing = item.Get("@FileStore");

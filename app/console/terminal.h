@@ -18,6 +18,8 @@ void Write(std::string_view text);
 void WriteError(std::string_view text);
 /// A line from standard input without its end; false at its end. hidden: what is typed does not show.
 bool ReadLine(std::string& line, bool hidden);
+/// Bytes of standard input as they come, at most `bytes`: their number, 0 at its end, -1 on error.
+int ReadBytes(char* buffer, int bytes);
 /// `stop` is called, on a thread of the platform's or in a signal handler, when the user or the system asks the program
 /// to end. It may only set flags.
 void OnStop(void (*stop)());

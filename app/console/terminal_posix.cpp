@@ -90,6 +90,10 @@ bool ReadLine(std::string& line, bool hidden) {
     }
 }
 
+int ReadBytes(char* buffer, int bytes) {
+    return static_cast<int>(read(STDIN_FILENO, buffer, static_cast<size_t>(bytes)));
+}
+
 void OnStop(void (*stop)()) {
     Stop = stop;
     struct sigaction action {};

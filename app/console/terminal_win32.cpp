@@ -105,6 +105,14 @@ bool ReadLine(std::string& line, bool hidden) {
     return read;
 }
 
+int ReadBytes(char* buffer, int bytes) {
+    DWORD got = 0;
+    if (ReadFile(GetStdHandle(STD_INPUT_HANDLE), buffer, static_cast<DWORD>(bytes), &got, nullptr))
+        return static_cast<int>(got);
+    // The other side of a pipe has ended.
+    return GetLastError() == ERROR_BROKEN_PIPE ? 0 : -1;
+}
+
 void OnStop(void (*stop)()) {
     Stop = stop;
     SetConsoleCtrlHandler(Handler, TRUE);

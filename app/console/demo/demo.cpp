@@ -51,6 +51,8 @@ bool DEMO::AddAccounts(TARNWICK& application) {
         application.AddItem(item);
     }
     application.pState.Set("ConnectionType", STRING("0"));
+    // The senders are invented: nobody is asked for them.
+    application.pState.Set("SpamDoDomain", STRING("0"));
     return true;
 }
 

@@ -53,6 +53,12 @@ TEST(MailTable, ShowsAMailInEachLine) {
               " *Ann              Lunch?                       2026-03-03 12:05     2 KB     99\n"
               "! bob@example.org  Gr\xc3\xbc\xc3\x9f"
               "e                                             0 KB    100\n");
+    // Reports, with what a mail has brought into them made harmless.
+    const std::string report = "X-SpamReason: Report. Subject: \x1b[2J\f\f    100 * Word 'a'\f\f\f\n";
+    EXPECT_EQ(Lines(MailTable(Item("1 msgs\n" + Mail(report + "From: x\n")), FAKETEXTS(), 80, 0, true)),
+              (std::vector<std::string>{"Home - 2 mails", Lines(MailTable(item, FAKETEXTS(), 80, 0))[1],
+                                        " *x                                                                  0 KB",
+                                        "Report. Subject: [2J", "", "    100 * Word 'a'", ""}));
     // Marking is off.
     EXPECT_EQ(Lines(MailTable(item, FAKETEXTS(), 80, 0))[3].substr(0, 3), "  b");
 }

@@ -49,10 +49,39 @@ TEST(Program, ShowsTheDemo) {
     EXPECT_TRUE(Contains(first.Out, " *J\xc3\xbcrgen Wei\xc3\x9f")) << first.Out;
     // Nothing of the progress of a check where there is no terminal.
     EXPECT_FALSE(Contains(first.Out, "Reading")) << first.Out;
+    // Its spam is marked, and only that; the report of a mail is there for who asks.
+    EXPECT_TRUE(Contains(first.Out, "\n!*Best Meds Direct")) << first.Out;
+    EXPECT_TRUE(Contains(first.Out, "\n *Bike Works")) << first.Out;
     // What was seen is known to the next run, though its server has another port.
     const auto second = program.Run({"-demo", "-once"});
     EXPECT_EQ(second.Code, EXIT_GOOD);
     EXPECT_TRUE(Contains(second.Out, "41 mails, nothing new")) << second.Out;
+}
+
+TEST(Program, ScoresAMailboxFile) {
+    PROGRAMRUN program;
+    const std::string mbox =
+        "From x@y Thu Jan  1 00:00:00 1970\nFrom: a b <c@x.example>\nMessage-Id: <1@x>\n\nhello\n\n"
+        "From x@y Thu Jan  1 00:00:00 1970\nFrom: a b <c@x.example>\nMessage-Id: <2@x>\n\ncasino casino\n";
+    WriteBytes(program.File("mail.mbox"), mbox);
+    const std::string score = "/SCORE:" + Std(program.File("mail.mbox"));
+    // The first run makes the data files; from then on they are the user's.
+    EXPECT_EQ(program.Run({score}).Code, EXIT_GOOD);
+    WriteBytes(program.DataDir() || "\\spamdef.dat", "B|100/5|casino\r\n");
+    const auto run = program.Run({score});
+    EXPECT_EQ(run.Out, "0\t10\t1\t0\t<1@x>\n210\t210\t6\t0\t<2@x>\n") << run.Err;
+    const auto reasons = program.Run({score, "/REASONS"});
+    EXPECT_TRUE(Contains(reasons.Out,
+                         "<2@x>\nSpam report. \n\n     10 * Recipients (not addressed to you)\n"
+                         "    100 ! Word 'casino'\n"))
+        << reasons.Out;
+    for (const char* file : {"nothing", "."}) {
+        const auto bad = program.Run({"/SCORE:" + Std(program.File(file))});
+        EXPECT_EQ(bad.Code, EXIT_NO_START);
+        EXPECT_EQ(CountLines(bad.Err), 1) << bad.Err;
+    }
+    // The setting that keeps the network out of it has not become the user's.
+    EXPECT_TRUE(Contains(ReadBytes(program.DataDir() || "\\tarnwick.ini"), "SpamDoDomain=1\r\n"));
 }
 
 TEST(Program, AddsAnAccountAndChecksIt) {

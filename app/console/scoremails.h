@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "app/console/consolefrontend.h"
+#include "app/core/tarnwick.h"
+
+/// Takes a mailbox file apart that comes in pieces of any size: mails behind lines that begin "From ", with one ">"
+/// taken off lines of the form ">From " (and ">>From " ...). A mail is cut as a check of a POP3 mailbox cuts it: the
+/// header, the first body lines, long lines in pieces. So memory does not grow with the file.
+class MBOXREADER {
+ public:
+    /// `take` gets each mail, complete.
+    explicit MBOXREADER(std::function<void(const std::string& mail)> take) : Take(std::move(take)) {}
+    void Put(std::string_view bytes);
+    /// The file ends here.
+    void End();
+
+ private:
+    void PutLine();
+    void EndMail();
+
+    std::function<void(const std::string&)> Take;
+    std::string Line;
+    std::string Mail;
+    bool BeginsLine = true;       // Line holds the start of a line, not a later piece
+    bool BehindEmptyLine = true;  // where a mail may begin
+    bool InMail = false;
+    bool InHeader = true;
+    int BodyLines = 0;
+};
+
+/// Scores each mail of a mbox file ("-": standard input) by the lists and settings of the application and prints a line
+/// for it: result, points, indications, exceptions and message id, split by tabs; with reasons, the report below it.
+/// Without network the sender checks stay off. False, with a message for the user, if the file cannot be read or holds
+/// no mail.
+bool ScoreMails(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const TEXTS& texts, const STRING& file, bool network,
+                bool reasons, const std::function<bool()>& stopped, std::string& message);
