@@ -45,9 +45,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     item.Set("Type", "1");
     item.Set("DoSpamFilter", "1");
     item.Set("@Handle", "1");
-    const STRING listing = whole.SpamFilter(item, STRING(bytes));
-    if (bytes.size() + 1 > static_cast<size_t>(listing.Length()) && bytes.find("\1\1") == bytes.npos &&
-        bytes.find('\n') != bytes.npos && bytes.find("\n\1") == bytes.npos && !bytes.ends_with('\1'))
-        abort();
+    whole.SpamFilter(item, STRING(bytes));
     return 0;
 }
