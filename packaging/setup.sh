@@ -56,6 +56,15 @@ need_windows_packages() {
     need_packages g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64
 }
 
+# The servers that tests start for themselves.
+need_server_packages() {
+    # A mail server of the machine's own is not wanted: left without a configuration, Postfix does not start.
+    if ! has_package postfix && command -v debconf-set-selections >/dev/null; then
+        echo "postfix postfix/main_mailer_type select No configuration" | as_root debconf-set-selections
+    fi
+    need_packages dovecot-pop3d dovecot-imapd dnsmasq-base postfix
+}
+
 # use_private_wine DIRECTORY: Wine keeps its files there, asks nothing and shows nothing.
 use_private_wine() {
     export WINEPREFIX="$1" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=

@@ -1,48 +1,16 @@
 #include "tests/servers/dovecot.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <grp.h>
-#include <netinet/in.h>
 #include <pwd.h>
 #include <sstream>
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace {
-
-sockaddr_in Loopback(int port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-}
-
-// Ports that nobody uses at the moment; both sockets are open at once, so that they differ.
-void FreePorts(int& first, int& second) {
-    int sockets[2];
-    int* ports[2] = {&first, &second};
-    for (int i = 0; i < 2; ++i) {
-        sockaddr_in address = Loopback(0);
-        socklen_t size = sizeof address;
-        sockets[i] = socket(AF_INET, SOCK_STREAM, 0);
-        if (bind(sockets[i], reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-            getsockname(sockets[i], reinterpret_cast<sockaddr*>(&address), &size) != 0)
-            ADD_FAILURE() << "no free port on loopback";
-        *ports[i] = ntohs(address.sin_port);
-    }
-    for (int s : sockets)
-        close(s);
-}
 
 std::string ReadFile(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -62,34 +30,17 @@ DOVECOT::DOVECOT() : Owner(geteuid()), Group(getegid()) {
         Group = package->pw_gid;
         fs::permissions(Directory.Native(), fs::perms::others_read | fs::perms::others_exec, fs::perm_options::add);
     }
-    FreePorts(PopPort, ImapPort);
+    PopPort = FreePort();
+    do
+        ImapPort = FreePort();
+    while (ImapPort == PopPort);
     const std::string config = Directory.Native("dovecot.conf");
     std::ofstream(config) << Configuration();
 
-    const pid_t parent = getpid();
-    Process = fork();
-    if (Process == 0) {
-        // Whatever becomes of the test, no server stays behind.
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
-        if (getppid() == parent)
-            execlp("dovecot", "dovecot", "-F", "-c", config.c_str(), nullptr);
-        _exit(127);
-    }
-    if (!Eventually([this] { return HasEnded() || Answers(); }) || Process == -1)
+    Process.Start({"dovecot", "-F", "-c", config});
+    if (!Eventually([this] { return Process.HasEnded() || (Greets(PopPort) && Greets(ImapPort)); }) ||
+        Process.HasEnded())
         Trouble = "dovecot does not start: " + ReadFile(Directory.Native("log"));
-}
-
-DOVECOT::~DOVECOT() {
-    if (Process == -1 || kill(Process, SIGTERM) != 0 || Eventually([this] { return HasEnded(); }))
-        return;
-    kill(Process, SIGKILL);
-    waitpid(Process, nullptr, 0);
-}
-
-bool DOVECOT::HasEnded() {
-    if (Process != -1 && waitpid(Process, nullptr, WNOHANG) != 0)
-        Process = -1;
-    return Process == -1;
 }
 
 STRING DOVECOT::Server(int port) {
@@ -130,20 +81,6 @@ std::string DOVECOT::Configuration() const {
     login("pop3", PopPort);
     login("imap", ImapPort);
     return text.str();
-}
-
-bool DOVECOT::Answers() const {
-    for (int port : {PopPort, ImapPort}) {
-        const int s = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address = Loopback(port);
-        char byte;
-        const bool good =
-            connect(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 && recv(s, &byte, 1, 0) == 1;
-        close(s);
-        if (!good)
-            return false;
-    }
-    return true;
 }
 
 std::string DOVECOT::MailDir(const std::string& user) const {

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 #include <vector>
 
+#include "tests/servers/serverprocess.h"
 #include "tests/support/testsupport.h"
 
 /// A private Dovecot on loopback that speaks POP3 and IMAP on free ports, as long as the object lives. Any user name
@@ -13,7 +14,6 @@
 class DOVECOT {
  public:
     DOVECOT();
-    ~DOVECOT();
     DOVECOT(const DOVECOT&) = delete;
     DOVECOT& operator=(const DOVECOT&) = delete;
 
@@ -32,9 +32,6 @@ class DOVECOT {
     static STRING Server(int port);
     std::string Configuration() const;
     std::string MailDir(const std::string& user) const;
-    bool Answers() const;
-    /// True once the server has ended; its process number means nothing then.
-    bool HasEnded();
 
     TEMPDIR Directory;
     std::string Trouble;
@@ -42,6 +39,6 @@ class DOVECOT {
     gid_t Group;
     int PopPort = 0;
     int ImapPort = 0;
-    pid_t Process = -1;
     int Delivered = 0;
+    SERVERPROCESS Process;
 };

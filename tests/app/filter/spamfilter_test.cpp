@@ -1,28 +1,9 @@
 #include "app/filter/spamfilter.h"
 
+#include "tests/app/filter/fakemx.h"
 #include "tests/app/filter/filtertest.h"
 
 namespace {
-
-/// A name service in which only the names given have mail servers.
-class FAKEMXLOOKUP : public MXLOOKUP {
- public:
-    bool GetAddr(const char* name, STRING& bestmx, STRING& /*list*/) override {
-        Asked.emplace_back(name);
-        bestmx = "mx.example";
-        return Online && std::string(name) != "nowhere.example";
-    }
-    bool Online = true;
-    std::vector<std::string> Asked;
-};
-
-class STATUSFRONTEND : public FRONTEND {
- public:
-    void SetItemStatus(int handle, const STRING& text) override {
-        Statuses.push_back(std::to_string(handle) + " " + Std(text));
-    }
-    std::vector<std::string> Statuses;
-};
 
 class Filter : public FILTERTEST {
  protected:

@@ -1,0 +1,60 @@
+#include "app/filter/senderchecks.h"
+#include "app/filter/smtpverify.h"
+#include "tests/app/filter/filtertest.h"
+#include "tests/servers/mailserver.h"
+#include "tests/servers/nameserver.h"
+
+namespace {
+
+/// The name server's records, with every host led to the mail server.
+class LOOPBACKLOOKUP : public MXLOOKUP {
+ public:
+    LOOPBACKLOOKUP(int port, STRING mailServer) : MailServer(std::move(mailServer)) {
+        STRING unused;
+        Real.GetAddr(nullptr, unused, unused);
+        Real.Client().UseServer("127.0.0.1", port);
+    }
+    bool GetAddr(const char* name, STRING& bestmx, STRING& list) override {
+        const bool found = Real.GetAddr(name, bestmx, list);
+        if (found)
+            bestmx = MailServer;
+        return found;
+    }
+
+ private:
+    SYSTEMMXLOOKUP Real;
+    STRING MailServer;
+};
+
+class RealSender : public FILTERTEST {};
+
+TEST_F(RealSender, IsKnownToItsServerOrNot) {
+    const MAILSERVER mail;
+    if (mail.NeedsRoot())
+        GTEST_SKIP() << "only root may start a mail server, and sudo asks";
+    ASSERT_EQ(mail.Problem(), "");
+    const NAMESERVER names({{"debian.org", "mail.debian.org", 10}, {"verified.example", "mail.verified.example", 10}},
+                           {"plain.example"});
+    ASSERT_EQ(names.Problem(), "");
+    LOOPBACKLOOKUP mx(names.Port(), mail.HostPort());
+    FRONTEND nobody;
+    State.Set("SpamDoVerify", "1");
+    SmtpVerifyTimes = {10000, 10000, 10000, 10000};
+    const std::pair<const char*, const char*> CASES[] = {
+        {"A B <real@verified.example>", "0/77 verified.example (mx ok): accepted sender"},
+        {"A B <forged@verified.example>", "200/2 verified.example (mx ok) said mailbox unavailable"},
+        {"A B <real@plain.example>", "200/0 plain.example (mx fail)"},
+    };
+    for (const auto& [from, result] : CASES) {
+        int significance = 77;
+        STRING reason;
+        const int points = SpamFrom({State, Vars, Texts, nobody, mx}, from, 100, significance, reason, 1, "");
+        EXPECT_EQ(std::to_string(points) + "/" + std::to_string(significance) + " " + Std(reason), result)
+            << mail.Log();
+    }
+    SmtpVerifyTimes = {};
+    EXPECT_TRUE(Eventually([&] { return mail.Log().find("disconnect from") != std::string::npos; }));
+    EXPECT_EQ(mail.Log().find("message-id"), std::string::npos) << "no mail was handed over: " << mail.Log();
+}
+
+}  // namespace

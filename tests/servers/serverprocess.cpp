@@ -1,0 +1,80 @@
+#include "tests/servers/serverprocess.h"
+
+#include <arpa/inet.h>
+#include <csignal>
+#include <cstdlib>
+#include <netinet/in.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/support/testsupport.h"
+
+namespace {
+
+sockaddr_in Loopback(int port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+}
+
+}  // namespace
+
+void SERVERPROCESS::Start(const std::vector<std::string>& words) {
+    std::vector<char*> arguments;
+    for (const std::string& word : words)
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    const pid_t parent = getpid();
+    Process = fork();
+    if (Process == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (getppid() == parent)
+            execvp(arguments[0], arguments.data());
+        _exit(127);
+    }
+}
+
+bool SERVERPROCESS::HasEnded() {
+    if (Process != -1 && waitpid(Process, nullptr, WNOHANG) != 0)
+        Process = -1;
+    return Process == -1;
+}
+
+void SERVERPROCESS::Stop() {
+    if (Process == -1 || kill(Process, SIGTERM) != 0 || Eventually([this] { return HasEnded(); }))
+        return;
+    kill(Process, SIGKILL);
+    waitpid(Process, nullptr, 0);
+    Process = -1;
+}
+
+int FreePort() {
+    // The system gives out such ports in turn, so the next call does not get this one again.
+    sockaddr_in address = Loopback(0);
+    socklen_t size = sizeof address;
+    const int s = socket(AF_INET, SOCK_STREAM, 0);
+    if (bind(s, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+        getsockname(s, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+        ADD_FAILURE() << "no free port on loopback";
+    close(s);
+    return ntohs(address.sin_port);
+}
+
+bool Greets(int port) {
+    const int s = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = Loopback(port);
+    char byte;
+    const bool good =
+        connect(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 && recv(s, &byte, 1, 0) == 1;
+    close(s);
+    return good;
+}
+
+bool RunCommand(const std::string& command) {
+    const int status = system(command.c_str());
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}

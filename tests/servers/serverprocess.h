@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+/// A server that a test starts: a process of ours that ends with the object, and with the test whatever becomes of it.
+/// Posix only.
+class SERVERPROCESS {
+ public:
+    SERVERPROCESS() = default;
+    ~SERVERPROCESS() { Stop(); }
+    SERVERPROCESS(const SERVERPROCESS&) = delete;
+    SERVERPROCESS& operator=(const SERVERPROCESS&) = delete;
+
+    void Start(const std::vector<std::string>& words);
+    /// True once it has ended, and before it was started.
+    bool HasEnded();
+    /// Asks it to end and waits for that; one that does not is killed.
+    void Stop();
+
+ private:
+    pid_t Process = -1;
+};
+
+/// A loopback port that nobody uses at the moment, another one at each call for a while.
+int FreePort();
+/// Whether a server that greets has answered on the port.
+bool Greets(int port);
+/// Runs a command of the shell to its end; true if it says that it went well.
+bool RunCommand(const std::string& command);
