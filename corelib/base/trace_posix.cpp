@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <string>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -34,7 +35,15 @@ void CloseLog(intptr_t log) {
 }
 
 void DebugOutput(const char* text) {
-    fputs(text, stderr);
+    // What a server sent must not act on a terminal.
+    std::string line;
+    for (; *text; ++text) {
+        if (*text == '\n' || *text == '\t' || (*text >= ' ' && *text <= '~'))
+            line += *text;
+        else if (*text != '\r')
+            line += '?';
+    }
+    fputs(line.c_str(), stderr);
 }
 
 uint32_t ThreadNumber() {
