@@ -99,8 +99,12 @@ void OnStop(void (*stop)()) {
     struct sigaction action {};
     action.sa_handler = [](int) { Stop(); };
     sigemptyset(&action.sa_mask);
-    for (int number : {SIGINT, SIGTERM, SIGHUP})
+    for (int number : {SIGINT, SIGTERM})
         sigaction(number, &action, nullptr);
+    // Whoever started the program with hang-ups ignored wants it to outlive the terminal.
+    struct sigaction former {};
+    if (sigaction(SIGHUP, nullptr, &former) == 0 && former.sa_handler != SIG_IGN)
+        sigaction(SIGHUP, &action, nullptr);
 }
 
 }  // namespace TERMINAL

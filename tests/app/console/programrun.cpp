@@ -41,12 +41,17 @@ PROGRAMRUN::RESULT PROGRAMRUN::Start(std::initializer_list<std::string> words, c
 }
 
 PROGRAMRUN::RESULT PROGRAMRUN::RunUntil(const std::string& text, const std::string& signal,
-                                        std::initializer_list<std::string> words) {
-    return System(CommandLine(words, DataDir()) +
-                  " & pid=$!; n=0\n"
-                  "until grep -q " +
-                  Quoted(text) + " " + Quoted(Native(File("out"))) +
-                  " || [ $n = 600 ]; do n=$((n+1)); sleep 0.05; done\n"
-                  "kill -" +
-                  signal + " $pid; wait $pid");
+                                        std::initializer_list<std::string> words, bool outlives) {
+    // A hang-up is told, also where the tests themselves run with hang-ups ignored.
+    return System(
+        (outlives ? "env --ignore-signal=HUP " : "env --default-signal=HUP ") + CommandLine(words, DataDir()) +
+        " & pid=$!; n=0\n"
+        "until grep -q " +
+        Quoted(text) + " " + Quoted(Native(File("out"))) +
+        " || [ $n = 600 ]; do n=$((n+1)); sleep 0.05; done\n"
+        "kill -" +
+        signal + " $pid" +
+        (outlives ? "; sleep 0.3; ! grep -q Ending " + Quoted(Native(File("out"))) + " || exit 77; kill -TERM $pid"
+                  : "") +
+        "; wait $pid");
 }

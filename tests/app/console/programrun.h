@@ -17,7 +17,9 @@ class PROGRAMRUN {
     RESULT Run(std::initializer_list<std::string> words) { return Start(words, DataDir()); }
     RESULT RunIn(const STRING& dataDir, std::initializer_list<std::string> words) { return Start(words, dataDir); }
     /// Runs it until its output holds `text`, and then sends it the signal. Not on Windows, which has none.
-    RESULT RunUntil(const std::string& text, const std::string& signal, std::initializer_list<std::string> words);
+    /// With `outlives`, it starts with hang-ups ignored, must not end by the signal, and is ended by another.
+    RESULT RunUntil(const std::string& text, const std::string& signal, std::initializer_list<std::string> words,
+                    bool outlives = false);
     static bool HasSignals();
 
     STRING DataDir() const { return Folder.File("data"); }
