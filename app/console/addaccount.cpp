@@ -60,7 +60,7 @@ bool ReadPassword(const STRING& file, const TEXTS& texts, const std::string& acc
     if (file.Length() > 0) {
         STRING content;
         if (!content.Load(file.Text(), "r")) {
-            message = ConsoleText(texts, CTEXT_PASSWORD_FILE, DISPLAYTEXT::Safe(file.View()));
+            message = ConsoleText(texts, CTEXT_PASSWORD_FILE, DISPLAYTEXT::Path(file));
             return false;
         }
         password = content.Line(0, WORD_NEVERNULL);
@@ -137,6 +137,6 @@ int AddAccount(TARNWICK& application, const TEXTS& texts, std::string_view text,
         application.pState.Set("ConnectionType", "0");
     saved = application.SaveSettings() && saved;
     const int id = !saved ? CTEXT_NOT_SAVED : known != -1 ? CTEXT_DUPLICATE : CTEXT_ADDED;
-    message = ConsoleText(texts, id, DISPLAYTEXT::Safe((saved ? name : application.DataDir()).View()));
+    message = ConsoleText(texts, id, saved ? DISPLAYTEXT::Safe(name.View()) : DISPLAYTEXT::Path(application.DataDir()));
     return saved ? 0 : EXIT_REFUSED;
 }

@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "app/common/codepage.h"
+#include "corelib/base/files.h"
 
 namespace DISPLAYTEXT {
 
@@ -92,6 +93,10 @@ std::string Safe(std::string_view bytes) {
         }
     }
     return result;
+}
+
+std::string Path(const STRING& path) {
+    return Safe(FILES::NativePath(path.Text()).View());
 }
 
 int Width(std::string_view utf8) {

@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "corelib/base/strings.h"
+
 /// Texts as a terminal may have them: UTF-8, without any byte that could act as a control.
 namespace DISPLAYTEXT {
 
@@ -10,6 +12,9 @@ namespace DISPLAYTEXT {
 /// characters of every kind (below 32, 127, 128..159, and the marks that turn the direction of writing) are dropped;
 /// line ends and tabs become a blank.
 std::string Safe(std::string_view bytes);
+
+/// A path of the program as the system writes it, made safe.
+std::string Path(const STRING& path);
 
 /// Columns that a text of Safe takes on a terminal: 0 for combining marks, 2 for wide characters.
 int Width(std::string_view utf8);

@@ -127,6 +127,6 @@ bool ScoreMails(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const TEXTS& t
     reader.End();
     if (read && mails > 0)
         return true;
-    message = ConsoleText(texts, read ? CTEXT_NO_MAIL_IN_FILE : CTEXT_FILE_UNREADABLE, DISPLAYTEXT::Safe(file.View()));
+    message = ConsoleText(texts, read ? CTEXT_NO_MAIL_IN_FILE : CTEXT_FILE_UNREADABLE, DISPLAYTEXT::Path(file));
     return false;
 }

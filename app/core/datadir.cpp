@@ -63,7 +63,8 @@ bool MoveFiles(FRONTEND& frontEnd, const TEXTS& texts, const char* oldDir, const
             sources.Add(source);
             if (!FILES::Copy(source.Text(), destination.Text())) {
                 ok = false;
-                frontEnd.ShowMessage(texts.Get(10001), source || " -> \r\n" || destination ||
+                frontEnd.ShowMessage(texts.Get(10001), FILES::NativePath(source.Text()) || " -> \r\n" ||
+                                                           FILES::NativePath(destination.Text()) ||
                                                            ": copy failed!\r\nWill keep original data directory!");
             }
         }
@@ -108,7 +109,7 @@ STRING GetDataDir(const ARGUMENTS& arguments, const char* product, const char* s
 
 STRING DataDirText(const TEXTS& texts, int id, const STRING& directory) {
     STRING text = texts.Get(id);
-    text.Replace("$DIR", directory.Text(), 1);
+    text.Replace("$DIR", FILES::NativePath(directory.Text()).Text(), 1);
     return text;
 }
 

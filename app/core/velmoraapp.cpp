@@ -76,7 +76,7 @@ int VELMORAAPP::Start(FRONTEND& frontEnd) {
     STRING path;
     LanguageId = Library.Load(gWorkDir.Text(), LanguageId, path);
     if (LanguageId == 0) {
-        frontEnd.ShowMessage("Velmora Application", STRING("DLL not found:\r") || path);
+        frontEnd.ShowMessage("Velmora Application", STRING("DLL not found:\r") || FILES::NativePath(path.Text()));
         return EXIT_NO_LANGUAGE;
     }
     SetTraceLanguage(LanguageId);

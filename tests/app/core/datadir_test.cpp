@@ -115,8 +115,8 @@ TEST_F(DataDir, AFailedCopyKeepsTheOldPlaceAndDropsTheRequest) {
     WriteBytes(Temp.File("from\\a.ini"), "a");
     WriteBytes(Temp.File("from\\b.ini"), "b");
     EXPECT_EQ(Move(Temp.File("from"), STRING("*") || Temp.File("to"), "a.*|b.*"), 0);
-    EXPECT_EQ(FrontEnd.Messages, std::vector<std::string>{"text 10001 $DIR: " + Std(Temp.File("from\\a.ini")) +
-                                                          " -> \r\n" + Std(Temp.File("to\\a.ini")) +
+    EXPECT_EQ(FrontEnd.Messages, std::vector<std::string>{"text 10001 $DIR: " + Temp.Native("from\\a.ini") +
+                                                          " -> \r\n" + Temp.Native("to\\a.ini") +
                                                           ": copy failed!\r\nWill keep original data directory!"});
     EXPECT_EQ(ReadBytes(Temp.File("from\\a.ini")), "a");
     EXPECT_EQ(ReadBytes(Temp.File("from\\b.ini")), "b");

@@ -76,7 +76,7 @@ TEST_F(Tarnwick, ASecondProgramOnTheSameDataIsRefusedAndWritesNothing) {
     {
         auto second = Make();
         EXPECT_FALSE(second->Open());
-        EXPECT_EQ(Std(second->StartError()), "text 10050 " + std::string(Data.Path()));
+        EXPECT_EQ(Std(second->StartError()), "text 10050 " + Data.Native());
     }
     EXPECT_NE(InData("accounts.ini").find("Type=0\r\n\r\n"), std::string::npos);
     first.reset();
@@ -88,7 +88,7 @@ TEST_F(Tarnwick, AWorkDirThatCannotBeMadeIsAStartError) {
     Arguments = std::make_unique<ARGUMENTS>("tarnwick", ("\"/WORKDIR:" + Std(Data.File("file\\below")) + "\"").c_str());
     TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
     EXPECT_FALSE(app.Open());
-    EXPECT_EQ(Std(app.StartError()), "text 10051 " + Std(Data.File("file\\below")));
+    EXPECT_EQ(Std(app.StartError()), "text 10051 " + Data.Native("file\\below"));
 }
 
 TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
