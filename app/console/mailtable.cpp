@@ -76,6 +76,8 @@ std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, 
     RECORDARRAY mails(MAILHASH_SLOTS, MAILHASH_SLOTS);
     BuildMailHash(listing, mails);
     std::string table = Safe(item.Get("Name")) + " - " + Safe(item.Get("LastValue")) + "\n";
+    if (listing.Length() == 0)
+        return table;  // not read in this run, so nobody knows its mails
     const bool empty = mails.Count() == 0 || atoi(listing) == 0;
     if (empty)
         return table + "  " + ConsoleText(texts, CTEXT_EMPTY) + "\n";

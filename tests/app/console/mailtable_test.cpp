@@ -64,8 +64,9 @@ TEST(MailTable, ShowsAMailInEachLine) {
 }
 
 TEST(MailTable, TellsAnEmptyMailbox) {
-    for (const char* listing : {"0 msgs|0 ?unread|0 bytes\n", ""})
-        EXPECT_EQ(MailTable(Item(listing), FAKETEXTS(), 80, 100), "Home - 2 mails\n  (none)\n") << listing;
+    EXPECT_EQ(MailTable(Item("0 msgs|0 ?unread|0 bytes\n"), FAKETEXTS(), 80, 100), "Home - 2 mails\n  (none)\n");
+    // One that could not be read may have mails.
+    EXPECT_EQ(MailTable(Item(""), FAKETEXTS(), 80, 100), "Home - 2 mails\n");
 }
 
 TEST(MailTable, FitsTheTerminalWhateverTheMailSays) {
