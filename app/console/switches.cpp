@@ -23,7 +23,7 @@ constexpr SWITCH SWITCHES[] = {
     {"LOGIT", "/LOGIT[:FILE]"},
     {"LOGITHARD", "/LOGITHARD[:FILE]"},
     {"LOGITCLOSE", "/LOGITCLOSE"},
-    {"LOGDEBUG", "/LOGDEBUG"},
+    {"LOGDEBUG", "/LOGDEBUG, /LOGDBG"},
     {"LOG", "/LOG:LEVEL"},
     {"NOASSERT", "/NOASSERT"},
     {"HELP", "/HELP"},
