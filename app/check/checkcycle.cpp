@@ -62,8 +62,10 @@ void CHECKCYCLE::Start() {
     stopRequested = false;
     running = true;
     hThread = OSYS::CreateThread(ThreadBody, this, nullptr);
-    if (!hThread)
+    if (!hThread) {
         running = false;
+        Parts.FrontEnd.PostQuit();
+    }
 }
 
 bool CHECKCYCLE::Wait(int timeout) {
