@@ -88,7 +88,7 @@ void CONSOLEFRONTEND::ShowMessage(const STRING& title, const STRING& text) {
             body += (body.empty() ? "" : "\n") + DISPLAYTEXT::Safe(piece);
     // Before there is a language, a message tells why the program cannot start.
     const std::string line = Safe(title) + ": " + body;
-    Texts ? Print(line) : PrintError(line);
+    Texts && !ResultsOnly ? Print(line) : PrintError(line);
 }
 
 bool CONSOLEFRONTEND::CanAsk() const {

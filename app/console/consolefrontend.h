@@ -23,6 +23,8 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     void SetApplication(TARNWICK* application) { Application = application; }
     /// Every check prints its outcome, and not only those that found something or failed anew.
     void SetTalkative(bool value) { Talkative = value; }
+    /// Standard output is for results that a program may read: messages go to standard error.
+    void SetResultsOnly(bool value) { ResultsOnly = value; }
 
     /// A line of UTF-8 for the user; and one for what went wrong.
     void Print(const std::string& line);
@@ -54,6 +56,7 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     const TEXTS* Texts = nullptr;
     std::atomic<TARNWICK*> Application = nullptr;
     std::atomic<bool> Talkative = false;
+    bool ResultsOnly = false;
     const bool Terminal;
     EVENTSEM Quit{false};
     std::mutex Lock;

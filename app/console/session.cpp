@@ -75,7 +75,10 @@ ARGUMENTS MakeArguments(int argc, char** argv) {
 class SESSION {
  public:
     SESSION(int argc, char** argv) : App(MakeArguments(argc, argv)) {}
-    ~SESSION() { SetAssertQuestion(nullptr); }
+    ~SESSION() {
+        SetAssertQuestion(nullptr);
+        Trace("main::~main");
+    }
     SESSION(const SESSION&) = delete;
     SESSION& operator=(const SESSION&) = delete;
     int Run();
@@ -116,6 +119,7 @@ int SESSION::Run() {
     if (fault != SWITCHFAULT::None)
         return Refuse(
             Text(fault == SWITCHFAULT::Unknown ? CTEXT_UNKNOWN_SWITCH : CTEXT_SWITCH_VALUE, DISPLAYTEXT::Safe(word)));
+    FrontEnd.SetResultsOnly(App.Arguments().TestArgValue("SCORE", 0));
     TERMINAL::OnStop([] { StopAsked = true; });
     if (Has("DEMO")) {
         Demo = std::make_unique<DEMO>();
@@ -158,7 +162,7 @@ int SESSION::RunApplication(TARNWICK& application) {
         return scored ? EXIT_GOOD : Refuse(message);
     }
     if (Demo) {
-        const std::string directory = DISPLAYTEXT::Safe(FILES::NativePath(application.DataDir().Text()).View());
+        const std::string directory = DISPLAYTEXT::Path(application.DataDir());
         if (!Demo->AddAccounts(application))
             return Refuse(Text(CTEXT_DEMO_FOREIGN, directory));
         FrontEnd.Print(Text(CTEXT_DEMO, directory));

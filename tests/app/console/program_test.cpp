@@ -66,7 +66,9 @@ TEST(Program, ScoresAMailboxFile) {
     WriteBytes(program.File("mail.mbox"), mbox);
     const std::string score = "/SCORE:" + Std(program.File("mail.mbox"));
     // The first run makes the data files; from then on they are the user's.
-    EXPECT_EQ(program.Run({score}).Code, EXIT_GOOD);
+    const auto first = program.Run({score});
+    EXPECT_EQ(first.Code, EXIT_GOOD);
+    EXPECT_EQ(CountLines(first.Out), 2) << first.Out;
     WriteBytes(program.DataDir() || "\\spamdef.dat", "B|100/5|casino\r\n");
     const auto run = program.Run({score});
     EXPECT_EQ(run.Out, "0\t10\t1\t0\t<1@x>\n210\t210\t6\t0\t<2@x>\n") << run.Err;
@@ -107,6 +109,10 @@ TEST(Program, AddsAnAccountAndChecksIt) {
     once = program.Run({"/ONCE", "/LISTING"});
     EXPECT_TRUE(Contains(once.Out, "    ]0x: [2Jcl\xc3\xbc (0 KB)\n")) << once.Out;
     EXPECT_TRUE(Contains(once.Out, "\nSubject: \x1b[2Jcl\xfc\xc2\x9b\n")) << once.Out;
+    // Nor does the trace of what the server says.
+    const auto traced = program.Run({"/ONCE", "/LOGDEBUG"});
+    EXPECT_EQ(traced.Err.find_first_of("\x1b\x07\x9b"), std::string::npos) << traced.Err;
+    EXPECT_EQ(Contains(traced.Err, "TARNWICK::GetMailbox joe@example.org\n"), PROGRAMRUN::HasSignals()) << traced.Err;
 
     // The same account again gets the new password, and keeps what it has seen.
     WriteBytes(program.File("password"), "wrong\n");
@@ -163,10 +169,13 @@ TEST(Program, RefusesInOneLine) {
         {program.DataDir(), {"/ADD"}, "'/ADD' needs a value"},
         {program.DataDir(), {"/ADD:ftp://joe@host"}, "'ftp://joe@host' names no kind of account"},
         {program.DataDir(), {"/ADD:pop3://host"}, "'pop3://host' is not an account address"},
-        {program.DataDir(), {account.Add, "/PASSWORDFILE:" + Std(program.File("none"))}, "none' cannot be read"},
+        {program.DataDir(),
+         {account.Add, "/PASSWORDFILE:" + Std(program.File("none"))},
+         PROGRAMRUN::HasSignals() ? "/none' cannot be read" : "\\none' cannot be read"},
         {program.DataDir(), {account.Add, "/PASSWORDFILE:" + Std(program.File("empty"))}, "without a password"},
         // A file stands where the data directory should be.
         {program.File("file"), {"/ONCE"}, "file' cannot be created"},
+        {program.File("file\\below"), {"/ONCE"}, PROGRAMRUN::HasSignals() ? "/file/below'" : "\\file\\below'"},
     };
     for (const auto& c : cases) {
         const auto result = c.Words.size() == 1 ? program.RunIn(c.DataDir, {c.Words[0]})
@@ -206,4 +215,6 @@ TEST(Program, WatchesUntilItIsToldToEnd) {
         EXPECT_TRUE(Contains(watched.Out, std::string("\n *Ann                      ") + signal)) << watched.Out;
     }
     EXPECT_EQ(program.Run({"/ONCE"}).Out, "joe@example.org: 4 mails, nothing new\n");
+    // Started to outlive its terminal, it does.
+    EXPECT_EQ(program.RunUntil("Watching", "HUP", {}, true).Code, EXIT_GOOD);
 }
