@@ -1,8 +1,8 @@
-#include "corelib/net/mxlookup.h"
-
-// The order of these two matters.
-#include <windns.h>
 #include <windows.h>
+// Needs the former.
+#include <windns.h>
+
+#include "corelib/net/mxlookup.h"
 
 namespace {
 
