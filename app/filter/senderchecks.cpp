@@ -1,5 +1,7 @@
 #include "app/filter/senderchecks.h"
 
+#include <algorithm>
+#include <limits>
 #include <string_view>
 
 #include "app/common/mailtext.h"
@@ -52,7 +54,8 @@ int SpamFromFormatting(const STRING& from, const STRINGARRAY& vars, const TEXTS&
     Trace("TARNWCIK::SpamFromFormatting %s\n", from.Text());
     significance = 0;
     reason = "";
-    int points = 0;
+    // The variables are whatever their file says: wider than the result, so that no sum of them runs over.
+    int64_t points = 0;
     STRING name = from;
     STRING address;
     SplitAddress(name, address);
@@ -66,7 +69,7 @@ int SpamFromFormatting(const STRING& from, const STRINGARRAY& vars, const TEXTS&
           part.Digits, part.AlphaAfterDigit);
     if (part.Length > SHORT_LOCAL_PART) {
         const int percent = static_cast<int>(int64_t{part.Digits} * 100 / part.Length);
-        int extra = part.Digits >= MANY_DIGITS ? vars.GetNumber("SenderAdddrDigits") * (percent / 10) : 0;
+        int64_t extra = part.Digits >= MANY_DIGITS ? int64_t{vars.GetNumber("SenderAdddrDigits")} * (percent / 10) : 0;
         if (part.AlphaAfterDigit)
             extra += vars.GetNumber("SenderAlphaAfterDigits");
         if (percent > 50 || part.AlphaAfterDigit)
@@ -78,8 +81,10 @@ int SpamFromFormatting(const STRING& from, const STRINGARRAY& vars, const TEXTS&
             points += extra;
         }
     }
-    Trace("TARNWCIK::SpamFromFormatting returns wordplus= %d, pt= %d\n", significance, points);
-    return points;
+    const int result = static_cast<int>(
+        std::clamp<int64_t>(points, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
+    Trace("TARNWCIK::SpamFromFormatting returns wordplus= %d, pt= %d\n", significance, result);
+    return result;
 }
 
 int SpamFrom(const SENDERPARTS& parts, const STRING& from, int totalPoints, int& significance, STRING& reason,

@@ -51,9 +51,11 @@ bool ReadGreeting(BASEIO& device, char (&reply)[REPLY_BYTES], bool& extended) {
 
 bool VerifySenderSmtp(const STRING& host, const STRING& address, int& code) {
     code = 0;
-    if (!IsPlainAddress(address.View()))
+    // A record that is too far to be the best leaves no host.
+    if (host.Length() == 0 || !IsPlainAddress(address.View()))
         return false;
     TCPIPIO device("", "", "");
+    // The first port of a destination counts, so that a host's own comes before this one.
     if (!device.MakeCall((host || ":smtp").Text()))
         return false;
     char reply[REPLY_BYTES];

@@ -1,10 +1,20 @@
 #include "corelib/net/mxlookup.h"
 
+#include <algorithm>
+
+#include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 
 namespace {
 
 constexpr int PREFERENCE_LIMIT = 999;  // a record from here on can't become the best
+
+/// The owner of a domain writes its records, and the best host is called: it must not be able to name a port, too.
+bool IsHostName(std::string_view host) {
+    return !host.empty() && std::all_of(host.begin(), host.end(), [](char c) {
+        return ASCII::IsLetter(c) || ASCII::IsDigit(c) || c == '-' || c == '.' || c == '_';
+    });
+}
 
 }  // namespace
 
@@ -33,7 +43,7 @@ bool SYSTEMMXLOOKUP::GetAddr(const char* name, STRING& bestmx, STRING& list) {
             Trace("TARNWICK::GetAddrViaDnsDLL type 15 (MX) found \n");
             list.AppendFormat("MX:%d|%s", record.Preference, record.Host.Text());
             list += "\n";
-            if (record.Preference < best) {
+            if (record.Preference < best && IsHostName(record.Host.View())) {
                 best = record.Preference;
                 bestmx = record.Host;
             }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "corelib/base/strings.h"
@@ -9,10 +10,10 @@
 class MXLOOKUP {
  public:
     virtual ~MXLOOKUP() = default;
-    /// True if the name has a mail server. bestmx is the host of the lowest preference below 999, the first of equals;
-    /// list gets a line "MX:preference|host" for each record, in their order. Both are emptied first. With a null name
-    /// it only makes sure that the name service can be used, and tells whether it can. Blocks for as long as the
-    /// system's resolver waits.
+    /// True if the name has a mail server. bestmx is the host of the lowest preference below 999, the first of equals,
+    /// and never one with other bytes than a host name has; list gets a line "MX:preference|host" for each record, in
+    /// their order. Both are emptied first. With a null name it only makes sure that the name service can be used, and
+    /// tells whether it can. Blocks for as long as the system's resolver waits.
     virtual bool GetAddr(const char* name, STRING& bestmx, STRING& list) = 0;
 };
 
@@ -24,6 +25,10 @@ struct DNSRECORD {
 };
 inline constexpr int DNSTYPE_MX = 15;
 
+/// Reads the records of an answer as a name server sends it (RFC 1035 section 4), up to what is malformed or cut off.
+/// Posix: elsewhere the system reads them.
+void ReadDnsAnswer(std::string_view answer, std::vector<DNSRECORD>& records);
+
 /// The system's resolver.
 class DNSCLIENT {
  public:
@@ -32,7 +37,8 @@ class DNSCLIENT {
     DNSCLIENT(const DNSCLIENT&) = delete;
     DNSCLIENT& operator=(const DNSCLIENT&) = delete;
 
-    /// Loads the resolver's library, once; the other two tell what was found. Its life is that of this object.
+    /// Loads the resolver's library, once; the other two tell what was found. Its life is that of this object. One
+    /// thread loads while others may look and ask.
     void Load();
     bool IsLoaded() const;
     bool HasQuery() const;

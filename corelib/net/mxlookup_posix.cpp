@@ -1,8 +1,11 @@
+#include <algorithm>
 #include <arpa/inet.h>
 #include <arpa/nameser.h>
+#include <atomic>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <resolv.h>
+#include <string>
 
 #include "corelib/net/mxlookup.h"
 
@@ -11,9 +14,12 @@ namespace {
 constexpr int ANSWER_BYTES = 65535;  // the longest that a name server can send
 constexpr int PREFERENCE_BYTES = 2;
 
-void ReadAnswer(const unsigned char* answer, int length, std::vector<DNSRECORD>& records) {
+}  // namespace
+
+void ReadDnsAnswer(std::string_view answer, std::vector<DNSRECORD>& records) {
     ns_msg message;
-    if (ns_initparse(answer, length, &message) != 0)
+    if (ns_initparse(reinterpret_cast<const unsigned char*>(answer.data()), static_cast<int>(answer.size()),
+                     &message) != 0)
         return;
     for (int i = 0; i < ns_msg_count(message, ns_s_an); ++i) {
         ns_rr item;
@@ -35,10 +41,8 @@ void ReadAnswer(const unsigned char* answer, int length, std::vector<DNSRECORD>&
     }
 }
 
-}  // namespace
-
 struct DNSCLIENT::LIBRARY {
-    bool Loaded = false;
+    std::atomic<bool> Loaded = false;
     sockaddr_in Server{};  // family 0: the system's servers
 };
 
@@ -83,11 +87,12 @@ int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records) {
         resolver.nsaddr_list[0] = Library->Server;
         resolver.nscount = 1;
     }
-    std::vector<unsigned char> answer(ANSWER_BYTES);
-    const int length = res_nquery(&resolver, name, ns_c_in, ns_t_mx, answer.data(), ANSWER_BYTES);
+    std::string answer(ANSWER_BYTES, '\0');
+    const int length =
+        res_nquery(&resolver, name, ns_c_in, ns_t_mx, reinterpret_cast<unsigned char*>(answer.data()), ANSWER_BYTES);
     const int status = length >= 0 ? 0 : resolver.res_h_errno != 0 ? resolver.res_h_errno : NO_RECOVERY;
     res_nclose(&resolver);
     if (length > 0)
-        ReadAnswer(answer.data(), length, records);
+        ReadDnsAnswer({answer.data(), static_cast<size_t>(std::min(length, ANSWER_BYTES))}, records);
     return status;
 }

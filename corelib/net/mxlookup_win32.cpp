@@ -1,3 +1,4 @@
+#include <atomic>
 #include <windows.h>
 // Needs the former.
 #include <windns.h>
@@ -11,13 +12,13 @@ using FREELIST = void(WINAPI*)(PDNS_RECORD, DNS_FREE_TYPE);
 
 template <class FUNCTION>
 FUNCTION Entry(HMODULE library, const char* name) {
-    return library ? reinterpret_cast<FUNCTION>(reinterpret_cast<void*>(GetProcAddress(library, name))) : nullptr;
+    return reinterpret_cast<FUNCTION>(reinterpret_cast<void*>(GetProcAddress(library, name)));
 }
 
 }  // namespace
 
 struct DNSCLIENT::LIBRARY {
-    HMODULE Module = nullptr;
+    std::atomic<HMODULE> Module = nullptr;  // set last, asked first
     QUERY Query = nullptr;
     FREELIST FreeList = nullptr;
 };
@@ -31,9 +32,11 @@ DNSCLIENT::~DNSCLIENT() {
 
 // Found at run time: the oldest systems do not have it.
 void DNSCLIENT::Load() {
-    Library->Module = LoadLibraryA("dnsapi");
-    Library->Query = Entry<QUERY>(Library->Module, "DnsQuery_A");
-    Library->FreeList = Entry<FREELIST>(Library->Module, "DnsRecordListFree");
+    if (const HMODULE module = LoadLibraryA("dnsapi")) {
+        Library->Query = Entry<QUERY>(module, "DnsQuery_A");
+        Library->FreeList = Entry<FREELIST>(module, "DnsRecordListFree");
+        Library->Module = module;
+    }
 }
 
 bool DNSCLIENT::IsLoaded() const {
@@ -41,15 +44,15 @@ bool DNSCLIENT::IsLoaded() const {
 }
 
 bool DNSCLIENT::HasQuery() const {
-    return Library->Query != nullptr;
+    return IsLoaded() && Library->Query != nullptr;
 }
 
 unsigned DNSCLIENT::LibraryNumber() const {
-    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(Library->Module));
+    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(Library->Module.load()));
 }
 
 unsigned DNSCLIENT::QueryNumber() const {
-    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(Library->Query));
+    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(IsLoaded() ? Library->Query : nullptr));
 }
 
 bool DNSCLIENT::UseServer(const char*, int) {

@@ -55,6 +55,9 @@ TEST_F(Sender, IsJudgedByItsShape) {
     };
     for (const auto& [from, result] : CASES)
         EXPECT_EQ(Shape(from), result) << from;
+    for (const char* name : {"SenderAdddrDigits", "SenderAlphaAfterDigits", "SenderNoRealName"})
+        Vars.Set(name, "2147483647 // a file says what it likes");
+    EXPECT_EQ(Shape("a12345b@x.example"), "2147483647/1 <3038>, <3039>");
 }
 
 TEST_F(Sender, IsLookedUpOnlyWhereItMayBe) {
