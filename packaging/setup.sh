@@ -56,13 +56,21 @@ need_windows_packages() {
     need_packages g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64
 }
 
-# The servers that tests start for themselves.
+# The servers that tests start for themselves. A machine has one mail server: where there is one already, Postfix would
+# take its place, so there the tests do without.
 need_server_packages() {
-    # A mail server of the machine's own is not wanted: left without a configuration, Postfix does not start.
-    if ! has_package postfix && command -v debconf-set-selections >/dev/null; then
-        echo "postfix postfix/main_mailer_type select No configuration" | as_root debconf-set-selections
+    local mail_server=(postfix)
+    if ! has_package postfix; then
+        if dpkg-query -W -f='${db:Status-Status} ${Provides}\n' 2>/dev/null |
+            grep -q '^installed .*mail-transport-agent'; then
+            echo "This machine has another mail server than Postfix; the tests that need Postfix are skipped." >&2
+            mail_server=()
+        elif command -v debconf-set-selections >/dev/null; then
+            # Left without a configuration, it does not start by itself.
+            echo "postfix postfix/main_mailer_type select No configuration" | as_root debconf-set-selections
+        fi
     fi
-    need_packages dovecot-pop3d dovecot-imapd dnsmasq-base postfix
+    need_packages dovecot-pop3d dovecot-imapd dnsmasq-base "${mail_server[@]}"
 }
 
 # use_private_wine DIRECTORY: Wine keeps its files there, asks nothing and shows nothing.

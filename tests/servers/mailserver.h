@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 #include "tests/servers/serverprocess.h"
@@ -14,20 +15,25 @@ class MAILSERVER {
     MAILSERVER(const MAILSERVER&) = delete;
     MAILSERVER& operator=(const MAILSERVER&) = delete;
 
+    /// Empty if a mail server can be started here; else why not.
+    const std::string& Obstacle() const { return Missing; }
     /// Empty if it is up; else why not.
     const std::string& Problem() const { return Trouble; }
-    /// True if nobody here may start one.
-    bool NeedsRoot() const { return !MayStart; }
-    /// "127.0.0.1:port".
-    STRING HostPort() const;
+    /// "127.0.0.1:port". The plain one does not tell of ESMTP in its greeting.
+    STRING HostPort() const { return Address(Port); }
+    STRING PlainHostPort() const { return Address(PlainPort); }
     /// What it has logged so far.
     std::string Log() const;
 
  private:
-    std::string Root(const std::string& command) const;
+    static STRING Address(int port);
+    void WriteConfiguration() const;
 
     TEMPDIR Directory;
+    std::string Missing;
     std::string Trouble;
-    bool MayStart = true;
     int Port = 0;
+    int PlainPort = 0;
+    // The server runs until this end of a pipe is closed, be it by the system because the test has died.
+    FILE* Keeper = nullptr;
 };

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <netinet/in.h>
+#include <string>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -28,6 +29,9 @@ void SERVERPROCESS::Start(const std::vector<std::string>& words) {
     for (const std::string& word : words)
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
+    // Servers are not on everybody's path.
+    const char* path = getenv("PATH");
+    setenv("PATH", ((path ? path : "/usr/bin:/bin") + std::string(":/usr/sbin:/sbin")).c_str(), 1);
     const pid_t parent = getpid();
     Process = fork();
     if (Process == 0) {
