@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "app/filter/points.h"
 #include "corelib/base/ascii.h"
 
 namespace {
@@ -66,7 +67,7 @@ int SpamSubject(const STRING& subject, const STRINGARRAY& vars, const TEXTS& tex
         lastSeparator = static_cast<int>(i);
         run = i > 1 && text[i - 1] == text[i] ? run + 1 : 0;
     }
-    int points = 0;
+    int64_t points = 0;
     if (HasBogusId(text, lastSeparator, run)) {
         points = vars.GetNumber("SubjectWithBogusId");
         reason += texts.Get(TEXT_BOGUS_ID);
@@ -78,7 +79,7 @@ int SpamSubject(const STRING& subject, const STRINGARRAY& vars, const TEXTS& tex
         points += vars.GetNumber("SubjectAllUcase");
     }
     reason.Strip('R', "/");
-    return points;
+    return WithinRange(points);
 }
 
 int SpamRecipients(const STRING& toline, const STRING& ccline, const STRINGARRAY& state, const STRINGARRAY& vars,
@@ -90,8 +91,8 @@ int SpamRecipients(const STRING& toline, const STRING& ccline, const STRINGARRAY
                             std::count_if(ccline.View().begin(), ccline.View().end(), isComma);
     // Who reads mailing lists gets mail that does not name them.
     const int limit = state.GetNumber("SpamHaveDistrLists") != 0 ? state.GetNumber("SpamDistrLists") : GRADES;
-    const int factor = std::min(state.GetNumber("SpamBccReceiver"), limit);
-    int points = 0;
+    const int64_t factor = std::min(state.GetNumber("SpamBccReceiver"), limit);
+    int64_t points = 0;
     if (!IsAddressedTo(state.Get("SpamMyEmail") || "\n" || OWNER_TOKEN, toline, ccline)) {
         points = vars.GetNumber("AddrNotToMe") * (factor + 1);
         reason += texts.Get(TEXT_NOT_TO_ME) || " ";
@@ -103,9 +104,9 @@ int SpamRecipients(const STRING& toline, const STRING& ccline, const STRINGARRAY
         limitText.Format("%d", vars.GetNumber("AddrMultiRecipLimit"));
         text.Replace("$HOWMANY", limitText.Text(), 1);
         reason += text;
-        points += vars.GetNumber("AddrPerMultiRecip") * (state.GetNumber("SpamMultiReicipients") + 1);
+        points += vars.GetNumber("AddrPerMultiRecip") * (int64_t{state.GetNumber("SpamMultiReicipients")} + 1);
         ++significance;
     }
     reason.Strip('R', ", ");
-    return points;
+    return WithinRange(points);
 }

@@ -1,10 +1,9 @@
 #include "app/filter/senderchecks.h"
 
-#include <algorithm>
-#include <limits>
 #include <string_view>
 
 #include "app/common/mailtext.h"
+#include "app/filter/points.h"
 #include "app/filter/smtpverify.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
@@ -81,10 +80,8 @@ int SpamFromFormatting(const STRING& from, const STRINGARRAY& vars, const TEXTS&
             points += extra;
         }
     }
-    const int result = static_cast<int>(
-        std::clamp<int64_t>(points, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
-    Trace("TARNWCIK::SpamFromFormatting returns wordplus= %d, pt= %d\n", significance, result);
-    return result;
+    Trace("TARNWCIK::SpamFromFormatting returns wordplus= %d, pt= %d\n", significance, WithinRange(points));
+    return WithinRange(points);
 }
 
 int SpamFrom(const SENDERPARTS& parts, const STRING& from, int totalPoints, int& significance, STRING& reason,

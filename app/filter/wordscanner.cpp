@@ -4,6 +4,7 @@
 #include <bit>
 #include <limits>
 
+#include "app/filter/points.h"
 #include "app/filter/recipientchecks.h"
 #include "app/filter/senderchecks.h"
 #include "app/mailbox/listing.h"
@@ -33,11 +34,6 @@ size_t Position(std::string_view line, std::string_view word, size_t start, bool
 /// The significance of a mail's first hit of a mailing-list row, by how many lists the user says to read.
 int MailingSignificance(int distrLists) {
     return distrLists == 2 ? 1 : distrLists >= 3 ? 2 : 0;
-}
-
-int AddWithinRange(int64_t a, int64_t b) {
-    return static_cast<int>(
-        std::clamp<int64_t>(a + b, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
 }
 
 int CutOff(double points) {
@@ -283,7 +279,7 @@ void WORDSCANNER::Hit(int row, WORDSEARCH& search, int position) {
     if (!IsFound(row) && (word.Flags & SPAMFLAG_EXCEPTION)) {
         label = &ExceptionLabel;
         remark = &ExceptionRemark;
-        Exceptions = AddWithinRange(Exceptions, 1);
+        Exceptions = WithinRange(int64_t{Exceptions} + 1);
     }
     const int whole = CutOff(points);
     Count(whole, significance);
@@ -295,8 +291,8 @@ void WORDSCANNER::Hit(int row, WORDSEARCH& search, int position) {
 }
 
 void WORDSCANNER::Count(int points, int significance) {
-    TotalPoints = AddWithinRange(TotalPoints, points);
-    Significant = AddWithinRange(Significant, significance);
+    TotalPoints = WithinRange(int64_t{TotalPoints} + points);
+    Significant = WithinRange(int64_t{Significant} + significance);
 }
 
 void WORDSCANNER::SetFound(int row, bool found) {

@@ -1,5 +1,7 @@
 #include "app/filter/recipientchecks.h"
 
+#include <climits>
+
 #include "tests/app/filter/filtertest.h"
 
 namespace {
@@ -85,6 +87,9 @@ TEST_F(Recipients, GradesSoftenWhatTheUserIsUsedTo) {
     STRING reason;
     EXPECT_EQ(SpamRecipients("To: abc,d,e", "Cc: ", State, Vars, Texts, significance, reason), 40);
     EXPECT_EQ(Std(reason), "<3035> <3036 3>");
+    // Points stop at the largest number and do not turn to the other side.
+    Vars.Set("AddrNotToMe", "2000000000");
+    EXPECT_EQ(SpamRecipients("To: abc", "Cc: ", State, Vars, Texts, significance, reason), INT_MAX);
 }
 
 }  // namespace
