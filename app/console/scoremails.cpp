@@ -41,8 +41,9 @@ bool ReadPieces(const STRING& file, const std::function<bool()>& stopped,
     while (!stopped()) {
         const int got =
             standardInput ? TERMINAL::ReadBytes(buffer.data(), READ_BYTES) : handle.Read(buffer.data(), READ_BYTES);
+        // A stop breaks off the wait for bytes.
         if (got <= 0)
-            return got == 0;
+            return got == 0 || stopped();
         take(std::string_view(buffer).substr(0, static_cast<size_t>(got)));
     }
     return true;
@@ -124,8 +125,10 @@ bool ScoreMails(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const TEXTS& t
         frontEnd.PrintRaw(ScoreLine(score, mail) + (reasons ? ReportLines(report) : ""));
     });
     const bool read = ReadPieces(file, stopped, [&](std::string_view bytes) { reader.Put(bytes); });
-    reader.End();
-    if (read && mails > 0)
+    // A mail that is cut short by a stop or a fault of the file would get wrong points.
+    if (read && !stopped())
+        reader.End();
+    if (stopped() || (read && mails > 0))
         return true;
     message = ConsoleText(texts, read ? CTEXT_NO_MAIL_IN_FILE : CTEXT_FILE_UNREADABLE, DISPLAYTEXT::Path(file));
     return false;

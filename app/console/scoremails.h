@@ -34,7 +34,7 @@ class MBOXREADER {
 
 /// Scores each mail of a mbox file ("-": standard input) by the lists and settings of the application and prints a line
 /// for it: result, points, indications, exceptions and message id, split by tabs; with reasons, the report below it.
-/// Without network the sender checks stay off. False, with a message for the user, if the file cannot be read or holds
-/// no mail.
+/// Without network the sender checks stay off. When it is stopped, the mail that it reads then is left out. False, with
+/// a message for the user, if the file cannot be read or holds no mail.
 bool ScoreMails(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const TEXTS& texts, const STRING& file, bool network,
                 bool reasons, const std::function<bool()>& stopped, std::string& message);

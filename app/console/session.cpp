@@ -159,7 +159,9 @@ int SESSION::RunApplication(TARNWICK& application) {
         const bool scored = ScoreMails(
             application, FrontEnd, App.Texts(), mails, Has("NET"), Has("REASONS"), [] { return StopAsked.load(); },
             message);
-        return scored ? EXIT_GOOD : Refuse(message);
+        if (!scored)
+            return Refuse(message);
+        return StopAsked ? EXIT_CHECK_FAILED : EXIT_GOOD;
     }
     if (Demo) {
         const std::string directory = DISPLAYTEXT::Path(application.DataDir());

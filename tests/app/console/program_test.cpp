@@ -1,8 +1,11 @@
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 #include "app/console/demo/mailstore.h"
 #include "app/console/demo/pop3service.h"
 #include "app/console/session.h"
+#include "corelib/base/files.h"
 #include "corelib/base/recordarray.h"
 #include "tests/app/console/programrun.h"
 
@@ -81,6 +84,20 @@ TEST(Program, ScoresAMailboxFile) {
         const auto bad = program.Run({"/SCORE:" + Std(program.File(file))});
         EXPECT_EQ(bad.Code, EXIT_NO_START);
         EXPECT_EQ(CountLines(bad.Err), 1) << bad.Err;
+    }
+    if (PROGRAMRUN::HasSignals()) {
+        // Of a pipe that goes on it scores what came whole, until it is told to stop.
+        const std::string pipe = FILES::NativePath(program.File("pipe").Text()).Text();
+        ASSERT_EQ(std::system(("mkfifo \"" + pipe + "\"").c_str()), 0);
+        std::FILE* writer = std::fopen(pipe.c_str(), "r+");
+        ASSERT_NE(writer, nullptr);
+        std::fwrite(mbox.data(), 1, mbox.size(), writer);
+        std::fflush(writer);
+        const auto stopped = program.RunUntil("<1@x>", "TERM", {"/SCORE:" + pipe});
+        std::fclose(writer);
+        EXPECT_EQ(stopped.Code, EXIT_CHECK_FAILED);
+        EXPECT_EQ(stopped.Out, "0\t10\t1\t0\t<1@x>\n");
+        EXPECT_EQ(stopped.Err, "");
     }
     // The setting that keeps the network out of it has not become the user's.
     EXPECT_TRUE(Contains(ReadBytes(program.DataDir() || "\\tarnwick.ini"), "SpamDoDomain=1\r\n"));
