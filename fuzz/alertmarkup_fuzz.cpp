@@ -1,0 +1,77 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+
+#include "app/notify/alertlayout.h"
+
+namespace {
+
+// Sizes as odd as the text.
+class METRICS : public ALERTMETRICS {
+ public:
+    bool Measure(ALERTFONT font, std::string_view text, ALERTSIZE& size) override {
+        if (text.empty())
+            abort();
+        const unsigned char first = static_cast<unsigned char>(text[0]);
+        size.Width = first == 'W' ? INT32_MAX : first == 'w' ? INT32_MIN : static_cast<int>(text.size()) * 7;
+        size.Height = first == 'H' ? INT32_MAX : 10 + static_cast<int>(font);
+        return first != 'X';
+    }
+};
+
+class CANVAS : public ALERTCANVAS {
+ public:
+    void Fill(const ALERTRECT&, int32_t) override {}
+    void Frame(const ALERTRECT&, int32_t) override {}
+    void Write(ALERTFONT, ALERTPOINT, int32_t, std::string_view text) override { Bytes += text.size(); }
+    size_t Bytes = 0;
+};
+
+void Check(bool condition) {
+    if (!condition)
+        abort();
+}
+
+}  // namespace
+
+// Whatever the bytes: as many lines as line ends say, no more pieces and no more text than there were bytes for, and
+// buttons that can be hit where they stand.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const std::vector<ALERTLINE> lines = ParseAlertMarkup(text);
+    Check(lines.size() == 1u + static_cast<size_t>(std::count(text.begin(), text.end(), '\n')));
+    size_t pieces = 0;
+    size_t bytes = 0;
+    for (const ALERTLINE& line : lines) {
+        Check(!line.empty());
+        pieces += line.size();
+        for (const ALERTPIECE& piece : line)
+            bytes += piece.Text.size();
+    }
+    Check(pieces <= size + 1 && bytes <= size);
+
+    METRICS metrics;
+    const ALERTLAYOUT layout(text, metrics);
+    Check(layout.Buttons().size() <= MAX_ALERT_BUTTONS);
+    for (const ALERTBUTTON& button : layout.Buttons()) {
+        const ALERTRECT& rect = button.Rect;
+        Check(rect.Left <= rect.Right && rect.Top <= rect.Bottom);
+        if (rect.Left < rect.Right && rect.Top < rect.Bottom)
+            Check(layout.ButtonAt({rect.Left, rect.Top}) != nullptr);
+    }
+    const ALERTSIZE window = layout.WindowSize();
+    Check(window.Width >= 0 && window.Height >= 0);
+    PlaceAlert({0, 0, 1920, 1040}, window, static_cast<int>(size % 7));
+    for (int state = 0; state < 8; ++state) {
+        CANVAS canvas;
+        ALERTLOOK look;
+        look.Client = window;
+        look.Pointer = {window.Width / 2, window.Height / 2};
+        look.Pressed = state & 1;
+        look.Swapped = state & 2;
+        look.Partial = state & 4;
+        layout.Paint(canvas, look);
+        Check(canvas.Bytes == bytes);
+    }
+    return 0;
+}

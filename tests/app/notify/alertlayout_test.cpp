@@ -1,0 +1,222 @@
+#include "app/notify/alertlayout.h"
+
+#include <utility>
+
+#include "tests/support/testsupport.h"
+
+namespace {
+
+constexpr const char* FONT_NAMES[] = {"normal", "bold", "smallbold", "small"};
+
+// Every byte is as wide as any other of its font.
+class METRICS : public ALERTMETRICS {
+ public:
+    bool Measure(ALERTFONT font, std::string_view text, ALERTSIZE& size) override {
+        const ALERTSIZE letters[] = {{8, 15}, {9, 16}, {7, 12}, {6, 12}};
+        const ALERTSIZE letter = letters[static_cast<int>(font)];
+        size = {letter.Width * static_cast<int>(text.size()) * Scale, letter.Height * Scale};
+        Measured += text.size();
+        return !Fails;
+    }
+    int Scale = 1;
+    bool Fails = false;
+    size_t Measured = 0;
+};
+
+std::string Shown(const ALERTRECT& rect) {
+    return std::to_string(rect.Left) + "," + std::to_string(rect.Top) + "-" + std::to_string(rect.Right) + "," +
+           std::to_string(rect.Bottom);
+}
+
+// Writes down what is drawn, a line for each piece.
+class RECORDER : public ALERTCANVAS {
+ public:
+    void Fill(const ALERTRECT& rect, int32_t color) override {
+        Steps += "fill " + Shown(rect) + " " + std::to_string(color) + " ";
+    }
+    void Frame(const ALERTRECT& rect, int32_t color) override {
+        Steps += "frame " + Shown(rect) + " " + std::to_string(color) + " ";
+    }
+    void Write(ALERTFONT font, ALERTPOINT at, int32_t color, std::string_view text) override {
+        Steps += std::string("write ") + FONT_NAMES[static_cast<int>(font)] + " " + std::to_string(at.X) + "," +
+                 std::to_string(at.Y) + " " + std::to_string(color) + " '" + std::string(text) + "'\n";
+    }
+    std::string Steps;
+};
+
+struct ALERT {
+    explicit ALERT(std::string_view text) : Layout(text, Metrics) {
+        Look.Client = Layout.WindowSize();
+        Look.TextColor = 1;
+        Look.BackColor = 2;
+    }
+    std::string Drawn() const {
+        RECORDER recorder;
+        Layout.Paint(recorder, Look);
+        return recorder.Steps;
+    }
+    METRICS Metrics;
+    ALERTLAYOUT Layout;
+    ALERTLOOK Look;
+};
+
+std::pair<int, int> Size(const ALERTLAYOUT& layout) {
+    return {layout.WindowSize().Width, layout.WindowSize().Height};
+}
+
+const char* const POPUP =
+    "New mail\n"
+    "Home: 2 mails (1 new)\n"
+    "\n"
+    "\x1b[bs]! Ann: Lunch \n"
+    "\x1b[s;B=255;F=7] Bob: Offer\n"
+    "\x1b[s]\n"
+    "\x1b[sb;*=2110]Mail\x1b[s]  \x1b[sb;*=2140]Later\x1b[s]  \x1b[sb;*=0]Close\x1b[s]  ";
+
+}  // namespace
+
+TEST(AlertLayout, DrawsWholePopup) {
+    ALERT alert(POPUP);
+    // The widest line is that of the buttons; the margins are 8 and 5.
+    EXPECT_EQ(Size(alert.Layout), std::make_pair(170 + 16, 3 * 16 + 3 * 13 + 22 + 10));
+    EXPECT_EQ(alert.Drawn(),
+              "fill 0,0-186,119 2 fill 8,3-72,18 2 write normal 8,3 1 'New mail'\n"
+              "fill 8,19-176,34 2 write normal 8,19 1 'Home: 2 mails (1 new)'\n"
+              "fill 8,35-8,50 2 write normal 8,35 1 ''\n"
+              "fill 8,51-99,63 2 write smallbold 8,51 1 '! Ann: Lunch '\n"
+              "fill 8,64-74,76 255 write small 8,64 7 ' Bob: Offer'\n"
+              "fill 8,77-8,89 2 write small 8,77 1 ''\n"
+              "fill 8,90-48,111 2 frame 8,90-48,111 1 write smallbold 14,94 1 'Mail'\n"
+              "fill 48,90-60,102 2 write small 48,90 1 '  '\n"
+              "fill 60,90-107,111 2 frame 60,90-107,111 1 write smallbold 66,94 1 'Later'\n"
+              "fill 107,90-119,102 2 write small 107,90 1 '  '\n"
+              "fill 119,90-166,111 2 frame 119,90-166,111 1 write smallbold 125,94 1 'Close'\n"
+              "fill 166,90-178,102 2 write small 166,90 1 '  '\n");
+}
+
+TEST(AlertLayout, GivesValueOfClick) {
+    const ALERT alert(POPUP);
+    const struct {
+        ALERTPOINT At;
+        bool Right;
+        intptr_t Value;
+    } cases[] = {
+        {{8, 90}, false, 2110},   {{47, 110}, false, 2110}, {{60, 100}, false, 2140}, {{165, 90}, false, 0},
+        {{7, 90}, false, 70000},  {{8, 89}, false, 70000},  {{48, 90}, false, 70000}, {{8, 111}, false, 70000},
+        {{20, 20}, false, 70000}, {{-1, -1}, false, 70000}, {{8, 90}, true, 70000},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(alert.Layout.ClickValue(c.At, c.Right, 70000), c.Value) << c.At.X << "," << c.At.Y;
+}
+
+TEST(AlertLayout, ShowsButtonUnderPointer) {
+    ALERT alert("\n\x1b[*;F=5;B=6]Go\x1b[b]!");
+    alert.Look.Partial = true;
+    const std::string texts = "write normal 8,3 1 ''\n";
+    const std::string plain = "fill 8,19-39,45 6 frame 8,19-39,45 5 ";
+    const std::string behind = "write bold 39,19 1 '!'\n";
+    EXPECT_EQ(alert.Drawn(), texts + plain + "write normal 15,24 5 'Go'\n" + behind);
+
+    alert.Look.Pointer = {38, 44};
+    EXPECT_EQ(alert.Drawn(), texts + plain + "frame 9,20-38,44 5 write normal 15,24 5 'Go'\n" + behind);
+
+    alert.Look.Pressed = true;
+    EXPECT_EQ(alert.Drawn(),
+              texts + plain + "fill 9,20-38,44 5 frame 9,20-38,44 6 write normal 15,24 6 'Go'\n" + behind);
+
+    alert.Look.Pointer = {39, 44};
+    EXPECT_EQ(alert.Drawn(), texts + plain + "write normal 15,24 5 'Go'\n" + behind);
+}
+
+TEST(AlertLayout, SwapsColors) {
+    ALERT alert("a\x1b[F=7]b\n\x1b[*;B=6]c");
+    alert.Look.Swapped = true;
+    EXPECT_EQ(alert.Drawn(),
+              "fill 0,0-39,53 1 fill 8,3-16,18 1 write normal 8,3 2 'a'\n"
+              "fill 16,3-24,18 7 write normal 16,3 2 'b'\n"
+              "fill 8,19-31,45 1 frame 8,19-31,45 6 write normal 15,24 6 'c'\n");
+}
+
+TEST(AlertLayout, CentersSingleLine) {
+    ALERT alert("Nothing");
+    EXPECT_EQ(Size(alert.Layout), std::make_pair(56 + 16, 16 + 10));
+    alert.Look.Client = {70, 25};
+    EXPECT_EQ(alert.Drawn(), "fill 0,0-70,25 2 write normal 7,5 1 'Nothing'\n");
+    EXPECT_NE(ALERT("Nothing\n").Drawn().find("write normal 8,3 1 'Nothing'\n"), std::string::npos);
+
+    const ALERT marked("a\x1b[sb;*=7;F=9]bc");
+    EXPECT_EQ(Size(marked.Layout), std::make_pair(24 + 16, 16 + 10));
+    EXPECT_EQ(marked.Drawn(), "fill 0,0-40,26 2 write normal 8,5 1 'abc'\n");
+    EXPECT_TRUE(marked.Layout.Buttons().empty());
+}
+
+TEST(AlertLayout, NumbersButtonsAndBoundsThem) {
+    std::string text = "\x1b[*]a\x1b[*=500]b\x1b[*]c\n";
+    for (int i = 3; i < 40; ++i)
+        text += "\x1b[*]d";
+    const ALERT alert(text);
+    ASSERT_EQ(alert.Layout.Buttons().size(), MAX_ALERT_BUTTONS);
+    EXPECT_EQ(alert.Layout.Buttons()[0].Command, 0);
+    EXPECT_EQ(alert.Layout.Buttons()[1].Command, 500);
+    EXPECT_EQ(alert.Layout.Buttons()[2].Command, 2);
+    EXPECT_EQ(alert.Layout.Buttons()[31].Command, 31);
+}
+
+TEST(AlertLayout, SurvivesAnySize) {
+    std::string text;
+    for (int i = 0; i < 15; ++i)
+        text += "\x1b[s] " + std::string(10000, 'x') + " \n";
+    METRICS metrics;
+    const ALERTLAYOUT wide(text, metrics);
+    EXPECT_EQ(Size(wide), std::make_pair(10002 * 6 + 16, 15 * 13 + 16 + 10));
+    EXPECT_LE(metrics.Measured, text.size() + 2);
+
+    metrics.Scale = 20000;
+    const ALERTLAYOUT huge(
+        "\x1b[*=1]" + std::string(10000, 'a') + "\x1b[*=2]" + std::string(10000, 'b') + "\n\n\n\n" + text, metrics);
+    EXPECT_LT(huge.WindowSize().Width, 1 << 26);
+    EXPECT_LT(huge.WindowSize().Height, 1 << 26);
+    for (const ALERTBUTTON& button : huge.Buttons())
+        EXPECT_LT(button.Rect.Left, button.Rect.Right);
+
+    metrics.Fails = true;
+    EXPECT_ASSERTIONS(1);
+    const ALERTLAYOUT none("\x1b[*]a\n\n", metrics);
+    EXPECT_EQ(Size(none), std::make_pair(0, 3));
+    EXPECT_EQ(none.ButtonAt({0, -2}), nullptr);
+}
+
+TEST(AlertPlace, PutsWindowIntoWorkArea) {
+    const ALERTRECT work{-100, 50, 900, 650};
+    const struct {
+        int Position;
+        ALERTSIZE Window;
+        const char* Rect;
+    } cases[] = {
+        {1, {200, 100}, "-100,50-100,150"},   {2, {200, 100}, "700,50-900,150"},
+        {3, {200, 100}, "-100,550-100,650"},  {4, {200, 100}, "700,550-900,650"},
+        {5, {200, 101}, "300,299-500,400"},   {0, {200, 100}, "700,50-900,150"},
+        {6, {200, 100}, "700,50-900,150"},    {-1, {200, 100}, "700,50-900,150"},
+        {2, {1200, 100}, "-100,50-1100,150"}, {4, {1200, 700}, "-100,50-1100,750"},
+        {5, {1200, 700}, "-100,50-1100,750"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Shown(PlaceAlert(work, c.Window, c.Position)), c.Rect) << c.Position;
+}
+
+TEST(AlertFont, MakesFourOfOne) {
+    const struct {
+        ALERTFONT Font;
+        ALERTFONTSTYLE Normal, Made;
+    } cases[] = {
+        {ALERTFONT::NORMAL, {-12, 400}, {-12, 400}},
+        {ALERTFONT::BOLD, {-12, 400}, {-12, 700}},
+        {ALERTFONT::SMALLBOLD, {20, 400}, {18, 700}},
+        {ALERTFONT::SMALL, {-12, 300}, {-10, 300}},
+        {ALERTFONT::SMALL, {-2000000000, 400}, {-1800000000, 400}},
+    };
+    for (const auto& c : cases) {
+        const ALERTFONTSTYLE made = AlertFontStyle(c.Font, c.Normal);
+        EXPECT_EQ(std::make_pair(made.Height, made.Weight), std::make_pair(c.Made.Height, c.Made.Weight));
+    }
+}
