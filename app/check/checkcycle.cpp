@@ -323,8 +323,8 @@ void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
         newdata = STRING();
         // Read where it lies, as a copy would double the largest text of the program: nobody else writes this value.
         const STRING& listing = item["@FileStore"];
-        newdata =
-            HandleNewMail(item, listing, item.Get("LastSeenIds"), asked, Parts.Texts, Parts.Notifier, popupOpened);
+        newdata = HandleNewMail(item, listing, item.Get("LastSeenIds"), asked,
+                                {Parts.State, Parts.Texts, Parts.Trash, Parts.Notifier}, popupOpened);
         // The records of the mails are gone by now, in pieces that would else stay with the program until it ends.
         OSYS::ReleaseFreeMemory();
         Parts.FrontEnd.ListingChanged(handle);

@@ -14,6 +14,7 @@
 
 class DIALUP;
 class SPAMFILTER;
+class TRASHSTORE;
 
 /// Periods and pauses of the check cycle. Tests shrink them.
 struct CHECKTIMES {
@@ -31,6 +32,7 @@ struct CHECKPARTS {
     const TEXTS& Texts;
     MAILBOXES& Mailboxes;
     SPAMFILTER& Filter;
+    TRASHSTORE& Trash;
     NOTIFIER& Notifier;
     DIALUP& Dialup;
 };

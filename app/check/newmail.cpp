@@ -5,6 +5,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "app/check/checkcycle.h"
+#include "app/check/disposal.h"
 #include "app/check/items.h"
 #include "app/check/mailrecords.h"
 #include "app/mailbox/listing.h"
@@ -98,13 +100,16 @@ STRING CountText(int number, const TEXTS& texts) {
 }  // namespace
 
 STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& lastSeenIds, bool asked,
-                     const TEXTS& texts, NOTIFIER& notifier, bool& popupOpened) {
+                     const NEWMAILPARTS& parts, bool& popupOpened) {
+    const TEXTS& texts = parts.Texts;
     popupOpened = false;
     const bool showAll = stricmp(lastSeenIds.Ptr(), SHOW_ALL_IDS, 1) == 0;
     const LISTING::SUMMARY summary = LISTING::ReadSummary(listing);
     const int numNow = summary.Count;
     RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);
     ReadRecords(listing, numNow, records);
+
+    const bool disposalPending = MarkBySpamVerdict(item, records, parts.State, parts.Trash);
 
     const SEENIDS oldIds(lastSeenIds);
     const COUNTS counts = CountRecords(records, oldIds);
@@ -136,10 +141,12 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
         report.NewText.Format(" (%d %s)", static_cast<int>(counts.New.size()),
                               texts.Part(TEXT_COUNTS, PART_NEW).Text());
         Trace("TARNWICK::HandleNewMail newmails= %s\n", report.NewText.Text());
-        popupOpened = notifier.NewMail(item, report);
+        popupOpened = parts.Notifier.NewMail(item, report);
     } else if (asked && item.GetNumber("@SuppressPopup") == 0) {
-        popupOpened = notifier.NothingNew(item, report);
+        popupOpened = parts.Notifier.NothingNew(item, report);
     }
     item.Set("@SuppressPopup", "0");
+    if (disposalPending)
+        CHECKCYCLE::ForceRefresh(item, 0);
     return status;
 }

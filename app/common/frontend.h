@@ -4,6 +4,22 @@
 
 #include "corelib/base/strings.h"
 
+/// A popup for the user: its text with mark-up, its colours, how long it stays (ms; 0 or -1: until it is closed), and
+/// the handle of the item that it is about, or 0.
+struct ALERTREQUEST {
+    STRING Text;
+    int TextColor = 0;
+    int BackColor = 0;
+    int DurationMs = 0;
+    int Handle = 0;
+};
+
+/// Timers of the front end, by what they do at their end. All but TIMER_LATER go on until they are stopped.
+inline constexpr int TIMER_SOUND_LOOP = 5;   // plays the sound again
+inline constexpr int TIMER_SCROLL_LOCK = 6;  // flips the keyboard light
+inline constexpr int TIMER_BLINK = 7;        // the tray icon's blinking
+inline constexpr int TIMER_LATER = 10;       // shows the last popup again
+
 /// The only way from the engine to a person. Every operation is empty by default, so that an engine without a front end
 /// runs silently. Operations marked (any thread) are called by the work thread too.
 class FRONTEND {
@@ -28,6 +44,19 @@ class FRONTEND {
     virtual void SetItemStatus(int /*handle*/, const STRING& /*text*/) {}
     /// A check of the item has stored a new listing; a window that shows it reads it again.
     virtual void ListingChanged(int /*handle*/) {}
+
+    // What has come (any thread).
+    virtual void PostAlert(const ALERTREQUEST& /*request*/) {}
+    /// Plays a sound file once, without waiting for its end; a missing file is silence.
+    virtual void PlaySoundFile(const STRING& /*file*/) {}
+    virtual void StartTimer(int /*timer*/, int /*ms*/) {}
+    virtual void StopTimer(int /*timer*/) {}
+    /// The front end's thread starts the user's mail program for that item (0: for none).
+    virtual void PostStartMailProgram(int /*handle*/) {}
+    /// True if a window is open whose title holds one of the parts, which are split by "|".
+    virtual bool HasWindowTitled(const STRING& /*parts*/) { return false; }
+    /// What can be chosen in menus and tool bars has changed.
+    virtual void UpdateCommands() {}
 
     // Questions and messages (any thread).
     virtual void ShowMessage(const STRING& /*title*/, const STRING& /*text*/) {}

@@ -21,8 +21,8 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& notifier, const ARGUMENTS& argu
       Mail(std::make_unique<MAILHANDLING>(frontEnd, texts)),
       Mx(std::make_unique<SYSTEMMXLOOKUP>()),
       Spam(std::make_unique<SPAMFILTER>(pState, texts, frontEnd, *Mx)),
-      Check(
-          std::make_unique<CHECKCYCLE>(CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, notifier, *Dialler})) {}
+      Check(std::make_unique<CHECKCYCLE>(
+          CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, notifier, *Dialler})) {}
 
 TARNWICK::~TARNWICK() {
     Stop();
@@ -40,7 +40,8 @@ bool TARNWICK::Open() {
         Trace("TARNWICK::Open %s\n", Error.Text());
         return false;
     }
-    OSYS::MakeDirectories(DataFile("trash").Text());
+    TrashStore.SetDirectory(Directory);
+    OSYS::MakeDirectories(TrashStore.Directory().Text());
     Files = std::make_unique<DATAFILES>(DATATABLES{pState, Items, Types, NextHandle, FrontEnd, TextTable},
                                         Directory.Text());
     Files->RenameOldFiles();

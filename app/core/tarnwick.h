@@ -4,6 +4,7 @@
 
 #include "app/check/checkcycle.h"
 #include "app/check/notifier.h"
+#include "app/check/trashstore.h"
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
 #include "app/core/arguments.h"
@@ -65,6 +66,7 @@ class TARNWICK {
     CHECKCYCLE& Cycle() { return *Check; }
     MAILHANDLING& Mailboxes() { return *Mail; }
     SPAMFILTER& Filter() { return *Spam; }
+    TRASHSTORE& Trash() { return TrashStore; }
     /// The mail servers of domains, for who makes a filter of its own.
     MXLOOKUP& MailServers() { return *Mx; }
     const TEXTS& Texts() const { return TextTable; }
@@ -98,6 +100,7 @@ class TARNWICK {
     std::unique_ptr<MAILHANDLING> Mail;
     std::unique_ptr<MXLOOKUP> Mx;
     std::unique_ptr<SPAMFILTER> Spam;
+    TRASHSTORE TrashStore;
     std::unique_ptr<CHECKCYCLE> Check;
     bool Saved = false;
 };

@@ -9,6 +9,7 @@
 
 #include "app/check/checkcycle.h"
 #include "app/check/dialup.h"
+#include "app/check/trashstore.h"
 #include "app/filter/spamfilter.h"
 #include "tests/support/testsupport.h"
 
@@ -148,6 +149,19 @@ class RECORDINGNOTIFIER : public NOTIFIER {
     std::vector<std::string> Calls;
 };
 
+/// The verdicts' thresholds as shipped, with all verdicts off.
+inline void FillVerdicts(STRINGARRAY& state) {
+    for (const auto& [key, value] : {std::pair{"SpamDoDelete", "0"},
+                                     {"SpamDeletePoints", "500"},
+                                     {"SpamDoTrash", "0"},
+                                     {"SpamTrashPoints", "180"},
+                                     {"SpamDoMove", "0"},
+                                     {"SpamMovePoints", "180"},
+                                     {"SpamDoIgnore", "0"},
+                                     {"SpamIgnorePoints", "100"}})
+        state.Set(key, value);
+}
+
 /// A name service that cannot be reached.
 class DEADMXLOOKUP : public MXLOOKUP {
  public:
@@ -168,6 +182,7 @@ class CYCLETEST : public testing::Test {
                                          {"PopupBackgroundColor", "111"},
                                          {"PopupTextColor", "222"}})
             State.Set(key, value);
+        FillVerdicts(State);
         State.AllowNewKeys(false);
     }
 
@@ -190,8 +205,9 @@ class CYCLETEST : public testing::Test {
     FAKEMAILBOXES Mailboxes{Journal};
     DEADMXLOOKUP Mx;
     SPAMFILTER Filter{State, Texts, FrontEnd, Mx};
+    TRASHSTORE Trash;
     RECORDINGNOTIFIER Notifier;
     FAKEDIALUP Dialup{Journal};
     int NextHandle = FIRST_ITEM_HANDLE;
-    CHECKCYCLE Cycle{CHECKPARTS{State, Items, FrontEnd, Texts, Mailboxes, Filter, Notifier, Dialup}};
+    CHECKCYCLE Cycle{CHECKPARTS{State, Items, FrontEnd, Texts, Mailboxes, Filter, Trash, Notifier, Dialup}};
 };

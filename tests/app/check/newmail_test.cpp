@@ -7,22 +7,25 @@ namespace {
 class NewMail : public testing::Test {
  protected:
     NewMail() {
-        STRINGARRAY state;
-        state.Set("PopupBackgroundColor", "");
-        state.Set("PopupTextColor", "");
+        FillVerdicts(State);
+        State.Set("PopupBackgroundColor", "");
+        State.Set("PopupTextColor", "");
         int handle = FIRST_ITEM_HANDLE;
-        FixItem(Item, state, handle);
+        FixItem(Item, State, handle);
     }
     std::string Check(const std::string& listing, bool asked = false) {
         const STRING before = Item.Get("LastSeenIds");
-        return Std(HandleNewMail(Item, STRING(std::string_view(listing)), before, asked, Texts, Notifier, PopupOpened));
+        return Std(HandleNewMail(Item, STRING(std::string_view(listing)), before, asked,
+                                 {State, Texts, Trash, Notifier}, PopupOpened));
     }
     static std::string Mail(const std::string& id, const char* more = "") {
         return "Message-Id: " + id + "\n" + more + "\nbody\n\1";
     }
     std::string Value(const char* key) const { return Std(Item.Get(key)); }
 
+    STRINGARRAY State;
     FAKETEXTS Texts;
+    TRASHSTORE Trash;
     RECORDINGNOTIFIER Notifier;
     STRINGARRAY Item;
     bool PopupOpened = false;

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+
+#include "corelib/base/stringarray.h"
+
+/// Copies of mails that the filter or the user has thrown out: two files for each in the folder "trash" of the data
+/// directory, named by an id that is never given twice. Any thread.
+class TRASHSTORE {
+ public:
+    /// Before the first mail is saved: where the data lie.
+    void SetDirectory(const STRING& dataDir);
+
+    /// Saves the mail: its record without "Body" but with its "X-TrashId" as ID.ini, its body as ID.txt. False if one
+    /// of them could not be written; without the first there is no second.
+    bool SaveToTrash(const STRINGARRAY& record);
+
+    STRING Directory() const { return Folder; }
+
+ private:
+    uint64_t NextId();
+
+    std::mutex Guard;  // of the counter
+    STRING Folder;
+    STRING CounterFile;
+    uint64_t Known = 0;  // the next id, once the folder has been looked at
+};
+
+/// The folder's name in the data directory, and the counter's.
+inline constexpr const char* TRASH_FOLDER = "trash";
+inline constexpr const char* TRASH_COUNTER = "trashid.dat";
+inline constexpr uint64_t TRASH_FIRST_ID = 100000000;

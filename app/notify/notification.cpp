@@ -1,0 +1,313 @@
+#include "app/notify/notification.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "app/check/checkcycle.h"
+#include "app/common/mailtext.h"
+#include "app/notify/mailtypes.h"
+#include "corelib/base/clock.h"
+#include "corelib/base/files.h"
+#include "corelib/base/trace.h"
+#include "corelib/system/osys.h"
+
+int ScrollLockSettleMs = 1000;
+
+namespace {
+
+constexpr int TEXT_HEAD = 2933;
+constexpr int TEXT_ASK_PROGRAM = 2946;
+constexpr int TEXT_DEFAULT_TYPE = 2958;
+constexpr int TEXT_NOTHING_NEW = 2960;
+constexpr int TEXT_BUTTONS = 2984;
+constexpr int TEXT_TITLE = 10004;
+
+constexpr int LINES_MAX = 15;
+constexpr int SUBJECT_BYTES = 40;
+constexpr int BLINK_MS = 500;
+constexpr int LIGHT_MS = 1000;
+constexpr int NOTHING_NEW_MS = 2500;
+
+// What PopupDoMailDetailsAll lists.
+constexpr int LIST_UNKNOWN = 0;
+constexpr int LIST_UNREAD = 1;
+constexpr int LIST_ALL = 2;
+
+/// A button of the popup: part of the text of labels, command, and whether it is about the one mail.
+struct BUTTON {
+    int Label;
+    int Command;
+    bool OneMail;
+};
+constexpr BUTTON BUTTONS[] = {{0, 2110, false}, {1, 2140, false}, {3, 2141, true},
+                              {5, 2114, true},  {4, 2144, false}, {2, 0, false}};
+
+/// What comes from a mail never acts as mark-up, nor does it end a line.
+STRING Plain(const STRING& text) {
+    std::string plain(text.View());
+    std::erase_if(plain, [](char c) { return c == 27 || c == 14 || c == 15 || c == '\r' || c == '\n' || c == '\0'; });
+    return STRING(std::string_view(plain));
+}
+
+STRING Number(int64_t number) {
+    return STRING(std::string_view(std::to_string(number)));
+}
+
+int Milliseconds(int count, int unit) {
+    return static_cast<int>(std::clamp<int64_t>(int64_t{count} * unit, -1, 0x7fffffff));
+}
+
+}  // namespace
+
+DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
+    DETAILS details;
+    details.Text = "";
+    const int mode = State.GetNumber("PopupDoMailDetailsAll");
+    const STRING lineTemplate = State.Get("PopupMailDetails");
+    const STRING defaultType = Texts.Get(TEXT_DEFAULT_TYPE);
+    for (int i = 0; i < std::min(report.Records.Count(), LINES_MAX); ++i) {
+        const STRINGARRAY& record = report.Records[i];
+        const bool known = !std::binary_search(report.NewMails.begin(), report.NewMails.end(), i);
+        const STRING seen = record.Get("Seen");
+        const bool unread = atoi(seen) == 0;
+        const bool listed = mode == LIST_UNKNOWN ? !known : mode == LIST_UNREAD ? unread : mode == LIST_ALL;
+        if (!listed || record.GetNumber("X-Ignore") != 0)
+            continue;
+        STRING typeName = defaultType;
+        bool show = true;
+        STRING color("");
+        const int type = GetTypeIndex(record.Get("Header") || record.Get("Body"), Types);
+        if (type != -1) {
+            typeName = Types[type].Get("Name");
+            details.TypeIndex = details.TypeIndex == -1 ? type : std::min(details.TypeIndex, type);
+            show = Types[type].GetNumber("DoPopup") != 0;
+            if (Types[type].GetNumber("DoColor") != 0)
+                color.Format(";B=%d;F=%d", Types[type].GetNumber("Color"), Types[type].GetNumber("TextColor"));
+        }
+        if (!show)
+            continue;
+        STRING subject = Plain(record.Get("Subject"));
+        if (subject.Length() > SUBJECT_BYTES) {
+            subject.Truncate(SUBJECT_BYTES);
+            subject += " ...";
+        }
+        STRING date;
+        STRING time;
+        ParseDate(record.Get("X-Datetime"), date, time);
+        const bool old = (!unread || report.Unknown) && (known || report.ShowAll);
+        STRING line = STRING(old ? "\x1b[s" : "\x1b[bs") || color || "] " || lineTemplate;
+        const std::pair<const char*, STRING> VALUES[] = {
+            {"$status", seen.View().starts_with('n') ? "!" : ""},
+            {"$to", Plain(record.Get("To"))},
+            {"$an", Plain(record.Get("To"))},
+            {"$from", Plain(record.Get("From"))},
+            {"$von", Plain(record.Get("From"))},
+            {"$subject", subject},
+            {"$betreff", subject},
+            {"$type", typeName},
+            {"$typ", typeName},
+            {"$size", record.Get("X-Size")},
+            {"$groesse", record.Get("X-Size")},
+            {"$date", date},
+            {"$datum", date},
+            {"$time", time},
+            {"$zeit", time},
+            {"$spam", Plain(record.Get("X-SpamPoints"))},
+        };
+        for (const auto& [placeholder, value] : VALUES)
+            line.Replace(placeholder, value.Text(), 1);
+        line.Strip('B', " \r");
+        ++details.Lines;
+        details.Text += line || " \n";
+    }
+    details.Text.Strip('R', "\r\n");
+    Trace("TARNWICK::BuildPopupDetailsList howmany= %d, typendx= %d\n", details.Lines, details.TypeIndex);
+    return details;
+}
+
+bool NOTIFICATION::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
+    DETAILS details;
+    if (State.GetNumber("PopupDoMailDetails") != 0)
+        details = BuildPopupDetailsList(report);
+    STRING soundFile = State.Get("SoundEmail");
+    bool doPopup = State.GetNumber("EmailDoPopup") != 0 || report.Asked;
+    doPopup = doPopup && item.GetNumber("@SuppressPopup") == 0;
+    Trace("TARNWICK::HandleNewMail 1. dopupup= %d\n", doPopup);
+    if (details.TypeIndex != -1) {
+        const STRINGARRAY& type = Types[details.TypeIndex];
+        Trace("TARNWICK::HandleNewMail listcount= %d, type= %s\n", details.Lines, type.Get("Name").Text());
+        if (type.GetNumber("DoSound") != 0)
+            soundFile = type.Get("SoundFile");
+        Trace("TARNWICK::HandleNewMail 2. dopupup= %d\n", doPopup);
+    }
+    const bool popup = doPopup && details.Lines > 0;
+    if (popup)
+        PostPopup(item, report, details);
+    PlaySounds(soundFile);
+    StartProgramIfWanted(item, details);
+    FrontEnd.StartTimer(TIMER_BLINK, BLINK_MS);
+    ScrollLockBlinking(true);
+    if (Cycle)
+        Cycle->SetShownCount(Cycle->CountMails(-1, nullptr, nullptr));
+    return popup;
+}
+
+bool NOTIFICATION::NothingNew(STRINGARRAY& item, const CHECKREPORT& /*report*/) {
+    FrontEnd.PostAlert({.Text = Texts.Get(TEXT_NOTHING_NEW) || " (" || item.Get("Name") || ")",
+                        .TextColor = item.GetNumber("PopupTextColor"),
+                        .BackColor = item.GetNumber("PopupBackgroundColor"),
+                        .DurationMs = NOTHING_NEW_MS,
+                        .Handle = 0});
+    return true;
+}
+
+void NOTIFICATION::PostPopup(STRINGARRAY& item, const CHECKREPORT& report, const DETAILS& details) {
+    const bool ownColors = item.GetNumber("DoPopup") != 0;
+    const STRINGARRAY& colors = ownColors ? item : State;
+    STRING text = Texts.Get(TEXT_HEAD) || "\n" || item.Get("Name") || ": " || report.Status.Line(0, WORD_NEVERNULL);
+    if (!report.ShowAll)
+        text += report.NewText;
+    if (details.Text.Length() > 0) {
+        text += "\n\n";
+        text += details.Text;
+        if (State.GetNumber("PopupDoButtons") != 0)
+            text += ButtonRow(details.Lines == 1);
+    }
+    const int handle = item.GetNumber("@Handle");
+    if (details.Lines == 1) {
+        const STRINGARRAY& last = report.Records[report.NewMails.back()];
+        item.Set("@X-DeleteMessageId", last.Get("X-Message-Id") || "\n");
+        const std::lock_guard hold(Guard);
+        Mail = last;
+    }
+    AlertHandle = handle;
+    Trace("TARNWICK::HandleNewMail email show popup\n");
+    FrontEnd.PostAlert({.Text = text,
+                        .TextColor = colors.GetNumber("PopupTextColor"),
+                        .BackColor = colors.GetNumber("PopupBackgroundColor"),
+                        .DurationMs = Milliseconds(State.GetNumber("PopupDuration"), 1000),
+                        .Handle = handle});
+    text.Save(LAST_POPUP_FILE, "w");
+}
+
+STRING NOTIFICATION::ButtonRow(bool oneMail) const {
+    STRING row("\n\x1b[s]\n");
+    for (const BUTTON& button : BUTTONS) {
+        if (!button.OneMail || oneMail)
+            row.AppendFormat("\x1b[sb;*=%d]%s\x1b[s]  ", button.Command, Texts.Part(TEXT_BUTTONS, button.Label).Text());
+    }
+    return row;
+}
+
+void NOTIFICATION::PlaySounds(const STRING& soundFile) {
+    // The general sound's file decides, whichever is played.
+    if (State.GetNumber("EmailDoSound") == 0 || !OSYS::FileExists(State.Get("SoundEmail").Text()))
+        return;
+    Trace("TARNWICK::HandleNewMail email play sound %s\n", soundFile.Text());
+    FrontEnd.PlaySoundFile(soundFile);
+    if (State.GetNumber("EmailDoSoundLoop") == 0)
+        return;
+    {
+        const std::lock_guard hold(Guard);
+        SoundLoopFile = soundFile;
+    }
+    FrontEnd.StartTimer(TIMER_SOUND_LOOP, Milliseconds(State.GetNumber("EmailSoundLoopRep"), 1000));
+    FrontEnd.UpdateCommands();
+}
+
+void NOTIFICATION::StartProgramIfWanted(const STRINGARRAY& item, const DETAILS& details) {
+    const STRING command = State.Get("EmailCmdline");
+    if (State.GetNumber("EmailDoProgram") == 0 || command.Length() == 0 || (Cycle && Cycle->WasStartedThisPass()))
+        return;
+    if (State.GetNumber("EmailDoWindowCheck") != 0 && FrontEnd.HasWindowTitled(State.Get("EmailWindowTitle")))
+        return;
+    if (State.GetNumber("EmailDoConfirmProgram") != 0) {
+        STRING list = details.Text.Length() > 0 ? STRING("\r") || details.Text || "\r\r" : STRING("");
+        STRING question = Texts.Get(TEXT_ASK_PROGRAM);
+        question.Replace("$NAME", item.Get("Name").Text(), 1);
+        question.Replace("$LIST", list.Text(), 1);
+        question.Replace("\x1b[bs]", "", 1);
+        question.Replace("\x1b[s]", "", 1);
+        if (!FrontEnd.AskYesNo(Texts.Get(TEXT_TITLE), question))
+            return;
+    }
+    Trace("TARNWICK::HandleNewMail post email start program %s\n", command.Text());
+    FrontEnd.PostStartMailProgram(item.GetNumber("@Handle"));
+}
+
+void NOTIFICATION::DeleteAlertMail() {
+    const STRING handle = Number(AlertHandle);
+    const int index = AlertHandle == 0 ? -1 : Items.FindRecord("@Handle", handle.Text(), 1);
+    if (index != -1) {
+        STRINGARRAY& item = Items[index];
+        item.Set("@DeleteMessageId", item.Get("@X-DeleteMessageId"));
+        item.Set("@X-DeleteMessageId", "");
+    }
+    AlertHandle = 0;
+}
+
+bool NOTIFICATION::ShowLastAlert() {
+    STRING text;
+    if (!text.Load(LAST_POPUP_FILE, "r") || text.Length() == 0)
+        return false;
+    const int duration = State.GetNumber("PopupDuration");
+    FrontEnd.PostAlert({.Text = text,
+                        .TextColor = State.GetNumber("PopupTextColor"),
+                        .BackColor = State.GetNumber("PopupBackgroundColor"),
+                        .DurationMs = duration > 0 ? Milliseconds(duration, 1000) : -1,
+                        .Handle = 0});
+    return true;
+}
+
+void NOTIFICATION::RemindLater() {
+    FrontEnd.StartTimer(TIMER_LATER, Milliseconds(State.GetNumber("PopupLaterDelay"), 60000));
+}
+
+void NOTIFICATION::PlaySoundLoop() {
+    STRING file;
+    {
+        const std::lock_guard hold(Guard);
+        file = SoundLoopFile;
+    }
+    if (file.Length() > 0)
+        FrontEnd.PlaySoundFile(file);
+}
+
+bool NOTIFICATION::IsSoundLooping() const {
+    const std::lock_guard hold(Guard);
+    return SoundLoopFile.Length() > 0;
+}
+
+void NOTIFICATION::StopSoundLoop() {
+    {
+        const std::lock_guard hold(Guard);
+        if (SoundLoopFile.Length() == 0)
+            return;
+        SoundLoopFile = "";
+    }
+    FrontEnd.StopTimer(TIMER_SOUND_LOOP);
+    FrontEnd.UpdateCommands();
+}
+
+STRINGARRAY NOTIFICATION::AlertMail() const {
+    const std::lock_guard hold(Guard);
+    return Mail;
+}
+
+void NOTIFICATION::ScrollLockBlinking(bool on) {
+    Trace("TARNWICK::ScrollLockBlinking\n");
+    if (on && !LightBlinks && State.GetNumber("EmailDoScrollBlink") != 0) {
+        Trace("TARNWICK::ScrollLockBlinking: blinking starts...\n");
+        FrontEnd.StartTimer(TIMER_SCROLL_LOCK, LIGHT_MS);
+        LightBlinks = true;
+    } else if (!on && LightBlinks) {
+        Trace("TARNWICK::ScrollLockBlinking: blinking stops...\n");
+        FrontEnd.StopTimer(TIMER_SCROLL_LOCK);
+        LightBlinks = false;
+        // A tick that is under way has flipped the light by then.
+        CLOCK::Sleep(ScrollLockSettleMs);
+        OSYS::ScrollLock(0);
+    }
+    Trace("TARNWICK::~ScrollLockBlinking\n");
+}

@@ -1,0 +1,344 @@
+#include "app/notify/notification.h"
+
+#include <algorithm>
+#include <map>
+
+#include "app/check/items.h"
+#include "app/notify/mailtypes.h"
+#include "corelib/base/files.h"
+#include "tests/support/testsupport.h"
+
+namespace {
+
+using LIST = std::vector<std::string>;
+
+class FAKETEXTS : public TEXTS {
+ public:
+    STRING Get(int id) const override {
+        static const std::map<int, const char*> TEXT = {{2933, "New!"},
+                                                        {2946, "$NAME:$LIST?"},
+                                                        {2958, "plain"},
+                                                        {2960, "Nothing"},
+                                                        {2984, "Program|Later|Close|Delete|Inbox|Show"},
+                                                        {10004, "Title"}};
+        return TEXT.at(id);
+    }
+};
+
+/// Notes what it is asked for.
+class RECORDER : public FRONTEND {
+ public:
+    void PostAlert(const ALERTREQUEST& request) override { Alerts.push_back(request); }
+    void PlaySoundFile(const STRING& file) override { Calls.push_back("sound " + Std(file)); }
+    void StartTimer(int timer, int ms) override {
+        Calls.push_back("timer " + std::to_string(timer) + " " + std::to_string(ms));
+    }
+    void StopTimer(int timer) override { Calls.push_back("stop " + std::to_string(timer)); }
+    void PostStartMailProgram(int handle) override { Calls.push_back("program " + std::to_string(handle)); }
+    bool HasWindowTitled(const STRING& parts) override {
+        Calls.push_back("window " + Std(parts));
+        return WindowOpen;
+    }
+    bool AskYesNo(const STRING& title, const STRING& text) override {
+        Calls.push_back("ask " + Std(title) + " " + Std(text));
+        return Answer;
+    }
+    LIST Take() { return std::exchange(Calls, {}); }
+
+    std::vector<ALERTREQUEST> Alerts;
+    LIST Calls;
+    bool WindowOpen = false, Answer = false;
+};
+
+class Notification : public testing::Test {
+ protected:
+    Notification() {
+        for (const auto& [key, value] : {std::pair{"PopupDoMailDetails", "1"},
+                                         {"PopupDoMailDetailsAll", "0"},
+                                         {"PopupMailDetails", "$status $from: $subject"},
+                                         {"PopupDoButtons", "0"},
+                                         {"PopupDuration", "10"},
+                                         {"PopupLaterDelay", "15"},
+                                         {"PopupTextColor", "1"},
+                                         {"PopupBackgroundColor", "2"},
+                                         {"EmailDoPopup", "1"},
+                                         {"EmailDoSound", "0"},
+                                         {"EmailDoSoundLoop", "0"},
+                                         {"EmailSoundLoopRep", "60"},
+                                         {"SoundEmail", ""},
+                                         {"EmailDoProgram", "0"},
+                                         {"EmailCmdline", "mail.exe"},
+                                         {"EmailDoWindowCheck", "0"},
+                                         {"EmailWindowTitle", "Mail|Post"},
+                                         {"EmailDoConfirmProgram", "0"},
+                                         {"EmailDoScrollBlink", "0"}})
+            State.Set(key, value);
+        State.AllowNewKeys(false);
+        int handle = FIRST_ITEM_HANDLE;
+        STRINGARRAY item;
+        FixItem(item, State, handle);
+        item.Set("Name", "Home");
+        item.Set("DoPopup", "0");
+        Items.Add(item);
+        FILES::Remove(LAST_POPUP_FILE);
+    }
+    STRINGARRAY& Item() { return Items[0]; }
+    void AddMail(const char* subject, const char* header = "", const char* seen = "", const char* ignore = "0") {
+        STRINGARRAY record;
+        const std::string id = "id" + std::to_string(Records.Count());
+        for (const auto& [key, value] : {std::pair{"To", "Me"},
+                                         {"From", "Ann"},
+                                         {"Seen", seen},
+                                         {"Subject", subject},
+                                         {"MessageId", id.c_str()},
+                                         {"X-Message-Id", id.c_str()},
+                                         {"X-Size", "5 KB"},
+                                         {"X-SpamPoints", "7"},
+                                         {"X-Ignore", ignore},
+                                         {"X-Datetime", "Tue, 3 Mar 2026 12:05:06 +0000"},
+                                         {"Header", header},
+                                         {"Body", ""}})
+            record.Set(key, value);
+        if (ignore[0] == '0')
+            New.push_back(Records.Count());
+        Records.Add(record);
+    }
+    void AddType(const char* name, const char* keywords, const char* popup, const char* more = "") {
+        STRINGARRAY type(
+            STRING("Name=") || name || "\nDoHeader=1\nKeywords=" || keywords || "\nDoPopup=" || popup || "\n" || more,
+            32, 32);
+        FillTypeDefaults(type);
+        Types.Add(type);
+    }
+    CHECKREPORT Report(bool asked = false) {
+        return {.Records = Records,
+                .NewMails = New,
+                .ShowAll = false,
+                .Unknown = true,
+                .Asked = asked,
+                .Status = "2 mails",
+                .NewText = " (2 new)"};
+    }
+    bool Notify() { return Teller.NewMail(Item(), Report()); }
+    std::string AlertText() const { return FrontEnd.Alerts.empty() ? "none" : Std(FrontEnd.Alerts.back().Text); }
+
+    STRINGARRAY State;
+    RECORDARRAY Items{8, 8}, Types{8, 8}, Records{8, 8};
+    std::vector<int> New;
+    FAKETEXTS Texts;
+    RECORDER FrontEnd;
+    NOTIFICATION Teller{State, Items, Types, FrontEnd, Texts};
+};
+
+TEST_F(Notification, ShowsOneMailWithSixButtonsAndMoreWithFour) {
+    State.Set("PopupDoButtons", "1");
+    AddMail("Lunch?", "", "no");
+    EXPECT_TRUE(Notify());
+    EXPECT_EQ(AlertText(),
+              "New!\nHome: 2 mails (2 new)\n\n\x1b[bs] ! Ann: Lunch? \n\x1b[s]\n"
+              "\x1b[sb;*=2110]Program\x1b[s]  \x1b[sb;*=2140]Later\x1b[s]  \x1b[sb;*=2141]Delete\x1b[s]  "
+              "\x1b[sb;*=2114]Show\x1b[s]  \x1b[sb;*=2144]Inbox\x1b[s]  \x1b[sb;*=0]Close\x1b[s]  ");
+    const ALERTREQUEST& alert = FrontEnd.Alerts.back();
+    EXPECT_EQ(alert.DurationMs, 10000);
+    EXPECT_EQ(alert.TextColor * 10 + alert.BackColor, 12);
+    EXPECT_EQ(alert.Handle, FIRST_ITEM_HANDLE);
+    EXPECT_EQ(FrontEnd.Take(), LIST{"timer 7 500"});
+    EXPECT_EQ(Std(Teller.AlertMail().Get("Subject")), "Lunch?");
+    STRING saved;
+    ASSERT_TRUE(saved.Load(LAST_POPUP_FILE, "r"));
+    EXPECT_EQ(Std(saved), AlertText());
+
+    // The delete button's command, once.
+    EXPECT_EQ(Std(Item().Get("@X-DeleteMessageId")), "id0\n");
+    Teller.DeleteAlertMail();
+    EXPECT_EQ(Std(Item().Get("@DeleteMessageId")) + Std(Item().Get("@X-DeleteMessageId")), "id0\n");
+    Item().Set("@DeleteMessageId", "");
+    Teller.DeleteAlertMail();
+    EXPECT_EQ(Std(Item().Get("@DeleteMessageId")), "");
+
+    AddMail("Dinner?");
+    Item().Set("DoPopup", "1");
+    Item().Set("PopupTextColor", "3");
+    Item().Set("PopupBackgroundColor", "4");
+    EXPECT_TRUE(Notify());
+    EXPECT_EQ(AlertText(),
+              "New!\nHome: 2 mails (2 new)\n\n\x1b[bs] ! Ann: Lunch? \n\x1b[bs]  Ann: Dinner? \n\x1b[s]\n"
+              "\x1b[sb;*=2110]Program\x1b[s]  \x1b[sb;*=2140]Later\x1b[s]  \x1b[sb;*=2144]Inbox\x1b[s]  "
+              "\x1b[sb;*=0]Close\x1b[s]  ");
+    EXPECT_EQ(FrontEnd.Alerts.back().TextColor * 10 + FrontEnd.Alerts.back().BackColor, 34);
+
+    // The last popup comes back, as long as the settings say.
+    State.Set("PopupDuration", "0");
+    const std::string last = AlertText();
+    FrontEnd.Alerts.clear();
+    EXPECT_TRUE(Teller.ShowLastAlert());
+    EXPECT_EQ(AlertText(), last);
+    EXPECT_EQ(FrontEnd.Alerts.back().DurationMs, -1);
+    FrontEnd.Take();
+    Teller.RemindLater();
+    EXPECT_EQ(FrontEnd.Take(), LIST{"timer 10 900000"});
+}
+
+TEST_F(Notification, ListsWhatTheSettingsAndTypesLetIn) {
+    AddType("bills", "Invoice", "1", "DoColor=1\nColor=255\nTextColor=9\nDoSound=1\nSoundFile=bill.wav\n");
+    AddType("hidden", "secret", "0");
+    State.Set("PopupMailDetails", "$to $an $von $betreff $type $typ $size $groesse $date $datum $time $zeit $spam");
+    AddMail("0123456789012345678901234567890123456789", "Subject: invoice");
+    AddMail("01234567890123456789012345678901234567890", "");
+    AddMail("s", "X: secret");
+    AddMail("spam", "", "", "1");
+    DETAILS details = Teller.BuildPopupDetailsList(Report());
+    EXPECT_EQ(details.Lines, 2);
+    EXPECT_EQ(details.TypeIndex, 0);
+    EXPECT_EQ(Std(details.Text),
+              "\x1b[bs;B=255;F=9] Me Me Ann 0123456789012345678901234567890123456789 bills bills 5 KB 5 KB "
+              "2026-03-03 2026-03-03 12:05 12:05 7 \n"
+              "\x1b[bs] Me Me Ann 0123456789012345678901234567890123456789 ... plain plain 5 KB 5 KB "
+              "2026-03-03 2026-03-03 12:05 12:05 7 ");
+
+    // Known mails: all of them, the unread ones, none.
+    State.Set("PopupMailDetails", "$subject");
+    New.clear();
+    Records.DeleteAll();
+    AddMail("new");
+    AddMail("known", "", "1");
+    AddMail("unread");
+    New = {0};
+    const std::pair<const char*, const char*> MODES[] = {{"0", "\x1b[bs] new "},
+                                                         {"1", "\x1b[bs] new \n\x1b[s] unread "},
+                                                         {"2", "\x1b[bs] new \n\x1b[s] known \n\x1b[s] unread "},
+                                                         {"3", ""}};
+    for (const auto& [mode, text] : MODES) {
+        State.Set("PopupDoMailDetailsAll", mode);
+        EXPECT_EQ(Std(Teller.BuildPopupDetailsList(Report()).Text), text) << mode;
+    }
+    // With a count that is sure, an unread mail is news as long as it is unread.
+    State.Set("PopupDoMailDetailsAll", "2");
+    CHECKREPORT sure = Report();
+    sure.Unknown = false;
+    EXPECT_EQ(Std(Teller.BuildPopupDetailsList(sure).Text), "\x1b[bs] new \n\x1b[s] known \n\x1b[bs] unread ");
+
+    for (int i = 0; i < 30; ++i)
+        AddMail("more");
+    EXPECT_EQ(Teller.BuildPopupDetailsList(Report()).Lines, 15);
+}
+
+TEST_F(Notification, LetsNoMailForgeAButton) {
+    AddMail("a\x1b[sb;*=2141]Delete\x1b[s]\r\nb\x0e\x0f", "", "");
+    Notify();
+    EXPECT_EQ(AlertText(), "New!\nHome: 2 mails (2 new)\n\n\x1b[bs]  Ann: a[sb;*=2141]Delete[s]b ");
+}
+
+TEST_F(Notification, StaysSilentWhereItShould) {
+    AddType("hidden", "secret", "0");
+    AddMail("s", "X: secret");
+    EXPECT_FALSE(Notify()) << "every line is hidden by its type";
+    State.Set("PopupDoMailDetails", "0");
+    EXPECT_FALSE(Notify());
+    State.Set("PopupDoMailDetails", "1");
+    New.clear();
+    Records.DeleteAll();
+    AddMail("open");
+    State.Set("EmailDoPopup", "0");
+    EXPECT_FALSE(Notify());
+    EXPECT_TRUE(Teller.NewMail(Item(), Report(true))) << "the user has asked";
+    Item().Set("@SuppressPopup", "1");
+    EXPECT_FALSE(Teller.NewMail(Item(), Report(true)));
+    EXPECT_EQ(FrontEnd.Alerts.size(), 1U);
+
+    Item().Set("PopupTextColor", "5");
+    EXPECT_TRUE(Teller.NothingNew(Item(), Report(true)));
+    EXPECT_EQ(AlertText(), "Nothing (Home)");
+    EXPECT_EQ(FrontEnd.Alerts.back().DurationMs, 2500);
+    EXPECT_EQ(FrontEnd.Alerts.back().Handle, 0);
+}
+
+TEST_F(Notification, PlaysTheSoundOfTheTypeButLooksForTheGeneralOne) {
+    const TEMPDIR dir;
+    AddType("bills", "invoice", "1", "DoSound=1\nSoundFile=bill.wav\n");
+    AddMail("a", "Subject: invoice");
+    State.Set("EmailDoSound", "1");
+    State.Set("SoundEmail", dir.File("mail.wav"));
+    Notify();
+    EXPECT_EQ(FrontEnd.Take(), LIST{"timer 7 500"}) << "a missing general file silences the type's sound, too";
+    WriteBytes(dir.File("mail.wav"), "RIFF");
+    State.Set("EmailDoSoundLoop", "1");
+    Notify();
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"sound bill.wav", "timer 5 60000", "timer 7 500"}));
+    Teller.PlaySoundLoop();
+    EXPECT_TRUE(Teller.IsSoundLooping());
+    Teller.StopSoundLoop();
+    Teller.StopSoundLoop();
+    Teller.PlaySoundLoop();
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"sound bill.wav", "stop 5"}));
+}
+
+TEST_F(Notification, StartsTheMailProgramOnce) {
+    AddMail("a");
+    State.Set("EmailDoProgram", "1");
+    Notify();
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"program 4096", "timer 7 500"}));
+    State.Set("EmailDoWindowCheck", "1");
+    FrontEnd.WindowOpen = true;
+    Notify();
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"window Mail|Post", "timer 7 500"}));
+    State.Set("EmailDoWindowCheck", "0");
+    State.Set("EmailDoConfirmProgram", "1");
+    Notify();
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"ask Title Home:\r  Ann: a \r\r?", "timer 7 500"}));
+    State.Set("PopupDoMailDetails", "0");
+    FrontEnd.Answer = true;
+    Notify();
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"ask Title Home:?", "program 4096", "timer 7 500"}));
+    State.Set("EmailCmdline", "");
+    Notify();
+    EXPECT_EQ(FrontEnd.Take(), LIST{"timer 7 500"});
+}
+
+TEST_F(Notification, BlinksWithTheKeyboardLightUntilItIsStopped) {
+    const FAKECLOCK clock;
+    AddMail("a");
+    State.Set("EmailDoScrollBlink", "1");
+    Notify();
+    Notify();
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"timer 7 500", "timer 6 1000", "timer 7 500"}));
+    Teller.ScrollLockBlinking(false);
+    Teller.ScrollLockBlinking(false);
+    EXPECT_EQ(FrontEnd.Take(), LIST{"stop 6"});
+}
+
+TEST(MailTypes, TakeTheTypeNearestTheTop) {
+    RECORDARRAY types(8, 8);
+    for (const char* text :
+         {"Keywords=invoice; bill \nDoHeader=1\n", "Keywords=delivery\nDoHeader=1\nDoBody=1\n",
+          "DoSpam=1\nSpamPoints=100\n", "DoImportance=1\n", "DoSpam=1\n", "Keywords=agenda\\nminutes\nDoBody=1\n"}) {
+        STRINGARRAY type(STRING(text), 16, 16);
+        FillTypeDefaults(type);
+        types.Add(type);
+    }
+    const std::pair<const char*, int> CASES[] = {
+        {"Subject: Your INVOICE\n\n", 0},
+        {"Subject: x\n\nthe invoice\n", -1},
+        {"Subject: agenda\n\nx\n", -1},
+        {"Subject: x\n\nthe agenda of\n", 5},
+        {"Delivery-Date: x\n\n", -1},
+        {"Subject: delivery\n\n", 1},
+        {"Subject: x\n\nDelivery failed\n", 1},
+        {"Subject: x\n\nDelivery of the bill\n", 1},
+        {"Subject: delivery\nX: bill\n\n", 0},
+        {"X-SpamPoints: 0\n\n", -1},
+        {"X-SpamPoints: 99\n\n", 4},
+        {"X-SpamPoints: 100\n\n", 4},
+        {"x-spampoints: 500\n\n", -1},
+        {"X-SpamPoints: 100\nImportance: High\n\n", 3},
+        {"Subject: bill\nX-SpamPoints: 100\n\n", 4},
+        {"Subject: x\n\nX-SpamPoints: 500\nImportance: high", -1},
+        {"X-MSMail-Importance: HIGH", 3},
+        {"", -1},
+    };
+    for (const auto& [mail, index] : CASES)
+        EXPECT_EQ(GetTypeIndex(mail, types), index) << mail;
+    EXPECT_EQ(GetTypeIndex("Subject: x\n\n", RECORDARRAY(8, 8)), -1);
+}
+
+}  // namespace
