@@ -239,6 +239,8 @@ void SESSION::PrintMails(TARNWICK& application) {
 
 int RunConsole(int argc, char** argv) {
     TERMINAL::Prepare();
+    // What is printed stays on the screen: no popup has to be waited for.
+    CheckTimes.PopupPauseMs = 0;
     const int code = SESSION(argc, argv).Run();
     ClosePool();
     return code;

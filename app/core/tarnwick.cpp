@@ -9,7 +9,7 @@
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/trace.h"
 
-TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& notifier, const ARGUMENTS& arguments, const TEXTS& texts)
+TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts)
     : pState(64, 64),
       Items(64, 64),
       Types(64, 64),
@@ -21,8 +21,12 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& notifier, const ARGUMENTS& argu
       Mail(std::make_unique<MAILHANDLING>(frontEnd, texts)),
       Mx(std::make_unique<SYSTEMMXLOOKUP>()),
       Spam(std::make_unique<SPAMFILTER>(pState, texts, frontEnd, *Mx)),
+      Teller(pState, Items, Types, frontEnd, texts),
       Check(std::make_unique<CHECKCYCLE>(
-          CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, notifier, *Dialler})) {}
+          CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler})) {
+    Teller.SetListener(&listener);
+    Teller.SetCycle(Check.get());
+}
 
 TARNWICK::~TARNWICK() {
     Stop();

@@ -9,6 +9,7 @@
 #include "app/common/texts.h"
 #include "app/core/arguments.h"
 #include "app/core/datafiles.h"
+#include "app/notify/notification.h"
 #include "corelib/base/locks.h"
 #include "corelib/base/recordarray.h"
 #include "corelib/system/osys.h"
@@ -23,7 +24,8 @@ class SPAMFILTER;
 /// outlive it.
 class TARNWICK {
  public:
-    TARNWICK(FRONTEND& frontEnd, NOTIFIER& notifier, const ARGUMENTS& arguments, const TEXTS& texts);
+    /// The listener is told of all that checks find, beside the user.
+    TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts);
     /// The normal end: waits for the work thread without limit and saves everything, unless EndSession has.
     ~TARNWICK();
     TARNWICK(const TARNWICK&) = delete;
@@ -67,6 +69,7 @@ class TARNWICK {
     MAILHANDLING& Mailboxes() { return *Mail; }
     SPAMFILTER& Filter() { return *Spam; }
     TRASHSTORE& Trash() { return TrashStore; }
+    NOTIFICATION& Notification() { return Teller; }
     /// The mail servers of domains, for who makes a filter of its own.
     MXLOOKUP& MailServers() { return *Mx; }
     const TEXTS& Texts() const { return TextTable; }
@@ -101,6 +104,7 @@ class TARNWICK {
     std::unique_ptr<MXLOOKUP> Mx;
     std::unique_ptr<SPAMFILTER> Spam;
     TRASHSTORE TrashStore;
+    NOTIFICATION Teller;
     std::unique_ptr<CHECKCYCLE> Check;
     bool Saved = false;
 };

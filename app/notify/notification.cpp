@@ -127,6 +127,8 @@ DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
 }
 
 bool NOTIFICATION::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
+    if (Listener)
+        Listener->NewMail(item, report);
     DETAILS details;
     if (State.GetNumber("PopupDoMailDetails") != 0)
         details = BuildPopupDetailsList(report);
@@ -153,7 +155,9 @@ bool NOTIFICATION::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
     return popup;
 }
 
-bool NOTIFICATION::NothingNew(STRINGARRAY& item, const CHECKREPORT& /*report*/) {
+bool NOTIFICATION::NothingNew(STRINGARRAY& item, const CHECKREPORT& report) {
+    if (Listener)
+        Listener->NothingNew(item, report);
     FrontEnd.PostAlert({.Text = Texts.Get(TEXT_NOTHING_NEW) || " (" || item.Get("Name") || ")",
                         .TextColor = item.GetNumber("PopupTextColor"),
                         .BackColor = item.GetNumber("PopupBackgroundColor"),

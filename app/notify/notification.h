@@ -26,6 +26,8 @@ class NOTIFICATION : public NOTIFIER {
         : State(state), Items(items), Types(types), FrontEnd(frontEnd), Texts(texts) {}
     /// Whose pass over the items starts the mail program once, and whose counts the tray shows.
     void SetCycle(CHECKCYCLE* cycle) { Cycle = cycle; }
+    /// Who is told of the same, for example to print it; null: nobody.
+    void SetListener(NOTIFIER* listener) { Listener = listener; }
 
     bool NewMail(STRINGARRAY& item, const CHECKREPORT& report) override;
     bool NothingNew(STRINGARRAY& item, const CHECKREPORT& report) override;
@@ -62,6 +64,7 @@ class NOTIFICATION : public NOTIFIER {
     FRONTEND& FrontEnd;
     const TEXTS& Texts;
     CHECKCYCLE* Cycle = nullptr;
+    NOTIFIER* Listener = nullptr;
     std::atomic<int> AlertHandle = 0;
     std::atomic<bool> LightBlinks = false;
     mutable std::mutex Guard;  // of the two below

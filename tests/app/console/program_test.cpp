@@ -46,9 +46,10 @@ TEST(Program, ShowsTheDemo) {
     const auto first = program.Run({"/DEMO", "/ONCE", "/INBOX"});
     EXPECT_EQ(first.Code, EXIT_GOOD);
     EXPECT_EQ(first.Err, "");
-    EXPECT_TRUE(Contains(first.Out, "Demo (POP3): 41 mails (41 new)")) << first.Out;
+    EXPECT_TRUE(Contains(first.Out, "Demo (POP3): 41 mails (30 new)")) << first.Out;
     EXPECT_TRUE(Contains(first.Out, "    Ines Duarte: Umbrella found! (0 KB)")) << first.Out;
-    EXPECT_TRUE(Contains(first.Out, "... and 21 more")) << first.Out;
+    EXPECT_FALSE(Contains(first.Out, "    Best Meds Direct")) << "spam is no news";
+    EXPECT_TRUE(Contains(first.Out, "... and 10 more")) << first.Out;
     EXPECT_TRUE(Contains(first.Out, " *J\xc3\xbcrgen Wei\xc3\x9f")) << first.Out;
     // Nothing of the progress of a check where there is no terminal.
     EXPECT_FALSE(Contains(first.Out, "Reading")) << first.Out;

@@ -66,8 +66,10 @@ TEST_F(RealSender, IsKnownToItsServerOrNot) {
         }
     }
     // The server's own count of what it was asked: four commands each time, and no mail.
-    EXPECT_TRUE(Eventually([&] { return Count(mail.Log(), " helo=1 mail=1 rcpt=1 quit=1 commands=4\n") == 2; }) &&
-                Count(mail.Log(), " helo=1 mail=1 rcpt=0/1 quit=1 commands=3/4\n") == 2)
+    EXPECT_TRUE(Eventually([&] {
+        return Count(mail.Log(), " helo=1 mail=1 rcpt=1 quit=1 commands=4\n") == 2 &&
+               Count(mail.Log(), " helo=1 mail=1 rcpt=0/1 quit=1 commands=3/4\n") == 2;
+    }))
         << mail.Log();
 }
 

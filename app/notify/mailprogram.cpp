@@ -1,0 +1,96 @@
+#include "app/notify/mailprogram.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "app/mailbox/listing.h"
+#include "corelib/base/trace.h"
+#include "corelib/system/osys.h"
+
+namespace {
+
+constexpr int TEXT_TITLE = 10004;
+
+/// Start pages by the kind of mailbox. The last three kinds are those of earlier versions' files.
+struct KIND {
+    int Type;
+    const char* Page;  // null: the user's mail program
+};
+constexpr KIND KINDS[] = {{0, nullptr},
+                          {1, nullptr},
+                          {2, nullptr},
+                          {3, "http://www.hotmail.com/"},
+                          {4, "http://mail.example.com/"},
+                          {5, "http://mail.example.net/"},
+                          {6, nullptr}};
+
+STRING CommandFor(const STRINGARRAY& item, const STRINGARRAY& state) {
+    if (item.GetNumber("DoSpecialMailProgram") != 0 && item.Get("SpecialMailProgram").Length() > 0)
+        return item.Get("SpecialMailProgram");
+    const int type = item.GetNumber("Type");
+    const auto* kind = std::find_if(std::begin(KINDS), std::end(KINDS), [&](const KIND& k) { return k.Type == type; });
+    if (!ASSERTION(kind != std::end(KINDS), "FALSE"))
+        return "";
+    if (kind->Page)
+        return kind->Page;
+    STRING command = state.Get("EmailCmdline");
+    command.Strip('R', " \t\r\n");
+    return command;
+}
+
+/// The program's path in a command: what stands in quotes, or up to the first blank.
+STRING ProgramPath(std::string_view command) {
+    if (command.starts_with('"')) {
+        command.remove_prefix(1);
+        return STRING(command.substr(0, command.find('"')));
+    }
+    return STRING(command.substr(0, command.find(' ')));
+}
+
+}  // namespace
+
+uintptr_t FindMailProgramWindow(const STRINGARRAY& state, PROGRAMSTARTER& starter) {
+    const STRING titles = state.Get("EmailWindowTitle");
+    if (state.GetNumber("EmailDoWindowCheck") == 0)
+        return 0;
+    WORDCURSOR parts(titles, "|");
+    for (std::string_view part; parts.Next(part);) {
+        const uintptr_t window = part.empty() ? 0 : starter.FindTitledWindow(STRING(part));
+        if (window != 0)
+            return window;
+    }
+    return 0;
+}
+
+void StartMailProgram(const STRINGARRAY* item, const STRINGARRAY& state, FRONTEND& frontEnd, const TEXTS& texts,
+                      PROGRAMSTARTER& starter) {
+    STRING command = state.Get("EmailCmdline");
+    command.Strip('B', "\" ");
+    if (command.Length() > 0)
+        command = STRING("\"") || command || "\"";
+    Trace("TARNWICK::StartMailProgram cmdline= %s\n", command.Text());
+    if (item)
+        command = CommandFor(*item, state);
+    if (command.Length() == 0)
+        return;
+    if (LISTING::BeginsWith(command.View(), "http://")) {
+        if (!starter.OpenAddress(command))
+            frontEnd.ShowMessage(texts.Get(TEXT_TITLE), command);
+        return;
+    }
+    command = starter.Expand(command);
+    const uintptr_t window = FindMailProgramWindow(state, starter);
+    Trace("TARNWICK::StartMailProgram FindMailProgramWindow returns %08x\n", static_cast<unsigned>(window));
+    if (window != 0) {
+        Trace("TARNWICK::StartMailProgram window to foreground\n");
+        const int rc = starter.BringToFront(window);
+        Trace("TARNWICK::StartMailProgram window to foreground done, rc= %d\n", rc);
+    } else {
+        Trace("TARNWICK::StartMailProgram start process %s\n", command.Text());
+        const STRING directory = OSYS::FileDirectory(ProgramPath(command.View()).Text());
+        STRING error;
+        if (!starter.Start(command, state.Get("EmailCmdlineInbox"), directory, error))
+            frontEnd.ShowMessage(texts.Get(TEXT_TITLE), command || "\n" || error);
+    }
+    Trace("TARNWICK::StartMailProgram done\n");
+}

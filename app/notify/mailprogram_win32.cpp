@@ -1,0 +1,82 @@
+#include <string>
+
+// clang-format off: the second needs the first
+#include <shellapi.h>
+#include <windows.h>
+// clang-format on
+
+#include "app/notify/mailprogram.h"
+
+namespace {
+
+constexpr int EXPANDED_BYTES = 256;
+constexpr int TITLE_BYTES = 512;
+
+struct SEARCH {
+    const char* Part;
+    HWND Found;
+};
+
+BOOL CALLBACK LookAt(HWND window, LPARAM argument) {
+    auto& search = *reinterpret_cast<SEARCH*>(argument);
+    char title[TITLE_BYTES] = "";
+    GetWindowTextA(window, title, sizeof title);
+    if (std::string_view(title).find(search.Part) != std::string_view::npos)
+        search.Found = window;
+    return TRUE;
+}
+
+class WIN32STARTER : public PROGRAMSTARTER {
+ public:
+    uintptr_t FindTitledWindow(const STRING& part) override {
+        SEARCH search{part.Text(), nullptr};
+        EnumWindows(LookAt, reinterpret_cast<LPARAM>(&search));
+        return reinterpret_cast<uintptr_t>(search.Found);
+    }
+
+    int BringToFront(uintptr_t window) override {
+        auto* const handle = reinterpret_cast<HWND>(window);
+        ShowWindow(handle, IsIconic(handle) ? SW_RESTORE : SW_SHOW);
+        SetWindowPos(handle, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+        return SetForegroundWindow(handle);
+    }
+
+    bool OpenAddress(const STRING& address) override {
+        return reinterpret_cast<intptr_t>(ShellExecuteA(nullptr, "open", address.Text(), nullptr, ".", SW_SHOWNORMAL)) >
+               32;
+    }
+
+    STRING Expand(const STRING& text) override {
+        char expanded[EXPANDED_BYTES];
+        const DWORD length = ExpandEnvironmentStringsA(text.Text(), expanded, sizeof expanded);
+        return length > 0 && length <= sizeof expanded ? STRING(expanded) : text;
+    }
+
+    bool Start(const STRING& program, const STRING& arguments, const STRING& directory, STRING& error) override {
+        std::string command(program.View());
+        if (arguments.Length() > 0)
+            command += " " + std::string(arguments.View());
+        STARTUPINFOA start{};
+        start.cb = sizeof start;
+        PROCESS_INFORMATION process{};
+        const bool hasDirectory = program.Pos('\\') != -1;
+        if (!CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                            hasDirectory ? directory.Text() : nullptr, &start, &process)) {
+            char text[TITLE_BYTES] = "";
+            FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, GetLastError(), 0, text,
+                           sizeof text, nullptr);
+            error = text;
+            error.Strip('R', "\r\n ");
+            return false;
+        }
+        CloseHandle(process.hThread);
+        CloseHandle(process.hProcess);
+        return true;
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<PROGRAMSTARTER> MakeProgramStarter() {
+    return std::make_unique<WIN32STARTER>();
+}
