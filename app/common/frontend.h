@@ -75,3 +75,9 @@ class FRONTEND {
 
 /// Commands that the engine gives to the front end.
 inline constexpr int COMMAND_STOP_SOUND = 2119;
+/// And those of a popup's buttons.
+inline constexpr int COMMAND_MAIL_PROGRAM = 2110;
+inline constexpr int COMMAND_SHOW_MAIL = 2114;
+inline constexpr int COMMAND_REMIND_LATER = 2140;
+inline constexpr int COMMAND_DELETE_MAIL = 2141;
+inline constexpr int COMMAND_SHOW_ITEM = 2144;

@@ -1,14 +1,22 @@
 #include "app/console/consolefrontend.h"
 
+#include "app/console/alertview.h"
 #include "app/console/consoletexts.h"
 #include "app/console/displaytext.h"
 #include "app/console/mailtable.h"
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"
+#include "corelib/base/clock.h"
 
 namespace {
 
 constexpr int RESULT_COLUMN = 1;
+
+/// Whole seconds, at least one: nothing here needs a finer clock.
+int Period(int ms) {
+    return std::max(ms / 1000, 1);
+}
+
 // Of a mailbox's first check there may be thousands; the table of /INBOX shows them all.
 constexpr size_t NEW_LINES_MAX = 20;
 
@@ -110,6 +118,52 @@ bool CONSOLEFRONTEND::AskYesNo(const STRING& title, const STRING& text) {
     return stricmp(STRING(answer.substr(0, 1)).Text(), keys.Left(1).Text(), 0) == 0;
 }
 
+void CONSOLEFRONTEND::PostAlert(const ALERTREQUEST& request) {
+    if (!Terminal)
+        return;
+    const bool interactive = Watching && CanAsk();
+    const ALERTVIEW view = DrawAlert(request, true, TERMINAL::Columns(), interactive);
+    PrintRaw(view.Text);
+    std::lock_guard hold(Lock);
+    AlertCommands = interactive ? view.Commands : std::vector<int>();
+}
+
+int CONSOLEFRONTEND::TakeAlertCommand(int number) {
+    std::lock_guard hold(Lock);
+    if (number < 1 || number > static_cast<int>(AlertCommands.size()))
+        return -1;
+    const int command = AlertCommands[static_cast<size_t>(number) - 1];
+    AlertCommands.clear();
+    return command;
+}
+
+void CONSOLEFRONTEND::PlaySoundFile(const STRING& /*file*/) {
+    if (Terminal)
+        TERMINAL::Write("\a");
+}
+
+void CONSOLEFRONTEND::StartTimer(int timer, int ms) {
+    std::lock_guard hold(Lock);
+    Timers[timer] = {CLOCK::Seconds() + Period(ms), Period(ms)};
+}
+
+void CONSOLEFRONTEND::StopTimer(int timer) {
+    std::lock_guard hold(Lock);
+    Timers.erase(timer);
+}
+
+bool CONSOLEFRONTEND::TakeDueTimer(int timer, bool once) {
+    std::lock_guard hold(Lock);
+    const auto at = Timers.find(timer);
+    if (at == Timers.end() || CLOCK::Seconds() < at->second.Due)
+        return false;
+    if (once)
+        Timers.erase(at);
+    else
+        at->second.Due += at->second.Period;
+    return true;
+}
+
 void CONSOLEFRONTEND::RunSetupWizard() {
     // Nobody is asked how the machine is connected: where a terminal program runs there is a line that is always up.
     // That there is no account yet is told once everything has been read.
@@ -119,6 +173,9 @@ void CONSOLEFRONTEND::RunSetupWizard() {
 }
 
 bool CONSOLEFRONTEND::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
+    // On a terminal the popup has told it.
+    if (Terminal && report.PopupShown)
+        return false;
     std::string text = Safe(item.Get("Name")) + ": " + Safe(report.Status) + Safe(report.NewText) + "\n";
     const int columns = Terminal ? TERMINAL::Columns() : 0;
     size_t shown = 0;

@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "app/check/notifier.h"
 #include "app/common/frontend.h"
@@ -37,7 +38,18 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     /// Waits up to ms for the work thread's end; true if it has told it.
     bool WaitForQuit(int ms) { return Quit.Wait(ms); }
 
+    /// A person watches, and may answer the popups by keys.
+    void SetWatching(bool value) { Watching = value; }
+    /// The command of the last popup's button of that number (from 1), -1 if there is none; the popup is answered then.
+    int TakeAlertCommand(int number);
+    /// Whether a timer has run out; one that is not taken for once goes on.
+    bool TakeDueTimer(int timer, bool once);
+
     // FRONTEND
+    void PostAlert(const ALERTREQUEST& request) override;
+    void PlaySoundFile(const STRING& file) override;
+    void StartTimer(int timer, int ms) override;
+    void StopTimer(int timer) override;
     void SetCell(int handle, int column, const STRING& text) override;
     void SetItemStatus(int handle, const STRING& text) override;
     void ShowMessage(const STRING& title, const STRING& text) override;
@@ -56,10 +68,17 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     const TEXTS* Texts = nullptr;
     std::atomic<TARNWICK*> Application = nullptr;
     std::atomic<bool> Talkative = false;
+    std::atomic<bool> Watching = false;
     bool ResultsOnly = false;
     const bool Terminal;
     EVENTSEM Quit{false};
     std::mutex Lock;
     bool ProgressShown = false;
+    struct TIMER {
+        int64_t Due;  // seconds, by the clock
+        int Period;
+    };
+    std::map<int, TIMER> Timers;
+    std::vector<int> AlertCommands;         // by the keys of the last popup
     std::map<int, std::string> LastErrors;  // by handle, so that a lasting error is told once
 };

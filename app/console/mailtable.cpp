@@ -60,6 +60,15 @@ std::string NewMailLine(const STRINGARRAY& mail, int columns) {
     return "    " + DISPLAYTEXT::Fit(text, room) + " " + DISPLAYTEXT::Fit(size, SIZE_COLUMNS, true);
 }
 
+std::string MailText(const STRINGARRAY& mail) {
+    std::string text = "\n" + Safe(mail["From"]) + " -> " + Safe(mail["To"]) + "\n" + Safe(mail["Subject"]) + "\n" +
+                       DateColumn(mail["X-Datetime"]) + "\n\n";
+    WORDCURSOR lines(mail["Body"], "\n");
+    for (std::string_view line; lines.Next(line);)
+        text += DISPLAYTEXT::Safe(line) + "\n";
+    return text;
+}
+
 std::string ReportLines(STRING report) {
     const char stored[] = {REASON_LINE_END, '\0'};
     report.Replace(stored, "\n", 1);

@@ -13,5 +13,8 @@ std::string NewMailLine(const STRINGARRAY& mail, int columns);
 /// With reasons, the spam report stands below each mail that has one.
 std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, int markPoints, bool reasons = false);
 
+/// A mail for reading: sender, recipient, subject, date, and the body as far as it was fetched.
+std::string MailText(const STRINGARRAY& mail);
+
 /// A spam report as lines of UTF-8, with an empty line behind it.
 std::string ReportLines(STRING report);

@@ -16,6 +16,7 @@
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
+#include "app/notify/mailprogram.h"
 #include "corelib/base/files.h"
 #include "corelib/base/strings.h"
 #include "corelib/base/trace.h"
@@ -71,6 +72,11 @@ ARGUMENTS MakeArguments(int argc, char** argv) {
     return {static_cast<int>(pointers.size()), pointers.data()};
 }
 
+int MarkPoints(const TARNWICK& application) {
+    const STRINGARRAY& state = application.pState;
+    return state.GetNumber("SpamDoMark") ? state.GetNumber("SpamMarkPoints") : 0;
+}
+
 /// One run of the program.
 class SESSION {
  public:
@@ -94,6 +100,7 @@ class SESSION {
     int RunApplication(TARNWICK& application);
     int CheckOnce(TARNWICK& application);
     int Watch(TARNWICK& application);
+    void AnswerAlert(TARNWICK& application, int command);
     void PrintMails(TARNWICK& application);
 
     CONSOLEFRONTEND FrontEnd;
@@ -203,7 +210,14 @@ int SESSION::Watch(TARNWICK& application) {
     if (Demo)
         Demo->StartArrivals();
     application.Start();
+    FrontEnd.SetWatching(true);
     while (!StopAsked && !FrontEnd.WaitForQuit(LOOK_MS)) {
+        if (FrontEnd.CanAsk())
+            AnswerAlert(application, FrontEnd.TakeAlertCommand(TERMINAL::PressedKey() - '0'));
+        if (FrontEnd.TakeDueTimer(TIMER_SOUND_LOOP, false))
+            application.Notification().PlaySoundLoop();
+        if (FrontEnd.TakeDueTimer(TIMER_LATER, true))
+            application.Notification().ShowLastAlert();
     }
     FrontEnd.Print(Text(CTEXT_ENDING));
     application.Stop();
@@ -212,10 +226,43 @@ int SESSION::Watch(TARNWICK& application) {
     return EXIT_GOOD;
 }
 
+void SESSION::AnswerAlert(TARNWICK& application, int command) {
+    NOTIFICATION& notification = application.Notification();
+    if (command == -1)
+        return;
+    // Any answer silences the reminders.
+    notification.StopSoundLoop();
+    const int item = application.FindHandle(notification.AlertItem());
+    const STRINGARRAY mail = notification.AlertMail();
+    switch (command) {
+        case COMMAND_MAIL_PROGRAM: {
+            const std::unique_ptr<PROGRAMSTARTER> starter = MakeProgramStarter();
+            StartMailProgram(nullptr, application.pState, FrontEnd, App.Texts(), *starter);
+            break;
+        }
+        case COMMAND_REMIND_LATER:
+            notification.RemindLater();
+            break;
+        case COMMAND_DELETE_MAIL:
+            notification.DeleteAlertMail();
+            break;
+        case COMMAND_SHOW_MAIL:
+            if (mail.Exists("Body"))
+                FrontEnd.Print(MailText(mail));
+            break;
+        case COMMAND_SHOW_ITEM:
+            if (item != -1)
+                FrontEnd.Print("\n" + MailTable(application.Items[item], App.Texts(), TERMINAL::Columns() - 1,
+                                                MarkPoints(application)));
+            break;
+        default:
+            break;
+    }
+}
+
 void SESSION::PrintMails(TARNWICK& application) {
     const bool terminal = TERMINAL::OutputIsTerminal();
-    const STRINGARRAY& state = application.pState;
-    const int markPoints = state.GetNumber("SpamDoMark") ? state.GetNumber("SpamMarkPoints") : 0;
+    const int markPoints = MarkPoints(application);
     for (int i = 0; i < application.Items.Count(); ++i) {
         const STRINGARRAY& item = application.Items[i];
         if (Has("INBOX"))

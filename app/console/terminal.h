@@ -20,6 +20,9 @@ void WriteError(std::string_view text);
 bool ReadLine(std::string& line, bool hidden);
 /// Bytes of standard input as they come, at most `bytes`: their number, 0 at its end, -1 on error.
 int ReadBytes(char* buffer, int bytes);
+/// What a person has typed meanwhile, if only one key: its character, 0 for nothing. Where a terminal gives whole lines
+/// only, the first character of the line.
+int PressedKey();
 /// `stop` is called, on a thread of the platform's or in a signal handler, when the user or the system asks the program
 /// to end. It may only set flags.
 void OnStop(void (*stop)());

@@ -1,6 +1,7 @@
 #include <cerrno>
 #include <csignal>
 #include <initializer_list>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -92,6 +93,16 @@ bool ReadLine(std::string& line, bool hidden) {
 
 int ReadBytes(char* buffer, int bytes) {
     return static_cast<int>(read(STDIN_FILENO, buffer, static_cast<size_t>(bytes)));
+}
+
+int PressedKey() {
+    static bool ended = false;
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    if (ended || poll(&input, 1, 0) != 1)
+        return 0;
+    std::string line;
+    ended = !ReadLine(line, false);
+    return line.empty() ? 0 : static_cast<unsigned char>(line[0]);
 }
 
 void OnStop(void (*stop)()) {

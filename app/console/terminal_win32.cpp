@@ -1,3 +1,4 @@
+#include <conio.h>
 #include <windows.h>
 
 #include "app/console/terminal.h"
@@ -111,6 +112,10 @@ int ReadBytes(char* buffer, int bytes) {
         return static_cast<int>(got);
     // The other side of a pipe has ended.
     return GetLastError() == ERROR_BROKEN_PIPE ? 0 : -1;
+}
+
+int PressedKey() {
+    return _kbhit() ? _getch() : 0;
 }
 
 void OnStop(void (*stop)()) {

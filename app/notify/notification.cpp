@@ -127,8 +127,6 @@ DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
 }
 
 bool NOTIFICATION::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
-    if (Listener)
-        Listener->NewMail(item, report);
     DETAILS details;
     if (State.GetNumber("PopupDoMailDetails") != 0)
         details = BuildPopupDetailsList(report);
@@ -152,6 +150,11 @@ bool NOTIFICATION::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
     ScrollLockBlinking(true);
     if (Cycle)
         Cycle->SetShownCount(Cycle->CountMails(-1, nullptr, nullptr));
+    if (Listener) {
+        CHECKREPORT told = report;
+        told.PopupShown = popup;
+        Listener->NewMail(item, told);
+    }
     return popup;
 }
 

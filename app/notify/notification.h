@@ -26,7 +26,7 @@ class NOTIFICATION : public NOTIFIER {
         : State(state), Items(items), Types(types), FrontEnd(frontEnd), Texts(texts) {}
     /// Whose pass over the items starts the mail program once, and whose counts the tray shows.
     void SetCycle(CHECKCYCLE* cycle) { Cycle = cycle; }
-    /// Who is told of the same, for example to print it; null: nobody.
+    /// Who is told of the same behind the user, for example to print it; null: nobody.
     void SetListener(NOTIFIER* listener) { Listener = listener; }
 
     bool NewMail(STRINGARRAY& item, const CHECKREPORT& report) override;

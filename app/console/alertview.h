@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/common/frontend.h"
+
+/// A popup as a terminal shows it.
+struct ALERTVIEW {
+    std::string Text;           // lines of UTF-8, with colours as control sequences if wanted
+    std::vector<int> Commands;  // of its buttons, the first for key 1
+};
+
+/// Draws a popup's text: a bar in the alert's colour in front of each line, small pieces plain, bold ones bold, pieces
+/// in their own colours. Buttons become a line of keys at the end where there is someone to press them, and are left
+/// out elsewhere. No byte of the text reaches the terminal as a control.
+ALERTVIEW DrawAlert(const ALERTREQUEST& request, bool colors, int columns, bool keys);
