@@ -1,0 +1,103 @@
+// Whole checks of a mailbox on a real server: spam is scored, marked, kept, deleted, and nothing else is.
+
+#include "app/mailbox/mailhandling.h"
+#include "corelib/base/files.h"
+#include "tests/app/check/fakes.h"
+#include "tests/app/filter/filtertest.h"
+#include "tests/servers/dovecot.h"
+
+namespace {
+
+constexpr const char* GOOD = "From: A B <a@x.example>\nSubject: lunch\nMessage-Id: <good@x>\n\nhello\n";
+constexpr const char* TRASH = "From: A B <a@x.example>\nSubject: poor\nMessage-Id: <trash@x>\n\nkeepable offer\n";
+constexpr const char* WORST = "From: A B <a@x.example>\nSubject: poorest\nMessage-Id: <worst@x>\n\nterrible offer\n";
+
+class RealDisposal : public FILTERTEST {
+ protected:
+    RealDisposal() {
+        State.AllowNewKeys(true);
+        for (const char* key : {"PopupBackgroundColor", "PopupTextColor"})
+            State.Set(key, "");
+        for (const auto& [key, value] : {std::pair{"SpamDoDelete", "1"},
+                                         {"SpamDeletePoints", "500"},
+                                         {"SpamDoTrash", "1"},
+                                         {"SpamTrashPoints", "180"},
+                                         {"SpamDoMove", "1"},
+                                         {"SpamMovePoints", "100"},
+                                         {"SpamDoIgnore", "1"},
+                                         {"SpamIgnorePoints", "100"},
+                                         {"SpamDoDomain", "0"},
+                                         {"ResetCounter", "0"},
+                                         {"EmailTaskbarUnread", "1"}})
+            State.Set(key, value);
+        State.Set("SpamFilename", Dir.File("spamdef.dat"));
+        WriteBytes(Dir.File("spamdef.dat"), "B|190/3|keepable\r\nB|590/3|terrible\r\n");
+        OSYS::MakeDirectories(Dir.File(TRASH_FOLDER).Text());
+        Trash.SetDirectory(Dir.Path());
+        int handle = FIRST_ITEM_HANDLE;
+        STRINGARRAY item;
+        FixItem(item, State, handle);
+        item.Set("Type", "1");
+        item.Set("Name", "real");
+        item.Set("Source2", "secret");
+        Items.Add(item);
+    }
+    void Check() {
+        CHECKCYCLE::ForceRefresh(Items[0], 0);
+        Cycle.UpdateItem(Items[0]);
+    }
+    std::string Value(const char* key) const { return Std(Items[0].Get(key)); }
+
+    TEMPDIR Dir;
+    JOURNAL Journal;
+    FAKETEXTS Words;
+    RECORDARRAY Items{8, 8};
+    FRONTEND Nobody;
+    DEADMXLOOKUP Mx;
+    SPAMFILTER Filter{State, Texts, Nobody, Mx};
+    MAILHANDLING Mailboxes{Nobody, Texts};
+    TRASHSTORE Trash;
+    RECORDINGNOTIFIER Notifier;
+    FAKEDIALUP Dialup{Journal};
+    CHECKCYCLE Cycle{CHECKPARTS{State, Items, Nobody, Words, Mailboxes, Filter, Trash, Notifier, Dialup}};
+};
+
+TEST_F(RealDisposal, RemovesAtTheNextPassWhatWasMarkedAndNothingElse) {
+    DOVECOT server;
+    ASSERT_EQ(server.Problem(), "");
+    Items[0].Set("Source", server.PopServer() || "|joe");
+    for (const char* mail : {GOOD, TRASH, WORST, GOOD})
+        server.Deliver("joe", mail);
+    Check();
+    EXPECT_EQ(Value("@DeleteMessageId").substr(0, 2), "3|") << "the worst, newest first";
+    EXPECT_EQ(server.Inbox("joe").size(), 4U) << "a decision alone removes nothing";
+    EXPECT_EQ(Value("LastRC"), "4|2?") << "spam counts as a mail of the server and as no news";
+    EXPECT_EQ(Items[0].GetNumber("@ForceRefresh"), 1) << "the next pass is to come at once";
+
+    Cycle.UpdateItem(Items[0]);
+    EXPECT_EQ(server.Inbox("joe"), (std::vector<std::string>{GOOD, GOOD}));
+    EXPECT_EQ(Value("@DeleteMessageId"), "");
+    EXPECT_EQ(Items[0].GetNumber("@ForceRefresh"), 0);
+    STRINGARRAY kept;
+    ASSERT_TRUE(kept.Load((Dir.File(TRASH_FOLDER) || "\\100000000.ini").Text()));
+    EXPECT_EQ(Std(kept.Get("Subject")), "poor");
+    EXPECT_EQ(ReadBytes(Dir.File(TRASH_FOLDER) || "\\100000000.txt").substr(0, 16), "keepable offer\r\n");
+    EXPECT_FALSE(OSYS::FileExists((Dir.File(TRASH_FOLDER) || "\\100000001.ini").Text()))
+        << "a deletion wins over a copy, and nothing is kept twice";
+
+    // What the user deletes; a mail whose size is another one by then is left alone.
+    Items[0].Set("@DeleteMessageId",
+                 STRING("2|") || std::to_string(std::string_view(GOOD).size() + 5).c_str() || "\n1|1\n");
+    Cycle.UpdateItem(Items[0]);
+    EXPECT_EQ(server.Inbox("joe").size(), 1U) << Value("LastValue");
+
+    // A failed deletion loses nothing.
+    Items[0].Set("Source", STRING("127.0.0.1:1|joe"));
+    Items[0].Set("@DeleteMessageId", "1|1\n");
+    Cycle.UpdateItem(Items[0]);
+    EXPECT_EQ(Value("LastRC"), "0E|0E");
+    EXPECT_EQ(Value("@DeleteMessageId"), "");
+    EXPECT_EQ(server.Inbox("joe").size(), 1U);
+}
+
+}  // namespace
