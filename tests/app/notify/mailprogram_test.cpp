@@ -1,0 +1,118 @@
+#include "app/notify/mailprogram.h"
+
+#include "corelib/base/files.h"
+#include "tests/support/testsupport.h"
+
+namespace {
+
+class TITLETEXTS : public TEXTS {
+ public:
+    STRING Get(int) const override { return "Title"; }
+};
+
+class MESSAGES : public FRONTEND {
+ public:
+    void ShowMessage(const STRING&, const STRING& text) override { Text += Std(text); }
+    std::string Text;
+};
+
+/// Notes what it is asked to do.
+class FAKESTARTER : public PROGRAMSTARTER {
+ public:
+    uintptr_t FindTitledWindow(const STRING& part) override { return Std(part) == Window ? 7 : 0; }
+    int BringToFront(uintptr_t window) override {
+        Calls += "front " + std::to_string(window);
+        return 1;
+    }
+    bool OpenAddress(const STRING& address) override {
+        Calls += "open " + Std(address);
+        return true;
+    }
+    STRING Expand(const STRING& text) override { return text; }
+    bool Start(const STRING& program, const STRING& arguments, const STRING& directory, STRING& error) override {
+        Calls += Std(program) + " " + Std(arguments) + " in " + Std(directory);
+        error = "reason";
+        return Good;
+    }
+    std::string Calls, Window;
+    bool Good = true;
+};
+
+class MailProgram : public testing::Test {
+ protected:
+    MailProgram() {
+        for (const auto& [key, value] : {std::pair{"EmailCmdline", "C:\\Mail Box\\mail.exe"},
+                                         {"EmailCmdlineInbox", "/inbox"},
+                                         {"EmailDoWindowCheck", "0"},
+                                         {"EmailWindowTitle", "Mail||Post"}})
+            State.Set(key, value);
+        for (const auto& [key, value] :
+             {std::pair{"Type", "1"}, {"DoSpecialMailProgram", "0"}, {"SpecialMailProgram", ""}})
+            Item.Set(key, value);
+    }
+    std::string Start(const STRINGARRAY* item) {
+        Starter.Calls.clear();
+        StartMailProgram(item, State, FrontEnd, Texts, Starter);
+        return Starter.Calls;
+    }
+
+    STRINGARRAY State, Item;
+    TITLETEXTS Texts;
+    MESSAGES FrontEnd;
+    FAKESTARTER Starter;
+};
+
+TEST_F(MailProgram, IsTheOneOfTheItemOrOfAll) {
+    EXPECT_EQ(Start(nullptr), "\"C:\\Mail Box\\mail.exe\" /inbox in C:\\Mail Box");
+    EXPECT_EQ(Start(&Item), "C:\\Mail Box\\mail.exe /inbox in C:") << "without quotes a path ends at the blank";
+    Item.Set("DoSpecialMailProgram", "1");
+    EXPECT_EQ(Start(&Item), "C:\\Mail Box\\mail.exe /inbox in C:");
+    Item.Set("SpecialMailProgram", "\"D:\\own\\x.exe\" -a");
+    EXPECT_EQ(Start(&Item), "\"D:\\own\\x.exe\" -a /inbox in D:\\own");
+    Item.Set("SpecialMailProgram", "HTTP://mail.example/");
+    EXPECT_EQ(Start(&Item), "open HTTP://mail.example/");
+    Item.Set("DoSpecialMailProgram", "0");
+    Item.Set("Type", "3");
+    EXPECT_TRUE(Start(&Item).starts_with("open http://"));
+    Item.Set("Type", "7");
+    EXPECT_ASSERTIONS(1);
+    EXPECT_EQ(Start(&Item), "");
+    State.Set("EmailCmdline", "");
+    EXPECT_EQ(Start(nullptr), "");
+}
+
+TEST_F(MailProgram, IsShownInsteadIfItRuns) {
+    State.Set("EmailDoWindowCheck", "1");
+    Starter.Window = "Post";
+    EXPECT_EQ(Start(nullptr), "front 7");
+    Starter.Window = "";
+    EXPECT_NE(Start(nullptr), "front 7") << "an empty part is no title";
+    Starter.Good = false;
+    Start(nullptr);
+    EXPECT_EQ(FrontEnd.Text, "\"C:\\Mail Box\\mail.exe\"\nreason");
+}
+
+TEST_F(MailProgram, ThatDoesNotExistIsTold) {
+    const std::unique_ptr<PROGRAMSTARTER> starter = MakeProgramStarter();
+    const TEMPDIR dir;
+    State.Set("EmailCmdline", dir.File("missing.exe"));
+    StartMailProgram(nullptr, State, FrontEnd, Texts, *starter);
+    EXPECT_NE(FrontEnd.Text.find("missing.exe"), std::string::npos);
+    EXPECT_GT(FrontEnd.Text.size(), Std(dir.File("missing.exe")).size() + 5) << FrontEnd.Text;
+}
+
+#ifndef _WIN32
+TEST_F(MailProgram, IsStartedInItsDirectoryWithItsArguments) {
+    const std::unique_ptr<PROGRAMSTARTER> starter = MakeProgramStarter();
+    const TEMPDIR dir;
+    WriteBytes(dir.File("mail program"), "#!/bin/sh\necho \"$#:$1:$2\" >out.tmp\nmv out.tmp out\n");
+    ASSERT_EQ(system(("chmod +x '" + dir.Native("mail program") + "'").c_str()), 0);
+    State.Set("EmailCmdline", dir.File("mail program"));
+    State.Set("EmailCmdlineInbox", "--show \"the inbox\"");
+    StartMailProgram(nullptr, State, FrontEnd, Texts, *starter);
+    EXPECT_EQ(FrontEnd.Text, "");
+    EXPECT_TRUE(Eventually([&] { return ReadBytes(dir.File("out")) == "2:--show:the inbox\n"; }));
+}
+#endif
+
+}  // namespace
