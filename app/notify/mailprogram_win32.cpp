@@ -1,8 +1,9 @@
 #include <string>
 
-// clang-format off: the second needs the first
-#include <shellapi.h>
+// The second needs the first.
+// clang-format off
 #include <windows.h>
+#include <shellapi.h>
 // clang-format on
 
 #include "app/notify/mailprogram.h"
