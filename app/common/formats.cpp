@@ -1,5 +1,7 @@
 #include "app/common/formats.h"
 
+#include <algorithm>
+#include <climits>
 #include <string>
 
 #include "corelib/system/osys.h"
@@ -56,8 +58,8 @@ STRING FormatDuration(const TEXTS& texts, int64_t milliseconds, int64_t precisio
     // A clock that was set back gives a span below 0, which is as good as none.
     const int64_t ms = milliseconds < 0 ? 0 : milliseconds;
     const int64_t s = ms / 1000;
-    const int days = static_cast<int>(s / 86400);
-    const int hours = static_cast<int>(s / 3600);
+    const int days = static_cast<int>(std::min<int64_t>(s / 86400, INT_MAX));
+    const int hours = static_cast<int>(s / 3600 % 24);
     const int minutes = static_cast<int>(s / 60 % 60);
     const int seconds = static_cast<int>(s % 60);
     const int tenths = static_cast<int>(ms % 1000 / 100);
@@ -67,9 +69,8 @@ STRING FormatDuration(const TEXTS& texts, int64_t milliseconds, int64_t precisio
     STRING out;
     if (s >= 86400) {
         const STRING wordDays = UnitFor(texts, PART_DAYS, days);
-        const STRING wordHours = UnitFor(texts, PART_HOURS, hours % 24);
-        out.Format("%d %s, %d %s, %d %s", days, wordDays.Text(), hours % 24, wordHours.Text(), minutes,
-                   wordMinutes.Text());
+        const STRING wordHours = UnitFor(texts, PART_HOURS, hours);
+        out.Format("%d %s, %d %s, %d %s", days, wordDays.Text(), hours, wordHours.Text(), minutes, wordMinutes.Text());
     } else if (s >= 3600) {
         const STRING wordHours = UnitFor(texts, PART_HOURS, hours);
         out.Format("%d %s, %d %s", hours, wordHours.Text(), minutes, wordMinutes.Text());

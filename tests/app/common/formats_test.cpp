@@ -56,6 +56,7 @@ TEST(Formats, Durations) {
         {11, 1, "0.01 sec"},
         {10, 1, "10 ms"},
         {-5, 1, "0 ms"},
+        {INT64_MAX, 1, "2147483647 days, 7 hours, 12 min"},
     };
     for (const auto& test : CASES)
         EXPECT_EQ(Std(FormatDuration(DURATIONTEXT(), test.Ms, test.Precision)), test.Text) << test.Ms;
