@@ -47,6 +47,21 @@ STRING ProgramPath(std::string_view command) {
     return STRING(command.substr(0, command.find(' ')));
 }
 
+/// Starts a program in its own directory, and tells the user if that fails.
+void Start(const STRING& command, const STRING& arguments, FRONTEND& frontEnd, const TEXTS& texts,
+           PROGRAMSTARTER& starter) {
+    const STRING directory = OSYS::FileDirectory(ProgramPath(command.View()).Text());
+    STRING error;
+    if (!starter.Start(command, arguments, directory, error))
+        frontEnd.ShowMessage(texts.Get(TEXT_TITLE), command || "\n" || error);
+}
+
+void CutAt(STRING& text, const char* what) {
+    const int at = text.Pos(what);
+    if (at != -1)
+        text.Truncate(at);
+}
+
 }  // namespace
 
 uintptr_t FindMailProgramWindow(const STRINGARRAY& state, PROGRAMSTARTER& starter) {
@@ -87,10 +102,18 @@ void StartMailProgram(const STRINGARRAY* item, const STRINGARRAY& state, FRONTEN
         Trace("TARNWICK::StartMailProgram window to foreground done, rc= %d\n", rc);
     } else {
         Trace("TARNWICK::StartMailProgram start process %s\n", command.Text());
-        const STRING directory = OSYS::FileDirectory(ProgramPath(command.View()).Text());
-        STRING error;
-        if (!starter.Start(command, state.Get("EmailCmdlineInbox"), directory, error))
-            frontEnd.ShowMessage(texts.Get(TEXT_TITLE), command || "\n" || error);
+        Start(command, state.Get("EmailCmdlineInbox"), frontEnd, texts, starter);
     }
     Trace("TARNWICK::StartMailProgram done\n");
+}
+
+void StartNewMail(const STRINGARRAY& state, FRONTEND& frontEnd, const TEXTS& texts, PROGRAMSTARTER& starter) {
+    STRING command = state.Get("EmailCmdline");
+    CutAt(command, " /");
+    CutAt(command, " -");
+    if (command.Length() == 0)
+        return;
+    command += " " || state.Get("EmailCmdlineNewMail");
+    command.Strip('R', " \t");
+    Start(command, "", frontEnd, texts, starter);
 }

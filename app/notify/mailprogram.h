@@ -34,3 +34,7 @@ uintptr_t FindMailProgramWindow(const STRINGARRAY& state, PROGRAMSTARTER& starte
 /// no item). Front end's thread.
 void StartMailProgram(const STRINGARRAY* item, const STRINGARRAY& state, FRONTEND& frontEnd, const TEXTS& texts,
                       PROGRAMSTARTER& starter);
+
+/// Starts the mail program with the settings' switches for a new mail in place of its usual ones; nothing if there is
+/// no program. Front end's thread.
+void StartNewMail(const STRINGARRAY& state, FRONTEND& frontEnd, const TEXTS& texts, PROGRAMSTARTER& starter);

@@ -35,7 +35,7 @@ TEST(VelmoraApp, StartsInTheProgramsDirectoryWithItsTexts) {
         ASSERT_EQ(app.Start(frontEnd), 0);
         EXPECT_EQ(app.Language(), LANGUAGE_GERMAN);
         EXPECT_TRUE(app.StartMinimized());
-        EXPECT_EQ(Std(app.Texts().Part(2940, 0)), "keine");
+        EXPECT_EQ(Std(app.Texts().Part(2940, 3)), "neu");
         EXPECT_EQ(Std(ProgramTitle(app.Texts())), "Tarnwick V2.02");
     }
     const std::string text = ReadBytes(log);

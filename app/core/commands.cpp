@@ -1,0 +1,222 @@
+#include "app/core/commands.h"
+
+#include <string>
+
+#include "app/check/items.h"
+#include "app/core/maintitle.h"
+#include "app/core/tarnwick.h"
+#include "app/notify/mailprogram.h"
+
+namespace {
+
+constexpr int TEXT_BUSY = 2931;
+constexpr int TEXT_DELETE_ONE = 2932;
+constexpr int TEXT_DELETE_MANY = 2947;
+constexpr int TEXT_CHECK_ALL = 2962;
+constexpr int TEXT_TITLE = 10004;
+
+constexpr int CHECK_ALL_NOTICE_MS = 1500;
+
+constexpr int HELP_INTRODUCTION = 2000;
+constexpr int HELP_TOPICS[] = {2802, 2801, 2804, 2803};  // in the order of their commands
+
+void SuspendOrResume(STRINGARRAY& item) {
+    item.Set("UpdateSuspended", item.GetNumber("UpdateSuspended") != 0 ? "0" : "1");
+    item.Set("LastValue", "-");
+    item.Set("LastRC", "0|0");
+}
+
+}  // namespace
+
+bool COMMANDS::DoCommand(int command, const std::vector<int>& selected) {
+    if (command != COMMAND_STOP_SOUND) {
+        FrontEnd.DoCommand(COMMAND_STOP_SOUND);
+        FrontEnd.StopBlinking();
+    }
+    return DoProgramCommand(command) || DoNotificationCommand(command) || DoMailProgramCommand(command, selected) ||
+           DoItemCommand(command, selected) || ShowHelp(command);
+}
+
+bool COMMANDS::DoProgramCommand(int command) {
+    STRINGARRAY& state = Application.pState;
+    CHECKCYCLE& cycle = Application.Cycle();
+    switch (command) {
+        case COMMAND_RESET_COUNT:
+        case COMMAND_TRAY_RESET_COUNT:
+            state.Set("ResetCounter", "1");
+            FrontEnd.MakeTaskbarIcon();
+            return true;
+        case COMMAND_SPAM_FILTER_OFF:
+            state.Set("SpamFilterDisabled", state.GetNumber("SpamFilterDisabled") != 0 ? "0" : "1");
+            FrontEnd.UpdateCommands();
+            return true;
+        case COMMAND_SUSPEND:
+        case COMMAND_TRAY_SUSPEND:
+            cycle.SetSuspended(!cycle.IsSuspended());
+            FrontEnd.UpdateCommands();
+            FrontEnd.MakeTaskbarIcon();
+            FrontEnd.SetMainTitle();
+            return true;
+        case COMMAND_EXIT:
+        case COMMAND_QUIT:
+            Application.Stop();
+            return true;
+        case COMMAND_ABOUT:
+            FrontEnd.ShowMessage(Application.Texts().Get(TEXT_TITLE), AboutText(Application.Texts()));
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool COMMANDS::DoNotificationCommand(int command) {
+    NOTIFICATION& notification = Application.Notification();
+    switch (command) {
+        case COMMAND_STOP_SOUND:
+            notification.StopSoundLoop();
+            return true;
+        case COMMAND_SHOW_LAST_POPUP:
+        case COMMAND_TRAY_SHOW_LAST_POPUP:
+            notification.ShowLastAlert();
+            return true;
+        case COMMAND_REMIND_LATER:
+            notification.RemindLater();
+            return true;
+        case COMMAND_DELETE_MAIL:
+            notification.DeleteAlertMail();
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool COMMANDS::DoMailProgramCommand(int command, const std::vector<int>& selected) {
+    const STRINGARRAY& state = Application.pState;
+    switch (command) {
+        case COMMAND_MAIL_PROGRAM:
+            StartMailProgram(nullptr, state, FrontEnd, Application.Texts(), Starter);
+            return true;
+        case COMMAND_NEW_MAIL:
+            StartNewMail(state, FrontEnd, Application.Texts(), Starter);
+            return true;
+        case COMMAND_ITEM_MAIL_PROGRAM: {
+            const int index = selected.empty() ? -1 : Application.FindHandle(selected.front());
+            if (index != -1)
+                StartMailProgram(&Application.Items[index], state, FrontEnd, Application.Texts(), Starter);
+            return true;
+        }
+        default:
+            return false;
+    }
+}
+
+bool COMMANDS::ShowHelp(int command) {
+    if (command == COMMAND_HELP_CONTENTS)
+        FrontEnd.ShowHelp(HELP_CONTENTS);
+    else if (command == COMMAND_HELP_INTRODUCTION)
+        FrontEnd.ShowHelp(HELP_INTRODUCTION);
+    else if (command >= COMMAND_HELP_FIRST_TOPIC && command <= COMMAND_HELP_LAST_TOPIC)
+        FrontEnd.ShowHelp(HELP_TOPICS[command - COMMAND_HELP_FIRST_TOPIC]);
+    else
+        return false;
+    return true;
+}
+
+bool DeselectsItems(int command) {
+    return command == COMMAND_SUSPEND_ITEMS || command == COMMAND_CHECK_ITEMS ||
+           command == COMMAND_CHECK_ITEMS_QUIETLY || command == COMMAND_SHOW_ITEMS_MAILS;
+}
+
+bool COMMANDS::DoItemCommand(int command, const std::vector<int>& selected) {
+    switch (command) {
+        case COMMAND_CHECK_ALL:
+        case COMMAND_CHECK_ALL_AS_NEW:
+            CheckAll(command == COMMAND_CHECK_ALL_AS_NEW);
+            return true;
+        case COMMAND_CHECK_SHOWN:
+        case COMMAND_TRAY_CHECK_SHOWN:
+            CheckShown();
+            return true;
+        default:
+            break;
+    }
+    if (!DeselectsItems(command))
+        return false;
+    for (const int handle : selected) {
+        const int index = Application.FindHandle(handle);
+        if (index == -1)
+            continue;
+        STRINGARRAY& item = Application.Items[index];
+        if (command == COMMAND_SUSPEND_ITEMS) {
+            SuspendOrResume(item);
+            FrontEnd.RefreshRow(handle);
+            continue;
+        }
+        if (command == COMMAND_SHOW_ITEMS_MAILS)
+            item.Set("LastSeenIds", SHOW_ALL_IDS);
+        CHECKCYCLE::ForceRefresh(item, command == COMMAND_CHECK_ITEMS_QUIETLY ? 0 : 1);
+    }
+    return true;
+}
+
+void COMMANDS::CheckAll(bool asNew) {
+    FrontEnd.PostAlert({.Text = Application.Texts().Get(TEXT_CHECK_ALL),
+                        .TextColor = Application.pState.GetNumber("PopupTextColor"),
+                        .BackColor = Application.pState.GetNumber("PopupBackgroundColor"),
+                        .DurationMs = CHECK_ALL_NOTICE_MS,
+                        .Handle = 0});
+    for (int i = 0; i < Application.Items.Count(); ++i) {
+        STRINGARRAY& item = Application.Items[i];
+        if (item.GetNumber("TrayCheck") == 0)
+            continue;
+        if (asNew)
+            item.Set("LastSeenIds", "");
+        CHECKCYCLE::ForceRefresh(item, 1);
+    }
+}
+
+void COMMANDS::CheckShown() {
+    for (int i = 0; i < Application.Items.Count(); ++i) {
+        if (Application.Items[i].GetNumber("@Showing") != 0)
+            CHECKCYCLE::ForceRefresh(Application.Items[i], 1);
+    }
+}
+
+STRING DeleteQuestion(const TEXTS& texts, int items, const STRING& name) {
+    STRING question = texts.Get(items == 1 ? TEXT_DELETE_ONE : TEXT_DELETE_MANY);
+    question.Replace("$(n)", items == 1 ? name.Text() : std::to_string(items).c_str(), 1);
+    return question;
+}
+
+STRING BusyMessage(const TEXTS& texts) {
+    return texts.Get(TEXT_BUSY);
+}
+
+STRING BusyTitle(const TEXTS& texts, const STRING& name) {
+    return texts.Get(TEXT_TITLE) || " - " || name;
+}
+
+std::vector<COMMANDSTATE> CommandStates(const COMMANDCONTEXT& context) {
+    const bool one = context.SelectedItems == 1;
+    const bool any = context.SelectedItems >= 1;
+    std::vector<COMMANDSTATE> states = {
+        {COMMAND_EDIT_ITEM, one, {}},
+        {COMMAND_SHOW_ITEMS_MAILS, one, {}},
+        {COMMAND_DELETE_ITEMS, any, {}},
+        {COMMAND_CHECK_ITEMS, any, {}},
+        {COMMAND_SUSPEND_ITEMS, any, one && context.ItemSuspended},
+        {COMMAND_STOP_SOUND, context.SoundLoop, {}},
+        {COMMAND_INBOX, one || context.InboxOpen, context.InboxOpen},
+        {COMMAND_SHOW_ITEM, {}, context.InboxOpen},
+        {COMMAND_TRASHCAN, {}, context.TrashcanOpen},
+        {COMMAND_TRASHCAN_BUTTON, {}, context.TrashcanOpen},
+        {COMMAND_SPAM_FILTER_OFF, {}, context.SpamFilterDisabled},
+        {COMMAND_SPAM_LISTS, !context.SpamFilterDisabled, {}},
+        {COMMAND_SUSPEND, {}, context.Suspended},
+        {COMMAND_TRAY_SUSPEND, {}, context.Suspended},
+    };
+    // An open Inbox knows best which of its own commands are possible.
+    for (int command = COMMAND_INBOX_FIRST; command <= COMMAND_INBOX_LAST && !context.InboxOpen; ++command)
+        states.push_back({command, false, {}});
+    return states;
+}

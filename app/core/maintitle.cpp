@@ -1,0 +1,34 @@
+#include "app/core/maintitle.h"
+
+#include <string>
+
+#include "app/core/settings.h"
+#include "corelib/system/osys.h"
+
+namespace {
+
+constexpr int TEXT_SUSPENDED = 2968;
+constexpr int TEXT_TRASHED = 3051;
+constexpr int TEXT_PRODUCT = 10001;
+constexpr int TEXT_TITLE = 10004;
+
+}  // namespace
+
+STRING MainTitle(const TEXTS& texts, const ARGUMENTS& arguments, bool suspended, const STRING& trash) {
+    STRING title = texts.Get(TEXT_TITLE);
+    if (!arguments.TestArg("NOVERS"))
+        title += STRING(" ") || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX;
+    if (suspended)
+        title += " " || texts.Get(TEXT_SUSPENDED);
+    const int trashedMails = OSYS::CollectFiles(trash.Text(), "*.ini", nullptr, 0);
+    if (trashedMails > 0) {
+        STRING trashed = texts.Get(TEXT_TRASHED);
+        trashed.Replace("$HOWMANY", std::to_string(trashedMails).c_str(), 1);
+        title += trashed;
+    }
+    return title;
+}
+
+STRING AboutText(const TEXTS& texts) {
+    return texts.Get(TEXT_PRODUCT) || "\rVersion " || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX;
+}

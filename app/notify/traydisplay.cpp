@@ -1,0 +1,67 @@
+#include "app/notify/traydisplay.h"
+
+#include <algorithm>
+
+#include "app/check/checkcycle.h"
+#include "corelib/base/trace.h"
+
+namespace {
+
+constexpr int TEXT_TOOLTIP = 2901;
+constexpr int TEXT_COUNTS = 2940;
+constexpr int TEXT_UNREAD = 2971;
+
+// Parts of the text of counts.
+constexpr int PART_NONE = 0;
+constexpr int PART_ONE = 1;
+constexpr int PART_MANY = 2;
+
+// Counts of two digits show their tens only, up to this picture for all above.
+constexpr int PICTURE_TENS = 10;
+constexpr int PICTURE_MOST = 13;
+
+/// "no mails", "1 mail" or "5 mails" with what stands between the number and the noun, blanks included.
+STRING CountText(const TEXTS& texts, int count, const STRING& between) {
+    STRING number = texts.Part(TEXT_COUNTS, PART_NONE);
+    if (count != 0)
+        number.Format("%d", count);
+    return number || between || texts.Part(TEXT_COUNTS, count == 1 ? PART_ONE : PART_MANY);
+}
+
+}  // namespace
+
+int TrayPicture(const TRAYSTATE& state) {
+    if (state.Updating)
+        return TRAY_UPDATING;
+    if (state.Failed)
+        return TRAY_FAILED;
+    if (state.Suspended)
+        return TRAY_SUSPENDED;
+    const int count = state.Acknowledged ? 0 : std::max(state.Count, 0);
+    return count <= 9 ? count : std::min(PICTURE_TENS - 1 + count / 10, PICTURE_MOST);
+}
+
+int TrayPicture(CHECKCYCLE& cycle, const STRINGARRAY& state) {
+    TRAYSTATE tray;
+    tray.Count = cycle.CountMails(-1, nullptr, &tray.Failed);
+    cycle.SetShownCount(tray.Count);
+    tray.Acknowledged = state.GetNumber("ResetCounter") != 0;
+    tray.Updating = cycle.IsUpdating();
+    tray.Suspended = cycle.IsSuspended();
+    return TrayPicture(tray);
+}
+
+STRING TooltipText(const TEXTS& texts, int total, int unread) {
+    STRING tooltip = texts.Get(TEXT_TOOLTIP) || ": " || CountText(texts, total, " ") || " (";
+    if (unread != total)
+        tooltip += CountText(texts, unread, " " || texts.Get(TEXT_UNREAD) || " ") || ")";
+    Trace("TARNWICK::MakeNewTooltip 1. tooltip= '%s'\n", tooltip.Text());
+    tooltip.ChopLast('(');
+    Trace("TARNWICK::MakeNewTooltip 2. tooltip= '%s'\n", tooltip.Text());
+    return tooltip;
+}
+
+STRING TooltipText(const TEXTS& texts, CHECKCYCLE& cycle) {
+    const int total = cycle.CountMails(0, nullptr, nullptr);
+    return TooltipText(texts, total, cycle.CountMails(1, nullptr, nullptr));
+}

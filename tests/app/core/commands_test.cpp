@@ -1,0 +1,327 @@
+#include "app/core/commands.h"
+
+#include "app/check/items.h"
+#include "app/core/clickmodes.h"
+#include "app/core/maintitle.h"
+#include "app/core/tarnwick.h"
+#include "app/notify/mailprogram.h"
+#include "tests/app/core/coresupport.h"
+
+namespace {
+
+using LIST = std::vector<std::string>;
+
+/// Notes what a command does beside its own work.
+class COMMANDFRONTEND : public RECORDER {
+ public:
+    void MakeTaskbarIcon() override { Journal.push_back("icon"); }
+    void SetMainTitle() override { Journal.push_back("title"); }
+    void StopBlinking() override { Journal.push_back("quiet"); }
+    void RefreshRow(int handle) override { Journal.push_back("row " + std::to_string(handle)); }
+    void DoCommand(int command) override { Journal.push_back("command " + std::to_string(command)); }
+    void UpdateCommands() override { Journal.push_back("menus"); }
+    void StartTimer(int timer, int ms) override {
+        Journal.push_back("timer " + std::to_string(timer) + " " + std::to_string(ms));
+    }
+    void PostAlert(const ALERTREQUEST& request) override {
+        Journal.push_back("alert " + Std(request.Text) + " " + std::to_string(request.BackColor) + " " +
+                          std::to_string(request.DurationMs));
+    }
+    LIST Take() { return std::exchange(Journal, {}); }
+
+ private:
+    LIST Journal;
+};
+
+/// Notes what is to be started, and cannot start "broken".
+class FAKESTARTER : public PROGRAMSTARTER {
+ public:
+    uintptr_t FindTitledWindow(const STRING& /*part*/) override { return 0; }
+    int BringToFront(uintptr_t /*window*/) override { return 0; }
+    bool OpenAddress(const STRING& /*address*/) override { return false; }
+    STRING Expand(const STRING& text) override { return text; }
+    bool Start(const STRING& program, const STRING& arguments, const STRING& directory, STRING& error) override {
+        Started = Std(program) + "," + Std(arguments) + "," + Std(directory);
+        error = "reason";
+        return program.Pos("broken") == -1;
+    }
+    std::string Take() { return std::exchange(Started, {}); }
+
+ private:
+    std::string Started;
+};
+
+class Commands : public ::testing::Test {
+ protected:
+    Commands() : Here(Data.Path()) {
+        Store.Set("ApplicationDataDir", STRING(Data.Path()));
+        EXPECT_TRUE(Application.Open()) << Std(Application.StartError());
+        for (const char* name : {"a", "b", "c"}) {
+            STRINGARRAY item = Application.NewItem();
+            item.Set("Name", name);
+            item.Set("LastSeenIds", "1|2");
+            item.Set("@Showing", "1");
+            Application.AddItem(item);
+        }
+        for (int i = 0; i < 3; ++i)
+            Application.Items[i].Set("@ForceRefresh", "0");
+        FrontEnd.Messages.clear();
+        FrontEnd.Help.clear();
+        FrontEnd.Take();
+    }
+    STRINGARRAY& Item(int i) { return Application.Items[i]; }
+    int Handle(int i) { return Item(i).GetNumber("@Handle"); }
+    /// Which items are to be checked: their names, with "!" for an answer in any case.
+    std::string Forced() {
+        std::string forced;
+        for (int i = 0; i < Application.Items.Count(); ++i) {
+            if (Item(i).GetNumber("@ForceRefresh") != 0)
+                forced += Std(Item(i).Get("Name")) + (Item(i).GetNumber("@ForcePopup") != 0 ? "!" : "");
+            Item(i).Set("@ForceRefresh", "0");
+        }
+        return forced;
+    }
+
+    TESTSTORE Store;
+    TEMPDIR Data;
+    CURRENTDIR Here;
+    COMMANDFRONTEND FrontEnd;
+    NOTIFIER Notifier;
+    NUMBEREDTEXTS Texts;
+    ARGUMENTS Arguments{"tarnwick"};
+    TARNWICK Application{FrontEnd, Notifier, Arguments, Texts};
+    FAKESTARTER Starter;
+    COMMANDS Doer{Application, FrontEnd, Starter};
+};
+
+TEST_F(Commands, ForceChecksOfTheRightItems) {
+    Item(1).Set("TrayCheck", "1");
+    Item(2).Set("@Showing", "0");
+    const std::vector<int> selected = {Handle(0), 99999, Handle(2)};  // one has gone meanwhile
+    const struct {
+        int Command;
+        const char* Forced;
+        const char* SeenIds;  // of a, b and c
+    } CASES[] = {
+        {2106, "b!", "1|2 1|2 1|2"},
+        {2135, "a!c!", "1|2 1|2 1|2"},
+        {2143, "ac", "1|2 1|2 1|2"},
+        {2136, "a!b!", "1|2 1|2 1|2"},
+        {2156, "a!b!", "1|2 1|2 1|2"},
+        {2145, "b!", "1|2  1|2"},
+        {2137, "a!c!", "<SHOWALL>  <SHOWALL>"},
+    };
+    for (const auto& test : CASES) {
+        EXPECT_TRUE(Doer.DoCommand(test.Command, selected));
+        EXPECT_EQ(Forced(), test.Forced) << test.Command;
+        const LIST journal = FrontEnd.Take();
+        const bool all = test.Command == 2106 || test.Command == 2145;
+        EXPECT_EQ(journal.size() == 3 && journal.back() == "alert text 2962 $DIR 49407 1500", all) << test.Command;
+        std::string seen = Std(Item(0).Get("LastSeenIds"));
+        for (int i : {1, 2})
+            seen += " " + Std(Item(i).Get("LastSeenIds"));
+        EXPECT_EQ(seen, test.SeenIds) << test.Command;
+    }
+}
+
+TEST_F(Commands, SuspendAndResume) {
+    Item(0).Set("LastRC", "5|5");
+    EXPECT_TRUE(Doer.DoCommand(2130, {Handle(0)}));
+    EXPECT_EQ(Item(0).GetNumber("UpdateSuspended"), 1);
+    EXPECT_EQ(Std(Item(0).Get("LastRC")), "0|0");
+    EXPECT_EQ(Std(Item(0).Get("LastValue")), "-");
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"command 2119", "quiet", "row " + std::to_string(Handle(0))}));
+    EXPECT_TRUE(Doer.DoCommand(2130, {Handle(0), Handle(1)}));
+    EXPECT_EQ(Item(0).GetNumber("UpdateSuspended"), 0);
+    EXPECT_EQ(Item(1).GetNumber("UpdateSuspended"), 1);
+    FrontEnd.Take();
+
+    for (const auto& [command, suspended] : {std::pair{2118, true}, {2158, false}}) {
+        EXPECT_TRUE(Doer.DoCommand(command, {}));
+        EXPECT_EQ(Application.Cycle().IsSuspended(), suspended);
+        EXPECT_EQ(FrontEnd.Take(), (LIST{"command 2119", "quiet", "menus", "icon", "title"}));
+    }
+    for (const int off : {1, 0}) {
+        EXPECT_TRUE(Doer.DoCommand(2117, {}));
+        EXPECT_EQ(Application.pState.GetNumber("SpamFilterDisabled"), off);
+    }
+}
+
+TEST_F(Commands, OfTheProgramAsAWhole) {
+    EXPECT_TRUE(Doer.DoCommand(2107, {}));
+    EXPECT_EQ(Application.pState.GetNumber("ResetCounter"), 1);
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"command 2119", "quiet", "icon"}));
+
+    for (int command : {2190, 2191, 2192, 2193, 2194, 2200})
+        EXPECT_TRUE(Doer.DoCommand(command, {}));
+    EXPECT_EQ(FrontEnd.Help, (std::vector<int>{HELP_CONTENTS, 2802, 2801, 2804, 2803, 2000}));
+    EXPECT_TRUE(Doer.DoCommand(2199, {}));
+    EXPECT_EQ(FrontEnd.Messages, LIST{"text 10004 $DIR: text 10001 $DIR\rVersion 2.02"});
+
+    EXPECT_TRUE(Doer.DoCommand(2299, {}));
+    EXPECT_TRUE(Application.Cycle().IsStopRequested());
+}
+
+TEST_F(Commands, LeaveTheFrontEndsOwnToItInSilence) {
+    for (int command : {2112, 2114, 2161, 2195, 2201, 1}) {
+        FrontEnd.Take();
+        EXPECT_FALSE(Doer.DoCommand(command, {Handle(0)})) << command;
+        EXPECT_EQ(FrontEnd.Take(), (LIST{"command 2119", "quiet"})) << command;
+    }
+    // This one is what silence is made of: it must not call itself for ever.
+    EXPECT_TRUE(Doer.DoCommand(2119, {}));
+    EXPECT_EQ(FrontEnd.Take(), LIST());
+    EXPECT_EQ(Forced(), "");
+}
+
+TEST_F(Commands, AnswerAPopup) {
+    for (int command : {2109, 2159, 2140}) {
+        EXPECT_TRUE(Doer.DoCommand(command, {}));
+        EXPECT_EQ(FrontEnd.Take().size(), command == 2140 ? 3U : 2U) << "there has been no popup yet";
+    }
+    STRING("popup").Save(LAST_POPUP_FILE, "w");
+    Application.pState.Set("PopupDuration", "0");
+    for (int command : {2109, 2159}) {
+        EXPECT_TRUE(Doer.DoCommand(command, {}));
+        EXPECT_EQ(FrontEnd.Take().back(), "alert popup 49407 -1") << "stays until it is closed";
+    }
+    EXPECT_TRUE(Doer.DoCommand(2140, {}));
+    EXPECT_EQ(FrontEnd.Take().back(), "timer 10 900000");
+    EXPECT_TRUE(Doer.DoCommand(2141, {}));
+}
+
+TEST_F(Commands, StartTheMailProgram) {
+    Application.pState.Set("EmailCmdlineInbox", "-in");
+    Application.pState.Set("EmailCmdlineNewMail", "/new \t");
+    Item(2).Set("DoSpecialMailProgram", "1");
+    Item(2).Set("SpecialMailProgram", "special");
+    const struct {
+        int Command;
+        int Selected;  // -1: none
+        const char* CommandLine;
+        const char* Started;
+    } CASES[] = {
+        {2110, 2, "m.exe", "\"m.exe\",-in,."},
+        {2131, 0, "m.exe", "m.exe,-in,."},
+        {2131, 2, "m.exe", "special,-in,."},
+        {2131, -1, "m.exe", ""},
+        {2111, 2, "\"C:\\m m\\m.exe\" /inbox -x", "\"C:\\m m\\m.exe\" /new,,C:\\m m"},
+        {2111, -1, "m.exe -x /y", "m.exe /new,,."},
+        {2111, -1, "", ""},
+    };
+    for (const auto& test : CASES) {
+        Application.pState.Set("EmailCmdline", test.CommandLine);
+        const std::vector<int> none;
+        EXPECT_TRUE(Doer.DoCommand(test.Command, test.Selected == -1 ? none : std::vector<int>{Handle(test.Selected)}));
+        EXPECT_EQ(Starter.Take(), test.Started) << test.Command << " " << test.CommandLine;
+    }
+    EXPECT_EQ(FrontEnd.Messages, LIST());
+    Application.pState.Set("EmailCmdline", "broken.exe");
+    EXPECT_TRUE(Doer.DoCommand(2111, {}));
+    EXPECT_EQ(FrontEnd.Messages, LIST{"text 10004 $DIR: broken.exe /new\nreason"});
+}
+
+TEST(CommandStates, FollowSelectionAndWindows) {
+    /// "+" enabled, "-" disabled, "c" checked, "u" not checked; the Inbox's own in one piece.
+    const auto look = [](const COMMANDCONTEXT& context) {
+        std::string text;
+        int inboxDisabled = 0;
+        for (const COMMANDSTATE& state : CommandStates(context)) {
+            const char* enabled = !state.Enabled ? "" : *state.Enabled ? "+" : "-";
+            const char* checked = !state.Checked ? "" : *state.Checked ? "c" : "u";
+            if (state.Command >= 2160 && state.Command <= 2169)
+                inboxDisabled += *enabled == '-';
+            else
+                text += std::to_string(state.Command) + enabled + checked + " ";
+        }
+        return text + std::to_string(inboxDisabled);
+    };
+    EXPECT_EQ(look({}), "2133- 2137- 2134- 2135- 2130-u 2119- 2112-u 2144u 2113u 2142u 2117u 2105+ 2118u 2158u 10");
+    EXPECT_EQ(look({.SelectedItems = 1, .ItemSuspended = true, .SoundLoop = true, .Suspended = true}),
+              "2133+ 2137+ 2134+ 2135+ 2130+c 2119+ 2112+u 2144u 2113u 2142u 2117u 2105+ 2118c 2158c 10");
+    EXPECT_EQ(look({.SelectedItems = 2, .ItemSuspended = true, .InboxOpen = true, .SpamFilterDisabled = true}),
+              "2133- 2137- 2134+ 2135+ 2130+u 2119- 2112+c 2144c 2113u 2142u 2117c 2105- 2118u 2158u 0");
+    EXPECT_EQ(look({.TrashcanOpen = true}),
+              "2133- 2137- 2134- 2135- 2130-u 2119- 2112-u 2144u 2113c 2142c 2117u 2105+ 2118u 2158u 10");
+}
+
+TEST(Clicks, DoWhatTheSettingsSay) {
+    const struct {
+        const char* Keys;  // held down
+        TRAYCLICK Click;
+        int Mode;  // of the key that counts; every other mode is 1
+        int Command;
+        bool MailProgram;
+    } CASES[] = {
+        {"SC", TRAYCLICK::DOWN, 0, 0, false},     {"", TRAYCLICK::UP, 0, 0, false},
+        {"S", TRAYCLICK::UP, 0, 2111, false},     {"SC", TRAYCLICK::UP, 2, 2106, false},
+        {"C", TRAYCLICK::UP, 1, 2109, false},     {"C", TRAYCLICK::UP, 3, 2145, false},
+        {"C", TRAYCLICK::UP, 4, 0, true},         {"S", TRAYCLICK::UP, 5, 2150, false},
+        {"S", TRAYCLICK::UP, -1, 0, false},       {"", TRAYCLICK::DOUBLE, 0, 0, true},
+        {"S", TRAYCLICK::DOUBLE, 1, 2150, false}, {"", TRAYCLICK::DOUBLE, 2, 2109, false},
+        {"", TRAYCLICK::DOUBLE, 3, 0, false},
+    };
+    for (const bool reset : {true, false}) {
+        for (const auto& test : CASES) {
+            const std::string keys = test.Keys;
+            const bool shift = keys.find('S') != keys.npos, control = keys.find('C') != keys.npos;
+            STRINGARRAY state;
+            for (const char* key : {"DlgShiftClickMode", "DlgCtrlClickMode", "DlgDblClickMode"})
+                state.Set(key, "1");
+            state.SetNumber(test.Click == TRAYCLICK::DOUBLE ? "DlgDblClickMode"
+                            : shift                         ? "DlgShiftClickMode"
+                                                            : "DlgCtrlClickMode",
+                            test.Mode);
+            state.Set("DlgTaskbarClickReset", reset ? "1" : "0");
+            const CLICKACTION action = TrayClickAction(test.Click, shift, control, state);
+            EXPECT_EQ(action.Command, test.Command) << keys << test.Mode;
+            EXPECT_EQ(action.MailProgram, test.MailProgram) << keys << test.Mode;
+            EXPECT_EQ(action.Reset, reset);
+        }
+    }
+    STRINGARRAY wrong;
+    wrong.Set("DlgShiftClickMode", "6");
+    wrong.Set("DlgTaskbarClickReset", "1");
+    EXPECT_ASSERTIONS(1);
+    const CLICKACTION action = TrayClickAction(TRAYCLICK::UP, true, false, wrong);
+    EXPECT_TRUE(action.Reset && !action.MailProgram && action.Command == 0);
+}
+
+TEST(Clicks, OnColumnHeadsSort) {
+    STRINGARRAY state;
+    state.Set("LastSortColumn", "0");
+    state.Set("LastSortOrder", "0");
+    for (const auto& [column, order] : {std::pair{0, 1}, {1, 1}, {1, 0}, {1, 1}, {0, 1}}) {
+        ClickColumnHead(state, column);
+        EXPECT_EQ(state.GetNumber("LastSortColumn"), column);
+        EXPECT_EQ(state.GetNumber("LastSortOrder"), order);
+    }
+}
+
+TEST(MainTitles, NameVersionAndWhatIsUnusual) {
+    class TITLETEXTS : public TEXTS {
+     public:
+        STRING Get(int id) const override {
+            return id == 10004 ? "Title" : id == 2968 ? "(paused)" : id == 3051 ? " - $HOWMANY in the trash" : "?";
+        }
+    } texts;
+    const ARGUMENTS plain("tarnwick");
+    TEMPDIR trash;
+    EXPECT_EQ(Std(MainTitle(texts, plain, false, trash.Path())), "Title 2.02");
+    for (const char* name : {"1.ini", "1.txt", "2.ini"})
+        WriteBytes(trash.File(name), "");
+    EXPECT_EQ(Std(MainTitle(texts, plain, true, trash.Path())), "Title 2.02 (paused) - 2 in the trash");
+    EXPECT_EQ(Std(MainTitle(texts, ARGUMENTS("tarnwick", "/novers"), false, trash.File("none"))), "Title");
+}
+
+TEST(Deletion, AsksByNameOrNumber) {
+    class ASKTEXTS : public TEXTS {
+     public:
+        STRING Get(int id) const override { return id == 2932 ? "Delete $(n)?" : id == 2947 ? "All $(n)?" : "Title"; }
+    } texts;
+    EXPECT_EQ(Std(DeleteQuestion(texts, 1, "a $(n)")), "Delete a $(n)?");
+    EXPECT_EQ(Std(DeleteQuestion(texts, 3, "a")), "All 3?");
+    EXPECT_EQ(Std(BusyTitle(texts, "a")), "Title - a");
+}
+
+}  // namespace

@@ -1,0 +1,101 @@
+#include "app/notify/traydisplay.h"
+
+#include <climits>
+
+#include "tests/app/check/fakes.h"
+
+namespace {
+
+TEST(TrayPictures, ShowTheCountOrWhatIsMoreUrgent) {
+    const struct {
+        TRAYSTATE State;
+        int Picture;
+    } CASES[] = {
+        {{.Count = 0}, 0},
+        {{.Count = 9}, 9},
+        {{.Count = 10}, 10},
+        {{.Count = 19}, 10},
+        {{.Count = 20}, 11},
+        {{.Count = 25}, 11},
+        {{.Count = 39}, 12},
+        {{.Count = 40}, 13},
+        {{.Count = INT_MAX}, 13},
+        {{.Count = -3}, 0},
+        {{.Count = 25, .Acknowledged = true}, 0},
+        {{.Count = 25, .Acknowledged = true, .Suspended = true}, 14},
+        {{.Count = 25, .Failed = true, .Suspended = true}, 15},
+        {{.Count = 25, .Updating = true, .Failed = true, .Suspended = true}, 16},
+    };
+    for (const auto& test : CASES)
+        EXPECT_EQ(TrayPicture(test.State), test.Picture) << test.State.Count;
+}
+
+class TRAYTEXTS : public TEXTS {
+ public:
+    STRING Get(int id) const override {
+        switch (id) {
+            case 2901:
+                return "Mail";
+            case 2940:
+                return "no|mail|mails|new";
+            case 2971:
+                return "unread";
+            default:
+                return "<STR-ERR>";
+        }
+    }
+};
+
+TEST(Tooltip, TellsTheUnreadMailsWhereTheyAreNotAll) {
+    const struct {
+        int Total;
+        int Unread;
+        const char* Text;
+    } CASES[] = {
+        {5, 2, "Mail: 5 mails (2 unread mails)"},
+        {5, 1, "Mail: 5 mails (1 unread mail)"},
+        {1, 0, "Mail: 1 mail (no unread mails)"},
+        {5, 5, "Mail: 5 mails "},
+        {1, 1, "Mail: 1 mail "},
+        {0, 0, "Mail: no mails "},
+    };
+    for (const auto& test : CASES)
+        EXPECT_EQ(Std(TooltipText(TRAYTEXTS(), test.Total, test.Unread)), test.Text);
+}
+
+class Tray : public CYCLETEST {};
+
+TEST_F(Tray, FollowsTheProgram) {
+    STRINGARRAY& item = AddItem("a", 0);
+    item.Set("LastRC", "40|3");
+    EXPECT_EQ(TrayPicture(Cycle, State), 0) << "acknowledged";
+    State.Set("ResetCounter", "0");
+    EXPECT_EQ(TrayPicture(Cycle, State), 3);
+    State.Set("EmailTaskbarUnread", "0");
+    EXPECT_EQ(TrayPicture(Cycle, State), 13);
+    EXPECT_EQ(Std(TooltipText(TRAYTEXTS(), Cycle)), "Mail: 40 mails (3 unread mails)");
+    Cycle.SetSuspended(true);
+    EXPECT_EQ(TrayPicture(Cycle, State), TRAY_SUSPENDED);
+    item.Set("LastRC", FAILED_COUNTS);
+    EXPECT_EQ(TrayPicture(Cycle, State), TRAY_FAILED);
+
+    int meanwhile = 0;
+    Mailboxes.DuringCheck = [&] { meanwhile = TrayPicture(Cycle, State); };
+    CHECKCYCLE::ForceRefresh(item, 0);
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(meanwhile, TRAY_UPDATING);
+    EXPECT_EQ(TrayPicture(Cycle, State), TRAY_SUSPENDED) << "no longer failed";
+}
+
+TEST_F(Tray, RemembersTheCountThatItShows) {
+    AddItem("a", 0).Set("LastRC", "1|1");
+    Cycle.Turn();
+    Journal.Take();
+    // Drawn for a reason of the front end's own: the cycle need not draw the same again.
+    Items[0].Set("LastRC", "2|2");
+    TrayPicture(Cycle, State);
+    Cycle.Turn();
+    EXPECT_EQ(Journal.Take(), std::vector<std::string>());
+}
+
+}  // namespace
