@@ -13,11 +13,11 @@ inline constexpr int TRAY_RESOURCES = 2050;
 
 /// What the tray icon's picture depends on.
 struct TRAYSTATE {
-    int Count = 0;            // mails to show
+    int Count = 0;              // mails to show
     bool Acknowledged = false;  // by the user: no count shows until the next check
-    bool Updating = false;    // a check runs
-    bool Failed = false;      // an item's last check has failed
-    bool Suspended = false;   // all checks are
+    bool Updating = false;      // a check runs
+    bool Failed = false;        // an item's last check has failed
+    bool Suspended = false;     // all checks are
 };
 
 /// The number of the picture, 0 to TRAY_UPDATING.
