@@ -142,6 +142,12 @@ void CONSOLEFRONTEND::PlaySoundFile(const STRING& /*file*/) {
         TERMINAL::Write("\a");
 }
 
+void CONSOLEFRONTEND::DoCommand(int command) {
+    TARNWICK* application = Application;
+    if (command == COMMAND_STOP_SOUND && application)
+        application->Notification().StopSoundLoop();
+}
+
 void CONSOLEFRONTEND::StartTimer(int timer, int ms) {
     std::lock_guard hold(Lock);
     Timers[timer] = {CLOCK::Seconds() + Period(ms), Period(ms)};

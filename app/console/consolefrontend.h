@@ -48,6 +48,7 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     // FRONTEND
     void PostAlert(const ALERTREQUEST& request) override;
     void PlaySoundFile(const STRING& file) override;
+    void DoCommand(int command) override;
     void StartTimer(int timer, int ms) override;
     void StopTimer(int timer) override;
     void SetCell(int handle, int column, const STRING& text) override;

@@ -14,6 +14,7 @@
 #include "app/console/scoremails.h"
 #include "app/console/switches.h"
 #include "app/console/terminal.h"
+#include "app/core/commands.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
 #include "app/notify/mailprogram.h"
@@ -208,7 +209,7 @@ int SESSION::CheckOnce(TARNWICK& application) {
 int SESSION::Watch(TARNWICK& application) {
     FrontEnd.Print(Text(CTEXT_WATCHING, std::to_string(application.Items.Count())));
     if (Demo)
-        Demo->StartArrivals();
+        Demo->StartArrivals(application);
     application.Start();
     FrontEnd.SetWatching(true);
     while (!StopAsked && !FrontEnd.WaitForQuit(LOOK_MS)) {
@@ -227,36 +228,22 @@ int SESSION::Watch(TARNWICK& application) {
 }
 
 void SESSION::AnswerAlert(TARNWICK& application, int command) {
-    NOTIFICATION& notification = application.Notification();
+    const NOTIFICATION& notification = application.Notification();
     if (command == -1)
         return;
-    // Any answer silences the reminders.
-    notification.StopSoundLoop();
-    const int item = application.FindHandle(notification.AlertItem());
-    const STRINGARRAY mail = notification.AlertMail();
-    switch (command) {
-        case COMMAND_MAIL_PROGRAM: {
-            const std::unique_ptr<PROGRAMSTARTER> starter = MakeProgramStarter();
-            StartMailProgram(nullptr, application.pState, FrontEnd, App.Texts(), *starter);
-            break;
-        }
-        case COMMAND_REMIND_LATER:
-            notification.RemindLater();
-            break;
-        case COMMAND_DELETE_MAIL:
-            notification.DeleteAlertMail();
-            break;
-        case COMMAND_SHOW_MAIL:
-            if (mail.Exists("Body"))
-                FrontEnd.Print(MailText(mail));
-            break;
-        case COMMAND_SHOW_ITEM:
-            if (item != -1)
-                FrontEnd.Print("\n" + MailTable(application.Items[item], App.Texts(), TERMINAL::Columns() - 1,
-                                                MarkPoints(application)));
-            break;
-        default:
-            break;
+    FrontEnd.DoCommand(COMMAND_STOP_SOUND);
+    if (command == COMMAND_SHOW_MAIL) {
+        const STRINGARRAY mail = notification.AlertMail();
+        if (mail.Exists("Body"))
+            FrontEnd.Print(MailText(mail));
+    } else if (command == COMMAND_SHOW_ITEM) {
+        const int item = application.FindHandle(notification.AlertItem());
+        if (item != -1)
+            FrontEnd.Print("\n" + MailTable(application.Items[item], App.Texts(), TERMINAL::Columns() - 1,
+                                            MarkPoints(application)));
+    } else {
+        const std::unique_ptr<PROGRAMSTARTER> starter = MakeProgramStarter();
+        COMMANDS(application, FrontEnd, *starter).DoCommand(command, {});
     }
 }
 

@@ -10,6 +10,7 @@ constexpr const char* DEMO_NAME = "Demo (POP3)";
 constexpr const char* DEMO_USER = "demo";
 constexpr const char* DEMO_PASSWORD = "demo";
 constexpr const char* DEMO_CHECK_SECONDS = "5";
+constexpr int BURST_EVERY = 3;  // arrivals
 
 }  // namespace
 
@@ -53,6 +54,7 @@ bool DEMO::AddAccounts(TARNWICK& application) {
     application.pState.Set("ConnectionType", STRING("0"));
     // The senders are invented: nobody is asked for them.
     application.pState.Set("SpamDoDomain", STRING("0"));
+    application.pState.Set("SpamDoTrash", STRING("0"));
     return true;
 }
 
@@ -61,7 +63,9 @@ void DEMO::DeliverSome(int count) {
         Store.Deliver(ArrivingMail(Arrived++, CLOCK::Seconds()));
 }
 
-void DEMO::StartArrivals() {
+void DEMO::StartArrivals(TARNWICK& application) {
+    // Who watches is to see what becomes of spam.
+    application.pState.Set("SpamDoTrash", STRING("1"));
     hThread = OSYS::CreateThread(ThreadBody, this, nullptr);
 }
 
@@ -71,6 +75,11 @@ unsigned DEMO::ThreadBody(void* self) {
 }
 
 void DEMO::Arrivals() {
-    while (!StopArrivals.Wait(DemoTimes.ArrivalMs))
+    while (!StopArrivals.Wait(DemoTimes.ArrivalMs)) {
         DeliverSome(1);
+        if (Arrived % BURST_EVERY == 0) {
+            for (int i = 0; i < SpamBurstCount(); ++i)
+                Store.Deliver(SpamBurstMail(Burst++, CLOCK::Seconds()));
+        }
+    }
 }

@@ -29,8 +29,8 @@ class DEMO {
     bool AddAccounts(TARNWICK& application);
     /// Puts a few more mails into the mailbox.
     void DeliverSome(int count);
-    /// From now on a mail arrives every few seconds.
-    void StartArrivals();
+    /// From now on a mail arrives every few seconds, and a burst of spam now and then, which goes to the trash.
+    void StartArrivals(TARNWICK& application);
 
  private:
     static unsigned ThreadBody(void* self);
@@ -39,6 +39,7 @@ class DEMO {
     DEMOSTORE Store;
     POP3SERVICE Pop3;
     std::atomic<int> Arrived = 0;
+    int Burst = 0;  // spam mails so far
     EVENTSEM StopArrivals{false};
     OSYS::THREADHANDLE hThread;
 };

@@ -154,6 +154,18 @@ constexpr SAMPLE ARRIVING[] = {
      "Schönes Wetter, guter Kuchen.\n\nJürgen\n"},
 };
 
+// They come all at once.
+constexpr SAMPLE SPAM_BURST[] = {
+    {"Casino Bonus <win777@spins.example>", "You have won !!! Claim your casino bonus now", 0,
+     "CONGRATULATIONS!\nYou have won 500 free spins in our online casino.\nClick here to claim your prize today.\n"},
+    {"Lowest Meds <pills4you9@meds.example>", "CHEAP PILLS, NO PRESCRIPTION !!!", 0,
+     "Order viagra now and save 80% !\nNo prescription required.\nClick here to order.\nTo be removed click here.\n"},
+    {"Account Security <alert@bank-check.example>", "Your account has been suspended", 0,
+     "Dear customer,\n\nwe noticed unusual activity. Your account has been suspended.\nPlease verify your account "
+     "within "
+     "24 hours: click here\n"},
+};
+
 const char* const WEEKDAYS[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 const char* const MONTHS[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
@@ -228,4 +240,12 @@ std::string SampleMail(int index, int64_t now) {
 
 std::string ArrivingMail(int number, int64_t now) {
     return Compose(ARRIVING[static_cast<size_t>(number) % std::size(ARRIVING)], "arriving", number, now);
+}
+
+int SpamBurstCount() {
+    return static_cast<int>(std::size(SPAM_BURST));
+}
+
+std::string SpamBurstMail(int number, int64_t now) {
+    return Compose(SPAM_BURST[static_cast<size_t>(number) % std::size(SPAM_BURST)], "burst", number, now);
 }

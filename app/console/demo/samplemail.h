@@ -10,3 +10,6 @@ std::string SampleMail(int index, int64_t now);
 
 /// A mail that arrives while the demo runs; number counts up from 0 and the texts repeat after a while.
 std::string ArrivingMail(int number, int64_t now);
+/// Spam of which a few mails come at once, again and again.
+int SpamBurstCount();
+std::string SpamBurstMail(int number, int64_t now);

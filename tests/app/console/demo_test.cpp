@@ -35,6 +35,7 @@ struct QUICKTIMES {
     QUICKTIMES() {
         DemoTimes.ArrivalMs = 1;
         CheckTimes.TurnMs = 1;
+        CheckTimes.PopupPauseMs = 1;
     }
     ~QUICKTIMES() {
         DemoTimes = {};
@@ -151,7 +152,7 @@ TEST(Demo, BringsMailToTheApplication) {
     ASSERT_TRUE(demo.AddAccounts(application));
     ASSERT_TRUE(demo.AddAccounts(application));
     ASSERT_EQ(application.Items.Count(), 1);
-    demo.StartArrivals();
+    demo.StartArrivals(application);
     application.Start();
     // The mails that were there, and at least one that came between two checks.
     EXPECT_TRUE(Eventually([&] {
