@@ -26,10 +26,16 @@ class COUNTER : public NOTIFIER {
     int New = 0;
 };
 
-STRINGARRAY MakeItem() {
+// The settings, with all verdicts off.
+STRINGARRAY MakeState() {
     STRINGARRAY state;
-    state.Set("PopupBackgroundColor", "");
-    state.Set("PopupTextColor", "");
+    for (const char* key : {"PopupBackgroundColor", "PopupTextColor", "SpamDoDelete", "SpamDeletePoints", "SpamDoTrash",
+                            "SpamTrashPoints", "SpamDoMove", "SpamMovePoints", "SpamDoIgnore", "SpamIgnorePoints"})
+        state.Set(key, "");
+    return state;
+}
+
+STRINGARRAY MakeItem(const STRINGARRAY& state) {
     STRINGARRAY item;
     int handle = FIRST_ITEM_HANDLE;
     FixItem(item, state, handle);
@@ -54,13 +60,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     // With the true count, so that only what the mails hold matters.
     const STRING listing(std::string_view(std::to_string(count) + " msgs|? unread|0 bytes\n" + blocks));
-    STRINGARRAY item = MakeItem();
+    const STRINGARRAY state = MakeState();
+    STRINGARRAY item = MakeItem(state);
+    TRASHSTORE trash;
     const SAMETEXT texts;
     bool popup = false;
     COUNTER first;
-    HandleNewMail(item, listing, item.Get("LastSeenIds"), false, texts, first, popup);
+    HandleNewMail(item, listing, item.Get("LastSeenIds"), false, {state, texts, trash, first}, popup);
     COUNTER second;
-    HandleNewMail(item, listing, item.Get("LastSeenIds"), false, texts, second, popup);
+    HandleNewMail(item, listing, item.Get("LastSeenIds"), false, {state, texts, trash, second}, popup);
     // The list of ids is split at bars, so an id with a bar is not found again.
     if (first.New != count || (second.New != 0 && !barInAnId))
         abort();

@@ -218,9 +218,16 @@ TEST_F(Notification, ListsWhatTheSettingsAndTypesLetIn) {
     sure.Unknown = false;
     EXPECT_EQ(Std(Teller.BuildPopupDetailsList(sure).Text), "\x1b[bs] new \n\x1b[s] known \n\x1b[bs] unread ");
 
-    for (int i = 0; i < 30; ++i)
+    // Fifteen lines at most, however long they are.
+    State.Set("PopupMailDetails", "$from");
+    const std::string sender(2000, 'x');
+    for (int i = 0; i < 30; ++i) {
         AddMail("more");
-    EXPECT_EQ(Teller.BuildPopupDetailsList(Report()).Lines, 15);
+        Records[Records.Count() - 1].Set("From", sender.c_str());
+    }
+    details = Teller.BuildPopupDetailsList(Report());
+    EXPECT_EQ(details.Lines, 15);
+    EXPECT_GT(details.Text.Length(), 12 * 2000);
 }
 
 TEST_F(Notification, LetsNoMailForgeAButton) {
