@@ -42,6 +42,7 @@ int Launch(const std::vector<std::string>& words, const std::string& directory) 
     if (words.empty() || pipe2(report, O_CLOEXEC) != 0)
         return EINVAL;
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words)
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);

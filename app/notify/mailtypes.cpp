@@ -60,6 +60,7 @@ struct TYPE {
 
 int GetTypeIndex(const STRING& text, const RECORDARRAY& table) {
     std::vector<TYPE> types;
+    types.reserve(static_cast<size_t>(table.Count()));
     for (int i = 0; i < table.Count(); ++i)
         types.emplace_back(table[i]);
     int index = -1;
