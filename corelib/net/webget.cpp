@@ -1,0 +1,309 @@
+#include "corelib/net/webget.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+#include "corelib/base/ascii.h"
+#include "corelib/base/clock.h"
+#include "corelib/base/headerblock.h"
+#include "corelib/base/trace.h"
+#include "corelib/net/gunzip.h"
+#include "corelib/net/tcpio.h"
+#include "corelib/net/tcpline.h"
+
+WEBTIMES WebTimes;
+
+namespace {
+
+constexpr const char* STANDING_HEADERS[] = {
+    "Accept: image/gif, image/x-xbitmap, image/jpeg, image/pjpeg, text/*, */*",
+    "Pragma: no-cache",
+    "Connection: Close",
+    "Accept-Encoding: gzip, deflate",
+    "User-Agent: Mozilla/4.0 (compatible; MSIE 5.0; Windows NT; DigExt)",
+};
+
+constexpr int STATUS_LINE_BYTES = 2048;
+constexpr int READ_BYTES = 128;
+constexpr int PASSES = 3;  // the first try, one with the proxy's answer, one with the host's
+constexpr int NO_STATUS = 999;
+
+// A line of the request: nothing that came from a page ends it early.
+void Send(BASEIO& device, const STRING& text) {
+    STRING line = text;
+    char* const begin = line.Data();
+    char* const end = begin + line.Length();
+    line.Truncate(static_cast<int>(std::remove_if(begin, end, [](char c) { return c == '\r' || c == '\n'; }) - begin));
+    TCP::WriteCommand(device, line.Text(), nullptr, 0, 0);
+}
+
+// Splits a credential and "@" off the front of a host; null if there is none.
+STRING TakeCredential(STRING& host) {
+    const int at = host.Pos('@');
+    if (at == -1)
+        return STRING();
+    STRING credential = host.Left(at);
+    host.DeleteLeft(at + 1);
+    return credential;
+}
+
+void AddPort(STRING& host, const char* port) {
+    if (host.Pos(':') == -1 && host.Pos(' ') == -1)
+        host.Append(port);
+}
+
+STRING FirstLine(const STRING& result) {
+    STRING line = result.Line(0, WORD_NEVERNULL);
+    line.ChopLast('\r');
+    return line;
+}
+
+// A response while it comes in: where its header ends, and how long its body is.
+class BODYCOUNT {
+ public:
+    static constexpr uint32_t UNKNOWN = UINT32_MAX;
+    enum EVENT { NOTHING, LENGTH_SEEN, STEP_DONE };
+
+    uint32_t Bytes = 0;
+    uint32_t Expected = UNKNOWN;
+    bool InHeader = true;
+
+    // The line feed behind the header's last return counts as the first byte of the body.
+    EVENT Take(char c) {
+        if (!InHeader)
+            return TakeBody();
+        if (c == '\r')
+            return EndLine();
+        if (c != '\n') {
+            // Only the length is looked for.
+            if (Line.size() < LINE_BYTES)
+                Line += c;
+            ++LineLength;
+        }
+        return NOTHING;
+    }
+
+ private:
+    static constexpr size_t LINE_BYTES = 64;
+
+    EVENT TakeBody() {
+        ++Bytes;
+        const uint32_t step = Expected == UNKNOWN ? 1024 : Expected / 20;
+        return step != 0 && Bytes % step == 0 ? STEP_DONE : NOTHING;
+    }
+    EVENT EndLine() {
+        constexpr std::string_view NAME = "content-length: ";
+        EVENT event = NOTHING;
+        InHeader = LineLength != 0;
+        if (stricmp(Line.substr(0, NAME.size()).c_str(), NAME.data(), 0) == 0) {
+            Expected = static_cast<uint32_t>(atoi(STRING(Line.c_str() + NAME.size()))) + 1;
+            event = LENGTH_SEEN;
+        }
+        Line.clear();
+        LineLength = 0;
+        return event;
+    }
+
+    std::string Line;
+    // Not 0: a return at the very start does not end the header.
+    int64_t LineLength = 1;
+};
+
+}  // namespace
+
+STRINGARRAY& HostCredentials() {
+    static STRINGARRAY credentials;
+    return credentials;
+}
+
+void WEBGET::SetProxy(bool enabled, const STRING& proxy) {
+    ProxyAuthorization = "";
+    Proxy = enabled ? proxy : STRING("");
+    if (Proxy.Length() == 0)
+        return;
+    STRING credential = TakeCredential(Proxy);
+    if (!credential.NotNull())
+        credential = getenv("VELMORAPROXYAUTH");
+    if (credential.NotNull())
+        ProxyAuthorization = STRING("Basic ") || credential.ToBase64(0);
+}
+
+int WEBGET::Get(const char* host, const char* doc, STRING& result) {
+    const int status = Fetch(host, doc, result);
+    Beautify(result);
+    return status;
+}
+
+int WEBGET::Post(const char* host, const char* doc, STRING& result, const STRING& body) {
+    STRING lines = "Content-Type: application/x-www-form-urlencoded\nContent-Length: $(LENGTH)\n\n";
+    STRING length;
+    length.Format("%d", body.Length());
+    lines.Replace("$(LENGTH)", length.Text(), 1);
+    lines += body;
+    // The empty line ends the header, and the body goes out behind it as a line of its own.
+    WORDCURSOR cursor(lines, "\n");
+    for (std::string_view line; cursor.Next(line);)
+        AddLine(STRING(line));
+    Method = "POST";
+    const int status = Fetch(host, doc, result);
+    Beautify(result);
+    return status;
+}
+
+int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
+    STRING target = host ? host : "", document = doc ? doc : "";
+    Trace("WEBGET::Get(%s '%s', '%s', <output>);\n", Method.Text(), target.Text(), document.Text());
+
+    STRING credential = TakeCredential(target);
+    if (credential.NotNull())
+        HostCredentials().Set(target.Text(), credential);
+    else if (HostCredentials().Exists(target.Text()))
+        credential = HostCredentials().Get(target.Text());
+    const STRING hostLine = STRING("Host: ") || target;
+    if (Proxy.Length() > 0) {
+        document = STRING("http://") || target || document;
+        target = Proxy;
+        AddPort(target, " 8080");
+    } else {
+        AddPort(target, " 80");
+    }
+
+    STRING proxyAnswer = "", hostAnswer = "";
+    int status = NO_STATUS;
+    for (int pass = 0; pass < PASSES; ++pass) {
+        result = "";
+        Trace("WEBGET::Get at 'again:'\n");
+        // A new one each time: what may still come of the last answer stays out of this one.
+        TCPIPIO device("", "", "");
+        if (!device.MakeCall(target.Text())) {
+            const STRING error = device.GetInfo("LASTERROR");
+            result = STRING("TCPIO ") || error || " " || device.GetInfo("LASTERRORSTRING");
+            Trace("WEBGET::Get connect error %s\n", result.Text());
+            status = atoi(error);
+            break;
+        }
+        SendRequest(device, document, hostLine, proxyAnswer, hostAnswer);
+        char line[STATUS_LINE_BYTES];
+        if (!TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs) || !*line)
+            result = "WEBGET 999 Read Timeout";
+        else
+            result = line;
+        result.Append("\n");
+        ReadData(device, result);
+
+        const STRING first = FirstLine(result);
+        Trace("WEBGET::Get read done %s\n", first.Text());
+        TraceLevel(5, "WEBGET::Get whole result:\n");
+        TraceLevel(5, "    %s\n", result.Text());
+        const STRING number = first.Word(1, " ");
+        status = number.NotNull() ? atoi(number) : NO_STATUS;
+        if (status == 407 && proxyAnswer.Length() == 0 && ProxyAuthorization.Length() > 0) {
+            proxyAnswer = ProxyAuthorization;
+            Trace("WEBGET::proxyauth=%s\n", proxyAnswer.Text());
+        } else if (status == 401 && hostAnswer.Length() == 0 && credential.Length() > 0) {
+            hostAnswer = STRING("basic ") || credential.ToBase64(0);
+            Trace("WEBGET::hostauth=%s\n", hostAnswer.Text());
+        } else {
+            break;
+        }
+    }
+    Trace("WEBGET::Get done, rc= %d\n", status);
+    NextLines.clear();
+    Method = "GET";
+    return status;
+}
+
+void WEBGET::SendRequest(BASEIO& device, const STRING& doc, const STRING& hostLine, const STRING& proxyAnswer,
+                         const STRING& hostAnswer) const {
+    Send(device, Method || " " || doc || " HTTP/1.0");
+    Send(device, hostLine);
+    for (const char* line : STANDING_HEADERS)
+        Send(device, line);
+    if (proxyAnswer.Length() > 0)
+        Send(device, STRING("Proxy-Authorization: ") || proxyAnswer);
+    if (hostAnswer.Length() > 0)
+        Send(device, STRING("Authorization: ") || hostAnswer);
+    for (const STRING& line : NextLines)
+        Send(device, line);
+}
+
+void WEBGET::Report(KIND kind, int64_t value) {
+    if (Callback)
+        Callback(Argument, kind, static_cast<int>(value));
+}
+
+void WEBGET::ReadData(BASEIO& device, STRING& result) {
+    std::string text(result.View());
+    BODYCOUNT body;
+    bool cancelled = false;
+    int64_t start = CLOCK::DayMilliSeconds(), now;
+    do {
+        char chunk[READ_BYTES];
+        int length = sizeof chunk;
+        if (!device.Read(chunk, &length, WebTimes.ReadMs, nullptr))
+            length = 0;
+        now = CLOCK::DayMilliSeconds();
+        // The day's milliseconds begin anew at midnight.
+        start = std::min(start, now);
+        const bool online = length > 0 || device.GetInfo("ONLINE") == "1";
+        const bool inTime = now - start < WebTimes.AnswerMs;
+        if (length == 0 && !body.InHeader && body.Bytes < body.Expected && inTime && online)
+            continue;
+        cancelled = Cancelled();
+        for (int i = 0; i < length && !cancelled; ++i) {
+            text += chunk[i];
+            const BODYCOUNT::EVENT event = body.Take(chunk[i]);
+            if (event == BODYCOUNT::STEP_DONE) {
+                Report(RECEIVED, body.Bytes);
+            } else if (event == BODYCOUNT::LENGTH_SEEN) {
+                Report(EXPECTED, static_cast<int64_t>(body.Expected) - 1);
+                cancelled = Cancelled();
+            }
+        }
+        cancelled |= static_cast<int64_t>(text.size()) > WebTimes.ResponseBytes;
+        if (cancelled)
+            break;
+        TraceLevel(8, "data= %u/%u  [%.*s] ...\n", body.Bytes, body.Expected, std::min(length, 80), chunk);
+        if ((body.Bytes < body.Expected && length == 0 && !online) || body.Bytes >= body.Expected) {
+            if (device.NumAvail() == 0)
+                break;
+            Trace("Loop again after hangup (read pending data)...\n");
+        }
+    } while (now - start < WebTimes.AnswerMs);
+    Trace("WEBGET::ReadData after loop ...\n");
+    if (cancelled) {
+        text.insert(0, "TCPIO 998 Canceled\r\n");
+        Trace("WEBGET::Get aborted\n");
+    }
+    if (now - start >= WebTimes.AnswerMs)
+        text.insert(0, "TCPIO 999 Timeout\r\n");
+    result = STRING(std::string_view(text));
+}
+
+void WEBGET::Beautify(STRING& result) {
+    STRING encoding = ReadHeaderField(result.View(), "Content-Encoding");
+    const STRING otherEncoding = ReadHeaderField(result.View(), "Encoding-Type");
+    const STRING type = ReadHeaderField(result.View(), "Content-Type").Word(0, ";", WORD_NEVERNULL);
+    const auto isGzip = [](const STRING& name) { return stricmp(name.Text(), "gzip", 0) == 0; };
+    if (isGzip(encoding) || isGzip(otherEncoding)) {
+        Trace("WEBGET::Beautify gzip encoding %d bytes\n", result.Length());
+        const int told = atoi(ReadHeaderField(result.View(), "Content-Length"));
+        const std::string_view data = BodyBlock(result.View());
+        const int have = static_cast<int>(data.size());
+        STRING decoded;
+        decoded.Format("<incomplete gzip data length %d/%d>", have, told);
+        if (told == 0 || told == have)
+            decoded = STRING(std::string_view(Gunzip(data, WebTimes.DecodedBytes)));
+        else
+            Trace("WEBGET::Beautify %s\n", decoded.Text());
+        const size_t headerEnd = result.View().find("\r\n\r\n");
+        if (headerEnd != std::string_view::npos) {
+            result.Truncate(static_cast<int>(headerEnd + 4));
+            result += decoded;
+        }
+    }
+    Trace("WEBGET::Beautify %s encoding %d bytes\n", encoding.Text(), result.Length());
+    if (stricmp(type.Left(6).Text(), "image/", 0) != 0)
+        result.Replace("\r\n", "\n", 1);
+}
