@@ -1,0 +1,38 @@
+#pragma once
+
+#include "corelib/base/strings.h"
+
+/// Time-outs of the dialogue, in ms. Tests shrink them.
+struct EMAILTIMES {
+    int GreetingMs = 5000;
+    int ReplyMs = 5000;  // to each command
+};
+extern EMAILTIMES EmailTimes;
+
+/// Sends one finished message by SMTP (RFC 5321), without extensions. Nothing is added to the message.
+class EMAIL {
+ public:
+    /// Texts may be null. Blanks around the addresses and the host go; an empty sender becomes "anonymous". The subject
+    /// is for the trace only, and nothing uses `extra`. smtpHost: a name, or name:port.
+    EMAIL(const char* sender, const char* receiver, const char* subject, const char* extra, const char* smtpHost);
+
+    /// True once the whole message has been handed over, whatever the server says to its end. error (errorSize bytes)
+    /// gets the last line that the server has said, also on success, or else why there was no connection; it is empty
+    /// if the server said nothing in time. Blocks for up to TcpTimes.ConnectMs and EmailTimes a step.
+    ///
+    /// The message goes out line by line, without blanks and carriage returns at the lines' ends, and with one line end
+    /// more than it has. Mails that were read by POP3 still are in their form for the wire, so dots are not doubled: a
+    /// line of "." ends the message, and the server takes what stands behind it for commands. An address with control
+    /// bytes could do the same, and is refused before a connection is made.
+    bool SendMail(const STRING& message, char* error, int errorSize) const;
+
+ private:
+    /// The conversation; `last` gets what SendMail puts into error.
+    bool Deliver(const STRING& message, STRING& last) const;
+
+    STRING Sender;
+    STRING Receiver;
+    STRING Subject;
+    STRING SmtpHost;
+    STRING Extra;
+};
