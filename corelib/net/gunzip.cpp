@@ -17,15 +17,14 @@ std::string Gunzip(std::string_view data, int64_t limit) {
     // zlib's interface is older than const.
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
     stream.avail_in = static_cast<uInt>(data.size());
+    std::string piece(PIECE_BYTES, '\0');
     int state = Z_OK;
     while (state == Z_OK && text.size() < most) {
-        const size_t before = text.size();
-        const size_t room = std::min(PIECE_BYTES, most - before);
-        text.resize(before + room);
-        stream.next_out = reinterpret_cast<Bytef*>(text.data() + before);
+        const size_t room = std::min(PIECE_BYTES, most - text.size());
+        stream.next_out = reinterpret_cast<Bytef*>(piece.data());
         stream.avail_out = static_cast<uInt>(room);
         state = inflate(&stream, Z_NO_FLUSH);
-        text.resize(before + room - stream.avail_out);
+        text.append(piece, 0, room - stream.avail_out);
         // What stands behind a member is another one, or of no interest.
         if (state == Z_STREAM_END && stream.avail_in >= 2 && stream.next_in[0] == 0x1f && stream.next_in[1] == 0x8b)
             state = inflateReset(&stream);
