@@ -70,7 +70,16 @@ need_server_packages() {
             echo "postfix postfix/main_mailer_type select No configuration" | as_root debconf-set-selections
         fi
     fi
-    need_packages dovecot-pop3d dovecot-imapd dnsmasq-base "${mail_server[@]}"
+    # Nor shall the machine serve web pages from now on.
+    local mask_nginx=
+    if ! has_package nginx && [ -d /run/systemd/system ]; then
+        as_root systemctl --quiet mask nginx && mask_nginx=1
+    fi
+    need_packages dovecot-pop3d dovecot-imapd dnsmasq-base nginx tinyproxy-bin "${mail_server[@]}"
+    if [ -n "$mask_nginx" ]; then
+        as_root systemctl --quiet unmask nginx
+        as_root systemctl --quiet disable nginx
+    fi
 }
 
 # use_private_wine DIRECTORY: Wine keeps its files there, asks nothing and shows nothing.

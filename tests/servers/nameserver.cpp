@@ -1,9 +1,6 @@
 #include "tests/servers/nameserver.h"
 
 #include <fstream>
-#include <grp.h>
-#include <pwd.h>
-#include <unistd.h>
 
 #include "corelib/net/mxlookup.h"
 
@@ -12,12 +9,8 @@ NAMESERVER::NAMESERVER(const std::vector<RECORD>& records, const std::vector<con
     const std::string config = Directory.Native("dnsmasq.conf");
     std::ofstream text(config);
     text << "port=" << BoundPort
-         << "\nlisten-address=127.0.0.1\nbind-interfaces\nno-resolv\nno-hosts\nno-poll\npid-file=\n";
-    // A server that changed to another user would forget that it has to end with the test.
-    const passwd* self = getpwuid(geteuid());
-    const group* ours = getgrgid(getegid());
-    if (self && ours)
-        text << "user=" << self->pw_name << "\ngroup=" << ours->gr_name << "\n";
+         << "\nlisten-address=127.0.0.1\nbind-interfaces\nno-resolv\nno-hosts\nno-poll\npid-file=\n"
+         << RunAsSelf("user=", "\ngroup=", "\n");
     for (const RECORD& record : records)
         text << "mx-host=" << record.Domain << "," << record.Host << "," << record.Preference << "\n";
     for (const char* domain : known)

@@ -3,7 +3,9 @@
 #include <arpa/inet.h>
 #include <csignal>
 #include <cstdlib>
+#include <grp.h>
 #include <netinet/in.h>
+#include <pwd.h>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -20,6 +22,15 @@ sockaddr_in Loopback(int port) {
     address.sin_port = htons(static_cast<uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     return address;
+}
+
+template <class CHECK>
+bool Calls(int port, CHECK check) {
+    const int s = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = Loopback(port);
+    const bool good = connect(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 && check(s);
+    close(s);
+    return good;
 }
 
 }  // namespace
@@ -69,13 +80,20 @@ int FreePort() {
 }
 
 bool Greets(int port) {
-    const int s = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = Loopback(port);
-    char byte;
-    const bool good =
-        connect(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 && recv(s, &byte, 1, 0) == 1;
-    close(s);
-    return good;
+    return Calls(port, [](int s) {
+        char byte;
+        return recv(s, &byte, 1, 0) == 1;
+    });
+}
+
+bool Accepts(int port) {
+    return Calls(port, [](int) { return true; });
+}
+
+std::string RunAsSelf(const char* before, const char* between, const char* behind) {
+    const passwd* self = getpwuid(geteuid());
+    const group* ours = getgrgid(getegid());
+    return self && ours ? std::string(before) + self->pw_name + between + ours->gr_name + behind : "";
 }
 
 bool RunCommand(const std::string& command) {
