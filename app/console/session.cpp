@@ -17,6 +17,7 @@
 #include "app/core/commands.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
+#include "app/mailbox/mailhandling.h"
 #include "app/notify/mailprogram.h"
 #include "corelib/base/files.h"
 #include "corelib/base/strings.h"
@@ -184,6 +185,8 @@ int SESSION::RunApplication(TARNWICK& application) {
 
 int SESSION::CheckOnce(TARNWICK& application) {
     FrontEnd.SetTalkative(true);
+    // The checks run on this thread: no cycle is there to be stopped.
+    application.Mailboxes().SetStopQuestion([] { return StopAsked.load(); });
     // One check for each, also for an account that has been forced already because it is new.
     for (int i = 0; i < application.Items.Count(); ++i)
         application.Items[i].Set("@ForceRefresh", "0");

@@ -18,12 +18,13 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
       TextTable(texts),
       NextHandle(FIRST_ITEM_HANDLE),
       Dialler(std::make_unique<WINRAS>()),
-      Mail(std::make_unique<MAILHANDLING>(frontEnd, texts)),
+      Mail(std::make_unique<MAILHANDLING>(frontEnd, texts, pState)),
       Mx(std::make_unique<SYSTEMMXLOOKUP>()),
       Spam(std::make_unique<SPAMFILTER>(pState, texts, frontEnd, *Mx)),
       Teller(pState, Items, Types, frontEnd, texts),
       Check(std::make_unique<CHECKCYCLE>(
           CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler})) {
+    Mail->SetStopQuestion([this] { return Check->IsStopRequested(); });
     Teller.SetListener(&listener);
     Teller.SetCycle(Check.get());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
 #include "corelib/base/stringarray.h"
@@ -24,11 +26,16 @@ class PROGRESS {
     int Handle;
 };
 
+/// True as soon as the program is to end: what a server could prolong without limit looks at it again and again.
+using STOPQUESTION = std::function<bool()>;
+
 /// One call on one mailbox, as a handler gets it. Lives for that call.
 struct MAILBOXCALL {
     const STRINGARRAY& Item;  // for what only one kind of mailbox asks
     const PROGRESS& Progress;
     const TEXTS& Texts;
+    const STRINGARRAY& Settings;  // the application's
+    const STOPQUESTION& StopAsked;
     STRING Server;
     STRING User;
     STRING Password;

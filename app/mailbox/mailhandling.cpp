@@ -39,24 +39,6 @@ constexpr struct {
     {ITEMTYPE_HOTMAIL, &NO_HANDLER},
 };
 
-// Runs `work` with the handler of the item's Type; false without one.
-template <class WORK>
-bool WithHandler(FRONTEND& frontEnd, const TEXTS& texts, const STRINGARRAY& item, WORK work) {
-    int type = item.GetNumber("Type");
-    const auto* row = std::find_if(std::begin(HANDLERS), std::end(HANDLERS), [&](auto& r) { return r.Type == type; });
-    if (!ASSERTION(row != std::end(HANDLERS), "FALSE"))
-        return false;
-    PROGRESS progress(frontEnd, texts, item.GetNumber("@Handle"));
-    STRING source = item.Get("Source");
-    MAILBOXCALL call{item,
-                     progress,
-                     texts,
-                     source.Word(0, "|", WORD_NEVERNULL),
-                     source.Word(1, "|", WORD_NEVERNULL),
-                     item.Get("Source2")};
-    return work(*row->Handler, call);
-}
-
 void RemoveReturns(STRING& text) {
     char* begin = text.Data();
     char* end = begin + text.Length();
@@ -65,12 +47,31 @@ void RemoveReturns(STRING& text) {
 
 }  // namespace
 
+template <class WORK>
+bool MAILHANDLING::WithHandler(const STRINGARRAY& item, WORK work) {
+    int type = item.GetNumber("Type");
+    const auto* row = std::find_if(std::begin(HANDLERS), std::end(HANDLERS), [&](auto& r) { return r.Type == type; });
+    if (!ASSERTION(row != std::end(HANDLERS), "FALSE"))
+        return false;
+    PROGRESS progress(FrontEnd, TextTable, item.GetNumber("@Handle"));
+    STRING source = item.Get("Source");
+    MAILBOXCALL call{item,
+                     progress,
+                     TextTable,
+                     Settings,
+                     StopAsked,
+                     source.Word(0, "|", WORD_NEVERNULL),
+                     source.Word(1, "|", WORD_NEVERNULL),
+                     item.Get("Source2")};
+    return work(*row->Handler, call);
+}
+
 STRING MAILHANDLING::GetMailbox(STRINGARRAY& item) {
     Trace("TARNWICK::GetMailbox %s\n", item.Get("Name").Text());
     item.Set("@InUpdate", "1");
     STRING text;
-    bool ok = WithHandler(FrontEnd, TextTable, item,
-                          [&](const MAILHANDLER& handler, const MAILBOXCALL& call) { return handler.Get(call, text); });
+    bool ok =
+        WithHandler(item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) { return handler.Get(call, text); });
     if (ok && LISTING::BeginsWith(text.View(), "+OK "))
         text.DeleteLeft(4);
     else if (text.Length() == 0)
@@ -84,9 +85,8 @@ STRING MAILHANDLING::GetMailbox(STRINGARRAY& item) {
 bool MAILHANDLING::DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) {
     Trace("TARNWICK::DeleteMail rc= %s\n", ids.Text());
     error = "";
-    bool ok = WithHandler(FrontEnd, TextTable, item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) {
-        return handler.Delete(call, ids, error);
-    });
+    bool ok = WithHandler(
+        item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) { return handler.Delete(call, ids, error); });
     Trace("TARNWICK::DeleteMail ok= %d/%s\n", ok, error.Text());
     return ok;
 }
@@ -95,7 +95,7 @@ bool MAILHANDLING::DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& erro
 bool MAILHANDLING::MoveMail(STRINGARRAY& item, const STRING& ids, const STRING& folder, STRING& error) {
     Trace("TARNWICK::DeleteMail rc= %s\n", ids.Text());
     error = "";
-    bool ok = WithHandler(FrontEnd, TextTable, item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) {
+    bool ok = WithHandler(item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) {
         return handler.Move(call, ids, folder, error);
     });
     Trace("TARNWICK::DeleteMail ok= %d/%s\n", ok, error.Text());

@@ -1,21 +1,34 @@
 #pragma once
 
+#include <utility>
+
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
 #include "app/mailbox/mailboxes.h"
+#include "app/mailbox/mailhandler.h"
 
 /// The dispatch of every mailbox operation to the handler of the item's Type. Reads the item's keys Name, Type, Source
 /// (server and user, split at "|"), Source2 (password), @Handle and what the handler asks for. An unknown Type is a
-/// failed assertion and a failed call. The front end and the texts outlive it.
+/// failed assertion and a failed call. The front end, the texts and the settings outlive it.
 class MAILHANDLING : public MAILBOXES {
  public:
-    MAILHANDLING(FRONTEND& frontEnd, const TEXTS& texts) : FrontEnd(frontEnd), TextTable(texts) {}
+    MAILHANDLING(FRONTEND& frontEnd, const TEXTS& texts, const STRINGARRAY& settings)
+        : FrontEnd(frontEnd), TextTable(texts), Settings(settings) {}
+
+    /// Who knows that the program is to end; nobody at first. Not while a call runs.
+    void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
 
     STRING GetMailbox(STRINGARRAY& item) override;
     bool DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) override;
     bool MoveMail(STRINGARRAY& item, const STRING& ids, const STRING& folder, STRING& error) override;
 
  private:
+    // Runs `work` with the handler of the item's Type; false without one.
+    template <class WORK>
+    bool WithHandler(const STRINGARRAY& item, WORK work);
+
     FRONTEND& FrontEnd;
     const TEXTS& TextTable;
+    const STRINGARRAY& Settings;
+    STOPQUESTION StopAsked = [] { return false; };
 };

@@ -55,7 +55,7 @@ class RealDisposal : public FILTERTEST {
     FRONTEND Nobody;
     DEADMXLOOKUP Mx;
     SPAMFILTER Filter{State, Texts, Nobody, Mx};
-    MAILHANDLING Mailboxes{Nobody, Texts};
+    MAILHANDLING Mailboxes{Nobody, Texts, State};
     TRASHSTORE Trash;
     RECORDINGNOTIFIER Notifier;
     FAKEDIALUP Dialup{Journal};

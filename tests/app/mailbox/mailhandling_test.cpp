@@ -34,7 +34,8 @@ TEST(MailHandling, EveryTypeHasAnAnswer) {
         {-1, 1, "-ERR Unknown Error", ""},
     };
     RECORDINGROW row;
-    MAILHANDLING mailboxes(row, row);
+    const STRINGARRAY settings;
+    MAILHANDLING mailboxes(row, row, settings);
     const std::string nobody = "127.0.0.1:" + std::to_string(ClosedPort());
     for (const auto& c : cases) {
         SCOPED_TRACE(c.Type);
@@ -85,7 +86,7 @@ TEST(MailHandling, ListingComesWithoutItsPrefixAndReturns) {
         STRINGARRAY item = Item(ITEMTYPE_POP3, server.HostPort());
         item.Set("DownloadMailTexts", c.Lines);
         WATCHINGROW row(item);
-        EXPECT_EQ(MAILHANDLING(row, row).GetMailbox(item), c.Listing);
+        EXPECT_EQ(MAILHANDLING(row, row, STRINGARRAY()).GetMailbox(item), c.Listing);
         EXPECT_EQ(item.Get("@InUpdate"), "0");
         EXPECT_EQ(row.Statuses, (std::vector<std::string>{"4711: <3001>" + server.HostPort(), "4711: <3000> 1/1"}));
     }
