@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/mailbox/hotmail.h"
 #include "app/mailbox/listing.h"
 #include "app/mailbox/mailhandler.h"
 #include "app/mailbox/pop3.h"
@@ -36,7 +37,7 @@ constexpr struct {
     {ITEMTYPE_MAPI, &NO_HANDLER},
     {ITEMTYPE_POP3, &PopHandler},
     {ITEMTYPE_IMAP, &NO_HANDLER},
-    {ITEMTYPE_HOTMAIL, &NO_HANDLER},
+    {ITEMTYPE_HOTMAIL, &HotmailHandler},
 };
 
 void RemoveReturns(STRING& text) {

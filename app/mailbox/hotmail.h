@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+
+#include "app/mailbox/mailhandler.h"
+#include "app/mailbox/websession.h"
+
+/// The web-mail service: it has no mail protocol, so its pages are read as a browser would. Each call logs in anew.
+/// What the service sees of user and password is their plain text: a password with "&" in it breaks the log-in address.
+
+/// Where the service is, and its bounds.
+inline constexpr const char* HOTMAIL_LOGIN_HOST = "login.webmail.example";
+inline constexpr const char* HOTMAIL_DISPLAY_HOST = "www.webmail.example";  // only shown
+inline constexpr const char* HOTMAIL_MAIL_DOMAIN = "webmail.example";
+inline constexpr int64_t HOTMAIL_LISTING_BYTES = 1 << 30;  // reading ends behind the mail that passes this
+
+/// Logs in and goes on to the inbox page. The status number of the way to the inbox; 200 is a page, which may be
+/// another one than the inbox. `page` is where it ended, or a text whose word 1 is a number.
+int HotmailLogin(WEBSESSION& session, const STRING& user, const STRING& password, STRING& page);
+
+/// Follows the page's meta refresh, into `page`. A status number, 999 if there is none.
+int MetaRefresh(WEBSESSION& session, STRING& page);
+
+/// The listing of what an inbox page shows, the last row first, with "+OK " in front; false with "-ERR " if there is no
+/// table. fetchBody above 0 fetches each mail's own page too.
+bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const TEXTS& texts, const STRING& user,
+                    int fetchBody, STRING& page, STRING& result);
+
+/// Reads the inbox: the listing with "+OK " in front, or false and "-ERR " with a number and a text.
+bool HotmailGet(const MAILBOXCALL& call, const STRING& host, int fetchBody, STRING& result);
+
+/// Deletes mails by their ids, one a line. The status number of the log-in: what the service says to the deletions is
+/// not looked at, as the next check shows what is still there.
+int HotmailDelete(const MAILBOXCALL& call, const STRING& ids);
+
+/// The row of web mail in the table of handlers.
+extern const MAILHANDLER HotmailHandler;

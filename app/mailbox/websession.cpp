@@ -1,0 +1,181 @@
+#include "app/mailbox/websession.h"
+
+#include <string_view>
+
+#include "app/mailbox/listing.h"
+#include "corelib/base/headerblock.h"
+#include "corelib/base/trace.h"
+#include "corelib/net/webget.h"
+
+WEBLIMITS WebLimits;
+
+namespace {
+
+constexpr const char* HTTP = "http://";
+constexpr int HTTP_LENGTH = 7;
+constexpr int NO_STATUS = 999;
+constexpr int CANCELED = 998;
+
+int OutputFiles = 0;  // so far; for the traces of the one thread that reads mailboxes
+
+bool Named(const STRING& name, const char* what) {
+    return stricmp(name.Text(), what, 0) == 0;
+}
+
+bool IsRedirect(int status) {
+    return status == 301 || status == 302;
+}
+
+// Splits host and path, which begins with a "/".
+void SplitUrl(const STRING& url, STRING& host, STRING& doc) {
+    STRING path = url.Word(1, "/", 1 | WORD_NEVERNULL);
+    host = url.Word(0, "/");
+    doc = STRING("/") || path;
+}
+
+// The words of one Set-Cookie line.
+void TakeCookie(const STRING& line, STRINGARRAY& cookies) {
+    STRING name = "", value = "", domain = "";
+    WORDCURSOR items(line, ";");
+    for (std::string_view piece; items.Next(piece);) {
+        STRING item(piece);
+        item.Strip('L', " \t");
+        const STRING itemName = item.Word(0, "=", WORD_NEVERNULL), itemValue = item.Word(1, "=", 1 | WORD_NEVERNULL);
+        if (itemName.Length() == 0 || itemValue.Length() == 0 || Named(itemName, "expires") || Named(itemName, "path"))
+            continue;
+        Trace("TARNWICK::SetCookie %s=%s\n", itemName.Text(), itemValue.Text());
+        if (Named(itemName, "domain")) {
+            domain = itemValue;
+        } else {
+            name = itemName;
+            value = itemValue;
+        }
+    }
+    const STRING key = name || "|" || domain;
+    const bool fits =
+        static_cast<size_t>(key.Length()) + static_cast<size_t>(value.Length()) <= WebLimits.CookieBytes &&
+        (cookies.Count() < WebLimits.Cookies || cookies.Exists(key.Text()));
+    if (name.Length() > 0 && fits)
+        cookies.Set(key.Text(), value);
+}
+
+}  // namespace
+
+void SetCookie(const STRING& result, STRINGARRAY& cookies) {
+    // Line by line, as a server may set any number of them.
+    std::string_view header = HeaderBlock(result.View());
+    while (!header.empty()) {
+        const size_t end = header.find('\n');
+        const STRING line = ReadHeaderField(header.substr(0, end), "Set-Cookie");
+        if (line.NotNull())
+            TakeCookie(line, cookies);
+        header.remove_prefix(end == header.npos ? header.size() : end + 1);
+    }
+}
+
+STRING CookieHeader(const STRINGARRAY& cookies, const STRING& host) {
+    STRING header = "";
+    for (int i = 0; i < cookies.Count(); ++i) {
+        if (i == 0)
+            header = "Cookie: ";
+        const STRING name = cookies.KeyAt(i).Word(0, "|", WORD_NEVERNULL);
+        const STRING domain = cookies.KeyAt(i).Word(1, "|", WORD_NEVERNULL);
+        if (name.Length() == 0 || domain.Length() > host.Length() ||
+            !(domain.Length() == 0 || Named(host.Right(domain.Length()), domain.Text())))
+            continue;
+        header += name;
+        header.Append("=");
+        header += cookies.ValueAt(i);
+        if (i + 1 < cookies.Count())
+            header.Append("; ");
+    }
+    return header;
+}
+
+void UrlToHostDoc(const STRING& url, const STRING& baseHost, const char* baseDir, STRING& hostOut, STRING& docOut) {
+    Trace("TARNWICK::UrlToHostDoc(%s)\n", url.Text());
+    if (LISTING::BeginsWith(url.View(), HTTP)) {
+        SplitUrl(url.Mid(HTTP_LENGTH), hostOut, docOut);
+    } else {
+        const STRING host = baseHost;
+        docOut = STRING(baseDir) || url;
+        hostOut = host;
+    }
+    Trace("TARNWICK::UrlToHostDoc returns %s %s\n", hostOut.Text(), docOut.Text());
+}
+
+// One HTTP client with the session's proxy, which a stop ends.
+class WEBSESSION::CLIENT : public WEBGET {
+ public:
+    explicit CLIENT(WEBSESSION& session) : WEBGET(StopWanted, &session) {
+        SetProxy(session.Settings.GetNumber("DoHttpProxy") != 0, session.Settings.Get("HttpProxy"));
+    }
+
+ private:
+    static int StopWanted(void* session, int kind, int /*value*/) {
+        return kind == CANCEL && static_cast<WEBSESSION*>(session)->StopAsked() ? 1 : 0;
+    }
+};
+
+int WEBSESSION::Request(CLIENT& client, const STRING& host, const STRING& doc, STRING& result) {
+    const STRING cookies = CookieHeader(Cookies, host);
+    if (cookies.Length() > 0)
+        client.AddLine(cookies);
+    PresentHost = host;
+    PresentDoc = doc;
+    return client.Get(host.Text(), doc.Text(), result);
+}
+
+int WEBSESSION::WebFetch(const STRING& host, const STRING& doc, STRING& result) {
+    CLIENT client(*this);
+    const int status = Request(client, host, doc, result);
+    return FollowRedirects(client, status, result);
+}
+
+int WEBSESSION::FollowRedirects(CLIENT& client, int status, STRING& result) {
+    SetCookie(result, Cookies);
+    while (IsRedirect(status)) {
+        if (StopAsked()) {
+            result = STRING("TCPIO 998 Canceled\n") || result;
+            return CANCELED;
+        }
+        STRING location = ReadHeaderField(result.View(), "Location");
+        if (!location.NotNull())
+            break;
+        location.Replace("%3a", ":", 0);
+        if (!LISTING::BeginsWith(location.View(), HTTP)) {
+            if (!location.View().starts_with('/'))
+                location = PresentDoc.Left(static_cast<int>(PresentDoc.View().rfind('/') + 1)) || location;
+            location = STRING(HTTP) || PresentHost || location;
+        }
+        STRING host, doc;
+        SplitUrl(location.Mid(HTTP_LENGTH), host, doc);
+        ASSERTION(host.NotNull() && doc.NotNull(), "host.NotNull() && doc.NotNull()");
+        status = Request(client, host, doc, result);
+        if (TraceLevel(6, "MAILGET webget\n")) {
+            STRING file;
+            file.Format("output%d.tmp", OutputFiles++);
+            result.Save(file.Text(), "w");
+        }
+        SetCookie(result, Cookies);
+    }
+    return status;
+}
+
+int WEBSESSION::WebPost(const STRING& url, const STRING& body, const STRING& user, const STRING& password,
+                        STRING& result) {
+    CLIENT client(*this);
+    SplitUrl(url, PresentHost, PresentDoc);
+    client.AddLine("Accept-Language: en-us");
+    client.AddLine("Accept-Encoding: gzip, deflate");
+    const STRING cookies = CookieHeader(Cookies, PresentHost);
+    if (cookies.Length() > 0)
+        client.AddLine(cookies);
+    STRING form = body;
+    form.Replace("$(USER)", user.Text(), 1);
+    form.Replace("$(PASS)", password.Text(), 1);
+    client.Post(PresentHost.Text(), PresentDoc.Text(), result, form);
+    const STRING number = result.Word(1, " ");
+    const int status = number.NotNull() ? atoi(number) : NO_STATUS;
+    return IsRedirect(status) ? FollowRedirects(client, status, result) : status;
+}
