@@ -1,0 +1,207 @@
+#include "app/desktop/alertwindow.h"
+
+#include <cstring>
+#include <windowsx.h>
+
+#include "corelib/base/trace.h"
+#include "corelib/window/widetext.h"
+
+namespace {
+
+constexpr UINT_PTR TIMER_ALERT_BLINK = 1;
+constexpr UINT BLINK_MS = 333;
+constexpr DWORD PRESSED_MS = 100;  // so that the press can be seen
+
+constexpr ALERTFONT ALERTFONTS[] = {ALERTFONT::NORMAL, ALERTFONT::BOLD, ALERTFONT::SMALLBOLD, ALERTFONT::SMALL};
+
+RECT SystemRect(const ALERTRECT& rect) {
+    return {rect.Left, rect.Top, rect.Right, rect.Bottom};
+}
+
+class METRICS : public ALERTMETRICS {
+ public:
+    METRICS(HDC dc, const SEMITOOLTIP::FONTS& fonts) : Dc(dc), Fonts(fonts) {}
+    bool Measure(ALERTFONT font, std::string_view text, ALERTSIZE& size) override {
+        const std::wstring wide = WideText(text);
+        SelectObject(Dc, Fonts[static_cast<size_t>(font)].get());
+        SIZE extent;
+        if (!GetTextExtentPoint32W(Dc, wide.data(), static_cast<int>(wide.size()), &extent))
+            return false;
+        size = {extent.cx, extent.cy};
+        return true;
+    }
+
+ private:
+    HDC Dc;
+    const SEMITOOLTIP::FONTS& Fonts;
+};
+
+class CANVAS : public ALERTCANVAS {
+ public:
+    CANVAS(HDC dc, const SEMITOOLTIP::FONTS& fonts) : Dc(dc), Fonts(fonts) {}
+    void Fill(const ALERTRECT& rect, int32_t color) override {
+        const RECT area = SystemRect(rect);
+        SetDCBrushColor(Dc, static_cast<COLORREF>(color) & 0xffffff);
+        FillRect(Dc, &area, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
+    }
+    void Frame(const ALERTRECT& rect, int32_t color) override {
+        const RECT area = SystemRect(rect);
+        SetDCBrushColor(Dc, static_cast<COLORREF>(color) & 0xffffff);
+        FrameRect(Dc, &area, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
+    }
+    void Write(ALERTFONT font, ALERTPOINT at, int32_t color, std::string_view text) override {
+        const std::wstring wide = WideText(text);
+        SelectObject(Dc, Fonts[static_cast<size_t>(font)].get());
+        SetTextColor(Dc, static_cast<COLORREF>(color) & 0xffffff);
+        SetBkMode(Dc, TRANSPARENT);
+        TextOutW(Dc, at.X, at.Y, wide.data(), static_cast<int>(wide.size()));
+    }
+
+ private:
+    HDC Dc;
+    const SEMITOOLTIP::FONTS& Fonts;
+};
+
+// The font of the settings, or the system's for icon titles.
+LOGFONTW BaseFont(const STRING& bytes) {
+    LOGFONTW font{};
+    LOGFONTA stored{};
+    if (bytes.Length() != sizeof stored) {
+        SystemParametersInfoW(SPI_GETICONTITLELOGFONT, sizeof font, &font, 0);
+        return font;
+    }
+    memcpy(&stored, bytes.Ptr(), sizeof stored);
+    // Both forms are the same up to the name.
+    memcpy(&font, &stored, offsetof(LOGFONTA, lfFaceName));
+    stored.lfFaceName[LF_FACESIZE - 1] = '\0';
+    wcsncpy(font.lfFaceName, WideText(std::string_view(stored.lfFaceName)).c_str(), LF_FACESIZE - 1);
+    return font;
+}
+
+ALERTPOINT PointOf(LPARAM packed) {
+    return {GET_X_LPARAM(packed), GET_Y_LPARAM(packed)};
+}
+
+}  // namespace
+
+SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)
+    : WINDOW(WS_POPUP | WS_BORDER, "", 0, 0, 0, 0, setup.Parent, 0, nullptr, WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE),
+      Setup(setup) {
+    if (!ASSERTION(hWnd != nullptr, "FALSE"))
+        return;
+    if (Setup.Transparency != 0)
+        SetTransparency(255 - (Setup.Transparency & 0xff), -1);
+    MakeFonts(Setup.Font);
+    {
+        WINDOWDC dc(hWnd);
+        METRICS metrics(dc, Fonts);
+        Layout = std::make_unique<ALERTLAYOUT>(text.View(), metrics);
+    }
+    Look.TextColor = Setup.TextColor;
+    Look.BackColor = Setup.BackColor;
+
+    RECT work;
+    SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
+    RECT frame = {0, 0, Layout->WindowSize().Width, Layout->WindowSize().Height};
+    AdjustWindowRectEx(&frame, WS_POPUP | WS_BORDER, FALSE, WS_EX_TOOLWINDOW);
+    const ALERTRECT place = PlaceAlert({work.left, work.top, work.right, work.bottom},
+                                       {frame.right - frame.left, frame.bottom - frame.top}, Setup.Position);
+    SetWindowPos(hWnd, HWND_TOPMOST, place.Left, place.Top, place.Right - place.Left, place.Bottom - place.Top,
+                 SWP_NOACTIVATE | SWP_SHOWWINDOW);
+    if (Setup.Blink)
+        SetTimer(hWnd, TIMER_ALERT_BLINK, BLINK_MS, nullptr);
+    UpdateWindow(hWnd);
+}
+
+SEMITOOLTIP::~SEMITOOLTIP() {
+    Closing = true;
+}
+
+void SEMITOOLTIP::MakeFonts(const STRING& font) {
+    const LOGFONTW base = BaseFont(font);
+    for (const ALERTFONT kind : ALERTFONTS) {
+        const ALERTFONTSTYLE style = AlertFontStyle(kind, {base.lfHeight, base.lfWeight});
+        LOGFONTW one = base;
+        one.lfHeight = style.Height;
+        one.lfWeight = style.Weight;
+        Fonts[static_cast<size_t>(kind)].reset(CreateFontIndirectW(&one));
+    }
+}
+
+LRESULT SEMITOOLTIP::WinProc(UINT message, WPARAM first, LPARAM second) {
+    if (!Layout)
+        return WINDOW::WinProc(message, first, second);
+    switch (message) {
+        case WM_ERASEBKGND:
+            return 1;  // painting covers everything
+        case WM_PAINT:
+            Paint();
+            return 0;
+        case WM_MOUSEACTIVATE:
+            return MA_NOACTIVATE;
+        case WM_LBUTTONDOWN:
+        case WM_RBUTTONDOWN:
+            Click(message == WM_RBUTTONDOWN, PointOf(second));
+            return 0;
+        case WM_MOUSEMOVE:
+            MovePointer(PointOf(second));
+            return 0;
+        case WM_MOUSELEAVE:
+            MovePointer({-1, -1});
+            return 0;
+        case WM_TIMER:
+            Look.Swapped = !Look.Swapped;
+            InvalidateRect(hWnd, nullptr, FALSE);
+            return 0;
+        default:
+            return WINDOW::WinProc(message, first, second);
+    }
+}
+
+void SEMITOOLTIP::Paint() {
+    PAINTER painter(hWnd);
+    RECT client;
+    GetClientRect(hWnd, &client);
+    Look.Client = {client.right, client.bottom};
+    // Into a picture of its own first: the screen sees only the finished window.
+    PICTUREDC picture(painter.Dc(), client.right, client.bottom);
+    CANVAS canvas(picture, Fonts);
+    Layout->Paint(canvas, Look);
+    BitBlt(painter.Dc(), 0, 0, client.right, client.bottom, picture, 0, 0, SRCCOPY);
+}
+
+void SEMITOOLTIP::Click(bool right, ALERTPOINT point) {
+    Look.Pointer = point;
+    Look.Pressed = true;
+    const LPARAM value = Layout->ClickValue(point, right, Setup.ClickValue);
+    if (!right && Layout->ButtonAt(point)) {
+        InvalidateRect(hWnd, nullptr, FALSE);
+        UpdateWindow(hWnd);
+        Sleep(PRESSED_MS);
+    }
+    if (Setup.Parent)
+        PostMessageW(Setup.Parent, WM__ALERTCLICK, right ? 1 : 0, value);
+    if (!right)
+        ShowWindow(hWnd, SW_HIDE);
+}
+
+void SEMITOOLTIP::MovePointer(ALERTPOINT point) {
+    if (Closing || (point.X == Look.Pointer.X && point.Y == Look.Pointer.Y))
+        return;
+    const ALERTBUTTON* const left = Layout->ButtonAt(Look.Pointer);
+    const ALERTBUTTON* const entered = Layout->ButtonAt(point);
+    Look.Pointer = point;
+    if (left != entered) {
+        InvalidateButton(left);
+        InvalidateButton(entered);
+    }
+    TRACKMOUSEEVENT track{sizeof track, TME_LEAVE, hWnd, 0};
+    TrackMouseEvent(&track);
+}
+
+void SEMITOOLTIP::InvalidateButton(const ALERTBUTTON* button) {
+    if (!button)
+        return;
+    const RECT area = SystemRect(button->Rect);
+    InvalidateRect(hWnd, &area, FALSE);
+}

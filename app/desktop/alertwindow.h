@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <memory>
+
+#include "app/common/frontend.h"
+#include "app/notify/alertlayout.h"
+#include "corelib/window/window.h"
+
+/// The alert's answer to a click, posted to its parent. First parameter 0 for the left button, 1 for the right one;
+/// second the command of the button that was hit, else the click value.
+inline constexpr UINT WM__ALERTCLICK = 1056;
+
+/// How an alert looks and whom it tells of clicks.
+struct ALERTSETUP {
+    int TextColor = 0;  // 0x00BBGGRR
+    int BackColor = 0;
+    STRING Font;       // the bytes of a LOGFONTA; empty: the system's font for icon titles
+    int Position = 2;  // see PlaceAlert
+    bool Blink = false;
+    HWND Parent = nullptr;  // null: nobody is told
+    LPARAM ClickValue = 0;  // of a click outside the buttons
+    int Transparency = 0;   // low byte: 0 opaque to 255 invisible
+};
+
+/// The small window in front of all others that tells of new mail. It shows at once, never takes the focus, and hides
+/// itself when it is clicked; its owner destroys it.
+class SEMITOOLTIP : public WINDOW {
+ public:
+    SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup);
+    ~SEMITOOLTIP() override;
+    SEMITOOLTIP(const SEMITOOLTIP&) = delete;
+    SEMITOOLTIP& operator=(const SEMITOOLTIP&) = delete;
+
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
+
+    /// The four fonts of an alert, by ALERTFONT.
+    using FONTS = std::array<FONTHANDLE, 4>;
+
+ private:
+    void MakeFonts(const STRING& font);
+    void Paint();
+    void Click(bool right, ALERTPOINT point);
+    void MovePointer(ALERTPOINT point);
+    void InvalidateButton(const ALERTBUTTON* button);
+
+    ALERTSETUP Setup;
+    FONTS Fonts;
+    std::unique_ptr<ALERTLAYOUT> Layout;
+    ALERTLOOK Look;
+    bool Closing = false;
+};

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "corelib/base/strings.h"
+
+/// Texts in memory are bytes of code page 1252, whatever the machine's own code page is; Windows is asked in its wide
+/// form.
+std::wstring WideText(std::string_view text);
+inline std::wstring WideText(const STRING& text) {
+    return WideText(text.View());
+}
+/// The other way; what the code page does not have becomes the nearest character, or "?". Never null.
+STRING FromWide(std::wstring_view text);

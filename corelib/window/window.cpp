@@ -1,0 +1,208 @@
+#include "corelib/window/window.h"
+
+#include <algorithm>
+#include <string>
+
+#include "corelib/base/trace.h"
+#include "corelib/system/registry.h"
+#include "corelib/window/widetext.h"
+
+namespace {
+
+constexpr UINT WM__CREATED = 1090;  // the constructors are through
+constexpr UINT WM__GETID = 1091;    // stores the id where the first parameter points
+
+HMODULE Resources = nullptr;
+
+RECT WorkArea() {
+    RECT area{};
+    SystemParametersInfoW(SPI_GETWORKAREA, 0, &area, 0);
+    return area;
+}
+
+// The place inside an area, its left and top first.
+void ClipInto(const RECT& area, LONG width, LONG height, LONG& x, LONG& y) {
+    x = std::max(std::min(x, area.right - width), std::max(area.left, 0L));
+    y = std::max(std::min(y, area.bottom - height), std::max(area.top, 0L));
+}
+
+}  // namespace
+
+void SetResourceModule(HMODULE module) {
+    Resources = module;
+}
+
+HMODULE ResourceModule() {
+    return Resources ? Resources : GetModuleHandleW(nullptr);
+}
+
+int ScalePixels(int pixels) {
+    static const int dots = GetDeviceCaps(WINDOWDC(nullptr), LOGPIXELSX);
+    return MulDiv(pixels, dots, USER_DEFAULT_SCREEN_DPI);
+}
+
+WINDOW::WINDOW(DWORD style, const STRING& title, int x, int y, int width, int height, HWND parent, int id,
+               const char* className, DWORD extendedStyle)
+    : WindowId(id), AutoDestroy(true) {
+    static int running = 0;
+    const std::wstring name =
+        className ? WideText(std::string_view(className)) : L"AppWindow" + std::to_wstring(running++);
+    WNDCLASSEXW description{};
+    const HINSTANCE instance = GetModuleHandleW(nullptr);
+    if (!GetClassInfoExW(instance, name.c_str(), &description)) {
+        description.cbSize = sizeof description;
+        description.style = CS_DBLCLKS;
+        description.lpfnWndProc = Procedure;
+        description.hInstance = instance;
+        // The program's first icon, and none where it has none.
+        description.hIcon = LoadIconW(instance, MAKEINTRESOURCEW(1));
+        description.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+        description.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
+        description.lpszClassName = name.c_str();
+        RegisterClassExW(&description);
+    }
+    HMENU menu = nullptr;
+    if (style & WS_CHILD)
+        menu = reinterpret_cast<HMENU>(static_cast<intptr_t>(id));
+    else if (id != 0)
+        menu = LoadMenuW(ResourceModule(), MAKEINTRESOURCEW(id));
+    CreateWindowExW(extendedStyle, name.c_str(), WideText(title).c_str(), style, x, y, width, height, parent, menu,
+                    instance, this);
+    ASSERTION(hWnd != nullptr, "this->hWnd");
+}
+
+WINDOW::~WINDOW() {
+    if (!AutoDestroy || !hWnd)
+        return;
+    Trace("WINDOW::~WINDOW auto-destroying %s %d\n", Title().Text(), WindowId);
+    DestroyWindow(hWnd);
+}
+
+LRESULT CALLBACK WINDOW::Procedure(HWND window, UINT message, WPARAM first, LPARAM second) {
+    if (message == WM_NCCREATE) {
+        auto* const creator = static_cast<WINDOW*>(reinterpret_cast<CREATESTRUCTW*>(second)->lpCreateParams);
+        creator->hWnd = window;
+        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(creator));
+    }
+    auto* const self = reinterpret_cast<WINDOW*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (!self)
+        return DefWindowProcW(window, message, first, second);
+    LRESULT result = 0;
+    if (!self->Hook || !self->Hook(*self, message, first, second, &result))
+        result = self->WinProc(message, first, second);
+    if (message == WM_NCDESTROY) {
+        SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+        self->hWnd = nullptr;
+    }
+    return result;
+}
+
+LRESULT WINDOW::WinProc(UINT message, WPARAM first, LPARAM second) {
+    switch (message) {
+        case WM_CREATE:
+            if (second != 0)
+                PostMessageW(hWnd, WM__CREATED, 0, 0);
+            return 0;
+        case WM__CREATED:
+            return WinProc(WM_CREATE, 0, 0);
+        case WM__GETID:
+            // Only from here: an address of another process would be a wild one.
+            if (!InSendMessage())
+                *reinterpret_cast<int*>(first) = WindowId;
+            return 0;
+        case WM_QUERYENDSESSION:
+            return 1;
+        case WM_ENDSESSION:
+            PostMessageW(hWnd, WM_CLOSE, 0, 0);
+            return 0;
+        case WM_DESTROY:
+            Hook = nullptr;
+            return 0;
+        default:
+            return DefWindowProcW(hWnd, message, first, second);
+    }
+}
+
+STRING WINDOW::Title() const {
+    std::wstring text(static_cast<size_t>(GetWindowTextLengthW(hWnd)) + 1, L'\0');
+    const int length = GetWindowTextW(hWnd, text.data(), static_cast<int>(text.size()));
+    return FromWide(std::wstring_view(text).substr(0, static_cast<size_t>(length)));
+}
+
+void WINDOW::SetTitle(const STRING& text) {
+    ASSERTION(text.NotNull(), "txt");
+    SetWindowTextW(hWnd, WideText(text).c_str());
+}
+
+void WINDOW::Move(int x, int y, int width, int height) {
+    const RECT now = Rect();
+    MoveWindow(hWnd, x, y, width == -1 ? now.right - now.left : width, height == -1 ? now.bottom - now.top : height,
+               TRUE);
+}
+
+RECT WINDOW::Rect() const {
+    if (hWnd == GetDesktopWindow())
+        return WorkArea();
+    RECT rect{};
+    GetWindowRect(hWnd, &rect);
+    if (GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD)
+        MapWindowPoints(nullptr, Parent(), reinterpret_cast<POINT*>(&rect), 2);
+    return rect;
+}
+
+RECT WINDOW::ClientRect() const {
+    ASSERTION(hWnd != GetDesktopWindow(), "this->hWnd!=HWND_DESKTOP");
+    RECT rect{};
+    GetClientRect(hWnd, &rect);
+    return rect;
+}
+
+void WINDOW::StoreWindowPos(const char* product, const char* name) {
+    if (!IsVisible() || IsIconic(hWnd))
+        return;
+    const RECT rect = Rect();
+    const int32_t edges[4] = {rect.left, rect.top, rect.right, rect.bottom};
+    REGISTRY(WINDOW_COMPANY, product, ROOT_CURRENT_USER).Write(name, edges, sizeof edges);
+    Trace("WINDOW::StoreWindowPos(%d, %d, %d, %d)\n", edges[0], edges[1], edges[2], edges[3]);
+}
+
+bool WINDOW::RestoreWindowPos(const char* product, const char* name) {
+    // One more than is right, so that a longer value is seen.
+    int32_t edges[5] = {};
+    int size = sizeof edges;
+    const bool moved =
+        REGISTRY(WINDOW_COMPANY, product, ROOT_CURRENT_USER).Read(name, edges, &size) && size == 4 * sizeof edges[0];
+    if (moved) {
+        const RECT rect = {edges[0], edges[1], edges[2], edges[3]};
+        const LONG width = rect.right - rect.left, height = rect.bottom - rect.top;
+        LONG x = rect.left, y = rect.top;
+        if (!MonitorFromRect(&rect, MONITOR_DEFAULTTONULL) && !(GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD))
+            ClipInto(WorkArea(), width, height, x, y);
+        Move(x, y, width, height);
+    }
+    Trace("WINDOW::RestoreWindowPos(%d, %d, %d, %d) returned %d\n", edges[0], edges[1], edges[2], edges[3], moved);
+    return moved;
+}
+
+void WINDOW::Center(HWND reference) {
+    const bool isChild = reference && ::IsChild(hWnd, reference);
+    ASSERTION(!isChild, "!is_child");
+    const RECT own = Rect(), work = WorkArea();
+    const LONG width = own.right - own.left, height = own.bottom - own.top;
+    RECT middle = work;
+    if (reference && !isChild && IsWindowVisible(reference))
+        GetWindowRect(reference, &middle);
+    LONG x = middle.left + (middle.right - middle.left - width) / 2;
+    LONG y = middle.top + (middle.bottom - middle.top - height) / 2;
+    ClipInto(work, width, height, x, y);
+    Move(x, y);
+}
+
+void WINDOW::SetTransparency(int alpha, int key) {
+    alpha = std::max(alpha, 0);
+    if (alpha >= 255)
+        return;
+    SetWindowLongW(hWnd, GWL_EXSTYLE, GetWindowLongW(hWnd, GWL_EXSTYLE) | WS_EX_LAYERED);
+    SetLayeredWindowAttributes(hWnd, key == -1 ? 0 : static_cast<COLORREF>(key), static_cast<BYTE>(alpha),
+                               key == -1 ? LWA_ALPHA : LWA_COLORKEY);
+}

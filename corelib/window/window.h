@@ -1,0 +1,67 @@
+#pragma once
+
+#include "corelib/base/strings.h"
+#include "corelib/window/gdi.h"
+
+/// Where menus, dialogs and pictures come from: the language library, which the application names once. Null is the
+/// program file.
+void SetResourceModule(HMODULE module);
+HMODULE ResourceModule();
+
+/// An object bound to a window. Made and used on the user-interface thread.
+class WINDOW {
+ public:
+    /// Sees every message first: true if it has dealt with it and stored the result.
+    using HOOKFUNCTION = bool (*)(WINDOW& window, UINT message, WPARAM first, LPARAM second, LRESULT* result);
+
+    /// Makes a window, of a class that is registered for it if need be ("AppWindow%d" with a running number for null).
+    /// id: the resource number of its menu, 0 for none; a child's id. hWnd stays null if there is no window.
+    WINDOW(DWORD style, const STRING& title, int x, int y, int width, int height, HWND parent, int id,
+           const char* className, DWORD extendedStyle = 0);
+    /// Binds to a window that is somebody else's, and stays.
+    explicit WINDOW(HWND window) : hWnd(window) {}
+    virtual ~WINDOW();
+    WINDOW(const WINDOW&) = delete;
+    WINDOW& operator=(const WINDOW&) = delete;
+
+    /// The handler of the window's messages, if this object has made it. A derived class sees WM_CREATE, without
+    /// parameters, once its constructor has ended.
+    virtual LRESULT WinProc(UINT message, WPARAM first, LPARAM second);
+
+    void SetHook(HOOKFUNCTION hook) { Hook = hook; }
+    int Id() const { return WindowId; }
+
+    STRING Title() const;
+    void SetTitle(const STRING& text);
+    /// Width and height -1: they stay.
+    void Move(int x, int y, int width = -1, int height = -1);
+    /// The window's edges: a child's in its parent's coordinates, the desktop's as the work area.
+    RECT Rect() const;
+    RECT ClientRect() const;
+    HWND Parent() const { return GetAncestor(hWnd, GA_PARENT); }
+    HWND Owner() const { return GetWindow(hWnd, GW_OWNER); }
+    bool IsVisible() const { return IsWindowVisible(hWnd) != 0; }
+    void Enable(bool enable) { EnableWindow(hWnd, enable); }
+    void Show(int how = SW_SHOW) { ShowWindow(hWnd, how); }
+
+    /// Keeps a visible window's edges as the value `name` of the product's; and moves the window there again, back onto
+    /// a screen if they lie on none. True if it moved.
+    void StoreWindowPos(const char* product, const char* name);
+    bool RestoreWindowPos(const char* product, const char* name);
+    /// Puts the window into the middle of a visible reference, else of the work area, and inside the work area.
+    void Center(HWND reference);
+    /// alpha 0 (invisible) to 255 (nothing happens); or, with a key other than -1, makes that colour invisible.
+    void SetTransparency(int alpha, int key);
+
+    HWND hWnd = nullptr;
+
+ private:
+    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM first, LPARAM second);
+
+    int WindowId = 0;
+    bool AutoDestroy = false;
+    HOOKFUNCTION Hook = nullptr;
+};
+
+/// Under this name of company the windows' values lie in the registry.
+inline constexpr const char* WINDOW_COMPANY = "Velmora";
