@@ -1,6 +1,7 @@
 #include "corelib/net/webget.h"
 
-#include <gtest/gtest.h>
+#include <algorithm>
+#include <cstring>
 
 #include "corelib/net/httptext.h"
 #include "tests/servers/scriptedserver.h"
@@ -20,6 +21,10 @@ const std::string HEADERS =
     "Connection: Close\r\n"
     "Accept-Encoding: gzip, deflate\r\n"
     "User-Agent: Mozilla/4.0 (compatible; MSIE 5.0; Windows NT; DigExt)\r\n";
+
+// "hello" and CR LF, three times.
+const std::string GZIP("\x1f\x8b\x08\0\0\0\0\0\2\3\xcb\x48\xcd\xc9\xc9\xe7\xe5\xca\x40\xa1\0\xd7\xc8\x0b\xe8\x15\0\0\0",
+                       29);
 
 SCRIPT Answer(const std::string& response) {
     return {PLAY::ReadUntil("\r\n\r\n"), PLAY::Send(response), PLAY::Cut()};
@@ -59,28 +64,146 @@ TEST_F(WebGet, AFormGoesThroughTheProxyWithItsCredentialAfterA407) {
     EXPECT_EQ(server.Transcript(), head + rest + head + "Proxy-Authorization: Basic cDpx\r\n" + rest);
 }
 
-TEST_F(WebGet, WhatEndsATransferStandsInItsFirstLine) {
-    WEBGET web(nullptr, nullptr);
+TEST_F(WebGet, WhateverAServerSaysIsAResultWithANumber) {
+    const std::string ok = "HTTP/1.0 200 OK\r\n";
+    const std::string head = ok + "Content-Encoding: GZIP\r\n", length = "Content-Length: 29\r\n";
+    const std::string seen = "HTTP/1.0 200 OK\nContent-Encoding: GZIP\n", told = "Content-Length: 29\n";
+    const std::string hello = "hello\nhello\nhello\n";
+    const struct {
+        std::string Response;
+        int Status;
+        std::string Result;
+    } cases[] = {
+        {"HTTP/1.0 204 None\r\n", 204, "HTTP/1.0 204 None\n"},
+        {"\r\nHTTP/1.0 200 late", 999, "WEBGET 999 Read Timeout\nHTTP/1.0 200 late"},
+        {"nonsense\n", 999, "nonsense\n"},
+        {"HTTP/1.0 two\n", 0, "HTTP/1.0 two\n"},
+        {std::string(3000, 'x') + " 5\r\n\r\n", 999, std::string(2047, 'x') + "\n" + std::string(953, 'x') + " 5\n\n"},
+        {ok + "Content-Length: 90\r\n\r\nshort", 200, "HTTP/1.0 200 OK\nContent-Length: 90\n\nshort"},
+        {ok + "CONTENT-LENGTH: 1\r\n\r\nlonger", 200, "HTTP/1.0 200 OK\nCONTENT-LENGTH: 1\n\nlonger"},
+        {ok + "Content-Length: -1\r\n\r\nx", 200, "HTTP/1.0 200 OK\nContent-Length: -1\n\nx"},
+        {ok + "Content-Length: 99999999999\r\n\r\nx", 200, "HTTP/1.0 200 OK\nContent-Length: 99999999999\n\nx"},
+        {"HTTP/1.0 200 OK\nContent-Length: 1\n\nxyz", 200, "HTTP/1.0 200 OK\nContent-Length: 1\n\nxyz"},
+        {ok + std::string("\r\n\0\r\n", 5), 200, std::string("HTTP/1.0 200 OK\n\n\0\n", 19)},
+        {ok + "Content-Type: Image/gif;x\r\n\r\n\r\n", 200, "HTTP/1.0 200 OK\nContent-Type: Image/gif;x\r\n\r\n\r\n"},
+        {head + "\r\n" + GZIP, 200, seen + "\n" + hello},
+        {head + length + "\r\n" + GZIP, 200, seen + told + "\n" + hello},
+        {ok + "Encoding-Type: gzip\r\n\r\n" + GZIP, 200, "HTTP/1.0 200 OK\nEncoding-Type: gzip\n\n" + hello},
+        {head + length + "\r\n" + GZIP.substr(0, 28), 200, seen + told + "\n<incomplete gzip data length 28/29>"},
+        {head + length + "\r\n" + GZIP + "x", 200, seen + told + "\n<incomplete gzip data length 30/29>"},
+        {head + "\r\n" + GZIP.substr(0, 16), 200, seen + "\nhello"},
+        {head + "\r\n" + GZIP + GZIP + "tail", 200, seen + "\n" + hello + hello},
+        {head + "\r\nnot compressed", 200, seen + "\nnot compressed"},
+        {head + "\r\n", 200, seen + "\n"},
+    };
+    std::vector<SCRIPT> scripts;
+    for (const auto& c : cases)
+        scripts.push_back(Answer(c.Response));
+    SCRIPTEDSERVER server(std::move(scripts));
+    for (const auto& c : cases) {
+        STRING result;
+        EXPECT_EQ(WEBGET(nullptr, nullptr).Get(server.HostPort().c_str(), "/", result), c.Status) << c.Response;
+        EXPECT_EQ(Std(result), c.Result) << c.Response;
+    }
+}
+
+TEST_F(WebGet, APageThatIsCutAnywhereIsKeptAsFarAsItCame) {
+    const std::string status = "H 200\r\n", rest = "Content-Length: 5\r\n\r\n1\r\n2\n";
+    ForEveryCut(Answer(status + rest), [&](SCRIPTEDSERVER& server, int sent, bool) {
+        // Only a status line that does not end takes that long.
+        const auto come = static_cast<size_t>(sent);
+        WebTimes.AnswerMs = come < status.size() ? 250 : 20000;
+        std::string wanted = status.substr(0, std::min(come, status.find('\r')));
+        if (wanted.empty())
+            wanted = "WEBGET 999 Read Timeout";
+        wanted += "\n" + rest.substr(0, come - std::min(come, status.size()));
+        for (size_t at; (at = wanted.find("\r\n")) != wanted.npos;)
+            wanted.erase(at, 1);
+        STRING result;
+        constexpr int NUMBERS[] = {999, 999, 0, 2, 20, 200};
+        EXPECT_EQ(WEBGET(nullptr, nullptr).Get(server.HostPort().c_str(), "/", result), NUMBERS[std::min(sent, 5)]);
+        EXPECT_EQ(Std(result), wanted);
+    });
+}
+
+TEST_F(WebGet, TimeAndBoundsEndATransfer) {
     STRING result;
+    WEBGET web(nullptr, nullptr);
     const STRING closed = STRING("127.0.0.1:") || std::to_string(ClosedPort()).c_str();
     EXPECT_EQ(web.Get(closed.Text(), "/", result), 4096);
     EXPECT_EQ(result.Left(11), "TCPIO 4096 ");
 
-    WebTimes.AnswerMs = 60;
-    SCRIPTEDSERVER silent({{PLAY::Silence()}, {PLAY::Send("HTTP/1.0 200 OK\r\n\r\nha"), PLAY::Silence()}});
-    EXPECT_EQ(web.Get(silent.HostPort().c_str(), "/", result), 999);
-    EXPECT_EQ(result.Left(34), "TCPIO 999 Timeout\nWEBGET 999 Read ");
-    EXPECT_EQ(web.Get(silent.HostPort().c_str(), "/", result), 999);
-    EXPECT_EQ(result, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\n\nha");
-    WebTimes.AnswerMs = 10000;
-
-    SCRIPTEDSERVER endless({PLAY::Send("HTTP/1.0 200 OK\r\n" + std::string(5000, 'h')), PLAY::Silence()});
-    WebTimes.ResponseBytes = 1000;
-    EXPECT_EQ(web.Get(endless.HostPort().c_str(), "/", result), 998);
-    WEBGET cancelled([](void*, int kind, int) { return kind == WEBGET::CANCEL ? 1 : 0; }, nullptr);
+    const std::string head = "HTTP/1.0 200 OK\r\n", flood = std::string(100000, 'h');
+    const struct {
+        SCRIPT Script;
+        int AnswerMs;
+        int64_t ResponseBytes;
+        int Status;
+        const char* Start;
+    } cases[] = {
+        {{PLAY::Silence()}, 100, 1000, 999, "TCPIO 999 Timeout\nWEBGET 999 Read Timeout\n"},
+        {{PLAY::Send(head + "\r\nha"), PLAY::Silence()}, 250, 1000, 999, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\n\nha"},
+        {{PLAY::Drip(head + flood)}, 250, 1 << 20, 999, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\nhh"},
+        {{PLAY::Drip(head + "\r\n" + flood)}, 250, 1 << 20, 999, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\n\nhh"},
+        {{PLAY::Send(head + flood)}, 20000, 1000, 998, "TCPIO 998 Canceled\nHTTP/1.0 200 OK\nhh"},
+        {{PLAY::Send(head + "\r\n" + flood)}, 20000, 1000, 998, "TCPIO 998 Canceled\nHTTP/1.0 200 OK\n\nhh"},
+    };
+    for (const auto& c : cases) {
+        SCRIPTEDSERVER server(c.Script);
+        WebTimes.AnswerMs = c.AnswerMs;
+        WebTimes.ResponseBytes = c.ResponseBytes;
+        EXPECT_EQ(web.Get(server.HostPort().c_str(), "/", result), c.Status);
+        EXPECT_EQ(Std(result).substr(0, strlen(c.Start)), c.Start);
+        EXPECT_LT(result.Length(), 1 << 16);
+    }
+    // A bomb: of what it would become only the beginning.
     WebTimes = WEBTIMES();
-    EXPECT_EQ(cancelled.Get(endless.HostPort().c_str(), "/", result), 998);
-    EXPECT_EQ(result, "TCPIO 998 Canceled\nHTTP/1.0 200 OK\n");
+    WebTimes.DecodedBytes = 5;
+    result = "HTTP/1.0 200 OK\r\nContent-Encoding: gzip\r\n\r\n";
+    result.AppendBytes(GZIP.data(), static_cast<int>(GZIP.size()));
+    WEBGET::Beautify(result);
+    EXPECT_EQ(result, "HTTP/1.0 200 OK\nContent-Encoding: gzip\n\nhello");
+}
+
+TEST_F(WebGet, TheCallbackIsToldOfThePageAndMayCancelIt) {
+    struct WATCHER {
+        int CancelAfter;
+        std::string Told;
+        static int Call(void* self, int kind, int value) {
+            auto& watcher = *static_cast<WATCHER*>(self);
+            if (kind != WEBGET::CANCEL)
+                watcher.Told += std::to_string(kind) + ":" + std::to_string(value) + " ";
+            return kind == WEBGET::CANCEL && static_cast<int>(watcher.Told.size()) >= watcher.CancelAfter;
+        }
+    };
+    constexpr int NEVER = 1000;
+    const std::string head = "HTTP/1.0 200 OK\n", body(5000, 'b');
+    const struct {
+        std::string Header;
+        int Body;
+        int CancelAfter;
+        int Status;
+        std::string Told;
+    } cases[] = {
+        {"", 3000, NEVER, 200, "2:1024 2:2048 "},
+        {"Content-Length: 4999", 4999, NEVER, 200,
+         "1:4999 2:250 2:500 2:750 2:1000 2:1250 2:1500 2:1750 2:2000 2:2250 2:2500 2:2750 2:3000 2:3250 2:3500 2:3750 "
+         "2:4000 2:4250 2:4500 2:4750 2:5000 "},
+        {"Content-Length: 10", 10, NEVER, 200, "1:10 "},
+        {"", 3000, 0, 998, ""},
+        {"Content-Length: 3000", 3000, 1, 998, "1:3000 "},
+        {"", 3000, 1, 998, "2:1024 "},
+    };
+    for (const auto& c : cases) {
+        SCRIPTEDSERVER server(Answer("HTTP/1.0 200 OK\r\n" + c.Header + "\r\n\r\n" + body.substr(0, c.Body)));
+        WATCHER watcher{c.CancelAfter, ""};
+        STRING result;
+        EXPECT_EQ(WEBGET(WATCHER::Call, &watcher).Get(server.HostPort().c_str(), "/", result), c.Status) << c.Header;
+        EXPECT_EQ(watcher.Told, c.Told);
+        EXPECT_EQ(Std(result).starts_with("TCPIO 998 Canceled\nHTTP/1.0 200 OK\n"), c.Status == 998);
+        // Nothing is read any more once it is cancelled.
+        EXPECT_LT(c.Status == 998 ? result.Length() : 0, 1300);
+    }
 }
 
 TEST(HttpText, LinksAreResolvedAgainstThePresentDocument) {

@@ -1,0 +1,29 @@
+#include <cstdlib>
+#include <string_view>
+
+#include "corelib/net/httptext.h"
+#include "corelib/net/webget.h"
+
+// What a page holds: its text and attributes never grow, and a link leads to a document inside the host.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const STRING page(std::string_view(reinterpret_cast<const char*>(data), size));
+    STRING text = page;
+    HtmlToText(text, ' ');
+    if (text.Length() > page.Length() || text.Pos('\xff') != -1)
+        abort();
+    const int before = text.Length();
+    CollapseBlanks(text);
+    if (text.Length() > before)
+        abort();
+    if (AttributeValue(page, "href").Length() > page.Length())
+        abort();
+
+    STRING host = page.Line(1, WORD_NEVERNULL), doc = page.Line(2, WORD_NEVERNULL);
+    const STRING url = page.Line(0, WORD_NEVERNULL);
+    UrlToHostDoc(url, host, doc);
+    const bool whole = stricmp(url.Left(7).Text(), "http://", 0) == 0;
+    if (doc.Length() == 0 || (!whole && doc.View().find("/../") != std::string_view::npos))
+        abort();
+    HostCredentials().Delete(host.Text());
+    return 0;
+}
