@@ -14,9 +14,7 @@ constexpr size_t NONE = std::string_view::npos;
 
 constexpr const char* HOME_TITLES[] = {"title>Home<", "title>Hotmail Home<", "title>Hotmail Startseite<",
                                        "title>Hotmail Accueil"};
-constexpr const char* INBOX_LINKS[] = {">Inbox</", ">Posteingang</",
-                                       ">Bo\xEEte de r\xE9"
-                                       "ception</"};
+constexpr const char* INBOX_LINKS[] = {">Inbox</", ">Posteingang</", ">Bo\356te de r\351ception</"};
 constexpr const char* HEAD_WORDS[] = {"Subject", "Betreff", "Objet"};
 
 // Position without regard to the case of ASCII letters.

@@ -1,0 +1,57 @@
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+
+#include "app/mailbox/hotmail.h"
+#include "app/mailbox/hotmailpages.h"
+#include "app/mailbox/listing.h"
+
+namespace {
+
+class NOTEXTS : public TEXTS {
+    STRING Get(int) const override { return ""; }
+};
+
+}  // namespace
+
+// Whatever the web-mail service answers, what is made of it has the form that others rely on.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+    STRING page(bytes);
+
+    STRINGARRAY jar;
+    SetCookie(page, jar);
+    const STRING header = CookieHeader(jar, "www.webmail.example");
+    if (jar.Count() > WebLimits.Cookies || header.Pos('\n') != -1 ||
+        header.View().starts_with("Cookie: ") != (jar.Count() > 0))
+        abort();
+
+    STRING link, host, doc;
+    HOTMAILPAGES::IsHomePage(page);
+    for (auto* find : {HOTMAILPAGES::FindMetaRefresh, HOTMAILPAGES::FindInboxLink}) {
+        if (!find(page, link))
+            continue;
+        UrlToHostDoc(link, "www.webmail.example", "/", host, doc);
+        if (!host.NotNull() || !doc.View().starts_with('/'))
+            abort();
+    }
+    HOTMAILPAGES::MailText(page);
+
+    const STRINGARRAY settings;
+    const STOPQUESTION never = [] { return false; };
+    FRONTEND nobody;
+    NOTEXTS texts;
+    WEBSESSION session(settings, never);
+    STRING listing;
+    if (!HotmailListing(session, PROGRESS(nobody, texts, 1), texts, "joe", 0, page, listing))
+        return listing == "-ERR 999 Mail table not found" ? 0 : (abort(), 1);
+    listing.DeleteLeft(4);
+    int blocks = 0;
+    LISTING::BLOCKCURSOR cursor(listing);
+    for (std::string_view block; cursor.Next(block); ++blocks)
+        if (!block.starts_with("To: joe@"))
+            abort();
+    if (blocks != LISTING::ReadSummary(listing).Count)
+        abort();
+    return 0;
+}
