@@ -4,6 +4,7 @@
 #include "app/console/displaytext.h"
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"
+#include "app/mailbox/hotmail.h"
 #include "corelib/base/ascii.h"
 
 namespace {
@@ -14,9 +15,10 @@ constexpr int PORT_MAX = 65535;
 struct SCHEME {
     const char* Prefix;
     int Type;
+    bool HasServer = true;
 };
 
-constexpr SCHEME SCHEMES[] = {{"pop3://", 1}};
+constexpr SCHEME SCHEMES[] = {{"pop3://", ITEMTYPE_POP3}, {"webmail://", ITEMTYPE_HOTMAIL, false}};
 
 // Turns %41 into its byte; false for a "%" without two digits, a control byte and a "|", which splits the stored text.
 // A bare ":" is refused too: behind it people write a password, which would end up in the account's name.
@@ -93,12 +95,16 @@ ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address) {
         text.remove_prefix(prefix.size());
         if (text.ends_with('/'))
             text.remove_suffix(1);
+        address.Type = scheme.Type;
+        if (!scheme.HasServer) {
+            const bool good = text.find('@') == text.npos && PercentDecode(text, address.User);
+            return good ? ADDRESSFAULT::None : ADDRESSFAULT::Form;
+        }
         // The last one: users of many services are addresses themselves.
         const size_t at = text.rfind('@');
         if (at == text.npos || !PercentDecode(text.substr(0, at), address.User) || !ValidServer(text.substr(at + 1)))
             return ADDRESSFAULT::Form;
         address.Server = STRING(text.substr(at + 1));
-        address.Type = scheme.Type;
         return ADDRESSFAULT::None;
     }
     return ADDRESSFAULT::Scheme;
@@ -113,7 +119,8 @@ int AddAccount(TARNWICK& application, const TEXTS& texts, std::string_view text,
         message = ConsoleText(texts, id, DISPLAYTEXT::Safe(text));
         return EXIT_REFUSED;
     }
-    const STRING name = address.User.Pos('@') != -1 ? address.User : address.User || "@" || address.Server;
+    const STRING host = address.Type == ITEMTYPE_HOTMAIL ? STRING(HOTMAIL_MAIL_DOMAIN) : address.Server;
+    const STRING name = address.User.Pos('@') != -1 ? address.User : address.User || "@" || host;
     STRING password;
     if (!ReadPassword(passwordFile, texts, DISPLAYTEXT::Safe(name.View()), password, message))
         return EXIT_REFUSED;

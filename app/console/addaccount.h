@@ -8,16 +8,16 @@
 
 class TARNWICK;
 
-/// A mailbox as an address names it: scheme://user@host[:port].
+/// A mailbox as an address names it: scheme://user@host[:port], or webmail://user.
 struct MAILADDRESS {
     int Type = 0;   // the item's Type
     STRING User;    // percent-decoded (RFC 3986)
-    STRING Server;  // host, or host:port
+    STRING Server;  // host, or host:port; empty for web mail, which has one place for all
 };
 
 enum class ADDRESSFAULT { None, Scheme, Form };
 
-/// Takes an address apart. Nothing in it may be empty, hold a control byte or a "|"; a port is 1 to 65535. There is no
+/// Takes an address apart. No part of it may be empty, hold a control byte or a "|"; a port is 1 to 65535. There is no
 /// password in it.
 ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address);
 
