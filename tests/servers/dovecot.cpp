@@ -30,6 +30,11 @@ DOVECOT::DOVECOT() : Owner(geteuid()), Group(getegid()) {
         Group = package->pw_gid;
         fs::permissions(Directory.Native(), fs::perms::others_read | fs::perms::others_exec, fs::perm_options::add);
     }
+    fs::create_directory(Boxes());
+    if (chown(Boxes().c_str(), Owner, Group) != 0) {
+        Trouble = "the mailboxes do not go to their owner";
+        return;
+    }
     PopPort = FreePort();
     do
         ImapPort = FreePort();
@@ -60,10 +65,10 @@ std::string DOVECOT::Configuration() const {
             "first_valid_gid = 1\n"
          << "base_dir = " << Directory.Native("run") << "\n"
          << "log_path = " << Directory.Native("log") << "\n"
-         << "mail_location = maildir:" << Directory.Native("mail") << "/%u\n"
+         << "mail_location = maildir:" << Boxes() << "/%u\n"
          << "passdb {\n  driver = static\n  args = password=secret\n}\n"
-         << "userdb {\n  driver = static\n  args = uid=" << Owner << " gid=" << Group
-         << " home=" << Directory.Native("mail") << "/%u\n}\n";
+         << "userdb {\n  driver = static\n  args = uid=" << Owner << " gid=" << Group << " home=" << Boxes()
+         << "/%u\n}\n";
     if (geteuid() != 0) {
         const passwd* self = getpwuid(Owner);
         const group* ours = getgrgid(Group);
@@ -84,7 +89,7 @@ std::string DOVECOT::Configuration() const {
 }
 
 std::string DOVECOT::MailDir(const std::string& user) const {
-    return Directory.Native("mail") + "/" + user;
+    return Boxes() + "/" + user;
 }
 
 void DOVECOT::Deliver(const std::string& user, std::string_view text) {
@@ -94,8 +99,6 @@ void DOVECOT::Deliver(const std::string& user, std::string_view text) {
         if (chown((box / part).c_str(), Owner, Group) != 0)
             ADD_FAILURE() << "the mailbox of " << user << " does not go to its owner";
     }
-    if (chown(box.parent_path().c_str(), Owner, Group) != 0)
-        ADD_FAILURE() << "the mailboxes do not go to their owner";
     // Dovecot takes the mails of a directory in the order of their names.
     char name[64];
     snprintf(name, sizeof name, "%010d.M%dP%d.test", 1000000000 + Delivered, Delivered, getpid());
@@ -108,8 +111,9 @@ void DOVECOT::Deliver(const std::string& user, std::string_view text) {
 
 std::vector<std::string> DOVECOT::Inbox(const std::string& user) const {
     std::vector<fs::path> files;
+    std::error_code none;  // as long as no mail has come
     for (const char* part : {"new", "cur"})
-        for (const auto& entry : fs::directory_iterator(fs::path(MailDir(user)) / part))
+        for (const auto& entry : fs::directory_iterator(fs::path(MailDir(user)) / part, none))
             files.push_back(entry.path());
     std::sort(files.begin(), files.end(),
               [](const fs::path& a, const fs::path& b) { return a.filename() < b.filename(); });

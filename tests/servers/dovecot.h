@@ -28,6 +28,12 @@ class DOVECOT {
     /// The texts of the inbox as they lie on the disk, in the order of their delivery.
     std::vector<std::string> Inbox(const std::string& user) const;
 
+    /// For another server that delivers into the mailboxes: the directory that holds one for each user, as maildirs,
+    /// and whose they are.
+    std::string Boxes() const { return Directory.Native("mail"); }
+    uid_t BoxOwner() const { return Owner; }
+    gid_t BoxGroup() const { return Group; }
+
  private:
     static STRING Server(int port);
     std::string Configuration() const;

@@ -18,7 +18,7 @@ std::string ReadFile(const std::string& path) {
 
 }  // namespace
 
-MAILSERVER::MAILSERVER() {
+MAILSERVER::MAILSERVER(const DOVECOT* boxes) {
     const std::string root = geteuid() == 0 ? "" : "sudo -n ";
     if (!fs::exists(POSTFIX))
         Missing = "there is no Postfix";
@@ -31,7 +31,7 @@ MAILSERVER::MAILSERVER() {
         PlainPort = FreePort();
     while (PlainPort == Port);
     fs::permissions(Directory.Native(), fs::perms::others_read | fs::perms::others_exec, fs::perm_options::add);
-    WriteConfiguration();
+    WriteConfiguration(boxes);
     // An interrupt from the keyboard goes to the test, too, and by that closes the pipe.
     const std::string dir = Directory.Native();
     const std::string postfix = std::string(POSTFIX) + " -c " + dir + "/etc ";
@@ -47,15 +47,22 @@ MAILSERVER::~MAILSERVER() {
         pclose(Keeper);
 }
 
-void MAILSERVER::WriteConfiguration() const {
+void MAILSERVER::WriteConfiguration(const DOVECOT* boxes) const {
     const std::string dir = Directory.Native();
     fs::create_directory(dir + "/etc");
-    std::ofstream(dir + "/etc/main.cf")
-        << "compatibility_level = 3.6\nqueue_directory = " << dir << "/queue\ndata_directory = " << dir
-        << "/data\nmaillog_file = " << dir << "/log\nmaillog_file_prefixes = " << dir
-        << "\ninet_interfaces = 127.0.0.1\ninet_protocols = ipv4\nmynetworks = 127.0.0.0/8\n"
-           "myhostname = mail.verified.example\nmydestination = verified.example\n"
-           "local_recipient_maps = inline:{real=1}\nalias_maps =\nalias_database =\nnotify_classes =\n";
+    std::ofstream settings(dir + "/etc/main.cf");
+    settings << "compatibility_level = 3.6\nqueue_directory = " << dir << "/queue\ndata_directory = " << dir
+             << "/data\nmaillog_file = " << dir << "/log\nmaillog_file_prefixes = " << dir
+             << "\ninet_interfaces = 127.0.0.1\ninet_protocols = ipv4\nmynetworks = 127.0.0.0/8\n"
+                "myhostname = mail.verified.example\nmydestination = verified.example\n"
+                "local_recipient_maps = inline:{real=1}\nalias_maps =\nalias_database =\nnotify_classes =\n";
+    if (boxes)
+        settings
+            << "virtual_mailbox_domains = delivered.example\nvirtual_mailbox_base = " << boxes->Boxes()
+            << "\nvirtual_mailbox_maps = inline:{reader@delivered.example=reader/ second@delivered.example=second/}"
+            << "\nvirtual_uid_maps = static:" << boxes->BoxOwner()
+            << "\nvirtual_gid_maps = static:" << boxes->BoxGroup() << "\nvirtual_minimum_uid = 1\n";
+    settings.close();
     std::ofstream(dir + "/etc/master.cf") << "127.0.0.1:" << Port << " inet n - n - - smtpd\n127.0.0.1:" << PlainPort
                                           << " inet n - n - - smtpd\n  -o smtpd_banner=Welcome\n"
                                              "cleanup unix n - n - 0 cleanup\n"
@@ -66,6 +73,7 @@ void MAILSERVER::WriteConfiguration() const {
                                              "defer unix - - n - 0 bounce\n"
                                              "error unix - - n - - error\n"
                                              "local unix - n n - - local\n"
+                                             "virtual unix - n n - - virtual\n"
                                              "anvil unix - - n - 1 anvil\n"
                                              "proxymap unix - - n - - proxymap\n"
                                              "postlog unix-dgram n - n - 1 postlogd\n";

@@ -3,14 +3,17 @@
 #include <cstdio>
 #include <string>
 
+#include "tests/servers/dovecot.h"
 #include "tests/servers/serverprocess.h"
 #include "tests/support/testsupport.h"
 
-/// A private Postfix on loopback, as long as the object lives, that takes mail for real@verified.example and refuses
-/// all others with 550. It has to be root's: others use sudo, which must not ask.
+/// A private Postfix on loopback, as long as the object lives, that takes mail for real@verified.example, which reaches
+/// nobody, and refuses all others with 550. It has to be root's: others use sudo, which must not ask.
 class MAILSERVER {
  public:
-    MAILSERVER();
+    /// With a Dovecot, which has to live longer, mail for reader@ and second@delivered.example is put into the
+    /// mailboxes of "reader" and "second" there.
+    explicit MAILSERVER(const DOVECOT* boxes = nullptr);
     ~MAILSERVER();
     MAILSERVER(const MAILSERVER&) = delete;
     MAILSERVER& operator=(const MAILSERVER&) = delete;
@@ -27,7 +30,7 @@ class MAILSERVER {
 
  private:
     static STRING Address(int port);
-    void WriteConfiguration() const;
+    void WriteConfiguration(const DOVECOT* boxes) const;
 
     TEMPDIR Directory;
     std::string Missing;
