@@ -1,15 +1,14 @@
 #include "app/console/demo/pop3service.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "corelib/base/strings.h"
 
 namespace {
 
-constexpr int LOOK_MS = 100;           // how soon a stop is seen
-constexpr int IDLE_LIMIT_MS = 600000;  // RFC 1939: at least ten minutes
-constexpr size_t LINE_MAX_BYTES = 512;
 constexpr int WHOLE_BODY = -1;
 
 std::string Number(size_t n) {
@@ -27,20 +26,10 @@ std::string_view FirstWord(std::string_view& rest) {
     return word;
 }
 
-bool SendAll(SOCKETS::SOCK connection, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const int sent = SOCKETS::Send(connection, bytes.data(), static_cast<int>(bytes.size()));
-        if (sent <= 0)
-            return false;
-        bytes.remove_prefix(static_cast<size_t>(sent));
-    }
-    return true;
-}
-
 }  // namespace
 
-POP3SESSION::POP3SESSION(DEMOSTORE& store, const char* user, const char* password)
-    : Store(store), User(user), Password(password) {}
+POP3SESSION::POP3SESSION(DEMOSTORE& store, std::string user, std::string password)
+    : Store(store), User(std::move(user)), Password(std::move(password)) {}
 
 std::string POP3SESSION::Reply(std::string_view line) {
     std::string_view rest = line;
@@ -50,7 +39,7 @@ std::string POP3SESSION::Reply(std::string_view line) {
         for (size_t index : Deleted)
             numbers.push_back(Mails[index]->Number);
         Store.Remove(numbers);
-        Done = true;
+        End();
         return "+OK bye\r\n";
     }
     if (Is(command, "CAPA"))
@@ -139,73 +128,5 @@ std::string POP3SESSION::Text(size_t index, int bodyLines) const {
     return reply + ".\r\n";
 }
 
-POP3SERVICE::POP3SERVICE(DEMOSTORE& store, const char* user, const char* password)
-    : Store(store), User(user), Password(password) {
-    SOCKETS::Startup();
-}
-
-POP3SERVICE::~POP3SERVICE() {
-    Stopping = true;
-    if (hThread)
-        OSYS::WaitThread(hThread, WAIT_FOREVER);
-    if (Listener != SOCKETS::NONE)
-        SOCKETS::Close(Listener);
-    SOCKETS::Cleanup();
-}
-
-bool POP3SERVICE::Start() {
-    Listener = SOCKETS::Open();
-    if (Listener == SOCKETS::NONE ||
-        SOCKETS::Listen(Listener, SOCKETS::LOOPBACK, 0, 5, &BoundPort) != SOCKETS::LISTENERROR::None)
-        return false;
-    hThread = OSYS::CreateThread(ThreadBody, this, nullptr);
-    return hThread != nullptr;
-}
-
-unsigned POP3SERVICE::ThreadBody(void* self) {
-    static_cast<POP3SERVICE*>(self)->Serve();
-    return 0;
-}
-
-void POP3SERVICE::Serve() {
-    while (!Stopping) {
-        if (!SOCKETS::WaitReadable(Listener, LOOK_MS))
-            continue;
-        const SOCKETS::SOCK connection = SOCKETS::Accept(Listener, nullptr);
-        if (connection == SOCKETS::NONE)
-            continue;
-        Converse(connection);
-        SOCKETS::Close(connection);
-    }
-}
-
-void POP3SERVICE::Converse(SOCKETS::SOCK connection) {
-    POP3SESSION session(Store, User.c_str(), Password.c_str());
-    if (!SendAll(connection, session.Greeting()))
-        return;
-    std::string received;
-    int idle = 0;
-    while (!Stopping && idle < IDLE_LIMIT_MS) {
-        if (!SOCKETS::WaitReadable(connection, LOOK_MS)) {
-            idle += LOOK_MS;
-            continue;
-        }
-        idle = 0;
-        char buffer[1024];
-        const int got = SOCKETS::Recv(connection, buffer, sizeof buffer);
-        if (got <= 0)
-            return;
-        received.append(buffer, static_cast<size_t>(got));
-        for (size_t end; (end = received.find('\n')) != received.npos;) {
-            std::string_view line = std::string_view(received).substr(0, end);
-            if (line.ends_with('\r'))
-                line.remove_suffix(1);
-            const bool sent = SendAll(connection, session.Reply(line));
-            received.erase(0, end + 1);
-            if (!sent || session.Ended())
-                return;
-        }
-        if (received.size() > LINE_MAX_BYTES)
-            return;
-    }
-}
+POP3SERVICE::POP3SERVICE(DEMOSTORE& store, const std::string& user, const std::string& password)
+    : DEMOSERVICE([&store, user, password] { return std::make_unique<POP3SESSION>(store, user, password); }) {}

@@ -1,25 +1,20 @@
 #pragma once
 
-#include <atomic>
 #include <set>
 #include <string>
 #include <string_view>
 
+#include "app/console/demo/demoservice.h"
 #include "app/console/demo/mailstore.h"
-#include "corelib/net/sockets.h"
-#include "corelib/system/osys.h"
 
-/// The server's side of one POP3 conversation (RFC 1939), without its connection: a line goes in, a reply comes out.
-/// Deletions take effect at QUIT.
-class POP3SESSION {
+/// The server's side of one POP3 conversation (RFC 1939). Deletions take effect at QUIT.
+class POP3SESSION : public LINESESSION {
  public:
-    POP3SESSION(DEMOSTORE& store, const char* user, const char* password);
+    POP3SESSION(DEMOSTORE& store, std::string user, std::string password);
 
-    std::string Greeting() const { return "+OK demo mailbox\r\n"; }
-    /// The reply to a command line without its line end; a reply of several lines ends with a line of ".".
-    std::string Reply(std::string_view line);
-    /// QUIT has been said.
-    bool Ended() const { return Done; }
+    std::string Greeting() const override { return "+OK demo mailbox\r\n"; }
+    /// A reply of several lines ends with a line of ".".
+    std::string Reply(std::string_view line) override;
 
  private:
     std::string Transaction(std::string_view command, std::string_view arguments);
@@ -30,33 +25,13 @@ class POP3SESSION {
 
     DEMOSTORE& Store;
     const std::string User, Password;
-    bool UserGood = false, LoggedIn = false, Done = false;
+    bool UserGood = false, LoggedIn = false;
     DEMOSTORE::MAILS Mails;
     std::set<size_t> Deleted;
 };
 
-/// A POP3 server on a free port of the loopback address, with a thread of its own; one conversation at a time.
-class POP3SERVICE {
+/// A POP3 server that shows the store to one user.
+class POP3SERVICE : public DEMOSERVICE {
  public:
-    POP3SERVICE(DEMOSTORE& store, const char* user, const char* password);
-    /// Ends a conversation that is under way.
-    ~POP3SERVICE();
-    POP3SERVICE(const POP3SERVICE&) = delete;
-    POP3SERVICE& operator=(const POP3SERVICE&) = delete;
-
-    /// Starts to listen; false if the machine gives no port.
-    bool Start();
-    uint16_t Port() const { return BoundPort; }
-
- private:
-    static unsigned ThreadBody(void* self);
-    void Serve();
-    void Converse(SOCKETS::SOCK connection);
-
-    DEMOSTORE& Store;
-    const std::string User, Password;
-    SOCKETS::SOCK Listener = SOCKETS::NONE;
-    uint16_t BoundPort = 0;
-    OSYS::THREADHANDLE hThread;
-    std::atomic<bool> Stopping = false;
+    POP3SERVICE(DEMOSTORE& store, const std::string& user, const std::string& password);
 };

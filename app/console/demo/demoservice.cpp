@@ -1,0 +1,93 @@
+#include "app/console/demo/demoservice.h"
+
+#include <utility>
+
+namespace {
+
+constexpr int LOOK_MS = 100;           // how soon a stop is seen
+constexpr int IDLE_LIMIT_MS = 600000;  // RFC 1939: at least ten minutes
+constexpr size_t LINE_MAX_BYTES = 512;
+
+bool SendAll(SOCKETS::SOCK connection, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const int sent = SOCKETS::Send(connection, bytes.data(), static_cast<int>(bytes.size()));
+        if (sent <= 0)
+            return false;
+        bytes.remove_prefix(static_cast<size_t>(sent));
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string LINESESSION::Receive(std::string_view bytes) {
+    std::string replies;
+    Pending.append(bytes);
+    for (size_t end; !Ended() && (end = Pending.find('\n')) != Pending.npos;) {
+        std::string_view line = std::string_view(Pending).substr(0, end);
+        if (line.ends_with('\r'))
+            line.remove_suffix(1);
+        replies += Reply(line);
+        Pending.erase(0, end + 1);
+    }
+    if (Pending.size() > LINE_MAX_BYTES)
+        End();
+    return replies;
+}
+
+DEMOSERVICE::DEMOSERVICE(SESSIONMAKER makeSession) : MakeSession(std::move(makeSession)) {
+    SOCKETS::Startup();
+}
+
+DEMOSERVICE::~DEMOSERVICE() {
+    Stopping = true;
+    if (hThread)
+        OSYS::WaitThread(hThread, WAIT_FOREVER);
+    if (Listener != SOCKETS::NONE)
+        SOCKETS::Close(Listener);
+    SOCKETS::Cleanup();
+}
+
+bool DEMOSERVICE::Start() {
+    Listener = SOCKETS::Open();
+    if (Listener == SOCKETS::NONE ||
+        SOCKETS::Listen(Listener, SOCKETS::LOOPBACK, 0, 5, &BoundPort) != SOCKETS::LISTENERROR::None)
+        return false;
+    hThread = OSYS::CreateThread(ThreadBody, this, nullptr);
+    return hThread != nullptr;
+}
+
+unsigned DEMOSERVICE::ThreadBody(void* self) {
+    static_cast<DEMOSERVICE*>(self)->Serve();
+    return 0;
+}
+
+void DEMOSERVICE::Serve() {
+    while (!Stopping) {
+        if (!SOCKETS::WaitReadable(Listener, LOOK_MS))
+            continue;
+        const SOCKETS::SOCK connection = SOCKETS::Accept(Listener, nullptr);
+        if (connection == SOCKETS::NONE)
+            continue;
+        Converse(connection);
+        SOCKETS::Close(connection);
+    }
+}
+
+void DEMOSERVICE::Converse(SOCKETS::SOCK connection) {
+    const std::unique_ptr<DEMOSESSION> session = MakeSession();
+    if (!SendAll(connection, session->Greeting()))
+        return;
+    int idle = 0;
+    while (!Stopping && idle < IDLE_LIMIT_MS && !session->Ended()) {
+        if (!SOCKETS::WaitReadable(connection, LOOK_MS)) {
+            idle += LOOK_MS;
+            continue;
+        }
+        idle = 0;
+        char buffer[1024];
+        const int got = SOCKETS::Recv(connection, buffer, sizeof buffer);
+        if (got <= 0 || !SendAll(connection, session->Receive(std::string_view(buffer, static_cast<size_t>(got)))))
+            return;
+    }
+}
