@@ -11,6 +11,7 @@ EMAILTIMES EmailTimes;
 
 namespace {
 
+// The same everywhere: the name of the user's machine is nobody's affair.
 constexpr const char* HELO_NAME = "tarnwick.local";
 constexpr int REPLY_BYTES = 256;
 

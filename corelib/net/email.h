@@ -16,9 +16,10 @@ class EMAIL {
     /// is for the trace only, and nothing uses `extra`. smtpHost: a name, or name:port.
     EMAIL(const char* sender, const char* receiver, const char* subject, const char* extra, const char* smtpHost);
 
-    /// True once the whole message has been handed over, whatever the server says to its end. error (errorSize bytes)
-    /// gets the last line that the server has said, also on success, or else why there was no connection; it is empty
-    /// if the server said nothing in time. Blocks for up to TcpTimes.ConnectMs and EmailTimes a step.
+    /// True once the server has taken DATA: a refusal of the message, or a connection that is lost in it, then changes
+    /// nothing. error (errorSize bytes) gets the server's last line before QUIT, also on success, or else why there was
+    /// no connection; it is empty if the last reply did not come in time. Blocks for up to TcpTimes.ConnectMs, and
+    /// EmailTimes for each reply.
     ///
     /// The message goes out line by line, without blanks and carriage returns at the lines' ends, and with one line end
     /// more than it has. Mails that were read by POP3 still are in their form for the wire, so dots are not doubled: a
