@@ -62,10 +62,10 @@ void WRITER::Append(std::string_view bytes) {
     }
 }
 
-STRING WRITER::Take() {
+STRING WRITER::Take(std::string_view head) {
     STRING text;
-    text.Make(static_cast<int>(Total), nullptr);
-    char* at = text.Data();
+    text.Make(static_cast<int>(Total + static_cast<int64_t>(head.size())), nullptr);
+    char* at = text.Data() + head.copy(text.Data(), head.size());
     for (std::string& piece : Pieces) {
         at += piece.copy(at, piece.size());
         piece = std::string();

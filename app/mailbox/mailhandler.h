@@ -6,7 +6,8 @@
 #include "app/common/texts.h"
 #include "corelib/base/stringarray.h"
 
-/// Numbers of the progress texts.
+/// The number of the text that stands for a body that was not fetched, and those of the progress texts.
+inline constexpr int TEXT_NOT_FETCHED = 2993;
 inline constexpr int TEXT_READING = 3000;
 inline constexpr int TEXT_CONNECTING = 3001;
 inline constexpr int TEXT_DELETING = 3004;
@@ -19,6 +20,8 @@ class PROGRESS {
         : FrontEnd(frontEnd), TextTable(texts), Handle(handle) {}
     /// The text of that number with `detail` directly behind it.
     void Show(int text, const STRING& detail) const { FrontEnd.SetItemStatus(Handle, TextTable.Get(text) || detail); }
+    /// A text as it is.
+    STRING Text(int text) const { return TextTable.Get(text); }
 
  private:
     FRONTEND& FrontEnd;

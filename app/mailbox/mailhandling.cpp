@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/mailbox/hotmail.h"
+#include "app/mailbox/imap.h"
 #include "app/mailbox/listing.h"
 #include "app/mailbox/mailhandler.h"
 #include "app/mailbox/pop3.h"
@@ -36,7 +37,7 @@ constexpr struct {
 } HANDLERS[] = {
     {ITEMTYPE_MAPI, &NO_HANDLER},
     {ITEMTYPE_POP3, &PopHandler},
-    {ITEMTYPE_IMAP, &NO_HANDLER},
+    {ITEMTYPE_IMAP, &ImapHandler},
     {ITEMTYPE_HOTMAIL, &HotmailHandler},
 };
 

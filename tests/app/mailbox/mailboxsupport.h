@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "app/mailbox/imap.h"
 #include "app/mailbox/pop3.h"
 #include "corelib/net/tcpio.h"
 #include "tests/servers/scriptedserver.h"
@@ -12,8 +14,8 @@
 /// A line of the client, without its line break, and what the server says to it. An empty reply is silence.
 using EXCHANGE = std::pair<std::string, std::string>;
 
-/// The server's side of a POP3 conversation: its greeting, then the exchanges.
-inline SCRIPT Pop3Script(const std::string& greeting, const std::vector<EXCHANGE>& exchanges) {
+/// The server's side of a conversation: its greeting, then the exchanges.
+inline SCRIPT ServerScript(const std::string& greeting, const std::vector<EXCHANGE>& exchanges) {
     SCRIPT script{PLAY::Send(greeting)};
     for (const auto& [command, reply] : exchanges) {
         script.push_back(PLAY::Expect(command));
@@ -30,12 +32,16 @@ inline std::string Commands(const std::vector<EXCHANGE>& exchanges) {
     return text;
 }
 
-/// Time-outs of this length, in ms, as long as the object lives.
+/// Time-outs of this length, in ms, and no pauses, as long as the object lives.
 class SHORTTIMES {
  public:
-    explicit SHORTTIMES(int ms) { PopTimes.GreetingMs = PopTimes.ReplyMs = TcpTimes.ReadFailedMs = ms; }
+    explicit SHORTTIMES(int ms) {
+        PopTimes.GreetingMs = PopTimes.ReplyMs = ImapTimes.LineMs = TcpTimes.ReadFailedMs = ms;
+        ImapTimes.PauseMs = 0;
+    }
     ~SHORTTIMES() {
         PopTimes = FormerPop;
+        ImapTimes = FormerImap;
         TcpTimes = FormerTcp;
     }
     SHORTTIMES(const SHORTTIMES&) = delete;
@@ -43,6 +49,7 @@ class SHORTTIMES {
 
  private:
     POPTIMES FormerPop = PopTimes;
+    IMAPTIMES FormerImap = ImapTimes;
     TCPTIMES FormerTcp = TcpTimes;
 };
 
@@ -61,3 +68,45 @@ class RECORDINGROW : public FRONTEND, public TEXTS {
 
     std::vector<std::string> Statuses;
 };
+
+/// What came of a call: its truth value, and the listing or the error text.
+struct OUTCOME {
+    bool Ok;
+    std::string Result;
+    bool operator==(const OUTCOME&) const = default;
+};
+
+inline void PrintTo(const OUTCOME& outcome, std::ostream* out) {
+    *out << (outcome.Ok ? "true, " : "false, ") << testing::PrintToString(outcome.Result);
+}
+
+/// A server that falls silent is waited for as short as can be. Only on a machine that is too slow for that its outcome
+/// is another one, and gets more time. `run` gives what is wrong, or an empty text.
+template <class RUN>
+void Patiently(bool silent, RUN run) {
+    std::string problem;
+    for (int ms : {5, 50, 500, 8000}) {
+        if (!silent && ms < 8000)
+            continue;
+        SHORTTIMES times(ms);
+        problem = run();
+        if (problem.empty())
+            return;
+    }
+    ADD_FAILURE() << problem;
+}
+
+/// What is wrong with a conversation that should have had this outcome, and these exchanges and no others.
+inline std::string Problem(SCRIPTEDSERVER& server, const std::vector<EXCHANGE>& exchanges, const OUTCOME& outcome,
+                           const OUTCOME& expected) {
+    bool over = server.Wait();
+    std::string mismatch = server.Mismatch(), sent = server.Transcript();
+    if (over && mismatch.empty() && sent == Commands(exchanges) && outcome == expected)
+        return "";
+    return testing::PrintToString(outcome) + "\ninstead of\n" + testing::PrintToString(expected) +
+           "\nthe client sent " + testing::PrintToString(sent) + "\n" + mismatch;
+}
+
+inline bool IsSilent(const std::vector<EXCHANGE>& exchanges) {
+    return std::any_of(exchanges.begin(), exchanges.end(), [](const EXCHANGE& e) { return e.second.empty(); });
+}

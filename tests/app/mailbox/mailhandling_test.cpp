@@ -13,6 +13,7 @@ STRINGARRAY Item(int type, const std::string& server) {
     item.Set("Source", STRING(server + "|joe"));
     item.Set("Source2", "pw");
     item.Set("DownloadMailTexts", "0");
+    item.Set("DoAltFolder", "0");
     item.Set("@Handle", "4711");
     item.Set("@InUpdate", "0");
     return item;
@@ -28,7 +29,7 @@ TEST(MailHandling, EveryTypeHasAnAnswer) {
     } const cases[] = {
         {ITEMTYPE_MAPI, 0, std::string("-ERR ") + NO_HANDLER_TEXT, NO_HANDLER_TEXT},
         {ITEMTYPE_POP3, 0, "-ERR No response", "Not supported!"},
-        {ITEMTYPE_IMAP, 0, std::string("-ERR ") + NO_HANDLER_TEXT, NO_HANDLER_TEXT},
+        {ITEMTYPE_IMAP, 0, "-ERR No response", ""},
         // A log-in that fails counts as a deletion: the next check sees the mails again.
         {ITEMTYPE_HOTMAIL, 0, "-ERR 4096 No response", "", true},
         {4, 1, "-ERR Unknown Error", ""},
@@ -81,12 +82,12 @@ TEST(MailHandling, ListingComesWithoutItsPrefixAndReturns) {
         {"7", "TOP 1 100", "-ERR\r\n", "+OK 1 msgs|1 ?unread|9 bytes\nX-Size: 9\nX-Message-Id: 1|9\nA: b\n\n.\n\1"},
     };
     for (const auto& c : cases) {
-        SCRIPTEDSERVER server(Pop3Script("+OK\r\n", {{"USER joe", "+OK\r\n"},
-                                                     {"PASS pw", "+OK\r\n"},
-                                                     {"STAT", "+OK 1 9\r\n"},
-                                                     {"LIST 1", "+OK 1 9\r\n"},
-                                                     {c.Top, "+OK\r\nA: \rb\r\r\n\r\n.\r\n"},
-                                                     {"QUIT", c.QuitReply}}));
+        SCRIPTEDSERVER server(ServerScript("+OK\r\n", {{"USER joe", "+OK\r\n"},
+                                                       {"PASS pw", "+OK\r\n"},
+                                                       {"STAT", "+OK 1 9\r\n"},
+                                                       {"LIST 1", "+OK 1 9\r\n"},
+                                                       {c.Top, "+OK\r\nA: \rb\r\r\n\r\n.\r\n"},
+                                                       {"QUIT", c.QuitReply}}));
         STRINGARRAY item = Item(ITEMTYPE_POP3, server.HostPort());
         item.Set("DownloadMailTexts", c.Lines);
         WATCHINGROW row(item);

@@ -1,7 +1,5 @@
 #include "app/mailbox/pop3.h"
 
-#include <algorithm>
-
 #include "app/mailbox/listing.h"
 #include "tests/app/mailbox/mailboxsupport.h"
 
@@ -26,52 +24,11 @@ const std::string SUMMARY = "+OK 2 msgs|2 ?unread|70 bytes\n";
 const std::string BLOCK2 = "X-Size: 40\nX-Message-Id: 2|40\nA: b\n\n..x\n.\n\1";
 const std::string BLOCK1 = "X-Size: 30\nX-Message-Id: 1|30\nC: d\n\n.\n\1";
 
-struct OUTCOME {
-    bool Ok;
-    std::string Result;
-    bool operator==(const OUTCOME&) const = default;
-};
-
-void PrintTo(const OUTCOME& outcome, std::ostream* out) {
-    *out << (outcome.Ok ? "true, " : "false, ") << testing::PrintToString(outcome.Result);
-}
-
 OUTCOME Get(const SCRIPTEDSERVER& server) {
     RECORDINGROW row;
     STRING result = "from before";
     bool ok = PopGet(row.Progress(), STRING(server.HostPort()), " joe ", "pw  ", 0, result);
     return {ok, Std(result)};
-}
-
-// A server that falls silent is waited for as short as can be. Only on a machine that is too slow for that its outcome
-// is another one, and gets more time. `run` gives what is wrong, or an empty text.
-template <class RUN>
-void Patiently(bool silent, RUN run) {
-    std::string problem;
-    for (int ms : {15, 100, 1000, 8000}) {
-        if (!silent && ms < 8000)
-            continue;
-        SHORTTIMES times(ms);
-        problem = run();
-        if (problem.empty())
-            return;
-    }
-    ADD_FAILURE() << problem;
-}
-
-// What is wrong with a conversation that should have had this outcome, and these exchanges and no others.
-std::string Problem(SCRIPTEDSERVER& server, const std::vector<EXCHANGE>& exchanges, const OUTCOME& outcome,
-                    const OUTCOME& expected) {
-    bool over = server.Wait();
-    std::string mismatch = server.Mismatch(), sent = server.Transcript();
-    if (over && mismatch.empty() && sent == Commands(exchanges) && outcome == expected)
-        return "";
-    return testing::PrintToString(outcome) + "\ninstead of\n" + testing::PrintToString(expected) +
-           "\nthe client sent " + testing::PrintToString(sent) + "\n" + mismatch;
-}
-
-bool IsSilent(const std::vector<EXCHANGE>& exchanges) {
-    return std::any_of(exchanges.begin(), exchanges.end(), [](const EXCHANGE& e) { return e.second.empty(); });
 }
 
 // The conversation as it goes if the server says something else at one place: up to there, and then `rest`.
@@ -166,7 +123,7 @@ TEST(PopGet, OutcomeOfWhatAServerMaySay) {
         SCOPED_TRACE(c.What);
         const std::vector<EXCHANGE> exchanges = Deviating(c.Place, c.Reply, c.Rest);
         Patiently(IsSilent(exchanges) || c.Late, [&] {
-            SCRIPTEDSERVER server(Pop3Script(GREETING, exchanges));
+            SCRIPTEDSERVER server(ServerScript(GREETING, exchanges));
             OUTCOME outcome = Get(server);
             return Problem(server, exchanges, outcome, c.Outcome);
         });
@@ -182,7 +139,7 @@ TEST(PopGet, GreetingDecidesFirst) {
     for (const auto& c : cases) {
         const OUTCOME expected{false, c.second};
         Patiently(c.first.empty(), [&] {
-            SCRIPTEDSERVER server(Pop3Script(c.first, {}));
+            SCRIPTEDSERVER server(ServerScript(c.first, {}));
             OUTCOME outcome = Get(server);
             return Problem(server, {}, outcome, expected);
         });
@@ -190,7 +147,7 @@ TEST(PopGet, GreetingDecidesFirst) {
 }
 
 TEST(PopGet, ADripIsReadLikeAFlood) {
-    SCRIPT script = Pop3Script(GREETING, WHOLE);
+    SCRIPT script = ServerScript(GREETING, WHOLE);
     for (STEP& step : script)
         if (step.Kind == STEP::SEND)
             step.Kind = STEP::DRIP;
@@ -212,7 +169,7 @@ std::string ProblemOfCut(const OUTCOME& outcome, bool confirmed) {
 }
 
 TEST(PopGet, ACutAfterAnyByteLeavesAnErrorOrAPartOfTheListing) {
-    const SCRIPT script = Pop3Script(GREETING, WHOLE);
+    const SCRIPT script = ServerScript(GREETING, WHOLE);
     const int total = ServerBytes(script), farewell = total - static_cast<int>(WHOLE[QUIT].second.size());
     for (int sent = 0; sent < total && !HasFailure(); ++sent) {
         SCOPED_TRACE("cut behind byte " + std::to_string(sent));
@@ -232,7 +189,7 @@ TEST(PopGet, AServerWithoutEndDoesNotFillTheMemory) {
     std::string flood = OK;
     for (int i = 0; i < 5000; ++i)
         flood += "and so on\r\n";
-    SCRIPTEDSERVER server(Pop3Script(GREETING, Deviating(TOP2, flood, {{"QUIT", OK}})));
+    SCRIPTEDSERVER server(ServerScript(GREETING, Deviating(TOP2, flood, {{"QUIT", OK}})));
     OUTCOME outcome = Get(server);
     EXPECT_FALSE(outcome.Ok);
     EXPECT_LT(outcome.Result.size(), 1100U);
@@ -271,7 +228,7 @@ TEST(PopDelete, AllOrNothing) {
         std::vector<EXCHANGE> exchanges(WHOLE.begin(), WHOLE.begin() + LIST2);
         exchanges.insert(exchanges.end(), c.Exchanges.begin(), c.Exchanges.end());
         Patiently(IsSilent(exchanges), [&] {
-            SCRIPTEDSERVER server(Pop3Script(GREETING, exchanges));
+            SCRIPTEDSERVER server(ServerScript(GREETING, exchanges));
             RECORDINGROW row;
             bool ok = PopDelete(row.Progress(), STRING(server.HostPort()), "joe", "pw", c.Ids);
             return Problem(server, exchanges, {ok, ""}, {c.Ok, ""});
