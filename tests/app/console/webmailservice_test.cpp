@@ -1,0 +1,113 @@
+#include "app/console/demo/webmailservice.h"
+
+#include <gtest/gtest.h>
+
+#include "app/check/mailrecords.h"
+#include "app/core/tarnwick.h"
+#include "app/mailbox/hotmail.h"
+#include "corelib/net/webget.h"
+#include "tests/app/core/coresupport.h"
+#include "tests/servers/scriptedserver.h"
+
+using WEBMAILPAGES::EDITION;
+
+namespace {
+
+class WebMailService : public testing::Test {
+ protected:
+    WebMailService() {
+        Store.Deliver("From: Tom <tom@example.net>\r\nSubject: Hi & <you>\r\n\r\nline 1\r\n");
+        Store.Deliver("From: =?ISO-8859-1?Q?J=FCrgen_Wei=DF?= <j@example.com>\r\nSubject: \r\n\r\n");
+        Store.Deliver("From: bare@example.org\r\nSubject: =?UTF-8?B?R3LDvMOfZQ==?= 3\r\n\r\n");
+    }
+    void Serve(EDITION edition) {
+        Service = std::make_unique<WEBMAILSERVICE>(Store, "demo", "pw", edition, 1);
+        ASSERT_TRUE(Service->Start());
+        STRING proxy;
+        proxy.Format("127.0.0.1:%d", Service->Port());
+        Settings.Set("DoHttpProxy", "1");
+        Settings.Set("HttpProxy", proxy);
+    }
+    STRING Get(const char* password, int fetchBody = 0) {
+        STRING result;
+        HotmailGet({Item, Progress, Texts, Settings, Never, "", "demo", password}, "", fetchBody, result);
+        return result;
+    }
+
+    DEMOSTORE Store;
+    std::unique_ptr<WEBMAILSERVICE> Service;
+    FRONTEND FrontEnd;
+    NUMBEREDTEXTS Texts;
+    PROGRESS Progress{FrontEnd, Texts, 0};
+    STRINGARRAY Item, Settings;
+    STOPQUESTION Never = [] { return false; };
+};
+
+TEST_F(WebMailService, ShowsItsInboxToTheRealClientInAllEditions) {
+    for (EDITION edition : {EDITION::English, EDITION::German, EDITION::French}) {
+        Serve(edition);
+        EXPECT_EQ(Get("wrong"), "-ERR 999 No meta http-equiv found");
+        const STRING listing = Get("pw");
+        EXPECT_EQ(listing.Line(0), "+OK 3 msgs|2 unread|0 bytes");
+        RECORDARRAY mails(8, 8);
+        ASSERT_EQ(BuildMailHash(listing, mails), 3);
+        const char* const expected[][4] = {{"bare@example.org",
+                                            "Gr\xfc\xdf"
+                                            "e 3",
+                                            "MSG3", "0"},
+                                           {"J\xfcrgen Wei\xdf", "", "MSG2", "0"},
+                                           {"Tom", "Hi&amp;&lt;you&gt;", "MSG1", "1"}};
+        for (int i = 0; i < 3; ++i) {
+            int field = 0;
+            for (const char* key : {"From", "Subject", "X-Message-Id", "Seen"})
+                EXPECT_EQ(mails[i][key], expected[i][field++]) << key;
+        }
+    }
+}
+
+TEST_F(WebMailService, DeletesAndRemembersWhatWasRead) {
+    Serve(EDITION::German);
+    EXPECT_NE(Get("pw", 1).Pos("\n\nline 1\n"), -1);
+    EXPECT_EQ(Get("pw").Line(0), "+OK 3 msgs|0 unread|0 bytes");
+    EXPECT_EQ(HotmailDelete({Item, Progress, Texts, Settings, Never, "", "demo", "pw"}, "\nMSG2\nMSG99\nMSG1\n"), 200);
+    ASSERT_EQ(Store.Mails().size(), 1U);
+    EXPECT_EQ(Store.Mails()[0]->Number, 3);
+    EXPECT_EQ(HotmailDelete({Item, Progress, Texts, Settings, Never, "", "demo", "wrong"}, "MSG3"), 999);
+    EXPECT_EQ(Store.Mails().size(), 1U);
+    // Without its cookie nobody gets in.
+    WEBSESSION stranger(Settings, Never);
+    STRING page;
+    stranger.WebPost("www.webmail.example/cgi-bin/HoTMaiL", "_HMaction=delete&MSG3=on", "", "", page);
+    EXPECT_EQ(Store.Mails().size(), 1U);
+    EXPECT_EQ(stranger.WebFetch("www.webmail.example", "/cgi-bin/HoTMaiL", page), 200);
+    EXPECT_EQ(page.Pos("MSG3"), -1);
+}
+
+// A service that sends the browser round and round does not keep the program from ending.
+TEST(WebMail, TheProgramEndsWhileItIsSentRoundInACircle) {
+    const TEMPDIR dir;
+    const std::string workDir = std::string("/WORKDIR:") + dir.Path();
+    const char* words[] = {"tarnwickc", workDir.c_str()};
+    const ARGUMENTS arguments(2, words);
+    SCRIPTEDSERVER server({PLAY::ReadUntil("\r\n\r\n"),
+                           PLAY::Send("HTTP/1.0 302 Found\r\nLocation: again\r\nContent-Length: 0\r\n\r\n"),
+                           PLAY::Cut()});
+    RECORDER frontEnd;
+    NOTIFIER nobody;
+    NUMBEREDTEXTS texts;
+    TARNWICK application(frontEnd, nobody, arguments, texts);
+    ASSERT_TRUE(application.Open());
+    application.pState.Set("ConnectionType", "0");
+    application.pState.Set("DoHttpProxy", "1");
+    application.pState.Set("HttpProxy", STRING(server.HostPort()));
+    STRINGARRAY item = application.NewItem();
+    item.SetNumber("Type", ITEMTYPE_HOTMAIL);
+    item.Set("Source", "|joe");
+    application.AddItem(item);
+    application.Start();
+    EXPECT_TRUE(Eventually([&] { return server.Connections() > 3; }));
+    application.Stop();
+    EXPECT_TRUE(application.Cycle().Wait(5000));
+}
+
+}  // namespace
