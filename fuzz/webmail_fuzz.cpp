@@ -43,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     NOTEXTS texts;
     WEBSESSION session(settings, never);
     STRING listing;
-    if (!HotmailListing(session, PROGRESS(nobody, texts, 1), texts, "joe", 0, page, listing))
+    if (!HotmailListing(session, PROGRESS(nobody, texts, 1), "joe", 0, page, listing))
         return listing == "-ERR 999 Mail table not found" ? 0 : (abort(), 1);
     listing.DeleteLeft(4);
     int blocks = 0;

@@ -1,6 +1,7 @@
 #include "app/mailbox/hotmail.h"
 
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "app/mailbox/hotmailpages.h"
@@ -97,11 +98,11 @@ int HotmailLogin(WEBSESSION& session, const STRING& user, const STRING& password
     return status;
 }
 
-bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const TEXTS& texts, const STRING& user,
-                    int fetchBody, STRING& page, STRING& result) {
+bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, int fetchBody, STRING& page,
+                    STRING& result) {
     HOTMAILPAGES::Clean(page);
     const STRING to = user || "@" || HOTMAIL_MAIL_DOMAIN;
-    const STRING noText = texts.Get(2993) || "\n";
+    const STRING noText = progress.Text(TEXT_NOT_FETCHED) || "\n";
     std::vector<STRING> blocks;
     int64_t bytes = 0;
     int unread = 0;
@@ -109,7 +110,7 @@ bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const TEXTS& 
     for (HOTMAILPAGES::ROW row; bytes < HOTMAIL_LISTING_BYTES && rows.Next(row);) {
         unread += row.IsNew;
         const STRING body = row.From.NotNull() && fetchBody > 0 ? FetchBody(session, row.LinkTag, noText) : noText;
-        if (!row.From.NotNull() || !to.NotNull() || !row.Id.NotNull() || !row.Subject.NotNull())
+        if (!row.From.NotNull() || !row.Id.NotNull() || !row.Subject.NotNull())
             continue;
         STRING block = STRING("To: ") || to || "\nFrom: " || row.From || "\nSubject: " || row.Subject ||
                        "\nMessage-Id: " || row.Id || "\nX-Message-Id: " || row.Id || "\nSeen: " ||
@@ -123,13 +124,11 @@ bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const TEXTS& 
         result = "-ERR 999 Mail table not found";
         return false;
     }
-    LISTING::WRITER listing;
-    STRING count;
+    STRING count, unreadCount;
     count.Format("%d", static_cast<int>(blocks.size()));
-    STRING unreadText;
-    unreadText.Format("%d", unread);
-    listing.Append(LISTING::SummaryLine(count, unreadText, true, "0").View());
-    // The page shows the newest mail last or first as the user likes; the listing begins with its last row.
+    unreadCount.Format("%d", unread);
+    LISTING::WRITER listing;
+    listing.Append(LISTING::SummaryLine(count, unreadCount, true, "0").View());
     for (auto block = blocks.rbegin(); block != blocks.rend(); ++block)
         listing.Append(block->View());
     result = listing.Take();
@@ -149,7 +148,7 @@ bool HotmailGet(const MAILBOXCALL& call, const STRING& host, int fetchBody, STRI
         return false;
     }
     SavePage("MAILGET HOTMAIL inbox\n", page, "hotmail-inbox.tmp");
-    return HotmailListing(session, call.Progress, call.Texts, call.User, fetchBody, page, result);
+    return HotmailListing(session, call.Progress, call.User, fetchBody, page, result);
 }
 
 int HotmailDelete(const MAILBOXCALL& call, const STRING& ids) {

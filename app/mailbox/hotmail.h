@@ -23,8 +23,8 @@ int MetaRefresh(WEBSESSION& session, STRING& page);
 
 /// The listing of what an inbox page shows, the last row first, with "+OK " in front; false with "-ERR " if there is no
 /// table. fetchBody above 0 fetches each mail's own page too.
-bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const TEXTS& texts, const STRING& user,
-                    int fetchBody, STRING& page, STRING& result);
+bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, int fetchBody, STRING& page,
+                    STRING& result);
 
 /// Reads the inbox: the listing with "+OK " in front, or false and "-ERR " with a number and a text.
 bool HotmailGet(const MAILBOXCALL& call, const STRING& host, int fetchBody, STRING& result);

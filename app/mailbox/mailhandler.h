@@ -36,7 +36,6 @@ using STOPQUESTION = std::function<bool()>;
 struct MAILBOXCALL {
     const STRINGARRAY& Item;  // for what only one kind of mailbox asks
     const PROGRESS& Progress;
-    const TEXTS& Texts;
     const STRINGARRAY& Settings;  // the application's
     const STOPQUESTION& StopAsked;
     STRING Server;

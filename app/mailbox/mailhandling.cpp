@@ -59,7 +59,6 @@ bool MAILHANDLING::WithHandler(const STRINGARRAY& item, WORK work) {
     STRING source = item.Get("Source");
     MAILBOXCALL call{item,
                      progress,
-                     TextTable,
                      Settings,
                      StopAsked,
                      source.Word(0, "|", WORD_NEVERNULL),

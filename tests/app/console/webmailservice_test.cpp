@@ -30,7 +30,7 @@ class WebMailService : public testing::Test {
     }
     STRING Get(const char* password, int fetchBody = 0) {
         STRING result;
-        HotmailGet({Item, Progress, Texts, Settings, Never, "", "demo", password}, "", fetchBody, result);
+        HotmailGet({Item, Progress, Settings, Never, "", "demo", password}, "", fetchBody, result);
         return result;
     }
 
@@ -69,10 +69,10 @@ TEST_F(WebMailService, DeletesAndRemembersWhatWasRead) {
     Serve(EDITION::German);
     EXPECT_NE(Get("pw", 1).Pos("\n\nline 1\n"), -1);
     EXPECT_EQ(Get("pw").Line(0), "+OK 3 msgs|0 unread|0 bytes");
-    EXPECT_EQ(HotmailDelete({Item, Progress, Texts, Settings, Never, "", "demo", "pw"}, "\nMSG2\nMSG99\nMSG1\n"), 200);
+    EXPECT_EQ(HotmailDelete({Item, Progress, Settings, Never, "", "demo", "pw"}, "\nMSG2\nMSG99\nMSG1\n"), 200);
     ASSERT_EQ(Store.Mails().size(), 1U);
     EXPECT_EQ(Store.Mails()[0]->Number, 3);
-    EXPECT_EQ(HotmailDelete({Item, Progress, Texts, Settings, Never, "", "demo", "wrong"}, "MSG3"), 999);
+    EXPECT_EQ(HotmailDelete({Item, Progress, Settings, Never, "", "demo", "wrong"}, "MSG3"), 999);
     EXPECT_EQ(Store.Mails().size(), 1U);
     // Without its cookie nobody gets in.
     WEBSESSION stranger(Settings, Never);

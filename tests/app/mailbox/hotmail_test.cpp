@@ -70,7 +70,7 @@ class WebMail : public testing::Test {
     STRING Get() {
         const STRINGARRAY item;
         const PROGRESS progress = Row.Progress();
-        const MAILBOXCALL call{item, progress, Row, Settings, StopAsked, "", "joe", "p&w"};
+        const MAILBOXCALL call{item, progress, Settings, StopAsked, "", "joe", "p&w"};
         STRING result = "from before";
         const bool good = HotmailHandler.Get(call, result);
         EXPECT_EQ(good, result.View().starts_with("+OK ")) << Std(result);
@@ -189,7 +189,7 @@ TEST_F(WebMail, RowsOfTheTable) {
     WEBSESSION session(Settings, StopAsked);
     for (const auto& c : cases) {
         STRING page(c.Page), result;
-        HotmailListing(session, Row.Progress(), Row, "joe", 0, page, result);
+        HotmailListing(session, Row.Progress(), "joe", 0, page, result);
         EXPECT_EQ(Std(result), c.Listing) << c.Page;
     }
 }
@@ -202,7 +202,7 @@ TEST_F(WebMail, AMailsOwnPageGivesItsText) {
         "Subject\n<tr><input type=\"checkbox\" name=\"1\"><td>A<td><a class=x href=\"http://m.example/1\">B</a></tr>\n"
         "<tr><input type=\"checkbox\" name=\"2\"><td>C<td><a href='2'>D</a></tr>\n";
     STRING result;
-    EXPECT_TRUE(HotmailListing(session, Row.Progress(), Row, "joe", 1, page, result));
+    EXPECT_TRUE(HotmailListing(session, Row.Progress(), "joe", 1, page, result));
     EXPECT_NE(result.Pos("Seen: 1\n\nfirst\n\n.\n\1"), -1) << Std(result);
     EXPECT_NE(result.Pos("Seen: 1\n\n<2993>\n\1"), -1) << Std(result);
     EXPECT_EQ(Sent("GET ").back(), "GET http://m.example/2 HTTP/1.0");
