@@ -1,10 +1,10 @@
-#include "app/console/demo/demo.h"
+#include "app/demo/demo.h"
 
 #include <set>
 
 #include "app/check/mailrecords.h"
-#include "app/console/demo/samplemail.h"
 #include "app/core/tarnwick.h"
+#include "app/demo/samplemail.h"
 #include "app/mailbox/listing.h"
 #include "app/mailbox/pop3.h"
 #include "corelib/base/recordarray.h"

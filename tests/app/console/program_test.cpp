@@ -2,9 +2,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "app/console/demo/mailstore.h"
-#include "app/console/demo/pop3service.h"
 #include "app/console/session.h"
+#include "app/demo/mailstore.h"
+#include "app/demo/pop3service.h"
 #include "corelib/base/files.h"
 #include "corelib/base/recordarray.h"
 #include "tests/app/console/programrun.h"

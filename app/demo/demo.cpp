@@ -1,7 +1,7 @@
-#include "app/console/demo/demo.h"
+#include "app/demo/demo.h"
 
-#include "app/console/demo/samplemail.h"
 #include "app/core/tarnwick.h"
+#include "app/demo/samplemail.h"
 #include "corelib/base/clock.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "app/console/demo/webmailservice.h"
+#include "app/demo/webmailservice.h"
 
 #include <algorithm>
 #include <memory>

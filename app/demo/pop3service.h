@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "app/console/demo/demoservice.h"
-#include "app/console/demo/mailstore.h"
+#include "app/demo/demoservice.h"
+#include "app/demo/mailstore.h"
 
 /// The server's side of one POP3 conversation (RFC 1939). Deletions take effect at QUIT.
 class POP3SESSION : public LINESESSION {

@@ -1,4 +1,4 @@
-#include "app/console/demo/webmailpages.h"
+#include "app/demo/webmailpages.h"
 
 #include "app/common/codepage.h"
 #include "app/common/mailtext.h"

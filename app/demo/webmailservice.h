@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "app/console/demo/demoservice.h"
-#include "app/console/demo/webmailpages.h"
+#include "app/demo/demoservice.h"
+#include "app/demo/webmailpages.h"
 
 /// A web-mail service in small: log-in with a cookie and redirects, a home page, the inbox, its form for deleting. One
 /// thread.

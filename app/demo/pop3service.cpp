@@ -1,4 +1,4 @@
-#include "app/console/demo/pop3service.h"
+#include "app/demo/pop3service.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "app/console/demo/samplemail.h"
+#include "app/demo/samplemail.h"
 
 #include <iterator>
 #include <string_view>

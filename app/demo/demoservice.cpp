@@ -1,4 +1,4 @@
-#include "app/console/demo/demoservice.h"
+#include "app/demo/demoservice.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "app/console/demo/mailstore.h"
+#include "app/demo/mailstore.h"
 
 #include <algorithm>
 #include <utility>

@@ -3,8 +3,8 @@
 #include <atomic>
 #include <string>
 
-#include "app/console/demo/mailstore.h"
-#include "app/console/demo/pop3service.h"
+#include "app/demo/mailstore.h"
+#include "app/demo/pop3service.h"
 
 class TARNWICK;
 

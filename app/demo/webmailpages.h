@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "app/console/demo/mailstore.h"
+#include "app/demo/mailstore.h"
 
 /// The pages of the demo's web-mail service, in HTML, bytes of Windows code page 1252.
 namespace WEBMAILPAGES {
