@@ -1,0 +1,28 @@
+# tw_program_resources(TARGET DESCRIPTION text [ICONS])
+# Gives a Windows program its manifest and its version, and the icons of the product if asked for.
+function(tw_program_resources target)
+    if(NOT WIN32)
+        return()
+    endif()
+    cmake_parse_arguments(A "ICONS" "DESCRIPTION" "" ${ARGN})
+    set(TW_PROGRAM ${target})
+    set(TW_PROGRAM_DESCRIPTION "${A_DESCRIPTION}")
+    set(TW_PROGRAM_ICONS "")
+    set(files "${CMAKE_SOURCE_DIR}/resources/program.manifest")
+    if(A_ICONS)
+        set(TW_PROGRAM_ICONS "#include \"resources/icons.rc\"")
+        file(GLOB icons CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/resources/icons/ico/*.ico")
+        list(APPEND files "${CMAKE_SOURCE_DIR}/resources/icons.rc" ${icons})
+    endif()
+    # A number with a leading zero would be an octal one.
+    string(REGEX REPLACE "^0+([0-9])" "\\1" minor "${PROJECT_VERSION_MINOR}")
+    set(TW_VERSION_NUMBERS "${PROJECT_VERSION_MAJOR},${minor},0,0")
+
+    set(script "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")
+    configure_file("${CMAKE_SOURCE_DIR}/resources/program.rc.in" "${script}" @ONLY)
+    set_source_files_properties("${script}" PROPERTIES COMPILE_OPTIONS "-c;65001" OBJECT_DEPENDS "${files}")
+    # A library of its own keeps the C++ compiler's options away from the resource compiler.
+    add_library(${target}_resources OBJECT "${script}")
+    target_include_directories(${target}_resources PRIVATE "${CMAKE_SOURCE_DIR}")
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_resources>)
+endfunction()
