@@ -27,8 +27,11 @@ constexpr const char* STANDING_HEADERS[] = {
 };
 
 constexpr int STATUS_LINE_BYTES = 2048;
-constexpr int READ_BYTES = 128;
-constexpr int PASSES = 3;  // the first try, one with the proxy's answer, one with the host's
+constexpr int BUFFER_BYTES = 32768;
+constexpr size_t PIECE_BYTES = 128;
+constexpr size_t HEADER_REST_BYTES = 4096;
+constexpr uint32_t MOST_RESERVED = 4 << 20;  // for a length that the server tells
+constexpr int PASSES = 3;                    // the first try, one with the proxy's answer, one with the host's
 constexpr int NO_STATUS = 999;
 
 // A line of the request: nothing that came from a page ends it early.
@@ -268,24 +271,11 @@ void WEBGET::Report(KIND kind, int64_t value) {
 void WEBGET::ReadData(BASEIO& device, STRING& result) {
     std::string text(result.View());
     BODYCOUNT body;
-    bool cancelled = false;
-    int64_t start = CLOCK::DayMilliSeconds(), now;
-    do {
-        char chunk[READ_BYTES];
-        // A read waits for all that it asks for: so no more than is there, and nothing once the server has gone.
-        const int waiting = device.NumAvail();
-        const bool online = waiting > 0 || device.GetInfo("ONLINE") == "1";
-        int length = std::clamp(waiting, online ? 1 : 0, READ_BYTES);
-        if (length > 0 && !device.Read(chunk, &length, WebTimes.ReadMs, nullptr))
-            length = 0;
-        now = CLOCK::DayMilliSeconds();
-        // The day's milliseconds begin anew at midnight.
-        start = std::min(start, now);
-        const bool inTime = now - start < WebTimes.AnswerMs;
-        if (length == 0 && !body.InHeader && body.Bytes < body.Expected && inTime && online)
-            continue;
-        cancelled = Cancelled();
-        for (std::string_view rest(chunk, static_cast<size_t>(length)); !rest.empty() && !cancelled;) {
+    // False if the transfer is cancelled.
+    const auto take = [&](std::string_view piece) {
+        if (Cancelled())
+            return false;
+        for (std::string_view rest = piece; !rest.empty();) {
             size_t taken = 0;
             const BODYCOUNT::EVENT event = body.Take(rest, taken);
             text += rest.substr(0, taken);
@@ -293,15 +283,40 @@ void WEBGET::ReadData(BASEIO& device, STRING& result) {
             if (event == BODYCOUNT::STEP_DONE) {
                 Report(RECEIVED, body.Bytes);
             } else if (event == BODYCOUNT::LENGTH_SEEN) {
+                text.reserve(text.size() + HEADER_REST_BYTES + std::min(body.Expected, MOST_RESERVED));
                 Report(EXPECTED, static_cast<int64_t>(body.Expected) - 1);
-                cancelled = Cancelled();
+                if (Cancelled())
+                    return false;
             }
         }
-        cancelled |= static_cast<int64_t>(text.size()) > WebTimes.ResponseBytes;
+        TraceLevel(8, "data= %d/%d  [%.*s ...]\n", static_cast<int>(body.Bytes), static_cast<int>(body.Expected),
+                   static_cast<int>(std::min<size_t>(piece.size(), 80)), piece.data());
+        return static_cast<int64_t>(text.size()) <= WebTimes.ResponseBytes;
+    };
+    bool cancelled = false;
+    int64_t start = CLOCK::DayMilliSeconds(), now;
+    do {
+        char buffer[BUFFER_BYTES];
+        // A read waits for all that it asks for: so no more than is there, and nothing once the server has gone.
+        const int waiting = device.NumAvail();
+        const bool online = waiting > 0 || device.GetInfo("ONLINE") == "1";
+        int length = std::clamp(waiting, online ? 1 : 0, BUFFER_BYTES);
+        if (length > 0 && !device.Read(buffer, &length, WebTimes.ReadMs, nullptr))
+            length = 0;
+        now = CLOCK::DayMilliSeconds();
+        // The day's milliseconds begin anew at midnight.
+        start = std::min(start, now);
+        const bool inTime = now - start < WebTimes.AnswerMs;
+        if (length == 0 && !body.InHeader && body.Bytes < body.Expected && inTime && online)
+            continue;
+        // The callback is asked for each piece, and once if nothing has come.
+        std::string_view rest(buffer, static_cast<size_t>(length));
+        do {
+            cancelled = !take(rest.substr(0, PIECE_BYTES));
+            rest.remove_prefix(std::min(rest.size(), PIECE_BYTES));
+        } while (!rest.empty() && !cancelled);
         if (cancelled)
             break;
-        TraceLevel(8, "data= %d/%d  [%.*s ...]\n", static_cast<int>(body.Bytes), static_cast<int>(body.Expected),
-                   std::min(length, 80), chunk);
         if ((body.Bytes < body.Expected && length == 0 && !online) || body.Bytes >= body.Expected) {
             if (device.NumAvail() == 0)
                 break;

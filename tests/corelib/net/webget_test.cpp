@@ -136,9 +136,7 @@ TEST_F(WebGet, TimeAndBoundsEndATransfer) {
     const std::string head = "HTTP/1.0 200 OK\r\n", flood = std::string(100000, 'h');
     const struct {
         SCRIPT Script;
-        int AnswerMs;
-        int64_t ResponseBytes;
-        int Status;
+        int AnswerMs, ResponseBytes, Status;
         const char* Start;
     } cases[] = {
         {{PLAY::Silence()}, 100, 1000, 999, "TCPIO 999 Timeout\nWEBGET 999 Read Timeout\n"},
