@@ -77,7 +77,8 @@ DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
         STRING typeName = defaultType;
         bool show = true;
         STRING color("");
-        const int type = GetTypeIndex(record.Get("Header") || record.Get("Body"), Types);
+        // The empty line that parts them belongs to neither.
+        const int type = GetTypeIndex(record.Get("Header") || "\n\n" || record.Get("Body"), Types);
         if (type != -1) {
             typeName = Types[type].Get("Name");
             details.TypeIndex = details.TypeIndex == -1 ? type : std::min(details.TypeIndex, type);

@@ -186,6 +186,7 @@ TEST_F(Notification, ListsWhatTheSettingsAndTypesLetIn) {
     AddMail("0123456789012345678901234567890123456789", "Subject: invoice");
     AddMail("01234567890123456789012345678901234567890", "");
     AddMail("s", "X: secret");
+    Records[1].Set("Body", "no secret invoice");
     AddMail("spam", "", "", "1");
     DETAILS details = Teller.BuildPopupDetailsList(Report());
     EXPECT_EQ(details.Lines, 2);
