@@ -53,8 +53,6 @@ class FRONTEND {
     virtual void StopTimer(int /*timer*/) {}
     /// The front end's thread starts the user's mail program for that item (0: for none).
     virtual void PostStartMailProgram(int /*handle*/) {}
-    /// True if a window is open whose title holds one of the parts, which are split by "|".
-    virtual bool HasWindowTitled(const STRING& /*parts*/) { return false; }
     /// What can be chosen in menus and tool bars has changed.
     virtual void UpdateCommands() {}
 

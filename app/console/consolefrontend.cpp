@@ -107,13 +107,17 @@ bool CONSOLEFRONTEND::AskYesNo(const STRING& title, const STRING& text) {
     // Without a person to ask, what is there stays as it is.
     if (!CanAsk())
         return false;
+    // Other threads read keys: they leave this line to the question.
+    Asking = true;
     ShowMessage(title, text);
     // The two letters of the language, such as "yn".
     const std::string letters = ConsoleText(*Texts, CTEXT_YES_NO);
     const STRING keys(std::string_view(letters).substr(0, letters.find('|')));
     TERMINAL::Write(letters.substr(letters.find('|') + 1));
     std::string answer;
-    if (!TERMINAL::ReadLine(answer, false) || answer.empty())
+    const bool read = TERMINAL::ReadLine(answer, false);
+    Asking = false;
+    if (!read || answer.empty())
         return false;
     return stricmp(STRING(answer.substr(0, 1)).Text(), keys.Left(1).Text(), 0) == 0;
 }
@@ -146,6 +150,25 @@ void CONSOLEFRONTEND::DoCommand(int command) {
     TARNWICK* application = Application;
     if (command == COMMAND_STOP_SOUND && application)
         application->Notification().StopSoundLoop();
+}
+
+void CONSOLEFRONTEND::StopBlinking() {
+    if (TARNWICK* application = Application)
+        application->Notification().ScrollLockBlinking(false);
+}
+
+void CONSOLEFRONTEND::PostStartMailProgram(int handle) {
+    std::lock_guard hold(Lock);
+    ProgramStarts.push_back(handle);
+}
+
+int CONSOLEFRONTEND::TakeProgramStart() {
+    std::lock_guard hold(Lock);
+    if (ProgramStarts.empty())
+        return -1;
+    const int handle = ProgramStarts.front();
+    ProgramStarts.pop_front();
+    return handle;
 }
 
 void CONSOLEFRONTEND::StartTimer(int timer, int ms) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <string>
@@ -44,11 +45,17 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     int TakeAlertCommand(int number);
     /// Whether a timer has run out; one that is not taken for once goes on.
     bool TakeDueTimer(int timer, bool once);
+    /// The handle that a start of the mail program was posted for (0: no item), the oldest one first; -1: none.
+    int TakeProgramStart();
+    /// A question is open, which the next line of input answers.
+    bool IsAsking() const { return Asking; }
 
     // FRONTEND
     void PostAlert(const ALERTREQUEST& request) override;
     void PlaySoundFile(const STRING& file) override;
     void DoCommand(int command) override;
+    void StopBlinking() override;
+    void PostStartMailProgram(int handle) override;
     void StartTimer(int timer, int ms) override;
     void StopTimer(int timer) override;
     void SetCell(int handle, int column, const STRING& text) override;
@@ -70,6 +77,7 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     std::atomic<TARNWICK*> Application = nullptr;
     std::atomic<bool> Talkative = false;
     std::atomic<bool> Watching = false;
+    std::atomic<bool> Asking = false;
     bool ResultsOnly = false;
     const bool Terminal;
     EVENTSEM Quit{false};
@@ -81,5 +89,6 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     };
     std::map<int, TIMER> Timers;
     std::vector<int> AlertCommands;         // by the keys of the last popup
+    std::deque<int> ProgramStarts;          // handles
     std::map<int, std::string> LastErrors;  // by handle, so that a lasting error is told once
 };

@@ -18,7 +18,6 @@
 #include "app/core/velmoraapp.h"
 #include "app/demo/demo.h"
 #include "app/mailbox/mailhandling.h"
-#include "app/notify/mailprogram.h"
 #include "corelib/base/files.h"
 #include "corelib/base/strings.h"
 #include "corelib/base/trace.h"
@@ -102,7 +101,8 @@ class SESSION {
     int RunApplication(TARNWICK& application);
     int CheckOnce(TARNWICK& application);
     int Watch(TARNWICK& application);
-    void AnswerAlert(TARNWICK& application, int command);
+    void StartPostedPrograms(COMMANDS& commands);
+    void AnswerAlert(TARNWICK& application, COMMANDS& commands, int command);
     void PrintMails(TARNWICK& application);
 
     CONSOLEFRONTEND FrontEnd;
@@ -191,12 +191,14 @@ int SESSION::CheckOnce(TARNWICK& application) {
     for (int i = 0; i < application.Items.Count(); ++i)
         application.Items[i].Set("@ForceRefresh", "0");
     application.ForceRefreshAll(1);
+    COMMANDS commands(application, FrontEnd, application.Programs());
     // The second pass carries out what the checks of the first have queued.
     for (int pass = 0; pass < 2; ++pass) {
         for (int i = 0; i < application.Items.Count() && !StopAsked; ++i) {
             STRINGARRAY& item = application.Items[i];
             if (pass == 0 || item.GetNumber("@ForceRefresh") > 0 || item.Get("@DeleteMessageId").Length() > 0)
                 application.Cycle().UpdateItem(item);
+            StartPostedPrograms(commands);
         }
     }
     PrintMails(application);
@@ -215,38 +217,46 @@ int SESSION::Watch(TARNWICK& application) {
         Demo->StartArrivals(application);
     application.Start();
     FrontEnd.SetWatching(true);
+    COMMANDS commands(application, FrontEnd, application.Programs());
     while (!StopAsked && !FrontEnd.WaitForQuit(LOOK_MS)) {
-        if (FrontEnd.CanAsk())
-            AnswerAlert(application, FrontEnd.TakeAlertCommand(TERMINAL::PressedKey() - '0'));
+        if (FrontEnd.CanAsk() && !FrontEnd.IsAsking())
+            AnswerAlert(application, commands, FrontEnd.TakeAlertCommand(TERMINAL::PressedKey() - '0'));
         if (FrontEnd.TakeDueTimer(TIMER_SOUND_LOOP, false))
             application.Notification().PlaySoundLoop();
+        if (FrontEnd.TakeDueTimer(TIMER_SCROLL_LOCK, false))
+            OSYS::ScrollLock(2);
         if (FrontEnd.TakeDueTimer(TIMER_LATER, true))
-            application.Notification().ShowLastAlert();
+            commands.DoCommand(COMMAND_TRAY_SHOW_LAST_POPUP, {});
+        StartPostedPrograms(commands);
     }
     FrontEnd.Print(Text(CTEXT_ENDING));
     application.Stop();
     FrontEnd.WaitForQuit(WAIT_FOREVER);
+    StartPostedPrograms(commands);
+    FrontEnd.StopBlinking();
     PrintMails(application);
     return EXIT_GOOD;
 }
 
-void SESSION::AnswerAlert(TARNWICK& application, int command) {
-    const NOTIFICATION& notification = application.Notification();
-    if (command == -1)
+void SESSION::StartPostedPrograms(COMMANDS& commands) {
+    for (int handle; (handle = FrontEnd.TakeProgramStart()) != -1;)
+        commands.StartPostedMailProgram(handle);
+}
+
+void SESSION::AnswerAlert(TARNWICK& application, COMMANDS& commands, int command) {
+    // Any key ends the sound, also the one that only closes: there is no tray icon to click on.
+    if (command == -1 || commands.DoCommand(command, {}))
         return;
-    FrontEnd.DoCommand(COMMAND_STOP_SOUND);
+    NOTIFICATION& notification = application.Notification();
     if (command == COMMAND_SHOW_MAIL) {
         const STRINGARRAY mail = notification.AlertMail();
         if (mail.Exists("Body"))
             FrontEnd.Print(MailText(mail));
     } else if (command == COMMAND_SHOW_ITEM) {
-        const int item = application.FindHandle(notification.AlertItem());
+        const int item = application.FindHandle(notification.TakeAlertItem());
         if (item != -1)
             FrontEnd.Print("\n" + MailTable(application.Items[item], App.Texts(), TERMINAL::Columns() - 1,
                                             MarkPoints(application)));
-    } else {
-        const std::unique_ptr<PROGRAMSTARTER> starter = MakeProgramStarter();
-        COMMANDS(application, FrontEnd, *starter).DoCommand(command, {});
     }
 }
 

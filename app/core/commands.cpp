@@ -6,6 +6,7 @@
 #include "app/core/maintitle.h"
 #include "app/core/tarnwick.h"
 #include "app/notify/mailprogram.h"
+#include "corelib/base/trace.h"
 
 namespace {
 
@@ -33,6 +34,21 @@ bool COMMANDS::DoCommand(int command, const std::vector<int>& selected) {
         FrontEnd.DoCommand(COMMAND_STOP_SOUND);
         FrontEnd.StopBlinking();
     }
+    Trace("TARNWICK::DoCommand %d\n", command);
+    const bool done = Do(command, selected);
+    Trace("TARNWICK::~DoCommand rc=%d\n", done);
+    return done;
+}
+
+void COMMANDS::StartPostedMailProgram(int handle) {
+    Trace("TARNWICK::WM__STARTMAILPROGRAM start program %s\n", Application.pState.Get("EmailCmdline").Text());
+    const int index = handle == 0 ? -1 : Application.FindHandle(handle);
+    StartMailProgram(index == -1 ? nullptr : &Application.Items[index], Application.pState, FrontEnd,
+                     Application.Texts(), Starter);
+    Application.Cycle().SetStartedThisPass();
+}
+
+bool COMMANDS::Do(int command, const std::vector<int>& selected) {
     return DoProgramCommand(command) || DoNotificationCommand(command) || DoMailProgramCommand(command, selected) ||
            DoItemCommand(command, selected) || ShowHelp(command);
 }

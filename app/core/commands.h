@@ -71,8 +71,12 @@ class COMMANDS {
     /// as whoever gives a command has noticed the mail. `selected`: the handles of the rows that the user has selected.
     /// False if the rest is the front end's own. The front end's thread; COMMAND_STOP_SOUND: any thread.
     bool DoCommand(int command, const std::vector<int>& selected);
+    /// What FRONTEND::PostStartMailProgram asks for: the item's mail program (handle 0: no item). The front end's
+    /// thread.
+    void StartPostedMailProgram(int handle);
 
  private:
+    bool Do(int command, const std::vector<int>& selected);
     bool DoProgramCommand(int command);
     bool DoNotificationCommand(int command);
     bool DoMailProgramCommand(int command, const std::vector<int>& selected);

@@ -7,6 +7,7 @@
 #include "app/core/datadir.h"
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/mailhandling.h"
+#include "app/notify/mailprogram.h"
 #include "corelib/base/trace.h"
 
 TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts)
@@ -21,7 +22,8 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
       Mail(std::make_unique<MAILHANDLING>(frontEnd, texts, pState)),
       Mx(std::make_unique<SYSTEMMXLOOKUP>()),
       Spam(std::make_unique<SPAMFILTER>(pState, texts, frontEnd, *Mx)),
-      Teller(pState, Items, Types, frontEnd, texts),
+      Starter(MakeProgramStarter()),
+      Teller(pState, Items, Types, frontEnd, texts, *Starter),
       Check(std::make_unique<CHECKCYCLE>(
           CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler})) {
     Mail->SetStopQuestion([this] { return Check->IsStopRequested(); });

@@ -17,6 +17,7 @@
 class DIALUP;
 class MAILHANDLING;
 class MXLOOKUP;
+class PROGRAMSTARTER;
 class SPAMFILTER;
 
 /// The application: owns the settings, the items, the mail types, the mailboxes and the work thread, and wires them.
@@ -72,6 +73,8 @@ class TARNWICK {
     NOTIFICATION& Notification() { return Teller; }
     /// The mail servers of domains, for who makes a filter of its own.
     MXLOOKUP& MailServers() { return *Mx; }
+    /// How the platform starts programs.
+    PROGRAMSTARTER& Programs() { return *Starter; }
     const TEXTS& Texts() const { return TextTable; }
 
     STRINGARRAY pState;  // the settings
@@ -104,6 +107,7 @@ class TARNWICK {
     std::unique_ptr<MXLOOKUP> Mx;
     std::unique_ptr<SPAMFILTER> Spam;
     TRASHSTORE TrashStore;
+    std::unique_ptr<PROGRAMSTARTER> Starter;
     NOTIFICATION Teller;
     std::unique_ptr<CHECKCYCLE> Check;
     bool Saved = false;

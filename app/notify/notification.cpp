@@ -6,6 +6,7 @@
 
 #include "app/check/checkcycle.h"
 #include "app/common/mailtext.h"
+#include "app/notify/mailprogram.h"
 #include "app/notify/mailtypes.h"
 #include "corelib/base/clock.h"
 #include "corelib/base/files.h"
@@ -228,7 +229,7 @@ void NOTIFICATION::StartProgramIfWanted(const STRINGARRAY& item, const DETAILS& 
     const STRING command = State.Get("EmailCmdline");
     if (State.GetNumber("EmailDoProgram") == 0 || command.Length() == 0 || (Cycle && Cycle->WasStartedThisPass()))
         return;
-    if (State.GetNumber("EmailDoWindowCheck") != 0 && FrontEnd.HasWindowTitled(State.Get("EmailWindowTitle")))
+    if (FindMailProgramWindow(State, Starter) != 0)
         return;
     if (State.GetNumber("EmailDoConfirmProgram") != 0) {
         STRING list = details.Text.Length() > 0 ? STRING("\r") || details.Text || "\r\r" : STRING("");
@@ -245,14 +246,13 @@ void NOTIFICATION::StartProgramIfWanted(const STRINGARRAY& item, const DETAILS& 
 }
 
 void NOTIFICATION::DeleteAlertMail() {
-    const STRING handle = Number(AlertHandle);
-    const int index = AlertHandle == 0 ? -1 : Items.FindRecord("@Handle", handle.Text(), 1);
+    const int handle = TakeAlertItem();
+    const int index = handle == 0 ? -1 : Items.FindRecord("@Handle", Number(handle).Text(), 1);
     if (index != -1) {
         STRINGARRAY& item = Items[index];
         item.Set("@DeleteMessageId", item.Get("@X-DeleteMessageId"));
         item.Set("@X-DeleteMessageId", "");
     }
-    AlertHandle = 0;
 }
 
 bool NOTIFICATION::ShowLastAlert() {

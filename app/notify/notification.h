@@ -9,6 +9,7 @@
 #include "corelib/base/recordarray.h"
 
 class CHECKCYCLE;
+class PROGRAMSTARTER;
 
 /// Mails of one check as the popup lists them.
 struct DETAILS {
@@ -22,8 +23,8 @@ class NOTIFICATION : public NOTIFIER {
  public:
     /// All of it outlives this object. State: the settings.
     NOTIFICATION(const STRINGARRAY& state, RECORDARRAY& items, const RECORDARRAY& types, FRONTEND& frontEnd,
-                 const TEXTS& texts)
-        : State(state), Items(items), Types(types), FrontEnd(frontEnd), Texts(texts) {}
+                 const TEXTS& texts, PROGRAMSTARTER& starter)
+        : State(state), Items(items), Types(types), FrontEnd(frontEnd), Texts(texts), Starter(starter) {}
     /// Whose pass over the items starts the mail program once, and whose counts the tray shows.
     void SetCycle(CHECKCYCLE* cycle) { Cycle = cycle; }
     /// Who is told of the same behind the user, for example to print it; null: nobody.
@@ -46,8 +47,9 @@ class NOTIFICATION : public NOTIFIER {
     void PlaySoundLoop();
     void StopSoundLoop();
     bool IsSoundLooping() const;
-    /// The handle of the item of the last full popup, 0 for none; and a copy of the record of its one new mail.
-    int AlertItem() const { return AlertHandle; }
+    /// The handle of the item of the last full popup, 0 for none, which is forgotten then; and a copy of the record of
+    /// its one new mail.
+    int TakeAlertItem() { return AlertHandle.exchange(0); }
     STRINGARRAY AlertMail() const;
     /// Blinks with the keyboard light if the settings say so; and ends that.
     void ScrollLockBlinking(bool on);
@@ -63,6 +65,7 @@ class NOTIFICATION : public NOTIFIER {
     const RECORDARRAY& Types;
     FRONTEND& FrontEnd;
     const TEXTS& Texts;
+    PROGRAMSTARTER& Starter;
     CHECKCYCLE* Cycle = nullptr;
     NOTIFIER* Listener = nullptr;
     std::atomic<int> AlertHandle = 0;

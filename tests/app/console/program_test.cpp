@@ -223,6 +223,17 @@ TEST(Program, WatchesUntilItIsToldToEnd) {
     PROGRAMRUN program;
     ACCOUNT account(program);
     ASSERT_EQ(program.Run({account.Add, account.Password}).Code, EXIT_GOOD);
+    // A mail program, which is started for new mail in either way of running.
+    const std::string script = FILES::NativePath(program.File("mailer").Text()).Text();
+    WriteBytes(program.File("mailer"), "#!/bin/sh\necho started >>log\n");
+    ASSERT_EQ(std::system(("chmod +x \"" + script + "\"").c_str()), 0);
+    STRINGARRAY settings;
+    ASSERT_TRUE(settings.Load((program.DataDir() || "\\tarnwick.ini").Text()));
+    for (const auto& [key, value] :
+         {std::pair{"EmailDoProgram", "1"}, {"EmailDoConfirmProgram", "0"}, {"EmailCmdline", script.c_str()}})
+        settings.Set(key, value);
+    ASSERT_TRUE(settings.Save((program.DataDir() || "\\tarnwick.ini").Text()));
+    program.Run({"/ONCE"});
     for (const char* signal : {"INT", "TERM", "HUP"}) {
         account.Deliver(signal, "Ann <ann@example.org>");
         const auto watched = program.RunUntil(std::string("Ann: ") + signal, signal, {"/CHECK", "/INBOX"});
@@ -233,6 +244,7 @@ TEST(Program, WatchesUntilItIsToldToEnd) {
         EXPECT_TRUE(Contains(watched.Out, std::string("\n *Ann                      ") + signal)) << watched.Out;
     }
     EXPECT_EQ(program.Run({"/ONCE"}).Out, "joe@example.org: 4 mails, nothing new\n");
+    EXPECT_TRUE(Eventually([&] { return CountLines(ReadBytes(program.File("log"))) == 4; }));
     // Started to outlive its terminal, it does.
     EXPECT_EQ(program.RunUntil("Watching", "HUP", {}, true).Code, EXIT_GOOD);
 }

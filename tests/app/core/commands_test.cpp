@@ -215,6 +215,10 @@ TEST_F(Commands, StartTheMailProgram) {
         EXPECT_TRUE(Doer.DoCommand(test.Command, test.Selected == -1 ? none : std::vector<int>{Handle(test.Selected)}));
         EXPECT_EQ(Starter.Take(), test.Started) << test.Command << " " << test.CommandLine;
     }
+    EXPECT_FALSE(Application.Cycle().WasStartedThisPass());
+    Doer.StartPostedMailProgram(Handle(2));
+    EXPECT_EQ(Starter.Take(), "special,-in,.");
+    EXPECT_TRUE(Application.Cycle().WasStartedThisPass());
     EXPECT_EQ(FrontEnd.Messages, LIST());
     Application.pState.Set("EmailCmdline", "broken.exe");
     EXPECT_TRUE(Doer.DoCommand(2111, {}));

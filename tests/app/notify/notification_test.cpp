@@ -4,6 +4,7 @@
 #include <map>
 
 #include "app/check/items.h"
+#include "app/notify/mailprogram.h"
 #include "app/notify/mailtypes.h"
 #include "corelib/base/files.h"
 #include "tests/support/testsupport.h"
@@ -35,10 +36,6 @@ class RECORDER : public FRONTEND {
     }
     void StopTimer(int timer) override { Calls.push_back("stop " + std::to_string(timer)); }
     void PostStartMailProgram(int handle) override { Calls.push_back("program " + std::to_string(handle)); }
-    bool HasWindowTitled(const STRING& parts) override {
-        Calls.push_back("window " + Std(parts));
-        return WindowOpen;
-    }
     bool AskYesNo(const STRING& title, const STRING& text) override {
         Calls.push_back("ask " + Std(title) + " " + Std(text));
         return Answer;
@@ -47,7 +44,17 @@ class RECORDER : public FRONTEND {
 
     std::vector<ALERTREQUEST> Alerts;
     LIST Calls;
-    bool WindowOpen = false, Answer = false;
+    bool Answer = false;
+};
+
+class WINDOWS : public PROGRAMSTARTER {
+ public:
+    uintptr_t FindTitledWindow(const STRING& part) override { return Std(part) == Open ? 7 : 0; }
+    int BringToFront(uintptr_t) override { return 0; }
+    bool OpenAddress(const STRING&) override { return false; }
+    STRING Expand(const STRING& text) override { return text; }
+    bool Start(const STRING&, const STRING&, const STRING&, STRING&) override { return false; }
+    std::string Open;
 };
 
 class Notification : public testing::Test {
@@ -127,7 +134,8 @@ class Notification : public testing::Test {
     std::vector<int> New;
     FAKETEXTS Texts;
     RECORDER FrontEnd;
-    NOTIFICATION Teller{State, Items, Types, FrontEnd, Texts};
+    WINDOWS Windows;
+    NOTIFICATION Teller{State, Items, Types, FrontEnd, Texts, Windows};
 };
 
 TEST_F(Notification, ShowsOneMailWithSixButtonsAndMoreWithFour) {
@@ -287,9 +295,9 @@ TEST_F(Notification, StartsTheMailProgramOnce) {
     Notify();
     EXPECT_EQ(FrontEnd.Take(), (LIST{"program 4096", "timer 7 500"}));
     State.Set("EmailDoWindowCheck", "1");
-    FrontEnd.WindowOpen = true;
+    Windows.Open = "Post";
     Notify();
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"window Mail|Post", "timer 7 500"}));
+    EXPECT_EQ(FrontEnd.Take(), LIST{"timer 7 500"});
     State.Set("EmailDoWindowCheck", "0");
     State.Set("EmailDoConfirmProgram", "1");
     Notify();
