@@ -45,7 +45,7 @@ ALERTVIEW DrawAlert(const ALERTREQUEST& request, bool colors, int columns, bool 
         for (const ALERTPIECE& piece : line) {
             if (piece.Button) {
                 hasButton = true;
-                view.Commands.push_back(piece.Command.value_or(0));
+                view.Commands.push_back(piece.Command.value_or(static_cast<uint16_t>(view.Commands.size())));
                 keyLine += "[" + std::to_string(view.Commands.size()) + "] " + DISPLAYTEXT::Safe(piece.Text) + "  ";
             } else if (room > 0) {
                 text += PieceText(piece, colors, room);
