@@ -61,7 +61,8 @@ uint64_t TRASHSTORE::NextId() {
 
 bool TRASHSTORE::SaveToTrash(const STRINGARRAY& record) {
     const uint64_t id = NextId();
-    if (id == 0)
+    // The user may have taken the whole folder away.
+    if (id == 0 || !OSYS::MakeDirectories(Folder.Text()))
         return false;
     const std::string name = std::to_string(id);
     const STRING path = OSYS::FilePath(Folder.Text(), name.c_str());

@@ -1,10 +1,9 @@
 // Replacing files where links, permissions and limits of this platform come in.
 
-#include <csignal>
 #include <filesystem>
-#include <sys/resource.h>
 
 #include "corelib/base/files.h"
+#include "tests/support/sizelimit_posix.h"
 #include "tests/support/testsupport.h"
 
 namespace {
@@ -15,27 +14,6 @@ auto EntriesOf(const TEMPDIR& dir) {
     auto entries = fs::directory_iterator(dir.Native());
     return std::distance(begin(entries), end(entries));
 }
-
-// No file of this process can grow beyond some bytes: what a full disk does to a write.
-class SIZELIMIT {
- public:
-    explicit SIZELIMIT(rlim_t bytes) : FormerHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &Former);
-        rlimit limit = Former;
-        limit.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~SIZELIMIT() {
-        setrlimit(RLIMIT_FSIZE, &Former);
-        std::signal(SIGXFSZ, FormerHandler);
-    }
-    SIZELIMIT(const SIZELIMIT&) = delete;
-    SIZELIMIT& operator=(const SIZELIMIT&) = delete;
-
- private:
-    void (*FormerHandler)(int);
-    rlimit Former{};
-};
 
 TEST(PosixFiles, AFullDiskLeavesTheOldFile) {
     TEMPDIR dir;
