@@ -87,3 +87,20 @@ use_private_wine() {
     export WINEPREFIX="$1" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=
     [ -d "$WINEPREFIX" ] || wineboot --init >/dev/null 2>&1
 }
+
+# start_display: a display of its own, without a screen, for programs with windows. Sets DISPLAY, and display_pid for the
+# one who ends it; without the server DISPLAY stays empty.
+start_display() {
+    local number i
+    number="$(mktemp)"
+    Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp >"$number" 2>/dev/null &
+    display_pid=$!
+    for ((i = 0; i < 100; i++)); do
+        [ -s "$number" ] && break
+        sleep 0.1
+    done
+    [ -s "$number" ] && export DISPLAY=":$(cat "$number")"
+    rm -f "$number"
+    # There is no window manager that Wine would have to wait for.
+    [ -n "$DISPLAY" ] && wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
+}

@@ -13,6 +13,7 @@ constexpr UINT WM__CREATED = 1090;  // the constructors are through
 constexpr UINT WM__GETID = 1091;    // stores the id where the first parameter points
 
 HMODULE Resources = nullptr;
+HELPFUNCTION Help = nullptr;
 
 RECT WorkArea() {
     RECT area{};
@@ -34,6 +35,10 @@ void SetResourceModule(HMODULE module) {
 
 HMODULE ResourceModule() {
     return Resources ? Resources : GetModuleHandleW(nullptr);
+}
+
+void SetHelp(HELPFUNCTION help) {
+    Help = help;
 }
 
 int ScalePixels(int pixels) {
@@ -60,6 +65,8 @@ WINDOW::WINDOW(DWORD style, const STRING& title, int x, int y, int width, int he
         description.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
         description.lpszClassName = name.c_str();
         RegisterClassExW(&description);
+        if (!className)
+            OwnClass = name;
     }
     HMENU menu = nullptr;
     if (style & WS_CHILD)
@@ -72,10 +79,12 @@ WINDOW::WINDOW(DWORD style, const STRING& title, int x, int y, int width, int he
 }
 
 WINDOW::~WINDOW() {
-    if (!AutoDestroy || !hWnd)
-        return;
-    Trace("WINDOW::~WINDOW auto-destroying %s %d\n", Title().Text(), WindowId);
-    DestroyWindow(hWnd);
+    if (AutoDestroy && hWnd) {
+        Trace("WINDOW::~WINDOW auto-destroying %s %d\n", Title().Text(), WindowId);
+        DestroyWindow(hWnd);
+    }
+    if (!OwnClass.empty())
+        UnregisterClassW(OwnClass.c_str(), GetModuleHandleW(nullptr));
 }
 
 LRESULT CALLBACK WINDOW::Procedure(HWND window, UINT message, WPARAM first, LPARAM second) {
@@ -87,9 +96,7 @@ LRESULT CALLBACK WINDOW::Procedure(HWND window, UINT message, WPARAM first, LPAR
     auto* const self = reinterpret_cast<WINDOW*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     if (!self)
         return DefWindowProcW(window, message, first, second);
-    LRESULT result = 0;
-    if (!self->Hook || !self->Hook(*self, message, first, second, &result))
-        result = self->WinProc(message, first, second);
+    const LRESULT result = self->Dispatch(message, first, second);
     if (message == WM_NCDESTROY) {
         SetWindowLongPtrW(window, GWLP_USERDATA, 0);
         self->hWnd = nullptr;
@@ -97,8 +104,19 @@ LRESULT CALLBACK WINDOW::Procedure(HWND window, UINT message, WPARAM first, LPAR
     return result;
 }
 
+LRESULT WINDOW::Dispatch(UINT message, WPARAM first, LPARAM second) {
+    LRESULT result = 0;
+    if (Hook && Hook(*this, message, first, second, &result))
+        return result;
+    return WinProc(message, first, second);
+}
+
 LRESULT WINDOW::WinProc(UINT message, WPARAM first, LPARAM second) {
     switch (message) {
+        case WM_HELP:
+            if (Help && second != 0)
+                Help(hWnd, reinterpret_cast<const HELPINFO*>(second)->iCtrlId);
+            return 1;
         case WM_CREATE:
             if (second != 0)
                 PostMessageW(hWnd, WM__CREATED, 0, 0);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "corelib/base/strings.h"
 #include "corelib/window/gdi.h"
 
@@ -7,6 +9,10 @@
 /// program file.
 void SetResourceModule(HMODULE module);
 HMODULE ResourceModule();
+
+/// Shows help on a control of a window (F1, or the question mark of a dialog's frame); without one set, nothing.
+using HELPFUNCTION = void (*)(HWND window, int control);
+void SetHelp(HELPFUNCTION help);
 
 /// An object bound to a window. Made and used on the user-interface thread.
 class WINDOW {
@@ -30,6 +36,8 @@ class WINDOW {
 
     void SetHook(HOOKFUNCTION hook) { Hook = hook; }
     int Id() const { return WindowId; }
+    HWND Hwnd() const { return hWnd; }
+    explicit operator HWND() const { return hWnd; }
 
     STRING Title() const;
     void SetTitle(const STRING& text);
@@ -55,12 +63,18 @@ class WINDOW {
 
     HWND hWnd = nullptr;
 
- private:
-    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM first, LPARAM second);
+ protected:
+    /// The hook, then WinProc, for those that have a window's messages come to them in a way of their own.
+    LRESULT Dispatch(UINT message, WPARAM first, LPARAM second);
 
     int WindowId = 0;
     bool AutoDestroy = false;
+
+ private:
+    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM first, LPARAM second);
+
     HOOKFUNCTION Hook = nullptr;
+    std::wstring OwnClass;  // registered for this window alone
 };
 
 /// Under this name of company the windows' values lie in the registry.

@@ -1,0 +1,90 @@
+#include "corelib/window/controls.h"
+
+#include "corelib/base/trace.h"
+#include "corelib/window/widetext.h"
+
+namespace {
+
+// The classes of the common controls, once.
+void NeedCommonControls() {
+    static const bool ready = [] {
+        const INITCOMMONCONTROLSEX classes{sizeof classes, ICC_WIN95_CLASSES | ICC_STANDARD_CLASSES};
+        return InitCommonControlsEx(&classes) != 0;
+    }();
+    static_cast<void>(ready);
+}
+
+}  // namespace
+
+HFONT MessageFont() {
+    static const FONTHANDLE font = [] {
+        NONCLIENTMETRICSW metrics{};
+        metrics.cbSize = sizeof metrics;
+        SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
+        return FONTHANDLE(CreateFontIndirectW(&metrics.lfMessageFont));
+    }();
+    return font.get();
+}
+
+CONTROL::CONTROL(const wchar_t* className, DWORD style, DWORD extendedStyle, HWND parent, int id)
+    : WINDOW(static_cast<HWND>(nullptr)) {
+    NeedCommonControls();
+    WindowId = id;
+    hWnd = CreateWindowExW(extendedStyle, className, L"", style | WS_CHILD | WS_VISIBLE, 0, 0, 0, 0, parent,
+                           reinterpret_cast<HMENU>(static_cast<intptr_t>(id)), GetModuleHandleW(nullptr), nullptr);
+    if (!ASSERTION(hWnd != nullptr, "this->hWnd"))
+        return;
+    AutoDestroy = true;
+    SetWindowSubclass(hWnd, ControlProcedure, 0, reinterpret_cast<DWORD_PTR>(this));
+    SetFont(MessageFont());
+}
+
+LRESULT CALLBACK CONTROL::ControlProcedure(HWND window, UINT message, WPARAM first, LPARAM second, UINT_PTR id,
+                                           DWORD_PTR self) {
+    auto* const control = reinterpret_cast<CONTROL*>(self);
+    if (message != WM_NCDESTROY)
+        return control->Dispatch(message, first, second);
+    // The parent takes its controls along, often before their objects go.
+    control->hWnd = nullptr;
+    RemoveWindowSubclass(window, ControlProcedure, id);
+    return DefSubclassProc(window, message, first, second);
+}
+
+LRESULT CONTROL::WinProc(UINT message, WPARAM first, LPARAM second) {
+    return DefSubclassProc(hWnd, message, first, second);
+}
+
+STRING CONTROL::ClassName() const {
+    wchar_t name[64];
+    const int length = GetClassNameW(hWnd, name, static_cast<int>(std::size(name)));
+    return FromWide(std::wstring_view(name, static_cast<size_t>(length)));
+}
+
+void CONTROL::SetFont(HFONT font) {
+    Send(WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+}
+
+LISTBOX::LISTBOX(HWND window) : CONTROL(window), ListBox(stricmp(ClassName().Text(), "Listbox", 0) == 0) {}
+
+LISTBOX::LISTBOX(HWND dialog, int id) : LISTBOX(GetDlgItem(dialog, id)) {
+    WindowId = id;
+}
+
+void LISTBOX::Add(const STRING& text) {
+    Send(ListBox ? LB_ADDSTRING : CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(WideText(text).c_str()));
+}
+
+int LISTBOX::Find(const STRING& text) const {
+    return static_cast<int>(Send(ListBox ? LB_FINDSTRINGEXACT : CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1),
+                                 reinterpret_cast<LPARAM>(WideText(text).c_str())));
+}
+
+STRING LISTBOX::TextAt(int place) const {
+    const auto at = static_cast<WPARAM>(place);
+    const LRESULT length = place < 0 ? -1 : Send(ListBox ? LB_GETTEXTLEN : CB_GETLBTEXTLEN, at);
+    if (length < 0)
+        return "";
+    std::wstring text(static_cast<size_t>(length) + 1, L'\0');
+    const LRESULT got = Send(ListBox ? LB_GETTEXT : CB_GETLBTEXT, at, reinterpret_cast<LPARAM>(text.data()));
+    return got < 0 ? STRING("") : FromWide(std::wstring_view(text).substr(0, static_cast<size_t>(got)));
+}

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "corelib/window/window.h"
+
+/// The system's font for texts in windows, at this display's size. It stays with the process.
+HFONT MessageFont();
+
+/// A control: a child window of one of the system's classes. Bound to one that is there (which stays when the object
+/// goes), or made by the object (in the message font). A missing one leaves Hwnd() null; operations then do nothing.
+class CONTROL : public WINDOW {
+ public:
+    explicit CONTROL(HWND window) : WINDOW(window) {}
+    CONTROL(HWND dialog, int id) : WINDOW(GetDlgItem(dialog, id)) { WindowId = id; }
+    /// Makes a visible child window. Its messages pass WinProc.
+    CONTROL(const wchar_t* className, DWORD style, DWORD extendedStyle, HWND parent, int id);
+
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
+
+    /// The name of its class.
+    STRING ClassName() const;
+    /// The font is not the control's; it must outlive it.
+    void SetFont(HFONT font);
+    void SetFocus() { ::SetFocus(hWnd); }
+    LRESULT Send(UINT message, WPARAM first = 0, LPARAM second = 0) const {
+        return SendMessageW(hWnd, message, first, second);
+    }
+
+ private:
+    static LRESULT CALLBACK ControlProcedure(HWND window, UINT message, WPARAM first, LPARAM second, UINT_PTR id,
+                                             DWORD_PTR self);
+};
+
+class STATICTEXT : public CONTROL {
+ public:
+    using CONTROL::CONTROL;
+    STRING Text() const { return Title(); }
+    void SetText(const STRING& text) { SetTitle(text); }
+};
+
+/// An edit field. Texts have "\r\n" between lines, as the control has them.
+class EDITFIELD : public CONTROL {
+ public:
+    using CONTROL::CONTROL;
+    STRING Text() const { return Title(); }
+    void SetText(const STRING& text) { SetTitle(text); }
+    /// At most so many characters can be typed; 0 is the control's own limit.
+    void Limit(int characters) { Send(EM_LIMITTEXT, static_cast<WPARAM>(characters)); }
+    void SelectAll() { Send(EM_SETSEL, 0, -1); }
+    void SetReadOnly(bool readOnly) { Send(EM_SETREADONLY, readOnly); }
+};
+
+/// A push button, check box or radio button.
+class BUTTON : public CONTROL {
+ public:
+    using CONTROL::CONTROL;
+    /// The button style: BS_PUSHBUTTON, BS_AUTOCHECKBOX ...
+    int Kind() const { return static_cast<int>(GetWindowLongW(hWnd, GWL_STYLE) & BS_TYPEMASK); }
+    /// 0 off, 1 on, 2 undecided.
+    int State() const { return static_cast<int>(Send(BM_GETCHECK)); }
+    void SetState(int state) { Send(BM_SETCHECK, static_cast<WPARAM>(state)); }
+    bool IsChecked() const { return State() == BST_CHECKED; }
+};
+
+/// A list box or a combo box, told apart by the name of the class. Places count from 0; -1 is none.
+class LISTBOX : public CONTROL {
+ public:
+    explicit LISTBOX(HWND window);
+    LISTBOX(HWND dialog, int id);
+
+    bool IsListBox() const { return ListBox; }
+    void Clear() { Send(ListBox ? LB_RESETCONTENT : CB_RESETCONTENT); }
+    void Add(const STRING& text);
+    int Count() const { return static_cast<int>(Send(ListBox ? LB_GETCOUNT : CB_GETCOUNT)); }
+    int Selected() const { return static_cast<int>(Send(ListBox ? LB_GETCURSEL : CB_GETCURSEL)); }
+    void Select(int place) { Send(ListBox ? LB_SETCURSEL : CB_SETCURSEL, static_cast<WPARAM>(place)); }
+    /// The whole text, without regard to case.
+    int Find(const STRING& text) const;
+    /// Empty if there is no such place.
+    STRING TextAt(int place) const;
+    STRING SelectedText() const { return TextAt(Selected()); }
+
+ private:
+    bool ListBox;
+};
+
+class PROGRESSBAR : public CONTROL {
+ public:
+    using CONTROL::CONTROL;
+    void SetRange(int lowest, int highest) { Send(PBM_SETRANGE32, static_cast<WPARAM>(lowest), highest); }
+    void SetPosition(int position) { Send(PBM_SETPOS, static_cast<WPARAM>(position)); }
+};

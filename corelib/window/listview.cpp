@@ -1,0 +1,227 @@
+#include "corelib/window/listview.h"
+
+#include <algorithm>
+#include <string>
+
+#include "corelib/base/trace.h"
+#include "corelib/window/icons.h"
+#include "corelib/window/widetext.h"
+
+namespace {
+
+constexpr int COLUMN_BYTES = 255;
+constexpr uint32_t INSERT_LEVEL = 7;
+constexpr int SMALL_IMAGE = 16;
+constexpr int HEAD_WIDTH = 120;
+
+int CALLBACK CompareRows(LPARAM left, LPARAM right, LPARAM compare) {
+    return (*reinterpret_cast<const LISTVIEW::COMPARE*>(compare))(static_cast<uint32_t>(left),
+                                                                  static_cast<uint32_t>(right));
+}
+
+}  // namespace
+
+LISTVIEW::LISTVIEW(HWND parent, int id, DWORD style)
+    : CONTROL(WC_LISTVIEWW, style | LVS_REPORT | LVS_SHOWSELALWAYS | LVS_SHAREIMAGELISTS | WS_TABSTOP, 0, parent, id) {
+    ListView_SetExtendedListViewStyle(hWnd, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP);
+}
+
+void LISTVIEW::AddColumns(const STRING& texts) {
+    STRING text;
+    for (int i = 0; (text = texts.Word(i, "\t")).NotNull(); ++i) {
+        std::wstring wide = WideText(text);
+        LVCOLUMNW column{};
+        column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM;
+        column.pszText = wide.data();
+        column.cx = ScalePixels(HEAD_WIDTH);
+        column.iSubItem = ColumnCount();
+        ListView_InsertColumn(hWnd, column.iSubItem, &column);
+    }
+}
+
+int LISTVIEW::ColumnCount() const {
+    return Header_GetItemCount(ListView_GetHeader(hWnd));
+}
+
+int LISTVIEW::ColumnWidth(int column) const {
+    return ListView_GetColumnWidth(hWnd, column);
+}
+
+void LISTVIEW::SetColumnWidth(int column, int pixels) {
+    ListView_SetColumnWidth(hWnd, column, pixels);
+}
+
+void LISTVIEW::FitColumn(int column) {
+    // The width by the head takes all that is left for the last column, so it is not asked for there.
+    ListView_SetColumnWidth(hWnd, column, LVSCW_AUTOSIZE);
+    const int rows = ColumnWidth(column);
+    if (column + 1 == ColumnCount())
+        return;
+    ListView_SetColumnWidth(hWnd, column, LVSCW_AUTOSIZE_USEHEADER);
+    if (ColumnWidth(column) < rows)
+        SetColumnWidth(column, rows);
+}
+
+void LISTVIEW::SetSortMark(int column, bool up) {
+    const HWND header = ListView_GetHeader(hWnd);
+    for (int i = 0; i < ColumnCount(); ++i) {
+        HDITEMW item{};
+        item.mask = HDI_FORMAT;
+        Header_GetItem(header, i, &item);
+        item.fmt &= ~(HDF_SORTUP | HDF_SORTDOWN);
+        if (i == column)
+            item.fmt |= up ? HDF_SORTUP : HDF_SORTDOWN;
+        Header_SetItem(header, i, &item);
+    }
+}
+
+void LISTVIEW::SetImages(const std::vector<int>& icons) {
+    Icons.clear();
+    Images = MakeImageList(SMALL_IMAGE);
+    HasFixedImages = false;
+    for (const int icon : icons)
+        ImageIndex(icon);
+    HasFixedImages = true;
+}
+
+int LISTVIEW::ImageIndex(int image) {
+    if (image < 0)
+        return I_IMAGENONE;
+    const auto found = std::find(Icons.begin(), Icons.end(), image);
+    int idx = found == Icons.end() ? -1 : static_cast<int>(found - Icons.begin());
+    if (HasFixedImages) {
+        ASSERTION_INFO(idx != -1, "idx!=-1", std::to_string(image).c_str());
+        return idx == -1 ? I_IMAGENONE : idx;
+    }
+    if (idx != -1)
+        return idx;
+    if (!Images)
+        Images = MakeImageList(SMALL_IMAGE);
+    ListView_SetImageList(hWnd, Images.get(), LVSIL_SMALL);
+    AddIcon(Images.get(), image);
+    Icons.push_back(image);
+    return static_cast<int>(Icons.size()) - 1;
+}
+
+int LISTVIEW::InsertRecord(int index, int image, const STRING& text) {
+    TraceLevel(INSERT_LEVEL, "LISTVIEW::InsertRecord %d %d %s\n", index, image, text.Text());
+    STRING value;
+    int row = -1;
+    for (int i = 0; (value = text.Word(i, "\t", 0)).NotNull(); ++i) {
+        if (value.Length() > COLUMN_BYTES)
+            value.Truncate(COLUMN_BYTES);
+        std::wstring wide = WideText(value);
+        LVITEMW item{};
+        item.mask = LVIF_TEXT;
+        item.iSubItem = i;
+        item.pszText = wide.data();
+        if (i == 0) {
+            item.mask |= LVIF_IMAGE | LVIF_PARAM;
+            item.iItem = index;
+            item.iImage = ImageIndex(image);
+            row = ListView_InsertItem(hWnd, &item);
+            Trace("LISTVIEW::InsertRecord LVM_INSERT %d %d %d %s returns %d\n", index, i, item.iImage, value.Text(),
+                  row);
+            if (!ASSERTION(row != -1, "rc!=-1"))
+                return -1;
+            continue;
+        }
+        item.iItem = row;
+        const int rc = ListView_SetItem(hWnd, &item);
+        Trace("LISTVIEW::InsertRecord LVM_SETITEM  %d %d %s returns %d\n", row, i, value.Text(), rc);
+        ASSERTION_INFO(rc != 0, "rc", ("insert failed for column " + std::to_string(i)).c_str());
+    }
+    return row;
+}
+
+bool LISTVIEW::DeleteRow(int row) {
+    return ListView_DeleteItem(hWnd, row) != 0;
+}
+
+void LISTVIEW::DeleteAll() {
+    ListView_DeleteAllItems(hWnd);
+}
+
+STRING LISTVIEW::GetItemText(int row, int column) const {
+    std::wstring text(COLUMN_BYTES + 1, L'\0');
+    for (;;) {
+        LVITEMW item{};
+        item.iSubItem = column;
+        item.pszText = text.data();
+        item.cchTextMax = static_cast<int>(text.size());
+        const auto length =
+            static_cast<size_t>(Send(LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item)));
+        if (length + 1 < text.size())
+            return FromWide(std::wstring_view(text).substr(0, length));
+        text.resize(text.size() * 2);
+    }
+}
+
+void LISTVIEW::SetItemText(int row, int column, const STRING& text) {
+    std::wstring wide = WideText(text);
+    ListView_SetItemText(hWnd, row, column, wide.data());
+}
+
+void LISTVIEW::SetItemImage(int row, int image) {
+    LVITEMW item{};
+    item.mask = LVIF_IMAGE;
+    item.iItem = row;
+    item.iImage = ImageIndex(image);
+    ListView_SetItem(hWnd, &item);
+}
+
+void LISTVIEW::SetRowData(int row, uint32_t value) {
+    LVITEMW item{};
+    item.mask = LVIF_PARAM;
+    item.iItem = row;
+    item.lParam = static_cast<LPARAM>(value);
+    ListView_SetItem(hWnd, &item);
+}
+
+uint32_t LISTVIEW::RowData(int row) const {
+    LVITEMW item{};
+    item.mask = LVIF_PARAM;
+    item.iItem = row;
+    return ListView_GetItem(hWnd, &item) ? static_cast<uint32_t>(item.lParam) : 0;
+}
+
+int LISTVIEW::FindRow(uint32_t value) const {
+    LVFINDINFOW find{};
+    find.flags = LVFI_PARAM;
+    find.lParam = static_cast<LPARAM>(value);
+    return ListView_FindItem(hWnd, -1, &find);
+}
+
+int LISTVIEW::RowOf(uint32_t value) const {
+    const int n = FindRow(value);
+    ASSERTION_INFO(n != -1, "n!=-1", std::to_string(value).c_str());
+    return n;
+}
+
+void LISTVIEW::Select(int idx, bool selected) {
+    if (!ASSERTION(idx != -1, "idx!=-1"))
+        return;
+    const UINT state = selected ? LVIS_SELECTED | LVIS_FOCUSED : 0;
+    ListView_SetItemState(hWnd, idx, state, selected ? state : LVIS_SELECTED);
+    if (selected)
+        ListView_EnsureVisible(hWnd, idx, FALSE);
+}
+
+void LISTVIEW::SelectOnly(int idx) {
+    SelectAll(false);
+    Select(idx);
+}
+
+void LISTVIEW::SelectAll(bool selected) {
+    ListView_SetItemState(hWnd, -1, selected ? LVIS_SELECTED : 0, LVIS_SELECTED);
+}
+
+void LISTVIEW::Sort(const COMPARE& compare) {
+    ListView_SortItems(hWnd, CompareRows, reinterpret_cast<LPARAM>(&compare));
+}
+
+void LISTVIEW::SetRedraw(bool redraw) {
+    Send(WM_SETREDRAW, redraw);
+    if (redraw)
+        InvalidateRect(hWnd, nullptr, TRUE);
+}

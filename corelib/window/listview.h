@@ -1,0 +1,72 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "corelib/window/controls.h"
+
+/// A list of rows with columns, each row with a number of its own. Rows and columns count from 0. One thread at a time,
+/// which the callers see to; it need not be the window's own.
+class LISTVIEW : public CONTROL {
+ public:
+    /// Makes the list as a child window; style adds to the report style (LVS_SINGLESEL ...).
+    LISTVIEW(HWND parent, int id, DWORD style = 0);
+    /// Binds to one that is there.
+    explicit LISTVIEW(HWND window) : CONTROL(window) {}
+
+    /// Adds columns with the texts as their heads, which are split by tabs.
+    void AddColumns(const STRING& texts);
+    int ColumnCount() const;
+    /// In pixels.
+    int ColumnWidth(int column) const;
+    void SetColumnWidth(int column, int pixels);
+    /// As wide as the texts in it, its head included.
+    void FitColumn(int column);
+    /// Marks the column's head with an arrow (up: smallest first), and no other.
+    void SetSortMark(int column, bool up);
+
+    /// The icons of those resource numbers, and no others, are the rows' images.
+    void SetImages(const std::vector<int>& icons);
+
+    /// A new row before `index` (at the end if there are fewer); image: an icon's resource number, -1 for none; text:
+    /// the columns' values, at most 255 bytes each, joined by tabs. The row's place, or -1.
+    int InsertRecord(int index, int image, const STRING& text);
+    bool DeleteRow(int row);
+    void DeleteAll();
+    int Count() const { return ListView_GetItemCount(hWnd); }
+    STRING GetItemText(int row, int column) const;
+    void SetItemText(int row, int column, const STRING& text);
+    void SetItemImage(int row, int image);
+
+    /// The number that goes with a row; and the first row that has it, -1 if there is none.
+    void SetRowData(int row, uint32_t value);
+    uint32_t RowData(int row) const;
+    int FindRow(uint32_t value) const;
+    /// The same where the row must exist.
+    int RowOf(uint32_t value) const;
+
+    int SelectedCount() const { return static_cast<int>(ListView_GetSelectedCount(hWnd)); }
+    int FirstSelected() const { return NextSelected(-1); }
+    /// The next one behind `row`, -1 if there is none.
+    int NextSelected(int row) const { return ListView_GetNextItem(hWnd, row, LVNI_SELECTED); }
+    /// Selects or not, and leaves the other rows; a selected one also gets the focus and is scrolled into view.
+    void Select(int idx, bool selected = true);
+    void SelectOnly(int idx);
+    void SelectAll(bool selected);
+
+    /// Below 0, 0 or above 0 for the numbers of two rows.
+    using COMPARE = std::function<int(uint32_t, uint32_t)>;
+    void Sort(const COMPARE& compare);
+
+    /// Off while many rows change.
+    void SetRedraw(bool redraw);
+
+    /// Whether the images were given as a fixed set; if not, icons are taken in as rows name them.
+    bool HasFixedImages = false;
+
+ private:
+    int ImageIndex(int image);
+
+    IMAGELISTHANDLE Images;
+    std::vector<int> Icons;  // the resource numbers of the images
+};

@@ -1,0 +1,100 @@
+#include "corelib/window/listview.h"
+
+#include <string>
+#include <vector>
+
+#include "tests/support/windowtest.h"
+
+namespace {
+
+class LISTVIEWTEST : public testing::Test {
+ protected:
+    std::vector<std::string> Names() const {
+        std::vector<std::string> names;
+        for (int row = 0; row < List.Count(); ++row)
+            names.push_back(Std(List.GetItemText(row, 0)));
+        return names;
+    }
+
+    WINDOW Frame{WS_OVERLAPPEDWINDOW | WS_VISIBLE, "list", 0, 0, 400, 300, nullptr, 0, "ListFrame"};
+    LISTVIEW List{Frame.Hwnd(), 100};
+};
+
+TEST_F(LISTVIEWTEST, KeepsTextsDataAndOrderOfItsRows) {
+    List.Move(0, 0, 390, 250);
+    List.AddColumns("Name\tResult");
+    EXPECT_EQ(List.ColumnCount(), 2);
+    const std::string wide(300, '\xE4');
+    ASSERT_EQ(List.InsertRecord(0, -1, "beta\t5 mails"), 0);
+    List.SetRowData(0, 4097);
+    ASSERT_EQ(List.InsertRecord(99, -1, STRING(std::string_view("\x80lpha\t" + wide))), 1);
+    List.SetRowData(1, 0xFFFFFFFF);
+    EXPECT_EQ(Std(List.GetItemText(0, 1)), "5 mails");
+    EXPECT_EQ(Std(List.GetItemText(1, 0)), "\x80lpha");
+    EXPECT_EQ(Std(List.GetItemText(1, 1)), wide.substr(0, 255));
+    List.SetItemText(1, 1, STRING(std::string_view(std::string(600, 'x'))));
+    EXPECT_EQ(List.GetItemText(1, 1).Length(), 600);
+
+    List.InsertRecord(2, -1, "gamma\t");
+    List.SetRowData(2, 7);
+    List.Sort([](uint32_t left, uint32_t right) { return left < right ? -1 : left > right; });
+    EXPECT_EQ(Names(), (std::vector<std::string>{"gamma", "beta", "\x80lpha"}));
+    EXPECT_EQ(List.FindRow(0xFFFFFFFF), 2);
+    EXPECT_EQ(List.RowData(1), 4097u);
+    EXPECT_TRUE(List.DeleteRow(1));
+    EXPECT_EQ(List.FindRow(4097), -1);
+    EXPECT_ASSERTIONS(1);
+    EXPECT_EQ(List.RowOf(4097), -1);
+}
+
+TEST_F(LISTVIEWTEST, TellsOfAColumnThatItLacks) {
+    List.AddColumns("Name");
+    EXPECT_ASSERTIONS(1);
+    EXPECT_EQ(List.InsertRecord(0, -1, "a\tb"), 0);
+    EXPECT_EQ(List.Count(), 1);
+}
+
+TEST_F(LISTVIEWTEST, SelectsOneOrSeveralRows) {
+    List.AddColumns("Name");
+    for (int i = 0; i < 5; ++i)
+        List.InsertRecord(i, -1, "row");
+    EXPECT_EQ(List.FirstSelected(), -1);
+    List.Select(3);
+    List.Select(1);
+    EXPECT_EQ(List.SelectedCount(), 2);
+    EXPECT_EQ(List.FirstSelected(), 1);
+    EXPECT_EQ(List.NextSelected(1), 3);
+    List.SelectOnly(4);
+    EXPECT_EQ(List.SelectedCount(), 1);
+    EXPECT_EQ(List.FirstSelected(), 4);
+    EXPECT_ASSERTIONS(1);
+    List.Select(-1);
+    EXPECT_EQ(List.SelectedCount(), 1);
+}
+
+TEST_F(LISTVIEWTEST, KnowsAFixedSetOfImages) {
+    List.AddColumns("Name");
+    List.SetImages({11, 12});
+    EXPECT_TRUE(List.HasFixedImages);
+    List.InsertRecord(0, 12, "second");
+    LVITEMW item{};
+    item.mask = LVIF_IMAGE;
+    ListView_GetItem(List.Hwnd(), &item);
+    EXPECT_EQ(item.iImage, 1);
+    EXPECT_ASSERTIONS(1);
+    List.InsertRecord(1, 13, "unknown");
+    EXPECT_EQ(List.Count(), 2);
+}
+
+TEST(LISTVIEWHANDLES, DoNotGrow) {
+    ExpectNoHandleGrowth([] {
+        WINDOW frame(WS_OVERLAPPEDWINDOW | WS_VISIBLE, "list", 0, 0, 300, 200, nullptr, 0, nullptr);
+        LISTVIEW list(frame.Hwnd(), 100);
+        list.AddColumns("a\tb");
+        list.SetImages({1});
+        list.InsertRecord(0, 1, "x\ty");
+        Pump();
+    });
+}
+
+}  // namespace

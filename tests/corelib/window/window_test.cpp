@@ -1,0 +1,121 @@
+#include "corelib/window/window.h"
+
+#include "corelib/system/registry.h"
+#include "tests/support/windowtest.h"
+
+namespace {
+
+constexpr const char* PRODUCT = "WindowTest";
+constexpr DWORD FRAME = WS_OVERLAPPEDWINDOW;
+
+REGISTRY Values() {
+    return REGISTRY(WINDOW_COMPANY, PRODUCT, ROOT_CURRENT_USER);
+}
+
+bool Same(const RECT& rect, int left, int top, int right, int bottom) {
+    return rect.left == left && rect.top == top && rect.right == right && rect.bottom == bottom;
+}
+
+class SEEING : public WINDOW {
+ public:
+    SEEING() : WINDOW(FRAME, "seeing", 10, 20, 300, 200, nullptr, 0, nullptr) { Ready = true; }
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
+        if (message == WM_CREATE)
+            CreatedWhenReady = Ready && second == 0;
+        return WINDOW::WinProc(message, first, second);
+    }
+    bool Ready = false, CreatedWhenReady = false;
+};
+
+TEST(WINDOWS, SeeTheirCreationOnceTheyAreReady) {
+    SEEING window;
+    EXPECT_TRUE(PumpUntil([&] { return window.CreatedWhenReady; }));
+    int id = -1;
+    SendMessageW(window.Hwnd(), 1091, reinterpret_cast<WPARAM>(&id), 0);
+    EXPECT_EQ(id, 0);
+}
+
+bool AnswerAll(WINDOW& /*window*/, UINT message, WPARAM first, LPARAM /*second*/, LRESULT* result) {
+    *result = static_cast<LRESULT>(first) + 1;
+    return message == WM_APP;
+}
+
+TEST(WINDOWS, HookSeesMessagesFirst) {
+    SEEING window;
+    window.SetHook(AnswerAll);
+    EXPECT_EQ(SendMessageW(window.Hwnd(), WM_APP, 41, 0), 42);
+    EXPECT_EQ(SendMessageW(window.Hwnd(), WM_QUERYENDSESSION, 0, 0), 1);
+}
+
+TEST(WINDOWS, PositionIsKeptWhileTheyShow) {
+    SEEING window;
+    Values().Delete("Pos");
+    window.StoreWindowPos(PRODUCT, "Pos");  // hidden
+    EXPECT_FALSE(window.RestoreWindowPos(PRODUCT, "Pos"));
+    window.Show();
+    window.Move(40, 50, 320, 240);
+    window.StoreWindowPos(PRODUCT, "Pos");
+    int32_t edges[4];
+    int size = sizeof edges;
+    ASSERT_TRUE(Values().Read("Pos", edges, &size));
+    EXPECT_EQ(size, 16);
+    EXPECT_EQ(edges[3], 290);
+    window.Move(0, 0, 100, 100);
+    EXPECT_TRUE(window.RestoreWindowPos(PRODUCT, "Pos"));
+    EXPECT_TRUE(Same(window.Rect(), 40, 50, 360, 290));
+
+    const int32_t longer[5] = {1, 2, 300, 400, 5};
+    for (const int wrong : {0, 12, 20}) {
+        Values().Write("Pos", longer, wrong);
+        EXPECT_FALSE(window.RestoreWindowPos(PRODUCT, "Pos")) << wrong;
+        EXPECT_TRUE(Same(window.Rect(), 40, 50, 360, 290)) << wrong;
+    }
+    const int32_t away[4] = {30000, 30000, 30200, 30100};
+    Values().Write("Pos", away, sizeof away);
+    EXPECT_TRUE(window.RestoreWindowPos(PRODUCT, "Pos"));
+    const RECT now = window.Rect();
+    EXPECT_NE(MonitorFromRect(&now, MONITOR_DEFAULTTONULL), nullptr);
+}
+
+TEST(WINDOWS, ChildrenCountFromTheirParent) {
+    SEEING parent;
+    WINDOW child(WS_CHILD | WS_VISIBLE, "child", 5, 6, 20, 10, parent.Hwnd(), 7, "ChildOfTest");
+    EXPECT_TRUE(Same(child.Rect(), 5, 6, 25, 16));
+    child.Move(8, 9);
+    EXPECT_TRUE(Same(child.Rect(), 8, 9, 28, 19));
+    EXPECT_EQ(child.Parent(), parent.Hwnd());
+}
+
+TEST(WINDOWS, CenterKeepsThemInsideTheWorkArea) {
+    const RECT work = WINDOW(GetDesktopWindow()).Rect();
+    SEEING window, reference;
+    window.Move(0, 0, 200, 100);
+    reference.Move(400, 300, 400, 300);
+    window.Center(reference.Hwnd());  // hidden: the work area counts
+    EXPECT_EQ(window.Rect().left, (work.right - 200) / 2);
+    reference.Show();
+    window.Center(reference.Hwnd());
+    EXPECT_TRUE(Same(window.Rect(), 500, 400, 700, 500));
+    reference.Move(work.right - 50, work.bottom - 50, 400, 300);
+    window.Center(reference.Hwnd());
+    EXPECT_EQ(window.Rect().right, work.right);
+    EXPECT_EQ(window.Rect().bottom, work.bottom);
+
+    WINDOW large(WS_POPUP, "large", 50, 50, work.right + 200, work.bottom + 100, nullptr, 0, nullptr);
+    large.Center(nullptr);
+    EXPECT_EQ(large.Rect().left, 0);
+    EXPECT_EQ(large.Rect().top, 0);
+    WINDOW child(WS_CHILD | WS_VISIBLE, "child", 5, 6, 20, 10, window.Hwnd(), 7, "ChildOfTest");
+    EXPECT_ASSERTIONS(1);
+    window.Center(child.Hwnd());
+}
+
+TEST(WINDOWS, LeaveNoHandles) {
+    ExpectNoHandleGrowth([] {
+        SEEING window;
+        window.Show();
+        Pump();
+    });
+}
+
+}  // namespace

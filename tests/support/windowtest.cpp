@@ -1,0 +1,156 @@
+#include "tests/support/windowtest.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <vector>
+
+namespace {
+
+constexpr DWORD WAIT_LIMIT = 10000;  // ms
+constexpr int MENU_PROBES = 3000;
+
+// Wine counts no handles for GetGuiResources. Its tables are those of older systems, though: the shared one of drawing
+// objects hangs at the process's block, and numbers of windows and menus are given out without gaps.
+bool IsWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+struct DRAWINGENTRY {
+    uint64_t Object;
+    uint16_t Owner;
+    uint16_t Count;
+    uint16_t Unique;
+    uint8_t Type;
+    uint8_t Flags;
+    uint64_t User;
+};
+
+class NEEDSDISPLAY : public testing::Environment {
+    void SetUp() override {
+        const char* const display = getenv("DISPLAY");
+        if (IsWine() && (!display || !*display))
+            FAIL() << "window tests need a display: start them by ./test windows, or set DISPLAY to an X server";
+    }
+};
+const auto* const Needs = testing::AddGlobalTestEnvironment(new NEEDSDISPLAY);
+
+void Post(HWND window, UINT message, WPARAM first, int x, int y) {
+    PostMessageW(window, message, first, MAKELPARAM(x, y));
+    Pump();
+}
+
+}  // namespace
+
+void Pump() {
+    for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
+
+bool PumpUntil(const std::function<bool()>& condition) {
+    for (const DWORD start = GetTickCount(); GetTickCount() - start < WAIT_LIMIT;) {
+        Pump();
+        if (condition())
+            return true;
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
+    }
+    return false;
+}
+
+void MoveMouse(HWND window, int x, int y) {
+    Post(window, WM_MOUSEMOVE, 0, x, y);
+}
+
+void PressMouse(HWND window, int x, int y) {
+    Post(window, WM_LBUTTONDOWN, MK_LBUTTON, x, y);
+}
+
+void ReleaseMouse(HWND window, int x, int y) {
+    Post(window, WM_LBUTTONUP, 0, x, y);
+}
+
+void Click(HWND window, int x, int y) {
+    MoveMouse(window, x, y);
+    PressMouse(window, x, y);
+    ReleaseMouse(window, x, y);
+}
+
+void TypeKey(HWND window, int key) {
+    PostMessageW(window, WM_KEYDOWN, static_cast<WPARAM>(key), 1);
+    PostMessageW(window, WM_KEYUP, static_cast<WPARAM>(key), static_cast<LPARAM>(0xC0000001));
+    Pump();
+}
+
+bool SavePicture(HWND window, const char* path) {
+    RECT rect{};
+    GetWindowRect(window, &rect);
+    const int width = rect.right - rect.left, height = rect.bottom - rect.top;
+    BITMAPINFOHEADER info{};
+    info.biSize = sizeof info;
+    info.biWidth = width;
+    info.biHeight = height;
+    info.biPlanes = 1;
+    info.biBitCount = 32;
+    const HDC screen = GetDC(nullptr), memory = CreateCompatibleDC(screen);
+    const HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
+    const HGDIOBJ former = SelectObject(memory, bitmap);
+    BitBlt(memory, 0, 0, width, height, screen, rect.left, rect.top, SRCCOPY);
+    SelectObject(memory, former);
+    std::vector<char> bits(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
+    GetDIBits(screen, bitmap, 0, static_cast<UINT>(height), bits.data(), reinterpret_cast<BITMAPINFO*>(&info),
+              DIB_RGB_COLORS);
+    DeleteObject(bitmap);
+    DeleteDC(memory);
+    ReleaseDC(nullptr, screen);
+    BITMAPFILEHEADER file{};
+    file.bfType = 0x4D42;
+    file.bfOffBits = sizeof file + sizeof info;
+    file.bfSize = file.bfOffBits + static_cast<DWORD>(bits.size());
+    std::ofstream out(path, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(&file), sizeof file);
+    out.write(reinterpret_cast<const char*>(&info), sizeof info);
+    out.write(bits.data(), static_cast<std::streamsize>(bits.size()));
+    return out.good();
+}
+
+int GdiHandles() {
+    if (!IsWine())
+        return static_cast<int>(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS));
+    constexpr size_t TABLE_AT = 0xF8, ENTRIES = 16384;
+    const auto whose = reinterpret_cast<const char* (*)()>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetCurrentPeb")));
+    const char* const block = whose();
+    const auto* const table = *reinterpret_cast<const DRAWINGENTRY* const*>(block + TABLE_AT);
+    return static_cast<int>(
+        std::count_if(table, table + ENTRIES, [](const DRAWINGENTRY& entry) { return entry.Type != 0; }));
+}
+
+int UserHandles() {
+    if (!IsWine())
+        return static_cast<int>(GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS));
+    // So many that all gaps are filled: the highest number then tells how many there were before.
+    std::vector<HMENU> menus(MENU_PROBES);
+    uintptr_t highest = 0;
+    for (HMENU& menu : menus) {
+        menu = CreatePopupMenu();
+        highest = std::max(highest, reinterpret_cast<uintptr_t>(menu) & 0xFFFF);
+    }
+    for (const HMENU menu : menus)
+        DestroyMenu(menu);
+    return static_cast<int>(highest / 2) - MENU_PROBES;
+}
+
+void ExpectNoHandleGrowth(const std::function<void()>& open, int times) {
+    // What is made once and kept comes first.
+    for (int i = 0; i < 3; ++i)
+        open();
+    const int drawing = GdiHandles(), user = UserHandles();
+    ASSERT_GT(drawing, 0);
+    for (int i = 0; i < times; ++i)
+        open();
+    // Other programs of the desktop may take a few.
+    EXPECT_LT(GdiHandles() - drawing, times / 20);
+    EXPECT_LT(UserHandles() - user, times / 20);
+}

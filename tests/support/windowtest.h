@@ -1,0 +1,34 @@
+#pragma once
+
+// The second needs the first.
+// clang-format off
+#include <windows.h>
+#include <commctrl.h>
+// clang-format on
+#include <functional>
+
+#include "tests/support/testsupport.h"
+
+/// Handles the messages that wait; and goes on until `condition` holds: false after ten seconds.
+void Pump();
+bool PumpUntil(const std::function<bool()>& condition);
+
+/// Mouse messages at a place of a window's client area, through its queue. Click is move, press and release.
+void MoveMouse(HWND window, int x, int y);
+void PressMouse(HWND window, int x, int y);
+void ReleaseMouse(HWND window, int x, int y);
+void Click(HWND window, int x, int y);
+/// A key pressed and released in a window, through its queue.
+void TypeKey(HWND window, int key);
+
+/// What the user would see of a window, as a BMP file of the host's own kind of path: to look at while a test is
+/// written.
+bool SavePicture(HWND window, const char* path);
+
+/// Handles of this process: pictures, fonts and the like, and windows, menus and icons.
+int GdiHandles();
+int UserHandles();
+
+/// Runs `open` often enough that a handle left each time stands out, and expects that none is. Callers announce
+/// nothing.
+void ExpectNoHandleGrowth(const std::function<void()>& open, int times = 500);
