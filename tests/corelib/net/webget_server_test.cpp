@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <cstring>
 #include <random>
 
 #include "corelib/net/webget.h"
@@ -7,145 +8,105 @@
 
 namespace {
 
-// The servers of all tests here.
-class WebServers : public testing::Test {
- protected:
-    static void SetUpTestSuite() {
-        Nginx = std::make_unique<NGINX>();
-        Proxy = std::make_unique<PROXYSERVER>(false);
-        AskingProxy = std::make_unique<PROXYSERVER>(true);
-    }
-    static void TearDownTestSuite() {
-        Nginx.reset();
-        Proxy.reset();
-        AskingProxy.reset();
-    }
-    void SetUp() override {
-        ASSERT_EQ(Nginx->Problem() + Proxy->Problem() + AskingProxy->Problem(), "");
-        HostPort = Nginx->HostPort();
-    }
-
-    static std::unique_ptr<NGINX> Nginx;
-    static std::unique_ptr<PROXYSERVER> Proxy;
-    static std::unique_ptr<PROXYSERVER> AskingProxy;
-    std::string HostPort;
+// They live until the last test is over.
+struct SERVERS {
+    NGINX Nginx;
+    PROXYSERVER Proxy{false}, AskingProxy{true};
+    const std::string Web = Nginx.HostPort();
+    const std::string Through = Proxy.HostPort(), Asking = AskingProxy.HostPort();
 };
-std::unique_ptr<NGINX> WebServers::Nginx;
-std::unique_ptr<PROXYSERVER> WebServers::Proxy;
-std::unique_ptr<PROXYSERVER> WebServers::AskingProxy;
 
-// Bytes of all kinds, among them CR LF, that do not compress well.
-std::string Mixture(int bytes) {
-    std::minstd_rand random(1);
-    std::string text;
-    while (text.size() < static_cast<size_t>(bytes))
-        text += random() % 16 == 0 ? std::string("\r\n") : std::string(1, static_cast<char>(random() >> 8));
-    return text;
+SERVERS& Servers() {
+    static SERVERS servers;
+    EXPECT_EQ(servers.Nginx.Problem() + servers.Proxy.Problem() + servers.AskingProxy.Problem(), "");
+    return servers;
 }
 
-std::string WithoutReturns(std::string text) {
-    for (size_t at = 0; (at = text.find("\r\n", at)) != text.npos;)
-        text.erase(at, 1);
-    return text;
+// Fetches, or sends a form if there is one; the whole result.
+std::string Fetch(const std::string& proxy, const std::string& host, const char* doc, int status,
+                  const std::string& form = "") {
+    WEBGET web(nullptr, nullptr);
+    web.SetProxy(true, proxy.c_str());
+    STRING result;
+    EXPECT_EQ(form.empty() ? web.Get(host.c_str(), doc, result) : web.Post(host.c_str(), doc, result, form.c_str()),
+              status)
+        << "through '" << proxy << "' from " << host << doc;
+    return Std(result);
 }
 
 }  // namespace
 
-TEST_F(WebServers, DocumentsComeTheSameOnEachWay) {
-    const std::string page = "<html>\r\n\r\n<p>caf\xe9\r\n</html>";
-    const std::string large = Mixture(300000), largeText = WithoutReturns(large);
-    Nginx->Put("page", page);
-    Nginx->Put("large", large);
-    Nginx->Put("large.gif", large);
-    Nginx->Put("empty", "");
+TEST(WebServers, DocumentsComeTheSameOnEachWay) {
+    SERVERS& servers = Servers();
+    // Bytes of all kinds, that do not compress well.
+    std::minstd_rand random(1);
+    std::string picture;
+    for (int i = 0; i < 300000; ++i) {
+        picture += static_cast<char>(random() >> 8);
+        picture += random() % 16 == 0 ? "\r\n" : "";
+    }
+    std::string text = picture;
+    for (size_t at = 0; (at = text.find("\r\n", at)) != text.npos;)
+        text.erase(at, 1);
+    servers.Nginx.Put("text", picture);
+    servers.Nginx.Put("picture.gif", picture);
     const struct {
         const char* Doc;
-        int Status;
-        std::string Body;
-        const char* Header;   // has this
-        const char* Without;  // and not this
+        bool Packed, Length;
     } cases[] = {
-        {"/page", 200, WithoutReturns(page), "Content-Length: 26", "Content-Encoding"},
-        {"/stored/page", 200, WithoutReturns(page), "Content-Encoding: gzip", "Content-Length: 26"},
-        {"/stream/page", 200, WithoutReturns(page), "Content-Encoding: gzip", "Content-Length"},
-        {"/large", 200, largeText, "\nContent-Length: 300", "Content-Encoding"},
-        {"/stored/large", 200, largeText, "Content-Encoding: gzip", "Content-Length: 300"},
-        {"/stream/large", 200, largeText, "Content-Encoding: gzip", "Content-Length"},
-        {"/large.gif", 200, large, "Content-Type: image/gif\r\n", "Content-Encoding"},
-        {"/stored/large.gif", 200, large, "Content-Encoding: gzip\r\n", "Content-Length: 300"},
-        {"/empty", 200, "", "Content-Length: 0", "Content-Encoding"},
-    };
-    const struct {
-        const char* Name;
-        std::string Proxy;
-    } ways[] = {{"direct", ""}, {"proxy", Proxy->HostPort()}, {"proxy that asks", "p:q@" + AskingProxy->HostPort()}};
-    for (const auto& way : ways)
+        {"/text", false, true},        {"/stored/text", true, true},        {"/stream/text", true, false},
+        {"/picture.gif", false, true}, {"/stored/picture.gif", true, true}, {"/stream/picture.gif", true, false}};
+    for (const std::string& proxy : {std::string(), servers.Through, "p:q@" + servers.Asking})
         for (const auto& c : cases) {
-            SCOPED_TRACE(std::string(way.Name) + " " + c.Doc);
-            WEBGET web(nullptr, nullptr);
-            web.SetProxy(true, way.Proxy.c_str());
-            STRING result;
-            EXPECT_EQ(web.Get(HostPort.c_str(), c.Doc, result), c.Status);
-            const std::string text = Std(result);
-            const bool picture = text.find("image/gif") != text.npos;
-            const size_t end = text.find(picture ? "\r\n\r\n" : "\n\n");
-            ASSERT_NE(end, text.npos) << text.substr(0, 1000);
-            const std::string header = text.substr(0, end + 2);
-            EXPECT_NE(header.find(c.Header), header.npos) << header;
-            EXPECT_EQ(header.find(c.Without), header.npos) << header;
-            EXPECT_EQ(header.find("testproxy") != header.npos, !way.Proxy.empty()) << header;
-            EXPECT_TRUE(text.substr(end + (picture ? 4 : 2)) == c.Body) << "other bytes than were sent";
+            const std::string result = Fetch(proxy, servers.Web, c.Doc, 200);
+            const bool isPicture = strstr(c.Doc, "gif");
+            const std::string body = isPicture ? "\r\n\r\n" + picture : "\n\n" + text;
+            ASSERT_TRUE(result.ends_with(body)) << proxy << c.Doc << ": other bytes than were sent";
+            const std::string header = result.substr(0, result.size() - body.size());
+            EXPECT_EQ(header.find("Content-Encoding: gzip") != header.npos, c.Packed) << header;
+            EXPECT_EQ(header.find("Content-Length: ") != header.npos, c.Length) << header;
+            EXPECT_EQ(header.find("testproxy") != header.npos, !proxy.empty()) << header;
         }
 }
 
-TEST_F(WebServers, ARedirectAndAMissingPageAreResultsLikeAnyOther) {
-    STRING result;
-    EXPECT_EQ(WEBGET(nullptr, nullptr).Get(HostPort.c_str(), "/moved", result), 302);
-    EXPECT_GE(result.Pos(("\nLocation: http://" + HostPort + "/there\n").c_str()), 0) << Std(result);
-    EXPECT_EQ(WEBGET(nullptr, nullptr).Get(HostPort.c_str(), "/there", result), 404);
-}
-
-TEST_F(WebServers, TheServersQuestionIsAnsweredOnceAndTheAnswerRemembered) {
-    Nginx->Put("page", "inside");
-    const struct {
-        const char* Credential;
-        int Status;
-    } cases[] = {{"", 401}, {"me:wrong@", 401}, {"me:secret@", 200}, {"", 200}};
-    for (const auto& c : cases) {
-        STRING result;
-        EXPECT_EQ(WEBGET(nullptr, nullptr).Get((c.Credential + HostPort).c_str(), "/private/page", result), c.Status);
-        EXPECT_EQ(Std(result).ends_with("\n\ninside"), c.Status == 200) << Std(result);
-    }
-}
-
-TEST_F(WebServers, AProxyIsAnsweredWithWhatItsTextOrTheEnvironmentHolds) {
-    const std::string proxy = AskingProxy->HostPort();
+TEST(WebServers, QuestionsAreAnsweredOnceAndAllElseIsAResult) {
+    SERVERS& servers = Servers();
+    servers.Nginx.Put("page", "inside");
     const struct {
         std::string Proxy;
         const char* Environment;
+        const char* Credential;
+        const char* Doc;
         int Status;
     } cases[] = {
-        {proxy, nullptr, 407}, {"p:x@" + proxy, "p:q", 401}, {proxy, "p:q", 404}, {"p:q@" + proxy, "p:x", 404}};
+        {"", nullptr, "", "/private/page", 401},
+        {"", nullptr, "me:wrong@", "/private/page", 401},
+        {servers.Asking, "p:q", "me:secret@", "/private/page", 200},  // both ask
+        {"", nullptr, "", "/private/page", 200},                      // and the host's answer is remembered
+        {servers.Asking, nullptr, "", "/page", 407},
+        {"p:x@" + servers.Asking, "p:q", "", "/page", 401},  // as this proxy says to a wrong answer
+        {"p:q@" + servers.Asking, "p:x", "", "/page", 200},
+        {"", nullptr, "", "/moved", 302},
+        {"", nullptr, "", "/there", 404},
+    };
     for (const auto& c : cases) {
         if (c.Environment)
             setenv("VELMORAPROXYAUTH", c.Environment, 1);
-        WEBGET web(nullptr, nullptr);
-        web.SetProxy(true, c.Proxy.c_str());
-        unsetenv("VELMORAPROXYAUTH");
-        STRING result;
-        EXPECT_EQ(web.Get(HostPort.c_str(), "/there", result), c.Status) << c.Proxy;
+        else
+            unsetenv("VELMORAPROXYAUTH");
+        const std::string result = Fetch(c.Proxy, c.Credential + servers.Web, c.Doc, c.Status);
+        EXPECT_EQ(result.ends_with("\n\ninside"), c.Status == 200) << result;
+        EXPECT_EQ(result.find("\nLocation: http://" + servers.Web + "/there\n") != result.npos, c.Status == 302);
     }
 }
 
-TEST_F(WebServers, AFormArrivesWithItsLengthAndType) {
-    const std::string body = "name=M%FCller&text=" + std::string(5000, 'x') + "&send=1";
-    for (const std::string& proxy : {std::string(), "p:q@" + AskingProxy->HostPort()}) {
-        WEBGET web(nullptr, nullptr);
-        web.SetProxy(true, proxy.c_str());
-        STRING result;
-        EXPECT_EQ(web.Post(HostPort.c_str(), "/form", result, body.c_str()), 200) << proxy;
+TEST(WebServers, AFormArrivesWithItsLengthAndType) {
+    SERVERS& servers = Servers();
+    const std::string form = "name=M%FCller&text=" + std::string(5000, 'x') + "&send=1";
+    for (const std::string& proxy : {std::string(), "p:q@" + servers.Asking}) {
+        const std::string result = Fetch(proxy, servers.Web, "/form", 200, form);
         EXPECT_TRUE(
-            Std(result).ends_with("\n\n" + std::to_string(body.size()) + " application/x-www-form-urlencoded " + body))
-            << Std(result);
+            result.ends_with("\n\n" + std::to_string(form.size()) + " application/x-www-form-urlencoded " + form))
+            << result;
     }
 }

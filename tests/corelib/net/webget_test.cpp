@@ -77,7 +77,6 @@ TEST_F(WebGet, WhateverAServerSaysIsAResultWithANumber) {
         {"HTTP/1.0 204 None\r\n", 204, "HTTP/1.0 204 None\n"},
         {"\r\nHTTP/1.0 200 late", 999, "WEBGET 999 Read Timeout\nHTTP/1.0 200 late"},
         {"nonsense\n", 999, "nonsense\n"},
-        {"HTTP/1.0 two\n", 0, "HTTP/1.0 two\n"},
         {std::string(3000, 'x') + " 5\r\n\r\n", 999, std::string(2047, 'x') + "\n" + std::string(953, 'x') + " 5\n\n"},
         {ok + "Content-Length: 90\r\n\r\nshort", 200, "HTTP/1.0 200 OK\nContent-Length: 90\n\nshort"},
         {ok + "CONTENT-LENGTH: 1\r\n\r\nlonger", 200, "HTTP/1.0 200 OK\nCONTENT-LENGTH: 1\n\nlonger"},
@@ -142,9 +141,7 @@ TEST_F(WebGet, TimeAndBoundsEndATransfer) {
         {{PLAY::Silence()}, 100, 1000, 999, "TCPIO 999 Timeout\nWEBGET 999 Read Timeout\n"},
         {{PLAY::Send(head + "\r\nha"), PLAY::Silence()}, 250, 1000, 999, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\n\nha"},
         {{PLAY::Drip(head + flood)}, 250, 1 << 20, 999, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\nhh"},
-        {{PLAY::Drip(head + "\r\n" + flood)}, 250, 1 << 20, 999, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\n\nhh"},
         {{PLAY::Send(head + flood)}, 20000, 1000, 998, "TCPIO 998 Canceled\nHTTP/1.0 200 OK\nhh"},
-        {{PLAY::Send(head + "\r\n" + flood)}, 20000, 1000, 998, "TCPIO 998 Canceled\nHTTP/1.0 200 OK\n\nhh"},
     };
     for (const auto& c : cases) {
         SCRIPTEDSERVER server(c.Script);
@@ -175,12 +172,10 @@ TEST_F(WebGet, TheCallbackIsToldOfThePageAndMayCancelIt) {
         }
     };
     constexpr int NEVER = 1000;
-    const std::string head = "HTTP/1.0 200 OK\n", body(5000, 'b');
+    const std::string body(5000, 'b');
     const struct {
         std::string Header;
-        int Body;
-        int CancelAfter;
-        int Status;
+        int Body, CancelAfter, Status;
         std::string Told;
     } cases[] = {
         {"", 3000, NEVER, 200, "2:1024 2:2048 "},
