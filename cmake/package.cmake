@@ -1,0 +1,26 @@
+# What makes up the product: one folder with everything beside the program, which runs from anywhere.
+#   cmake --install build/windows --component program --prefix FOLDER
+#   (cd build/windows && cpack)
+
+foreach(target IN ITEMS tarnwick tarnwickc)
+    if(TARGET ${target})
+        install(TARGETS ${target} RUNTIME DESTINATION . COMPONENT program)
+    endif()
+endforeach()
+install(TARGETS english german LIBRARY DESTINATION . COMPONENT program)
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/defaults/" DESTINATION . COMPONENT program)
+install(FILES "${CMAKE_SOURCE_DIR}/resources/sounds/jingling.wav" DESTINATION . COMPONENT program)
+install(FILES "${CMAKE_SOURCE_DIR}/LICENSE" DESTINATION . COMPONENT program RENAME license.txt)
+
+if(WIN32)
+    set(CPACK_GENERATOR ZIP)
+    set(system win64)
+else()
+    set(CPACK_GENERATOR TGZ)
+    string(TOLOWER "${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}" system)
+endif()
+set(CPACK_PACKAGE_FILE_NAME "tarnwick-${PROJECT_VERSION}-${system}")
+set(CPACK_PACKAGE_VENDOR "Velmora")
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_STRIP_FILES ON)
+include(CPack)

@@ -1,0 +1,12 @@
+# The program as it is installed has all that it needs in its own folder, also if that is moved: it speaks German, and knows
+# by the word list that came with it that replica watches are spam.
+file(REMOVE_RECURSE installed "a folder" data)
+execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --component program --prefix installed
+    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+file(RENAME installed "a folder")
+execute_process(
+    COMMAND ${EMULATOR} "${CMAKE_CURRENT_BINARY_DIR}/a folder/${PROGRAM}" /DEMO /ONCE /INBOX /LANG:GER /WORKDIR:data
+    OUTPUT_VARIABLE shown ERROR_VARIABLE shown RESULT_VARIABLE code)
+if(NOT code EQUAL 0 OR NOT shown MATCHES "Betreff" OR NOT shown MATCHES "\n!\\*Replica Store ")
+    message(FATAL_ERROR "ended with ${code} and showed:\n${shown}")
+endif()
