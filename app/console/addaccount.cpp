@@ -18,7 +18,8 @@ struct SCHEME {
     bool HasServer = true;
 };
 
-constexpr SCHEME SCHEMES[] = {{"pop3://", ITEMTYPE_POP3}, {"webmail://", ITEMTYPE_HOTMAIL, false}};
+constexpr SCHEME SCHEMES[] = {
+    {"pop3://", ITEMTYPE_POP3}, {"imap://", ITEMTYPE_IMAP}, {"webmail://", ITEMTYPE_HOTMAIL, false}};
 
 // Turns %41 into its byte; false for a "%" without two digits, a control byte and a "|", which splits the stored text.
 // A bare ":" is refused too: behind it people write a password, which would end up in the account's name.

@@ -1,25 +1,58 @@
 #include "app/demo/demo.h"
 
+#include <algorithm>
+
 #include "app/core/tarnwick.h"
+#include "app/demo/imapservice.h"
+#include "app/demo/pop3service.h"
 #include "app/demo/samplemail.h"
+#include "app/mailbox/mailboxes.h"
 #include "corelib/base/clock.h"
 
 namespace {
 
-constexpr const char* DEMO_NAME = "Demo (POP3)";
 constexpr const char* DEMO_USER = "demo";
 constexpr const char* DEMO_PASSWORD = "demo";
 constexpr const char* DEMO_CHECK_SECONDS = "5";
 constexpr int BURST_EVERY = 3;  // arrivals
 
+template <class SERVICE>
+std::unique_ptr<DEMOSERVICE> Serve(DEMOSTORE& store) {
+    return std::make_unique<SERVICE>(store, DEMO_USER, DEMO_PASSWORD);
+}
+
+// The kinds of mailbox that the demo shows.
+struct KIND {
+    const char* Name;  // of the account
+    int Type;
+    std::unique_ptr<DEMOSERVICE> (*Serve)(DEMOSTORE& store);
+    int Every;  // which of the sample mails it has: each of them, every second one ...
+    int Seen;   // how many of these have been seen
+};
+constexpr KIND KINDS[] = {
+    {"Demo (POP3)", ITEMTYPE_POP3, Serve<POP3SERVICE>, 1, 0},
+    {"Demo (IMAP)", ITEMTYPE_IMAP, Serve<IMAPSERVICE>, 3, 9},
+};
+
 }  // namespace
 
 DEMOTIMES DemoTimes;
 
-DEMO::DEMO() : Pop3(Store, DEMO_USER, DEMO_PASSWORD) {
-    const int64_t now = CLOCK::Seconds();
-    for (int i = 0; i < SampleMailCount(); ++i)
-        Store.Deliver(SampleMail(i, now));
+struct DEMO::MAILBOX {
+    explicit MAILBOX(const KIND& kind) : Kind(kind), Service(kind.Serve(Store)) {
+        const int64_t now = CLOCK::Seconds();
+        for (int i = 0; i < SampleMailCount(); i += kind.Every)
+            Store.Deliver(SampleMail(i, now), "", i / kind.Every < kind.Seen);
+    }
+
+    const KIND& Kind;
+    DEMOSTORE Store;
+    std::unique_ptr<DEMOSERVICE> Service;
+};
+
+DEMO::DEMO() {
+    for (const KIND& kind : KINDS)
+        Mailboxes.push_back(std::make_unique<MAILBOX>(kind));
 }
 
 DEMO::~DEMO() {
@@ -29,23 +62,33 @@ DEMO::~DEMO() {
 }
 
 bool DEMO::Start() {
-    return Pop3.Start();
+    return std::ranges::all_of(Mailboxes, [](const auto& mailbox) { return mailbox->Service->Start(); });
 }
 
 bool DEMO::AddAccounts(TARNWICK& application) {
-    STRING source;
-    source.Format("127.0.0.1:%d|%s", Pop3.Port(), DEMO_USER);
-    const int count = application.Items.Count();
-    if (count > 1 || (count == 1 && !(application.Items[0].Get("Name") == DEMO_NAME)))
+    const auto find = [&](const char* name) {
+        int i = 0;
+        while (i < application.Items.Count() && !(application.Items[i].Get("Name") == name))
+            ++i;
+        return i;
+    };
+    const int ours = static_cast<int>(
+        std::ranges::count_if(KINDS, [&](const KIND& kind) { return find(kind.Name) < application.Items.Count(); }));
+    if (ours != application.Items.Count())
         return false;
-    if (count == 1) {
-        // An earlier run has left it, with what it has seen; only the port is another one.
-        application.Items[0].Set("Source", source);
-    } else {
+    for (const auto& mailbox : Mailboxes) {
+        STRING source;
+        source.Format("127.0.0.1:%d|%s", mailbox->Service->Port(), DEMO_USER);
+        if (const int known = find(mailbox->Kind.Name); known < application.Items.Count()) {
+            // An earlier run has left it, with what it has seen; only the port is another one.
+            application.Items[known].Set("Source", source);
+            continue;
+        }
         STRINGARRAY item = application.NewItem();
         STRING password(DEMO_PASSWORD);
         password.SetFlags(STRINGFLAG_BINARY);
-        item.Set("Name", STRING(DEMO_NAME));
+        item.Set("Name", STRING(mailbox->Kind.Name));
+        item.SetNumber("Type", mailbox->Kind.Type);
         item.Set("Source", source);
         item.Set("Source2", password);
         item.Set("TimingCyclic", STRING(DEMO_CHECK_SECONDS));
@@ -58,9 +101,13 @@ bool DEMO::AddAccounts(TARNWICK& application) {
     return true;
 }
 
+DEMOSTORE& DEMO::NextStore() {
+    return Mailboxes[static_cast<size_t>(Turn++) % Mailboxes.size()]->Store;
+}
+
 void DEMO::DeliverSome(int count) {
     for (int i = 0; i < count; ++i)
-        Store.Deliver(ArrivingMail(Arrived++, CLOCK::Seconds()));
+        NextStore().Deliver(ArrivingMail(Arrived++, CLOCK::Seconds()));
 }
 
 void DEMO::StartArrivals(TARNWICK& application) {
@@ -78,8 +125,9 @@ void DEMO::Arrivals() {
     while (!StopArrivals.Wait(DemoTimes.ArrivalMs)) {
         DeliverSome(1);
         if (Arrived % BURST_EVERY == 0) {
+            DEMOSTORE& store = NextStore();
             for (int i = 0; i < SpamBurstCount(); ++i)
-                Store.Deliver(SpamBurstMail(Burst++, CLOCK::Seconds()));
+                store.Deliver(SpamBurstMail(Burst++, CLOCK::Seconds()));
         }
     }
 }

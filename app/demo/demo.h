@@ -1,10 +1,11 @@
 #pragma once
 
 #include <atomic>
-#include <string>
+#include <memory>
+#include <vector>
 
+#include "app/demo/demoservice.h"
 #include "app/demo/mailstore.h"
-#include "app/demo/pop3service.h"
 
 class TARNWICK;
 
@@ -14,7 +15,7 @@ struct DEMOTIMES {
 };
 extern DEMOTIMES DemoTimes;
 
-/// The built-in demo: a mailbox full of sample mail, the servers that show it, and accounts that watch them.
+/// The built-in demo: mailboxes full of sample mail, the servers that show them, and accounts that watch these.
 class DEMO {
  public:
     DEMO();
@@ -24,20 +25,25 @@ class DEMO {
 
     /// Starts the servers; false if they find no port.
     bool Start();
-    /// Points the demo's accounts among the application's items at the servers, or adds them. Before the work thread.
+    /// Points the demo's accounts among the application's items at the servers, and adds those that are missing. Before
+    /// the work thread.
     /// False, and nothing has changed, if there are accounts that are not the demo's.
     bool AddAccounts(TARNWICK& application);
-    /// Puts a few more mails into the mailbox.
+    /// Puts a few more mails into the mailboxes, in turn.
     void DeliverSome(int count);
     /// From now on a mail arrives every few seconds, and a burst of spam now and then, which goes to the trash.
     void StartArrivals(TARNWICK& application);
 
  private:
+    struct MAILBOX;
+
+    /// The mailbox whose turn it is.
+    DEMOSTORE& NextStore();
     static unsigned ThreadBody(void* self);
     void Arrivals();
 
-    DEMOSTORE Store;
-    POP3SERVICE Pop3;
+    std::vector<std::unique_ptr<MAILBOX>> Mailboxes;
+    std::atomic<int> Turn = 0;
     std::atomic<int> Arrived = 0;
     int Burst = 0;  // spam mails so far
     EVENTSEM StopArrivals{false};

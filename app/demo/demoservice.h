@@ -44,7 +44,7 @@ class DEMOSERVICE {
     /// Each conversation gets a session of its own, in the service's thread.
     explicit DEMOSERVICE(SESSIONMAKER makeSession);
     /// Ends a conversation that is under way.
-    ~DEMOSERVICE();
+    virtual ~DEMOSERVICE();
     DEMOSERVICE(const DEMOSERVICE&) = delete;
     DEMOSERVICE& operator=(const DEMOSERVICE&) = delete;
 

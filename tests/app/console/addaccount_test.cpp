@@ -34,6 +34,7 @@ TEST(AddAccount, TakesAddressesApart) {
         {"webmail://joe%2Bx/", "3 [joe+x] at []"},
         {"webmail://", "form"},
         {"webmail://joe@host", "form"},
+        {"imap://joe@mail.example.org:143", "2 [joe] at [mail.example.org:143]"},
         {"imap4://joe@host", "scheme"},
         {"joe@host", "scheme"},
         {"pop3:/joe@host", "scheme"},

@@ -4,7 +4,10 @@
 
 #include "app/check/mailrecords.h"
 #include "app/core/tarnwick.h"
+#include "app/demo/imapservice.h"
+#include "app/demo/pop3service.h"
 #include "app/demo/samplemail.h"
+#include "app/mailbox/imap.h"
 #include "app/mailbox/listing.h"
 #include "app/mailbox/pop3.h"
 #include "corelib/base/recordarray.h"
@@ -44,6 +47,7 @@ struct QUICKTIMES {
 };
 
 /// A service on a mailbox of three mails, and what a client of ours needs.
+template <class SERVICE>
 struct MAILBOX {
     MAILBOX() : Service(Store, "demo", "demo") {
         Store.Deliver("Subject: one\r\n\r\nline 1\r\nline 2\r\n");
@@ -54,7 +58,7 @@ struct MAILBOX {
     }
 
     DEMOSTORE Store;
-    POP3SERVICE Service;
+    SERVICE Service;
     STRING Server;
     FRONTEND FrontEnd;
     NOTEXTS Texts;
@@ -107,7 +111,7 @@ TEST(Demo, SpeaksPop3) {
 }
 
 TEST(Demo, ServesTheRealClient) {
-    MAILBOX box;
+    MAILBOX<POP3SERVICE> box;
     STRING result;
     ASSERT_TRUE(PopGet(box.Progress, box.Server, "demo", "demo", 100, result)) << Std(result);
     EXPECT_EQ(result.Line(0), "+OK 3 msgs|3 ?unread|77 bytes");
@@ -124,9 +128,87 @@ TEST(Demo, ServesTheRealClient) {
     EXPECT_EQ(box.Store.Mails()[1]->Number, 3);
 }
 
+TEST(Demo, SpeaksImap) {
+    DEMOSTORE store;
+    store.Deliver("Subject: one\r\nTo: a,\r\n b\r\nX: y\r\n\r\nline 1\r\n");
+    store.Deliver("Content-Type: multipart/mixed; boundary=part\r\n\r\n--part\r\nA: b\r\n\r\n1st\r\n--part--\r\n", "",
+                  true);
+    store.Deliver("Subject: three\r\n\r\n");
+    IMAPSESSION session(store, "demo", "pass word");
+    const struct {
+        const char* Command;
+        const char* Reply;  // the lines split by "|"
+    } dialogue[] = {
+        {"a SELECT INBOX", "a BAD unknown command or arguments"},
+        {"a LOGIN demo wrong", "a NO invalid user or password"},
+        {"", "* BAD no command"},
+        {"a login \"demo\" \"pass word\"", "a OK logged in"},
+        {"a SEARCH ALL", "a BAD unknown command or arguments"},
+        {"a SELECT other", "a NO no such folder"},
+        {"a EXAMINE inbox",
+         "* FLAGS (\\Seen \\Deleted)|* OK [PERMANENTFLAGS (\\Seen \\Deleted)]|* 3 EXISTS|* 0 RECENT|* OK [UIDVALIDITY "
+         "1]|"
+         "a OK [READ-ONLY] selected"},
+        {"a FETCH 1 BODY[TEXT]", "* 1 FETCH (BODY[TEXT] {8}|line 1|)|a OK done"},
+        {"a STORE 1 +FLAGS \\Deleted", "a NO read-only"},
+        {"a SELECT INBOX",
+         "* FLAGS (\\Seen \\Deleted)|* OK [PERMANENTFLAGS (\\Seen \\Deleted)]|* 3 EXISTS|* 0 RECENT|* OK [UIDVALIDITY "
+         "1]|"
+         "a OK [READ-WRITE] selected"},
+        {"a SEARCH ALL", "* SEARCH 1 2 3|a OK done"},
+        {"a SEARCH (UID 3)", "* SEARCH 3|a OK done"},
+        {"a SEARCH 2:* UNSEEN", "* SEARCH 3|a OK done"},
+        {"a SEARCH FROM x", "a BAD unknown command or arguments"},
+        {"a FETCH 1:2 (FLAGS UID RFC822.SIZE)",
+         "* 1 FETCH (FLAGS () UID 1 RFC822.SIZE 42)|* 2 FETCH (FLAGS (\\Seen) UID 2 RFC822.SIZE 79)|a OK done"},
+        {"a FETCH 1 (BODY.PEEK[HEADER.FIELDS (to CC)] FLAGS)",
+         "* 1 FETCH (BODY[HEADER.FIELDS (TO CC)] {14}|To: a,| b|| FLAGS ())|a OK done"},
+        {"a FETCH 2 BODY.PEEK[1]<1.4096>", "* 2 FETCH (BODY[1]<1> {2}|st)|a OK done"},
+        {"a FETCH 2 BODY.PEEK[7]", "a BAD unknown command or arguments"},
+        {"a FETCH 9 FLAGS", "a OK done"},
+        {"a UID FETCH 3 BODY[]", "* 3 FETCH (UID 3 BODY[] {18}|Subject: three||)|a OK done"},
+        {"a SEARCH UNSEEN", "* SEARCH 1|a OK done"},
+        {"a COPY 1 nowhere", "a NO [TRYCREATE] no such folder"},
+        {"a COPY 1 spam", "a OK done"},
+        {"a STORE 1 +FLAGS (\\deleted)", "* 1 FETCH (FLAGS (\\Deleted))|a OK done"},
+        {"a STORE 3 FLAGS.SILENT \\Deleted", "a OK done"},
+        {"a EXPUNGE", "* 3 EXPUNGE|* 1 EXPUNGE|a OK done"},
+        {"a UID SEARCH ALL", "* SEARCH 2|a OK done"},
+        {"a LOGOUT", "* BYE|a OK done"},
+    };
+    for (const auto& line : dialogue) {
+        std::string reply = session.Reply(line.Command);
+        for (size_t at; (at = reply.find("\r\n")) != reply.npos;)
+            reply.replace(at, 2, "|");
+        EXPECT_EQ(reply, std::string(line.Reply) + "|") << line.Command;
+    }
+    EXPECT_TRUE(session.Ended());
+    EXPECT_EQ(store.Mails().size(), 1U);
+    ASSERT_EQ(store.Mails("spam").size(), 1U);
+    EXPECT_EQ(store.Mails("spam")[0]->Text.substr(0, 12), "Subject: one");
+}
+
+TEST(Demo, ServesTheRealImapClient) {
+    MAILBOX<IMAPSERVICE> box;
+    STRING result;
+    ASSERT_TRUE(ImapGet(box.Progress, box.Server, "demo", "demo", "", IMAP_BODY_BYTES, result)) << Std(result);
+    EXPECT_EQ(result.Line(0), "+OK 3 msgs|3 unread|0 bytes");
+    RECORDARRAY records(64, 64);
+    ASSERT_EQ(BuildMailHash(result, records), 3);
+    EXPECT_EQ(records[0]["Subject"], "three");
+    EXPECT_EQ(records[2]["Body"], "line 1\nline 2\n\n");
+    EXPECT_TRUE(ImapMove(box.Progress, box.Server, "demo", "demo", records[1]["X-Message-Id"], "spam", result))
+        << Std(result);
+    EXPECT_TRUE(ImapDelete(box.Progress, box.Server, "demo", "demo", records[0]["X-Message-Id"], result))
+        << Std(result);
+    ASSERT_EQ(box.Store.Mails().size(), 1U);
+    EXPECT_EQ(box.Store.Mails()[0]->Number, 1);
+    EXPECT_EQ(box.Store.Mails("spam").size(), 1U);
+}
+
 // The program ends while somebody is connected and says nothing.
 TEST(Demo, EndsWithAConversationUnderWay) {
-    auto box = std::make_unique<MAILBOX>();
+    auto box = std::make_unique<MAILBOX<POP3SERVICE>>();
     const SOCKETS::SOCK client = SOCKETS::Open();
     ASSERT_TRUE(SOCKETS::Connect(client, SOCKETS::LOOPBACK, box->Service.Port()));
     char byte;
@@ -151,7 +233,7 @@ TEST(Demo, BringsMailToTheApplication) {
     ASSERT_TRUE(application.Open());
     ASSERT_TRUE(demo.AddAccounts(application));
     ASSERT_TRUE(demo.AddAccounts(application));
-    ASSERT_EQ(application.Items.Count(), 1);
+    ASSERT_EQ(application.Items.Count(), 2);
     demo.StartArrivals(application);
     application.Start();
     // The mails that were there, and at least one that came between two checks.
