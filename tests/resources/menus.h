@@ -7,8 +7,8 @@
 struct MENULINE {
     enum KIND { MENU, SUBMENU, ITEM, SEPARATOR, KEYS, KEY, END } Kind;
     int Command = 0;
-    std::string Text{};  // with "&"; of a key: its modifier and its name in the resource script
-    std::string Keys{};  // as the menu shows them
+    std::string Text{};  // with "&"; of a key: its modifier, such as "Ctrl+"
+    std::string Keys{};  // as the menu shows them; of a key: its name in the resource script
 };
 
 std::vector<MENULINE> EnglishMenus();
