@@ -59,7 +59,7 @@ bool MAILHANDLING::WithHandler(const STRINGARRAY& item, WORK work) {
     STRING source = item.Get("Source");
     MAILBOXCALL call{item,
                      progress,
-                     Settings,
+                     *Settings,
                      StopAsked,
                      source.Word(0, "|", WORD_NEVERNULL),
                      source.Word(1, "|", WORD_NEVERNULL),

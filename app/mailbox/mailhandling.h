@@ -13,7 +13,10 @@
 class MAILHANDLING : public MAILBOXES {
  public:
     MAILHANDLING(FRONTEND& frontEnd, const TEXTS& texts, const STRINGARRAY& settings)
-        : FrontEnd(frontEnd), TextTable(texts), Settings(settings) {}
+        : FrontEnd(frontEnd), TextTable(texts), Settings(&settings) {}
+
+    /// Other settings from now on, which outlive this too. Not while a call runs.
+    void SetSettings(const STRINGARRAY& settings) { Settings = &settings; }
 
     /// Who knows that the program is to end; nobody at first. Not while a call runs.
     void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
@@ -29,6 +32,6 @@ class MAILHANDLING : public MAILBOXES {
 
     FRONTEND& FrontEnd;
     const TEXTS& TextTable;
-    const STRINGARRAY& Settings;
+    const STRINGARRAY* Settings;
     STOPQUESTION StopAsked = [] { return false; };
 };

@@ -49,10 +49,11 @@ class WebMail : public testing::Test {
     void SetUp() override { WebTimes.ReadMs = 20; }
     void TearDown() override { WebTimes = WEBTIMES(); }
 
-    void Play(const std::vector<std::string>& answers) {
+    void Play(const std::vector<std::string>& answers, const std::string& firstRequestsEnd = "\r\n\r\n") {
         std::vector<SCRIPT> scripts;
         for (const std::string& answer : answers)
-            scripts.push_back({PLAY::ReadUntil("\r\n\r\n"), PLAY::Send(answer), PLAY::Cut()});
+            scripts.push_back(
+                {PLAY::ReadUntil(scripts.empty() ? firstRequestsEnd : "\r\n\r\n"), PLAY::Send(answer), PLAY::Cut()});
         Server = std::make_unique<SCRIPTEDSERVER>(scripts);
         Settings.Set("DoHttpProxy", "1");
         Settings.Set("HttpProxy", STRING(Server->HostPort()));
@@ -107,12 +108,7 @@ TEST_F(WebMail, RedirectsAreFollowedToTheLetter) {
 }
 
 TEST_F(WebMail, AFormIsFilledInAndItsRedirectFollowed) {
-    const std::string go = "HTTP/1.0 301 Go\r\nLocation: b\r\n\r\n";
-    Play({go, "HTTP/1.0 200 OK\r\n\r\n"});
-    Server = std::make_unique<SCRIPTEDSERVER>(
-        std::vector<SCRIPT>{{PLAY::ReadUntil("\r\n\r\nu=$(joe)&p=pw\r\n"), PLAY::Send(go), PLAY::Cut()},
-                            {PLAY::ReadUntil("\r\n\r\n"), PLAY::Send("HTTP/1.0 200 OK\r\n\r\n"), PLAY::Cut()}});
-    Settings.Set("HttpProxy", STRING(Server->HostPort()));
+    Play({"HTTP/1.0 301 Go\r\nLocation: b\r\n\r\n", "HTTP/1.0 200 OK\r\n\r\n"}, "\r\n\r\nu=$(joe)&p=pw\r\n");
     WEBSESSION session(Settings, StopAsked);
     STRING result;
     EXPECT_EQ(session.WebPost("here.example/dir/a", "u=$($(USER))&p=$(PASS)", "joe", "pw", result), 200);
