@@ -6,7 +6,8 @@
 #include "app/demo/imapservice.h"
 #include "app/demo/pop3service.h"
 #include "app/demo/samplemail.h"
-#include "app/mailbox/mailboxes.h"
+#include "app/demo/webmailservice.h"
+#include "app/mailbox/mailhandling.h"
 #include "corelib/base/clock.h"
 
 namespace {
@@ -32,6 +33,7 @@ struct KIND {
 constexpr KIND KINDS[] = {
     {"Demo (POP3)", ITEMTYPE_POP3, Serve<POP3SERVICE>, 1, 0},
     {"Demo (IMAP)", ITEMTYPE_IMAP, Serve<IMAPSERVICE>, 3, 9},
+    {"Demo (web mail)", ITEMTYPE_HOTMAIL, Serve<WEBMAILSERVICE>, 5, 6},
 };
 
 }  // namespace
@@ -79,6 +81,8 @@ bool DEMO::AddAccounts(TARNWICK& application) {
     for (const auto& mailbox : Mailboxes) {
         STRING source;
         source.Format("127.0.0.1:%d|%s", mailbox->Service->Port(), DEMO_USER);
+        if (mailbox->Kind.Type == ITEMTYPE_HOTMAIL)
+            UseProxy(application, source.Word(0, "|"));
         if (const int known = find(mailbox->Kind.Name); known < application.Items.Count()) {
             // An earlier run has left it, with what it has seen; only the port is another one.
             application.Items[known].Set("Source", source);
@@ -99,6 +103,14 @@ bool DEMO::AddAccounts(TARNWICK& application) {
     application.pState.Set("SpamDoDomain", STRING("0"));
     application.pState.Set("SpamDoTrash", STRING("0"));
     return true;
+}
+
+// The user's own settings keep the proxy that they have.
+void DEMO::UseProxy(TARNWICK& application, const STRING& proxy) {
+    Settings = application.pState;
+    Settings.Set("DoHttpProxy", STRING("1"));
+    Settings.Set("HttpProxy", proxy);
+    application.Mailboxes().SetSettings(Settings);
 }
 
 DEMOSTORE& DEMO::NextStore() {

@@ -6,6 +6,7 @@
 
 #include "app/demo/demoservice.h"
 #include "app/demo/mailstore.h"
+#include "corelib/base/stringarray.h"
 
 class TARNWICK;
 
@@ -16,6 +17,7 @@ struct DEMOTIMES {
 extern DEMOTIMES DemoTimes;
 
 /// The built-in demo: mailboxes full of sample mail, the servers that show them, and accounts that watch these.
+/// Outlives the application that has its accounts.
 class DEMO {
  public:
     DEMO();
@@ -37,12 +39,15 @@ class DEMO {
  private:
     struct MAILBOX;
 
+    /// The application's mailboxes, and they alone, reach the web through this.
+    void UseProxy(TARNWICK& application, const STRING& proxy);
     /// The mailbox whose turn it is.
     DEMOSTORE& NextStore();
     static unsigned ThreadBody(void* self);
     void Arrivals();
 
     std::vector<std::unique_ptr<MAILBOX>> Mailboxes;
+    STRINGARRAY Settings;
     std::atomic<int> Turn = 0;
     std::atomic<int> Arrived = 0;
     int Burst = 0;  // spam mails so far

@@ -73,14 +73,12 @@ class HTTPSESSION : public DEMOSESSION {
 
 }  // namespace
 
-WEBMAILSITE::WEBMAILSITE(DEMOSTORE& store, std::string user, std::string password, WEBMAILPAGES::EDITION edition,
-                         int readUpTo)
+WEBMAILSITE::WEBMAILSITE(DEMOSTORE& store, std::string user, std::string password, WEBMAILPAGES::EDITION edition)
     : Store(store),
       User(std::move(user)),
       Password(std::move(password)),
       Session("session=" + std::to_string(CLOCK::Seconds())),
-      Edition(edition),
-      ReadUpTo(readUpTo) {}
+      Edition(edition) {}
 
 std::string WEBMAILSITE::Answer(std::string_view request) {
     std::string_view line = request.substr(0, request.find("\r\n"));
@@ -122,7 +120,7 @@ std::string WEBMAILSITE::Page(std::string_view path, std::string_view query) {
     if (path == "/cgi-bin/hmhome") {
         int unread = 0;
         for (const auto& mail : Store.Mails())
-            unread += IsNew(*mail);
+            unread += !Store.IsSeen(mail->Number);
         return Good(WEBMAILPAGES::HomePage(Edition, inboxUrl, unread));
     }
     if (path == INBOX_DOC)
@@ -135,14 +133,14 @@ std::string WEBMAILSITE::Page(std::string_view path, std::string_view query) {
 std::string WEBMAILSITE::Inbox() const {
     std::vector<WEBMAILPAGES::ENTRY> entries;
     for (const auto& mail : Store.Mails())
-        entries.push_back(WEBMAILPAGES::MakeEntry(*mail, IsNew(*mail)));
+        entries.push_back(WEBMAILPAGES::MakeEntry(*mail, !Store.IsSeen(mail->Number)));
     return WEBMAILPAGES::InboxPage(Edition, std::string(SITE) + "/cgi-bin/getmsg?msg=", entries);
 }
 
 std::string WEBMAILSITE::Mail(int number) {
     for (const auto& mail : Store.Mails()) {
         if (mail->Number == number) {
-            Read.insert(number);
+            Store.SetSeen(number, true);
             return Good(WEBMAILPAGES::MailPage(*mail));
         }
     }
@@ -150,7 +148,7 @@ std::string WEBMAILSITE::Mail(int number) {
 }
 
 WEBMAILSERVICE::WEBMAILSERVICE(DEMOSTORE& store, const std::string& user, const std::string& password,
-                               WEBMAILPAGES::EDITION edition, int readUpTo)
-    : DEMOSERVICE([site = std::make_shared<WEBMAILSITE>(store, user, password, edition, readUpTo)] {
+                               WEBMAILPAGES::EDITION edition)
+    : DEMOSERVICE([site = std::make_shared<WEBMAILSITE>(store, user, password, edition)] {
           return std::make_unique<HTTPSESSION>(site);
       }) {}

@@ -233,7 +233,8 @@ TEST(Demo, BringsMailToTheApplication) {
     ASSERT_TRUE(application.Open());
     ASSERT_TRUE(demo.AddAccounts(application));
     ASSERT_TRUE(demo.AddAccounts(application));
-    ASSERT_EQ(application.Items.Count(), 2);
+    ASSERT_EQ(application.Items.Count(), 3);
+    EXPECT_EQ(application.pState.Get("HttpProxy"), "") << "the proxy is for the demo alone";
     demo.StartArrivals(application);
     application.Start();
     // The mails that were there, and at least one that came between two checks.

@@ -61,6 +61,7 @@ TEST(Program, ShowsTheDemo) {
     EXPECT_EQ(second.Code, EXIT_GOOD);
     EXPECT_TRUE(Contains(second.Out, "41 mails, nothing new")) << second.Out;
     EXPECT_TRUE(Contains(second.Out, "Demo (IMAP): 14 mails (4 unread), nothing new")) << second.Out;
+    EXPECT_TRUE(Contains(second.Out, "Demo (web mail): 9 mails (3 unread), nothing new")) << second.Out;
 }
 
 TEST(Program, ScoresAMailboxFile) {

@@ -16,12 +16,12 @@ namespace {
 class WebMailService : public testing::Test {
  protected:
     WebMailService() {
-        Store.Deliver("From: Tom <tom@example.net>\r\nSubject: Hi & <you>\r\n\r\nline 1\r\n");
+        Store.Deliver("From: Tom <tom@example.net>\r\nSubject: Hi & <you>\r\n\r\nline 1\r\n", "", true);
         Store.Deliver("From: =?ISO-8859-1?Q?J=FCrgen_Wei=DF?= <j@example.com>\r\nSubject: \r\n\r\n");
         Store.Deliver("From: bare@example.org\r\nSubject: =?UTF-8?B?R3LDvMOfZQ==?= 3\r\n\r\n");
     }
     void Serve(EDITION edition) {
-        Service = std::make_unique<WEBMAILSERVICE>(Store, "demo", "pw", edition, 1);
+        Service = std::make_unique<WEBMAILSERVICE>(Store, "demo", "pw", edition);
         ASSERT_TRUE(Service->Start());
         STRING proxy;
         proxy.Format("127.0.0.1:%d", Service->Port());
