@@ -88,11 +88,4 @@ TEST_F(Dialling, FailureIsShownOncePerPeriod) {
     EXPECT_EQ(Journal.Take()[3], "dial home");
 }
 
-TEST_F(Dialling, TheMachinesOwnServiceCanBeAsked) {
-    WINRAS service;
-    EXPECT_TRUE(service.EnumEntries().NotNull());
-    EXPECT_FALSE(service.IsConnected("no such entry of this machine"));
-    EXPECT_FALSE(service.HangUp("no such entry of this machine"));
-}
-
 }  // namespace

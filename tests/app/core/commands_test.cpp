@@ -291,17 +291,6 @@ TEST(Clicks, DoWhatTheSettingsSay) {
     EXPECT_TRUE(action.Reset && !action.MailProgram && action.Command == 0);
 }
 
-TEST(Clicks, OnColumnHeadsSort) {
-    STRINGARRAY state;
-    state.Set("LastSortColumn", "0");
-    state.Set("LastSortOrder", "0");
-    for (const auto& [column, order] : {std::pair{0, 1}, {1, 1}, {1, 0}, {1, 1}, {0, 1}}) {
-        ClickColumnHead(state, column);
-        EXPECT_EQ(state.GetNumber("LastSortColumn"), column);
-        EXPECT_EQ(state.GetNumber("LastSortOrder"), order);
-    }
-}
-
 TEST(MainTitles, NameVersionAndWhatIsUnusual) {
     class TITLETEXTS : public TEXTS {
      public:
@@ -316,16 +305,6 @@ TEST(MainTitles, NameVersionAndWhatIsUnusual) {
         WriteBytes(trash.File(name), "");
     EXPECT_EQ(Std(MainTitle(texts, plain, true, trash.Path())), "Title 2.02 (paused) - 2 in the trash");
     EXPECT_EQ(Std(MainTitle(texts, ARGUMENTS("tarnwick", "/novers"), false, trash.File("none"))), "Title");
-}
-
-TEST(Deletion, AsksByNameOrNumber) {
-    class ASKTEXTS : public TEXTS {
-     public:
-        STRING Get(int id) const override { return id == 2932 ? "Delete $(n)?" : id == 2947 ? "All $(n)?" : "Title"; }
-    } texts;
-    EXPECT_EQ(Std(DeleteQuestion(texts, 1, "a $(n)")), "Delete a $(n)?");
-    EXPECT_EQ(Std(DeleteQuestion(texts, 3, "a")), "All 3?");
-    EXPECT_EQ(Std(BusyTitle(texts, "a")), "Title - a");
 }
 
 }  // namespace

@@ -87,15 +87,4 @@ TEST_F(Tray, FollowsTheProgram) {
     EXPECT_EQ(TrayPicture(Cycle, State), TRAY_SUSPENDED) << "no longer failed";
 }
 
-TEST_F(Tray, RemembersTheCountThatItShows) {
-    AddItem("a", 0).Set("LastRC", "1|1");
-    Cycle.Turn();
-    Journal.Take();
-    // Drawn for a reason of the front end's own: the cycle need not draw the same again.
-    Items[0].Set("LastRC", "2|2");
-    TrayPicture(Cycle, State);
-    Cycle.Turn();
-    EXPECT_EQ(Journal.Take(), std::vector<std::string>());
-}
-
 }  // namespace

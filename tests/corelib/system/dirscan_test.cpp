@@ -49,18 +49,6 @@ TEST(DirScan, FindsWhatMatches) {
         EXPECT_EQ(Found(dir.File(c.Pattern)), c.Names) << c.Pattern;
 }
 
-TEST(DirScan, NothingComesBehindTheClose) {
-    TEMPDIR dir;
-    WriteBytes(dir.File("1"), "x");
-    WriteBytes(dir.File("2"), "x");
-    STRING name;
-    DIRSCAN scan(dir.File("?").Text(), name);
-    ASSERT_TRUE(name.NotNull());
-    scan.Close();
-    EXPECT_FALSE(scan.Next());
-    EXPECT_FALSE(name.NotNull());
-}
-
 std::string Collected(const TEMPDIR& dir, const char* pattern, int recurse) {
     DYNARRAY<STRING> files(4, 4);
     int count = OSYS::CollectFiles(dir.Path(), pattern, &files, recurse);
