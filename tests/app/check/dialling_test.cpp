@@ -23,11 +23,8 @@ class Dialling : public CYCLETEST {
 
 TEST_F(Dialling, OnlineByTheSettings) {
     const struct {
-        const char* Type;
-        const char* Any;
-        const char* Entry;
-        bool Connected;
-        bool Online;
+        const char *Type, *Any, *Entry;
+        bool Connected, Online;
     } CASES[] = {
         {"0", "0", "", false, true},      {"-1", "0", "home", true, false},   {"2", "0", "home", true, false},
         {"1", "0", "home", false, false}, {"1", "0", "home", true, true},     {"1", "0", "office", true, false},

@@ -31,8 +31,7 @@ TEST(DirScan, FindsWhatMatches) {
         WriteBytes(dir.File(name), "x");
     ASSERT_TRUE(OSYS::MakeDirectory(dir.File("sub.ini").Text()));
     const struct {
-        const char* Pattern;
-        const char* Names;
+        const char *Pattern, *Names;
     } cases[] = {
         {"*.ini", "B.INI a.ini ab.ini sub.ini/ "},  // the case is of no account
         {"?.ini", "B.INI a.ini "},

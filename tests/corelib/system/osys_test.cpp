@@ -8,8 +8,7 @@ namespace {
 
 TEST(Paths, AreTakenApartAndPutTogether) {
     const struct {
-        const char* Path;
-        const char* Directory;
+        const char *Path, *Directory;
     } directories[] = {
         {"x.txt", "."}, {"", "."},   {"c:x.txt", "c"},   {"c:\\x.txt", "c:"},    {"a\\b\\c", "a\\b"},
         {"a/b", "a"},   {"\\a", ""}, {"a\\b\\", "a\\b"}, {"a\\b/c:d", "a\\b/c"},
