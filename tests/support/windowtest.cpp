@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -57,6 +58,24 @@ bool PumpUntil(const std::function<bool()>& condition) {
         MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
     }
     return false;
+}
+
+void Later(std::function<void()> act) {
+    static std::function<void()> next;
+    next = std::move(act);
+    SetTimer(nullptr, 0, 1, [](HWND, UINT, UINT_PTR timer, DWORD) {
+        KillTimer(nullptr, timer);
+        std::exchange(next, nullptr)();
+    });
+}
+
+void DialogKey(HWND dialog, int key) {
+    MSG message{};
+    message.hwnd = GetFocus();
+    message.message = WM_KEYDOWN;
+    message.wParam = static_cast<WPARAM>(key);
+    if (!CallMsgFilterW(&message, MSGF_DIALOGBOX) && !IsDialogMessageW(dialog, &message))
+        DispatchMessageW(&message);
 }
 
 void MoveMouse(HWND window, int x, int y) {

@@ -13,6 +13,11 @@
 void Pump();
 bool PumpUntil(const std::function<bool()>& condition);
 
+/// Acts in a message loop that runs next, such as a dialog's.
+void Later(std::function<void()> act);
+/// A key on its way to the control with the focus, through the filter and the keys of the dialog.
+void DialogKey(HWND dialog, int key);
+
 /// Mouse messages at a place of a window's client area, through its queue. Click is move, press and release.
 void MoveMouse(HWND window, int x, int y);
 void PressMouse(HWND window, int x, int y);

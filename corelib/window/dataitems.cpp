@@ -1,0 +1,157 @@
+#include "corelib/window/dataitems.h"
+
+#include <algorithm>
+
+#include "corelib/base/trace.h"
+#include "corelib/window/controls.h"
+#include "corelib/window/datadialog.h"
+
+namespace {
+
+// The numbers that arrows beside edit fields get.
+constexpr int FIRST_SPIN_ID = 65000;
+constexpr int END_SPIN_ID = 65500;
+
+void AddStyle(HWND window, LONG style) {
+    SetWindowLongW(window, GWL_STYLE, GetWindowLongW(window, GWL_STYLE) | style);
+}
+
+}  // namespace
+
+bool DATAITEM::IsThere(HWND control, const char* text) const {
+    STRING number;
+    number.Format("%d", Control);
+    return ASSERTION_INFO(control != nullptr, text, number.Text());
+}
+
+void DATAITEM::Put(const STRING& text) {
+    const uint32_t flags = Value->GetFlags();
+    *Value = text;
+    Value->SetFlags(flags);
+}
+
+void DATAITEM::PutNumber(int number) {
+    STRING text;
+    text.Format("%d", number);
+    Put(text);
+}
+
+void DATAEDIT::Load(DATADIALOG& dialog) {
+    EDITFIELD e(dialog.hWnd, Control);
+    if (!IsThere(e.Hwnd(), "e.Hwnd()"))
+        return;
+    AddStyle(e.Hwnd(), ES_AUTOHSCROLL);
+    e.Limit(Limit);
+    e.SetText(Value->View().empty() ? STRING("") : *Value);
+    e.SelectAll();
+}
+
+void DATAEDIT::Store(DATADIALOG& dialog) {
+    const EDITFIELD e(dialog.hWnd, Control);
+    if (e.Hwnd())
+        Put(e.Text());
+}
+
+HWND DATANUMBER::MakeSpin(HWND dialog, HWND edit) {
+    for (IdSpin = FIRST_SPIN_ID; IdSpin < END_SPIN_ID && GetDlgItem(dialog, IdSpin);)
+        ++IdSpin;
+    if (!ASSERTION(IdSpin < END_SPIN_ID, "IdSpin<65500"))
+        return nullptr;
+    const HWND spin = CreateWindowExW(
+        0, UPDOWN_CLASSW, L"",
+        WS_CHILD | WS_VISIBLE | UDS_ALIGNRIGHT | UDS_SETBUDDYINT | UDS_ARROWKEYS | UDS_NOTHOUSANDS, 0, 0, 0, 0, dialog,
+        reinterpret_cast<HMENU>(static_cast<intptr_t>(IdSpin)), GetModuleHandleW(nullptr), nullptr);
+    SendMessageW(spin, UDM_SETBUDDY, reinterpret_cast<WPARAM>(edit), 0);
+    SendMessageW(spin, UDM_SETRANGE32, static_cast<WPARAM>(Minimum), Maximum);
+    return spin;
+}
+
+void DATANUMBER::Load(DATADIALOG& dialog) {
+    const EDITFIELD e(dialog.hWnd, Control);
+    if (!IsThere(e.Hwnd(), "e.Hwnd()"))
+        return;
+    AddStyle(e.Hwnd(), ES_NUMBER);
+    const HWND made = IdSpin == 0 ? nullptr : GetDlgItem(dialog.hWnd, IdSpin);
+    const HWND spin = made ? made : MakeSpin(dialog.hWnd, e.Hwnd());
+    SendMessageW(spin, UDM_SETPOS32, 0, Number());
+}
+
+void DATANUMBER::Store(DATADIALOG& dialog) {
+    // Not the arrows' number, which stays where it was when something beyond the bounds is typed.
+    const EDITFIELD e(dialog.hWnd, Control);
+    if (e.Hwnd())
+        PutNumber(std::clamp(atoi(e.Text()), Minimum, Maximum));
+}
+
+void DATACHECK::Load(DATADIALOG& dialog) {
+    BUTTON check(dialog.hWnd, Control);
+    if (IsThere(check.Hwnd(), "check.Hwnd()"))
+        check.SetState(Bit == NO_BIT ? Number() : Number() >> Bit & 1);
+}
+
+void DATACHECK::Store(DATADIALOG& dialog) {
+    const BUTTON check(dialog.hWnd, Control);
+    if (!check.Hwnd())
+        return;
+    const int checked = check.IsChecked();
+    PutNumber(Bit == NO_BIT ? checked : (Number() & ~(1 << Bit)) | checked << Bit);
+}
+
+void DATARADIO::Load(DATADIALOG& dialog) {
+    BUTTON radio(dialog.hWnd, Control);
+    if (IsThere(radio.Hwnd(), "radio.Hwnd()"))
+        radio.SetState(Number() == Own);
+}
+
+void DATARADIO::Store(DATADIALOG& dialog) {
+    const BUTTON radio(dialog.hWnd, Control);
+    if (radio.Hwnd() && radio.IsChecked())
+        PutNumber(Own);
+}
+
+void DATALIST::Load(DATADIALOG& dialog) {
+    LISTBOX lb(dialog.hWnd, Control);
+    if (!IsThere(lb.Hwnd(), "lb.Hwnd()"))
+        return;
+    if (!Texts.empty())
+        lb.Clear();
+    for (const STRING& text : Texts)
+        lb.Add(text);
+    lb.Select(Number());
+}
+
+void DATALIST::Store(DATADIALOG& dialog) {
+    const LISTBOX lb(dialog.hWnd, Control);
+    if (lb.Hwnd() && lb.Selected() >= 0)
+        PutNumber(lb.Selected());
+}
+
+void DATATEXTLIST::Load(DATADIALOG& dialog) {
+    DATALIST::Load(dialog);
+    LISTBOX lb(dialog.hWnd, Control);
+    if (lb.Hwnd())
+        lb.Select(lb.Find(*Value));
+}
+
+void DATATEXTLIST::Store(DATADIALOG& dialog) {
+    const LISTBOX lb(dialog.hWnd, Control);
+    if (lb.Hwnd() && lb.Selected() >= 0)
+        Put(lb.SelectedText());
+}
+
+void DATAPUSH::Load(DATADIALOG&) {
+    ASSERTION(this->Magic == MAGIC, "this->Magic==0x50555348");
+    Held = *Value;
+}
+
+void DATAPUSH::Store(DATADIALOG&) {
+    ASSERTION(this->Magic == MAGIC, "this->Magic==0x50555348");
+    Put(Held);
+}
+
+void DATAPUSH::Press(DATADIALOG& dialog) {
+    ASSERTION(this->Magic == MAGIC, "this->Magic==0x50555348");
+    // A copy: the function may run a dialog's message loop, in which this very item is used.
+    const STRING before = Held;
+    Held = Function(before, Argument, dialog);
+}

@@ -1,0 +1,330 @@
+#include "corelib/base/stringarray.h"
+#include "corelib/window/controls.h"
+#include "corelib/window/datapages.h"
+#include "corelib/window/fontvalue.h"
+#include "tests/support/windowtest.h"
+
+namespace {
+
+constexpr int FORM = 100, FRAME = 101, PAGE_ONE = 102, PAGE_TWO = 103, TAB = 300;
+constexpr int EDIT = 201, NUMBER = 202, CHECK = 203, ONE = 204, TWO = 205, COMBO = 206, LIST = 207, TEXTS = 208,
+              PUSH = 209, LABEL = 210, KIND = 401;
+
+// Runs the dialog, in whose message loop the user then acts; it is cancelled if it is still there afterwards.
+bool RunWith(DATADIALOG& dialog, const std::function<void()>& user) {
+    Later([&] {
+        dialog.Show();
+        user();
+        if (dialog.hWnd)
+            PostMessageW(dialog.hWnd, WM_COMMAND, IDCANCEL, 0);
+    });
+    return dialog.Run();
+}
+
+void ClickOn(const DATADIALOG& dialog, int control) {
+    SendDlgItemMessageW(dialog.hWnd, control, BM_CLICK, 0, 0);
+}
+
+// As a person does it, with the messages that tell the dialog.
+void SelectIn(const DATADIALOG& dialog, int control, int place) {
+    LISTBOX list(dialog.hWnd, control);
+    list.Select(place);
+    SendMessageW(dialog.hWnd, WM_COMMAND, MAKEWPARAM(control, LBN_SELCHANGE), reinterpret_cast<LPARAM>(list.Hwnd()));
+}
+
+bool IsOn(const DATADIALOG& dialog, int control) {
+    return IsWindowEnabled(GetDlgItem(dialog.hWnd, control)) != 0;
+}
+
+int Focused() {
+    return GetDlgCtrlID(GetFocus());
+}
+
+STRING AddX(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialog) {
+    dialog.SetControlText(argument.Control, "pushed");
+    return value || "x";
+}
+
+const STRINGARRAY START("check=1\ncombo=1\nedit=text\nlist=2\nnumber=5\npush=p\nradio=2\ntexts=TWO\n", 8, 8);
+const std::vector<STRING> CHOICES = {"one", "two", "three"};
+
+void AddAll(DATADIALOG& dialog, STRINGARRAY& record) {
+    dialog.Add<DATAEDIT>(EDIT, record["edit"], 10);
+    dialog.Add<DATANUMBER>(NUMBER, record["number"], 1, 59);
+    dialog.Add<DATACHECK>(CHECK, record["check"]);
+    dialog.Add<DATARADIO>(ONE, record["radio"], 1);
+    dialog.Add<DATARADIO>(TWO, record["radio"], 2);
+    dialog.Add<DATALIST>(COMBO, record["combo"], CHOICES);
+    dialog.Add<DATALIST>(LIST, record["list"], CHOICES);
+    dialog.Add<DATATEXTLIST>(TEXTS, record["texts"], CHOICES);
+    dialog.AddPush(PUSH, record["push"], AddX, {LABEL, ""});
+}
+
+TEST(DataDialog, ShowsTheRecordAndStoresOnOkOnly) {
+    for (const int ending : {IDOK, IDCANCEL}) {
+        STRINGARRAY record = START;
+        record["edit"].SetFlags(STRINGFLAG_BINARY);
+        DATADIALOG dialog(FORM, nullptr);
+        AddAll(dialog, record);
+        const bool stored = RunWith(dialog, [&] {
+            EXPECT_EQ(dialog.ControlText(EDIT), "text");
+            EXPECT_EQ(dialog.ControlText(NUMBER), "5");
+            EXPECT_TRUE(IsDlgButtonChecked(dialog.hWnd, CHECK));
+            EXPECT_FALSE(IsDlgButtonChecked(dialog.hWnd, ONE));
+            EXPECT_TRUE(IsDlgButtonChecked(dialog.hWnd, TWO));
+            EXPECT_EQ(LISTBOX(dialog.hWnd, COMBO).SelectedText(), "two");
+            EXPECT_EQ(LISTBOX(dialog.hWnd, LIST).SelectedText(), "three");
+            EXPECT_EQ(LISTBOX(dialog.hWnd, TEXTS).SelectedText(), "two");
+            EXPECT_EQ(Focused(), EDIT);
+
+            dialog.SetControlText(EDIT, "\xfc");
+            dialog.SetControlText(NUMBER, "77");
+            ClickOn(dialog, CHECK);
+            ClickOn(dialog, ONE);
+            SelectIn(dialog, COMBO, 0);
+            SelectIn(dialog, LIST, 0);
+            SelectIn(dialog, TEXTS, 2);
+            ClickOn(dialog, PUSH);
+            ClickOn(dialog, PUSH);
+            EXPECT_EQ(dialog.ControlText(LABEL), "pushed");
+            ClickOn(dialog, ending);
+        });
+        EXPECT_EQ(stored, ending == IDOK);
+        const char* const changed =
+            "check=0\ncombo=0\nedit=={{/A==}}\nlist=0\nnumber=59\npush=pxx\nradio=1\ntexts=three\n";
+        if (!stored)
+            record["edit"].SetFlags(0);
+        EXPECT_EQ(Std(record.AsText()), stored ? changed : Std(START.AsText()));
+    }
+}
+
+TEST(DataDialog, ChecksStandForBitsOrTheWholeNumber) {
+    const struct {
+        const char* Value;
+        int Bit;
+        bool Checked;
+        const char* Clicked;
+    } table[] = {
+        {"5", 3, false, "13"},
+        {"13", 3, true, "5"},
+        {"", 0, false, "1"},
+        {"0", DATACHECK::NO_BIT, false, "1"},
+        {"1", DATACHECK::NO_BIT, true, "0"},
+    };
+    for (const auto& row : table) {
+        STRING value = row.Value;
+        DATADIALOG dialog(FORM, nullptr);
+        dialog.Add<DATACHECK>(CHECK, value, row.Bit);
+        RunWith(dialog, [&] {
+            EXPECT_EQ(IsDlgButtonChecked(dialog.hWnd, CHECK) != 0, row.Checked) << row.Value;
+            ClickOn(dialog, CHECK);
+            ClickOn(dialog, IDOK);
+        });
+        EXPECT_EQ(value, row.Clicked) << row.Value;
+    }
+}
+
+TEST(DataDialog, WorksByTheKeyboard) {
+    STRINGARRAY record = START;
+    DATADIALOG dialog(FORM, nullptr);
+    AddAll(dialog, record);
+    EXPECT_TRUE(RunWith(dialog, [&] {
+        DialogKey(dialog.hWnd, VK_TAB);
+        EXPECT_EQ(Focused(), NUMBER);
+        DialogKey(dialog.hWnd, VK_UP);
+        EXPECT_EQ(dialog.ControlText(NUMBER), "6");
+        for (const int next : {CHECK, TWO, COMBO, LIST, TEXTS, PUSH, IDOK, IDCANCEL, EDIT}) {
+            DialogKey(dialog.hWnd, VK_TAB);
+            EXPECT_EQ(Focused(), next);
+        }
+        DialogKey(dialog.hWnd, VK_RETURN);
+    }));
+    EXPECT_EQ(record["number"], "6");
+    EXPECT_FALSE(RunWith(dialog, [&] {
+        dialog.SetControlText(EDIT, "never");
+        DialogKey(dialog.hWnd, VK_ESCAPE);
+    }));
+    EXPECT_EQ(record["edit"], "text");
+}
+
+TEST(DataDialog, LivesWithoutAControl) {
+    EXPECT_ASSERTIONS(2);
+    STRING lost = "lost", kept = "old";
+    DATADIALOG dialog(FORM, nullptr);
+    dialog.Add<DATAEDIT>(999, lost, 10);
+    dialog.Add<DATAEDIT>(EDIT, kept, 10);
+    dialog.Disable(LABEL, 998, RULE_SET);
+    EXPECT_TRUE(RunWith(dialog, [&] {
+        dialog.SetControlText(EDIT, "new");
+        ClickOn(dialog, IDOK);
+    }));
+    EXPECT_EQ(lost, "lost");
+    EXPECT_EQ(kept, "new");
+}
+
+TEST(DataDialog, RefusesThe65thRule) {
+    DATADIALOG dialog(FORM, nullptr);
+    for (int i = 0; i < 64; ++i)
+        dialog.Disable(LABEL, CHECK, RULE_SET);
+    EXPECT_ASSERTIONS(1);
+    dialog.Disable(LABEL, EDIT, RULE_SET);
+}
+
+TEST(Rules, AnswerByTheKindOfTheirSource) {
+    const TEMPDIR dir;
+    WriteBytes(dir.File("file"), "");
+    const STRING file = dir.File("file");
+    const struct {
+        RULESTATE Source;
+        uint32_t Mode;
+        const char* Compare;
+        bool Disabled;
+    } table[] = {
+        {{RULESTATE::CHECKABLE, true, ""}, RULE_SET, "", true},
+        {{RULESTATE::CHECKABLE, true, ""}, RULE_CLEAR | RULE_HIDES, "", false},
+        {{RULESTATE::LIST, false, "POP3"}, RULE_EQUALS, "pop3", true},
+        {{RULESTATE::LIST, false, "POP3"}, RULE_DIFFERS, "imap", true},
+        {{RULESTATE::LIST, false, ""}, RULE_EQUALS, nullptr, false},
+        {{RULESTATE::EDIT, false, ""}, RULE_SET, "", false},
+        {{RULESTATE::EDIT, false, ""}, RULE_CLEAR, "", true},
+        {{RULESTATE::EDIT, false, "a"}, RULE_DIFFERS, "A", false},
+        {{RULESTATE::EDIT, false, ""}, RULE_FILE_EXISTS, "", false},
+        {{RULESTATE::EDIT, false, file}, RULE_FILE_EXISTS, "", true},
+        {{RULESTATE::EDIT, false, file}, RULE_FILE_MISSING, "", false},
+        {{RULESTATE::EDIT, false, dir.Path()}, RULE_IS_DIRECTORY, "", true},
+        {{RULESTATE::EDIT, false, file}, RULE_NO_DIRECTORY, "", true},
+        {{RULESTATE::OTHER, true, "x"}, RULE_SET, "", false},
+    };
+    for (const auto& row : table)
+        EXPECT_EQ(RuleHolds(row.Source, row.Mode, row.Compare), row.Disabled)
+            << Std(row.Source.Text) << " " << row.Mode << " " << row.Compare;
+    EXPECT_ASSERTIONS(3);
+    EXPECT_FALSE(RuleHolds({RULESTATE::CHECKABLE, true, ""}, RULE_EQUALS, ""));
+    EXPECT_FALSE(RuleHolds({RULESTATE::LIST, true, "a"}, RULE_SET, ""));
+    EXPECT_FALSE(RuleHolds({RULESTATE::EDIT, true, "a"}, 8, ""));
+}
+
+TEST(Rules, KeepTheirTargetsRight) {
+    STRINGARRAY record = START;
+    DATADIALOG dialog(FORM, nullptr);
+    AddAll(dialog, record);
+    dialog.Disable(EDIT, ONE, RULE_SET);        // a neighbour of the button that will be clicked
+    dialog.Disable(NUMBER, CHECK, RULE_CLEAR);  // either of two
+    dialog.Disable(NUMBER, COMBO, RULE_EQUALS, "three");
+    dialog.Disable(LABEL, COMBO, RULE_DIFFERS | RULE_HIDES, "TWO");
+    dialog.Disable(PUSH, EDIT, RULE_CLEAR);
+    RunWith(dialog, [&] {
+        const HWND label = GetDlgItem(dialog.hWnd, LABEL);
+        EXPECT_TRUE(IsOn(dialog, EDIT) && IsOn(dialog, NUMBER) && IsOn(dialog, PUSH) && IsWindowVisible(label));
+        ClickOn(dialog, ONE);
+        EXPECT_FALSE(IsOn(dialog, EDIT));
+        ClickOn(dialog, TWO);
+        EXPECT_TRUE(IsOn(dialog, EDIT));
+
+        ClickOn(dialog, CHECK);
+        EXPECT_FALSE(IsOn(dialog, NUMBER));
+        SelectIn(dialog, COMBO, 2);
+        EXPECT_FALSE(IsWindowVisible(label));
+        ClickOn(dialog, CHECK);
+        EXPECT_FALSE(IsOn(dialog, NUMBER));
+        SelectIn(dialog, COMBO, 1);
+        EXPECT_TRUE(IsOn(dialog, NUMBER) && IsWindowVisible(label));
+
+        SetFocus(GetDlgItem(dialog.hWnd, PUSH));
+        dialog.SetControlText(EDIT, "");
+        EXPECT_FALSE(IsOn(dialog, PUSH));
+        EXPECT_NE(Focused(), PUSH);
+    });
+}
+
+// Complains of an empty field.
+class CAREFUL : public DATADIALOG {
+ public:
+    using DATADIALOG::DATADIALOG;
+
+ protected:
+    STRING Complaint(int& control) const override {
+        control = EDIT;
+        return ControlText(EDIT).Length() > 0 ? STRING() : STRING("empty");
+    }
+};
+
+struct PAGED {
+    explicit PAGED(STRINGARRAY& record) : Dialog(FRAME, nullptr, TAB) {
+        One = &Dialog.AddPage("One", std::make_unique<DATADIALOG>(PAGE_ONE, nullptr));
+        Two = &Dialog.AddPage("Two", std::make_unique<CAREFUL>(PAGE_TWO, nullptr));
+        One->Add<DATALIST>(KIND, record["combo"], CHOICES);
+        One->Add<DATARADIO>(ONE, record["radio"], 1);
+        One->Add<DATARADIO>(TWO, record["radio"], 2);
+        Two->Add<DATAEDIT>(EDIT, record["edit"], 10);
+        Two->Add<DATACHECK>(CHECK, record["check"]);
+        Two->Disable(CHECK, *One, KIND, RULE_EQUALS, "two");
+        One->Disable(*Two, EDIT, *One, ONE, RULE_SET);
+    }
+    DATAPAGES Dialog;
+    DATADIALOG* One;
+    DATADIALOG* Two;
+};
+
+TEST(DataPages, HaveRulesAcrossAndStoreTogether) {
+    STRINGARRAY record = START;
+    PAGED pages(record);
+    EXPECT_TRUE(RunWith(pages.Dialog, [&] {
+        EXPECT_EQ(Focused(), KIND);
+        EXPECT_TRUE(pages.One->IsVisible());
+        EXPECT_FALSE(pages.Two->IsVisible());
+        EXPECT_FALSE(IsOn(*pages.Two, CHECK));
+        SelectIn(*pages.One, KIND, 2);
+        EXPECT_TRUE(IsOn(*pages.Two, CHECK));
+        ClickOn(*pages.One, ONE);
+        EXPECT_FALSE(IsOn(*pages.Two, EDIT));
+        ClickOn(*pages.One, TWO);
+        EXPECT_TRUE(IsOn(*pages.Two, EDIT));
+
+        BYTE keys[256] = {};
+        keys[VK_CONTROL] = 0x80;
+        SetKeyboardState(keys);
+        DialogKey(pages.Dialog.hWnd, VK_TAB);
+        keys[VK_CONTROL] = 0;
+        SetKeyboardState(keys);
+        EXPECT_TRUE(pages.Two->IsVisible());
+        EXPECT_FALSE(pages.One->IsVisible());
+        EXPECT_EQ(Focused(), EDIT);
+        pages.Two->SetControlText(EDIT, "across");
+        ClickOn(pages.Dialog, IDOK);
+    }));
+    EXPECT_EQ(record["combo"], "2");
+    EXPECT_EQ(record["edit"], "across");
+}
+
+TEST(DataPages, ShowThePageOfAComplaint) {
+    STRINGARRAY record = START;
+    PAGED pages(record);
+    EXPECT_FALSE(RunWith(pages.Dialog, [&] {
+        pages.Two->SetControlText(EDIT, "");
+        Later([] { EndDialog(GetActiveWindow(), IDOK); });
+        ClickOn(pages.Dialog, IDOK);
+        EXPECT_TRUE(pages.Two->IsVisible());
+        EXPECT_EQ(Focused(), EDIT);
+    }));
+    EXPECT_EQ(record["edit"], "text");
+}
+
+TEST(DataPages, LeaveNoHandles) {
+    ExpectNoHandleGrowth([] {
+        STRINGARRAY record = START;
+        PAGED pages(record);
+        RunWith(pages.Dialog, [] {});
+    });
+}
+
+TEST(FontValue, KeepsAFont) {
+    LOGFONTW font{}, back{};
+    font.lfHeight = -13;
+    wcscpy(font.lfFaceName, L"Tahoma \xfc");
+    EXPECT_TRUE(FontFromValue(FontValue(font), back));
+    EXPECT_EQ(memcmp(&font, &back, sizeof font), 0);
+    EXPECT_FALSE(FontFromValue("other", back));
+}
+
+}  // namespace
