@@ -11,7 +11,9 @@ namespace {
 class Disposal : public testing::Test {
  protected:
     Disposal() {
-        FillSettings(State, {{"SpamDoIgnore", "0"}});
+        FillVerdicts(State);
+        State.Set("PopupBackgroundColor", "");
+        State.Set("PopupTextColor", "");
         int handle = FIRST_ITEM_HANDLE;
         FixItem(Item, State, handle);
         Item.Set("Type", "1");

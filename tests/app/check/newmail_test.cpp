@@ -7,7 +7,9 @@ namespace {
 class NewMail : public testing::Test {
  protected:
     NewMail() {
-        FillSettings(State, {{"SpamDoIgnore", "0"}});
+        FillVerdicts(State);
+        State.Set("PopupBackgroundColor", "");
+        State.Set("PopupTextColor", "");
         int handle = FIRST_ITEM_HANDLE;
         FixItem(Item, State, handle);
     }
@@ -22,7 +24,7 @@ class NewMail : public testing::Test {
     std::string Value(const char* key) const { return Std(Item.Get(key)); }
 
     STRINGARRAY State;
-    const TEXTS& Texts = FAKETEXTS;
+    FAKETEXTS Texts;
     TRASHSTORE Trash;
     RECORDINGNOTIFIER Notifier;
     STRINGARRAY Item;
@@ -53,7 +55,8 @@ TEST_F(NewMail, SummaryDecidesWhatIsKnown) {
     const std::string mails = Mail("a") + Mail("b", "Seen: 1\n");
     const struct {
         std::string Listing;
-        const char *Status, *LastRc;
+        const char* Status;
+        const char* LastRc;
     } CASES[] = {
         {"2 msgs|2 ?unread|99 bytes\n" + mails, "2 mails", "2|1?"},
         {"2 msgs|? unread|0 bytes\n" + mails, "2 mails", "2|1?"},

@@ -6,7 +6,8 @@ namespace {
 
 TEST(CodePage, TurnsUtf8IntoBytes) {
     const struct {
-        const char *Utf8, *Bytes;
+        const char* Utf8;
+        const char* Bytes;
         bool Exact;
     } cases[] = {
         {"", "", true},

@@ -36,7 +36,8 @@ class DURATIONTEXT : public TEXTS {
 
 TEST(Formats, Durations) {
     const struct {
-        int64_t Ms, Precision;
+        int64_t Ms;
+        int64_t Precision;
         const char* Text;
     } CASES[] = {
         {2 * 86400000 + 3600000 + 120000, 1, "2 days, 1 hour, 2 min"},

@@ -14,7 +14,8 @@ std::string Joined(const ARGUMENTS& arguments) {
 
 TEST(Arguments, SplitsTheCommandLine) {
     const struct {
-        const char *Line, *Words;
+        const char* Line;
+        const char* Words;
     } cases[] = {
         {"", ""},
         {"   ", ""},

@@ -139,7 +139,9 @@ TEST_F(DataDir, APlaceThatCannotBeMadeIsRefused) {
 
 TEST(ReplaceDirectory, TouchesOnlyFilesRightInTheOldDirectory) {
     const struct {
-        const char *OldDir, *Value, *Result;
+        const char* OldDir;
+        const char* Value;
+        const char* Result;
     } cases[] = {
         {"c:\\old", "c:\\old\\spamdef.dat", "d:\\new\\spamdef.dat"},
         {"c:\\old", "C:\\OLD\\spamdef.dat", "d:\\new\\spamdef.dat"},

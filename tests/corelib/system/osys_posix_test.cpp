@@ -14,7 +14,8 @@ TEST(PosixAutoStart, IsADesktopEntry) {
     VARIABLE config("XDG_CONFIG_HOME", dir.Native("config"));
     const STRING file = dir.File("config\\autostart\\Tarnwick.desktop");
     const struct {
-        const char *Command, *Exec;
+        const char* Command;
+        const char* Exec;
     } cases[] = {
         {"mailer --hidden", "mailer --hidden"},
         {"printf 'a\\b'", "printf 'a\\\\b'"},

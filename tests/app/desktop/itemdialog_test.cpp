@@ -1,0 +1,188 @@
+#include "app/desktop/itemdialog.h"
+
+#include <set>
+
+#include "app/check/items.h"
+#include "corelib/system/osys.h"
+#include "corelib/window/controls.h"
+#include "corelib/window/widetext.h"
+#include "tests/support/windowtest.h"
+
+namespace {
+
+constexpr int NAME = 201, MINUTES = 202, SECONDS = 203, SERVER = 204, USER = 205, PASSWORD = 206, KIND = 401,
+              FIRST_LABEL = 280;
+enum KINDS { POP3, IMAP, WEBMAIL, MAPI };
+
+class ItemDialog : public ::testing::TestWithParam<int> {
+ protected:
+    ItemDialog() {
+        const STRING directory = OSYS::FileDirectory(OSYS::ProgramPath().Text());
+        STRING path;
+        EXPECT_EQ(Texts.Load(directory.Text(), GetParam(), path), GetParam());
+        path = OSYS::FilePath(directory.Text(), GetParam() == LANGUAGE_GERMAN ? "german.dll" : "english.dll");
+        Module = LoadLibraryExW(WideText(path).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+        SetResourceModule(Module);
+    }
+    ~ItemDialog() override {
+        SetResourceModule(nullptr);
+        FreeLibrary(Module);
+    }
+
+    static STRINGARRAY Item(const char* type, const char* source, const char* period) {
+        STRINGARRAY state(STRING("PopupBackgroundColor=1\nPopupTextColor=2\n"), 8, 8);
+        STRINGARRAY item;
+        item["Name"] = "N\xe4me";
+        item["Type"] = type;
+        item["Source"] = source;
+        item["Source2"] = "secret";
+        item["TimingCyclic"] = period;
+        int handle = FIRST_ITEM_HANDLE;
+        FixItem(item, state, handle);
+        return item;
+    }
+    // What of a record the dialog changes.
+    static std::string Summary(const STRINGARRAY& item) {
+        std::string all;
+        for (const char* key : {"Name", "Type", "Source", "Source2", "TimingCyclic"})
+            all += Std(item.Get(key)) + ";";
+        return all;
+    }
+
+    // Opens the dialog, in which the user then acts; it is cancelled if it is still open afterwards.
+    bool Edit(STRINGARRAY& item, const std::function<void()>& user) {
+        Later([&] {
+            Dialog = GetActiveWindow();
+            ShowWindow(Dialog, SW_SHOW);
+            user();
+            if (IsWindow(Dialog))
+                PostMessageW(Dialog, WM_COMMAND, IDCANCEL, 0);
+        });
+        return EditItem(nullptr, Texts, item);
+    }
+    HWND Control(int control) const { return GetDlgItem(Dialog, control); }
+    std::string Text(int control) const { return Std(WINDOW(Control(control)).Title()); }
+    void Set(int control, const char* text) const { WINDOW(Control(control)).SetTitle(text); }
+    void Choose(int kind) const {
+        LISTBOX(Dialog, KIND).Select(kind);
+        SendMessageW(Dialog, WM_COMMAND, MAKEWPARAM(KIND, CBN_SELCHANGE), reinterpret_cast<LPARAM>(Control(KIND)));
+    }
+    // Presses OK, and closes the message that comes of it.
+    void PressOk() {
+        Later([this] {
+            const HWND box = GetActiveWindow();
+            constexpr int MESSAGE_TEXT = 0xFFFF;
+            Said = Std(WINDOW(GetDlgItem(box, MESSAGE_TEXT)).Title());
+            EndDialog(box, IDOK);
+        });
+        SendMessageW(Control(IDOK), BM_CLICK, 0, 0);
+    }
+
+    LANGUAGELIBRARY Texts;
+    HMODULE Module;
+    HWND Dialog = nullptr;
+    std::string Said;
+};
+
+TEST_P(ItemDialog, EditsARecord) {
+    STRINGARRAY item = Item("1", "mail.example|anna", "125");
+    EXPECT_TRUE(Edit(item, [&] {
+        EXPECT_EQ(Text(NAME), "N\xe4me");
+        EXPECT_EQ(Text(SERVER), "mail.example");
+        EXPECT_EQ(Text(USER), "anna");
+        EXPECT_NE(GetWindowLongW(Control(PASSWORD), GWL_STYLE) & ES_PASSWORD, 0);
+        EXPECT_EQ(Text(MINUTES) + ":" + Text(SECONDS), "2:5");
+        Set(NAME, " New ");
+        Choose(IMAP);
+        SendMessageW(Control(IDOK), BM_CLICK, 0, 0);
+    }));
+    EXPECT_EQ(Summary(item), "New;2;mail.example|anna;secret;125;");
+    EXPECT_EQ(item.Get("Source2").GetFlags() & STRINGFLAG_BINARY, STRINGFLAG_BINARY);
+
+    EXPECT_FALSE(Edit(item, [&] { Set(NAME, "other"); }));
+    EXPECT_EQ(item.Get("Name"), "New");
+}
+
+TEST_P(ItemDialog, KnowsTheKindsOfMailbox) {
+    STRINGARRAY web = Item("1", "mail.example|anna", "30");
+    EXPECT_TRUE(Edit(web, [&] {
+        Choose(WEBMAIL);
+        EXPECT_FALSE(IsWindowEnabled(Control(SERVER)));
+        EXPECT_TRUE(IsWindowEnabled(Control(USER)));
+        PressOk();
+    }));
+    EXPECT_EQ(Said, Std(Texts.Get(2963)));
+    EXPECT_EQ(Summary(web), "N\xe4me;3;hotmail|anna;secret;60;");
+
+    const struct {
+        const char *Type, *Source, *Period, *Stored;
+    } table[] = {
+        {"3", "|anna", "0", "N\xe4me;3;hotmail|anna;secret;0;"},
+        {"5", "hotmail|anna", "60", "N\xe4me;3;hotmail|anna;secret;60;"},
+        {"1", "pop.example|anna", "", "N\xe4me;1;pop.example|anna;secret;0;"},
+        {"0", "mapi|", "600", "N\xe4me;0;mapi|;;600;"},
+    };
+    for (const auto& row : table) {
+        STRINGARRAY item = Item(row.Type, row.Source, row.Period);
+        EXPECT_TRUE(Edit(item, [&] {
+            EXPECT_EQ(LISTBOX(Dialog, KIND).Count(), *row.Type == '0' ? 4 : 3);
+            EXPECT_EQ(IsWindowEnabled(Control(PASSWORD)) != 0, *row.Type != '0');
+            SendMessageW(Control(IDOK), BM_CLICK, 0, 0);
+        }));
+        EXPECT_EQ(Summary(item), row.Stored);
+    }
+}
+
+TEST_P(ItemDialog, SaysWhatIsMissing) {
+    STRINGARRAY item = Item("1", "mail.example|anna", "600");
+    const std::string before = Summary(item);
+    EXPECT_FALSE(Edit(item, [&] {
+        const struct {
+            int Control;
+            const char* Content;
+            int Text;
+        } table[] = {{NAME, " ", 10070}, {SERVER, "", 10071}, {USER, "", 10072}, {USER, "a|b", 10073}};
+        for (const auto& row : table) {
+            const std::string good = Text(row.Control);
+            Set(row.Control, row.Content);
+            PressOk();
+            EXPECT_EQ(Said, Std(Texts.Get(row.Text)));
+            EXPECT_EQ(GetFocus(), Control(row.Control));
+            Set(row.Control, good.c_str());
+        }
+    }));
+    EXPECT_EQ(Summary(item), before);
+}
+
+TEST_P(ItemDialog, HasRoomForItsTextsAndALetterForEachField) {
+    STRINGARRAY item = Item("2", "mail.example|anna", "600");
+    Edit(item, [&] {
+        const WINDOWDC dc(Dialog);
+        SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(Dialog, WM_GETFONT, 0, 0)));
+        std::set<int> letters;
+        for (HWND child = GetWindow(Dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+            const STRING text = WINDOW(child).Title();
+            const std::wstring wide = WideText(text);
+            RECT needed{}, room;
+            DrawTextW(dc, wide.c_str(), -1, &needed, DT_CALCRECT | DT_SINGLELINE);
+            GetClientRect(child, &room);
+            const int id = GetDlgCtrlID(child), mark = text.Pos('&');
+            const bool button = id <= IDCANCEL;
+            if (button || (id > FIRST_LABEL && id < KIND)) {
+                EXPECT_LE(needed.right + (button ? ScalePixels(8) : 0), room.right) << Std(text);
+            }
+            EXPECT_LE(needed.bottom, room.bottom) << Std(text);
+            if (mark != -1) {
+                EXPECT_TRUE(letters.insert(tolower(text[mark + 1])).second) << Std(text);
+            }
+        }
+        EXPECT_EQ(letters.size(), 6u);
+        if (const char* const picture = getenv("TARNWICK_PICTURE"))
+            UpdateWindow(Dialog),
+                SavePicture(Dialog, (std::string(picture) + std::to_string(GetParam()) + ".bmp").c_str());
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, ItemDialog, testing::Values(LANGUAGE_ENGLISH, LANGUAGE_GERMAN));
+
+}  // namespace
