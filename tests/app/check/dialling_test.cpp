@@ -23,11 +23,8 @@ class Dialling : public CYCLETEST {
 
 TEST_F(Dialling, OnlineByTheSettings) {
     const struct {
-        const char* Type;
-        const char* Any;
-        const char* Entry;
-        bool Connected;
-        bool Online;
+        const char *Type, *Any, *Entry;
+        bool Connected, Online;
     } CASES[] = {
         {"0", "0", "", false, true},      {"-1", "0", "home", true, false},   {"2", "0", "home", true, false},
         {"1", "0", "home", false, false}, {"1", "0", "home", true, true},     {"1", "0", "office", true, false},
@@ -86,13 +83,6 @@ TEST_F(Dialling, FailureIsShownOncePerPeriod) {
     Clock.Advance(1000);
     Cycle.Turn();
     EXPECT_EQ(Journal.Take()[3], "dial home");
-}
-
-TEST_F(Dialling, TheMachinesOwnServiceCanBeAsked) {
-    WINRAS service;
-    EXPECT_TRUE(service.EnumEntries().NotNull());
-    EXPECT_FALSE(service.IsConnected("no such entry of this machine"));
-    EXPECT_FALSE(service.HangUp("no such entry of this machine"));
 }
 
 }  // namespace

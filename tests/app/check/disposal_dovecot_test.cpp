@@ -15,21 +15,10 @@ constexpr const char* WORST = "From: A B <a@x.example>\nSubject: poorest\nMessag
 class RealDisposal : public FILTERTEST {
  protected:
     RealDisposal() {
-        State.AllowNewKeys(true);
-        for (const char* key : {"PopupBackgroundColor", "PopupTextColor"})
-            State.Set(key, "");
-        for (const auto& [key, value] : {std::pair{"SpamDoDelete", "1"},
-                                         {"SpamDeletePoints", "500"},
-                                         {"SpamDoTrash", "1"},
-                                         {"SpamTrashPoints", "180"},
-                                         {"SpamDoMove", "1"},
-                                         {"SpamMovePoints", "100"},
-                                         {"SpamDoIgnore", "1"},
-                                         {"SpamIgnorePoints", "100"},
-                                         {"SpamDoDomain", "0"},
-                                         {"ResetCounter", "0"},
-                                         {"EmailTaskbarUnread", "1"}})
-            State.Set(key, value);
+        for (const char* key : {"SpamDoDelete", "SpamDoTrash", "SpamDoMove"})
+            State.Set(key, "1");
+        State.Set("SpamMovePoints", "100");
+        State.Set("SpamDoDomain", "0");
         State.Set("SpamFilename", Dir.File("spamdef.dat"));
         WriteBytes(Dir.File("spamdef.dat"), "B|190/3|keepable\r\nB|590/3|terrible\r\n");
         OSYS::MakeDirectories(Dir.File(TRASH_FOLDER).Text());
@@ -50,7 +39,6 @@ class RealDisposal : public FILTERTEST {
 
     TEMPDIR Dir;
     JOURNAL Journal;
-    FAKETEXTS Words;
     RECORDARRAY Items{8, 8};
     FRONTEND Nobody;
     DEADMXLOOKUP Mx;
@@ -59,7 +47,7 @@ class RealDisposal : public FILTERTEST {
     TRASHSTORE Trash;
     RECORDINGNOTIFIER Notifier;
     FAKEDIALUP Dialup{Journal};
-    CHECKCYCLE Cycle{CHECKPARTS{State, Items, Nobody, Words, Mailboxes, Filter, Trash, Notifier, Dialup}};
+    CHECKCYCLE Cycle{CHECKPARTS{State, Items, Nobody, FAKETEXTS, Mailboxes, Filter, Trash, Notifier, Dialup}};
 };
 
 TEST_F(RealDisposal, RemovesAtTheNextPassWhatWasMarkedAndNothingElse) {

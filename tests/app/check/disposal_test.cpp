@@ -11,9 +11,7 @@ namespace {
 class Disposal : public testing::Test {
  protected:
     Disposal() {
-        FillVerdicts(State);
-        State.Set("PopupBackgroundColor", "");
-        State.Set("PopupTextColor", "");
+        FillSettings(State, {{"SpamDoIgnore", "0"}});
         int handle = FIRST_ITEM_HANDLE;
         FixItem(Item, State, handle);
         Item.Set("Type", "1");

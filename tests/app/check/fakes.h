@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -11,21 +10,15 @@
 #include "app/check/dialup.h"
 #include "app/check/trashstore.h"
 #include "app/filter/spamfilter.h"
-#include "tests/support/testsupport.h"
+#include "tests/app/apptest.h"
 
-class FAKETEXTS : public TEXTS {
- public:
-    STRING Get(int id) const override {
-        static const std::map<int, const char*> TEXT = {{2940, "No|mail|mails|new"},
-                                                        {2964, "Cannot dial"},
-                                                        {2965, "Dialling |Connected to |Hanging up "},
-                                                        {2971, "unread"},
-                                                        {3002, "Checking for spam"},
-                                                        {3006, "Error: "},
-                                                        {10004, "Title"}};
-        return TEXT.at(id);
-    }
-};
+inline const TEXTTABLE FAKETEXTS({{2940, "No|mail|mails|new"},
+                                  {2964, "Cannot dial"},
+                                  {2965, "Dialling |Connected to |Hanging up "},
+                                  {2971, "unread"},
+                                  {3002, "Checking for spam"},
+                                  {3006, "Error: "},
+                                  {10004, "Title"}});
 
 /// Keeps what the engine does, in one list of texts for all fakes, so that the order shows.
 class JOURNAL {
@@ -149,19 +142,6 @@ class RECORDINGNOTIFIER : public NOTIFIER {
     std::vector<std::string> Calls;
 };
 
-/// The verdicts' thresholds as shipped, with all verdicts off.
-inline void FillVerdicts(STRINGARRAY& state) {
-    for (const auto& [key, value] : {std::pair{"SpamDoDelete", "0"},
-                                     {"SpamDeletePoints", "500"},
-                                     {"SpamDoTrash", "0"},
-                                     {"SpamTrashPoints", "180"},
-                                     {"SpamDoMove", "0"},
-                                     {"SpamMovePoints", "180"},
-                                     {"SpamDoIgnore", "0"},
-                                     {"SpamIgnorePoints", "100"}})
-        state.Set(key, value);
-}
-
 /// A name service that cannot be reached.
 class DEADMXLOOKUP : public MXLOOKUP {
  public:
@@ -172,18 +152,13 @@ class DEADMXLOOKUP : public MXLOOKUP {
 class CYCLETEST : public testing::Test {
  protected:
     CYCLETEST() {
-        for (const auto& [key, value] : {std::pair{"ConnectionType", "0"},
-                                         {"ConnectionDunAny", "0"},
-                                         {"ConnectionDunDial", "0"},
-                                         {"EntryToMonitor", "home"},
-                                         {"EmailTaskbarUnread", "1"},
-                                         {"ResetCounter", "1"},
-                                         {"SpamFilterDisabled", "1"},
-                                         {"PopupBackgroundColor", "111"},
-                                         {"PopupTextColor", "222"}})
-            State.Set(key, value);
-        FillVerdicts(State);
-        State.AllowNewKeys(false);
+        FillSettings(State, {{"ConnectionType", "0"},
+                             {"EntryToMonitor", "home"},
+                             {"ResetCounter", "1"},
+                             {"SpamFilterDisabled", "1"},
+                             {"SpamDoIgnore", "0"},
+                             {"PopupBackgroundColor", "111"},
+                             {"PopupTextColor", "222"}});
     }
 
     /// Adds an item with the given period in seconds, not checked so far.
@@ -198,7 +173,7 @@ class CYCLETEST : public testing::Test {
 
     FAKECLOCK Clock;
     JOURNAL Journal;
-    FAKETEXTS Texts;
+    const TEXTS& Texts = FAKETEXTS;
     STRINGARRAY State;
     RECORDARRAY Items{8, 8};
     RECORDINGFRONTEND FrontEnd{Journal};

@@ -7,9 +7,7 @@ namespace {
 class NewMail : public testing::Test {
  protected:
     NewMail() {
-        FillVerdicts(State);
-        State.Set("PopupBackgroundColor", "");
-        State.Set("PopupTextColor", "");
+        FillSettings(State, {{"SpamDoIgnore", "0"}});
         int handle = FIRST_ITEM_HANDLE;
         FixItem(Item, State, handle);
     }
@@ -24,7 +22,7 @@ class NewMail : public testing::Test {
     std::string Value(const char* key) const { return Std(Item.Get(key)); }
 
     STRINGARRAY State;
-    FAKETEXTS Texts;
+    const TEXTS& Texts = FAKETEXTS;
     TRASHSTORE Trash;
     RECORDINGNOTIFIER Notifier;
     STRINGARRAY Item;
@@ -55,8 +53,7 @@ TEST_F(NewMail, SummaryDecidesWhatIsKnown) {
     const std::string mails = Mail("a") + Mail("b", "Seen: 1\n");
     const struct {
         std::string Listing;
-        const char* Status;
-        const char* LastRc;
+        const char *Status, *LastRc;
     } CASES[] = {
         {"2 msgs|2 ?unread|99 bytes\n" + mails, "2 mails", "2|1?"},
         {"2 msgs|? unread|0 bytes\n" + mails, "2 mails", "2|1?"},

@@ -6,8 +6,7 @@ namespace {
 
 TEST(CodePage, TurnsUtf8IntoBytes) {
     const struct {
-        const char* Utf8;
-        const char* Bytes;
+        const char *Utf8, *Bytes;
         bool Exact;
     } cases[] = {
         {"", "", true},

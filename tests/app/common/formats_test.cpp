@@ -36,8 +36,7 @@ class DURATIONTEXT : public TEXTS {
 
 TEST(Formats, Durations) {
     const struct {
-        int64_t Ms;
-        int64_t Precision;
+        int64_t Ms, Precision;
         const char* Text;
     } CASES[] = {
         {2 * 86400000 + 3600000 + 120000, 1, "2 days, 1 hour, 2 min"},

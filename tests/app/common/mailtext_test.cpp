@@ -6,9 +6,7 @@ namespace {
 
 TEST(MailText, SplitsTheFirstAddress) {
     const struct {
-        const char* Value;
-        const char* Name;
-        const char* Email;
+        const char *Value, *Name, *Email;
     } CASES[] = {
         {"\"Doe, Jane\" <jane@example.org>", "Doe, Jane", "jane@example.org"},
         {"a@example.org, b@example.org", "a@example.org", "a@example.org"},
@@ -37,8 +35,7 @@ TEST(MailText, SplitsTheFirstAddress) {
 
 TEST(MailText, DecodesEncodedWords) {
     const struct {
-        const char* Value;
-        const char* Decoded;
+        const char *Value, *Decoded;
     } CASES[] = {
         {"plain = text?", "plain = text?"},
         {"=?ISO-8859-1?Q?K=E4se_=3D_gut?= today", "K\xE4se = gut today"},
@@ -73,9 +70,7 @@ TEST(MailText, DecodesEncodedWords) {
 
 TEST(MailText, ReadsDates) {
     const struct {
-        const char* Value;
-        const char* Date;
-        const char* Time;
+        const char *Value, *Date, *Time;
     } CASES[] = {
         {"Wed, 4 Mar 2026 05:06:07 +0100", "2026-03-04", "05:06"},
         {"Wed,  04  Dec  1999  23:59", "1999-12-04", "23:59"},
@@ -86,8 +81,7 @@ TEST(MailText, ReadsDates) {
         {"", "0000-00-00", "00:00"},
     };
     for (const auto& test : CASES) {
-        STRING date;
-        STRING time;
+        STRING date, time;
         ParseDate(test.Value, date, time);
         EXPECT_EQ(Std(date), test.Date) << test.Value;
         EXPECT_EQ(Std(time), test.Time) << test.Value;

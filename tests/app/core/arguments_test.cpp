@@ -14,8 +14,7 @@ std::string Joined(const ARGUMENTS& arguments) {
 
 TEST(Arguments, SplitsTheCommandLine) {
     const struct {
-        const char* Line;
-        const char* Words;
+        const char *Line, *Words;
     } cases[] = {
         {"", ""},
         {"   ", ""},

@@ -4,7 +4,7 @@
 #include "app/core/clickmodes.h"
 #include "app/core/maintitle.h"
 #include "app/core/tarnwick.h"
-#include "app/notify/mailprogram.h"
+#include "tests/app/apptest.h"
 #include "tests/app/core/coresupport.h"
 
 namespace {
@@ -31,24 +31,6 @@ class COMMANDFRONTEND : public RECORDER {
 
  private:
     LIST Journal;
-};
-
-/// Notes what is to be started, and cannot start "broken".
-class FAKESTARTER : public PROGRAMSTARTER {
- public:
-    uintptr_t FindTitledWindow(const STRING& /*part*/) override { return 0; }
-    int BringToFront(uintptr_t /*window*/) override { return 0; }
-    bool OpenAddress(const STRING& /*address*/) override { return false; }
-    STRING Expand(const STRING& text) override { return text; }
-    bool Start(const STRING& program, const STRING& arguments, const STRING& directory, STRING& error) override {
-        Started = Std(program) + "," + Std(arguments) + "," + Std(directory);
-        error = "reason";
-        return program.Pos("broken") == -1;
-    }
-    std::string Take() { return std::exchange(Started, {}); }
-
- private:
-    std::string Started;
 };
 
 class Commands : public ::testing::Test {
@@ -198,8 +180,7 @@ TEST_F(Commands, StartTheMailProgram) {
     const struct {
         int Command;
         int Selected;  // -1: none
-        const char* CommandLine;
-        const char* Started;
+        const char *CommandLine, *Started;
     } CASES[] = {
         {2110, 2, "m.exe", "\"m.exe\",-in,."},
         {2131, 0, "m.exe", "m.exe,-in,."},
@@ -291,24 +272,8 @@ TEST(Clicks, DoWhatTheSettingsSay) {
     EXPECT_TRUE(action.Reset && !action.MailProgram && action.Command == 0);
 }
 
-TEST(Clicks, OnColumnHeadsSort) {
-    STRINGARRAY state;
-    state.Set("LastSortColumn", "0");
-    state.Set("LastSortOrder", "0");
-    for (const auto& [column, order] : {std::pair{0, 1}, {1, 1}, {1, 0}, {1, 1}, {0, 1}}) {
-        ClickColumnHead(state, column);
-        EXPECT_EQ(state.GetNumber("LastSortColumn"), column);
-        EXPECT_EQ(state.GetNumber("LastSortOrder"), order);
-    }
-}
-
 TEST(MainTitles, NameVersionAndWhatIsUnusual) {
-    class TITLETEXTS : public TEXTS {
-     public:
-        STRING Get(int id) const override {
-            return id == 10004 ? "Title" : id == 2968 ? "(paused)" : id == 3051 ? " - $HOWMANY in the trash" : "?";
-        }
-    } texts;
+    const TEXTTABLE texts({{10004, "Title"}, {2968, "(paused)"}, {3051, " - $HOWMANY in the trash"}});
     const ARGUMENTS plain("tarnwick");
     TEMPDIR trash;
     EXPECT_EQ(Std(MainTitle(texts, plain, false, trash.Path())), "Title 2.02");
@@ -316,16 +281,6 @@ TEST(MainTitles, NameVersionAndWhatIsUnusual) {
         WriteBytes(trash.File(name), "");
     EXPECT_EQ(Std(MainTitle(texts, plain, true, trash.Path())), "Title 2.02 (paused) - 2 in the trash");
     EXPECT_EQ(Std(MainTitle(texts, ARGUMENTS("tarnwick", "/novers"), false, trash.File("none"))), "Title");
-}
-
-TEST(Deletion, AsksByNameOrNumber) {
-    class ASKTEXTS : public TEXTS {
-     public:
-        STRING Get(int id) const override { return id == 2932 ? "Delete $(n)?" : id == 2947 ? "All $(n)?" : "Title"; }
-    } texts;
-    EXPECT_EQ(Std(DeleteQuestion(texts, 1, "a $(n)")), "Delete a $(n)?");
-    EXPECT_EQ(Std(DeleteQuestion(texts, 3, "a")), "All 3?");
-    EXPECT_EQ(Std(BusyTitle(texts, "a")), "Title - a");
 }
 
 }  // namespace

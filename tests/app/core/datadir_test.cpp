@@ -139,9 +139,7 @@ TEST_F(DataDir, APlaceThatCannotBeMadeIsRefused) {
 
 TEST(ReplaceDirectory, TouchesOnlyFilesRightInTheOldDirectory) {
     const struct {
-        const char* OldDir;
-        const char* Value;
-        const char* Result;
+        const char *OldDir, *Value, *Result;
     } cases[] = {
         {"c:\\old", "c:\\old\\spamdef.dat", "d:\\new\\spamdef.dat"},
         {"c:\\old", "C:\\OLD\\spamdef.dat", "d:\\new\\spamdef.dat"},

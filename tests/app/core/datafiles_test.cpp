@@ -163,11 +163,8 @@ TEST_F(DataFiles, NewerDefinitionsAreTakenOverOrRefusedOnce) {
 
 TEST_F(DataFiles, UpgradesRunByVersion) {
     const struct {
-        const char* Version;
-        const char* TrayCheck;
-        const char* PopupPosition;
-        bool LogDeleted;
-        bool Welcome;
+        const char *Version, *TrayCheck, *PopupPosition;
+        bool LogDeleted, Welcome;
     } cases[] = {
         {"0.00", "", "1", false, true},  {"", "", "1", false, true},      {"0.50", "1", "0", true, true},
         {"1.01", "1", "0", true, false}, {"1.22", "", "0", true, false},  {"1.23", "", "1", true, false},
@@ -193,8 +190,7 @@ TEST_F(DataFiles, UpgradesRunByVersion) {
 
 TEST_F(DataFiles, TheWizardRunsUntilTheConnectionIsKnown) {
     const struct {
-        const char* Settings;
-        const char* Entries;
+        const char *Settings, *Entries;
         int Wizards;
     } cases[] = {
         {"ConnectionType=-1\r\n", "Home", 1},

@@ -83,14 +83,6 @@ TEST_F(Tarnwick, ASecondProgramOnTheSameDataIsRefusedAndWritesNothing) {
     EXPECT_TRUE(Make()->Open()) << "the lock outlived its owner";
 }
 
-TEST_F(Tarnwick, AWorkDirThatCannotBeMadeIsAStartError) {
-    WriteBytes(Data.File("file"), "x");
-    Arguments = std::make_unique<ARGUMENTS>("tarnwick", ("\"/WORKDIR:" + Std(Data.File("file\\below")) + "\"").c_str());
-    TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
-    EXPECT_FALSE(app.Open());
-    EXPECT_EQ(Std(app.StartError()), "text 10051 " + Data.Native("file\\below"));
-}
-
 TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
     const STRING from = Data.File("from");
     const STRING to = Data.File("to");

@@ -7,7 +7,7 @@
 #include "app/filter/spamfilter.h"
 #include "app/filter/spamvariables.h"
 #include "app/filter/wordscanner.h"
-#include "tests/support/testsupport.h"
+#include "tests/app/apptest.h"
 
 /// Every text is its number in angle brackets; the many recipients' has its placeholder.
 class NUMBERTEXTS : public TEXTS {
@@ -23,26 +23,11 @@ class NUMBERTEXTS : public TEXTS {
 class FILTERTEST : public testing::Test {
  protected:
     FILTERTEST() {
-        for (const auto& [key, value] : {std::pair{"SpamFilterDisabled", "0"},
-                                         {"SpamMinWords", "3"},
-                                         {"SpamFilename", ""},
-                                         {"SpamVarsFile", ""},
-                                         {"SpamMyFriends", ""},
-                                         {"SpamBadSenders", ""},
-                                         {"SpamMyInterests", ""},
-                                         {"SpamBadDynaWords", ""},
-                                         {"SpamBadSubject", ""},
-                                         {"SpamMyEmail", "me@here.example\r\nMy Name"},
-                                         {"SpamMultiReicipients", "1"},
-                                         {"SpamBccReceiver", "2"},
-                                         {"SpamDistrLists", "0"},
-                                         {"SpamHaveDistrLists", "1"},
-                                         {"SpamDoDomain", "1"},
-                                         {"SpamDomainExceptions", ""},
-                                         {"SpamDoVerify", "0"},
-                                         {"SpamVerifyPoints", "50"}})
-            State.Set(key, value);
-        State.AllowNewKeys(false);
+        FillSettings(State, {{"SpamMyInterests", ""},
+                             {"SpamBadDynaWords", ""},
+                             {"SpamBadSubject", ""},
+                             {"SpamMyEmail", "me@here.example\r\nMy Name"},
+                             {"SpamDomainExceptions", ""}});
         LoadSpamVariables(Vars, nullptr);
     }
 

@@ -203,20 +203,3 @@ TEST(AlertPlace, PutsWindowIntoWorkArea) {
     for (const auto& c : cases)
         EXPECT_EQ(Shown(PlaceAlert(work, c.Window, c.Position)), c.Rect) << c.Position;
 }
-
-TEST(AlertFont, MakesFourOfOne) {
-    const struct {
-        ALERTFONT Font;
-        ALERTFONTSTYLE Normal, Made;
-    } cases[] = {
-        {ALERTFONT::NORMAL, {-12, 400}, {-12, 400}},
-        {ALERTFONT::BOLD, {-12, 400}, {-12, 700}},
-        {ALERTFONT::SMALLBOLD, {20, 400}, {18, 700}},
-        {ALERTFONT::SMALL, {-12, 300}, {-10, 300}},
-        {ALERTFONT::SMALL, {-2000000000, 400}, {-1800000000, 400}},
-    };
-    for (const auto& c : cases) {
-        const ALERTFONTSTYLE made = AlertFontStyle(c.Font, c.Normal);
-        EXPECT_EQ(std::make_pair(made.Height, made.Weight), std::make_pair(c.Made.Height, c.Made.Weight));
-    }
-}

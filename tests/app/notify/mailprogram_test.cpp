@@ -1,14 +1,9 @@
 #include "app/notify/mailprogram.h"
 
 #include "corelib/system/osys.h"
-#include "tests/support/testsupport.h"
+#include "tests/app/apptest.h"
 
 namespace {
-
-class TITLETEXTS : public TEXTS {
- public:
-    STRING Get(int) const override { return "Title"; }
-};
 
 class MESSAGES : public FRONTEND {
  public:
@@ -16,59 +11,34 @@ class MESSAGES : public FRONTEND {
     std::string Text;
 };
 
-/// Notes what it is asked to do.
-class FAKESTARTER : public PROGRAMSTARTER {
- public:
-    uintptr_t FindTitledWindow(const STRING& part) override { return Std(part) == Window ? 7 : 0; }
-    int BringToFront(uintptr_t window) override {
-        Calls += "front " + std::to_string(window);
-        return 1;
-    }
-    bool OpenAddress(const STRING& address) override {
-        Calls += "open " + Std(address);
-        return true;
-    }
-    STRING Expand(const STRING& text) override { return text; }
-    bool Start(const STRING& program, const STRING& arguments, const STRING& directory, STRING& error) override {
-        Calls += Std(program) + " " + Std(arguments) + " in " + Std(directory);
-        error = "reason";
-        return Good;
-    }
-    std::string Calls, Window;
-    bool Good = true;
-};
-
 class MailProgram : public testing::Test {
  protected:
     MailProgram() {
-        for (const auto& [key, value] : {std::pair{"EmailCmdline", "C:\\Mail Box\\mail.exe"},
-                                         {"EmailCmdlineInbox", "/inbox"},
-                                         {"EmailDoWindowCheck", "0"},
-                                         {"EmailWindowTitle", "Mail||Post"}})
-            State.Set(key, value);
+        FillSettings(State, {{"EmailCmdline", "C:\\Mail Box\\mail.exe"},
+                             {"EmailCmdlineInbox", "/inbox"},
+                             {"EmailWindowTitle", "Mail||Post"}});
         for (const auto& [key, value] :
              {std::pair{"Type", "1"}, {"DoSpecialMailProgram", "0"}, {"SpecialMailProgram", ""}})
             Item.Set(key, value);
     }
     std::string Start(const STRINGARRAY* item) {
-        Starter.Calls.clear();
         StartMailProgram(item, State, FrontEnd, Texts, Starter);
-        return Starter.Calls;
+        return Starter.Take();
     }
 
     STRINGARRAY State, Item;
-    TITLETEXTS Texts;
+    const TEXTTABLE Texts{{{10004, "Title"}}};
     MESSAGES FrontEnd;
     FAKESTARTER Starter;
 };
 
 TEST_F(MailProgram, IsTheOneOfTheItemOrOfAll) {
-    EXPECT_EQ(Start(nullptr), "\"C:\\Mail Box\\mail.exe\" /inbox in C:\\Mail Box");
-    EXPECT_EQ(Start(&Item), "C:\\Mail Box\\mail.exe /inbox in C:") << "without quotes a path ends at the blank";
+    EXPECT_EQ(Start(nullptr), "\"C:\\Mail Box\\mail.exe\",/inbox,C:\\Mail Box");
+    EXPECT_EQ(Start(&Item), "C:\\Mail Box\\mail.exe,/inbox,C:") << "without quotes a path ends at the blank";
     Item.Set("DoSpecialMailProgram", "1");
-    EXPECT_EQ(Start(&Item), "C:\\Mail Box\\mail.exe /inbox in C:");
+    EXPECT_EQ(Start(&Item), "C:\\Mail Box\\mail.exe,/inbox,C:");
     Item.Set("SpecialMailProgram", "\"D:\\own\\x.exe\" -a");
-    EXPECT_EQ(Start(&Item), "\"D:\\own\\x.exe\" -a /inbox in D:\\own");
+    EXPECT_EQ(Start(&Item), "\"D:\\own\\x.exe\" -a,/inbox,D:\\own");
     Item.Set("SpecialMailProgram", "HTTP://mail.example/");
     EXPECT_EQ(Start(&Item), "open HTTP://mail.example/");
     Item.Set("DoSpecialMailProgram", "0");
@@ -87,9 +57,9 @@ TEST_F(MailProgram, IsShownInsteadIfItRuns) {
     EXPECT_EQ(Start(nullptr), "front 7");
     Starter.Window = "";
     EXPECT_NE(Start(nullptr), "front 7") << "an empty part is no title";
-    Starter.Good = false;
+    State.Set("EmailCmdline", "broken");
     Start(nullptr);
-    EXPECT_EQ(FrontEnd.Text, "\"C:\\Mail Box\\mail.exe\"\nreason");
+    EXPECT_EQ(FrontEnd.Text, "\"broken\"\nreason");
 }
 
 TEST_F(MailProgram, ThatDoesNotExistIsTold) {

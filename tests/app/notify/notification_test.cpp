@@ -1,30 +1,15 @@
 #include "app/notify/notification.h"
 
 #include <algorithm>
-#include <map>
 
 #include "app/check/items.h"
-#include "app/notify/mailprogram.h"
 #include "app/notify/mailtypes.h"
 #include "corelib/base/files.h"
-#include "tests/support/testsupport.h"
+#include "tests/app/apptest.h"
 
 namespace {
 
 using LIST = std::vector<std::string>;
-
-class FAKETEXTS : public TEXTS {
- public:
-    STRING Get(int id) const override {
-        static const std::map<int, const char*> TEXT = {{2933, "New!"},
-                                                        {2946, "$NAME:$LIST?"},
-                                                        {2958, "plain"},
-                                                        {2960, "Nothing"},
-                                                        {2984, "Program|Later|Close|Delete|Inbox|Show"},
-                                                        {10004, "Title"}};
-        return TEXT.at(id);
-    }
-};
 
 /// Notes what it is asked for.
 class RECORDER : public FRONTEND {
@@ -47,40 +32,17 @@ class RECORDER : public FRONTEND {
     bool Answer = false;
 };
 
-class WINDOWS : public PROGRAMSTARTER {
- public:
-    uintptr_t FindTitledWindow(const STRING& part) override { return Std(part) == Open ? 7 : 0; }
-    int BringToFront(uintptr_t) override { return 0; }
-    bool OpenAddress(const STRING&) override { return false; }
-    STRING Expand(const STRING& text) override { return text; }
-    bool Start(const STRING&, const STRING&, const STRING&, STRING&) override { return false; }
-    std::string Open;
-};
-
 class Notification : public testing::Test {
  protected:
     Notification() {
-        for (const auto& [key, value] : {std::pair{"PopupDoMailDetails", "1"},
-                                         {"PopupDoMailDetailsAll", "0"},
-                                         {"PopupMailDetails", "$status $from: $subject"},
-                                         {"PopupDoButtons", "0"},
-                                         {"PopupDuration", "10"},
-                                         {"PopupLaterDelay", "15"},
-                                         {"PopupTextColor", "1"},
-                                         {"PopupBackgroundColor", "2"},
-                                         {"EmailDoPopup", "1"},
-                                         {"EmailDoSound", "0"},
-                                         {"EmailDoSoundLoop", "0"},
-                                         {"EmailSoundLoopRep", "60"},
-                                         {"SoundEmail", ""},
-                                         {"EmailDoProgram", "0"},
-                                         {"EmailCmdline", "mail.exe"},
-                                         {"EmailDoWindowCheck", "0"},
-                                         {"EmailWindowTitle", "Mail|Post"},
-                                         {"EmailDoConfirmProgram", "0"},
-                                         {"EmailDoScrollBlink", "0"}})
-            State.Set(key, value);
-        State.AllowNewKeys(false);
+        FillSettings(State, {{"PopupMailDetails", "$status $from: $subject"},
+                             {"PopupDoButtons", "0"},
+                             {"PopupTextColor", "1"},
+                             {"PopupBackgroundColor", "2"},
+                             {"EmailDoSound", "0"},
+                             {"EmailCmdline", "mail.exe"},
+                             {"EmailWindowTitle", "Mail|Post"},
+                             {"EmailDoConfirmProgram", "0"}});
         int handle = FIRST_ITEM_HANDLE;
         STRINGARRAY item;
         FixItem(item, State, handle);
@@ -132,10 +94,15 @@ class Notification : public testing::Test {
     STRINGARRAY State;
     RECORDARRAY Items{8, 8}, Types{8, 8}, Records{8, 8};
     std::vector<int> New;
-    FAKETEXTS Texts;
+    const TEXTTABLE Texts{{{2933, "New!"},
+                           {2946, "$NAME:$LIST?"},
+                           {2958, "plain"},
+                           {2960, "Nothing"},
+                           {2984, "Program|Later|Close|Delete|Inbox|Show"},
+                           {10004, "Title"}}};
     RECORDER FrontEnd;
-    WINDOWS Windows;
-    NOTIFICATION Teller{State, Items, Types, FrontEnd, Texts, Windows};
+    FAKESTARTER Starter;
+    NOTIFICATION Teller{State, Items, Types, FrontEnd, Texts, Starter};
 };
 
 TEST_F(Notification, ShowsOneMailWithSixButtonsAndMoreWithFour) {
@@ -295,7 +262,7 @@ TEST_F(Notification, StartsTheMailProgramOnce) {
     Notify();
     EXPECT_EQ(FrontEnd.Take(), (LIST{"program 4096", "timer 7 500"}));
     State.Set("EmailDoWindowCheck", "1");
-    Windows.Open = "Post";
+    Starter.Window = "Post";
     Notify();
     EXPECT_EQ(FrontEnd.Take(), LIST{"timer 7 500"});
     State.Set("EmailDoWindowCheck", "0");

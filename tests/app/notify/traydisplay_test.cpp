@@ -30,26 +30,11 @@ TEST(TrayPictures, ShowTheCountOrWhatIsMoreUrgent) {
         EXPECT_EQ(TrayPicture(test.State), test.Picture) << test.State.Count;
 }
 
-class TRAYTEXTS : public TEXTS {
- public:
-    STRING Get(int id) const override {
-        switch (id) {
-            case 2901:
-                return "Mail";
-            case 2940:
-                return "no|mail|mails|new";
-            case 2971:
-                return "unread";
-            default:
-                return "<STR-ERR>";
-        }
-    }
-};
+const TEXTTABLE TRAYTEXTS({{2901, "Mail"}, {2940, "no|mail|mails|new"}, {2971, "unread"}});
 
 TEST(Tooltip, TellsTheUnreadMailsWhereTheyAreNotAll) {
     const struct {
-        int Total;
-        int Unread;
+        int Total, Unread;
         const char* Text;
     } CASES[] = {
         {5, 2, "Mail: 5 mails (2 unread mails)"},
@@ -60,7 +45,7 @@ TEST(Tooltip, TellsTheUnreadMailsWhereTheyAreNotAll) {
         {0, 0, "Mail: no mails "},
     };
     for (const auto& test : CASES)
-        EXPECT_EQ(Std(TooltipText(TRAYTEXTS(), test.Total, test.Unread)), test.Text);
+        EXPECT_EQ(Std(TooltipText(TRAYTEXTS, test.Total, test.Unread)), test.Text);
 }
 
 class Tray : public CYCLETEST {};
@@ -73,7 +58,7 @@ TEST_F(Tray, FollowsTheProgram) {
     EXPECT_EQ(TrayPicture(Cycle, State), 3);
     State.Set("EmailTaskbarUnread", "0");
     EXPECT_EQ(TrayPicture(Cycle, State), 13);
-    EXPECT_EQ(Std(TooltipText(TRAYTEXTS(), Cycle)), "Mail: 40 mails (3 unread mails)");
+    EXPECT_EQ(Std(TooltipText(TRAYTEXTS, Cycle)), "Mail: 40 mails (3 unread mails)");
     Cycle.SetSuspended(true);
     EXPECT_EQ(TrayPicture(Cycle, State), TRAY_SUSPENDED);
     item.Set("LastRC", FAILED_COUNTS);
@@ -85,17 +70,6 @@ TEST_F(Tray, FollowsTheProgram) {
     Cycle.UpdateItem(item);
     EXPECT_EQ(meanwhile, TRAY_UPDATING);
     EXPECT_EQ(TrayPicture(Cycle, State), TRAY_SUSPENDED) << "no longer failed";
-}
-
-TEST_F(Tray, RemembersTheCountThatItShows) {
-    AddItem("a", 0).Set("LastRC", "1|1");
-    Cycle.Turn();
-    Journal.Take();
-    // Drawn for a reason of the front end's own: the cycle need not draw the same again.
-    Items[0].Set("LastRC", "2|2");
-    TrayPicture(Cycle, State);
-    Cycle.Turn();
-    EXPECT_EQ(Journal.Take(), std::vector<std::string>());
 }
 
 }  // namespace

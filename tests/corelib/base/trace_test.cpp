@@ -81,21 +81,6 @@ TEST_F(TraceTest, LevelsAndChannels) {
     EXPECT_NE(log.find("channel now"), log.npos);
 }
 
-TEST_F(TraceTest, OptionsAreKnownInAnyCase) {
-    EXPECT_EQ(LogOption("/logitx"), 0);
-    EXPECT_EQ(LogOption("LOGIT"), 0);
-    EXPECT_EQ(LogOption("/LogItHard:"
-                        ""),
-              1)
-        << "an impossible name is not reported";
-    EXPECT_EQ(LogOption((STRING("/LOGITHARD:") || Dir.File("log")).Text()), 1);
-    EXPECT_EQ(Trace("x\n"), 1);
-    EXPECT_EQ(LogOption("/logitclose"), 1);
-    EXPECT_EQ(Trace("y\n"), 0);
-    EXPECT_EQ(LogOption("/noassert"), 1);
-    EXPECT_EQ(LogOption("/NOASSERT"), 1);
-}
-
 TEST_F(TraceTest, AssertionsAreReportedAndGoOn) {
     std::filesystem::path former = std::filesystem::current_path();
     std::filesystem::current_path(Dir.Native());

@@ -173,23 +173,3 @@ TEST(BaseIo, FeedCallbackTakesThePlaceOfTheRing) {
     EXPECT_TRUE(Eventually([&] { return fed == 5; }));
     EXPECT_EQ(device.NumAvail(), 0);
 }
-
-TEST(BaseIo, AnswersForTheBareClass) {
-    TESTDEVICE device;
-    device.SetOurId("you");
-    const struct {
-        const char* Key;
-        const char* Answer;
-    } cases[] = {{"OwnId", "you"},
-                 {"CALLERID", "<unknown>"},
-                 {"DeviceName", "BASEIO"},
-                 {"online", "0"},
-                 {"LASTERROR", "0"},
-                 {"LastErrorString", "<unknown>"},
-                 {"BANDWIDTH", "BASEIO::BAD-REQUEST"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(device.GetInfo(c.Key), c.Answer) << c.Key;
-    EXPECT_EQ(device.Write("all of it", -1), 7);
-    EXPECT_EQ(device.Write("some", 2), 7);
-    EXPECT_EQ(device.Written, "all of itso");
-}

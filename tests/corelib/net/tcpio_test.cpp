@@ -129,30 +129,6 @@ TEST_F(TcpIo, GivesUpOnASilentHost) {
     EXPECT_EQ(LastErrors(device), "4096 400 No response");
 }
 
-TEST_F(TcpIo, AnswersByKeyInAnyCase) {
-    FAKECLOCK clock;
-    SCRIPTEDSERVER server(SCRIPT{Expect("hi"), Send("ho"), Silence()});
-    TCPIPIO device("", "", "");
-    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
-    device.Write("hi\r\n", -1);
-    EXPECT_EQ(Take(device, 2), "ho");
-    clock.Advance(5000);
-    const struct {
-        const char* Key;
-        std::string Answer;
-    } cases[] = {{"OwnId", Std(SOCKETS::HostName())},
-                 {"devicename", "TCPIP"},
-                 {"Online", "1"},
-                 {"BANDWIDTH", "128000"},
-                 {"Idle_Time", "5"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(Info(device, c.Key), c.Answer) << c.Key;
-    EXPECT_ASSERTIONS(1);
-    STRING unknown = device.GetInfo("colour");
-    EXPECT_TRUE(unknown.NotNull());
-    EXPECT_EQ(unknown, "");
-}
-
 TEST_F(TcpIo, AClosedConnectionIsADropWithoutAnErrorAndCanBeReadOut) {
     const std::string last(50000, 'z');
     SCRIPTEDSERVER server({SCRIPT{Send(last), Cut()}, SCRIPT{Send("again")}});
@@ -222,25 +198,6 @@ TEST_F(TcpIo, ManyCallsOfOneDeviceMixNothing) {
             Take(device, 100, 0);
     }
     EXPECT_TRUE(server.Wait(50));
-}
-
-TEST_F(TcpIo, DumpsWhatPassesIfTheLogWantsIt) {
-    LogOption("/LOGIT:dump.log");
-    LogOption("/LOG:519");
-    {
-        SCRIPTEDSERVER server(SCRIPT{Expect("0123456789abcdef"), Send("\xff\n"), Silence()});
-        TCPIPIO device("", "", "");
-        ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
-        device.Write("0123456789abcdef\n", -1);
-        EXPECT_EQ(Take(device, 2), "\xff\n");
-    }
-    LogOption("/LOGITCLOSE");
-    STRING log;
-    ASSERT_TRUE(log.Load("dump.log", "r"));
-    for (const char* text : {"TCPIPIO::SEND : \n", "]     30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 \n",
-                             "]     0a \n", "TCPIPIO::RECV : \n", "]     ff 0a \n"})
-        EXPECT_GE(log.Pos(text), 0) << text;
-    remove("dump.log");
 }
 
 // The accepting side listens on the address of the host name, which has to be a loopback address to be called here.

@@ -31,8 +31,7 @@ TEST(DirScan, FindsWhatMatches) {
         WriteBytes(dir.File(name), "x");
     ASSERT_TRUE(OSYS::MakeDirectory(dir.File("sub.ini").Text()));
     const struct {
-        const char* Pattern;
-        const char* Names;
+        const char *Pattern, *Names;
     } cases[] = {
         {"*.ini", "B.INI a.ini ab.ini sub.ini/ "},  // the case is of no account
         {"?.ini", "B.INI a.ini "},
@@ -47,18 +46,6 @@ TEST(DirScan, FindsWhatMatches) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(Found(dir.File(c.Pattern)), c.Names) << c.Pattern;
-}
-
-TEST(DirScan, NothingComesBehindTheClose) {
-    TEMPDIR dir;
-    WriteBytes(dir.File("1"), "x");
-    WriteBytes(dir.File("2"), "x");
-    STRING name;
-    DIRSCAN scan(dir.File("?").Text(), name);
-    ASSERT_TRUE(name.NotNull());
-    scan.Close();
-    EXPECT_FALSE(scan.Next());
-    EXPECT_FALSE(name.NotNull());
 }
 
 std::string Collected(const TEMPDIR& dir, const char* pattern, int recurse) {

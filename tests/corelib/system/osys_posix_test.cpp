@@ -14,8 +14,7 @@ TEST(PosixAutoStart, IsADesktopEntry) {
     VARIABLE config("XDG_CONFIG_HOME", dir.Native("config"));
     const STRING file = dir.File("config\\autostart\\Tarnwick.desktop");
     const struct {
-        const char* Command;
-        const char* Exec;
+        const char *Command, *Exec;
     } cases[] = {
         {"mailer --hidden", "mailer --hidden"},
         {"printf 'a\\b'", "printf 'a\\\\b'"},

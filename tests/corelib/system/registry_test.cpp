@@ -114,23 +114,4 @@ TEST_F(Registry, OpensWithTheAskedAccess) {
     EXPECT_FALSE(REGISTRY(ROOT_CURRENT_USER, KEY, nullptr, 255).IsOpen());
 }
 
-TEST_F(Registry, LeavesATrace) {
-    TRACELOG log(2);
-    REGISTRY key(COMPANY, "Values", ROOT_CURRENT_USER);
-    char buffer[4];
-    int size = sizeof buffer;
-    key.Write("b", "xy", 2);
-    key.Write("t", "text");
-    key.Read("b", buffer, &size);
-    key.Read("t");
-    key.Delete("t");
-    key.Delete("t");
-    const std::string lines = log.Lines();
-    for (const char* line : {"] REGISTRY::Write binary value= b, error=00000000\r\n",
-                             "] REGISTRY::Write String value= t; data=text, error=00000000\r\n",
-                             "] REGISTRY::Read key=b, ok=1, error=0\r\n", "] REGISTRY::Read key=t, ok=0, error=0\r\n",
-                             "] REGISTRY::delete value= t, error=0\r\n", "] REGISTRY::delete value= t, error=2\r\n"})
-        EXPECT_NE(lines.find(line), std::string::npos) << line << "in\n" << lines;
-}
-
 }  // namespace

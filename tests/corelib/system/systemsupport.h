@@ -4,7 +4,6 @@
 #include <deque>
 #include <string>
 
-#include "corelib/base/trace.h"
 #include "tests/support/testsupport.h"
 
 /// An environment variable that has a value for the length of a scope; empty counts as unset.
@@ -27,22 +26,4 @@ class VARIABLE {
     }
     std::string Name;
     std::string Former;
-};
-
-/// A trace log of its own for the length of a scope.
-class TRACELOG {
- public:
-    explicit TRACELOG(int level = 0) : Path(Dir.File("trace.log")) {
-        LogOption(("/LOGIT:" + Std(Path)).c_str());
-        if (level)
-            LogOption(("/LOG:" + std::to_string(level)).c_str());
-    }
-    ~TRACELOG() { LogOption("/LOGITCLOSE"); }
-    TRACELOG(const TRACELOG&) = delete;
-    TRACELOG& operator=(const TRACELOG&) = delete;
-    std::string Lines() const { return ReadBytes(Path); }
-
- private:
-    TEMPDIR Dir;
-    STRING Path;
 };

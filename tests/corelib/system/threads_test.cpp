@@ -21,15 +21,7 @@ unsigned Work(void* argument) {
     return 0;
 }
 
-size_t CountOf(const std::string& text, const std::string& part) {
-    size_t count = 0;
-    for (size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1))
-        ++count;
-    return count;
-}
-
 TEST(Threads, AreWaitedFor) {
-    TRACELOG log;
     WORK work;
     uint32_t first = 0, second = 0;
     OSYS::THREADHANDLE thread = OSYS::CreateThread(Work, &work, &first);
@@ -37,14 +29,9 @@ TEST(Threads, AreWaitedFor) {
     ASSERT_TRUE(thread && other);
     EXPECT_NE(first, second);
 
-    // A look leaves no trace, a wait in vain leaves two lines; the handle stays open in both.
     EXPECT_EQ(OSYS::WaitThread(thread, 0), 0);
-    EXPECT_EQ(CountOf(log.Lines(), "OSYS::WaitThread"), 0u);
     EXPECT_EQ(OSYS::WaitThread(thread, 1), 0);
-    EXPECT_TRUE(thread);
-    EXPECT_EQ(CountOf(log.Lines(), "] OSYS::CreateThread returned "), 2u);
-    EXPECT_EQ(CountOf(log.Lines(), ", timeout= 1\r\n"), 1u);
-    EXPECT_EQ(CountOf(log.Lines(), " timeout= 1 failed\r\n"), 1u);
+    EXPECT_TRUE(thread) << "a wait in vain leaves it open";
 
     work.Go.Set();
     EXPECT_EQ(OSYS::WaitThread(thread, WAIT_FOREVER), 1);

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <initializer_list>
+#include <map>
+#include <utility>
+
+#include "app/core/settings.h"
+#include "app/notify/mailprogram.h"
+#include "tests/support/testsupport.h"
+
+/// Every setting as shipped, but for the changed ones; files and numbered texts are empty. No other can be read.
+inline void FillSettings(STRINGARRAY& state, std::initializer_list<std::pair<const char*, const char*>> changed) {
+    for (const SETTING& setting : SETTINGS)
+        state.Set(setting.Key, setting.Kind == SETTINGKIND::DATAFILE ? "" : setting.Default);
+    for (const auto& [key, value] : changed)
+        state.Set(key, value);
+    state.AllowNewKeys(false);
+}
+
+/// These texts and no others.
+class TEXTTABLE : public TEXTS {
+ public:
+    explicit TEXTTABLE(std::map<int, const char*> table) : Table(std::move(table)) {}
+    STRING Get(int id) const override { return Table.at(id); }
+
+ private:
+    const std::map<int, const char*> Table;
+};
+
+/// Notes what it is to open, to show and to start; the start of "broken" fails.
+class FAKESTARTER : public PROGRAMSTARTER {
+ public:
+    uintptr_t FindTitledWindow(const STRING& part) override { return Std(part) == Window ? 7 : 0; }
+    int BringToFront(uintptr_t window) override { return Note("front " + std::to_string(window)); }
+    bool OpenAddress(const STRING& address) override { return Note("open " + Std(address)); }
+    STRING Expand(const STRING& text) override { return text; }
+    bool Start(const STRING& program, const STRING& arguments, const STRING& directory, STRING& error) override {
+        error = "reason";
+        return Note(Std(program) + "," + Std(arguments) + "," + Std(directory)) && program.Pos("broken") == -1;
+    }
+    std::string Take() { return std::exchange(Calls, {}); }
+
+    std::string Window = "none";  // the title of the one that is open
+
+ private:
+    bool Note(const std::string& call) {
+        Calls += call;
+        return true;
+    }
+    std::string Calls;
+};
