@@ -7,6 +7,7 @@
 #include "app/core/tarnwick.h"
 #include "app/notify/mailprogram.h"
 #include "corelib/base/trace.h"
+#include "corelib/net/proxyinfo.h"
 
 namespace {
 
@@ -210,6 +211,11 @@ STRING BusyMessage(const TEXTS& texts) {
 
 STRING BusyTitle(const TEXTS& texts, const STRING& name) {
     return texts.Get(TEXT_TITLE) || " - " || name;
+}
+
+void ShowProxyInfo(FRONTEND& frontEnd, const TEXTS& texts) {
+    const STRING found = QueryBrowserProxies();
+    frontEnd.ShowMessage(texts.Get(TEXT_TITLE), found.Length() > 0 ? found : STRING("No Proxy Information found."));
 }
 
 std::vector<COMMANDSTATE> CommandStates(const COMMANDCONTEXT& context) {

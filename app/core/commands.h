@@ -99,6 +99,9 @@ STRING DeleteQuestion(const TEXTS& texts, int items, const STRING& name);
 STRING BusyMessage(const TEXTS& texts);
 STRING BusyTitle(const TEXTS& texts, const STRING& name);
 
+/// Shows what the browsers of this machine use as their proxy, for the user to enter it; no setting changes.
+void ShowProxyInfo(FRONTEND& frontEnd, const TEXTS& texts);
+
 /// What menus and tool bars depend on.
 struct COMMANDCONTEXT {
     int SelectedItems = 0;

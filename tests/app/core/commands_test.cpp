@@ -4,6 +4,7 @@
 #include "app/core/clickmodes.h"
 #include "app/core/maintitle.h"
 #include "app/core/tarnwick.h"
+#include "corelib/net/proxyinfo.h"
 #include "tests/app/apptest.h"
 #include "tests/app/core/coresupport.h"
 
@@ -281,6 +282,21 @@ TEST(MainTitles, NameVersionAndWhatIsUnusual) {
         WriteBytes(trash.File(name), "");
     EXPECT_EQ(Std(MainTitle(texts, plain, true, trash.Path())), "Title 2.02 (paused) - 2 in the trash");
     EXPECT_EQ(Std(MainTitle(texts, ARGUMENTS("tarnwick", "/novers"), false, trash.File("none"))), "Title");
+}
+
+TEST(ProxyInfo, IsShownOrSaidToBeMissing) {
+    if (QueryBrowserProxies().Length() > 0)
+        GTEST_SKIP() << "this machine has proxies of its own";
+    RECORDER shown;
+    REGISTRY key(ROOT_CURRENT_USER, "Software\\Netscape\\Netscape Navigator", "Proxy INformation", REGISTRY_CREATE);
+    key.Write("Http_ProxyPort", "\3", 1);
+    for (const char* host : {"proxy", ""}) {
+        *host ? key.Write("Http_Proxy", host) : key.Delete("Http_Proxy");
+        ShowProxyInfo(shown, NUMBEREDTEXTS());
+    }
+    key.Delete("Http_ProxyPort");
+    EXPECT_EQ(shown.Messages[0], "text 10004 $DIR: Netscape 3.0: proxy:3 (disabled)\n");
+    EXPECT_EQ(shown.Messages[1], "text 10004 $DIR: No Proxy Information found.");
 }
 
 }  // namespace
