@@ -1,4 +1,4 @@
-#include <string>
+#include <string_view>
 
 // The second needs the first.
 // clang-format off
@@ -7,6 +7,7 @@
 // clang-format on
 
 #include "app/notify/mailprogram.h"
+#include "corelib/system/startprogram.h"
 
 namespace {
 
@@ -54,25 +55,9 @@ class WIN32STARTER : public PROGRAMSTARTER {
     }
 
     bool Start(const STRING& program, const STRING& arguments, const STRING& directory, STRING& error) override {
-        std::string command(program.View());
-        if (arguments.Length() > 0)
-            command += " " + std::string(arguments.View());
-        STARTUPINFOA start{};
-        start.cb = sizeof start;
-        PROCESS_INFORMATION process{};
+        // In its own directory, if the command tells one.
         const bool hasDirectory = program.Pos('\\') != -1;
-        if (!CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                            hasDirectory ? directory.Text() : nullptr, &start, &process)) {
-            char text[TITLE_BYTES] = "";
-            FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, GetLastError(), 0, text,
-                           sizeof text, nullptr);
-            error = text;
-            error.Strip('R', "\r\n ");
-            return false;
-        }
-        CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
-        return true;
+        return StartProgram(program, arguments, hasDirectory ? directory : STRING(), "", false, &error);
     }
 };
 

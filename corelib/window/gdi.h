@@ -1,9 +1,12 @@
 #pragma once
 
-// The second needs the first.
+// The others need the first.
 // clang-format off
 #include <windows.h>
 #include <commctrl.h>
+#include <shellapi.h>
+#include <uxtheme.h>
+#include <vsstyle.h>
 // clang-format on
 #include <memory>
 #include <type_traits>

@@ -13,6 +13,7 @@ constexpr UINT WM__CREATED = 1090;  // the constructors are through
 constexpr UINT WM__GETID = 1091;    // stores the id where the first parameter points
 
 HMODULE Resources = nullptr;
+bool German = false;
 HELPFUNCTION Help = nullptr;
 
 RECT WorkArea() {
@@ -27,10 +28,28 @@ void ClipInto(const RECT& area, LONG width, LONG height, LONG& x, LONG& y) {
     y = std::max(std::min(y, area.bottom - height), std::max(area.top, 0L));
 }
 
+// The language of the first text that comes.
+BOOL CALLBACK SeeLanguage(HMODULE /*module*/, LPCWSTR /*type*/, LPCWSTR /*name*/, WORD language,
+                          LONG_PTR /*argument*/) {
+    German = PRIMARYLANGID(language) == LANG_GERMAN;
+    return FALSE;
+}
+BOOL CALLBACK SeeText(HMODULE module, LPCWSTR type, LPWSTR name, LONG_PTR argument) {
+    EnumResourceLanguagesW(module, type, name, SeeLanguage, argument);
+    return FALSE;
+}
+
 }  // namespace
 
 void SetResourceModule(HMODULE module) {
     Resources = module;
+    German = false;
+    if (module)
+        EnumResourceNamesW(module, RT_STRING, SeeText, 0);
+}
+
+bool IsGermanResourceModule() {
+    return German;
 }
 
 HMODULE ResourceModule() {

@@ -9,6 +9,8 @@
 /// program file.
 void SetResourceModule(HMODULE module);
 HMODULE ResourceModule();
+/// Whether its texts are German; for the few texts of the window library itself.
+bool IsGermanResourceModule();
 
 /// Shows help on a control of a window (F1, or the question mark of a dialog's frame); without one set, nothing.
 using HELPFUNCTION = void (*)(HWND window, int control);

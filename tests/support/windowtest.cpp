@@ -111,13 +111,13 @@ bool SavePicture(HWND window, const char* path) {
     info.biWidth = width;
     info.biHeight = height;
     info.biPlanes = 1;
-    info.biBitCount = 32;
+    info.biBitCount = 24;
     const HDC screen = GetDC(nullptr), memory = CreateCompatibleDC(screen);
     const HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
     const HGDIOBJ former = SelectObject(memory, bitmap);
     BitBlt(memory, 0, 0, width, height, screen, rect.left, rect.top, SRCCOPY);
     SelectObject(memory, former);
-    std::vector<char> bits(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
+    std::vector<char> bits((static_cast<size_t>(width) * 3 + 3) / 4 * 4 * static_cast<size_t>(height));
     GetDIBits(screen, bitmap, 0, static_cast<UINT>(height), bits.data(), reinterpret_cast<BITMAPINFO*>(&info),
               DIB_RGB_COLORS);
     DeleteObject(bitmap);

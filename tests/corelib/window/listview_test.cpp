@@ -86,15 +86,4 @@ TEST_F(LISTVIEWTEST, KnowsAFixedSetOfImages) {
     EXPECT_EQ(List.Count(), 2);
 }
 
-TEST(LISTVIEWHANDLES, DoNotGrow) {
-    ExpectNoHandleGrowth([] {
-        WINDOW frame(WS_OVERLAPPEDWINDOW | WS_VISIBLE, "list", 0, 0, 300, 200, nullptr, 0, nullptr);
-        LISTVIEW list(frame.Hwnd(), 100);
-        list.AddColumns("a\tb");
-        list.SetImages({1});
-        list.InsertRecord(0, 1, "x\ty");
-        Pump();
-    });
-}
-
 }  // namespace

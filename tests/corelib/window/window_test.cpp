@@ -1,6 +1,9 @@
 #include "corelib/window/window.h"
 
 #include "corelib/system/registry.h"
+#include "corelib/window/listview.h"
+#include "corelib/window/taskbaricon.h"
+#include "corelib/window/toolbar.h"
 #include "tests/support/windowtest.h"
 
 namespace {
@@ -113,7 +116,20 @@ TEST(WINDOWS, CenterKeepsThemInsideTheWorkArea) {
 TEST(WINDOWS, LeaveNoHandles) {
     ExpectNoHandleGrowth([] {
         SEEING window;
+        NEWTOOLBAR bar(window.Hwnd());
+        for (const int command : {2110, 2112, 2135})
+            bar.AddButton(command, command, TBSTYLE_CHECK);
+        bar.SetButtonText(2110, "Mail");
+        bar.ArrangeButtons();
+        LISTVIEW list(window.Hwnd(), 100);
+        list.Move(0, 40, 200, 100);
+        list.AddColumns("a\tb");
+        list.SetImages({2075, 2076});
+        list.InsertRecord(0, 2076, "x\ty");
         window.Show();
+        UpdateWindow(window.Hwnd());
+        TASKBARICON icon(window.Hwnd(), 2050, "tip", WM_APP);
+        icon.SetIcon(2051);
         Pump();
     });
 }

@@ -1,0 +1,79 @@
+#include "corelib/window/messages.h"
+
+#include <algorithm>
+#include <cderr.h>
+#include <commdlg.h>
+#include <string>
+
+#include "corelib/base/trace.h"
+#include "corelib/system/osys.h"
+#include "corelib/window/widetext.h"
+#include "corelib/window/window.h"
+
+namespace {
+
+constexpr size_t PATH_CHARACTERS = 32768;
+
+int Box(HWND window, const STRING& text, const STRING& title, UINT kind) {
+    return MessageBoxW(window, WideText(text).c_str(), WideText(title).c_str(), kind | MB_TOPMOST);
+}
+
+// Pairs of name and pattern, each with a zero byte behind it, and one more at the end.
+std::wstring FilterList(const STRING& filter) {
+    STRING all = filter.Length() > 0 ? filter : STRING("");
+    all.Append(IsGermanResourceModule() ? "\nAlle Dateien|*.*" : "\nAll Files|*.*");
+    std::wstring list;
+    WORDCURSOR lines(all, "\n");
+    for (std::string_view line; lines.Next(line);) {
+        const size_t bar = line.find('|');
+        if (bar == line.npos)
+            continue;
+        const std::string_view pattern = line.substr(bar + 1);
+        list += WideText(bar == 0 ? pattern : line.substr(0, bar)) + L'\0' + WideText(pattern) + L'\0';
+    }
+    return list + L'\0';
+}
+
+}  // namespace
+
+void ShowInfo(HWND window, const STRING& text, const STRING& title) {
+    Box(window, text, title, MB_OK | MB_ICONINFORMATION);
+}
+
+void ShowError(HWND window, const STRING& text, const STRING& title) {
+    Box(window, text, title, MB_OK | MB_ICONSTOP);
+}
+
+bool AskYesNo(HWND window, const STRING& text, const STRING& title) {
+    return Box(window, text, title, MB_YESNO | MB_ICONQUESTION) == IDYES;
+}
+
+bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {
+    const std::wstring filters = FilterList(filter), offered = WideText(file);
+    std::wstring name(PATH_CHARACTERS, L'\0');
+    offered.copy(name.data(), PATH_CHARACTERS - 1);
+    OPENFILENAMEW ask{};
+    ask.lStructSize = sizeof ask;
+    ask.hwndOwner = window;
+    ask.lpstrFilter = filters.c_str();
+    ask.nFilterIndex = 1;
+    ask.lpstrFile = name.data();
+    ask.nMaxFile = static_cast<DWORD>(PATH_CHARACTERS);
+    ask.Flags = OFN_EXPLORER | OFN_HIDEREADONLY | OFN_NOCHANGEDIR | OFN_PATHMUSTEXIST;
+    ask.Flags |= save ? OFN_OVERWRITEPROMPT : OFN_FILEMUSTEXIST;
+    bool chosen = save ? GetSaveFileNameW(&ask) : GetOpenFileNameW(&ask);
+    if (!chosen && CommDlgExtendedError() == FNERR_INVALIDFILENAME) {
+        // What stood there is no file's name: the user still may choose one.
+        std::fill(name.begin(), name.end(), L'\0');
+        chosen = save ? GetSaveFileNameW(&ask) : GetOpenFileNameW(&ask);
+    }
+    if (!chosen)
+        return false;
+    file = FromWide(name.c_str());
+    // A directory and a name in it may also come one behind the other.
+    const size_t end = name.find(L'\0');
+    if (end + 1 < ask.nFileOffset || name[end + 1] == L'\0' || ask.nFileOffset <= end)
+        return true;
+    file = OSYS::FilePath(file.Text(), FromWide(&name[end + 1]).Text());
+    return true;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "corelib/base/strings.h"
+#include "corelib/window/gdi.h"
+
+/// An icon in the notification area of the task bar, there as long as the object. Tooltips have at most 63 bytes.
+class TASKBARICON {
+ public:
+    /// Adds the icon of that resource number. `message` comes to the window with the number that the icon had first,
+    /// and the mouse message.
+    TASKBARICON(HWND window, int icon, const STRING& tooltip, UINT message);
+    ~TASKBARICON();
+    TASKBARICON(const TASKBARICON&) = delete;
+    TASKBARICON& operator=(const TASKBARICON&) = delete;
+
+    /// False when the shell has refused the icon or has lost it since.
+    bool IsUp() const { return UpAndRunning; }
+    /// Adds the icon again, for a shell that has been started anew; IsUp() tells whether that worked.
+    void Add();
+    void SetIcon(int icon);
+    void SetTooltip(const STRING& text);
+
+ private:
+    void Load(int icon);
+    void Modify(UINT what, const char* operation);
+
+    NOTIFYICONDATAW Data{};
+    ICONHANDLE Icon;
+    bool UpAndRunning = false;
+};

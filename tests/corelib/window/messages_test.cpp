@@ -1,0 +1,146 @@
+#include "corelib/window/messages.h"
+
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "corelib/system/registry.h"
+#include "corelib/system/startprogram.h"
+#include "corelib/window/taskbaricon.h"
+#include "corelib/window/widetext.h"
+#include "corelib/window/window.h"
+#include "tests/support/windowtest.h"
+
+namespace {
+
+constexpr const char* PRODUCT = "WindowTest";
+constexpr const char* TITLE = "A hint of the test";
+constexpr int ID_NEVER = 101;
+
+// A user who, in another thread, answers each window with the title.
+class USER {
+ public:
+    USER(int button, bool never) : Thread([this, button, never] { Answer(button, never); }) {}
+    ~USER() { Stop(); }
+    int Seen() {
+        Stop();
+        return Windows;
+    }
+
+ private:
+    void Stop() {
+        Done = true;
+        if (Thread.joinable())
+            Thread.join();
+    }
+    void Answer(int button, bool never) {
+        while (!Done) {
+            const HWND window = FindWindowW(nullptr, WideText(std::string_view(TITLE)).c_str());
+            if (window && IsWindowVisible(window)) {
+                if (never)
+                    SendMessageW(GetDlgItem(window, ID_NEVER), BM_CLICK, 0, 0);
+                ++Windows;
+                PostMessageW(window, WM_COMMAND, static_cast<WPARAM>(button), 0);
+                while (IsWindow(window))
+                    Sleep(1);
+            }
+            Sleep(1);
+        }
+    }
+    std::atomic<bool> Done = false;
+    int Windows = 0;
+    std::thread Thread;
+};
+
+TEST(HINTS, AreRememberedInTheRegistryOrATable) {
+    struct CASE {
+        const char* Name;
+        int Button;
+        bool Never, InTable, Answer, AnswerAgain;
+        int SeenTwice;  // windows of two calls
+    };
+    for (const CASE& c : {CASE{"yes for good", IDOK, true, true, true, true, 1},
+                          CASE{"no for good", IDCANCEL, true, true, false, false, 1},
+                          CASE{"no for good, registry", IDCANCEL, true, false, false, false, 1},
+                          CASE{"yes for good, registry", IDOK, true, false, true, true, 1},
+                          CASE{"yes this time", IDOK, false, true, true, true, 2}}) {
+        SCOPED_TRACE(c.Name);
+        REGISTRY(WINDOW_COMPANY, PRODUCT, ROOT_CURRENT_USER).Delete("Hint");
+        STRINGARRAY table;
+        table.AllowNewKeys(false);
+        STRINGARRAY* const state = c.InTable ? &table : nullptr;
+        USER user(c.Button, c.Never);
+        EXPECT_EQ(AskHint(nullptr, "One\nTwo", TITLE, PRODUCT, "Hint", state), c.Answer);
+        EXPECT_EQ(AskHint(nullptr, "One\nTwo", TITLE, PRODUCT, "Hint", state), c.AnswerAgain);
+        EXPECT_EQ(user.Seen(), c.SeenTwice);
+        EXPECT_TRUE(table.IsLocked());
+        EXPECT_EQ(table.Exists("Hint"), c.InTable && c.Never);
+    }
+}
+
+TEST(HINTS, OfATableNeedAKey) {
+    STRINGARRAY table;
+    USER user(IDOK, true);
+    EXPECT_ASSERTIONS(1);
+    ShowHint(nullptr, "text", TITLE, PRODUCT, nullptr, &table);
+    EXPECT_EQ(user.Seen(), 1);
+    EXPECT_EQ(table.Count(), 0);
+}
+
+TEST(TRAY, RefusedOrLostIconCanBeAddedAgain) {
+    constexpr int ICON = 2050;
+    const WINDOW window(WS_OVERLAPPEDWINDOW, "tray", 0, 0, 100, 100, nullptr, 0, "TrayTest");
+    auto first =
+        std::make_unique<TASKBARICON>(window.Hwnd(), ICON, STRING(std::string_view(std::string(200, 'x'))), WM_APP);
+    ASSERT_TRUE(first->IsUp());
+    // The shell takes no second one of the same number.
+    TASKBARICON icon(window.Hwnd(), ICON, "second", WM_APP);
+    EXPECT_FALSE(icon.IsUp());
+    first.reset();
+    icon.SetIcon(ICON + 1);
+    EXPECT_FALSE(icon.IsUp());
+    icon.Add();
+    EXPECT_TRUE(icon.IsUp());
+    icon.SetTooltip("other");
+    EXPECT_TRUE(icon.IsUp());
+    EXPECT_ASSERTIONS(1);
+    icon.SetIcon(4711);  // there is no such picture
+}
+
+TEST(STARTPROGRAM, PassesNameArgumentsDirectoryAndState) {
+    wchar_t own[MAX_PATH];
+    GetModuleFileNameW(nullptr, own, MAX_PATH);
+    const STRING program = FromWide(own);
+    const TEMPDIR dir;
+    for (const bool minimised : {false, true}) {
+        const STRING name = STRING(minimised ? "*" : "") || program;
+        ASSERT_TRUE(StartProgram(name, STRING("/report ") || dir.File("report"), dir.Path(), "The Title", true));
+        EXPECT_EQ(ReadBytes(dir.File("report")), Std("\"" || program || "\" /report " || dir.File("report") || "|" ||
+                                                     dir.Path() || "|The Title|" || (minimised ? "1" : "0")));
+    }
+    STRING error;
+    EXPECT_FALSE(StartProgram(dir.File("missing.exe"), "", "", "", true, &error));
+    EXPECT_GT(error.Length(), 5);
+}
+
+}  // namespace
+
+// As the program that is started, this one writes how it was.
+int ReportStart(const char* file) {
+    STARTUPINFOA start{};
+    GetStartupInfoA(&start);
+    char directory[MAX_PATH];
+    GetCurrentDirectoryA(MAX_PATH, directory);
+    const bool minimised = start.dwFlags & STARTF_USESHOWWINDOW && start.wShowWindow == SW_SHOWMINNOACTIVE;
+    std::ofstream(file, std::ios::binary)
+        << GetCommandLineA() << '|' << directory << '|' << start.lpTitle << '|' << minimised;
+    return 0;
+}
+namespace {
+// Before the tests' own main.
+const bool Reported = [] {
+    if (__argc == 3 && std::string_view(__argv[1]) == "/report")
+        _exit(ReportStart(__argv[2]));
+    return true;
+}();
+}  // namespace

@@ -1,0 +1,165 @@
+#include "corelib/window/toolbar.h"
+
+#include <string>
+#include <vector>
+
+#include "tests/support/windowtest.h"
+
+namespace {
+
+class PARENT : public WINDOW {
+ public:
+    PARENT() : WINDOW(WS_OVERLAPPEDWINDOW | WS_VISIBLE, "bar", 0, 0, 500, 200, nullptr, 0, "BarParent") {}
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
+        if (message == WM_COMMAND)
+            Commands.push_back(static_cast<int>(first));
+        if (message == WM_NOTIFY && reinterpret_cast<NMHDR*>(second)->code == TTN_GETDISPINFOW) {
+            auto& notice = *reinterpret_cast<NMTTDISPINFOW*>(second);
+            Tip = L"tip " + std::to_wstring(notice.hdr.idFrom);
+            notice.lpszText = Tip.data();
+            return 0;
+        }
+        return WINDOW::WinProc(message, first, second);
+    }
+    std::vector<int> Commands;
+    std::wstring Tip;
+};
+
+class TOOLBARTEST : public testing::Test {
+ protected:
+    TOOLBARTEST() {
+        Bar.AddButton(10, -1, TBSTYLE_BUTTON);
+        Bar.AddSeparator();
+        Bar.AddButton(11, 2112, TBSTYLE_CHECK);
+        Bar.AddButton(20, 2105, TBSTYLE_CHECK | TBSTYLE_GROUP);
+        Bar.AddButton(21, 2106, TBSTYLE_CHECK | TBSTYLE_GROUP);
+        Bar.AddButton(22, 2118, TBSTYLE_CHECK | TBSTYLE_GROUP);
+        Bar.AddButton(12, 2113, TBSTYLE_CHECK);
+        Bar.AddButton(23, 2135, TBSTYLE_CHECK | TBSTYLE_GROUP);
+        Bar.SetButtonText(10, "&Mails...\tF5");
+        Bar.ArrangeButtons();
+        Pump();
+    }
+    POINT Middle(int id) const {
+        const RECT rect = Bar.ButtonRect(id);
+        return {(rect.left + rect.right) / 2, (rect.top + rect.bottom) / 2};
+    }
+    void ClickOn(int id) { Click(Bar.Hwnd(), Middle(id).x, Middle(id).y); }
+    std::vector<int> Checked() const {
+        std::vector<int> checked;
+        for (const int id : {11, 12, 20, 21, 22, 23})
+            if (Bar.IsChecked(id))
+                checked.push_back(id);
+        return checked;
+    }
+    // How many pixels of a button differ from the bar's own colour.
+    int Drawn(int id) const {
+        UpdateWindow(Bar.Hwnd());
+        const WINDOWDC dc(Bar.Hwnd());
+        const RECT rect = Bar.ButtonRect(id);
+        int count = 0;
+        for (int y = rect.top; y < rect.bottom; ++y)
+            for (int x = rect.left; x < rect.right; ++x)
+                count += GetPixel(dc, x, y) != GetSysColor(COLOR_BTNFACE);
+        return count;
+    }
+
+    PARENT Parent;
+    NEWTOOLBAR Bar{Parent.Hwnd()};
+};
+
+using IDS = std::vector<int>;
+
+TEST_F(TOOLBARTEST, ClicksCheckAndAreToldToTheParent) {
+    ClickOn(10);
+    ClickOn(11);
+    ClickOn(21);
+    EXPECT_EQ(Checked(), (IDS{11, 21}));
+    ClickOn(11);
+    ClickOn(21);  // stays: one of a group is down
+    EXPECT_EQ(Checked(), (IDS{21}));
+    ClickOn(23);  // a run of its own, behind 12
+    ClickOn(20);
+    EXPECT_EQ(Checked(), (IDS{20, 23}));
+    EXPECT_EQ(Parent.Commands, (IDS{10, 11, 21, 11, 21, 23, 20}));
+}
+
+TEST_F(TOOLBARTEST, GivesUpAClickThatLeavesOrIsForbidden) {
+    PressMouse(Bar.Hwnd(), Middle(11).x, Middle(11).y);
+    EXPECT_EQ(GetCapture(), Bar.Hwnd());
+    ReleaseMouse(Bar.Hwnd(), Middle(12).x, Middle(12).y);
+    EXPECT_NE(GetCapture(), Bar.Hwnd());
+    Bar.Enable(12, false);
+    ClickOn(12);
+    EXPECT_EQ(Parent.Commands, IDS{});
+    EXPECT_EQ(Checked(), IDS{});
+}
+
+TEST_F(TOOLBARTEST, ProgramChecksOnlyWhatCanBeChecked) {
+    Bar.Check(20, true);
+    Bar.Check(22, true);
+    EXPECT_EQ(Checked(), (IDS{22}));
+    Bar.Check(22, false);
+    EXPECT_EQ(Checked(), IDS{});
+    EXPECT_ASSERTIONS(1);
+    Bar.Check(10, true);
+    EXPECT_FALSE(Bar.IsChecked(10));
+    EXPECT_EQ(Parent.Commands, IDS{});
+}
+
+TEST_F(TOOLBARTEST, IsReachedByTheKeyboard) {
+    Bar.Enable(11, false);
+    SetFocus(Bar.Hwnd());
+    TypeKey(Bar.Hwnd(), VK_SPACE);
+    TypeKey(Bar.Hwnd(), VK_RIGHT);  // over the separator and the disabled button
+    TypeKey(Bar.Hwnd(), VK_RETURN);
+    TypeKey(Bar.Hwnd(), VK_END);
+    TypeKey(Bar.Hwnd(), VK_RIGHT);
+    TypeKey(Bar.Hwnd(), VK_SPACE);
+    TypeKey(Bar.Hwnd(), VK_HOME);
+    TypeKey(Bar.Hwnd(), VK_LEFT);
+    TypeKey(Bar.Hwnd(), VK_SPACE);
+    EXPECT_EQ(Parent.Commands, (IDS{10, 20, 23, 10}));
+    EXPECT_EQ(Checked(), (IDS{20, 23}));
+}
+
+TEST_F(TOOLBARTEST, ShowsWhichButtonIsHotDownOrFocused) {
+    SetFocus(nullptr);
+    const int plain = Drawn(12);
+    MoveMouse(Bar.Hwnd(), Middle(12).x, Middle(12).y);
+    const int hot = Drawn(12);
+    EXPECT_GT(hot, plain);
+    // The pointer itself is elsewhere, which the bar finds out by its timer.
+    EXPECT_TRUE(PumpUntil([&] { return Drawn(12) == plain; }));
+    Bar.Check(12, true);
+    EXPECT_GT(Drawn(12), plain);
+    const int label = Drawn(10);
+    EXPECT_GT(label, 20);
+    SetFocus(Bar.Hwnd());
+    Pump();
+    EXPECT_GT(Drawn(10), label);
+    if (const char* const file = getenv("TOOLBAR_PICTURE"))
+        SavePicture(Parent.Hwnd(), file);
+}
+
+TEST_F(TOOLBARTEST, LiesAlongTheTopAndLabelsAreCut) {
+    const RECT bar = Bar.Rect();
+    EXPECT_EQ(bar.bottom - bar.top, ScalePixels(34));
+    EXPECT_EQ(bar.right, Parent.ClientRect().right);
+    const LONG width = Bar.ButtonRect(10).right - Bar.ButtonRect(10).left;
+    Bar.SetButtonText(10, "Mails");
+    Bar.ArrangeButtons();
+    EXPECT_EQ(Bar.ButtonRect(10).right - Bar.ButtonRect(10).left, width);
+    EXPECT_GE(Bar.ButtonRect(11).left, Bar.ButtonRect(10).right + ScalePixels(8));
+}
+
+TEST_F(TOOLBARTEST, AsksTheParentForTooltips) {
+    NMTTDISPINFOW notice{};
+    notice.hdr.code = TTN_GETDISPINFOW;
+    notice.hdr.idFrom = 12;
+    SendMessageW(Bar.Hwnd(), WM_NOTIFY, 12, reinterpret_cast<LPARAM>(&notice));
+    ASSERT_NE(notice.lpszText, nullptr);
+    EXPECT_STREQ(notice.lpszText, L"tip 12");
+}
+
+}  // namespace
