@@ -57,14 +57,6 @@ TEST_F(MailRecords, HasEveryField) {
     EXPECT_TRUE(Std(Hash[0].Get("Header")).ends_with("text/plain; charset=x\nDate: Wed, 4 Mar 2026 05:06:07 +0100\n"));
 }
 
-TEST_F(MailRecords, MissingFieldsAreEmpty) {
-    ASSERT_EQ(Build("1\nFrom: a@b\nNoise\n\n\1"), 1);
-    for (const char* key :
-         {"To", "Subject", "Content-Type", "Seen", "Body", "X-Datetime", "X-SpamPoints", "X-SpamReason"})
-        EXPECT_TRUE(Hash[0].Get(key).NotNull() && Hash[0].Get(key).Length() == 0) << key;
-    EXPECT_EQ(Std(Hash[0].Get("X-Size")), "0 KB");
-}
-
 TEST_F(MailRecords, GivesEveryMailAnIdentity) {
     // Of the same sender and subject, so that both get the same number; the third differs in its subject.
     ASSERT_EQ(Build("4\nFrom: A <a@b>\nTo: t@b\nSubject: s\n\n1\1"

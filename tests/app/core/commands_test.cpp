@@ -232,45 +232,30 @@ TEST(CommandStates, FollowSelectionAndWindows) {
 }
 
 TEST(Clicks, DoWhatTheSettingsSay) {
-    const struct {
-        const char* Keys;  // held down
-        TRAYCLICK Click;
-        int Mode;  // of the key that counts; every other mode is 1
-        int Command;
-        bool MailProgram;
-    } CASES[] = {
-        {"SC", TRAYCLICK::DOWN, 0, 0, false},     {"", TRAYCLICK::UP, 0, 0, false},
-        {"S", TRAYCLICK::UP, 0, 2111, false},     {"SC", TRAYCLICK::UP, 2, 2106, false},
-        {"C", TRAYCLICK::UP, 1, 2109, false},     {"C", TRAYCLICK::UP, 3, 2145, false},
-        {"C", TRAYCLICK::UP, 4, 0, true},         {"S", TRAYCLICK::UP, 5, 2150, false},
-        {"S", TRAYCLICK::UP, -1, 0, false},       {"", TRAYCLICK::DOUBLE, 0, 0, true},
-        {"S", TRAYCLICK::DOUBLE, 1, 2150, false}, {"", TRAYCLICK::DOUBLE, 2, 2109, false},
-        {"", TRAYCLICK::DOUBLE, 3, 0, false},
+    STRINGARRAY state;
+    for (const auto& [key, value] : {std::pair{"DlgShiftClickMode", "5"},
+                                     {"DlgCtrlClickMode", "4"},
+                                     {"DlgDblClickMode", "2"},
+                                     {"DlgTaskbarClickReset", "1"}})
+        state.Set(key, value);
+    const auto action = [&state](TRAYCLICK click, bool shift, bool control) {
+        const CLICKACTION done = TrayClickAction(click, shift, control, state);
+        return std::string(done.Reset ? "reset " : "") + (done.MailProgram ? "program " : "") +
+               std::to_string(done.Command);
     };
-    for (const bool reset : {true, false}) {
-        for (const auto& test : CASES) {
-            const std::string keys = test.Keys;
-            const bool shift = keys.find('S') != keys.npos, control = keys.find('C') != keys.npos;
-            STRINGARRAY state;
-            for (const char* key : {"DlgShiftClickMode", "DlgCtrlClickMode", "DlgDblClickMode"})
-                state.Set(key, "1");
-            state.SetNumber(test.Click == TRAYCLICK::DOUBLE ? "DlgDblClickMode"
-                            : shift                         ? "DlgShiftClickMode"
-                                                            : "DlgCtrlClickMode",
-                            test.Mode);
-            state.Set("DlgTaskbarClickReset", reset ? "1" : "0");
-            const CLICKACTION action = TrayClickAction(test.Click, shift, control, state);
-            EXPECT_EQ(action.Command, test.Command) << keys << test.Mode;
-            EXPECT_EQ(action.MailProgram, test.MailProgram) << keys << test.Mode;
-            EXPECT_EQ(action.Reset, reset);
-        }
-    }
-    STRINGARRAY wrong;
-    wrong.Set("DlgShiftClickMode", "6");
-    wrong.Set("DlgTaskbarClickReset", "1");
+    EXPECT_EQ(action(TRAYCLICK::DOWN, true, true), "reset 0");
+    EXPECT_EQ(action(TRAYCLICK::UP, false, false), "reset 0");
+    EXPECT_EQ(action(TRAYCLICK::UP, true, true), "reset 2150") << "shift wins";
+    EXPECT_EQ(action(TRAYCLICK::UP, false, true), "reset program 0");
+    EXPECT_EQ(action(TRAYCLICK::DOUBLE, true, false), "reset 2109");
+    state.Set("DlgTaskbarClickReset", "0");
+    state.Set("DlgShiftClickMode", "-1");
+    EXPECT_EQ(action(TRAYCLICK::UP, true, false), "0");
+    state.Set("DlgDblClickMode", "3");
+    EXPECT_EQ(action(TRAYCLICK::DOUBLE, false, false), "0");
     EXPECT_ASSERTIONS(1);
-    const CLICKACTION action = TrayClickAction(TRAYCLICK::UP, true, false, wrong);
-    EXPECT_TRUE(action.Reset && !action.MailProgram && action.Command == 0);
+    state.Set("DlgShiftClickMode", "6");
+    EXPECT_EQ(action(TRAYCLICK::UP, true, false), "0");
 }
 
 TEST(MainTitles, NameVersionAndWhatIsUnusual) {

@@ -96,17 +96,11 @@ TEST(AlertLayout, DrawsWholePopup) {
 
 TEST(AlertLayout, GivesValueOfClick) {
     const ALERT alert(POPUP);
-    const struct {
-        ALERTPOINT At;
-        bool Right;
-        intptr_t Value;
-    } cases[] = {
-        {{8, 90}, false, 2110},   {{47, 110}, false, 2110}, {{60, 100}, false, 2140}, {{165, 90}, false, 0},
-        {{7, 90}, false, 70000},  {{8, 89}, false, 70000},  {{48, 90}, false, 70000}, {{8, 111}, false, 70000},
-        {{20, 20}, false, 70000}, {{-1, -1}, false, 70000}, {{8, 90}, true, 70000},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(alert.Layout.ClickValue(c.At, c.Right, 70000), c.Value) << c.At.X << "," << c.At.Y;
+    EXPECT_EQ(alert.Layout.ClickValue({8, 90}, false, 70000), 2110);
+    EXPECT_EQ(alert.Layout.ClickValue({60, 100}, false, 70000), 2140);
+    EXPECT_EQ(alert.Layout.ClickValue({165, 90}, false, 70000), 0) << "a command that is none is a hit";
+    EXPECT_EQ(alert.Layout.ClickValue({48, 90}, false, 70000), 70000) << "between the buttons";
+    EXPECT_EQ(alert.Layout.ClickValue({8, 90}, true, 70000), 70000) << "the right button";
 }
 
 TEST(AlertLayout, ShowsButtonUnderPointer) {

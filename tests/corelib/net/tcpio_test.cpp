@@ -154,23 +154,6 @@ TEST_F(TcpIo, AResetAndADeadPeerEndTheCallToo) {
     EXPECT_EQ(LastErrors(device), "0 200 No Error");
 }
 
-TEST_F(TcpIo, DeliversALongStreamInOrderToASlowReader) {
-    std::string all(400000, ' ');
-    for (size_t i = 0; i < all.size(); ++i)
-        all[i] = static_cast<char>(i * 31 + i / 977);
-    SCRIPTEDSERVER server(SCRIPT{Send(all), Cut()});
-    TCPIPIO device("", "", "");
-    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
-    EXPECT_TRUE(Eventually([&] { return device.NumAvail() > 65536 - 8192; }));
-    std::string got;
-    while (got.size() < all.size()) {
-        std::string piece = Take(device, static_cast<int>(std::min<size_t>(30000, all.size() - got.size())));
-        ASSERT_FALSE(piece.empty()) << got.size();
-        got += piece;
-    }
-    EXPECT_TRUE(got == all);
-}
-
 TEST_F(TcpIo, ADeviceThatNobodyReadsGoesAtOnce) {
     SCRIPTEDSERVER server(SCRIPT{Send(std::string(2000000, 'x'))});
     const auto start = std::chrono::steady_clock::now();

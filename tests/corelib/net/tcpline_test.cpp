@@ -66,30 +66,3 @@ TEST(TcpLine, WriteCommandReadsAReplyOnlyIfItIsAskedTo) {
     EXPECT_TRUE(call.Server.Wait());
     EXPECT_EQ(call.Server.Transcript(), "NOOP\r\nSTAT\r\nQUIT\r\nmore\r\n");
 }
-
-TEST(TcpLine, EachByteThatCameBeforeACutIsRead) {
-    const std::string greeting = "+OK ready\r\n";
-    const std::string all = greeting + "+OK 1 2\r\n";
-    const SCRIPT script = {Send(greeting), Expect("STAT"), Send(all.substr(greeting.size()))};
-    ForEveryCut(script, [&](SCRIPTEDSERVER& server, int sent, bool whole) {
-        TCPIPIO device("", "", "");
-        ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
-        std::string got;
-        char buffer[100];
-        for (;;) {
-            const int missing = sent - static_cast<int>(got.size());
-            // Behind the last byte there is only the end of the time.
-            int count = missing > 0 ? missing : 1;
-            if (!device.Read(buffer, &count, missing > 0 ? LONG_MS : 20, "\n"))
-                break;
-            got.append(buffer, static_cast<size_t>(count));
-            if (got == greeting)
-                TCP::WriteCommand(device, "STAT", nullptr, 0, 0);
-        }
-        EXPECT_EQ(got, all.substr(0, static_cast<size_t>(sent)));
-        if (!whole) {
-            EXPECT_TRUE(Eventually([&] { return !device.IsOnline(); }));
-            EXPECT_EQ(device.GetInfo("LastErrorString"), "No Error");
-        }
-    });
-}
