@@ -26,51 +26,14 @@ namespace {
 
 constexpr int LOOK_MS = 100;  // how soon a stop is seen
 constexpr int PIPE_COLUMNS = 120;
-constexpr const char* DEMO_DIRECTORY = "Velmora\\Tarnwick Demo";
 
 std::atomic<bool> StopAsked = false;
 std::atomic<CONSOLEFRONTEND*> AssertionAsker = nullptr;
 
-bool IsAbsolute(std::string_view path) {
-    return path.starts_with('/') || path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
-}
-
-// The program makes its own directory the current one, so a path that the user typed is completed before that.
-std::vector<std::string> CompletePaths(int argc, char** argv) {
-    std::vector<std::string> words(argv, argv + argc);
-    for (size_t i = 1; i < words.size(); ++i) {
-        for (const char* name : {"/WORKDIR:", "/PASSWORDFILE:", "/SCORE:", "/LOGIT:", "/LOGITHARD:"}) {
-            const size_t length = std::string_view(name).size();
-            if (words[i].size() <= length || stricmp(words[i].substr(0, length).c_str(), name, 0) != 0)
-                continue;
-            if (words[i].substr(length) == "-")
-                continue;
-            const STRING path = FILES::SystemPath(words[i].substr(length).c_str());
-            const STRING whole = IsAbsolute(path.View()) ? path : OSYS::FilePath(nullptr, path.Text());
-            words[i] = name + std::string(whole.View());
-        }
-    }
-    return words;
-}
-
-bool AnyBegins(const std::vector<std::string>& words, std::string_view name) {
-    for (size_t i = 1; i < words.size(); ++i)
-        if (words[i].size() > 1 && stricmp(words[i].substr(1, name.size()).c_str(), name.data(), 0) == 0)
-            return true;
-    return false;
-}
-
 ARGUMENTS MakeArguments(int argc, char** argv) {
     std::vector<std::string> words = CompletePaths(argc, argv);
-    // The demo leaves the user's own data alone.
-    if (AnyBegins(words, "DEMO") && !AnyBegins(words, "WORKDIR"))
-        words.emplace_back(
-            (STRING("/WORKDIR:") || OSYS::FilePath(GetWin32SystemPath(5).Text(), DEMO_DIRECTORY)).Text());
-    std::vector<const char*> pointers;
-    pointers.reserve(words.size());
-    for (const std::string& word : words)
-        pointers.push_back(word.c_str());
-    return {static_cast<int>(pointers.size()), pointers.data()};
+    AddDemoDirectory(words);
+    return ARGUMENTS(words);
 }
 
 int MarkPoints(const TARNWICK& application) {

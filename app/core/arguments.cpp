@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
 
@@ -16,7 +17,39 @@ const char* BehindName(const STRING& word, const STRING& name) {
     return stricmp(word.Mid(1, name.Length()).Ptr(), name.Text(), 0) == 0 ? text + 1 + name.Length() : nullptr;
 }
 
+bool IsAbsolute(std::string_view path) {
+    return path.starts_with('/') || path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
+}
+
+std::vector<const char*> Pointers(const std::vector<std::string>& words) {
+    std::vector<const char*> pointers;
+    pointers.reserve(words.size());
+    for (const std::string& word : words) {
+        pointers.push_back(word.c_str());
+    }
+    return pointers;
+}
+
 }  // namespace
+
+std::vector<std::string> CompletePaths(int argc, const char* const* argv) {
+    std::vector<std::string> words(argv, argv + argc);
+    for (size_t i = 1; i < words.size(); ++i) {
+        for (const char* name : {"/WORKDIR:", "/PASSWORDFILE:", "/SCORE:", "/LOGIT:", "/LOGITHARD:"}) {
+            const size_t length = std::string_view(name).size();
+            if (words[i].size() <= length || stricmp(words[i].substr(0, length).c_str(), name, 0) != 0) {
+                continue;
+            }
+            if (words[i].substr(length) == "-") {
+                continue;
+            }
+            const STRING path = FILES::SystemPath(words[i].substr(length).c_str());
+            const STRING whole = IsAbsolute(path.View()) ? path : OSYS::FilePath(nullptr, path.Text());
+            words[i] = name + std::string(whole.View());
+        }
+    }
+    return words;
+}
 
 DYNARRAY<STRING> SplitCommandLine(const char* commandLine) {
     DYNARRAY<STRING> words(16, 16);
@@ -33,6 +66,9 @@ DYNARRAY<STRING> SplitCommandLine(const char* commandLine) {
         at += length + (quoted && at[length] ? 1 : 0);
     }
 }
+
+ARGUMENTS::ARGUMENTS(const std::vector<std::string>& words)
+    : ARGUMENTS(static_cast<int>(words.size()), Pointers(words).data()) {}
 
 ARGUMENTS::ARGUMENTS(const char* program) : ARGUMENTS(program, "") {}
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "corelib/base/dynarray.h"
 
 /// The switches that the program was started with: the words of the command line and the lines of commandline.ini.
@@ -14,6 +17,7 @@ class ARGUMENTS {
     ARGUMENTS(const char* program, const char* commandLine);
     /// From words that the platform has split already.
     ARGUMENTS(int argc, const char* const* argv);
+    explicit ARGUMENTS(const std::vector<std::string>& words);
 
     /// Adds the lines of a file, cut of blanks and tabs at both ends, as further words; nothing if there is no such
     /// file.
@@ -45,3 +49,7 @@ class ARGUMENTS {
 
 /// The words of a command line, as the constructor splits it. Any bytes; never an empty word, unless it is quoted.
 DYNARRAY<STRING> SplitCommandLine(const char* commandLine);
+
+/// The words that a program was started with, with the paths of its switches made whole: it makes its own directory the
+/// current one, and a user means the one in which the program was started.
+std::vector<std::string> CompletePaths(int argc, const char* const* argv);

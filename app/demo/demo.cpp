@@ -12,6 +12,7 @@
 
 namespace {
 
+constexpr const char* DEMO_DIRECTORY = "Velmora\\Tarnwick Demo";
 constexpr const char* DEMO_USER = "demo";
 constexpr const char* DEMO_PASSWORD = "demo";
 constexpr const char* DEMO_CHECK_SECONDS = "5";
@@ -36,7 +37,20 @@ constexpr KIND KINDS[] = {
     {"Demo (web mail)", ITEMTYPE_HOTMAIL, Serve<WEBMAILSERVICE>, 5, 6},
 };
 
+bool AnyBegins(const std::vector<std::string>& words, std::string_view name) {
+    for (size_t i = 1; i < words.size(); ++i)
+        if (words[i].size() > 1 && stricmp(words[i].substr(1, name.size()).c_str(), name.data(), 0) == 0)
+            return true;
+    return false;
+}
+
 }  // namespace
+
+void AddDemoDirectory(std::vector<std::string>& words) {
+    if (AnyBegins(words, "DEMO") && !AnyBegins(words, "WORKDIR"))
+        words.emplace_back(
+            (STRING("/WORKDIR:") || OSYS::FilePath(GetWin32SystemPath(5).Text(), DEMO_DIRECTORY)).Text());
+}
 
 DEMOTIMES DemoTimes;
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "app/demo/demoservice.h"
@@ -9,6 +10,10 @@
 #include "corelib/base/stringarray.h"
 
 class TARNWICK;
+
+/// Adds the demo's own data directory to the words that a program was started with, if they ask for the demo and name
+/// no directory: it leaves the user's own data alone.
+void AddDemoDirectory(std::vector<std::string>& words);
 
 /// How often a mail arrives, in ms. Tests shrink it.
 struct DEMOTIMES {
