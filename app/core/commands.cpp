@@ -129,7 +129,7 @@ bool COMMANDS::DoMailProgramCommand(int command, const std::vector<int>& selecte
 
 bool COMMANDS::ShowHelp(int command) {
     if (command == COMMAND_HELP_CONTENTS)
-        FrontEnd.ShowHelp(HELP_CONTENTS);
+        FrontEnd.ShowHelp(HELP_TOPIC_CONTENTS);
     else if (command == COMMAND_HELP_INTRODUCTION)
         FrontEnd.ShowHelp(HELP_INTRODUCTION);
     else if (command >= COMMAND_HELP_FIRST_TOPIC && command <= COMMAND_HELP_LAST_TOPIC)

@@ -38,6 +38,7 @@ enum COMMAND : int {
     COMMAND_CHECK_ALL_AS_NEW = 2145,
     COMMAND_SHOW_WINDOW = 2150,
     COMMAND_EXIT = 2151,
+    COMMAND_MINIMIZE = 2152,
     COMMAND_TRAY_SETTINGS = 2154,
     COMMAND_SPAM_SETTINGS = 2155,
     COMMAND_TRAY_CHECK_SHOWN = 2156,
@@ -58,7 +59,7 @@ enum COMMAND : int {
 };
 
 /// The help topic that stands for the table of contents.
-inline constexpr int HELP_CONTENTS = 0;
+inline constexpr int HELP_TOPIC_CONTENTS = 0;
 
 /// The commands that need no window.
 class COMMANDS {

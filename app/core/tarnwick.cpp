@@ -116,9 +116,11 @@ void TARNWICK::Stop() {
     Check->Stop();
 }
 
-void TARNWICK::EndSession() {
+void TARNWICK::EndSession(const std::function<void()>& meanwhile) {
     Trace("WM_ENDSESSION\n");
     Stop();
+    if (meanwhile && Check->IsRunning())
+        meanwhile();
     Check->Wait(WAIT_FOREVER);
     Saved = true;
     if (Files) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "app/check/checkcycle.h"
@@ -42,8 +43,9 @@ class TARNWICK {
     void Start();
     /// Asks the work thread to end, which it tells by FRONTEND::PostQuit. Any thread.
     void Stop();
-    /// The session ends: waits for the work thread and saves now, as the process may not get further.
-    void EndSession();
+    /// The session ends: waits for the work thread and saves now, as the process may not get further. `meanwhile`
+    /// keeps the front end's window alive until PostQuit has been called.
+    void EndSession(const std::function<void()>& meanwhile = {});
 
     /// A new item's record, complete and with a handle of its own, not yet in the table. The caller sets its values.
     STRINGARRAY NewItem();

@@ -73,10 +73,9 @@ VELMORAAPP::~VELMORAAPP() {
 }
 
 int VELMORAAPP::Start(FRONTEND& frontEnd) {
-    STRING path;
-    LanguageId = Library.Load(gWorkDir.Text(), LanguageId, path);
+    LanguageId = Library.Load(gWorkDir.Text(), LanguageId, Path);
     if (LanguageId == 0) {
-        frontEnd.ShowMessage("Velmora Application", STRING("DLL not found:\r") || FILES::NativePath(path.Text()));
+        frontEnd.ShowMessage("Velmora Application", STRING("DLL not found:\r") || FILES::NativePath(Path.Text()));
         return EXIT_NO_LANGUAGE;
     }
     SetTraceLanguage(LanguageId);

@@ -23,6 +23,8 @@ class VELMORAAPP {
 
     const ARGUMENTS& Arguments() const { return Args; }
     const TEXTS& Texts() const { return Library; }
+    /// The file of the language library.
+    const STRING& LibraryPath() const { return Path; }
     /// The language in use: LANGUAGE_GERMAN, LANGUAGE_ENGLISH, or another number that is shown in English.
     int Language() const { return LanguageId; }
     /// The directory that the program was started from.
@@ -36,6 +38,7 @@ class VELMORAAPP {
     ARGUMENTS Args;
     LANGUAGELIBRARY Library;
     STRING gWorkDir;
+    STRING Path;
     int LanguageId;
     bool Minimized = false;
 };

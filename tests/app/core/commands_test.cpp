@@ -137,7 +137,7 @@ TEST_F(Commands, OfTheProgramAsAWhole) {
 
     for (int command : {2190, 2191, 2192, 2193, 2194, 2200})
         EXPECT_TRUE(Doer.DoCommand(command, {}));
-    EXPECT_EQ(FrontEnd.Help, (std::vector<int>{HELP_CONTENTS, 2802, 2801, 2804, 2803, 2000}));
+    EXPECT_EQ(FrontEnd.Help, (std::vector<int>{HELP_TOPIC_CONTENTS, 2802, 2801, 2804, 2803, 2000}));
     EXPECT_TRUE(Doer.DoCommand(2199, {}));
     EXPECT_EQ(FrontEnd.Messages, LIST{"text 10004 $DIR: text 10001 $DIR\rVersion 2.02"});
 
