@@ -1,0 +1,120 @@
+#include "app/desktop/desktop.h"
+
+#include <memory>
+
+#include "app/check/notifier.h"
+#include "app/core/datadir.h"
+#include "app/core/tarnwick.h"
+#include "app/core/velmoraapp.h"
+#include "app/demo/demo.h"
+#include "app/desktop/mainwindow.h"
+#include "app/desktop/windowids.h"
+#include "corelib/base/trace.h"
+#include "corelib/window/messages.h"
+#include "corelib/window/widetext.h"
+
+namespace {
+
+constexpr int EXIT_GOOD = 0;
+constexpr int EXIT_NO_START = 2;
+constexpr int TEXT_TITLE = 10004;
+constexpr int TEXT_DEMO_FAILED = 10062;
+constexpr int TEXT_DEMO_FOREIGN = 10063;
+
+/// Before there is a window: what goes wrong is shown all the same.
+class MESSAGEBOXES : public FRONTEND {
+ public:
+    void ShowMessage(const STRING& title, const STRING& text) override { ShowError(nullptr, text, title); }
+};
+
+/// The language library once more, for its menus and dialogs.
+class RESOURCELIBRARY {
+ public:
+    explicit RESOURCELIBRARY(const STRING& path)
+        : Module(LoadLibraryExW(WideText(path).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
+        SetResourceModule(Module);
+    }
+    ~RESOURCELIBRARY() {
+        SetResourceModule(nullptr);
+        if (Module)
+            FreeLibrary(Module);
+    }
+    RESOURCELIBRARY(const RESOURCELIBRARY&) = delete;
+    RESOURCELIBRARY& operator=(const RESOURCELIBRARY&) = delete;
+
+ private:
+    HMODULE Module;
+};
+
+// The first program that runs is brought to the front; a copy under development does not count.
+bool RaiseFirst() {
+    const HWND first = FindWindowW(WideText(std::string_view(MAINWINDOW_CLASS)).c_str(), nullptr);
+    if (!first || OSYS::FileExists("main.cpp"))
+        return false;
+    ShowWindow(first, IsIconic(first) ? SW_RESTORE : SW_SHOW);
+    SetForegroundWindow(first);
+    return true;
+}
+
+void MainDispatchLoop(HWND window, int accelerators) {
+    const HACCEL keys = LoadAcceleratorsW(ResourceModule(), MAKEINTRESOURCEW(accelerators));
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (TranslateAcceleratorW(window, keys, &message))
+            continue;
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
+
+}  // namespace
+
+int RunDesktop(int argc, const char* const* argv) {
+    std::vector<std::string> words = CompletePaths(argc, argv);
+    AddDemoDirectory(words);
+    VELMORAAPP app{ARGUMENTS(words)};
+    MESSAGEBOXES boxes;
+    if (const int code = app.Start(boxes))
+        return code;
+    const RESOURCELIBRARY resources(app.LibraryPath());
+    if (RaiseFirst())
+        return EXIT_GOOD;
+    INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES | ICC_STANDARD_CLASSES};
+    InitCommonControlsEx(&controls);
+
+    std::unique_ptr<DEMO> demo;
+    if (app.Arguments().TestArg("DEMO")) {
+        demo = std::make_unique<DEMO>();
+        if (!demo->Start()) {
+            ShowError(nullptr, app.Texts().Get(TEXT_DEMO_FAILED), app.Texts().Get(TEXT_TITLE));
+            return EXIT_NO_START;
+        }
+    }
+    MAINWINDOW window(app);
+    NOTIFIER nobody;
+    {
+        TARNWICK application(window, nobody, app.Arguments(), app.Texts());
+        window.SetApplication(&application);
+        STRING fault;
+        if (!application.Open())
+            fault = application.StartError();
+        else if (demo && !demo->AddAccounts(application))
+            fault = DataDirText(app.Texts(), TEXT_DEMO_FOREIGN, application.DataDir());
+        if (fault.Length() > 0) {
+            ShowError(window.hWnd, fault, app.Texts().Get(TEXT_TITLE));
+            window.SetApplication(nullptr);
+            return EXIT_NO_START;
+        }
+        if (demo)
+            demo->StartArrivals(application);
+        window.Begin(app.StartMinimized());
+        application.Start();
+        window.Started();
+        MainDispatchLoop(window.hWnd, ACCELERATORS);
+        window.End();
+        // Waits for the work thread, which may still speak to the window.
+    }
+    window.SetApplication(nullptr);
+    Trace("main::~main");
+    return EXIT_GOOD;
+}

@@ -1,0 +1,177 @@
+#include "app/desktop/itemlist.h"
+
+#include <algorithm>
+#include <map>
+
+#include "app/core/tarnwick.h"
+#include "app/desktop/windowids.h"
+#include "corelib/base/trace.h"
+
+namespace {
+
+constexpr int MUTEX_MS = 100;  // the window does not hang behind somebody else
+constexpr int LIST_ID = 1;
+constexpr int WIDTH_NAME = 1;
+constexpr int WIDTH_RESULT = 2;
+constexpr int TEXT_COLUMNS = 10060;
+
+STRING ResultText(const STRINGARRAY& item) {
+    return item.Get("LastValue").Line(0, WORD_NEVERNULL).Word(0, "|", WORD_NEVERNULL);
+}
+
+}  // namespace
+
+ITEMIMAGE ItemImage(const STRINGARRAY& item, bool ignoreState) {
+    if (!ignoreState) {
+        if (item.GetNumber("@Locked") != 0)
+            return ITEMIMAGE_LOCKED;
+        if (item.GetNumber("@InUpdate") != 0)
+            return ITEMIMAGE_CHECKING;
+        if (item.GetNumber("UpdateSuspended") != 0)
+            return ITEMIMAGE_SUSPENDED;
+    }
+    const STRING outcome = item.Get("LastRC");
+    if (outcome.Pos("0E") != -1)
+        return ITEMIMAGE_FAILED;
+    return atoi(outcome) < 1 ? ITEMIMAGE_EMPTY : ITEMIMAGE_MAIL;
+}
+
+ITEMLIST::ITEMLIST(HWND owner, TARNWICK& application) : Owner(owner), Application(application), List(owner, LIST_ID) {
+    STRING heads = Application.Texts().Get(TEXT_COLUMNS);
+    heads.Replace("|", "\t", 1);
+    List.AddColumns(heads);
+    List.SetImages({ITEMIMAGE_EMPTY, ITEMIMAGE_MAIL, ITEMIMAGE_CHECKING, ITEMIMAGE_LOCKED, ITEMIMAGE_FAILED,
+                    ITEMIMAGE_SUSPENDED});
+}
+
+void ITEMLIST::Place(int x, int y, int width, int height) {
+    List.Move(x, y, width, height);
+    AutoWidth(WIDTH_RESULT);
+}
+
+void ITEMLIST::FillListview() {
+    Trace("TARNWICK::FillListview\n");
+    PostMessageW(Owner, WM__FILLLIST, 0, 0);
+    Trace("TARNWICK::~FillListview\n");
+}
+
+bool ITEMLIST::FillListviewThread() {
+    Trace("TARNWICK::FillListviewThread\n");
+    if (!Application.listviewMutex.Request(MUTEX_MS)) {
+        Trace("TARNWICK::FillListview listview-busy try later\n");
+        FillListview();
+        return false;
+    }
+    Trace("TARNWICK::FillListview obtained listview-mux\n");
+    List.SetRedraw(false);
+    List.DeleteAll();
+    for (int i = 0; i < Application.Items.Count(); ++i)
+        Application.Items[i].Set("@Showing", "0");
+    for (int i = 0; i < Application.Items.Count(); ++i)
+        InsertItemIntoListview(i);
+    Sort();
+    AutoWidth(WIDTH_NAME | WIDTH_RESULT);
+    List.SetRedraw(true);
+    Application.listviewMutex.Release();
+    RestoreSelection();
+    Trace("TARNWICK::~FillListviewThread\n");
+    return true;
+}
+
+void ITEMLIST::InsertItemIntoListview(int index) {
+    Trace("TARNWICK::InsertItemIntoListview\n");
+    STRINGARRAY& item = Application.Items[index];
+    const int row = List.InsertRecord(index, ItemImage(item, false), item.Get("Name") || "\t" || ResultText(item));
+    List.SetRowData(row, static_cast<uint32_t>(item.GetNumber("@Handle")));
+    item.Set("@Showing", "1");
+    Trace("TARNWICK::~InsertItemIntoListview\n");
+}
+
+void ITEMLIST::RestoreSelection() {
+    const int count = Application.Items.Count();
+    int index = Application.pState.GetNumber("LastSelectedRecord");
+    if (count == 1 || index == -1 || index >= count)
+        index = 0;
+    if (index < 0 || index >= count)
+        return;
+    const int row = FindRow(Application.Items[index].GetNumber("@Handle"));
+    if (row != -1)
+        List.Select(row);
+    Application.pState.Set("LastSelectedRecord", "-1");
+}
+
+// By name, whichever column was chosen.
+void ITEMLIST::Sort() {
+    const int sign = Application.pState.GetNumber("LastSortOrder") == 1 ? -1 : 1;
+    // The names are looked up once: each comparison would walk the table.
+    std::map<uint32_t, STRING> names;
+    for (int i = 0; i < Application.Items.Count(); ++i)
+        names[static_cast<uint32_t>(Application.Items[i].GetNumber("@Handle"))] = Application.Items[i].Get("Name");
+    List.Sort([&](uint32_t handle1, uint32_t handle2) {
+        const auto num1 = names.find(handle1), num2 = names.find(handle2);
+        if (!ASSERTION(num1 != names.end() && num2 != names.end(), "num1!=-1 && num2!=-1"))
+            return 0;
+        return sign * stricmp(num1->second.Text(), num2->second.Text(), 0);
+    });
+    List.SetSortMark(std::clamp(Application.pState.GetNumber("LastSortColumn"), 0, RESULT_COLUMN), sign > 0);
+}
+
+std::vector<int> ITEMLIST::SelectedHandles() const {
+    std::vector<int> handles;
+    for (int row = List.FirstSelected(); row != -1; row = List.NextSelected(row))
+        handles.push_back(static_cast<int>(List.RowData(row)));
+    return handles;
+}
+
+void ITEMLIST::Deselect() {
+    List.SelectAll(false);
+}
+
+POINT ITEMLIST::MenuPoint() const {
+    RECT place{};
+    ListView_GetItemRect(List.hWnd, List.FirstSelected(), &place, LVIR_LABEL);
+    POINT point = {place.left, place.bottom};
+    ClientToScreen(List.hWnd, &point);
+    return point;
+}
+
+int ITEMLIST::FindRow(int handle) const {
+    return List.FindRow(static_cast<uint32_t>(handle));
+}
+
+void ITEMLIST::RefreshRow(int handle) {
+    const MUTEXHOLD hold(Application.listviewMutex);
+    const int row = FindRow(handle), index = Application.FindHandle(handle);
+    if (row == -1 || index == -1)
+        return;
+    const STRINGARRAY& item = Application.Items[index];
+    List.SetItemImage(row, ItemImage(item, false));
+    List.SetItemText(row, NAME_COLUMN, item.Get("Name"));
+}
+
+void ITEMLIST::SetItemColumn(int handle, int column, const STRING& text) {
+    const MUTEXHOLD hold(Application.listviewMutex);
+    const int row = FindRow(handle);
+    if (row != -1)
+        List.SetItemText(row, column, text);
+}
+
+bool ITEMLIST::RemoveItem(int handle) {
+    const int index = Application.FindHandle(handle);
+    if (index == -1 || !Application.RemoveItem(index))
+        return false;
+    const MUTEXHOLD hold(Application.listviewMutex);
+    const int row = FindRow(handle);
+    if (row != -1)
+        List.DeleteRow(row);
+    return true;
+}
+
+void ITEMLIST::AutoWidth(int mask) {
+    Trace("TARNWICK::AutoWidth\n");
+    if (mask & WIDTH_NAME)
+        List.FitColumn(NAME_COLUMN);
+    if (mask & WIDTH_RESULT)
+        List.SetColumnWidth(RESULT_COLUMN, static_cast<int>(List.ClientRect().right) - List.ColumnWidth(NAME_COLUMN));
+    Trace("TARNWICK::~AutoWidth\n");
+}

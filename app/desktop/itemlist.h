@@ -1,0 +1,67 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "corelib/base/stringarray.h"
+#include "corelib/window/listview.h"
+
+class TARNWICK;
+
+/// The main window's list of items: name and result of the last check. A row's data is the item's handle. Lives on the
+/// user-interface thread; listviewMutex covers the rows and the table of items together.
+class ITEMLIST {
+ public:
+    static constexpr int NAME_COLUMN = 0;
+    static constexpr int RESULT_COLUMN = 1;
+
+    /// Both outlive it.
+    ITEMLIST(HWND owner, TARNWICK& application);
+    ITEMLIST(const ITEMLIST&) = delete;
+    ITEMLIST& operator=(const ITEMLIST&) = delete;
+
+    HWND Handle() const { return List.hWnd; }
+    void Place(int x, int y, int width, int height);
+    void Focus() { SetFocus(List.hWnd); }
+
+    /// Asks for the list to be filled anew, by a message to the owner.
+    void FillListview();
+    /// Fills it. False if somebody else has had the mutex for a while; it is then asked for again.
+    bool FillListviewThread();
+    void Sort();
+
+    std::vector<int> SelectedHandles() const;
+    void Deselect();
+    /// Where a menu for the selected row stands, on the screen.
+    POINT MenuPoint() const;
+
+    /// The row's image and name by the item as it is now; nothing without a row.
+    void RefreshRow(int handle);
+    void SetItemColumn(int handle, int column, const STRING& text);
+    /// Takes the item out of list and table; false if it is being checked, or there is none.
+    bool RemoveItem(int handle);
+
+    /// mask bit 1: column 0 fits its content; bit 2: column 1 takes the rest.
+    void AutoWidth(int mask);
+
+ private:
+    void InsertItemIntoListview(int index);
+    void RestoreSelection();
+    int FindRow(int handle) const;
+
+    HWND Owner;
+    TARNWICK& Application;
+    LISTVIEW List;
+};
+
+/// Images of the list, by their resource numbers.
+enum ITEMIMAGE {
+    ITEMIMAGE_EMPTY = 2075,
+    ITEMIMAGE_MAIL,
+    ITEMIMAGE_CHECKING,
+    ITEMIMAGE_LOCKED,
+    ITEMIMAGE_FAILED,
+    ITEMIMAGE_SUSPENDED
+};
+/// The image by the item's state; ignoreState: by its last check alone.
+ITEMIMAGE ItemImage(const STRINGARRAY& item, bool ignoreState);

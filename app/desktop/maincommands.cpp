@@ -1,0 +1,165 @@
+#include <windowsx.h>
+
+#include "app/core/tarnwick.h"
+#include "app/core/velmoraapp.h"
+#include "app/desktop/itemdialog.h"
+#include "app/desktop/mainwindow.h"
+#include "app/desktop/windowids.h"
+#include "app/notify/mailprogram.h"
+#include "corelib/base/trace.h"
+#include "corelib/window/menus.h"
+#include "corelib/window/messages.h"
+
+namespace {
+
+constexpr int TEXT_TITLE = 10004;
+constexpr int TEXT_NOT_SAVED = 10061;
+constexpr const char* WEB_PAGE = "http://tarnwick.example/";
+
+}  // namespace
+
+STRING MAINWINDOW::ProgramName() const {
+    return App.Texts().Get(TEXT_TITLE);
+}
+
+void MAINWINDOW::DoCommand(int command) {
+    if (!Application)
+        return;
+    if (command == COMMAND_STOP_SOUND) {
+        Application->Notification().StopSoundLoop();
+        return;
+    }
+    if (!IsUserThread()) {
+        Calls.Post([this, command] { DoCommand(command); });
+        return;
+    }
+    bool done = Engine->DoCommand(command, SelectedItems());
+    if (done && DeselectsItems(command))
+        Rows->Deselect();
+    if (!done)
+        done = DoWindowCommand(command);
+    if (!done && (command < COMMAND_INBOX_FIRST || command > COMMAND_INBOX_LAST)) {
+        STRING text;
+        text.Format("WM_COMMAND %d", command);
+        ShowInfo(hWnd, text, ProgramName());
+    }
+}
+
+void MAINWINDOW::ShowSaveError() {
+    STRING text = App.Texts().Get(TEXT_NOT_SAVED);
+    text.Replace("$DIR", Application->DataDir().Text(), 1);
+    ShowError(hWnd, text, ProgramName());
+}
+
+bool MAINWINDOW::DoWindowCommand(int command) {
+    switch (command) {
+        case COMMAND_SHOW_WINDOW:
+            ShowInFront();
+            return true;
+        case COMMAND_ADD_ITEM:
+            AddItem();
+            return true;
+        case COMMAND_EDIT_ITEM:
+            EditItem();
+            return true;
+        case COMMAND_DELETE_ITEMS:
+            DeleteItems();
+            return true;
+        case COMMAND_EDIT_FRIENDS:
+            EditList("SpamMyFriends");
+            return true;
+        case COMMAND_EDIT_BAD_SENDERS:
+            EditList("SpamBadSenders");
+            return true;
+        case COMMAND_WEB_PAGE:
+            Application->Programs().OpenAddress(WEB_PAGE);
+            return true;
+        case COMMAND_MINIMIZE:
+            Show(SW_MINIMIZE);
+            return true;
+        default:
+            return false;
+    }
+}
+
+void MAINWINDOW::ShowInFront() {
+    Show(SW_SHOW);
+    if (IsIconic(hWnd))
+        Show(SW_RESTORE);
+    SetForegroundWindow(hWnd);
+}
+
+void MAINWINDOW::AddItem() {
+    STRINGARRAY record = Application->NewItem();
+    if (!::EditItem(hWnd, App.Texts(), record))
+        return;
+    if (!Application->AddItem(record))
+        ShowSaveError();
+    Rows->FillListview();
+    MakeNewTooltip();
+}
+
+void MAINWINDOW::EditItem() {
+    const std::vector<int> selected = SelectedItems();
+    const int index = selected.empty() ? -1 : Application->FindHandle(selected.front());
+    if (index == -1)
+        return;
+    STRINGARRAY& item = Application->Items[index];
+    if (!::EditItem(hWnd, App.Texts(), item))
+        return;
+    CHECKCYCLE::ForceRefresh(item, 0);
+    if (!Application->SaveTables(SAVE_ITEMS))
+        ShowSaveError();
+    Rows->FillListview();
+}
+
+void MAINWINDOW::DeleteItems() {
+    const std::vector<int> selected = SelectedItems();
+    const int first = selected.empty() ? -1 : Application->FindHandle(selected.front());
+    if (first == -1)
+        return;
+    const STRING question =
+        DeleteQuestion(App.Texts(), static_cast<int>(selected.size()), Application->Items[first].Get("Name"));
+    if (!AskYesNo(ProgramName(), question))
+        return;
+    for (const int handle : selected) {
+        const int index = Application->FindHandle(handle);
+        const STRING name = index != -1 ? Application->Items[index].Get("Name") : STRING();
+        if (!Rows->RemoveItem(handle)) {
+            ShowError(hWnd, BusyMessage(App.Texts()), BusyTitle(App.Texts(), name));
+            break;
+        }
+    }
+    MakeTaskbarIcon();
+    UpdateCommands();
+}
+
+void MAINWINDOW::EditList(const char* key) {
+    const STRING path = STRING("\"") || Application->pState.Get(key) || "\"";
+    STRING error;
+    if (!Application->Programs().Start("notepad", path, ".", error))
+        ShowError(hWnd, error, ProgramName());
+}
+
+// ---- menus ----
+
+void MAINWINDOW::ShowContextMenu(LPARAM place) {
+    if (!Rows || !Application)
+        return;
+    POINT point = {GET_X_LPARAM(place), GET_Y_LPARAM(place)};
+    // By the keyboard: at the row, not at the pointer.
+    if (place == -1)
+        point = Rows->MenuPoint();
+    MENU menu(MENU_LIST);
+    ShowState(menu);
+    menu.Popup(hWnd, &point);
+}
+
+void MAINWINDOW::ShowTrayMenu() {
+    MENU menu(MENU_TRAY);
+    // These two belong to the window.
+    menu.DeletePosition(0);
+    menu.DeletePosition(0);
+    ShowState(menu);
+    menu.Popup(hWnd);
+}

@@ -1,0 +1,297 @@
+#include <windowsx.h>
+
+#include "app/core/clickmodes.h"
+#include "app/core/tarnwick.h"
+#include "app/core/velmoraapp.h"
+#include "app/desktop/mainwindow.h"
+#include "app/desktop/windowids.h"
+#include "app/notify/mailprogram.h"
+#include "app/notify/traydisplay.h"
+#include "corelib/base/trace.h"
+#include "corelib/window/menus.h"
+#include "corelib/window/messages.h"
+#include "corelib/window/widetext.h"
+
+namespace {
+
+constexpr int TEXT_PRODUCT = 10002;
+constexpr int TEXT_CLOSE_HINT = 3041;
+constexpr const char* CLOSE_HINT_KEY = "DontShowAgainCloseMinimize";
+constexpr const char* POSITION = "WindowPos";
+constexpr int COMMAND_VALUES_END = 65535;
+
+}  // namespace
+
+LRESULT MAINWINDOW::WinProc(UINT message, WPARAM first, LPARAM second) {
+    TraceLevel(8, "TARNWICK WinProc msg=%04x mp1=%08x mp2=%08x\n", message, static_cast<unsigned>(first),
+               static_cast<unsigned>(second));
+    const LRESULT result = OnMessage(message, first, second);
+    TraceLevel(7, "TARNWICK WinProc msg %4x returns %d\n", message, static_cast<int>(result));
+    return result;
+}
+
+LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
+    switch (message) {
+        case WM_PAINT:
+            PAINTER{hWnd};
+            return 0;
+        case WM_MOVE:
+        case WM_SIZE:
+            if (message == WM_SIZE && first == SIZE_MINIMIZED) {
+                Show(SW_HIDE);
+            } else if (Rows) {
+                PlaceControls();
+                StoreWindowPos(App.Texts().Get(TEXT_PRODUCT).Text(), POSITION);
+            }
+            return 0;
+        case WM_CLOSE:
+            OnClose();
+            return 0;
+        case WM_QUERYENDSESSION:
+            Trace("WM_QUERYENDSESSION\n");
+            return WINDOW::WinProc(message, first, second);
+        case WM_ENDSESSION:
+            OnEndSession();
+            return 0;
+        case WM_POWERBROADCAST:
+            if (Application && (first == PBT_APMRESUMESUSPEND || first == PBT_APMRESUMESTANDBY))
+                Application->ForceRefreshType(ITEMTYPE_MAPI, 0);
+            return WINDOW::WinProc(message, first, second);
+        case WM_COMMAND:
+            if (HIWORD(first) > 1)
+                return WINDOW::WinProc(message, first, second);
+            DoCommand(LOWORD(first));
+            InvalidateRect(hWnd, nullptr, FALSE);
+            return 0;
+        case WM_CONTEXTMENU:
+            ShowContextMenu(second);
+            return 0;
+        case WM_SETFOCUS:
+            if (Rows)
+                Rows->Focus();
+            return 0;
+        case WM_NOTIFY:
+            return OnNotify(*reinterpret_cast<NMHDR*>(second));
+        case WM_TIMER:
+            OnTimer(first);
+            return 0;
+        case WM__ALERTWIN:
+            OpenAlert(std::unique_ptr<ALERTREQUEST>(reinterpret_cast<ALERTREQUEST*>(first)));
+            return 0;
+        case WM__FILLLIST:
+            if (Rows && Rows->FillListviewThread())
+                UpdateCommands();
+            return 0;
+        case WM__STARTMAILPROGRAM:
+            if (Engine)
+                Engine->StartPostedMailProgram(static_cast<int>(first));
+            return 0;
+        case WM__CALLS:
+            Calls.Run();
+            return 0;
+        case WM__ALERTCLICK:
+            OnAlertClick(first, second);
+            return 0;
+        case WM__TASKBAR:
+            OnTray(first, static_cast<UINT>(second));
+            return 0;
+        default:
+            break;
+    }
+    // The shell has started anew: it knows none of the icons that it had.
+    if (message == TaskbarCreated && Tray) {
+        Tray.reset();
+        MakeTaskbarIcon();
+        return 0;
+    }
+    return WINDOW::WinProc(message, first, second);
+}
+
+void MAINWINDOW::OnClose() {
+    if (!Application) {
+        return;
+    }
+    if (Application->pState.GetNumber("DlgCloseMinimize") == 0) {
+        Application->Stop();
+        return;
+    }
+    ShowHint(hWnd, App.Texts().Get(TEXT_CLOSE_HINT), ProgramName(), App.Texts().Get(TEXT_PRODUCT).Text(),
+             CLOSE_HINT_KEY, &Application->pState);
+    Show(SW_MINIMIZE);
+}
+
+void MAINWINDOW::OnEndSession() {
+    if (!Application || SessionEnded)
+        return;
+    SessionEnded = true;
+    // The window lives on while the work thread finishes its check.
+    Application->EndSession([] {
+        MSG message;
+        while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+            TranslateMessage(&message);
+            DispatchMessageW(&message);
+        }
+    });
+}
+
+LRESULT MAINWINDOW::OnNotify(NMHDR& notice) {
+    if (notice.code == TTN_GETDISPINFOW) {
+        OnToolTip(reinterpret_cast<NMTTDISPINFOW&>(notice));
+        return 0;
+    }
+    if (!Rows || notice.hwndFrom != Rows->Handle())
+        return 0;
+    switch (notice.code) {
+        case NM_DBLCLK:
+        case NM_RETURN:
+            DoCommand(COMMAND_ITEM_MAIL_PROGRAM);
+            return 0;
+        case LVN_COLUMNCLICK: {
+            const auto& click = reinterpret_cast<const NMLISTVIEW&>(notice);
+            ASSERTION(click.iItem == -1, "pnm->iItem==-1");
+            ClickColumnHead(Application->pState, click.iSubItem);
+            Rows->Sort();
+            return 0;
+        }
+        case LVN_ITEMCHANGED: {
+            const auto& change = reinterpret_cast<const NMLISTVIEW&>(notice);
+            if (change.uNewState != change.uOldState)
+                UpdateCommands();
+            return 0;
+        }
+        default:
+            return 0;
+    }
+}
+
+void MAINWINDOW::OnToolTip(NMTTDISPINFOW& notice) {
+    Trace("WM_NOTIFY::TTN_NEEDTEXT received\n");
+    static std::wstring shown;  // until the next one
+    if (notice.uFlags & TTF_IDISHWND) {
+        shown = L"Toolbar tool tip for HWND";
+    } else {
+        STRING text = MENU(GetMenu(hWnd)).ItemText(static_cast<int>(notice.hdr.idFrom)).Word(0, "\t", WORD_NEVERNULL);
+        text.Replace("&", "", 1);
+        shown = WideText(text);
+    }
+    notice.lpszText = shown.data();
+    Trace("WM_NOTIFY::TTN_NEEDTEXT done\n");
+}
+
+void MAINWINDOW::OnTimer(UINT_PTR timer) {
+    if (!Application)
+        return;
+    NOTIFICATION& notification = Application->Notification();
+    switch (timer) {
+        case TIMER_ALERT:
+            CloseAlert();
+            break;
+        case TIMER_TITLE:
+            SetMainTitle();
+            break;
+        case TIMER_SOUND_LOOP:
+            notification.PlaySoundLoop();
+            break;
+        case TIMER_SCROLL_LOCK:
+            OSYS::ScrollLock(2);
+            break;
+        case TIMER_BLINK:
+            Blink();
+            break;
+        case TIMER_TRAY:
+            KillTimer(hWnd, timer);
+            MakeTaskbarIcon();
+            break;
+        case TIMER_LATER:
+            KillTimer(hWnd, timer);
+            DoCommand(COMMAND_TRAY_SHOW_LAST_POPUP);
+            break;
+        default:
+            ASSERTION(false, "FALSE");
+    }
+}
+
+void MAINWINDOW::Blink() {
+    if (Application->pState.GetNumber("EmailDoBlink") == 0)
+        return;
+    BlinkPhase = !BlinkPhase;
+    DrawTray(BlinkPhase ? 0 : TrayPicture(Application->Cycle(), Application->pState));
+}
+
+void MAINWINDOW::OnTray(WPARAM icon, UINT mouse) {
+    if (!Application || mouse == WM_MOUSEMOVE)
+        return;
+    StopBlinking();
+    Trace("TARNWICK:WM__TASKBAR mp1= %d, mp2= %d\n", static_cast<int>(icon), static_cast<int>(mouse));
+    if (mouse == WM_RBUTTONDOWN) {
+        ShowTrayMenu();
+        return;
+    }
+    TRAYCLICK click;
+    if (mouse == WM_LBUTTONDOWN)
+        click = TRAYCLICK::DOWN;
+    else if (mouse == WM_LBUTTONUP)
+        click = TRAYCLICK::UP;
+    else if (mouse == WM_LBUTTONDBLCLK)
+        click = TRAYCLICK::DOUBLE;
+    else
+        return;
+    const bool shift = GetKeyState(VK_SHIFT) < 0, control = GetKeyState(VK_CONTROL) < 0;
+    const CLICKACTION action = TrayClickAction(click, shift, control, Application->pState);
+    if (action.Reset)
+        DoCommand(COMMAND_RESET_COUNT);
+    if (action.MailProgram)
+        OpenMailProgram(0);
+    else if (action.Command != 0)
+        DoCommand(action.Command);
+}
+
+void MAINWINDOW::OpenMailProgram(int handle) {
+    const int index = handle != 0 ? Application->FindHandle(handle) : -1;
+    StartMailProgram(index != -1 ? &Application->Items[index] : nullptr, Application->pState, *this, App.Texts(),
+                     Application->Programs());
+}
+
+// ---- the alert ----
+
+void MAINWINDOW::OpenAlert(std::unique_ptr<ALERTREQUEST> request) {
+    Trace("WM__ALERTWIN received\n");
+    if (!request || !Application)
+        return;
+    if (AlertWindow) {
+        KillTimer(hWnd, TIMER_ALERT);
+        // One that has been clicked away is not read any longer.
+        if (AlertWindow->IsVisible())
+            Sleep(static_cast<DWORD>(DesktopTimes.AlertReadMs));
+        AlertWindow.reset();
+    }
+    const STRINGARRAY& state = Application->pState;
+    ALERTSETUP setup;
+    setup.TextColor = request->TextColor;
+    setup.BackColor = request->BackColor;
+    setup.Font = state.Get("PopupFont");
+    setup.Position = state.GetNumber("PopupPosition") + 1;
+    setup.Parent = hWnd;
+    // Out of the range of commands.
+    setup.ClickValue = request->Handle != 0 ? request->Handle + COMMAND_VALUES_END : 0;
+    setup.Transparency = state.GetNumber("PopupTransparency");
+    AlertWindow = std::make_unique<SEMITOOLTIP>(request->Text, setup);
+    if (request->DurationMs > 0)
+        SetTimer(hWnd, TIMER_ALERT, static_cast<UINT>(request->DurationMs), nullptr);
+}
+
+void MAINWINDOW::CloseAlert() {
+    KillTimer(hWnd, TIMER_ALERT);
+    AlertWindow.reset();
+}
+
+void MAINWINDOW::OnAlertClick(WPARAM button, LPARAM value) {
+    if (button == 1) {
+        OpenMailProgram(value > COMMAND_VALUES_END ? static_cast<int>(value) - COMMAND_VALUES_END : 0);
+        SetTimer(hWnd, TIMER_ALERT, static_cast<UINT>(DesktopTimes.AlertRightClickMs), nullptr);
+    } else if (ASSERTION(button == 0, "FALSE")) {
+        CloseAlert();
+        if (value > 0 && value < COMMAND_VALUES_END)
+            DoCommand(static_cast<int>(value));
+    }
+}

@@ -1,0 +1,294 @@
+#include "app/desktop/mainwindow.h"
+
+#include <algorithm>
+#include <mmsystem.h>
+
+#include "app/common/texts.h"
+#include "app/core/maintitle.h"
+#include "app/core/tarnwick.h"
+#include "app/core/velmoraapp.h"
+#include "app/desktop/windowids.h"
+#include "app/notify/traydisplay.h"
+#include "corelib/base/trace.h"
+#include "corelib/window/messages.h"
+#include "corelib/window/widetext.h"
+
+DESKTOPTIMES DesktopTimes;
+
+namespace {
+
+constexpr int TEXT_TITLE = 10004;
+constexpr int TEXT_PRODUCT = 10002;
+constexpr int STATUSLINE_ID = 2;
+constexpr const char* POSITION = "WindowPos";
+constexpr RECT FIRST_PLACE = {8, 8, 400, 350};  // left, top, width, height
+
+// What a waiting call draws.
+enum CALLKIND { CALL_TRAY, CALL_TOOLTIP, CALL_TITLE, CALL_STATUS, CALL_ARRANGE, CALL_COMMANDS, CALL_BLINKING, CALL_ROW, CALL_CELL };
+
+}  // namespace
+
+MAINWINDOW::MAINWINDOW(VELMORAAPP& app)
+    : WINDOW(WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, ProgramTitle(app.Texts()), ScalePixels(FIRST_PLACE.left),
+             ScalePixels(FIRST_PLACE.top), ScalePixels(FIRST_PLACE.right), ScalePixels(FIRST_PLACE.bottom), nullptr,
+             MENU_MAIN, MAINWINDOW_CLASS),
+      App(app),
+      UserThread(GetCurrentThreadId()),
+      Calls(WM__CALLS) {
+    Calls.SetWindow(hWnd);
+}
+
+MAINWINDOW::~MAINWINDOW() {
+    Calls.SetWindow(nullptr);
+    // Messages that they still send find them gone.
+    AlertWindow.reset();
+    Tray.reset();
+    Rows.reset();
+    StatusLine.reset();
+    Toolbar.reset();
+}
+
+void MAINWINDOW::SetApplication(TARNWICK* application) {
+    Application = application;
+    Engine = application ? std::make_unique<COMMANDS>(*application, *this, application->Programs()) : nullptr;
+}
+
+void MAINWINDOW::Begin(bool minimized) {
+    MakeToolbar();
+    StatusLine = std::make_unique<CONTROL>(STATUSCLASSNAMEW, SBARS_SIZEGRIP, 0, hWnd, STATUSLINE_ID);
+    Rows = std::make_unique<ITEMLIST>(hWnd, *Application);
+    Rows->FillListview();
+    if (!RestoreWindowPos(App.Texts().Get(TEXT_PRODUCT).Text(), POSITION)) {
+        Move(ScalePixels(FIRST_PLACE.left), ScalePixels(FIRST_PLACE.top), ScalePixels(FIRST_PLACE.right),
+             ScalePixels(FIRST_PLACE.bottom));
+    }
+    PlaceControls();
+    if (minimized || Application->pState.GetNumber("DlgStartMinimized") != 0)
+        Trace("TARNWICK::TARNWICK starts in the notification area\n");
+    else
+        Show(SW_SHOWNORMAL);
+}
+
+void MAINWINDOW::Started() {
+    ShowState();
+    SetTimer(hWnd, TIMER_TRAY, static_cast<UINT>(DesktopTimes.TrayStartMs), nullptr);
+    Rows->Focus();
+    if (FirstRun && Application->Items.Count() == 0)
+        PostMessageW(hWnd, WM_COMMAND, COMMAND_ADD_ITEM, 0);
+}
+
+void MAINWINDOW::End() {
+    const std::vector<int> selected = SelectedItems();
+    if (selected.size() == 1)
+        Application->pState.SetNumber("LastSelectedRecord", Application->FindHandle(selected.front()));
+    AlertWindow.reset();
+}
+
+std::vector<int> MAINWINDOW::SelectedItems() const {
+    return Rows ? Rows->SelectedHandles() : std::vector<int>();
+}
+
+// ---- the front end ----
+
+void MAINWINDOW::MakeTaskbarIcon() {
+    Calls.PostLatest({CALL_TRAY, 0}, [this] {
+        if (!Application)
+            return;
+        const int picture = TrayPicture(Application->Cycle(), Application->pState);
+        Tooltip = TooltipText(App.Texts(), Application->Cycle());
+        DrawTray(picture);
+    });
+}
+
+void MAINWINDOW::DrawTray(int picture) {
+    MUTEXHOLD hold(Application->taskbarMutex);
+    const int icon = TRAY_RESOURCES + picture;
+    if (!Tray)
+        Tray = std::make_unique<TASKBARICON>(hWnd, icon, Tooltip, WM__TASKBAR);
+    else if (!Tray->IsUp())
+        Tray->Add();
+    Tray->SetIcon(icon);
+    Tray->SetTooltip(Tooltip);
+}
+
+void MAINWINDOW::MakeNewTooltip() {
+    Calls.PostLatest({CALL_TOOLTIP, 0}, [this] {
+        if (!Application)
+            return;
+        Tooltip = TooltipText(App.Texts(), Application->Cycle());
+        MUTEXHOLD hold(Application->taskbarMutex);
+        if (Tray)
+            Tray->SetTooltip(Tooltip);
+    });
+}
+
+void MAINWINDOW::SetMainTitle() {
+    Calls.PostLatest({CALL_TITLE, 0}, [this] {
+        if (Application)
+            SetTitle(MainTitle(App.Texts(), App.Arguments(), Application->Cycle().IsSuspended(),
+                               Application->Trash().Directory()));
+    });
+}
+
+void MAINWINDOW::SetStatusLine(const STRING& text) {
+    Calls.PostLatest({CALL_STATUS, 0}, [this, text] {
+        if (StatusLine)
+            StatusLine->SetTitle(text);
+    });
+}
+
+void MAINWINDOW::ShowStatusLine(bool show) {
+    Calls.PostLatest({CALL_STATUS, 1}, [this, show] {
+        if (StatusLine)
+            StatusLine->Show(show ? SW_SHOW : SW_HIDE);
+        PlaceControls();
+    });
+}
+
+void MAINWINDOW::ArrangeControls() {
+    Calls.PostLatest({CALL_ARRANGE, 0}, [this] { PlaceControls(); });
+}
+
+void MAINWINDOW::StopBlinking() {
+    Calls.PostLatest({CALL_BLINKING, 0}, [this] {
+        if (!Application)
+            return;
+        KillTimer(hWnd, TIMER_BLINK);
+        MakeTaskbarIcon();
+        Application->Notification().ScrollLockBlinking(false);
+    });
+}
+
+void MAINWINDOW::RefreshRow(int handle) {
+    Calls.PostLatest({CALL_ROW, handle}, [this, handle] {
+        if (Rows)
+            Rows->RefreshRow(handle);
+    });
+}
+
+void MAINWINDOW::SetCell(int handle, int column, const STRING& text) {
+    Calls.PostLatest({CALL_CELL + column, handle}, [this, handle, column, text] {
+        if (Rows)
+            Rows->SetItemColumn(handle, column, text);
+    });
+}
+
+void MAINWINDOW::SetItemStatus(int handle, const STRING& text) {
+    SetCell(handle, ITEMLIST::RESULT_COLUMN, text);
+}
+
+void MAINWINDOW::PostAlert(const ALERTREQUEST& request) {
+    auto copy = std::make_unique<ALERTREQUEST>(request);
+    if (PostMessageW(hWnd, WM__ALERTWIN, reinterpret_cast<WPARAM>(copy.get()), 0))
+        static_cast<void>(copy.release());  // the message's receiver owns it
+}
+
+void MAINWINDOW::PlaySoundFile(const STRING& file) {
+    PlaySoundW(WideText(file).c_str(), nullptr, SND_FILENAME | SND_ASYNC | SND_NODEFAULT);
+}
+
+void MAINWINDOW::StartTimer(int timer, int ms) {
+    Calls.Post([this, timer, ms] { SetTimer(hWnd, static_cast<UINT_PTR>(timer), static_cast<UINT>(ms), nullptr); });
+}
+
+void MAINWINDOW::StopTimer(int timer) {
+    Calls.Post([this, timer] { KillTimer(hWnd, static_cast<UINT_PTR>(timer)); });
+}
+
+void MAINWINDOW::PostStartMailProgram(int handle) {
+    PostMessageW(hWnd, WM__STARTMAILPROGRAM, static_cast<WPARAM>(handle), 0);
+}
+
+void MAINWINDOW::UpdateCommands() {
+    Calls.PostLatest({CALL_COMMANDS, 0}, [this] { ShowState(); });
+}
+
+void MAINWINDOW::ShowMessage(const STRING& title, const STRING& text) {
+    ShowInfo(IsUserThread() ? hWnd : nullptr, text, title);
+}
+
+bool MAINWINDOW::AskYesNo(const STRING& title, const STRING& text) {
+    return ::AskYesNo(IsUserThread() ? hWnd : nullptr, text, title);
+}
+
+void MAINWINDOW::RunSetupWizard() {
+    // Until the user says otherwise the line counts as always up.
+    FirstRun = true;
+    if (Application->pState.GetNumber("ConnectionType") == -1)
+        Application->pState.Set("ConnectionType", "0");
+}
+
+void MAINWINDOW::PostQuit() {
+    PostThreadMessageW(UserThread, WM_QUIT, 0, 0);
+}
+
+// ---- what is around the list ----
+
+void MAINWINDOW::MakeToolbar() {
+    Toolbar = std::make_unique<NEWTOOLBAR>(hWnd);
+    const MENU menu(GetMenu(hWnd));
+    for (const TOOLBUTTON& button : TOOLBUTTONS) {
+        // A button for each command that the menus have.
+        if (menu.ItemText(button.Command).Length() == 0)
+            continue;
+        Toolbar->AddButton(button.Command, button.Command, TBSTYLE_BUTTON);
+        if (button.LabelText != 0)
+            Toolbar->SetButtonText(button.Command, App.Texts().Get(button.LabelText));
+        else if (button.Label)
+            Toolbar->SetButtonText(button.Command, button.Label);
+    }
+    Toolbar->ArrangeButtons();
+}
+
+void MAINWINDOW::PlaceControls() {
+    if (!Rows)
+        return;
+    Trace("TARNWICK::ArrangeControls\n");
+    const RECT client = ClientRect();
+    int top = 0, bottom = client.bottom;
+    const bool hidden = Application->pState.GetNumber("DlgHideToolbar") != 0;
+    Toolbar->Show(hidden ? SW_HIDE : SW_SHOW);
+    if (!hidden) {
+        Toolbar->Resize();
+        top = static_cast<int>(Toolbar->Rect().bottom);
+    }
+    if (GetWindowLongW(StatusLine->hWnd, GWL_STYLE) & WS_VISIBLE) {
+        SendMessageW(StatusLine->hWnd, WM_SIZE, 0, 0);
+        bottom -= StatusLine->Rect().bottom - StatusLine->Rect().top;
+    }
+    Rows->Place(0, top, client.right, std::max(bottom - top, 0));
+    Trace("TARNWICK::~ArrangeControls\n");
+}
+
+COMMANDCONTEXT MAINWINDOW::CommandContext() const {
+    const std::vector<int> selected = SelectedItems();
+    COMMANDCONTEXT context;
+    context.SelectedItems = static_cast<int>(selected.size());
+    const int index = selected.empty() ? -1 : Application->FindHandle(selected.front());
+    context.ItemSuspended = index != -1 && Application->Items[index].GetNumber("UpdateSuspended") != 0;
+    context.SoundLoop = Application->Notification().IsSoundLooping();
+    context.SpamFilterDisabled = Application->pState.GetNumber("SpamFilterDisabled") != 0;
+    context.Suspended = Application->Cycle().IsSuspended();
+    return context;
+}
+
+void MAINWINDOW::ShowState() {
+    if (!Application || !Rows)
+        return;
+    SetMainTitle();
+    MENU menu(GetMenu(hWnd));
+    ShowState(menu);
+    for (const COMMANDSTATE& state : CommandStates(CommandContext())) {
+        if (state.Enabled)
+            Toolbar->Enable(state.Command, *state.Enabled);
+    }
+}
+
+void MAINWINDOW::ShowState(MENU& menu) const {
+    for (const COMMANDSTATE& state : CommandStates(CommandContext())) {
+        if (state.Enabled)
+            menu.EnableMenuItem(state.Command, *state.Enabled);
+        if (state.Checked)
+            menu.CheckMenuItem(state.Command, *state.Checked);
+    }
+}

@@ -1,0 +1,127 @@
+#pragma once
+
+#include <memory>
+
+#include "app/common/frontend.h"
+#include "app/core/commands.h"
+#include "app/desktop/alertwindow.h"
+#include "app/desktop/itemlist.h"
+#include "app/desktop/uicalls.h"
+#include "app/notify/mailprogram.h"
+#include "corelib/window/controls.h"
+#include "corelib/window/menus.h"
+#include "corelib/window/taskbaricon.h"
+#include "corelib/window/toolbar.h"
+#include "corelib/window/window.h"
+
+class TARNWICK;
+class VELMORAAPP;
+
+/// The main window's class, by which a second start finds the first.
+inline constexpr const char* MAINWINDOW_CLASS = "VelmoraTWWinClass";
+
+/// Pauses in ms. Tests shrink them.
+struct DESKTOPTIMES {
+    int TrayStartMs = 300;       // the shell settles before the tray icon is made
+    int AlertReadMs = 2000;      // an alert that is replaced can be read a little longer
+    int AlertRightClickMs = 800; // an alert behind which the mail program starts
+};
+extern DESKTOPTIMES DesktopTimes;
+
+/// The window with the list of items, its menus and tool bar, the tray icon and the alert: the front end of Windows.
+/// Lives on the user-interface thread; the operations of FRONTEND may come from any.
+class MAINWINDOW : public WINDOW, public FRONTEND {
+ public:
+    explicit MAINWINDOW(VELMORAAPP& app);
+    ~MAINWINDOW() override;
+    MAINWINDOW(const MAINWINDOW&) = delete;
+    MAINWINDOW& operator=(const MAINWINDOW&) = delete;
+
+    /// Before the application is opened.
+    void SetApplication(TARNWICK* application);
+    /// Shows the window with what the application has read.
+    void Begin(bool minimized);
+    /// Behind the application's start: what is done once the user sees the window.
+    void Started();
+    /// Before the application goes: keeps what the next run shows again.
+    void End();
+
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
+    /// The selected items' handles, in the order of the rows.
+    std::vector<int> SelectedItems() const;
+    ITEMLIST& List() { return *Rows; }
+    SEMITOOLTIP* Alert() { return AlertWindow.get(); }
+
+    // FRONTEND
+    void MakeTaskbarIcon() override;
+    void MakeNewTooltip() override;
+    void SetMainTitle() override;
+    void SetStatusLine(const STRING& text) override;
+    void ShowStatusLine(bool show) override;
+    void ArrangeControls() override;
+    void StopBlinking() override;
+    void RefreshRow(int handle) override;
+    void SetCell(int handle, int column, const STRING& text) override;
+    void SetItemStatus(int handle, const STRING& text) override;
+    void PostAlert(const ALERTREQUEST& request) override;
+    void PlaySoundFile(const STRING& file) override;
+    void StartTimer(int timer, int ms) override;
+    void StopTimer(int timer) override;
+    void PostStartMailProgram(int handle) override;
+    void UpdateCommands() override;
+    void ShowMessage(const STRING& title, const STRING& text) override;
+    bool AskYesNo(const STRING& title, const STRING& text) override;
+    void DoCommand(int command) override;
+    void RunSetupWizard() override;
+    void PostQuit() override;
+
+ private:
+    bool IsUserThread() const { return GetCurrentThreadId() == UserThread; }
+    LRESULT OnMessage(UINT message, WPARAM first, LPARAM second);
+    // The windows around the list.
+    void MakeToolbar();
+    void PlaceControls();
+    void ShowState();
+    void ShowState(MENU& menu) const;
+    COMMANDCONTEXT CommandContext() const;
+    STRING ProgramName() const;
+    void ShowSaveError();
+    // Messages.
+    void OnClose();
+    void OnEndSession();
+    LRESULT OnNotify(NMHDR& notice);
+    void OnToolTip(NMTTDISPINFOW& notice);
+    void OnTimer(UINT_PTR timer);
+    void Blink();
+    void OnTray(WPARAM icon, UINT mouse);
+    void OpenMailProgram(int handle);
+    void OnAlertClick(WPARAM button, LPARAM value);
+    void OpenAlert(std::unique_ptr<ALERTREQUEST> request);
+    void CloseAlert();
+    // Commands of the window itself.
+    bool DoWindowCommand(int command);
+    void AddItem();
+    void EditItem();
+    void DeleteItems();
+    void EditList(const char* key);
+    void ShowContextMenu(LPARAM place);
+    void ShowTrayMenu();
+    void DrawTray(int picture);
+    void ShowInFront();
+
+    VELMORAAPP& App;
+    TARNWICK* Application = nullptr;
+    const DWORD UserThread;
+    UICALLS Calls;
+    std::unique_ptr<COMMANDS> Engine;
+    std::unique_ptr<NEWTOOLBAR> Toolbar;
+    std::unique_ptr<CONTROL> StatusLine;
+    std::unique_ptr<ITEMLIST> Rows;
+    std::unique_ptr<TASKBARICON> Tray;
+    std::unique_ptr<SEMITOOLTIP> AlertWindow;
+    STRING Tooltip;
+    bool BlinkPhase = false;
+    bool FirstRun = false;
+    bool SessionEnded = false;
+    const UINT TaskbarCreated = RegisterWindowMessageW(L"TaskbarCreated");
+};

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "app/common/frontend.h"
+#include "corelib/window/gdi.h"
+
+// Numbers of the main window's messages, timers and resources. Those of commands stand in app/core/commands.h.
+
+inline constexpr UINT WM__ALERTWIN = 1027;          // first: an ALERTREQUEST, which the receiver owns
+inline constexpr UINT WM__FILLLIST = 1028;          // the list is to be filled anew
+inline constexpr UINT WM__STARTMAILPROGRAM = 1029;  // first: the handle of the item, or 0
+inline constexpr UINT WM__CALLS = 1030;             // calls of other threads wait
+inline constexpr UINT WM__TASKBAR = 1088;           // from the tray icon; second: the mouse message
+
+inline constexpr UINT_PTR TIMER_ALERT = 1;  // ends the alert
+inline constexpr UINT_PTR TIMER_TITLE = 4;
+inline constexpr UINT_PTR TIMER_TRAY = 9;  // makes the tray icon after the start
+
+inline constexpr int MENU_TRAY = 2000;
+inline constexpr int MENU_MAIN = 2101;
+inline constexpr int MENU_LIST = 2104;
+inline constexpr int ACCELERATORS = 2000;
