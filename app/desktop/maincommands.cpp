@@ -105,8 +105,12 @@ void MAINWINDOW::EditItem() {
     if (index == -1)
         return;
     STRINGARRAY& item = Application->Items[index];
-    if (!::EditItem(hWnd, App.Texts(), item))
+    // The dialog has a copy to itself: the work thread goes on with the item meanwhile.
+    STRINGARRAY copy = item;
+    if (!::EditItem(hWnd, App.Texts(), copy))
         return;
+    for (const char* key : {"Name", "Type", "Source", "Source2", "TimingCyclic"})
+        item.Set(key, copy.Get(key));
     CHECKCYCLE::ForceRefresh(item, 0);
     if (!Application->SaveTables(SAVE_ITEMS))
         ShowSaveError();
