@@ -40,8 +40,8 @@ ITEMLIST::ITEMLIST(HWND owner, TARNWICK& application) : Owner(owner), Applicatio
     STRING heads = Application.Texts().Get(TEXT_COLUMNS);
     heads.Replace("|", "\t", 1);
     List.AddColumns(heads);
-    List.SetImages({ITEMIMAGE_EMPTY, ITEMIMAGE_MAIL, ITEMIMAGE_CHECKING, ITEMIMAGE_LOCKED, ITEMIMAGE_FAILED,
-                    ITEMIMAGE_SUSPENDED});
+    List.SetImages(
+        {ITEMIMAGE_EMPTY, ITEMIMAGE_MAIL, ITEMIMAGE_CHECKING, ITEMIMAGE_LOCKED, ITEMIMAGE_FAILED, ITEMIMAGE_SUSPENDED});
 }
 
 void ITEMLIST::Place(int x, int y, int width, int height) {

@@ -24,7 +24,17 @@ constexpr const char* POSITION = "WindowPos";
 constexpr RECT FIRST_PLACE = {8, 8, 400, 350};  // left, top, width, height
 
 // What a waiting call draws.
-enum CALLKIND { CALL_TRAY, CALL_TOOLTIP, CALL_TITLE, CALL_STATUS, CALL_ARRANGE, CALL_COMMANDS, CALL_BLINKING, CALL_ROW, CALL_CELL };
+enum CALLKIND {
+    CALL_TRAY,
+    CALL_TOOLTIP,
+    CALL_TITLE,
+    CALL_STATUS,
+    CALL_ARRANGE,
+    CALL_COMMANDS,
+    CALL_BLINKING,
+    CALL_ROW,
+    CALL_CELL
+};
 
 }  // namespace
 

@@ -22,9 +22,9 @@ inline constexpr const char* MAINWINDOW_CLASS = "VelmoraTWWinClass";
 
 /// Pauses in ms. Tests shrink them.
 struct DESKTOPTIMES {
-    int TrayStartMs = 300;       // the shell settles before the tray icon is made
-    int AlertReadMs = 2000;      // an alert that is replaced can be read a little longer
-    int AlertRightClickMs = 800; // an alert behind which the mail program starts
+    int TrayStartMs = 300;        // the shell settles before the tray icon is made
+    int AlertReadMs = 2000;       // an alert that is replaced can be read a little longer
+    int AlertRightClickMs = 800;  // an alert behind which the mail program starts
 };
 extern DESKTOPTIMES DesktopTimes;
 

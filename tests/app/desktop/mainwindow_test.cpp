@@ -30,9 +30,9 @@ TEST_F(MainWindow, ImagesFollowTheItemsState) {
         const char* Key;
         const char* Value;
         ITEMIMAGE Image;
-    } const steps[] = {{"LastRC", "0|0", ITEMIMAGE_EMPTY},        {"LastRC", "2|1", ITEMIMAGE_MAIL},
-                       {"LastRC", "0E|0E", ITEMIMAGE_FAILED},     {"UpdateSuspended", "1", ITEMIMAGE_SUSPENDED},
-                       {"@InUpdate", "1", ITEMIMAGE_CHECKING},    {"@Locked", "1", ITEMIMAGE_LOCKED}};
+    } const steps[] = {{"LastRC", "0|0", ITEMIMAGE_EMPTY},     {"LastRC", "2|1", ITEMIMAGE_MAIL},
+                       {"LastRC", "0E|0E", ITEMIMAGE_FAILED},  {"UpdateSuspended", "1", ITEMIMAGE_SUSPENDED},
+                       {"@InUpdate", "1", ITEMIMAGE_CHECKING}, {"@Locked", "1", ITEMIMAGE_LOCKED}};
     Open("[#0]\r\nName=a\r\nType=1\r\n\r\n");
     STRINGARRAY& item = Engine->Items[0];
     for (const auto& step : steps) {
@@ -92,10 +92,10 @@ TEST_F(MainWindow, CommandsDependOnTheSelection) {
     struct {
         int Command;
         bool None, One, Two;
-    } const commands[] = {{COMMAND_EDIT_ITEM, false, true, false},         {COMMAND_SHOW_ITEMS_MAILS, false, true, false},
-                          {COMMAND_DELETE_ITEMS, false, true, true},       {COMMAND_CHECK_ITEMS, false, true, true},
-                          {COMMAND_SUSPEND_ITEMS, false, true, true},      {COMMAND_STOP_SOUND, false, false, false},
-                          {COMMAND_CHECK_ALL, true, true, true},           {COMMAND_ADD_ITEM, true, true, true}};
+    } const commands[] = {{COMMAND_EDIT_ITEM, false, true, false},    {COMMAND_SHOW_ITEMS_MAILS, false, true, false},
+                          {COMMAND_DELETE_ITEMS, false, true, true},  {COMMAND_CHECK_ITEMS, false, true, true},
+                          {COMMAND_SUSPEND_ITEMS, false, true, true}, {COMMAND_STOP_SOUND, false, false, false},
+                          {COMMAND_CHECK_ALL, true, true, true},      {COMMAND_ADD_ITEM, true, true, true}};
     for (int rows = 0; rows <= 2; ++rows) {
         Select(0, rows >= 1);
         Select(1, rows >= 2);
