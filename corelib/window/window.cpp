@@ -16,16 +16,18 @@ HMODULE Resources = nullptr;
 bool German = false;
 HELPFUNCTION Help = nullptr;
 
-RECT WorkArea() {
-    RECT area{};
-    SystemParametersInfoW(SPI_GETWORKAREA, 0, &area, 0);
-    return area;
+// Of the screen that a window is on; of the first one for none.
+RECT WorkArea(HWND window = nullptr) {
+    MONITORINFO monitor{};
+    monitor.cbSize = sizeof monitor;
+    GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTOPRIMARY), &monitor);
+    return monitor.rcWork;
 }
 
 // The place inside an area, its left and top first.
 void ClipInto(const RECT& area, LONG width, LONG height, LONG& x, LONG& y) {
-    x = std::max(std::min(x, area.right - width), std::max(area.left, 0L));
-    y = std::max(std::min(y, area.bottom - height), std::max(area.top, 0L));
+    x = std::max(std::min(x, area.right - width), area.left);
+    y = std::max(std::min(y, area.bottom - height), area.top);
 }
 
 // The language of the first text that comes.
@@ -224,10 +226,11 @@ bool WINDOW::RestoreWindowPos(const char* product, const char* name) {
 void WINDOW::Center(HWND reference) {
     const bool isChild = reference && ::IsChild(hWnd, reference);
     ASSERTION(!isChild, "!is_child");
-    const RECT own = Rect(), work = WorkArea();
+    const bool visible = reference && !isChild && IsWindowVisible(reference);
+    const RECT own = Rect(), work = WorkArea(visible ? reference : nullptr);
     const LONG width = own.right - own.left, height = own.bottom - own.top;
     RECT middle = work;
-    if (reference && !isChild && IsWindowVisible(reference))
+    if (visible)
         GetWindowRect(reference, &middle);
     LONG x = middle.left + (middle.right - middle.left - width) / 2;
     LONG y = middle.top + (middle.bottom - middle.top - height) / 2;

@@ -58,7 +58,8 @@ class WINDOW {
     /// a screen if they lie on none. True if it moved.
     void StoreWindowPos(const char* product, const char* name);
     bool RestoreWindowPos(const char* product, const char* name);
-    /// Puts the window into the middle of a visible reference, else of the work area, and inside the work area.
+    /// Puts the window into the middle of a visible reference, else of the work area, and inside the work area of that
+    /// screen, its left and top first.
     void Center(HWND reference);
     /// alpha 0 (invisible) to 255 (nothing happens); or, with a key other than -1, makes that colour invisible.
     void SetTransparency(int alpha, int key);

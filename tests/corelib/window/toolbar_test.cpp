@@ -1,6 +1,5 @@
 #include "corelib/window/toolbar.h"
 
-#include <string>
 #include <vector>
 
 #include "tests/support/windowtest.h"
@@ -13,16 +12,9 @@ class PARENT : public WINDOW {
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
         if (message == WM_COMMAND)
             Commands.push_back(static_cast<int>(first));
-        if (message == WM_NOTIFY && reinterpret_cast<NMHDR*>(second)->code == TTN_GETDISPINFOW) {
-            auto& notice = *reinterpret_cast<NMTTDISPINFOW*>(second);
-            Tip = L"tip " + std::to_wstring(notice.hdr.idFrom);
-            notice.lpszText = Tip.data();
-            return 0;
-        }
         return WINDOW::WinProc(message, first, second);
     }
     std::vector<int> Commands;
-    std::wstring Tip;
 };
 
 class TOOLBARTEST : public testing::Test {
@@ -138,8 +130,6 @@ TEST_F(TOOLBARTEST, ShowsWhichButtonIsHotDownOrFocused) {
     SetFocus(Bar.Hwnd());
     Pump();
     EXPECT_GT(Drawn(10), label);
-    if (const char* const file = getenv("TOOLBAR_PICTURE"))
-        SavePicture(Parent.Hwnd(), file);
 }
 
 TEST_F(TOOLBARTEST, LiesAlongTheTopAndLabelsAreCut) {
@@ -151,15 +141,6 @@ TEST_F(TOOLBARTEST, LiesAlongTheTopAndLabelsAreCut) {
     Bar.ArrangeButtons();
     EXPECT_EQ(Bar.ButtonRect(10).right - Bar.ButtonRect(10).left, width);
     EXPECT_GE(Bar.ButtonRect(11).left, Bar.ButtonRect(10).right + ScalePixels(8));
-}
-
-TEST_F(TOOLBARTEST, AsksTheParentForTooltips) {
-    NMTTDISPINFOW notice{};
-    notice.hdr.code = TTN_GETDISPINFOW;
-    notice.hdr.idFrom = 12;
-    SendMessageW(Bar.Hwnd(), WM_NOTIFY, 12, reinterpret_cast<LPARAM>(&notice));
-    ASSERT_NE(notice.lpszText, nullptr);
-    EXPECT_STREQ(notice.lpszText, L"tip 12");
 }
 
 }  // namespace

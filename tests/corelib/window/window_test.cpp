@@ -80,15 +80,6 @@ TEST(WINDOWS, PositionIsKeptWhileTheyShow) {
     EXPECT_NE(MonitorFromRect(&now, MONITOR_DEFAULTTONULL), nullptr);
 }
 
-TEST(WINDOWS, ChildrenCountFromTheirParent) {
-    SEEING parent;
-    WINDOW child(WS_CHILD | WS_VISIBLE, "child", 5, 6, 20, 10, parent.Hwnd(), 7, "ChildOfTest");
-    EXPECT_TRUE(Same(child.Rect(), 5, 6, 25, 16));
-    child.Move(8, 9);
-    EXPECT_TRUE(Same(child.Rect(), 8, 9, 28, 19));
-    EXPECT_EQ(child.Parent(), parent.Hwnd());
-}
-
 TEST(WINDOWS, CenterKeepsThemInsideTheWorkArea) {
     const RECT work = WINDOW(GetDesktopWindow()).Rect();
     SEEING window, reference;
