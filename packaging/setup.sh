@@ -75,7 +75,7 @@ need_server_packages() {
     if ! has_package nginx && [ -d /run/systemd/system ]; then
         as_root systemctl --quiet mask nginx && mask_nginx=1
     fi
-    need_packages dovecot-pop3d dovecot-imapd dnsmasq-base nginx tinyproxy-bin "${mail_server[@]}"
+    need_packages dovecot-pop3d dovecot-imapd mailutils-imap4d dnsmasq-base nginx tinyproxy-bin "${mail_server[@]}"
     if [ -n "$mask_nginx" ]; then
         as_root systemctl --quiet unmask nginx
         as_root systemctl --quiet disable nginx

@@ -1,6 +1,5 @@
 #include "tests/servers/dovecot.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <grp.h>
@@ -88,38 +87,7 @@ std::string DOVECOT::Configuration() const {
     return text.str();
 }
 
-std::string DOVECOT::MailDir(const std::string& user) const {
-    return Boxes() + "/" + user;
-}
-
-void DOVECOT::Deliver(const std::string& user, std::string_view text) {
-    const fs::path box = MailDir(user);
-    for (const char* part : {"", "new", "cur", "tmp"}) {
-        fs::create_directories(box / part);
-        if (chown((box / part).c_str(), Owner, Group) != 0)
-            ADD_FAILURE() << "the mailbox of " << user << " does not go to its owner";
-    }
-    // Dovecot takes the mails of a directory in the order of their names.
-    char name[64];
-    snprintf(name, sizeof name, "%010d.M%dP%d.test", 1000000000 + Delivered, Delivered, getpid());
-    ++Delivered;
-    const fs::path file = box / "new" / name;
-    std::ofstream(file, std::ios::binary) << text;
-    if (chown(file.c_str(), Owner, Group) != 0)
-        ADD_FAILURE() << "a mail does not go to its owner";
-}
-
-std::vector<std::string> DOVECOT::Inbox(const std::string& user) const {
-    std::vector<fs::path> files;
-    std::error_code none;  // as long as no mail has come
-    for (const char* part : {"new", "cur"})
-        for (const auto& entry : fs::directory_iterator(fs::path(MailDir(user)) / part, none))
-            files.push_back(entry.path());
-    std::sort(files.begin(), files.end(),
-              [](const fs::path& a, const fs::path& b) { return a.filename() < b.filename(); });
-    std::vector<std::string> texts;
-    texts.reserve(files.size());
-    for (const fs::path& file : files)
-        texts.push_back(ReadFile(file));
-    return texts;
+MAILDIR DOVECOT::Mailbox(const std::string& user, const std::string& folder) const {
+    const std::string inbox = Boxes() + "/" + user;
+    return {folder.empty() ? inbox : inbox + "/." + folder, Owner, Group};
 }

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 #include <vector>
 
+#include "tests/servers/maildir.h"
 #include "tests/servers/serverprocess.h"
 #include "tests/support/testsupport.h"
 
@@ -23,10 +24,12 @@ class DOVECOT {
     STRING PopServer() const { return Server(PopPort); }
     STRING ImapServer() const { return Server(ImapPort); }
 
+    /// A folder of the user's on the disk, the inbox without a name. It has to be there before the user sees it.
+    MAILDIR Mailbox(const std::string& user, const std::string& folder = "") const;
     /// Puts a mail into the user's inbox, behind those that are there. Lines of `text` end in "\n".
-    void Deliver(const std::string& user, std::string_view text);
+    void Deliver(const std::string& user, std::string_view text) { Mailbox(user).Deliver(text); }
     /// The texts of the inbox as they lie on the disk, in the order of their delivery.
-    std::vector<std::string> Inbox(const std::string& user) const;
+    std::vector<std::string> Inbox(const std::string& user) const { return Mailbox(user).Texts(); }
 
     /// For another server that delivers into the mailboxes: the directory that holds one for each user, as maildirs,
     /// and whose they are.
@@ -37,7 +40,6 @@ class DOVECOT {
  private:
     static STRING Server(int port);
     std::string Configuration() const;
-    std::string MailDir(const std::string& user) const;
 
     TEMPDIR Directory;
     std::string Trouble;
@@ -45,6 +47,5 @@ class DOVECOT {
     gid_t Group;
     int PopPort = 0;
     int ImapPort = 0;
-    int Delivered = 0;
     SERVERPROCESS Process;
 };
