@@ -1,0 +1,58 @@
+// The yardstick for ImapGet: the same dialogue by the plainest means, one thread, one blocking socket, a read buffer.
+// usage: bare_imap PORT USER PASSWORD BYTES
+
+#include "bench/bareclient.h"
+#include "bench/report.h"
+
+namespace {
+
+// Sends a command and adds its reply to `text`; true if the server agrees.
+bool Ask(CONNECTION& server, const std::string& command, std::string& text) {
+    static int number = 0;
+    const std::string tag = "A" + std::to_string(number++) + " ";
+    std::string line;
+    if (!server.Send(tag + command + "\r\n"))
+        return false;
+    do {
+        if (!server.ReadLine(line))
+            return false;
+        text += line;
+        text += '\n';
+    } while (!line.starts_with(tag));
+    return line.compare(tag.size(), 3, "OK ") == 0;
+}
+
+bool ReadMailbox(int port, const char* user, const char* password, const std::string& bytes, std::string& listing) {
+    CONNECTION server(port);
+    std::string ids;
+    if (!server.ReadLine(ids) || !Ask(server, std::string("LOGIN ") + user + " " + password, listing) ||
+        !Ask(server, "SELECT INBOX", listing))
+        return false;
+    ids.clear();
+    if (!Ask(server, "SEARCH ALL", ids))
+        return false;
+    ids.resize(ids.find('\n'));
+    for (size_t blank; (blank = ids.rfind(' ')) > 1; ids.resize(blank)) {
+        const std::string fetch = "FETCH " + ids.substr(blank + 1);
+        if (!Ask(server, fetch + " (RFC822.SIZE)", listing) || !Ask(server, fetch + " (BODY.PEEK[HEADER])", listing) ||
+            !Ask(server, fetch + " (BODY.PEEK[HEADER.FIELDS (DATE TO FROM SUBJECT MESSAGE-ID)] FLAGS)", listing) ||
+            !Ask(server, fetch + " (UID)", listing) ||
+            (bytes != "0" && !Ask(server, fetch + " (BODY.PEEK[1]<0." + bytes + ">)", listing)))
+            return false;
+    }
+    return Ask(server, "LOGOUT", listing);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 5) {
+        fprintf(stderr, "usage: bare_imap PORT USER PASSWORD BYTES\n");
+        return 2;
+    }
+    COST cost;
+    std::string listing;
+    bool ok = ReadMailbox(atoi(argv[1]), argv[2], argv[3], argv[4], listing);
+    cost.Print(listing.size());
+    return ok ? 0 : 1;
+}
