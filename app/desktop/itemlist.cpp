@@ -127,6 +127,12 @@ void ITEMLIST::Deselect() {
     List.SelectAll(false);
 }
 
+void ITEMLIST::SelectOnly(int handle) {
+    const int row = FindRow(handle);
+    if (row != -1)
+        List.SelectOnly(row);
+}
+
 POINT ITEMLIST::MenuPoint() const {
     RECT place{};
     ListView_GetItemRect(List.hWnd, List.FirstSelected(), &place, LVIR_LABEL);

@@ -32,6 +32,8 @@ class ITEMLIST {
 
     std::vector<int> SelectedHandles() const;
     void Deselect();
+    /// Selects the item's row and no other; nothing without a row.
+    void SelectOnly(int handle);
     /// Where a menu for the selected row stands, on the screen.
     POINT MenuPoint() const;
 

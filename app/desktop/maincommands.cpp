@@ -14,7 +14,7 @@ namespace {
 
 constexpr int TEXT_TITLE = 10004;
 constexpr int TEXT_NOT_SAVED = 10061;
-constexpr const char* WEB_PAGE = "http://tarnwick.example/";
+constexpr int TEXT_WEB_PAGE = 10005;
 
 }  // namespace
 
@@ -56,6 +56,10 @@ bool MAINWINDOW::DoWindowCommand(int command) {
         case COMMAND_SHOW_WINDOW:
             ShowInFront();
             return true;
+        case COMMAND_SHOW_ITEM:
+        case COMMAND_SHOW_MAIL:
+            ShowAlertItem();
+            return true;
         case COMMAND_ADD_ITEM:
             AddItem();
             return true;
@@ -72,7 +76,7 @@ bool MAINWINDOW::DoWindowCommand(int command) {
             EditList("SpamBadSenders");
             return true;
         case COMMAND_WEB_PAGE:
-            Application->Programs().OpenAddress(WEB_PAGE);
+            Application->Programs().OpenAddress(App.Texts().Get(TEXT_WEB_PAGE));
             return true;
         case COMMAND_MINIMIZE:
             Show(SW_MINIMIZE);
@@ -87,6 +91,13 @@ void MAINWINDOW::ShowInFront() {
     if (IsIconic(hWnd))
         Show(SW_RESTORE);
     SetForegroundWindow(hWnd);
+}
+
+// The list shows the item; its mails have no window yet.
+void MAINWINDOW::ShowAlertItem() {
+    if (const int handle = Application->Notification().TakeAlertItem())
+        Rows->SelectOnly(handle);
+    ShowInFront();
 }
 
 void MAINWINDOW::AddItem() {

@@ -100,6 +100,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void CloseAlert();
     // Commands of the window itself.
     bool DoWindowCommand(int command);
+    void ShowAlertItem();
     void AddItem();
     void EditItem();
     void DeleteItems();
