@@ -26,6 +26,14 @@ LISTVIEW::LISTVIEW(HWND parent, int id, DWORD style)
     ListView_SetExtendedListViewStyle(hWnd, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP);
 }
 
+LRESULT LISTVIEW::WinProc(UINT message, WPARAM first, LPARAM second) {
+    if (message == WM_KEYDOWN && (first == VK_TAB || first == VK_F6)) {
+        PassFocus(GetKeyState(VK_SHIFT) < 0);
+        return 0;
+    }
+    return CONTROL::WinProc(message, first, second);
+}
+
 void LISTVIEW::AddColumns(const STRING& texts) {
     STRING text;
     for (int i = 0; (text = texts.Word(i, "\t")).NotNull(); ++i) {

@@ -14,6 +14,9 @@ class LISTVIEW : public CONTROL {
     /// Binds to one that is there.
     explicit LISTVIEW(HWND window) : CONTROL(window) {}
 
+    /// In a window that is no dialog Tab and F6 leave the list all the same.
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
+
     /// Adds columns with the texts as their heads, which are split by tabs.
     void AddColumns(const STRING& texts);
     int ColumnCount() const;

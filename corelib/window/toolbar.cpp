@@ -343,6 +343,11 @@ bool NEWTOOLBAR::TypeKey(WPARAM key, bool again) {
         case VK_END:
             MoveFocus(static_cast<int>(Buttons.size()), -1);
             return true;
+        case VK_TAB:
+        case VK_F6:
+        case VK_ESCAPE:
+            PassFocus(key != VK_ESCAPE && GetKeyState(VK_SHIFT) < 0);
+            return true;
         case VK_RETURN:
         case VK_SPACE:
             if (!again && CanPress(Focused))

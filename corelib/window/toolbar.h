@@ -6,8 +6,8 @@
 #include "corelib/window/window.h"
 
 /// A tool bar that draws itself. A button's click, or Enter or the space bar on it, comes to the parent as WM_COMMAND;
-/// its tooltip is asked of the parent as TTN_GETDISPINFO with the command as number. Tab enters the bar, the arrows,
-/// Home and End go from button to button.
+/// its tooltip is asked of the parent as TTN_GETDISPINFO with the command as number. Tab and F6 enter and leave the
+/// bar, the arrows, Home and End go from button to button.
 class NEWTOOLBAR : public WINDOW {
  public:
     static constexpr int HEIGHT = 34;            // pixels at 96 dots per inch

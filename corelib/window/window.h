@@ -51,6 +51,8 @@ class WINDOW {
     HWND Parent() const { return GetAncestor(hWnd, GA_PARENT); }
     HWND Owner() const { return GetWindow(hWnd, GW_OWNER); }
     bool IsVisible() const { return IsWindowVisible(hWnd) != 0; }
+    /// Gives the focus to the next control that Tab reaches in this one's parent, or to the one before.
+    void PassFocus(bool back) { ::SetFocus(GetNextDlgTabItem(Parent(), hWnd, back)); }
     void Enable(bool enable) { EnableWindow(hWnd, enable); }
     void Show(int how = SW_SHOW) { ShowWindow(hWnd, how); }
 

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "corelib/window/listview.h"
 #include "tests/support/windowtest.h"
 
 namespace {
@@ -113,6 +114,17 @@ TEST_F(TOOLBARTEST, IsReachedByTheKeyboard) {
     TypeKey(Bar.Hwnd(), VK_SPACE);
     EXPECT_EQ(Parent.Commands, (IDS{10, 20, 23, 10}));
     EXPECT_EQ(Checked(), (IDS{20, 23}));
+}
+
+TEST_F(TOOLBARTEST, TabGoesToTheListAndBack) {
+    const LISTVIEW list(Parent.Hwnd(), 100);
+    SetFocus(list.Hwnd());
+    for (const int key : {VK_TAB, VK_F6}) {
+        TypeKey(list.Hwnd(), key);
+        EXPECT_EQ(GetFocus(), Bar.Hwnd());
+        TypeKey(Bar.Hwnd(), key);
+        EXPECT_EQ(GetFocus(), list.Hwnd());
+    }
 }
 
 TEST_F(TOOLBARTEST, ShowsWhichButtonIsHotDownOrFocused) {
