@@ -1,9 +1,9 @@
 #include "app/desktop/alertwindow.h"
 
-#include <cstring>
 #include <windowsx.h>
 
 #include "corelib/base/trace.h"
+#include "corelib/window/fontvalue.h"
 #include "corelib/window/widetext.h"
 
 namespace {
@@ -65,16 +65,8 @@ class CANVAS : public ALERTCANVAS {
 // The font of the settings, or the system's for icon titles.
 LOGFONTW BaseFont(const STRING& bytes) {
     LOGFONTW font{};
-    LOGFONTA stored{};
-    if (bytes.Length() != sizeof stored) {
+    if (!FontFromValue(bytes, font))
         SystemParametersInfoW(SPI_GETICONTITLELOGFONT, sizeof font, &font, 0);
-        return font;
-    }
-    memcpy(&stored, bytes.Ptr(), sizeof stored);
-    // Both forms are the same up to the name.
-    memcpy(&font, &stored, offsetof(LOGFONTA, lfFaceName));
-    stored.lfFaceName[LF_FACESIZE - 1] = '\0';
-    wcsncpy(font.lfFaceName, WideText(std::string_view(stored.lfFaceName)).c_str(), LF_FACESIZE - 1);
     return font;
 }
 

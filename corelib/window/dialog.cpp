@@ -1,5 +1,8 @@
 #include "corelib/window/dialog.h"
 
+#include <cstdlib>
+#include <cwchar>
+
 #include "corelib/base/trace.h"
 #include "corelib/window/widetext.h"
 
@@ -8,6 +11,42 @@ namespace {
 struct CUSTOM {
     WNDPROC oldWinProc = nullptr;
 } Custom;
+
+// Behind a menu, class or title in a dialog's template: a text, a number (behind a word of ones), or nothing.
+const WORD* BehindName(const WORD* at) {
+    if (*at == 0xFFFF)
+        return at + 2;
+    while (*at != 0)
+        ++at;
+    return at + 1;
+}
+
+// A template of the resource compiler with the system's font for texts in place of its own. Dialog units follow the
+// font, so that the layout stays; a template without a font, or of the older form, stays as it is.
+std::vector<WORD> WithMessageFont(const WORD* words, size_t count) {
+    constexpr size_t STYLE_AT = 6, MENU_AT = 13, FONT_WORDS = 3;  // point size, weight, italics with the character set
+    if (words[1] != 0xFFFF || !(words[STYLE_AT] & DS_SETFONT))
+        return {words, words + count};
+    NONCLIENTMETRICSW metrics{};
+    metrics.cbSize = sizeof metrics;
+    SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
+    const LOGFONTW& font = metrics.lfMessageFont;
+    const int points = MulDiv(abs(font.lfHeight), 72, GetDeviceCaps(WINDOWDC(nullptr), LOGPIXELSY));
+
+    const WORD* const old = BehindName(BehindName(BehindName(words + MENU_AT)));
+    const WORD* controls = BehindName(old + FONT_WORDS);
+    std::vector<WORD> made(words, old);
+    made.push_back(static_cast<WORD>(points));
+    made.push_back(static_cast<WORD>(font.lfWeight));
+    made.push_back(MAKEWORD(font.lfItalic, font.lfCharSet));
+    made.insert(made.end(), font.lfFaceName, font.lfFaceName + wcslen(font.lfFaceName) + 1);
+    // Controls begin at a multiple of four bytes.
+    made.resize(made.size() + made.size() % 2);
+    controls += (controls - words) % 2;
+    if (controls < words + count)
+        made.insert(made.end(), controls, words + count);
+    return made;
+}
 
 // The messages whose answer is the dialog procedure's own result.
 bool AnswersDirectly(UINT message) {
@@ -77,7 +116,11 @@ DIALOG::DIALOG(int resource) : WINDOW(static_cast<HWND>(nullptr)) {
     WindowId = resource;
     const HRSRC found = FindResourceW(ResourceModule(), MAKEINTRESOURCEW(resource), RT_DIALOG);
     const HGLOBAL loaded = found ? LoadResource(ResourceModule(), found) : nullptr;
-    Template = loaded ? static_cast<const DLGTEMPLATE*>(LockResource(loaded)) : nullptr;
+    if (!loaded)
+        return;
+    Words = WithMessageFont(static_cast<const WORD*>(LockResource(loaded)),
+                            SizeofResource(ResourceModule(), found) / sizeof(WORD));
+    Template = reinterpret_cast<const DLGTEMPLATE*>(Words.data());
 }
 
 DIALOG::DIALOG(const DIALOGTEMPLATE& memory) : WINDOW(static_cast<HWND>(nullptr)), Template(memory.Get()) {}

@@ -26,7 +26,7 @@ class DIALOGTEMPLATE {
 /// modal dialog with their ids.
 class DIALOG : public WINDOW {
  public:
-    /// The dialog with that number of the resource module.
+    /// The dialog with that number of the resource module, in the system's font for texts.
     explicit DIALOG(int resource);
     explicit DIALOG(const DIALOGTEMPLATE& memory);
     ~DIALOG() override;
@@ -43,6 +43,7 @@ class DIALOG : public WINDOW {
  private:
     static INT_PTR CALLBACK DialogProcedure(HWND window, UINT message, WPARAM first, LPARAM second);
 
+    std::vector<WORD> Words;  // of a resource
     const DLGTEMPLATE* Template = nullptr;
     bool Modal = false;
     bool Handled = false;  // of the message at hand
