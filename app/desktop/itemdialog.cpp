@@ -6,7 +6,7 @@
 #include "app/mailbox/mailboxes.h"
 #include "corelib/base/trace.h"
 #include "corelib/window/datadialog.h"
-#include "corelib/window/widetext.h"
+#include "corelib/window/messages.h"
 
 namespace {
 
@@ -148,7 +148,6 @@ bool EditItem(HWND parent, const TEXTS& texts, STRINGARRAY& record) {
     for (STRING* text : {&form.Name, &form.Server, &form.User})
         text->Strip('B', " \t");
     if (form.Write(record))
-        MessageBoxW(parent, WideText(texts.Get(TEXT_PERIOD_RAISED)).c_str(), WideText(texts.Get(TEXT_TITLE)).c_str(),
-                    MB_OK | MB_ICONINFORMATION | MB_TOPMOST);
+        ShowInfo(parent, texts.Get(TEXT_PERIOD_RAISED), texts.Get(TEXT_TITLE));
     return true;
 }

@@ -3,7 +3,7 @@
 #include "corelib/base/trace.h"
 #include "corelib/window/controls.h"
 #include "corelib/window/datapages.h"
-#include "corelib/window/widetext.h"
+#include "corelib/window/messages.h"
 
 namespace {
 
@@ -101,8 +101,7 @@ bool DATADIALOG::IsAcceptable() {
         return true;
     if (Frame)
         Frame->ShowPage(*this);
-    MessageBoxW(Top().hWnd, WideText(complaint).c_str(), WideText(Top().Title()).c_str(),
-                MB_OK | MB_ICONSTOP | MB_TOPMOST);
+    ShowError(Top().hWnd, complaint, Top().Title());
     if (const HWND window = GetDlgItem(hWnd, control))
         SendMessageW(Top().hWnd, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(window), TRUE);
     return false;

@@ -1,15 +1,19 @@
 #include "corelib/window/datapush.h"
 
 #include <array>
+// The shell has a constant of the same name as one of ours.
+#define SORT_DESCENDING SHELL_SORT_DESCENDING
 // These need windows.h, which a header of ours has brought.
 #include <commdlg.h>
 #include <mmsystem.h>
 #include <shellapi.h>
 #include <shlobj.h>
+#undef SORT_DESCENDING
 
 #include "corelib/base/trace.h"
 #include "corelib/window/datadialog.h"
 #include "corelib/window/fontvalue.h"
+#include "corelib/window/messages.h"
 #include "corelib/window/widetext.h"
 
 namespace {
@@ -77,6 +81,14 @@ STRING PushPlay(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& d
     PlaySoundW(WideText(dialog.ControlText(argument.Control)).c_str(), nullptr,
                SND_FILENAME | SND_ASYNC | SND_NODEFAULT);
     return value;
+}
+
+STRING PushFile(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialog) {
+    STRING file = dialog.ControlText(argument.Control);
+    if (!FileDialog(dialog.hWnd, file, argument.Texts))
+        return value;
+    dialog.SetControlText(argument.Control, file);
+    return file;
 }
 
 STRING PushColor(const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {

@@ -11,6 +11,9 @@ STRING PushOpenValue(const STRING& value, const PUSHARGUMENT& argument, DATADIAL
 STRING PushOpenText(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialog);
 /// Plays the sound file that the text of `Control` names.
 STRING PushPlay(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialog);
+/// Asks for an existing file of the kinds in `Texts` ("Programs|*.exe", one a line), beginning with the text of
+/// `Control`, which gets the answer.
+STRING PushFile(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialog);
 /// Asks for a colour: decimal, 0x00BBGGRR.
 STRING PushColor(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialog);
 /// Asks for a font: see FontValue; empty is the system's.
