@@ -56,11 +56,11 @@ bool RaiseFirst() {
     return true;
 }
 
-void MainDispatchLoop(HWND window, int accelerators) {
+void MainDispatchLoop(const MAINWINDOW& window, int accelerators) {
     const HACCEL keys = LoadAcceleratorsW(ResourceModule(), MAKEINTRESOURCEW(accelerators));
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-        if (TranslateAcceleratorW(window, keys, &message))
+        if (!window.IsToolbarKey(message) && TranslateAcceleratorW(window.hWnd, keys, &message))
             continue;
         TranslateMessage(&message);
         DispatchMessageW(&message);
@@ -110,7 +110,7 @@ int RunDesktop(int argc, const char* const* argv) {
         window.Begin(app.StartMinimized());
         application.Start();
         window.Started();
-        MainDispatchLoop(window.hWnd, ACCELERATORS);
+        MainDispatchLoop(window, ACCELERATORS);
         window.End();
         // Waits for the work thread, which may still speak to the window.
     }

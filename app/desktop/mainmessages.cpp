@@ -139,7 +139,7 @@ LRESULT MAINWINDOW::OnNotify(NMHDR& notice) {
         OnToolTip(reinterpret_cast<NMTTDISPINFOW&>(notice));
         return 0;
     }
-    if (!Rows || notice.hwndFrom != Rows->Handle())
+    if (!Application || !Rows || notice.hwndFrom != Rows->Handle())
         return 0;
     switch (notice.code) {
         case NM_DBLCLK:

@@ -251,7 +251,7 @@ void MAINWINDOW::MakeToolbar() {
 }
 
 void MAINWINDOW::PlaceControls() {
-    if (!Rows)
+    if (!Application || !Rows)
         return;
     Trace("TARNWICK::ArrangeControls\n");
     const RECT client = ClientRect();
@@ -280,6 +280,12 @@ COMMANDCONTEXT MAINWINDOW::CommandContext() const {
     context.SpamFilterDisabled = Application->pState.GetNumber("SpamFilterDisabled") != 0;
     context.Suspended = Application->Cycle().IsSuspended();
     return context;
+}
+
+bool MAINWINDOW::IsToolbarKey(const MSG& message) const {
+    if (message.message != WM_KEYDOWN || !Toolbar || message.hwnd != Toolbar->hWnd)
+        return false;
+    return message.wParam == VK_RETURN || message.wParam == VK_SPACE || message.wParam == VK_ESCAPE;
 }
 
 void MAINWINDOW::ShowState() {
