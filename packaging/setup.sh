@@ -101,6 +101,8 @@ start_display() {
     done
     [ -s "$number" ] && export DISPLAY=":$(cat "$number")"
     rm -f "$number"
+    # What runs in Wine since before this display was there would hold up every window on it.
+    wineserver -k 2>/dev/null && wineserver -w
     # There is no window manager that Wine would have to wait for.
     [ -n "$DISPLAY" ] && wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
 }
