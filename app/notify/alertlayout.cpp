@@ -99,8 +99,7 @@ intptr_t ALERTLAYOUT::ClickValue(ALERTPOINT point, bool right, intptr_t outside)
 }
 
 void ALERTLAYOUT::Paint(ALERTCANVAS& canvas, const ALERTLOOK& look) const {
-    if (!look.Partial)
-        canvas.Fill({0, 0, look.Client.Width, look.Client.Height}, look.Swapped ? look.TextColor : look.BackColor);
+    canvas.Fill({0, 0, look.Client.Width, look.Client.Height}, look.Swapped ? look.TextColor : look.BackColor);
     for (const PLACED& placed : Pieces) {
         const ALERTPIECE& piece = placed.Piece;
         int32_t text = piece.TextColor.value_or(look.TextColor);
@@ -115,8 +114,7 @@ void ALERTLAYOUT::Paint(ALERTCANVAS& canvas, const ALERTLOOK& look) const {
                                 (look.Client.Height - (rect.Bottom - rect.Top)) / 2};
             canvas.Write(piece.Font, at, text, piece.Text);
         } else {
-            if (!look.Partial)
-                canvas.Fill(placed.Rect, back);
+            canvas.Fill(placed.Rect, back);
             canvas.Write(piece.Font, placed.TextAt, text, piece.Text);
         }
     }

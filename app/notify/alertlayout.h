@@ -73,8 +73,6 @@ struct ALERTLOOK {
     bool Pressed = false;
     /// In an odd tick of the blinking all text and background colours trade places.
     bool Swapped = false;
-    /// After a move of the pointer: only texts and buttons are drawn again, over what is there.
-    bool Partial = false;
 };
 
 /// An alert's text with every piece in its place. A text of one line is shown as it reads, without codes and buttons,

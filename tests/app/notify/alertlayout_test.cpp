@@ -105,10 +105,9 @@ TEST(AlertLayout, GivesValueOfClick) {
 
 TEST(AlertLayout, ShowsButtonUnderPointer) {
     ALERT alert("\n\x1b[*;F=5;B=6]Go\x1b[b]!");
-    alert.Look.Partial = true;
-    const std::string texts = "write normal 8,3 1 ''\n";
+    const std::string texts = "fill 0,0-56,53 2 fill 8,3-8,18 2 write normal 8,3 1 ''\n";
     const std::string plain = "fill 8,19-39,45 6 frame 8,19-39,45 5 ";
-    const std::string behind = "write bold 39,19 1 '!'\n";
+    const std::string behind = "fill 39,19-48,35 2 write bold 39,19 1 '!'\n";
     EXPECT_EQ(alert.Drawn(), texts + plain + "write normal 15,24 5 'Go'\n" + behind);
 
     alert.Look.Pointer = {38, 44};
