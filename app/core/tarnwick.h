@@ -85,8 +85,6 @@ class TARNWICK {
 
     /// Guards the item list on the screen, and the removal of an item against the one who draws it.
     MUTEXSEM listviewMutex;
-    /// Guards the tray icon.
-    MUTEXSEM taskbarMutex;
 
  private:
     /// oldDirectory: where the data lay before, if they have moved.

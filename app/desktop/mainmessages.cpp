@@ -212,10 +212,10 @@ void MAINWINDOW::OnTimer(UINT_PTR timer) {
 }
 
 void MAINWINDOW::Blink() {
-    if (Application->pState.GetNumber("EmailDoBlink") == 0)
+    if (Application->pState.GetNumber("EmailDoBlink") == 0 || !Tray)
         return;
     BlinkPhase = !BlinkPhase;
-    DrawTray(BlinkPhase ? 0 : TrayPicture(Application->Cycle(), Application->pState));
+    Tray->SetIcon(TRAY_RESOURCES + (BlinkPhase ? 0 : TrayPicture(Application->Cycle(), Application->pState)));
 }
 
 void MAINWINDOW::OnTray(WPARAM icon, UINT mouse) {

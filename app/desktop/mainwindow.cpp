@@ -104,31 +104,24 @@ void MAINWINDOW::MakeTaskbarIcon() {
     Calls.PostLatest({CALL_TRAY, 0}, [this] {
         if (!Application)
             return;
-        const int picture = TrayPicture(Application->Cycle(), Application->pState);
-        Tooltip = TooltipText(App.Texts(), Application->Cycle());
-        DrawTray(picture);
+        const int icon = TRAY_RESOURCES + TrayPicture(Application->Cycle(), Application->pState);
+        const STRING tooltip = TooltipText(App.Texts(), Application->Cycle());
+        if (!Tray)
+            Tray = std::make_unique<TASKBARICON>(hWnd, icon, tooltip, WM__TASKBAR);
+        else if (!Tray->IsUp())
+            Tray->Add();
+        Tray->SetIcon(icon);
+        Tray->SetTooltip(tooltip);
     });
-}
-
-void MAINWINDOW::DrawTray(int picture) {
-    MUTEXHOLD hold(Application->taskbarMutex);
-    const int icon = TRAY_RESOURCES + picture;
-    if (!Tray)
-        Tray = std::make_unique<TASKBARICON>(hWnd, icon, Tooltip, WM__TASKBAR);
-    else if (!Tray->IsUp())
-        Tray->Add();
-    Tray->SetIcon(icon);
-    Tray->SetTooltip(Tooltip);
 }
 
 void MAINWINDOW::MakeNewTooltip() {
     Calls.PostLatest({CALL_TOOLTIP, 0}, [this] {
         if (!Application)
             return;
-        Tooltip = TooltipText(App.Texts(), Application->Cycle());
-        MUTEXHOLD hold(Application->taskbarMutex);
+        const STRING tooltip = TooltipText(App.Texts(), Application->Cycle());
         if (Tray)
-            Tray->SetTooltip(Tooltip);
+            Tray->SetTooltip(tooltip);
     });
 }
 

@@ -109,7 +109,6 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void EditList(const char* key);
     void ShowContextMenu(LPARAM place);
     void ShowTrayMenu();
-    void DrawTray(int picture);
     void ShowInFront();
 
     VELMORAAPP& App;
@@ -122,7 +121,6 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     std::unique_ptr<ITEMLIST> Rows;
     std::unique_ptr<TASKBARICON> Tray;
     std::unique_ptr<SEMITOOLTIP> AlertWindow;
-    STRING Tooltip;
     bool BlinkPhase = false;
     bool FirstRun = false;
     bool SessionEnded = false;
