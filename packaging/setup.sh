@@ -92,6 +92,10 @@ use_private_wine() {
 # one who ends it; without the server DISPLAY stays empty.
 start_display() {
     local number i
+    # There is no window manager that Wine would have to wait for. Its desktop looks at that once, as it starts, and what
+    # runs since before the display was there would hold up every window on it: so Wine begins anew.
+    wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
+    wineserver -k 2>/dev/null && wineserver -w
     number="$(mktemp)"
     Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp >"$number" 2>/dev/null &
     display_pid=$!
@@ -101,8 +105,4 @@ start_display() {
     done
     [ -s "$number" ] && export DISPLAY=":$(cat "$number")"
     rm -f "$number"
-    # What runs in Wine since before this display was there would hold up every window on it.
-    wineserver -k 2>/dev/null && wineserver -w
-    # There is no window manager that Wine would have to wait for.
-    [ -n "$DISPLAY" ] && wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
 }
