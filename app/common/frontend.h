@@ -37,7 +37,7 @@ class FRONTEND {
     virtual void StopBlinking() {}
 
     // The item list, by the item's handle (any thread).
-    /// The row's image and texts are drawn anew.
+    /// The row's image and name are drawn anew.
     virtual void RefreshRow(int /*handle*/) {}
     virtual void SetCell(int /*handle*/, int /*column*/, const STRING& /*text*/) {}
     /// The progress text of a running check, in the item's row.

@@ -19,23 +19,26 @@ constexpr int TEXT_TITLE = 10004;
 
 constexpr int CHECK_ALL_NOTICE_MS = 1500;
 
+constexpr int RESULT_COLUMN = 1;
+constexpr const char* NO_RESULT = "-";
+
 constexpr int HELP_INTRODUCTION = 2000;
 constexpr int HELP_TOPICS[] = {2802, 2801, 2804, 2803};  // in the order of their commands
 
 void SuspendOrResume(STRINGARRAY& item) {
     item.Set("UpdateSuspended", item.GetNumber("UpdateSuspended") != 0 ? "0" : "1");
-    item.Set("LastValue", "-");
+    item.Set("LastValue", NO_RESULT);
     item.Set("LastRC", "0|0");
 }
 
 }  // namespace
 
 bool COMMANDS::DoCommand(int command, const std::vector<int>& selected) {
+    Trace("TARNWICK::DoCommand %d\n", command);
     if (command != COMMAND_STOP_SOUND) {
         FrontEnd.DoCommand(COMMAND_STOP_SOUND);
         FrontEnd.StopBlinking();
     }
-    Trace("TARNWICK::DoCommand %d\n", command);
     const bool done = Do(command, selected);
     Trace("TARNWICK::~DoCommand rc=%d\n", done);
     return done;
@@ -166,6 +169,7 @@ bool COMMANDS::DoItemCommand(int command, const std::vector<int>& selected) {
         STRINGARRAY& item = Application.Items[index];
         if (command == COMMAND_SUSPEND_ITEMS) {
             SuspendOrResume(item);
+            FrontEnd.SetCell(handle, RESULT_COLUMN, NO_RESULT);
             FrontEnd.RefreshRow(handle);
             continue;
         }
