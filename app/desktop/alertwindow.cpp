@@ -62,11 +62,9 @@ class CANVAS : public ALERTCANVAS {
     const SEMITOOLTIP::FONTS& Fonts;
 };
 
-// The font of the settings, or the system's for icon titles.
-LOGFONTW BaseFont(const STRING& bytes) {
+LOGFONTW IconTitleFont() {
     LOGFONTW font{};
-    if (!FontFromValue(bytes, font))
-        SystemParametersInfoW(SPI_GETICONTITLELOGFONT, sizeof font, &font, 0);
+    SystemParametersInfoW(SPI_GETICONTITLELOGFONT, sizeof font, &font, 0);
     return font;
 }
 
@@ -76,8 +74,21 @@ ALERTPOINT PointOf(LPARAM packed) {
 
 }  // namespace
 
+void CheckPopupFont(STRINGARRAY& state) {
+    LOGFONTW font{};
+    if (!FontFromValue(state.Get("PopupFont"), font)) {
+        font = IconTitleFont();
+        font.lfWidth = 0;
+    } else if (_wcsicmp(font.lfFaceName, L"System") == 0) {
+        wcscpy(font.lfFaceName, L"Arial");
+    }
+    font.lfWeight = FW_NORMAL;
+    state.Set("PopupFont", FontValue(font));
+}
+
 SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)
-    : WINDOW(WS_POPUP | WS_BORDER, "", 0, 0, 0, 0, setup.Parent, 0, nullptr, WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE),
+    // Nobody owns it: it would go out of sight with an owner that is minimised.
+    : WINDOW(WS_POPUP | WS_BORDER, "", 0, 0, 0, 0, nullptr, 0, nullptr, WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE),
       Setup(setup) {
     if (!ASSERTION(hWnd != nullptr, "FALSE"))
         return;
@@ -94,10 +105,8 @@ SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)
 
     RECT work;
     SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
-    RECT frame = {0, 0, Layout->WindowSize().Width, Layout->WindowSize().Height};
-    AdjustWindowRectEx(&frame, WS_POPUP | WS_BORDER, FALSE, WS_EX_TOOLWINDOW);
-    const ALERTRECT place = PlaceAlert({work.left, work.top, work.right, work.bottom},
-                                       {frame.right - frame.left, frame.bottom - frame.top}, Setup.Position);
+    const ALERTRECT place =
+        PlaceAlert({work.left, work.top, work.right, work.bottom}, Layout->WindowSize(), Setup.Position);
     SetWindowPos(hWnd, HWND_TOPMOST, place.Left, place.Top, place.Right - place.Left, place.Bottom - place.Top,
                  SWP_NOACTIVATE | SWP_SHOWWINDOW);
     if (Setup.Blink)
@@ -110,7 +119,9 @@ SEMITOOLTIP::~SEMITOOLTIP() {
 }
 
 void SEMITOOLTIP::MakeFonts(const STRING& font) {
-    const LOGFONTW base = BaseFont(font);
+    LOGFONTW base{};
+    if (!FontFromValue(font, base))
+        base = IconTitleFont();
     for (const ALERTFONT kind : ALERTFONTS) {
         const ALERTFONTSTYLE style = AlertFontStyle(kind, {base.lfHeight, base.lfWeight});
         LOGFONTW one = base;

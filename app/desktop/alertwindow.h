@@ -5,11 +5,16 @@
 
 #include "app/common/frontend.h"
 #include "app/notify/alertlayout.h"
+#include "corelib/base/stringarray.h"
 #include "corelib/window/window.h"
 
 /// The alert's answer to a click, posted to its parent. First parameter 0 for the left button, 1 for the right one;
 /// second the command of the button that was hit, else the click value.
 inline constexpr UINT WM__ALERTCLICK = 1056;
+
+/// Makes the setting PopupFont fit for alerts: a font of normal weight, as bold pieces are to stand out, and no bitmap
+/// font, which has no smaller sizes. Without a font, or with none that can be read, the system's for icon titles.
+void CheckPopupFont(STRINGARRAY& state);
 
 /// How an alert looks and whom it tells of clicks.
 struct ALERTSETUP {
