@@ -92,9 +92,9 @@ void ITEMLIST::RestoreSelection() {
     int index = Application.pState.GetNumber("LastSelectedRecord");
     if (count == 1 || index == -1 || index >= count)
         index = 0;
-    if (index < 0 || index >= count)
+    if (index < 0)
         return;
-    const int row = FindRow(Application.Items[index].GetNumber("@Handle"));
+    const int row = count > 0 ? FindRow(Application.Items[index].GetNumber("@Handle")) : -1;
     if (row != -1)
         List.Select(row);
     Application.pState.Set("LastSelectedRecord", "-1");

@@ -26,7 +26,7 @@ void MAINWINDOW::DoCommand(int command) {
     if (!Application)
         return;
     if (command == COMMAND_STOP_SOUND) {
-        Application->Notification().StopSoundLoop();
+        Engine->DoCommand(command, {});
         return;
     }
     if (!IsUserThread()) {
@@ -159,7 +159,7 @@ void MAINWINDOW::EditList(const char* key) {
 // ---- menus ----
 
 void MAINWINDOW::ShowContextMenu(LPARAM place) {
-    if (!Rows || !Application)
+    if (!Application)
         return;
     POINT point = {GET_X_LPARAM(place), GET_Y_LPARAM(place)};
     // By the keyboard: at the row, not at the pointer.

@@ -8,6 +8,7 @@
 #include "app/notify/mailprogram.h"
 #include "app/notify/traydisplay.h"
 #include "corelib/base/trace.h"
+#include "corelib/window/fontvalue.h"
 #include "corelib/window/menus.h"
 #include "corelib/window/messages.h"
 #include "corelib/window/widetext.h"
@@ -64,6 +65,9 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
             InvalidateRect(hWnd, nullptr, FALSE);
             return 0;
         case WM_CONTEXTMENU:
+            // Others, such as the title bar, have menus of their own or none.
+            if (!Rows || reinterpret_cast<HWND>(first) != Rows->Handle())
+                return WINDOW::WinProc(message, first, second);
             ShowContextMenu(second);
             return 0;
         case WM_SETFOCUS:
@@ -143,7 +147,6 @@ LRESULT MAINWINDOW::OnNotify(NMHDR& notice) {
         return 0;
     switch (notice.code) {
         case NM_DBLCLK:
-        case NM_RETURN:
             DoCommand(COMMAND_ITEM_MAIL_PROGRAM);
             return 0;
         case LVN_COLUMNCLICK: {
@@ -219,7 +222,7 @@ void MAINWINDOW::Blink() {
 }
 
 void MAINWINDOW::OnTray(WPARAM icon, UINT mouse) {
-    if (!Application || mouse == WM_MOUSEMOVE)
+    if (!Application)
         return;
     StopBlinking();
     Trace("TARNWICK:WM__TASKBAR mp1= %d, mp2= %d\n", static_cast<int>(icon), static_cast<int>(mouse));
@@ -236,7 +239,8 @@ void MAINWINDOW::OnTray(WPARAM icon, UINT mouse) {
         click = TRAYCLICK::DOUBLE;
     else
         return;
-    const bool shift = GetKeyState(VK_SHIFT) < 0, control = GetKeyState(VK_CONTROL) < 0;
+    // As they are now: the keys that this thread has seen are those of a time when it had the focus.
+    const bool shift = GetAsyncKeyState(VK_SHIFT) < 0, control = GetAsyncKeyState(VK_CONTROL) < 0;
     const CLICKACTION action = TrayClickAction(click, shift, control, Application->pState);
     if (action.Reset)
         DoCommand(COMMAND_RESET_COUNT);
@@ -270,6 +274,7 @@ void MAINWINDOW::OpenAlert(std::unique_ptr<ALERTREQUEST> request) {
     setup.TextColor = request->TextColor;
     setup.BackColor = request->BackColor;
     setup.Font = state.Get("PopupFont");
+    ASSERTION(setup.Font.Length() == FONTVALUE_LENGTH, "this->pState[\"PopupFont\"].Length()==sizeof(LOGFONT)");
     setup.Position = state.GetNumber("PopupPosition") + 1;
     setup.Parent = hWnd;
     // Out of the range of commands.

@@ -24,17 +24,7 @@ constexpr const char* POSITION = "WindowPos";
 constexpr RECT FIRST_PLACE = {8, 8, 400, 350};  // left, top, width, height
 
 // What a waiting call draws.
-enum CALLKIND {
-    CALL_TRAY,
-    CALL_TOOLTIP,
-    CALL_TITLE,
-    CALL_STATUS,
-    CALL_ARRANGE,
-    CALL_COMMANDS,
-    CALL_BLINKING,
-    CALL_ROW,
-    CALL_CELL
-};
+enum CALLKIND { CALL_TRAY, CALL_TOOLTIP, CALL_TITLE, CALL_STATUS, CALL_ARRANGE, CALL_COMMANDS, CALL_ROW, CALL_CELL };
 
 }  // namespace
 
@@ -64,8 +54,10 @@ void MAINWINDOW::SetApplication(TARNWICK* application) {
 }
 
 void MAINWINDOW::Begin(bool minimized) {
+    CheckPopupFont(Application->pState);
     MakeToolbar();
     StatusLine = std::make_unique<CONTROL>(STATUSCLASSNAMEW, SBARS_SIZEGRIP, 0, hWnd, STATUSLINE_ID);
+    StatusLine->Show(SW_HIDE);  // until there is something to say
     Rows = std::make_unique<ITEMLIST>(hWnd, *Application);
     Rows->FillListview();
     if (!RestoreWindowPos(App.Texts().Get(TEXT_PRODUCT).Text(), POSITION)) {
@@ -153,13 +145,15 @@ void MAINWINDOW::ArrangeControls() {
 }
 
 void MAINWINDOW::StopBlinking() {
-    Calls.PostLatest({CALL_BLINKING, 0}, [this] {
-        if (!Application)
-            return;
-        KillTimer(hWnd, TIMER_BLINK);
+    if (!IsUserThread()) {
+        Calls.Post([this] { StopBlinking(); });
+        return;
+    }
+    if (!Application)
+        return;
+    if (KillTimer(hWnd, TIMER_BLINK))
         MakeTaskbarIcon();
-        Application->Notification().ScrollLockBlinking(false);
-    });
+    Application->Notification().ScrollLockBlinking(false);
 }
 
 void MAINWINDOW::RefreshRow(int handle) {

@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "corelib/window/fontvalue.h"
 #include "tests/app/desktop/desktopsupport.h"
 
 namespace {
@@ -122,6 +123,10 @@ TEST_F(MainWindow, CommandsOnRowsTakeTheSelectionOff) {
     Pump();
     EXPECT_TRUE(Window->SelectedItems().empty());
     EXPECT_EQ(Engine->Items[Engine->FindName("Alpha")].GetNumber("@ForceRefresh"), 1);
+    Select(1);
+    SendMessageW(Window->hWnd, WM_COMMAND, COMMAND_SUSPEND_ITEMS, 0);
+    Pump();
+    EXPECT_EQ(Rows().back(), "beta|-");
 }
 
 TEST_F(MainWindow, TimersDoTheirWorkAndUnknownOnesAreAFault) {
@@ -146,6 +151,7 @@ TEST_F(MainWindow, AnAlertIsReplacedClickedAndGivesCommands) {
     const HWND first = Window->Alert()->hWnd;
     EXPECT_TRUE(IsWindowVisible(first));
     EXPECT_NE(GetForegroundWindow(), first);
+    EXPECT_EQ(GetWindow(first, GW_OWNER), nullptr) << "it would be hidden with the minimised window";
     Window->PostAlert({.Text = "second\n\x1b[*=2118]Suspend"});
     ASSERT_TRUE(PumpUntil([&] { return Window->Alert() != nullptr && Window->Alert()->hWnd != first; }));
     const HWND alert = Window->Alert()->hWnd;
@@ -171,6 +177,10 @@ TEST_F(MainWindow, ClicksOnTheTrayIconDoWhatTheSettingsSay) {
     SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_LBUTTONDOWN);
     Pump();
     EXPECT_EQ(Engine->pState.Get("ResetCounter"), "1");
+    Window->StartTimer(TIMER_BLINK, 100000);
+    Pump();
+    SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_MOUSEMOVE);
+    EXPECT_FALSE(KillTimer(Window->hWnd, TIMER_BLINK)) << "the pointer has passed";
     Window->Show(SW_MINIMIZE);
     Pump();
     EXPECT_FALSE(Window->IsVisible());  // it lives in the tray
@@ -218,6 +228,32 @@ TEST_F(MainWindow, TheEndOfTheSessionSavesAtOnce) {
     EXPECT_NE(ReadBytes(Data.File("tarnwick.ini")).find("PopupDuration=78"), std::string::npos);
     MSG message;
     EXPECT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+}
+
+TEST_F(MainWindow, TheAlertsFontIsOneThatItCanShow) {
+    // As a file has it: 60 bytes, height -20, weight 700.
+    LOGFONTW font{};
+    font.lfHeight = -20;
+    font.lfWeight = FW_BOLD;
+    const struct {
+        const wchar_t *Face, *Shown;
+        STRING Value;
+    } cases[] = {{L"System", L"Arial", {}}, {L"Tahoma", L"Tahoma", {}}, {L"", nullptr, ""}, {L"", nullptr, "short"}};
+    LOGFONTW icons{};
+    SystemParametersInfoW(SPI_GETICONTITLELOGFONT, sizeof icons, &icons, 0);
+    for (const auto& c : cases) {
+        STRINGARRAY state;
+        wcscpy(font.lfFaceName, c.Face);
+        state.Set("PopupFont", c.Value.NotNull() ? c.Value : FontValue(font));
+        CheckPopupFont(state);
+        LOGFONTW shown{};
+        ASSERT_TRUE(FontFromValue(state.Get("PopupFont"), shown));
+        EXPECT_STREQ(shown.lfFaceName, c.Shown ? c.Shown : icons.lfFaceName);
+        EXPECT_EQ(shown.lfHeight, c.Shown ? -20 : icons.lfHeight);
+        EXPECT_EQ(shown.lfWeight, FW_NORMAL);
+    }
+    Open(TWO_ITEMS);
+    EXPECT_EQ(Engine->pState.Get("PopupFont").Length(), FONTVALUE_LENGTH);
 }
 
 TEST_F(MainWindow, OpeningAlertsLeavesNoHandlesBehind) {
