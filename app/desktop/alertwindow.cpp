@@ -176,14 +176,14 @@ void SEMITOOLTIP::Paint() {
 void SEMITOOLTIP::Click(bool right, ALERTPOINT point) {
     Look.Pointer = point;
     Look.Pressed = true;
-    const LPARAM value = Layout->ClickValue(point, right, Setup.ClickValue);
+    // Before the pause: the next alert must not stand in front of it, which it would close.
+    if (Setup.Parent)
+        PostMessageW(Setup.Parent, WM__ALERTCLICK, right ? 1 : 0, Layout->ClickValue(point, right, Setup.ClickValue));
     if (!right && Layout->ButtonAt(point)) {
         InvalidateRect(hWnd, nullptr, FALSE);
         UpdateWindow(hWnd);
         Sleep(PRESSED_MS);
     }
-    if (Setup.Parent)
-        PostMessageW(Setup.Parent, WM__ALERTCLICK, right ? 1 : 0, value);
     if (!right)
         ShowWindow(hWnd, SW_HIDE);
 }
