@@ -413,9 +413,7 @@ void NEWTOOLBAR::DrawButton(HDC dc, HTHEME theme, int index) const {
         if (state != TS_NORMAL && state != TS_DISABLED)
             DrawThemeBackground(theme, dc, TP_BUTTON, state, &rect, nullptr);
     } else if (checked || down) {
-        if (checked && !hot)
-            FillRect(dc, &rect, GetSysColorBrush(COLOR_3DLIGHT));
-        DrawEdge(dc, &rect, BDR_SUNKENOUTER, BF_RECT);
+        DrawEdge(dc, &rect, checked ? EDGE_SUNKEN : BDR_SUNKENOUTER, BF_RECT);
     } else if (hot) {
         DrawEdge(dc, &rect, BDR_RAISEDINNER, BF_RECT);
     }

@@ -157,6 +157,11 @@ LRESULT WINDOW::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM_DESTROY:
             Hook = nullptr;
             return 0;
+        case WM_SYSCOLORCHANGE:
+            // Only top-level windows are told of new colours; the controls in them keep the old ones otherwise.
+            for (HWND child = GetWindow(hWnd, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT))
+                SendMessageW(child, message, 0, 0);
+            return DefWindowProcW(hWnd, message, first, second);
         default:
             return DefWindowProcW(hWnd, message, first, second);
     }

@@ -50,6 +50,22 @@ TEST(WINDOWS, HookSeesMessagesFirst) {
     EXPECT_EQ(SendMessageW(window.Hwnd(), WM_QUERYENDSESSION, 0, 0), 1);
 }
 
+TEST(WINDOWS, TellTheControlsInThemOfNewColours) {
+    class CONTROLINSIDE : public CONTROL {
+     public:
+        explicit CONTROLINSIDE(HWND parent) : CONTROL(L"BUTTON", 0, 0, parent, 1) {}
+        LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
+            Told += message == WM_SYSCOLORCHANGE;
+            return CONTROL::WinProc(message, first, second);
+        }
+        int Told = 0;
+    };
+    SEEING window;
+    CONTROLINSIDE control(window.Hwnd());
+    SendMessageW(window.Hwnd(), WM_SYSCOLORCHANGE, 0, 0);
+    EXPECT_EQ(control.Told, 1);
+}
+
 TEST(WINDOWS, PositionIsKeptWhileTheyShow) {
     SEEING window;
     Values().Delete("Pos");
