@@ -14,6 +14,7 @@ constexpr int LIST_ID = 1;
 constexpr int WIDTH_NAME = 1;
 constexpr int WIDTH_RESULT = 2;
 constexpr int TEXT_COLUMNS = 10060;
+constexpr int TEXT_EMPTY = 10064;
 
 STRING ResultText(const STRINGARRAY& item) {
     return item.Get("LastValue").Line(0, WORD_NEVERNULL).Word(0, "|", WORD_NEVERNULL);
@@ -40,6 +41,7 @@ ITEMLIST::ITEMLIST(HWND owner, TARNWICK& application) : Owner(owner), Applicatio
     STRING heads = Application.Texts().Get(TEXT_COLUMNS);
     heads.Replace("|", "\t", 1);
     List.AddColumns(heads);
+    List.SetEmptyText(Application.Texts().Get(TEXT_EMPTY));
     List.SetImages(
         {ITEMIMAGE_EMPTY, ITEMIMAGE_MAIL, ITEMIMAGE_CHECKING, ITEMIMAGE_LOCKED, ITEMIMAGE_FAILED, ITEMIMAGE_SUSPENDED});
 }

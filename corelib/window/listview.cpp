@@ -13,6 +13,7 @@ constexpr int COLUMN_BYTES = 255;
 constexpr uint32_t INSERT_LEVEL = 7;
 constexpr int SMALL_IMAGE = 16;
 constexpr int HEAD_WIDTH = 120;
+constexpr int EMPTY_TEXT_MARGIN = 12;
 
 int CALLBACK CompareRows(LPARAM left, LPARAM right, LPARAM compare) {
     return (*reinterpret_cast<const LISTVIEW::COMPARE*>(compare))(static_cast<uint32_t>(left),
@@ -24,6 +25,8 @@ int CALLBACK CompareRows(LPARAM left, LPARAM right, LPARAM compare) {
 LISTVIEW::LISTVIEW(HWND parent, int id, DWORD style)
     : CONTROL(WC_LISTVIEWW, style | LVS_REPORT | LVS_SHOWSELALWAYS | LVS_SHAREIMAGELISTS | WS_TABSTOP, 0, parent, id) {
     ListView_SetExtendedListViewStyle(hWnd, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP);
+    // The look of the system's own lists, where the system has one.
+    SetWindowTheme(hWnd, L"Explorer", nullptr);
 }
 
 LRESULT LISTVIEW::WinProc(UINT message, WPARAM first, LPARAM second) {
@@ -31,7 +34,32 @@ LRESULT LISTVIEW::WinProc(UINT message, WPARAM first, LPARAM second) {
         PassFocus(GetKeyState(VK_SHIFT) < 0);
         return 0;
     }
-    return CONTROL::WinProc(message, first, second);
+    // The text is drawn as a whole: twice over itself it would look bold.
+    if ((message == WM_SIZE || message == WM_PAINT) && ShowsEmptyText())
+        InvalidateRect(hWnd, nullptr, TRUE);
+    const LRESULT result = CONTROL::WinProc(message, first, second);
+    if (message == WM_PAINT && ShowsEmptyText())
+        PaintEmptyText();
+    return result;
+}
+
+void LISTVIEW::SetEmptyText(const STRING& text) {
+    EmptyText = WideText(text);
+    InvalidateRect(hWnd, nullptr, TRUE);
+}
+
+void LISTVIEW::PaintEmptyText() const {
+    const WINDOWDC dc(hWnd);
+    RECT place = ClientRect(), head{};
+    GetWindowRect(ListView_GetHeader(hWnd), &head);
+    place.top = head.bottom - head.top;
+    InflateRect(&place, -ScalePixels(EMPTY_TEXT_MARGIN), -ScalePixels(EMPTY_TEXT_MARGIN));
+    const int state = SaveDC(dc);
+    SelectObject(dc, MessageFont());
+    SetBkMode(dc, TRANSPARENT);
+    SetTextColor(dc, GetSysColor(COLOR_GRAYTEXT));
+    DrawTextW(dc, EmptyText.c_str(), -1, &place, DT_CENTER | DT_WORDBREAK | DT_NOPREFIX);
+    RestoreDC(dc, state);
 }
 
 void LISTVIEW::AddColumns(const STRING& texts) {
@@ -113,6 +141,8 @@ int LISTVIEW::ImageIndex(int image) {
 
 int LISTVIEW::InsertRecord(int index, int image, const STRING& text) {
     TraceLevel(INSERT_LEVEL, "LISTVIEW::InsertRecord %d %d %s\n", index, image, text.Text());
+    if (ShowsEmptyText())
+        InvalidateRect(hWnd, nullptr, TRUE);
     STRING value;
     int row = -1;
     for (int i = 0; (value = text.Word(i, "\t", 0)).NotNull(); ++i) {
@@ -143,7 +173,10 @@ int LISTVIEW::InsertRecord(int index, int image, const STRING& text) {
 }
 
 bool LISTVIEW::DeleteRow(int row) {
-    return ListView_DeleteItem(hWnd, row) != 0;
+    const bool deleted = ListView_DeleteItem(hWnd, row) != 0;
+    if (ShowsEmptyText())
+        InvalidateRect(hWnd, nullptr, TRUE);
+    return deleted;
 }
 
 void LISTVIEW::DeleteAll() {

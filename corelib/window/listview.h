@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "corelib/window/controls.h"
@@ -30,6 +31,8 @@ class LISTVIEW : public CONTROL {
 
     /// The icons of those resource numbers, and no others, are the rows' images.
     void SetImages(const std::vector<int>& icons);
+    /// What stands in the list while it has no rows; empty for nothing.
+    void SetEmptyText(const STRING& text);
 
     /// A new row before `index` (at the end if there are fewer); image: an icon's resource number, -1 for none; text:
     /// the columns' values, at most 255 bytes each, joined by tabs. The row's place, or -1.
@@ -69,7 +72,10 @@ class LISTVIEW : public CONTROL {
 
  private:
     int ImageIndex(int image);
+    bool ShowsEmptyText() const { return !EmptyText.empty() && Count() == 0; }
+    void PaintEmptyText() const;
 
     IMAGELISTHANDLE Images;
     std::vector<int> Icons;  // the resource numbers of the images
+    std::wstring EmptyText;
 };

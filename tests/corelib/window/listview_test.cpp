@@ -86,4 +86,24 @@ TEST_F(LISTVIEWTEST, KnowsAFixedSetOfImages) {
     EXPECT_EQ(List.Count(), 2);
 }
 
+TEST_F(LISTVIEWTEST, SaysSomethingWhileItIsEmpty) {
+    List.Move(0, 0, 390, 250);
+    List.AddColumns("Name");
+    List.SetEmptyText("nothing here");
+    const auto speaks = [this] {
+        Pump();
+        const WINDOWDC dc(List.Hwnd());
+        int drawn = 0;  // in the row of the text, right of where a row's would stand
+        for (int x = 120; x < 280; ++x)
+            for (int y = ScalePixels(20); y < ScalePixels(60); ++y)
+                drawn += GetPixel(dc, x, y) != GetSysColor(COLOR_WINDOW);
+        return drawn > 0;
+    };
+    EXPECT_TRUE(speaks());
+    List.InsertRecord(0, -1, "a");
+    EXPECT_FALSE(speaks());
+    List.DeleteRow(0);
+    EXPECT_TRUE(speaks());
+}
+
 }  // namespace
