@@ -1,5 +1,6 @@
 #include <windowsx.h>
 
+#include "app/core/clickmodes.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
 #include "app/desktop/itemdialog.h"
@@ -166,6 +167,7 @@ void MAINWINDOW::ShowContextMenu(LPARAM place) {
     if (place == -1)
         point = Rows->MenuPoint();
     MENU menu(MENU_LIST);
+    menu.SetDefaultItem(COMMAND_ITEM_MAIL_PROGRAM);
     ShowState(menu);
     menu.Popup(hWnd, &point);
 }
@@ -175,6 +177,11 @@ void MAINWINDOW::ShowTrayMenu() {
     // These two belong to the window.
     menu.DeletePosition(0);
     menu.DeletePosition(0);
+    const CLICKACTION twice = TrayClickAction(TRAYCLICK::DOUBLE, false, false, Application->pState);
+    if (twice.MailProgram)
+        menu.SetDefaultItem(COMMAND_MAIL_PROGRAM);
+    else
+        menu.SetDefaultItem(twice.Command == COMMAND_SHOW_LAST_POPUP ? COMMAND_TRAY_SHOW_LAST_POPUP : twice.Command);
     ShowState(menu);
     menu.Popup(hWnd);
 }

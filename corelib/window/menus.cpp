@@ -33,6 +33,10 @@ void MENU::CheckMenuItem(int command, bool check) {
     ::CheckMenuItem(Handle, static_cast<UINT>(command), MF_BYCOMMAND | (check ? MF_CHECKED : MF_UNCHECKED));
 }
 
+void MENU::SetDefaultItem(int command) {
+    SetMenuDefaultItem(Handle, command != 0 ? static_cast<UINT>(command) : static_cast<UINT>(-1), FALSE);
+}
+
 void MENU::DeleteMenu(int command) {
     ::DeleteMenu(Handle, static_cast<UINT>(command), MF_BYCOMMAND);
 }

@@ -14,6 +14,8 @@ class MENU {
     HMENU Get() const { return Handle; }
     void EnableMenuItem(int command, bool enable);
     void CheckMenuItem(int command, bool check);
+    /// The entry that stands for a double click, in bold; 0 for none.
+    void SetDefaultItem(int command);
     void DeleteMenu(int command);
     void DeletePosition(int position);
     /// Removes the separator at a place of a submenu, which is found by its text in the bar ("&" and case apart).
