@@ -20,6 +20,7 @@ constexpr int TEXT_CLOSE_HINT = 3041;
 constexpr const char* CLOSE_HINT_KEY = "DontShowAgainCloseMinimize";
 constexpr const char* POSITION = "WindowPos";
 constexpr int COMMAND_VALUES_END = 65535;
+constexpr int MIN_WIDTH = 260, MIN_HEIGHT = 200;  // at 96 dots per inch
 
 }  // namespace
 
@@ -44,6 +45,10 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
                 PlaceControls();
                 StoreWindowPos(App.Texts().Get(TEXT_PRODUCT).Text(), POSITION);
             }
+            return 0;
+        case WM_GETMINMAXINFO:
+            // Not so small that menu, tool bar and a few rows no longer fit.
+            reinterpret_cast<MINMAXINFO*>(second)->ptMinTrackSize = {ScalePixels(MIN_WIDTH), ScalePixels(MIN_HEIGHT)};
             return 0;
         case WM_CLOSE:
             OnClose();

@@ -119,9 +119,12 @@ void MAINWINDOW::MakeNewTooltip() {
 
 void MAINWINDOW::SetMainTitle() {
     Calls.PostLatest({CALL_TITLE, 0}, [this] {
-        if (Application)
-            SetTitle(MainTitle(App.Texts(), App.Arguments(), Application->Cycle().IsSuspended(),
-                               Application->Trash().Directory()));
+        if (!Application)
+            return;
+        const STRING title = MainTitle(App.Texts(), App.Arguments(), Application->Cycle().IsSuspended(),
+                                       Application->Trash().Directory());
+        if (title != Title())
+            SetTitle(title);
     });
 }
 
