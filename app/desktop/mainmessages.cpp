@@ -223,7 +223,7 @@ void MAINWINDOW::Blink() {
     if (Application->pState.GetNumber("EmailDoBlink") == 0 || !Tray)
         return;
     BlinkPhase = !BlinkPhase;
-    Tray->SetIcon(TRAY_RESOURCES + (BlinkPhase ? 0 : TrayPicture(Application->Cycle(), Application->pState)));
+    Tray->SetIcon(BlinkPhase ? TRAY_RESOURCES : TrayIcon);
 }
 
 void MAINWINDOW::OnTray(WPARAM icon, UINT mouse) {

@@ -96,13 +96,13 @@ void MAINWINDOW::MakeTaskbarIcon() {
     Calls.PostLatest({CALL_TRAY, 0}, [this] {
         if (!Application)
             return;
-        const int icon = TRAY_RESOURCES + TrayPicture(Application->Cycle(), Application->pState);
+        TrayIcon = TRAY_RESOURCES + TrayPicture(Application->Cycle(), Application->pState);
         const STRING tooltip = TooltipText(App.Texts(), Application->Cycle());
         if (!Tray)
-            Tray = std::make_unique<TASKBARICON>(hWnd, icon, tooltip, WM__TASKBAR);
+            Tray = std::make_unique<TASKBARICON>(hWnd, TrayIcon, tooltip, WM__TASKBAR);
         else if (!Tray->IsUp())
             Tray->Add();
-        Tray->SetIcon(icon);
+        Tray->SetIcon(TrayIcon);
         Tray->SetTooltip(tooltip);
     });
 }

@@ -121,6 +121,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     std::unique_ptr<ITEMLIST> Rows;
     std::unique_ptr<TASKBARICON> Tray;
     std::unique_ptr<SEMITOOLTIP> AlertWindow;
+    int TrayIcon = 0;  // its resource number, while it blinks too
     bool BlinkPhase = false;
     bool FirstRun = false;
     bool SessionEnded = false;
