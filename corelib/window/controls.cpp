@@ -39,6 +39,12 @@ CONTROL::CONTROL(const wchar_t* className, DWORD style, DWORD extendedStyle, HWN
     SetFont(MessageFont());
 }
 
+CONTROL::~CONTROL() {
+    // Its class sees to the window's end; WINDOW, which alone is left of this object by then, would keep that from it.
+    if (AutoDestroy && hWnd)
+        RemoveWindowSubclass(hWnd, ControlProcedure, 0);
+}
+
 LRESULT CALLBACK CONTROL::ControlProcedure(HWND window, UINT message, WPARAM first, LPARAM second, UINT_PTR id,
                                            DWORD_PTR self) {
     auto* const control = reinterpret_cast<CONTROL*>(self);

@@ -13,6 +13,7 @@ class CONTROL : public WINDOW {
     CONTROL(HWND dialog, int id) : WINDOW(GetDlgItem(dialog, id)) { WindowId = id; }
     /// Makes a visible child window. Its messages pass WinProc.
     CONTROL(const wchar_t* className, DWORD style, DWORD extendedStyle, HWND parent, int id);
+    ~CONTROL() override;
 
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
 

@@ -125,7 +125,11 @@ DIALOG::DIALOG(int resource) : WINDOW(static_cast<HWND>(nullptr)) {
 
 DIALOG::DIALOG(const DIALOGTEMPLATE& memory) : WINDOW(static_cast<HWND>(nullptr)), Template(memory.Get()) {}
 
-DIALOG::~DIALOG() = default;
+DIALOG::~DIALOG() {
+    // The system sees to the window's end; WINDOW, which alone is left of this object by then, is no dialog.
+    if (hWnd)
+        SetWindowLongPtrW(hWnd, GWLP_USERDATA, 0);
+}
 
 int DIALOG::Run(HWND owner) {
     Modal = true;

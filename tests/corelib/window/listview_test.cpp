@@ -74,16 +74,25 @@ TEST_F(LISTVIEWTEST, SelectsOneOrSeveralRows) {
 
 TEST_F(LISTVIEWTEST, KnowsAFixedSetOfImages) {
     List.AddColumns("Name");
-    List.SetImages({11, 12});
-    EXPECT_TRUE(List.HasFixedImages);
-    List.InsertRecord(0, 12, "second");
-    LVITEMW item{};
-    item.mask = LVIF_IMAGE;
-    ListView_GetItem(List.Hwnd(), &item);
-    EXPECT_EQ(item.iImage, 1);
+    List.SetImages({2075, 2076});
     EXPECT_ASSERTIONS(1);
-    List.InsertRecord(1, 13, "unknown");
-    EXPECT_EQ(List.Count(), 2);
+    EXPECT_EQ(List.InsertRecord(0, 2077, "unknown"), 0);
+}
+
+TEST(LISTVIEWS, GiveTheirRowsUpAsTheyGo) {
+    static int deleted;
+    deleted = 0;
+    WINDOW frame(WS_OVERLAPPEDWINDOW, "list", 0, 0, 400, 300, nullptr, 0, nullptr);
+    frame.SetHook([](WINDOW&, UINT message, WPARAM, LPARAM second, LRESULT*) {
+        deleted += message == WM_NOTIFY && reinterpret_cast<const NMHDR*>(second)->code == LVN_DELETEITEM;
+        return false;
+    });
+    {
+        LISTVIEW list(frame.Hwnd(), 100);
+        list.AddColumns("Name");
+        list.InsertRecord(0, -1, "row");
+    }
+    EXPECT_EQ(deleted, 1);
 }
 
 TEST_F(LISTVIEWTEST, SaysSomethingWhileItIsEmpty) {
