@@ -23,6 +23,15 @@ bool IsRadioButton(HWND window) {
            (button.Kind() == BS_RADIOBUTTON || button.Kind() == BS_AUTORADIOBUTTON);
 }
 
+// The arrows of a field for a number; null if it has none.
+HWND ArrowsOf(HWND dialog, HWND field) {
+    HWND arrows = nullptr;
+    do
+        arrows = FindWindowExW(dialog, arrows, UPDOWN_CLASSW, nullptr);
+    while (arrows && reinterpret_cast<HWND>(SendMessageW(arrows, UDM_GETBUDDY, 0, 0)) != field);
+    return arrows;
+}
+
 RULESTATE StateOf(HWND window) {
     RULESTATE state;
     const STRING kind = CONTROL(window).ClassName();
@@ -145,10 +154,13 @@ void DATADIALOG::Apply(const RULE& rule) {
     // Or the keyboard would be nowhere.
     if (value && target && GetFocus() == target)
         SendMessageW(Top().hWnd, WM_NEXTDLGCTL, 0, FALSE);
-    if ((rule.Mode & RULE_HIDES) || (GetWindowLongW(target, GWL_EXSTYLE) & WS_EX_CONTROLPARENT))
-        ShowWindow(target, value ? SW_HIDE : SW_SHOW);
-    else
-        EnableWindow(target, !value);
+    const bool hides = (rule.Mode & RULE_HIDES) || (GetWindowLongW(target, GWL_EXSTYLE) & WS_EX_CONTROLPARENT);
+    for (const HWND window : {target, ArrowsOf(hWnd, target)}) {
+        if (hides)
+            ShowWindow(window, value ? SW_HIDE : SW_SHOW);
+        else
+            EnableWindow(window, !value);
+    }
 }
 
 void DATADIALOG::SourceChanged(DATADIALOG& parent, HWND control) {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int FORM = 100, FRAME = 101, PAGE_ONE = 102, PAGE_TWO = 103, TAB = 300;
 constexpr int EDIT = 201, NUMBER = 202, CHECK = 203, ONE = 204, TWO = 205, COMBO = 206, LIST = 207, TEXTS = 208,
-              PUSH = 209, LABEL = 210, KIND = 401;
+              PUSH = 209, LABEL = 210, KIND = 401, ARROWS = 65000;
 
 // Runs the dialog, in whose message loop the user then acts; it is cancelled if it is still there afterwards.
 bool RunWith(DATADIALOG& dialog, const std::function<void()>& user) {
@@ -249,13 +249,13 @@ TEST(Rules, KeepTheirTargetsRight) {
         EXPECT_TRUE(IsOn(dialog, EDIT));
 
         ClickOn(dialog, CHECK);
-        EXPECT_FALSE(IsOn(dialog, NUMBER));
+        EXPECT_FALSE(IsOn(dialog, NUMBER) || IsOn(dialog, ARROWS));
         SelectIn(dialog, COMBO, 2);
         EXPECT_FALSE(IsWindowVisible(label));
         ClickOn(dialog, CHECK);
         EXPECT_FALSE(IsOn(dialog, NUMBER));
         SelectIn(dialog, COMBO, 1);
-        EXPECT_TRUE(IsOn(dialog, NUMBER) && IsWindowVisible(label));
+        EXPECT_TRUE(IsOn(dialog, NUMBER) && IsOn(dialog, ARROWS) && IsWindowVisible(label));
 
         SetFocus(GetDlgItem(dialog.hWnd, PUSH));
         dialog.SetControlText(EDIT, "");
