@@ -11,6 +11,8 @@
 #include <memory>
 #include <type_traits>
 
+#include "corelib/base/trace.h"
+
 /// Owners of handles: what is made is given back once.
 template <auto RELEASE>
 struct HANDLERELEASE {
@@ -32,7 +34,7 @@ int ScalePixels(int pixels);
 /// A window's device context; with a null window the screen's.
 class WINDOWDC {
  public:
-    explicit WINDOWDC(HWND window) : Window(window), Dc(GetDC(window)) {}
+    explicit WINDOWDC(HWND window) : Window(window), Dc(GetDC(window)) { ASSERTION(Dc != nullptr, "hdc"); }
     ~WINDOWDC() { ReleaseDC(Window, Dc); }
     WINDOWDC(const WINDOWDC&) = delete;
     WINDOWDC& operator=(const WINDOWDC&) = delete;
@@ -46,7 +48,10 @@ class WINDOWDC {
 /// One painting of a window, for the length of its WM_PAINT.
 class PAINTER {
  public:
-    explicit PAINTER(HWND window) : Window(window) { BeginPaint(window, &Paint); }
+    explicit PAINTER(HWND window) : Window(window) {
+        const HDC hdc = BeginPaint(window, &Paint);
+        ASSERTION(hdc != nullptr, "hdc");
+    }
     ~PAINTER() { EndPaint(Window, &Paint); }
     PAINTER(const PAINTER&) = delete;
     PAINTER& operator=(const PAINTER&) = delete;
@@ -65,6 +70,8 @@ class PICTUREDC {
         : Dc(CreateCompatibleDC(model)),
           Bitmap(CreateCompatibleBitmap(model, width > 0 ? width : 1, height > 0 ? height : 1)),
           State(SaveDC(Dc)) {
+        ASSERTION(Dc != nullptr, "hdc");
+        ASSERTION(Bitmap != nullptr, "hbm");
         SelectObject(Dc, Bitmap);
     }
     ~PICTUREDC() {

@@ -1,5 +1,7 @@
 #include "corelib/window/icons.h"
 
+#include <string>
+
 #include "corelib/base/trace.h"
 #include "corelib/window/window.h"
 
@@ -24,7 +26,7 @@ void AddIcon(HIMAGELIST images, int id) {
     int width = 0, height = 0;
     ImageList_GetIconSize(images, &width, &height);
     const ICONHANDLE icon = LoadIconResource(id, width);
-    if (icon)
+    if (ASSERTION_INFO(icon != nullptr, "hbm", std::to_string(id).c_str()))
         ImageList_ReplaceIcon(images, -1, icon.get());
     else
         ImageList_SetImageCount(images, static_cast<UINT>(ImageList_GetImageCount(images)) + 1);

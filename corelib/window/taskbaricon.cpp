@@ -39,8 +39,13 @@ TASKBARICON::~TASKBARICON() {
 
 void TASKBARICON::Load(int icon) {
     ICONHANDLE loaded = LoadIconResource(icon, GetSystemMetrics(SM_CXSMICON));
+    if (!ASSERTION_INFO(loaded != nullptr, "nof.hIcon", std::to_string(icon).c_str())) {
+        // There must be something to click on: the former picture, or else the system's for programs.
+        if (Icon)
+            return;
+        loaded.reset(CopyIcon(LoadIconW(nullptr, IDI_APPLICATION)));
+    }
     Data.hIcon = loaded.get();
-    ASSERTION_INFO(Data.hIcon != nullptr, "nof.hIcon", std::to_string(icon).c_str());
     Icon = std::move(loaded);
 }
 

@@ -94,6 +94,7 @@ WINDOW::WINDOW(DWORD style, const STRING& title, int x, int y, int width, int he
         menu = reinterpret_cast<HMENU>(static_cast<intptr_t>(id));
     else if (id != 0)
         menu = LoadMenuW(ResourceModule(), MAKEINTRESOURCEW(id));
+    ASSERTION_INFO(id == 0 || menu, "hmenu", std::to_string(id).c_str());
     CreateWindowExW(extendedStyle, name.c_str(), WideText(title).c_str(), style, x, y, width, height, parent, menu,
                     instance, this);
     ASSERTION(hWnd != nullptr, "this->hWnd");

@@ -2,6 +2,7 @@
 
 #include "corelib/system/registry.h"
 #include "corelib/window/listview.h"
+#include "corelib/window/menus.h"
 #include "corelib/window/taskbaricon.h"
 #include "corelib/window/toolbar.h"
 #include "tests/support/windowtest.h"
@@ -118,6 +119,28 @@ TEST(WINDOWS, CenterKeepsThemInsideTheWorkArea) {
     WINDOW child(WS_CHILD | WS_VISIBLE, "child", 5, 6, 20, 10, window.Hwnd(), 7, "ChildOfTest");
     EXPECT_ASSERTIONS(1);
     window.Center(child.Hwnd());
+}
+
+TEST(WINDOWS, DoWithoutMenusAndPicturesThatAreMissing) {
+    constexpr int MISSING = 4711;
+    EXPECT_ASSERTIONS(6);
+    const WINDOW window(FRAME, "bare", 0, 0, 300, 200, nullptr, MISSING, nullptr);
+    EXPECT_NE(window.Hwnd(), nullptr);
+    MENU(MISSING).Popup(window.Hwnd());
+    NEWTOOLBAR bar(window.Hwnd());
+    bar.AddButton(10, MISSING, TBSTYLE_BUTTON);
+    bar.ArrangeButtons();
+    EXPECT_GT(bar.ButtonRect(10).right, bar.ButtonRect(10).left);
+    LISTVIEW list(window.Hwnd(), 100);
+    list.AddColumns("Name");
+    list.SetImages({MISSING, 2075});
+    list.InsertRecord(0, 2075, "beside a gap");
+    LVITEMW item{};
+    item.mask = LVIF_IMAGE;
+    ListView_GetItem(list.Hwnd(), &item);
+    EXPECT_EQ(item.iImage, 1);
+    const TASKBARICON icon(window.Hwnd(), MISSING, "tip", WM_APP);
+    EXPECT_TRUE(icon.IsUp());
 }
 
 TEST(WINDOWS, LeaveNoHandles) {
