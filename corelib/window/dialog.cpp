@@ -161,6 +161,7 @@ LRESULT DIALOG::WinProc(UINT message, WPARAM first, LPARAM second) {
             return 1;
         case WM_HELP:
         case WM_DESTROY:
+        case WM__GETID:
             return WINDOW::WinProc(message, first, second);
         case WM_COMMAND:
             if (Modal && (LOWORD(first) == IDOK || LOWORD(first) == IDCANCEL) && HIWORD(first) == BN_CLICKED) {

@@ -85,7 +85,7 @@ class HINT : public DIALOG {
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
         if (message == WM_INITDIALOG) {
             Arrange();
-            Center(Owner());
+            Center(Owner().hWnd);
             MessageBeep(Question ? MB_ICONQUESTION : MB_ICONINFORMATION);
             return 1;
         }

@@ -136,9 +136,7 @@ void NEWTOOLBAR::Enable(int id, bool flag) {
 
 void NEWTOOLBAR::Resize() {
     Trace("NEWTOOLBAR::Resize\n");
-    RECT client{};
-    GetClientRect(Parent(), &client);
-    Move(0, 0, client.right, ScalePixels(HEIGHT));
+    Move(0, 0, Parent().ClientRect().right, ScalePixels(HEIGHT));
     Trace("NEWTOOLBAR::Resize done\n");
 }
 
@@ -287,7 +285,7 @@ LRESULT NEWTOOLBAR::WinProc(UINT message, WPARAM first, LPARAM second) {
             return 0;
         case WM_NOTIFY:
             // The window above knows what the commands do.
-            return SendMessageW(Parent(), message, first, second);
+            return SendMessageW(Parent().hWnd, message, first, second);
         default:
             break;
     }
@@ -324,7 +322,7 @@ void NEWTOOLBAR::Activate(int index) {
     if (button.Style & TBSTYLE_CHECK)
         Check(id, (button.Style & GROUPED) == GROUPED || !(button.State & TBSTATE_CHECKED));
     // The last thing, as the command may end this object.
-    SendMessageW(Parent(), WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(hWnd));
+    SendMessageW(Parent().hWnd, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(hWnd));
 }
 
 bool NEWTOOLBAR::TypeKey(WPARAM key, bool again) {

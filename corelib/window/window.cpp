@@ -10,18 +10,34 @@
 namespace {
 
 constexpr UINT WM__CREATED = 1090;  // the constructors are through
-constexpr UINT WM__GETID = 1091;    // stores the id where the first parameter points
 
 HMODULE Resources = nullptr;
 bool German = false;
 HELPFUNCTION Help = nullptr;
 
-// Of the screen that a window is on; of the first one for none.
-RECT WorkArea(HWND window = nullptr) {
+RECT WorkArea(HMONITOR screen) {
     MONITORINFO monitor{};
     monitor.cbSize = sizeof monitor;
-    GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTOPRIMARY), &monitor);
+    GetMonitorInfoW(screen, &monitor);
     return monitor.rcWork;
+}
+
+// Of the screen that a window is on; of the first one for none.
+RECT WorkArea(HWND window = nullptr) {
+    return WorkArea(MonitorFromWindow(window, MONITOR_DEFAULTTOPRIMARY));
+}
+
+bool IsDesktop(HWND window) {
+    return window == HWND_DESKTOP || window == GetDesktopWindow();
+}
+
+// Whether a window with these edges could be taken by its title and moved.
+bool IsInReach(const RECT& edges) {
+    const RECT title = {edges.left, edges.top, edges.right, edges.top + GetSystemMetrics(SM_CYCAPTION)};
+    const HMONITOR screen = MonitorFromRect(&title, MONITOR_DEFAULTTONULL);
+    const RECT work = screen ? WorkArea(screen) : RECT{};
+    RECT shown;
+    return IntersectRect(&shown, &title, &work);
 }
 
 // The place inside an area, its left and top first.
@@ -186,17 +202,17 @@ void WINDOW::Move(int x, int y, int width, int height) {
 }
 
 RECT WINDOW::Rect() const {
-    if (hWnd == GetDesktopWindow())
+    if (IsDesktop(hWnd))
         return WorkArea();
     RECT rect{};
     GetWindowRect(hWnd, &rect);
     if (GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD)
-        MapWindowPoints(nullptr, Parent(), reinterpret_cast<POINT*>(&rect), 2);
+        MapWindowPoints(nullptr, Parent().hWnd, reinterpret_cast<POINT*>(&rect), 2);
     return rect;
 }
 
 RECT WINDOW::ClientRect() const {
-    ASSERTION(hWnd != GetDesktopWindow(), "this->hWnd!=HWND_DESKTOP");
+    ASSERTION(!IsDesktop(hWnd), "this->hWnd!=HWND_DESKTOP");
     RECT rect{};
     GetClientRect(hWnd, &rect);
     return rect;
@@ -215,15 +231,20 @@ bool WINDOW::RestoreWindowPos(const char* product, const char* name) {
     // One more than is right, so that a longer value is seen.
     int32_t edges[5] = {};
     int size = sizeof edges;
-    const bool moved =
+    bool moved =
         REGISTRY(WINDOW_COMPANY, product, ROOT_CURRENT_USER).Read(name, edges, &size) && size == 4 * sizeof edges[0];
+    // No screen lies further out.
+    for (int32_t& edge : edges)
+        edge = std::clamp<int32_t>(edge, SHRT_MIN, SHRT_MAX);
+    RECT rect = {edges[0], edges[1], edges[2], edges[3]};
+    moved = moved && !IsRectEmpty(&rect);
     if (moved) {
-        const RECT rect = {edges[0], edges[1], edges[2], edges[3]};
-        const LONG width = rect.right - rect.left, height = rect.bottom - rect.top;
-        LONG x = rect.left, y = rect.top;
-        if (!MonitorFromRect(&rect, MONITOR_DEFAULTTONULL) && !(GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD))
-            ClipInto(WorkArea(), width, height, x, y);
-        Move(x, y, width, height);
+        const LONG width = std::min<LONG>(rect.right - rect.left, GetSystemMetrics(SM_CXMAXTRACK));
+        const LONG height = std::min<LONG>(rect.bottom - rect.top, GetSystemMetrics(SM_CYMAXTRACK));
+        rect = {rect.left, rect.top, rect.left + width, rect.top + height};
+        if (!(GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD) && !IsInReach(rect))
+            ClipInto(WorkArea(MonitorFromRect(&rect, MONITOR_DEFAULTTONEAREST)), width, height, rect.left, rect.top);
+        Move(rect.left, rect.top, width, height);
     }
     Trace("WINDOW::RestoreWindowPos(%d, %d, %d, %d) returned %d\n", edges[0], edges[1], edges[2], edges[3], moved);
     return moved;
@@ -232,7 +253,8 @@ bool WINDOW::RestoreWindowPos(const char* product, const char* name) {
 void WINDOW::Center(HWND reference) {
     const bool isChild = reference && ::IsChild(hWnd, reference);
     ASSERTION(!isChild, "!is_child");
-    const bool visible = reference && !isChild && IsWindowVisible(reference);
+    // A minimised one is visible as well, but far outside.
+    const bool visible = reference && !isChild && IsWindowVisible(reference) && !IsIconic(reference);
     const RECT own = Rect(), work = WorkArea(visible ? reference : nullptr);
     const LONG width = own.right - own.left, height = own.bottom - own.top;
     RECT middle = work;

@@ -16,6 +16,9 @@ bool IsGermanResourceModule();
 using HELPFUNCTION = void (*)(HWND window, int control);
 void SetHelp(HELPFUNCTION help);
 
+/// Sent to a window from its own thread: stores its id where the first parameter points.
+inline constexpr UINT WM__GETID = 1091;
+
 /// An object bound to a window. Made and used on the user-interface thread.
 class WINDOW {
  public:
@@ -45,19 +48,20 @@ class WINDOW {
     void SetTitle(const STRING& text);
     /// Width and height -1: they stay.
     void Move(int x, int y, int width = -1, int height = -1);
-    /// The window's edges: a child's in its parent's coordinates, the desktop's as the work area.
+    /// The window's edges: a child's in its parent's coordinates, the desktop's (also as HWND_DESKTOP) as the work
+    /// area.
     RECT Rect() const;
     RECT ClientRect() const;
-    HWND Parent() const { return GetAncestor(hWnd, GA_PARENT); }
-    HWND Owner() const { return GetWindow(hWnd, GW_OWNER); }
+    WINDOW Parent() const { return WINDOW(GetAncestor(hWnd, GA_PARENT)); }
+    WINDOW Owner() const { return WINDOW(GetWindow(hWnd, GW_OWNER)); }
     bool IsVisible() const { return IsWindowVisible(hWnd) != 0; }
     /// Gives the focus to the next control that Tab reaches in this one's parent, or to the one before.
-    void PassFocus(bool back) { ::SetFocus(GetNextDlgTabItem(Parent(), hWnd, back)); }
+    void PassFocus(bool back) { ::SetFocus(GetNextDlgTabItem(Parent().hWnd, hWnd, back)); }
     void Enable(bool enable) { EnableWindow(hWnd, enable); }
     void Show(int how = SW_SHOW) { ShowWindow(hWnd, how); }
 
     /// Keeps a visible window's edges as the value `name` of the product's; and moves the window there again, back onto
-    /// a screen if they lie on none. True if it moved.
+    /// a screen if its title would be on none. True if it moved.
     void StoreWindowPos(const char* product, const char* name);
     bool RestoreWindowPos(const char* product, const char* name);
     /// Puts the window into the middle of a visible reference, else of the work area, and inside the work area of that

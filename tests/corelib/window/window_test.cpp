@@ -35,7 +35,7 @@ TEST(WINDOWS, SeeTheirCreationOnceTheyAreReady) {
     SEEING window;
     EXPECT_TRUE(PumpUntil([&] { return window.CreatedWhenReady; }));
     int id = -1;
-    SendMessageW(window.Hwnd(), 1091, reinterpret_cast<WPARAM>(&id), 0);
+    SendMessageW(window.Hwnd(), WM__GETID, reinterpret_cast<WPARAM>(&id), 0);
     EXPECT_EQ(id, 0);
 }
 
@@ -84,21 +84,34 @@ TEST(WINDOWS, PositionIsKeptWhileTheyShow) {
     EXPECT_TRUE(window.RestoreWindowPos(PRODUCT, "Pos"));
     EXPECT_TRUE(Same(window.Rect(), 40, 50, 360, 290));
 
-    const int32_t longer[5] = {1, 2, 300, 400, 5};
-    for (const int wrong : {0, 12, 20}) {
-        Values().Write("Pos", longer, wrong);
-        EXPECT_FALSE(window.RestoreWindowPos(PRODUCT, "Pos")) << wrong;
-        EXPECT_TRUE(Same(window.Rect(), 40, 50, 360, 290)) << wrong;
+    const struct {
+        int32_t Edges[5];
+        int Bytes;
+        bool Moves;
+    } stored[] = {
+        {{1, 2, 300, 400, 5}, 0, false},
+        {{1, 2, 300, 400, 5}, 12, false},
+        {{1, 2, 300, 400, 5}, 20, false},
+        {{300, 2, 1, 400}, 16, false},
+        {{INT_MAX, INT_MAX, INT_MIN, INT_MIN}, 16, false},
+        {{30000, 30000, 30200, 30100}, 16, true},  // these three are nowhere to be taken
+        {{100, -200, 400, 100}, 16, true},
+        {{INT_MIN, INT_MIN, INT_MAX, INT_MAX}, 16, true},
+    };
+    for (const auto& row : stored) {
+        SCOPED_TRACE(testing::PrintToString(row.Edges) + " " + std::to_string(row.Bytes));
+        window.Move(40, 50, 320, 240);
+        Values().Write("Pos", row.Edges, row.Bytes);
+        EXPECT_EQ(window.RestoreWindowPos(PRODUCT, "Pos"), row.Moves);
+        const RECT now = window.Rect(), work = WINDOW(HWND_DESKTOP).Rect();
+        EXPECT_TRUE(row.Moves ? now.top >= work.top && now.top < work.bottom && now.left < work.right && now.right > 0
+                              : Same(now, 40, 50, 360, 290));
     }
-    const int32_t away[4] = {30000, 30000, 30200, 30100};
-    Values().Write("Pos", away, sizeof away);
-    EXPECT_TRUE(window.RestoreWindowPos(PRODUCT, "Pos"));
-    const RECT now = window.Rect();
-    EXPECT_NE(MonitorFromRect(&now, MONITOR_DEFAULTTONULL), nullptr);
 }
 
 TEST(WINDOWS, CenterKeepsThemInsideTheWorkArea) {
-    const RECT work = WINDOW(GetDesktopWindow()).Rect();
+    const RECT work = WINDOW(HWND_DESKTOP).Rect();
+    EXPECT_GT(work.right, 0);
     SEEING window, reference;
     window.Move(0, 0, 200, 100);
     reference.Move(400, 300, 400, 300);
@@ -111,6 +124,9 @@ TEST(WINDOWS, CenterKeepsThemInsideTheWorkArea) {
     window.Center(reference.Hwnd());
     EXPECT_EQ(window.Rect().right, work.right);
     EXPECT_EQ(window.Rect().bottom, work.bottom);
+    reference.Show(SW_MINIMIZE);
+    window.Center(reference.Hwnd());
+    EXPECT_EQ(window.Rect().left, (work.right - 200) / 2);
 
     WINDOW large(WS_POPUP, "large", 50, 50, work.right + 200, work.bottom + 100, nullptr, 0, nullptr);
     large.Center(nullptr);
