@@ -41,7 +41,7 @@ int Focused() {
     return GetDlgCtrlID(GetFocus());
 }
 
-// Ends the window that comes up in front of this one.
+// Ends the window that comes up in front of this one, once: what it offers must be something that it takes.
 void Answer(HWND window, WPARAM ending) {
     Later([window, ending] {
         const HWND front = GetActiveWindow();
@@ -182,23 +182,37 @@ TEST(DataPush, ChangesTheValueOnlyAsTheUserChooses) {
     wcscpy(font.lfFaceName, L"Tahoma");
     EXPECT_TRUE(FontFromValue(FontValue(font), chosen));
     EXPECT_EQ(memcmp(&font, &chosen, sizeof font), 0);
-    STRING values[] = {"255", FontValue(font)};
-    const PUSHFUNCTION functions[] = {PushColor, PushFont};
-    for (int i = 0; i < 2; ++i) {
-        DATADIALOG dialog(FORM, nullptr);
-        dialog.AddPush(PUSH, values[i], functions[i], {});
-        RunWith(dialog, [&] {
-            for (const WPARAM ending : {IDCANCEL, IDOK}) {
-                Answer(dialog.hWnd, ending);
+    const TEMPDIR dir;
+    const STRING file = dir.File("mail \xDC.exe"), folder = dir.Path();
+    WriteBytes(file, "");
+    const struct {
+        PUSHFUNCTION Function;
+        STRING Value, Text, TextAfter, Chosen;
+    } table[] = {
+        {PushColor, "8388863", "text", "text", "8388863"},
+        {PushFont, FontValue(font), "text", "text", STRING()},  // this machine may lack the font
+        {PushFile, "old", file, file, file},
+        {PushFolder, "old", folder || "|more", folder, folder},
+    };
+    for (const auto& row : table) {
+        for (const int ending : {IDCANCEL, IDOK}) {
+            SCOPED_TRACE(std::to_string(&row - table) + " ends with " + std::to_string(ending));
+            STRING value = row.Value;
+            DATADIALOG dialog(FORM, nullptr);
+            dialog.AddPush(PUSH, value, row.Function, {EDIT, "Programs|*.exe"});
+            RunWith(dialog, [&] {
+                dialog.SetControlText(EDIT, row.Text);
+                Answer(dialog.hWnd, static_cast<WPARAM>(ending));
                 ClickOn(dialog, PUSH);
-            }
-            ClickOn(dialog, IDOK);
-        });
+                EXPECT_EQ(dialog.ControlText(EDIT), ending == IDOK ? row.TextAfter : row.Text);
+                ClickOn(dialog, IDOK);
+            });
+            if (ending == IDCANCEL || row.Chosen.NotNull())
+                EXPECT_EQ(value, ending == IDOK ? row.Chosen : row.Value);
+            else
+                EXPECT_TRUE(FontFromValue(value, chosen) && chosen.lfFaceName[0]);
+        }
     }
-    EXPECT_EQ(values[0], "255");
-    // This machine may lack the font.
-    EXPECT_TRUE(FontFromValue(values[1], chosen));
-    EXPECT_NE(chosen.lfFaceName[0], L'\0');
 }
 
 TEST(Rules, AnswerByTheKindOfTheirSource) {
