@@ -40,7 +40,9 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
         case WM_MOVE:
         case WM_SIZE:
             if (message == WM_SIZE && first == SIZE_MINIMIZED) {
-                Show(SW_HIDE);
+                // It lives in the notification area; where the shell has refused that, the task bar keeps it in reach.
+                if (!Tray || Tray->IsUp())
+                    Show(SW_HIDE);
             } else if (Rows) {
                 PlaceControls();
                 StoreWindowPos(App.Texts().Get(TEXT_PRODUCT).Text(), POSITION);

@@ -32,7 +32,8 @@ class DESKTOPTEST : public ::testing::Test {
         const STRING line = STRING("/LANG:") || language || " \"/WORKDIR:" || Data.Path() || "\"";
         App = std::make_unique<VELMORAAPP>(ARGUMENTS("tarnwick", line.Text()));
         ASSERT_EQ(App->Start(NoFrontEnd), 0);
-        Resources = LoadLibraryExW(WideText(App->LibraryPath()).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+        Resources = LoadLibraryExW(ResourceFile ? ResourceFile : WideText(App->LibraryPath()).c_str(), nullptr,
+                                   LOAD_LIBRARY_AS_DATAFILE);
         SetResourceModule(Resources);
         Window = std::make_unique<MAINWINDOW>(*App);
         Engine = std::make_unique<TARNWICK>(*Window, Nobody, App->Arguments(), App->Texts());
@@ -85,6 +86,7 @@ class DESKTOPTEST : public ::testing::Test {
     TEMPDIR Data;
     FRONTEND NoFrontEnd;
     NOTIFIER Nobody;
+    const wchar_t* ResourceFile = nullptr;  // in place of the language library's menus, dialogs and pictures
     HMODULE Resources = nullptr;
     std::unique_ptr<VELMORAAPP> App;
     std::unique_ptr<MAINWINDOW> Window;

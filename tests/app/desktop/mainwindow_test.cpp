@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "app/notify/traydisplay.h"
 #include "corelib/window/fontvalue.h"
 #include "tests/app/desktop/desktopsupport.h"
 
@@ -188,6 +189,47 @@ TEST_F(MainWindow, ClicksOnTheTrayIconDoWhatTheSettingsSay) {
     Pump();
     EXPECT_TRUE(Window->IsVisible());
     EXPECT_FALSE(IsIconic(Window->hWnd));
+}
+
+TEST_F(MainWindow, StaysInReachWhileTheShellIsGoneAndComesBackToIt) {
+    Open(TWO_ITEMS);
+    Window->MakeTaskbarIcon();
+    Pump();
+    NOTIFYICONDATAW icon{};
+    icon.cbSize = sizeof icon;
+    icon.hWnd = Window->hWnd;
+    const auto isThere = [&] {
+        for (icon.uID = TRAY_RESOURCES; icon.uID < TRAY_RESOURCES + 17; ++icon.uID)
+            if (Shell_NotifyIconW(NIM_MODIFY, &icon))
+                return true;
+        return false;
+    };
+    ASSERT_TRUE(isThere());
+    Shell_NotifyIconW(NIM_DELETE, &icon);
+    Window->MakeNewTooltip();
+    Pump();
+    Window->Show(SW_MINIMIZE);
+    EXPECT_TRUE(Window->IsVisible());
+    SendMessageW(Window->hWnd, RegisterWindowMessageW(L"TaskbarCreated"), 0, 0);
+    Pump();
+    EXPECT_TRUE(isThere());
+}
+
+TEST_F(MainWindow, WorksWithoutMenusAndDialogs) {
+    const int failed = AssertCount();
+    ResourceFile = L"ntdll.dll";
+    Open(TWO_ITEMS);
+    Window->Started();
+    EXPECT_EQ(Rows().front(), "Alpha|");
+    Select(0);
+    Window->DoCommand(COMMAND_ADD_ITEM);
+    SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_RBUTTONDOWN);
+    SendMessageW(Window->hWnd, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(Window->List().Handle()), -1);
+    Pump();
+    EXPECT_EQ(Engine->Items.Count(), 2);
+    // At least the window's menu and the dialog were missed.
+    EXPECT_GE(AssertCount() - failed, 2);
+    EXPECT_ASSERTIONS(AssertCount() - failed);
 }
 
 TEST_F(MainWindow, ThePositionComesBack) {
