@@ -15,29 +15,6 @@ TEST(WIDETEXT, KeepsEveryByteOfTheCodePage) {
     EXPECT_EQ(Std(FromWide(L"\u4E2D")), "?");
 }
 
-TEST(CONTROLS, ListAndComboBoxesAreHandledAlike) {
-    WINDOW frame(WS_OVERLAPPEDWINDOW, "frame", 0, 0, 300, 200, nullptr, 0, "ControlFrame");
-    CONTROL list(L"ListBox", 0, 0, frame.Hwnd(), 1), combo(L"ComboBox", CBS_DROPDOWNLIST, 0, frame.Hwnd(), 2);
-    for (const int id : {1, 2}) {
-        LISTBOX box(frame.Hwnd(), id);
-        EXPECT_EQ(box.IsListBox(), id == 1);
-        EXPECT_EQ(Std(box.SelectedText()), "");
-        box.Add("alpha");
-        box.Add(
-            "\xDC"
-            "ber");
-        EXPECT_EQ(box.Find("ALPHA"), 0);
-        EXPECT_EQ(box.Find("alp"), -1);
-        box.Select(1);
-        EXPECT_EQ(Std(box.SelectedText()),
-                  "\xDC"
-                  "ber");
-        box.Select(-1);
-        EXPECT_EQ(box.Selected(), -1);
-        EXPECT_EQ(box.Count(), 2);
-    }
-}
-
 TEST(CONTROLS, MayOutliveTheirWindow) {
     auto frame = std::make_unique<WINDOW>(DWORD{WS_OVERLAPPEDWINDOW}, "frame", 0, 0, 300, 200, nullptr, 0, nullptr);
     EDITFIELD field(L"Edit", WS_BORDER, 0, frame->Hwnd(), 1);

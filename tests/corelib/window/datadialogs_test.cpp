@@ -58,7 +58,8 @@ STRING AddX(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialo
 }
 
 const STRINGARRAY START("check=1\ncombo=1\nedit=text\nlist=2\nnumber=5\npush=p\nradio=2\ntexts=TWO\n", 8, 8);
-const std::vector<STRING> CHOICES = {"one", "two", "three"};
+// One begins with another, and has a letter beyond ASCII.
+const std::vector<STRING> CHOICES = {"two m\xF6re", "two", "three"};
 
 void AddAll(DATADIALOG& dialog, STRINGARRAY& record) {
     dialog.Add<DATAEDIT>(EDIT, record["edit"], 10);
@@ -95,7 +96,7 @@ TEST(DataDialog, ShowsTheRecordAndStoresOnOkOnly) {
             ClickOn(dialog, ONE);
             SelectIn(dialog, COMBO, 0);
             SelectIn(dialog, LIST, 0);
-            SelectIn(dialog, TEXTS, 2);
+            SelectIn(dialog, TEXTS, 0);
             ClickOn(dialog, PUSH);
             ClickOn(dialog, PUSH);
             EXPECT_EQ(dialog.ControlText(LABEL), "pushed");
@@ -103,7 +104,7 @@ TEST(DataDialog, ShowsTheRecordAndStoresOnOkOnly) {
         });
         EXPECT_EQ(stored, ending == IDOK);
         const char* const changed =
-            "check=0\ncombo=0\nedit=={{/A==}}\nlist=0\nnumber=59\npush=pxx\nradio=1\ntexts=three\n";
+            "check=0\ncombo=0\nedit=={{/A==}}\nlist=0\nnumber=59\npush=pxx\nradio=1\ntexts=two m\\xf6re\n";
         if (!stored)
             record["edit"].SetFlags(0);
         EXPECT_EQ(Std(record.AsText()), stored ? changed : Std(START.AsText()));
@@ -180,8 +181,6 @@ TEST(DataPush, ChangesTheValueOnlyAsTheUserChooses) {
     LOGFONTW font{}, chosen{};
     font.lfHeight = -13;
     wcscpy(font.lfFaceName, L"Tahoma");
-    EXPECT_TRUE(FontFromValue(FontValue(font), chosen));
-    EXPECT_EQ(memcmp(&font, &chosen, sizeof font), 0);
     const TEMPDIR dir;
     const STRING file = dir.File("mail \xDC.exe"), folder = dir.Path();
     WriteBytes(file, "");
