@@ -181,6 +181,7 @@ TEST(DataPush, ChangesTheValueOnlyAsTheUserChooses) {
     LOGFONTW font{}, chosen{};
     font.lfHeight = -13;
     wcscpy(font.lfFaceName, L"Tahoma");
+    EXPECT_ASSERTIONS(2);  // of the value that is no font
     const TEMPDIR dir;
     const STRING file = dir.File("mail \xDC.exe"), folder = dir.Path();
     WriteBytes(file, "");
@@ -190,6 +191,7 @@ TEST(DataPush, ChangesTheValueOnlyAsTheUserChooses) {
     } table[] = {
         {PushColor, "8388863", "text", "text", "8388863"},
         {PushFont, FontValue(font), "text", "text", STRING()},  // this machine may lack the font
+        {PushFont, "too short", "text", "text", STRING()},
         {PushFile, "old", file, file, file},
         {PushFolder, "old", folder || "|more", folder, folder},
     };
@@ -274,6 +276,12 @@ TEST(Rules, KeepTheirTargetsRight) {
         dialog.SetControlText(EDIT, "");
         EXPECT_FALSE(IsOn(dialog, PUSH));
         EXPECT_NE(Focused(), PUSH);
+
+        // A hook takes a click before the rules see it.
+        dialog.SetHook([](DATADIALOG&, UINT message, WPARAM, LPARAM, void*) { return message == WM_COMMAND; }, nullptr);
+        ClickOn(dialog, ONE);
+        EXPECT_TRUE(IsOn(dialog, EDIT));
+        dialog.SetHook(nullptr, nullptr);
     });
 }
 
@@ -341,6 +349,25 @@ TEST(DataPages, HaveRulesAcrossAndStoreTogether) {
     }));
     EXPECT_EQ(record["combo"], "2");
     EXPECT_EQ(record["edit"], "across");
+}
+
+TEST(DataPages, DoWithoutAPageThatTheLanguageLacks) {
+    EXPECT_ASSERTIONS(3);  // of the page, its item and the rule
+    STRINGARRAY record = START;
+    DATAPAGES dialog(FRAME, nullptr, TAB);
+    DATADIALOG& missing = dialog.AddPage("Missing", std::make_unique<DATADIALOG>(998, nullptr));
+    DATADIALOG& page = dialog.AddPage("Two", std::make_unique<DATADIALOG>(PAGE_TWO, nullptr));
+    missing.Add<DATALIST>(KIND, record["combo"], CHOICES);
+    page.Add<DATAEDIT>(EDIT, record["edit"], 10);
+    page.Disable(CHECK, missing, KIND, RULE_EQUALS, "two");
+    EXPECT_TRUE(RunWith(dialog, [&] {
+        dialog.Step(1);
+        EXPECT_EQ(Focused(), EDIT);
+        page.SetControlText(EDIT, "new");
+        ClickOn(dialog, IDOK);
+    }));
+    EXPECT_EQ(record["edit"], "new");
+    EXPECT_EQ(record["combo"], "1");
 }
 
 TEST(DataPages, LeaveNoHandles) {
