@@ -7,12 +7,14 @@
 #include "corelib/base/trace.h"
 #include "corelib/window/controls.h"
 #include "corelib/window/icons.h"
+#include "corelib/window/toolbaraccess.h"
 #include "corelib/window/widetext.h"
 
 namespace {
 
 constexpr UINT_PTR TIMER_HOT = 1;
 constexpr UINT HOT_MS = 100;
+constexpr UINT WM__PRESS = WM_USER;  // first: the button's place
 
 // All at 96 dots per inch. The rows are those of the lines above and below the buttons.
 constexpr int TOP_LINE = 1, BOTTOM_LINE = 29;
@@ -67,6 +69,8 @@ NEWTOOLBAR::NEWTOOLBAR(HWND parent, int id)
 
 NEWTOOLBAR::~NEWTOOLBAR() {
     Trace("NEWTOOLBAR::~NEWTOOLBAR\n");
+    if (Access)
+        Access->Leave();
     if (hWnd)
         DestroyWindow(Tips);
     Trace("NEWTOOLBAR::~NEWTOOLBAR done\n");
@@ -215,7 +219,9 @@ void NEWTOOLBAR::SetState(BUTTON& button, BYTE bit, bool flag) {
     if (state == button.State)
         return;
     button.State = state;
-    Redraw(static_cast<int>(&button - Buttons.data()));
+    const auto index = static_cast<int>(&button - Buttons.data());
+    Redraw(index);
+    NotifyWinEvent(EVENT_OBJECT_STATECHANGE, hWnd, OBJID_CLIENT, index + 1);
 }
 
 void NEWTOOLBAR::SetMark(int& mark, int index) {
@@ -224,6 +230,52 @@ void NEWTOOLBAR::SetMark(int& mark, int index) {
     Redraw(mark);
     mark = index;
     Redraw(mark);
+}
+
+void NEWTOOLBAR::TellFocus() const {
+    if (Focused != -1 && GetFocus() == hWnd)
+        NotifyWinEvent(EVENT_OBJECT_FOCUS, hWnd, OBJID_CLIENT, Focused + 1);
+}
+
+std::wstring NEWTOOLBAR::TipOf(const BUTTON& button) const {
+    NMTTDISPINFOW notice{};
+    notice.hdr = {Tips, button.Id, TTN_GETDISPINFOW};
+    notice.lpszText = notice.szText;
+    SendMessageW(Parent().hWnd, WM_NOTIFY, button.Id, reinterpret_cast<LPARAM>(&notice));
+    return IS_INTRESOURCE(notice.lpszText) ? std::wstring() : std::wstring(notice.lpszText);
+}
+
+NEWTOOLBAR::DESCRIPTION NEWTOOLBAR::Describe(int index) const {
+    const BUTTON& button = Buttons[static_cast<size_t>(index)];
+    DESCRIPTION description{{},
+                            {},
+                            button.Style,
+                            button.State,
+                            Hot == index,
+                            Pressed == index,
+                            Focused == index && GetFocus() == hWnd,
+                            RectOf(button)};
+    if (button.Style & TBSTYLE_SEP)
+        return description;
+    STRING label = button.Label;
+    label.Strip('R', " ");
+    const std::wstring tip = TipOf(button);
+    description.Name = label.Length() > 0 ? WideText(label) : tip;
+    description.Tip = label.Length() > 0 ? tip : std::wstring();
+    return description;
+}
+
+bool NEWTOOLBAR::TakeFocus(int index) {
+    if (!CanPress(index))
+        return false;
+    SetFocus(hWnd);
+    SetMark(Focused, index);
+    TellFocus();
+    return true;
+}
+
+bool NEWTOOLBAR::PressLater(int index) {
+    return CanPress(index) && PostMessageW(hWnd, WM__PRESS, static_cast<WPARAM>(index), 0);
 }
 
 void NEWTOOLBAR::Redraw(int index) {
@@ -278,10 +330,22 @@ LRESULT NEWTOOLBAR::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM_SETFOCUS:
             if (!CanPress(Focused))
                 MoveFocus(-1, 1);
+            else
+                TellFocus();
             Redraw(Focused);
             return 0;
         case WM_KILLFOCUS:
             Redraw(Focused);
+            return 0;
+        case WM_GETOBJECT:
+            if (static_cast<LONG>(second) != OBJID_CLIENT)
+                break;
+            if (!Access)
+                Access = new TOOLBARACCESS(*this);
+            return Access->Answer(first);
+        case WM__PRESS:
+            if (CanPress(static_cast<int>(first)))
+                Activate(static_cast<int>(first));
             return 0;
         case WM_NOTIFY:
             // The window above knows what the commands do.
@@ -360,6 +424,7 @@ void NEWTOOLBAR::MoveFocus(int from, int step) {
     for (int i = from + step; i >= 0 && i < static_cast<int>(Buttons.size()); i += step) {
         if (CanPress(i)) {
             SetMark(Focused, i);
+            TellFocus();
             return;
         }
     }

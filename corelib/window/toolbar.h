@@ -1,9 +1,12 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "corelib/base/strings.h"
 #include "corelib/window/window.h"
+
+class TOOLBARACCESS;
 
 /// A tool bar that draws itself. A button's click, or Enter or the space bar on it, comes to the parent as WM_COMMAND;
 /// its tooltip is asked of the parent as TTN_GETDISPINFO with the command as number. Tab and F6 enter and leave the
@@ -36,6 +39,21 @@ class NEWTOOLBAR : public WINDOW {
     /// A button's place in the bar; empty if there is none.
     RECT ButtonRect(int id) const;
 
+    /// A button or separator for those who do not see it.
+    struct DESCRIPTION {
+        std::wstring Name;  // the label, else the tooltip
+        std::wstring Tip;   // the tooltip of one that has a label
+        BYTE Style, State;  // TBSTYLE_x, TBSTATE_x
+        bool Hot, Pressed, Focused;
+        RECT Place;
+    };
+    /// How many there are, and the one at a place from 0 on.
+    int Count() const { return static_cast<int>(Buttons.size()); }
+    DESCRIPTION Describe(int index) const;
+    /// Gives it the focus; and presses it, once messages are handled again. False if it cannot be pressed.
+    bool TakeFocus(int index);
+    bool PressLater(int index);
+
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
 
  private:
@@ -54,6 +72,8 @@ class NEWTOOLBAR : public WINDOW {
     bool CanPress(int index) const;
     void SetState(BUTTON& button, BYTE bit, bool flag);
     void SetMark(int& mark, int index);
+    void TellFocus() const;
+    std::wstring TipOf(const BUTTON& button) const;
     void Redraw(int index);
     void TrackMouse(POINT point);
     void LookAfterMouse();
@@ -68,4 +88,5 @@ class NEWTOOLBAR : public WINDOW {
     HWND Tips = nullptr;
     std::vector<BUTTON> Buttons;
     int Hot = -1, Pressed = -1, Focused = -1;
+    TOOLBARACCESS* Access = nullptr;  // counts its references itself
 };

@@ -1,0 +1,154 @@
+#include "corelib/window/toolbaraccess.h"
+
+#include <string>
+#include <vector>
+
+#include "corelib/window/toolbar.h"
+#include "corelib/window/widetext.h"
+#include "tests/support/windowtest.h"
+
+namespace {
+
+class PARENT : public WINDOW {
+ public:
+    PARENT() : WINDOW(WS_OVERLAPPEDWINDOW | WS_VISIBLE, "bar", 0, 0, 500, 200, nullptr, 0, "AccessParent") {}
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
+        if (message == WM_COMMAND)
+            Commands.push_back(LOWORD(first));
+        if (message == WM_NOTIFY && reinterpret_cast<NMHDR*>(second)->code == TTN_GETDISPINFOW) {
+            static std::wstring tip;
+            tip = L"tip " + std::to_wstring(reinterpret_cast<NMHDR*>(second)->idFrom);
+            reinterpret_cast<NMTTDISPINFOW*>(second)->lpszText = tip.data();
+        }
+        return WINDOW::WinProc(message, first, second);
+    }
+    std::vector<int> Commands;
+};
+
+VARIANT Element(LONG number) {
+    VARIANT element{};
+    element.vt = VT_I4;
+    element.lVal = number;
+    return element;
+}
+
+std::vector<LONG> FocusTold;
+void CALLBACK SeeEvent(HWINEVENTHOOK, DWORD event, HWND, LONG, LONG child, DWORD, DWORD) {
+    if (event == EVENT_OBJECT_FOCUS && child != CHILDID_SELF)
+        FocusTold.push_back(child);
+}
+
+// As a screen reader asks: through the system, by the window.
+class TOOLBARACCESSTEST : public testing::Test {
+ protected:
+    TOOLBARACCESSTEST() {
+        Bar->AddButton(10, -1, TBSTYLE_BUTTON);
+        Bar->AddSeparator();
+        Bar->AddButton(11, -1, TBSTYLE_CHECK);
+        Bar->AddButton(12, -1, TBSTYLE_CHECK | TBSTYLE_GROUP);
+        Bar->SetButtonText(10, "&Mails...\tF5");
+        Bar->Check(11, true);
+        Bar->Enable(12, false);
+        Bar->ArrangeButtons();
+        Pump();
+        CoInitialize(nullptr);
+        EXPECT_EQ(AccessibleObjectFromWindow(Bar->hWnd, static_cast<DWORD>(OBJID_CLIENT), __uuidof(IAccessible),
+                                             reinterpret_cast<void**>(&Access)),
+                  S_OK);
+    }
+    ~TOOLBARACCESSTEST() override {
+        if (Access)
+            Access->Release();
+        CoUninitialize();
+    }
+    std::string Text(HRESULT (STDMETHODCALLTYPE IAccessible::*get)(VARIANT, BSTR*), LONG element) {
+        BSTR text = nullptr;
+        if ((Access->*get)(Element(element), &text) != S_OK)
+            return "-";
+        const std::string result = Std(FromWide(text));
+        SysFreeString(text);
+        return result;
+    }
+    LONG Number(HRESULT (STDMETHODCALLTYPE IAccessible::*get)(VARIANT, VARIANT*), LONG element) {
+        VARIANT number{};
+        return (Access->*get)(Element(element), &number) == S_OK ? number.lVal : -1;
+    }
+
+    PARENT Parent;
+    std::unique_ptr<NEWTOOLBAR> Bar = std::make_unique<NEWTOOLBAR>(Parent.Hwnd());
+    IAccessible* Access = nullptr;
+};
+
+TEST_F(TOOLBARACCESSTEST, TellsWhatTheButtonsAreAndWhereTheyLie) {
+    ASSERT_NE(Access, nullptr);
+    const struct {
+        const char *Name, *Description, *Action;
+        LONG Role, State;
+        int Id;
+    } table[] = {
+        {"Tool bar", "-", "-", ROLE_SYSTEM_TOOLBAR, STATE_SYSTEM_FOCUSABLE, 0},
+        {"Mails", "tip 10", "Press", ROLE_SYSTEM_PUSHBUTTON, STATE_SYSTEM_FOCUSABLE, 10},
+        {"-", "-", "-", ROLE_SYSTEM_SEPARATOR, STATE_SYSTEM_READONLY, 0},
+        {"tip 11", "-", "Press", ROLE_SYSTEM_CHECKBUTTON, STATE_SYSTEM_FOCUSABLE | STATE_SYSTEM_CHECKED, 11},
+        {"tip 12", "-", "Press", ROLE_SYSTEM_RADIOBUTTON, STATE_SYSTEM_UNAVAILABLE, 12},
+    };
+    LONG count = 0;
+    EXPECT_EQ(Access->get_accChildCount(&count), S_OK);
+    EXPECT_EQ(count, 4);
+    for (LONG i = 0; i <= count; ++i) {
+        const auto& row = table[i];
+        EXPECT_EQ(Text(&IAccessible::get_accName, i), row.Name);
+        EXPECT_EQ(Text(&IAccessible::get_accDescription, i), row.Description);
+        EXPECT_EQ(Text(&IAccessible::get_accDefaultAction, i), row.Action);
+        EXPECT_EQ(Number(&IAccessible::get_accRole, i), row.Role);
+        EXPECT_EQ(Number(&IAccessible::get_accState, i), row.State);
+        if (row.Id == 0)
+            continue;
+        RECT wanted = Bar->ButtonRect(row.Id);
+        MapWindowPoints(Bar->hWnd, nullptr, reinterpret_cast<POINT*>(&wanted), 2);
+        LONG left = 0, top = 0, width = 0, height = 0;
+        EXPECT_EQ(Access->accLocation(&left, &top, &width, &height, Element(i)), S_OK);
+        EXPECT_EQ(left, wanted.left);
+        EXPECT_EQ(top + height, wanted.bottom);
+        VARIANT hit{};
+        EXPECT_EQ(Access->accHitTest(left + width / 2, top + height / 2, &hit), S_OK);
+        EXPECT_EQ(hit.lVal, i);
+    }
+    EXPECT_EQ(Number(&IAccessible::get_accRole, 5), -1);
+    EXPECT_EQ(Number(&IAccessible::get_accRole, -1), -1);
+}
+
+TEST_F(TOOLBARACCESSTEST, PressesAndFocusesButtonsAndTellsOfTheFocus) {
+    ASSERT_NE(Access, nullptr);
+    const HWINEVENTHOOK hook = SetWinEventHook(EVENT_OBJECT_FOCUS, EVENT_OBJECT_FOCUS, nullptr, SeeEvent,
+                                               GetCurrentProcessId(), 0, WINEVENT_OUTOFCONTEXT);
+    FocusTold.clear();
+    EXPECT_NE(Access->accSelect(SELFLAG_TAKEFOCUS, Element(4)), S_OK);  // disabled
+    EXPECT_EQ(Access->accSelect(SELFLAG_TAKEFOCUS, Element(1)), S_OK);
+    EXPECT_EQ(GetFocus(), Bar->hWnd);
+    TypeKey(Bar->hWnd, VK_RIGHT);
+    EXPECT_TRUE(PumpUntil([] { return !FocusTold.empty() && FocusTold.back() == 3; }));
+    UnhookWinEvent(hook);
+    VARIANT focused{};
+    EXPECT_EQ(Access->get_accFocus(&focused), S_OK);
+    EXPECT_EQ(focused.lVal, 3);
+
+    EXPECT_EQ(Access->accDoDefaultAction(Element(3)), S_OK);
+    EXPECT_NE(Access->accDoDefaultAction(Element(2)), S_OK);
+    EXPECT_NE(Access->accDoDefaultAction(Element(4)), S_OK);
+    EXPECT_TRUE(Parent.Commands.empty());  // the asking program does not wait for what the command opens
+    Pump();
+    EXPECT_EQ(Parent.Commands, std::vector<int>{11});
+    EXPECT_FALSE(Bar->IsChecked(11));
+}
+
+TEST_F(TOOLBARACCESSTEST, OutlivesTheBar) {
+    ASSERT_NE(Access, nullptr);
+    Bar.reset();
+    LONG count = 7;
+    EXPECT_NE(Access->get_accChildCount(&count), S_OK);
+    EXPECT_EQ(Number(&IAccessible::get_accRole, 1), -1);
+    EXPECT_NE(Access->accDoDefaultAction(Element(1)), S_OK);
+}
+
+}  // namespace
