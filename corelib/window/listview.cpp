@@ -14,6 +14,7 @@ constexpr uint32_t INSERT_LEVEL = 7;
 constexpr int SMALL_IMAGE = 16;
 constexpr int HEAD_WIDTH = 120;
 constexpr int EMPTY_TEXT_MARGIN = 12;
+constexpr int SORT_MARK_WIDTH = 24;
 
 int CALLBACK CompareRows(LPARAM left, LPARAM right, LPARAM compare) {
     return (*reinterpret_cast<const LISTVIEW::COMPARE*>(compare))(static_cast<uint32_t>(left),
@@ -57,7 +58,7 @@ void LISTVIEW::PaintEmptyText() const {
     const int state = SaveDC(dc);
     SelectObject(dc, MessageFont());
     SetBkMode(dc, TRANSPARENT);
-    SetTextColor(dc, GetSysColor(COLOR_GRAYTEXT));
+    SetTextColor(dc, GetSysColor(COLOR_WINDOWTEXT));
     DrawTextW(dc, EmptyText.c_str(), -1, &place, DT_CENTER | DT_WORDBREAK | DT_NOPREFIX);
     RestoreDC(dc, state);
 }
@@ -94,8 +95,8 @@ void LISTVIEW::FitColumn(int column) {
     if (column + 1 == ColumnCount())
         return;
     ListView_SetColumnWidth(hWnd, column, LVSCW_AUTOSIZE_USEHEADER);
-    if (ColumnWidth(column) < rows)
-        SetColumnWidth(column, rows);
+    // Not every system counts the arrow in.
+    SetColumnWidth(column, std::max(rows, ColumnWidth(column) + ScalePixels(SORT_MARK_WIDTH)));
 }
 
 void LISTVIEW::SetSortMark(int column, bool up) {
