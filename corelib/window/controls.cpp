@@ -52,8 +52,10 @@ LRESULT CALLBACK CONTROL::ControlProcedure(HWND window, UINT message, WPARAM fir
         return control->Dispatch(message, first, second);
     // The parent takes its controls along, often before their objects go.
     control->hWnd = nullptr;
+    // The control itself must still see this message: it frees what it has.
+    const LRESULT result = DefSubclassProc(window, message, first, second);
     RemoveWindowSubclass(window, ControlProcedure, id);
-    return DefSubclassProc(window, message, first, second);
+    return result;
 }
 
 LRESULT CONTROL::WinProc(UINT message, WPARAM first, LPARAM second) {
