@@ -133,12 +133,14 @@ DIALOG::~DIALOG() {
 
 int DIALOG::Run(HWND owner) {
     Modal = true;
+    Ended = false;
     INT_PTR result = -1;
     if (Template)
         result = DialogBoxIndirectParamW(GetModuleHandleW(nullptr), Template, owner, DialogProcedure,
                                          reinterpret_cast<LPARAM>(this));
     ASSERTION(result != -1, "this->hWnd");
-    return static_cast<int>(result);
+    // The end of the program closes it as well, which the system takes for OK.
+    return result != -1 && !Ended ? IDCANCEL : static_cast<int>(result);
 }
 
 bool DIALOG::Create(HWND parent) {
@@ -151,8 +153,10 @@ bool DIALOG::Create(HWND parent) {
 }
 
 void DIALOG::End(int result) {
-    if (Modal)
-        EndDialog(hWnd, result);
+    if (!Modal)
+        return;
+    Ended = true;
+    EndDialog(hWnd, result);
 }
 
 LRESULT DIALOG::WinProc(UINT message, WPARAM first, LPARAM second) {

@@ -31,7 +31,8 @@ class DIALOG : public WINDOW {
     explicit DIALOG(const DIALOGTEMPLATE& memory);
     ~DIALOG() override;
 
-    /// Shows the dialog and waits for its end: what End was given, or -1 if it could not be made.
+    /// Shows the dialog and waits for its end: what End was given, IDCANCEL if the program ends meanwhile, or -1 if it
+    /// could not be made.
     int Run(HWND owner);
     /// Makes it without waiting, as a page of another dialog; it goes with this object. False if it could not be made.
     bool Create(HWND parent);
@@ -46,6 +47,7 @@ class DIALOG : public WINDOW {
     std::vector<WORD> Words;  // of a resource
     const DLGTEMPLATE* Template = nullptr;
     bool Modal = false;
+    bool Ended = false;    // by End
     bool Handled = false;  // of the message at hand
 };
 
