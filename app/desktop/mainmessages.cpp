@@ -55,6 +55,12 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
         case WM_CLOSE:
             OnClose();
             return 0;
+        case WM_EXITMENULOOP:
+        case WM_EXITSIZEMOVE:
+            // The loops of menus and of moving swallow the message that ends the program.
+            if (Quitting)
+                PostQuit();
+            return WINDOW::WinProc(message, first, second);
         case WM_QUERYENDSESSION:
             Trace("WM_QUERYENDSESSION\n");
             return WINDOW::WinProc(message, first, second);

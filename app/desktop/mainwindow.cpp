@@ -219,6 +219,7 @@ void MAINWINDOW::RunSetupWizard() {
 }
 
 void MAINWINDOW::PostQuit() {
+    Quitting = true;
     PostThreadMessageW(UserThread, WM_QUIT, 0, 0);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include "app/common/frontend.h"
@@ -125,5 +126,6 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     bool BlinkPhase = false;
     bool FirstRun = false;
     bool SessionEnded = false;
+    std::atomic<bool> Quitting = false;
     const UINT TaskbarCreated = RegisterWindowMessageW(L"TaskbarCreated");
 };
