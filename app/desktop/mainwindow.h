@@ -54,6 +54,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     std::vector<int> SelectedItems() const;
     ITEMLIST& List() { return *Rows; }
     SEMITOOLTIP* Alert() { return AlertWindow.get(); }
+    const TASKBARICON* ShownIcon() const { return Tray.get(); }
 
     // FRONTEND
     void MakeTaskbarIcon() override;

@@ -47,6 +47,7 @@ void TASKBARICON::Load(int icon) {
     }
     Data.hIcon = loaded.get();
     Icon = std::move(loaded);
+    Shown = icon;
 }
 
 void TASKBARICON::Add() {

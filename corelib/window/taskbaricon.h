@@ -15,6 +15,8 @@ class TASKBARICON {
 
     /// False when the shell has refused the icon or has lost it since.
     bool IsUp() const { return UpAndRunning; }
+    /// The number of the icon that shows.
+    int Number() const { return Shown; }
     /// Adds the icon again, for a shell that has been started anew; IsUp() tells whether that worked.
     void Add();
     void SetIcon(int icon);
@@ -26,5 +28,6 @@ class TASKBARICON {
 
     NOTIFYICONDATAW Data{};
     ICONHANDLE Icon;
+    int Shown = 0;
     bool UpAndRunning = false;
 };

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "app/check/items.h"
@@ -14,12 +15,60 @@
 #include "tests/support/testsupport.h"
 #include "tests/support/windowtest.h"
 
+/// Two accounts, one with mail and one that failed, of which none is checked.
+inline constexpr const char* TWO_ITEMS =
+    "[#0]\r\nName=beta\r\nType=1\r\nUpdateSuspended=1\r\nLastValue=3 mails|x\r\nLastRC=3|1\r\n\r\n"
+    "[#1]\r\nName=Alpha\r\nType=1\r\nUpdateSuspended=1\r\nLastRC=0E|0E\r\n\r\n";
+
+/// How a menu's entries look, in their order: "-" before a command that is not possible, "+" before one with a mark.
+inline std::string MenuLook(HMENU menu) {
+    std::string look;
+    for (int i = 0; i < GetMenuItemCount(menu); ++i) {
+        if (const HMENU below = GetSubMenu(menu, i)) {
+            look += MenuLook(below);
+            continue;
+        }
+        const UINT state = GetMenuState(menu, static_cast<UINT>(i), MF_BYPOSITION);
+        const std::string mark = std::string(state & MF_GRAYED ? "-" : "") + (state & MF_CHECKED ? "+" : "");
+        if (!mark.empty() && !(state & MF_SEPARATOR))
+            look += mark + std::to_string(GetMenuItemID(menu, i)) + " ";
+    }
+    return look;
+}
+
+/// How the menu looks that pops up; "no menu" if none does. It is closed again, as soon as `close` says so.
+inline std::string PopupLook(
+    const std::function<void()>& open, const std::function<bool()>& close = [] { return true; }) {
+    constexpr UINT MN_GETMENU = 0x1E1;
+    std::string look = "no menu";
+    bool seen = false;
+    std::function<void()> see = [&] {
+        if (!close()) {
+            Later(see);
+            return;
+        }
+        const HWND window = FindWindowW(L"#32768", nullptr);
+        if (window && IsWindowVisible(window))
+            look = MenuLook(reinterpret_cast<HMENU>(SendMessageW(window, MN_GETMENU, 0, 0)));
+        EndMenu();
+        seen = true;
+    };
+    Later(see);
+    open();
+    EXPECT_TRUE(seen || PumpUntil([&] { return seen; }));
+    return look;
+}
+
 /// The program's window over data of a test's own, in English, with the work thread only where a test starts it.
 class DESKTOPTEST : public ::testing::Test {
  protected:
-    DESKTOPTEST() { DesktopTimes = {.TrayStartMs = 1, .AlertReadMs = 1, .AlertRightClickMs = 1}; }
+    DESKTOPTEST() {
+        DesktopTimes = {.TrayStartMs = 1, .AlertReadMs = 1, .AlertRightClickMs = 1};
+        ScrollLockSettleMs = 1;
+    }
     ~DESKTOPTEST() override {
         Close();
+        ScrollLockSettleMs = 1000;
         SetResourceModule(nullptr);
         DesktopTimes = DESKTOPTIMES();
         CheckTimes = CHECKTIMES();
@@ -76,11 +125,36 @@ class DESKTOPTEST : public ::testing::Test {
         ListView_SetItemState(Window->List().Handle(), row, selected ? LVIS_SELECTED : 0, LVIS_SELECTED);
         Pump();
     }
-    bool IsEnabled(int command) {
-        return !(GetMenuState(GetMenu(Window->hWnd), static_cast<UINT>(command), MF_BYCOMMAND) & MF_GRAYED);
+    void Command(int command) {
+        SendMessageW(Window->hWnd, WM_COMMAND, static_cast<WPARAM>(command), 0);
+        Pump();
     }
-    bool IsChecked(int command) {
-        return GetMenuState(GetMenu(Window->hWnd), static_cast<UINT>(command), MF_BYCOMMAND) & MF_CHECKED;
+    /// A check of the first account has found a mail, as the work thread tells it.
+    void TellNewMail() {
+        Engine->pState.Set("SoundEmail", Data.File("accounts.ini"));  // any file that is there
+        std::thread([this] {
+            RECORDARRAY records(1, 1);
+            const std::vector<int> none;
+            Engine->Notification().NewMail(Engine->Items[0], {.Records = records,
+                                                              .NewMails = none,
+                                                              .ShowAll = false,
+                                                              .Unknown = false,
+                                                              .Asked = false,
+                                                              .Status = "",
+                                                              .NewText = ""});
+        }).join();
+        Pump();
+    }
+    /// Is the window's timer running? Its next tick is then a long time off: tests give the ticks.
+    bool HasTimer(UINT_PTR timer) {
+        const bool has = KillTimer(Window->hWnd, timer);
+        if (has)
+            SetTimer(Window->hWnd, timer, 3600000, nullptr);
+        return has;
+    }
+    void Tick(UINT_PTR timer) {
+        SendMessageW(Window->hWnd, WM_TIMER, timer, 0);
+        Pump();
     }
 
     TEMPDIR Data;

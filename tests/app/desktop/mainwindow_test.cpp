@@ -8,10 +8,6 @@
 
 namespace {
 
-constexpr const char* TWO_ITEMS =
-    "[#0]\r\nName=beta\r\nType=1\r\nUpdateSuspended=1\r\nLastValue=3 mails|x\r\nLastRC=3|1\r\n\r\n"
-    "[#1]\r\nName=Alpha\r\nType=1\r\nUpdateSuspended=1\r\nLastRC=0E|0E\r\n\r\n";
-
 class MainWindow : public DESKTOPTEST {};
 
 TEST_F(MainWindow, TheListShowsTheItemsByNameAndTurnsRound) {
@@ -89,106 +85,83 @@ TEST_F(MainWindow, TheSelectionOfTheLastRunComesBackOnceAndOtherwiseTheFirst) {
     EXPECT_EQ(Window->SelectedItems(), std::vector<int>{Engine->Items[0].GetNumber("@Handle")});
 }
 
-TEST_F(MainWindow, CommandsDependOnTheSelection) {
-    Open(TWO_ITEMS);
-    struct {
-        int Command;
-        bool None, One, Two;
-    } const commands[] = {{COMMAND_EDIT_ITEM, false, true, false},    {COMMAND_SHOW_ITEMS_MAILS, false, true, false},
-                          {COMMAND_DELETE_ITEMS, false, true, true},  {COMMAND_CHECK_ITEMS, false, true, true},
-                          {COMMAND_SUSPEND_ITEMS, false, true, true}, {COMMAND_STOP_SOUND, false, false, false},
-                          {COMMAND_CHECK_ALL, true, true, true},      {COMMAND_ADD_ITEM, true, true, true}};
-    for (int rows = 0; rows <= 2; ++rows) {
-        Select(0, rows >= 1);
-        Select(1, rows >= 2);
-        for (const auto& command : commands) {
-            const bool wanted = rows == 0 ? command.None : rows == 1 ? command.One : command.Two;
-            EXPECT_EQ(IsEnabled(command.Command), wanted) << command.Command << " with " << rows;
+TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
+    Open("[#0]\r\nName=a\r\nType=1\r\n\r\n[#1]\r\nName=b\r\nType=1\r\nUpdateSuspended=1\r\n\r\n",
+         "EmailDoSound=1\r\nEmailDoSoundLoop=1\r\nEmailSoundLoopRep=60\r\n");
+    const struct {
+        const char* Name;
+        std::function<void()> Make;
+        const char *Bar, *List, *Tray;  // "-": not possible, "+": with a mark
+        const char* Buttons;            // that can be pressed
+    } steps[] = {
+        {"none selected", [&] { Select(0, false); }, "-2133 -2134 -2135 -2137 -2130 -2119 ",
+         "-2135 -2137 -2130 -2133 -2134 ", "", "2110 2111 "},
+        {"one", [&] { Select(0); }, "-2119 ", "", "", "2110 2111 2133 2135 "},
+        {"it is being checked",
+         [&] {
+             Engine->Items[0].Set("@InUpdate", "1");
+             Window->RefreshRow(Handle("a"));
+         },
+         "-2119 ", "", "", "2110 2111 2133 2135 "},
+        {"both", [&] { Select(1); }, "-2133 -2137 -2119 ", "-2137 -2133 ", "", "2110 2111 2135 "},
+        {"the other, which is suspended", [&] { Select(0, false); }, "+2130 -2119 ", "+2130 ", "",
+         "2110 2111 2133 2135 "},
+        {"the filter is off", [&] { Command(COMMAND_SPAM_FILTER_OFF); }, "+2130 -2119 +2117 ", "+2130 ", "",
+         "2110 2111 2133 2135 "},
+        {"all suspended, and by the list's command none",
+         [&] {
+             Command(COMMAND_SUSPEND);
+             Command(COMMAND_SUSPEND_ITEMS);
+         },
+         "-2133 -2134 -2135 -2137 -2130 +2118 -2119 +2117 ", "-2135 -2137 -2130 -2133 -2134 ", "+2158 ", "2110 2111 "},
+        {"the sound goes on", [&] { TellNewMail(); }, "-2133 -2134 -2135 -2137 -2130 +2118 +2117 ",
+         "-2135 -2137 -2130 -2133 -2134 ", "+2158 ", "2110 2111 "},
+        {"one, and all is silent and checked again",
+         [&] {
+             Select(1);
+             for (const COMMAND command : {COMMAND_TRAY_SUSPEND, COMMAND_SPAM_FILTER_OFF})
+                 Command(command);
+         },
+         "-2119 ", "", "", "2110 2111 2133 2135 "},
+    };
+    const auto& bar = *static_cast<NEWTOOLBAR*>(
+        reinterpret_cast<WINDOW*>(GetWindowLongPtrW(GetDlgItem(Window->hWnd, 3), GWLP_USERDATA)));
+    for (const auto& step : steps) {
+        step.Make();
+        Pump();
+        EXPECT_EQ(MenuLook(GetMenu(Window->hWnd)), step.Bar) << step.Name;
+        EXPECT_EQ(PopupLook([&] { SendMessageW(Window->hWnd, WM_CONTEXTMENU, WPARAM(Window->List().Handle()), -1); }),
+                  step.List)
+            << step.Name;
+        EXPECT_EQ(PopupLook([&] { SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_RBUTTONDOWN); }), step.Tray)
+            << step.Name;
+        static std::string pressed;
+        pressed.clear();
+        Window->SetHook([](WINDOW&, UINT message, WPARAM first, LPARAM, LRESULT*) {
+            if (message == WM_COMMAND)
+                pressed += std::to_string(LOWORD(first)) + " ";
+            return message == WM_COMMAND;
+        });
+        for (const TOOLBUTTON& button : TOOLBUTTONS) {
+            const RECT place = bar.ButtonRect(button.Command);
+            for (const UINT message : {WM_LBUTTONDOWN, WM_LBUTTONUP})
+                SendMessageW(bar.hWnd, message, 0, MAKELPARAM(place.right - 1, place.top));
         }
-        EXPECT_EQ(IsChecked(COMMAND_SUSPEND_ITEMS), rows == 1);
+        Window->SetHook(nullptr);
+        EXPECT_EQ(pressed, step.Buttons) << step.Name;
     }
-    EXPECT_FALSE(IsChecked(COMMAND_SUSPEND));
-    SendMessageW(Window->hWnd, WM_COMMAND, COMMAND_SUSPEND, 0);
-    SendMessageW(Window->hWnd, WM_COMMAND, COMMAND_SPAM_FILTER_OFF, 0);
-    Pump();
-    EXPECT_TRUE(IsChecked(COMMAND_SUSPEND));
-    EXPECT_TRUE(IsChecked(COMMAND_SPAM_FILTER_OFF));
-    EXPECT_TRUE(Engine->Cycle().IsSuspended());
-    EXPECT_NE(Std(Window->Title()).find("(checks suspended)"), std::string::npos);
+    SendMessageW(bar.hWnd, WM_CONTEXTMENU, WPARAM(bar.hWnd), MAKELPARAM(300, 60));  // would wait: it has no menu
 }
 
 TEST_F(MainWindow, CommandsOnRowsTakeTheSelectionOff) {
     Open(TWO_ITEMS);
     Select(0);
-    SendMessageW(Window->hWnd, WM_COMMAND, COMMAND_CHECK_ITEMS, 0);
-    Pump();
+    Command(COMMAND_CHECK_ITEMS);
     EXPECT_TRUE(Window->SelectedItems().empty());
     EXPECT_EQ(Engine->Items[Engine->FindName("Alpha")].GetNumber("@ForceRefresh"), 1);
     Select(1);
-    SendMessageW(Window->hWnd, WM_COMMAND, COMMAND_SUSPEND_ITEMS, 0);
-    Pump();
+    Command(COMMAND_SUSPEND_ITEMS);
     EXPECT_EQ(Rows().back(), "beta|-");
-}
-
-TEST_F(MainWindow, TimersDoTheirWorkAndUnknownOnesAreAFault) {
-    Open(TWO_ITEMS);
-    Window->PostAlert({.Text = "one\ntwo", .DurationMs = 1});
-    ASSERT_TRUE(PumpUntil([&] { return Window->Alert() != nullptr; }));
-    EXPECT_TRUE(PumpUntil([&] { return Window->Alert() == nullptr; }));
-    for (const UINT_PTR timer : {TIMER_TITLE, TIMER_TRAY, UINT_PTR{TIMER_SOUND_LOOP}, UINT_PTR{TIMER_BLINK}})
-        SendMessageW(Window->hWnd, WM_TIMER, timer, 0);
-    Pump();
-    WriteBytes("lastpopup.txt", "seen before\nthis");
-    SendMessageW(Window->hWnd, WM_TIMER, TIMER_LATER, 0);
-    EXPECT_TRUE(PumpUntil([&] { return Window->Alert() != nullptr; }));
-    EXPECT_ASSERTIONS(1);
-    SendMessageW(Window->hWnd, WM_TIMER, 77, 0);
-}
-
-TEST_F(MainWindow, AnAlertIsReplacedClickedAndGivesCommands) {
-    Open(TWO_ITEMS);
-    Window->PostAlert({.Text = "first\nline"});
-    ASSERT_TRUE(PumpUntil([&] { return Window->Alert() != nullptr; }));
-    const HWND first = Window->Alert()->hWnd;
-    EXPECT_TRUE(IsWindowVisible(first));
-    EXPECT_NE(GetForegroundWindow(), first);
-    EXPECT_EQ(GetWindow(first, GW_OWNER), nullptr) << "it would be hidden with the minimised window";
-    Window->PostAlert({.Text = "second\n\x1b[*=2118]Suspend"});
-    ASSERT_TRUE(PumpUntil([&] { return Window->Alert() != nullptr && Window->Alert()->hWnd != first; }));
-    const HWND alert = Window->Alert()->hWnd;
-    RECT client;
-    GetClientRect(alert, &client);
-    // The button is at the left of the second line.
-    SendMessageW(alert, WM_MOUSEMOVE, 0, MAKELPARAM(client.right / 4, client.bottom * 3 / 4));
-    SendMessageW(alert, WM_LBUTTONDOWN, 0, MAKELPARAM(client.right / 4, client.bottom * 3 / 4));
-    EXPECT_TRUE(PumpUntil([&] { return Window->Alert() == nullptr; }));
-    EXPECT_TRUE(Engine->Cycle().IsSuspended());
-
-    Engine->pState.Set("EmailCmdline", "");
-    Window->PostAlert({.Text = "third\n\x1b[*=2118]Suspend", .Handle = Handle("Alpha")});
-    ASSERT_TRUE(PumpUntil([&] { return Window->Alert() != nullptr; }));
-    SendMessageW(Window->Alert()->hWnd, WM_RBUTTONDOWN, 0, MAKELPARAM(client.right / 4, client.bottom * 3 / 4));
-    EXPECT_TRUE(PumpUntil([&] { return Window->Alert() == nullptr; }));
-    EXPECT_TRUE(Engine->Cycle().IsSuspended());  // the right button gives no command
-}
-
-TEST_F(MainWindow, ClicksOnTheTrayIconDoWhatTheSettingsSay) {
-    Open(TWO_ITEMS, "DlgTaskbarClickReset=1\r\nDlgDblClickMode=1\r\n");
-    Engine->pState.Set("ResetCounter", "0");
-    SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_LBUTTONDOWN);
-    Pump();
-    EXPECT_EQ(Engine->pState.Get("ResetCounter"), "1");
-    Window->StartTimer(TIMER_BLINK, 100000);
-    Pump();
-    SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_MOUSEMOVE);
-    EXPECT_FALSE(KillTimer(Window->hWnd, TIMER_BLINK)) << "the pointer has passed";
-    Window->Show(SW_MINIMIZE);
-    Pump();
-    EXPECT_FALSE(Window->IsVisible());  // it lives in the tray
-    SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_LBUTTONDBLCLK);
-    Pump();
-    EXPECT_TRUE(Window->IsVisible());
-    EXPECT_FALSE(IsIconic(Window->hWnd));
 }
 
 TEST_F(MainWindow, StaysInReachWhileTheShellIsGoneAndComesBackToIt) {
@@ -232,46 +205,6 @@ TEST_F(MainWindow, WorksWithoutMenusAndDialogs) {
     EXPECT_ASSERTIONS(AssertCount() - failed);
 }
 
-TEST_F(MainWindow, ThePositionComesBack) {
-    Open(TWO_ITEMS);
-    Window->Move(120, 90, 500, 300);
-    Pump();
-    Close();
-    Open(TWO_ITEMS);
-    const RECT rect = Window->Rect();
-    EXPECT_EQ(rect.left, 120);
-    EXPECT_EQ(rect.right, 620);
-    EXPECT_EQ(rect.bottom, 390);
-}
-
-TEST_F(MainWindow, ClosingWhileTheThreadRunsEndsTheLoopAndSaves) {
-    CheckTimes.TurnMs = 1;
-    Open(TWO_ITEMS, "DlgCloseMinimize=0\r\n");
-    Engine->Start();
-    Window->Started();
-    PostMessageW(Window->hWnd, WM_CLOSE, 0, 0);
-    MSG message;
-    while (GetMessageW(&message, nullptr, 0, 0) > 0)
-        DispatchMessageW(&message);
-    EXPECT_TRUE(Engine->Cycle().IsStopRequested());
-    Engine->pState.Set("PopupDuration", "77");
-    Close();
-    EXPECT_NE(ReadBytes(Data.File("tarnwick.ini")).find("PopupDuration=77"), std::string::npos);
-}
-
-TEST_F(MainWindow, TheEndOfTheSessionSavesAtOnce) {
-    CheckTimes.TurnMs = 1;
-    Open(TWO_ITEMS);
-    Engine->Start();
-    EXPECT_EQ(SendMessageW(Window->hWnd, WM_QUERYENDSESSION, 0, 0), 1);
-    Engine->pState.Set("PopupDuration", "78");
-    SendMessageW(Window->hWnd, WM_ENDSESSION, 1, 0);
-    EXPECT_FALSE(Engine->Cycle().IsRunning());
-    EXPECT_NE(ReadBytes(Data.File("tarnwick.ini")).find("PopupDuration=78"), std::string::npos);
-    MSG message;
-    EXPECT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
-}
-
 TEST_F(MainWindow, TheAlertsFontIsOneThatItCanShow) {
     // As a file has it: 60 bytes, height -20, weight 700.
     LOGFONTW font{};
@@ -296,13 +229,6 @@ TEST_F(MainWindow, TheAlertsFontIsOneThatItCanShow) {
     }
     Open(TWO_ITEMS);
     EXPECT_EQ(Engine->pState.Get("PopupFont").Length(), FONTVALUE_LENGTH);
-}
-
-TEST_F(MainWindow, OpeningAlertsLeavesNoHandlesBehind) {
-    Open(TWO_ITEMS);
-    ALERTSETUP setup;
-    setup.Parent = Window->hWnd;
-    ExpectNoHandleGrowth([&] { SEMITOOLTIP("one\n\x1b[b]two \x1b[*=1]three", setup); });
 }
 
 }  // namespace

@@ -1,0 +1,202 @@
+#include "app/mailbox/pop3.h"
+#include "app/notify/notification.h"
+#include "corelib/system/registry.h"
+#include "tests/app/desktop/desktopsupport.h"
+#include "tests/servers/scriptedserver.h"
+
+namespace {
+
+/// How the program begins, goes on in the background, and ends.
+class Lifecycle : public DESKTOPTEST {
+ protected:
+    ~Lifecycle() override {
+        Close();
+        PopTimes = POPTIMES();
+    }
+    /// Opens with an account whose server does not answer, and waits until its check has begun.
+    void OpenChecking(const std::string& settings = {}) {
+        CheckTimes.TurnMs = 1;
+        PopTimes.GreetingMs = 400;
+        Server = std::make_unique<SCRIPTEDSERVER>(SCRIPT{PLAY::Silence()});
+        Open("[#0]\r\nName=a\r\nType=1\r\nTimingCyclic=600\r\nSource=" + Server->HostPort() + "|me\r\n\r\n", settings);
+        Engine->Start();
+        Window->Started();
+        ASSERT_TRUE(PumpUntil([&] { return Server->Connections() == 1; }));
+        ASSERT_EQ(Engine->Items[0].GetNumber("@InUpdate"), 1);
+    }
+    /// The main loop, until it ends; false if it does not.
+    static bool RunLoop() {
+        for (const DWORD start = GetTickCount(); GetTickCount() - start < 10000;) {
+            for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE); DispatchMessageW(&message)) {
+                if (message.message == WM_QUIT)
+                    return true;
+            }
+            MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
+        }
+        return false;
+    }
+    /// What an ended program has left of a setting.
+    std::string Saved(const char* key) {
+        const STRINGARRAY settings(STRING(std::string_view(ReadBytes(Data.File("tarnwick.ini")))), 64, 64);
+        STRING value = settings.Exists(key) ? settings.Get(key) : STRING("none");
+        value.Strip('R', "\r");
+        return Std(value);
+    }
+    /// Starts the program itself over another directory; its exit code, or -1 if it does not end.
+    int StartSecond(const TEMPDIR& other) {
+        const STRING program = OSYS::FilePath(OSYS::FileDirectory(OSYS::ProgramPath().Text()).Text(), "tarnwick.exe");
+        std::wstring line = WideText("\"" || program || "\" \"/WORKDIR:" || other.Path() || "\"");
+        STARTUPINFOW start{};
+        start.cb = sizeof start;
+        PROCESS_INFORMATION process{};
+        EXPECT_TRUE(
+            CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &process));
+        DWORD code = STILL_ACTIVE;
+        if (!PumpUntil([&] { return GetExitCodeProcess(process.hProcess, &code) && code != STILL_ACTIVE; }))
+            TerminateProcess(process.hProcess, 1);
+        CloseHandle(process.hThread);
+        CloseHandle(process.hProcess);
+        return code == STILL_ACTIVE ? -1 : static_cast<int>(code);
+    }
+    REGISTRY Values() { return REGISTRY(WINDOW_COMPANY, App->Texts().Get(10002).Text(), ROOT_CURRENT_USER); }
+
+    std::unique_ptr<SCRIPTEDSERVER> Server;
+};
+
+TEST_F(Lifecycle, ASecondStartRaisesTheFirst) {
+    WINDOW other(WS_OVERLAPPEDWINDOW, "other", 0, 0, 1000, 800, nullptr, 0, "OtherOfTest");
+    const struct {
+        const char* Name;
+        const char* Settings;
+        std::function<void()> Put;
+    } states[] = {
+        {"lives in the tray since its start", "DlgStartMinimized=1\r\n", [] {}},
+        {"has gone into the tray", "", [&] { Window->Show(SW_MINIMIZE); }},
+        {"is behind another window", "", [&] { SetForegroundWindow(other.hWnd); }},
+    };
+    for (const auto& state : states) {
+        Open(TWO_ITEMS, state.Settings);
+        other.Show();
+        state.Put();
+        Pump();
+        EXPECT_NE(GetForegroundWindow(), Window->hWnd) << state.Name;
+        const TEMPDIR untouched;
+        EXPECT_EQ(StartSecond(untouched), 0) << state.Name;
+        EXPECT_TRUE(PumpUntil([&] { return GetForegroundWindow() == Window->hWnd; })) << state.Name;
+        EXPECT_TRUE(Window->IsVisible() && !IsIconic(Window->hWnd)) << state.Name;
+        EXPECT_TRUE(RemoveDirectoryA(untouched.Path())) << "it is not empty any more";
+        Close();
+    }
+}
+
+TEST_F(Lifecycle, ClosingIntoTheTrayExplainsItselfUntilTheUserKnows) {
+    Open(TWO_ITEMS, "DlgCloseMinimize=1\r\n");
+    const struct { bool Shown, NeverAgain; } times[] = {{true, false}, {true, true}, {false, false}};
+    for (const auto& time : times) {
+        constexpr int NEVER_AGAIN = 101;
+        Window->Show(SW_RESTORE);
+        bool shown = false, looked = false;
+        Later([&] {
+            const HWND hint = GetActiveWindow();
+            shown = GetDlgItem(hint, NEVER_AGAIN) != nullptr;
+            if (shown && time.NeverAgain)
+                SendMessageW(GetDlgItem(hint, NEVER_AGAIN), BM_CLICK, 0, 0);
+            if (shown)
+                SendMessageW(GetDlgItem(hint, IDOK), BM_CLICK, 0, 0);
+            looked = true;
+        });
+        SendMessageW(Window->hWnd, WM_CLOSE, 0, 0);
+        EXPECT_FALSE(Window->IsVisible());
+        EXPECT_TRUE(PumpUntil([&] { return looked; }));
+        EXPECT_EQ(shown, time.Shown);
+    }
+    EXPECT_FALSE(Engine->Cycle().IsStopRequested());
+    Close();
+    EXPECT_EQ(Saved("DontShowAgainCloseMinimize"), "1");
+}
+
+TEST_F(Lifecycle, ClosingDuringACheckWaitsForItAndSaves) {
+    OpenChecking("DlgCloseMinimize=0\r\n");
+    SendMessageW(Window->hWnd, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(Engine->Cycle().IsStopRequested());
+    // Meanwhile the window lives, and a menu of it is no trap for the end.
+    EXPECT_EQ(PopupLook([&] { SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_RBUTTONDOWN); },
+                        [&] { return !Engine->Cycle().IsRunning(); }),
+              "");
+    EXPECT_TRUE(RunLoop());
+    EXPECT_FALSE(Engine->Cycle().IsRunning());
+    Engine->pState.Set("PopupDuration", "77");
+    Close();
+    EXPECT_EQ(Saved("PopupDuration"), "77");
+}
+
+TEST_F(Lifecycle, TheEndOfTheSessionSavesAtOnce) {
+    for (const bool editing : {false, true}) {
+        OpenChecking();
+        EXPECT_EQ(SendMessageW(Window->hWnd, WM_QUERYENDSESSION, 0, 0), 1);
+        Engine->pState.Set("PopupDuration", "78");
+        const auto end = [&] { SendMessageW(Window->hWnd, WM_ENDSESSION, editing, 0); };
+        if (editing) {
+            Later(end);
+            SendMessageW(Window->hWnd, WM_COMMAND, COMMAND_ADD_ITEM, 0);
+        } else {
+            end();
+        }
+        EXPECT_FALSE(Engine->Cycle().IsRunning());
+        EXPECT_EQ(Saved("PopupDuration"), "78");
+        EXPECT_TRUE(RunLoop());
+        EXPECT_EQ(Engine->Items.Count(), 1);
+        Engine->pState.Set("PopupDuration", "79");
+        Close();
+        EXPECT_EQ(Saved("PopupDuration"), "78") << "only once";
+    }
+}
+
+TEST_F(Lifecycle, AnAwakenedMachineAsksTheMessagingSystem) {
+    Open("[#0]\r\nName=m\r\nType=0\r\nUpdateSuspended=1\r\n\r\n[#1]\r\nName=p\r\nType=1\r\nUpdateSuspended=1\r\n\r\n");
+    for (int event = PBT_APMQUERYSUSPEND; event <= PBT_APMRESUMEAUTOMATIC; ++event) {
+        SendMessageW(Window->hWnd, WM_POWERBROADCAST, static_cast<WPARAM>(event), 0);
+        const bool awake = event == PBT_APMRESUMESUSPEND || event == PBT_APMRESUMESTANDBY;
+        EXPECT_EQ(Engine->Items[Engine->FindName("m")].GetNumber("@ForceRefresh"), awake) << event;
+        EXPECT_EQ(Engine->Items[Engine->FindName("p")].GetNumber("@ForceRefresh"), 0) << event;
+        Engine->Items[Engine->FindName("m")].Set("@ForceRefresh", "0");
+    }
+}
+
+TEST_F(Lifecycle, ThePositionComesBack) {
+    Open(TWO_ITEMS);
+    Values().Delete("WindowPos");
+    Close();
+    Open(TWO_ITEMS);
+    const auto place = [&] {
+        const RECT rect = Window->Rect();
+        return std::vector<LONG>{rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top};
+    };
+    EXPECT_EQ(place(), (std::vector<LONG>{8, 8, 400, 350}));
+    Window->Move(120, 90, 500, 300);
+    Window->Show(SW_MINIMIZE);
+    Close();
+    Open(TWO_ITEMS);
+    EXPECT_EQ(place(), (std::vector<LONG>{120, 90, 500, 300}));
+    const int32_t away[4] = {30000, -9000, 30500, -8700};
+    Values().Write("WindowPos", away, sizeof away);
+    Close();
+    Open(TWO_ITEMS);
+    const RECT rect = Window->Rect();
+    EXPECT_TRUE(MonitorFromRect(&rect, MONITOR_DEFAULTTONULL));
+}
+
+TEST_F(Lifecycle, OpeningWindowsLeavesNoHandlesBehind) {
+    Open(TWO_ITEMS);
+    ExpectNoHandleGrowth(
+        [&] {
+            MAINWINDOW window(*App);
+            window.SetApplication(Engine.get());
+            window.Begin(true);
+            Pump();
+            window.SetApplication(nullptr);
+        },
+        100);
+}
+
+}  // namespace

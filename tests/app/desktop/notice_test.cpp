@@ -1,0 +1,193 @@
+#include <array>
+
+#include "app/notify/traydisplay.h"
+#include "corelib/base/files.h"
+#include "corelib/base/trace.h"
+#include "tests/app/desktop/desktopsupport.h"
+
+namespace {
+
+constexpr const char* THREE_MAILS = "[#0]\r\nName=a\r\nType=1\r\nUpdateSuspended=1\r\nLastRC=3|3\r\n\r\n";
+
+/// The ways in which the window tells of mail: tray icon, timers, alert.
+class Notice : public DESKTOPTEST {
+ protected:
+    void Mouse(UINT message) {
+        SendMessageW(Window->hWnd, WM__TASKBAR, 0, static_cast<LPARAM>(message));
+        Pump();
+    }
+    /// The commands that come of it, as the trace log names them; not the one that each other gives first.
+    std::string Done(const std::function<void()>& act) {
+        const STRING log = Data.File("log");
+        LogOption((STRING("/LOGIT:") || log).Text());
+        act();
+        LogOption("/LOGITCLOSE");
+        const std::string text = ReadBytes(log), command = "TARNWICK::DoCommand ";
+        std::string done;
+        for (size_t at = 0; (at = text.find("TARNWICK::", at)) != std::string::npos; ++at) {
+            if (text.compare(at, command.size(), command) == 0 && text.compare(at + command.size(), 4, "2119") != 0)
+                done += text.substr(at + command.size(), 4) + " ";
+            else if (text.compare(at, 35, "TARNWICK::StartMailProgram cmdline=") == 0)
+                done += "program ";
+        }
+        return done;
+    }
+    int Picture() { return Window->ShownIcon() ? Window->ShownIcon()->Number() - TRAY_RESOURCES : -1; }
+    HWND Alert() { return Window->Alert() ? Window->Alert()->hWnd : nullptr; }
+    /// Opens one, and waits until it is there.
+    HWND Show(const ALERTREQUEST& request) {
+        const HWND before = Alert();
+        Window->PostAlert(request);
+        EXPECT_TRUE(PumpUntil([&] { return Alert() && Alert() != before; }));
+        return Alert();
+    }
+};
+
+TEST_F(Notice, ClicksOnTheTrayIconDoWhatTheSettingsSay) {
+    Open(TWO_ITEMS, "EmailCmdline=\r\n");
+    constexpr UINT DOWN = WM_LBUTTONDOWN, UP = WM_LBUTTONUP, TWICE = WM_LBUTTONDBLCLK;
+    const struct {
+        UINT Message;
+        const char* Keys;  // that are held: Shift, Control
+        const char *Setting, *Value, *Done;
+    } clicks[] = {
+        {DOWN, "", "DlgTaskbarClickReset", "1", "2107 "},
+        {UP, "", "DlgTaskbarClickReset", "1", "2107 "},
+        {TWICE, "", "DlgTaskbarClickReset", "1", "2107 program "},
+        {WM_MBUTTONDOWN, "", "DlgTaskbarClickReset", "1", ""},
+        {WM_MOUSEMOVE, "", "DlgTaskbarClickReset", "1", ""},
+        {DOWN, "SC", "DlgTaskbarClickReset", "0", ""},
+        {UP, "", "DlgShiftClickMode", "1", ""},
+        {UP, "S", "DlgShiftClickMode", "0", "2111 "},
+        {UP, "S", "DlgShiftClickMode", "1", "2109 "},
+        {UP, "S", "DlgShiftClickMode", "2", "2106 "},
+        {UP, "S", "DlgShiftClickMode", "3", "2145 "},
+        {UP, "S", "DlgShiftClickMode", "4", "program "},
+        {UP, "S", "DlgShiftClickMode", "5", "2150 "},
+        {UP, "C", "DlgCtrlClickMode", "4", "program "},
+        {UP, "SC", "DlgCtrlClickMode", "4", "2150 "},
+        {UP, "S", "DlgShiftClickMode", "-1", ""},
+        {TWICE, "", "DlgDblClickMode", "0", "program "},
+        {TWICE, "S", "DlgDblClickMode", "1", "2150 "},
+        {TWICE, "", "DlgDblClickMode", "2", "2109 "},
+        {TWICE, "", "DlgDblClickMode", "3", ""},
+    };
+    for (const auto& click : clicks) {
+        const auto press = [&](DWORD flags) {
+            for (const char* key = click.Keys; *key; ++key)
+                keybd_event(*key == 'S' ? VK_SHIFT : VK_CONTROL, 0, flags, 0);
+        };
+        press(0);
+        Engine->pState.Set(click.Setting, click.Value);
+        EXPECT_EQ(Done([&] { Mouse(click.Message); }), click.Done)
+            << click.Message << click.Keys << " " << click.Setting << click.Value;
+        press(KEYEVENTF_KEYUP);
+    }
+}
+
+TEST_F(Notice, TheTrayIconComesLaterAndTheMailBlinksUntilSomebodyLooks) {
+    Open(THREE_MAILS,
+         "DlgTaskbarClickReset=0\r\nEmailDoBlink=1\r\nEmailDoScrollBlink=1\r\nEmailDoSound=1\r\nEmailDoSoundLoop="
+         "1\r\nEmailSoundLoopRep=60\r\n");
+    const auto light = [] { return GetKeyState(VK_SCROLL) & 1; };
+    constexpr std::array<UINT_PTR, 3> REMINDERS = {TIMER_SOUND_LOOP, TIMER_SCROLL_LOCK, TIMER_BLINK};
+    const auto running = [&] {
+        std::vector<bool> has;
+        for (const UINT_PTR timer : REMINDERS)
+            has.push_back(HasTimer(timer));
+        return has;
+    };
+    EXPECT_EQ(Picture(), -1);
+    Window->Started();
+    EXPECT_TRUE(PumpUntil([&] { return Picture() == 3; }));
+    EXPECT_FALSE(HasTimer(TIMER_TRAY));
+
+    TellNewMail();
+    EXPECT_EQ(running(), (std::vector<bool>{true, true, true}));
+    for (const int picture : {0, 3, 0}) {
+        Tick(TIMER_BLINK);
+        EXPECT_EQ(Picture(), picture);
+    }
+    const int before = light();
+    Tick(TIMER_SCROLL_LOCK);
+    EXPECT_TRUE(PumpUntil([&] { return light() != before; }));
+    Tick(TIMER_SOUND_LOOP);
+    Mouse(WM_LBUTTONDOWN);
+    EXPECT_EQ(running(), (std::vector<bool>{true, false, false})) << "a look at the icon";
+    EXPECT_EQ(Picture(), 3);
+    EXPECT_TRUE(PumpUntil([&] { return light() == 0; }));
+    Command(COMMAND_SHOW_WINDOW);
+    EXPECT_EQ(running(), (std::vector<bool>{false, false, false})) << "a command";
+
+    Engine->pState.Set("EmailDoBlink", "0");
+    TellNewMail();
+    Tick(TIMER_BLINK);
+    EXPECT_EQ(Picture(), 3);
+    Mouse(WM_MOUSEMOVE);
+    EXPECT_FALSE(HasTimer(TIMER_BLINK)) << "the pointer has passed";
+    EXPECT_ASSERTIONS(1);
+    Tick(77);
+}
+
+TEST_F(Notice, AnAlertEndsByItsTimeAndComesBackWhenTheUserWants) {
+    Open(THREE_MAILS, "PopupLaterDelay=0\r\nPopupDuration=3600\r\n");
+    Show({.Text = "one\ntwo", .DurationMs = 1});
+    EXPECT_TRUE(PumpUntil([&] { return !Alert(); }));
+    EXPECT_FALSE(HasTimer(TIMER_ALERT));
+    for (const int stays : {0, -1}) {
+        Show({.Text = "one", .DurationMs = stays});
+        EXPECT_FALSE(HasTimer(TIMER_ALERT));
+    }
+    // The present one goes at once, and the last real one comes behind the delay.
+    WriteBytes(LAST_POPUP_FILE, "seen before\nthis");
+    const HWND before = Alert();
+    Command(COMMAND_REMIND_LATER);
+    EXPECT_TRUE(PumpUntil([&] { return Alert() != before; }));
+    EXPECT_FALSE(HasTimer(TIMER_LATER));
+    EXPECT_TRUE(HasTimer(TIMER_ALERT));
+    Tick(TIMER_ALERT);
+    EXPECT_EQ(Alert(), nullptr);
+    FILES::Remove(LAST_POPUP_FILE);
+}
+
+TEST_F(Notice, AnAlertIsReplacedClickedAndGivesCommands) {
+    Open(TWO_ITEMS, "EmailCmdline=\r\n");
+    const HWND first = Show({.Text = "first\nline"});
+    EXPECT_TRUE(IsWindowVisible(first));
+    EXPECT_NE(GetForegroundWindow(), first);
+    EXPECT_EQ(GetWindow(first, GW_OWNER), nullptr) << "it would be hidden with the minimised window";
+    const struct {
+        UINT Message;
+        int Line;  // the button is at the left of the second one
+        const char* Done;
+    } clicks[] = {{WM_LBUTTONDOWN, 0, ""},
+                  {WM_LBUTTONDOWN, 1, "2118 "},
+                  {WM_RBUTTONDOWN, 0, "program "},
+                  {WM_RBUTTONDOWN, 1, "program "}};
+    for (const auto& click : clicks) {
+        const HWND alert = Show({.Text = "text\n\x1b[*=2118]Suspend", .Handle = Handle("Alpha")});
+        EXPECT_FALSE(IsWindow(first));
+        RECT client;
+        GetClientRect(alert, &client);
+        const LPARAM place = MAKELPARAM(client.right / 4, client.bottom * (1 + 2 * click.Line) / 4);
+        EXPECT_EQ(Done([&] {
+                      SendMessageW(alert, WM_MOUSEMOVE, 0, place);
+                      SendMessageW(alert, click.Message, 0, place);
+                      EXPECT_EQ(IsWindowVisible(alert) != 0, click.Message == WM_RBUTTONDOWN);
+                      EXPECT_TRUE(PumpUntil([&] { return !Alert(); }));
+                  }),
+                  click.Done)
+            << click.Message << " " << click.Line;
+    }
+    EXPECT_ASSERTIONS(1);
+    SendMessageW(Window->hWnd, WM__ALERTCLICK, 2, 0);
+}
+
+TEST_F(Notice, OpeningAlertsLeavesNoHandlesBehind) {
+    Open(TWO_ITEMS);
+    ALERTSETUP setup;
+    setup.Parent = Window->hWnd;
+    ExpectNoHandleGrowth([&] { SEMITOOLTIP("one\n\x1b[b]two \x1b[*=1]three", setup); }, 500);
+}
+
+}  // namespace
