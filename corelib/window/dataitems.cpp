@@ -27,7 +27,7 @@ bool DATAITEM::IsThere(HWND control, const char* text) const {
 void DATAITEM::Put(const STRING& text) {
     const uint32_t flags = Value->GetFlags();
     *Value = text;
-    Value->SetFlags(flags);
+    Value->SetFlags(Value->GetFlags() | flags);
 }
 
 void DATAITEM::PutNumber(int number) {

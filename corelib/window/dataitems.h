@@ -27,7 +27,7 @@ class DATAITEM {
  protected:
     // Whether the control is there; if not, the assertion `text` fails, with the control's number.
     bool IsThere(HWND control, const char* text) const;
-    // Gives the string a new text, or number, and leaves it its flags.
+    // Gives the string a new text, or number, with its flags besides those that it has.
     void Put(const STRING& text);
     void PutNumber(int number);
     int Number() const { return atoi(*Value); }

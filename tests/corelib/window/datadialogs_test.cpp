@@ -211,7 +211,8 @@ TEST(DataPush, ChangesTheValueOnlyAsTheUserChooses) {
             if (ending == IDCANCEL || row.Chosen.NotNull())
                 EXPECT_EQ(value, ending == IDOK ? row.Chosen : row.Value);
             else
-                EXPECT_TRUE(FontFromValue(value, chosen) && chosen.lfFaceName[0]);
+                EXPECT_TRUE(FontFromValue(value, chosen) && chosen.lfFaceName[0] &&
+                            value.GetFlags() & STRINGFLAG_BINARY);
         }
     }
 }
