@@ -74,6 +74,7 @@ int RunDesktop(int argc, const char* const* argv) {
     AddDemoDirectory(words);
     VELMORAAPP app{ARGUMENTS(words)};
     MESSAGEBOXES boxes;
+    SetAssertQuestion(AskToGoOn);
     if (const int code = app.Start(boxes))
         return code;
     const RESOURCELIBRARY resources(app.LibraryPath());

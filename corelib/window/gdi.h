@@ -31,10 +31,14 @@ using IMAGELISTHANDLE = std::unique_ptr<std::remove_pointer_t<HIMAGELIST>, HANDL
 /// A length in pixels of a display with 96 dots per inch, on this one.
 int ScalePixels(int pixels);
 
+// What cannot be had from here on is told without a question to the user: its box would have to be painted as well.
+
 /// A window's device context; with a null window the screen's.
 class WINDOWDC {
  public:
-    explicit WINDOWDC(HWND window) : Window(window), Dc(GetDC(window)) { ASSERTION(Dc != nullptr, "hdc"); }
+    explicit WINDOWDC(HWND window) : Window(window), Dc(GetDC(window)) {
+        ASSERTION_QUIET(Dc != nullptr, "hdc", nullptr);
+    }
     ~WINDOWDC() { ReleaseDC(Window, Dc); }
     WINDOWDC(const WINDOWDC&) = delete;
     WINDOWDC& operator=(const WINDOWDC&) = delete;
@@ -50,7 +54,7 @@ class PAINTER {
  public:
     explicit PAINTER(HWND window) : Window(window) {
         const HDC hdc = BeginPaint(window, &Paint);
-        ASSERTION(hdc != nullptr, "hdc");
+        ASSERTION_QUIET(hdc != nullptr, "hdc", nullptr);
     }
     ~PAINTER() { EndPaint(Window, &Paint); }
     PAINTER(const PAINTER&) = delete;
@@ -70,8 +74,8 @@ class PICTUREDC {
         : Dc(CreateCompatibleDC(model)),
           Bitmap(CreateCompatibleBitmap(model, width > 0 ? width : 1, height > 0 ? height : 1)),
           State(SaveDC(Dc)) {
-        ASSERTION(Dc != nullptr, "hdc");
-        ASSERTION(Bitmap != nullptr, "hbm");
+        ASSERTION_QUIET(Dc != nullptr, "hdc", nullptr);
+        ASSERTION_QUIET(Bitmap != nullptr, "hbm", nullptr);
         SelectObject(Dc, Bitmap);
     }
     ~PICTUREDC() {

@@ -26,7 +26,8 @@ void AddIcon(HIMAGELIST images, int id) {
     int width = 0, height = 0;
     ImageList_GetIconSize(images, &width, &height);
     const ICONHANDLE icon = LoadIconResource(id, width);
-    if (ASSERTION_INFO(icon != nullptr, "hbm", std::to_string(id).c_str()))
+    // Without a question to the user: a program without its pictures would ask dozens.
+    if (ASSERTION_QUIET(icon != nullptr, "hbm", std::to_string(id).c_str()))
         ImageList_ReplaceIcon(images, -1, icon.get());
     else
         ImageList_SetImageCount(images, static_cast<UINT>(ImageList_GetImageCount(images)) + 1);

@@ -1,6 +1,7 @@
 #include "corelib/window/messages.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cderr.h>
 #include <commdlg.h>
 #include <string>
@@ -46,6 +47,16 @@ void ShowError(HWND window, const STRING& text, const STRING& title) {
 
 bool AskYesNo(HWND window, const STRING& text, const STRING& title) {
     return Box(window, text, title, MB_YESNO | MB_ICONQUESTION) == IDYES;
+}
+
+bool AskToGoOn(const char* title, const char* text) {
+    // The box has a message loop of its own, which may well lead to the next one.
+    static std::atomic<bool> asking = false;
+    if (asking.exchange(true))
+        return true;
+    const bool yes = Box(nullptr, text, title, MB_YESNO | MB_ICONSTOP) == IDYES;
+    asking = false;
+    return yes;
 }
 
 bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {

@@ -10,6 +10,9 @@ void ShowError(HWND window, const STRING& text, const STRING& title);
 /// True is yes.
 bool AskYesNo(HWND window, const STRING& text, const STRING& title);
 
+/// Whether to go on after a failed assertion, for SetAssertQuestion. Any thread; while one asks, others go on.
+bool AskToGoOn(const char* title, const char* text);
+
 /// A message, and a question, that the user can switch off for good. That is remembered under `key`: as a 32-bit value
 /// of the product's in the registry, or in `state` if that is given (made there even if its key set is locked). 0: it
 /// is shown; 1: not any more, and a question is answered by yes; 2: a question is answered by no. Closing the window is

@@ -87,6 +87,16 @@ TEST(HINTS, OfATableNeedAKey) {
     EXPECT_EQ(table.Count(), 0);
 }
 
+TEST(ASSERTIONS, AreAskedAboutOneAtATime) {
+    bool another = false;
+    Later([&] {
+        another = AskToGoOn(TITLE, "another");
+        PostMessageW(FindWindowW(nullptr, WideText(std::string_view(TITLE)).c_str()), WM_COMMAND, IDNO, 0);
+    });
+    EXPECT_FALSE(AskToGoOn(TITLE, "one"));
+    EXPECT_TRUE(another);
+}
+
 TEST(TRAY, RefusedOrLostIconCanBeAddedAgain) {
     constexpr int ICON = 2050;
     const WINDOW window(WS_OVERLAPPEDWINDOW, "tray", 0, 0, 100, 100, nullptr, 0, "TrayTest");
