@@ -89,6 +89,7 @@ void CheckPopupFont(STRINGARRAY& state) {
 SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)
     // Nobody owns it: it would go out of sight with an owner that is minimised.
     : WINDOW(WS_POPUP | WS_BORDER, "", 0, 0, 0, 0, nullptr, 0, nullptr, WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE),
+      Text(text),
       Setup(setup) {
     if (!ASSERTION(hWnd != nullptr, "FALSE"))
         return;
@@ -112,6 +113,7 @@ SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)
     if (Setup.Blink)
         SetTimer(hWnd, TIMER_ALERT_BLINK, BLINK_MS, nullptr);
     UpdateWindow(hWnd);
+    NotifyWinEvent(EVENT_SYSTEM_ALERT, hWnd, OBJID_CLIENT, CHILDID_SELF);
 }
 
 SEMITOOLTIP::~SEMITOOLTIP() {
@@ -140,6 +142,10 @@ LRESULT SEMITOOLTIP::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM_PAINT:
             Paint();
             return 0;
+        case WM_GETOBJECT:
+            if (LRESULT object = 0; Access.Answer(hWnd, first, second, object))
+                return object;
+            return WINDOW::WinProc(message, first, second);
         case WM_MOUSEACTIVATE:
             return MA_NOACTIVATE;
         case WM_LBUTTONDOWN:
@@ -159,6 +165,35 @@ LRESULT SEMITOOLTIP::WinProc(UINT message, WPARAM first, LPARAM second) {
         default:
             return WINDOW::WinProc(message, first, second);
     }
+}
+
+SEMITOOLTIP::ELEMENT SEMITOOLTIP::Whole() const {
+    std::string words;
+    for (const ALERTLINE& line : ParseAlertMarkup(Text.View())) {
+        for (const ALERTPIECE& piece : line)
+            words += piece.Button ? std::string_view() : std::string_view(piece.Text);
+        words += '\n';
+    }
+    words.erase(words.find_last_not_of("\n ") + 1);
+    return {WideText(words), {}, ROLE_SYSTEM_ALERT, STATE_SYSTEM_READONLY};
+}
+
+SEMITOOLTIP::ELEMENT SEMITOOLTIP::Element(int index) const {
+    const ALERTRECT& rect = Layout->Buttons()[static_cast<size_t>(index)].Rect;
+    ELEMENT element{{}, {}, ROLE_SYSTEM_PUSHBUTTON, 0, SystemRect(rect)};
+    if (rect.Contains(Look.Pointer))
+        element.State |= STATE_SYSTEM_HOTTRACKED;
+    for (const ALERTLINE& line : ParseAlertMarkup(Text.View()))
+        for (const ALERTPIECE& piece : line)
+            if (piece.Button && index-- == 0)
+                element.Name = WideText(piece.Text);
+    return element;
+}
+
+bool SEMITOOLTIP::PressLater(int index) {
+    const RECT place = SystemRect(Layout->Buttons()[static_cast<size_t>(index)].Rect);
+    const LPARAM middle = MAKELPARAM((place.left + place.right) / 2, (place.top + place.bottom) / 2);
+    return PostMessageW(hWnd, WM_LBUTTONDOWN, MK_LBUTTON, middle) != 0;
 }
 
 void SEMITOOLTIP::Paint() {

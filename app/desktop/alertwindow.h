@@ -6,6 +6,7 @@
 #include "app/common/frontend.h"
 #include "app/notify/alertlayout.h"
 #include "corelib/base/stringarray.h"
+#include "corelib/window/drawnaccess.h"
 #include "corelib/window/window.h"
 
 /// The alert's answer to a click, posted to its parent. First parameter 0 for the left button, 1 for the right one;
@@ -30,7 +31,7 @@ struct ALERTSETUP {
 
 /// The small window in front of all others that tells of new mail. It shows at once, never takes the focus, and hides
 /// itself when it is clicked; its owner destroys it.
-class SEMITOOLTIP : public WINDOW {
+class SEMITOOLTIP : public WINDOW, private DRAWNELEMENTS {
  public:
     SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup);
     ~SEMITOOLTIP() override;
@@ -43,15 +44,23 @@ class SEMITOOLTIP : public WINDOW {
     using FONTS = std::array<FONTHANDLE, 4>;
 
  private:
+    // DRAWNELEMENTS: the buttons; the rest of the text is the window's name
+    ELEMENT Whole() const override;
+    int Count() const override { return Layout ? static_cast<int>(Layout->Buttons().size()) : 0; }
+    ELEMENT Element(int index) const override;
+    bool PressLater(int index) override;
+
     void MakeFonts(const STRING& font);
     void Paint();
     void Click(bool right, ALERTPOINT point);
     void MovePointer(ALERTPOINT point);
     void InvalidateButton(const ALERTBUTTON* button);
 
+    const STRING Text;
     ALERTSETUP Setup;
     FONTS Fonts;
     std::unique_ptr<ALERTLAYOUT> Layout;
     ALERTLOOK Look;
     bool Closing = false;
+    DRAWNACCESS Access{*this};
 };

@@ -7,7 +7,6 @@
 #include "corelib/base/trace.h"
 #include "corelib/window/controls.h"
 #include "corelib/window/icons.h"
-#include "corelib/window/toolbaraccess.h"
 #include "corelib/window/widetext.h"
 
 namespace {
@@ -69,8 +68,6 @@ NEWTOOLBAR::NEWTOOLBAR(HWND parent, int id)
 
 NEWTOOLBAR::~NEWTOOLBAR() {
     Trace("NEWTOOLBAR::~NEWTOOLBAR\n");
-    if (Access)
-        Access->Leave();
     if (hWnd)
         DestroyWindow(Tips);
     Trace("NEWTOOLBAR::~NEWTOOLBAR done\n");
@@ -245,24 +242,31 @@ std::wstring NEWTOOLBAR::TipOf(const BUTTON& button) const {
     return IS_INTRESOURCE(notice.lpszText) ? std::wstring() : std::wstring(notice.lpszText);
 }
 
-NEWTOOLBAR::DESCRIPTION NEWTOOLBAR::Describe(int index) const {
+NEWTOOLBAR::ELEMENT NEWTOOLBAR::Whole() const {
+    return {IsGermanResourceModule() ? L"Symbolleiste" : L"Tool bar", {}, ROLE_SYSTEM_TOOLBAR, STATE_SYSTEM_FOCUSABLE};
+}
+
+NEWTOOLBAR::ELEMENT NEWTOOLBAR::Element(int index) const {
     const BUTTON& button = Buttons[static_cast<size_t>(index)];
-    DESCRIPTION description{{},
-                            {},
-                            button.Style,
-                            button.State,
-                            Hot == index,
-                            Pressed == index,
-                            Focused == index && GetFocus() == hWnd,
-                            RectOf(button)};
     if (button.Style & TBSTYLE_SEP)
-        return description;
+        return {{}, {}, ROLE_SYSTEM_SEPARATOR, STATE_SYSTEM_READONLY, RectOf(button)};
     STRING label = button.Label;
     label.Strip('R', " ");
-    const std::wstring tip = TipOf(button);
-    description.Name = label.Length() > 0 ? WideText(label) : tip;
-    description.Tip = label.Length() > 0 ? tip : std::wstring();
-    return description;
+    ELEMENT element{WideText(label), TipOf(button), ROLE_SYSTEM_PUSHBUTTON, 0, RectOf(button)};
+    if (element.Name.empty())
+        element.Name.swap(element.Description);
+    if (button.Style & TBSTYLE_CHECK)
+        element.Role = button.Style & TBSTYLE_GROUP ? ROLE_SYSTEM_RADIOBUTTON : ROLE_SYSTEM_CHECKBUTTON;
+    element.State = button.State & TBSTATE_ENABLED ? STATE_SYSTEM_FOCUSABLE : STATE_SYSTEM_UNAVAILABLE;
+    if (button.State & TBSTATE_CHECKED)
+        element.State |= STATE_SYSTEM_CHECKED;
+    if (index == Focused && GetFocus() == hWnd)
+        element.State |= STATE_SYSTEM_FOCUSED;
+    if (index == Hot)
+        element.State |= STATE_SYSTEM_HOTTRACKED;
+    if (index == Pressed)
+        element.State |= STATE_SYSTEM_PRESSED;
+    return element;
 }
 
 bool NEWTOOLBAR::TakeFocus(int index) {
@@ -338,11 +342,9 @@ LRESULT NEWTOOLBAR::WinProc(UINT message, WPARAM first, LPARAM second) {
             Redraw(Focused);
             return 0;
         case WM_GETOBJECT:
-            if (static_cast<LONG>(second) != OBJID_CLIENT)
-                break;
-            if (!Access)
-                Access = new TOOLBARACCESS(*this);
-            return Access->Answer(first);
+            if (LRESULT object = 0; Access.Answer(hWnd, first, second, object))
+                return object;
+            break;
         case WM__PRESS:
             if (CanPress(static_cast<int>(first)))
                 Activate(static_cast<int>(first));

@@ -4,14 +4,13 @@
 #include <vector>
 
 #include "corelib/base/strings.h"
+#include "corelib/window/drawnaccess.h"
 #include "corelib/window/window.h"
-
-class TOOLBARACCESS;
 
 /// A tool bar that draws itself. A button's click, or Enter or the space bar on it, comes to the parent as WM_COMMAND;
 /// its tooltip is asked of the parent as TTN_GETDISPINFO with the command as number. Tab and F6 enter and leave the
 /// bar, the arrows, Home and End go from button to button.
-class NEWTOOLBAR : public WINDOW {
+class NEWTOOLBAR : public WINDOW, private DRAWNELEMENTS {
  public:
     static constexpr int HEIGHT = 34;            // pixels at 96 dots per inch
     static constexpr int MAX_BUTTONS = 2048;     // separators included
@@ -39,21 +38,6 @@ class NEWTOOLBAR : public WINDOW {
     /// A button's place in the bar; empty if there is none.
     RECT ButtonRect(int id) const;
 
-    /// A button or separator for those who do not see it.
-    struct DESCRIPTION {
-        std::wstring Name;  // the label, else the tooltip
-        std::wstring Tip;   // the tooltip of one that has a label
-        BYTE Style, State;  // TBSTYLE_x, TBSTATE_x
-        bool Hot, Pressed, Focused;
-        RECT Place;
-    };
-    /// How many there are, and the one at a place from 0 on.
-    int Count() const { return static_cast<int>(Buttons.size()); }
-    DESCRIPTION Describe(int index) const;
-    /// Gives it the focus; and presses it, once messages are handled again. False if it cannot be pressed.
-    bool TakeFocus(int index);
-    bool PressLater(int index);
-
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
 
  private:
@@ -65,6 +49,13 @@ class NEWTOOLBAR : public WINDOW {
         int Left, Top, Right;
         int Image;  // in both lists, -1 for none
     };
+    // DRAWNELEMENTS: the buttons by place, separators included
+    ELEMENT Whole() const override;
+    int Count() const override { return static_cast<int>(Buttons.size()); }
+    ELEMENT Element(int index) const override;
+    bool TakeFocus(int index) override;
+    bool PressLater(int index) override;
+
     BUTTON* Find(int id);
     const BUTTON* Find(int id) const;
     RECT RectOf(const BUTTON& button) const;
@@ -88,5 +79,5 @@ class NEWTOOLBAR : public WINDOW {
     HWND Tips = nullptr;
     std::vector<BUTTON> Buttons;
     int Hot = -1, Pressed = -1, Focused = -1;
-    TOOLBARACCESS* Access = nullptr;  // counts its references itself
+    DRAWNACCESS Access{*this};
 };

@@ -1,4 +1,4 @@
-#include "corelib/window/toolbaraccess.h"
+#include "corelib/window/drawnaccess.h"
 
 #include <string>
 #include <vector>
@@ -39,9 +39,9 @@ void CALLBACK SeeEvent(HWINEVENTHOOK, DWORD event, HWND, LONG, LONG child, DWORD
 }
 
 // As a screen reader asks: through the system, by the window.
-class TOOLBARACCESSTEST : public testing::Test {
+class DRAWNACCESSTEST : public testing::Test {
  protected:
-    TOOLBARACCESSTEST() {
+    DRAWNACCESSTEST() {
         Bar->AddButton(10, -1, TBSTYLE_BUTTON);
         Bar->AddSeparator();
         Bar->AddButton(11, -1, TBSTYLE_CHECK);
@@ -56,7 +56,7 @@ class TOOLBARACCESSTEST : public testing::Test {
                                              reinterpret_cast<void**>(&Access)),
                   S_OK);
     }
-    ~TOOLBARACCESSTEST() override {
+    ~DRAWNACCESSTEST() override {
         if (Access)
             Access->Release();
         CoUninitialize();
@@ -79,7 +79,7 @@ class TOOLBARACCESSTEST : public testing::Test {
     IAccessible* Access = nullptr;
 };
 
-TEST_F(TOOLBARACCESSTEST, TellsWhatTheButtonsAreAndWhereTheyLie) {
+TEST_F(DRAWNACCESSTEST, TellsWhatTheButtonsAreAndWhereTheyLie) {
     ASSERT_NE(Access, nullptr);
     const struct {
         const char *Name, *Description, *Action;
@@ -118,7 +118,7 @@ TEST_F(TOOLBARACCESSTEST, TellsWhatTheButtonsAreAndWhereTheyLie) {
     EXPECT_EQ(Number(&IAccessible::get_accRole, -1), -1);
 }
 
-TEST_F(TOOLBARACCESSTEST, PressesAndFocusesButtonsAndTellsOfTheFocus) {
+TEST_F(DRAWNACCESSTEST, PressesAndFocusesButtonsAndTellsOfTheFocus) {
     ASSERT_NE(Access, nullptr);
     const HWINEVENTHOOK hook = SetWinEventHook(EVENT_OBJECT_FOCUS, EVENT_OBJECT_FOCUS, nullptr, SeeEvent,
                                                GetCurrentProcessId(), 0, WINEVENT_OUTOFCONTEXT);
@@ -142,7 +142,7 @@ TEST_F(TOOLBARACCESSTEST, PressesAndFocusesButtonsAndTellsOfTheFocus) {
     EXPECT_FALSE(Bar->IsChecked(11));
 }
 
-TEST_F(TOOLBARACCESSTEST, OutlivesTheBar) {
+TEST_F(DRAWNACCESSTEST, OutlivesTheBar) {
     ASSERT_NE(Access, nullptr);
     Bar.reset();
     LONG count = 7;
