@@ -5,6 +5,7 @@
 #include "app/notify/traydisplay.h"
 #include "corelib/window/fontvalue.h"
 #include "tests/app/desktop/desktopsupport.h"
+#include "tests/support/accesstest.h"
 
 namespace {
 
@@ -229,6 +230,27 @@ TEST_F(MainWindow, TheAlertsFontIsOneThatItCanShow) {
     }
     Open(TWO_ITEMS);
     EXPECT_EQ(Engine->pState.Get("PopupFont").Length(), FONTVALUE_LENGTH);
+}
+
+TEST_F(MainWindow, AScreenReaderReadsAnAlertAndPressesItsButtons) {
+    Open(TWO_ITEMS);
+    static int alerts;
+    alerts = 0;
+    const HWINEVENTHOOK hook = SetWinEventHook(
+        EVENT_SYSTEM_ALERT, EVENT_SYSTEM_ALERT, nullptr,
+        [](HWINEVENTHOOK, DWORD, HWND, LONG, LONG, DWORD, DWORD) { ++alerts; }, GetCurrentProcessId(), 0,
+        WINEVENT_OUTOFCONTEXT);
+    Window->PostAlert({.Text = "New mail\n\x1b[b]Anna: \x1b[n]Hello\n\x1b[*=2107]Reset\x1b[*=2118]Suspend"});
+    EXPECT_TRUE(PumpUntil([&] { return alerts == 1 && Window->Alert(); }));
+    UnhookWinEvent(hook);
+    const ACCESSIBLE alert(Window->Alert()->hWnd);
+    EXPECT_EQ(alert.Text(&IAccessible::get_accName, 0), "New mail\nAnna: Hello");
+    EXPECT_EQ(alert.Number(&IAccessible::get_accRole, 0), ROLE_SYSTEM_ALERT);
+    EXPECT_EQ(alert.Count(), 2);
+    EXPECT_EQ(alert.Text(&IAccessible::get_accName, 2), "Suspend");
+    EXPECT_EQ(alert->accDoDefaultAction(ACCESSIBLE::Element(2)), S_OK);
+    EXPECT_TRUE(PumpUntil([&] { return Engine->Cycle().IsSuspended(); }));
+    EXPECT_EQ(Window->Alert(), nullptr);
 }
 
 }  // namespace

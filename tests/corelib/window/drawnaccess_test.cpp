@@ -4,8 +4,7 @@
 #include <vector>
 
 #include "corelib/window/toolbar.h"
-#include "corelib/window/widetext.h"
-#include "tests/support/windowtest.h"
+#include "tests/support/accesstest.h"
 
 namespace {
 
@@ -25,20 +24,12 @@ class PARENT : public WINDOW {
     std::vector<int> Commands;
 };
 
-VARIANT Element(LONG number) {
-    VARIANT element{};
-    element.vt = VT_I4;
-    element.lVal = number;
-    return element;
-}
-
 std::vector<LONG> FocusTold;
 void CALLBACK SeeEvent(HWINEVENTHOOK, DWORD event, HWND, LONG, LONG child, DWORD, DWORD) {
     if (event == EVENT_OBJECT_FOCUS && child != CHILDID_SELF)
         FocusTold.push_back(child);
 }
 
-// As a screen reader asks: through the system, by the window.
 class DRAWNACCESSTEST : public testing::Test {
  protected:
     DRAWNACCESSTEST() {
@@ -51,36 +42,15 @@ class DRAWNACCESSTEST : public testing::Test {
         Bar->Enable(12, false);
         Bar->ArrangeButtons();
         Pump();
-        CoInitialize(nullptr);
-        EXPECT_EQ(AccessibleObjectFromWindow(Bar->hWnd, static_cast<DWORD>(OBJID_CLIENT), __uuidof(IAccessible),
-                                             reinterpret_cast<void**>(&Access)),
-                  S_OK);
     }
-    ~DRAWNACCESSTEST() override {
-        if (Access)
-            Access->Release();
-        CoUninitialize();
-    }
-    std::string Text(HRESULT (STDMETHODCALLTYPE IAccessible::*get)(VARIANT, BSTR*), LONG element) {
-        BSTR text = nullptr;
-        if ((Access->*get)(Element(element), &text) != S_OK)
-            return "-";
-        const std::string result = Std(FromWide(text));
-        SysFreeString(text);
-        return result;
-    }
-    LONG Number(HRESULT (STDMETHODCALLTYPE IAccessible::*get)(VARIANT, VARIANT*), LONG element) {
-        VARIANT number{};
-        return (Access->*get)(Element(element), &number) == S_OK ? number.lVal : -1;
-    }
+    static VARIANT Element(LONG number) { return ACCESSIBLE::Element(number); }
 
     PARENT Parent;
     std::unique_ptr<NEWTOOLBAR> Bar = std::make_unique<NEWTOOLBAR>(Parent.Hwnd());
-    IAccessible* Access = nullptr;
+    ACCESSIBLE Access{Bar->hWnd};
 };
 
 TEST_F(DRAWNACCESSTEST, TellsWhatTheButtonsAreAndWhereTheyLie) {
-    ASSERT_NE(Access, nullptr);
     const struct {
         const char *Name, *Description, *Action;
         LONG Role, State;
@@ -92,16 +62,14 @@ TEST_F(DRAWNACCESSTEST, TellsWhatTheButtonsAreAndWhereTheyLie) {
         {"tip 11", "-", "Press", ROLE_SYSTEM_CHECKBUTTON, STATE_SYSTEM_FOCUSABLE | STATE_SYSTEM_CHECKED, 11},
         {"tip 12", "-", "Press", ROLE_SYSTEM_RADIOBUTTON, STATE_SYSTEM_UNAVAILABLE, 12},
     };
-    LONG count = 0;
-    EXPECT_EQ(Access->get_accChildCount(&count), S_OK);
-    EXPECT_EQ(count, 4);
-    for (LONG i = 0; i <= count; ++i) {
+    ASSERT_EQ(Access.Count(), 4);
+    for (LONG i = 0; i <= 4; ++i) {
         const auto& row = table[i];
-        EXPECT_EQ(Text(&IAccessible::get_accName, i), row.Name);
-        EXPECT_EQ(Text(&IAccessible::get_accDescription, i), row.Description);
-        EXPECT_EQ(Text(&IAccessible::get_accDefaultAction, i), row.Action);
-        EXPECT_EQ(Number(&IAccessible::get_accRole, i), row.Role);
-        EXPECT_EQ(Number(&IAccessible::get_accState, i), row.State);
+        EXPECT_EQ(Access.Text(&IAccessible::get_accName, i), row.Name);
+        EXPECT_EQ(Access.Text(&IAccessible::get_accDescription, i), row.Description);
+        EXPECT_EQ(Access.Text(&IAccessible::get_accDefaultAction, i), row.Action);
+        EXPECT_EQ(Access.Number(&IAccessible::get_accRole, i), row.Role);
+        EXPECT_EQ(Access.Number(&IAccessible::get_accState, i), row.State);
         if (row.Id == 0)
             continue;
         RECT wanted = Bar->ButtonRect(row.Id);
@@ -114,12 +82,11 @@ TEST_F(DRAWNACCESSTEST, TellsWhatTheButtonsAreAndWhereTheyLie) {
         EXPECT_EQ(Access->accHitTest(left + width / 2, top + height / 2, &hit), S_OK);
         EXPECT_EQ(hit.lVal, i);
     }
-    EXPECT_EQ(Number(&IAccessible::get_accRole, 5), -1);
-    EXPECT_EQ(Number(&IAccessible::get_accRole, -1), -1);
+    EXPECT_EQ(Access.Number(&IAccessible::get_accRole, 5), -1);
+    EXPECT_EQ(Access.Number(&IAccessible::get_accRole, -1), -1);
 }
 
 TEST_F(DRAWNACCESSTEST, PressesAndFocusesButtonsAndTellsOfTheFocus) {
-    ASSERT_NE(Access, nullptr);
     const HWINEVENTHOOK hook = SetWinEventHook(EVENT_OBJECT_FOCUS, EVENT_OBJECT_FOCUS, nullptr, SeeEvent,
                                                GetCurrentProcessId(), 0, WINEVENT_OUTOFCONTEXT);
     FocusTold.clear();
@@ -143,11 +110,9 @@ TEST_F(DRAWNACCESSTEST, PressesAndFocusesButtonsAndTellsOfTheFocus) {
 }
 
 TEST_F(DRAWNACCESSTEST, OutlivesTheBar) {
-    ASSERT_NE(Access, nullptr);
     Bar.reset();
-    LONG count = 7;
-    EXPECT_NE(Access->get_accChildCount(&count), S_OK);
-    EXPECT_EQ(Number(&IAccessible::get_accRole, 1), -1);
+    EXPECT_EQ(Access.Count(), -1);
+    EXPECT_EQ(Access.Number(&IAccessible::get_accRole, 1), -1);
     EXPECT_NE(Access->accDoDefaultAction(Element(1)), S_OK);
 }
 
