@@ -54,9 +54,10 @@ bool AskToGoOn(const char* title, const char* text) {
     static std::atomic<bool> asking = false;
     if (asking.exchange(true))
         return true;
-    const bool yes = Box(nullptr, text, title, MB_YESNO | MB_ICONSTOP) == IDYES;
+    // At the program's end it may come back without having been shown, which is no answer.
+    const bool no = Box(nullptr, text, title, MB_YESNO | MB_ICONSTOP) == IDNO;
     asking = false;
-    return yes;
+    return !no;
 }
 
 bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {

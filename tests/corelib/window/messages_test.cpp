@@ -95,6 +95,9 @@ TEST(ASSERTIONS, AreAskedAboutOneAtATime) {
     });
     EXPECT_FALSE(AskToGoOn(TITLE, "one"));
     EXPECT_TRUE(another);
+    PostQuitMessage(0);
+    EXPECT_TRUE(AskToGoOn(TITLE, "nobody sees this"));
+    Pump();
 }
 
 TEST(TRAY, RefusedOrLostIconCanBeAddedAgain) {
