@@ -3,6 +3,21 @@
 file(REMOVE_RECURSE installed "a folder" data)
 execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --component program --prefix installed
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+# On Windows there is nothing but the system besides.
+if(OBJDUMP)
+    set(system "advapi32|comctl32|comdlg32|gdi32|kernel32|msvcrt|ole32|oleacc|oleaut32|shell32|user32|uxtheme|ws2_32")
+    file(GLOB binaries installed/*.exe installed/*.dll)
+    foreach(binary IN LISTS binaries)
+        execute_process(COMMAND "${OBJDUMP}" -p "${binary}" OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+        string(REGEX MATCHALL "DLL Name: [^\n]+" imports "${headers}")
+        foreach(import IN LISTS imports)
+            string(TOLOWER "${import}" import)
+            if(NOT import MATCHES ": (${system})\\.dll")
+                message(FATAL_ERROR "${binary}: Windows may not have this library: ${import}")
+            endif()
+        endforeach()
+    endforeach()
+endif()
 file(RENAME installed "a folder")
 execute_process(
     COMMAND ${EMULATOR} "${CMAKE_CURRENT_BINARY_DIR}/a folder/${PROGRAM}" /DEMO /ONCE /INBOX /LANG:GER /WORKDIR:data
