@@ -83,8 +83,8 @@ bool ITEMLIST::FillListviewThread() {
 void ITEMLIST::InsertItemIntoListview(int index) {
     Trace("TARNWICK::InsertItemIntoListview\n");
     STRINGARRAY& item = Application.Items[index];
-    const int row = List.InsertRecord(index, ItemImage(item, false), item.Get("Name") || "\t" || ResultText(item));
-    List.SetRowData(row, static_cast<uint32_t>(item.GetNumber("@Handle")));
+    List.InsertRecord(index, ItemImage(item, false), item.Get("Name") || "\t" || ResultText(item),
+                      static_cast<uint32_t>(item.GetNumber("@Handle")));
     item.Set("@Showing", "1");
     Trace("TARNWICK::~InsertItemIntoListview\n");
 }

@@ -1,7 +1,6 @@
 #include "app/desktop/mainwindow.h"
 
 #include <algorithm>
-#include <mmsystem.h>
 
 #include "app/common/texts.h"
 #include "app/core/maintitle.h"
@@ -11,6 +10,7 @@
 #include "app/notify/traydisplay.h"
 #include "corelib/base/trace.h"
 #include "corelib/window/messages.h"
+#include "corelib/window/sound.h"
 #include "corelib/window/widetext.h"
 
 DESKTOPTIMES DesktopTimes;
@@ -184,7 +184,7 @@ void MAINWINDOW::PostAlert(const ALERTREQUEST& request) {
 }
 
 void MAINWINDOW::PlaySoundFile(const STRING& file) {
-    PlaySoundW(WideText(file).c_str(), nullptr, SND_FILENAME | SND_ASYNC | SND_NODEFAULT);
+    PlaySoundOf(file);
 }
 
 void MAINWINDOW::StartTimer(int timer, int ms) {

@@ -5,7 +5,6 @@
 #define SORT_DESCENDING SHELL_SORT_DESCENDING
 // These need windows.h, which a header of ours has brought.
 #include <commdlg.h>
-#include <mmsystem.h>
 #include <shellapi.h>
 #include <shlobj.h>
 #undef SORT_DESCENDING
@@ -14,6 +13,7 @@
 #include "corelib/window/datadialog.h"
 #include "corelib/window/fontvalue.h"
 #include "corelib/window/messages.h"
+#include "corelib/window/sound.h"
 #include "corelib/window/widetext.h"
 
 namespace {
@@ -78,8 +78,7 @@ STRING PushOpenText(const STRING& value, const PUSHARGUMENT& argument, DATADIALO
 }
 
 STRING PushPlay(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialog) {
-    PlaySoundW(WideText(dialog.ControlText(argument.Control)).c_str(), nullptr,
-               SND_FILENAME | SND_ASYNC | SND_NODEFAULT);
+    PlaySoundOf(dialog.ControlText(argument.Control));
     return value;
 }
 

@@ -140,16 +140,16 @@ int LISTVIEW::ImageIndex(int image) {
     return static_cast<int>(Icons.size()) - 1;
 }
 
-int LISTVIEW::InsertRecord(int index, int image, const STRING& text) {
+int LISTVIEW::InsertRecord(int index, int image, const STRING& text, uint32_t value) {
     TraceLevel(INSERT_LEVEL, "LISTVIEW::InsertRecord %d %d %s\n", index, image, text.Text());
     if (ShowsEmptyText())
         InvalidateRect(hWnd, nullptr, TRUE);
-    STRING value;
+    STRING cell;
     int row = -1;
-    for (int i = 0; (value = text.Word(i, "\t", 0)).NotNull(); ++i) {
-        if (value.Length() > COLUMN_BYTES)
-            value.Truncate(COLUMN_BYTES);
-        std::wstring wide = WideText(value);
+    for (int i = 0; (cell = text.Word(i, "\t", 0)).NotNull(); ++i) {
+        if (cell.Length() > COLUMN_BYTES)
+            cell.Truncate(COLUMN_BYTES);
+        std::wstring wide = WideText(cell);
         LVITEMW item{};
         item.mask = LVIF_TEXT;
         item.iSubItem = i;
@@ -158,8 +158,9 @@ int LISTVIEW::InsertRecord(int index, int image, const STRING& text) {
             item.mask |= LVIF_IMAGE | LVIF_PARAM;
             item.iItem = index;
             item.iImage = ImageIndex(image);
+            item.lParam = static_cast<LPARAM>(value);
             row = ListView_InsertItem(hWnd, &item);
-            Trace("LISTVIEW::InsertRecord LVM_INSERT %d %d %d %s returns %d\n", index, i, item.iImage, value.Text(),
+            Trace("LISTVIEW::InsertRecord LVM_INSERT %d %d %d %s returns %d\n", index, i, item.iImage, cell.Text(),
                   row);
             if (!ASSERTION(row != -1, "rc!=-1"))
                 return -1;
@@ -167,7 +168,7 @@ int LISTVIEW::InsertRecord(int index, int image, const STRING& text) {
         }
         item.iItem = row;
         const int rc = ListView_SetItem(hWnd, &item);
-        Trace("LISTVIEW::InsertRecord LVM_SETITEM  %d %d %s returns %d\n", row, i, value.Text(), rc);
+        Trace("LISTVIEW::InsertRecord LVM_SETITEM  %d %d %s returns %d\n", row, i, cell.Text(), rc);
         ASSERTION_INFO(rc != 0, "rc", ("insert failed for column " + std::to_string(i)).c_str());
     }
     return row;

@@ -35,8 +35,8 @@ class LISTVIEW : public CONTROL {
     void SetEmptyText(const STRING& text);
 
     /// A new row before `index` (at the end if there are fewer); image: an icon's resource number, -1 for none; text:
-    /// the columns' values, at most 255 bytes each, joined by tabs. The row's place, or -1.
-    int InsertRecord(int index, int image, const STRING& text);
+    /// the columns' values, at most 255 bytes each, joined by tabs; value: the row's number. The row's place, or -1.
+    int InsertRecord(int index, int image, const STRING& text, uint32_t value = 0);
     bool DeleteRow(int row);
     void DeleteAll();
     int Count() const { return ListView_GetItemCount(hWnd); }
