@@ -38,13 +38,9 @@ bool ReadMailbox(int port, const char* user, const char* password, const char* l
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 5) {
-        fprintf(stderr, "usage: bare_pop3 PORT USER PASSWORD LINES\n");
-        return 2;
-    }
-    COST cost;
-    std::string listing;
-    bool ok = ReadMailbox(atoi(argv[1]), argv[2], argv[3], argv[4], listing);
-    cost.Print(listing.size());
-    return ok ? 0 : 1;
+    return MeasureClient(argc, argv, [](char** words) {
+        std::string listing;
+        const bool ok = ReadMailbox(atoi(words[0]), words[1], words[2], words[3], listing);
+        return ok ? static_cast<long>(listing.size()) : -1;
+    });
 }

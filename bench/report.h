@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <sys/resource.h>
 
 /// What a run of a client cost this process: wall and processor time from the object's making on, and the most memory
@@ -31,3 +32,16 @@ class COST {
     std::chrono::steady_clock::time_point Start;
     double CpuStart;
 };
+
+/// main() of a client that bench/dovecot.sh drives: PORT USER PASSWORD AMOUNT go to `read`, which reads the mailbox and
+/// gives the bytes of what it has listed, or -1.
+inline int MeasureClient(int argc, char** argv, const std::function<long(char** words)>& read) {
+    if (argc != 5) {
+        fprintf(stderr, "usage: %s PORT USER PASSWORD AMOUNT\n", argv[0]);
+        return 2;
+    }
+    const COST cost;
+    const long bytes = read(argv + 1);
+    cost.Print(bytes < 0 ? 0 : static_cast<size_t>(bytes));
+    return bytes < 0 ? 1 : 0;
+}

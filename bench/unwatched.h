@@ -1,0 +1,21 @@
+#pragma once
+
+#include "app/common/frontend.h"
+#include "app/common/texts.h"
+#include "app/mailbox/mailhandler.h"
+
+/// What the protocols report to, with nobody who looks at it.
+class UNWATCHED {
+ public:
+    operator PROGRESS&() { return Progress; }
+
+ private:
+    class ONETEXT : public TEXTS {
+     public:
+        STRING Get(int) const override { return "text"; }
+    };
+
+    FRONTEND Nobody;
+    ONETEXT Texts;
+    PROGRESS Progress{Nobody, Texts, 1};
+};
