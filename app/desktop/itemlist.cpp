@@ -13,6 +13,7 @@ constexpr int MUTEX_MS = 100;  // the window does not hang behind somebody else
 constexpr int LIST_ID = 1;
 constexpr int WIDTH_NAME = 1;
 constexpr int WIDTH_RESULT = 2;
+constexpr int RESULT_WIDTH = 120;  // at 96 dots per inch
 constexpr int TEXT_COLUMNS = 10060;
 constexpr int TEXT_EMPTY = 10064;
 
@@ -72,8 +73,9 @@ bool ITEMLIST::FillListviewThread() {
     for (int i = 0; i < Application.Items.Count(); ++i)
         InsertItemIntoListview(i);
     Sort();
-    AutoWidth(WIDTH_NAME | WIDTH_RESULT);
+    // The scroll bar comes with the drawing, and takes room.
     List.SetRedraw(true);
+    AutoWidth(WIDTH_NAME | WIDTH_RESULT);
     Application.listviewMutex.Release();
     RestoreSelection();
     Trace("TARNWICK::~FillListviewThread\n");
@@ -177,9 +179,14 @@ bool ITEMLIST::RemoveItem(int handle) {
 
 void ITEMLIST::AutoWidth(int mask) {
     Trace("TARNWICK::AutoWidth\n");
+    const int width = static_cast<int>(List.ClientRect().right), result = ScalePixels(RESULT_WIDTH);
     if (mask & WIDTH_NAME)
         List.FitColumn(NAME_COLUMN);
+    // The longest names are cut before there is no room for results; a tip shows them whole.
+    const int most = std::max(width - result, width / 2);
+    if (List.ColumnWidth(NAME_COLUMN) > most)
+        List.SetColumnWidth(NAME_COLUMN, most);
     if (mask & WIDTH_RESULT)
-        List.SetColumnWidth(RESULT_COLUMN, static_cast<int>(List.ClientRect().right) - List.ColumnWidth(NAME_COLUMN));
+        List.SetColumnWidth(RESULT_COLUMN, std::max(width - List.ColumnWidth(NAME_COLUMN), result / 2));
     Trace("TARNWICK::~AutoWidth\n");
 }

@@ -43,7 +43,7 @@ class ITEMLIST {
     /// Takes the item out of list and table; false if it is being checked, or there is none.
     bool RemoveItem(int handle);
 
-    /// mask bit 1: column 0 fits its content; bit 2: column 1 takes the rest.
+    /// mask bit 1: column 0 fits its content; bit 2: column 1 takes the rest, of which some is always left.
     void AutoWidth(int mask);
 
  private:

@@ -24,6 +24,28 @@ TEST_F(MainWindow, TheListShowsTheItemsByNameAndTurnsRound) {
     EXPECT_EQ(Rows().front(), "beta|3 mails");  // the other column keeps the order
 }
 
+TEST_F(MainWindow, TheColumnsFillTheListWhateverIsInIt) {
+    const auto edges = [this] {
+        const HWND list = Window->List().Handle();
+        RECT client;
+        GetClientRect(list, &client);
+        const int name = ListView_GetColumnWidth(list, 0), result = ListView_GetColumnWidth(list, 1);
+        EXPECT_GE(result, ScalePixels(100));
+        EXPECT_EQ(name + result, client.right);  // no scroll bar below
+    };
+    Open("[#0]\r\nName=" + std::string(200, 'n') + "\r\nType=1\r\n\r\n");
+    edges();
+    Window->Move(0, 0, ScalePixels(300), ScalePixels(300));
+    Pump();
+    edges();
+    Close();
+    std::string many;
+    for (int i = 0; i < 60; ++i)
+        many += "[#" + std::to_string(i) + "]\r\nName=n\r\nType=1\r\n\r\n";
+    Open(many);
+    edges();
+}
+
 TEST_F(MainWindow, ImagesFollowTheItemsState) {
     struct {
         const char* Key;
