@@ -42,15 +42,19 @@ class Lifecycle : public DESKTOPTEST {
         value.Strip('R', "\r");
         return Std(value);
     }
-    /// Starts the program itself over another directory; its exit code, or -1 if it does not end.
-    int StartSecond(const TEMPDIR& other) {
+    /// Starts the program itself over another directory.
+    static PROCESS_INFORMATION StartProgramOver(const TEMPDIR& other, const char* switches = "") {
         const STRING program = OSYS::FilePath(OSYS::FileDirectory(OSYS::ProgramPath().Text()).Text(), "tarnwick.exe");
-        std::wstring line = WideText("\"" || program || "\" \"/WORKDIR:" || other.Path() || "\"");
+        std::wstring line = WideText("\"" || program || "\" \"/WORKDIR:" || other.Path() || "\" " || switches);
         STARTUPINFOW start{};
         start.cb = sizeof start;
         PROCESS_INFORMATION process{};
         EXPECT_TRUE(
             CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &process));
+        return process;
+    }
+    /// Its exit code, or -1 if it does not end.
+    static int WaitForEnd(const PROCESS_INFORMATION& process) {
         DWORD code = STILL_ACTIVE;
         if (!PumpUntil([&] { return GetExitCodeProcess(process.hProcess, &code) && code != STILL_ACTIVE; }))
             TerminateProcess(process.hProcess, 1);
@@ -81,11 +85,37 @@ TEST_F(Lifecycle, ASecondStartRaisesTheFirst) {
         Pump();
         EXPECT_NE(GetForegroundWindow(), Window->hWnd) << state.Name;
         const TEMPDIR untouched;
-        EXPECT_EQ(StartSecond(untouched), 0) << state.Name;
+        EXPECT_EQ(WaitForEnd(StartProgramOver(untouched)), 0) << state.Name;
         EXPECT_TRUE(PumpUntil([&] { return GetForegroundWindow() == Window->hWnd; })) << state.Name;
         EXPECT_TRUE(Window->IsVisible() && !IsIconic(Window->hWnd)) << state.Name;
         EXPECT_TRUE(RemoveDirectoryA(untouched.Path())) << "it is not empty any more";
         Close();
+    }
+}
+
+TEST_F(Lifecycle, TheProgramBeginsAndEndsAsAWhole) {
+    const struct {
+        const char *Switches, *Items;
+        bool Visible;
+    } runs[] = {{"/MIN", TWO_ITEMS, false}, {"/LANG:GER", TWO_ITEMS, true}, {"", "", true}};
+    for (const auto& run : runs) {
+        const TEMPDIR data;
+        WriteBytes(data.File("tarnwick.ini"), "DlgCloseMinimize=0\r\nVersion=2.02\r\n");
+        WriteBytes(data.File("accounts.ini"), run.Items);
+        const PROCESS_INFORMATION process = StartProgramOver(data, run.Switches);
+        HWND window = nullptr;
+        const auto isReady = [&] {
+            window = FindWindowW(WideText(std::string_view(MAINWINDOW_CLASS)).c_str(), nullptr);
+            // Without accounts it asks for the first one.
+            return window && GetDlgItem(window, 1) && IsWindowVisible(window) == run.Visible &&
+                   IsWindowEnabled(window) == (*run.Items != 0);
+        };
+        EXPECT_TRUE(PumpUntil(isReady)) << run.Switches;
+        PostMessageW(window, WM_CLOSE, 0, 0);
+        EXPECT_EQ(WaitForEnd(process), 0) << run.Switches;
+        EXPECT_NE(ReadBytes(data.File("tarnwick.ini")).find("InboxVisible="), std::string::npos) << "saved whole";
+        const std::string items = ReadBytes(data.File("accounts.ini"));
+        EXPECT_EQ(items.find("[#0]") != std::string::npos, *run.Items != 0) << items;
     }
 }
 
@@ -196,7 +226,7 @@ TEST_F(Lifecycle, OpeningWindowsLeavesNoHandlesBehind) {
             Pump();
             window.SetApplication(nullptr);
         },
-        100);
+        60);
 }
 
 }  // namespace
