@@ -1,7 +1,6 @@
 #include "app/core/commands.h"
 
 #include "app/check/items.h"
-#include "app/core/clickmodes.h"
 #include "app/core/maintitle.h"
 #include "app/core/tarnwick.h"
 #include "corelib/net/proxyinfo.h"
@@ -229,33 +228,6 @@ TEST(CommandStates, FollowSelectionAndWindows) {
               "2133- 2137- 2134+ 2135+ 2130+u 2119- 2112+c 2144c 2113u 2142u 2117c 2105- 2118u 2158u 0");
     EXPECT_EQ(look({.TrashcanOpen = true}),
               "2133- 2137- 2134- 2135- 2130-u 2119- 2112-u 2144u 2113c 2142c 2117u 2105+ 2118u 2158u 10");
-}
-
-TEST(Clicks, DoWhatTheSettingsSay) {
-    STRINGARRAY state;
-    for (const auto& [key, value] : {std::pair{"DlgShiftClickMode", "5"},
-                                     {"DlgCtrlClickMode", "4"},
-                                     {"DlgDblClickMode", "2"},
-                                     {"DlgTaskbarClickReset", "1"}})
-        state.Set(key, value);
-    const auto action = [&state](TRAYCLICK click, bool shift, bool control) {
-        const CLICKACTION done = TrayClickAction(click, shift, control, state);
-        return std::string(done.Reset ? "reset " : "") + (done.MailProgram ? "program " : "") +
-               std::to_string(done.Command);
-    };
-    EXPECT_EQ(action(TRAYCLICK::DOWN, true, true), "reset 0");
-    EXPECT_EQ(action(TRAYCLICK::UP, false, false), "reset 0");
-    EXPECT_EQ(action(TRAYCLICK::UP, true, true), "reset 2150") << "shift wins";
-    EXPECT_EQ(action(TRAYCLICK::UP, false, true), "reset program 0");
-    EXPECT_EQ(action(TRAYCLICK::DOUBLE, true, false), "reset 2109");
-    state.Set("DlgTaskbarClickReset", "0");
-    state.Set("DlgShiftClickMode", "-1");
-    EXPECT_EQ(action(TRAYCLICK::UP, true, false), "0");
-    state.Set("DlgDblClickMode", "3");
-    EXPECT_EQ(action(TRAYCLICK::DOUBLE, false, false), "0");
-    EXPECT_ASSERTIONS(1);
-    state.Set("DlgShiftClickMode", "6");
-    EXPECT_EQ(action(TRAYCLICK::UP, true, false), "0");
 }
 
 TEST(MainTitles, NameVersionAndWhatIsUnusual) {

@@ -1,5 +1,6 @@
 #include "app/desktop/mainwindow.h"
 
+#include <algorithm>
 #include <thread>
 
 #include "app/notify/traydisplay.h"
@@ -185,6 +186,79 @@ TEST_F(MainWindow, CommandsOnRowsTakeTheSelectionOff) {
     Select(1);
     Command(COMMAND_SUSPEND_ITEMS);
     EXPECT_EQ(Rows().back(), "beta|-");
+}
+
+TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
+    Open(TWO_ITEMS);
+    constexpr int NAME = 201, SERVER = 204, USER = 205;
+    std::string said;
+    const auto fill = [](const char* name, WPARAM end) {
+        Later([=] {
+            const HWND dialog = GetActiveWindow();
+            for (const int control : {NAME, SERVER, USER})
+                SetDlgItemTextA(dialog, control, name);
+            SendMessageW(dialog, WM_COMMAND, end, 0);
+        });
+    };
+    const auto press = [&](WPARAM answer, WPARAM next = 0) {
+        Later([&said, answer, next] {
+            said += Std(WINDOW(GetActiveWindow()).Title()) + ";";
+            PostMessageW(GetActiveWindow(), WM_COMMAND, answer, 0);
+            if (next != 0)
+                Later([&said, next] {
+                    said += Std(WINDOW(GetActiveWindow()).Title()) + ";";
+                    PostMessageW(GetActiveWindow(), WM_COMMAND, next, 0);
+                });
+        });
+    };
+    const struct {
+        const char* Name;
+        int Command;
+        std::function<void()> User;
+        const char *Names, *Said;  // of what is there afterwards, and of the messages
+    } steps[] = {
+        {"cancelled", COMMAND_ADD_ITEM, [&] { fill("gamma", IDCANCEL); }, "Alpha beta ", ""},
+        {"added", COMMAND_ADD_ITEM, [&] { fill("gamma", IDOK); }, "Alpha beta gamma ", ""},
+        {"left", COMMAND_EDIT_ITEM,
+         [&] {
+             Window->List().SelectOnly(Handle("gamma"));
+             fill("delta", IDCANCEL);
+         },
+         "Alpha beta gamma ", ""},
+        {"edited", COMMAND_EDIT_ITEM,
+         [&] {
+             Window->List().SelectOnly(Handle("gamma"));
+             fill("delta", IDOK);
+         },
+         "Alpha beta delta ", ""},
+        {"kept", COMMAND_DELETE_ITEMS, [&] { press(IDNO); }, "Alpha beta delta ", "Tarnwick;"},
+        {"all but the one that is being checked", COMMAND_DELETE_ITEMS,
+         [&] {
+             ListView_SetItemState(Window->List().Handle(), -1, LVIS_SELECTED, LVIS_SELECTED);
+             Engine->Items[Engine->FindName("delta")].Set("@InUpdate", "1");
+             press(IDYES, IDOK);
+         },
+         "delta ", "Tarnwick;Tarnwick - delta;"},
+        {"the last", COMMAND_DELETE_ITEMS,
+         [&] {
+             Engine->Items[0].Set("@InUpdate", "0");
+             press(IDYES);
+         },
+         "", "Tarnwick;"},
+    };
+    for (const auto& step : steps) {
+        said.clear();
+        step.User();
+        Command(step.Command);
+        std::string names, stored = ReadBytes(Data.File("accounts.ini"));
+        for (const std::string& row : Rows()) {
+            names += row.substr(0, row.find('|')) + " ";
+            EXPECT_NE(stored.find("Name=" + row.substr(0, row.find('|'))), std::string::npos) << step.Name;
+        }
+        EXPECT_EQ(names, step.Names) << step.Name;
+        EXPECT_EQ(said, step.Said) << step.Name;
+        EXPECT_EQ(Engine->Items.Count(), std::count(names.begin(), names.end(), ' ')) << step.Name;
+    }
 }
 
 TEST_F(MainWindow, StaysInReachWhileTheShellIsGoneAndComesBackToIt) {

@@ -67,11 +67,13 @@ TEST_F(Notice, ClicksOnTheTrayIconDoWhatTheSettingsSay) {
         {UP, "C", "DlgCtrlClickMode", "4", "program "},
         {UP, "SC", "DlgCtrlClickMode", "4", "2150 "},
         {UP, "S", "DlgShiftClickMode", "-1", ""},
+        {UP, "S", "DlgShiftClickMode", "6", ""},
         {TWICE, "", "DlgDblClickMode", "0", "program "},
         {TWICE, "S", "DlgDblClickMode", "1", "2150 "},
         {TWICE, "", "DlgDblClickMode", "2", "2109 "},
         {TWICE, "", "DlgDblClickMode", "3", ""},
     };
+    EXPECT_ASSERTIONS(1);  // by the sixth mode
     for (const auto& click : clicks) {
         const auto press = [&](DWORD flags) {
             for (const char* key = click.Keys; *key; ++key)
