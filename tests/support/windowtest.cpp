@@ -170,6 +170,6 @@ void ExpectNoHandleGrowth(const std::function<void()>& open, int times) {
     for (int i = 0; i < times; ++i)
         open();
     // Other programs of the desktop may take a few.
-    EXPECT_LT(GdiHandles() - drawing, times / 20);
-    EXPECT_LT(UserHandles() - user, times / 20);
+    EXPECT_LT(GdiHandles() - drawing, times / 10);
+    EXPECT_LT(UserHandles() - user, times / 10);
 }

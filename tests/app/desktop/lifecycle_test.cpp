@@ -226,7 +226,7 @@ TEST_F(Lifecycle, OpeningWindowsLeavesNoHandlesBehind) {
             Pump();
             window.SetApplication(nullptr);
         },
-        60);
+        40);
 }
 
 }  // namespace

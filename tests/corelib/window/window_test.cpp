@@ -160,24 +160,26 @@ TEST(WINDOWS, DoWithoutMenusAndPicturesThatAreMissing) {
 }
 
 TEST(WINDOWS, LeaveNoHandles) {
-    ExpectNoHandleGrowth([] {
-        SEEING window;
-        NEWTOOLBAR bar(window.Hwnd());
-        for (const int command : {2110, 2112, 2135})
-            bar.AddButton(command, command, TBSTYLE_CHECK);
-        bar.SetButtonText(2110, "Mail");
-        bar.ArrangeButtons();
-        LISTVIEW list(window.Hwnd(), 100);
-        list.Move(0, 40, 200, 100);
-        list.AddColumns("a\tb");
-        list.SetImages({2075, 2076});
-        list.InsertRecord(0, 2076, "x\ty");
-        window.Show();
-        UpdateWindow(window.Hwnd());
-        TASKBARICON icon(window.Hwnd(), 2050, "tip", WM_APP);
-        icon.SetIcon(2051);
-        Pump();
-    });
+    ExpectNoHandleGrowth(
+        [] {
+            SEEING window;
+            NEWTOOLBAR bar(window.Hwnd());
+            for (const int command : {2110, 2112, 2135})
+                bar.AddButton(command, command, TBSTYLE_CHECK);
+            bar.SetButtonText(2110, "Mail");
+            bar.ArrangeButtons();
+            LISTVIEW list(window.Hwnd(), 100);
+            list.Move(0, 40, 200, 100);
+            list.AddColumns("a\tb");
+            list.SetImages({2075, 2076});
+            list.InsertRecord(0, 2076, "x\ty");
+            window.Show();
+            UpdateWindow(window.Hwnd());
+            TASKBARICON icon(window.Hwnd(), 2050, "tip", WM_APP);
+            icon.SetIcon(2051);
+            Pump();
+        },
+        40);
 }
 
 }  // namespace
