@@ -72,7 +72,7 @@ void DATAPAGES::MakePage(size_t n) {
     EnableThemeDialogTexture(page.hWnd, ETDT_ENABLETAB);
     RECT area = WINDOW(tab).Rect();
     SendMessageW(tab, TCM_ADJUSTRECT, FALSE, reinterpret_cast<LPARAM>(&area));
-    // Behind the tabs in the order of the Tab key, and in front of them to the eye.
+    // Where the tabs have been in the order of the Tab key.
     SetWindowPos(page.hWnd, tab, area.left, area.top, area.right - area.left, area.bottom - area.top, SWP_NOACTIVATE);
 }
 
@@ -80,6 +80,11 @@ void DATAPAGES::Load() {
     // First all windows: rules look across the pages.
     for (size_t n = 0; n < Howmany; ++n)
         MakePage(n);
+    // The tabs lie below the pages, or they would draw themselves over them. By the Tab key they come last, which is
+    // in front of the first again.
+    const HWND tab = GetDlgItem(hWnd, Tab);
+    SetWindowLongW(tab, GWL_STYLE, GetWindowLongW(tab, GWL_STYLE) | WS_CLIPSIBLINGS);
+    SetWindowPos(tab, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     DATADIALOG::Load();
     for (size_t n = 0; n < Howmany; ++n)
         Pages[n].Dialog->Load();

@@ -294,12 +294,32 @@ struct PAGED {
     DATADIALOG* Two;
 };
 
+// How many pixels of a window differ from the one in its corner.
+int Drawn(HWND window) {
+    Pump();
+    const WINDOWDC dc(window);
+    RECT client;
+    GetClientRect(window, &client);
+    int count = 0;
+    for (int y = 0; y < client.bottom; ++y)
+        for (int x = 0; x < client.right; ++x)
+            count += GetPixel(dc, x, y) != GetPixel(dc, 0, 0);
+    return count;
+}
+
 TEST(DataPages, HaveRulesAcrossAndStoreTogether) {
     STRINGARRAY record = START;
     PAGED pages(record);
     EXPECT_TRUE(RunWith(pages.Dialog, [&] {
         EXPECT_EQ(Focused(), KIND);
         EXPECT_TRUE(pages.One->IsVisible());
+        // Tabs that draw themselves anew leave the page alone.
+        ShowWindow(pages.Dialog.hWnd, SW_SHOW);
+        const HWND radio = GetDlgItem(pages.One->hWnd, ONE);
+        const int drawn = Drawn(radio);
+        EXPECT_GT(drawn, 20);
+        RedrawWindow(GetDlgItem(pages.Dialog.hWnd, TAB), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE);
+        EXPECT_EQ(Drawn(radio), drawn);
         EXPECT_FALSE(pages.Two->IsVisible());
         EXPECT_FALSE(IsOn(*pages.Two, CHECK));
         SelectIn(*pages.One, KIND, 2);
