@@ -84,6 +84,7 @@ void MAINWINDOW::End() {
     if (selected.size() == 1)
         Application->pState.SetNumber("LastSelectedRecord", Application->FindHandle(selected.front()));
     AlertWindow.reset();
+    StopBlinking();  // the keyboard's light would stay as it is just now
 }
 
 std::vector<int> MAINWINDOW::SelectedItems() const {

@@ -129,6 +129,12 @@ TEST_F(Notice, TheTrayIconComesLaterAndTheMailBlinksUntilSomebodyLooks) {
     EXPECT_FALSE(HasTimer(TIMER_BLINK)) << "the pointer has passed";
     EXPECT_ASSERTIONS(1);
     Tick(77);
+
+    TellNewMail();
+    Tick(TIMER_SCROLL_LOCK);
+    EXPECT_TRUE(PumpUntil([&] { return light() == 1; }));
+    Close();
+    EXPECT_TRUE(PumpUntil([&] { return light() == 0; })) << "as it was before";
 }
 
 TEST_F(Notice, AnAlertEndsByItsTimeAndComesBackWhenTheUserWants) {
