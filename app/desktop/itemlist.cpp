@@ -73,9 +73,10 @@ bool ITEMLIST::FillListviewThread() {
     for (int i = 0; i < Application.Items.Count(); ++i)
         InsertItemIntoListview(i);
     Sort();
-    // The scroll bar comes with the drawing, and takes room.
-    List.SetRedraw(true);
     AutoWidth(WIDTH_NAME | WIDTH_RESULT);
+    List.SetRedraw(true);
+    // A scroll bar comes with the drawing, and takes room.
+    FitResult();
     Application.listviewMutex.Release();
     RestoreSelection();
     Trace("TARNWICK::~FillListviewThread\n");
@@ -179,14 +180,17 @@ bool ITEMLIST::RemoveItem(int handle) {
 
 void ITEMLIST::AutoWidth(int mask) {
     Trace("TARNWICK::AutoWidth\n");
-    const int width = static_cast<int>(List.ClientRect().right), result = ScalePixels(RESULT_WIDTH);
     if (mask & WIDTH_NAME)
         List.FitColumn(NAME_COLUMN);
-    // The longest names are cut before there is no room for results; a tip shows them whole.
-    const int most = std::max(width - result, width / 2);
-    if (List.ColumnWidth(NAME_COLUMN) > most)
-        List.SetColumnWidth(NAME_COLUMN, most);
     if (mask & WIDTH_RESULT)
-        List.SetColumnWidth(RESULT_COLUMN, std::max(width - List.ColumnWidth(NAME_COLUMN), result / 2));
+        FitResult();
     Trace("TARNWICK::~AutoWidth\n");
+}
+
+void ITEMLIST::FitResult() {
+    const int width = static_cast<int>(List.ClientRect().right), result = ScalePixels(RESULT_WIDTH);
+    // The longest names are cut before there is no room for results; a tip shows them whole.
+    const int name = std::min(List.ColumnWidth(NAME_COLUMN), std::max(width - result, width / 2));
+    List.SetColumnWidth(NAME_COLUMN, name);
+    List.SetColumnWidth(RESULT_COLUMN, std::max(width - name, result / 2));
 }

@@ -47,6 +47,7 @@ class ITEMLIST {
     void AutoWidth(int mask);
 
  private:
+    void FitResult();
     void InsertItemIntoListview(int index);
     void RestoreSelection();
     int FindRow(int handle) const;

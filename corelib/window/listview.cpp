@@ -14,7 +14,7 @@ constexpr uint32_t INSERT_LEVEL = 7;
 constexpr int SMALL_IMAGE = 16;
 constexpr int HEAD_WIDTH = 120;
 constexpr int EMPTY_TEXT_MARGIN = 12;
-constexpr int SORT_MARK_WIDTH = 24;
+constexpr int HEAD_MARGINS = 36;  // with room for the arrow of the order
 
 int CALLBACK CompareRows(LPARAM left, LPARAM right, LPARAM compare) {
     return (*reinterpret_cast<const LISTVIEW::COMPARE*>(compare))(static_cast<uint32_t>(left),
@@ -85,18 +85,22 @@ int LISTVIEW::ColumnWidth(int column) const {
 }
 
 void LISTVIEW::SetColumnWidth(int column, int pixels) {
-    ListView_SetColumnWidth(hWnd, column, pixels);
+    // The control goes through all rows for a width, also for the one that it has.
+    if (ColumnWidth(column) != pixels)
+        ListView_SetColumnWidth(hWnd, column, pixels);
 }
 
 void LISTVIEW::FitColumn(int column) {
-    // The width by the head takes all that is left for the last column, so it is not asked for there.
     ListView_SetColumnWidth(hWnd, column, LVSCW_AUTOSIZE);
-    const int rows = ColumnWidth(column);
-    if (column + 1 == ColumnCount())
-        return;
-    ListView_SetColumnWidth(hWnd, column, LVSCW_AUTOSIZE_USEHEADER);
-    // Not every system counts the arrow in.
-    SetColumnWidth(column, std::max(rows, ColumnWidth(column) + ScalePixels(SORT_MARK_WIDTH)));
+    wchar_t text[COLUMN_BYTES + 1] = L"";
+    LVCOLUMNW head{};
+    head.mask = LVCF_TEXT;
+    head.pszText = text;
+    head.cchTextMax = COLUMN_BYTES;
+    ListView_GetColumn(hWnd, column, &head);
+    const int least = ListView_GetStringWidth(hWnd, text) + ScalePixels(HEAD_MARGINS);
+    if (ColumnWidth(column) < least)
+        SetColumnWidth(column, least);
 }
 
 void LISTVIEW::SetSortMark(int column, bool up) {
