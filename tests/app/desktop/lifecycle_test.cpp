@@ -1,5 +1,5 @@
 #include "app/mailbox/pop3.h"
-#include "app/notify/notification.h"
+#include "app/notify/traydisplay.h"
 #include "corelib/system/registry.h"
 #include "tests/app/desktop/desktopsupport.h"
 #include "tests/servers/scriptedserver.h"
@@ -147,6 +147,8 @@ TEST_F(Lifecycle, ClosingIntoTheTrayExplainsItselfUntilTheUserKnows) {
 
 TEST_F(Lifecycle, ClosingDuringACheckWaitsForItAndSaves) {
     OpenChecking("DlgCloseMinimize=0\r\n");
+    EXPECT_TRUE(PumpUntil(
+        [&] { return Window->ShownIcon() && Window->ShownIcon()->Number() == TRAY_RESOURCES + TRAY_UPDATING; }));
     SendMessageW(Window->hWnd, WM_CLOSE, 0, 0);
     EXPECT_TRUE(Engine->Cycle().IsStopRequested());
     // Meanwhile the window lives, and a menu of it is no trap for the end.

@@ -4,6 +4,7 @@
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "tests/app/desktop/desktopsupport.h"
+#include "tests/servers/scriptedserver.h"
 
 namespace {
 
@@ -135,6 +136,36 @@ TEST_F(Notice, TheTrayIconComesLaterAndTheMailBlinksUntilSomebodyLooks) {
     EXPECT_TRUE(PumpUntil([&] { return light() == 1; }));
     Close();
     EXPECT_TRUE(PumpUntil([&] { return light() == 0; })) << "as it was before";
+}
+
+TEST_F(Notice, AMailOnTheServerComesToTheUser) {
+    SCRIPT script{PLAY::Send("+OK\r\n")};
+    for (const auto& [command, reply] : {std::pair{"USER me", "+OK"},
+                                         {"PASS x", "+OK"},
+                                         {"STAT", "+OK 1 70"},
+                                         {"LIST 1", "+OK 1 70"},
+                                         {"TOP 1 100", "+OK\r\nFrom: ann@example.org\r\nSubject: hello\r\n\r\n."},
+                                         {"QUIT", "+OK"}}) {
+        script.push_back(PLAY::Expect(command));
+        script.push_back(PLAY::Send(std::string(reply) + "\r\n"));
+    }
+    SCRIPTEDSERVER server(script);
+    CheckTimes.TurnMs = 1;
+    Open("[#0]\r\nName=a\r\nType=1\r\nTimingCyclic=600\r\nSource2=x\r\nSource=" + server.HostPort() + "|me\r\n\r\n",
+         "EmailDoPopup=1\r\nEmailDoBlink=1\r\nEmailDoSound=0\r\nEmailDoProgram=0\r\nSpamFilterDisabled=1\r\n");
+    Engine->Start();
+    Window->Started();
+    EXPECT_TRUE(PumpUntil([&] { return Alert() && Picture() == 1; }));
+    EXPECT_TRUE(PumpUntil([&] { return Rows().front() == "a|1 mail"; })) << Rows().front();
+    EXPECT_TRUE(HasTimer(TIMER_BLINK));
+    // The popup's window button shows the account that it is about.
+    Window->Show(SW_MINIMIZE);
+    SendMessageW(Window->hWnd, WM__ALERTCLICK, 0, COMMAND_SHOW_ITEM);
+    EXPECT_EQ(Alert(), nullptr);
+    EXPECT_TRUE(Window->IsVisible());
+    EXPECT_EQ(Window->SelectedItems(), std::vector<int>{Handle("a")});
+    EXPECT_FALSE(HasTimer(TIMER_BLINK));
+    FILES::Remove(LAST_POPUP_FILE);
 }
 
 TEST_F(Notice, AnAlertEndsByItsTimeAndComesBackWhenTheUserWants) {
