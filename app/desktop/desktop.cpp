@@ -52,7 +52,7 @@ bool RaiseFirst() {
     if (!first || OSYS::FileExists("main.cpp"))
         return false;
     ShowWindow(first, IsIconic(first) ? SW_RESTORE : SW_SHOW);
-    SetForegroundWindow(first);
+    SetForegroundWindow(GetLastActivePopup(first));  // the dialog that is open, if there is one
     return true;
 }
 

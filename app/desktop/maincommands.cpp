@@ -91,7 +91,7 @@ void MAINWINDOW::ShowInFront() {
     Show(SW_SHOW);
     if (IsIconic(hWnd))
         Show(SW_RESTORE);
-    SetForegroundWindow(hWnd);
+    SetForegroundWindow(GetLastActivePopup(hWnd));  // the dialog that is open, if there is one
 }
 
 // The list shows the item; its mails have no window yet.

@@ -93,6 +93,26 @@ TEST_F(Lifecycle, ASecondStartRaisesTheFirst) {
     }
 }
 
+TEST_F(Lifecycle, IsRaisedWithTheDialogThatIsOpen) {
+    Open(TWO_ITEMS);
+    WINDOW other(WS_OVERLAPPEDWINDOW, "other", 0, 0, 1000, 800, nullptr, 0, "OtherOfTest");
+    other.Show();
+    Later([&] {
+        const HWND dialog = GetActiveWindow();
+        const TEMPDIR untouched;
+        for (const bool second : {true, false}) {
+            SetForegroundWindow(other.hWnd);
+            if (second)
+                EXPECT_EQ(WaitForEnd(StartProgramOver(untouched)), 0);
+            else
+                Command(COMMAND_SHOW_WINDOW);
+            EXPECT_TRUE(PumpUntil([&] { return GetForegroundWindow() == dialog; })) << second;
+        }
+        SendMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+    });
+    Command(COMMAND_ADD_ITEM);
+}
+
 TEST_F(Lifecycle, TheProgramBeginsAndEndsAsAWhole) {
     const struct {
         const char *Switches, *Items;
