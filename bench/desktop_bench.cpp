@@ -138,6 +138,9 @@ double TimeStart(const std::string& command, const wchar_t* windowClass, int row
     }
     TerminateProcess(process.hProcess, 0);
     WaitForSingleObject(process.hProcess, ANSWER_MS);
+    // Else a program that starts next would find it, and leave the screen to it.
+    while (IsWindow(window) && watch.Ms() < 2 * ANSWER_MS)
+        Sleep(1);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
     return usable;

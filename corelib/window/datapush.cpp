@@ -12,6 +12,7 @@
 #include "corelib/base/trace.h"
 #include "corelib/window/datadialog.h"
 #include "corelib/window/fontvalue.h"
+#include "corelib/window/latefunction.h"
 #include "corelib/window/messages.h"
 #include "corelib/window/sound.h"
 #include "corelib/window/widetext.h"
@@ -102,7 +103,8 @@ STRING PushColor(const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
     ask.rgbResult = static_cast<COLORREF>(atoi(value)) & 0xffffff;
     ask.lpCustColors = mixed.data();
     ask.Flags = CC_RGBINIT | CC_FULLOPEN;
-    if (!ChooseColorW(&ask))
+    static auto* const choose = LateFunction<decltype(ChooseColorW)>(L"comdlg32.dll", "ChooseColorW");
+    if (!choose || !choose(&ask))
         return value;
     STRING color;
     color.Format("%u", static_cast<unsigned>(ask.rgbResult));
@@ -121,5 +123,6 @@ STRING PushFont(const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
     ask.hwndOwner = dialog.hWnd;
     ask.lpLogFont = &chosen;
     ask.Flags = CF_SCREENFONTS | CF_INITTOLOGFONTSTRUCT;
-    return ChooseFontW(&ask) ? FontValue(chosen) : value;
+    static auto* const choose = LateFunction<decltype(ChooseFontW)>(L"comdlg32.dll", "ChooseFontW");
+    return choose && choose(&ask) ? FontValue(chosen) : value;
 }

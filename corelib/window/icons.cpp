@@ -1,5 +1,6 @@
 #include "corelib/window/icons.h"
 
+#include <algorithm>
 #include <string>
 
 #include "corelib/base/trace.h"
@@ -29,20 +30,36 @@ ICONHANDLE LoadIconResource(int id, int pixels) {
     return nullptr;
 }
 
-IMAGELISTHANDLE MakeImageList(int pixels) {
-    const int size = ScalePixels(pixels);
-    IMAGELISTHANDLE images(ImageList_Create(size, size, ILC_COLOR32 | ILC_MASK, 8, 8));
-    ASSERTION(images != nullptr, "imgids");
-    return images;
+ICONIMAGES::ICONIMAGES(int pixels)
+    : Images(ImageList_Create(ScalePixels(pixels), ScalePixels(pixels), ILC_COLOR32 | ILC_MASK, 8, 8)) {
+    ASSERTION(Images != nullptr, "imgids");
 }
 
-void AddIcon(HIMAGELIST images, int id) {
+int ICONIMAGES::Place(int id) const {
+    const auto found = std::ranges::find(Icons, id, &ICON::Id);
+    return found == Icons.end() ? -1 : static_cast<int>(found - Icons.begin());
+}
+
+int ICONIMAGES::Add(int id) {
+    Icons.push_back({id, false});
+    ImageList_SetImageCount(Images.get(), static_cast<UINT>(Icons.size()));
+    return static_cast<int>(Icons.size()) - 1;
+}
+
+void ICONIMAGES::Need(int place) {
+    ICON& wanted = Icons[static_cast<size_t>(place)];
+    if (wanted.Made)
+        return;
+    wanted.Made = true;
     int width = 0, height = 0;
-    ImageList_GetIconSize(images, &width, &height);
-    const ICONHANDLE icon = LoadIconResource(id, width);
+    ImageList_GetIconSize(Images.get(), &width, &height);
+    const ICONHANDLE icon = LoadIconResource(wanted.Id, width);
     // Without a question to the user: a program without its pictures would ask dozens.
-    if (ASSERTION_QUIET(icon != nullptr, "hbm", std::to_string(id).c_str()))
-        ImageList_ReplaceIcon(images, -1, icon.get());
-    else
-        ImageList_SetImageCount(images, static_cast<UINT>(ImageList_GetImageCount(images)) + 1);
+    if (ASSERTION_QUIET(icon != nullptr, "hbm", std::to_string(wanted.Id).c_str()))
+        ImageList_ReplaceIcon(Images.get(), place, icon.get());
+}
+
+void ICONIMAGES::Draw(int place, HDC dc, int x, int y) {
+    Need(place);
+    ImageList_Draw(Images.get(), place, dc, x, y, ILD_TRANSPARENT);
 }

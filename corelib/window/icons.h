@@ -1,12 +1,32 @@
 #pragma once
 
+#include <vector>
+
 #include "corelib/window/gdi.h"
 
 /// The icon of that number from the resource module, else from the program, drawn for that many pixels. Null if there
 /// is none.
 ICONHANDLE LoadIconResource(int id, int pixels);
 
-/// An empty list of images, of pixels at 96 dots per inch and as sharp as this display is.
-IMAGELISTHANDLE MakeImageList(int pixels);
-/// Appends an icon in the list's size; an empty image where there is no such icon, so that the places stay right.
-void AddIcon(HIMAGELIST images, int id);
+/// Icons as images of one size, pixels at 96 dots per inch and as sharp as this display is. Each is made when it is
+/// first needed, as some never are.
+class ICONIMAGES {
+ public:
+    explicit ICONIMAGES(int pixels);
+    HIMAGELIST Handle() const { return Images.get(); }
+    /// The place of the icon with that number, -1 if it was never added.
+    int Place(int id) const;
+    /// Adds an icon and gives its place.
+    int Add(int id);
+    /// Sees to it that the image is there; it is empty where there is no such icon.
+    void Need(int place);
+    void Draw(int place, HDC dc, int x, int y);
+
+ private:
+    struct ICON {
+        int Id;
+        bool Made;
+    };
+    IMAGELISTHANDLE Images;
+    std::vector<ICON> Icons;
+};

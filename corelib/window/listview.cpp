@@ -4,7 +4,6 @@
 #include <string>
 
 #include "corelib/base/trace.h"
-#include "corelib/window/icons.h"
 #include "corelib/window/widetext.h"
 
 namespace {
@@ -117,31 +116,29 @@ void LISTVIEW::SetSortMark(int column, bool up) {
 }
 
 void LISTVIEW::SetImages(const std::vector<int>& icons) {
-    Icons.clear();
-    Images = MakeImageList(SMALL_IMAGE);
-    HasFixedImages = false;
+    Images.emplace(SMALL_IMAGE);
     for (const int icon : icons)
-        ImageIndex(icon);
+        Images->Add(icon);
+    ListView_SetImageList(hWnd, Images->Handle(), LVSIL_SMALL);
     HasFixedImages = true;
 }
 
 int LISTVIEW::ImageIndex(int image) {
     if (image < 0)
         return I_IMAGENONE;
-    const auto found = std::find(Icons.begin(), Icons.end(), image);
-    int idx = found == Icons.end() ? -1 : static_cast<int>(found - Icons.begin());
+    if (!Images)
+        Images.emplace(SMALL_IMAGE);
+    int idx = Images->Place(image);
     if (HasFixedImages) {
         ASSERTION_INFO(idx != -1, "idx!=-1", std::to_string(image).c_str());
-        return idx == -1 ? I_IMAGENONE : idx;
+        if (idx == -1)
+            return I_IMAGENONE;
+    } else if (idx == -1) {
+        idx = Images->Add(image);
+        ListView_SetImageList(hWnd, Images->Handle(), LVSIL_SMALL);
     }
-    if (idx != -1)
-        return idx;
-    if (!Images)
-        Images = MakeImageList(SMALL_IMAGE);
-    ListView_SetImageList(hWnd, Images.get(), LVSIL_SMALL);
-    AddIcon(Images.get(), image);
-    Icons.push_back(image);
-    return static_cast<int>(Icons.size()) - 1;
+    Images->Need(idx);
+    return idx;
 }
 
 int LISTVIEW::InsertRecord(int index, int image, const STRING& text, uint32_t value) {

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "corelib/window/controls.h"
+#include "corelib/window/icons.h"
 
 /// A list of rows with columns, each row with a number of its own. Rows and columns count from 0. One thread at a time,
 /// which the callers see to; it need not be the window's own.
@@ -75,7 +77,6 @@ class LISTVIEW : public CONTROL {
     bool ShowsEmptyText() const { return !EmptyText.empty() && Count() == 0; }
     void PaintEmptyText() const;
 
-    IMAGELISTHANDLE Images;
-    std::vector<int> Icons;  // the resource numbers of the images
+    std::optional<ICONIMAGES> Images;
     std::wstring EmptyText;
 };

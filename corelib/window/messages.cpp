@@ -8,6 +8,7 @@
 
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
+#include "corelib/window/latefunction.h"
 #include "corelib/window/widetext.h"
 #include "corelib/window/window.h"
 
@@ -73,11 +74,16 @@ bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {
     ask.nMaxFile = static_cast<DWORD>(PATH_CHARACTERS);
     ask.Flags = OFN_EXPLORER | OFN_HIDEREADONLY | OFN_NOCHANGEDIR | OFN_PATHMUSTEXIST;
     ask.Flags |= save ? OFN_OVERWRITEPROMPT : OFN_FILEMUSTEXIST;
-    bool chosen = save ? GetSaveFileNameW(&ask) : GetOpenFileNameW(&ask);
-    if (!chosen && CommDlgExtendedError() == FNERR_INVALIDFILENAME) {
+    auto* const choose =
+        LateFunction<decltype(GetOpenFileNameW)>(L"comdlg32.dll", save ? "GetSaveFileNameW" : "GetOpenFileNameW");
+    auto* const error = LateFunction<decltype(CommDlgExtendedError)>(L"comdlg32.dll", "CommDlgExtendedError");
+    if (!choose || !error)
+        return false;
+    bool chosen = choose(&ask);
+    if (!chosen && error() == FNERR_INVALIDFILENAME) {
         // What stood there is no file's name: the user still may choose one.
         std::fill(name.begin(), name.end(), L'\0');
-        chosen = save ? GetSaveFileNameW(&ask) : GetOpenFileNameW(&ask);
+        chosen = choose(&ask);
     }
     if (!chosen)
         return false;

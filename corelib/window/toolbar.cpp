@@ -6,7 +6,6 @@
 
 #include "corelib/base/trace.h"
 #include "corelib/window/controls.h"
-#include "corelib/window/icons.h"
 #include "corelib/window/widetext.h"
 
 namespace {
@@ -57,8 +56,8 @@ void DrawGroove(HDC dc, int width, int row) {
 NEWTOOLBAR::NEWTOOLBAR(HWND parent, int id)
     : WINDOW(WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_CLIPSIBLINGS, "", 0, 0, 0, ScalePixels(HEIGHT), parent, id,
              "NewToolbar"),
-      Images(MakeImageList(IMAGE)),
-      DisabledImages(MakeImageList(IMAGE)) {
+      Images(IMAGE),
+      DisabledImages(IMAGE) {
     Trace("NEWTOOLBAR::NEWTOOLBAR\n");
     Tips = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0, 0, 0, 0,
                            hWnd, nullptr, GetModuleHandleW(nullptr), nullptr);
@@ -78,9 +77,8 @@ void NEWTOOLBAR::AddButton(int id, int bitmap, int style) {
         return;
     BUTTON button{static_cast<WORD>(id), static_cast<BYTE>(style), TBSTATE_ENABLED, STRING(), 0, 0, 0, -1};
     if (bitmap != -1) {
-        button.Image = ImageList_GetImageCount(Images.get());
-        AddIcon(Images.get(), bitmap);
-        AddIcon(DisabledImages.get(), bitmap + DISABLED_ICONS);
+        button.Image = Images.Add(bitmap);
+        DisabledImages.Add(bitmap + DISABLED_ICONS);
     }
     Buttons.push_back(button);
     if (style & TBSTYLE_SEP)
@@ -450,7 +448,7 @@ void NEWTOOLBAR::Paint() {
     BitBlt(painter.Dc(), 0, 0, client.right, client.bottom, picture, 0, 0, SRCCOPY);
 }
 
-void NEWTOOLBAR::DrawButton(HDC dc, HTHEME theme, int index) const {
+void NEWTOOLBAR::DrawButton(HDC dc, HTHEME theme, int index) {
     const BUTTON& button = Buttons[static_cast<size_t>(index)];
     RECT rect = RectOf(button);
     const int edge = ScalePixels(EDGE);
@@ -485,8 +483,8 @@ void NEWTOOLBAR::DrawButton(HDC dc, HTHEME theme, int index) const {
     int x = button.Left + edge + (down && !theme ? 1 : 0);
     if (button.Image != -1) {
         const int size = ScalePixels(IMAGE);
-        ImageList_Draw(enabled ? Images.get() : DisabledImages.get(), button.Image, dc, x,
-                       (rect.top + rect.bottom - size) / 2 + (down && !theme ? 1 : 0), ILD_TRANSPARENT);
+        (enabled ? Images : DisabledImages)
+            .Draw(button.Image, dc, x, (rect.top + rect.bottom - size) / 2 + (down && !theme ? 1 : 0));
         x += size + edge;
     }
     if (button.Label.NotNull()) {

@@ -5,6 +5,7 @@
 
 #include "corelib/base/strings.h"
 #include "corelib/window/drawnaccess.h"
+#include "corelib/window/icons.h"
 #include "corelib/window/window.h"
 
 /// A tool bar that draws itself. A button's click, or Enter or the space bar on it, comes to the parent as WM_COMMAND;
@@ -73,9 +74,9 @@ class NEWTOOLBAR : public WINDOW, private DRAWNELEMENTS {
     bool TypeKey(WPARAM key, bool again);
     void MoveFocus(int from, int step);
     void Paint();
-    void DrawButton(HDC dc, HTHEME theme, int index) const;
+    void DrawButton(HDC dc, HTHEME theme, int index);
 
-    IMAGELISTHANDLE Images, DisabledImages;
+    ICONIMAGES Images, DisabledImages;
     HWND Tips = nullptr;
     std::vector<BUTTON> Buttons;
     int Hot = -1, Pressed = -1, Focused = -1;

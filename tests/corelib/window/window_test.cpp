@@ -140,16 +140,21 @@ TEST(WINDOWS, CenterKeepsThemInsideTheWorkArea) {
 TEST(WINDOWS, DoWithoutMenusAndPicturesThatAreMissing) {
     constexpr int MISSING = 4711;
     EXPECT_ASSERTIONS(6);
-    const WINDOW window(FRAME, "bare", 0, 0, 300, 200, nullptr, MISSING, nullptr);
+    WINDOW window(FRAME, "bare", 0, 0, 300, 200, nullptr, MISSING, nullptr);
     EXPECT_NE(window.Hwnd(), nullptr);
     MENU(MISSING).Popup(window.Hwnd());
     NEWTOOLBAR bar(window.Hwnd());
     bar.AddButton(10, MISSING, TBSTYLE_BUTTON);
     bar.ArrangeButtons();
     EXPECT_GT(bar.ButtonRect(10).right, bar.ButtonRect(10).left);
+    window.Show();
+    UpdateWindow(bar.Hwnd());
+    bar.Enable(10, false);
+    UpdateWindow(bar.Hwnd());
     LISTVIEW list(window.Hwnd(), 100);
     list.AddColumns("Name");
     list.SetImages({MISSING, 2075});
+    list.InsertRecord(0, MISSING, "without");
     list.InsertRecord(0, 2075, "beside a gap");
     LVITEMW item{};
     item.mask = LVIF_IMAGE;
