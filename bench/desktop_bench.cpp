@@ -101,11 +101,6 @@ struct PROGRAM {
     PROGRAM& operator=(const PROGRAM&) = delete;
 
     int Rows() const { return ListView_GetItemCount(Window->List().Handle()); }
-    std::wstring Result() const {
-        wchar_t text[300] = L"";
-        ListView_GetItemText(Window->List().Handle(), 0, ITEMLIST::RESULT_COLUMN, text, 300);
-        return text;
-    }
 
     FRONTEND NoFrontEnd;
     NOTIFIER Nobody;
@@ -239,12 +234,12 @@ int Gap(int mails) {
     program.Window->List().FillListview();
     program.Engine->Start();
     program.Window->Started();
-    const std::wstring end = std::to_wstring(mails);
+    const std::string end = std::to_string(mails) + "|";
     double longest = 0;
     UINT slowest = 0;
     int alerts = 0, dispatched = 0;
     const STOPWATCH whole;
-    // What is painted behind the last row's text and the alert counts, too.
+    // What is painted at the end, and the alert, count too.
     for (double done = 0; done == 0 || whole.Ms() < done + 1000;) {
         MsgWaitForMultipleObjects(0, nullptr, FALSE, 5, QS_ALLINPUT);
         for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) {
@@ -258,7 +253,7 @@ int Gap(int mails) {
             }
         }
         alerts += program.Window->Alert() != nullptr;
-        if (done == 0 && program.Result().find(end) != std::wstring::npos)
+        if (done == 0 && program.Engine->Items[0].Get("LastRC").View().starts_with(end))
             done = whole.Ms();
         if (whole.Ms() > 120000) {
             fprintf(stderr, "the check came to no end\n");
