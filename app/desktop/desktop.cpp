@@ -60,7 +60,7 @@ void MainDispatchLoop(const MAINWINDOW& window, int accelerators) {
     const HACCEL keys = LoadAcceleratorsW(ResourceModule(), MAKEINTRESOURCEW(accelerators));
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-        if (!window.IsToolbarKey(message) && TranslateAcceleratorW(window.hWnd, keys, &message))
+        if (window.MayBeCommandKey(message) && TranslateAcceleratorW(window.hWnd, keys, &message))
             continue;
         TranslateMessage(&message);
         DispatchMessageW(&message);

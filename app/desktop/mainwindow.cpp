@@ -274,10 +274,13 @@ COMMANDCONTEXT MAINWINDOW::CommandContext() const {
     return context;
 }
 
-bool MAINWINDOW::IsToolbarKey(const MSG& message) const {
-    if (message.message != WM_KEYDOWN || !Toolbar || message.hwnd != Toolbar->hWnd)
+bool MAINWINDOW::MayBeCommandKey(const MSG& message) const {
+    if (message.message != WM_KEYDOWN)
+        return true;
+    if (HIWORD(message.lParam) & KF_REPEAT)
         return false;
-    return message.wParam == VK_RETURN || message.wParam == VK_SPACE || message.wParam == VK_ESCAPE;
+    const bool own = message.wParam == VK_RETURN || message.wParam == VK_SPACE || message.wParam == VK_ESCAPE;
+    return !own || !Toolbar || message.hwnd != Toolbar->hWnd;
 }
 
 void MAINWINDOW::ShowState() {

@@ -48,8 +48,9 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void End();
 
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
-    /// A key that is the focused tool bar's own, though it is an accelerator too.
-    bool IsToolbarKey(const MSG& message) const;
+    /// Whether a key may be a command's: it is so once while it is held down, and the focused tool bar has keys of its
+    /// own.
+    bool MayBeCommandKey(const MSG& message) const;
     /// The selected items' handles, in the order of the rows.
     std::vector<int> SelectedItems() const;
     ITEMLIST& List() { return *Rows; }

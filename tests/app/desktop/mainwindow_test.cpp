@@ -349,4 +349,20 @@ TEST_F(MainWindow, AScreenReaderReadsAnAlertAndPressesItsButtons) {
     EXPECT_EQ(Window->Alert(), nullptr);
 }
 
+TEST_F(MainWindow, AKeyIsACommandOnceAndNotWhereTheToolBarNeedsIt) {
+    Open(TWO_ITEMS);
+    const HWND list = Window->List().Handle(), bar = FindWindowExW(Window->hWnd, nullptr, L"NewToolbar", nullptr);
+    ASSERT_NE(bar, nullptr);
+    constexpr LPARAM HELD = static_cast<LPARAM>(KF_REPEAT) << 16;
+    const struct {
+        MSG Message;
+        bool May;
+    } keys[] = {{{list, WM_KEYDOWN, VK_RETURN, 1, 0, {}}, true},
+                {{list, WM_KEYDOWN, VK_RETURN, 1 | HELD, 0, {}}, false},
+                {{bar, WM_KEYDOWN, VK_RETURN, 1, 0, {}}, false},
+                {{bar, WM_KEYDOWN, VK_DELETE, 1, 0, {}}, true}};
+    for (const auto& key : keys)
+        EXPECT_EQ(Window->MayBeCommandKey(key.Message), key.May) << key.Message.wParam << " " << key.Message.lParam;
+}
+
 }  // namespace
