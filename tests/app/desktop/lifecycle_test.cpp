@@ -199,6 +199,7 @@ TEST_F(Lifecycle, TheEndOfTheSessionSavesAtOnce) {
         EXPECT_TRUE(RunLoop());
         EXPECT_EQ(Engine->Items.Count(), 1);
         Engine->pState.Set("PopupDuration", "79");
+        SendMessageW(Window->hWnd, WM_ENDSESSION, 1, 0);
         Close();
         EXPECT_EQ(Saved("PopupDuration"), "78") << "only once";
     }

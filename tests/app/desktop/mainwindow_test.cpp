@@ -107,6 +107,9 @@ TEST_F(MainWindow, TheSelectionOfTheLastRunComesBackOnceAndOtherwiseTheFirst) {
     Window->List().FillListview();
     Pump();
     EXPECT_EQ(Window->SelectedItems(), std::vector<int>{Engine->Items[0].GetNumber("@Handle")});
+    Window->List().SelectOnly(Handle("Alpha"));
+    Close();
+    EXPECT_NE(ReadBytes(Data.File("tarnwick.ini")).find("LastSelectedRecord=1\r"), std::string::npos);
 }
 
 TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
@@ -211,6 +214,7 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
                 });
         });
     };
+    const auto all = [&] { ListView_SetItemState(Window->List().Handle(), -1, LVIS_SELECTED, LVIS_SELECTED); };
     const struct {
         const char* Name;
         int Command;
@@ -232,15 +236,16 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
          },
          "Alpha beta delta ", ""},
         {"kept", COMMAND_DELETE_ITEMS, [&] { press(IDNO); }, "Alpha beta delta ", "Tarnwick;"},
-        {"all but the one that is being checked", COMMAND_DELETE_ITEMS,
+        {"up to the one that is being checked", COMMAND_DELETE_ITEMS,
          [&] {
-             ListView_SetItemState(Window->List().Handle(), -1, LVIS_SELECTED, LVIS_SELECTED);
-             Engine->Items[Engine->FindName("delta")].Set("@InUpdate", "1");
+             all();
+             Engine->Items[Engine->FindName("beta")].Set("@InUpdate", "1");
              press(IDYES, IDOK);
          },
-         "delta ", "Tarnwick;Tarnwick - delta;"},
-        {"the last", COMMAND_DELETE_ITEMS,
+         "beta delta ", "Tarnwick;Tarnwick - beta;"},
+        {"the rest", COMMAND_DELETE_ITEMS,
          [&] {
+             all();
              Engine->Items[0].Set("@InUpdate", "0");
              press(IDYES);
          },
