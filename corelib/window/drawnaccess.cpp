@@ -2,22 +2,16 @@
 
 #include <string>
 
+#include "corelib/window/latefunction.h"
 #include "corelib/window/window.h"
 
 namespace {
-
-// A function of a library that only those need who ask for these objects.
-template <class FUNCTION>
-FUNCTION Find(const wchar_t* library, const char* name) {
-    const HMODULE module = LoadLibraryW(library);
-    return module ? reinterpret_cast<FUNCTION>(reinterpret_cast<void*>(GetProcAddress(module, name))) : nullptr;
-}
 
 HRESULT Give(const std::wstring& text, BSTR* result) {
     *result = nullptr;
     if (text.empty())
         return S_FALSE;
-    static const auto make = Find<BSTR(STDAPICALLTYPE*)(const OLECHAR*)>(L"oleaut32.dll", "SysAllocString");
+    static auto* const make = LateFunction<decltype(SysAllocString)>(L"oleaut32.dll", "SysAllocString");
     *result = make ? make(text.c_str()) : nullptr;
     return *result ? S_OK : E_OUTOFMEMORY;
 }
@@ -110,10 +104,9 @@ void DRAWNOBJECT::Leave() {
 }
 
 LRESULT DRAWNOBJECT::Answer(WPARAM flags) {
-    static const auto make =
-        ::Find<LRESULT(STDAPICALLTYPE*)(REFIID, WPARAM, IUnknown*)>(L"oleacc.dll", "LresultFromObject");
+    static auto* const make = LateFunction<decltype(LresultFromObject)>(L"oleacc.dll", "LresultFromObject");
     // Without it no other process gets the object. It stays for as long as the thread.
-    static const auto begin = ::Find<HRESULT(STDAPICALLTYPE*)(void*)>(L"ole32.dll", "CoInitialize");
+    static auto* const begin = LateFunction<decltype(CoInitialize)>(L"ole32.dll", "CoInitialize");
     static const HRESULT begun = begin ? begin(nullptr) : E_FAIL;
     static_cast<void>(begun);
     return make ? make(__uuidof(IAccessible), flags, this) : 0;
@@ -186,8 +179,8 @@ HRESULT DRAWNOBJECT::get_accParent(IDispatch** parent) {
     *parent = nullptr;
     if (IsGone())
         return CO_E_OBJNOTCONNECTED;
-    static const auto object =
-        ::Find<HRESULT(STDAPICALLTYPE*)(HWND, DWORD, REFIID, void**)>(L"oleacc.dll", "AccessibleObjectFromWindow");
+    static auto* const object =
+        LateFunction<decltype(AccessibleObjectFromWindow)>(L"oleacc.dll", "AccessibleObjectFromWindow");
     return object
                ? object(Window, static_cast<DWORD>(OBJID_WINDOW), __uuidof(IDispatch), reinterpret_cast<void**>(parent))
                : S_FALSE;
