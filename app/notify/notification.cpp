@@ -221,7 +221,8 @@ void NOTIFICATION::PlaySounds(const STRING& soundFile) {
         const std::lock_guard hold(Guard);
         SoundLoopFile = soundFile;
     }
-    FrontEnd.StartTimer(TIMER_SOUND_LOOP, Milliseconds(State.GetNumber("EmailSoundLoopRep"), 1000));
+    // Without a pause it would begin anew a hundred times a second, and nothing would be heard.
+    FrontEnd.StartTimer(TIMER_SOUND_LOOP, Milliseconds(std::max(State.GetNumber("EmailSoundLoopRep"), 1), 1000));
     FrontEnd.UpdateCommands();
 }
 

@@ -254,6 +254,9 @@ TEST_F(Notification, PlaysTheSoundOfTheTypeButLooksForTheGeneralOne) {
     Teller.StopSoundLoop();
     Teller.PlaySoundLoop();
     EXPECT_EQ(FrontEnd.Take(), (LIST{"sound bill.wav", "stop 5"}));
+    State.Set("EmailSoundLoopRep", "0");
+    Notify();
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"sound bill.wav", "timer 5 1000", "timer 7 500"}));
 }
 
 TEST_F(Notification, StartsTheMailProgramOnce) {
