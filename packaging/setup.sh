@@ -85,7 +85,8 @@ need_server_packages() {
 # use_private_wine DIRECTORY: Wine keeps its files there, asks nothing and shows nothing.
 use_private_wine() {
     export WINEPREFIX="$1" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=
-    [ -d "$WINEPREFIX" ] || wineboot --init >/dev/null 2>&1
+    # What the setting up has started would go on without the display that may be there for programs.
+    [ -d "$WINEPREFIX" ] || { wineboot --init >/dev/null 2>&1; wineserver -w; }
 }
 
 # start_display: a display of its own, without a screen, for programs with windows. Sets DISPLAY, and display_pid for the

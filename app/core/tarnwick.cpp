@@ -119,6 +119,9 @@ void TARNWICK::Stop() {
 void TARNWICK::EndSession(const std::function<void()>& meanwhile) {
     Trace("WM_ENDSESSION\n");
     Stop();
+    // The system may not wait until the check under way has ended.
+    if (Files && Check->IsRunning())
+        SaveTables(SAVE_ITEMS);
     if (meanwhile && Check->IsRunning())
         meanwhile();
     Check->Wait(WAIT_FOREVER);

@@ -31,7 +31,7 @@ class MESSAGEBOXES : public FRONTEND {
 class RESOURCELIBRARY {
  public:
     explicit RESOURCELIBRARY(const STRING& path)
-        : Module(LoadLibraryExW(WideText(path).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
+        : Module(LoadLibraryExA(path.Text(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
         SetResourceModule(Module);
     }
     ~RESOURCELIBRARY() {
@@ -51,8 +51,11 @@ bool RaiseFirst() {
     const HWND first = FindWindowW(WideText(std::string_view(MAINWINDOW_CLASS)).c_str(), nullptr);
     if (!first || OSYS::FileExists("main.cpp"))
         return false;
-    ShowWindow(first, IsIconic(first) ? SW_RESTORE : SW_SHOW);
-    SetForegroundWindow(GetLastActivePopup(first));  // the dialog that is open, if there is one
+    const HWND open = GetLastActivePopup(first);  // the dialog that is open, if there is one
+    // While it greets, the first one has nothing else to show.
+    if (open == first || IsWindowVisible(first))
+        ShowWindow(first, IsIconic(first) ? SW_RESTORE : SW_SHOW);
+    SetForegroundWindow(open);
     return true;
 }
 

@@ -180,8 +180,10 @@ bool ITEMLIST::RemoveItem(int handle) {
 
 void ITEMLIST::AutoWidth(int mask) {
     Trace("TARNWICK::AutoWidth\n");
-    if (mask & WIDTH_NAME)
+    if (mask & WIDTH_NAME) {
         List.FitColumn(NAME_COLUMN);
+        NameWidth = List.ColumnWidth(NAME_COLUMN);
+    }
     if (mask & WIDTH_RESULT)
         FitResult();
     Trace("TARNWICK::~AutoWidth\n");
@@ -190,7 +192,7 @@ void ITEMLIST::AutoWidth(int mask) {
 void ITEMLIST::FitResult() {
     const int width = static_cast<int>(List.ClientRect().right), result = ScalePixels(RESULT_WIDTH);
     // The longest names are cut before there is no room for results; a tip shows them whole.
-    const int name = std::min(List.ColumnWidth(NAME_COLUMN), std::max(width - result, width / 2));
+    const int name = std::min(NameWidth, std::max(width - result, width / 2));
     List.SetColumnWidth(NAME_COLUMN, name);
     List.SetColumnWidth(RESULT_COLUMN, std::max(width - name, result / 2));
 }

@@ -55,6 +55,7 @@ class ITEMLIST {
     HWND Owner;
     TARNWICK& Application;
     LISTVIEW List;
+    int NameWidth = 0;  // of the longest name, in pixels
 };
 
 /// Images of the list, by their resource numbers.

@@ -7,7 +7,7 @@
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
     // To the platform's own rule the backslash of "/WORKDIR:C:\my mail\" would take the quote behind it along.
-    const DYNARRAY<STRING> words = SplitCommandLine(FromWide(GetCommandLineW()).Text());
+    const DYNARRAY<STRING> words = SplitCommandLine(GetCommandLineA());
     std::vector<const char*> pointers;
     for (int i = 0; i < words.Count(); ++i)
         pointers.push_back(words[i].Text());

@@ -93,7 +93,7 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
             OnTimer(first);
             return 0;
         case WM__ALERTWIN:
-            OpenAlert(std::unique_ptr<ALERTREQUEST>(reinterpret_cast<ALERTREQUEST*>(first)));
+            OpenAlert();
             return 0;
         case WM__FILLLIST:
             if (Rows && Rows->FillListviewThread())
@@ -271,10 +271,16 @@ void MAINWINDOW::OpenMailProgram(int handle) {
 
 // ---- the alert ----
 
-void MAINWINDOW::OpenAlert(std::unique_ptr<ALERTREQUEST> request) {
+void MAINWINDOW::OpenAlert() {
     Trace("WM__ALERTWIN received\n");
-    if (!request || !Application)
-        return;
+    ALERTREQUEST request;
+    {
+        const std::lock_guard hold(AlertGuard);
+        if (Alerts.empty() || !Application)
+            return;
+        request = std::move(Alerts.front());
+        Alerts.pop_front();
+    }
     if (AlertWindow) {
         KillTimer(hWnd, TIMER_ALERT);
         // One that has been clicked away is not read any longer.
@@ -284,18 +290,18 @@ void MAINWINDOW::OpenAlert(std::unique_ptr<ALERTREQUEST> request) {
     }
     const STRINGARRAY& state = Application->pState;
     ALERTSETUP setup;
-    setup.TextColor = request->TextColor;
-    setup.BackColor = request->BackColor;
+    setup.TextColor = request.TextColor;
+    setup.BackColor = request.BackColor;
     setup.Font = state.Get("PopupFont");
     ASSERTION(setup.Font.Length() == FONTVALUE_LENGTH, "this->pState[\"PopupFont\"].Length()==sizeof(LOGFONT)");
     setup.Position = state.GetNumber("PopupPosition") + 1;
     setup.Parent = hWnd;
     // Out of the range of commands.
-    setup.ClickValue = request->Handle != 0 ? request->Handle + COMMAND_VALUES_END : 0;
+    setup.ClickValue = request.Handle != 0 ? request.Handle + COMMAND_VALUES_END : 0;
     setup.Transparency = state.GetNumber("PopupTransparency");
-    AlertWindow = std::make_unique<SEMITOOLTIP>(request->Text, setup);
-    if (request->DurationMs > 0)
-        SetTimer(hWnd, TIMER_ALERT, static_cast<UINT>(request->DurationMs), nullptr);
+    AlertWindow = std::make_unique<SEMITOOLTIP>(request.Text, setup);
+    if (request.DurationMs > 0)
+        SetTimer(hWnd, TIMER_ALERT, static_cast<UINT>(request.DurationMs), nullptr);
 }
 
 void MAINWINDOW::CloseAlert() {

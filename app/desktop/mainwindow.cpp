@@ -105,6 +105,9 @@ void MAINWINDOW::MakeTaskbarIcon() {
             Tray->Add();
         Tray->SetIcon(TrayIcon);
         Tray->SetTooltip(tooltip);
+        // Refused, so that nothing would show the program: it is in the task bar instead.
+        if (!Tray->IsUp() && !IsVisible())
+            Show(SW_SHOWMINNOACTIVE);
     });
 }
 
@@ -179,9 +182,9 @@ void MAINWINDOW::SetItemStatus(int handle, const STRING& text) {
 }
 
 void MAINWINDOW::PostAlert(const ALERTREQUEST& request) {
-    auto copy = std::make_unique<ALERTREQUEST>(request);
-    if (PostMessageW(hWnd, WM__ALERTWIN, reinterpret_cast<WPARAM>(copy.get()), 0))
-        static_cast<void>(copy.release());  // the message's receiver owns it
+    const std::lock_guard hold(AlertGuard);
+    Alerts.push_back(request);
+    PostMessageW(hWnd, WM__ALERTWIN, 0, 0);
 }
 
 void MAINWINDOW::PlaySoundFile(const STRING& file) {
@@ -243,7 +246,8 @@ void MAINWINDOW::MakeToolbar() {
 }
 
 void MAINWINDOW::PlaceControls() {
-    if (!Application || !Rows)
+    // A minimised window has no room for anything.
+    if (!Application || !Rows || IsIconic(hWnd))
         return;
     Trace("TARNWICK::ArrangeControls\n");
     const RECT client = ClientRect();

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <deque>
 #include <memory>
+#include <mutex>
 
 #include "app/common/frontend.h"
 #include "app/core/commands.h"
@@ -101,7 +103,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void OnTray(WPARAM icon, UINT mouse);
     void OpenMailProgram(int handle);
     void OnAlertClick(WPARAM button, LPARAM value);
-    void OpenAlert(std::unique_ptr<ALERTREQUEST> request);
+    void OpenAlert();
     void CloseAlert();
     // Commands of the window itself.
     bool DoWindowCommand(int command);
@@ -124,7 +126,9 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     std::unique_ptr<ITEMLIST> Rows;
     std::unique_ptr<TASKBARICON> Tray;
     std::unique_ptr<SEMITOOLTIP> AlertWindow;
-    int TrayIcon = 0;  // its resource number, while it blinks too
+    std::mutex AlertGuard;
+    std::deque<ALERTREQUEST> Alerts;  // that wait to be opened
+    int TrayIcon = 0;                 // its resource number, while it blinks too
     bool BlinkPhase = false;
     bool FirstRun = false;
     bool SessionEnded = false;

@@ -5,7 +5,7 @@
 
 // Numbers of the main window's messages, timers and resources. Those of commands stand in app/core/commands.h.
 
-inline constexpr UINT WM__ALERTWIN = 1027;          // first: an ALERTREQUEST, which the receiver owns
+inline constexpr UINT WM__ALERTWIN = 1027;          // the next of the alerts that wait
 inline constexpr UINT WM__FILLLIST = 1028;          // the list is to be filled anew
 inline constexpr UINT WM__STARTMAILPROGRAM = 1029;  // first: the handle of the item, or 0
 inline constexpr UINT WM__CALLS = 1030;             // calls of other threads wait

@@ -48,7 +48,7 @@ void Open(HWND window, const STRING& what) {
 
 STRING PushFolder(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialog) {
     const COMUSE com;
-    const std::wstring start = WideText(dialog.ControlText(argument.Control).Word(0, "|", WORD_NEVERNULL));
+    const std::wstring start = WidePath(dialog.ControlText(argument.Control).Word(0, "|", WORD_NEVERNULL));
     BROWSEINFOW ask{};
     ask.hwndOwner = dialog.hWnd;
     ask.ulFlags = BIF_RETURNONLYFSDIRS | BIF_NEWDIALOGSTYLE;
@@ -62,7 +62,7 @@ STRING PushFolder(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG&
     CoTaskMemFree(chosen);
     if (!named)
         return value;
-    STRING folder = FromWide(path);
+    STRING folder = PathFromWide(path);
     folder.ChopLast('\\');
     dialog.SetControlText(argument.Control, folder);
     return folder;

@@ -7,6 +7,7 @@
 #include <shellapi.h>
 #include <uxtheme.h>
 #include <vsstyle.h>
+#include <vssym32.h>
 // clang-format on
 #include <memory>
 #include <type_traits>

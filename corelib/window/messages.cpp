@@ -62,7 +62,7 @@ bool AskToGoOn(const char* title, const char* text) {
 }
 
 bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {
-    const std::wstring filters = FilterList(filter), offered = WideText(file);
+    const std::wstring filters = FilterList(filter), offered = WidePath(file);
     std::wstring name(PATH_CHARACTERS, L'\0');
     offered.copy(name.data(), PATH_CHARACTERS - 1);
     OPENFILENAMEW ask{};
@@ -87,11 +87,11 @@ bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {
     }
     if (!chosen)
         return false;
-    file = FromWide(name.c_str());
+    file = PathFromWide(name.c_str());
     // A directory and a name in it may also come one behind the other.
     const size_t end = name.find(L'\0');
     if (end + 1 < ask.nFileOffset || name[end + 1] == L'\0' || ask.nFileOffset <= end)
         return true;
-    file = OSYS::FilePath(file.Text(), FromWide(&name[end + 1]).Text());
+    file = OSYS::FilePath(file.Text(), PathFromWide(&name[end + 1]).Text());
     return true;
 }

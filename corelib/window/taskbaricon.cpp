@@ -39,7 +39,8 @@ TASKBARICON::~TASKBARICON() {
 
 void TASKBARICON::Load(int icon) {
     ICONHANDLE loaded = LoadIconResource(icon, GetSystemMetrics(SM_CXSMICON));
-    if (!ASSERTION_INFO(loaded != nullptr, "nof.hIcon", std::to_string(icon).c_str())) {
+    // Without a question to the user: it would come again with each picture.
+    if (!ASSERTION_QUIET(loaded != nullptr, "nof.hIcon", std::to_string(icon).c_str())) {
         // There must be something to click on: the former picture, or else the system's for programs.
         if (Icon)
             return;

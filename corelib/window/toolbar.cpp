@@ -463,6 +463,7 @@ void NEWTOOLBAR::DrawButton(HDC dc, HTHEME theme, int index) {
     const bool enabled = button.State & TBSTATE_ENABLED, checked = button.State & TBSTATE_CHECKED;
     const bool hot = enabled && Hot == index && (Pressed == -1 || Pressed == index);
     const bool down = hot && Pressed == index;
+    COLORREF textColor = GetSysColor(enabled ? COLOR_BTNTEXT : COLOR_GRAYTEXT);
     if (theme) {
         int state = TS_NORMAL;
         if (!enabled)
@@ -475,6 +476,7 @@ void NEWTOOLBAR::DrawButton(HDC dc, HTHEME theme, int index) {
             state = TS_HOT;
         if (state != TS_NORMAL && state != TS_DISABLED)
             DrawThemeBackground(theme, dc, TP_BUTTON, state, &rect, nullptr);
+        GetThemeColor(theme, TP_BUTTON, state, TMT_TEXTCOLOR, &textColor);
     } else if (checked || down) {
         DrawEdge(dc, &rect, checked ? EDGE_SUNKEN : BDR_SUNKENOUTER, BF_RECT);
     } else if (hot) {
@@ -489,7 +491,7 @@ void NEWTOOLBAR::DrawButton(HDC dc, HTHEME theme, int index) {
     }
     if (button.Label.NotNull()) {
         RECT text = {x, rect.top, button.Right, rect.bottom};
-        SetTextColor(dc, GetSysColor(enabled ? COLOR_BTNTEXT : COLOR_GRAYTEXT));
+        SetTextColor(dc, textColor);
         DrawTextW(dc, WideText(button.Label).c_str(), -1, &text, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
     }
     if (index == Focused && GetFocus() == hWnd) {

@@ -219,7 +219,7 @@ RECT WINDOW::ClientRect() const {
 }
 
 void WINDOW::StoreWindowPos(const char* product, const char* name) {
-    if (!IsVisible() || IsIconic(hWnd))
+    if (!IsVisible() || IsIconic(hWnd) || IsZoomed(hWnd))
         return;
     const RECT rect = Rect();
     const int32_t edges[4] = {rect.left, rect.top, rect.right, rect.bottom};

@@ -249,7 +249,7 @@ TEST_F(Lifecycle, OpeningWindowsLeavesNoHandlesBehind) {
             Pump();
             window.SetApplication(nullptr);
         },
-        40);
+        100);
 }
 
 }  // namespace

@@ -34,11 +34,20 @@ TEST_F(MainWindow, TheColumnsFillTheListWhateverIsInIt) {
         EXPECT_GE(result, ScalePixels(100));
         EXPECT_EQ(name + result, client.right);  // no scroll bar below
     };
-    Open("[#0]\r\nName=" + std::string(200, 'n') + "\r\nType=1\r\n\r\n");
+    Open("[#0]\r\nName=" + std::string(30, 'n') + "\r\nType=1\r\n\r\n");
     edges();
-    Window->Move(0, 0, ScalePixels(300), ScalePixels(300));
+    const int fitting = ListView_GetColumnWidth(Window->List().Handle(), 0);
+    Window->Move(0, 0, ScalePixels(260), ScalePixels(300));
     Pump();
     edges();
+    EXPECT_LT(ListView_GetColumnWidth(Window->List().Handle(), 0), fitting);
+    // Room that comes back is used again.
+    Window->Move(0, 0, ScalePixels(800), ScalePixels(300));
+    Window->Show(SW_MINIMIZE);
+    Window->Show(SW_RESTORE);
+    Pump();
+    edges();
+    EXPECT_EQ(ListView_GetColumnWidth(Window->List().Handle(), 0), fitting);
     Close();
     std::string many;
     for (int i = 0; i < 60; ++i)
@@ -71,11 +80,15 @@ TEST_F(MainWindow, ImagesFollowTheItemsState) {
 TEST_F(MainWindow, RowsFollowWhatTheWorkThreadWrites) {
     Open(TWO_ITEMS);
     const int handle = Handle("Alpha");
+    std::atomic<bool> done = false;
     std::thread worker([&] {
         for (int i = 1; i <= 5000; ++i)
             Window->SetItemStatus(handle, std::to_string(i).c_str());
         Window->SetItemStatus(999, "nobody's");
+        done = true;
     });
+    while (!done)
+        Pump();
     worker.join();
     Pump();
     EXPECT_EQ(Rows().front(), "Alpha|5000");

@@ -80,6 +80,9 @@ TEST(WINDOWS, PositionIsKeptWhileTheyShow) {
     ASSERT_TRUE(Values().Read("Pos", edges, &size));
     EXPECT_EQ(size, 16);
     EXPECT_EQ(edges[3], 290);
+    window.Show(SW_MAXIMIZE);
+    window.StoreWindowPos(PRODUCT, "Pos");
+    window.Show(SW_RESTORE);
     window.Move(0, 0, 100, 100);
     EXPECT_TRUE(window.RestoreWindowPos(PRODUCT, "Pos"));
     EXPECT_TRUE(Same(window.Rect(), 40, 50, 360, 290));
