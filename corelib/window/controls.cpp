@@ -35,31 +35,38 @@ CONTROL::CONTROL(const wchar_t* className, DWORD style, DWORD extendedStyle, HWN
     if (!ASSERTION(hWnd != nullptr, "this->hWnd"))
         return;
     AutoDestroy = true;
-    SetWindowSubclass(hWnd, ControlProcedure, 0, reinterpret_cast<DWORD_PTR>(this));
+    // Not the common controls' own subclassing: that looks its list up at each message, which costs Wine ten calls to
+    // its server for a list's row.
+    SetWindowLongPtrW(hWnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    ClassProcedure =
+        reinterpret_cast<WNDPROC>(SetWindowLongPtrW(hWnd, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(ControlProcedure)));
     SetFont(MessageFont());
 }
 
 CONTROL::~CONTROL() {
     // Its class sees to the window's end; WINDOW, which alone is left of this object by then, would keep that from it.
     if (AutoDestroy && hWnd)
-        RemoveWindowSubclass(hWnd, ControlProcedure, 0);
+        Release();
 }
 
-LRESULT CALLBACK CONTROL::ControlProcedure(HWND window, UINT message, WPARAM first, LPARAM second, UINT_PTR id,
-                                           DWORD_PTR self) {
-    auto* const control = reinterpret_cast<CONTROL*>(self);
+void CONTROL::Release() {
+    SetWindowLongPtrW(hWnd, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(ClassProcedure));
+    SetWindowLongPtrW(hWnd, GWLP_USERDATA, 0);
+}
+
+LRESULT CALLBACK CONTROL::ControlProcedure(HWND window, UINT message, WPARAM first, LPARAM second) {
+    auto* const control = reinterpret_cast<CONTROL*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     if (message != WM_NCDESTROY)
         return control->Dispatch(message, first, second);
-    // The parent takes its controls along, often before their objects go.
+    // The parent takes its controls along, often before their objects go. The control itself must still see this
+    // message: it frees what it has.
+    control->Release();
     control->hWnd = nullptr;
-    // The control itself must still see this message: it frees what it has.
-    const LRESULT result = DefSubclassProc(window, message, first, second);
-    RemoveWindowSubclass(window, ControlProcedure, id);
-    return result;
+    return CallWindowProcW(control->ClassProcedure, window, message, first, second);
 }
 
 LRESULT CONTROL::WinProc(UINT message, WPARAM first, LPARAM second) {
-    return DefSubclassProc(hWnd, message, first, second);
+    return CallWindowProcW(ClassProcedure, hWnd, message, first, second);
 }
 
 STRING CONTROL::ClassName() const {

@@ -27,8 +27,11 @@ class CONTROL : public WINDOW {
     }
 
  private:
-    static LRESULT CALLBACK ControlProcedure(HWND window, UINT message, WPARAM first, LPARAM second, UINT_PTR id,
-                                             DWORD_PTR self);
+    static LRESULT CALLBACK ControlProcedure(HWND window, UINT message, WPARAM first, LPARAM second);
+    /// The window's messages go to its class alone again.
+    void Release();
+
+    WNDPROC ClassProcedure = DefWindowProcW;
 };
 
 class STATICTEXT : public CONTROL {
