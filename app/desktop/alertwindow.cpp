@@ -1,5 +1,6 @@
 #include "app/desktop/alertwindow.h"
 
+#include <algorithm>
 #include <windowsx.h>
 
 #include "corelib/base/trace.h"
@@ -68,6 +69,8 @@ LOGFONTW IconTitleFont() {
     return font;
 }
 
+constexpr ALERTPOINT OUTSIDE{-1, -1};
+
 ALERTPOINT PointOf(LPARAM packed) {
     return {GET_X_LPARAM(packed), GET_Y_LPARAM(packed)};
 }
@@ -118,6 +121,7 @@ SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)
 
 SEMITOOLTIP::~SEMITOOLTIP() {
     Closing = true;
+    GiveFocusBack();
 }
 
 void SEMITOOLTIP::MakeFonts(const STRING& font) {
@@ -152,11 +156,24 @@ LRESULT SEMITOOLTIP::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM_RBUTTONDOWN:
             Click(message == WM_RBUTTONDOWN, PointOf(second));
             return 0;
-        case WM_MOUSEMOVE:
+        case WM_MOUSEMOVE: {
             MovePointer(PointOf(second));
+            TRACKMOUSEEVENT track{sizeof track, TME_LEAVE, hWnd, 0};
+            TrackMouseEvent(&track);
             return 0;
+        }
         case WM_MOUSELEAVE:
-            MovePointer({-1, -1});
+        case WM_KILLFOCUS:
+            MovePointer(OUTSIDE);
+            return 0;
+        case WM_SETFOCUS:
+            if (Marked() == -1)
+                Mark(0);
+            return 0;
+        case WM_KEYDOWN:
+            return OnKey(first) ? 0 : WINDOW::WinProc(message, first, second);
+        case WM_CLOSE:
+            Click(false, OUTSIDE);
             return 0;
         case WM_TIMER:
             Look.Swapped = !Look.Swapped;
@@ -180,9 +197,9 @@ SEMITOOLTIP::ELEMENT SEMITOOLTIP::Whole() const {
 
 SEMITOOLTIP::ELEMENT SEMITOOLTIP::Element(int index) const {
     const ALERTRECT& rect = Layout->Buttons()[static_cast<size_t>(index)].Rect;
-    ELEMENT element{{}, {}, ROLE_SYSTEM_PUSHBUTTON, 0, SystemRect(rect)};
-    if (rect.Contains(Look.Pointer))
-        element.State |= STATE_SYSTEM_HOTTRACKED;
+    ELEMENT element{{}, {}, ROLE_SYSTEM_PUSHBUTTON, STATE_SYSTEM_FOCUSABLE, SystemRect(rect)};
+    if (index == Marked())
+        element.State |= GetFocus() == hWnd ? STATE_SYSTEM_FOCUSED : STATE_SYSTEM_HOTTRACKED;
     for (const ALERTLINE& line : ParseAlertMarkup(Text.View()))
         for (const ALERTPIECE& piece : line)
             if (piece.Button && index-- == 0)
@@ -191,9 +208,8 @@ SEMITOOLTIP::ELEMENT SEMITOOLTIP::Element(int index) const {
 }
 
 bool SEMITOOLTIP::PressLater(int index) {
-    const RECT place = SystemRect(Layout->Buttons()[static_cast<size_t>(index)].Rect);
-    const LPARAM middle = MAKELPARAM((place.left + place.right) / 2, (place.top + place.bottom) / 2);
-    return PostMessageW(hWnd, WM_LBUTTONDOWN, MK_LBUTTON, middle) != 0;
+    const ALERTPOINT middle = Middle(index);
+    return PostMessageW(hWnd, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(middle.X, middle.Y)) != 0;
 }
 
 void SEMITOOLTIP::Paint() {
@@ -219,8 +235,16 @@ void SEMITOOLTIP::Click(bool right, ALERTPOINT point) {
         UpdateWindow(hWnd);
         Sleep(PRESSED_MS);
     }
-    if (!right)
+    if (!right) {
+        GiveFocusBack();
         ShowWindow(hWnd, SW_HIDE);
+    }
+}
+
+// Else the system would give it to the next best window of any program.
+void SEMITOOLTIP::GiveFocusBack() {
+    if (GetFocus() == hWnd && IsWindowVisible(Setup.Parent))
+        SetForegroundWindow(Setup.Parent);
 }
 
 void SEMITOOLTIP::MovePointer(ALERTPOINT point) {
@@ -233,8 +257,61 @@ void SEMITOOLTIP::MovePointer(ALERTPOINT point) {
         InvalidateButton(left);
         InvalidateButton(entered);
     }
-    TRACKMOUSEEVENT track{sizeof track, TME_LEAVE, hWnd, 0};
-    TrackMouseEvent(&track);
+}
+
+bool SEMITOOLTIP::TakeFocus() {
+    return IsVisible() && SetForegroundWindow(hWnd);
+}
+
+bool SEMITOOLTIP::TakeFocus(int index) {
+    if (!TakeFocus())
+        return false;
+    Mark(index);
+    return true;
+}
+
+bool SEMITOOLTIP::OnKey(WPARAM key) {
+    const bool back = key == VK_LEFT || key == VK_UP || (key == VK_TAB && GetKeyState(VK_SHIFT) < 0);
+    switch (key) {
+        case VK_TAB:
+        case VK_LEFT:
+        case VK_UP:
+        case VK_RIGHT:
+        case VK_DOWN:
+            Mark(back ? std::max(Marked(), 0) + Count() - 1 : Marked() + 1);
+            return true;
+        case VK_RETURN:
+        case VK_SPACE:
+            if (Marked() != -1)
+                Click(false, Look.Pointer);
+            return true;
+        case VK_ESCAPE:
+            Click(false, OUTSIDE);
+            return true;
+        case VK_F6:
+            GiveFocusBack();
+            return true;
+        default:
+            return false;
+    }
+}
+
+ALERTPOINT SEMITOOLTIP::Middle(int index) const {
+    const ALERTRECT& place = Layout->Buttons()[static_cast<size_t>(index)].Rect;
+    return {(place.Left + place.Right) / 2, (place.Top + place.Bottom) / 2};
+}
+
+int SEMITOOLTIP::Marked() const {
+    const ALERTBUTTON* const button = Layout->ButtonAt(Look.Pointer);
+    return button ? static_cast<int>(button - Layout->Buttons().data()) : -1;
+}
+
+void SEMITOOLTIP::Mark(int index) {
+    if (Count() == 0)
+        return;
+    index %= Count();
+    MovePointer(Middle(index));
+    NotifyWinEvent(EVENT_OBJECT_FOCUS, hWnd, OBJID_CLIENT, index + 1);
 }
 
 void SEMITOOLTIP::InvalidateButton(const ALERTBUTTON* button) {

@@ -29,8 +29,9 @@ struct ALERTSETUP {
     int Transparency = 0;   // low byte: 0 opaque to 255 invisible
 };
 
-/// The small window in front of all others that tells of new mail. It shows at once, never takes the focus, and hides
-/// itself when it is clicked; its owner destroys it.
+/// The small window in front of all others that tells of new mail. It shows at once, takes the focus only by TakeFocus,
+/// and hides itself when it is clicked; its owner destroys it. With the focus, Tab and the arrows go from button to
+/// button, Space and Enter press one, Escape closes the alert, and F6 goes back to the parent.
 class SEMITOOLTIP : public WINDOW, private DRAWNELEMENTS {
  public:
     SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup);
@@ -39,6 +40,8 @@ class SEMITOOLTIP : public WINDOW, private DRAWNELEMENTS {
     SEMITOOLTIP& operator=(const SEMITOOLTIP&) = delete;
 
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
+    /// For one who has no mouse. False if it cannot be seen.
+    bool TakeFocus();
 
     /// The four fonts of an alert, by ALERTFONT.
     using FONTS = std::array<FONTHANDLE, 4>;
@@ -48,12 +51,19 @@ class SEMITOOLTIP : public WINDOW, private DRAWNELEMENTS {
     ELEMENT Whole() const override;
     int Count() const override { return Layout ? static_cast<int>(Layout->Buttons().size()) : 0; }
     ELEMENT Element(int index) const override;
+    bool TakeFocus(int index) override;
     bool PressLater(int index) override;
 
     void MakeFonts(const STRING& font);
     void Paint();
     void Click(bool right, ALERTPOINT point);
     void MovePointer(ALERTPOINT point);
+    void GiveFocusBack();
+    bool OnKey(WPARAM key);
+    ALERTPOINT Middle(int index) const;
+    /// The button under the pointer; the focus moves it too. -1 is none.
+    int Marked() const;
+    void Mark(int index);
     void InvalidateButton(const ALERTBUTTON* button);
 
     const STRING Text;

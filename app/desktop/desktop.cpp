@@ -59,10 +59,12 @@ bool RaiseFirst() {
     return true;
 }
 
-void MainDispatchLoop(const MAINWINDOW& window, int accelerators) {
+void MainDispatchLoop(MAINWINDOW& window, int accelerators) {
     const HACCEL keys = LoadAcceleratorsW(ResourceModule(), MAKEINTRESOURCEW(accelerators));
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (window.EntersAlert(message))
+            continue;
         if (window.MayBeCommandKey(message) && TranslateAcceleratorW(window.hWnd, keys, &message))
             continue;
         TranslateMessage(&message);

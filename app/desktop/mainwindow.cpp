@@ -281,10 +281,16 @@ COMMANDCONTEXT MAINWINDOW::CommandContext() const {
 bool MAINWINDOW::MayBeCommandKey(const MSG& message) const {
     if (message.message != WM_KEYDOWN)
         return true;
-    if (HIWORD(message.lParam) & KF_REPEAT)
+    if ((HIWORD(message.lParam) & KF_REPEAT) || (AlertWindow && message.hwnd == AlertWindow->hWnd))
         return false;
     const bool own = message.wParam == VK_RETURN || message.wParam == VK_SPACE || message.wParam == VK_ESCAPE;
     return !own || !Toolbar || message.hwnd != Toolbar->hWnd;
+}
+
+bool MAINWINDOW::EntersAlert(const MSG& message) {
+    if (message.message != WM_KEYDOWN || message.wParam != VK_F6 || !AlertWindow || message.hwnd == AlertWindow->hWnd)
+        return false;
+    return AlertWindow->TakeFocus();
 }
 
 void MAINWINDOW::ShowState() {

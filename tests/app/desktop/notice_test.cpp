@@ -222,6 +222,43 @@ TEST_F(Notice, AnAlertIsReplacedClickedAndGivesCommands) {
     SendMessageW(Window->hWnd, WM__ALERTCLICK, 2, 0);
 }
 
+TEST_F(Notice, TheAlertIsReachedByTheKeyboard) {
+    Open(TWO_ITEMS);
+    const struct {
+        std::vector<WPARAM> Keys;
+        bool Open;
+        const char* Done;
+    } table[] = {
+        {{VK_TAB}, true, ""},
+        {{VK_SPACE}, false, "2118 "},
+        {{VK_TAB, VK_RETURN}, false, "2107 "},
+        {{VK_LEFT, VK_RETURN}, false, "2107 "},
+        {{VK_RIGHT, VK_DOWN, VK_SPACE}, false, "2118 "},
+        {{VK_ESCAPE}, false, ""},
+        {{VK_DELETE, VK_F6}, true, ""},
+    };
+    for (const auto& row : table) {
+        const HWND alert = Show({.Text = "text\n\x1b[*=2118]Suspend\x1b[n] or \x1b[*=2107]reset"});
+        Window->List().Focus();
+        const HWND list = GetFocus();
+        EXPECT_TRUE(Window->EntersAlert({list, WM_KEYDOWN, VK_F6, 1, 0, {}}));
+        EXPECT_EQ(GetFocus(), alert);
+        EXPECT_EQ(Done([&] {
+                      for (const WPARAM key : row.Keys) {
+                          const MSG message = {alert, WM_KEYDOWN, key, 1, 0, {}};
+                          EXPECT_FALSE(Window->EntersAlert(message) || Window->MayBeCommandKey(message));
+                          DispatchMessageW(&message);
+                      }
+                      EXPECT_EQ(IsWindowVisible(alert) != 0, row.Open);
+                      Pump();
+                  }),
+                  row.Done);
+        EXPECT_EQ(Alert() != nullptr, row.Open);
+        EXPECT_EQ(GetFocus(), row.Keys.back() == VK_TAB ? alert : list);
+    }
+    EXPECT_EQ(Engine->Items.Count(), 2);
+}
+
 TEST_F(Notice, OpeningAlertsLeavesNoHandlesBehind) {
     Open(TWO_ITEMS);
     ALERTSETUP setup;
