@@ -241,15 +241,13 @@ TEST_F(Lifecycle, ThePositionComesBack) {
 
 TEST_F(Lifecycle, OpeningWindowsLeavesNoHandlesBehind) {
     Open(TWO_ITEMS);
-    ExpectNoHandleGrowth(
-        [&] {
-            MAINWINDOW window(*App);
-            window.SetApplication(Engine.get());
-            window.Begin(true);
-            Pump();
-            window.SetApplication(nullptr);
-        },
-        100);
+    ExpectNoHandleGrowth([&] {
+        MAINWINDOW window(*App);
+        window.SetApplication(Engine.get());
+        window.Begin(true);
+        Pump();
+        window.SetApplication(nullptr);
+    });
 }
 
 }  // namespace

@@ -263,7 +263,7 @@ TEST_F(Notice, OpeningAlertsLeavesNoHandlesBehind) {
     Open(TWO_ITEMS);
     ALERTSETUP setup;
     setup.Parent = Window->hWnd;
-    ExpectNoHandleGrowth([&] { SEMITOOLTIP("one\n\x1b[b]two \x1b[*=1]three", setup); }, 500);
+    ExpectNoHandleGrowth([&] { SEMITOOLTIP("one\n\x1b[b]two \x1b[*=1]three", setup); });
 }
 
 }  // namespace
