@@ -42,9 +42,12 @@ class Lifecycle : public DESKTOPTEST {
         value.Strip('R', "\r");
         return Std(value);
     }
+    static STRING ProgramFile() {
+        return OSYS::FilePath(OSYS::FileDirectory(OSYS::ProgramPath().Text()).Text(), "tarnwick.exe");
+    }
     /// Starts the program itself over another directory.
-    static PROCESS_INFORMATION StartProgramOver(const TEMPDIR& other, const char* switches = "") {
-        const STRING program = OSYS::FilePath(OSYS::FileDirectory(OSYS::ProgramPath().Text()).Text(), "tarnwick.exe");
+    static PROCESS_INFORMATION StartProgramOver(const TEMPDIR& other, const char* switches = "",
+                                                const STRING& program = ProgramFile()) {
         std::wstring line = WideText("\"" || program || "\" \"/WORKDIR:" || other.Path() || "\" " || switches);
         STARTUPINFOW start{};
         start.cb = sizeof start;
@@ -66,6 +69,19 @@ class Lifecycle : public DESKTOPTEST {
 
     std::unique_ptr<SCRIPTEDSERVER> Server;
 };
+
+TEST_F(Lifecycle, WithoutAnyLanguageTheStartSaysWhatIsMissing) {
+    const TEMPDIR alone;
+    WriteBytes(alone.File("tarnwick.exe"), ReadBytes(ProgramFile()));
+    const PROCESS_INFORMATION process = StartProgramOver(alone, "/LANG:GER", alone.File("tarnwick.exe"));
+    HWND box = nullptr;
+    EXPECT_TRUE(PumpUntil([&] { return (box = FindWindowW(L"#32770", L"Velmora Application")) != nullptr; }));
+    wchar_t text[300] = L"";
+    GetDlgItemTextW(box, 0xFFFF, text, 300);
+    EXPECT_EQ(Std(FromWide(text)), "DLL not found:\r" + alone.Native("english.dll"));
+    PostMessageW(box, WM_COMMAND, IDOK, 0);
+    EXPECT_EQ(WaitForEnd(process), 99);
+}
 
 TEST_F(Lifecycle, ASecondStartRaisesTheFirst) {
     WINDOW other(WS_OVERLAPPEDWINDOW, "other", 0, 0, 1000, 800, nullptr, 0, "OtherOfTest");

@@ -130,6 +130,10 @@ TEST_F(Notice, TheTrayIconComesLaterAndTheMailBlinksUntilSomebodyLooks) {
     EXPECT_FALSE(HasTimer(TIMER_BLINK)) << "the pointer has passed";
     EXPECT_ASSERTIONS(1);
     Tick(77);
+    const std::string title = Std(Window->Title());
+    Window->SetTitle("old");
+    Tick(TIMER_TITLE);
+    EXPECT_EQ(Std(Window->Title()), title);
 
     TellNewMail();
     Tick(TIMER_SCROLL_LOCK);
