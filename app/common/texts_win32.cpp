@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include "app/common/textmodule.h"
+#include "corelib/base/widepath.h"
 
 const char* const LANGUAGELIBRARY::MODULE::Extension = ".dll";
 
@@ -11,7 +12,7 @@ LANGUAGELIBRARY::MODULE::~MODULE() {
 }
 
 bool LANGUAGELIBRARY::MODULE::Open(const char* path) {
-    Handle = LoadLibraryExA(path, nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    Handle = LoadLibraryExW(WideFilePath(path).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
     return Handle != nullptr;
 }
 

@@ -31,7 +31,7 @@ class MESSAGEBOXES : public FRONTEND {
 class RESOURCELIBRARY {
  public:
     explicit RESOURCELIBRARY(const STRING& path)
-        : Module(LoadLibraryExA(path.Text(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
+        : Module(LoadLibraryExW(WideFilePath(path.Text()).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
         SetResourceModule(Module);
     }
     ~RESOURCELIBRARY() {

@@ -4,6 +4,7 @@
 #include "corelib/base/clock.h"
 #include "corelib/base/files.h"
 #include "corelib/base/filesplatform.h"
+#include "corelib/base/widepath.h"
 
 namespace {
 
@@ -15,7 +16,8 @@ constexpr int REPLACE_PAUSE = 25;  // ms
 class FILEHOLD {
  public:
     FILEHOLD(const char* path, DWORD access, DWORD share, DWORD disposition)
-        : File(CreateFileA(path, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+        : File(CreateFileW(WideFilePath(path).c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
+                           nullptr)) {}
     ~FILEHOLD() { Close(); }
     FILEHOLD(const FILEHOLD&) = delete;
     FILEHOLD& operator=(const FILEHOLD&) = delete;
@@ -39,9 +41,10 @@ bool WriteBytes(HANDLE file, std::string_view bytes) {
            written == bytes.size();
 }
 
-bool MoveOver(const char* from, const char* to) {
+bool MoveOver(const char* fromPath, const char* toPath) {
+    const std::wstring from = WideFilePath(fromPath), to = WideFilePath(toPath);
     for (int left = REPLACE_TRIES;;) {
-        if (MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+        if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
             return true;
         DWORD error = GetLastError();
         bool inUse = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED ||
@@ -70,11 +73,11 @@ bool AppendBytes(const char* path, std::string_view bytes) {
 }
 
 bool Remove(const char* path) {
-    return DeleteFileA(path);
+    return DeleteFileW(WideFilePath(path).c_str());
 }
 
 bool Rename(const char* from, const char* to) {
-    return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING);
+    return MoveFileExW(WideFilePath(from).c_str(), WideFilePath(to).c_str(), MOVEFILE_REPLACE_EXISTING);
 }
 
 }  // namespace FILES
@@ -99,7 +102,7 @@ bool ReadBytes(const char* path, STRING& content) {
 }
 
 bool ReplaceBytes(const char* path, std::string_view bytes) {
-    DWORD attributes = GetFileAttributesA(path);
+    DWORD attributes = GetFileAttributesW(WideFilePath(path).c_str());
     bool exists = attributes != INVALID_FILE_ATTRIBUTES;
     if (exists && (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)))
         return false;
@@ -112,7 +115,7 @@ bool ReplaceBytes(const char* path, std::string_view bytes) {
     ok = file.Close() && ok;
     ok = ok && MoveOver(beside.Text(), path);
     if (!ok)
-        DeleteFileA(beside.Text());
+        FILES::Remove(beside.Text());
     return ok;
 }
 

@@ -1,12 +1,14 @@
 #include <windows.h>
 
 #include "corelib/base/traceplatform.h"
+#include "corelib/base/widepath.h"
 
 namespace TRACEPLATFORM {
 
 intptr_t OpenLog(const char* path, bool hard) {
     DWORD flags = FILE_ATTRIBUTE_NORMAL | (hard ? FILE_FLAG_WRITE_THROUGH : 0);
-    HANDLE log = CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, flags, nullptr);
+    HANDLE log =
+        CreateFileW(WideFilePath(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, flags, nullptr);
     return log == INVALID_HANDLE_VALUE ? -1 : reinterpret_cast<intptr_t>(log);
 }
 

@@ -1,17 +1,32 @@
 #include <windows.h>
 
 #include "corelib/base/trace.h"
+#include "corelib/base/widepath.h"
 #include "corelib/system/dirscan.h"
 
 struct DIRSCAN::FINDDATA {
     HANDLE Find = INVALID_HANDLE_VALUE;
-    WIN32_FIND_DATAA Data{};
+    WIN32_FIND_DATAW Data{};
+    bool Take(bool found, STRING& name);
 };
+
+// Gives the name of the entry that was found, or of the next one that the code page can say; others are left out, with
+// a line in the trace log, and so stay as they are. Their short names would do for reading. But a copy under such a
+// name loses the real one, and may replace a file in the other folder that has this short name there.
+bool DIRSCAN::FINDDATA::Take(bool found, STRING& name) {
+    for (; found; found = FindNextFileW(Find, &Data)) {
+        if (NameFromWide(Data.cFileName, name))
+            return true;
+        Trace("DIRSCAN leaves out %s, which the code page cannot say\n", Narrow(CP_ACP, Data.cFileName).Text());
+    }
+    name = STRING();
+    return false;
+}
 
 DIRSCAN::DIRSCAN(const char* pattern, STRING& name) : pResult(std::make_unique<FINDDATA>()), Name(name) {
     ASSERTION(pResult != nullptr, "this->pResult");
-    pResult->Find = FindFirstFileA(pattern, &pResult->Data);
-    Name = pResult->Find == INVALID_HANDLE_VALUE ? STRING() : STRING(pResult->Data.cFileName);
+    pResult->Find = FindFirstFileW(WideFilePath(pattern).c_str(), &pResult->Data);
+    pResult->Take(pResult->Find != INVALID_HANDLE_VALUE, Name);
 }
 
 DIRSCAN::~DIRSCAN() {
@@ -19,9 +34,7 @@ DIRSCAN::~DIRSCAN() {
 }
 
 bool DIRSCAN::Next() {
-    bool found = pResult->Find != INVALID_HANDLE_VALUE && FindNextFileA(pResult->Find, &pResult->Data);
-    Name = found ? STRING(pResult->Data.cFileName) : STRING();
-    return found;
+    return pResult->Take(pResult->Find != INVALID_HANDLE_VALUE && FindNextFileW(pResult->Find, &pResult->Data), Name);
 }
 
 unsigned DIRSCAN::Attributes() const {

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "corelib/base/trace.h"
+#include "corelib/base/widepath.h"
 #include "corelib/system/osys.h"
 #include "corelib/system/registry.h"
 
@@ -39,6 +40,22 @@ STRING LocaleText(LCTYPE type, const char* otherwise) {
     return STRING(length > 1 ? text : otherwise);
 }
 
+// The folder as it is really called, for a user's name may have letters that the code page lacks. `otherwise` is the
+// value in the code page, for one that is no text.
+std::wstring WideFolder(const SYSTEMFOLDER& folder, const STRING& otherwise) {
+    wchar_t value[4096] = L"";
+    DWORD bytes = sizeof value;
+    const HKEY root = folder.Root == ROOT_CURRENT_USER ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE;
+    const bool read = RegGetValueW(root, WidePath(folder.Key).c_str(), WidePath(folder.Value).c_str(), RRF_RT_REG_SZ,
+                                   nullptr, value, &bytes) == ERROR_SUCCESS;
+    const std::wstring text = read ? value : WidePath(otherwise.Ptr());
+    return GrownText([&text](wchar_t* room, unsigned long size) {
+        // It counts the terminator, too.
+        const DWORD length = ExpandEnvironmentStringsW(text.c_str(), room, size);
+        return length > 0 && length <= size ? length - 1 : length;
+    });
+}
+
 void PressScrollLock() {
     keybd_event(SCROLL_KEY, SCROLL_SCAN, KEYEVENTF_EXTENDEDKEY, 0);
     keybd_event(SCROLL_KEY, SCROLL_SCAN, KEYEVENTF_EXTENDEDKEY | KEYEVENTF_KEYUP, 0);
@@ -49,43 +66,39 @@ void PressScrollLock() {
 namespace OSYS {
 
 bool FileExists(const char* name) {
-    return GetFileAttributesA(name) != INVALID_FILE_ATTRIBUTES;
+    return GetFileAttributesW(WideFilePath(name).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 bool FileIsDirectory(const char* name) {
-    DWORD attributes = GetFileAttributesA(name);
+    DWORD attributes = GetFileAttributesW(WideFilePath(name).c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
 bool MakeDirectory(const char* path) {
-    return CreateDirectoryA(path, nullptr);
+    return CreateDirectoryW(WideFilePath(path).c_str(), nullptr);
 }
 
 STRING GetCurrentDir() {
-    STRING path;
-    DWORD needed = GetCurrentDirectoryA(0, nullptr);
-    if (!needed)
-        return path;
-    path.Make(static_cast<int>(needed), nullptr);
-    DWORD length = GetCurrentDirectoryA(needed, path.Data());
-    path.Truncate(static_cast<int>(length));
-    return path;
+    const std::wstring path =
+        GrownText([](wchar_t* room, unsigned long size) { return GetCurrentDirectoryW(size, room); });
+    return path.empty() ? STRING() : PathFromWide(path);
 }
 
 bool SetCurrentDir(const char* path) {
-    return SetCurrentDirectoryA(path);
+    return SetCurrentDirectoryW(WidePath(path).c_str());
 }
 
 STRING ProgramPath() {
-    char path[32768];
-    DWORD length = GetModuleFileNameA(nullptr, path, sizeof path);
-    return length && length < sizeof path ? STRING(path) : STRING();
+    const std::wstring path =
+        GrownText([](wchar_t* room, unsigned long size) { return GetModuleFileNameW(nullptr, room, size); });
+    return path.empty() ? STRING() : PathFromWide(path);
 }
 
 STRING FileTime(const char* name) {
     WIN32_FILE_ATTRIBUTE_DATA data;
     SYSTEMTIME t;
-    if (!GetFileAttributesExA(name, GetFileExInfoStandard, &data) || !FileTimeToSystemTime(&data.ftLastWriteTime, &t))
+    if (!GetFileAttributesExW(WideFilePath(name).c_str(), GetFileExInfoStandard, &data) ||
+        !FileTimeToSystemTime(&data.ftLastWriteTime, &t))
         return STRING();
     STRING result;
     result.Format("%04d-%02d-%02d %02d:%02d:%02d", t.wYear, t.wMonth, t.wDay, t.wHour, t.wMinute, t.wSecond);
@@ -115,7 +128,7 @@ FILEHANDLE OpenFile(const char* name, const char* mode) {
     if (!ASSERTION(mode[0] != 'a', "mode[0]!='a'"))
         return file;
     bool write = mode[0] == 'w' || strchr(mode, '+');
-    HANDLE handle = CreateFileA(name, GENERIC_READ | (write ? GENERIC_WRITE : 0), 0, nullptr,
+    HANDLE handle = CreateFileW(WideFilePath(name).c_str(), GENERIC_READ | (write ? GENERIC_WRITE : 0), 0, nullptr,
                                 write ? OPEN_ALWAYS : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     file.Handle = handle == INVALID_HANDLE_VALUE ? -1 : reinterpret_cast<intptr_t>(handle);
     return file;
@@ -151,7 +164,7 @@ STRING DecimalSeparator() {
 }
 
 bool LibraryExists(const char* name) {
-    HMODULE library = LoadLibraryA(name);
+    HMODULE library = LoadLibraryW(WidePath(name).c_str());
     return library && FreeLibrary(library);
 }
 
@@ -204,15 +217,9 @@ STRING GetWin32SystemPath(int kind) {
     STRING value = REGISTRY(folder->Root, folder->Key, nullptr, REGISTRY_READ).Read(folder->Value);
     STRING info;
     info.Format("GetWin32SystemPath %d", kind);
-    if (!ASSERTION_INFO(value.NotNull(), "rc==ERROR_SUCCESS", info.Text()))
+    STRING path = value.NotNull() ? PathFromWide(WideFolder(*folder, value)) : STRING();
+    if (!ASSERTION_INFO(path.NotNull(), "rc==ERROR_SUCCESS", info.Text()))
         return STRING();
-    STRING path;
-    path.Make(4096, nullptr);
-    DWORD length = ExpandEnvironmentStringsA(value.Text(), path.Data(), 4096);
-    if (length > 0 && length <= 4096)
-        path.Truncate(static_cast<int>(length) - 1);
-    else
-        path = value;
     if (path.Length() == 0 || path[path.Length() - 1] != '\\')
         path.Append("\\");
     return path;

@@ -48,7 +48,7 @@ void Open(HWND window, const STRING& what) {
 
 STRING PushFolder(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialog) {
     const COMUSE com;
-    const std::wstring start = WidePath(dialog.ControlText(argument.Control).Word(0, "|", WORD_NEVERNULL));
+    const std::wstring start = WidePath(dialog.ControlText(argument.Control).Word(0, "|", WORD_NEVERNULL).Ptr());
     BROWSEINFOW ask{};
     ask.hwndOwner = dialog.hWnd;
     ask.ulFlags = BIF_RETURNONLYFSDIRS | BIF_NEWDIALOGSTYLE;
@@ -63,6 +63,8 @@ STRING PushFolder(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG&
     if (!named)
         return value;
     STRING folder = PathFromWide(path);
+    if (!folder.NotNull())
+        return value;
     folder.ChopLast('\\');
     dialog.SetControlText(argument.Control, folder);
     return folder;

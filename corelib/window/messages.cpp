@@ -7,7 +7,6 @@
 #include <string>
 
 #include "corelib/base/trace.h"
-#include "corelib/system/osys.h"
 #include "corelib/window/latefunction.h"
 #include "corelib/window/widetext.h"
 #include "corelib/window/window.h"
@@ -62,7 +61,7 @@ bool AskToGoOn(const char* title, const char* text) {
 }
 
 bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {
-    const std::wstring filters = FilterList(filter), offered = WidePath(file);
+    const std::wstring filters = FilterList(filter), offered = WidePath(file.Ptr());
     std::wstring name(PATH_CHARACTERS, L'\0');
     offered.copy(name.data(), PATH_CHARACTERS - 1);
     OPENFILENAMEW ask{};
@@ -87,11 +86,12 @@ bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {
     }
     if (!chosen)
         return false;
-    file = PathFromWide(name.c_str());
     // A directory and a name in it may also come one behind the other.
     const size_t end = name.find(L'\0');
-    if (end + 1 < ask.nFileOffset || name[end + 1] == L'\0' || ask.nFileOffset <= end)
-        return true;
-    file = OSYS::FilePath(file.Text(), PathFromWide(&name[end + 1]).Text());
-    return true;
+    if (end > 0 && ask.nFileOffset == end + 1 && name[end + 1] != L'\0')
+        name.replace(end, 1, name[end - 1] == L'\\' ? L"" : L"\\");
+    const STRING path = PathFromWide(name.c_str());
+    if (path.NotNull())
+        file = path;
+    return path.NotNull();
 }

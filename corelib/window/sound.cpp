@@ -8,5 +8,5 @@
 void PlaySoundOf(const STRING& file) {
     static auto* const play = LateFunction<decltype(PlaySoundW)>(L"winmm.dll", "PlaySoundW");
     if (play)
-        play(WidePath(file).c_str(), nullptr, SND_FILENAME | SND_ASYNC | SND_NODEFAULT);
+        play(WidePath(file.Ptr()).c_str(), nullptr, SND_FILENAME | SND_ASYNC | SND_NODEFAULT);
 }

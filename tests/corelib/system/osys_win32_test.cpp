@@ -1,5 +1,10 @@
-// What lies in the real registry on this platform.
+// What lies in the real registry on this platform, and its paths.
 
+#include <windows.h>
+
+#include "corelib/base/files.h"
+#include "corelib/base/trace.h"
+#include "corelib/base/widepath.h"
 #include "corelib/system/osys.h"
 #include "corelib/system/registry.h"
 #include "tests/corelib/system/systemsupport.h"
@@ -22,6 +27,81 @@ TEST(WindowsAutoStart, IsAValueOfTheRunKey) {
     EXPECT_TRUE(OSYS::AutoStart(NAME, nullptr));
     EXPECT_FALSE(run.Read(NAME).NotNull());
     EXPECT_FALSE(OSYS::AutoStart(NAME, nullptr));
+}
+
+// The names in a directory, one behind the other.
+std::string Names(const STRING& directory) {
+    DYNARRAY<STRING> files(4, 4);
+    OSYS::CollectFiles(directory.Text(), "*.*", &files, 1);
+    std::string names;
+    for (int i = 0; i < files.Count(); ++i)
+        names += Std(files[i].Mid(directory.Length() + 1)) + " ";
+    return names;
+}
+
+TEST(WindowsPaths, TakePartInEverythingHoweverLong) {
+    const TEMPDIR temp;
+    const STRING before = OSYS::GetCurrentDir();
+    ASSERT_TRUE(OSYS::SetCurrentDir(temp.Path()));
+    STRING parts;
+    for (int i = 0; i < 8; ++i)
+        parts.Append((STRING("\\") || std::string(40, 'd').c_str()).Text());
+    for (const STRING& top : {STRING(temp.Path()) || "\\absolute", STRING("relative"), STRING(".\\x\\..\\up"),
+                              STRING("\\\\?\\") || temp.Path() || "\\full"}) {
+        SCOPED_TRACE(Std(top));
+        const STRING deep = top || parts, one = deep || "\\one.ini", two = deep || "\\two.ini";
+        ASSERT_TRUE(OSYS::MakeDirectories(deep.Text()));
+        EXPECT_TRUE(FILES::ReplaceAll(one.Text(), "o", false));
+        EXPECT_TRUE(FILES::AppendBytes(one.Text(), "ne"));
+        EXPECT_TRUE(FILES::Rename(one.Text(), two.Text()));
+        EXPECT_FALSE(OSYS::FileExists(one.Text()));
+        EXPECT_TRUE(OSYS::FileTime(two.Text()).NotNull());
+        EXPECT_TRUE(OSYS::OpenFile(two.Text(), "r").IsOpen());
+        STRING text;
+        EXPECT_TRUE(FILES::ReadAll(two.Text(), false, text));
+        EXPECT_EQ(text, "one");
+        EXPECT_TRUE(LogOption((STRING("/LOGIT:") || deep || "\\log").Text()));
+        LogOption("/LOGITCLOSE");
+        EXPECT_EQ(Names(deep), "log two.ini ");
+        EXPECT_TRUE(FILES::Remove(two.Text()));
+        EXPECT_EQ(Names(deep), "log ");
+    }
+    OSYS::SetCurrentDir(before.Text());
+}
+
+TEST(WindowsPaths, NeverNameAnotherFile) {
+    const TEMPDIR temp;
+    const std::wstring top = WidePath(temp.Path()), folder = top + L"\\\x0414\x043e\x043c";
+    if (!CreateDirectoryW(folder.c_str(), nullptr))
+        GTEST_SKIP() << "a file system without such names";
+    // What looks like an A is none, and the second has a likeness of a separator.
+    for (const wchar_t* name : {L"\\\x0100.ini", L"\\A.ini", L"\\A\x2216\x00e4.ini"})
+        CloseHandle(CreateFileW((folder + name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+    EXPECT_EQ(Names(temp.Path()), "") << "the folder's own name";
+
+    // A folder that is there is reached by its short name.
+    const STRING path = PathFromWide(folder);
+    EXPECT_EQ(Names(path), "A.ini ");
+    EXPECT_FALSE(PathFromWide(folder + L"\\\x0414").NotNull());
+    const STRING before = OSYS::GetCurrentDir();
+    SetCurrentDirectoryW(folder.c_str());
+    EXPECT_EQ(Names(OSYS::GetCurrentDir()), "A.ini ");
+    OSYS::SetCurrentDir(before.Text());
+
+    const wchar_t* const key = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders";
+    wchar_t former[1024] = L"";
+    DWORD size = sizeof former;
+    RegGetValueW(HKEY_CURRENT_USER, key, L"My Pictures", RRF_RT_REG_SZ, nullptr, former, &size);
+    const auto set = [key](const std::wstring& value) {
+        RegSetKeyValueW(HKEY_CURRENT_USER, key, L"My Pictures", REG_SZ, value.c_str(),
+                        static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
+    };
+    SetEnvironmentVariableW(L"TARNWICK_TEST", folder.c_str());
+    for (const std::wstring& value : {folder, std::wstring(L"%TARNWICK_TEST%"), folder + L"\\"}) {
+        set(value);
+        EXPECT_EQ(GetWin32SystemPath(7), path || "\\");
+    }
+    set(former);
 }
 
 }  // namespace

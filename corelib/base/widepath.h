@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "corelib/base/strings.h"
+
+/// Paths on Windows, where they are bytes of the machine's code page in memory and wide characters for the system. Only
+/// the wide calls take more than 260 characters, and only they name every file. For *_win32.cpp and the rooms of
+/// windows.
+
+/// Text of a code page, wide; and back, where what the code page lacks becomes the nearest character or "?".
+std::wstring Widen(unsigned codePage, std::string_view text);
+STRING Narrow(unsigned codePage, std::wstring_view text);
+
+/// The path as it stands, for dialogs and the shell. Empty for null.
+std::wstring WidePath(const char* path);
+/// The path for the file functions: one that they would find too long becomes a full path with `\\?\` in front, so that
+/// it needs neither a new Windows nor its setting for long paths.
+std::wstring WideFilePath(const char* path);
+
+/// The way back, to the letter: false, and name as it was, if the code page lacks a character. The nearest character
+/// would make it another file's name.
+bool NameFromWide(std::wstring_view wide, STRING& name);
+/// The path of something that is there: to the letter, or else its short form ("C:\USERS\42A3~1"); null, with a line in
+/// the trace log, if that cannot be said either.
+STRING PathFromWide(const std::wstring& wide);
+
+/// Asks with ever more room until the text fits. ask(room, size) gives the text's length, size or more if the room is
+/// too small, or 0, which leads to an empty text.
+template <typename ASK>
+std::wstring GrownText(ASK ask) {
+    std::wstring text(260, L'\0');
+    for (;;) {
+        const size_t length = ask(text.data(), static_cast<unsigned long>(text.size()));
+        if (length < text.size()) {
+            text.resize(length);
+            return text;
+        }
+        text.resize(2 * length);
+    }
+}

@@ -1,0 +1,61 @@
+#include <windows.h>
+
+#include "corelib/base/trace.h"
+#include "corelib/base/widepath.h"
+
+namespace {
+
+// A directory's path may be that long, so that a file with a short name fits into it; a file's up to twelve more.
+constexpr size_t SHORT_PATH = 247;
+
+}  // namespace
+
+std::wstring Widen(unsigned codePage, std::string_view text) {
+    // At most one character for each byte.
+    std::wstring wide(text.size(), L'\0');
+    const int count = MultiByteToWideChar(codePage, 0, text.data(), static_cast<int>(text.size()), wide.data(),
+                                          static_cast<int>(wide.size()));
+    wide.resize(static_cast<size_t>(count));
+    return wide;
+}
+
+STRING Narrow(unsigned codePage, std::wstring_view text) {
+    // At most four bytes for each character.
+    std::string bytes(text.size() * 4, '\0');
+    const int count = WideCharToMultiByte(codePage, 0, text.data(), static_cast<int>(text.size()), bytes.data(),
+                                          static_cast<int>(bytes.size()), nullptr, nullptr);
+    return STRING(std::string_view(bytes).substr(0, static_cast<size_t>(count)));
+}
+
+std::wstring WidePath(const char* path) {
+    return Widen(CP_ACP, path ? path : "");
+}
+
+std::wstring WideFilePath(const char* path) {
+    std::wstring wide = WidePath(path);
+    const std::wstring full = GrownText(
+        [&wide](wchar_t* room, unsigned long size) { return GetFullPathNameW(wide.c_str(), size, room, nullptr); });
+    if (full.size() <= SHORT_PATH || full.starts_with(L"\\\\?\\") || full.starts_with(L"\\\\.\\"))
+        return wide;
+    return full.starts_with(L"\\\\") ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
+}
+
+bool NameFromWide(std::wstring_view wide, STRING& name) {
+    // The flag that refuses the nearest character is refused itself where the code page is UTF-8.
+    STRING narrow = Narrow(CP_ACP, wide);
+    if (Widen(CP_ACP, narrow.View()) != wide)
+        return false;
+    name = std::move(narrow);
+    return true;
+}
+
+STRING PathFromWide(const std::wstring& wide) {
+    STRING path;
+    if (NameFromWide(wide, path))
+        return path;
+    const std::wstring shortened =
+        GrownText([&wide](wchar_t* room, unsigned long size) { return GetShortPathNameW(wide.c_str(), room, size); });
+    if (shortened.empty() || !NameFromWide(shortened, path))
+        Trace("The code page cannot say the path %s\n", Narrow(CP_ACP, wide).Text());
+    return path;
+}
