@@ -6,28 +6,18 @@
 #include "corelib/base/trace.h"
 #include "corelib/window/window.h"
 
-namespace {
-
-// The picture of that size, else a larger one made smaller. Plain loading leaves out rows and columns for that, so the
-// control library does it where it knows how.
-HICON Load(HMODULE module, const wchar_t* name, int pixels) {
+ICONHANDLE LoadIconResource(int id, int pixels) {
     using LOADICON = HRESULT(WINAPI*)(HINSTANCE, const wchar_t*, int, int, HICON*);
     static const auto scaleDown = reinterpret_cast<LOADICON>(
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"comctl32.dll"), "LoadIconWithScaleDown")));
+    const HMODULE module = ResourceModule();
+    const auto* const name = MAKEINTRESOURCEW(id);
     HICON icon = nullptr;
-    if (scaleDown && SUCCEEDED(scaleDown(module, name, pixels, pixels, &icon)))
-        return icon;
-    return static_cast<HICON>(LoadImageW(module, name, IMAGE_ICON, pixels, pixels, LR_DEFAULTCOLOR));
-}
-
-}  // namespace
-
-ICONHANDLE LoadIconResource(int id, int pixels) {
-    for (const HMODULE module : {ResourceModule(), GetModuleHandleW(nullptr)}) {
-        if (auto* const icon = Load(module, MAKEINTRESOURCEW(id), pixels))
-            return ICONHANDLE(icon);
-    }
-    return nullptr;
+    // The picture of that size, else a larger one made smaller. Plain loading leaves out rows and columns for that, so
+    // the control library does it where it knows how.
+    if (!scaleDown || FAILED(scaleDown(module, name, pixels, pixels, &icon)))
+        icon = static_cast<HICON>(LoadImageW(module, name, IMAGE_ICON, pixels, pixels, LR_DEFAULTCOLOR));
+    return ICONHANDLE(icon);
 }
 
 ICONIMAGES::ICONIMAGES(int pixels)

@@ -4,8 +4,7 @@
 
 #include "corelib/window/gdi.h"
 
-/// The icon of that number from the resource module, else from the program, drawn for that many pixels. Null if there
-/// is none.
+/// The icon of that number from the resource module, drawn for that many pixels. Null if there is none.
 ICONHANDLE LoadIconResource(int id, int pixels);
 
 /// Icons as images of one size, pixels at 96 dots per inch and as sharp as this display is. Each is made when it is

@@ -303,7 +303,7 @@ TEST_F(MainWindow, StaysInReachWhileTheShellIsGoneAndComesBackToIt) {
     EXPECT_TRUE(isThere());
 }
 
-TEST_F(MainWindow, WorksWithoutMenusAndDialogs) {
+TEST_F(MainWindow, WorksWithoutMenusDialogsAndIcons) {
     const int failed = AssertCount();
     ResourceFile = L"ntdll.dll";
     Open(TWO_ITEMS);

@@ -140,6 +140,12 @@ TEST(WINDOWS, CenterKeepsThemInsideTheWorkArea) {
     window.Center(child.Hwnd());
 }
 
+/// For all tests of this program: its pictures are those of a language library.
+class PICTURES : public testing::Environment {
+    void SetUp() override { SetResourceModule(LoadLibraryExW(L"english.dll", nullptr, LOAD_LIBRARY_AS_DATAFILE)); }
+};
+[[maybe_unused]] const auto* const Pictures = testing::AddGlobalTestEnvironment(new PICTURES);
+
 TEST(WINDOWS, DoWithoutMenusAndPicturesThatAreMissing) {
     constexpr int MISSING = 4711;
     EXPECT_ASSERTIONS(6);
