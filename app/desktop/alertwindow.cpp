@@ -227,14 +227,13 @@ void SEMITOOLTIP::Paint() {
 void SEMITOOLTIP::Click(bool right, ALERTPOINT point) {
     Look.Pointer = point;
     Look.Pressed = true;
-    // Before the pause: the next alert must not stand in front of it, which it would close.
-    if (Setup.Parent)
-        PostMessageW(Setup.Parent, WM__ALERTCLICK, right ? 1 : 0, Layout->ClickValue(point, right, Setup.ClickValue));
     if (!right && Layout->ButtonAt(point)) {
         InvalidateRect(hWnd, nullptr, FALSE);
         UpdateWindow(hWnd);
         Sleep(PRESSED_MS);
     }
+    if (Setup.Parent)
+        PostMessageW(Setup.Parent, WM__ALERTCLICK, right ? 1 : 0, Layout->ClickValue(point, right, Setup.ClickValue));
     if (!right) {
         GiveFocusBack();
         ShowWindow(hWnd, SW_HIDE);
@@ -244,7 +243,7 @@ void SEMITOOLTIP::Click(bool right, ALERTPOINT point) {
 // Else the system would give it to the next best window of any program.
 void SEMITOOLTIP::GiveFocusBack() {
     if (GetFocus() == hWnd && IsWindowVisible(Setup.Parent))
-        SetForegroundWindow(Setup.Parent);
+        SetForegroundWindow(GetLastActivePopup(Setup.Parent));  // the dialog that is open, if there is one
 }
 
 void SEMITOOLTIP::MovePointer(ALERTPOINT point) {

@@ -310,11 +310,16 @@ void MAINWINDOW::CloseAlert() {
 }
 
 void MAINWINDOW::OnAlertClick(WPARAM button, LPARAM value) {
+    // The next one may stand there already: it was on its way here before the click.
+    const bool stands = AlertWindow && AlertWindow->WasClicked();
     if (button == 1) {
+        // Before the mail program, which may have something to say and so let the next alert in.
+        if (stands)
+            SetTimer(hWnd, TIMER_ALERT, static_cast<UINT>(DesktopTimes.AlertRightClickMs), nullptr);
         OpenMailProgram(value > COMMAND_VALUES_END ? static_cast<int>(value) - COMMAND_VALUES_END : 0);
-        SetTimer(hWnd, TIMER_ALERT, static_cast<UINT>(DesktopTimes.AlertRightClickMs), nullptr);
     } else if (ASSERTION(button == 0, "FALSE")) {
-        CloseAlert();
+        if (stands)
+            CloseAlert();
         if (value > 0 && value < COMMAND_VALUES_END)
             DoCommand(static_cast<int>(value));
     }

@@ -162,10 +162,9 @@ TEST_F(Notice, AMailOnTheServerComesToTheUser) {
     EXPECT_TRUE(PumpUntil([&] { return Alert() && Picture() == 1; }));
     EXPECT_TRUE(PumpUntil([&] { return Rows().front() == "a|1 mail"; })) << Rows().front();
     EXPECT_TRUE(HasTimer(TIMER_BLINK));
-    // The popup's window button shows the account that it is about.
+    // What the popup's button for the window does: it shows the account.
     Window->Show(SW_MINIMIZE);
-    SendMessageW(Window->hWnd, WM__ALERTCLICK, 0, COMMAND_SHOW_ITEM);
-    EXPECT_EQ(Alert(), nullptr);
+    Command(COMMAND_SHOW_ITEM);
     EXPECT_TRUE(Window->IsVisible());
     EXPECT_EQ(Window->SelectedItems(), std::vector<int>{Handle("a")});
     EXPECT_FALSE(HasTimer(TIMER_BLINK));
@@ -221,6 +220,14 @@ TEST_F(Notice, AnAlertIsReplacedClickedAndGivesCommands) {
                   }),
                   click.Done)
             << click.Message << " " << click.Line;
+    }
+    // A click does not end the next one, which was on its way before.
+    for (const UINT button : {WM_LBUTTONDOWN, WM_RBUTTONDOWN}) {
+        const HWND clicked = Show({.Text = "clicked"});
+        Window->PostAlert({.Text = "next"});
+        SendMessageW(clicked, button, 0, 0);
+        EXPECT_TRUE(PumpUntil([&] { return Alert() && Alert() != clicked; }));
+        EXPECT_FALSE(HasTimer(TIMER_ALERT));
     }
     EXPECT_ASSERTIONS(1);
     SendMessageW(Window->hWnd, WM__ALERTCLICK, 2, 0);
