@@ -59,19 +59,6 @@ bool RaiseFirst() {
     return true;
 }
 
-void MainDispatchLoop(MAINWINDOW& window, int accelerators) {
-    const HACCEL keys = LoadAcceleratorsW(ResourceModule(), MAKEINTRESOURCEW(accelerators));
-    MSG message;
-    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-        if (window.EntersAlert(message))
-            continue;
-        if (window.MayBeCommandKey(message) && TranslateAcceleratorW(window.hWnd, keys, &message))
-            continue;
-        TranslateMessage(&message);
-        DispatchMessageW(&message);
-    }
-}
-
 }  // namespace
 
 int RunDesktop(int argc, const char* const* argv) {
@@ -85,8 +72,6 @@ int RunDesktop(int argc, const char* const* argv) {
     const RESOURCELIBRARY resources(app.LibraryPath());
     if (RaiseFirst())
         return EXIT_GOOD;
-    INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES | ICC_STANDARD_CLASSES};
-    InitCommonControlsEx(&controls);
 
     std::unique_ptr<DEMO> demo;
     if (app.Arguments().TestArg("DEMO")) {
@@ -116,7 +101,7 @@ int RunDesktop(int argc, const char* const* argv) {
         window.Begin(app.StartMinimized());
         application.Start();
         window.Started();
-        MainDispatchLoop(window, ACCELERATORS);
+        window.MainDispatchLoop(ACCELERATORS);
         window.End();
         // Waits for the work thread, which may still speak to the window.
     }

@@ -55,12 +55,6 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
         case WM_CLOSE:
             OnClose();
             return 0;
-        case WM_EXITMENULOOP:
-        case WM_EXITSIZEMOVE:
-            // The loops of menus and of moving swallow the message that ends the program.
-            if (Quitting)
-                PostQuit();
-            return WINDOW::WinProc(message, first, second);
         case WM_QUERYENDSESSION:
             Trace("WM_QUERYENDSESSION\n");
             return WINDOW::WinProc(message, first, second);
@@ -142,9 +136,9 @@ void MAINWINDOW::OnEndSession() {
         return;
     SessionEnded = true;
     // The window lives on while the work thread finishes its check.
-    Application->EndSession([] {
+    Application->EndSession([this] {
         MSG message;
-        while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        while (!Quitting && GetMessageW(&message, nullptr, 0, 0) > 0) {
             TranslateMessage(&message);
             DispatchMessageW(&message);
         }

@@ -79,6 +79,20 @@ void MAINWINDOW::Started() {
         PostMessageW(hWnd, WM_COMMAND, COMMAND_ADD_ITEM, 0);
 }
 
+void MAINWINDOW::MainDispatchLoop(int accelerators) {
+    const HACCEL keys = LoadAcceleratorsW(ResourceModule(), MAKEINTRESOURCEW(accelerators));
+    MSG message;
+    // Loops in between, such as those of menus and scroll bars, swallow the message that ends this one.
+    while (!Quitting && GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (EntersAlert(message))
+            continue;
+        if (MayBeCommandKey(message) && TranslateAcceleratorW(hWnd, keys, &message))
+            continue;
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
+
 void MAINWINDOW::End() {
     const std::vector<int> selected = SelectedItems();
     if (selected.size() == 1)

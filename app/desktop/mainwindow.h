@@ -46,6 +46,8 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void Begin(bool minimized);
     /// Behind the application's start: what is done once the user sees the window.
     void Started();
+    /// Handles messages, with the keys of that table, until PostQuit has been called.
+    void MainDispatchLoop(int accelerators);
     /// Before the application goes: keeps what the next run shows again.
     void End();
 
@@ -134,6 +136,6 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     bool BlinkPhase = false;
     bool FirstRun = false;
     bool SessionEnded = false;
-    std::atomic<bool> Quitting = false;
+    std::atomic<bool> Quitting = false;  // also where the message of it has been lost
     const UINT TaskbarCreated = RegisterWindowMessageW(L"TaskbarCreated");
 };

@@ -24,16 +24,17 @@ class Lifecycle : public DESKTOPTEST {
         ASSERT_TRUE(PumpUntil([&] { return Server->Connections() == 1; }));
         ASSERT_EQ(Engine->Items[0].GetNumber("@InUpdate"), 1);
     }
-    /// The main loop, until it ends; false if it does not.
-    static bool RunLoop() {
-        for (const DWORD start = GetTickCount(); GetTickCount() - start < 10000;) {
-            for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE); DispatchMessageW(&message)) {
-                if (message.message == WM_QUIT)
-                    return true;
-            }
-            MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
-        }
-        return false;
+    /// The main loop, until it ends; false if it does so only as it is made to.
+    bool RunLoop() {
+        static bool tooLong;
+        tooLong = false;
+        const UINT_PTR limit = SetTimer(nullptr, 0, 10000, [](HWND, UINT, UINT_PTR, DWORD) {
+            tooLong = true;
+            PostQuitMessage(0);
+        });
+        Window->MainDispatchLoop(ACCELERATORS);
+        KillTimer(nullptr, limit);
+        return !tooLong;
     }
     /// What an ended program has left of a setting.
     std::string Saved(const char* key) {
