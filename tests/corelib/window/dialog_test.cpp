@@ -35,11 +35,4 @@ TEST(DIALOGTEST, AnswersThroughTheProcedureThatReplacesItsOwnForAWhile) {
     EXPECT_EQ(id, 0);
 }
 
-TEST(DIALOGTEST, MissingOneIsToldAndSkipped) {
-    EXPECT_ASSERTIONS(2);
-    DIALOG missing(4711);
-    EXPECT_EQ(missing.Run(nullptr), -1);
-    EXPECT_FALSE(missing.Create(nullptr));
-}
-
 }  // namespace

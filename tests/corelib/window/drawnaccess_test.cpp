@@ -1,28 +1,12 @@
 #include "corelib/window/drawnaccess.h"
 
-#include <string>
 #include <vector>
 
 #include "corelib/window/toolbar.h"
+#include "tests/corelib/window/commandparent.h"
 #include "tests/support/accesstest.h"
 
 namespace {
-
-class PARENT : public WINDOW {
- public:
-    PARENT() : WINDOW(WS_OVERLAPPEDWINDOW | WS_VISIBLE, "bar", 0, 0, 500, 200, nullptr, 0, "AccessParent") {}
-    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
-        if (message == WM_COMMAND)
-            Commands.push_back(LOWORD(first));
-        if (message == WM_NOTIFY && reinterpret_cast<NMHDR*>(second)->code == TTN_GETDISPINFOW) {
-            static std::wstring tip;
-            tip = L"tip " + std::to_wstring(reinterpret_cast<NMHDR*>(second)->idFrom);
-            reinterpret_cast<NMTTDISPINFOW*>(second)->lpszText = tip.data();
-        }
-        return WINDOW::WinProc(message, first, second);
-    }
-    std::vector<int> Commands;
-};
 
 std::vector<LONG> FocusTold;
 void CALLBACK SeeEvent(HWINEVENTHOOK, DWORD event, HWND, LONG, LONG child, DWORD, DWORD) {
@@ -45,7 +29,7 @@ class DRAWNACCESSTEST : public testing::Test {
     }
     static VARIANT Element(LONG number) { return ACCESSIBLE::Element(number); }
 
-    PARENT Parent;
+    COMMANDPARENT Parent;
     std::unique_ptr<NEWTOOLBAR> Bar = std::make_unique<NEWTOOLBAR>(Parent.Hwnd());
     ACCESSIBLE Access{Bar->hWnd};
 };

@@ -47,11 +47,13 @@ TEST_F(LISTVIEWTEST, KeepsTextsDataAndOrderOfItsRows) {
     EXPECT_EQ(List.RowOf(4097), -1);
 }
 
-TEST_F(LISTVIEWTEST, TellsOfAColumnThatItLacks) {
+TEST_F(LISTVIEWTEST, TellsOfColumnsAndImagesThatItLacks) {
     List.AddColumns("Name");
-    EXPECT_ASSERTIONS(1);
+    List.SetImages({2075, 2076});
+    EXPECT_ASSERTIONS(2);
     EXPECT_EQ(List.InsertRecord(0, -1, "a\tb"), 0);
-    EXPECT_EQ(List.Count(), 1);
+    EXPECT_EQ(List.InsertRecord(0, 2077, "unknown"), 0);
+    EXPECT_EQ(List.Count(), 2);
 }
 
 TEST_F(LISTVIEWTEST, SelectsOneOrSeveralRows) {
@@ -70,13 +72,6 @@ TEST_F(LISTVIEWTEST, SelectsOneOrSeveralRows) {
     EXPECT_ASSERTIONS(1);
     List.Select(-1);
     EXPECT_EQ(List.SelectedCount(), 1);
-}
-
-TEST_F(LISTVIEWTEST, KnowsAFixedSetOfImages) {
-    List.AddColumns("Name");
-    List.SetImages({2075, 2076});
-    EXPECT_ASSERTIONS(1);
-    EXPECT_EQ(List.InsertRecord(0, 2077, "unknown"), 0);
 }
 
 TEST(LISTVIEWS, GiveTheirRowsUpAsTheyGo) {

@@ -3,20 +3,10 @@
 #include <vector>
 
 #include "corelib/window/listview.h"
+#include "tests/corelib/window/commandparent.h"
 #include "tests/support/windowtest.h"
 
 namespace {
-
-class PARENT : public WINDOW {
- public:
-    PARENT() : WINDOW(WS_OVERLAPPEDWINDOW | WS_VISIBLE, "bar", 0, 0, 500, 200, nullptr, 0, "BarParent") {}
-    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
-        if (message == WM_COMMAND)
-            Commands.push_back(static_cast<int>(first));
-        return WINDOW::WinProc(message, first, second);
-    }
-    std::vector<int> Commands;
-};
 
 class TOOLBARTEST : public testing::Test {
  protected:
@@ -57,7 +47,7 @@ class TOOLBARTEST : public testing::Test {
         return count;
     }
 
-    PARENT Parent;
+    COMMANDPARENT Parent;
     NEWTOOLBAR Bar{Parent.Hwnd()};
 };
 
