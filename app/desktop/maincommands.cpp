@@ -117,12 +117,8 @@ void MAINWINDOW::EditItem() {
     if (index == -1)
         return;
     STRINGARRAY& item = Application->Items[index];
-    // The dialog has a copy to itself: the work thread goes on with the item meanwhile.
-    STRINGARRAY copy = item;
-    if (!::EditItem(hWnd, App.Texts(), copy))
+    if (!::EditItem(hWnd, App.Texts(), item))
         return;
-    for (const char* key : {"Name", "Type", "Source", "Source2", "TimingCyclic"})
-        item.Set(key, copy.Get(key));
     CHECKCYCLE::ForceRefresh(item, 0);
     if (!Application->SaveTables(SAVE_ITEMS))
         ShowSaveError();
