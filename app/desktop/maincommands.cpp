@@ -160,7 +160,7 @@ void MAINWINDOW::ShowContextMenu(LPARAM place) {
         return;
     POINT point = {GET_X_LPARAM(place), GET_Y_LPARAM(place)};
     // By the keyboard: at the row, not at the pointer.
-    if (place == -1)
+    if (point.x == -1 && point.y == -1)
         point = Rows->MenuPoint();
     MENU menu(MENU_LIST);
     menu.SetDefaultItem(COMMAND_ITEM_MAIL_PROGRAM);
