@@ -213,15 +213,10 @@ bool SEMITOOLTIP::PressLater(int index) {
 }
 
 void SEMITOOLTIP::Paint() {
-    PAINTER painter(hWnd);
-    RECT client;
-    GetClientRect(hWnd, &client);
-    Look.Client = {client.right, client.bottom};
-    // Into a picture of its own first: the screen sees only the finished window.
-    PICTUREDC picture(painter.Dc(), client.right, client.bottom);
+    const PICTUREPAINTER picture(hWnd);
+    Look.Client = {picture.Client().right, picture.Client().bottom};
     CANVAS canvas(picture, Fonts);
     Layout->Paint(canvas, Look);
-    BitBlt(painter.Dc(), 0, 0, client.right, client.bottom, picture, 0, 0, SRCCOPY);
 }
 
 void SEMITOOLTIP::Click(bool right, ALERTPOINT point) {

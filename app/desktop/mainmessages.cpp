@@ -15,10 +15,8 @@
 
 namespace {
 
-constexpr int TEXT_PRODUCT = 10002;
 constexpr int TEXT_CLOSE_HINT = 3041;
 constexpr const char* CLOSE_HINT_KEY = "DontShowAgainCloseMinimize";
-constexpr const char* POSITION = "WindowPos";
 constexpr int COMMAND_VALUES_END = 65535;
 constexpr int MIN_WIDTH = 260, MIN_HEIGHT = 200;  // at 96 dots per inch
 
@@ -45,7 +43,7 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
                     Show(SW_HIDE);
             } else if (Rows) {
                 PlaceControls();
-                StoreWindowPos(App.Texts().Get(TEXT_PRODUCT).Text(), POSITION);
+                StoreWindowPos(App.Texts().Get(TEXT_PRODUCT).Text(), WINDOW_POSITION);
             }
             return 0;
         case WM_GETMINMAXINFO:
@@ -119,9 +117,8 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
 }
 
 void MAINWINDOW::OnClose() {
-    if (!Application) {
+    if (!Application)
         return;
-    }
     if (Application->pState.GetNumber("DlgCloseMinimize") == 0) {
         Application->Stop();
         return;

@@ -17,10 +17,7 @@ DESKTOPTIMES DesktopTimes;
 
 namespace {
 
-constexpr int TEXT_TITLE = 10004;
-constexpr int TEXT_PRODUCT = 10002;
 constexpr int STATUSLINE_ID = 2;
-constexpr const char* POSITION = "WindowPos";
 constexpr RECT FIRST_PLACE = {8, 8, 400, 350};  // left, top, width, height
 
 // What a waiting call draws.
@@ -60,10 +57,7 @@ void MAINWINDOW::Begin(bool minimized) {
     StatusLine->Show(SW_HIDE);  // until there is something to say
     Rows = std::make_unique<ITEMLIST>(hWnd, *Application);
     Rows->FillListview();
-    if (!RestoreWindowPos(App.Texts().Get(TEXT_PRODUCT).Text(), POSITION)) {
-        Move(ScalePixels(FIRST_PLACE.left), ScalePixels(FIRST_PLACE.top), ScalePixels(FIRST_PLACE.right),
-             ScalePixels(FIRST_PLACE.bottom));
-    }
+    RestoreWindowPos(App.Texts().Get(TEXT_PRODUCT).Text(), WINDOW_POSITION);
     PlaceControls();
     if (minimized || Application->pState.GetNumber("DlgStartMinimized") != 0)
         Trace("TARNWICK::TARNWICK starts in the notification area\n");
@@ -157,7 +151,6 @@ void MAINWINDOW::ShowStatusLine(bool show) {
     Calls.PostLatest({CALL_STATUS, 1}, [this, show] {
         if (StatusLine)
             StatusLine->Show(show ? SW_SHOW : SW_HIDE);
-        PlaceControls();
     });
 }
 

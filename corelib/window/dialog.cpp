@@ -83,15 +83,14 @@ DIALOGTEMPLATE::DIALOGTEMPLATE(DWORD style, const STRING& title, int width, int 
     Text(WideText(std::string_view(font)));
 }
 
-void DIALOGTEMPLATE::Add(const char* className, DWORD style, const STRING& text, int x, int y, int width, int height,
-                         int id) {
+void DIALOGTEMPLATE::Add(const char* className, DWORD style, const STRING& text, int id) {
     constexpr size_t COUNT_AT = 4;
     ++Words[COUNT_AT];
     if (Words.size() % 2 != 0)  // each control begins at a multiple of four bytes
         Word(0);
     Long(style | WS_CHILD | WS_VISIBLE);
     Long(0);
-    for (const int number : {x, y, width, height, id})
+    for (const int number : {0, 0, 0, 0, id})
         Word(number);
     Text(WideText(std::string_view(className)));
     Text(WideText(text));

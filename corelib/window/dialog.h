@@ -5,12 +5,13 @@
 
 #include "corelib/window/window.h"
 
-/// A dialog made in memory instead of by the resource compiler. Places and sizes are in dialog units.
+/// A dialog made in memory instead of by the resource compiler. Its size is in dialog units; who shows it places the
+/// controls.
 class DIALOGTEMPLATE {
  public:
     DIALOGTEMPLATE(DWORD style, const STRING& title, int width, int height, const char* font, int points);
     /// className: a class, such as "EDIT" or "BUTTON".
-    void Add(const char* className, DWORD style, const STRING& text, int x, int y, int width, int height, int id);
+    void Add(const char* className, DWORD style, const STRING& text, int id);
     const DLGTEMPLATE* Get() const;
 
  private:

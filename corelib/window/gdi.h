@@ -23,8 +23,6 @@ struct HANDLERELEASE {
     }
 };
 using FONTHANDLE = std::unique_ptr<std::remove_pointer_t<HFONT>, HANDLERELEASE<DeleteObject>>;
-using BRUSHHANDLE = std::unique_ptr<std::remove_pointer_t<HBRUSH>, HANDLERELEASE<DeleteObject>>;
-using BITMAPHANDLE = std::unique_ptr<std::remove_pointer_t<HBITMAP>, HANDLERELEASE<DeleteObject>>;
 using ICONHANDLE = std::unique_ptr<std::remove_pointer_t<HICON>, HANDLERELEASE<DestroyIcon>>;
 using MENUHANDLE = std::unique_ptr<std::remove_pointer_t<HMENU>, HANDLERELEASE<DestroyMenu>>;
 using IMAGELISTHANDLE = std::unique_ptr<std::remove_pointer_t<HIMAGELIST>, HANDLERELEASE<ImageList_Destroy>>;
@@ -61,35 +59,39 @@ class PAINTER {
     PAINTER(const PAINTER&) = delete;
     PAINTER& operator=(const PAINTER&) = delete;
     HDC Dc() const { return Paint.hdc; }
-    const RECT& Area() const { return Paint.rcPaint; }
 
  private:
     HWND Window;
     PAINTSTRUCT Paint;
 };
 
-/// A picture in memory of the same kind as `model`, to be drawn on and then copied there in one go.
-class PICTUREDC {
+/// The same, into a picture in memory that goes to the screen in one piece: nothing flickers.
+class PICTUREPAINTER {
  public:
-    PICTUREDC(HDC model, int width, int height)
-        : Dc(CreateCompatibleDC(model)),
-          Bitmap(CreateCompatibleBitmap(model, width > 0 ? width : 1, height > 0 ? height : 1)),
-          State(SaveDC(Dc)) {
+    explicit PICTUREPAINTER(HWND window) : Painter(window), Dc(CreateCompatibleDC(Painter.Dc())), State(SaveDC(Dc)) {
+        GetClientRect(window, &Area);
+        Bitmap =
+            CreateCompatibleBitmap(Painter.Dc(), Area.right > 0 ? Area.right : 1, Area.bottom > 0 ? Area.bottom : 1);
         ASSERTION_QUIET(Dc != nullptr, "hdc", nullptr);
         ASSERTION_QUIET(Bitmap != nullptr, "hbm", nullptr);
         SelectObject(Dc, Bitmap);
     }
-    ~PICTUREDC() {
+    ~PICTUREPAINTER() {
+        BitBlt(Painter.Dc(), 0, 0, Area.right, Area.bottom, Dc, 0, 0, SRCCOPY);
         RestoreDC(Dc, State);
         DeleteObject(Bitmap);
         DeleteDC(Dc);
     }
-    PICTUREDC(const PICTUREDC&) = delete;
-    PICTUREDC& operator=(const PICTUREDC&) = delete;
+    PICTUREPAINTER(const PICTUREPAINTER&) = delete;
+    PICTUREPAINTER& operator=(const PICTUREPAINTER&) = delete;
     operator HDC() const { return Dc; }
+    /// The client area, all of which is painted.
+    const RECT& Client() const { return Area; }
 
  private:
+    PAINTER Painter;
     HDC Dc;
-    HBITMAP Bitmap;
     int State;
+    HBITMAP Bitmap;
+    RECT Area{};
 };

@@ -54,24 +54,19 @@ class MEMORY {
     STRINGARRAY* State;
 };
 
-/// A place that is filled from the top.
-struct BOX {
-    int Width, Height;
-};
-
 DIALOGTEMPLATE HintTemplate(const STRING& title, bool question, bool german) {
     // Any sizes: the dialog grows to its text when it opens. What has the focus first comes first.
     DIALOGTEMPLATE dialog(WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME, title, 100, 50, "MS Sans Serif",
                           FONT_POINTS);
     if (question) {
-        dialog.Add("BUTTON", BS_DEFPUSHBUTTON | WS_TABSTOP, german ? "&Ja" : "&Yes", 0, 0, 0, 0, IDOK);
-        dialog.Add("BUTTON", BS_PUSHBUTTON | WS_TABSTOP, german ? "&Nein" : "&No", 0, 0, 0, 0, IDCANCEL);
+        dialog.Add("BUTTON", BS_DEFPUSHBUTTON | WS_TABSTOP, german ? "&Ja" : "&Yes", IDOK);
+        dialog.Add("BUTTON", BS_PUSHBUTTON | WS_TABSTOP, german ? "&Nein" : "&No", IDCANCEL);
     } else {
-        dialog.Add("BUTTON", BS_DEFPUSHBUTTON | WS_TABSTOP, "OK", 0, 0, 0, 0, IDOK);
+        dialog.Add("BUTTON", BS_DEFPUSHBUTTON | WS_TABSTOP, "OK", IDOK);
     }
     dialog.Add("BUTTON", BS_AUTOCHECKBOX | WS_TABSTOP,
-               german ? "Dieses Fenster nicht mehr anzeigen" : "Do not show this window again", 0, 0, 0, 0, ID_NEVER);
-    dialog.Add("EDIT", ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_TABSTOP, "", 0, 0, 0, 0, ID_TEXT);
+               german ? "Dieses Fenster nicht mehr anzeigen" : "Do not show this window again", ID_NEVER);
+    dialog.Add("EDIT", ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_TABSTOP, "", ID_TEXT);
     return dialog;
 }
 
@@ -104,23 +99,23 @@ class HINT : public DIALOG {
             CONTROL(hWnd, id).SetFont(MessageFont());
 
         const int margin = ScalePixels(MARGIN);
-        const BOX check = Measure(BUTTON(hWnd, ID_NEVER).Title(), TEXT_WIDTH);
-        const BOX text = Measure(lines, TEXT_WIDTH);
-        const int width = std::max(
-            {text.Width + margin, check.Width + ScalePixels(BOX_WIDTH), ScalePixels(BUTTON_WIDTH) * 2 + margin});
+        const SIZE check = Measure(BUTTON(hWnd, ID_NEVER).Title());
+        const SIZE text = Measure(lines);
+        const int width = std::max<LONG>(
+            {text.cx + margin, check.cx + ScalePixels(BOX_WIDTH), ScalePixels(BUTTON_WIDTH) * 2 + margin});
         RECT work;
         SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
         const int limit = (work.bottom - work.top) / 2;
-        const int height = std::min(text.Height, limit);
-        if (height < text.Height)
+        const int height = std::min<LONG>(text.cy, limit);
+        if (height < text.cy)
             ShowScrollBar(GetDlgItem(hWnd, ID_TEXT), SB_VERT, TRUE);
-        const int button = check.Height + ScalePixels(10);
+        const int button = check.cy + ScalePixels(10);
 
         int y = margin;
         CONTROL(hWnd, ID_TEXT).Move(margin, y, width, height);
         y += height + margin;
-        CONTROL(hWnd, ID_NEVER).Move(margin, y, width, check.Height + ScalePixels(4));
-        y += check.Height + ScalePixels(4) + margin;
+        CONTROL(hWnd, ID_NEVER).Move(margin, y, width, check.cy + ScalePixels(4));
+        y += check.cy + ScalePixels(4) + margin;
         int x = margin + width - ScalePixels(BUTTON_WIDTH);
         if (Question) {
             CONTROL(hWnd, IDCANCEL).Move(x, y, ScalePixels(BUTTON_WIDTH), button);
@@ -133,10 +128,10 @@ class HINT : public DIALOG {
         Move(0, 0, frame.right - frame.left, frame.bottom - frame.top);
     }
 
-    BOX Measure(const STRING& text, int width) const {
+    SIZE Measure(const STRING& text) const {
         const WINDOWDC dc(hWnd);
         const HGDIOBJ former = SelectObject(dc, MessageFont());
-        RECT rect = {0, 0, ScalePixels(width), 0};
+        RECT rect = {0, 0, ScalePixels(TEXT_WIDTH), 0};
         DrawTextW(dc, WideText(text).c_str(), -1, &rect, DT_CALCRECT | DT_WORDBREAK | DT_EDITCONTROL | DT_NOPREFIX);
         SelectObject(dc, former);
         return {rect.right, rect.bottom};

@@ -9,8 +9,8 @@ template <typename FUNCTION>
 FUNCTION* LateFunction(const wchar_t* library, const char* name) {
     // From the system's folder, not from the program's, which may be one for downloads.
     wchar_t path[MAX_PATH] = L"";
-    const UINT length = GetSystemDirectoryW(path, MAX_PATH - 20);
-    if (length == 0 || length >= MAX_PATH - 20)
+    const UINT length = GetSystemDirectoryW(path, MAX_PATH);
+    if (length == 0 || length >= MAX_PATH)
         return nullptr;
     const HMODULE module = LoadLibraryW((std::wstring(path) + L"\\" + library).c_str());
     return module ? reinterpret_cast<FUNCTION*>(reinterpret_cast<void*>(GetProcAddress(module, name))) : nullptr;

@@ -374,8 +374,7 @@ void NEWTOOLBAR::Release(POINT point) {
     const int index = Pressed;
     if (index == -1)
         return;
-    ReleaseCapture();
-    SetMark(Pressed, -1);
+    ReleaseCapture();  // which ends the press
     if (ButtonAt(point) == index && CanPress(index))
         Activate(index);
 }
@@ -431,21 +430,16 @@ void NEWTOOLBAR::MoveFocus(int from, int step) {
 }
 
 void NEWTOOLBAR::Paint() {
-    const PAINTER painter(hWnd);
-    const RECT client = ClientRect();
-    const PICTUREDC picture(painter.Dc(), client.right, client.bottom);
+    const PICTUREPAINTER picture(hWnd);
+    const RECT& client = picture.Client();
     FillRect(picture, &client, GetSysColorBrush(COLOR_BTNFACE));
     DrawGroove(picture, client.right, TOP_LINE);
     DrawGroove(picture, client.right, BOTTOM_LINE);
-    const HGDIOBJ formerFont = SelectObject(picture, MessageFont());
+    SelectObject(picture, MessageFont());
     SetBkMode(picture, TRANSPARENT);
-    {
-        const THEME theme(hWnd);
-        for (size_t i = 0; i < Buttons.size(); ++i)
-            DrawButton(picture, theme, static_cast<int>(i));
-    }
-    SelectObject(picture, formerFont);
-    BitBlt(painter.Dc(), 0, 0, client.right, client.bottom, picture, 0, 0, SRCCOPY);
+    const THEME theme(hWnd);
+    for (size_t i = 0; i < Buttons.size(); ++i)
+        DrawButton(picture, theme, static_cast<int>(i));
 }
 
 void NEWTOOLBAR::DrawButton(HDC dc, HTHEME theme, int index) {
