@@ -106,24 +106,18 @@ class DESKTOPTEST : public ::testing::Test {
     /// Name and result of each row, as the list shows them.
     std::vector<std::string> Rows() {
         std::vector<std::string> rows;
-        const HWND list = Window->List().Handle();
-        for (int i = 0; i < ListView_GetItemCount(list); ++i)
-            rows.push_back(Cell(i, 0) + "|" + Cell(i, 1));
+        const LISTVIEW list(Window->List().Handle());
+        for (int i = 0; i < list.Count(); ++i)
+            rows.push_back(Std(list.GetItemText(i, 0) || "|" || list.GetItemText(i, 1)));
         return rows;
     }
-    std::string Cell(int row, int column) {
-        wchar_t text[300] = L"";
-        LVITEMW item{};
-        item.iSubItem = column;
-        item.pszText = text;
-        item.cchTextMax = 300;
-        SendMessageW(Window->List().Handle(), LVM_GETITEMTEXTW, static_cast<WPARAM>(row),
-                     reinterpret_cast<LPARAM>(&item));
-        return Std(FromWide(text));
-    }
     void Select(int row, bool selected = true) {
-        ListView_SetItemState(Window->List().Handle(), row, selected ? LVIS_SELECTED : 0, LVIS_SELECTED);
+        LISTVIEW(Window->List().Handle()).Select(row, selected);
         Pump();
+    }
+    /// Whether the settings have been stored with that line.
+    bool IsStored(const std::string& line) {
+        return ("\n" + ReadBytes(Data.File("tarnwick.ini"))).find("\n" + line + "\r") != std::string::npos;
     }
     void Command(int command) {
         SendMessageW(Window->hWnd, WM_COMMAND, static_cast<WPARAM>(command), 0);
@@ -135,13 +129,7 @@ class DESKTOPTEST : public ::testing::Test {
         std::thread([this] {
             RECORDARRAY records(1, 1);
             const std::vector<int> none;
-            Engine->Notification().NewMail(Engine->Items[0], {.Records = records,
-                                                              .NewMails = none,
-                                                              .ShowAll = false,
-                                                              .Unknown = false,
-                                                              .Asked = false,
-                                                              .Status = "",
-                                                              .NewText = ""});
+            Engine->Notification().NewMail(Engine->Items[0], {records, none, false, false, false, "", ""});
         }).join();
         Pump();
     }

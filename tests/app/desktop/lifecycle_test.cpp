@@ -36,13 +36,6 @@ class Lifecycle : public DESKTOPTEST {
         KillTimer(nullptr, limit);
         return !tooLong;
     }
-    /// What an ended program has left of a setting.
-    std::string Saved(const char* key) {
-        const STRINGARRAY settings(STRING(std::string_view(ReadBytes(Data.File("tarnwick.ini")))), 64, 64);
-        STRING value = settings.Exists(key) ? settings.Get(key) : STRING("none");
-        value.Strip('R', "\r");
-        return Std(value);
-    }
     static STRING ProgramFile() {
         return OSYS::FilePath(OSYS::FileDirectory(OSYS::ProgramPath().Text()).Text(), "tarnwick.exe");
     }
@@ -66,8 +59,6 @@ class Lifecycle : public DESKTOPTEST {
         CloseHandle(process.hProcess);
         return code == STILL_ACTIVE ? -1 : static_cast<int>(code);
     }
-    REGISTRY Values() { return REGISTRY(WINDOW_COMPANY, App->Texts().Get(10002).Text(), ROOT_CURRENT_USER); }
-
     std::unique_ptr<SCRIPTEDSERVER> Server;
 };
 
@@ -86,48 +77,32 @@ TEST_F(Lifecycle, WithoutAnyLanguageTheStartSaysWhatIsMissing) {
 
 TEST_F(Lifecycle, ASecondStartRaisesTheFirst) {
     WINDOW other(WS_OVERLAPPEDWINDOW, "other", 0, 0, 1000, 800, nullptr, 0, "OtherOfTest");
-    const struct {
-        const char* Name;
-        const char* Settings;
-        std::function<void()> Put;
-    } states[] = {
-        {"lives in the tray since its start", "DlgStartMinimized=1\r\n", [] {}},
-        {"has gone into the tray", "", [&] { Window->Show(SW_MINIMIZE); }},
-        {"is behind another window", "", [&] { SetForegroundWindow(other.hWnd); }},
-    };
-    for (const auto& state : states) {
-        Open(TWO_ITEMS, state.Settings);
-        other.Show();
-        state.Put();
-        Pump();
-        EXPECT_NE(GetForegroundWindow(), Window->hWnd) << state.Name;
+    other.Show();
+    const auto raise = [&](const char* state, HWND wanted) {
+        SetForegroundWindow(other.hWnd);
+        EXPECT_NE(GetForegroundWindow(), wanted) << state;
         const TEMPDIR untouched;
-        EXPECT_EQ(WaitForEnd(StartProgramOver(untouched)), 0) << state.Name;
-        EXPECT_TRUE(PumpUntil([&] { return GetForegroundWindow() == Window->hWnd; })) << state.Name;
-        EXPECT_TRUE(Window->IsVisible() && !IsIconic(Window->hWnd)) << state.Name;
+        EXPECT_EQ(WaitForEnd(StartProgramOver(untouched)), 0) << state;
+        EXPECT_TRUE(PumpUntil([&] { return GetForegroundWindow() == wanted; })) << state;
+        EXPECT_TRUE(Window->IsVisible() && !IsIconic(Window->hWnd)) << state;
         EXPECT_TRUE(RemoveDirectoryA(untouched.Path())) << "it is not empty any more";
+    };
+    for (const bool minimized : {true, false}) {
+        Open(TWO_ITEMS, minimized ? "DlgStartMinimized=1\r\n" : "");
+        raise(minimized ? "in the tray since its start" : "behind another window", Window->hWnd);
+        Window->Show(SW_MINIMIZE);
+        raise("gone into the tray", Window->hWnd);
+        Later([&] {
+            const HWND dialog = GetActiveWindow();
+            raise("with a dialog", dialog);
+            SetForegroundWindow(other.hWnd);
+            Command(COMMAND_SHOW_WINDOW);
+            EXPECT_EQ(GetForegroundWindow(), dialog) << "by the tray icon";
+            SendMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+        });
+        Command(COMMAND_ADD_ITEM);
         Close();
     }
-}
-
-TEST_F(Lifecycle, IsRaisedWithTheDialogThatIsOpen) {
-    Open(TWO_ITEMS);
-    WINDOW other(WS_OVERLAPPEDWINDOW, "other", 0, 0, 1000, 800, nullptr, 0, "OtherOfTest");
-    other.Show();
-    Later([&] {
-        const HWND dialog = GetActiveWindow();
-        const TEMPDIR untouched;
-        for (const bool second : {true, false}) {
-            SetForegroundWindow(other.hWnd);
-            if (second)
-                EXPECT_EQ(WaitForEnd(StartProgramOver(untouched)), 0);
-            else
-                Command(COMMAND_SHOW_WINDOW);
-            EXPECT_TRUE(PumpUntil([&] { return GetForegroundWindow() == dialog; })) << second;
-        }
-        SendMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
-    });
-    Command(COMMAND_ADD_ITEM);
 }
 
 TEST_F(Lifecycle, TheProgramBeginsAndEndsAsAWhole) {
@@ -158,28 +133,27 @@ TEST_F(Lifecycle, TheProgramBeginsAndEndsAsAWhole) {
 
 TEST_F(Lifecycle, ClosingIntoTheTrayExplainsItselfUntilTheUserKnows) {
     Open(TWO_ITEMS, "DlgCloseMinimize=1\r\n");
-    const struct { bool Shown, NeverAgain; } times[] = {{true, false}, {true, true}, {false, false}};
-    for (const auto& time : times) {
+    for (const bool first : {true, false}) {
         constexpr int NEVER_AGAIN = 101;
         Window->Show(SW_RESTORE);
         bool shown = false, looked = false;
         Later([&] {
             const HWND hint = GetActiveWindow();
             shown = GetDlgItem(hint, NEVER_AGAIN) != nullptr;
-            if (shown && time.NeverAgain)
+            if (shown) {
                 SendMessageW(GetDlgItem(hint, NEVER_AGAIN), BM_CLICK, 0, 0);
-            if (shown)
                 SendMessageW(GetDlgItem(hint, IDOK), BM_CLICK, 0, 0);
+            }
             looked = true;
         });
         SendMessageW(Window->hWnd, WM_CLOSE, 0, 0);
         EXPECT_FALSE(Window->IsVisible());
         EXPECT_TRUE(PumpUntil([&] { return looked; }));
-        EXPECT_EQ(shown, time.Shown);
+        EXPECT_EQ(shown, first);
     }
     EXPECT_FALSE(Engine->Cycle().IsStopRequested());
     Close();
-    EXPECT_EQ(Saved("DontShowAgainCloseMinimize"), "1");
+    EXPECT_TRUE(IsStored("DontShowAgainCloseMinimize=1"));
 }
 
 TEST_F(Lifecycle, ClosingDuringACheckWaitsForItAndSaves) {
@@ -196,7 +170,7 @@ TEST_F(Lifecycle, ClosingDuringACheckWaitsForItAndSaves) {
     EXPECT_FALSE(Engine->Cycle().IsRunning());
     Engine->pState.Set("PopupDuration", "77");
     Close();
-    EXPECT_EQ(Saved("PopupDuration"), "77");
+    EXPECT_TRUE(IsStored("PopupDuration=77"));
 }
 
 TEST_F(Lifecycle, TheEndOfTheSessionSavesAtOnce) {
@@ -212,30 +186,27 @@ TEST_F(Lifecycle, TheEndOfTheSessionSavesAtOnce) {
             end();
         }
         EXPECT_FALSE(Engine->Cycle().IsRunning());
-        EXPECT_EQ(Saved("PopupDuration"), "78");
+        EXPECT_TRUE(IsStored("PopupDuration=78"));
         EXPECT_TRUE(RunLoop());
         EXPECT_EQ(Engine->Items.Count(), 1);
         Engine->pState.Set("PopupDuration", "79");
         SendMessageW(Window->hWnd, WM_ENDSESSION, 1, 0);
         Close();
-        EXPECT_EQ(Saved("PopupDuration"), "78") << "only once";
+        EXPECT_TRUE(IsStored("PopupDuration=78")) << "only once";
     }
 }
 
 TEST_F(Lifecycle, AnAwakenedMachineAsksTheMessagingSystem) {
     Open("[#0]\r\nName=m\r\nType=0\r\nUpdateSuspended=1\r\n\r\n[#1]\r\nName=p\r\nType=1\r\nUpdateSuspended=1\r\n\r\n");
-    for (int event = PBT_APMQUERYSUSPEND; event <= PBT_APMRESUMEAUTOMATIC; ++event) {
-        SendMessageW(Window->hWnd, WM_POWERBROADCAST, static_cast<WPARAM>(event), 0);
-        const bool awake = event == PBT_APMRESUMESUSPEND || event == PBT_APMRESUMESTANDBY;
-        EXPECT_EQ(Engine->Items[Engine->FindName("m")].GetNumber("@ForceRefresh"), awake) << event;
-        EXPECT_EQ(Engine->Items[Engine->FindName("p")].GetNumber("@ForceRefresh"), 0) << event;
-        Engine->Items[Engine->FindName("m")].Set("@ForceRefresh", "0");
-    }
+    for (const WPARAM event : {PBT_APMSUSPEND, PBT_APMRESUMESUSPEND, PBT_APMRESUMESTANDBY, PBT_APMRESUMEAUTOMATIC})
+        SendMessageW(Window->hWnd, WM_POWERBROADCAST, event, 0);
+    EXPECT_EQ(Engine->Items[Engine->FindName("m")].GetNumber("@ForceRefresh"), 2);
+    EXPECT_EQ(Engine->Items[Engine->FindName("p")].GetNumber("@ForceRefresh"), 0);
 }
 
 TEST_F(Lifecycle, ThePositionComesBack) {
     Open(TWO_ITEMS);
-    Values().Delete("WindowPos");
+    REGISTRY(WINDOW_COMPANY, App->Texts().Get(TEXT_PRODUCT).Text(), ROOT_CURRENT_USER).Delete(WINDOW_POSITION);
     Close();
     Open(TWO_ITEMS);
     const auto place = [&] {
@@ -248,12 +219,6 @@ TEST_F(Lifecycle, ThePositionComesBack) {
     Close();
     Open(TWO_ITEMS);
     EXPECT_EQ(place(), (std::vector<LONG>{120, 90, 500, 300}));
-    const int32_t away[4] = {30000, -9000, 30500, -8700};
-    Values().Write("WindowPos", away, sizeof away);
-    Close();
-    Open(TWO_ITEMS);
-    const RECT rect = Window->Rect();
-    EXPECT_TRUE(MonitorFromRect(&rect, MONITOR_DEFAULTTONULL));
 }
 
 TEST_F(Lifecycle, OpeningWindowsLeavesNoHandlesBehind) {
