@@ -83,8 +83,7 @@ struct PROGRAM {
     explicit PROGRAM(const DATA& data) : App(ARGUMENTS("tarnwick", data.Switches().c_str())) {
         if (App.Start(NoFrontEnd) != 0)
             exit(1);
-        Resources = LoadLibraryExW(WideText(App.LibraryPath()).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
-        SetResourceModule(Resources);
+        Resources = std::make_unique<RESOURCELIBRARY>(App.LibraryPath());
         Window = std::make_unique<MAINWINDOW>(App);
         Engine = std::make_unique<TARNWICK>(*Window, Nobody, App.Arguments(), App.Texts());
         Window->SetApplication(Engine.get());
@@ -105,7 +104,7 @@ struct PROGRAM {
     FRONTEND NoFrontEnd;
     NOTIFIER Nobody;
     VELMORAAPP App;
-    HMODULE Resources = nullptr;
+    std::unique_ptr<RESOURCELIBRARY> Resources;
     std::unique_ptr<MAINWINDOW> Window;
     std::unique_ptr<TARNWICK> Engine;
 };

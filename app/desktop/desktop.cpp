@@ -27,25 +27,6 @@ class MESSAGEBOXES : public FRONTEND {
     void ShowMessage(const STRING& title, const STRING& text) override { ShowError(nullptr, text, title); }
 };
 
-/// The language library once more, for its menus and dialogs.
-class RESOURCELIBRARY {
- public:
-    explicit RESOURCELIBRARY(const STRING& path)
-        : Module(LoadLibraryExW(WideFilePath(path.Text()).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
-        SetResourceModule(Module);
-    }
-    ~RESOURCELIBRARY() {
-        SetResourceModule(nullptr);
-        if (Module)
-            FreeLibrary(Module);
-    }
-    RESOURCELIBRARY(const RESOURCELIBRARY&) = delete;
-    RESOURCELIBRARY& operator=(const RESOURCELIBRARY&) = delete;
-
- private:
-    HMODULE Module;
-};
-
 // The first program that runs is brought to the front; a copy under development does not count.
 bool RaiseFirst() {
     const HWND first = FindWindowW(WideText(std::string_view(MAINWINDOW_CLASS)).c_str(), nullptr);
@@ -69,7 +50,7 @@ int RunDesktop(int argc, const char* const* argv) {
     SetAssertQuestion(AskToGoOn);
     if (const int code = app.Start(boxes))
         return code;
-    const RESOURCELIBRARY resources(app.LibraryPath());
+    const RESOURCELIBRARY resources(app.LibraryPath());  // once more, for its menus and dialogs
     if (RaiseFirst())
         return EXIT_GOOD;
 

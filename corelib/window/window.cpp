@@ -74,6 +74,17 @@ HMODULE ResourceModule() {
     return Resources ? Resources : GetModuleHandleW(nullptr);
 }
 
+RESOURCELIBRARY::RESOURCELIBRARY(const STRING& path)
+    : Module(LoadLibraryExW(WideFilePath(path.Text()).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE)) {
+    SetResourceModule(Module);
+}
+
+RESOURCELIBRARY::~RESOURCELIBRARY() {
+    SetResourceModule(nullptr);
+    if (Module)
+        FreeLibrary(Module);
+}
+
 void SetHelp(HELPFUNCTION help) {
     Help = help;
 }

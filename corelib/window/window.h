@@ -12,6 +12,18 @@ HMODULE ResourceModule();
 /// Whether its texts are German; for the few texts of the window library itself.
 bool IsGermanResourceModule();
 
+/// A library that is the resource module for as long as the object lives. Without the file, the program is again.
+class RESOURCELIBRARY {
+ public:
+    explicit RESOURCELIBRARY(const STRING& path);
+    ~RESOURCELIBRARY();
+    RESOURCELIBRARY(const RESOURCELIBRARY&) = delete;
+    RESOURCELIBRARY& operator=(const RESOURCELIBRARY&) = delete;
+
+ private:
+    HMODULE Module;
+};
+
 /// Shows help on a control of a window (F1, or the question mark of a dialog's frame); without one set, nothing.
 using HELPFUNCTION = void (*)(HWND window, int control);
 void SetHelp(HELPFUNCTION help);

@@ -69,7 +69,6 @@ class DESKTOPTEST : public ::testing::Test {
     ~DESKTOPTEST() override {
         Close();
         ScrollLockSettleMs = 1000;
-        SetResourceModule(nullptr);
         DesktopTimes = DESKTOPTIMES();
         CheckTimes = CHECKTIMES();
     }
@@ -81,9 +80,7 @@ class DESKTOPTEST : public ::testing::Test {
         const STRING line = STRING("/LANG:") || language || " \"/WORKDIR:" || Data.Path() || "\"";
         App = std::make_unique<VELMORAAPP>(ARGUMENTS("tarnwick", line.Text()));
         ASSERT_EQ(App->Start(NoFrontEnd), 0);
-        Resources = LoadLibraryExW(ResourceFile ? ResourceFile : WideText(App->LibraryPath()).c_str(), nullptr,
-                                   LOAD_LIBRARY_AS_DATAFILE);
-        SetResourceModule(Resources);
+        Resources = std::make_unique<RESOURCELIBRARY>(ResourceFile ? STRING(ResourceFile) : App->LibraryPath());
         Window = std::make_unique<MAINWINDOW>(*App);
         Engine = std::make_unique<TARNWICK>(*Window, Nobody, App->Arguments(), App->Texts());
         Window->SetApplication(Engine.get());
@@ -99,7 +96,7 @@ class DESKTOPTEST : public ::testing::Test {
         Window->SetApplication(nullptr);
         Window.reset();
         App.reset();
-        FreeLibrary(Resources);
+        Resources.reset();
         Pump();
     }
     int Handle(const char* name) { return Engine->Items[Engine->FindName(name)].GetNumber("@Handle"); }
@@ -148,8 +145,8 @@ class DESKTOPTEST : public ::testing::Test {
     TEMPDIR Data;
     FRONTEND NoFrontEnd;
     NOTIFIER Nobody;
-    const wchar_t* ResourceFile = nullptr;  // in place of the language library's menus, dialogs and pictures
-    HMODULE Resources = nullptr;
+    const char* ResourceFile = nullptr;  // in place of the language library's menus, dialogs and pictures
+    std::unique_ptr<RESOURCELIBRARY> Resources;
     std::unique_ptr<VELMORAAPP> App;
     std::unique_ptr<MAINWINDOW> Window;
     std::unique_ptr<TARNWICK> Engine;

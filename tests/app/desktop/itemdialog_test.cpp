@@ -1,5 +1,6 @@
 #include "app/desktop/itemdialog.h"
 
+#include <memory>
 #include <set>
 
 #include "app/check/items.h"
@@ -20,13 +21,7 @@ class ItemDialog : public ::testing::TestWithParam<int> {
         const STRING directory = OSYS::FileDirectory(OSYS::ProgramPath().Text());
         STRING path;
         EXPECT_EQ(Texts.Load(directory.Text(), GetParam(), path), GetParam());
-        path = OSYS::FilePath(directory.Text(), GetParam() == LANGUAGE_GERMAN ? "german.dll" : "english.dll");
-        Module = LoadLibraryExW(WideText(path).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
-        SetResourceModule(Module);
-    }
-    ~ItemDialog() override {
-        SetResourceModule(nullptr);
-        FreeLibrary(Module);
+        Resources = std::make_unique<RESOURCELIBRARY>(path);
     }
 
     static STRINGARRAY Item(const char* type, const char* source, const char* period) {
@@ -75,7 +70,7 @@ class ItemDialog : public ::testing::TestWithParam<int> {
     }
 
     LANGUAGELIBRARY Texts;
-    HMODULE Module;
+    std::unique_ptr<RESOURCELIBRARY> Resources;
     HWND Dialog = nullptr;
     std::string Said;
 };

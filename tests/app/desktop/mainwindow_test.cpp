@@ -265,7 +265,7 @@ TEST_F(MainWindow, StaysInReachWhileTheShellIsGoneAndComesBackToIt) {
 
 TEST_F(MainWindow, WorksWithoutMenusDialogsAndIcons) {
     const int failed = AssertCount();
-    ResourceFile = L"ntdll.dll";
+    ResourceFile = "ntdll.dll";
     Open(TWO_ITEMS);
     Window->Started();
     EXPECT_EQ(Rows().front(), "Alpha|");
