@@ -3,13 +3,15 @@
 
 #include "app/core/arguments.h"
 #include "app/desktop/desktop.h"
-#include "corelib/window/widetext.h"
+#include "corelib/base/widepath.h"
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
     // To the platform's own rule the backslash of "/WORKDIR:C:\my mail\" would take the quote behind it along.
-    const DYNARRAY<STRING> words = SplitCommandLine(GetCommandLineA());
+    DYNARRAY<STRING> words = SplitCommandLine(Narrow(CP_UTF8, GetCommandLineW()).Text());
     std::vector<const char*> pointers;
-    for (int i = 0; i < words.Count(); ++i)
+    for (int i = 0; i < words.Count(); ++i) {
+        words[i] = WordFromWide(Widen(CP_UTF8, words[i].View()));
         pointers.push_back(words[i].Text());
+    }
     return RunDesktop(words.Count(), pointers.data());
 }

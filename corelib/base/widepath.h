@@ -22,9 +22,12 @@ std::wstring WideFilePath(const char* path);
 /// The way back, to the letter: false, and name as it was, if the code page lacks a character. The nearest character
 /// would make it another file's name.
 bool NameFromWide(std::wstring_view wide, STRING& name);
-/// The path of something that is there: to the letter, or else its short form ("C:\USERS\42A3~1"); null, with a line in
-/// the trace log, if that cannot be said either.
+/// A whole path: to the letter, or with the short form of what is there ("C:\USERS\42A3~1\new.txt"); null, with a line
+/// in the trace log, if that cannot be said either.
 STRING PathFromWide(const std::wstring& wide);
+/// A word of the command line: to the letter, or with the path in it, the whole word or what stands behind the first
+/// ":", in its short form. What cannot be said becomes "?", which no file has in its name.
+STRING WordFromWide(const std::wstring& word);
 
 /// Asks with ever more room until the text fits. ask(room, size) gives the text's length, size or more if the room is
 /// too small, or 0, which leads to an empty text.

@@ -8,6 +8,22 @@ namespace {
 // A directory's path may be that long, so that a file with a short name fits into it; a file's up to twelve more.
 constexpr size_t SHORT_PATH = 247;
 
+// To the letter, by the short form, or by that of the folder if what is in it does not exist.
+bool SayPath(const std::wstring& wide, STRING& path) {
+    if (NameFromWide(wide, path))
+        return true;
+    const std::wstring shortened =
+        GrownText([&wide](wchar_t* room, unsigned long size) { return GetShortPathNameW(wide.c_str(), room, size); });
+    if (!shortened.empty() && NameFromWide(shortened, path))
+        return true;
+    const size_t name = wide.find_last_of(L"\\/");
+    STRING folder, last;
+    if (name == wide.npos || !NameFromWide(wide.substr(name), last) || !SayPath(wide.substr(0, name), folder))
+        return false;
+    path = folder || last;
+    return true;
+}
+
 }  // namespace
 
 std::wstring Widen(unsigned codePage, std::string_view text) {
@@ -51,11 +67,22 @@ bool NameFromWide(std::wstring_view wide, STRING& name) {
 
 STRING PathFromWide(const std::wstring& wide) {
     STRING path;
-    if (NameFromWide(wide, path))
-        return path;
-    const std::wstring shortened =
-        GrownText([&wide](wchar_t* room, unsigned long size) { return GetShortPathNameW(wide.c_str(), room, size); });
-    if (shortened.empty() || !NameFromWide(shortened, path))
+    if (!SayPath(wide, path))
         Trace("The code page cannot say the path %s\n", Narrow(CP_ACP, wide).Text());
     return path;
+}
+
+STRING WordFromWide(const std::wstring& word) {
+    STRING text;
+    if (NameFromWide(word, text))
+        return text;
+    const size_t path = word.starts_with(L'/') || word.starts_with(L'-') ? word.find(L':') + 1 : 0;
+    const STRING known = PathFromWide(word.substr(path));
+    text = "";
+    for (const wchar_t& c : std::wstring_view(word).substr(0, known.NotNull() ? path : word.npos)) {
+        STRING one("?");
+        NameFromWide({&c, 1}, one);
+        text += one;
+    }
+    return known.NotNull() ? text || known : text;
 }

@@ -74,7 +74,7 @@ TEST(WindowsPaths, NeverNameAnotherFile) {
     const std::wstring top = WidePath(temp.Path()), folder = top + L"\\\x0414\x043e\x043c";
     if (!CreateDirectoryW(folder.c_str(), nullptr))
         GTEST_SKIP() << "a file system without such names";
-    // What looks like an A is none, and the second has a likeness of a separator.
+    // What looks like an A is none, and the third holds a likeness of a separator.
     for (const wchar_t* name : {L"\\\x0100.ini", L"\\A.ini", L"\\A\x2216\x00e4.ini"})
         CloseHandle(CreateFileW((folder + name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
     EXPECT_EQ(Names(temp.Path()), "") << "the folder's own name";
@@ -83,6 +83,15 @@ TEST(WindowsPaths, NeverNameAnotherFile) {
     const STRING path = PathFromWide(folder);
     EXPECT_EQ(Names(path), "A.ini ");
     EXPECT_FALSE(PathFromWide(folder + L"\\\x0414").NotNull());
+    const struct {
+        std::wstring Wide;
+        STRING Word;
+    } words[] = {{L"/WORKDIR:" + folder + L"\\new\\x", STRING("/WORKDIR:") || path || "\\new\\x"},
+                 {folder, path},
+                 {L"-ADD:\x0100@a\x00e4", "-ADD:?@a\344"},
+                 {L"/\x0100", "/?"}};
+    for (const auto& w : words)
+        EXPECT_EQ(WordFromWide(w.Wide), w.Word);
     const STRING before = OSYS::GetCurrentDir();
     SetCurrentDirectoryW(folder.c_str());
     EXPECT_EQ(Names(OSYS::GetCurrentDir()), "A.ini ");
