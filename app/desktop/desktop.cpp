@@ -50,7 +50,7 @@ int RunDesktop(int argc, const char* const* argv) {
     SetAssertQuestion(AskToGoOn);
     if (const int code = app.Start(boxes))
         return code;
-    const RESOURCELIBRARY resources(app.LibraryPath());  // once more, for its menus and dialogs
+    const RESOURCELIBRARY resources(app.LibraryPath());  // once more, for its menus, dialogs and icons
     if (RaiseFirst())
         return EXIT_GOOD;
 
