@@ -19,6 +19,8 @@
 
 namespace {
 
+constexpr DWORD PATH_CHARACTERS = 32768;
+
 // COM for the length of a shell dialog.
 class COMUSE {
  public:
@@ -57,12 +59,12 @@ STRING PushFolder(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG&
     PIDLIST_ABSOLUTE const chosen = SHBrowseForFolderW(&ask);
     if (!chosen)
         return value;
-    wchar_t path[MAX_PATH];
-    const bool named = SHGetPathFromIDListW(chosen, path);
+    std::wstring path(PATH_CHARACTERS, L'\0');
+    const bool named = SHGetPathFromIDListEx(chosen, path.data(), PATH_CHARACTERS, GPFIDL_DEFAULT);
     CoTaskMemFree(chosen);
     if (!named)
         return value;
-    STRING folder = PathFromWide(path);
+    STRING folder = PathFromWide(path.c_str());
     if (!folder.NotNull())
         return value;
     folder.ChopLast('\\');
