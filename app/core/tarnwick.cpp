@@ -154,11 +154,7 @@ bool TARNWICK::AddItem(const STRINGARRAY& item) {
 }
 
 bool TARNWICK::RemoveItem(int index) {
-    const bool removed = Check->RemoveItem(index);
-    if (removed) {
-        SaveTables(SAVE_ITEMS);
-    }
-    return removed;
+    return Check->RemoveItem(index);
 }
 
 int TARNWICK::FindHandle(int handle) const {

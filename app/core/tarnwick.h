@@ -52,7 +52,8 @@ class TARNWICK {
     /// Appends a copy of the record to the table, forces its check with popup 0 and saves the items, which sorts them;
     /// false if they could not be written.
     bool AddItem(const STRINGARRAY& item);
-    /// Takes the item out of the table and saves; false if it is being checked, or there is none.
+    /// Takes the item out of the table; false if it is being checked, or there is none. Who has taken the last one
+    /// saves the table.
     bool RemoveItem(int index);
     /// Index of the item with that handle or name (without regard to case), -1 if none.
     int FindHandle(int handle) const;

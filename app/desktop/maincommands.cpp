@@ -142,6 +142,8 @@ void MAINWINDOW::DeleteItems() {
             break;
         }
     }
+    if (!Application->SaveTables(SAVE_ITEMS))
+        ShowSaveError();
     MakeTaskbarIcon();
     UpdateCommands();
 }

@@ -128,7 +128,6 @@ TEST_F(Tarnwick, ItemsComeAndGoWhileTheThreadRuns) {
         EXPECT_TRUE(Eventually([&] { return app->RemoveItem(index); }));
         EXPECT_EQ(app->FindHandle(handle), -1);
     }
-    EXPECT_EQ(InData("accounts.ini").find("Name=new"), std::string::npos);
     EXPECT_FALSE(app->RemoveItem(2));
     app->ForceRefreshType(0, 1);
     app->ForceRefreshAll(0);

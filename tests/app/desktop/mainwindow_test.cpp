@@ -240,6 +240,7 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
         EXPECT_EQ(names, step.Names) << step.Name;
         EXPECT_EQ(said, step.Said) << step.Name;
         EXPECT_EQ(Engine->Items.Count(), std::count(names.begin(), names.end(), ' ')) << step.Name;
+        EXPECT_EQ(Engine->Items.Count(), std::count(stored.begin(), stored.end(), '#')) << step.Name;
     }
 }
 
