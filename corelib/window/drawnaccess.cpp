@@ -88,7 +88,10 @@ class DRAWNOBJECT final : public IAccessible {
     bool IsGone() const { return !Elements || !IsWindow(Window); }
     /// The element, the window itself for 0. S_OK, or the failure to return.
     HRESULT Find(const VARIANT& number, DRAWNELEMENTS::ELEMENT& element) const;
-    /// The same for a button; others have none of what is asked for.
+    /// One thing of the element.
+    HRESULT Tell(const VARIANT& number, std::wstring DRAWNELEMENTS::ELEMENT::*what, BSTR* text) const;
+    HRESULT Tell(const VARIANT& number, LONG DRAWNELEMENTS::ELEMENT::*what, VARIANT* value) const;
+    /// As Find, for a button; others have none of what is asked for.
     HRESULT FindButton(const VARIANT& number, DRAWNELEMENTS::ELEMENT& element) const;
 
     LONG References = 1;
@@ -198,11 +201,22 @@ HRESULT DRAWNOBJECT::get_accChild(VARIANT number, IDispatch** child) {
     return result == S_OK ? S_FALSE : result;  // elements are no objects of their own
 }
 
-HRESULT DRAWNOBJECT::get_accName(VARIANT number, BSTR* name) {
-    *name = nullptr;
+HRESULT DRAWNOBJECT::Tell(const VARIANT& number, std::wstring DRAWNELEMENTS::ELEMENT::*what, BSTR* text) const {
+    *text = nullptr;
     DRAWNELEMENTS::ELEMENT element;
     const HRESULT result = Find(number, element);
-    return result == S_OK ? Give(element.Name, name) : result;
+    return result == S_OK ? Give(element.*what, text) : result;
+}
+
+HRESULT DRAWNOBJECT::Tell(const VARIANT& number, LONG DRAWNELEMENTS::ELEMENT::*what, VARIANT* value) const {
+    value->vt = VT_EMPTY;
+    DRAWNELEMENTS::ELEMENT element;
+    const HRESULT result = Find(number, element);
+    return result == S_OK ? Give(element.*what, value) : result;
+}
+
+HRESULT DRAWNOBJECT::get_accName(VARIANT number, BSTR* name) {
+    return Tell(number, &DRAWNELEMENTS::ELEMENT::Name, name);
 }
 
 HRESULT DRAWNOBJECT::get_accValue(VARIANT /*number*/, BSTR* value) {
@@ -211,24 +225,15 @@ HRESULT DRAWNOBJECT::get_accValue(VARIANT /*number*/, BSTR* value) {
 }
 
 HRESULT DRAWNOBJECT::get_accDescription(VARIANT number, BSTR* description) {
-    *description = nullptr;
-    DRAWNELEMENTS::ELEMENT element;
-    const HRESULT result = Find(number, element);
-    return result == S_OK ? Give(element.Description, description) : result;
+    return Tell(number, &DRAWNELEMENTS::ELEMENT::Description, description);
 }
 
 HRESULT DRAWNOBJECT::get_accRole(VARIANT number, VARIANT* role) {
-    role->vt = VT_EMPTY;
-    DRAWNELEMENTS::ELEMENT element;
-    const HRESULT result = Find(number, element);
-    return result == S_OK ? Give(element.Role, role) : result;
+    return Tell(number, &DRAWNELEMENTS::ELEMENT::Role, role);
 }
 
 HRESULT DRAWNOBJECT::get_accState(VARIANT number, VARIANT* state) {
-    state->vt = VT_EMPTY;
-    DRAWNELEMENTS::ELEMENT element;
-    const HRESULT result = Find(number, element);
-    return result == S_OK ? Give(element.State, state) : result;
+    return Tell(number, &DRAWNELEMENTS::ELEMENT::State, state);
 }
 
 HRESULT DRAWNOBJECT::get_accHelp(VARIANT /*number*/, BSTR* help) {
