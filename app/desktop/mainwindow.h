@@ -52,11 +52,6 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void End();
 
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
-    /// Whether a key may be a command's: it is so once while it is held down, and the focused tool bar and the alert
-    /// have keys of their own.
-    bool MayBeCommandKey(const MSG& message) const;
-    /// F6 goes from the window into the alert, if one is open. True if it did.
-    bool EntersAlert(const MSG& message);
     /// The selected items' handles, in the order of the rows.
     std::vector<int> SelectedItems() const;
     ITEMLIST& List() { return *Rows; }
@@ -88,6 +83,11 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
 
  private:
     bool IsUserThread() const { return GetCurrentThreadId() == UserThread; }
+    /// F6 goes from the window into the alert, if one is open. True if it did.
+    bool EntersAlert(const MSG& message);
+    /// Whether a key may be a command's: it is so once while it is held down, and the focused tool bar and the alert
+    /// have keys of their own.
+    bool MayBeCommandKey(const MSG& message) const;
     LRESULT OnMessage(UINT message, WPARAM first, LPARAM second);
     // The windows around the list.
     void MakeToolbar();

@@ -120,6 +120,19 @@ class DESKTOPTEST : public ::testing::Test {
         SendMessageW(Window->hWnd, WM_COMMAND, static_cast<WPARAM>(command), 0);
         Pump();
     }
+    /// The numbers of the commands that come to the window while `act` runs. None of them is carried out.
+    std::string Given(const std::function<void()>& act) {
+        static std::string given;
+        given.clear();
+        Window->SetHook([](WINDOW&, UINT message, WPARAM first, LPARAM, LRESULT*) {
+            if (message == WM_COMMAND)
+                given += std::to_string(LOWORD(first)) + " ";
+            return message == WM_COMMAND;
+        });
+        act();
+        Window->SetHook(nullptr);
+        return given;
+    }
     /// A check of the first account has found a mail, as the work thread tells it.
     void TellNewMail() {
         Engine->pState.Set("SoundEmail", Data.File("accounts.ini"));  // any file that is there

@@ -174,14 +174,14 @@ TEST_F(Lifecycle, ClosingDuringACheckWaitsForItAndSaves) {
 }
 
 TEST_F(Lifecycle, TheEndOfTheSessionSavesAtOnce) {
-    for (const bool editing : {false, true}) {
+    for (const WPARAM open : {0, int{COMMAND_ADD_ITEM}, int{COMMAND_DELETE_ITEMS}}) {
         OpenChecking();
         EXPECT_EQ(SendMessageW(Window->hWnd, WM_QUERYENDSESSION, 0, 0), 1);
         Engine->pState.Set("PopupDuration", "78");
-        const auto end = [&] { SendMessageW(Window->hWnd, WM_ENDSESSION, editing, 0); };
-        if (editing) {
+        const auto end = [&] { SendMessageW(Window->hWnd, WM_ENDSESSION, open != 0, 0); };
+        if (open != 0) {
             Later(end);
-            SendMessageW(Window->hWnd, WM_COMMAND, COMMAND_ADD_ITEM, 0);
+            SendMessageW(Window->hWnd, WM_COMMAND, open, 0);
         } else {
             end();
         }
