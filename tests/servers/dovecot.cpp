@@ -9,15 +9,6 @@
 
 namespace fs = std::filesystem;
 
-namespace {
-
-std::string ReadFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-}  // namespace
-
 DOVECOT::DOVECOT() : Owner(geteuid()), Group(getegid()) {
     if (Owner == 0) {
         const passwd* package = getpwnam("dovecot");
@@ -34,23 +25,12 @@ DOVECOT::DOVECOT() : Owner(geteuid()), Group(getegid()) {
         Trouble = "the mailboxes do not go to their owner";
         return;
     }
-    PopPort = FreePort();
-    do
+    while (ImapPort == Port)
         ImapPort = FreePort();
-    while (ImapPort == PopPort);
     const std::string config = Directory.Native("dovecot.conf");
     std::ofstream(config) << Configuration();
 
-    Process.Start({"dovecot", "-F", "-c", config});
-    if (!Eventually([this] { return Process.HasEnded() || (Greets(PopPort) && Greets(ImapPort)); }) ||
-        Process.HasEnded())
-        Trouble = "dovecot does not start: " + ReadFile(Directory.Native("log"));
-}
-
-STRING DOVECOT::Server(int port) {
-    STRING text;
-    text.Format("127.0.0.1:%d", port);
-    return text;
+    Run({"dovecot", "-F", "-c", config}, [this] { return Greets(Port) && Greets(ImapPort); });
 }
 
 std::string DOVECOT::Configuration() const {
@@ -82,7 +62,7 @@ std::string DOVECOT::Configuration() const {
         text << "service " << protocol << "-login {\n  chroot =\n  inet_listener " << protocol
              << " {\n    port = " << port << "\n  }\n  inet_listener " << protocol << "s {\n    port = 0\n  }\n}\n";
     };
-    login("pop3", PopPort);
+    login("pop3", Port);
     login("imap", ImapPort);
     return text.str();
 }

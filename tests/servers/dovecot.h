@@ -7,22 +7,16 @@
 
 #include "tests/servers/maildir.h"
 #include "tests/servers/serverprocess.h"
-#include "tests/support/testsupport.h"
 
-/// A private Dovecot on loopback that speaks POP3 and IMAP on free ports, as long as the object lives. Any user name
-/// logs on with the password "secret" and has a mailbox of its own. Runs as whoever runs the test; for root, who gets
-/// no mail from a Dovecot, its processes and mail belong to the package's own user. Posix only.
-class DOVECOT {
+/// A private Dovecot on loopback that speaks POP3 and, on another port, IMAP. Any user name logs on with the password
+/// "secret" and has a mailbox of its own. Runs as whoever runs the test; for root, who gets no mail from a Dovecot, its
+/// processes and mail belong to the package's own user. Posix only.
+class DOVECOT : public LOCALSERVER {
  public:
     DOVECOT();
-    DOVECOT(const DOVECOT&) = delete;
-    DOVECOT& operator=(const DOVECOT&) = delete;
-
-    /// Empty if it is up; else why not.
-    const std::string& Problem() const { return Trouble; }
-    /// The server as an item names it: host and port.
-    STRING PopServer() const { return Server(PopPort); }
-    STRING ImapServer() const { return Server(ImapPort); }
+    /// The servers as an item names them: host and port.
+    STRING PopServer() const { return HostPort(); }
+    STRING ImapServer() const { return LoopbackAddress(ImapPort); }
 
     /// A folder of the user's on the disk, the inbox without a name. It has to be there before the user sees it.
     MAILDIR Mailbox(const std::string& user, const std::string& folder = "") const;
@@ -38,14 +32,9 @@ class DOVECOT {
     gid_t BoxGroup() const { return Group; }
 
  private:
-    static STRING Server(int port);
     std::string Configuration() const;
 
-    TEMPDIR Directory;
-    std::string Trouble;
     uid_t Owner;
     gid_t Group;
-    int PopPort = 0;
-    int ImapPort = 0;
-    SERVERPROCESS Process;
+    int ImapPort = FreePort();
 };

@@ -12,7 +12,7 @@ constexpr const char* SECRET =
 
 }  // namespace
 
-IMAP4D::IMAP4D() : Port(FreePort()) {
+IMAP4D::IMAP4D() {
     const std::string dir = Directory.Native(), home = dir + "/home", config = dir + "/conf",
                       domains = dir + "/domains";
     std::filesystem::create_directory(domains);
@@ -24,15 +24,8 @@ IMAP4D::IMAP4D() : Port(FreePort()) {
                              "virtdomain { passwd-dir "
                           << domains << "; };\nmailbox { mail-spool " << dir
                           << "/spool; mailbox-type maildir; };\nserver 127.0.0.1:" << Port << " { };\n";
-    Process.Start({"sh", "-c", "exec imap4d --config-file=" + config + " -d4 --foreground >" + dir + "/log 2>&1"});
-    if (!Eventually([this] { return Process.HasEnded() || Greets(Port); }) || Process.HasEnded())
-        Trouble = "imap4d does not start: " + ReadBytes(Directory.File("log"));
-}
-
-STRING IMAP4D::ImapServer() const {
-    STRING text;
-    text.Format("127.0.0.1:%d", Port);
-    return text;
+    Run({"sh", "-c", "exec imap4d --config-file=" + config + " -d4 --foreground >" + dir + "/log 2>&1"},
+        [this] { return Greets(Port); });
 }
 
 MAILDIR IMAP4D::Mailbox(const std::string& folder) const {

@@ -4,19 +4,11 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "tests/servers/serverprocess.h"
+
 namespace fs = std::filesystem;
-
-namespace {
-
-std::string ReadFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-}  // namespace
 
 void MAILDIR::GiveToOwner(const std::string& path) const {
     if (chown(path.c_str(), Owner, Group) != 0)

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -10,11 +9,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* POSTFIX = "/usr/sbin/postfix";
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 }  // namespace
 
@@ -26,10 +20,8 @@ MAILSERVER::MAILSERVER(const DOVECOT* boxes) {
         Missing = "only root may start a mail server, and sudo asks";
     if (!Missing.empty())
         return;
-    Port = FreePort();
-    do
+    while (PlainPort == Port)
         PlainPort = FreePort();
-    while (PlainPort == Port);
     fs::permissions(Directory.Native(), fs::perms::others_read | fs::perms::others_exec, fs::perm_options::add);
     WriteConfiguration(boxes);
     // An interrupt from the keyboard goes to the test, too, and by that closes the pipe.
@@ -77,14 +69,4 @@ void MAILSERVER::WriteConfiguration(const DOVECOT* boxes) const {
                                              "anvil unix - - n - 1 anvil\n"
                                              "proxymap unix - - n - - proxymap\n"
                                              "postlog unix-dgram n - n - 1 postlogd\n";
-}
-
-STRING MAILSERVER::Address(int port) {
-    STRING text;
-    text.Format("127.0.0.1:%d", port);
-    return text;
-}
-
-std::string MAILSERVER::Log() const {
-    return ReadFile(Directory.Native("log"));
 }

@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "corelib/net/mxlookup.h"
 #include "tests/servers/serverprocess.h"
-#include "tests/support/testsupport.h"
 
-/// A private name server on loopback, as long as the object lives, that knows the MX records given and no others.
-class NAMESERVER {
+/// A private name server on loopback that knows the MX records given and no others.
+class NAMESERVER : public LOCALSERVER {
  public:
     struct RECORD {
         const char* Domain;
@@ -16,13 +16,6 @@ class NAMESERVER {
     };
     /// Domains of `known` exist without having mail servers.
     NAMESERVER(const std::vector<RECORD>& records, const std::vector<const char*>& known);
-    /// Empty if it is up; else why not.
-    const std::string& Problem() const { return Trouble; }
-    int Port() const { return BoundPort; }
-
- private:
-    TEMPDIR Directory;
-    std::string Trouble;
-    int BoundPort = 0;
-    SERVERPROCESS Process;
+    /// Lets a client ask this server and no other.
+    bool Serves(DNSCLIENT& client) const { return client.UseServer("127.0.0.1", Port); }
 };

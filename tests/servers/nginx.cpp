@@ -6,14 +6,13 @@
 
 namespace fs = std::filesystem;
 
-NGINX::NGINX() : Port(FreePort()) {
+NGINX::NGINX() {
     fs::create_directory(Directory.Native("www"));
     const std::string config = Directory.Native("nginx.conf");
     std::ofstream(config) << Configuration();
     std::ofstream(Directory.Native("users")) << "me:{PLAIN}secret\n";
-    Process.Start({"nginx", "-e", Directory.Native("log"), "-p", Directory.Native(), "-c", config});
-    if (!Eventually([this] { return Process.HasEnded() || Accepts(Port); }) || Process.HasEnded())
-        Trouble = "nginx does not start: " + ReadBytes(Directory.File("log"));
+    Run({"nginx", "-e", Directory.Native("log"), "-p", Directory.Native(), "-c", config},
+        [this] { return Accepts(Port); });
 }
 
 std::string NGINX::Configuration() const {
@@ -28,17 +27,12 @@ std::string NGINX::Configuration() const {
     text << "  types { image/gif gif; }\n  default_type \"text/html; charset=iso-8859-1\";\n"
          // Answers that came through a proxy are compressed, too.
          << "  gzip_http_version 1.0;\n  gzip_proxied any;\n  gzip_types *;\n  gzip_min_length 0;\n"
-         << "  server {\n    listen " << HostPort() << ";\n    root " << www << ";\n"
+         << "  server {\n    listen " << Std(HostPort()) << ";\n    root " << www << ";\n"
          << "    location /stored/ { alias " << www << "; gzip_static on; }\n"
          << "    location /stream/ { alias " << www << "; gzip on; }\n"
          << "    location /private/ { alias " << www << "; auth_basic realm; auth_basic_user_file "
          << Directory.Native("users") << "; }\n"
-         << "    location = /moved { return 302 http://" << HostPort()
-         << "/there; }\n"
-         // A form is only read for someone who wants it: the server itself, at another place.
-         << "    location = /form { proxy_pass http://" << HostPort()
-         << "/echo; proxy_set_header Form $request_body; }\n"
-         << "    location = /echo { return 200 \"$http_content_length $http_content_type $http_form\"; }\n  }\n}\n";
+         << "    location = /moved { return 302 http://" << Std(HostPort()) << "/there; }\n  }\n}\n";
     return text.str();
 }
 

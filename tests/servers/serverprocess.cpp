@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <grp.h>
 #include <netinet/in.h>
 #include <pwd.h>
@@ -11,8 +12,6 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include "tests/support/testsupport.h"
 
 namespace {
 
@@ -99,4 +98,19 @@ std::string RunAsSelf(const char* before, const char* between, const char* behin
 bool RunCommand(const std::string& command) {
     const int status = system(command.c_str());
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+STRING LoopbackAddress(int port) {
+    return STRING("127.0.0.1:" + std::to_string(port));
+}
+
+void LOCALSERVER::Run(const std::vector<std::string>& words, const std::function<bool()>& ready) {
+    Process.Start(words);
+    if (!Eventually([&] { return Process.HasEnded() || ready(); }) || Process.HasEnded())
+        Trouble = words[0] + " does not start: " + ReadFile(Directory.Native("log"));
 }

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
+
+#include "tests/support/testsupport.h"
 
 /// A server that a test starts: a process of ours that ends with the object, and with the test whatever becomes of it.
 /// Posix only.
@@ -34,3 +37,31 @@ bool Accepts(int port);
 std::string RunAsSelf(const char* before, const char* between, const char* behind);
 /// Runs a command of the shell to its end; true if it says that it went well.
 bool RunCommand(const std::string& command);
+/// The bytes of a file under the platform's own name; none if it cannot be read.
+std::string ReadFile(const std::string& path);
+/// "127.0.0.1:port".
+STRING LoopbackAddress(int port);
+
+/// A private server on loopback with a folder of its own, as long as the object lives.
+class LOCALSERVER {
+ public:
+    LOCALSERVER() = default;
+    LOCALSERVER(const LOCALSERVER&) = delete;
+    LOCALSERVER& operator=(const LOCALSERVER&) = delete;
+
+    /// Empty if it is up; else why not.
+    const std::string& Problem() const { return Trouble; }
+    /// "127.0.0.1:port".
+    STRING HostPort() const { return LoopbackAddress(Port); }
+
+ protected:
+    /// Starts the program, which logs into the file "log" of the folder, and waits until it is ready.
+    void Run(const std::vector<std::string>& words, const std::function<bool()>& ready);
+
+    TEMPDIR Directory;
+    std::string Trouble;
+    int Port = FreePort();
+
+ private:
+    SERVERPROCESS Process;
+};

@@ -9,10 +9,10 @@ namespace {
 /// The name server's records, with every host led to the mail server.
 class LOOPBACKLOOKUP : public MXLOOKUP {
  public:
-    explicit LOOPBACKLOOKUP(int port) {
+    explicit LOOPBACKLOOKUP(const NAMESERVER& server) {
         STRING unused;
         Real.GetAddr(nullptr, unused, unused);
-        Real.Client().UseServer("127.0.0.1", port);
+        server.Serves(Real.Client());
     }
     bool GetAddr(const char* name, STRING& bestmx, STRING& list) override {
         const bool found = Real.GetAddr(name, bestmx, list);
@@ -47,7 +47,7 @@ TEST_F(RealSender, IsKnownToItsServerOrNot) {
     const NAMESERVER names({{"debian.org", "mail.debian.org", 10}, {"verified.example", "mail.verified.example", 10}},
                            {"plain.example"});
     ASSERT_EQ(names.Problem(), "");
-    LOOPBACKLOOKUP mx(names.Port());
+    LOOPBACKLOOKUP mx(names);
     FRONTEND nobody;
     State.Set("SpamDoVerify", "1");
     const std::pair<const char*, const char*> CASES[] = {
@@ -69,8 +69,7 @@ TEST_F(RealSender, IsKnownToItsServerOrNot) {
     EXPECT_TRUE(Eventually([&] {
         return Count(mail.Log(), " helo=1 mail=1 rcpt=1 quit=1 commands=4\n") == 2 &&
                Count(mail.Log(), " helo=1 mail=1 rcpt=0/1 quit=1 commands=3/4\n") == 2;
-    }))
-        << mail.Log();
+    })) << mail.Log();
 }
 
 }  // namespace

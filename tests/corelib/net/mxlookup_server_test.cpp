@@ -18,9 +18,8 @@ TEST(MxLookup, AsksARealNameServer) {
     SYSTEMMXLOOKUP mx;
     STRING best;
     STRING list;
-    EXPECT_FALSE(mx.GetAddr("two.example", best, list)) << "nothing is asked before the library is loaded";
     ASSERT_TRUE(mx.GetAddr(nullptr, best, list));
-    ASSERT_TRUE(mx.Client().UseServer("127.0.0.1", server.Port()));
+    ASSERT_TRUE(server.Serves(mx.Client()));
 
     EXPECT_TRUE(mx.GetAddr("two.example", best, list));
     EXPECT_EQ(Std(best), "first.two.example");
@@ -58,7 +57,7 @@ TEST(MxLookup, ReadsAnAnswerThatIsTooLongForAPacket) {
     STRING best;
     STRING list;
     mx.GetAddr(nullptr, best, list);
-    ASSERT_TRUE(mx.Client().UseServer("127.0.0.1", server.Port()));
+    ASSERT_TRUE(server.Serves(mx.Client()));
     EXPECT_TRUE(mx.GetAddr("many.example", best, list));
     EXPECT_EQ(Std(best), "mail-server-999.many.example");
     const std::string_view lines = list.View();
