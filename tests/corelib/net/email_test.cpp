@@ -32,7 +32,6 @@ TEST(Email, TakesEachReplyByItsNumber) {
         {START + "399 data\r\n552 too big\r\n221 bye\r\n", "1: 552 too big", "QUIT"},
         {START + "450 later\r\n", "0: 450 later", "DATA"},
         {"220 hi\r\n250 helo\r\n250 mail\r\n550 who?\r\n", "0: 550 who?", "RCPT"},
-        {"220 hi\r\n250 helo\r\n354 mail\r\n", "0: 354 mail", "MAIL"},
         {"220 hi\r\n199 helo\r\n", "0: 199 helo", "HELO"},
         // Each line of a longer reply counts for one.
         {"220-hi\r\n" + ALL, "0: 554 not looked at", "HELO"},
@@ -64,7 +63,6 @@ TEST(Email, WritesAddressesAndLines) {
         std::string Written;  // or the error, with no connection made
     } CASES[] = {
         {" a@b ", "  c@d", "one", "MAIL FROM:a@b\r\nRCPT TO:c@d\r\nDATA\r\none\r\n.\r\n"},
-        {"   ", "c@d", "one\n", "MAIL FROM:anonymous\r\nRCPT TO:c@d\r\nDATA\r\none\r\n\r\n.\r\n"},
         {nullptr, nullptr, {}, "MAIL FROM:anonymous\r\nRCPT TO:\r\nDATA\r\n\r\n.\r\n"},
         {"", "", "a  \r\n\r\n \tb\t \r \nc\rd\n\r\re ", "DATA\r\na\r\n\r\n \tb\t\r\nc\rd\r\n\re\r\n.\r\n"},
         {"", "", "..\n.\nNOOP", "DATA\r\n..\r\n.\r\nNOOP\r\n.\r\n"},

