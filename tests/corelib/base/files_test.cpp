@@ -49,18 +49,6 @@ TEST(FilesTest, FailuresLeaveTheOldFile) {
     EXPECT_EQ(ReadBytes(file), "old");
 }
 
-TEST(FilesTest, CopyRenameAppendRemove) {
-    TEMPDIR dir;
-    STRING a = dir.File("a"), b = dir.File("b");
-    EXPECT_TRUE(FILES::AppendBytes(a.Text(), "one\r\n"));
-    EXPECT_TRUE(FILES::AppendBytes(a.Text(), "two"));
-    EXPECT_TRUE(FILES::Copy(a.Text(), b.Text()));
-    EXPECT_EQ(ReadBytes(b), "one\r\ntwo");
-    EXPECT_TRUE(FILES::Rename(b.Text(), dir.File("c").Text()));
-    EXPECT_FALSE(FILES::Remove(b.Text()));
-    EXPECT_TRUE(FILES::Remove(dir.File("c").Text()));
-}
-
 // Somebody else, say a virus scanner, reads the file until the program has waited a few times.
 class READER : public FAKECLOCK {
  public:

@@ -38,10 +38,7 @@ TEST(DirScan, FindsWhatMatches) {
         {"A*.Ini", "a.ini ab.ini "},
         {"*B*.in*", "B.INI ab.in ab.ini sub.ini/ "},
         {"*.*", "B.INI a.ini ab.in ab.ini none sub.ini/ "},  // a dot is not needed
-        {"*", "B.INI a.ini ab.in ab.ini none sub.ini/ "},
-        {"none", "none "},
         {"*a.ini", "a.ini "},
-        {"absent*", ""},
         {"absent\\*", ""},
     };
     for (const auto& c : cases)
