@@ -28,20 +28,6 @@ TEST(Listing, BlocksOfATextAreThoseThatTheEndBytesCut) {
     }
 }
 
-TEST(Listing, SummaryIsReadBackFromWhatWasWritten) {
-    STRING line = LISTING::SummaryLine("12", "?", true, "0");
-    EXPECT_EQ(line, "+OK 12 msgs|? unread|0 bytes\n");
-    line.DeleteLeft(4);
-    LISTING::SUMMARY summary = LISTING::ReadSummary(line);
-    EXPECT_EQ(summary.Line, "12 msgs|? unread|0 bytes");
-    EXPECT_EQ(summary.Count, 12);
-    EXPECT_EQ(summary.UnreadField, "? unread");
-
-    summary = LISTING::ReadSummary("-ERR no");
-    EXPECT_EQ(summary.Count, 0);
-    EXPECT_FALSE(summary.UnreadField.NotNull());
-}
-
 TEST(Listing, WriterGivesBackItsPieces) {
     LISTING::WRITER writer;
     EXPECT_EQ(writer.Take(), "");
