@@ -78,14 +78,6 @@ TEST_F(RealDisposal, RemovesAtTheNextPassWhatWasMarkedAndNothingElse) {
                  STRING("2|") || std::to_string(std::string_view(GOOD).size() + 5).c_str() || "\n1|1\n");
     Cycle.UpdateItem(Items[0]);
     EXPECT_EQ(server.Inbox("joe").size(), 1U) << Value("LastValue");
-
-    // A failed deletion loses nothing.
-    Items[0].Set("Source", STRING("127.0.0.1:1|joe"));
-    Items[0].Set("@DeleteMessageId", "1|1\n");
-    Cycle.UpdateItem(Items[0]);
-    EXPECT_EQ(Value("LastRC"), "0E|0E");
-    EXPECT_EQ(Value("@DeleteMessageId"), "");
-    EXPECT_EQ(server.Inbox("joe").size(), 1U);
 }
 
 }  // namespace

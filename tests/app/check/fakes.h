@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "app/check/dialup.h"
 #include "app/check/trashstore.h"
 #include "app/filter/spamfilter.h"
+#include "corelib/system/osys.h"
 #include "tests/app/apptest.h"
 
 inline const TEXTTABLE FAKETEXTS({{2940, "No|mail|mails|new"},
@@ -141,6 +143,16 @@ class RECORDINGNOTIFIER : public NOTIFIER {
  private:
     std::vector<std::string> Calls;
 };
+
+/// The names of the files in the trash of a data directory.
+inline std::set<std::string> TrashFiles(const TEMPDIR& dir) {
+    DYNARRAY<STRING> files(8, 8);
+    OSYS::CollectFiles(dir.File(TRASH_FOLDER).Text(), "*.*", &files, 0);
+    std::set<std::string> names;
+    for (int i = 0; i < files.Count(); ++i)
+        names.insert(Std(files[i]).substr(Std(files[i]).find_last_of('\\') + 1));
+    return names;
+}
 
 /// A name service that cannot be reached.
 class DEADMXLOOKUP : public MXLOOKUP {

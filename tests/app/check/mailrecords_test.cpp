@@ -81,23 +81,4 @@ TEST_F(MailRecords, OnlyATabContinuesAField) {
     EXPECT_EQ(Std(Hash[0].Get("Body")), "body\r\n");
 }
 
-TEST_F(MailRecords, CountsBlocks) {
-    const struct {
-        std::string_view Listing;
-        int Count;
-    } CASES[] = {
-        {"", 0},
-        {"2 msgs", 0},
-        {"0 msgs\n", 0},
-        {"0 msgs\n\1", 1},
-        {"2 msgs\nA: 1\n\nbody\1B: 2\n\nbody\1", 2},
-        {"2 msgs\nA: 1\n\nbody\1B: 2\n\nno end mark", 2},
-        {"2 msgs\nA: 1\n\nbody\1\1B: 2\n\n\1", 2},
-    };
-    for (const auto& test : CASES) {
-        EXPECT_EQ(Build(test.Listing), test.Count) << test.Listing;
-        EXPECT_EQ(Hash.Count(), test.Count) << test.Listing;
-    }
-}
-
 }  // namespace

@@ -1,22 +1,9 @@
 // The trash on a disk that is full, as this platform can make one.
 
-#include <set>
-
-#include "app/check/trashstore.h"
-#include "corelib/system/osys.h"
+#include "tests/app/check/fakes.h"
 #include "tests/support/sizelimit_posix.h"
-#include "tests/support/testsupport.h"
 
 namespace {
-
-std::set<std::string> Files(const TEMPDIR& dir) {
-    DYNARRAY<STRING> files(8, 8);
-    OSYS::CollectFiles(dir.File(TRASH_FOLDER).Text(), "*.*", &files, 0);
-    std::set<std::string> names;
-    for (int i = 0; i < files.Count(); ++i)
-        names.insert(Std(files[i]).substr(Std(files[i]).find_last_of('\\') + 1));
-    return names;
-}
 
 TEST(FullTrash, KeepsWholeFilesAloneAndGivesNoIdTwice) {
     const TEMPDIR dir;
@@ -47,7 +34,7 @@ TEST(FullTrash, KeepsWholeFilesAloneAndGivesNoIdTwice) {
         }
         EXPECT_EQ(saved, c.Saved);
         expected.insert(c.Added.begin(), c.Added.end());
-        EXPECT_EQ(Files(dir), expected) << "half files, or ones beside them, at " << c.Header << " and " << c.Body;
+        EXPECT_EQ(TrashFiles(dir), expected) << "half files, or ones beside them, at " << c.Header << " and " << c.Body;
         for (const std::string& name : c.Added) {
             const STRING path = dir.File(TRASH_FOLDER) || "\\" || name.c_str();
             STRINGARRAY whole;
