@@ -34,9 +34,8 @@ class MailProgram : public testing::Test {
 
 TEST_F(MailProgram, IsTheOneOfTheItemOrOfAll) {
     EXPECT_EQ(Start(nullptr), "\"C:\\Mail Box\\mail.exe\",/inbox,C:\\Mail Box");
-    EXPECT_EQ(Start(&Item), "C:\\Mail Box\\mail.exe,/inbox,C:") << "without quotes a path ends at the blank";
     Item.Set("DoSpecialMailProgram", "1");
-    EXPECT_EQ(Start(&Item), "C:\\Mail Box\\mail.exe,/inbox,C:");
+    EXPECT_EQ(Start(&Item), "C:\\Mail Box\\mail.exe,/inbox,C:") << "without quotes a path ends at the blank";
     Item.Set("SpecialMailProgram", "\"D:\\own\\x.exe\" -a");
     EXPECT_EQ(Start(&Item), "\"D:\\own\\x.exe\" -a,/inbox,D:\\own");
     Item.Set("SpecialMailProgram", "HTTP://mail.example/");

@@ -53,20 +53,14 @@ class Notification : public testing::Test {
     }
     STRINGARRAY& Item() { return Items[0]; }
     void AddMail(const char* subject, const char* header = "", const char* seen = "", const char* ignore = "0") {
-        STRINGARRAY record;
         const std::string id = "id" + std::to_string(Records.Count());
-        for (const auto& [key, value] : {std::pair{"To", "Me"},
-                                         {"From", "Ann"},
-                                         {"Seen", seen},
-                                         {"Subject", subject},
-                                         {"MessageId", id.c_str()},
-                                         {"X-Message-Id", id.c_str()},
-                                         {"X-Size", "5 KB"},
-                                         {"X-SpamPoints", "7"},
-                                         {"X-Ignore", ignore},
-                                         {"X-Datetime", "Tue, 3 Mar 2026 12:05:06 +0000"},
-                                         {"Header", header},
-                                         {"Body", ""}})
+        const std::string text =
+            "To=Me\nFrom=Ann\nX-Size=5 KB\nX-SpamPoints=7\nBody=\n"
+            "X-Datetime=Tue, 3 Mar 2026 12:05:06 +0000\nX-Message-Id=" +
+            id + "\n";
+        STRINGARRAY record(STRING(text), 16, 16);
+        for (const auto& [key, value] :
+             {std::pair{"Seen", seen}, {"Subject", subject}, {"X-Ignore", ignore}, {"Header", header}})
             record.Set(key, value);
         if (ignore[0] == '0')
             New.push_back(Records.Count());
@@ -79,15 +73,7 @@ class Notification : public testing::Test {
         FillTypeDefaults(type);
         Types.Add(type);
     }
-    CHECKREPORT Report(bool asked = false) {
-        return {.Records = Records,
-                .NewMails = New,
-                .ShowAll = false,
-                .Unknown = true,
-                .Asked = asked,
-                .Status = "2 mails",
-                .NewText = " (2 new)"};
-    }
+    CHECKREPORT Report(bool asked = false) { return {Records, New, false, true, asked, "2 mails", " (2 new)"}; }
     bool Notify() { return Teller.NewMail(Item(), Report()); }
     std::string AlertText() const { return FrontEnd.Alerts.empty() ? "none" : Std(FrontEnd.Alerts.back().Text); }
 
@@ -149,9 +135,6 @@ TEST_F(Notification, ShowsOneMailWithSixButtonsAndMoreWithFour) {
     EXPECT_TRUE(Teller.ShowLastAlert());
     EXPECT_EQ(AlertText(), last);
     EXPECT_EQ(FrontEnd.Alerts.back().DurationMs, -1);
-    FrontEnd.Take();
-    Teller.RemindLater();
-    EXPECT_EQ(FrontEnd.Take(), LIST{"timer 10 900000"});
 }
 
 TEST_F(Notification, ListsWhatTheSettingsAndTypesLetIn) {
@@ -216,9 +199,6 @@ TEST_F(Notification, StaysSilentWhereItShould) {
     AddType("hidden", "secret", "0");
     AddMail("s", "X: secret");
     EXPECT_FALSE(Notify()) << "every line is hidden by its type";
-    State.Set("PopupDoMailDetails", "0");
-    EXPECT_FALSE(Notify());
-    State.Set("PopupDoMailDetails", "1");
     New.clear();
     Records.DeleteAll();
     AddMail("open");
@@ -246,17 +226,15 @@ TEST_F(Notification, PlaysTheSoundOfTheTypeButLooksForTheGeneralOne) {
     EXPECT_EQ(FrontEnd.Take(), LIST{"timer 7 500"}) << "a missing general file silences the type's sound, too";
     WriteBytes(dir.File("mail.wav"), "RIFF");
     State.Set("EmailDoSoundLoop", "1");
+    State.Set("EmailSoundLoopRep", "0");
     Notify();
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"sound bill.wav", "timer 5 60000", "timer 7 500"}));
+    EXPECT_EQ(FrontEnd.Take(), (LIST{"sound bill.wav", "timer 5 1000", "timer 7 500"}));
     Teller.PlaySoundLoop();
     EXPECT_TRUE(Teller.IsSoundLooping());
     Teller.StopSoundLoop();
     Teller.StopSoundLoop();
     Teller.PlaySoundLoop();
     EXPECT_EQ(FrontEnd.Take(), (LIST{"sound bill.wav", "stop 5"}));
-    State.Set("EmailSoundLoopRep", "0");
-    Notify();
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"sound bill.wav", "timer 5 1000", "timer 7 500"}));
 }
 
 TEST_F(Notification, StartsTheMailProgramOnce) {
@@ -276,9 +254,6 @@ TEST_F(Notification, StartsTheMailProgramOnce) {
     FrontEnd.Answer = true;
     Notify();
     EXPECT_EQ(FrontEnd.Take(), (LIST{"ask Title Home:?", "program 4096", "timer 7 500"}));
-    State.Set("EmailCmdline", "");
-    Notify();
-    EXPECT_EQ(FrontEnd.Take(), LIST{"timer 7 500"});
 }
 
 TEST_F(Notification, BlinksWithTheKeyboardLightUntilItIsStopped) {
@@ -308,11 +283,8 @@ TEST(MailTypes, TakeTheTypeNearestTheTop) {
         {"Subject: agenda\n\nx\n", -1},
         {"Subject: x\n\nthe agenda of\n", 5},
         {"Delivery-Date: x\n\n", -1},
-        {"Subject: delivery\n\n", 1},
         {"Subject: x\n\nDelivery failed\n", 1},
-        {"Subject: x\n\nDelivery of the bill\n", 1},
         {"Subject: delivery\nX: bill\n\n", 0},
-        {"X-SpamPoints: 0\n\n", -1},
         {"X-SpamPoints: 99\n\n", 4},
         {"X-SpamPoints: 100\n\n", 4},
         {"x-spampoints: 500\n\n", -1},
@@ -320,11 +292,9 @@ TEST(MailTypes, TakeTheTypeNearestTheTop) {
         {"Subject: bill\nX-SpamPoints: 100\n\n", 4},
         {"Subject: x\n\nX-SpamPoints: 500\nImportance: high", -1},
         {"X-MSMail-Importance: HIGH", 3},
-        {"", -1},
     };
     for (const auto& [mail, index] : CASES)
         EXPECT_EQ(GetTypeIndex(mail, types), index) << mail;
-    EXPECT_EQ(GetTypeIndex("Subject: x\n\n", RECORDARRAY(8, 8)), -1);
 }
 
 }  // namespace
