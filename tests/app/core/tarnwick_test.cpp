@@ -34,28 +34,6 @@ class Tarnwick : public ::testing::Test {
     std::unique_ptr<ARGUMENTS> Arguments;
 };
 
-TEST_F(Tarnwick, ARunFromStartToEndSavesTheItemsState) {
-    WriteItems();
-    {
-        auto app = Make("/CHECK");
-        ASSERT_TRUE(app->Open()) << Std(app->StartError());
-        EXPECT_TRUE(OSYS::FileIsDirectory(Data.File("trash").Text()));
-        app->Start();
-        const int index = app->FindName("B");
-        ASSERT_NE(index, -1);
-        // Forced although it has no period; without a mail session its check fails at once.
-        EXPECT_TRUE(Eventually([&] { return Std(app->Items[index].Get("LastRC")) == FAILED_COUNTS; }));
-        EXPECT_NE(InData("accounts.ini").find("Type=0\r\n\r\n"), std::string::npos);  // nothing is saved along the way
-        app->Stop();
-        EXPECT_TRUE(Eventually([&] { return FrontEnd.Quits == 1; }));
-    }
-    const std::string saved = InData("accounts.ini");
-    EXPECT_NE(saved.find("LastRC=0E|0E\r\n"), std::string::npos);
-    EXPECT_EQ(saved.find('@'), std::string::npos);
-    EXPECT_LT(saved.find("Name=a"), saved.find("Name=b"));
-    EXPECT_NE(InData("tarnwick.ini").find("Version=2.02\r\n"), std::string::npos);
-}
-
 TEST_F(Tarnwick, TheEndOfASessionSavesOnce) {
     WriteItems();
     auto app = Make();

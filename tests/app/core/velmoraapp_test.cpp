@@ -24,22 +24,4 @@ TEST(VelmoraApp, ADevelopmentLayoutHasTheProgramAboveItsBuildFolder) {
     EXPECT_EQ(Std(ProgramDirectory(program)), dir.Path());
 }
 
-TEST(VelmoraApp, StartsInTheProgramsDirectoryWithItsTexts) {
-    CURRENTDIR former(".");
-    TEMPDIR logs;
-    RECORDER frontEnd;
-    const STRING log = logs.File("start.log");
-    {
-        VELMORAAPP app(ARGUMENTS("tarnwick", ("/LANG:GER /MIN \"/LOGIT:" + Std(log) + "\"").c_str()));
-        EXPECT_EQ(Std(OSYS::GetCurrentDir()), Std(app.WorkDir()));
-        ASSERT_EQ(app.Start(frontEnd), 0);
-        EXPECT_EQ(app.Language(), LANGUAGE_GERMAN);
-        EXPECT_TRUE(app.StartMinimized());
-        EXPECT_EQ(Std(app.Texts().Part(2940, 3)), "neu");
-        EXPECT_EQ(Std(ProgramTitle(app.Texts())), "Tarnwick V2.02");
-    }
-    EXPECT_NE(ReadBytes(log).find("APP::WinMain instance=00000000 parm=/LANG:GER /MIN"), std::string::npos);
-    EXPECT_TRUE(frontEnd.Messages.empty());
-}
-
 }  // namespace
