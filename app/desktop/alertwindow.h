@@ -39,6 +39,7 @@ class SEMITOOLTIP : public WINDOW, private DRAWNELEMENTS {
     SEMITOOLTIP(const SEMITOOLTIP&) = delete;
     SEMITOOLTIP& operator=(const SEMITOOLTIP&) = delete;
 
+    /// Told by WM__ALERTCLICK, which may reach the parent when another one stands here.
     bool WasClicked() const { return Look.Pressed; }
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
     /// For one who has no mouse. False if it cannot be seen.

@@ -37,23 +37,38 @@ TEST_F(MainWindow, TheColumnsFillTheListWhateverIsInIt) {
     Open("[#0]\r\nName=" + std::string(30, 'n') + "\r\nType=1\r\n\r\n");
     edges();
     const int fitting = ListView_GetColumnWidth(Window->List().Handle(), 0);
-    Window->Move(0, 0, ScalePixels(260), ScalePixels(300));
-    Pump();
-    edges();
-    EXPECT_LT(ListView_GetColumnWidth(Window->List().Handle(), 0), fitting);
     // Room that comes back is used again.
-    Window->Move(0, 0, ScalePixels(800), ScalePixels(300));
-    Window->Show(SW_MINIMIZE);
-    Window->Show(SW_RESTORE);
-    Pump();
-    edges();
-    EXPECT_EQ(ListView_GetColumnWidth(Window->List().Handle(), 0), fitting);
+    for (const int width : {260, 800}) {
+        Window->Move(0, 0, ScalePixels(width), ScalePixels(300));
+        Window->Show(SW_MINIMIZE);
+        Window->Show(SW_RESTORE);
+        Pump();
+        edges();
+        EXPECT_EQ(ListView_GetColumnWidth(Window->List().Handle(), 0) < fitting, width == 260);
+    }
     Close();
     std::string many;
     for (int i = 0; i < 60; ++i)
         many += "[#" + std::to_string(i) + "]\r\nName=n\r\nType=1\r\n\r\n";
     Open(many);
     edges();
+}
+
+TEST_F(MainWindow, TheListHasTheRoomBetweenToolBarAndStatusLine) {
+    Open(TWO_ITEMS);
+    const WINDOW list(Window->List().Handle()), bar(GetDlgItem(Window->hWnd, 3)), line(GetDlgItem(Window->hWnd, 2));
+    for (const auto& [hidden, shown] : {std::pair{"0", false}, {"0", true}, {"1", true}}) {
+        Engine->pState.Set("DlgHideToolbar", hidden);
+        Window->SetStatusLine("dialling");
+        Window->ShowStatusLine(shown);
+        Window->ArrangeControls();
+        Pump();
+        EXPECT_EQ(line.IsVisible(), shown);
+        EXPECT_EQ(list.Rect().top, bar.IsVisible() ? bar.Rect().bottom : 0);
+        EXPECT_EQ(list.Rect().bottom, shown ? line.Rect().top : Window->ClientRect().bottom);
+    }
+    EXPECT_FALSE(bar.IsVisible());
+    EXPECT_EQ(Std(line.Title()), "dialling");
 }
 
 TEST_F(MainWindow, ImagesFollowTheItemsState) {
