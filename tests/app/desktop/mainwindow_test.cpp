@@ -141,7 +141,7 @@ TEST_F(MainWindow, TheSelectionOfTheLastRunComesBackOnceAndOtherwiseTheFirst) {
 }
 
 TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
-    Open("[#0]\r\nName=a\r\nType=1\r\n\r\n[#1]\r\nName=b\r\nType=1\r\nUpdateSuspended=1\r\n\r\n",
+    Open("[#0]\r\nName=a\r\nType=1\r\nUpdateSuspended=1\r\n\r\n[#1]\r\nName=b\r\nType=1\r\n\r\n",
          "EmailDoSound=1\r\nEmailDoSoundLoop=1\r\nEmailSoundLoopRep=60\r\n");
     constexpr const char* NONE = "-2133 -2134 -2135 -2137 -2130 -2119 ";
     const struct {
@@ -151,11 +151,11 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
         const char* Buttons;  // that can be pressed
     } steps[] = {
         {"none selected", [&] { Select(0, false); }, NONE, "2110 2111 "},
-        {"one", [&] { Select(0); }, "-2119 ", "2110 2111 2133 2135 "},
-        {"both", [&] { Select(1); }, "-2133 -2137 -2119 ", "2110 2111 2135 "},
+        {"one", [&] { Select(1); }, "-2119 ", "2110 2111 2133 2135 "},
+        {"both", [&] { Select(0); }, "-2133 -2137 -2119 ", "2110 2111 2135 "},
         {"the other, which is suspended, as all is and the filter, while the sound goes on",
          [&] {
-             Select(0, false);
+             Select(1, false);
              Command(COMMAND_SPAM_FILTER_OFF);
              Command(COMMAND_SUSPEND);
              TellNewMail();
@@ -183,7 +183,7 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
     for (const COMMAND command : {COMMAND_TRAY_SUSPEND, COMMAND_SPAM_FILTER_OFF, COMMAND_SUSPEND_ITEMS})
         Command(command);
     EXPECT_EQ(MenuLook(GetMenu(Window->hWnd)), NONE) << "the last one takes the selection off";
-    EXPECT_EQ(Rows().back(), "b|-");
+    EXPECT_EQ(Rows().front(), "a|-");
 }
 
 TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
