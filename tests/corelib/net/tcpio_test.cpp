@@ -17,10 +17,11 @@ namespace {
 
 constexpr int LONG_MS = 20000;
 
-std::string Take(BASEIO& device, int room, int timeoutMs = LONG_MS) {
+std::string Take(BASEIO& device, int room, int timeoutMs = LONG_MS, const char* until = nullptr) {
     std::string out(static_cast<size_t>(room), '?');
     int length = room;
-    device.Read(out.data(), &length, timeoutMs, nullptr);
+    const bool ok = device.Read(out.data(), &length, timeoutMs, until);
+    EXPECT_EQ(ok, length > 0);
     return out.substr(0, static_cast<size_t>(length));
 }
 
@@ -43,6 +44,26 @@ HELDSOCKET Deaf(uint32_t address, uint16_t* port) {
     EXPECT_EQ(SOCKETS::Listen(s, address, 0, 0, port), SOCKETS::LISTENERROR::None);
     return HELDSOCKET(s);
 }
+
+// A clock that goes back an hour, 30 ms after its making.
+class STEPBACK : public CLOCK::SOURCE {
+ public:
+    STEPBACK() : Former(CLOCK::SetSource(this)) {}
+    ~STEPBACK() override { CLOCK::SetSource(Former); }
+    int Elapsed() const {
+        auto passed = std::chrono::steady_clock::now() - Start;
+        return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(passed).count());
+    }
+    int64_t UnixMilliSeconds() override {
+        const int elapsed = Elapsed();
+        return 1772600767000 + elapsed - (elapsed >= 30 ? 3600000 : 0);
+    }
+    void Sleep(int) override {}
+
+ private:
+    const std::chrono::steady_clock::time_point Start = std::chrono::steady_clock::now();
+    CLOCK::SOURCE* Former;
+};
 
 // Shrinks times for the length of a test.
 class TcpIo : public testing::Test {
@@ -140,6 +161,42 @@ TEST_F(TcpIo, AResetAndADeadPeerEndTheCallToo) {
     EXPECT_TRUE(Eventually([&] { return device.Write("three\r\n", -1) <= 0; }));
     EXPECT_EQ(Info(device, "ONLINE"), "0");
     EXPECT_EQ(LastErrors(device), "0 200 No Error");
+}
+
+TEST_F(TcpIo, ReadEndsByCountByStopByteOrByTime) {
+    SCRIPTEDSERVER server(SCRIPT{Send("one\ntwo;three"), ExpectPrefix(""), Drip("slow\nbehind")});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    EXPECT_EQ(Take(device, 100, LONG_MS, ";\n"), "one\n");
+    EXPECT_EQ(Take(device, 100, LONG_MS, ";\n"), "two;");
+    EXPECT_EQ(Take(device, 2, LONG_MS, "\n"), "th");
+    EXPECT_TRUE(Eventually([&] { return device.NumAvail() == 3; }));
+    EXPECT_EQ(Take(device, 100, 40, "\n"), "ree");
+    EXPECT_EQ(Take(device, 100, 40), "");
+    EXPECT_EQ(Take(device, 0), "");
+    device.Write("\r\n", -1);
+    EXPECT_EQ(Take(device, 100, LONG_MS, "\n"), "slow\n");
+    EXPECT_TRUE(Eventually([&] { return device.NumAvail() == 6; }));
+    EXPECT_EQ(Take(device, 100, 0), "behind");
+}
+
+TEST_F(TcpIo, ReadStandsAClockThatStepsBack) {
+    SCRIPTEDSERVER server(SCRIPT{Send("part"), Silence()});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    LogOption("/LOGIT:stepback.log");
+    {
+        STEPBACK clock;
+        EXPECT_EQ(Take(device, 100, 80, "\n"), "part");
+        // The time counts from the step on.
+        EXPECT_GE(clock.Elapsed(), 30 + 80);
+        EXPECT_LT(clock.Elapsed(), 10000);
+    }
+    LogOption("/LOGITCLOSE");
+    STRING log;
+    ASSERT_TRUE(log.Load("stepback.log", "r"));
+    EXPECT_GE(log.Pos("BASEIO::Read *** WARNING!!! *** negative time diff -3599"), 0) << log.Text();
+    remove("stepback.log");
 }
 
 TEST_F(TcpIo, ADeviceThatNobodyReadsGoesAtOnce) {
