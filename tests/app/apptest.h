@@ -3,6 +3,7 @@
 #include <initializer_list>
 #include <map>
 #include <utility>
+#include <vector>
 
 #include "app/core/settings.h"
 #include "app/notify/mailprogram.h"
@@ -25,6 +26,25 @@ class TEXTTABLE : public TEXTS {
 
  private:
     const std::map<int, const char*> Table;
+};
+
+/// Texts that show their numbers; the many recipients' has its placeholder.
+class NUMBERTEXTS : public TEXTS {
+ public:
+    STRING Get(int id) const override {
+        STRING text;
+        text.Format(id == 3036 ? "<%d $HOWMANY>" : "<%d>", id);
+        return text;
+    }
+};
+
+/// Keeps what rows are told of the progress of a check: handle and text.
+class ROWFRONTEND : public FRONTEND {
+ public:
+    void SetItemStatus(int handle, const STRING& text) override {
+        Statuses.push_back(std::to_string(handle) + " " + Std(text));
+    }
+    std::vector<std::string> Statuses;
 };
 
 /// Notes what it is to open, to show and to start; the start of "broken" fails.

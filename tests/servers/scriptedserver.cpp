@@ -83,12 +83,6 @@ void SCRIPTEDSERVER::Serve(CONNECTION& connection, const SCRIPT& script) {
     if (connection.Left != 0)
         while (step != script.end() && step->Kind != STEP::CUT && Play(connection, *step))
             ++step;
-    const bool toCut = step != script.end() && step->Kind == STEP::CUT;
-    {
-        std::lock_guard hold(Guard);
-        if (step == script.end() || toCut)
-            ++CompletedCount;
-    }
     if (step == script.end())
         while (More(connection)) {
         }
@@ -190,11 +184,6 @@ std::string SCRIPTEDSERVER::Transcript() {
 int SCRIPTEDSERVER::Connections() {
     std::lock_guard hold(Guard);
     return static_cast<int>(All.size());
-}
-
-int SCRIPTEDSERVER::Completed() {
-    std::lock_guard hold(Guard);
-    return CompletedCount;
 }
 
 std::string SCRIPTEDSERVER::Mismatch() {

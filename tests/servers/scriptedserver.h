@@ -81,8 +81,6 @@ class SCRIPTEDSERVER {
     /// All that the clients have sent so far, in the order of arrival. All that they ever sent, behind Wait().
     std::string Transcript();
     int Connections();
-    /// How many connections have come to the end of their script.
-    int Completed();
     /// What differed from the script, or an empty text. Asking makes it the test's affair.
     std::string Mismatch();
 
@@ -113,7 +111,6 @@ class SCRIPTEDSERVER {
     std::condition_variable Over;
     std::vector<std::unique_ptr<CONNECTION>> All;
     int Ended = 0;
-    int CompletedCount = 0;
     std::string Received;
     std::string Difference;
     bool Asked = false;

@@ -3,9 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "app/common/frontend.h"
 #include "corelib/net/mxlookup.h"
-#include "tests/support/testsupport.h"
 
 /// A name service in which all domains but one have a mail server.
 class FAKEMXLOOKUP : public MXLOOKUP {
@@ -18,13 +16,4 @@ class FAKEMXLOOKUP : public MXLOOKUP {
     bool Online = true;
     std::string Best = "mx.example";
     std::vector<std::string> Asked;
-};
-
-/// Keeps the progress texts.
-class STATUSFRONTEND : public FRONTEND {
- public:
-    void SetItemStatus(int handle, const STRING& text) override {
-        Statuses.push_back(std::to_string(handle) + " " + Std(text));
-    }
-    std::vector<std::string> Statuses;
 };

@@ -9,16 +9,6 @@
 #include "app/filter/wordscanner.h"
 #include "tests/app/apptest.h"
 
-/// Every text is its number in angle brackets; the many recipients' has its placeholder.
-class NUMBERTEXTS : public TEXTS {
- public:
-    STRING Get(int id) const override {
-        STRING text;
-        text.Format(id == 3036 ? "<%d $HOWMANY>" : "<%d>", id);
-        return text;
-    }
-};
-
 /// The settings that the filter reads, with nothing in its lists, and the variables' defaults.
 class FILTERTEST : public testing::Test {
  protected:

@@ -24,7 +24,7 @@ class Filter : public FILTERTEST {
 
     TEMPDIR Dir;
     STRINGARRAY Item;
-    STATUSFRONTEND FrontEnd;
+    ROWFRONTEND FrontEnd;
     FAKEMXLOOKUP Mx;
     SPAMFILTER Spam{State, Texts, FrontEnd, Mx};
 };

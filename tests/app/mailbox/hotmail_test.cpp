@@ -224,7 +224,7 @@ TEST_F(WebMail, FailuresKeepTheirWords) {
             EXPECT_EQ(Sent("GET ")[2], "GET http://w.example/in HTTP/1.0");
         }
     }
-    EXPECT_EQ(Row.Statuses.back(), "4096: <3001>www.webmail.example");
+    EXPECT_EQ(Row.Statuses.back(), "4096 <3001>www.webmail.example");
     Settings.Set("HttpProxy", STRING("127.0.0.1:" + std::to_string(ClosedPort())));
     EXPECT_EQ(Get(), "-ERR 4096 No response");
 }

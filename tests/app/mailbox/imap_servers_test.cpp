@@ -2,14 +2,11 @@
 
 #include "app/mailbox/imap.h"
 #include "app/mailbox/mailhandling.h"
+#include "tests/app/apptest.h"
 #include "tests/servers/dovecot.h"
 #include "tests/servers/imap4d.h"
 
 namespace {
-
-class NOTEXTS : public TEXTS {
-    STRING Get(int) const override { return "(none)"; }
-};
 
 /// The user of each test on a Dovecot.
 class DOVECOTUSER : public DOVECOT {
@@ -61,7 +58,7 @@ class ImapServers : public testing::Test {
     SERVER Server;
     STRINGARRAY Item, Settings;
     FRONTEND Nobody;
-    NOTEXTS Texts;
+    NUMBERTEXTS Texts;
     MAILHANDLING Mailboxes;
 };
 
@@ -93,7 +90,7 @@ TYPED_TEST(ImapServers, ListsFoldersAndLeavesThemAsTheyAre) {
     this->Server.Mailbox("spam").Deliver(SECOND, "S");
     this->Item.Set("DownloadMailTexts", "0");
     const std::string spam = this->Get();
-    EXPECT_TRUE(spam.starts_with("1 msgs|0 unread|0 bytes\n") && spam.ends_with("\nSeen: 1\n\n(none)\n\1")) << spam;
+    EXPECT_TRUE(spam.starts_with("1 msgs|0 unread|0 bytes\n") && spam.ends_with("\nSeen: 1\n\n<2993>\n\1")) << spam;
     this->Item.Set("AltFolder", "nowhere");
     EXPECT_TRUE(this->Get().starts_with("-ERR IMAPCMD_1 NO ")) << this->Get();
     this->Item.Set("Source2", "wrong");

@@ -216,8 +216,9 @@ TEST(ImapGet, AServerWithoutEndIsNotHeardToItsEnd) {
 }
 
 TEST(ImapDisposal, WhatGoesAndWhatIsSaid) {
-    const std::string found = "* SEARCH 3\r\n" + DONE, gone = "* SEARCH\r\n" + DONE;
-    const EXCHANGE find5{"SEARCH (UID 5)", found}, expunge{"EXPUNGE", "* 3 EXPUNGE\r\n" + DONE};
+    const EXCHANGE find5{"SEARCH (UID 5)", "* SEARCH 3\r\n" + DONE}, gone6{"SEARCH (UID 6)", "* SEARCH\r\n" + DONE},
+        mark3{"STORE 3 +FLAGS \\deleted", DONE}, expunge{"EXPUNGE", "* 3 EXPUNGE\r\n" + DONE},
+        leave{"LOGOUT", "$NO\r\n"};
     const struct {
         const char* What;
         const char* Ids;
@@ -227,35 +228,20 @@ TEST(ImapDisposal, WhatGoesAndWhatIsSaid) {
         std::string Error;
         PLACE From = SEARCH;
     } cases[] = {
-        {"one is there, one has gone, an empty line; a farewell is not waited for",
-         "5\n\n6\n",
-         nullptr,
-         {find5, {"STORE 3 +FLAGS \\deleted", DONE}, {"SEARCH (UID 6)", gone}, expunge, {"LOGOUT", "$NO\r\n"}},
-         true,
-         "OK"},
+        {"one is there, one has gone", "5\n\n6\n", nullptr, {find5, mark3, gone6, expunge, leave}, true, "OK"},
         {"the search's line is not the first: cut as it always was",
          "5",
          nullptr,
          {{"SEARCH (UID 5)", "* 4 EXISTS\r\n* 1 RECENT\r\n* search 1234\r\n" + DONE},
           {"STORE 34 +FLAGS \\deleted", DONE},
           expunge,
-          {"LOGOUT", DONE}},
+          leave},
          true,
          "OK"},
         {"refused", "5", nullptr, {{"SEARCH (UID 5)", "$BAD no such thing\r\n"}}, false, "BAD no such thing"},
-        {"not to be marked",
-         "5\n6",
-         nullptr,
-         {find5, {"STORE 3 +FLAGS \\deleted", "$NO read-only\r\n"}},
-         false,
-         "NO read-only"},
+        {"not marked", "5\n6", nullptr, {find5, {mark3.first, "$NO r/o\r\n"}}, false, "NO r/o"},
         {"silent", "", nullptr, {{"EXPUNGE", ""}}, false, ""},
-        {"moved, the folder as it stands",
-         "5",
-         "my spam",
-         {find5, {"COPY 3 my spam", DONE}, {"STORE 3 +FLAGS \\deleted", DONE}, expunge, {"LOGOUT", DONE}},
-         true,
-         "OK"},
+        {"moved", "5", "my spam", {find5, {"COPY 3 my spam", DONE}, mark3, expunge, leave}, true, "OK"},
         {"no folder", "5", "x", {find5, {"COPY 3 x", "$NO [TRYCREATE] no x\r\n"}}, false, "[TRYCREATE] no x"},
         {"log-on refused", "5", nullptr, {{"LOGIN joe pw", "$NO [AUTH] no\r\n"}}, false, "NO [AUTH] no", LOGIN},
     };

@@ -8,8 +8,8 @@
 #include "app/mailbox/imap.h"
 #include "app/mailbox/pop3.h"
 #include "corelib/net/tcpio.h"
+#include "tests/app/apptest.h"
 #include "tests/servers/scriptedserver.h"
-#include "tests/support/testsupport.h"
 
 /// A line of the client, without its line break, and what the server says to it. An empty reply is silence.
 using EXCHANGE = std::pair<std::string, std::string>;
@@ -54,19 +54,9 @@ class SHORTTIMES {
 };
 
 /// Texts that show their numbers, and a row that keeps what it was told.
-class RECORDINGROW : public FRONTEND, public TEXTS {
+class RECORDINGROW : public ROWFRONTEND, public NUMBERTEXTS {
  public:
-    void SetItemStatus(int handle, const STRING& text) override {
-        Statuses.push_back(std::to_string(handle) + ": " + Std(text));
-    }
-    STRING Get(int id) const override {
-        STRING text;
-        text.Format("<%d>", id);
-        return text;
-    }
     PROGRESS Progress() { return {*this, *this, 4096}; }
-
-    std::vector<std::string> Statuses;
 };
 
 /// What came of a call: its truth value, and the listing or the error text.

@@ -62,7 +62,7 @@ class WATCHINGROW : public RECORDINGROW {
     explicit WATCHINGROW(const STRINGARRAY& item) : Item(item) {}
     void SetItemStatus(int handle, const STRING& text) override {
         EXPECT_EQ(Item.Get("@InUpdate"), "1");
-        RECORDINGROW::SetItemStatus(handle, text);
+        ROWFRONTEND::SetItemStatus(handle, text);
     }
 
  private:
@@ -84,7 +84,7 @@ TEST(MailHandling, ListingComesWithoutItsPrefixAndReturns) {
         EXPECT_EQ(MAILHANDLING(row, row, STRINGARRAY()).GetMailbox(item),
                   std::string(prefix) + "1 msgs|1 ?unread|9 bytes\nX-Size: 9\nX-Message-Id: 1|9\nA: b\n\n.\n\1");
         EXPECT_EQ(item.Get("@InUpdate"), "0");
-        EXPECT_EQ(row.Statuses, (std::vector<std::string>{"4711: <3001>" + server.HostPort(), "4711: <3000> 1/1"}));
+        EXPECT_EQ(row.Statuses, (std::vector<std::string>{"4711 <3001>" + server.HostPort(), "4711 <3000> 1/1"}));
     }
 }
 

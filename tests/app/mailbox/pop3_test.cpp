@@ -170,6 +170,7 @@ TEST(PopGet, AServerWithoutEndDoesNotFillTheMemory) {
 }
 
 TEST(PopDelete, AllOrNothing) {
+    const EXCHANGE list2 = WHOLE[LIST2], delete2{"DELE 2", OK}, list1 = WHOLE[LIST1], quit{"QUIT", OK};
     struct {
         const char* What;
         const char* Ids;
@@ -177,20 +178,12 @@ TEST(PopDelete, AllOrNothing) {
         bool Ok;
         int Assertions;
     } const cases[] = {
-        {"two mails, an empty line",
-         "2|40\n\n1|30\n",
-         {{"LIST 2", "+OK 2 40\r\n"}, {"DELE 2", OK}, {"LIST 1", "+OK 1 30\r\n"}, {"DELE 1", OK}, {"QUIT", "+ok\r\n"}},
-         true,
-         0},
-        {"another size: not this mail", "2|40", {{"LIST 2", "+OK 2 41\r\n"}, {"QUIT", OK}}, true, 0},
+        {"two mails", "2|40\n\n1|30\n", {list2, delete2, list1, {"DELE 1", OK}, quit}, true, 0},
+        {"another size: not this mail", "2|41", {list2, quit}, true, 0},
         {"LIST refused", "2|40\n1|30", {{"LIST 2", "-ERR\r\n"}}, false, 0},
-        {"second DELE refused: no QUIT, so the first is taken back",
-         "2|40\n1|30",
-         {{"LIST 2", "+OK 2 40\r\n"}, {"DELE 2", OK}, {"LIST 1", "+OK 1 30\r\n"}, {"DELE 1", "-ERR\r\n"}},
-         false,
-         0},
-        {"QUIT silent", "2|40", {{"LIST 2", "+OK 2 40\r\n"}, {"DELE 2", OK}, {"QUIT", ""}}, false, 0},
-        {"half an id", "2", {{"LIST 2", "+OK 2 40\r\n"}, {"QUIT", OK}}, true, 1},
+        {"no QUIT: the first is taken back", "2|40\n1|30", {list2, delete2, list1, {"DELE 1", "-ERR\r\n"}}, false, 0},
+        {"QUIT silent", "2|40", {list2, delete2, {"QUIT", ""}}, false, 0},
+        {"half an id", "2", {list2, quit}, true, 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.What);

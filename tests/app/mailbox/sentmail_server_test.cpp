@@ -4,13 +4,10 @@
 
 #include "app/mailbox/pop3.h"
 #include "corelib/net/email.h"
+#include "tests/app/apptest.h"
 #include "tests/servers/mailserver.h"
 
 namespace {
-
-class NOTEXTS : public TEXTS {
-    STRING Get(int) const override { return ""; }
-};
 
 // "1: " or "0: " and the server's last line.
 std::string Send(const MAILSERVER& server, const char* receiver, const std::string& text) {
@@ -47,7 +44,7 @@ TEST(SentMail, ArrivesAsItIsAndCanBeSentOnAsItWasRead) {
     EXPECT_EQ(Arrived(boxes, "reader"), arrived) << server.Log();
 
     FRONTEND nobody;
-    const NOTEXTS texts;
+    const NUMBERTEXTS texts;
     STRING listing;
     EXPECT_TRUE(PopGet({nobody, texts, 1}, boxes.PopServer(), "reader", "secret", POP_BODY_LINES, listing));
     const std::string read = Std(listing.Mid(listing.Pos("\nMessage-Id:") + 1).Word(0, "\1"));
