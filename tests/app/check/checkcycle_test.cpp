@@ -24,18 +24,6 @@ LIST Checks(const LIST& journal) {
 
 class Items : public CYCLETEST {};
 
-TEST_F(Items, AreCompletedAndLocked) {
-    STRINGARRAY item(STRING("DoPopup=0\n@InUpdate=1\n@FileStore=kept\nSource2=secret\n"), 64, 64);
-    FixItem(item, State, NextHandle);
-    const std::pair<const char*, const char*> VALUES[] = {
-        {"DoPopup", "0"}, {"PopupTextColor", "222"}, {"@InUpdate", "0"}, {"@FileStore", "kept"}, {"@Handle", "4096"}};
-    for (const auto& [key, value] : VALUES)
-        EXPECT_EQ(Std(item.Get(key)), value) << key;
-    EXPECT_TRUE(item.Get("Source2").GetFlags() & STRINGFLAG_BINARY);
-    EXPECT_TRUE(item.IsLocked());
-    EXPECT_EQ(NextHandle, 4097);
-}
-
 TEST_F(Items, AreDueByTheirPeriodAndByRequest) {
     STRINGARRAY& item = AddItem("a", 600);
     EXPECT_TRUE(CHECKCYCLE::NeedsRefresh(item)) << "never checked";

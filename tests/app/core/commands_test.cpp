@@ -115,16 +115,6 @@ TEST_F(Commands, SuspendAndResume) {
     EXPECT_TRUE(Doer.DoCommand(2130, {Handle(0), Handle(1)}));
     EXPECT_EQ(Item(0).GetNumber("UpdateSuspended"), 0);
     EXPECT_EQ(Item(1).GetNumber("UpdateSuspended"), 1);
-    FrontEnd.Take();
-    for (const auto& [command, suspended] : {std::pair{2118, true}, {2158, false}}) {
-        EXPECT_TRUE(Doer.DoCommand(command, {}));
-        EXPECT_EQ(Application.Cycle().IsSuspended(), suspended);
-        EXPECT_EQ(FrontEnd.Take(), (LIST{"command 2119", "quiet", "menus", "icon", "title"}));
-    }
-    for (const int off : {1, 0}) {
-        EXPECT_TRUE(Doer.DoCommand(2117, {}));
-        EXPECT_EQ(Application.pState.GetNumber("SpamFilterDisabled"), off);
-    }
 }
 
 TEST_F(Commands, OfTheProgramAsAWhole) {

@@ -206,6 +206,8 @@ TEST_F(DataFiles, OnlyTheLastSaveTakesTheRunTimeFieldsOff) {
     Start();
     ASSERT_EQ(Items.Count(), 2);
     EXPECT_EQ(Std(Items[0].Get("@InUpdate")), "0");
+    EXPECT_EQ(Std(Items[0].Get("PopupTextColor")), Std(State.Get("PopupTextColor")));
+    EXPECT_TRUE(Items[0].IsLocked());
     EXPECT_TRUE(Files->SaveTables(SAVE_ITEMS));
     EXPECT_NE(InData("accounts.ini").find("@Handle"), std::string::npos);
     EXPECT_TRUE(Files->SaveTables(SAVE_ALL));
@@ -242,13 +244,7 @@ TEST_F(DataFiles, DamagedFilesAreReadAsFarAsTheyGoAndNothingIsThrownAway) {
     }
     EXPECT_EQ(Items.Count(), 2);
 
-    std::string noise;
-    unsigned seed = 1;
-    for (int i = 0; i < 4000; ++i) {
-        seed = seed * 1103515245U + 12345U;
-        noise += static_cast<char>(seed >> 16U);
-    }
-    WriteData("tarnwick.ini", "no equals sign\r\nPopupDuration=8\r\n=no key\r\n" + noise);
+    WriteData("tarnwick.ini", "no equals sign\r\nPopupDuration=8\r\n=no key\r\n");
     const std::string garbage("\0\xff!garbage", 10);
     WriteData("accounts.ini", garbage);
     WriteData("mailtypes.ini", "garbage");

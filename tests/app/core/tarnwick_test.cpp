@@ -34,19 +34,6 @@ class Tarnwick : public ::testing::Test {
     std::unique_ptr<ARGUMENTS> Arguments;
 };
 
-TEST_F(Tarnwick, TheEndOfASessionSavesOnce) {
-    WriteItems();
-    auto app = Make();
-    ASSERT_TRUE(app->Open());
-    app->Start();
-    app->EndSession();
-    EXPECT_FALSE(app->Cycle().IsRunning());
-    EXPECT_NE(InData("accounts.ini").find("DoSpamFilter=1"), std::string::npos);
-    WriteBytes(Data.File("accounts.ini"), "by someone else");
-    app.reset();
-    EXPECT_EQ(InData("accounts.ini"), "by someone else");
-}
-
 TEST_F(Tarnwick, ASecondProgramOnTheSameDataIsRefusedAndWritesNothing) {
     WriteItems();
     auto first = Make();

@@ -256,18 +256,6 @@ TEST_F(Notification, StartsTheMailProgramOnce) {
     EXPECT_EQ(FrontEnd.Take(), (LIST{"ask Title Home:?", "program 4096", "timer 7 500"}));
 }
 
-TEST_F(Notification, BlinksWithTheKeyboardLightUntilItIsStopped) {
-    const FAKECLOCK clock;
-    AddMail("a");
-    State.Set("EmailDoScrollBlink", "1");
-    Notify();
-    Notify();
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"timer 7 500", "timer 6 1000", "timer 7 500"}));
-    Teller.ScrollLockBlinking(false);
-    Teller.ScrollLockBlinking(false);
-    EXPECT_EQ(FrontEnd.Take(), LIST{"stop 6"});
-}
-
 TEST(MailTypes, TakeTheTypeNearestTheTop) {
     RECORDARRAY types(8, 8);
     for (const char* text :
