@@ -1,7 +1,7 @@
 #include "app/common/texts.h"
 
-#include <cstring>
 #include <map>
+#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -44,29 +44,12 @@ std::map<int, std::string> Table(const ROW* rows, size_t count, const char* lang
 /// What a program relies on in a text, whatever its language: parts, printf conversions and placeholders in capitals,
 /// and whether something may be joined directly to it.
 std::multiset<std::string> Skeleton(const std::string& text) {
-    constexpr const char* CAPITALS = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    static const std::regex parts("\\||\\x1b|%[-+#.0-9l]*[dsuxc%]|\\$[A-Z0-9]+");
     std::multiset<std::string> found;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char ch = text[i];
-        if (ch == '|' || ch == '\x1b') {
-            found.insert(std::string(1, ch));
-        } else if (ch == '%') {
-            // "%25" in a text about percent signs is no conversion.
-            const size_t end = text.find_first_not_of("-+#.0123456789l", i + 1);
-            if (end != text.npos && strchr("dsuxc%", text[end])) {
-                found.insert(text.substr(i, end - i + 1));
-                i = end;
-            }
-        } else if (ch == '$') {
-            const std::string name = text.substr(i + 1, text.find_first_not_of(CAPITALS, i + 1) - i - 1);
-            if (!name.empty()) {
-                found.insert("$" + name);
-            }
-        }
-    }
-    if (text.back() == ' ') {
+    for (std::sregex_iterator part(text.begin(), text.end(), parts), end; part != end; ++part)
+        found.insert(part->str());
+    if (text.back() == ' ')
         found.insert("blank at the end");
-    }
     return found;
 }
 
