@@ -41,7 +41,7 @@ class RealDisposal : public FILTERTEST {
     JOURNAL Journal;
     RECORDARRAY Items{8, 8};
     FRONTEND Nobody;
-    DEADMXLOOKUP Mx;
+    FAKEMXLOOKUP Mx;
     SPAMFILTER Filter{State, Texts, Nobody, Mx};
     MAILHANDLING Mailboxes{Nobody, Texts, State};
     TRASHSTORE Trash;

@@ -13,6 +13,7 @@
 #include "app/filter/spamfilter.h"
 #include "corelib/system/osys.h"
 #include "tests/app/apptest.h"
+#include "tests/app/filter/fakemx.h"
 
 inline const TEXTTABLE FAKETEXTS({{2940, "No|mail|mails|new"},
                                   {2964, "Cannot dial"},
@@ -154,12 +155,6 @@ inline std::set<std::string> TrashFiles(const TEMPDIR& dir) {
     return names;
 }
 
-/// A name service that cannot be reached.
-class DEADMXLOOKUP : public MXLOOKUP {
- public:
-    bool GetAddr(const char* /*name*/, STRING& /*bestmx*/, STRING& /*list*/) override { return false; }
-};
-
 /// Settings and items as the program has them, around a check cycle whose clock stands still.
 class CYCLETEST : public testing::Test {
  protected:
@@ -190,7 +185,7 @@ class CYCLETEST : public testing::Test {
     RECORDARRAY Items{8, 8};
     RECORDINGFRONTEND FrontEnd{Journal};
     FAKEMAILBOXES Mailboxes{Journal};
-    DEADMXLOOKUP Mx;
+    FAKEMXLOOKUP Mx;
     SPAMFILTER Filter{State, Texts, FrontEnd, Mx};
     TRASHSTORE Trash;
     RECORDINGNOTIFIER Notifier;

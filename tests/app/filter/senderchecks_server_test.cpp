@@ -26,13 +26,6 @@ class LOOPBACKLOOKUP : public MXLOOKUP {
     SYSTEMMXLOOKUP Real;
 };
 
-int Count(const std::string& text, const char* piece) {
-    int count = 0;
-    for (size_t at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1))
-        ++count;
-    return count;
-}
-
 class RealSender : public FILTERTEST {
  protected:
     RealSender() { SmtpVerifyTimes = {10000, 10000, 10000, 10000}; }
@@ -65,11 +58,6 @@ TEST_F(RealSender, IsKnownToItsServerOrNot) {
                 << mail.Log();
         }
     }
-    // The server's own count of what it was asked: four commands each time, and no mail.
-    EXPECT_TRUE(Eventually([&] {
-        return Count(mail.Log(), " helo=1 mail=1 rcpt=1 quit=1 commands=4\n") == 2 &&
-               Count(mail.Log(), " helo=1 mail=1 rcpt=0/1 quit=1 commands=3/4\n") == 2;
-    })) << mail.Log();
 }
 
 }  // namespace
