@@ -2,6 +2,8 @@
 
 #include <initializer_list>
 #include <map>
+#include <mutex>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -36,6 +38,62 @@ class NUMBERTEXTS : public TEXTS {
         text.Format(id == 3036 ? "<%d $HOWMANY>" : "<%d>", id);
         return text;
     }
+};
+
+/// Keeps what the engine does, in one list of texts for all fakes, so that the order shows.
+class JOURNAL {
+ public:
+    void Add(std::string entry) {
+        const std::lock_guard hold(Guard);
+        Entries.push_back(std::move(entry));
+    }
+    std::vector<std::string> Take() {
+        const std::lock_guard hold(Guard);
+        return std::exchange(Entries, {});
+    }
+
+ private:
+    std::mutex Guard;
+    std::vector<std::string> Entries;
+};
+
+/// Notes what it is told, but for the alerts, which it keeps whole, and the progress of checks.
+class JOURNALFRONTEND : public FRONTEND {
+ public:
+    explicit JOURNALFRONTEND(JOURNAL& journal) : Journal(journal) {}
+    void MakeTaskbarIcon() override { Journal.Add("icon"); }
+    void MakeNewTooltip() override { Journal.Add("tooltip"); }
+    void SetMainTitle() override { Journal.Add("title"); }
+    void SetStatusLine(const STRING& text) override { Journal.Add("line " + Std(text)); }
+    void ShowStatusLine(bool show) override { Journal.Add(show ? "line shown" : "line hidden"); }
+    void ArrangeControls() override { Journal.Add("arrange"); }
+    void StopBlinking() override { Journal.Add("blinking stops"); }
+    void RefreshRow(int handle) override { Journal.Add("row " + std::to_string(handle)); }
+    void SetCell(int /*handle*/, int column, const STRING& text) override {
+        Journal.Add("cell " + std::to_string(column) + " " + Std(text));
+    }
+    void ListingChanged(int /*handle*/) override { Journal.Add("listing"); }
+    void PostAlert(const ALERTREQUEST& request) override { Alerts.push_back(request); }
+    void PlaySoundFile(const STRING& file) override { Journal.Add("sound " + Std(file)); }
+    void StartTimer(int timer, int ms) override {
+        Journal.Add("timer " + std::to_string(timer) + " " + std::to_string(ms));
+    }
+    void StopTimer(int timer) override { Journal.Add("stop " + std::to_string(timer)); }
+    void PostStartMailProgram(int handle) override { Journal.Add("program " + std::to_string(handle)); }
+    void UpdateCommands() override { Journal.Add("menus"); }
+    void ShowMessage(const STRING& title, const STRING& text) override { Journal.Add(Std(title) + ": " + Std(text)); }
+    bool AskYesNo(const STRING& title, const STRING& text) override {
+        Journal.Add("ask " + Std(title) + " " + Std(text));
+        return Answer;
+    }
+    void DoCommand(int command) override { Journal.Add("command " + std::to_string(command)); }
+    void PostQuit() override { Journal.Add("quit"); }
+
+    std::vector<ALERTREQUEST> Alerts;
+    bool Answer = false;
+
+ private:
+    JOURNAL& Journal;
 };
 
 /// Keeps what rows are told of the progress of a check: handle and text.

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <mutex>
 #include <set>
 #include <string>
 #include <utility>
@@ -22,46 +21,6 @@ inline const TEXTTABLE FAKETEXTS({{2940, "No|mail|mails|new"},
                                   {3002, "Checking for spam"},
                                   {3006, "Error: "},
                                   {10004, "Title"}});
-
-/// Keeps what the engine does, in one list of texts for all fakes, so that the order shows.
-class JOURNAL {
- public:
-    void Add(std::string entry) {
-        const std::lock_guard hold(Guard);
-        Entries.push_back(std::move(entry));
-    }
-    std::vector<std::string> Take() {
-        const std::lock_guard hold(Guard);
-        return std::exchange(Entries, {});
-    }
-
- private:
-    std::mutex Guard;
-    std::vector<std::string> Entries;
-};
-
-class RECORDINGFRONTEND : public FRONTEND {
- public:
-    explicit RECORDINGFRONTEND(JOURNAL& journal) : Journal(journal) {}
-    void MakeTaskbarIcon() override { Journal.Add("icon"); }
-    void MakeNewTooltip() override { Journal.Add("tooltip"); }
-    void SetMainTitle() override { Journal.Add("title"); }
-    void SetStatusLine(const STRING& text) override { Journal.Add("line " + Std(text)); }
-    void ShowStatusLine(bool show) override { Journal.Add(show ? "line shown" : "line hidden"); }
-    void ArrangeControls() override { Journal.Add("arrange"); }
-    void StopBlinking() override { Journal.Add("blinking stops"); }
-    void RefreshRow(int handle) override { Journal.Add("row " + std::to_string(handle)); }
-    void SetCell(int /*handle*/, int column, const STRING& text) override {
-        Journal.Add("cell " + std::to_string(column) + " " + Std(text));
-    }
-    void ListingChanged(int /*handle*/) override { Journal.Add("listing"); }
-    void ShowMessage(const STRING& title, const STRING& text) override { Journal.Add(Std(title) + ": " + Std(text)); }
-    void DoCommand(int command) override { Journal.Add("command " + std::to_string(command)); }
-    void PostQuit() override { Journal.Add("quit"); }
-
- private:
-    JOURNAL& Journal;
-};
 
 /// Answers each check with Listing, and each disposal with success unless Refusal is set.
 class FAKEMAILBOXES : public MAILBOXES {
@@ -183,7 +142,7 @@ class CYCLETEST : public testing::Test {
     const TEXTS& Texts = FAKETEXTS;
     STRINGARRAY State;
     RECORDARRAY Items{8, 8};
-    RECORDINGFRONTEND FrontEnd{Journal};
+    JOURNALFRONTEND FrontEnd{Journal};
     FAKEMAILBOXES Mailboxes{Journal};
     FAKEMXLOOKUP Mx;
     SPAMFILTER Filter{State, Texts, FrontEnd, Mx};

@@ -10,28 +10,6 @@ namespace {
 
 using LIST = std::vector<std::string>;
 
-/// Notes what a command does beside its own work.
-class COMMANDFRONTEND : public RECORDER {
- public:
-    void MakeTaskbarIcon() override { Journal.push_back("icon"); }
-    void SetMainTitle() override { Journal.push_back("title"); }
-    void StopBlinking() override { Journal.push_back("quiet"); }
-    void RefreshRow(int handle) override { Journal.push_back("row " + std::to_string(handle)); }
-    void DoCommand(int command) override { Journal.push_back("command " + std::to_string(command)); }
-    void UpdateCommands() override { Journal.push_back("menus"); }
-    void StartTimer(int timer, int ms) override {
-        Journal.push_back("timer " + std::to_string(timer) + " " + std::to_string(ms));
-    }
-    void PostAlert(const ALERTREQUEST& request) override {
-        Journal.push_back("alert " + Std(request.Text) + " " + std::to_string(request.BackColor) + " " +
-                          std::to_string(request.DurationMs));
-    }
-    LIST Take() { return std::exchange(Journal, {}); }
-
- private:
-    LIST Journal;
-};
-
 class Commands : public ::testing::Test {
  protected:
     Commands() : Here(Data.Path()) {
@@ -46,9 +24,7 @@ class Commands : public ::testing::Test {
         }
         for (int i = 0; i < 3; ++i)
             Application.Items[i].Set("@ForceRefresh", "0");
-        FrontEnd.Messages.clear();
-        FrontEnd.Help.clear();
-        FrontEnd.Take();
+        Journal.Take();
     }
     STRINGARRAY& Item(int i) { return Application.Items[i]; }
     int Handle(int i) { return Item(i).GetNumber("@Handle"); }
@@ -62,11 +38,20 @@ class Commands : public ::testing::Test {
         }
         return forced;
     }
+    /// The alert that was posted since the last call: text, colour and ms.
+    std::string Alert() {
+        std::string alert = "none";
+        for (const ALERTREQUEST& request : std::exchange(FrontEnd.Alerts, {}))
+            alert =
+                Std(request.Text) + " " + std::to_string(request.BackColor) + " " + std::to_string(request.DurationMs);
+        return alert;
+    }
 
     TESTSTORE Store;
     TEMPDIR Data;
     CURRENTDIR Here;
-    COMMANDFRONTEND FrontEnd;
+    JOURNAL Journal;
+    JOURNALFRONTEND FrontEnd{Journal};
     NOTIFIER Notifier;
     NUMBEREDTEXTS Texts;
     ARGUMENTS Arguments{"tarnwick"};
@@ -95,9 +80,8 @@ TEST_F(Commands, ForceChecksOfTheRightItems) {
     for (const auto& test : CASES) {
         EXPECT_TRUE(Doer.DoCommand(test.Command, selected));
         EXPECT_EQ(Forced(), test.Forced) << test.Command;
-        const LIST journal = FrontEnd.Take();
         const bool all = test.Command == 2106 || test.Command == 2145;
-        EXPECT_EQ(journal.size() == 3 && journal.back() == "alert text 2962 $DIR 49407 1500", all) << test.Command;
+        EXPECT_EQ(Alert(), all ? "text 2962 $DIR 49407 1500" : "none") << test.Command;
         std::string seen = Std(Item(0).Get("LastSeenIds"));
         for (int i : {1, 2})
             seen += " " + Std(Item(i).Get("LastSeenIds"));
@@ -111,7 +95,7 @@ TEST_F(Commands, SuspendAndResume) {
     EXPECT_EQ(Item(0).GetNumber("UpdateSuspended"), 1);
     EXPECT_EQ(Std(Item(0).Get("LastRC")), "0|0");
     EXPECT_EQ(Std(Item(0).Get("LastValue")), "-");
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"command 2119", "quiet", "row " + std::to_string(Handle(0))}));
+    EXPECT_EQ(Journal.Take(), (LIST{"command 2119", "blinking stops", "cell 1 -", "row " + std::to_string(Handle(0))}));
     EXPECT_TRUE(Doer.DoCommand(2130, {Handle(0), Handle(1)}));
     EXPECT_EQ(Item(0).GetNumber("UpdateSuspended"), 0);
     EXPECT_EQ(Item(1).GetNumber("UpdateSuspended"), 1);
@@ -120,10 +104,10 @@ TEST_F(Commands, SuspendAndResume) {
 TEST_F(Commands, OfTheProgramAsAWhole) {
     EXPECT_TRUE(Doer.DoCommand(2107, {}));
     EXPECT_EQ(Application.pState.GetNumber("ResetCounter"), 1);
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"command 2119", "quiet", "icon"}));
+    EXPECT_EQ(Journal.Take(), (LIST{"command 2119", "blinking stops", "icon"}));
 
     EXPECT_TRUE(Doer.DoCommand(2199, {}));
-    EXPECT_EQ(FrontEnd.Messages, LIST{"text 10004 $DIR: text 10001 $DIR\rVersion 2.02"});
+    EXPECT_EQ(Journal.Take().back(), "text 10004 $DIR: text 10001 $DIR\rVersion 2.02");
 
     EXPECT_TRUE(Doer.DoCommand(2299, {}));
     EXPECT_TRUE(Application.Cycle().IsStopRequested());
@@ -131,13 +115,13 @@ TEST_F(Commands, OfTheProgramAsAWhole) {
 
 TEST_F(Commands, LeaveTheFrontEndsOwnToItInSilence) {
     for (int command : {2112, 2114, 2161, 2195, 2201, 1}) {
-        FrontEnd.Take();
+        Journal.Take();
         EXPECT_FALSE(Doer.DoCommand(command, {Handle(0)})) << command;
-        EXPECT_EQ(FrontEnd.Take(), (LIST{"command 2119", "quiet"})) << command;
+        EXPECT_EQ(Journal.Take(), (LIST{"command 2119", "blinking stops"})) << command;
     }
     // This one is what silence is made of: it must not call itself for ever.
     EXPECT_TRUE(Doer.DoCommand(2119, {}));
-    EXPECT_EQ(FrontEnd.Take(), LIST());
+    EXPECT_EQ(Journal.Take(), LIST());
     EXPECT_EQ(Forced(), "");
 }
 
@@ -145,10 +129,10 @@ TEST_F(Commands, AnswerAPopup) {
     STRING("popup").Save(LAST_POPUP_FILE, "w");
     for (int command : {2109, 2159}) {
         EXPECT_TRUE(Doer.DoCommand(command, {}));
-        EXPECT_EQ(FrontEnd.Take().back(), "alert popup 49407 10000");
+        EXPECT_EQ(Alert(), "popup 49407 10000");
     }
     EXPECT_TRUE(Doer.DoCommand(2140, {}));
-    EXPECT_EQ(FrontEnd.Take().back(), "timer 10 900000");
+    EXPECT_EQ(Journal.Take().back(), "timer 10 900000");
     EXPECT_TRUE(Doer.DoCommand(2141, {}));
 }
 
@@ -178,10 +162,9 @@ TEST_F(Commands, StartTheMailProgram) {
     Doer.StartPostedMailProgram(Handle(2));
     EXPECT_EQ(Starter.Take(), "special,-in,.");
     EXPECT_TRUE(Application.Cycle().WasStartedThisPass());
-    EXPECT_EQ(FrontEnd.Messages, LIST());
     Application.pState.Set("EmailCmdline", "broken.exe");
     EXPECT_TRUE(Doer.DoCommand(2111, {}));
-    EXPECT_EQ(FrontEnd.Messages, LIST{"text 10004 $DIR: broken.exe /new\nreason"});
+    EXPECT_EQ(Journal.Take().back(), "text 10004 $DIR: broken.exe /new\nreason");
 }
 
 TEST(MainTitles, NameVersionAndWhatIsUnusual) {

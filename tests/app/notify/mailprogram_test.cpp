@@ -5,12 +5,6 @@
 
 namespace {
 
-class MESSAGES : public FRONTEND {
- public:
-    void ShowMessage(const STRING&, const STRING& text) override { Text += Std(text); }
-    std::string Text;
-};
-
 class MailProgram : public testing::Test {
  protected:
     MailProgram() {
@@ -28,7 +22,8 @@ class MailProgram : public testing::Test {
 
     STRINGARRAY State, Item;
     const TEXTTABLE Texts{{{10004, "Title"}}};
-    MESSAGES FrontEnd;
+    JOURNAL Journal;
+    JOURNALFRONTEND FrontEnd{Journal};
     FAKESTARTER Starter;
 };
 
@@ -58,7 +53,7 @@ TEST_F(MailProgram, IsShownInsteadIfItRuns) {
     EXPECT_NE(Start(nullptr), "front 7") << "an empty part is no title";
     State.Set("EmailCmdline", "broken");
     Start(nullptr);
-    EXPECT_EQ(FrontEnd.Text, "\"broken\"\nreason");
+    EXPECT_EQ(Journal.Take(), std::vector<std::string>{"Title: \"broken\"\nreason"});
 }
 
 TEST_F(MailProgram, ThatDoesNotExistIsTold) {
@@ -66,8 +61,9 @@ TEST_F(MailProgram, ThatDoesNotExistIsTold) {
     const TEMPDIR dir;
     State.Set("EmailCmdline", dir.File("missing.exe"));
     StartMailProgram(nullptr, State, FrontEnd, Texts, *starter);
-    EXPECT_NE(FrontEnd.Text.find("missing.exe"), std::string::npos);
-    EXPECT_GT(FrontEnd.Text.size(), Std(dir.File("missing.exe")).size() + 5) << FrontEnd.Text;
+    const std::string told = Journal.Take().at(0);
+    EXPECT_NE(told.find("missing.exe"), std::string::npos);
+    EXPECT_GT(told.size(), Std(dir.File("missing.exe")).size() + 12) << told;
 }
 
 TEST_F(MailProgram, IsStartedWithItsArguments) {
@@ -86,7 +82,7 @@ TEST_F(MailProgram, IsStartedWithItsArguments) {
     const std::string expected = "2:--show:the inbox\n";
 #endif
     StartMailProgram(nullptr, State, FrontEnd, Texts, *starter);
-    EXPECT_EQ(FrontEnd.Text, "");
+    EXPECT_TRUE(Journal.Take().empty());
     EXPECT_TRUE(
         Eventually([&] { return OSYS::FileExists(dir.File("out").Text()) && ReadBytes(dir.File("out")) == expected; }));
 }

@@ -11,27 +11,6 @@ namespace {
 
 using LIST = std::vector<std::string>;
 
-/// Notes what it is asked for.
-class RECORDER : public FRONTEND {
- public:
-    void PostAlert(const ALERTREQUEST& request) override { Alerts.push_back(request); }
-    void PlaySoundFile(const STRING& file) override { Calls.push_back("sound " + Std(file)); }
-    void StartTimer(int timer, int ms) override {
-        Calls.push_back("timer " + std::to_string(timer) + " " + std::to_string(ms));
-    }
-    void StopTimer(int timer) override { Calls.push_back("stop " + std::to_string(timer)); }
-    void PostStartMailProgram(int handle) override { Calls.push_back("program " + std::to_string(handle)); }
-    bool AskYesNo(const STRING& title, const STRING& text) override {
-        Calls.push_back("ask " + Std(title) + " " + Std(text));
-        return Answer;
-    }
-    LIST Take() { return std::exchange(Calls, {}); }
-
-    std::vector<ALERTREQUEST> Alerts;
-    LIST Calls;
-    bool Answer = false;
-};
-
 class Notification : public testing::Test {
  protected:
     Notification() {
@@ -86,7 +65,8 @@ class Notification : public testing::Test {
                            {2960, "Nothing"},
                            {2984, "Program|Later|Close|Delete|Inbox|Show"},
                            {10004, "Title"}}};
-    RECORDER FrontEnd;
+    JOURNAL Journal;
+    JOURNALFRONTEND FrontEnd{Journal};
     FAKESTARTER Starter;
     NOTIFICATION Teller{State, Items, Types, FrontEnd, Texts, Starter};
 };
@@ -103,7 +83,7 @@ TEST_F(Notification, ShowsOneMailWithSixButtonsAndMoreWithFour) {
     EXPECT_EQ(alert.DurationMs, 10000);
     EXPECT_EQ(alert.TextColor * 10 + alert.BackColor, 12);
     EXPECT_EQ(alert.Handle, FIRST_ITEM_HANDLE);
-    EXPECT_EQ(FrontEnd.Take(), LIST{"timer 7 500"});
+    EXPECT_EQ(Journal.Take(), LIST{"timer 7 500"});
     EXPECT_EQ(Std(Teller.AlertMail().Get("Subject")), "Lunch?");
     STRING saved;
     ASSERT_TRUE(saved.Load(LAST_POPUP_FILE, "r"));
@@ -223,37 +203,37 @@ TEST_F(Notification, PlaysTheSoundOfTheTypeButLooksForTheGeneralOne) {
     State.Set("EmailDoSound", "1");
     State.Set("SoundEmail", dir.File("mail.wav"));
     Notify();
-    EXPECT_EQ(FrontEnd.Take(), LIST{"timer 7 500"}) << "a missing general file silences the type's sound, too";
+    EXPECT_EQ(Journal.Take(), LIST{"timer 7 500"}) << "a missing general file silences the type's sound, too";
     WriteBytes(dir.File("mail.wav"), "RIFF");
     State.Set("EmailDoSoundLoop", "1");
     State.Set("EmailSoundLoopRep", "0");
     Notify();
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"sound bill.wav", "timer 5 1000", "timer 7 500"}));
+    EXPECT_EQ(Journal.Take(), (LIST{"sound bill.wav", "timer 5 1000", "menus", "timer 7 500"}));
     Teller.PlaySoundLoop();
     EXPECT_TRUE(Teller.IsSoundLooping());
     Teller.StopSoundLoop();
     Teller.StopSoundLoop();
     Teller.PlaySoundLoop();
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"sound bill.wav", "stop 5"}));
+    EXPECT_EQ(Journal.Take(), (LIST{"sound bill.wav", "stop 5", "menus"}));
 }
 
 TEST_F(Notification, StartsTheMailProgramOnce) {
     AddMail("a");
     State.Set("EmailDoProgram", "1");
     Notify();
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"program 4096", "timer 7 500"}));
+    EXPECT_EQ(Journal.Take(), (LIST{"program 4096", "timer 7 500"}));
     State.Set("EmailDoWindowCheck", "1");
     Starter.Window = "Post";
     Notify();
-    EXPECT_EQ(FrontEnd.Take(), LIST{"timer 7 500"});
+    EXPECT_EQ(Journal.Take(), LIST{"timer 7 500"});
     State.Set("EmailDoWindowCheck", "0");
     State.Set("EmailDoConfirmProgram", "1");
     Notify();
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"ask Title Home:\r  Ann: a \r\r?", "timer 7 500"}));
+    EXPECT_EQ(Journal.Take(), (LIST{"ask Title Home:\r  Ann: a \r\r?", "timer 7 500"}));
     State.Set("PopupDoMailDetails", "0");
     FrontEnd.Answer = true;
     Notify();
-    EXPECT_EQ(FrontEnd.Take(), (LIST{"ask Title Home:?", "program 4096", "timer 7 500"}));
+    EXPECT_EQ(Journal.Take(), (LIST{"ask Title Home:?", "program 4096", "timer 7 500"}));
 }
 
 TEST(MailTypes, TakeTheTypeNearestTheTop) {
