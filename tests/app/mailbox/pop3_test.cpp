@@ -114,6 +114,8 @@ TEST(PopGet, GreetingDecidesFirst) {
         SCRIPTEDSERVER server(ServerScript(std::string(greeting) + "\r\n", {}));
         const std::string words = std::string(greeting).starts_with('-') ? greeting : std::string("-ERR ") + greeting;
         EXPECT_EQ(Get(server), (OUTCOME{false, words}));
+        EXPECT_TRUE(server.Wait());
+        EXPECT_EQ(server.Transcript(), "");
     }
 }
 

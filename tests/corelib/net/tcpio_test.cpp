@@ -184,6 +184,7 @@ TEST_F(TcpIo, ReadStandsAClockThatStepsBack) {
     SCRIPTEDSERVER server(SCRIPT{Send("part"), Silence()});
     TCPIPIO device("", "", "");
     ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    EXPECT_TRUE(Eventually([&] { return device.NumAvail() == 4; }));
     LogOption("/LOGIT:stepback.log");
     {
         STEPBACK clock;
