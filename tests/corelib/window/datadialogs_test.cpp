@@ -375,11 +375,13 @@ TEST(DataPages, DoWithoutWhatTheLanguageLacks) {
 }
 
 TEST(DataPages, LeaveNoHandles) {
-    ExpectNoHandleGrowth([] {
-        STRINGARRAY record = START;
-        PAGED pages(record);
-        RunWith(pages.Dialog, [] {});
-    });
+    ExpectNoHandleGrowth(
+        [] {
+            STRINGARRAY record = START;
+            PAGED pages(record);
+            RunWith(pages.Dialog, [] {});
+        },
+        100);
 }
 
 }  // namespace
