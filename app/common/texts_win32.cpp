@@ -24,7 +24,7 @@ bool LANGUAGELIBRARY::MODULE::Find(int id, STRING& text) const {
     if (count <= 0) {
         return false;
     }
-    // One byte a character in this code page, whatever the machine's own is.
-    text.Make(count, nullptr);
-    return WideCharToMultiByte(1252, 0, wide, count, text.Data(), count, nullptr, nullptr) == count;
+    // In this code page, whatever the machine's own is.
+    text = Narrow(1252, {wide, static_cast<size_t>(count)});
+    return true;
 }

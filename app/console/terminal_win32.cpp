@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include "app/console/terminal.h"
+#include "corelib/base/widepath.h"
 
 namespace TERMINAL {
 
@@ -98,11 +99,7 @@ bool ReadLine(std::string& line, bool hidden) {
         SetConsoleMode(input, former);
         WriteError("\r\n");
     }
-    const int units = static_cast<int>(wide.size());
-    line.resize(wide.size() * 3);
-    const int bytes = WideCharToMultiByte(CP_UTF8, 0, wide.data(), units, line.data(), static_cast<int>(line.size()),
-                                          nullptr, nullptr);
-    line.resize(static_cast<size_t>(bytes));
+    line = Narrow(CP_UTF8, wide).View();
     return read;
 }
 

@@ -9,6 +9,9 @@
 /// the wide calls take more than 260 characters, and only they name every file. For *_win32.cpp and the rooms of
 /// windows.
 
+/// No path is longer, its terminator included.
+inline constexpr unsigned long PATH_CHARACTERS = 32768;
+
 /// Text of a code page, wide; and back, where what the code page lacks becomes the nearest character or "?".
 std::wstring Widen(unsigned codePage, std::string_view text);
 STRING Narrow(unsigned codePage, std::wstring_view text);

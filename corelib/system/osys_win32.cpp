@@ -1,4 +1,5 @@
 #include <cstring>
+#include <optional>
 #include <utility>
 #include <windows.h>
 
@@ -40,18 +41,18 @@ STRING LocaleText(LCTYPE type, const char* otherwise) {
     return STRING(length > 1 ? text : otherwise);
 }
 
-// The folder as it is really called, for a user's name may have letters that the code page lacks. `otherwise` is the
-// value in the code page, for one that is no text.
-std::wstring WideFolder(const SYSTEMFOLDER& folder, const STRING& otherwise) {
+// The folder as it is really called, for a user's name may have letters that the code page lacks. Nothing if the
+// registry does not tell it.
+std::optional<std::wstring> WideFolder(const SYSTEMFOLDER& folder) {
     wchar_t value[4096] = L"";
     DWORD bytes = sizeof value;
     const HKEY root = folder.Root == ROOT_CURRENT_USER ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE;
-    const bool read = RegGetValueW(root, WidePath(folder.Key).c_str(), WidePath(folder.Value).c_str(), RRF_RT_REG_SZ,
-                                   nullptr, value, &bytes) == ERROR_SUCCESS;
-    const std::wstring text = read ? value : WidePath(otherwise.Ptr());
-    return GrownText([&text](wchar_t* room, unsigned long size) {
+    if (RegGetValueW(root, WidePath(folder.Key).c_str(), WidePath(folder.Value).c_str(), RRF_RT_REG_SZ, nullptr, value,
+                     &bytes) != ERROR_SUCCESS)
+        return std::nullopt;
+    return GrownText([&value](wchar_t* room, unsigned long size) {
         // It counts the terminator, too.
-        const DWORD length = ExpandEnvironmentStringsW(text.c_str(), room, size);
+        const DWORD length = ExpandEnvironmentStringsW(value, room, size);
         return length > 0 && length <= size ? length - 1 : length;
     });
 }
@@ -214,10 +215,10 @@ STRING GetWin32SystemPath(int kind) {
             folder = &row;
     if (!ASSERTION(folder != nullptr, "FALSE"))
         return STRING();
-    STRING value = REGISTRY(folder->Root, folder->Key, nullptr, REGISTRY_READ).Read(folder->Value);
+    const std::optional<std::wstring> wide = WideFolder(*folder);
     STRING info;
     info.Format("GetWin32SystemPath %d", kind);
-    STRING path = value.NotNull() ? PathFromWide(WideFolder(*folder, value)) : STRING();
+    STRING path = wide ? PathFromWide(*wide) : STRING();
     if (!ASSERTION_INFO(path.NotNull(), "rc==ERROR_SUCCESS", info.Text()))
         return STRING();
     if (path.Length() == 0 || path[path.Length() - 1] != '\\')

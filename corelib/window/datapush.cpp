@@ -19,8 +19,6 @@
 
 namespace {
 
-constexpr DWORD PATH_CHARACTERS = 32768;
-
 // COM for the length of a shell dialog.
 class COMUSE {
  public:

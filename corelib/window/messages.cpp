@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr size_t PATH_CHARACTERS = 32768;
-
 int Box(HWND window, const STRING& text, const STRING& title, UINT kind) {
     return MessageBoxW(window, WideText(text).c_str(), WideText(title).c_str(), kind | MB_TOPMOST);
 }
@@ -70,7 +68,7 @@ bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {
     ask.lpstrFilter = filters.c_str();
     ask.nFilterIndex = 1;
     ask.lpstrFile = name.data();
-    ask.nMaxFile = static_cast<DWORD>(PATH_CHARACTERS);
+    ask.nMaxFile = PATH_CHARACTERS;
     ask.Flags = OFN_EXPLORER | OFN_HIDEREADONLY | OFN_NOCHANGEDIR | OFN_PATHMUSTEXIST;
     ask.Flags |= save ? OFN_OVERWRITEPROMPT : OFN_FILEMUSTEXIST;
     auto* const choose =
