@@ -237,7 +237,7 @@ void SEMITOOLTIP::Click(bool right, ALERTPOINT point) {
 
 // Else the system would give it to the next best window of any program.
 void SEMITOOLTIP::GiveFocusBack() {
-    if (GetFocus() == hWnd && IsWindowVisible(Setup.Parent))
+    if (hWnd && GetFocus() == hWnd && IsWindowVisible(Setup.Parent))
         SetForegroundWindow(GetLastActivePopup(Setup.Parent));  // the dialog that is open, if there is one
 }
 
