@@ -1,9 +1,8 @@
 #pragma once
 
-#include <functional>
-
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
+#include "corelib/base/stopquestion.h"
 #include "corelib/base/stringarray.h"
 
 /// The number of the text that stands for a body that was not fetched, and those of the progress texts.
@@ -28,9 +27,6 @@ class PROGRESS {
     const TEXTS& TextTable;
     int Handle;
 };
-
-/// True as soon as the program is to end: what a server could prolong without limit looks at it again and again.
-using STOPQUESTION = std::function<bool()>;
 
 /// One call on one mailbox, as a handler gets it. Lives for that call.
 struct MAILBOXCALL {

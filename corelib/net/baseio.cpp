@@ -125,15 +125,23 @@ STRING BASEIO::GetInfo(const char* key) {
 
 bool BASEIO::Read(char* buffer, int* length, int timeoutMs, const char* until) {
     const int room = *length;
+    // Who is to be stopped looks up from the longest wait.
+    const int wait =
+        StopAsked && (timeoutMs < 0 || timeoutMs / 4 > TcpTimes.StopLookMs) ? TcpTimes.StopLookMs : timeoutMs / 4;
     // What is there already needs no clock: most lines of a reply are behind its first in the ring.
     int count = room;
     Ring.Read(buffer, &count, 0, until);
     auto stopByte = [&] { return count > 0 && until && strchr(until, buffer[count - 1]); };
     int64_t start = 0;
     for (bool waited = false;; waited = true) {
+        if (IsStopped()) {
+            Trace("BASEIO::Read stopped\n");
+            *length = 0;
+            return false;
+        }
         if (waited) {
             int piece = room - count;
-            Ring.Read(buffer + count, &piece, timeoutMs / 4, until);
+            Ring.Read(buffer + count, &piece, wait, until);
             count += piece;
         }
         if (stopByte()) {

@@ -3,8 +3,10 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <utility>
 
 #include "corelib/base/locks.h"
+#include "corelib/base/stopquestion.h"
 #include "corelib/base/strings.h"
 #include "corelib/net/ringbuffer.h"
 #include "corelib/system/osys.h"
@@ -42,8 +44,13 @@ class BASEIO {
     /// Information by key, any case: OWNID, CALLERID, DEVICENAME, ONLINE, LASTERROR, LASTERRORSTRING, ...
     virtual STRING GetInfo(const char* key);
 
+    /// From now on every wait for the peer ends as soon as the answer is yes, and fails. Owner's thread, which also
+    /// asks.
+    void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
+
     /// True if at least one byte arrived within timeoutMs; *length goes in as the room and comes out as the count. Ends
-    /// early behind a byte of `until`, or behind a zero byte if there is an `until`.
+    /// early after a byte of `until`, or after a zero byte if there is an `until`. False with nothing, whatever has
+    /// come, once the program is to end.
     bool Read(char* buffer, int* length, int timeoutMs, const char* until);
     /// length -1: the text's own length. What DevWrite returns.
     int Write(const char* buffer, int length);
@@ -64,6 +71,8 @@ class BASEIO {
     /// none.
     bool ReadsWhatIsThere = false;
 
+    bool IsStopped() const { return StopAsked && StopAsked(); }
+
     RINGBUFFER Ring;
     EVENTSEM Kill;
     OSYS::THREADHANDLE hThread;
@@ -83,6 +92,7 @@ class BASEIO {
  private:
     std::mutex FeedGuard;
     EVENTSEM PauseOver;
+    STOPQUESTION StopAsked;
 
     static unsigned DaemonEntry(void* self);
     void Daemon();

@@ -14,6 +14,7 @@ struct TCPTIMES {
     int NoDeviceMs = 250;      // a device without a read of its own
     int ReadFailedMs = 100;    // behind a failed read
     int RingFullMs = 100;      // while the reader is behind
+    int StopLookMs = 100;      // between two questions whether the program is to end
 };
 extern TCPTIMES TcpTimes;
 

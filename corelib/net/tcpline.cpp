@@ -17,14 +17,19 @@ bool TCP::WriteCommand(BASEIO& device, const char* command, char* reply, int rep
     return ok;
 }
 
-bool TCP::ReadLine(BASEIO& device, char* buffer, int size, int timeoutMs) {
+bool TCP::ReadLine(BASEIO& device, char* buffer, int size, int timeoutMs, bool* whole) {
     memset(buffer, 0, static_cast<size_t>(size));
     int count = size - 1;
+    if (whole)
+        *whole = false;
     if (!device.Read(buffer, &count, timeoutMs, "\n"))
         return false;
     char* end = buffer + count;
-    if (end[-1] == '\n')
+    if (end[-1] == '\n') {
         --end;
+        if (whole)
+            *whole = true;
+    }
     *std::remove(buffer, end, '\r') = '\0';
     return true;
 }

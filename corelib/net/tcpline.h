@@ -11,7 +11,7 @@ bool WriteCommand(BASEIO& device, const char* command, char* reply, int replySiz
 
 /// Reads one line of at most size-1 bytes into buffer, without its line break and without any "\r". A longer line comes
 /// in pieces; what has come of a line when timeoutMs has passed comes as if it were the line. False, with an empty
-/// buffer, if nothing came.
-bool ReadLine(BASEIO& device, char* buffer, int size, int timeoutMs);
+/// buffer, if nothing came. `whole`, if given, tells whether the end of the line was seen.
+bool ReadLine(BASEIO& device, char* buffer, int size, int timeoutMs, bool* whole = nullptr);
 
 }  // namespace TCP

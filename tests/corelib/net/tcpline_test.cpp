@@ -1,7 +1,9 @@
 #include "corelib/net/tcpline.h"
 
+#include <atomic>
 #include <chrono>
 #include <string>
+#include <thread>
 
 #include "corelib/net/tcpio.h"
 #include "tests/servers/scriptedserver.h"
@@ -49,6 +51,32 @@ TEST(TcpLine, TakesLineBreaksAndCarriageReturnsOff) {
     EXPECT_EQ(call.Line(1024, 50), "<none>");
     EXPECT_EQ(call.Line(1, 50), "<none>");
     EXPECT_EQ(call.Device.GetInfo("LastError"), "0");
+}
+
+TEST(TcpLine, TellsAWholeLineFromAPieceOfOne) {
+    CALL call({Send("12345678\r\n.\r\n\r\n."s)});
+    const auto read = [&call](int size) {
+        char buffer[16];
+        bool whole = false;
+        TCP::ReadLine(call.Device, buffer, size, 50, &whole);
+        return std::string(buffer) + (whole ? " whole" : "");
+    };
+    EXPECT_EQ(read(5), "1234");
+    EXPECT_EQ(read(5), "5678");
+    for (const char* line : {" whole", ". whole", " whole", ".", ""})
+        EXPECT_EQ(read(5), line);
+}
+
+TEST(TcpLine, AWaitEndsWhenTheProgramIsToEnd) {
+    CALL call({Send("there\r\n")});
+    std::atomic<bool> stop = false;
+    call.Device.SetStopQuestion([&] { return stop.load(); });
+    EXPECT_EQ(call.Line(), "there");
+    const auto start = std::chrono::steady_clock::now();
+    std::thread stopper([&] { stop = true; });
+    EXPECT_EQ(call.Line(), "<none>");
+    stopper.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST(TcpLine, WriteCommandReadsAReplyOnlyIfItIsAskedTo) {
