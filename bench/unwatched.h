@@ -8,6 +8,9 @@
 class UNWATCHED {
  public:
     operator PROGRESS&() { return Progress; }
+    MAILBOXCALL Call(const STRING& server, const STRING& user, const STRING& password) {
+        return {NoKeys, Progress, NoKeys, StopAsked, server, user, password};
+    }
 
  private:
     class ONETEXT : public TEXTS {
@@ -18,4 +21,6 @@ class UNWATCHED {
     FRONTEND Nobody;
     ONETEXT Texts;
     PROGRESS Progress{Nobody, Texts, 1};
+    STRINGARRAY NoKeys;
+    STOPQUESTION StopAsked = [] { return false; };
 };

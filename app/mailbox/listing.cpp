@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "corelib/base/ascii.h"
+#include "corelib/base/trace.h"
 
 namespace LISTING {
 
@@ -51,6 +52,8 @@ bool BLOCKCURSOR::Next(std::string_view& block) {
 }
 
 void WRITER::Append(std::string_view bytes) {
+    if (!ASSERTION(bytes.size() <= static_cast<uint64_t>(STRING::MAX_LENGTH - Total), "Total<=STRING::MAX_LENGTH"))
+        return;
     Total += static_cast<int64_t>(bytes.size());
     while (!bytes.empty()) {
         if (Pieces.empty() || Pieces.back().size() == PIECE_BYTES)
@@ -64,6 +67,8 @@ void WRITER::Append(std::string_view bytes) {
 
 STRING WRITER::Take(std::string_view head) {
     STRING text;
+    if (!ASSERTION(head.size() <= static_cast<uint64_t>(STRING::MAX_LENGTH - Total), "Total<=STRING::MAX_LENGTH"))
+        head = {};
     text.Make(static_cast<int>(Total + static_cast<int64_t>(head.size())), nullptr);
     char* at = text.Data() + head.copy(text.Data(), head.size());
     for (std::string& piece : Pieces) {

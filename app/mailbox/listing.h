@@ -50,7 +50,7 @@ class BLOCKCURSOR {
 };
 
 /// Puts a listing together from pieces of any size, in linear time and with no spare room in the result, which lives as
-/// long as its item does. The whole may not pass 2^31-2 bytes, the most that a STRING holds.
+/// long as its item does. What would make it longer than a STRING can be is a failed assertion, and is left out.
 class WRITER {
  public:
     void Append(std::string_view bytes);

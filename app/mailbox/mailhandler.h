@@ -42,8 +42,7 @@ struct MAILBOXCALL {
 /// What each kind of mailbox offers. A handler connects, logs on, does its work, logs off and disconnects within one
 /// call, on the work thread. MAILHANDLING has the table of them.
 struct MAILHANDLER {
-    /// The listing with "+OK " in front (see LISTING), or false and a text that begins "-ERR ". False with a listing
-    /// is possible too: the mailbox was read but did not confirm the end of the conversation.
+    /// The whole listing with "+OK " in front (see LISTING), or false and a text that begins "-ERR ".
     bool (*Get)(const MAILBOXCALL& call, STRING& result);
     /// ids: one message id a line. `error` comes in empty and may get a text on failure.
     bool (*Delete)(const MAILBOXCALL& call, const STRING& ids, STRING& error);

@@ -1,10 +1,13 @@
 #include "app/mailbox/pop3.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <string>
+#include <string_view>
 
 #include "app/mailbox/listing.h"
-#include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
@@ -13,93 +16,286 @@ POPTIMES PopTimes;
 
 namespace {
 
-bool IsGood(const char* reply) {
-    return LISTING::BeginsWith(reply, "+OK");
-}
+constexpr const char* ERROR_PREFIX = "-ERR ";
+constexpr const char* DISCONNECTED = "Remote disconnected";
+constexpr const char* STOPPED = "999 Stopped";
+constexpr const char* SILENT = "999 Read Timeout";
+constexpr const char* NO_END = "999 TOP reply without end";
+constexpr const char* BAD_STAT = "999 STAT result error";
+constexpr const char* BAD_LIST = "999 LIST result error";
 
-// Sends a command and reads its one line of reply; a time-out leaves it empty. True if the server agrees.
-template <int SIZE>
-bool Ask(BASEIO& device, const STRING& command, char (&reply)[SIZE]) {
-    TCP::WriteCommand(device, command.Text(), reply, SIZE, PopTimes.ReplyMs);
-    return IsGood(reply);
-}
+/// The buffer of a line: longer ones come in pieces.
+constexpr int LINE_BYTES = 1024;
 
-STRING Join(const char* word, const STRING& argument) {
+STRING Join(const char* word, std::string_view argument) {
     STRING command = word;
-    command += argument;
+    command.AppendBytes(argument);
     return command;
 }
 
-// A decimal number behind any white space, at most the largest int; null if there is none.
-const char* ReadNumber(const char* at, int& number) {
-    while (*at == ' ' || (*at >= '\t' && *at <= '\r'))
-        ++at;
-    const char* digits = at + (*at == '-' || *at == '+');
-    if (!ASCII::IsDigit(*digits))
-        return nullptr;
-    number = atoi(STRING(at));
-    while (ASCII::IsDigit(*digits))
-        ++digits;
-    return digits;
+STRING Decimal(int64_t number) {
+    return STRING(std::string_view(std::to_string(number)));
 }
 
-// Reads "+OK number size", the reply to LIST with an argument. False, with size 0, if it does not fit.
-bool ReadSize(const char* reply, int& size) {
-    size = 0;
-    int number;
-    const char* at = strncmp(reply, "+OK", 3) == 0 ? ReadNumber(reply + 3, number) : nullptr;
-    return at && ReadNumber(at, size);
+bool IsBlank(char ch) {
+    return ch == ' ' || ch == '\t';
 }
 
-// One mail as a block of the listing; false if the server refuses to show it.
-bool ReadMail(BASEIO& device, int number, int lines, LISTING::WRITER& listing) {
-    char line[POP_LINE];
-    STRING text;
-    text.Format("LIST %d", number);
-    if (!Ask(device, text, line))
-        return false;
-    int size;
-    ReadSize(line, size);
-    text.Format("TOP %d %d", number, lines);
-    if (!Ask(device, text, line))
-        return false;
+/// Cuts the next word off the text.
+std::string_view NextWord(std::string_view& rest) {
+    const char* start = std::find_if_not(rest.begin(), rest.end(), IsBlank);
+    const char* end = std::find_if(start, rest.end(), IsBlank);
+    const std::string_view word(start, static_cast<size_t>(end - start));
+    rest = std::string_view(end, static_cast<size_t>(rest.end() - end));
+    return word;
+}
 
-    text.Format("%s: %d\n%s: %d|%d\n", LISTING::SIZE_HEADER, size, LISTING::ID_HEADER, number, size);
-    listing.Append(text.View());
-    bool more = true;
-    bool continued = false;  // what comes next is the rest of a line that was longer than the buffer
-    while (more) {
-        more = TCP::ReadLine(device, line, sizeof line, PopTimes.ReplyMs) && (continued || strcmp(line, ".") != 0) &&
-               listing.Length() < PopTimes.ListingBytes;
-        continued = strlen(line) == sizeof line - 1;
-        // A line that did not come makes an empty one, which ends the block.
-        listing.Append(line);
-        listing.Append("\n");
+/// A word of digits and nothing else, within the range of the type.
+template <class NUMBER>
+bool ReadNumber(std::string_view word, NUMBER& number) {
+    if (word.starts_with('-'))
+        return false;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+    return error == std::errc() && end == word.data() + word.size();
+}
+
+/// A mail as the server names it.
+struct MAILNUMBER {
+    int Number = 0;
+    int64_t Size = 0;
+};
+
+/// What STAT says, in its own words too.
+struct MAILDROP {
+    int Count = 0;
+    STRING CountText, SizeText;
+};
+
+/// One conversation. Error() says why it has ended if something in it fails.
+class TALK {
+ public:
+    TALK(BASEIO& device, const MAILBOXCALL& call) : Device(device), Call(call) {
+        Device.SetStopQuestion(call.StopAsked);
     }
+
+    bool LogOn();
+    /// Sends a command and reads its one line of reply. True if the server agrees.
+    bool Ask(const STRING& command);
+    /// STAT, and what it says.
+    bool AskState(MAILDROP& drop);
+    /// LIST for a mail. True only if the answer is about this mail.
+    bool AskSize(MAILNUMBER& mail);
+    /// Reads what TOP shows, up to and with the line that ends it.
+    bool ReadMail(LISTING::WRITER& listing);
+    /// The server has said no to the last command, and only that: the conversation can go on.
+    bool IsRefused() const { return !Fault && LISTING::BeginsWith(Reply, "-ERR"); }
+    /// "-ERR " and the server's line or what has gone wrong; nothing behind it if the server did not answer the log-on.
+    STRING Error() const { return Fault ? STRING(ERROR_PREFIX) || Fault : LISTING::ErrorText(Reply); }
+
+ private:
+    bool IsStopped() const { return Call.StopAsked && Call.StopAsked(); }
+    bool Fail(const char* reason);
+    bool NoAnswer();
+    bool Heed(bool whole);
+    bool ReadPiece(int& length);
+
+    BASEIO& Device;
+    const MAILBOXCALL& Call;
+    const char* Fault = nullptr;  // what ended the conversation, if it was not the server's word
+    bool LoggedOn = false;
+    char Reply[LINE_BYTES] = "";
+    char Line[LINE_BYTES];  // of a mail
+};
+
+bool TALK::Fail(const char* reason) {
+    Fault = reason;
+    return false;
+}
+
+bool TALK::NoAnswer() {
+    if (IsStopped())
+        return Fail(STOPPED);
+    if (Device.GetInfo("ONLINE") == "0")
+        return Fail(DISCONNECTED);
+    return Fail(LoggedOn ? SILENT : "");
+}
+
+/// True if the reply agrees. A piece of one does not: a number in it would be another one.
+bool TALK::Heed(bool whole) {
+    if (!whole && !IsRefused())
+        return NoAnswer();
+    return LISTING::BeginsWith(Reply, "+OK");
+}
+
+bool TALK::Ask(const STRING& command) {
+    if (IsStopped())
+        return Fail(STOPPED);
+    bool whole = false;
+    TCP::WriteCommand(Device, command.Text(), Reply, sizeof Reply, PopTimes.ReplyMs, &whole);
+    return Heed(whole);
+}
+
+bool TALK::LogOn() {
+    STRING user = Call.User, password = Call.Password;
+    user.Strip('B', " ");
+    password.Strip('B', " ");
+    if (!Device.MakeCall((Call.Server || ":110").Text())) {
+        const STRING error = Device.GetInfo("LastErrorString");
+        Trace("TCP::PopGet error: %s\n", error.Text());
+        snprintf(Reply, sizeof Reply, "%s%s", ERROR_PREFIX, error.Text());
+        return false;
+    }
+    bool whole = false;
+    TCP::ReadLine(Device, Reply, sizeof Reply, PopTimes.GreetingMs, &whole);
+    return Heed(whole) && Ask(Join("USER ", user.View())) && Ask(Join("PASS ", password.View()));
+}
+
+bool TALK::AskState(MAILDROP& drop) {
+    if (!Ask("STAT"))
+        return false;
+    LoggedOn = true;
+    std::string_view rest = Reply;
+    NextWord(rest);
+    const std::string_view count = NextWord(rest), size = NextWord(rest);
+    drop.CountText = STRING(count);
+    drop.SizeText = STRING(size);
+    int64_t bytes = 0;
+    // A mail has a byte at least. Not every server knows its size: then it says 0, or nothing.
+    const bool good = ReadNumber(count, drop.Count) && (size.empty() || ReadNumber(size, bytes)) &&
+                      (bytes == 0 || drop.Count <= bytes);
+    return good || Fail(BAD_STAT);
+}
+
+bool TALK::AskSize(MAILNUMBER& mail) {
+    if (!Ask(Join("LIST ", Decimal(mail.Number).View())))
+        return false;
+    std::string_view rest = Reply;
+    NextWord(rest);
+    int number = 0;
+    const bool good = ReadNumber(NextWord(rest), number) && ReadNumber(NextWord(rest), mail.Size);
+    return (good && number == mail.Number) || Fail(BAD_LIST);
+}
+
+/// A line with its end, or as much of it as the buffer has room for.
+bool TALK::ReadPiece(int& length) {
+    length = 0;
+    // The device stops at a zero byte and when the time is up, too: neither ends a line.
+    do {
+        int count = LINE_BYTES - 1 - length;
+        if (!Device.Read(Line + length, &count, PopTimes.ReplyMs, "\n"))
+            return NoAnswer();
+        length += count;
+    } while (length < LINE_BYTES - 1 && Line[length - 1] != '\n');
+    return true;
+}
+
+bool TALK::ReadMail(LISTING::WRITER& listing) {
+    bool atStart = true;  // of a line
+    for (int64_t bytes = 0; bytes <= PopTimes.ListingBytes;) {
+        int length = 0;
+        if (!ReadPiece(length))
+            return false;
+        const bool whole = Line[length - 1] == '\n';
+        const std::string_view raw(Line, static_cast<size_t>(whole ? length - 1 : length));
+        // To the letter: a server puts a second point in front of a point that begins a line, and of no other.
+        const bool isEnd = atStart && whole && (raw == "." || raw == ".\r");
+        // The first line of a mail does not go on with the last one of ours.
+        if (bytes == 0 && Line[0] == '\t')
+            Line[0] = ' ';
+        bytes += length;
+        char* end = std::remove(Line, Line + raw.size(), '\r');
+        std::replace_if(
+            Line, end, [](char ch) { return ch == '\0' || ch == LISTING::BLOCK_END; }, ' ');
+        const bool isKept = (bytes <= PopTimes.MailBytes || isEnd) && (atStart || end != Line);
+        *end++ = '\n';
+        if (isKept)
+            listing.Append(std::string_view(Line, static_cast<size_t>(end - Line)));
+        if (isEnd)
+            return true;
+        atStart = whole;
+    }
+    return Fail(NO_END);
+}
+
+/// One mail as a block of the listing.
+bool ShowMail(TALK& talk, int number, int lines, LISTING::WRITER& listing) {
+    MAILNUMBER mail{.Number = number};
+    STRING text;
+    text.Format("TOP %d %d", number, lines);
+    if (!talk.AskSize(mail) || !talk.Ask(text))
+        return false;
+    const STRING size = Decimal(mail.Size);
+    text.Format("%s: %s\n%s: %d|%s\n", LISTING::SIZE_HEADER, size.Text(), LISTING::ID_HEADER, number, size.Text());
+    listing.Append(text.View());
+    if (!talk.ReadMail(listing))
+        return false;
     listing.Append(std::string_view(&LISTING::BLOCK_END, 1));
     return true;
 }
 
-bool DeleteOne(BASEIO& device, const STRING& id) {
-    STRING id1 = id.Word(0, "|", WORD_NEVERNULL), id2 = id.Word(1, "|", WORD_NEVERNULL);
-    ASSERTION(id1.Length() > 0 && id2.Length() > 0, "id1.Length()>0 && id2.Length()>0");
-    char reply[POP_LINE];
-    if (!Ask(device, Join("LIST ", id1), reply))
+bool ShowAll(TALK& talk, const PROGRESS& progress, int lines, STRING& result) {
+    MAILDROP drop;
+    if (!talk.AskState(drop))
         return false;
-    // Only a mail that is still the same one goes; any other is left alone.
-    int size;
-    if (!ReadSize(reply, size) || size != atoi(id2))
+    LISTING::WRITER listing;
+    int listed = 0;
+    bool isRefused = false;  // the mail before
+    // Numbers grow with arrival: the newest mail comes first.
+    for (int number = drop.Count; number >= 1 && listing.Length() + listed * PopTimes.MailPrice < PopTimes.ListingBytes;
+         --number) {
+        STRING position;
+        position.Format(" %d/%d", drop.Count - number + 1, drop.Count);
+        progress.Show(TEXT_READING, position);
+        const bool wasRefused = isRefused;
+        isRefused = !ShowMail(talk, number, lines, listing);
+        // A mail may have gone meanwhile, or be broken. More than one at a time is a server that shows none any more,
+        // and mails that it does show tomorrow would be new again.
+        if (isRefused && (wasRefused || !talk.IsRefused()))
+            return false;
+        listed += !isRefused;
+    }
+    if (listed == 0 && drop.Count > 0)
+        return false;
+    talk.Ask("QUIT");
+    const STRING count = listed == drop.Count ? drop.CountText : Decimal(listed);
+    result = listing.Take(LISTING::SummaryLine(count, count, false, drop.SizeText).View());
+    return true;
+}
+
+bool EraseOne(TALK& talk, const STRING& id) {
+    const STRING id1 = id.Word(0, "|", WORD_NEVERNULL), id2 = id.Word(1, "|", WORD_NEVERNULL);
+    ASSERTION(id1.Length() > 0 && id2.Length() > 0, "id1.Length()>0 && id2.Length()>0");
+    MAILNUMBER mail;
+    int64_t size = 0;
+    // Only a mail that is still the same one goes; any other is left alone, and so is what is no id.
+    if (!ReadNumber(id1.View(), mail.Number) || !ReadNumber(id2.View(), size))
         return true;
-    return Ask(device, Join("DELE ", id1), reply);
+    return talk.AskSize(mail) && (mail.Size != size || talk.Ask(Join("DELE ", Decimal(mail.Number).View())));
+}
+
+bool EraseAll(TALK& talk, const PROGRESS& progress, const STRING& ids) {
+    MAILDROP drop;
+    if (!talk.AskState(drop))
+        return false;
+    int running = 0;
+    WORDCURSOR lines(ids, "\n");
+    for (std::string_view line; lines.Next(line);) {
+        if (line.empty())
+            continue;
+        const STRING id(line);
+        STRING position;
+        Trace("TARNWICK::PopDelete delete %s\n", id.Text());
+        position.Format(" %d", ++running);
+        progress.Show(TEXT_DELETING, position);
+        // The connection is dropped without QUIT, which takes back every DELE so far.
+        if (!EraseOne(talk, id))
+            return false;
+    }
+    return talk.Ask("QUIT");
 }
 
 bool Get(const MAILBOXCALL& call, STRING& result) {
-    int lines = call.Item.GetNumber("DownloadMailTexts") ? POP_BODY_LINES : 0;
-    return PopGet(call.Progress, call.Server, call.User, call.Password, lines, result);
-}
-
-bool Delete(const MAILBOXCALL& call, const STRING& ids, STRING&) {
-    return PopDelete(call.Progress, call.Server, call.User, call.Password, ids);
+    return PopGet(call, call.Item.GetNumber("DownloadMailTexts") ? POP_BODY_LINES : 0, result);
 }
 
 bool Move(const MAILBOXCALL&, const STRING&, const STRING&, STRING& error) {
@@ -109,81 +305,36 @@ bool Move(const MAILBOXCALL&, const STRING&, const STRING&, STRING& error) {
 
 }  // namespace
 
-const MAILHANDLER PopHandler = {Get, Delete, Move};
+const MAILHANDLER PopHandler = {Get, PopDelete, Move};
 
-bool PopLogin(BASEIO& device, const STRING& server, const STRING& user, const STRING& password,
-              char (&reply)[POP_LINE]) {
-    STRING bareUser = user, barePassword = password;
-    bareUser.Strip('B', " ");
-    barePassword.Strip('B', " ");
-    if (!device.MakeCall((server || ":110").Text())) {
-        STRING error = device.GetInfo("LastErrorString");
-        Trace("TCP::PopGet error: %s\n", error.Text());
-        snprintf(reply, sizeof reply, "-ERR %s", error.Text());
-        return false;
-    }
-    TCP::ReadLine(device, reply, sizeof reply, PopTimes.GreetingMs);
-    return IsGood(reply) && Ask(device, Join("USER ", bareUser), reply) &&
-           Ask(device, Join("PASS ", barePassword), reply);
-}
-
-bool PopGet(const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password, int lines,
-            STRING& result) {
+bool PopGet(const MAILBOXCALL& call, int lines, STRING& result) {
     TCPIPIO device("", "", "");
-    return PopRead(device, progress, server, user, password, lines, result);
+    return PopRead(device, call, lines, result);
 }
 
-bool PopRead(BASEIO& device, const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password,
-             int lines, STRING& result) {
+bool PopRead(BASEIO& device, const MAILBOXCALL& call, int lines, STRING& result) {
     result = "";
-    progress.Show(TEXT_CONNECTING, server);
-    char reply[POP_LINE];
-    if (!PopLogin(device, server, user, password, reply) || !Ask(device, "STAT", reply)) {
-        result = LISTING::ErrorText(reply);
-        return false;
-    }
-    STRING stat = reply;
-    STRING count = stat.Word(1, " ", WORD_NEVERNULL), bytes = stat.Word(2, " ", WORD_NEVERNULL);
-    LISTING::WRITER listing;
-    listing.Append(LISTING::SummaryLine(count, count, false, bytes).View());
-
-    // Numbers grow with arrival: the newest mail comes first.
-    const int total = atoi(count);
-    for (int number = total; number >= 1 && listing.Length() < PopTimes.ListingBytes; --number) {
-        STRING position;
-        position.Format(" %d/%d", total - number + 1, total);
-        progress.Show(TEXT_READING, position);
-        if (!ReadMail(device, number, lines, listing))
-            break;
-    }
-    char farewell[256];
-    bool ok = Ask(device, "QUIT", farewell);
+    call.Progress.Show(TEXT_CONNECTING, call.Server);
+    TALK talk(device, call);
+    const bool ok = talk.LogOn() && ShowAll(talk, call.Progress, lines, result);
+    if (!ok)
+        result = talk.Error();
     device.DropCall();
-    result = listing.Take();
     return ok;
 }
 
-bool PopDelete(const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password,
-               const STRING& ids) {
+bool PopDelete(const MAILBOXCALL& call, const STRING& ids, STRING& error) {
     TCPIPIO device("", "", "");
-    Trace("TARNWICK::PopDelete  %s\n", ids.Text());
-    progress.Show(TEXT_CONNECTING, server);
-    char reply[POP_LINE];
-    if (!PopLogin(device, server, user, password, reply) || !Ask(device, "STAT", reply))
-        return false;
+    return PopErase(device, call, ids, error);
+}
 
-    int running = 0;
-    WORDCURSOR lines(ids, "\n");
-    for (std::string_view line; lines.Next(line);) {
-        if (line.empty())
-            continue;
-        STRING id(line), position;
-        Trace("TARNWICK::PopDelete delete %s\n", id.Text());
-        position.Format(" %d", ++running);
-        progress.Show(TEXT_DELETING, position);
-        // The connection is dropped without QUIT, which takes back every DELE so far.
-        if (!DeleteOne(device, id))
-            return false;
-    }
-    return Ask(device, "QUIT", reply);
+bool PopErase(BASEIO& device, const MAILBOXCALL& call, const STRING& ids, STRING& error) {
+    Trace("TARNWICK::PopDelete  %s\n", ids.Text());
+    call.Progress.Show(TEXT_CONNECTING, call.Server);
+    TALK talk(device, call);
+    const bool ok = talk.LogOn() && EraseAll(talk, call.Progress, ids);
+    if (!ok)
+        error = talk.Error().Mid(static_cast<int>(strlen(ERROR_PREFIX)));
+    device.DropCall();
+    return ok;
 }

@@ -12,35 +12,31 @@
 struct POPTIMES {
     int GreetingMs = 40000;
     int ReplyMs = 10000;             // each other line
+    int64_t MailBytes = 16 << 20;    // what is kept of one mail: nobody's mail takes the room of the others
     int64_t ListingBytes = 1 << 30;  // reading ends behind the mail that passes this: no server fills the memory
+    int64_t MailPrice = 2048;        // counted beside its bytes for each mail: what its record takes at least
 };
 extern POPTIMES PopTimes;
 
 /// Body lines that are asked for when an item's DownloadMailTexts is on.
 inline constexpr int POP_BODY_LINES = 100;
-/// The buffer of a reply line: longer lines come in pieces.
-inline constexpr int POP_LINE = 1024;
 
-/// Connects and logs on. In every case `reply` holds the last line that was read ("" after a time-out), or "-ERR " and
-/// the device's text if there is no connection.
-bool PopLogin(BASEIO& device, const STRING& server, const STRING& user, const STRING& password,
-              char (&reply)[POP_LINE]);
-
-/// Reads the mailbox, newest mail first, with `lines` lines of each body, into a listing with "+OK " in front. True
-/// only if QUIT was acknowledged too; false with "-ERR " and the server's line if the log-on or STAT failed, false with
-/// the listing if only QUIT did.
-bool PopGet(const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password, int lines,
-            STRING& result);
+/// Reads the mailbox, newest mail first, with `lines` lines of each body, into a listing with "+OK " in front; a single
+/// mail that the server refuses to show is left out. True if the listing is whole, whatever the server says to QUIT;
+/// else false with "-ERR " and the server's line, or what has ended the conversation, or nothing if the server fell
+/// silent before the first mail.
+bool PopGet(const MAILBOXCALL& call, int lines, STRING& result);
 
 /// The same over a device of the caller's, which is offline at first, and destroyed behind it.
-bool PopRead(BASEIO& device, const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password,
-             int lines, STRING& result);
+bool PopRead(BASEIO& device, const MAILBOXCALL& call, int lines, STRING& result);
 
 /// Deletes mails by ids of the form "number|size", one a line, all or none: the server carries the deletions out at
 /// QUIT, which is sent only if all went well. A mail whose size is no longer the one of its id is passed over. True if
-/// QUIT was acknowledged.
-bool PopDelete(const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password,
-               const STRING& ids);
+/// QUIT was acknowledged; else `error` says why as PopGet does, without "-ERR ".
+bool PopDelete(const MAILBOXCALL& call, const STRING& ids, STRING& error);
+
+/// The same over a device of the caller's.
+bool PopErase(BASEIO& device, const MAILBOXCALL& call, const STRING& ids, STRING& error);
 
 /// The row of POP3 in the table of handlers.
 extern const MAILHANDLER PopHandler;

@@ -19,7 +19,7 @@ namespace {
 constexpr int POOL_BLOCK = 96;
 constexpr int POOL_MAX = 127;
 constexpr int FORMAT_BUFFER = 2048;
-constexpr int MAX_LENGTH = std::numeric_limits<int32_t>::max() - 1;
+constexpr int MAX_LENGTH = STRING::MAX_LENGTH;
 
 // Never destroyed: strings with static lifetime may be freed after everything else.
 struct BLOCKPOOL {
@@ -38,6 +38,11 @@ int FormatInto(char* buffer, const char* fmt, va_list args) {
     int count = vsnprintf(buffer, FORMAT_BUFFER, fmt, args);
     ASSERTION(count >= 0 && count < FORMAT_BUFFER - 1, "rc<sizeof(buf)-1");
     return std::clamp(count, 0, FORMAT_BUFFER - 1);
+}
+
+// A size as a length; 0 if no STRING can be so long.
+int AsLength(size_t size) {
+    return ASSERTION(size <= MAX_LENGTH, "this->BufLen>=(l+1)") ? static_cast<int>(size) : 0;
 }
 
 STRING Join(std::string_view left, std::string_view right) {
@@ -131,12 +136,12 @@ void ClosePool() {
 
 STRING::STRING(const char* text) {
     if (text)
-        Make(static_cast<int>(strlen(text)), text);
+        Make(AsLength(strlen(text)), text);
 }
 
 STRING::STRING(std::string_view text) {
     static const char nothing = 0;
-    Make(static_cast<int>(text.size()), text.data() ? text.data() : &nothing);
+    Make(AsLength(text.size()), text.data() ? text.data() : &nothing);
 }
 
 STRING::STRING(const STRING& other) : BlockSize(other.BlockSize), Flags(other.Flags) {
@@ -258,10 +263,14 @@ void STRING::Append(const char* text, int length) {
     if (!op1)
         return;
     if (length == -1)
-        length = static_cast<int>(strlen(op1));
+        length = AsLength(strlen(op1));
     else if (!text)
         length = std::min(length, static_cast<int>(strlen(op1)));  // the caller's length is not of what stands in
     AppendBytes(op1, length);
+}
+
+void STRING::AppendBytes(std::string_view bytes) {
+    AppendBytes(bytes.data(), AsLength(bytes.size()));
 }
 
 void STRING::AppendBytes(const char* bytes, int n) {

@@ -34,6 +34,9 @@ void ClosePool();
 /// and at most 2^31-2. A STRING has no lock: one thread at a time.
 class STRING {
  public:
+    /// The longest text, in bytes. A longer one is a failed assertion, and is left out.
+    static constexpr int MAX_LENGTH = 0x7ffffffe;
+
     /// A null string that grows in steps of 96 bytes.
     STRING() = default;
     /// A null string that grows in steps of blockSize bytes (above 0).
@@ -83,7 +86,7 @@ class STRING {
     void Append(const char* text, int length = -1);
     /// Appends n bytes; a null string becomes non-null, even with n 0.
     void AppendBytes(const char* bytes, int n);
-    void AppendBytes(std::string_view bytes) { AppendBytes(bytes.data(), static_cast<int>(bytes.size())); }
+    void AppendBytes(std::string_view bytes);
     /// Appends the bytes of other; a null other adds nothing.
     STRING& operator+=(const STRING& other);
 

@@ -5,14 +5,14 @@
 
 #include "corelib/base/trace.h"
 
-bool TCP::WriteCommand(BASEIO& device, const char* command, char* reply, int replySize, int timeoutMs) {
+bool TCP::WriteCommand(BASEIO& device, const char* command, char* reply, int replySize, int timeoutMs, bool* whole) {
     STRING line = command;
     line.Append("\r\n");
     Trace("TCP::WriteCommand before %s\n", FailOnNull(command, "WriteCommand"));
     device.Write(line.Text(), -1);
     if (!reply || timeoutMs == 0)
         return true;
-    bool ok = ReadLine(device, reply, replySize, timeoutMs);
+    bool ok = ReadLine(device, reply, replySize, timeoutMs, whole);
     Trace("TCP::WriteCommand %s returned %s\n", FailOnNull(command, "WriteCommand"), reply);
     return ok;
 }

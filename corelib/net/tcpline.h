@@ -5,9 +5,10 @@
 /// The line exchange that POP3, IMAP and SMTP share.
 namespace TCP {
 
-/// Sends command and CR LF. With a reply buffer and a timeoutMs above 0 it then reads one line, and returns what
-/// ReadLine returns; otherwise true. The trace shows commands as they are.
-bool WriteCommand(BASEIO& device, const char* command, char* reply, int replySize, int timeoutMs);
+/// Sends command and CR LF. With a reply buffer and a timeoutMs above 0 it then reads one line into it, and
+/// returns and tells what ReadLine does; otherwise true. The trace shows commands as they are.
+bool WriteCommand(BASEIO& device, const char* command, char* reply, int replySize, int timeoutMs,
+                  bool* whole = nullptr);
 
 /// Reads one line of at most size-1 bytes into buffer, without its line break and without any "\r". A longer line comes
 /// in pieces; what has come of a line when timeoutMs has passed comes as if it were the line. False, with an empty

@@ -57,6 +57,15 @@ class SHORTTIMES {
 class RECORDINGROW : public ROWFRONTEND, public NUMBERTEXTS {
  public:
     PROGRESS Progress() { return {*this, *this, 4096}; }
+    /// A call that reports here and asks StopAsked. For as long as this object lives.
+    MAILBOXCALL Call(const STRING& server, const STRING& user = "joe", const STRING& password = "pw") {
+        return {NoKeys, OwnProgress, NoKeys, StopAsked, server, user, password};
+    }
+    STOPQUESTION StopAsked;
+
+ private:
+    const PROGRESS OwnProgress{*this, *this, 4096};
+    const STRINGARRAY NoKeys;
 };
 
 /// What came of a call: its truth value, and the listing or the error text.

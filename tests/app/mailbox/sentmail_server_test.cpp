@@ -4,7 +4,7 @@
 
 #include "app/mailbox/pop3.h"
 #include "corelib/net/email.h"
-#include "tests/app/apptest.h"
+#include "tests/app/mailbox/mailboxsupport.h"
 #include "tests/servers/mailserver.h"
 
 namespace {
@@ -43,10 +43,9 @@ TEST(SentMail, ArrivesAsItIsAndCanBeSentOnAsItWasRead) {
                 testing::StartsWith("1: 250 "));
     EXPECT_EQ(Arrived(boxes, "reader"), arrived) << server.Log();
 
-    FRONTEND nobody;
-    const NUMBERTEXTS texts;
+    RECORDINGROW row;
     STRING listing;
-    EXPECT_TRUE(PopGet({nobody, texts, 1}, boxes.PopServer(), "reader", "secret", POP_BODY_LINES, listing));
+    EXPECT_TRUE(PopGet(row.Call(boxes.PopServer(), "reader", "secret"), POP_BODY_LINES, listing));
     const std::string read = Std(listing.Mid(listing.Pos("\nMessage-Id:") + 1).Word(0, "\1"));
     EXPECT_EQ(read, head + "body \xfc\n..dot\n\n" + longLine + "\nend\n.\n") << "with the dots of the wire";
     EXPECT_THAT(Send(server, "second@delivered.example", read), testing::StartsWith("1: 250 "));
