@@ -133,19 +133,6 @@ TEST(PopGet, NothingInAMailEndsItOrChangesAnother) {
     }
 }
 
-TEST(PopGet, ALineMayTakeLongerThanItsFirstByte) {
-    const std::string line(30, 'x');
-    SCRIPT script = ServerScript(GREETING, Deviating(TOP2, OK, {}));
-    script.push_back(PLAY::Drip("A: " + line + "\r\n\r\n." + line + "\r\n.\r\n"));
-    const SCRIPT rest = ServerScript("", From(LIST1));
-    script.insert(script.end(), rest.begin() + 1, rest.end());
-    Patiently(true, [&] {
-        SCRIPTEDSERVER server(script);
-        const std::string block = "X-Size: 40\nX-Message-Id: 2|40\nA: " + line + "\n\n." + line + "\n.\n\1";
-        return Problem(server, WHOLE, Get(server), {true, SUMMARY + block + BLOCK1});
-    });
-}
-
 TEST(PopGet, AHangUpIsAFailureUpToTheEndOfTheLastMail) {
     const SCRIPT script = ServerScript(GREETING, WHOLE);
     const int total = ServerBytes(script), whole = total - static_cast<int>(WHOLE[QUIT].second.size());
