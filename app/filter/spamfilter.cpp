@@ -22,6 +22,9 @@ constexpr int TEXT_INDICATIONS = 3034;
 constexpr int TEXT_SUBJECT = 3037;
 constexpr int TEXT_ONLY = 3040;
 
+// The reports of all mails of a listing. Behind it mails get none, and their points all the same.
+constexpr size_t REPORTS_BYTES = 1 << 29;
+
 }  // namespace
 
 int SPAMFILTER::LoadSpamDefinitions() {
@@ -67,7 +70,7 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
     std::vector<std::string> headers;
     std::vector<std::string_view> blocks;
     int64_t sum = 0;
-    size_t bytes = static_cast<size_t>(summary.Line.Length()) + 1;
+    size_t bytes = static_cast<size_t>(summary.Line.Length()) + 1, reports = 0;
     std::string_view rest = listing.View().substr(std::min(bytes, listing.View().size()));
     while (!rest.empty()) {
         const std::string_view block = rest.substr(0, rest.find(LISTING::BLOCK_END));
@@ -83,7 +86,9 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
             std::string report;
             score = Score(*table, *scanner, block, &report, handle, status);
             std::replace(report.begin(), report.end(), '\n', REASON_LINE_END);
-            header = "X-SpamReason: " + report + "\n";
+            reports += report.size();
+            if (reports <= REPORTS_BYTES)
+                header = "X-SpamReason: " + report + "\n";
         }
         sum += score.Result;
         header += "X-SpamPoints: " + std::to_string(score.Result) + "\n";

@@ -21,6 +21,12 @@ constexpr int TEXT_SUBJECT_CHECK = 3029;
 constexpr int TEXT_RECIPIENT_CHECK = 3030;
 
 constexpr int TOP_LINES = 3;
+
+// The report of a mail that is nothing but words would be ten times as long as the mail. It ends behind so many bytes
+// and a part of the mail's own.
+constexpr size_t DETAILS_BYTES = 8192;
+constexpr size_t DETAILS_PART = 4;
+constexpr std::string_view DETAILS_CUT = "    ...\n";
 constexpr uint32_t HEADER_ZONES = SPAMFLAG_FROM | SPAMFLAG_TO | SPAMFLAG_SUBJECT;
 
 size_t Position(std::string_view line, std::string_view word, size_t start, bool withCase) {
@@ -121,6 +127,7 @@ void WORDSCANNER::Scan(std::string_view message) {
     ToLine = "To: ";
     CcLine = "Cc: ";
     Details.clear();
+    DetailsLimit = DETAILS_BYTES + message.size() / DETAILS_PART;
     Found.fill(0);
     Zone = 0;
     InHeader = true;
@@ -147,8 +154,12 @@ void WORDSCANNER::Scan(std::string_view message) {
 }
 
 void WORDSCANNER::AddReportLine(int points, int significance, std::string_view text, std::string_view remark) {
-    Details += SpamReportLine(points, significance, text, remark);
     LastSignificance = significance;
+    if (Details.size() < DetailsLimit) {
+        Details += SpamReportLine(points, significance, text, remark);
+        if (Details.size() >= DetailsLimit)
+            Details += DETAILS_CUT;
+    }
 }
 
 void WORDSCANNER::EndHeader() {

@@ -63,7 +63,7 @@ class WORDSCANNER {
     int LastSignificance = 0;  // of the last report line
     STRING SubjectLine;        // whole, as it came
     STRING FromValue;
-    std::string Details;  // the report lines, in the order of finding
+    std::string Details;  // the report lines, in the order of finding; of very many only the first
 
  private:
     void AddReportLine(int points, int significance, std::string_view text, std::string_view remark);
@@ -85,6 +85,7 @@ class WORDSCANNER {
     const STRING ExceptionLabel, ExceptionRemark, MailingLabel, WordLabel, SubjectLabel, RecipientsLabel;
 
     // The state of one scan.
+    size_t DetailsLimit = 0;
     uint32_t Zone = 0;
     bool InHeader = true;
     int BodyLines = 0;

@@ -24,9 +24,6 @@ constexpr const char* NO_END = "999 TOP reply without end";
 constexpr const char* BAD_STAT = "999 STAT result error";
 constexpr const char* BAD_LIST = "999 LIST result error";
 
-/// The buffer of a line: longer ones come in pieces.
-constexpr int LINE_BYTES = 1024;
-
 STRING Join(const char* word, std::string_view argument) {
     STRING command = word;
     command.AppendBytes(argument);
@@ -103,8 +100,8 @@ class TALK {
     const MAILBOXCALL& Call;
     const char* Fault = nullptr;  // what ended the conversation, if it was not the server's word
     bool LoggedOn = false;
-    char Reply[LINE_BYTES] = "";
-    char Line[LINE_BYTES];  // of a mail
+    char Reply[POP_LINE] = "";
+    char Line[POP_LINE];  // of a mail
 };
 
 bool TALK::Fail(const char* reason) {
@@ -181,11 +178,11 @@ bool TALK::ReadPiece(int& length) {
     length = 0;
     // The device stops at a zero byte and when the time is up, too: neither ends a line.
     do {
-        int count = LINE_BYTES - 1 - length;
+        int count = POP_LINE - 1 - length;
         if (!Device.Read(Line + length, &count, PopTimes.ReplyMs, "\n"))
             return NoAnswer();
         length += count;
-    } while (length < LINE_BYTES - 1 && Line[length - 1] != '\n');
+    } while (length < POP_LINE - 1 && Line[length - 1] != '\n');
     return true;
 }
 

@@ -14,12 +14,14 @@ struct POPTIMES {
     int ReplyMs = 10000;             // each other line
     int64_t MailBytes = 16 << 20;    // what is kept of one mail: nobody's mail takes the room of the others
     int64_t ListingBytes = 1 << 30;  // reading ends behind the mail that passes this: no server fills the memory
-    int64_t MailPrice = 2048;        // counted beside its bytes for each mail: what its record takes at least
+    int64_t MailPrice = 3072;        // counted beside its bytes for each mail: what its record takes at least
 };
 extern POPTIMES PopTimes;
 
 /// Body lines that are asked for when an item's DownloadMailTexts is on.
 inline constexpr int POP_BODY_LINES = 100;
+/// The buffer of a line: longer ones come in pieces.
+inline constexpr int POP_LINE = 1024;
 
 /// Reads the mailbox, newest mail first, with `lines` lines of each body, into a listing with "+OK " in front; a single
 /// mail that the server refuses to show is left out. True if the listing is whole, whatever the server says to QUIT;
