@@ -18,7 +18,7 @@ namespace {
 
 constexpr const char* ERROR_PREFIX = "-ERR ";
 constexpr const char* DISCONNECTED = "Remote disconnected";
-constexpr const char* STOPPED = "999 Stopped";
+constexpr const char* STOPPED = "Stopped";
 constexpr const char* SILENT = "999 Read Timeout";
 constexpr const char* NO_END = "999 TOP reply without end";
 constexpr const char* BAD_STAT = "999 STAT result error";

@@ -176,6 +176,7 @@ TEST_F(Scanner, TakesALineOfAMegabyteCalmly) {
     EXPECT_EQ(scanner.TotalPoints, 1) << "the second occurrence has a letter in front";
     scanner.Scan("To: me@here.example\n\n" + std::string(1 << 20, '!'));
     EXPECT_EQ(scanner.TotalPoints, 1 << 20);
+    EXPECT_LT(scanner.Details.size(), size_t{1} << 19) << "a report is no longer than the mail";
     scanner.Scan("To: me@here.example\nFrom: " + std::string(1 << 20, 'b') + " c\n\n");
     EXPECT_EQ(scanner.TotalPoints, (1 << 20) + 30) << "30 of these for the name";
 }

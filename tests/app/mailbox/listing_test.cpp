@@ -42,6 +42,11 @@ TEST(Listing, WriterGivesBackItsPieces) {
     EXPECT_TRUE(text == expected);
     EXPECT_LT(text.GetBufLen(), static_cast<int>(expected.size()) + 1024);
     EXPECT_EQ(writer.Length(), 0);
+
+    EXPECT_ASSERTIONS(1);
+    writer.Append("x");
+    writer.Append(std::string_view("y", size_t{STRING::MAX_LENGTH}));
+    EXPECT_EQ(writer.Take(), "x") << "a listing is no longer than a STRING";
 }
 
 }  // namespace

@@ -59,12 +59,16 @@ TEST(StringTest, TakesPiecesOfItself) {
 
 TEST(StringTest, LengthsEndAtTheTypesLimit) {
     STRING text("x"), none;
-    EXPECT_ASSERTIONS(3);
+    EXPECT_ASSERTIONS(5);
     text.Make(INT_MAX, nullptr);
     text.AppendBytes("y", INT_MAX);
     none.Make(INT_MAX, "z");
+    // Longer than an int can say, with an end that would fit.
+    const std::string_view tooLong("yyyyy", (size_t{1} << 32) + 5);
+    text.AppendBytes(tooLong);
     EXPECT_EQ(text, "x");
     EXPECT_FALSE(none.NotNull());
+    EXPECT_EQ(STRING(tooLong), "");
     EXPECT_EQ(text.Right(INT_MIN), "");
 }
 

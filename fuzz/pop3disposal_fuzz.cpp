@@ -1,0 +1,66 @@
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "app/mailbox/pop3.h"
+#include "fuzz/saidserver.h"
+
+namespace {
+
+constexpr const char* IDS = "3|300\n1|120\n12|5000000000\n";
+
+// The reply to a command that asks for a mail, in the words in which a server may say it.
+bool Agrees(std::string_view reply, const std::string& number, const std::string& size) {
+    std::vector<std::string> words(1);
+    for (const char ch : reply) {
+        if (ch == ' ' || ch == '\t')
+            words.emplace_back();
+        else if (ch != '\r')
+            words.back() += ch;
+        if (words.back().empty() && words.size() > 1 && words[words.size() - 2].empty())
+            words.pop_back();
+    }
+    const auto value = [&](size_t i) {
+        const size_t digits = i < words.size() ? words[i].find_first_not_of('0') : std::string::npos;
+        return digits == std::string::npos ? std::string() : words[i].substr(digits);
+    };
+    return value(1) == number && value(2) == size;
+}
+
+}  // namespace
+
+// Whatever a server says, a mail is deleted only if it was asked for, and if the line before says that it has its size.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    TcpTimes.ReadFailedMs = 1;
+    PopTimes.GreetingMs = PopTimes.ReplyMs = 4;
+    QUIETCALL call;
+    SAIDSERVER server(data, size);
+    STRING error;
+    const bool ok = PopErase(server, call.Call, IDS, error);
+
+    std::vector<std::string_view> lines;
+    for (std::string_view rest(reinterpret_cast<const char*>(data), size); !rest.empty();) {
+        lines.push_back(rest.substr(0, rest.find('\n')));
+        rest.remove_prefix(std::min(lines.back().size() + 1, rest.size()));
+    }
+    bool quit = false;
+    for (size_t i = 0; i < server.Heard.size(); ++i) {
+        const std::string& command = server.Heard[i];
+        quit = command == "QUIT\r\n";
+        if (!command.starts_with("DELE "))
+            continue;
+        const std::string number = command.substr(5, command.size() - 7);
+        const std::string wanted = "\n" + number + "|";
+        const std::string ids = std::string("\n") + IDS;
+        const size_t at = ids.find(wanted);
+        if (at == ids.npos || server.Heard[i - 1] != "LIST " + number + "\r\n")
+            abort();
+        const size_t start = at + wanted.size();
+        // The greeting comes first: the reply to a command is the line behind as many.
+        if (!Agrees(lines.at(i), number, ids.substr(start, ids.find('\n', start) - start)))
+            abort();
+    }
+    if (ok && !quit)
+        abort();
+    return 0;
+}
