@@ -9,10 +9,10 @@
 int main(int argc, char** argv) {
     ImapTimes.PauseMs = 0;
     return MeasureClient(argc, argv, [](char** words) {
-        UNWATCHED progress;
+        UNWATCHED row;
         STRING listing;
-        const bool ok =
-            ImapGet(progress, STRING("127.0.0.1:") || words[0], words[1], words[2], "", atoi(words[3]), listing);
+        const MAILBOXCALL call = row.Call(STRING("127.0.0.1:") || words[0], words[1], words[2]);
+        const bool ok = ImapGet(call, "", atoi(words[3]), listing);
         return ok ? static_cast<long>(listing.Length()) : -1;
     });
 }

@@ -9,7 +9,7 @@ class UNWATCHED {
  public:
     operator PROGRESS&() { return Progress; }
     MAILBOXCALL Call(const STRING& server, const STRING& user, const STRING& password) {
-        return {NoKeys, Progress, NoKeys, StopAsked, server, user, password};
+        return {Item, Progress, NoKeys, StopAsked, server, user, password};
     }
 
  private:
@@ -21,6 +21,6 @@ class UNWATCHED {
     FRONTEND Nobody;
     ONETEXT Texts;
     PROGRESS Progress{Nobody, Texts, 1};
-    STRINGARRAY NoKeys;
+    STRINGARRAY Item, NoKeys;
     STOPQUESTION StopAsked = [] { return false; };
 };

@@ -23,6 +23,7 @@ constexpr ITEMKEY STORED_KEYS[] = {
     {"LastRC", ""},
     {"LastValue", ""},
     {"LastSeenIds", ""},
+    {"UidValidity", ""},  // under what they are valid; without it as long as the mailbox is the same one
     {"LastRefresh", ""},
     {"LastRefreshString", ""},
     {"UpdateSuspended", ""},
@@ -36,6 +37,7 @@ constexpr ITEMKEY STORED_KEYS[] = {
     {"@DeleteMessageId", ""},
     {"@X-DeleteMessageId", ""},
     {"@FileStore", ""},
+    {"@UidValidity", ""},  // as the last listing told
 };
 
 /// Keys whose default is the setting of the same name.

@@ -89,6 +89,19 @@ void ReadRecords(const STRING& listing, int claimed, RECORDARRAY& records) {
     ASSERTION_QUIET(found == claimed, "howmany==numnow", info.Text());
 }
 
+/// Keeps under what the ids of the new listing are valid. True if all ids so far have become those of other mails: what
+/// was queued by them is given up.
+bool TakeUidValidity(STRINGARRAY& item) {
+    const STRING before = item.Get("UidValidity"), now = item.Get("@UidValidity");
+    item.Set("UidValidity", now);
+    if (before.Length() == 0 || now.Length() == 0 || before == now)
+        return false;
+    Trace("TARNWICK::HandleNewMail UIDVALIDITY was %s, is %s, ids forgotten\n", before.Text(), now.Text());
+    for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId"})
+        item.Set(key, "");
+    return true;
+}
+
 STRING CountText(int number, const TEXTS& texts) {
     if (number == 0)
         return texts.Part(TEXT_COUNTS, PART_NONE) || " " || texts.Part(TEXT_COUNTS, PART_MANY);
@@ -109,9 +122,10 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);
     ReadRecords(listing, numNow, records);
 
+    const bool otherIds = TakeUidValidity(item);
     const bool disposalPending = MarkBySpamVerdict(item, records, parts.State, parts.Trash);
 
-    const SEENIDS oldIds(lastSeenIds);
+    const SEENIDS oldIds(otherIds ? STRING("") : lastSeenIds);
     const COUNTS counts = CountRecords(records, oldIds);
     item.Set("LastSeenIds", STRING(std::string_view(counts.SeenIds)));
 

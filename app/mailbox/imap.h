@@ -10,7 +10,7 @@
 
 /// Time-outs and pauses, and the most that a server may say. Tests shrink them.
 struct IMAPTIMES {
-    int LineMs = 5000;               // each line, the greeting too
+    int LineMs = 5000;               // each line, the greeting too, and each piece of a literal
     int PauseMs = 250;               // behind LOGIN when reading, ahead of it when deleting and moving
     int ReplySeconds = 300;          // a reply whose lines take longer than this has no end, and so has one
     int64_t ReplyBytes = 16 << 20;   // of more bytes; the list of two million mails is as long
@@ -21,29 +21,27 @@ extern IMAPTIMES ImapTimes;
 /// Bytes of the body that are asked for when an item's DownloadMailTexts is on.
 inline constexpr int IMAP_BODY_BYTES = 4096;
 
-/// One command, with the next tag in front, and its reply: all lines up to the tagged one, each ended by "\n", those in
-/// front of the last one by "\r\n" if crlf is set, as the length of a literal counts them. `line`, of `size` bytes,
-/// then holds the last line: the tagged one; or nothing, if no more lines came; or an error text, if the reply had no
-/// end. The tag's counter is one for all conversations, which are held one at a time.
-STRING ImapCommand(BASEIO& device, const STRING& command, char* line, int size, bool crlf);
-
 /// Reads a folder ("" for the inbox), newest mail first, with at most `bytes` bytes of each mail's first body part,
-/// into a listing with "+OK " in front. False, with "-ERR " and the server's last line, if anything at all went wrong.
-bool ImapGet(const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password,
-             const STRING& folder, int bytes, STRING& result);
+/// into a listing with "+OK " in front, and stores in the item's @UidValidity under what its UIDs are valid. False,
+/// with "-ERR " and the server's last line, if anything at all went wrong; a server that is gone before it has
+/// confirmed LOGOUT is no such thing.
+bool ImapGet(const MAILBOXCALL& call, const STRING& folder, int bytes, STRING& result);
 
 /// The same over a device of the caller's, which is offline at first, and destroyed behind it.
-bool ImapRead(BASEIO& device, const PROGRESS& progress, const STRING& server, const STRING& user,
-              const STRING& password, const STRING& folder, int bytes, STRING& result);
+bool ImapRead(BASEIO& device, const MAILBOXCALL& call, const STRING& folder, int bytes, STRING& result);
 
-/// Deletes mails of the inbox by their UIDs, one a line; one that has gone is passed over. Then `error` is "OK"; on
-/// failure it has the reply without its tag, and is empty if there was none. What is marked as deleted stays so.
-bool ImapDelete(const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password,
-                const STRING& ids, STRING& error);
+/// Deletes mails by their UIDs, one a line, in the folder that the item reads; one that has gone is passed over, and so
+/// is what is no number. If the UIDs are not what they were at the listing (the item's UidValidity), none goes. Then
+/// `error` is "OK"; on failure it has the reply without its tag, and is empty if there was none. What is marked as
+/// deleted stays so.
+bool ImapDelete(const MAILBOXCALL& call, const STRING& ids, STRING& error);
 
-/// The same with a copy in `folder` made first; `error` lacks the reply's status word, too.
-bool ImapMove(const PROGRESS& progress, const STRING& server, const STRING& user, const STRING& password,
-              const STRING& ids, const STRING& folder, STRING& error);
+/// The same with a copy in `folder` made first; `error` lacks the reply's status word, too. Mails that are in that
+/// folder stay as they are.
+bool ImapMove(const MAILBOXCALL& call, const STRING& ids, const STRING& folder, STRING& error);
+
+/// The two over a device of the caller's: a move if there is a `folder`.
+bool ImapDispose(BASEIO& device, const MAILBOXCALL& call, const STRING& ids, const STRING* folder, STRING& error);
 
 /// The row of IMAP in the table of handlers.
 extern const MAILHANDLER ImapHandler;

@@ -30,7 +30,7 @@ class PROGRESS {
 
 /// One call on one mailbox, as a handler gets it. Lives for that call.
 struct MAILBOXCALL {
-    const STRINGARRAY& Item;  // for what only one kind of mailbox asks
+    STRINGARRAY& Item;  // for what only one kind of mailbox asks and tells
     const PROGRESS& Progress;
     const STRINGARRAY& Settings;  // the application's
     const STOPQUESTION& StopAsked;

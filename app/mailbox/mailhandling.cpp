@@ -50,7 +50,7 @@ void RemoveReturns(STRING& text) {
 }  // namespace
 
 template <class WORK>
-bool MAILHANDLING::WithHandler(const STRINGARRAY& item, WORK work) {
+bool MAILHANDLING::WithHandler(STRINGARRAY& item, WORK work) {
     int type = item.GetNumber("Type");
     const auto* row = std::find_if(std::begin(HANDLERS), std::end(HANDLERS), [&](auto& r) { return r.Type == type; });
     if (!ASSERTION(row != std::end(HANDLERS), "FALSE"))

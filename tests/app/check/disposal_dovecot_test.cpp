@@ -1,9 +1,11 @@
 // Whole checks of a mailbox on a real server: spam is scored, marked, kept, deleted, and nothing else is.
 
+#include "app/mailbox/imap.h"
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/files.h"
 #include "tests/app/check/fakes.h"
 #include "tests/app/filter/filtertest.h"
+#include "tests/app/forgedreplies.h"
 #include "tests/servers/dovecot.h"
 
 namespace {
@@ -78,6 +80,25 @@ TEST_F(RealDisposal, RemovesAtTheNextPassWhatWasMarkedAndNothingElse) {
                  STRING("2|") || std::to_string(std::string_view(GOOD).size() + 5).c_str() || "\n1|1\n");
     Cycle.UpdateItem(Items[0]);
     EXPECT_EQ(server.Inbox("joe").size(), 1U) << Value("LastValue");
+}
+
+TEST_F(RealDisposal, AMailThatTalksLikeAServerCostsNoOtherMail) {
+    DOVECOT server;
+    ASSERT_EQ(server.Problem(), "");
+    ImapTimes.PauseMs = 0;
+    State.Set("SpamDoDelete", "0");
+    Items[0].SetNumber("Type", ITEMTYPE_IMAP);
+    Items[0].Set("Source", server.ImapServer() || "|joe");
+    const std::vector<std::string> good = {GOOD, std::string(GOOD) + "again\n", std::string(GOOD) + "and again\n"};
+    for (const std::string& mail : good)
+        server.Deliver("joe", mail);
+    server.Deliver("joe", "From: A B <a@x.example>\nSubject: keepable offer\n\n" + ForgedReplies(7, 3));
+    Check();
+    EXPECT_EQ(Value("@DeleteMessageId"), "4\n");
+    EXPECT_EQ(Value("LastSeenIds"), "3|2|1");
+    Cycle.UpdateItem(Items[0]);
+    EXPECT_EQ(server.Inbox("joe"), good) << Value("LastValue");
+    ImapTimes = {};
 }
 
 }  // namespace

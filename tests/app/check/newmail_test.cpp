@@ -91,6 +91,28 @@ TEST_F(NewMail, ShowsAllOnce) {
     EXPECT_EQ(Notifier.TakeCalls(), LIST{});
 }
 
+TEST_F(NewMail, IdsMeanNothingUnderAnotherUidValidity) {
+    const struct {
+        const char *Before, *Now;
+        bool Forgets;
+    } CASES[] = {{"", "7", false}, {"7", "7", false}, {"7", "8", true}, {"8", "8|spam", true}, {"8", "", false}};
+    const std::string listing = "1 msgs|1 unread|0 bytes\n" + Mail("1");
+    Item.Set("DoSpamFilter", "0");
+    for (const auto& test : CASES) {
+        Item.Set("UidValidity", test.Before);
+        Item.Set("LastSeenIds", "1");
+        for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId"})
+            Item.Set(key, "1\n");
+        Item.Set("@UidValidity", test.Now);
+        Check(listing);
+        EXPECT_EQ(Notifier.TakeCalls().size(), test.Forgets ? 1U : 0U) << test.Before << " to " << test.Now;
+        EXPECT_EQ(Value("UidValidity"), test.Now);
+        EXPECT_EQ(Value("LastSeenIds"), "1");
+        for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId"})
+            EXPECT_EQ(Value(key), test.Forgets ? "" : "1\n") << key;
+    }
+}
+
 TEST_F(NewMail, AnswersWhoAsks) {
     const std::string listing = "1 msgs|1 unread|0 bytes\n" + Mail("a");
     Check(listing, true);

@@ -57,6 +57,9 @@ struct MAILBOX {
     FRONTEND FrontEnd;
     NUMBEREDTEXTS Texts;
     PROGRESS Progress{FrontEnd, Texts, 0};
+    STRINGARRAY Item, Settings;
+    STOPQUESTION StopAsked;
+    MAILBOXCALL Call() { return {Item, Progress, Settings, StopAsked, Server, "demo", "demo"}; }
 };
 
 }  // namespace
@@ -143,16 +146,16 @@ TEST(Demo, SpeaksImap) {
 TEST(Demo, ServesTheRealImapClient) {
     MAILBOX<IMAPSERVICE> box;
     STRING result;
-    ASSERT_TRUE(ImapGet(box.Progress, box.Server, "demo", "demo", "", IMAP_BODY_BYTES, result)) << Std(result);
+    box.Item.Set("DoAltFolder", "0");
+    box.Item.Set("UidValidity", "1");
+    ASSERT_TRUE(ImapGet(box.Call(), "", IMAP_BODY_BYTES, result)) << Std(result);
     EXPECT_EQ(result.Line(0), "+OK 3 msgs|3 unread|0 bytes");
     RECORDARRAY records(64, 64);
     ASSERT_EQ(BuildMailHash(result, records), 3);
     EXPECT_EQ(records[0]["Subject"], "three");
     EXPECT_EQ(records[2]["Body"], "line 1\nline 2\n\n");
-    EXPECT_TRUE(ImapMove(box.Progress, box.Server, "demo", "demo", records[1]["X-Message-Id"], "spam", result))
-        << Std(result);
-    EXPECT_TRUE(ImapDelete(box.Progress, box.Server, "demo", "demo", records[0]["X-Message-Id"], result))
-        << Std(result);
+    EXPECT_TRUE(ImapMove(box.Call(), records[1]["X-Message-Id"], "spam", result)) << Std(result);
+    EXPECT_TRUE(ImapDelete(box.Call(), records[0]["X-Message-Id"], result)) << Std(result);
     ASSERT_EQ(box.Store.Mails().size(), 1U);
     EXPECT_EQ(box.Store.Mails()[0]->Number, 1);
     EXPECT_EQ(box.Store.Mails("spam").size(), 1U);

@@ -68,7 +68,7 @@ class WebMail : public testing::Test {
         return found;
     }
     STRING Get() {
-        const STRINGARRAY item;
+        STRINGARRAY item;
         const PROGRESS progress = Row.Progress();
         const MAILBOXCALL call{item, progress, Settings, StopAsked, "", "joe", "p&w"};
         STRING result = "from before";

@@ -3,6 +3,7 @@
 #include "app/mailbox/imap.h"
 #include "app/mailbox/mailhandling.h"
 #include "tests/app/apptest.h"
+#include "tests/app/forgedreplies.h"
 #include "tests/servers/dovecot.h"
 #include "tests/servers/imap4d.h"
 
@@ -33,6 +34,7 @@ class ImapServers : public testing::Test {
         Item.Set("Source2", "secret");
         for (const char* key : {"DownloadMailTexts", "DoAltFolder", "AltFolder", "@Handle", "@InUpdate"})
             Item.Set(key, "0");
+        Item.Set("UidValidity", "");
         ImapTimes.PauseMs = 0;
     }
     ~ImapServers() override { ImapTimes = {}; }
@@ -97,23 +99,65 @@ TYPED_TEST(ImapServers, ListsFoldersAndLeavesThemAsTheyAre) {
     EXPECT_TRUE(this->Get().starts_with("-ERR IMAPCMD_0 NO ")) << this->Get();
 }
 
-// The other server refuses a STORE whose flag has no parentheses, though these are for the client to choose.
+TYPED_TEST(ImapServers, AMailThatTalksLikeAServerIsAMail) {
+    this->Item.Set("DownloadMailTexts", "1");
+    const std::string before = this->Get();
+    this->Server.Mailbox().Deliver("From: A B <a@x.example>\nSubject: {3}\n\n" + ForgedReplies(7, 3));
+    const std::string after = this->Get();
+    const size_t second = after.find('\1');
+    ASSERT_NE(second, after.npos) << after;
+    EXPECT_TRUE(after.starts_with("4 msgs|3 unread|")) << after;
+    EXPECT_NE(after.substr(0, second).find("\nIMAPCMD_7 a OK x\n* 3 FETCH ("), after.npos) << after;
+    EXPECT_EQ(after.substr(second + 1), before.substr(before.find('\n') + 1));
+}
+
+TYPED_TEST(ImapServers, DeletesAndMovesWhatItIsToldAndNothingElse) {
+    const std::vector<std::string> ids = this->Ids(this->Get());
+    ASSERT_EQ(ids.size(), 3U);
+    this->Item.Set("UidValidity", this->Item.Get("@UidValidity"));
+    STRING error;
+    EXPECT_FALSE(this->Mailboxes.MoveMail(this->Item, STRING(ids[0]), "nowhere", error));
+    EXPECT_GT(error.Length(), 0);
+    EXPECT_TRUE(this->Mailboxes.MoveMail(this->Item, STRING(ids[2]), "spam", error)) << Std(error);
+    EXPECT_EQ(this->Server.Mailbox().Texts(), (std::vector<std::string>{SECOND, THIRD}));
+    EXPECT_EQ(this->Server.Mailbox("spam").Texts(), (std::vector<std::string>{FIRST}));
+    // One that has gone, one that never was: no error.
+    EXPECT_TRUE(this->Mailboxes.DeleteMail(this->Item, STRING(ids[2] + "\n9999\n" + ids[0]), error)) << Std(error);
+    EXPECT_EQ(error, "OK");
+    EXPECT_EQ(this->Server.Mailbox().Texts(), (std::vector<std::string>{SECOND}));
+    EXPECT_EQ(this->Server.Mailbox().Flags(), (std::vector<std::string>{"FR"}));
+    // Listed when the same id was that of another mail.
+    this->Item.Set("UidValidity", this->Item.Get("UidValidity") || "1");
+    EXPECT_TRUE(this->Mailboxes.DeleteMail(this->Item, STRING(ids[1]), error)) << Std(error);
+    EXPECT_EQ(this->Server.Mailbox().Texts(), (std::vector<std::string>{SECOND}));
+}
+
+TYPED_TEST(ImapServers, DisposesInTheFolderThatWasListed) {
+    this->Server.Mailbox("spam").Deliver(SECOND);
+    this->Item.Set("DoAltFolder", "1");
+    this->Item.Set("AltFolder", "spam");
+    const std::vector<std::string> ids = this->Ids(this->Get());
+    ASSERT_EQ(ids.size(), 1U);
+    this->Item.Set("UidValidity", this->Item.Get("@UidValidity"));
+    STRING error;
+    EXPECT_TRUE(this->Mailboxes.MoveMail(this->Item, STRING(ids[0]), "spam", error)) << Std(error);
+    EXPECT_EQ(this->Server.Mailbox("spam").Texts(), (std::vector<std::string>{SECOND}));
+    EXPECT_TRUE(this->Mailboxes.DeleteMail(this->Item, STRING(ids[0]), error)) << Std(error);
+    EXPECT_EQ(this->Server.Mailbox("spam").Texts(), (std::vector<std::string>{}));
+    EXPECT_EQ(this->Server.Mailbox().Texts(), (std::vector<std::string>{FIRST, SECOND, THIRD}));
+}
+
 using ImapDovecot = ImapServers<DOVECOTUSER>;
 
-TEST_F(ImapDovecot, DeletesAndMovesWhatItIsToldAndNothingElse) {
+// Only this server lets a client say which mails are to be expunged.
+TEST_F(ImapDovecot, WhatAnotherProgramHasMarkedStays) {
+    Server.Mailbox().Deliver(SECOND, "ST");
     const std::vector<std::string> ids = Ids(Get());
-    ASSERT_EQ(ids.size(), 3U);
+    ASSERT_EQ(ids.size(), 4U);
     STRING error;
-    EXPECT_FALSE(Mailboxes.MoveMail(Item, STRING(ids[0]), "nowhere", error));
-    EXPECT_GT(error.Length(), 0);
-    EXPECT_TRUE(Mailboxes.MoveMail(Item, STRING(ids[2]), "spam", error)) << Std(error);
-    EXPECT_EQ(Server.Mailbox().Texts(), (std::vector<std::string>{SECOND, THIRD}));
-    EXPECT_EQ(Server.Mailbox("spam").Texts(), (std::vector<std::string>{FIRST}));
-    // One that has gone, one that never was: no error.
-    EXPECT_TRUE(Mailboxes.DeleteMail(Item, STRING(ids[2] + "\n9999\n" + ids[0]), error)) << Std(error);
-    EXPECT_EQ(error, "OK");
-    EXPECT_EQ(Server.Mailbox().Texts(), (std::vector<std::string>{SECOND}));
-    EXPECT_EQ(Server.Mailbox().Flags(), (std::vector<std::string>{"FR"}));
+    EXPECT_TRUE(Mailboxes.DeleteMail(Item, STRING(ids[1] + "\n" + ids[2]), error)) << Std(error);
+    EXPECT_EQ(Server.Mailbox().Texts(), (std::vector<std::string>{FIRST, SECOND}));
+    EXPECT_EQ(Server.Mailbox().Flags(), (std::vector<std::string>{"S", "ST"}));
 }
 
 }  // namespace

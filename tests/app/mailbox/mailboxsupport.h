@@ -59,9 +59,10 @@ class RECORDINGROW : public ROWFRONTEND, public NUMBERTEXTS {
     PROGRESS Progress() { return {*this, *this, 4096}; }
     /// A call that reports here and asks StopAsked. For as long as this object lives.
     MAILBOXCALL Call(const STRING& server, const STRING& user = "joe", const STRING& password = "pw") {
-        return {NoKeys, OwnProgress, NoKeys, StopAsked, server, user, password};
+        return {Item, OwnProgress, NoKeys, StopAsked, server, user, password};
     }
     STOPQUESTION StopAsked;
+    STRINGARRAY Item;
 
  private:
     const PROGRESS OwnProgress{*this, *this, 4096};

@@ -1,0 +1,203 @@
+#include "app/mailbox/imapconversation.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "app/mailbox/imap.h"
+#include "app/mailbox/imapreply.h"
+#include "corelib/base/ascii.h"
+#include "corelib/base/clock.h"
+#include "corelib/base/trace.h"
+#include "corelib/net/tcpline.h"
+
+IMAPTIMES ImapTimes;
+
+namespace {
+
+constexpr int PIECE_BYTES = 4096;         // of a line
+constexpr int64_t LITERAL_PIECE = 65536;  // of a literal that are waited for at once
+constexpr size_t LAST_LINE_BYTES = 4095;
+
+constexpr std::string_view GREETING_TAG = "* ";
+constexpr const char* NO_END = "IMAP99 BAD reply without end";
+constexpr const char* HUNG_UP = "Remote disconnected";
+
+// Without what could end a line, or the text on it.
+STRING Printable(const STRING& text) {
+    std::string result;
+    for (char c : text.View())
+        if (static_cast<unsigned char>(c) >= ' ' && c != '\x7f')
+            result += c;
+    return STRING(std::string_view(result));
+}
+
+// In quotes, with a backslash in front of the bytes in `escaped`.
+STRING Quoted(std::string_view text, std::string_view escaped) {
+    std::string result = "\"";
+    for (char c : text) {
+        if (escaped.find(c) != escaped.npos)
+            result += '\\';
+        result += c;
+    }
+    return STRING(std::string_view(result += '"'));
+}
+
+STRING LoginName(const STRING& user) {
+    for (char c : user.View())
+        if (!ASCII::IsLetter(c) && !ASCII::IsDigit(c))
+            return Quoted(user.Escape("").View(), "\"");
+    return user;
+}
+
+// True for a text that stands in quotes already: so names with blanks had to be given once.
+bool IsQuoted(std::string_view text) {
+    if (text.size() < 2 || !text.starts_with('"'))
+        return false;
+    size_t at = 1;
+    while (at < text.size() && text[at] != '"')
+        at += text[at] == '\\' ? 2 : 1;
+    return at == text.size() - 1;
+}
+
+}  // namespace
+
+IMAPCONVERSATION::IMAPCONVERSATION(BASEIO& device, const MAILBOXCALL& call)
+    : Device(device), Server(call.Server), User(call.User), Password(call.Password) {
+    Device.SetStopQuestion(call.StopAsked);
+}
+
+bool IMAPCONVERSATION::Connect() {
+    if (!Device.MakeCall((Server || ":143").Text())) {
+        Unconnected = OfConnection = true;
+        Last = Device.GetInfo("LastErrorString");
+        return false;
+    }
+    Begin();
+    return End(ReadLine(), GREETING_TAG);
+}
+
+bool IMAPCONVERSATION::LogIn() {
+    // What the server can do may be more once somebody has logged on.
+    CapabilityKnown = HasUidPlus;
+    STRING bare = Password;
+    bare.Strip('B', " ");
+    return Ask(STRING("LOGIN ") || LoginName(User) || " " || Printable(bare),
+               [this](std::string_view line) { LearnCapability(line); });
+}
+
+bool IMAPCONVERSATION::Ask(const STRING& command, const LISTENER& hear) {
+    STRING line;
+    line.Format("IMAPCMD_%u ", NextTag++);
+    const std::string tag(line.View());
+    line += command;
+    Begin();
+    TCP::WriteCommand(Device, line.Text(), nullptr, 0, 0);
+    bool whole = ReadLine();
+    Trace("TCP::WriteCommand %s returned %s\n", line.Text(), Line.c_str());
+    while (whole && !Line.starts_with(tag)) {
+        if (hear)
+            hear(Line);
+        whole = ReadLine();
+    }
+    return End(whole, tag);
+}
+
+void IMAPCONVERSATION::Begin() {
+    Bytes = 0;
+    Start = CLOCK::Seconds();
+    Endless = false;
+}
+
+bool IMAPCONVERSATION::End(bool whole, std::string_view tag) {
+    const bool good = !Endless && IMAPREPLY::IsGood(Line, tag);
+    const bool last = !Line.empty() && (tag == GREETING_TAG || Line.starts_with(tag));
+    // The rest of a line that has said what counts may be missing.
+    Answered = !Endless && last && (whole || good);
+    Lost = !Answered && !Endless && Device.GetInfo("ONLINE") == "0";
+    OfConnection = Lost && !last;
+    Last = Endless ? NO_END : OfConnection ? HUNG_UP : "";
+    if (last && !Endless)
+        Last = STRING(std::string_view(Line).substr(0, LAST_LINE_BYTES));
+    if (good)
+        LearnCapability(Line);
+    return good;
+}
+
+bool IMAPCONVERSATION::ReadLine() {
+    Line.clear();
+    for (;;) {
+        const size_t from = Line.size();
+        for (bool whole = false; !whole;) {
+            char piece[PIECE_BYTES];
+            if (!TCP::ReadLine(Device, piece, sizeof piece, ImapTimes.LineMs, &whole))
+                return false;
+            const size_t length = strlen(piece);
+            Line.append(piece, length);
+            Bytes += static_cast<int64_t>(length) + 1;
+            if (!IsWithinLimits())
+                return false;
+        }
+        const int64_t literal = IMAPREPLY::LiteralAhead(Line, from);
+        if (literal < 0)
+            return true;
+        Line += "\r\n";
+        if (!ReadLiteral(literal))
+            return false;
+    }
+}
+
+bool IMAPCONVERSATION::ReadLiteral(int64_t bytes) {
+    Endless = bytes > ImapTimes.ReplyBytes - Bytes;
+    Bytes += Endless ? 0 : bytes;
+    while (bytes > 0 && IsWithinLimits()) {
+        const size_t before = Line.size();
+        int piece = static_cast<int>(std::min(bytes, LITERAL_PIECE));
+        Line.resize(before + static_cast<size_t>(piece));
+        const bool come = Device.Read(Line.data() + before, &piece, ImapTimes.LineMs, nullptr);
+        Line.resize(before + static_cast<size_t>(piece));
+        if (!come)
+            return false;
+        bytes -= piece;
+    }
+    return !Endless;
+}
+
+bool IMAPCONVERSATION::IsWithinLimits() {
+    Endless = Endless || Bytes > ImapTimes.ReplyBytes || CLOCK::Seconds() - Start > ImapTimes.ReplySeconds;
+    return !Endless;
+}
+
+bool IMAPCONVERSATION::Select(const STRING& name, FOLDER& folder) {
+    folder = {};
+    return Ask(STRING("SELECT ") || (name.Length() > 0 ? FolderName(name) : STRING("INBOX")),
+               [&](std::string_view line) {
+                   if (folder.Count < 0)
+                       IMAPREPLY::ReadExists(line, folder.Count);
+                   IMAPREPLY::ReadUidValidity(line, folder.Validity);
+               });
+}
+
+STRING IMAPCONVERSATION::FolderName(const STRING& name) {
+    const STRING plain = Printable(name);
+    const auto ordinary = [](char c) { return c > ' ' && !strchr("(){%*\"\\", c); };
+    if (IsQuoted(plain.View()) || (plain.Length() > 0 && std::ranges::all_of(plain.View(), ordinary)))
+        return plain;
+    return Quoted(plain.View(), "\"\\");
+}
+
+bool IMAPCONVERSATION::CanExpungeByUid() {
+    if (!CapabilityKnown)
+        Ask("CAPABILITY", [this](std::string_view line) { LearnCapability(line); });
+    CapabilityKnown = true;
+    return HasUidPlus;
+}
+
+bool IMAPCONVERSATION::Fail(const char* text) {
+    Last = text;
+    OfConnection = false;
+    return false;
+}
+
+void IMAPCONVERSATION::LearnCapability(std::string_view line) {
+    CapabilityKnown = IMAPREPLY::ReadCapability(line, "UIDPLUS", HasUidPlus) || CapabilityKnown;
+}

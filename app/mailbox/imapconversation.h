@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "app/mailbox/mailhandler.h"
+#include "corelib/net/baseio.h"
+
+/// One conversation with an IMAP server: commands and their replies, over a device that outlives it.
+class IMAPCONVERSATION {
+ public:
+    /// Hears each line of a reply but the last one (see IMAPREPLY for its form).
+    using LISTENER = std::function<void(std::string_view line)>;
+
+    /// From now on the device asks the call's stop question.
+    IMAPCONVERSATION(BASEIO& device, const MAILBOXCALL& call);
+
+    /// Connects and hears the greeting; true if the server wants to talk to somebody who has yet to log on.
+    bool Connect();
+    bool LogIn();
+
+    /// Sends a command with the next tag in front, and hears its reply up to the line with that tag; true if the server
+    /// agrees. While the bytes of a literal pass, none of them is taken for anything else.
+    bool Ask(const STRING& command, const LISTENER& hear = {});
+    /// True if the last reply came to its end, whatever it said.
+    bool IsAnswered() const { return Answered; }
+    /// True if it did not, as the server hung up.
+    bool IsLost() const { return Lost; }
+
+    struct FOLDER {
+        int Count = -1;         // mails; -1: the server does not tell
+        uint32_t Validity = 0;  // under another one UIDs name other mails; 0: the server does not tell
+    };
+    /// Selects a folder, "" for the inbox.
+    bool Select(const STRING& name, FOLDER& folder);
+    /// A folder's name as it stands in commands: nothing in it ends the argument or the line.
+    static STRING FolderName(const STRING& name);
+
+    /// True if the server takes the names of the mails that are to be expunged. Asks it at most once, after LogIn.
+    bool CanExpungeByUid();
+
+    /// Puts an error of our own in the place of the last line; false.
+    bool Fail(const char* text);
+    /// The greeting, or the line with the last command's tag, at most 4095 bytes of it, or an error text in its place;
+    /// empty if the server is silent.
+    const STRING& LastLine() const { return Last; }
+    /// The same from its n-th word on, unless it tells of the connection, which has no tag to leave out.
+    STRING LastWords(int n) const { return OfConnection ? Last : Last.Word(n, " ", WORD_NEVERNULL | 1); }
+    /// True if there never was a connection. The last line is the device's text then.
+    bool IsUnconnected() const { return Unconnected; }
+
+ private:
+    // Each is false, with what has come in Line, if the rest did not come or would be too much.
+    bool ReadLine();
+    bool ReadLiteral(int64_t bytes);
+    bool IsWithinLimits();
+    void Begin();
+    bool End(bool whole, std::string_view tag);
+    void LearnCapability(std::string_view line);
+
+    BASEIO& Device;
+    const STRING Server, User, Password;
+    std::string Line;  // the one that is read, or was read last
+    STRING Last;
+    int64_t Bytes = 0;  // of the present reply
+    int64_t Start = 0;  // of the present reply, in s
+    uint32_t NextTag = 0;
+    bool Answered = false;
+    bool Lost = false;
+    bool Endless = false;
+    bool OfConnection = false;  // the last line
+    bool Unconnected = false;
+    bool CapabilityKnown = false;
+    bool HasUidPlus = false;
+};

@@ -1,0 +1,241 @@
+#include "app/mailbox/imapreply.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+#include "app/mailbox/listing.h"
+#include "corelib/base/ascii.h"
+
+namespace IMAPREPLY {
+
+namespace {
+
+using LISTING::BeginsWith;
+
+constexpr std::string_view UNTAGGED = "* ";
+
+bool IsWord(std::string_view word, std::string_view other) {
+    return word.size() == other.size() && BeginsWith(word, other);
+}
+
+// Cuts the first word off, and the blank behind it.
+std::string_view TakeWord(std::string_view& rest) {
+    const std::string_view word = rest.substr(0, rest.find(' '));
+    rest.remove_prefix(std::min(word.size() + 1, rest.size()));
+    return word;
+}
+
+// The bytes of the literal at that place; false if there is none.
+bool LiteralAt(std::string_view line, size_t at, std::string_view& bytes) {
+    if (at >= line.size() || line[at] != '{')
+        return false;
+    const size_t close = line.find_first_not_of("0123456789", at + 1);
+    uint64_t count;
+    if (close == line.npos || line.substr(close, 3) != "}\r\n" ||
+        !ReadNumber(line.substr(at + 1, close - at - 1), line.size() - close - 3, count))
+        return false;
+    bytes = line.substr(close + 3, static_cast<size_t>(count));
+    return true;
+}
+
+// The place behind the quoted text that begins there.
+size_t QuotedEnd(std::string_view line, size_t at) {
+    for (++at; at < line.size() && line[at] != '"'; ++at)
+        at += line[at] == '\\';
+    return std::min(at + 1, line.size());
+}
+
+// The place behind the quoted text or literal that begins there, or else behind that byte.
+size_t StepEnd(std::string_view line, size_t at) {
+    if (std::string_view bytes; LiteralAt(line, at, bytes))
+        return static_cast<size_t>(bytes.data() - line.data()) + bytes.size();
+    return line[at] == '"' ? QuotedEnd(line, at) : at + 1;
+}
+
+// Walks over the names and values between the parentheses of a FETCH.
+class ITEMS {
+ public:
+    explicit ITEMS(std::string_view rest) : Rest(rest) {}
+
+    // The next name, whose brackets may hold blanks; empty at the end.
+    std::string_view TakeName() {
+        Rest.remove_prefix(std::min(Rest.find_first_not_of(' '), Rest.size()));
+        return Take([inside = false](char c) mutable {
+            inside = c == '[' || (inside && c != ']');
+            return !inside && (c == ' ' || c == '(' || c == ')');
+        });
+    }
+    // The next value: a text, or else as it stands, a list with its parentheses.
+    std::string_view TakeValue(std::optional<std::string>& text) {
+        Rest.remove_prefix(std::min(Rest.find_first_not_of(' '), Rest.size()));
+        text.reset();
+        std::string_view bytes;
+        if (Rest.starts_with('('))
+            return Take([depth = 0, last = '\0'](char c) mutable {
+                depth += (c == '(') - (last == ')');
+                last = c;
+                return depth == 0;
+            });
+        if (!Rest.starts_with('"') && !LiteralAt(Rest, 0, bytes)) {
+            bytes = Take([](char c) { return c == ' ' || c == ')'; });
+            if (IsWord(bytes, "NIL"))
+                text = "";
+            return bytes;
+        }
+        const size_t end = StepEnd(Rest, 0);
+        text = bytes.data() ? std::string(bytes) : Unquoted(Rest.substr(0, end));
+        Rest.remove_prefix(end);
+        return {};
+    }
+
+ private:
+    // What stands in front of the first byte for which `ends` is true. It sees the first byte of texts only.
+    template <class ENDS>
+    std::string_view Take(ENDS ends) {
+        size_t at = 0;
+        while (at < Rest.size() && !ends(Rest[at]))
+            at = StepEnd(Rest, at);
+        const std::string_view taken = Rest.substr(0, at);
+        Rest.remove_prefix(at);
+        return taken;
+    }
+    static std::string Unquoted(std::string_view quoted) {
+        std::string text;
+        for (size_t i = 1; i < quoted.size() && quoted[i] != '"'; ++i) {
+            i += quoted[i] == '\\' && i + 1 < quoted.size();
+            text += quoted[i];
+        }
+        return text;
+    }
+
+    std::string_view Rest;
+};
+
+bool HoldsFlag(std::string_view list, std::string_view flag) {
+    list.remove_prefix(list.starts_with('('));
+    list.remove_suffix(list.ends_with(')'));
+    while (!list.empty())
+        if (IsWord(TakeWord(list), flag))
+            return true;
+    return false;
+}
+
+}  // namespace
+
+int64_t LiteralAhead(std::string_view line, size_t from) {
+    if (!line.ends_with('}') || !line.starts_with(UNTAGGED))
+        return -1;
+    std::string_view rest = line.substr(UNTAGGED.size());
+    const std::string_view first = TakeWord(rest);
+    for (const char* status : {"OK", "NO", "BAD", "BYE", "PREAUTH"})
+        if (IsWord(first, status))
+            return -1;
+    const size_t open = line.rfind('{');
+    if (open == line.npos || open < from)
+        return -1;
+    for (size_t at = from; at < open;) {
+        at = line[at] == '"' ? QuotedEnd(line, at) : at + 1;
+        if (at > open)
+            return -1;
+    }
+    std::string_view count = line.substr(open + 1, line.size() - open - 2);
+    constexpr int64_t MOST = std::numeric_limits<int64_t>::max();
+    const bool negative = count.starts_with('-');
+    count.remove_prefix(negative);
+    if (count.empty() || count.find_first_not_of("0123456789") != count.npos)
+        return -1;
+    uint64_t number;
+    return !negative && ReadNumber(count, MOST, number) ? static_cast<int64_t>(number) : MOST;
+}
+
+bool ReadNumber(std::string_view word, uint64_t most, uint64_t& number) {
+    const char* const end = word.data() + word.size();
+    const auto result = std::from_chars(word.data(), end, number);
+    return !word.empty() && result.ec == std::errc() && result.ptr == end && number <= most;
+}
+
+bool IsGood(std::string_view line, std::string_view tag) {
+    return line.starts_with(tag) && line.substr(tag.size()).starts_with("OK ");
+}
+
+bool ReadExists(std::string_view line, int& count) {
+    uint64_t number;
+    if (!line.starts_with(UNTAGGED))
+        return false;
+    line.remove_prefix(UNTAGGED.size());
+    if (!ReadNumber(TakeWord(line), std::numeric_limits<int>::max(), number) || !IsWord(line, "EXISTS"))
+        return false;
+    count = static_cast<int>(number);
+    return true;
+}
+
+bool ReadUidValidity(std::string_view line, uint32_t& validity) {
+    constexpr std::string_view START = "* OK [UIDVALIDITY ";
+    uint64_t number;
+    if (!BeginsWith(line, START) ||
+        !ReadNumber(line.substr(START.size(), line.find(']') - START.size()), UINT32_MAX, number))
+        return false;
+    validity = static_cast<uint32_t>(number);
+    return true;
+}
+
+bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers) {
+    constexpr std::string_view START = "* SEARCH";
+    if (!BeginsWith(line, START) || (line.size() > START.size() && line[START.size()] != ' '))
+        return false;
+    line.remove_prefix(START.size());
+    while (!line.empty()) {
+        uint64_t number;
+        if (ReadNumber(TakeWord(line), UINT32_MAX, number) && number > 0)
+            numbers.push_back(static_cast<uint32_t>(number));
+    }
+    return true;
+}
+
+bool ReadCapability(std::string_view line, std::string_view wanted, bool& has) {
+    constexpr std::string_view NAME = "CAPABILITY ";
+    const bool own = line.starts_with(UNTAGGED) && BeginsWith(line.substr(UNTAGGED.size()), NAME);
+    if (own) {
+        line.remove_prefix(UNTAGGED.size());
+    } else {
+        TakeWord(line);
+        if (!IsWord(TakeWord(line), "OK") || !line.starts_with('['))
+            return false;
+        line = line.substr(1, line.find(']') - 1);
+        if (!BeginsWith(line, NAME))
+            return false;
+    }
+    has = HoldsFlag(line.substr(NAME.size()), wanted);
+    return true;
+}
+
+void TakeFetch(std::string_view line, uint32_t number, FETCHED& fetched) {
+    constexpr std::string_view FETCH = "FETCH (";
+    uint64_t value;
+    if (!line.starts_with(UNTAGGED))
+        return;
+    line.remove_prefix(UNTAGGED.size());
+    if (!ReadNumber(TakeWord(line), UINT32_MAX, value) || (number != ANY_MAIL && value != number) ||
+        !BeginsWith(line, FETCH))
+        return;
+    ITEMS items(line.substr(FETCH.size()));
+    std::optional<std::string> text;
+    for (std::string_view name; !(name = items.TakeName()).empty();) {
+        const std::string_view plain = items.TakeValue(text);
+        if (IsWord(name, "FLAGS")) {
+            fetched.FlagsKnown = true;
+            fetched.Seen = HoldsFlag(plain, "\\Seen");
+        } else if (IsWord(name, "RFC822.SIZE")) {
+            fetched.BadSize = !ReadNumber(plain, INT64_MAX, value);
+            if (!fetched.BadSize)
+                fetched.Size = value;
+        } else if (IsWord(name, "UID")) {
+            fetched.Uid = ReadNumber(plain, UINT32_MAX, value) ? static_cast<uint32_t>(value) : 0;
+        } else if (BeginsWith(name, "BODY[") && text) {
+            fetched.Text = std::move(text);
+        }
+    }
+}
+
+}  // namespace IMAPREPLY

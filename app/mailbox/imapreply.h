@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// What the lines of an IMAP server say (RFC 3501), without a network. A line here is a whole one: without its end, and
+/// with each literal in its place, as "{n}", CR LF and n bytes. Outside of literals it holds no CR, so nothing that is
+/// no literal looks like one.
+namespace IMAPREPLY {
+
+/// The number of bytes that follow, as the line's last piece announces it at its very end; the piece begins at `from`.
+/// Nothing that a server says to people announces any, nor does a quoted text. -1: none follow. A count that cannot be
+/// is the largest number.
+int64_t LiteralAhead(std::string_view line, size_t from);
+
+/// A number of decimal digits alone, of at most `most`; false for anything else.
+bool ReadNumber(std::string_view word, uint64_t most, uint64_t& number);
+
+/// True if the server agrees: "OK" and a blank, directly behind the tag, or behind "* " in a greeting.
+bool IsGood(std::string_view line, std::string_view tag);
+
+/// The number of mails, from "* n EXISTS".
+bool ReadExists(std::string_view line, int& count);
+
+/// The number from "* OK [UIDVALIDITY n]".
+bool ReadUidValidity(std::string_view line, uint32_t& validity);
+
+/// Adds the numbers of a line "* SEARCH ..."; false for another line. What is no number is passed over.
+bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers);
+
+/// If the line lists what the server can do, in a line of its own or behind an OK: stores whether `wanted` is among it.
+bool ReadCapability(std::string_view line, std::string_view wanted, bool& has);
+
+/// What was said of one mail.
+struct FETCHED {
+    bool FlagsKnown = false;
+    bool Seen = false;
+    bool BadSize = false;             // a size that is no number
+    std::optional<uint64_t> Size;     // bytes
+    uint32_t Uid = 0;                 // 0: none
+    std::optional<std::string> Text;  // of a BODY[...]: from a literal or a quoted text; NIL is an empty one
+};
+
+/// Stands for the number of whatever mail a line tells of.
+inline constexpr uint32_t ANY_MAIL = 0;
+
+/// Takes what a line "* number FETCH (...)" says; what was said before gives way. Any other line changes nothing.
+void TakeFetch(std::string_view line, uint32_t number, FETCHED& fetched);
+
+}  // namespace IMAPREPLY
