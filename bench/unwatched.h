@@ -11,6 +11,7 @@ class UNWATCHED {
     MAILBOXCALL Call(const STRING& server, const STRING& user, const STRING& password) {
         return {Item, Progress, NoKeys, StopAsked, server, user, password};
     }
+    STRINGARRAY Item;
 
  private:
     class ONETEXT : public TEXTS {
@@ -21,6 +22,6 @@ class UNWATCHED {
     FRONTEND Nobody;
     ONETEXT Texts;
     PROGRESS Progress{Nobody, Texts, 1};
-    STRINGARRAY Item, NoKeys;
+    STRINGARRAY NoKeys;
     STOPQUESTION StopAsked = [] { return false; };
 };

@@ -1,29 +1,103 @@
 #include <cstdlib>
+#include <string>
+#include <vector>
 
 #include "app/mailbox/imap.h"
 #include "app/mailbox/listing.h"
+#include "bench/unwatched.h"
 #include "fuzz/saidserver.h"
+#include "tests/servers/answeringdevice.h"
+
+namespace {
+
+std::vector<std::string> Blocks(const STRING& listing) {
+    std::vector<std::string> blocks;
+    LISTING::BLOCKCURSOR cursor(listing);
+    for (std::string_view block; cursor.Next(block);)
+        blocks.emplace_back(block);
+    return blocks;
+}
 
 // Whatever an IMAP server says, reading ends, and what comes out is an error, or a listing in which nothing that the
 // server said can end a block.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    TcpTimes.ReadFailedMs = 1;
-    ImapTimes.LineMs = 4;
-    ImapTimes.PauseMs = 0;
-    FRONTEND nobody;
-    NOTEXTS texts;
+void ReadWhatAServerSays(const uint8_t* data, size_t size) {
+    UNWATCHED row;
     SAIDSERVER server(data, size);
     STRING listing;
-    if (!ImapRead(server, PROGRESS(nobody, texts, 1), "", "", "", "", IMAP_BODY_BYTES, listing)) {
+    if (!ImapRead(server, row.Call("", "", ""), "", IMAP_BODY_BYTES, listing)) {
         if (!LISTING::BeginsWith(listing.View(), "-ERR "))
             abort();
-        return 0;
+        return;
     }
     if (!listing.View().starts_with("+OK "))
         abort();
-    LISTING::BLOCKCURSOR cursor(listing);
-    for (std::string_view block; cursor.Next(block);)
+    for (const std::string& block : Blocks(listing))
         if (block.find("Message-Id: ") == block.npos || block.find("\n\n") == block.npos)
             abort();
+}
+
+struct MAIL {
+    std::string Header, Body;
+};
+
+// What a correct server says to one command about three mails; flags stand behind the text if `flagsLast` is set.
+std::string Answer(const std::string& line, const MAIL (&mails)[3], bool flagsLast) {
+    const size_t blank = line.find(' ');
+    const std::string done = line.substr(0, blank) + " OK done\r\n", command = line.substr(blank + 1);
+    if (command.starts_with("SELECT"))
+        return "* 3 EXISTS\r\n* OK [UIDVALIDITY 7] ok\r\n" + done;
+    if (command.starts_with("SEARCH"))
+        return "* SEARCH 1 2 3\r\n" + done;
+    if (!command.starts_with("FETCH "))
+        return done;
+    const char number = command[6];
+    const MAIL& mail = mails[number - '1'];
+    const auto holds = [&](const char* text) { return command.find(text) != command.npos; };
+    const auto literal = [](const std::string& text) { return "{" + std::to_string(text.size()) + "}\r\n" + text; };
+    std::string items = holds("SIZE") ? "RFC822.SIZE 9" : std::string("UID ") + number;
+    if (holds("FLAGS") && flagsLast)
+        items = "BODY[HEADER.FIELDS (X)] " + literal(mail.Header) + " FLAGS ()";
+    else if (holds("FLAGS"))
+        items = "FLAGS () BODY[HEADER.FIELDS (X)] " + literal(mail.Header);
+    else if (holds("HEADER"))
+        items = "BODY[HEADER] " + literal(mail.Header);
+    else if (holds("BODY"))
+        items = "BODY[1]<0> " + literal(mail.Body.substr(0, IMAP_BODY_BYTES));
+    return std::string("* ") + number + " FETCH (" + items + ")\r\n" + done;
+}
+
+std::vector<std::string> ReadThreeMails(const MAIL& middle, bool flagsLast) {
+    const MAIL mails[] = {{"From: a\r\n\r\n", "first\r\n"}, middle, {"Subject: c\r\n\r\n", "third"}};
+    ANSWERINGDEVICE server("* OK hello\r\n", [&](const std::string& line) { return Answer(line, mails, flagsLast); });
+    UNWATCHED row;
+    STRING listing;
+    if (!ImapRead(server, row.Call("", "", ""), "", IMAP_BODY_BYTES, listing) ||
+        !listing.View().starts_with("+OK 3 msgs|3 unread|0 bytes\n"))
+        abort();
+    return Blocks(listing);
+}
+
+// A mail of these bytes is one mail, and the ones beside it are what they are without it.
+void ReadWhatAMailSays(const uint8_t* data, size_t size) {
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    const size_t end = text.find("\r\n\r\n"), half = end == text.npos ? size / 2 : end + 4;
+    const bool flagsLast = size % 2 == 0;
+    const std::vector<std::string> plain = ReadThreeMails({}, flagsLast),
+                                   blocks = ReadThreeMails({text.substr(0, half), text.substr(half)}, flagsLast);
+    if (plain.size() != 3 || blocks.size() != 3 || blocks[0] != plain[0] || blocks[2] != plain[2] ||
+        blocks[1].find("\nMessage-Id: 2\nSeen: 0\n\n") == plain[1].npos)
+        abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    TcpTimes.ReadFailedMs = 1;
+    ImapTimes.PauseMs = 0;
+    ImapTimes.LineMs = 4;
+    ReadWhatAServerSays(data, size);
+    // This one answers.
+    ImapTimes.LineMs = 10000;
+    ReadWhatAMailSays(data, size);
     return 0;
 }
