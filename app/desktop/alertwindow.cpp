@@ -99,16 +99,17 @@ SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)
     if (Setup.Transparency != 0)
         SetTransparency(255 - (Setup.Transparency & 0xff), -1);
     MakeFonts(Setup.Font);
+    RECT work;
+    SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
     {
         WINDOWDC dc(hWnd);
         METRICS metrics(dc, Fonts);
-        Layout = std::make_unique<ALERTLAYOUT>(text.View(), metrics);
+        const ALERTSIZE room{static_cast<int>(work.right - work.left), static_cast<int>(work.bottom - work.top)};
+        Layout = std::make_unique<ALERTLAYOUT>(text.View(), metrics, room);
     }
     Look.TextColor = Setup.TextColor;
     Look.BackColor = Setup.BackColor;
 
-    RECT work;
-    SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
     const ALERTRECT place =
         PlaceAlert({work.left, work.top, work.right, work.bottom}, Layout->WindowSize(), Setup.Position);
     SetWindowPos(hWnd, HWND_TOPMOST, place.Left, place.Top, place.Right - place.Left, place.Bottom - place.Top,

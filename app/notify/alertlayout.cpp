@@ -7,16 +7,16 @@
 
 namespace {
 
-constexpr int MAX_EXTENT = 1 << 24;
 constexpr int BOLD_WEIGHT = 700;
+constexpr std::string_view CUT_MARK = "...";
 
 int Extent(int pixels) {
-    return std::clamp(pixels, 0, MAX_EXTENT);
+    return std::clamp(pixels, 0, MAX_ALERT_EXTENT);
 }
 
 // Two extents together are far from the end of an int.
-int Add(int extent, int more) {
-    return std::min(extent + more, MAX_EXTENT);
+int Sum(int extent, int more) {
+    return std::min(extent + more, MAX_ALERT_EXTENT);
 }
 
 // An empty text has the height of its font all the same.
@@ -25,6 +25,29 @@ ALERTSIZE MeasureText(ALERTMETRICS& metrics, ALERTFONT font, std::string_view te
     if (!metrics.Measure(font, text.empty() ? " " : text, size))
         return {};
     return {text.empty() ? 0 : Extent(size.Width), Extent(size.Height)};
+}
+
+// The text, as far as it and a mark at its end fit into that width; what is too narrow for the mark stays empty.
+std::string CutText(ALERTMETRICS& metrics, ALERTFONT font, std::string_view text, int width) {
+    const std::string_view bare = text.substr(0, text.find_last_not_of(' ') + 1);
+    if (MeasureText(metrics, font, bare).Width <= width)
+        return std::string(bare);
+    std::string best;
+    // No letter is narrower than a pixel.
+    size_t low = 0, high = std::min(bare.size(), static_cast<size_t>(width));
+    while (low <= high) {
+        const size_t middle = (low + high) / 2;
+        std::string tried = std::string(bare.substr(0, middle)).append(CUT_MARK);
+        if (MeasureText(metrics, font, tried).Width <= width) {
+            best = std::move(tried);
+            low = middle + 1;
+        } else if (middle == 0) {
+            break;
+        } else {
+            high = middle - 1;
+        }
+    }
+    return best;
 }
 
 // The only line of a text, as it reads.
@@ -46,7 +69,7 @@ ALERTFONTSTYLE AlertFontStyle(ALERTFONT font, ALERTFONTSTYLE normal) {
     return style;
 }
 
-ALERTLAYOUT::ALERTLAYOUT(std::string_view text, ALERTMETRICS& metrics) {
+ALERTLAYOUT::ALERTLAYOUT(std::string_view text, ALERTMETRICS& metrics, ALERTSIZE room) {
     ALERTSIZE letter;
     const bool rc = metrics.Measure(ALERTFONT::NORMAL, "o", letter);
     if (ASSERTION(rc, "rc"))
@@ -55,30 +78,96 @@ ALERTLAYOUT::ALERTLAYOUT(std::string_view text, ALERTMETRICS& metrics) {
     OneLine = lines.size() == 1;
     if (OneLine)
         lines[0] = Plain(lines[0]);
-    for (ALERTLINE& line : lines) {
-        const ALERTSIZE size = PlaceLine(line, {Margin.Width, Margin.Height - 2 + TextSize.Height}, metrics);
-        TextSize = {std::max(TextSize.Width, size.Width), Add(TextSize.Height, size.Height)};
+    std::vector<ROW> rows;
+    for (ALERTLINE& line : lines)
+        AddRows(line, std::max(room.Width - 2 * Margin.Width, 0), metrics, rows);
+    LimitHeight(rows, room.Height - 2 * Margin.Height, metrics);
+    for (ROW& row : rows) {
+        ALERTPOINT at{Margin.Width, Margin.Height - 2 + TextSize.Height};
+        for (FITTED& piece : row.Pieces) {
+            const int width = piece.Text.Width + piece.Padding.Width;
+            Place(piece, at);
+            at.X = Sum(at.X, width);
+        }
+        TextSize = {std::max(TextSize.Width, row.Size.Width), Sum(TextSize.Height, row.Size.Height)};
     }
 }
 
-ALERTSIZE ALERTLAYOUT::PlaceLine(ALERTLINE& line, ALERTPOINT at, ALERTMETRICS& metrics) {
-    ALERTSIZE size;
+void ALERTLAYOUT::ROW::Add(FITTED piece) {
+    Size.Width = Sum(Size.Width, piece.Text.Width + piece.Padding.Width);
+    // One pixel parts the rows.
+    Size.Height = std::max(Size.Height, Sum(piece.Text.Height + piece.Padding.Height, 1));
+    HasButton = HasButton || piece.Piece.Button;
+    Pieces.push_back(std::move(piece));
+}
+
+// A piece in at most that width, if it is not a button's padding alone that is wider.
+ALERTLAYOUT::FITTED ALERTLAYOUT::Fit(ALERTPIECE piece, int width, ALERTMETRICS& metrics) {
+    width = std::max(width, 0);
+    // More letters than pixels are too wide however they look: the rest need not be measured.
+    piece.Text.resize(std::min(piece.Text.size(), static_cast<size_t>(width) + 1));
+    FITTED fitted{std::move(piece), {}, {}};
+    const auto measure = [&] {
+        fitted.Text = MeasureText(metrics, fitted.Piece.Font, fitted.Piece.Text);
+        if (fitted.Piece.Button)
+            fitted.Padding = {fitted.Text.Height, 3 * fitted.Text.Height / 4};
+    };
+    measure();
+    if (fitted.Text.Width + fitted.Padding.Width > width) {
+        const int room = std::max(width - fitted.Padding.Width, 0);
+        fitted.Piece.Text = CutText(metrics, fitted.Piece.Font, fitted.Piece.Text, room);
+        measure();
+    }
+    return fitted;
+}
+
+void ALERTLAYOUT::AddRows(ALERTLINE& line, int width, ALERTMETRICS& metrics, std::vector<ROW>& rows) {
+    ROW row;
     for (ALERTPIECE& piece : line) {
-        const ALERTSIZE taken = PlacePiece(piece, {at.X + size.Width, at.Y}, metrics);
-        size = {Add(size.Width, taken.Width), std::max(size.Height, taken.Height)};
+        if (piece.Button && !row.Pieces.empty()) {
+            FITTED button = Fit(piece, width, metrics);
+            if (button.Text.Width + button.Padding.Width > width - row.Size.Width)
+                rows.push_back(std::exchange(row, ROW()));
+            row.Add(std::move(button));
+        } else {
+            row.Add(Fit(std::move(piece), width - row.Size.Width, metrics));
+        }
     }
-    return {size.Width, Add(size.Height, 1)};
+    rows.push_back(std::move(row));
 }
 
-ALERTSIZE ALERTLAYOUT::PlacePiece(ALERTPIECE& piece, ALERTPOINT at, ALERTMETRICS& metrics) {
-    const ALERTSIZE text = MeasureText(metrics, piece.Font, piece.Text);
-    const ALERTSIZE padding = piece.Button ? ALERTSIZE{text.Height, 3 * text.Height / 4} : ALERTSIZE{};
-    const ALERTSIZE taken{text.Width + padding.Width, text.Height + padding.Height};
-    const ALERTRECT rect{at.X, at.Y, at.X + taken.Width, at.Y + taken.Height};
+// Of text that is too tall the end goes, from the last row without a button upwards; the first of these says so.
+void ALERTLAYOUT::LimitHeight(std::vector<ROW>& rows, int height, ALERTMETRICS& metrics) {
+    int64_t total = 0;
+    for (const ROW& row : rows)
+        total += row.Size.Height;
+    ROW* mark = nullptr;
+    for (size_t i = rows.size(); i-- > 0 && total > height;) {
+        if (rows[i].HasButton)
+            continue;
+        total -= rows[i].Size.Height;
+        ALERTPIECE dots;
+        dots.Text = CUT_MARK;
+        dots.Font = rows[i].Pieces.front().Piece.Font;
+        if (mark) {
+            total -= mark->Size.Height;
+            mark->Pieces.clear();
+        }
+        mark = &rows[i];
+        *mark = ROW();
+        mark->Add(Fit(dots, MAX_ALERT_EXTENT, metrics));
+        total += mark->Size.Height;
+    }
+    std::erase_if(rows, [](const ROW& row) { return row.Pieces.empty(); });
+}
+
+void ALERTLAYOUT::Place(FITTED& fitted, ALERTPOINT at) {
+    const ALERTSIZE &text = fitted.Text, &padding = fitted.Padding;
+    ALERTPIECE& piece = fitted.Piece;
+    const ALERTRECT rect{at.X, at.Y, at.X + text.Width + padding.Width, at.Y + text.Height + padding.Height};
     if (piece.Button && ButtonTable.size() < MAX_ALERT_BUTTONS)
         ButtonTable.push_back({rect, piece.Command.value_or(static_cast<uint16_t>(ButtonTable.size()))});
     Pieces.push_back({std::move(piece), rect, {at.X + padding.Width / 2, at.Y + padding.Height / 2}});
-    return taken;
 }
 
 ALERTSIZE ALERTLAYOUT::WindowSize() const {

@@ -75,13 +75,17 @@ struct ALERTLOOK {
     bool Swapped = false;
 };
 
+/// Extents of a layout end here, in pixels.
+inline constexpr int MAX_ALERT_EXTENT = 1 << 24;
+
 /// An alert's text with every piece in its place. A text of one line is shown as it reads, without codes and buttons,
-/// in the middle of the window; several lines go down from the upper left margin. Extents are at most 2^24 pixels,
-/// longer ones end there.
+/// in the middle of the window; several lines go down from the upper left margin.
 class ALERTLAYOUT {
  public:
-    /// Measures the text; `metrics` is not kept.
-    ALERTLAYOUT(std::string_view text, ALERTMETRICS& metrics);
+    /// Measures the text; `metrics` is not kept. The window gets no larger than `room`: a line that is wider ends in
+    /// "...", its buttons go on below, and the last lines without buttons become one of "...". Buttons are never left
+    /// out, a label that is wider than all the room is cut.
+    ALERTLAYOUT(std::string_view text, ALERTMETRICS& metrics, ALERTSIZE room = {MAX_ALERT_EXTENT, MAX_ALERT_EXTENT});
 
     /// The text and a margin on each side.
     ALERTSIZE WindowSize() const;
@@ -100,9 +104,24 @@ class ALERTLAYOUT {
         ALERTRECT Rect;
         ALERTPOINT TextAt;
     };
-    // Both put pieces at a point; the size that they take comes back.
-    ALERTSIZE PlaceLine(ALERTLINE& line, ALERTPOINT at, ALERTMETRICS& metrics);
-    ALERTSIZE PlacePiece(ALERTPIECE& piece, ALERTPOINT at, ALERTMETRICS& metrics);
+    // A piece with the size of its text, and with what its padding adds.
+    struct FITTED {
+        ALERTPIECE Piece;
+        ALERTSIZE Text;
+        ALERTSIZE Padding;
+    };
+    // Pieces beside each other: a line of the text, or a part of one whose buttons need more room.
+    struct ROW {
+        std::vector<FITTED> Pieces;
+        ALERTSIZE Size;
+        bool HasButton = false;
+
+        void Add(FITTED piece);
+    };
+    static FITTED Fit(ALERTPIECE piece, int width, ALERTMETRICS& metrics);
+    static void AddRows(ALERTLINE& line, int width, ALERTMETRICS& metrics, std::vector<ROW>& rows);
+    static void LimitHeight(std::vector<ROW>& rows, int height, ALERTMETRICS& metrics);
+    void Place(FITTED& piece, ALERTPOINT at);
     static void PaintButton(ALERTCANVAS& canvas, const ALERTLOOK& look, const PLACED& placed, int32_t text,
                             int32_t back);
 

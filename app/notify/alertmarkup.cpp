@@ -19,7 +19,7 @@ std::string TranslateControls(std::string_view text) {
         else if (c == SHIFT_OUT)
             result += "\x1b[n]";
         else
-            result += c;
+            result += c == '\t' ? ' ' : c;
     }
     return result;
 }

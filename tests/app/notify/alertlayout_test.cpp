@@ -45,7 +45,8 @@ class RECORDER : public ALERTCANVAS {
 };
 
 struct ALERT {
-    explicit ALERT(std::string_view text) : Layout(text, Metrics) {
+    explicit ALERT(std::string_view text, ALERTSIZE room = {MAX_ALERT_EXTENT, MAX_ALERT_EXTENT})
+        : Layout(text, Metrics, room) {
         Look.Client = Layout.WindowSize();
         Look.TextColor = 1;
         Look.BackColor = 2;
@@ -134,6 +135,48 @@ TEST(AlertLayout, NumbersButtonsAndBoundsThem) {
     EXPECT_EQ(alert.Layout.Buttons()[31].Command, 31);
 }
 
+TEST(AlertLayout, StaysInItsRoom) {
+    const struct {
+        const char* Text;
+        ALERTSIZE Room;
+        const char* Written;  // the pieces with the places of their texts
+    } cases[] = {
+        // Text ends in dots, and trailing blanks are no text.
+        {"0123456789", {96, 99}, "8,5 0123456789"},
+        {"0123456789", {95, 99}, "8,5 012345..."},
+        {"a\n0123456 ", {72, 99}, "8,3 a|8,19 0123456"},
+        {"a\nbcde\x1b[b]fghij", {78, 99}, "8,3 a|8,19 bcde|40,19 ..."},
+        {"a\nbcdefghi\x1b[b]f", {72, 99}, "8,3 a|8,19 bcde...|64,19 "},
+        {"a\nbcd", {38, 99}, "8,3 a|8,19 "},
+        // A row of buttons goes on below, and only a label without any room for it is cut.
+        {"a\n\x1b[*]bb\x1b[s]  \x1b[*]cc\x1b[s]  ", {101, 99}, "8,3 a|15,24 bb|39,19   |58,24 cc|82,19 "},
+        {"a\n\x1b[*]bb\x1b[s]  \x1b[*]cc\x1b[s]  ", {85, 99}, "8,3 a|15,24 bb|39,19   |15,51 cc|39,46   "},
+        {"a\nlong\x1b[*]bb\x1b[*]cc", {64, 99}, "8,3 a|8,19 long|15,40 bb|15,67 cc"},
+        {"a\ntoo long\x1b[*]thisx\x1b[*]c", {63, 99}, "8,3 a|8,19 to...|15,40 t...|15,67 c"},
+        // Of too many lines the last ones go, of buttons none.
+        {"a\nb\nc\nd\n\x1b[*]x", {200, 10 + 4 * 16 + 27}, "8,3 a|8,19 b|8,35 c|8,51 d|15,72 x"},
+        {"a\nb\nc\nd\n\x1b[*]x", {200, 10 + 4 * 16 + 26}, "8,3 a|8,19 b|8,35 ...|15,56 x"},
+        {"a\nb\nc\n\x1b[*]x\nd", {200, 10 + 3 * 16 + 26}, "8,3 a|8,19 ...|15,40 x"},
+        {"a\n\x1b[*]x\n\x1b[*]y", {200, 20}, "8,3 ...|15,24 x|15,51 y"},
+    };
+    for (const auto& c : cases) {
+        const ALERT alert(c.Text, c.Room);
+        std::string written;
+        const std::string drawn = alert.Drawn();
+        for (size_t at = 0; (at = drawn.find("write ", at)) != std::string::npos;) {
+            const size_t place = drawn.find(' ', at + 6) + 1, quote = drawn.find('\'', at);
+            at = drawn.find('\n', quote);
+            written += (written.empty() ? "" : "|") + drawn.substr(place, drawn.find(' ', place) - place + 1) +
+                       drawn.substr(quote + 1, at - quote - 2);
+        }
+        EXPECT_EQ(written, c.Written) << c.Text;
+        const ALERTSIZE window = alert.Layout.WindowSize();
+        EXPECT_TRUE(window.Width <= c.Room.Width && (window.Height <= c.Room.Height || c.Room.Height == 20)) << c.Text;
+        for (const ALERTBUTTON& button : alert.Layout.Buttons())
+            EXPECT_LE(button.Rect.Right, c.Room.Width - 8) << c.Text;
+    }
+}
+
 TEST(AlertLayout, SurvivesAnySize) {
     std::string text;
     for (int i = 0; i < 15; ++i)
@@ -142,6 +185,11 @@ TEST(AlertLayout, SurvivesAnySize) {
     const ALERTLAYOUT wide(text, metrics);
     EXPECT_EQ(Size(wide), std::make_pair(10002 * 6 + 16, 15 * 13 + 16 + 10));
     EXPECT_LE(metrics.Measured, text.size() + 2);
+    // A whole mail as a name costs no more than the room.
+    metrics.Measured = 0;
+    const ALERTLAYOUT narrow("a\n" + std::string(1000000, 'x'), metrics, {1000, 700});
+    EXPECT_EQ(narrow.WindowSize().Width, 1000);
+    EXPECT_LE(metrics.Measured, 12000U);
 
     metrics.Scale = 20000;
     const ALERTLAYOUT huge(

@@ -53,7 +53,7 @@ TEST(AlertMarkup, DividesAnyTextIntoPieces) {
         {"\x1b[b;*=7\n]x", "n'^[b;*=7'/n']x'"},  // a code ends with its line
         {"\x1b[b\x1b[s]x", "n'^[b's'x'"},        // and with its piece
         {"\x1b[b\x0f]x", "n'^[b's']x'"},         // also where the control byte brings a piece
-        {"a\rb\tc\x01\xff", "n'a\rb\tc\x01\xff'"},
+        {"a\rb\tc\x01\xff", "n'a\rb c\x01\xff'"},
         {std::string_view("a\0\x1b[b]\0c", 8), std::string_view("n'a\0'b'\0c'", 10)},
     };
     for (const auto& c : cases)
