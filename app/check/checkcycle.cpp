@@ -6,6 +6,7 @@
 
 #include "app/check/dialup.h"
 #include "app/check/newmail.h"
+#include "app/check/persontext.h"
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/clock.h"
@@ -329,9 +330,8 @@ void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
         OSYS::ReleaseFreeMemory();
         Parts.FrontEnd.ListingChanged(handle);
     }
-    const STRING firstLine = newdata.Line(0);
-    Trace("TARNWICK::AfterHandleMail newdata= %s\n", firstLine.Text());
-    Parts.FrontEnd.SetCell(handle, RESULT_COLUMN, firstLine);
+    Trace("TARNWICK::AfterHandleMail newdata= %s\n", newdata.Line(0).Text());
+    Parts.FrontEnd.SetCell(handle, RESULT_COLUMN, PersonText(newdata, item, Parts.Texts));
     item.Set("LastValue", newdata);
 
     SetItemState(item, ITEMSTATE_INUPDATE, 0);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/check/mailrecords.h"
+#include "app/check/persontext.h"
 #include "app/common/mailtext.h"
 #include "app/console/consoletexts.h"
 #include "app/console/displaytext.h"
@@ -84,7 +85,7 @@ std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, 
     const STRING listing = item.Get("@FileStore");
     RECORDARRAY mails(MAILHASH_SLOTS, MAILHASH_SLOTS);
     BuildMailHash(listing, mails);
-    std::string table = Safe(item.Get("Name")) + " - " + Safe(item.Get("LastValue")) + "\n";
+    std::string table = Safe(item.Get("Name")) + " - " + Safe(PersonText(item.Get("LastValue"), item, texts)) + "\n";
     if (listing.Length() == 0)
         return table;  // not read in this run, so nobody knows its mails
     const bool empty = mails.Count() == 0 || atoi(listing) == 0;

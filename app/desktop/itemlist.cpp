@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "app/check/persontext.h"
 #include "app/core/tarnwick.h"
 #include "app/desktop/windowids.h"
 #include "corelib/base/trace.h"
@@ -16,10 +17,6 @@ constexpr int WIDTH_RESULT = 2;
 constexpr int RESULT_WIDTH = 120;  // at 96 dots per inch
 constexpr int TEXT_COLUMNS = 10060;
 constexpr int TEXT_EMPTY = 10064;
-
-STRING ResultText(const STRINGARRAY& item) {
-    return item.Get("LastValue").Line(0, WORD_NEVERNULL).Word(0, "|", WORD_NEVERNULL);
-}
 
 }  // namespace
 
@@ -86,7 +83,8 @@ bool ITEMLIST::FillListviewThread() {
 void ITEMLIST::InsertItemIntoListview(int index) {
     Trace("TARNWICK::InsertItemIntoListview\n");
     STRINGARRAY& item = Application.Items[index];
-    List.InsertRecord(index, ItemImage(item, false), item.Get("Name") || "\t" || ResultText(item),
+    List.InsertRecord(index, ItemImage(item, false),
+                      item.Get("Name") || "\t" || PersonText(item.Get("LastValue"), item, Application.Texts()),
                       static_cast<uint32_t>(item.GetNumber("@Handle")));
     item.Set("@Showing", "1");
     Trace("TARNWICK::~InsertItemIntoListview\n");

@@ -111,7 +111,7 @@ TEST_F(Check, RunsInOrder) {
     Mailboxes.Listing = "-err No response\nsecond line\n";
     CHECKCYCLE::ForceRefresh(item, 1);
     Cycle.UpdateItem(item);
-    EXPECT_EQ(Journal.Take()[3], "cell 1 Error: No response");
+    EXPECT_EQ(Journal.Take()[3], "cell 1 Error: no way to ");
     EXPECT_EQ(Value("LastValue"), "Error: No response\nsecond line\n");
     EXPECT_EQ(Value("LastRC"), "0E|0E");
     EXPECT_EQ(Value("LastSeenIds"), "a");

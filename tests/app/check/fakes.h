@@ -20,6 +20,8 @@ inline const TEXTTABLE FAKETEXTS({{2940, "No|mail|mails|new"},
                                   {2971, "unread"},
                                   {3002, "Checking for spam"},
                                   {3006, "Error: "},
+                                  {10200, "silent"},
+                                  {10201, "no way to $1"},
                                   {10004, "Title"}});
 
 /// Answers each check with Listing, and each disposal with success unless Refusal is set.

@@ -22,6 +22,7 @@ STRINGARRAY Item(const std::string& listing) {
     STRINGARRAY item(64, 64);
     item.Set("Name", STRING("Home"));
     item.Set("LastValue", STRING("2 mails"));
+    item.Set("LastRC", STRING("2|0"));
     item.Set("@FileStore", STRING(std::string_view(listing)));
     return item;
 }

@@ -139,7 +139,10 @@ TEST(Program, AddsAnAccountAndChecksIt) {
     EXPECT_TRUE(Contains(program.Run({account.Add, account.Password}).Out, "It has the new password now."));
     const auto refused = program.Run({"/ONCE"});
     EXPECT_EQ(refused.Code, EXIT_CHECK_FAILED);
-    EXPECT_EQ(refused.Err, "joe@example.org: Error: invalid user or password\n");
+    EXPECT_EQ(
+        refused.Err,
+        "joe@example.org: Error: invalid user or password. Please check user name and password. Many providers want "
+        "an app password, or allow encrypted logins only, which this program does not speak yet.\n");
     RECORDARRAY items(8, 8);
     ASSERT_EQ(items.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
     EXPECT_EQ(items[0]["LastRC"], "0E|0E");
@@ -155,7 +158,9 @@ TEST(Program, TellsACheckThatFails) {
     // Nobody listens there any more.
     const auto failed = program.Run({"/ONCE", "/INBOX"});
     EXPECT_EQ(failed.Code, EXIT_CHECK_FAILED);
-    EXPECT_EQ(failed.Err, "joe@example.org: Error: No response\n");
+    EXPECT_TRUE(failed.Err.starts_with("joe@example.org: Error: There is no connection to the server 127.0.0.1:"))
+        << failed.Err;
+    EXPECT_TRUE(Contains(failed.Out, "joe@example.org - Error: There is no connection")) << failed.Out;
     // A suspended account is not checked, so its old failure does not count.
     const STRING path = program.DataDir() || "\\accounts.ini";
     RECORDARRAY items(8, 8);

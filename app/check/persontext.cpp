@@ -1,0 +1,242 @@
+#include "app/check/persontext.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <string>
+
+#include "app/check/items.h"
+#include "app/mailbox/hotmail.h"
+#include "app/mailbox/mailhandling.h"
+#include "corelib/base/ascii.h"
+
+namespace {
+
+constexpr int TEXT_CHECK_FAILED = 3006;
+constexpr int TEXT_NO_ANSWER = 10200;
+constexpr int TEXT_UNREACHABLE = 10201;
+constexpr int TEXT_NO_HOST = 10202;
+constexpr int TEXT_HUNG_UP = 10203;
+constexpr int TEXT_ENCRYPTED_PORT = 10204;
+constexpr int TEXT_NOT_UNDERSTOOD = 10205;
+constexpr int TEXT_REFUSED = 10206;
+constexpr int TEXT_LOGIN_REFUSED = 10207;
+constexpr int TEXT_LOGIN_ADVICE = 10208;
+constexpr int TEXT_ENCRYPTED_LOGIN = 10209;
+constexpr int TEXT_UNKNOWN_FAULT = 10210;
+constexpr int TEXT_NO_MOVE = 10211;
+constexpr int TEXT_BAD_PAGES = 10212;
+constexpr int TEXT_WEB_STATUS = 10213;
+constexpr int TEXT_STOPPED = 10214;
+constexpr int TEXT_TOO_SLOW = 10215;
+
+// Texts that our own side makes where a server says nothing or nothing useful.
+constexpr struct {
+    std::string_view Reason;
+    int Text;
+} OWN_REASONS[] = {
+    {"No response", TEXT_UNREACHABLE},
+    {"No TCP/IP socket or service", TEXT_UNREACHABLE},
+    {"Host not found", TEXT_NO_HOST},
+    {"Remote disconnected", TEXT_HUNG_UP},
+    {"Recv failed", TEXT_HUNG_UP},
+    {"Timeout", TEXT_NO_ANSWER},
+    {"Read Timeout", TEXT_NO_ANSWER},
+    {"Too slow", TEXT_TOO_SLOW},
+    {"Stopped", TEXT_STOPPED},
+    {"Canceled", TEXT_STOPPED},
+    {"Mail table not found", TEXT_BAD_PAGES},
+    {"No meta http-equiv found", TEXT_BAD_PAGES},
+    {"Not supported!", TEXT_NO_MOVE},
+    {"Unknown Error", TEXT_UNKNOWN_FAULT},
+};
+
+bool Same(std::string_view a, std::string_view b) {
+    return a.size() == b.size() &&
+           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return ASCII::Lower(x) == ASCII::Lower(y); });
+}
+
+// Does the text hold one of those words, in any case?
+bool Holds(std::string_view text, std::initializer_list<std::string_view> words) {
+    return std::any_of(words.begin(), words.end(), [text](std::string_view word) {
+        for (size_t at = 0; at + word.size() <= text.size(); ++at)
+            if (Same(text.substr(at, word.size()), word))
+                return true;
+        return false;
+    });
+}
+
+std::string_view Trimmed(std::string_view text) {
+    const size_t first = text.find_first_not_of(" \t\r");
+    return first == text.npos ? std::string_view() : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
+}
+
+// Takes the first word off the text.
+std::string_view TakeWord(std::string_view& text) {
+    const std::string_view word = text.substr(0, text.find(' '));
+    text = Trimmed(text.substr(word.size()));
+    return word;
+}
+
+bool IsNumber(std::string_view word) {
+    return !word.empty() && std::all_of(word.begin(), word.end(), ASCII::IsDigit);
+}
+
+// What stands behind "Error: ", also of a check that a run in another language has recorded.
+std::string_view Reason(std::string_view recorded, const STRING& prefix) {
+    const std::string_view own = Trimmed(prefix.View());
+    if (recorded.starts_with(own))
+        return Trimmed(recorded.substr(own.size()));
+    const std::string_view word = recorded.substr(0, recorded.find(':'));
+    const bool other = word.size() < recorded.size() && std::all_of(word.begin(), word.end(), ASCII::IsLetter);
+    return Trimmed(other ? recorded.substr(word.size() + 1) : recorded);
+}
+
+// A server's words without those of its protocol.
+struct REPLY {
+    explicit REPLY(std::string_view text);
+
+    std::string_view Text;
+    bool IsFirst = false;   // to the first command of an IMAP conversation, which is the login
+    std::string_view Code;  // in brackets, the first one
+};
+
+REPLY::REPLY(std::string_view text) : Text(text) {
+    std::string_view rest = text;
+    const std::string_view first = TakeWord(rest);
+    const auto isRefusal = [](std::string_view word) { return word == "NO" || word == "BAD" || word == "BYE"; };
+    if (Same(first, "-ERR") || isRefusal(first)) {
+        Text = rest;
+    } else if (first == "*" || first.starts_with("IMAP")) {
+        std::string_view behind = rest;
+        if (isRefusal(TakeWord(behind))) {
+            IsFirst = first == "IMAPCMD_0";
+            Text = behind;
+        }
+    }
+    while (Text.starts_with('[') && Text.size() > 1 && ASCII::IsUpper(Text[1]) && Text.find(']') != Text.npos) {
+        const std::string_view code = Text.substr(1, Text.find(']') - 1);
+        Code = Code.empty() ? code.substr(0, code.find(' ')) : Code;
+        Text = Trimmed(Text.substr(code.size() + 2));
+    }
+}
+
+// The server of the item as its user wrote it, and its port.
+struct PLACE {
+    explicit PLACE(const STRINGARRAY& item) {
+        const int type = item.GetNumber("Type");
+        Server = type == ITEMTYPE_HOTMAIL ? HOTMAIL_MAIL_DOMAIN : item.Get("Source").Word(0, "|", WORD_NEVERNULL);
+        const std::string_view text = Server.View();
+        const size_t mark = text.find_last_of(": ");
+        if (mark != text.npos && IsNumber(text.substr(mark + 1)))
+            Port = text.substr(mark + 1);
+        else
+            Port = type == ITEMTYPE_IMAP ? "143" : "110";
+    }
+    // To a plain greeting of ours such a port answers with silence or a hang-up.
+    bool IsEncrypted() const { return Port == "995" || Port == "993" || Port == "465"; }
+
+    STRING Server;
+    std::string Port;
+};
+
+std::string Plain(std::string_view text) {
+    std::string plain(text);
+    std::replace(plain.begin(), plain.end(), '\t', ' ');
+    std::erase_if(plain, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127; });
+    return std::string(Trimmed(plain));
+}
+
+// A sentence that another one can follow.
+std::string Ended(const std::string& text) {
+    return std::string_view(".!?").find(text.back()) != std::string_view::npos ? text : text + ".";
+}
+
+class EXPLANATION {
+ public:
+    EXPLANATION(const STRINGARRAY& item, const TEXTS& texts)
+        : Type(item.GetNumber("Type")), Place(item), Texts(texts) {}
+
+    std::string Of(std::string_view reason) const {
+        // The alert of a server that has taken our words for the beginning of an encrypted conversation.
+        if (reason.starts_with("\x15\x03") || reason.starts_with("\x16\x03"))
+            return Text(TEXT_ENCRYPTED_PORT);
+        if (reason.empty())
+            return Own(TEXT_NO_ANSWER);
+        const std::string plain = Plain(reason);
+        std::string_view rest = plain, number = plain;
+        if (Same(TakeWord(rest), "TCPIO") || plain.starts_with("WEBGET "))
+            number = rest;
+        rest = number;
+        if (IsNumber(TakeWord(rest)) && !rest.empty()) {
+            // Numbers of our own side stand in front of its reasons, and a web server's in front of its own words.
+            if (const int text = OwnReason(rest))
+                return Own(text);
+            if (Type == ITEMTYPE_HOTMAIL)
+                return WebStatus(number);
+            if (number.starts_with("999 "))
+                return Text(TEXT_NOT_UNDERSTOOD);
+        } else if (const int text = OwnReason(number)) {
+            return Own(text);
+        }
+        if (plain.starts_with("IMAP99 ") || plain.empty())
+            return Text(TEXT_NOT_UNDERSTOOD);
+        return Type == ITEMTYPE_HOTMAIL ? WebStatus(plain) : Refusal(REPLY(plain));
+    }
+
+ private:
+    static int OwnReason(std::string_view reason) {
+        for (const auto& own : OWN_REASONS)
+            if (Same(own.Reason, reason))
+                return own.Text;
+        return 0;
+    }
+    std::string Own(int text) const {
+        const bool silent = text == TEXT_NO_ANSWER || text == TEXT_HUNG_UP;
+        return Text(silent && Place.IsEncrypted() ? TEXT_ENCRYPTED_PORT : text);
+    }
+    std::string WebStatus(std::string_view status) const {
+        if (status.find("401 ") != status.npos || status.find("403 ") != status.npos)
+            return Text(TEXT_LOGIN_REFUSED) + " " + Text(TEXT_LOGIN_ADVICE);
+        return Text(TEXT_WEB_STATUS, std::string(status));
+    }
+    std::string Refusal(const REPLY& reply) const {
+        const std::string words(reply.Text);
+        const bool byCode = reply.Code.starts_with("AUTH") || reply.Code == "PRIVACYREQUIRED";
+        const bool otherCode = !reply.Code.empty() && !byCode && reply.Code != "ALERT";
+        const bool hasLogin = Type == ITEMTYPE_POP3 || Type == ITEMTYPE_IMAP;
+        const bool login =
+            hasLogin &&
+            (byCode ||
+             (!otherCode && (reply.IsFirst || Holds(words, {"login", "logon", "log in", "auth", "passw", "kennwort",
+                                                            "credential", "user name", "username"}))));
+        if (!login)
+            return words.empty() ? Text(TEXT_REFUSED) : words;
+        const bool encrypted =
+            reply.Code == "PRIVACYREQUIRED" || Holds(words, {"tls", "ssl", "encrypt", "plaintext", "plain text"});
+        return Ended(words.empty() ? Text(TEXT_LOGIN_REFUSED) : words) + " " +
+               Text(encrypted ? TEXT_ENCRYPTED_LOGIN : TEXT_LOGIN_ADVICE);
+    }
+    std::string Text(int id) const {
+        const bool port = id == TEXT_ENCRYPTED_PORT;
+        return Text(id, port ? Place.Port : Plain(Place.Server.View()));
+    }
+    std::string Text(int id, const std::string& value) const {
+        STRING text = Texts.Get(id);
+        text.Replace("$1", value.c_str(), 1);
+        return std::string(text.View());
+    }
+
+    const int Type;
+    const PLACE Place;
+    const TEXTS& Texts;
+};
+
+}  // namespace
+
+STRING PersonText(const STRING& value, const STRINGARRAY& item, const TEXTS& texts) {
+    const STRING line = value.Line(0, WORD_NEVERNULL);
+    if (item.Get("LastRC").Pos('E') == -1 || line.Length() == 0)
+        return line.Word(0, "|", WORD_NEVERNULL);
+    const STRING prefix = texts.Get(TEXT_CHECK_FAILED);
+    return prefix || EXPLANATION(item, texts).Of(Reason(line.View(), prefix)).c_str();
+}

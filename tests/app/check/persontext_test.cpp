@@ -1,0 +1,99 @@
+#include "app/check/persontext.h"
+
+#include "app/check/items.h"
+#include "tests/support/testsupport.h"
+
+namespace {
+
+// Texts that show their numbers and what is filled in.
+class SHORTTEXTS : public TEXTS {
+ public:
+    STRING Get(int id) const override {
+        STRING text;
+        text.Format(id == 10201 || id == 10202 || id == 10204 || id == 10213 ? "<%d $1>" : "<%d>", id);
+        return id == 3006 ? STRING("Error: ") : text;
+    }
+};
+
+std::string Shown(const char* value, int type = ITEMTYPE_POP3, const char* source = "pop.x:110|me",
+                  const char* counts = FAILED_COUNTS) {
+    STRINGARRAY item;
+    item.SetNumber("Type", type);
+    item.Set("Source", source);
+    item.Set("LastRC", counts);
+    return Std(PersonText(value, item, SHORTTEXTS()));
+}
+
+}  // namespace
+
+TEST(PersonText, TellsWhyACheckHasFailed) {
+    constexpr int POP = ITEMTYPE_POP3, IMAP = ITEMTYPE_IMAP, WEB = ITEMTYPE_HOTMAIL;
+    const struct {
+        const char* Recorded;  // behind "Error: "
+        const char* Shown;     // behind the same
+        int Type = ITEMTYPE_POP3;
+        const char* Source = "pop.x:110|me";
+    } cases[] = {
+        // Silence, hang-ups and ports on which everybody else speaks first in another way.
+        {"", "<10200>"},
+        {"", "<10204 995>", POP, "pop.x:995|me"},
+        {"", "<10204 993>", IMAP, "imap.x 993|me"},
+        {"Remote disconnected", "<10203>"},
+        {"Remote disconnected", "<10204 993>", IMAP, "imap.x:993|me"},
+        {"Recv failed", "<10203>", POP, "pop995|me"},
+        {"\x15\x03\x01 \x02\x02\n", "<10204 1110>", POP, "pop.x:1110|me"},
+        {"\x15\x03\x03", "<10204 143>", IMAP, "imap.x|me"},
+        {"No response", "<10201 pop.x:995>", POP, "pop.x:995|me"},
+        {"Host not found", "<10202 pop.x:110>"},
+        {"TCPIO 999 Timeout", "<10200>", WEB, "|me"},
+        {"999 Read Timeout", "<10200>", WEB, "|me"},
+        {"WEBGET 999 Read Timeout", "<10200>", WEB, "|me"},
+        {"400 No response", "<10201 webmail.example>", WEB, "|me"},
+        {"500 Host not found", "<10202 webmail.example>", WEB, "|me"},
+        {"Too slow", "<10215>"},
+        // What our own side did not understand.
+        {"IMAP99 BAD 'EXISTS' not found", "<10205>", IMAP},
+        {"999 STAT result error", "<10205>"},
+        {"\x01\x02", "<10205>"},
+        {"999 Mail table not found", "<10212>", WEB, "|me"},
+        {"Unknown Error", "<10210>"},
+        {"Not supported!", "<10211>"},
+        {"999 Stopped", "<10214>"},
+        // A refused login: the server's words, and what to do.
+        {"IMAPCMD_0 NO Login failed.", "Login failed. <10208>", IMAP},
+        {"IMAPCMD_0 NO [AUTHENTICATIONFAILED] You again?", "You again? <10208>", IMAP},
+        {"IMAPCMD_0 NO", "<10207>. <10208>", IMAP},
+        {"NO [AUTHENTICATIONFAILED] Authentication failed.", "Authentication failed. <10208>", IMAP},
+        {"IMAPCMD_0 NO [PRIVACYREQUIRED] Not like this.", "Not like this. <10209>", IMAP},
+        {"* BYE [ALERT] [X] Use TLS to authenticate", "Use TLS to authenticate. <10209>", IMAP},
+        {"-ERR [AUTH] Authentication failed.", "Authentication failed. <10208>"},
+        {"-err invalid user or password", "invalid user or password. <10208>"},
+        {"[AUTH] Plaintext authentication disallowed", "Plaintext authentication disallowed. <10209>"},
+        {"[AUTH]", "<10207>. <10208>"},
+        {"401 Unauthorized", "<10207> <10208>", WEB, "|me"},
+        // Any other refusal stays the server's own.
+        {"[SYS/TEMP] Temporary authentication failure", "Temporary authentication failure"},
+        {"[IN-USE] Login from elsewhere", "Login from elsewhere"},
+        {"IMAPCMD_3 NO Mailbox does not exist", "Mailbox does not exist", IMAP},
+        {"IMAPCMD_3 NO", "<10206>", IMAP},
+        {"* BYE", "<10206>", IMAP},
+        {"BAD Unknown command", "Unknown command", IMAP},
+        {"503 Service Unavailable", "<10213 503 Service Unavailable>", WEB, "|me"},
+        {"HTTP-Error 999", "<10213 HTTP-Error 999>", WEB, "|me"},
+        {"[no code", "[no code"},
+        {"\x1b[1mbusy\t\x07now\x7f", "[1mbusy now"},
+        {"no | bars", "no | bars"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Shown((std::string("Error: ") + c.Recorded).c_str(), c.Type, c.Source),
+                  std::string("Error: ") + c.Shown);
+    // As a file may keep it, and as a run in another language has recorded it.
+    EXPECT_EQ(Shown("Error:"), "Error: <10200>");
+    EXPECT_EQ(Shown("Fehler: No response\nmore"), "Error: <10201 pop.x:110>");
+}
+
+TEST(PersonText, LeavesGoodResultsAlone) {
+    EXPECT_EQ(Shown("3 mails (1 unread)|rest\nmore", ITEMTYPE_POP3, "pop.x|me", "3|1"), "3 mails (1 unread)");
+    EXPECT_EQ(Shown("Error: No response", ITEMTYPE_POP3, "pop.x|me", "3|1?"), "Error: No response");
+    EXPECT_EQ(Shown(""), "") << "nothing is recorded";
+}
