@@ -45,8 +45,9 @@ ALERTVIEW DrawAlert(const ALERTREQUEST& request, bool colors, int columns, bool 
         for (const ALERTPIECE& piece : line) {
             if (piece.Button) {
                 hasButton = true;
-                view.Commands.push_back(piece.Command.value_or(static_cast<uint16_t>(view.Commands.size())));
-                keyLine += "[" + std::to_string(view.Commands.size()) + "] " + DISPLAYTEXT::Safe(piece.Text) + "  ";
+                const std::string label = DISPLAYTEXT::Safe(piece.Text);
+                view.Keys.push_back({piece.Command.value_or(static_cast<uint16_t>(view.Keys.size())), label});
+                keyLine += "[" + std::to_string(view.Keys.size()) + "] " + label + "  ";
             } else if (room > 0) {
                 text += PieceText(piece, colors, room);
                 room -= DISPLAYTEXT::Width(DISPLAYTEXT::Safe(piece.Text));
@@ -59,7 +60,7 @@ ALERTVIEW DrawAlert(const ALERTREQUEST& request, bool colors, int columns, bool 
     while (view.Text.ends_with(bar + "\n"))
         view.Text.erase(view.Text.size() - bar.size() - 1);
     if (!keys)
-        view.Commands.clear();
+        view.Keys.clear();
     else if (!keyLine.empty())
         view.Text += bar + keyLine + "\n";
     return view;

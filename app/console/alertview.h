@@ -7,8 +7,12 @@
 
 /// A popup as a terminal shows it.
 struct ALERTVIEW {
-    std::string Text;           // lines of UTF-8, with colours as control sequences if wanted
-    std::vector<int> Commands;  // of its buttons, the first for key 1
+    std::string Text;  // lines of UTF-8, with colours as control sequences if wanted
+    struct KEY {
+        int Command;
+        std::string Label;  // UTF-8
+    };
+    std::vector<KEY> Keys;  // its buttons, the first for key 1
 };
 
 /// Draws a popup's text: a bar in the alert's colour in front of each line, small pieces plain, bold ones bold, pieces

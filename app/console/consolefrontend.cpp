@@ -1,6 +1,5 @@
 #include "app/console/consolefrontend.h"
 
-#include "app/console/alertview.h"
 #include "app/console/consoletexts.h"
 #include "app/console/displaytext.h"
 #include "app/console/mailtable.h"
@@ -127,18 +126,33 @@ void CONSOLEFRONTEND::PostAlert(const ALERTREQUEST& request) {
         return;
     const bool interactive = Watching && CanAsk();
     const ALERTVIEW view = DrawAlert(request, true, TERMINAL::Columns(), interactive);
+    // A key that was pressed before was meant for something else.
+    if (!view.Keys.empty() && !Asking)
+        TERMINAL::ForgetKeys();
     PrintRaw(view.Text);
+    if (view.Keys.empty())
+        return;
     std::lock_guard hold(Lock);
-    AlertCommands = interactive ? view.Commands : std::vector<int>();
+    AlertKeys = view.Keys;
+    AlertEnd = request.DurationMs > 0 ? CLOCK::Seconds() + Period(request.DurationMs) : INT64_MAX;
 }
 
-int CONSOLEFRONTEND::TakeAlertCommand(int number) {
-    std::lock_guard hold(Lock);
-    if (number < 1 || number > static_cast<int>(AlertCommands.size()))
+int CONSOLEFRONTEND::TakeAlertCommand(int key) {
+    if (key < '1' || key > '9')
         return -1;
-    const int command = AlertCommands[static_cast<size_t>(number) - 1];
-    AlertCommands.clear();
-    return command;
+    ALERTVIEW::KEY answer{-1, ""};
+    {
+        std::lock_guard hold(Lock);
+        const auto number = static_cast<size_t>(key - '1');
+        const bool stands = !AlertKeys.empty() && CLOCK::Seconds() < AlertEnd;
+        if (stands && number >= AlertKeys.size())
+            return -1;
+        if (stands)
+            answer = AlertKeys[number];
+        AlertKeys.clear();
+    }
+    Print(answer.Command != -1 ? "> " + answer.Label : ConsoleText(*Texts, CTEXT_POPUP_GONE));
+    return answer.Command;
 }
 
 void CONSOLEFRONTEND::PlaySoundFile(const STRING& /*file*/) {

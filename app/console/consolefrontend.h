@@ -10,6 +10,7 @@
 #include "app/check/notifier.h"
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
+#include "app/console/alertview.h"
 #include "corelib/base/locks.h"
 
 class TARNWICK;
@@ -41,8 +42,9 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
 
     /// A person watches, and may answer the popups by keys.
     void SetWatching(bool value) { Watching = value; }
-    /// The command of the last popup's button of that number (from 1), -1 if there is none; the popup is answered then.
-    int TakeAlertCommand(int number);
+    /// A key was pressed (0: none): the command of that button of the popup, which is answered then; -1 if it is none
+    /// of its keys. Where the popup has gone by now, the user is told.
+    int TakeAlertCommand(int key);
     /// Whether a timer has run out; one that is not taken for once goes on.
     bool TakeDueTimer(int timer, bool once);
     /// The handle that a start of the mail program was posted for (0: no item), the oldest one first; -1: none.
@@ -88,7 +90,8 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
         int Period;
     };
     std::map<int, TIMER> Timers;
-    std::vector<int> AlertCommands;         // by the keys of the last popup
+    std::vector<ALERTVIEW::KEY> AlertKeys;  // of the last popup that had some
+    int64_t AlertEnd = 0;                   // by the clock's seconds
     std::deque<int> ProgramStarts;          // handles
     std::map<int, std::string> LastErrors;  // by handle, so that a lasting error is told once
 };

@@ -30,6 +30,8 @@ enum CONSOLETEXT : int {
     CTEXT_DEMO_FOREIGN = 11021,
     CTEXT_FILE_UNREADABLE = 11022,
     CTEXT_NO_MAIL_IN_FILE = 11023,
+    CTEXT_POPUP_GONE = 11024,
+    CTEXT_ALL_SUSPENDED = 11025,
     CTEXT_HELP_FIRST = 11030,  // one a switch, in the order of the table of switches
 };
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -143,6 +144,11 @@ int SESSION::RunApplication(TARNWICK& application) {
     }
     if (application.Items.Count() == 0)
         return Refuse(Text(CTEXT_NO_ACCOUNTS));
+    bool suspended = true;
+    for (int i = 0; i < application.Items.Count(); ++i)
+        suspended = suspended && application.Items[i].GetNumber("UpdateSuspended") != 0;
+    if (suspended)
+        FrontEnd.PrintError(Text(CTEXT_ALL_SUSPENDED, DISPLAYTEXT::Path(application.DataDir())));
     return Has("ONCE") ? CheckOnce(application) : Watch(application);
 }
 
@@ -181,9 +187,12 @@ int SESSION::Watch(TARNWICK& application) {
     application.Start();
     FrontEnd.SetWatching(true);
     COMMANDS commands(application, FrontEnd, application.Programs());
+    std::optional<TERMINAL::SINGLEKEYS> keys;
+    if (FrontEnd.CanAsk())
+        keys.emplace();
     while (!StopAsked && !FrontEnd.WaitForQuit(LOOK_MS)) {
-        if (FrontEnd.CanAsk() && !FrontEnd.IsAsking())
-            AnswerAlert(application, commands, FrontEnd.TakeAlertCommand(TERMINAL::PressedKey() - '0'));
+        if (keys && !FrontEnd.IsAsking())
+            AnswerAlert(application, commands, FrontEnd.TakeAlertCommand(TERMINAL::PressedKey()));
         if (FrontEnd.TakeDueTimer(TIMER_SOUND_LOOP, false))
             application.Notification().PlaySoundLoop();
         if (FrontEnd.TakeDueTimer(TIMER_SCROLL_LOCK, false))

@@ -45,8 +45,6 @@ SWITCHFAULT CheckWord(std::string_view word) {
         return SWITCHFAULT::None;
     if (word.empty() || (word[0] != '/' && word[0] != '-'))
         return SWITCHFAULT::Unknown;
-    // A value, and an option of the trace log, is only taken from a word that begins with "/".
-    const bool slash = word[0] == '/';
     word.remove_prefix(1);
     const size_t colon = word.find(':');
     const std::string_view name = word.substr(0, colon);
@@ -56,8 +54,6 @@ SWITCHFAULT CheckWord(std::string_view word) {
         const std::string_view form = known.Form;
         const bool takes = form.find(':') != form.npos, needs = takes && form.find('[') > form.find(':');
         if (colon != word.npos && !takes)
-            return SWITCHFAULT::Unknown;
-        if (!slash && (name.starts_with("LOG") || colon != word.npos))
             return SWITCHFAULT::Unknown;
         return needs && (colon == word.npos || colon + 1 == word.size()) ? SWITCHFAULT::NoValue : SWITCHFAULT::None;
     }

@@ -111,8 +111,22 @@ int ReadBytes(char* buffer, int bytes) {
     return GetLastError() == ERROR_BROKEN_PIPE ? 0 : -1;
 }
 
+// The console gives keys one by one without being asked to.
+SINGLEKEYS::SINGLEKEYS() = default;
+SINGLEKEYS::~SINGLEKEYS() = default;
+
 int PressedKey() {
-    return _kbhit() ? _getch() : 0;
+    const int key = _kbhit() ? _getch() : 0;
+    // These stand in front of the code of a key without a character.
+    if (key != 0xE0 && key != 0)
+        return key;
+    if (_kbhit())
+        _getch();
+    return 0;
+}
+
+void ForgetKeys() {
+    FlushConsoleInputBuffer(GetStdHandle(STD_INPUT_HANDLE));
 }
 
 void OnStop(void (*stop)()) {

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
@@ -21,6 +22,19 @@ bool IsAbsolute(std::string_view path) {
     return path.starts_with('/') || path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
 }
 
+// Values, and options of the trace log, are read from words that begin with "/"; to the user a "-" is the same.
+void PutSlash(std::string& word) {
+    if (!word.starts_with('-'))
+        return;
+    size_t end = 1;
+    while (end < word.size() && ASCII::IsLetter(word[end]))
+        ++end;
+    const STRING name(std::string_view(word).substr(1, end - 1));
+    const bool log = stricmp(name.Left(3).Text(), "LOG", 0) == 0 || stricmp(name.Text(), "NOASSERT", 0) == 0;
+    if (log || (end > 1 && word[end] == ':'))
+        word[0] = '/';
+}
+
 std::vector<const char*> Pointers(const std::vector<std::string>& words) {
     std::vector<const char*> pointers;
     pointers.reserve(words.size());
@@ -35,6 +49,7 @@ std::vector<const char*> Pointers(const std::vector<std::string>& words) {
 std::vector<std::string> CompletePaths(int argc, const char* const* argv) {
     std::vector<std::string> words(argv, argv + argc);
     for (size_t i = 1; i < words.size(); ++i) {
+        PutSlash(words[i]);
         for (const char* name : {"/WORKDIR:", "/PASSWORDFILE:", "/SCORE:", "/LOGIT:", "/LOGITHARD:"}) {
             const size_t length = std::string_view(name).size();
             if (words[i].size() <= length || stricmp(words[i].substr(0, length).c_str(), name, 0) != 0) {
@@ -96,7 +111,9 @@ void ARGUMENTS::AddFile(const char* filename) {
     for (int i = 0; i < lines.Count(); ++i) {
         lines[i].Strip('B', " \t\r");
         if (lines[i].Length() > 0) {
-            Words.Add(lines[i]);
+            std::string word(lines[i].View());
+            PutSlash(word);
+            Words.Add(STRING(std::string_view(word)));
         }
     }
 }

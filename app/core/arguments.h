@@ -19,8 +19,8 @@ class ARGUMENTS {
     ARGUMENTS(int argc, const char* const* argv);
     explicit ARGUMENTS(const std::vector<std::string>& words);
 
-    /// Adds the lines of a file, cut of blanks and tabs at both ends, as further words; nothing if there is no such
-    /// file.
+    /// Adds the lines of a file, cut of blanks and tabs at both ends, as further words, with "/" for the "-" in front
+    /// of a switch with a value; nothing if there is no such file.
     void AddFile(const char* filename = "commandline.ini");
     /// Hands the words that it has not had yet to the trace log's option reader.
     void ApplyLogOptions();
@@ -50,6 +50,7 @@ class ARGUMENTS {
 /// The words of a command line, as the constructor splits it. Any bytes; never an empty word, unless it is quoted.
 DYNARRAY<STRING> SplitCommandLine(const char* commandLine);
 
-/// The words that a program was started with, with the paths of its switches made whole: it makes its own directory the
-/// current one, and a user means the one in which the program was started.
+/// The words that a program was started with, in the form in which switches are read: one with a value begins with "/",
+/// also where the user has written "-". Their paths are made whole: the program makes its own directory the current
+/// one, and a user means the one in which the program was started.
 std::vector<std::string> CompletePaths(int argc, const char* const* argv);

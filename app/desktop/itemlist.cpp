@@ -15,6 +15,7 @@ constexpr int LIST_ID = 1;
 constexpr int WIDTH_NAME = 1;
 constexpr int WIDTH_RESULT = 2;
 constexpr int RESULT_WIDTH = 120;  // at 96 dots per inch
+constexpr int TIP_WIDTH = 400;
 constexpr int TEXT_COLUMNS = 10060;
 constexpr int TEXT_EMPTY = 10064;
 
@@ -40,6 +41,9 @@ ITEMLIST::ITEMLIST(HWND owner, TARNWICK& application) : Owner(owner), Applicatio
     heads.Replace("|", "\t", 1);
     List.AddColumns(heads);
     List.SetEmptyText(Application.Texts().Get(TEXT_EMPTY));
+    // Why a check has failed is often longer than its column.
+    ListView_SetExtendedListViewStyleEx(List.hWnd, LVS_EX_INFOTIP, LVS_EX_INFOTIP);
+    SendMessageW(ListView_GetToolTips(List.hWnd), TTM_SETMAXTIPWIDTH, 0, ScalePixels(TIP_WIDTH));
     List.SetImages(
         {ITEMIMAGE_EMPTY, ITEMIMAGE_MAIL, ITEMIMAGE_CHECKING, ITEMIMAGE_LOCKED, ITEMIMAGE_FAILED, ITEMIMAGE_SUSPENDED});
 }
@@ -163,6 +167,10 @@ void ITEMLIST::SetItemColumn(int handle, int column, const STRING& text) {
     const int row = FindRow(handle);
     if (row != -1)
         List.SetItemText(row, column, text);
+}
+
+STRING ITEMLIST::RowText(int row) const {
+    return List.GetItemText(row, NAME_COLUMN) || ": " || List.GetItemText(row, RESULT_COLUMN);
 }
 
 bool ITEMLIST::RemoveItem(int handle) {

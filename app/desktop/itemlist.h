@@ -40,6 +40,8 @@ class ITEMLIST {
     /// The row's image and name by the item as it is now; nothing without a row.
     void RefreshRow(int handle);
     void SetItemColumn(int handle, int column, const STRING& text);
+    /// All that stands in a row, for the tip that shows it whole.
+    STRING RowText(int row) const;
     /// Takes the item out of list and table; false if it is being checked, or there is none.
     bool RemoveItem(int handle);
 

@@ -57,6 +57,9 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
             Trace("WM_QUERYENDSESSION\n");
             return WINDOW::WinProc(message, first, second);
         case WM_ENDSESSION:
+            // Somebody else may have refused: then the session goes on, and so does the watching.
+            if (first == 0)
+                return WINDOW::WinProc(message, first, second);
             OnEndSession();
             return 0;
         case WM_POWERBROADCAST:
@@ -158,6 +161,11 @@ LRESULT MAINWINDOW::OnNotify(NMHDR& notice) {
             ASSERTION(click.iItem == -1, "pnm->iItem==-1");
             ClickColumnHead(Application->pState, click.iSubItem);
             Rows->Sort();
+            return 0;
+        }
+        case LVN_GETINFOTIPW: {
+            const auto& tip = reinterpret_cast<const NMLVGETINFOTIPW&>(notice);
+            lstrcpynW(tip.pszText, WideText(Rows->RowText(tip.iItem)).c_str(), tip.cchTextMax);
             return 0;
         }
         case LVN_ITEMCHANGED: {

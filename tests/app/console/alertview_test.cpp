@@ -15,7 +15,7 @@ TEST(AlertView, DrawsAPopupOnATerminal) {
     EXPECT_EQ(plain.Text,
               "  New!\n  Home: 2 mails (2 new)\n  \n   ! Ann: ab \n   Bob: Gr\xc3\xbc\xc3\x9f"
               "e\n");
-    EXPECT_TRUE(plain.Commands.empty());
+    EXPECT_TRUE(plain.Keys.empty());
 
     const ALERTVIEW view = DrawAlert(request, true, 80, true);
     const std::string bar = "\x1b[48;2;255;192;0m \x1b[0m ";
@@ -24,7 +24,9 @@ TEST(AlertView, DrawsAPopupOnATerminal) {
               std::string::npos)
         << view.Text;
     EXPECT_TRUE(view.Text.ends_with(bar + "[1] Program  [2] Close  \n")) << view.Text;
-    EXPECT_EQ(view.Commands, (std::vector<int>{2110, 0}));
+    ASSERT_EQ(view.Keys.size(), 2U);
+    EXPECT_EQ(view.Keys[0].Command, 2110);
+    EXPECT_EQ(view.Keys[1].Label, "Close");
 
     // A line that is too long for the terminal is cut to it.
     const ALERTREQUEST wide{

@@ -76,7 +76,7 @@ TEST(Program, ScoresAMailboxFile) {
     EXPECT_EQ(first.Code, EXIT_GOOD);
     EXPECT_EQ(CountLines(first.Out), 2) << first.Out;
     WriteBytes(program.DataDir() || "\\spamdef.dat", "B|100/5|casino\r\n");
-    const auto run = program.Run({score});
+    const auto run = program.Run({"-score:" + score.substr(7)});
     EXPECT_EQ(run.Out, "0\t10\t1\t0\t<1@x>\n210\t210\t6\t0\t<2@x>\n") << run.Err;
     const auto reasons = program.Run({score, "/REASONS"});
     EXPECT_TRUE(Contains(reasons.Out,
@@ -167,7 +167,10 @@ TEST(Program, TellsACheckThatFails) {
     ASSERT_EQ(items.LoadAll(path.Text()), 1);
     items[0].Set("UpdateSuspended", STRING("1"));
     ASSERT_TRUE(items.SaveAll(path.Text()));
-    EXPECT_EQ(program.Run({"/ONCE"}).Code, EXIT_GOOD);
+    const auto suspended = program.Run({"/ONCE"});
+    EXPECT_EQ(suspended.Code, EXIT_GOOD);
+    EXPECT_TRUE(Contains(suspended.Err, "all accounts are suspended")) << suspended.Err;
+    EXPECT_TRUE(Contains(suspended.Err, Std(FILES::NativePath(program.DataDir().Text())))) << suspended.Err;
 }
 
 TEST(Program, KeepsTheDemoOffOtherAccounts) {

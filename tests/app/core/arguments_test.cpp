@@ -60,9 +60,18 @@ TEST(Arguments, TakesTheWordsOfAFile) {
     EXPECT_EQ(Std(arguments.CommandLine()), "/a b /c");
     arguments.AddFile();
     EXPECT_EQ(arguments.Count(), 3);
-    WriteBytes(dir.File("commandline.ini"), " \t/MIN \r\n\r\n  \r\n/WORKDIR:c:\\my data\t\r\nlast");
+    WriteBytes(dir.File("commandline.ini"), " \t-MIN \r\n\r\n  \r\n-WORKDIR:c:\\my data\t\r\nlast");
     arguments.AddFile();
-    EXPECT_EQ(Joined(arguments), "[/a b][/c][/MIN][/WORKDIR:c:\\my data][last]");
+    EXPECT_EQ(Joined(arguments), "[/a b][/c][-MIN][/WORKDIR:c:\\my data][last]");
+}
+
+TEST(Arguments, TakesADashForASlash) {
+    const char* const argv[] = {"-a:b", "-LANG:GER", "-workdir:-", "-logit", "-LOG5", "-noassert",
+                                "-min", "--a:b",     "-",          "-:b",    "-1:2",  "a:b"};
+    const std::vector<std::string> words = CompletePaths(12, argv);
+    EXPECT_EQ(Joined(ARGUMENTS(words)),
+              "[/LANG:GER][/workdir:-][/logit][/LOG5][/noassert][-min][--a:b][-][-:b][-1:2][a:b]");
+    EXPECT_EQ(words[0], "-a:b") << "the program's own name";
 }
 
 }  // namespace

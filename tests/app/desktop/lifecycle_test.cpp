@@ -178,7 +178,11 @@ TEST_F(Lifecycle, TheEndOfTheSessionSavesAtOnce) {
         OpenChecking();
         EXPECT_EQ(SendMessageW(Window->hWnd, WM_QUERYENDSESSION, 0, 0), 1);
         Engine->pState.Set("PopupDuration", "78");
-        const auto end = [&] { SendMessageW(Window->hWnd, WM_ENDSESSION, open != 0, 0); };
+        // A session whose end another program has refused goes on.
+        SendMessageW(Window->hWnd, WM_ENDSESSION, 0, 0);
+        EXPECT_FALSE(Engine->Cycle().IsStopRequested());
+        EXPECT_FALSE(IsStored("PopupDuration=78"));
+        const auto end = [&] { SendMessageW(Window->hWnd, WM_ENDSESSION, 1, 0); };
         if (open != 0) {
             Later(end);
             SendMessageW(Window->hWnd, WM_COMMAND, open, 0);

@@ -25,6 +25,22 @@ TEST_F(MainWindow, TheListShowsTheItemsByNameAndTurnsRound) {
     EXPECT_EQ(Rows().front(), "beta|3 mails");  // the other column keeps the order
 }
 
+TEST_F(MainWindow, AFailedCheckSaysWhy) {
+    Open(
+        "[#0]\r\nName=a\r\nType=1\r\nUpdateSuspended=1\r\nSource=pop.x:995|me\r\nLastRC=0E|0E\r\nLastValue=Error: "
+        "\r\n\r\n",
+        "", "GER");
+    const std::string shown = "Fehler: Der Port 995 des Servers nimmt nur verschl";
+    EXPECT_EQ(Rows().front().substr(0, 2 + shown.size()), "a|" + shown);
+    wchar_t text[1000] = L"";
+    NMLVGETINFOTIPW tip{};
+    tip.hdr = {Window->List().Handle(), 0, LVN_GETINFOTIPW};
+    tip.pszText = text;
+    tip.cchTextMax = 1000;
+    SendMessageW(Window->hWnd, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&tip));
+    EXPECT_EQ("a|" + Std(FromWide(text)).substr(3), Rows().front()) << "whole in the tip";
+}
+
 TEST_F(MainWindow, TheColumnsFillTheListWhateverIsInIt) {
     const auto edges = [this] {
         const HWND list = Window->List().Handle();
