@@ -158,9 +158,9 @@ TEST(Program, TellsACheckThatFails) {
     // Nobody listens there any more.
     const auto failed = program.Run({"/ONCE", "/INBOX"});
     EXPECT_EQ(failed.Code, EXIT_CHECK_FAILED);
-    EXPECT_TRUE(failed.Err.starts_with("joe@example.org: Error: There is no connection to the server 127.0.0.1:"))
+    EXPECT_TRUE(failed.Err.starts_with("joe@example.org: Error: No connection to the server 127.0.0.1:"))
         << failed.Err;
-    EXPECT_TRUE(Contains(failed.Out, "joe@example.org - Error: There is no connection")) << failed.Out;
+    EXPECT_TRUE(Contains(failed.Out, "joe@example.org - Error: No connection")) << failed.Out;
     // A suspended account is not checked, so its old failure does not count.
     const STRING path = program.DataDir() || "\\accounts.ini";
     RECORDARRAY items(8, 8);

@@ -30,7 +30,7 @@ TEST_F(MainWindow, AFailedCheckSaysWhy) {
         "[#0]\r\nName=a\r\nType=1\r\nUpdateSuspended=1\r\nSource=pop.x:995|me\r\nLastRC=0E|0E\r\nLastValue=Error: "
         "\r\n\r\n",
         "", "GER");
-    const std::string shown = "Fehler: Der Port 995 des Servers nimmt nur verschl";
+    const std::string shown = "Fehler: Port 995 des Servers nimmt nur verschl";
     EXPECT_EQ(Rows().front().substr(0, 2 + shown.size()), "a|" + shown);
     wchar_t text[1000] = L"";
     NMLVGETINFOTIPW tip{};
