@@ -1,5 +1,6 @@
 #include "app/core/datadir.h"
 
+#include "app/check/trashstore.h"
 #include "corelib/base/dynarray.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
@@ -50,6 +51,16 @@ DYNARRAY<STRING> FilesOf(const char* directory, const STRING& pattern) {
     return names;
 }
 
+void RemoveLeftoversOf(const STRING& directory) {
+    const DYNARRAY<STRING> names = FilesOf(directory.Text(), "*.*");
+    for (int i = 0; i < names.Count(); ++i) {
+        if (FILES::IsLeftover(names[i].View())) {
+            const bool ok = FILES::Remove(OSYS::FilePath(directory.Text(), names[i].Text()).Text());
+            Trace("RemoveLeftovers %s, ok= %d\n", names[i].Text(), static_cast<int>(ok));
+        }
+    }
+}
+
 /// Copies the files and deletes the old ones, or leaves those all in place. True if all could be copied.
 bool MoveFiles(FRONTEND& frontEnd, const TEXTS& texts, const char* oldDir, const char* newDir, const char* patterns) {
     bool ok = true;
@@ -61,7 +72,8 @@ bool MoveFiles(FRONTEND& frontEnd, const TEXTS& texts, const char* oldDir, const
             const STRING source = OSYS::FilePath(oldDir, names[n].Text());
             const STRING destination = OSYS::FilePath(newDir, names[n].Text());
             sources.Add(source);
-            if (!FILES::Copy(source.Text(), destination.Text())) {
+            // A link in the new place may lead back to one of the files that go.
+            if (!FILES::Copy(source.Text(), destination.Text(), FILES::LINKS::Replace)) {
                 ok = false;
                 frontEnd.ShowMessage(texts.Get(10001), FILES::NativePath(source.Text()) || " -> \r\n" ||
                                                            FILES::NativePath(destination.Text()) ||
@@ -101,10 +113,21 @@ STRING GetDataDir(const ARGUMENTS& arguments, const char* product, const char* s
         directory = ".";
     }
     const STRING wanted = store.Read(VALUE_PENDING);
-    if (wanted.Length() > 0 && stricmp(wanted.Ptr(), directory.Ptr(), 0) != 0) {
-        pending = wanted;
+    if (wanted.Length() > 0) {
+        STRING place = wanted;
+        place.ChopFirst('*');
+        if (FILES::SamePlace(place.Text(), directory.Text())) {
+            store.Delete(VALUE_PENDING);
+        } else {
+            pending = FILES::SystemPath(wanted.Text());
+        }
     }
     return directory;
+}
+
+void RemoveLeftovers(const STRING& directory) {
+    RemoveLeftoversOf(directory);
+    RemoveLeftoversOf(OSYS::FilePath(directory.Text(), TRASH_FOLDER));
 }
 
 STRING DataDirText(const TEXTS& texts, int id, const STRING& directory) {
@@ -118,14 +141,15 @@ int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, con
     STRING newDir(pending);
     const bool copy = newDir.ChopFirst('*') != 0;
     bool ok = IsOrBecomesDirectory(newDir);
+    const bool same = ok && FILES::SamePlace(newDir.Text(), oldDir);
     if (!ok) {
         // The start would otherwise go on in a place that is none, with the user's data out of sight.
         frontEnd.ShowMessage(texts.Get(10001), DataDirText(texts, TEXT_DIR_MISSING, newDir));
-    } else if (copy && stricmp(newDir.Ptr(), oldDir, 0) != 0) {
+    } else if (copy && !same) {
         ok = MoveFiles(frontEnd, texts, oldDir, newDir.Text(), patterns);
     }
     REGISTRY store(COMPANY, product, ROOT_CURRENT_USER);
-    if (ok) {
+    if (ok && !same) {
         store.Write(VALUE_DIR, newDir.Text());
     }
     store.Delete(VALUE_PENDING);
@@ -133,7 +157,9 @@ int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, con
 }
 
 bool ReplaceDirectory(const char* oldDir, const char* newDir, STRING& value) {
-    if (value.Length() == 0 || stricmp(OSYS::FileDirectory(value.Text()).Ptr(), oldDir, 0) != 0) {
+    const STRING directory = OSYS::FileDirectory(value.Text());
+    if (value.Length() == 0 ||
+        (stricmp(directory.Ptr(), oldDir, 0) != 0 && !FILES::SamePlace(directory.Text(), oldDir))) {
         return false;
     }
     const std::string_view path = value.View();

@@ -10,12 +10,18 @@ inline constexpr const char* DATADIR_LOCKFILE = "tarnwick.lock";
 /// The directory of all data files. /WORKDIR:path names it for this run; otherwise the store of named values knows it,
 /// and at a first start it is made below the user's application data, as Velmora\subdirectory. `pending` gets the
 /// directory that the user wants instead from this start on (with "*" in front if the files are to come along), or
-/// null. The result is a directory, but for a /WORKDIR that cannot be made; "." if nothing else can be used.
+/// null. A request for the same place, however it is spelt, is dropped. The result is a directory, but for a /WORKDIR
+/// that cannot be made; "." if nothing else can be used.
 STRING GetDataDir(const ARGUMENTS& arguments, const char* product, const char* subdirectory, STRING& pending);
 
+/// Removes what a killed run left of files that it was writing, in the data directory and its trash. Only for who holds
+/// the directory's lock.
+void RemoveLeftovers(const STRING& directory);
+
 /// Carries out the pending change: copies the files that match `patterns` (split by "|") if asked, deletes them in the
-/// old place only when all were copied, and stores the new directory. 1 on success; otherwise the old directory stays
-/// the one in use, a message has told each file that could not be copied, and the request is gone.
+/// old place only when all were copied, and stores the new directory. Where that is the old one, in whatever spelling,
+/// nothing is to do but to drop the request. 1 on success; otherwise the old directory stays the one in use, a message
+/// has told each file that could not be copied, and the request is gone.
 int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir, const char* pending,
                 const char* patterns);
 

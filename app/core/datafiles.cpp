@@ -70,6 +70,7 @@ void DATAFILES::KeepDamaged(const STRING& path) {
 void DATAFILES::LoadSettings() {
     STRINGARRAY& state = Tables.State;
     const STRING path = Path(FILE_SETTINGS);
+    FILES::MakePrivate(path.Text());
     if (!state.Load(path.Text()) || state.Count() == 0) {
         KeepDamaged(path);
     }
@@ -92,6 +93,7 @@ void DATAFILES::RunSetupWizard() {
 
 void DATAFILES::LoadTables() {
     const STRING itemFile = Path(FILE_ITEMS);
+    FILES::MakePrivate(itemFile.Text());
     if (Tables.Items.LoadAll(itemFile.Text()) == 0) {
         KeepDamaged(itemFile);
         RunSetupWizard();
@@ -219,6 +221,7 @@ bool DATAFILES::SaveTables(int mask) {
 
 bool DATAFILES::SaveRecords(const char* name, const RECORDARRAY& table) {
     const STRING path = Path(name);
+    FILES::MakePrivate(path.Text());
     const int count = table.Count();
     const bool ok = table.SaveAll(path.Text()) == count && (count > 0 || IsEmptyFile(path));
     if (!ok) {
@@ -229,6 +232,7 @@ bool DATAFILES::SaveRecords(const char* name, const RECORDARRAY& table) {
 
 bool DATAFILES::SaveSettings() {
     const STRING path = Path(FILE_SETTINGS);
+    FILES::MakePrivate(path.Text());
     const bool ok = Tables.State.Save(path.Text()) != 0;
     if (!ok) {
         Trace("DATAFILES::SaveSettings %s could not be written\n", path.Text());

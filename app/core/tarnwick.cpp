@@ -8,7 +8,14 @@
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/mailhandling.h"
 #include "app/notify/mailprogram.h"
+#include "corelib/base/files.h"
 #include "corelib/base/trace.h"
+
+namespace {
+
+constexpr int TEXT_LOG_REFUSED = 10052;
+
+}  // namespace
 
 TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts)
     : pState(64, 64),
@@ -47,6 +54,7 @@ bool TARNWICK::Open() {
         Trace("TARNWICK::Open %s\n", Error.Text());
         return false;
     }
+    SettleOwnFiles();
     TrashStore.SetDirectory(Directory);
     OSYS::MakeDirectories(TrashStore.Directory().Text());
     Files = std::make_unique<DATAFILES>(DATATABLES{pState, Items, Types, NextHandle, FrontEnd, TextTable},
@@ -74,25 +82,46 @@ bool TARNWICK::FindDataDir(STRING& oldDirectory) {
     if (!LockDataDir(Directory, DirectoryLock)) {
         return false;
     }
+    RemoveLeftoversIfLocked();
     if (!pending.NotNull()) {
         return true;
     }
     STRING newDirectory = pending;
     newDirectory.ChopFirst('*');
-    // The new place too must be nobody else's before files go there.
+    // The new place too must be nobody else's before files go there. Our own is not asked twice: it would look taken.
     OSYS::FILEHANDLE newLock;
-    if (OSYS::MakeDirectories(newDirectory.Text()) && stricmp(newDirectory.Ptr(), Directory.Ptr(), 0) != 0 &&
-        !LockDataDir(newDirectory, newLock)) {
+    const bool made = OSYS::MakeDirectories(newDirectory.Text());
+    const bool same = made && FILES::SamePlace(newDirectory.Text(), Directory.Text());
+    if (made && !same && !LockDataDir(newDirectory, newLock)) {
         return false;
     }
-    if (MoveDataDir(FrontEnd, TextTable, product.Text(), Directory.Text(), pending.Text(), "*.*")) {
+    if (MoveDataDir(FrontEnd, TextTable, product.Text(), Directory.Text(), pending.Text(), "*.*") && !same) {
         oldDirectory = Directory;
         Directory = newDirectory;
-        if (newLock.IsOpen()) {
-            DirectoryLock = std::move(newLock);
-        }
+        DirectoryLock = std::move(newLock);
+        RemoveLeftoversIfLocked();
     }
     return true;
+}
+
+void TARNWICK::RemoveLeftoversIfLocked() {
+    // Without the lock they may be what another copy is writing.
+    if (DirectoryLock.IsOpen()) {
+        RemoveLeftovers(Directory);
+    }
+}
+
+void TARNWICK::SettleOwnFiles() {
+    FILES::SetDataDirectory(Directory.Text());
+    // A directory that was named for this run has a last popup of its own: it tells of other mailboxes.
+    Teller.SetPopupFile(Arguments.TestArgValue("WORKDIR", 0) ? DataFile(LAST_POPUP_FILE)
+                                                             : FILES::OwnFile(LAST_POPUP_FILE));
+    const STRING refused = SettleLog();
+    if (refused.NotNull()) {
+        STRING text = TextTable.Get(TEXT_LOG_REFUSED);
+        text.Replace("$FILE", FILES::NativePath(refused.Text()).Text(), 1);
+        FrontEnd.ShowMessage(TextTable.Get(10001), text);
+    }
 }
 
 bool TARNWICK::LockDataDir(const STRING& directory, OSYS::FILEHANDLE& lock) {

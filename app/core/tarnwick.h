@@ -92,6 +92,9 @@ class TARNWICK {
     bool FindDataDir(STRING& oldDirectory);
     /// False, with Error set, if another process has the directory.
     bool LockDataDir(const STRING& directory, OSYS::FILEHANDLE& lock);
+    void RemoveLeftoversIfLocked();
+    /// The data directory is known: so is where logs and the last popup go.
+    void SettleOwnFiles();
     void SaveAll();
 
     FRONTEND& FrontEnd;

@@ -179,7 +179,10 @@ bool SPAMWORDS::WriteLog(const char* file) const {
             log.pop_back();
         log += ")\n";
     }
-    return FILES::ReplaceAll(file, log, true);
+    if (FILES::ReplaceLog(file, log, true))
+        return true;
+    Trace("SPAMWORDS::WriteLog %s cannot be written, or is a link\n", file);
+    return false;
 }
 
 void LoadSpamWords(SPAMWORDS& words, const STRINGARRAY& state, const STRINGARRAY& vars) {
@@ -198,5 +201,5 @@ void LoadSpamWords(SPAMWORDS& words, const STRINGARRAY& state, const STRINGARRAY
     words.ResolveMarkers();
     if (words.Dropped() > 0)
         Trace("TARNWICK::LoadSpamDefinitions table full, %d words left out\n", words.Dropped());
-    words.WriteLog(SPAMWORDS_LOG);
+    words.WriteLog(FILES::OwnFile(SPAMWORDS_LOG).Text());
 }

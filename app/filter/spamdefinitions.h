@@ -62,7 +62,7 @@ class SPAMWORDS {
 /// of the settings, the bad senders' file and the definitions file. A file that cannot be read gives no rows.
 void LoadSpamWords(SPAMWORDS& words, const STRINGARRAY& state, const STRINGARRAY& vars);
 
-/// The report of the table after each load, in the current directory.
+/// The report of the table after each load; FILES::OwnFile tells where.
 inline constexpr const char* SPAMWORDS_LOG = "spamwords.log";
 /// Stands in the subject of a mail that this program sent on, which is never spam.
 inline constexpr const char* RESENT_TAG = "[Tarnwick]";

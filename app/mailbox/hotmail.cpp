@@ -6,6 +6,7 @@
 
 #include "app/mailbox/hotmailpages.h"
 #include "app/mailbox/listing.h"
+#include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "corelib/net/httptext.h"
 
@@ -22,7 +23,7 @@ constexpr const char* DELETE_FORM = "mbox=F000000001&js=&_HMaction=delete&foo=in
 // What the service said, for who follows the trace closely.
 void SavePage(const char* traceLine, const STRING& page, const char* file) {
     if (TraceLevel(5, "%s", traceLine))
-        page.Save(file, "w");
+        FILES::ReplaceLog(FILES::OwnFile(file).Text(), page.View(), true);
 }
 
 STRING Running(int number) {

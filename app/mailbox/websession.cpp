@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "app/mailbox/listing.h"
+#include "corelib/base/files.h"
 #include "corelib/base/headerblock.h"
 #include "corelib/base/trace.h"
 #include "corelib/net/webget.h"
@@ -155,7 +156,7 @@ int WEBSESSION::FollowRedirects(CLIENT& client, int status, STRING& result) {
         if (TraceLevel(6, "MAILGET webget\n")) {
             STRING file;
             file.Format("output%d.tmp", OutputFiles++);
-            result.Save(file.Text(), "w");
+            FILES::ReplaceLog(FILES::OwnFile(file.Text()).Text(), result.View(), true);
         }
         SetCookie(result, Cookies);
     }

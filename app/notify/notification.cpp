@@ -197,7 +197,7 @@ void NOTIFICATION::PostPopup(STRINGARRAY& item, const CHECKREPORT& report, const
                         .BackColor = colors.GetNumber("PopupBackgroundColor"),
                         .DurationMs = Milliseconds(State.GetNumber("PopupDuration"), 1000),
                         .Handle = handle});
-    text.Save(LAST_POPUP_FILE, "w");
+    FILES::ReplaceLog(PopupFile.Text(), text.View(), true);
 }
 
 STRING NOTIFICATION::ButtonRow(bool oneMail) const {
@@ -258,7 +258,7 @@ void NOTIFICATION::DeleteAlertMail() {
 
 bool NOTIFICATION::ShowLastAlert() {
     STRING text;
-    if (!text.Load(LAST_POPUP_FILE, "r") || text.Length() == 0)
+    if (!text.Load(PopupFile.Text(), "r") || text.Length() == 0)
         return false;
     const int duration = State.GetNumber("PopupDuration");
     FrontEnd.PostAlert({.Text = text,

@@ -18,6 +18,9 @@ struct DETAILS {
     int TypeIndex = -1;  // the type nearest the top among them
 };
 
+/// The text of the last popup, in the current directory unless another place is told.
+inline constexpr const char* LAST_POPUP_FILE = "lastpopup.txt";
+
 /// Decides how the user is told of what a check has found: popup, sound, mail program, blinking.
 class NOTIFICATION : public NOTIFIER {
  public:
@@ -29,6 +32,8 @@ class NOTIFICATION : public NOTIFIER {
     void SetCycle(CHECKCYCLE* cycle) { Cycle = cycle; }
     /// Who is told of the same behind the user, for example to print it; null: nobody.
     void SetListener(NOTIFIER* listener) { Listener = listener; }
+    /// Where the last popup's text is kept. Before the work thread starts.
+    void SetPopupFile(const STRING& path) { PopupFile = path; }
 
     bool NewMail(STRINGARRAY& item, const CHECKREPORT& report) override;
     bool NothingNew(STRINGARRAY& item, const CHECKREPORT& report) override;
@@ -73,9 +78,8 @@ class NOTIFICATION : public NOTIFIER {
     mutable std::mutex Guard;  // of the two below
     STRINGARRAY Mail;
     STRING SoundLoopFile;
+    STRING PopupFile = LAST_POPUP_FILE;
 };
 
-/// The text of the last popup, in the current directory.
-inline constexpr const char* LAST_POPUP_FILE = "lastpopup.txt";
 /// How long the keyboard light's last flip may take, in ms. Tests shrink it.
 extern int ScrollLockSettleMs;

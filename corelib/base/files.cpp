@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string>
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/filesplatform.h"
 
 namespace FILES {
@@ -37,6 +39,18 @@ std::string ToTextForm(std::string_view bytes) {
     return text;
 }
 
+bool Replace(const char* path, std::string_view bytes, bool text, LINKS links) {
+    if (!text)
+        return FILESPLATFORM::ReplaceBytes(path, bytes, links);
+    return FILESPLATFORM::ReplaceBytes(path, ToTextForm(bytes), links);
+}
+
+// The data directory if what the program writes beside itself goes there; empty otherwise.
+std::string& OtherFolder() {
+    static auto* folder = new std::string;
+    return *folder;
+}
+
 }  // namespace
 
 bool ReadAll(const char* path, bool text, STRING& out) {
@@ -50,14 +64,42 @@ bool ReadAll(const char* path, bool text, STRING& out) {
 }
 
 bool ReplaceAll(const char* path, std::string_view bytes, bool text) {
-    if (!text)
-        return FILESPLATFORM::ReplaceBytes(path, bytes);
-    return FILESPLATFORM::ReplaceBytes(path, ToTextForm(bytes));
+    return Replace(path, bytes, text, LINKS::Follow);
 }
 
-bool Copy(const char* from, const char* to) {
+bool Copy(const char* from, const char* to, LINKS links) {
+    const bool linkGoes = links == LINKS::Replace && IsLink(to);
+    if (!linkGoes && SamePlace(from, to))
+        return false;
     STRING content;
-    return ReadAll(from, false, content) && ReplaceAll(to, content.View(), false);
+    return ReadAll(from, false, content) && Replace(to, content.View(), false, links);
+}
+
+bool ReplaceLog(const char* path, std::string_view bytes, bool text) {
+    // One that is laid meanwhile is replaced.
+    return !IsLink(path) && Replace(path, bytes, text, LINKS::Replace);
+}
+
+bool IsLeftover(std::string_view name) {
+    const std::string_view mark = FILESPLATFORM::TEMPORARY_MARK, end = FILESPLATFORM::TEMPORARY_END;
+    const size_t at = name.rfind(mark);
+    if (at == 0 || at == name.npos || !name.ends_with(end))
+        return false;
+    name.remove_prefix(at + mark.size());
+    name.remove_suffix(std::min(name.size(), end.size()));
+    const bool length =
+        std::ranges::find(FILESPLATFORM::TEMPORARY_LENGTHS, name.size()) != std::end(FILESPLATFORM::TEMPORARY_LENGTHS);
+    return length && std::ranges::all_of(name, [](char c) { return ASCII::IsLetter(c) || ASCII::IsDigit(c); });
+}
+
+void SetDataDirectory(const char* directory) {
+    const bool beside = FILESPLATFORM::CanMakeFiles(".");
+    OtherFolder() = beside ? "" : std::string(directory);
+}
+
+STRING OwnFile(const char* name) {
+    const std::string& folder = OtherFolder();
+    return folder.empty() ? STRING(name) : STRING(std::string_view(folder + "\\" + name));
 }
 
 }  // namespace FILES

@@ -16,6 +16,7 @@ namespace {
 
 constexpr int LINKS_MAX = 40;           // as the system itself follows
 constexpr mode_t NEW_FILE_MODE = 0600;  // data files hold passwords
+constexpr mode_t OWNER_RIGHTS = 0600;
 
 class DESCRIPTOR {
  public:
@@ -60,6 +61,12 @@ STRING LinkTarget(const STRING& path) {
     return STRING(target.c_str());
 }
 
+// Opens a new file beside another one, whose native path is given; -1 on failure.
+int MakeTemporary(const STRING& path, STRING& beside) {
+    beside = path || FILESPLATFORM::TEMPORARY_MARK || "XXXXXX" || FILESPLATFORM::TEMPORARY_END;
+    return mkostemps(beside.Data(), STRING(FILESPLATFORM::TEMPORARY_END).Length(), O_CLOEXEC);
+}
+
 }  // namespace
 
 namespace FILES {
@@ -78,8 +85,9 @@ STRING SystemPath(const char* nativePath) {
     return result;
 }
 
-bool AppendBytes(const char* path, std::string_view bytes) {
-    DESCRIPTOR file(open(NativePath(path).Text(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, NEW_FILE_MODE));
+bool AppendLog(const char* path, std::string_view bytes) {
+    DESCRIPTOR file(
+        open(NativePath(path).Text(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, NEW_FILE_MODE));
     return file.IsOpen() && WriteBytes(file.Get(), bytes) && file.Close();
 }
 
@@ -89,6 +97,25 @@ bool Remove(const char* path) {
 
 bool Rename(const char* from, const char* to) {
     return rename(NativePath(from).Text(), NativePath(to).Text()) == 0;
+}
+
+bool SamePlace(const char* first, const char* second) {
+    struct stat one, other;
+    return stat(NativePath(first).Text(), &one) == 0 && stat(NativePath(second).Text(), &other) == 0 &&
+           one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+bool IsLink(const char* path) {
+    struct stat status;
+    return lstat(NativePath(path).Text(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+bool MakePrivate(const char* path) {
+    const STRING native = NativePath(path);
+    struct stat status;
+    if (stat(native.Text(), &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    return (status.st_mode & ~OWNER_RIGHTS & 07777) == 0 || chmod(native.Text(), status.st_mode & OWNER_RIGHTS) == 0;
 }
 
 }  // namespace FILES
@@ -113,17 +140,20 @@ bool ReadBytes(const char* path, STRING& content) {
     }
 }
 
-bool ReplaceBytes(const char* path, std::string_view bytes) {
-    STRING target = LinkTarget(FILES::NativePath(path));
+bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS links) {
+    STRING target = FILES::NativePath(path);
+    if (links == FILES::LINKS::Follow)
+        target = LinkTarget(target);
     if (!target.NotNull())
         return false;
-    // Keeps the permissions of the file that it replaces; something that is no file is not replaced.
+    // Keeps the permissions of the file that it replaces; something that is no file is not replaced. A link stands here
+    // only if it is the one to go.
     struct stat status;
-    bool exists = stat(target.Text(), &status) == 0;
+    bool exists = lstat(target.Text(), &status) == 0 && !S_ISLNK(status.st_mode);
     if (exists && (!S_ISREG(status.st_mode) || access(target.Text(), W_OK) != 0))
         return false;
-    STRING beside = target || ".XXXXXX";
-    DESCRIPTOR file(mkostemp(beside.Data(), O_CLOEXEC));
+    STRING beside;
+    DESCRIPTOR file(MakeTemporary(target, beside));
     if (!file.IsOpen())
         return false;
     bool ok = fchmod(file.Get(), exists ? status.st_mode & 07777 : NEW_FILE_MODE) == 0 &&
@@ -133,6 +163,13 @@ bool ReplaceBytes(const char* path, std::string_view bytes) {
     if (!ok)
         unlink(beside.Text());
     return ok;
+}
+
+bool CanMakeFiles(const char* directory) {
+    // What the rights say is not all: the file system may be read-only.
+    STRING inside;
+    const DESCRIPTOR file(MakeTemporary(FILES::NativePath(directory) || "/try", inside));
+    return file.IsOpen() && unlink(inside.Text()) == 0;
 }
 
 }  // namespace FILESPLATFORM

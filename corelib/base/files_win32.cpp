@@ -15,9 +15,8 @@ constexpr int REPLACE_PAUSE = 25;  // ms
 
 class FILEHOLD {
  public:
-    FILEHOLD(const char* path, DWORD access, DWORD share, DWORD disposition)
-        : File(CreateFileW(WideFilePath(path).c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
-                           nullptr)) {}
+    FILEHOLD(const char* path, DWORD access, DWORD share, DWORD disposition, DWORD flags = FILE_ATTRIBUTE_NORMAL)
+        : File(CreateFileW(WideFilePath(path).c_str(), access, share, nullptr, disposition, flags, nullptr)) {}
     ~FILEHOLD() { Close(); }
     FILEHOLD(const FILEHOLD&) = delete;
     FILEHOLD& operator=(const FILEHOLD&) = delete;
@@ -55,6 +54,34 @@ bool MoveOver(const char* fromPath, const char* toPath) {
     }
 }
 
+// A file beside another one that only this thread makes.
+STRING TemporaryPath(const char* path) {
+    STRING beside;
+    beside.Format("%s%s%08lx%08lx%s", path, FILESPLATFORM::TEMPORARY_MARK, GetCurrentProcessId(), GetCurrentThreadId(),
+                  FILESPLATFORM::TEMPORARY_END);
+    return beside;
+}
+
+// An existing file or directory, to ask what it is.
+FILEHOLD HoldPlace(const char* path) {
+    return FILEHOLD(path, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING,
+                    FILE_FLAG_BACKUP_SEMANTICS);
+}
+
+std::wstring FinalPath(const FILEHOLD& file) {
+    return GrownText([&file](wchar_t* room, unsigned long size) {
+        return GetFinalPathNameByHandleW(file.Get(), room, size, FILE_NAME_NORMALIZED);
+    });
+}
+
+bool SameNumbers(const FILEHOLD& first, const FILEHOLD& second) {
+    BY_HANDLE_FILE_INFORMATION one, other;
+    return GetFileInformationByHandle(first.Get(), &one) && GetFileInformationByHandle(second.Get(), &other) &&
+           (one.nFileIndexHigh != 0 || one.nFileIndexLow != 0) &&  // a file system may have none
+           one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow &&
+           one.dwVolumeSerialNumber == other.dwVolumeSerialNumber;
+}
+
 }  // namespace
 
 namespace FILES {
@@ -67,9 +94,10 @@ STRING SystemPath(const char* nativePath) {
     return STRING(nativePath);
 }
 
-bool AppendBytes(const char* path, std::string_view bytes) {
-    FILEHOLD file(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS);
-    return file.IsOpen() && WriteBytes(file.Get(), bytes) && file.Close();
+bool AppendLog(const char* path, std::string_view bytes) {
+    FILEHOLD file(path, FILE_APPEND_DATA | FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS,
+                  FILE_FLAG_OPEN_REPARSE_POINT);
+    return file.IsOpen() && !HandleIsLink(file.Get()) && WriteBytes(file.Get(), bytes) && file.Close();
 }
 
 bool Remove(const char* path) {
@@ -78,6 +106,24 @@ bool Remove(const char* path) {
 
 bool Rename(const char* from, const char* to) {
     return MoveFileExW(WideFilePath(from).c_str(), WideFilePath(to).c_str(), MOVEFILE_REPLACE_EXISTING);
+}
+
+bool SamePlace(const char* first, const char* second) {
+    const FILEHOLD one = HoldPlace(first), other = HoldPlace(second);
+    if (!one.IsOpen() || !other.IsOpen())
+        return false;
+    const std::wstring path = FinalPath(one);
+    return SameNumbers(one, other) || (!path.empty() && path == FinalPath(other));
+}
+
+bool IsLink(const char* path) {
+    const DWORD attributes = GetFileAttributesW(WideFilePath(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+bool MakePrivate(const char* path) {
+    // A user's folders are his alone from the start.
+    return GetFileAttributesW(WideFilePath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 }  // namespace FILES
@@ -101,13 +147,12 @@ bool ReadBytes(const char* path, STRING& content) {
     }
 }
 
-bool ReplaceBytes(const char* path, std::string_view bytes) {
+bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS /*links*/) {
     DWORD attributes = GetFileAttributesW(WideFilePath(path).c_str());
     bool exists = attributes != INVALID_FILE_ATTRIBUTES;
     if (exists && (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)))
         return false;
-    STRING beside;
-    beside.Format("%s.%lx-%lx", path, GetCurrentProcessId(), GetCurrentThreadId());
+    const STRING beside = TemporaryPath(path);
     FILEHOLD file(beside.Text(), GENERIC_WRITE, 0, CREATE_ALWAYS);
     if (!file.IsOpen())
         return false;
@@ -117,6 +162,12 @@ bool ReplaceBytes(const char* path, std::string_view bytes) {
     if (!ok)
         FILES::Remove(beside.Text());
     return ok;
+}
+
+bool CanMakeFiles(const char* directory) {
+    // What the rights say is not all: the volume may be read-only.
+    const STRING inside = TemporaryPath((STRING(directory) || "\\try").Text());
+    return FILEHOLD(inside.Text(), GENERIC_WRITE, 0, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE).IsOpen();
 }
 
 }  // namespace FILESPLATFORM

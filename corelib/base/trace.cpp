@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <string>
 #include <string_view>
 
 #include "corelib/base/clock.h"
@@ -16,6 +17,8 @@
 namespace {
 
 constexpr int LINE_BUFFER = 8192;
+constexpr size_t HELD_BYTES = 65536;  // of the lines before a log is open
+constexpr const char* LOG_FILE = "logit.log";
 constexpr int GERMAN = 7;
 constexpr uint32_t LEVEL_BITS = 15;
 
@@ -24,6 +27,10 @@ struct TRACESTATE {
     std::mutex Mutex;
     intptr_t Log = -1;
     std::atomic<bool> LogActive = false;
+    std::atomic<bool> Waits = false;  // for the data directory, to be opened there
+    bool Hard = false;
+    std::string Held;
+    STRING Refused;  // the name of a log that could not be opened
     std::atomic<bool> Debug = false;
     std::atomic<bool> NoAssert = false;
     std::atomic<uint32_t> Mask = 0;
@@ -73,6 +80,8 @@ int WriteLine(const char* fmt, va_list args) {
     std::lock_guard hold(state.Mutex);
     if (state.Log != -1)
         TRACEPLATFORM::WriteLog(state.Log, line, total);
+    else if (state.Waits && state.Held.size() < HELD_BYTES)
+        state.Held.append(line, static_cast<size_t>(total));
     if (state.Debug)
         TRACEPLATFORM::DebugOutput(line);
     return 1;
@@ -85,6 +94,9 @@ void CloseLog() {
     if (state.Log != -1)
         TRACEPLATFORM::CloseLog(state.Log);
     state.Log = -1;
+    state.Waits = false;
+    state.Held.clear();
+    state.Refused = STRING();
 }
 
 void OpenLog(const char* name, bool hard) {
@@ -92,9 +104,21 @@ void OpenLog(const char* name, bool hard) {
     TRACESTATE& state = State();
     // Outside the mutex: a name of many bytes is traced itself when it becomes a STRING.
     const intptr_t log = TRACEPLATFORM::OpenLog(name, hard);
+    STRING refused = log == -1 ? STRING(name) : STRING();
     std::lock_guard hold(state.Mutex);
     state.Log = log;
+    state.Refused = std::move(refused);
     state.LogActive = state.Log != -1;
+}
+
+// The log without a name.
+void OpenOwnLog(bool hard) {
+    OpenLog(FILES::OwnFile(LOG_FILE).Text(), hard);
+    TRACESTATE& state = State();
+    std::lock_guard hold(state.Mutex);
+    state.Hard = hard;
+    state.Waits = state.Log == -1;
+    state.LogActive = true;
 }
 
 // The text of arg behind an option's name, if arg begins with it, without regard to case; else null.
@@ -144,7 +168,7 @@ int LogOption(const char* arg) {
     auto is = [arg](const char* option) { return stricmp(arg, option, 0) == 0; };
     const char* value;
     if (is("/LOGIT") || is("/LOGITHARD")) {
-        OpenLog("logit.log", is("/LOGITHARD"));
+        OpenOwnLog(is("/LOGITHARD"));
     } else if ((value = Behind(arg, "/LOGITHARD:"))) {
         OpenLog(value, true);
     } else if ((value = Behind(arg, "/LOGIT:"))) {
@@ -156,13 +180,24 @@ int LogOption(const char* arg) {
     } else if ((value = Behind(arg, "/LOG:"))) {
         state.Mask |= static_cast<uint32_t>(atoi64(STRING(value)));
         if (!state.LogActive)
-            OpenLog("logit.log", false);
+            OpenOwnLog(false);
     } else if (is("/NOASSERT")) {
         state.NoAssert = !state.NoAssert;
     } else {
         return 0;
     }
     return 1;
+}
+
+STRING SettleLog() {
+    TRACESTATE& state = State();
+    if (state.Waits) {
+        const std::string held = state.Held;
+        OpenLog(FILES::OwnFile(LOG_FILE).Text(), state.Hard);
+        if (state.Log != -1)
+            TRACEPLATFORM::WriteLog(state.Log, held.data(), static_cast<int>(held.size()));
+    }
+    return state.Refused;
 }
 
 void SetApplicationName(const char* name) {
@@ -209,7 +244,7 @@ int Assert(bool condition, const char* text, const char* file, int line, const c
     }
     STRING report = STRING("--- ") || application || " --- " || CLOCK::DateText(now) || " " || time || " ---\r\n\r\n" ||
                     details || "\r\n\r\n";
-    FILES::AppendBytes("assert.log", report.View());
+    FILES::AppendLog(FILES::OwnFile("assert.log").Text(), report.View());
 
     ASSERTQUESTION ask = state.Ask;
     if (state.NoAssert || quiet || !ask)

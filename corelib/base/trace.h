@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "corelib/base/printflike.h"
+#include "corelib/base/strings.h"
 
 /// Writes a line to the trace log, with the prefix "[%04d.%02d:%03x] " (seconds, hundredths, thread). Lines end with
 /// "\n" in `fmt`. 1 if a log or debug output is on, else 0. A text without "%" is taken as it stands; text that comes
@@ -17,6 +18,10 @@ bool TraceWanted(uint32_t level);
 /// Takes one command line argument; 1 if it was one of the options /LOGIT, /LOGIT:name, /LOGITHARD, /LOGITHARD:name,
 /// /LOGDEBUG, /LOGDBG, /LOG:number, /LOGITCLOSE, /NOASSERT (any case), else 0. Only while one thread runs.
 int LogOption(const char* arg);
+/// For who has just told the data directory (FILES::SetDataDirectory): a log without a name that could not be made in
+/// the current directory is tried there, with the lines so far. Gives the name of a log that was asked for and is not
+/// written, null if all is well: none can be made, or what stands there is a link, through which none is written.
+STRING SettleLog();
 
 /// Name for the heads of assert.log and of the assertion box; initially "Velmora Application".
 void SetApplicationName(const char* name);
@@ -26,7 +31,7 @@ void SetTraceLanguage(int language);
 using ASSERTQUESTION = bool (*)(const char* title, const char* text);
 void SetAssertQuestion(ASSERTQUESTION ask);
 
-/// Reports a failed assertion: trace line, assert.log in the current directory, and the question unless `quiet` is not
+/// Reports a failed assertion: trace line, assert.log (see FILES::OwnFile), and the question unless `quiet` is not
 /// 0 or /NOASSERT was given. 1 if the program is to go on, which is the rule: the code behind an assertion must
 /// survive.
 int Assert(bool condition, const char* text, const char* file, int line, const char* info, int quiet);

@@ -15,7 +15,8 @@ namespace TRACEPLATFORM {
 
 intptr_t OpenLog(const char* path, bool hard) {
     // A log may hold passwords: nobody else reads it.
-    return open(FILES::NativePath(path).Text(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | (hard ? O_DSYNC : 0), 0600);
+    const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC | (hard ? O_DSYNC : 0);
+    return open(FILES::NativePath(path).Text(), flags, 0600);
 }
 
 void WriteLog(intptr_t log, const char* text, int length) {

@@ -6,10 +6,17 @@
 namespace TRACEPLATFORM {
 
 intptr_t OpenLog(const char* path, bool hard) {
-    DWORD flags = FILE_ATTRIBUTE_NORMAL | (hard ? FILE_FLAG_WRITE_THROUGH : 0);
-    HANDLE log =
-        CreateFileW(WideFilePath(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, flags, nullptr);
-    return log == INVALID_HANDLE_VALUE ? -1 : reinterpret_cast<intptr_t>(log);
+    const DWORD flags = FILE_FLAG_OPEN_REPARSE_POINT | (hard ? FILE_FLAG_WRITE_THROUGH : 0);
+    HANDLE log = CreateFileW(WideFilePath(path).c_str(), GENERIC_WRITE | FILE_READ_ATTRIBUTES, FILE_SHARE_READ, nullptr,
+                             OPEN_ALWAYS, flags, nullptr);
+    if (log == INVALID_HANDLE_VALUE)
+        return -1;
+    // Emptied only when it is known to be no link.
+    if (HandleIsLink(log) || !SetEndOfFile(log)) {
+        CloseHandle(log);
+        return -1;
+    }
+    return reinterpret_cast<intptr_t>(log);
 }
 
 void WriteLog(intptr_t log, const char* text, int length) {

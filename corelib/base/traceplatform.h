@@ -5,7 +5,8 @@
 /// What the trace log asks of the platform. For trace.cpp alone.
 namespace TRACEPLATFORM {
 
-/// A log file, made anew, that others may read meanwhile; -1 on failure. hard: each write goes through to the disk.
+/// A log file, made anew, that others may read meanwhile; -1 on failure, and for a link, through which nothing is
+/// written. hard: each write goes through to the disk.
 intptr_t OpenLog(const char* path, bool hard);
 void WriteLog(intptr_t log, const char* text, int length);
 void CloseLog(intptr_t log);

@@ -22,6 +22,10 @@ std::wstring WidePath(const char* path);
 /// it needs neither a new Windows nor its setting for long paths.
 std::wstring WideFilePath(const char* path);
 
+/// Whether an open file is a link (any reparse point) itself: for files opened with FILE_FLAG_OPEN_REPARSE_POINT. Also
+/// true if the system does not tell.
+bool HandleIsLink(void* file);
+
 /// The way back, to the letter: false, and name as it was, if the code page lacks a character. The nearest character
 /// would make it another file's name.
 bool NameFromWide(std::wstring_view wide, STRING& name);

@@ -56,6 +56,12 @@ std::wstring WideFilePath(const char* path) {
     return full.starts_with(L"\\\\") ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
 }
 
+bool HandleIsLink(void* file) {
+    BY_HANDLE_FILE_INFORMATION information;
+    return !GetFileInformationByHandle(file, &information) ||
+           (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
 bool NameFromWide(std::wstring_view wide, STRING& name) {
     // The flag that refuses the nearest character is refused itself where the code page is UTF-8.
     STRING narrow = Narrow(CP_ACP, wide);

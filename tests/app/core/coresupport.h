@@ -38,10 +38,12 @@ class RECORDER : public FRONTEND {
             Wizard();
         }
     }
+    void PostAlert(const ALERTREQUEST& request) override { Alerts.push_back(Std(request.Text)); }
     void PostQuit() override { ++Quits; }
 
     std::vector<std::string> Messages;
     std::vector<std::string> Questions;
+    std::vector<std::string> Alerts;
     std::vector<int> Help;
     bool Answer = false;
     int Wizards = 0;

@@ -1,10 +1,30 @@
 #include "app/core/datadir.h"
 
+#include <filesystem>
+
+#include "corelib/base/files.h"
 #include "tests/app/core/coresupport.h"
 
 namespace {
 
 constexpr const char* PRODUCT = "TarnwickTest";
+
+bool LinkDirectory(const std::string& target, const std::string& link) {
+    std::error_code error;
+    std::filesystem::create_directory_symlink(target, link, error);
+    return !error;
+}
+
+bool LinkFile(const std::string& target, const std::string& link) {
+    std::error_code error;
+    std::filesystem::create_symlink(target, link, error);
+    return !error;
+}
+
+/// Whether ".." takes a name away without a look at what that name is.
+bool PathsAreTexts() {
+    return FILES::NativePath("\\") == "\\";
+}
 
 class DataDir : public ::testing::Test {
  protected:
@@ -66,14 +86,83 @@ TEST_F(DataDir, AnUnusableValueEndsAtZeroAndThenAtTheCurrentDirectory) {
     EXPECT_EQ(Store.Get("ApplicationDataDir"), Std(Temp.File("file\\below")));
 }
 
-TEST_F(DataDir, PendingIsTheOtherDirectoryOnly) {
-    Store.Set("ApplicationDataDir", Temp.File("Data"));
-    for (const auto& [value, pending] : {std::pair("dATA", false), {"other", true}}) {
-        Store.Set("ApplicationDataDir.New", Temp.File(value));
-        EXPECT_EQ(Get(), Std(Temp.File("Data")));
-        EXPECT_EQ(Pending.NotNull(), pending) << value;
-        EXPECT_NE(Store.Get("ApplicationDataDir.New"), "<none>");
+TEST_F(DataDir, PendingIsAnotherPlaceAndNoOtherSpelling) {
+    const STRING data = Temp.File("Data");
+    Store.Set("ApplicationDataDir", data);
+    ASSERT_TRUE(OSYS::MakeDirectories(Temp.File("Data\\sub").Text()));
+    const bool links = LinkDirectory(Temp.Native("Data"), Temp.Native("link"));
+    const bool oneCase = OSYS::FileIsDirectory(Temp.File("dATA").Text());
+    const std::string slashes = Temp.Native("Data/sub/..") + "/";
+    const struct {
+        STRING Wanted;
+        bool Same;
+    } cases[] = {
+        {data, true},
+        {data || "\\", true},
+        {data || "\\.", true},
+        {Temp.File(".\\\\Data"), true},
+        {Temp.File("other\\..\\Data"), false},  // before "other" is made it leads nowhere, where links are followed
+        {STRING(slashes.c_str()), true},
+        {Temp.File("link"), links},
+        {Temp.File("dATA"), oneCase},
+        {Temp.File("other"), false},
+        {Temp.File("Data\\sub"), false},
+        {STRING(Temp.Path()), false},
+    };
+    for (const char* star : {"", "*"}) {
+        for (const auto& c : cases) {
+            const bool same = c.Same || (PathsAreTexts() && c.Wanted.Pos("other\\..") != -1);
+            Store.Set("ApplicationDataDir.New", STRING(star) || c.Wanted);
+            EXPECT_EQ(Get(), Std(data));
+            EXPECT_EQ(Pending.NotNull(), !same) << c.Wanted.Text();
+            EXPECT_EQ(Store.Get("ApplicationDataDir.New") == "<none>", same) << c.Wanted.Text();
+        }
     }
+}
+
+TEST_F(DataDir, AMoveOntoItselfLosesNothing) {
+    const STRING from = Temp.File("from");
+    ASSERT_TRUE(OSYS::MakeDirectories(from.Text()));
+    Store.Set("ApplicationDataDir", from);
+    WriteBytes(Temp.File("from\\a.ini"), "a");
+    LinkDirectory(Temp.Native("from"), Temp.Native("link"));
+    for (const char* spelling : {"from", "from\\", "from\\.", ".\\from", "new\\..\\from", "link"}) {
+        Store.Set("ApplicationDataDir.New", "x");
+        if (std::string_view(spelling) == "link" && !OSYS::FileIsDirectory(Temp.File("link").Text()))
+            continue;
+        EXPECT_EQ(Move(from, STRING("*") || Temp.File(spelling)), 1) << spelling;
+        EXPECT_EQ(ReadBytes(Temp.File("from\\a.ini")), "a") << spelling;
+        EXPECT_EQ(Store.Get("ApplicationDataDir"), Std(from)) << spelling;
+        EXPECT_EQ(Store.Get("ApplicationDataDir.New"), "<none>") << spelling;
+    }
+    // Down into a folder of its own, and up again.
+    const STRING below = Temp.File("from\\below");
+    EXPECT_EQ(Move(from, STRING("*") || below), 1);
+    EXPECT_EQ(ReadBytes(Temp.File("from\\below\\a.ini")), "a");
+    EXPECT_FALSE(OSYS::FileExists(Temp.File("from\\a.ini").Text()));
+    EXPECT_EQ(Move(below, STRING("*") || from), 1);
+    EXPECT_EQ(ReadBytes(Temp.File("from\\a.ini")), "a");
+    EXPECT_TRUE(FrontEnd.Messages.empty());
+}
+
+TEST_F(DataDir, LinksBetweenTheOldPlaceAndTheNewOneLoseNothing) {
+    for (const char* folder : {"from", "to"})
+        ASSERT_TRUE(OSYS::MakeDirectories(Temp.File(folder).Text()));
+    WriteBytes(Temp.File("from\\a.ini"), "a");
+    WriteBytes(Temp.File("from\\b.ini"), "b");
+    WriteBytes(Temp.File("to\\c.ini"), "c");
+    if (!LinkFile(Temp.Native("from/a.ini"), Temp.Native("to/a.ini")))
+        GTEST_SKIP() << "no links here";
+    LinkFile(Temp.Native("from/a.ini"), Temp.Native("to/b.ini"));
+    LinkFile(Temp.Native("from/b.ini"), Temp.Native("from/l.ini"));
+    EXPECT_EQ(Move(Temp.File("from"), STRING("*") || Temp.File("to")), 1);
+    for (const auto& [name, text] : {std::pair("a.ini", "a"), {"b.ini", "b"}, {"l.ini", "b"}, {"c.ini", "c"}})
+        EXPECT_EQ(ReadBytes(Temp.File("to") || "\\" || name), text) << name;
+    // What already lies in the new place, and is only linked in the old one, stays there.
+    LinkFile(Temp.Native("to/c.ini"), Temp.Native("from/c.ini"));
+    EXPECT_EQ(Move(Temp.File("from"), STRING("*") || Temp.File("to")), 0);
+    EXPECT_EQ(ReadBytes(Temp.File("to\\c.ini")), "c");
+    EXPECT_EQ(ReadBytes(Temp.File("from\\c.ini")), "c");
 }
 
 TEST_F(DataDir, MoveCopiesAllFilesAndThenDeletesTheOldOnes) {

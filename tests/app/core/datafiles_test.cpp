@@ -230,6 +230,29 @@ TEST_F(DataFiles, AFailedSaveKeepsWhatIsOnTheDisk) {
     EXPECT_FALSE(nowhere.SaveTables(SAVE_ITEMS));
 }
 
+TEST_F(DataFiles, FilesWithPasswordsAreMadePrivate) {
+    const auto expectPrivate = [this](const char* when) {
+        for (const char* name : {"accounts.ini", "tarnwick.ini"}) {
+            using std::filesystem::perms;
+            const perms others = perms::group_all | perms::others_all;
+            if (FILES::NativePath("\\") == "/")
+                EXPECT_EQ(std::filesystem::status(Data.Native(name)).permissions() & others, perms::none)
+                    << name << when;
+            std::filesystem::permissions(Data.Native(name), perms(0644));
+        }
+    };
+    WriteData("tarnwick.ini", "HttpProxy=user:word@host\r\n");
+    WriteData("accounts.ini", "[#0]\r\nName=a\r\n\r\n");
+    for (const char* name : {"accounts.ini", "tarnwick.ini"})
+        std::filesystem::permissions(Data.Native(name), std::filesystem::perms(0644));
+    Files->LoadSettings();
+    Files->LoadTables();
+    expectPrivate(" is read");
+    EXPECT_TRUE(Files->SaveTables(SAVE_ITEMS));
+    EXPECT_TRUE(Files->SaveSettings());
+    expectPrivate(" is written");
+}
+
 TEST_F(DataFiles, DamagedFilesAreReadAsFarAsTheyGoAndNothingIsThrownAway) {
     const std::string accounts =
         "[#0]\r\nLastSeenIds=a|b\r\nName=one\r\n\r\n[#1]\r\nName=two\r\nSource2=={{c2VjcmV0}}\r\n\r\n";

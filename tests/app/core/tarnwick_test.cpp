@@ -1,6 +1,9 @@
 #include "app/core/tarnwick.h"
 
 #include "app/check/items.h"
+#include "app/filter/spamfilter.h"
+#include "corelib/base/files.h"
+#include "corelib/base/trace.h"
 #include "tests/app/core/coresupport.h"
 
 namespace {
@@ -73,6 +76,94 @@ TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
     EXPECT_FALSE(OSYS::FileExists(Data.File("from\\tarnwick.ini").Text()));
     EXPECT_TRUE(OSYS::FileExists(Data.File("to\\tarnwick.ini").Text()));
     EXPECT_EQ(FrontEnd.Messages.size(), 1U);  // the welcome at the first start, and none about the move
+}
+
+TEST_F(Tarnwick, ARequestForTheSamePlaceStopsNoStart) {
+    const STRING data = Data.File("data");
+    Store.Set("ApplicationDataDir", data);
+    Arguments = std::make_unique<ARGUMENTS>("tarnwick");
+    for (const char* request : {"data\\", "*data\\.", "*gone\\..\\data"}) {
+        STRING place(request);
+        const bool star = place.ChopFirst('*') != 0;
+        Store.Set("ApplicationDataDir.New", STRING(star ? "*" : "") || Data.File(place.Text()));
+        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
+        ASSERT_TRUE(app.Open()) << request << ": " << app.StartError().Text();
+        EXPECT_EQ(Std(app.DataDir()), Std(data));
+        EXPECT_EQ(Store.Get("ApplicationDataDir.New"), "<none>");
+        EXPECT_EQ(Std(app.pState.Get("SpamFilename")), Std(data) + "\\spamdef.dat");
+        TARNWICK second(FrontEnd, Notifier, *Arguments, Texts);
+        EXPECT_FALSE(second.Open()) << "the lock is kept";
+    }
+}
+
+TEST_F(Tarnwick, AStartRemovesWhatAKilledRunLeftAndNoOtherFile) {
+    ASSERT_TRUE(OSYS::MakeDirectories(Data.File("trash").Text()));
+    const char* leftovers[] = {"accounts.ini.velmora-aZ09bc.tmp", "trash\\100000000.ini.velmora-00000abc00000def.tmp"};
+    const char* users[] = {"accounts.ini.backup",      "mine.tmp",
+                           "trash\\note.velmora-.tmp", "accounts.ini.velmora-aZ09bc.tmp.txt",
+                           ".velmora-aZ09bc.tmp",      "accounts.ini.velmora-a_09bc.tmp"};
+    const auto write = [&] {
+        for (const char* name : leftovers)
+            WriteBytes(Data.File(name), "half");
+    };
+    for (const char* name : users)
+        WriteBytes(Data.File(name), "whole");
+    write();
+    auto app = Make();
+    ASSERT_TRUE(app->Open());
+    for (const char* name : leftovers)
+        EXPECT_FALSE(OSYS::FileExists(Data.File(name).Text())) << name;
+    // These are of the copy that runs.
+    write();
+    EXPECT_FALSE(Make()->Open());
+    for (const char* name : leftovers)
+        EXPECT_TRUE(OSYS::FileExists(Data.File(name).Text())) << name;
+    for (const char* name : users)
+        EXPECT_EQ(InData(name), "whole") << name;
+}
+
+TEST_F(Tarnwick, WhatCannotBeWrittenBesideTheProgramGoesToTheData) {
+    LogOption("/LOGITCLOSE");
+    {
+        // Nobody can make a file there.
+        CURRENTDIR there(FILES::NativePath("\\") == "/" ? "\\proc" : "Z:\\proc");
+        LogOption("/LOGIT");
+        Trace("an early line\n");
+        Store.Set("ApplicationDataDir", Data.Path());
+        Arguments = std::make_unique<ARGUMENTS>("tarnwick");
+        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
+        ASSERT_TRUE(app.Open());
+        app.Filter().LoadSpamDefinitions();
+        EXPECT_EQ(Std(FILES::OwnFile("a.txt")), Std(Data.File("a.txt")));
+    }
+    LogOption("/LOGITCLOSE");
+    EXPECT_NE(InData("logit.log").find("an early line\r\n"), std::string::npos);
+    EXPECT_NE(InData("spamwords.log"), "");
+
+    // Beside the program where it can be; a directory of its own for this run has its own last popup.
+    WriteBytes(Data.File("lastpopup.txt"), "of these data");
+    WriteBytes(Program.File("lastpopup.txt"), "of all");
+    auto app = Make();
+    ASSERT_TRUE(app->Open());
+    EXPECT_EQ(Std(FILES::OwnFile("a.txt")), "a.txt");
+    ASSERT_TRUE(app->Notification().ShowLastAlert());
+    EXPECT_EQ(FrontEnd.Alerts.back(), "of these data");
+    app.reset();
+    Arguments = std::make_unique<ARGUMENTS>("tarnwick");
+    TARNWICK usual(FrontEnd, Notifier, *Arguments, Texts);
+    ASSERT_TRUE(usual.Open());
+    ASSERT_TRUE(usual.Notification().ShowLastAlert());
+    EXPECT_EQ(FrontEnd.Alerts.back(), "of all");
+}
+
+TEST_F(Tarnwick, SaysThatALogIsRefused) {
+    ASSERT_TRUE(OSYS::MakeDirectories(Data.File("is a folder").Text()));
+    LogOption((STRING("/LOGIT:") || Data.File("is a folder")).Text());
+    auto app = Make();
+    ASSERT_TRUE(app->Open());
+    EXPECT_EQ(FrontEnd.Messages.front(), "text 10001 $DIR: text 10052 $DIR");
+    LogOption("/LOGITCLOSE");
+    EXPECT_FALSE(SettleLog().NotNull());
 }
 
 TEST_F(Tarnwick, ItemsComeAndGoWhileTheThreadRuns) {

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "corelib/base/files.h"
+#include "corelib/base/trace.h"
 #include "tests/support/sizelimit_posix.h"
 #include "tests/support/testsupport.h"
 
@@ -68,6 +69,42 @@ TEST(PosixFiles, TheModeIsKeptAndANewFileIsPrivate) {
     fs::permissions(dir.Native("accounts.ini"), fs::perms(0640));
     ASSERT_TRUE(FILES::ReplaceAll(file.Text(), "2", false));
     EXPECT_EQ(fs::status(dir.Native("accounts.ini")).permissions(), fs::perms(0640));
+    // Unless it is to be the owner's alone.
+    for (const auto& [before, after] : {std::pair(0644, 0600), {0755, 0600}, {0440, 0400}, {0600, 0600}}) {
+        fs::permissions(dir.Native("accounts.ini"), fs::perms(before));
+        EXPECT_TRUE(FILES::MakePrivate(file.Text()));
+        EXPECT_EQ(fs::status(dir.Native("accounts.ini")).permissions(), fs::perms(after)) << before;
+    }
+    EXPECT_FALSE(FILES::MakePrivate(dir.Path()));
+    EXPECT_FALSE(FILES::MakePrivate(dir.File("missing").Text()));
+}
+
+TEST(PosixFiles, NoLogGoesThroughALink) {
+    TEMPDIR dir, elsewhere;
+    WriteBytes(elsewhere.File("letter"), "mine");
+    const STRING link = dir.File("link"), plain = dir.File("plain");
+    for (const char* target : {"letter", "not yet"}) {
+        fs::remove(dir.Native("link"));
+        fs::create_symlink(elsewhere.Native(target), dir.Native("link"));
+        EXPECT_FALSE(FILES::AppendLog(link.Text(), "log"));
+        EXPECT_FALSE(FILES::ReplaceLog(link.Text(), "log", true));
+        LogOption((STRING("/LOGIT:") || link).Text());
+        EXPECT_EQ(Trace("log"), 0);
+        EXPECT_EQ(SettleLog(), link);
+        LogOption("/LOGITCLOSE");
+    }
+    EXPECT_EQ(ReadBytes(elsewhere.File("letter")), "mine");
+    EXPECT_EQ(EntriesOf(elsewhere), 1);
+    EXPECT_TRUE(FILES::ReplaceLog(plain.Text(), "a\n", true));
+    EXPECT_TRUE(FILES::AppendLog(plain.Text(), "b"));
+    EXPECT_EQ(ReadBytes(plain), "a\r\nb");
+    // A copy takes a link's place if it is told to, even if that leads back.
+    fs::remove(dir.Native("link"));
+    fs::create_symlink("plain", dir.Native("link"));
+    EXPECT_FALSE(FILES::Copy(plain.Text(), link.Text()));
+    EXPECT_TRUE(FILES::Copy(plain.Text(), link.Text(), FILES::LINKS::Replace));
+    EXPECT_FALSE(FILES::IsLink(link.Text()));
+    EXPECT_EQ(ReadBytes(link), "a\r\nb");
 }
 
 }  // namespace

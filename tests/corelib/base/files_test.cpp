@@ -49,18 +49,44 @@ TEST(FilesTest, FailuresLeaveTheOldFile) {
     EXPECT_EQ(ReadBytes(file), "old");
 }
 
+TEST(FilesTest, AFileIsNotCopiedOntoItself) {
+    TEMPDIR dir;
+    const STRING file = dir.File("a.ini");
+    WriteBytes(file, "a");
+    WriteBytes(dir.File("b.ini"), "a");
+    std::filesystem::create_directory(dir.Native("sub"));
+    for (const char* spelling : {"a.ini", ".\\a.ini", "\\a.ini", "sub\\..\\a.ini"}) {
+        EXPECT_TRUE(FILES::SamePlace(file.Text(), dir.File(spelling).Text())) << spelling;
+        EXPECT_FALSE(FILES::Copy(file.Text(), dir.File(spelling).Text())) << spelling;
+    }
+    EXPECT_EQ(ReadBytes(file), "a");
+    EXPECT_TRUE(FILES::SamePlace(dir.Path(), dir.File("sub\\..\\").Text()));
+    for (const char* other : {"b.ini", "sub", "missing", ""})
+        EXPECT_FALSE(FILES::SamePlace(file.Text(), dir.File(other).Text())) << other;
+    EXPECT_FALSE(FILES::SamePlace(dir.File("missing").Text(), dir.File("missing").Text()));
+    EXPECT_TRUE(FILES::Copy(file.Text(), dir.File("b.ini").Text()));
+}
+
 // Somebody else, say a virus scanner, reads the file until the program has waited a few times.
 class READER : public FAKECLOCK {
  public:
-    READER(const std::string& path, int pauses) : File(path, std::ios::binary), Pauses(pauses) {}
+    READER(const std::string& path, int pauses)
+        : File(path, std::ios::binary), Folder(std::filesystem::path(path).parent_path()), Pauses(pauses) {}
     void Sleep(int ms) override {
         FAKECLOCK::Sleep(ms);
+        ++Slept;
+        // What a kill would leave now is known for it.
+        for (const auto& entry : std::filesystem::directory_iterator(Folder))
+            Leftovers += FILES::IsLeftover(entry.path().filename().string());
         if (--Pauses == 0)
             File.close();
     }
 
+    int Slept = 0, Leftovers = 0;
+
  private:
     std::ifstream File;
+    std::filesystem::path Folder;
     int Pauses;
 };
 
@@ -71,6 +97,7 @@ TEST(FilesTest, AReaderDelaysAReplacementAtMost) {
     {
         READER reader(dir.Native("data.ini"), 3);
         EXPECT_TRUE(FILES::ReplaceAll(file.Text(), "new", false));
+        EXPECT_EQ(reader.Leftovers, reader.Slept);
     }
     EXPECT_EQ(ReadBytes(file), "new");
     {

@@ -52,7 +52,7 @@ TEST(WindowsPaths, TakePartInEverythingHoweverLong) {
         const STRING deep = top || parts, one = deep || "\\one.ini", two = deep || "\\two.ini";
         ASSERT_TRUE(OSYS::MakeDirectories(deep.Text()));
         EXPECT_TRUE(FILES::ReplaceAll(one.Text(), "o", false));
-        EXPECT_TRUE(FILES::AppendBytes(one.Text(), "ne"));
+        EXPECT_TRUE(FILES::AppendLog(one.Text(), "ne"));
         EXPECT_TRUE(FILES::Rename(one.Text(), two.Text()));
         EXPECT_FALSE(OSYS::FileExists(one.Text()));
         EXPECT_TRUE(OSYS::FileTime(two.Text()).NotNull());
