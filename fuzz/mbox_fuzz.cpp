@@ -1,0 +1,45 @@
+// Mailbox files: however the pieces fall in which a file comes, the mails are the same, each is bounded, and no byte of
+// one mail changes the others.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/console/scoremails.h"
+#include "app/mailbox/pop3.h"
+
+namespace {
+
+constexpr size_t MAIL_MAX = (4 << 20) + POP_LINE;
+constexpr std::string_view MARK = "X-Mark: before and behind\n\nbody\n";
+
+std::vector<std::string> Read(std::string_view file, size_t piece) {
+    std::vector<std::string> mails;
+    MBOXREADER reader([&](const std::string& mail) { mails.push_back(mail); });
+    for (; !file.empty(); file.remove_prefix(std::min(piece, file.size())))
+        reader.Put(file.substr(0, piece));
+    reader.End();
+    return mails;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size == 0)
+        return 0;
+    const std::string file(reinterpret_cast<const char*>(data) + 1, size - 1);
+    const std::vector<std::string> mails = Read(file, file.size());
+    if (Read(file, size_t{data[0]} + 1) != mails)
+        __builtin_trap();
+    for (const std::string& mail : mails)
+        if (mail.size() > MAIL_MAX || mail.find('\r') != mail.npos || mail.find('\0') != mail.npos)
+            __builtin_trap();
+    // Between two mails, the file adds its own and takes nothing.
+    const std::string envelope = "From x@y Thu Jan  1 00:00:00 1970\n", mark(MARK);
+    const std::vector<std::string> all =
+        Read(envelope + mark + "\n" + envelope + file + "\n\n" + envelope + mark, POP_LINE);
+    if (all.size() < 3 || all.front() != mark || all.back() != mark)
+        __builtin_trap();
+    return 0;
+}

@@ -1,0 +1,336 @@
+// Kills the program, and takes the disk away under it, at the points where it changes its data, while it checks
+// mailboxes and throws out spam. Whatever happens, each file is the old or the new one, no mail goes without its copy,
+// and the next start works. Without more words a few of the points are tried with a POP3 mailbox; TARNWICK_FAULTS=all
+// tries each, with an IMAP mailbox too, which is slow to log in; TARNWICK_FAULTS_SEED=n repeats the random kills of a
+// run.
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <set>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "app/check/trashstore.h"
+#include "app/console/session.h"
+#include "app/core/settings.h"
+#include "app/demo/imapservice.h"
+#include "app/demo/pop3service.h"
+#include "corelib/base/files.h"
+#include "corelib/base/recordarray.h"
+#include "corelib/system/osys.h"
+#include "tests/support/testsupport.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* USER = "joe";
+constexpr const char* PASSWORD = "secret";
+constexpr int SPAM_MAILS = 2;  // in each mailbox, between two good ones
+constexpr int SAMPLES = 8;     // points of each kind, and random kills, of the short form
+constexpr int ALL_KILLS = 150;
+// Values that a run may change, or not, by how far it comes.
+const std::set<std::string> CHANGING = {"LastRC", "LastValue", "LastSeenIds", "LastRefresh", "LastRefreshString"};
+
+bool TryAll() {
+    const char* words = getenv("TARNWICK_FAULTS");
+    return words && std::string(words) == "all";
+}
+
+std::string MailId(char mailbox, int number) {
+    return std::string("<") + mailbox + std::to_string(number) + "@faults.example>";
+}
+
+// Long enough for half of it to be missed.
+std::string Body(char mailbox, int number) {
+    std::string body;
+    for (int line = 0; line < 60; ++line)
+        body += MailId(mailbox, number) + " line " + std::to_string(line) + " casino\n";
+    return body;
+}
+
+std::string WithCrLf(const std::string& text) {
+    std::string result;
+    for (char c : text)
+        result += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    return result;
+}
+
+std::string Mail(char mailbox, int number, bool spam) {
+    return WithCrLf("From: Ann <ann@example.org>\nTo: " + std::string(USER) +
+                    "\nSubject: " + (spam ? "casino" : "lunch") + "\nMessage-Id: " + MailId(mailbox, number) + "\n\n" +
+                    (spam ? Body(mailbox, number) : "At noon?\n"));
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+bool IsSpam(int number) {
+    return number > 0 && number <= SPAM_MAILS;
+}
+
+class Faults : public testing::Test {
+ protected:
+    Faults() : Pop(PopStore, USER, PASSWORD), Imap(ImapStore, USER, PASSWORD) {}
+
+    void SetUp() override {
+        ASSERT_TRUE(Pop.Start() && Imap.Start());
+        WriteBytes(Temp.File("password"), PASSWORD);
+        Data = Temp.Native("data");
+        const auto add = [this](const char* scheme, int port) {
+            return Run({"/ADD:" + std::string(scheme) + "://" + USER + "@127.0.0.1:" + std::to_string(port),
+                        "/PASSWORDFILE:" + Temp.Native("password")});
+        };
+        ASSERT_EQ(add("pop3", Pop.Port()), EXIT_GOOD);
+        ASSERT_TRUE(!TryAll() || add("imap", Imap.Port()) == EXIT_GOOD);
+        WriteBytes(InData("spamdef.dat"), "B|100/5|casino\r\n");
+        STRINGARRAY state;
+        ASSERT_TRUE(state.Load(InData("tarnwick.ini").Text()));
+        for (const auto& [key, value] : {std::pair("SpamDoTrash", "1"),
+                                         {"SpamTrashPoints", "100"},
+                                         {"SpamDoDomain", "0"},
+                                         {"TrashKeepUncopied", "1"}})
+            state.Set(key, value);
+        ASSERT_TRUE(state.Save(InData("tarnwick.ini").Text()));
+        WriteBytes(InData("trash\\100000000.ini"), "Subject=<old@faults.example>\r\nX-TrashId=100000000\r\n");
+        WriteBytes(InData("trash\\100000000.txt"), "old\r\n");
+        WriteBytes(InData("trashid.dat"), "100000001\r\n");
+        // What a user may have there.
+        for (const char* name : {"accounts.ini.backup", "mine.tmp", "trash\\mine.tmp"})
+            WriteBytes(InData(name), name);
+        fs::copy(Data, Temp.Native("before"), fs::copy_options::recursive);
+
+        // A run in which nothing happens tells the points, and what there is afterwards.
+        Renew();
+        const auto start = std::chrono::steady_clock::now();
+        ASSERT_EQ(Run({"/ONCE"}, 0, ""), EXIT_GOOD) << ReadBytes(Temp.File("out"));
+        RunMs = static_cast<int>(
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count());
+        const std::string log = ReadBytes(Temp.File("points"));
+        Points = static_cast<int>(std::count(log.begin(), log.end(), '\n'));
+        ASSERT_GT(Points, 20) << log;
+        fs::copy(Data, Temp.Native("after"), fs::copy_options::recursive);
+        Look("a whole run", true);
+        ASSERT_EQ(Copies().size(), SPAM_MAILS * Mailboxes().size()) << "the spam is in the trash";
+        ASSERT_TRUE(SpamIsGone());
+    }
+
+    STRING InData(const char* name) const { return OSYS::FilePath(FILES::SystemPath(Data.c_str()).Text(), name); }
+    std::string Before(const char* name) const { return ReadBytes(Temp.File("before") || "\\" || name); }
+    std::string After(const char* name) const { return ReadBytes(Temp.File("after") || "\\" || name); }
+
+    /// The data and the mailboxes as they were before the first check.
+    void Renew() {
+        fs::remove_all(Data);
+        fs::copy(Temp.Native("before"), Data, fs::copy_options::recursive);
+        for (auto& [store, mailbox] : Mailboxes()) {
+            std::vector<int> numbers;
+            for (const auto& mail : store.Mails())
+                numbers.push_back(mail->Number);
+            store.Remove(numbers);
+            for (int number = 0; number < SPAM_MAILS + 2; ++number)
+                store.Deliver(Mail(mailbox, number, IsSpam(number)));
+        }
+    }
+    struct MAILBOX {
+        DEMOSTORE& Store;
+        char Name;
+    };
+    std::vector<MAILBOX> Mailboxes() {
+        return TryAll() ? std::vector<MAILBOX>{{PopStore, 'p'}, {ImapStore, 'i'}}
+                        : std::vector<MAILBOX>{{PopStore, 'p'}};
+    }
+    bool SpamIsGone() {
+        return std::ranges::all_of(Mailboxes(),
+                                   [](const MAILBOX& mailbox) { return mailbox.Store.Mails().size() == 2; });
+    }
+
+    pid_t Start(const std::vector<std::string>& words, int point, const std::string& how) {
+        const std::string folder =
+            FILES::NativePath(OSYS::FileDirectory(OSYS::ProgramPath().Text()).Text()).Text() + std::string("/");
+        std::vector<std::string> line = {folder + "tarnwickc", "/LANG:ENGL", "/WORKDIR:" + Data};
+        line.insert(line.end(), words.begin(), words.end());
+        std::vector<std::string> variables;
+        for (char** variable = environ; *variable; ++variable)
+            if (point < 0 || !std::string_view(*variable).starts_with("ASAN_OPTIONS="))
+                variables.emplace_back(*variable);
+        const std::string points = Temp.Native("points"), out = Temp.Native("out");
+        if (point >= 0) {
+            const char* former = getenv("ASAN_OPTIONS");
+            variables.push_back("ASAN_OPTIONS=" + (former ? std::string(former) + ":" : "") +
+                                "verify_asan_link_order=0");
+            variables.push_back("LD_PRELOAD=" + folder + "libfaultshim.so");
+            variables.push_back("FAULT_DIR=" + Data);
+            variables.push_back("FAULT_LOG=" + points);
+            variables.push_back("FAULT_POINT=" + std::to_string(point));
+            variables.push_back("FAULT_HOW=" + how);
+        }
+        fs::remove(points);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+        pid_t pid = -1;
+        EXPECT_EQ(
+            posix_spawn(&pid, line[0].c_str(), &actions, nullptr, Pointers(line).data(), Pointers(variables).data()),
+            0);
+        posix_spawn_file_actions_destroy(&actions);
+        return pid;
+    }
+    /// Runs to the end: the exit code, or the signal's number and 1000.
+    static int End(pid_t pid) {
+        int status = 0;
+        waitpid(pid, &status, 0);
+        return WIFSIGNALED(status) ? 1000 + WTERMSIG(status) : WEXITSTATUS(status);
+    }
+    int Run(const std::vector<std::string>& words, int point = -1, const std::string& how = "") {
+        return End(Start(words, point, how));
+    }
+
+    /// The mails whose copies in the trash are whole. Each file there is part of a copy.
+    std::set<std::string> Copies() {
+        std::set<std::string> whole;
+        for (const auto& entry : fs::directory_iterator(Data + "/trash")) {
+            const std::string name = entry.path().stem(), path = "trash\\" + name;
+            EXPECT_TRUE(entry.path().extension() != ".txt" || fs::exists(Data + "/trash/" + name + ".ini"))
+                << "a text without its record: " << name;
+            if (entry.path().extension() != ".ini" || name == "100000000")
+                continue;
+            STRINGARRAY record;
+            EXPECT_TRUE(record.Load(InData((path + ".ini").c_str()).Text()));
+            EXPECT_EQ(Std(record.Get("X-TrashId")), name) << "half a record";
+            EXPECT_LT(std::stoll(name), std::stoll(ReadBytes(InData(TRASH_COUNTER)))) << "an id may come again";
+            if (!fs::exists(Data + "/trash/" + name + ".txt"))
+                continue;
+            const std::string header = Std(record.Get("Header")), text = ReadBytes(InData((path + ".txt").c_str()));
+            std::string id;
+            for (const char mailbox : {'p', 'i'})
+                for (int number = 1; number <= SPAM_MAILS; ++number)
+                    if (header.find("Message-Id: " + MailId(mailbox, number)) != header.npos &&
+                        text.find(WithCrLf(Body(mailbox, number))) != text.npos)
+                        id = MailId(mailbox, number);
+            EXPECT_NE(id, "") << "half a mail in " << name << ".txt:\n" << header << "\n" << text.substr(0, 300);
+            whole.insert(id);
+        }
+        return whole;
+    }
+
+    /// Holds what is there against what may be there. copied: no mail has gone without a copy.
+    void Look(const std::string& when, bool copied) {
+        SCOPED_TRACE(when + ", " + std::to_string(Points) + " points\n" + ReadBytes(Temp.File("out")));
+        for (const char* name : {"tarnwick.ini", "mailtypes.ini", "myfriends.dat", "spamdef.dat"}) {
+            const std::string now = ReadBytes(InData(name));
+            EXPECT_TRUE(now == Before(name) || now == After(name)) << name << "\n" << now;
+        }
+        for (const char* name :
+             {"accounts.ini.backup", "mine.tmp", "trash\\mine.tmp", "trash\\100000000.ini", "trash\\100000000.txt"})
+            EXPECT_EQ(ReadBytes(InData(name)), Before(name)) << name;
+        RECORDARRAY now(8, 8), before(8, 8), after(8, 8);
+        now.LoadAll(InData("accounts.ini").Text());
+        before.LoadAll(Temp.File("before\\accounts.ini").Text());
+        after.LoadAll(Temp.File("after\\accounts.ini").Text());
+        EXPECT_TRUE(Same(now, before) || Same(now, after)) << ReadBytes(InData("accounts.ini"));
+        const std::string counter = ReadBytes(InData(TRASH_COUNTER));
+        EXPECT_TRUE(counter.ends_with("\r\n") && counter >= "100000001\r\n") << counter;
+        const std::set<std::string> copies = Copies();
+        for (auto& [store, mailbox] : Mailboxes()) {
+            std::string left;
+            for (const auto& mail : store.Mails())
+                left += mail->Text;
+            for (int number = 0; number < SPAM_MAILS + 2; ++number) {
+                const std::string id = MailId(mailbox, number);
+                const bool there = left.find("Message-Id: " + id) != left.npos;
+                EXPECT_TRUE(there || IsSpam(number)) << id << " is a good mail";
+                EXPECT_TRUE(there || !copied || copies.contains(id)) << id << " has gone without a copy";
+            }
+        }
+    }
+    static bool Same(RECORDARRAY& one, RECORDARRAY& other) {
+        bool same = one.Count() == other.Count() && one.Count() > 0;
+        for (int i = 0; same && i < one.Count(); ++i) {
+            const DYNARRAY<STRING> keys = other[i].GetKeys();
+            same = one[i].Count() == other[i].Count();
+            for (int k = 0; same && k < keys.Count(); ++k)
+                same = one[i].Exists(keys[k].Text()) &&
+                       (CHANGING.contains(Std(keys[k])) || one[i].Get(keys[k].Text()) == other[i].Get(keys[k].Text()));
+        }
+        return same;
+    }
+
+    /// A run with a fault, a look, and a good run behind it, which makes all well.
+    void Try(const std::string& name, int point, const std::string& how, int killMs = 0) {
+        Renew();
+        const pid_t pid = Start({"/ONCE"}, point, how);
+        if (killMs > 0) {
+            usleep(static_cast<useconds_t>(killMs) * 1000);
+            kill(pid, SIGKILL);
+        }
+        const int code = End(pid);
+        const bool killed = point < 0 || how == "kill";
+        EXPECT_TRUE(killed ? code == 1000 + SIGKILL || code == EXIT_GOOD : code <= EXIT_NO_START)
+            << name << ": " << code << "\n"
+            << ReadBytes(Temp.File("out"));
+        Look(name, killed || KeepsUncopied());
+        EXPECT_EQ(Run({"/ONCE"}), EXIT_GOOD) << name << "\n" << ReadBytes(Temp.File("out"));
+        Look("the start behind " + name, killed || KeepsUncopied());
+        EXPECT_TRUE(SpamIsGone()) << name;
+        for (const auto& entry : fs::recursive_directory_iterator(Data))
+            EXPECT_FALSE(FILES::IsLeftover(entry.path().filename().string())) << name << ": " << entry.path();
+    }
+    /// Whether the program has a setting under which no mail is deleted whose copy cannot be written.
+    static bool KeepsUncopied() {
+        return std::ranges::any_of(
+            SETTINGS, [](const SETTING& setting) { return std::string_view(setting.Key) == "TrashKeepUncopied"; });
+    }
+    void TryPoints(const std::string& how) {
+        const int tries = TryAll() ? Points : SAMPLES;
+        for (int i = 0; i < tries && !HasFailure(); ++i) {
+            const int point = tries == Points ? i + 1 : 1 + i * (Points - 1) / (tries - 1);
+            Try(how + " at point " + std::to_string(point), point, how);
+        }
+    }
+
+    TEMPDIR Temp;
+    std::string Data;
+    DEMOSTORE PopStore, ImapStore;
+    POP3SERVICE Pop;
+    IMAPSERVICE Imap;
+    int Points = 0;
+    int RunMs = 0;
+};
+
+TEST_F(Faults, AKillLeavesEverythingWhole) {
+    TryPoints("kill");
+}
+
+TEST_F(Faults, AKillAtAnyMomentLeavesEverythingWhole) {
+    const char* given = getenv("TARNWICK_FAULTS_SEED");
+    const auto seed = given ? static_cast<unsigned>(atoi(given)) : std::random_device()();
+    std::mt19937 random(seed);
+    for (int i = 0; i < (TryAll() ? ALL_KILLS : SAMPLES) && !HasFailure(); ++i) {
+        const int ms = std::uniform_int_distribution(1, RunMs + RunMs / 10 + 1)(random);
+        Try("a kill after " + std::to_string(ms) + " ms, seed " + std::to_string(seed), -1, "", ms);
+    }
+}
+
+TEST_F(Faults, ADiskErrorLeavesEverythingWhole) {
+    TryPoints("error");
+}
+
+TEST_F(Faults, AFullDiskLeavesEverythingWhole) {
+    TryPoints("full");
+}
+
+}  // namespace
