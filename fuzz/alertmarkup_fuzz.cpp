@@ -35,7 +35,7 @@ void Check(bool condition) {
 }  // namespace
 
 // Whatever the bytes: as many lines as line ends say, no more pieces and no more text than there were bytes for, and
-// buttons that can be hit where they stand.
+// buttons that can be hit where they stand, and are all there in a small room too.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     const std::vector<ALERTLINE> lines = ParseAlertMarkup(text);
@@ -70,7 +70,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         look.Pressed = state & 1;
         look.Swapped = state & 2;
         layout.Paint(canvas, look);
-        Check(canvas.Bytes == bytes);
+        Check(canvas.Bytes <= bytes + 3 * pieces);  // the dots of what is too wide
+    }
+
+    const ALERTSIZE room{300, 200};
+    const ALERTLAYOUT bounded(text, metrics, room);
+    Check(bounded.Buttons().size() == layout.Buttons().size());
+    if (text.find('H') == text.npos) {
+        Check(bounded.WindowSize().Width <= room.Width);
+        Check(bounded.WindowSize().Height <= room.Height || !bounded.Buttons().empty());
     }
     return 0;
 }
