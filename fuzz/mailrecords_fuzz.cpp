@@ -29,8 +29,9 @@ class COUNTER : public NOTIFIER {
 // The settings, with all verdicts off.
 STRINGARRAY MakeState() {
     STRINGARRAY state;
-    for (const char* key : {"PopupBackgroundColor", "PopupTextColor", "SpamDoDelete", "SpamDeletePoints", "SpamDoTrash",
-                            "SpamTrashPoints", "SpamDoMove", "SpamMovePoints", "SpamDoIgnore", "SpamIgnorePoints"})
+    for (const char* key :
+         {"PopupBackgroundColor", "PopupTextColor", "SpamDoDelete", "SpamDeletePoints", "SpamDoTrash",
+          "SpamTrashPoints", "SpamDoMove", "SpamMovePoints", "SpamDoIgnore", "SpamIgnorePoints", "TrashKeepUncopied"})
         state.Set(key, "");
     return state;
 }

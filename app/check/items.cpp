@@ -5,12 +5,13 @@ namespace {
 struct ITEMKEY {
     const char* Key;
     const char* Value;
+    const char* InNewItem = nullptr;  // null: the same
 };
 
-/// Keys that the file holds, with what a record gets that lacks them.
+/// Keys that the file holds, with what a record gets that lacks them, and a new account.
 constexpr ITEMKEY STORED_KEYS[] = {
     {"Name", ""},
-    {"Type", ""},
+    {"Type", "", "1"},
     {"Source", ""},
     {"Source2", ""},
     {"ShowTooltip", ""},
@@ -19,7 +20,7 @@ constexpr ITEMKEY STORED_KEYS[] = {
     {"DoPopup", "1"},
     {"DownloadMailTexts", "1"},
     {"TrayCheck", ""},
-    {"TimingCyclic", ""},
+    {"TimingCyclic", "", "600"},
     {"LastRC", ""},
     {"LastValue", ""},
     {"LastSeenIds", ""},
@@ -44,15 +45,16 @@ constexpr ITEMKEY STORED_KEYS[] = {
 constexpr const char* COLOUR_KEYS[] = {"PopupBackgroundColor", "PopupTextColor"};
 
 /// Run-time keys that start afresh in each run, whatever a file says.
-constexpr const char* FRESH_KEYS[] = {"@Showing",  "@ForceRefresh", "@ForcePopup",  "@SuppressPopup",
-                                      "@InUpdate", "@Locked",       "@MoveDelError"};
+constexpr ITEMKEY FRESH_KEYS[] = {{"@Showing", "0"},       {"@ForceRefresh", "0"}, {"@ForcePopup", "0"},
+                                  {"@SuppressPopup", "0"}, {"@InUpdate", "0"},     {"@Locked", "0"},
+                                  {"@MoveDelError", "0"},  {"@LostCopies", "0"},   {"@DisposedMails", ""}};
 
 }  // namespace
 
-void FixItem(STRINGARRAY& item, const STRINGARRAY& state, int& nextHandle) {
+void FixItem(STRINGARRAY& item, const STRINGARRAY& state, int& nextHandle, bool isNew) {
     for (const ITEMKEY& key : STORED_KEYS) {
         if (!item.Exists(key.Key))
-            item.Set(key.Key, key.Value);
+            item.Set(key.Key, isNew && key.InNewItem ? key.InNewItem : key.Value);
     }
     for (const char* key : COLOUR_KEYS) {
         if (!item.Exists(key))
@@ -62,8 +64,8 @@ void FixItem(STRINGARRAY& item, const STRINGARRAY& state, int& nextHandle) {
     password.SetFlags(password.GetFlags() | STRINGFLAG_BINARY);
     item.Set("Source2", password);
 
-    for (const char* key : FRESH_KEYS)
-        item.Set(key, "0");
+    for (const ITEMKEY& key : FRESH_KEYS)
+        item.Set(key.Key, key.Value);
     item.SetNumber("@Handle", nextHandle++);
     item.AllowNewKeys(false);
 }

@@ -1,5 +1,8 @@
 #include "app/core/datafiles.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "app/check/items.h"
 #include "app/core/datadir.h"
 #include "app/core/settings.h"
@@ -15,6 +18,9 @@ constexpr const char* FILE_ITEMS = "accounts.ini";
 constexpr const char* FILE_TYPES = "mailtypes.ini";
 constexpr const char* FILE_SPAMDEF = "spamdef.dat";
 constexpr const char* FILE_SPAMDEF_DEFAULT = "def_spamdef.dat";
+
+/// Behind the name of a file in which nothing could be read.
+constexpr const char* DAMAGED_SUFFIX = ".bad";
 
 constexpr int HELP_WELCOME = 2803;
 
@@ -60,30 +66,46 @@ void DATAFILES::KeepDamaged(const STRING& path) {
         return;
     }
     // The end of the run writes the table anew; what stands in this file may still be worth a person's look.
-    const STRING kept = path || ".bad";
+    const STRING kept = path || DAMAGED_SUFFIX;
     FILES::Remove(kept.Text());
     const bool ok = FILES::Rename(path.Text(), kept.Text());
     Trace("DATAFILES::KeepDamaged nothing could be read from %s, kept as %s, ok= %d\n", path.Text(), kept.Text(),
           static_cast<int>(ok));
 }
 
+/// True if no earlier run has left settings or items here, under any name. The one place that knows it.
+bool DATAFILES::IsNewDirectory() const {
+    const auto leftBehind = [this](const char* name) {
+        return OSYS::FileExists(Path(name).Text()) || OSYS::FileExists((Path(name) || DAMAGED_SUFFIX).Text());
+    };
+    if (leftBehind(FILE_SETTINGS) || leftBehind(FILE_ITEMS))
+        return false;
+    // An old name stays where a file could not be renamed.
+    return std::none_of(std::begin(OLD_NAMES), std::end(OLD_NAMES),
+                        [&](const auto& pair) { return pair.New != FILE_TYPES && leftBehind(pair.Old); });
+}
+
 void DATAFILES::LoadSettings() {
     STRINGARRAY& state = Tables.State;
+    const bool isNew = IsNewDirectory();
     const STRING path = Path(FILE_SETTINGS);
     FILES::MakePrivate(path.Text());
     if (!state.Load(path.Text()) || state.Count() == 0) {
         KeepDamaged(path);
     }
     state.AllowNewKeys(true);
-    FillSettingDefaults(state, Tables.Texts, DataDir.Text());
+    FillSettingDefaults(state, Tables.Texts, DataDir.Text(), isNew);
     state.AllowNewKeys(false);
+    if (isNew) {
+        SaveSettings();
+    }
 }
 
 void DATAFILES::RunSetupWizard() {
     Tables.FrontEnd.RunSetupWizard();
     for (int i = 0; i < Tables.Items.Count(); ++i) {
         if (!Tables.Items[i].Exists("@Handle")) {
-            FixItem(Tables.Items[i], Tables.State, Tables.NextHandle);
+            FixItem(Tables.Items[i], Tables.State, Tables.NextHandle, true);
         }
     }
     if (Tables.Items.Count() > 0) {

@@ -30,7 +30,8 @@ class DATAFILES {
 
     /// Gives files of older versions their present names, where those are free.
     void RenameOldFiles();
-    /// Reads tarnwick.ini, fills in what is missing and locks the key set.
+    /// Reads tarnwick.ini, fills in what is missing and locks the key set. The settings of a new data directory are
+    /// written at once: what they say holds from its first start on, however that ends.
     void LoadSettings();
     /// Reads the items (with the wizard if there are none) and the types, completes every record, and makes sure of the
     /// filter's files. May ask whether newer spam definitions are to be taken over.
@@ -47,6 +48,7 @@ class DATAFILES {
     bool SaveSettings();
 
  private:
+    bool IsNewDirectory() const;
     void RunSetupWizard();
     bool SaveRecords(const char* name, const RECORDARRAY& table);
     void KeepDamaged(const STRING& path);

@@ -2,7 +2,7 @@
 
 #include "corelib/system/osys.h"
 
-void FillSettingDefaults(STRINGARRAY& state, const TEXTS& texts, const char* dataDir) {
+void FillSettingDefaults(STRINGARRAY& state, const TEXTS& texts, const char* dataDir, bool newDirectory) {
     for (const SETTING& setting : SETTINGS) {
         if (state.Exists(setting.Key) && setting.Kind != SETTINGKIND::ALWAYS) {
             continue;
@@ -15,6 +15,9 @@ void FillSettingDefaults(STRINGARRAY& state, const TEXTS& texts, const char* dat
                 state.Set(setting.Key, STRING(dataDir) || "\\" || setting.Default);
                 break;
             case SETTINGKIND::FIXED:
+                state.Set(setting.Key,
+                          newDirectory && setting.InNewDirectory ? setting.InNewDirectory : setting.Default);
+                break;
             case SETTINGKIND::ALWAYS:
                 state.Set(setting.Key, setting.Default);
                 break;

@@ -16,11 +16,14 @@ enum class SETTINGKIND {
     ALWAYS     // Default at every start, whatever the file says
 };
 
+/// Default is what the program did before it knew the key: it holds wherever a data directory of earlier runs lacks the
+/// key. A data directory that a first start makes is written with InNewDirectory, what a user of today wants.
 struct SETTING {
     const char* Key;
     const char* Default;
     SETTINGKIND Kind = SETTINGKIND::FIXED;
     int TextId = 0;
+    const char* InNewDirectory = nullptr;  // null: the same; for FIXED alone
 };
 
 /// Every setting with its default, in the order in which they are filled in.
@@ -111,8 +114,11 @@ inline constexpr SETTING SETTINGS[] = {
     {"SpamFilename", "spamdef.dat", SETTINGKIND::DATAFILE},
     {"SpamVarsFile", "spamvars.dat", SETTINGKIND::DATAFILE},
     {"SpamMinWords", "3"},
+    // A mail whose copy for the trash cannot be written: 0 deletes it all the same, 1 keeps it on the server.
+    {"TrashKeepUncopied", "0", SETTINGKIND::FIXED, 0, "1"},
     {"ResetCounter", "0", SETTINGKIND::ALWAYS},
 };
 
-/// Gives every setting that `state` lacks its default. A setting that is there with an empty value keeps it.
-void FillSettingDefaults(STRINGARRAY& state, const TEXTS& texts, const char* dataDir);
+/// Gives every setting that `state` lacks its default, or its value for a new data directory. A setting that is there
+/// with an empty value keeps it.
+void FillSettingDefaults(STRINGARRAY& state, const TEXTS& texts, const char* dataDir, bool newDirectory);

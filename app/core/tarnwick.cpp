@@ -169,9 +169,7 @@ void TARNWICK::SaveAll() {
 
 STRINGARRAY TARNWICK::NewItem() {
     STRINGARRAY item(64, 64);
-    FixItem(item, pState, NextHandle);
-    item.Set("Type", "1");
-    item.Set("TimingCyclic", "600");
+    FixItem(item, pState, NextHandle, true);
     return item;
 }
 

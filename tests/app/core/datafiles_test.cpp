@@ -66,6 +66,36 @@ TEST_F(DataFiles, EveryMissingSettingGetsItsDefaultAndNoOther) {
     EXPECT_NE(InData("tarnwick.ini").find("Mine=kept\r\n"), std::string::npos);
 }
 
+TEST_F(DataFiles, OnlyANewDirectoryGetsTheValuesOfToday) {
+    const struct {
+        const char *File, *Text, *KeepsUncopied;
+    } cases[] = {
+        {nullptr, "", "1"},
+        {"mailtypes.ini", "[#0]\r\nName=list\r\n\r\n", "1"},
+        {"tarnwick.ini", "PopupDuration=3\r\n", "0"},
+        {"tarnwick.ini", "TrashKeepUncopied=1\r\n", "1"},
+        {"tarnwick.ini", "TrashKeepUncopied=\r\n", ""},
+        {"tarnwick.ini", "", "0"},
+        {"brackenhall.cfg", "PopupDuration=3\r\n", "0"},
+        {"accounts.ini", "[#0]\r\nName=a\r\n\r\n", "0"},
+        {"items.inf", "[#0]\r\nName=a\r\n\r\n", "0"},
+        {"accounts.ini.bad", "garbage", "0"},
+    };
+    for (const auto& c : cases) {
+        const TEMPDIR dir;
+        if (c.File)
+            WriteBytes(dir.File(c.File), c.Text);
+        // The second start follows a run that was killed: nothing was saved.
+        for (int start = 0; start < 2; ++start) {
+            State = STRINGARRAY(64, 64);
+            DATAFILES files(DATATABLES{State, Items, Types, NextHandle, FrontEnd, Texts}, dir.Path());
+            files.RenameOldFiles();
+            files.LoadSettings();
+            EXPECT_EQ(Std(State.Get("TrashKeepUncopied")), c.KeepsUncopied) << (c.File ? c.File : "") << " " << c.Text;
+        }
+    }
+}
+
 TEST_F(DataFiles, OldFilesGetTheirNewNamesUnlessThoseAreTaken) {
     const auto rename = [this](const std::vector<const char*>& present) {
         TEMPDIR dir;
