@@ -7,6 +7,7 @@
 
 #include "corelib/base/dynarray.h"
 #include "corelib/base/files.h"
+#include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
 
 namespace {
@@ -62,13 +63,27 @@ uint64_t TRASHSTORE::NextId() {
 bool TRASHSTORE::SaveToTrash(const STRINGARRAY& record) {
     const uint64_t id = NextId();
     // The user may have taken the whole folder away.
-    if (id == 0 || !OSYS::MakeDirectories(Folder.Text()))
+    if (id == 0 || !OSYS::MakeDirectories(Folder.Text())) {
+        Trace("TRASHSTORE::SaveToTrash nothing can be written in %s\n", Folder.Text());
         return false;
+    }
     const std::string name = std::to_string(id);
     const STRING path = OSYS::FilePath(Folder.Text(), name.c_str());
     STRINGARRAY copy = record;
     copy.AllowNewKeys(true);
     copy.Delete("Body");
     copy.Set("X-TrashId", STRING(std::string_view(name)));
-    return copy.Save((path || ".ini").Text()) && record.Get("Body").Save((path || ".txt").Text(), "w");
+    const STRING header = path || ".ini";
+    if (copy.Save(header.Text())) {
+        if (record.Get("Body").Save((path || ".txt").Text(), "w"))
+            return true;
+        FILES::Remove(header.Text());
+    }
+    Trace("TRASHSTORE::SaveToTrash %s cannot be written\n", path.Text());
+    return false;
+}
+
+bool TRASHSTORE::Flush() const {
+    // The folder itself may be new in its directory.
+    return FILES::FlushFolder(Folder.Text()) && FILES::FlushFolder(OSYS::FileDirectory(Folder.Text()).Text());
 }

@@ -27,6 +27,8 @@ bool ReplaceAll(const char* path, std::string_view bytes, bool text);
 bool Copy(const char* from, const char* to, LINKS links = LINKS::Follow);
 bool Remove(const char* path);
 bool Rename(const char* from, const char* to);
+/// True if the names of the files that were made and renamed in a folder so far outlive a crash of the machine.
+bool FlushFolder(const char* folder);
 
 /// Whether both paths lead to the same file or directory, whatever their spelling and the links on the way. False if
 /// one of them leads nowhere.

@@ -118,6 +118,12 @@ bool MakePrivate(const char* path) {
     return (status.st_mode & ~OWNER_RIGHTS & 07777) == 0 || chmod(native.Text(), status.st_mode & OWNER_RIGHTS) == 0;
 }
 
+bool FlushFolder(const char* folder) {
+    const DESCRIPTOR directory(open(NativePath(folder).Text(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // EINVAL: some file systems know no such thing.
+    return directory.IsOpen() && (fsync(directory.Get()) == 0 || errno == EINVAL);
+}
+
 }  // namespace FILES
 
 namespace FILESPLATFORM {

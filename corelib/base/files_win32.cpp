@@ -126,6 +126,12 @@ bool MakePrivate(const char* path) {
     return GetFileAttributesW(WideFilePath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
+bool FlushFolder(const char* folder) {
+    // Each file that is written whole is renamed through to the disk; there is no flush for a folder.
+    const DWORD attributes = GetFileAttributesW(WideFilePath(folder).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
+}
+
 }  // namespace FILES
 
 namespace FILESPLATFORM {

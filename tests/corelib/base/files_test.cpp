@@ -46,6 +46,9 @@ TEST(FilesTest, FailuresLeaveTheOldFile) {
     EXPECT_FALSE(FILES::ReplaceAll(dir.Path(), "x", false)) << "a directory";
     EXPECT_FALSE(FILES::Copy(dir.File("missing").Text(), file.Text()));
     EXPECT_FALSE(FILES::Remove(dir.File("missing").Text()));
+    EXPECT_TRUE(FILES::FlushFolder(dir.Path()));
+    EXPECT_FALSE(FILES::FlushFolder(dir.File("missing").Text()));
+    EXPECT_FALSE(FILES::FlushFolder(file.Text())) << "a file";
     EXPECT_EQ(ReadBytes(file), "old");
 }
 
