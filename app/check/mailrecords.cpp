@@ -99,12 +99,12 @@ std::unique_ptr<STRINGARRAY> MakeRecord(std::string_view block) {
 
 }  // namespace
 
-int BuildMailHash(const STRING& listing, RECORDARRAY& hash) {
+int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& stopAsked) {
     Trace("TARNWICK::BuildMailHash\n");
     hash.DeleteAll();
     LISTING::BLOCKCURSOR blocks(listing);
     std::string_view block;
-    while (blocks.Next(block))
+    while (!(stopAsked && stopAsked()) && blocks.Next(block))
         hash.AddOwned(MakeRecord(block));
     Trace("TARNWICK::BuildMailHash done\n");
     return hash.Count();

@@ -2,11 +2,13 @@
 
 #include "corelib/base/headerblock.h"
 #include "corelib/base/recordarray.h"
+#include "corelib/base/stopquestion.h"
 
 /// Makes a record of each block of a listing and puts them into hash, which is emptied first; their number. The keys,
 /// all of which are always present, are To, From, FromEmail, Subject, MessageId, X-Message-Id, Content-Type, X-Ignore,
 /// Header, Seen, Body, X-Datetime, X-SpamPoints, X-SpamReason and X-Size. Time and memory are linear in the listing.
-int BuildMailHash(const STRING& listing, RECORDARRAY& hash);
+/// Ends early, with some of the records, if the program is to end.
+int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& stopAsked = {});
 
 /// Slots of a mail hash at the start, and how many more whenever they are full.
 inline constexpr int MAILHASH_SLOTS = 64;

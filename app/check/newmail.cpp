@@ -1,5 +1,6 @@
 #include "app/check/newmail.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -21,6 +22,7 @@ constexpr int PART_ONE = 1;
 constexpr int PART_MANY = 2;
 constexpr int PART_NEW = 3;
 constexpr int TEXT_UNREAD = 2971;
+constexpr int TEXT_UNCOPIED = 10220;
 
 std::string Fold(std::string_view id) {
     std::string folded(id);
@@ -29,22 +31,39 @@ std::string Fold(std::string_view id) {
     return folded;
 }
 
+/// An id as it stands in the list of ids, which bars split and which may be the word for all mails.
+std::string ListForm(const STRING& id) {
+    constexpr char SUBSTITUTE = '!';
+    std::string form(id.View());
+    std::replace(form.begin(), form.end(), '|', SUBSTITUTE);
+    if (stricmp(form.c_str(), SHOW_ALL_IDS, 1) == 0)
+        form[0] = SUBSTITUTE;
+    return form;
+}
+
+/// The pieces of a list of ids. Not by words, which end at a zero byte: one mail with such an id would make all mails
+/// behind it new for ever.
+std::vector<std::string_view> SplitIds(std::string_view list) {
+    std::vector<std::string_view> ids;
+    for (;;) {
+        const size_t end = list.find('|');
+        ids.push_back(list.substr(0, end));
+        if (end == std::string_view::npos)
+            return ids;
+        list.remove_prefix(end + 1);
+    }
+}
+
 /// The ids of the last check, to be looked up without regard to case.
 class SEENIDS {
  public:
     explicit SEENIDS(const STRING& ids) : Text(Fold(ids.View())) {
-        // Not by words, which end at a zero byte: one mail with such an id would make all mails behind it new for ever.
-        for (std::string_view rest = Text;;) {
-            const size_t end = rest.find('|');
-            Ids.insert(rest.substr(0, end));
-            if (end == std::string_view::npos)
-                break;
-            rest.remove_prefix(end + 1);
-        }
+        const std::vector<std::string_view> pieces = SplitIds(Text);
+        Ids.insert(pieces.begin(), pieces.end());
     }
     SEENIDS(const SEENIDS&) = delete;
     SEENIDS& operator=(const SEENIDS&) = delete;
-    bool Contains(const STRING& id) const { return Ids.contains(Fold(id.View())); }
+    bool Contains(const STRING& id) const { return Ids.contains(Fold(ListForm(id))); }
 
  private:
     const std::string Text;
@@ -65,20 +84,37 @@ COUNTS CountRecords(const RECORDARRAY& records, const SEENIDS& oldIds) {
         if (record.GetNumber("X-Ignore") != 0)
             continue;
         const STRING& id = record["MessageId"];
-        counts.SeenIds.append(id.View()).append("|");
+        counts.SeenIds.append(ListForm(id)).append("|");
         if (!oldIds.Contains(id))
             counts.New.push_back(i);
         if (record.GetNumber("Seen") == 0)
             ++counts.Unseen;
     }
-    while (counts.SeenIds.ends_with('|'))
-        counts.SeenIds.pop_back();
     return counts;
 }
 
+/// Fewer mails were listed than the server has: what was there at the last check and is not listed now may be one of
+/// the others, and would come as new again. At most as many are kept as the server claims mails, the oldest, which
+/// stand last.
+void KeepUnlistedIds(const RECORDARRAY& records, int claimed, const STRING& oldIds, std::string& seenIds) {
+    std::unordered_set<std::string> listed;
+    for (int i = 0; i < records.Count(); ++i)
+        listed.insert(Fold(ListForm(records[i]["MessageId"])));
+    std::vector<std::string_view> unlisted;
+    for (const std::string_view id : SplitIds(oldIds.View())) {
+        if (!id.empty() && !listed.contains(Fold(id)))
+            unlisted.push_back(id);
+    }
+    const size_t most = static_cast<size_t>(claimed);
+    for (size_t i = unlisted.size() > most ? unlisted.size() - most : 0; i < unlisted.size(); ++i)
+        seenIds.append(unlisted[i]).append("|");
+}
+
 /// Fills records from the listing, which claims to hold `claimed` mails.
-void ReadRecords(const STRING& listing, int claimed, RECORDARRAY& records) {
-    const int found = BuildMailHash(listing, records);
+void ReadRecords(const STRING& listing, int claimed, RECORDARRAY& records, const STOPQUESTION& stopAsked) {
+    const int found = BuildMailHash(listing, records, stopAsked);
+    if (stopAsked && stopAsked())
+        return;
     if (found == 1 && claimed == 0) {
         records.DeleteAll();
         Trace("TARNWICK::HandleNewMail howmany set to zero, mailhash cleared\n");
@@ -89,11 +125,9 @@ void ReadRecords(const STRING& listing, int claimed, RECORDARRAY& records) {
     ASSERTION_QUIET(found == claimed, "howmany==numnow", info.Text());
 }
 
-/// Keeps under what the ids of the new listing are valid. True if all ids so far have become those of other mails: what
-/// was queued by them is given up.
-bool TakeUidValidity(STRINGARRAY& item) {
+/// True if all ids so far have become those of other mails: what was queued by them is given up.
+bool HasOtherIds(STRINGARRAY& item) {
     const STRING before = item.Get("UidValidity"), now = item.Get("@UidValidity");
-    item.Set("UidValidity", now);
     if (before.Length() == 0 || now.Length() == 0 || before == now)
         return false;
     Trace("TARNWICK::HandleNewMail UIDVALIDITY was %s, is %s, ids forgotten\n", before.Text(), now.Text());
@@ -110,6 +144,14 @@ STRING CountText(int number, const TEXTS& texts) {
     return text || texts.Part(TEXT_COUNTS, number == 1 ? PART_ONE : PART_MANY);
 }
 
+/// Mails without the copy that the trash should have, for the row's text. Those that were deleted all the same stay
+/// told during the next check too, the pass that carries the deletion out, which comes at once.
+int CountUncopied(STRINGARRAY& item, const SPAMMARKS& marks) {
+    const int told = std::max(marks.Uncopied, item.GetNumber("@LostCopies"));
+    item.SetNumber("@LostCopies", marks.Lost);
+    return marks.Lost + told;
+}
+
 }  // namespace
 
 STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& lastSeenIds, bool asked,
@@ -120,14 +162,24 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     const LISTING::SUMMARY summary = LISTING::ReadSummary(listing);
     const int numNow = summary.Count;
     RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);
-    ReadRecords(listing, numNow, records);
+    ReadRecords(listing, numNow, records, parts.StopAsked);
 
-    const bool otherIds = TakeUidValidity(item);
-    const bool disposalPending = MarkBySpamVerdict(item, records, parts.State, parts.Trash);
+    const bool otherIds = HasOtherIds(item);
+    SPAMMARKS marks{.Stopped = parts.StopAsked && parts.StopAsked()};
+    if (!marks.Stopped)
+        marks = MarkBySpamVerdict(item, records, numNow, {parts.State, parts.Trash, parts.StopAsked});
+    if (marks.Stopped)
+        return STRING();
 
-    const SEENIDS oldIds(otherIds ? STRING("") : lastSeenIds);
-    const COUNTS counts = CountRecords(records, oldIds);
+    const STRING known = otherIds ? STRING("") : lastSeenIds;
+    const SEENIDS oldIds(known);
+    COUNTS counts = CountRecords(records, oldIds);
+    if (records.Count() < numNow && !showAll)
+        KeepUnlistedIds(records, numNow, known, counts.SeenIds);
+    while (counts.SeenIds.ends_with('|'))
+        counts.SeenIds.pop_back();
     item.Set("LastSeenIds", STRING(std::string_view(counts.SeenIds)));
+    item.Set("UidValidity", item.Get("@UidValidity"));
 
     STRING status = CountText(numNow, texts);
     int unreadReported = -1;
@@ -142,6 +194,11 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     item.Set("LastRC", lastRc);
     if (numNow > 0 && !unknown)
         status.AppendFormat(" (%d %s)", counts.Unseen, texts.Get(TEXT_UNREAD).Text());
+    if (const int uncopied = CountUncopied(item, marks); uncopied > 0) {
+        STRING text = texts.Get(TEXT_UNCOPIED);
+        text.Replace("$HOWMANY", std::to_string(uncopied).c_str(), 1);
+        status += text;
+    }
     Trace("TARNWICK::HandleNewMail mails= %s\n", status.Text());
 
     CHECKREPORT report{.Records = records,
@@ -160,7 +217,7 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
         popupOpened = parts.Notifier.NothingNew(item, report);
     }
     item.Set("@SuppressPopup", "0");
-    if (disposalPending)
+    if (marks.Queued)
         CHECKCYCLE::ForceRefresh(item, 0);
     return status;
 }

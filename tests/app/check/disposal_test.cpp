@@ -23,32 +23,47 @@ class Disposal : public testing::Test {
         for (const auto& [letter, key] : KEYS)
             State.Set(key, letters.find(letter) != std::string::npos ? "1" : "0");
     }
-    static STRINGARRAY Mail(const std::string& points) {
+    static STRINGARRAY Mail(const std::string& points, const std::string& id = "1|5", const char* body = "") {
         STRINGARRAY record;
         record.Set("X-SpamPoints", points.c_str());
-        record.Set("X-Message-Id", ("id" + points).c_str());
+        record.Set("X-Message-Id", id.c_str());
         record.Set("X-Ignore", "0");
         record.Set("MessageId", "same");
         record.Set("Subject", "s\nX-TrashId=7");
-        record.Set("Body", "line 1\nline 2\n");
+        record.Set("Body", STRING("line 1\nline 2\n") || body);
         return record;
+    }
+    using MAIL = std::pair<std::string, const char*>;  // id and body
+    /// A check that lists these mails, each of 200 points: what is queued, and a "!" if a pass is to come at once.
+    std::string List(const std::vector<MAIL>& mails, int announced = -1) {
+        RECORDARRAY records(8, 8);
+        for (const auto& [id, body] : mails)
+            records.Add(Mail("200", id, body));
+        Marks = MarkBySpamVerdict(Item, records, announced < 0 ? records.Count() : announced, {State, Trash});
+        Ignored = 0;
+        for (int i = 0; i < records.Count(); ++i)
+            Ignored += records[i].GetNumber("X-Ignore");
+        return Queues() + (Marks.Queued ? "!" : "");
+    }
+    std::string Queues() const {
+        std::string queues = "D:" + Std(Item.Get("@DeleteMessageId")) + "M:" + Std(Item.Get("@MoveMessageId"));
+        std::replace(queues.begin(), queues.end(), '\n', ' ');
+        return queues;
     }
     /// What becomes of mails of these points: lists for deletion and moving, then the points of the ignored ones.
     std::string Mark(std::initializer_list<const char*> points) {
         RECORDARRAY records(8, 8);
         for (const char* p : points)
-            records.Add(Mail(p));
+            records.Add(Mail(p, std::to_string(records.Count() + 1) + "|" + p));
         Item.Set("@DeleteMessageId", "old\n");
-        Pending = MarkBySpamVerdict(Item, records, State, Trash);
+        Item.Set("@DisposedMails", "");
+        Marks = MarkBySpamVerdict(Item, records, records.Count(), {State, Trash});
         std::string ignored;
         for (int i = 0; i < records.Count(); ++i) {
             if (records[i].GetNumber("X-Ignore") != 0)
                 ignored += " " + Std(records[i].Get("X-SpamPoints"));
         }
-        std::string result =
-            "D:" + Std(Item.Get("@DeleteMessageId")) + "M:" + Std(Item.Get("@MoveMessageId")) + "I:" + ignored;
-        std::replace(result.begin(), result.end(), '\n', ' ');
-        return result;
+        return Queues() + "I:" + ignored;
     }
     std::string TrashFile(const char* name) const { return ReadBytes(Dir.File(TRASH_FOLDER) || "\\" || name); }
 
@@ -56,7 +71,8 @@ class Disposal : public testing::Test {
     STRINGARRAY State;
     STRINGARRAY Item;
     TRASHSTORE Trash;
-    bool Pending = false;
+    SPAMMARKS Marks;
+    int Ignored = 0;
 };
 
 TEST_F(Disposal, FollowsTheFirstVerdictThatApplies) {
@@ -66,12 +82,12 @@ TEST_F(Disposal, FollowsTheFirstVerdictThatApplies) {
     const CASE CASES[] = {
         {"", "1", "1", "D:M:I:"},
         {"I", "1", "1", "D:M:I: 100 180 600"},
-        {"D", "1", "1", "D:id600 M:I: 600"},
-        {"DTI", "1", "1", "D:id180 id600 M:I: 100 180 600"},
+        {"D", "1", "1", "D:5|600 M:I: 600"},
+        {"DTI", "1", "1", "D:4|180 5|600 M:I: 100 180 600"},
         {"M", "1", "1", "D:M:I:"},
-        {"M", "2", "1", "D:M:id180 id600 I: 180 600"},
+        {"M", "2", "1", "D:M:4|180 5|600 I: 180 600"},
         {"M", "2", "0", "D:M:I:"},
-        {"DM", "0", "1", "D:id600 M:id180 I: 180 600"},
+        {"DM", "0", "1", "D:5|600 M:4|180 I: 180 600"},
         {"DTMI", "3", "1", "D:M:I: 100 180 600"},
     };
     for (const CASE& c : CASES) {
@@ -79,7 +95,7 @@ TEST_F(Disposal, FollowsTheFirstVerdictThatApplies) {
         Item.Set("Type", c.Type);
         Item.Set("DoSpamMove", c.ItemMoves);
         EXPECT_EQ(Mark({"", "99", "100", "180", "600"}), c.Result) << c.Switches << " of type " << c.Type;
-        EXPECT_EQ(Pending, std::string(c.Result).find("id") != std::string::npos);
+        EXPECT_EQ(Marks.Queued, std::string(c.Result).find('|') != std::string::npos);
     }
     // Thresholds in another order change nothing in the order of the verdicts: above, only 180 was kept.
     EXPECT_EQ(TrashFiles(Dir), (std::set<std::string>{"100000000.ini", "100000000.txt"}));
@@ -136,7 +152,113 @@ TEST_F(Disposal, SurvivesATrashThatTakesNothing) {
     Trash.SetDirectory(Dir.File("occupied"));
     EXPECT_FALSE(Trash.SaveToTrash(Mail("200")));
     Switch("T");
-    EXPECT_EQ(Mark({"200"}), "D:id200 M:I: 200") << "the verdict goes on";
+    EXPECT_EQ(List({{"1|5", ""}}), "D:1|5 M:!") << "the verdict goes on";
+    EXPECT_EQ(std::pair(Marks.Lost, Marks.Uncopied), std::pair(1, 0));
+    Item.Set("@DisposedMails", "");
+    State.Set("TrashKeepUncopied", "1");
+    for (int check = 0; check < 2; ++check) {
+        EXPECT_EQ(List({{"1|5", ""}}), "D:M:") << "the mail stays";
+        EXPECT_EQ(std::pair(Marks.Lost, Marks.Uncopied), std::pair(0, 1));
+        EXPECT_EQ(Ignored, 1) << "and is no news";
+    }
+    Trash.SetDirectory(Dir.Path());
+    EXPECT_EQ(List({{"1|5", ""}}), "D:1|5 M:!") << "the copy is there at last";
+    EXPECT_EQ(TrashFiles(Dir).size(), 2U);
+}
+
+TEST_F(Disposal, TouchesOnlyMailsWhoseIdIsSure) {
+    LogOption((STRING("/LOGIT:") || Dir.File("log")).Text());
+    const struct {
+        const char* Type;
+        int Announced;
+        std::vector<std::string> Ids;
+        const char* Result;
+        size_t Copies;
+        int Traces;
+    } CASES[] = {
+        {"1", 2, {"2|10", "1|10"}, "D:2|10 1|10 M:!", 2, 0},
+        {"1", 3, {"2|10", "1|10"}, "D:M:", 0, 1},  // a gap: the missing mail may be the one that is named
+        {"1", 1, {"2|10", "1|10"}, "D:M:", 0, 1},  // one block more than mails
+        {"1", 2, {"1|10", "1|10"}, "D:M:", 0, 2},  // two blocks of one id
+        {"1", 3, {"1|10", "1|99", "2|5"}, "D:2|5 M:!", 1, 2},
+        {"1", 2, {"3|10", "1|10"}, "D:1|10 M:!", 1, 1},  // no such mail
+        {"1", 6, {"0|1", "-1|1", "02|1", "x|1", "5", "99999999999|1"}, "D:M:", 0, 6},
+        {"2", 3, {"7", "8", "7"}, "D:8 M:!", 1, 2},
+        {"2", 2, {"4294967295", "1"}, "D:4294967295 1 M:!", 2, 0},
+    };
+    Switch("T");
+    for (const bool moves : {false, true}) {
+        for (const auto& c : CASES) {
+            if (moves && *c.Type != '2')
+                continue;
+            Switch(moves ? "M" : "T");
+            Item.Set("DoSpamMove", "1");
+            Item.Set("Type", c.Type);
+            Item.Set("@DisposedMails", "");
+            std::vector<MAIL> mails;
+            for (const std::string& id : c.Ids)
+                mails.emplace_back(id, "");
+            std::string expected = c.Result;
+            if (moves)
+                expected = "D:M:" + expected.substr(2, expected.find("M:") - 2) + "!";
+            const size_t copiesBefore = TrashFiles(Dir).size();
+            const std::string logBefore = ReadBytes(Dir.File("log"));
+            EXPECT_EQ(List(mails, c.Announced), expected) << c.Ids.front() << " of " << c.Announced;
+            EXPECT_EQ(TrashFiles(Dir).size() - copiesBefore, moves ? 0 : 2 * c.Copies);
+            EXPECT_EQ(Ignored, static_cast<int>(c.Copies)) << "what stays is to be seen";
+            const std::string log = ReadBytes(Dir.File("log")).substr(logBefore.size());
+            int traces = 0;
+            for (size_t at = 0; (at = log.find("MarkBySpamVerdict", at)) != std::string::npos; ++at)
+                ++traces;
+            EXPECT_EQ(traces, c.Traces) << log;
+        }
+    }
+    LogOption("/LOGITCLOSE");
+}
+
+TEST_F(Disposal, CopiesAMailOnceThatTheServerKeeps) {
+    const struct {
+        std::vector<MAIL> Listed;
+        const char* Result;
+        size_t Copies;
+        bool Refused = false;  // what is queued
+    } STEPS[] = {
+        {{{"1|5", "A"}}, "D:1|5 M:!", 1},
+        {{{"1|5", "A"}}, "D:M:", 1},
+        {{{"1|7", "A"}}, "D:M:", 1},                         // a server that tells another size each time
+        {{{"2|5", "A"}, {"1|5", "B"}}, "D:1|5 2|5 M:!", 2},  // numbers shift; the old one is tried again, too
+        {{{"2|5", "A"}, {"1|5", "B"}}, "D:M:", 2},
+        {{{"2|5", "A"}, {"1|5", "C"}}, "D:1|5 2|5 M:!", 3},  // another mail under the same id and Message-Id
+        {{{"3|5", "A"}, {"2|5", "A"}, {"1|5", "C"}}, "D:2|5 3|5 1|5 M:!", 4},  // equal mails are two
+        {{}, "D:M:", 4},
+        {{{"1|5", "A"}}, "D:1|5 M:!", 5, true},  // it has come again
+        {{{"1|5", "A"}}, "D:1|5 M:!", 5, true},
+        {{{"1|5", "A"}}, "D:1|5 M:!", 5},
+        {{{"1|5", "A"}}, "D:M:", 5},
+    };
+    Switch("T");
+    for (const auto& step : STEPS) {
+        const auto at = &step - STEPS;
+        EXPECT_EQ(List(step.Listed), step.Result) << at;
+        EXPECT_EQ(TrashFiles(Dir).size(), 2 * step.Copies) << at;
+        EXPECT_EQ(Ignored, static_cast<int>(step.Listed.size())) << at;
+        if (step.Refused)
+            ForgetTries(Item);
+    }
+
+    Switch("");
+    EXPECT_EQ(List({{"1|5", "A"}}), "D:M:");
+    Switch("T");
+    EXPECT_EQ(List({{"1|5", "A"}}), "D:M:") << "points that come and go make no mail a new one";
+    EXPECT_EQ(List({{"1|5", "A"}}, 2), "D:M:");
+    EXPECT_EQ(List({{"1|5", "A"}}), "D:M:") << "a listing with gaps forgets nothing";
+
+    Switch("M");
+    Item.Set("Type", "2");
+    Item.Set("DoSpamMove", "1");
+    EXPECT_EQ(List({{"9", "M"}}), "D:M:9 !");
+    EXPECT_EQ(List({{"9", "M"}}), "D:M:") << "another move would make another copy";
+    EXPECT_EQ(List({{"9", "M"}, {"10", "N"}}), "D:M:10 !");
 }
 
 }  // namespace

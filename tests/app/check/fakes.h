@@ -20,9 +20,10 @@ inline const TEXTTABLE FAKETEXTS({{2940, "No|mail|mails|new"},
                                   {2971, "unread"},
                                   {3002, "Checking for spam"},
                                   {3006, "Error: "},
-                                  {10200, "silent"},
-                                  {10201, "no way to $1"},
-                                  {10004, "Title"}});
+                                   {10004, "Title"},
+                                   {10200, "silent"},
+                                   {10201, "no way to $1"},
+                                   {10220, " - $HOWMANY not copied"}});
 
 /// Answers each check with Listing, and each disposal with success unless Refusal is set.
 class FAKEMAILBOXES : public MAILBOXES {
@@ -89,18 +90,23 @@ class FAKEDIALUP : public DIALUP {
 class RECORDINGNOTIFIER : public NOTIFIER {
  public:
     bool NewMail(STRINGARRAY& /*item*/, const CHECKREPORT& report) override {
+        if (OnCall)
+            OnCall();
         Calls.push_back("new " + Std(report.Status) + Std(report.NewText) + " last " +
                         std::to_string(report.NewMails.back()) + (report.ShowAll ? " all" : "") +
                         (report.Unknown ? " unknown" : ""));
         return Popup;
     }
     bool NothingNew(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) override {
+        if (OnCall)
+            OnCall();
         Calls.push_back("nothing new");
         return Popup;
     }
     std::vector<std::string> TakeCalls() { return std::exchange(Calls, {}); }
 
     bool Popup = false;
+    std::function<void()> OnCall;
 
  private:
     std::vector<std::string> Calls;

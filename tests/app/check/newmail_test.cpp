@@ -127,12 +127,61 @@ TEST_F(NewMail, AnswersWhoAsks) {
     EXPECT_TRUE(PopupOpened);
 }
 
-TEST_F(NewMail, AZeroByteInAnIdMakesNothingNewForEver) {
-    const std::string listing = "2 msgs|2 unread|0 bytes\n" + Mail(std::string("a\0z", 3)) + Mail("b");
-    Check(listing);
+TEST_F(NewMail, NoIdMakesAMailNewForEver) {
+    const TEMPDIR dir;
+    for (const std::string& id :
+         {std::string("a\0z", 3), std::string("<a|b@x>"), std::string("||"), std::string("|"), std::string("<showall>"),
+          std::string("<NULL>"), std::string("={{x}}"), std::string("\x1a \t\\n\r\xff")}) {
+        for (const std::string& listing :
+             {"1 msgs|1 unread|0 bytes\n" + Mail(id), "3 msgs|3 unread|0 bytes\n" + Mail("b") + Mail(id) + Mail("c")}) {
+            Item.Set("LastSeenIds", "");
+            Check(listing);
+            EXPECT_EQ(Notifier.TakeCalls().size(), 1U);
+            Check(listing);
+            EXPECT_EQ(Notifier.TakeCalls(), LIST{}) << id;
+            // The next run reads the list from a file.
+            STRINGARRAY loaded;
+            ASSERT_TRUE(Item.Save(dir.File("item").Text()) && loaded.Load(dir.File("item").Text()));
+            Item.Set("LastSeenIds", loaded.Get("LastSeenIds"));
+            Check(listing);
+            EXPECT_EQ(Notifier.TakeCalls(), LIST{}) << id << " from a file";
+        }
+    }
+}
+
+TEST_F(NewMail, AListingWithGapsForgetsNothing) {
+    EXPECT_ASSERTIONS(3);
+    Check("4 msgs|4 unread|0 bytes\n" + Mail("d") + Mail("c") + Mail("b") + Mail("A"));
+    Check("5 msgs|5 unread|0 bytes\n" + Mail("e") + Mail("D"));
+    EXPECT_EQ(Value("LastSeenIds"), "e|D|c|b|A");
     Notifier.TakeCalls();
-    Check(listing);
+    Check("5 msgs|5 unread|0 bytes\n" + Mail("e") + Mail("d") + Mail("c") + Mail("b") + Mail("a"));
     EXPECT_EQ(Notifier.TakeCalls(), LIST{});
+    Check("2 msgs|2 unread|0 bytes\n" + Mail("f"));
+    EXPECT_EQ(Value("LastSeenIds"), "f|b|a") << "no more than the server can have";
+    Item.Set("LastSeenIds", SHOW_ALL_IDS);
+    Check("2 msgs|2 unread|0 bytes\n" + Mail("f"));
+    EXPECT_EQ(Value("LastSeenIds"), "f");
+}
+
+TEST_F(NewMail, TellsOfMailsWithoutACopyUntilTheyAreGone) {
+    State.Set("SpamDoTrash", "1");
+    State.Set("SpamTrashPoints", "0");
+    const TEMPDIR dir;
+    WriteBytes(dir.File("occupied"), "no directory");
+    Trash.SetDirectory(dir.File("occupied"));
+    Item.Set("Type", "2");
+    const std::string one = "1 msgs|1 unread|0 bytes\n" + Mail("a"), none = "0 msgs|0 unread|0 bytes\n";
+    EXPECT_EQ(Check(one), "1 mail (0 unread) - 1 not copied");
+    EXPECT_EQ(Item.GetNumber("@ForceRefresh"), 1);
+    EXPECT_EQ(Check(none), "No mails - 1 not copied") << "the pass that deletes comes at once";
+    EXPECT_EQ(Check(none), "No mails");
+    State.Set("TrashKeepUncopied", "1");
+    for (int check = 0; check < 2; ++check)
+        EXPECT_EQ(Check(one), "1 mail (0 unread) - 1 not copied");
+    EXPECT_EQ(Item.GetNumber("@ForceRefresh"), 1) << "nothing to carry out";
+    Trash.SetDirectory(dir.Path());
+    EXPECT_EQ(Check(one), "1 mail (0 unread)");
 }
 
 }  // namespace
