@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <climits>
+#include <iterator>
 #include <utility>
 
 #include "app/check/dialup.h"
+#include "app/check/disposal.h"
 #include "app/check/newmail.h"
 #include "app/check/persontext.h"
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/listing.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
 
@@ -31,6 +34,45 @@ constexpr int CONNECTION_PERMANENT = 0;
 constexpr int CONNECTION_DIALUP = 1;
 
 constexpr const char* ERROR_PREFIX = "-ERR";
+constexpr const char* SUCCESS_PREFIX = "+OK ";
+constexpr const char* BROKEN_LISTING = "-ERR Unknown Error";
+
+/// True if a mailbox's text is a listing that can be believed; otherwise it is an error text afterwards. A text that no
+/// server would send who has read the mailbox to its end may not make the item forget its mails.
+bool TakeListing(STRING& text) {
+    if (LISTING::BeginsWith(text.View(), ERROR_PREFIX))
+        return false;
+    // The mailbox did not confirm the end of the conversation: good if nothing was missing by then.
+    const bool unconfirmed = LISTING::BeginsWith(text.View(), SUCCESS_PREFIX);
+    if (unconfirmed)
+        text.DeleteLeft(STRING(SUCCESS_PREFIX).Length());
+    const int count = LISTING::ReadSummary(text).Count;
+    const int blocks = LISTING::CountBlocks(text);
+    const bool broken =
+        !ASCII::IsDigit(std::as_const(text)[0]) || (count > 0 && (blocks == 0 || (unconfirmed && blocks != count)));
+    if (broken) {
+        Trace("TARNWICK::UpdateItem %d mails in a listing of %s\n", blocks, text.Line(0, WORD_NEVERNULL).Text());
+        text = BROKEN_LISTING;
+    }
+    return !broken;
+}
+
+/// What the stamp of a check changes in its item.
+class STAMP {
+ public:
+    explicit STAMP(const STRINGARRAY& item) {
+        for (size_t i = 0; i < std::size(KEYS); ++i)
+            Values[i] = item.Get(KEYS[i]);
+    }
+    void PutBack(STRINGARRAY& item) const {
+        for (size_t i = 0; i < std::size(KEYS); ++i)
+            item.Set(KEYS[i], Values[i]);
+    }
+
+ private:
+    static constexpr const char* KEYS[] = {"LastRefresh", "LastRefreshString", "@ForceRefresh", "@ForcePopup"};
+    STRING Values[std::size(KEYS)];
+};
 
 /// The list of ids under key, which is emptied: what is queued from now on waits for the next check.
 STRING TakeIds(STRINGARRAY& item, const char* key) {
@@ -294,7 +336,7 @@ int CHECKCYCLE::SetItemState(STRINGARRAY& item, int kind, int value) {
 }
 
 void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
-    if (!NeedsRefresh(item) || !SetItemState(item, ITEMSTATE_INUPDATE, 1))
+    if (IsStopRequested() || !NeedsRefresh(item) || !SetItemState(item, ITEMSTATE_INUPDATE, 1))
         return;
     const int handle = item.GetNumber("@Handle");
     Parts.FrontEnd.RefreshRow(handle);
@@ -302,37 +344,9 @@ void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
     Parts.FrontEnd.MakeTaskbarIcon();
     Parts.State.Set("ResetCounter", "0");
 
-    STRING newdata;
-    STRING error("");
-    if (CarryOutDisposal(item, error)) {
-        newdata = Parts.Mailboxes.GetMailbox(item);
-    } else {
-        newdata = "-ERR ";
-        newdata += error;
-    }
-    ASSERTION(newdata.Length() > 0, "newdata.NotNull()");
-
-    // Asked before the stamp of the check clears it.
-    const bool asked = item.GetNumber("@ForcePopup") != 0;
-    Refreshed(item);
     bool popupOpened = false;
-    if (LISTING::BeginsWith(newdata.View(), ERROR_PREFIX)) {
-        item.Set("LastRC", FAILED_COUNTS);
-        newdata = Parts.Texts.Get(TEXT_CHECK_FAILED) || newdata.Mid(5);
-    } else {
-        item.Set("@FileStore", Parts.Filter.SpamFilter(item, newdata));
-        newdata = STRING();
-        // Read where it lies, as a copy would double the largest text of the program: nobody else writes this value.
-        const STRING& listing = item["@FileStore"];
-        newdata = HandleNewMail(item, listing, item.Get("LastSeenIds"), asked,
-                                {Parts.State, Parts.Texts, Parts.Trash, Parts.Notifier}, popupOpened);
-        // The records of the mails are gone by now, in pieces that would else stay with the program until it ends.
-        OSYS::ReleaseFreeMemory();
-        Parts.FrontEnd.ListingChanged(handle);
-    }
-    Trace("TARNWICK::AfterHandleMail newdata= %s\n", newdata.Line(0).Text());
-    Parts.FrontEnd.SetCell(handle, RESULT_COLUMN, PersonText(newdata, item, Parts.Texts));
-    item.Set("LastValue", newdata);
+    if (!CheckItem(item, handle, popupOpened))
+        Trace("TARNWICK::UpdateItem the program is to end, the check is thrown away\n");
 
     SetItemState(item, ITEMSTATE_INUPDATE, 0);
     Parts.FrontEnd.RefreshRow(handle);
@@ -343,15 +357,72 @@ void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
     Parts.FrontEnd.SetMainTitle();
 }
 
+/// The check itself. False if the program is to end meanwhile: what came back may be half of the truth, and the item is
+/// as it was, but for a disposal that is done.
+bool CHECKCYCLE::CheckItem(STRINGARRAY& item, int handle, bool& popupOpened) {
+    STRING newdata;
+    STRING error("");
+    if (CarryOutDisposal(item, error)) {
+        if (!IsStopRequested())
+            newdata = Parts.Mailboxes.GetMailbox(item);
+    } else {
+        newdata = "-ERR ";
+        newdata += error;
+    }
+    if (IsStopRequested())
+        return false;
+    ASSERTION(newdata.Length() > 0, "newdata.NotNull()");
+
+    if (TakeListing(newdata)) {
+        STRING listing = Parts.Filter.SpamFilter(item, newdata);
+        newdata = STRING();
+        if (IsStopRequested())
+            return false;
+        const STAMP before(item);
+        // Asked before the stamp of the check clears it.
+        const bool asked = item.GetNumber("@ForcePopup") != 0;
+        Refreshed(item);
+        newdata = HandleNewMail(
+            item, listing, item.Get("LastSeenIds"), asked,
+            {Parts.State, Parts.Texts, Parts.Trash, Parts.Notifier, [this] { return IsStopRequested(); }}, popupOpened);
+        if (!newdata.NotNull()) {
+            before.PutBack(item);
+            return false;
+        }
+        item.Set("@FileStore", std::move(listing));
+        // The records of the mails are gone by now, in pieces that would else stay with the program until it ends.
+        OSYS::ReleaseFreeMemory();
+        Parts.FrontEnd.ListingChanged(handle);
+    } else {
+        Refreshed(item);
+        item.Set("LastRC", FAILED_COUNTS);
+        newdata = Parts.Texts.Get(TEXT_CHECK_FAILED) || newdata.Mid(5);
+    }
+    Trace("TARNWICK::AfterHandleMail newdata= %s\n", newdata.Line(0).Text());
+    Parts.FrontEnd.SetCell(handle, RESULT_COLUMN, PersonText(newdata, item, Parts.Texts));
+    item.Set("LastValue", newdata);
+    return true;
+}
+
 /// Deletes and moves what was queued for the item. False with the mailbox's text (which may be empty) if one of it
-/// failed; moves then wait if it was the deletion.
+/// failed; moves then wait if it was the deletion. What the end of the program cuts short stays queued.
 bool CHECKCYCLE::CarryOutDisposal(STRINGARRAY& item, STRING& error) {
     item.Set("@MoveDelError", "0");
     CutLineEnd(item, "@DeleteMessageId");
     CutLineEnd(item, "@MoveMessageId");
-    const STRING deletions = TakeIds(item, "@DeleteMessageId");
-    if (deletions.Length() > 0 && !Parts.Mailboxes.DeleteMail(item, deletions, error))
+    const auto carryOut = [&](const char* key, const auto& dispose) {
+        const STRING ids = TakeIds(item, key);
+        if (ids.Length() == 0 || dispose(ids))
+            return true;
+        if (IsStopRequested())
+            item.Set(key, ids || "\n");
+        else
+            ForgetTries(item);
         return false;
-    const STRING moves = TakeIds(item, "@MoveMessageId");
-    return moves.Length() == 0 || Parts.Mailboxes.MoveMail(item, moves, item.Get("SpamFolder"), error);
+    };
+    return carryOut("@DeleteMessageId",
+                    [&](const STRING& ids) { return Parts.Mailboxes.DeleteMail(item, ids, error); }) &&
+           (IsStopRequested() || carryOut("@MoveMessageId", [&](const STRING& ids) {
+                return Parts.Mailboxes.MoveMail(item, ids, item.Get("SpamFolder"), error);
+            }));
 }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <utility>
 
 #include "app/check/items.h"
 #include "app/check/notifier.h"
@@ -10,6 +11,7 @@
 #include "app/mailbox/mailboxes.h"
 #include "corelib/base/locks.h"
 #include "corelib/base/recordarray.h"
+#include "corelib/base/stopquestion.h"
 #include "corelib/system/osys.h"
 
 class DIALUP;
@@ -48,7 +50,8 @@ class CHECKCYCLE {
     CHECKCYCLE& operator=(const CHECKCYCLE&) = delete;
 
     /// Starts the work thread, unless it runs; Stop asks it to end (any thread), Wait waits for that (timeout in ms, or
-    /// WAIT_FOREVER) and is true when no thread runs. Start and Wait belong to one thread.
+    /// WAIT_FOREVER) and is true when no thread runs. Start and Wait belong to one thread. A check that is under way
+    /// then leaves its item as it was.
     void Start();
     void Stop() { stopRequested = true; }
     bool Wait(int timeout);
@@ -58,6 +61,9 @@ class CHECKCYCLE {
     unsigned WorkThread();
     /// One turn of the loop without its pause.
     void Turn();
+
+    /// Another reason to end, for who checks items without the thread. Before the first check.
+    void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
 
     /// Checks one item if it is due and free. Work thread.
     void UpdateItem(STRINGARRAY& item);
@@ -85,7 +91,8 @@ class CHECKCYCLE {
     bool IsUpdating() const { return updating; }
     bool IsSuspended() const { return suspended; }
     void SetSuspended(bool value) { suspended = value; }
-    bool IsStopRequested() const { return stopRequested; }
+    /// Any thread.
+    bool IsStopRequested() const { return stopRequested || (StopAsked && StopAsked()); }
     /// The mail program was started in the present pass over the items.
     bool WasStartedThisPass() const { return startedThisPass; }
     void SetStartedThisPass() { startedThisPass = true; }
@@ -102,9 +109,11 @@ class CHECKCYCLE {
     void EndDialling();
     STRINGARRAY* TakeItem(int index);
     void GiveItemBack();
+    bool CheckItem(STRINGARRAY& item, int handle, bool& popupOpened);
     bool CarryOutDisposal(STRINGARRAY& item, STRING& error);
 
     CHECKPARTS Parts;
+    STOPQUESTION StopAsked;
     MUTEXSEM itemMutex;  // transitions of @Locked and @InUpdate, and walks that the removal of an item must not meet
     STRINGARRAY* inHands = nullptr;  // the item that the work thread looks at; under itemMutex
     OSYS::THREADHANDLE hThread;

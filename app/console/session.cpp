@@ -154,8 +154,8 @@ int SESSION::RunApplication(TARNWICK& application) {
 
 int SESSION::CheckOnce(TARNWICK& application) {
     FrontEnd.SetTalkative(true);
-    // The checks run on this thread: no cycle is there to be stopped.
-    application.Mailboxes().SetStopQuestion([] { return StopAsked.load(); });
+    // The checks run on this thread: no thread of the cycle is there to be stopped.
+    application.Cycle().SetStopQuestion([] { return StopAsked.load(); });
     // One check for each, also for an account that has been forced already because it is new.
     for (int i = 0; i < application.Items.Count(); ++i)
         application.Items[i].Set("@ForceRefresh", "0");

@@ -51,6 +51,14 @@ bool BLOCKCURSOR::Next(std::string_view& block) {
     return true;
 }
 
+int CountBlocks(const STRING& listing) {
+    BLOCKCURSOR blocks(listing);
+    int count = 0;
+    for (std::string_view block; blocks.Next(block);)
+        ++count;
+    return count;
+}
+
 void WRITER::Append(std::string_view bytes) {
     if (!ASSERTION(bytes.size() <= static_cast<uint64_t>(STRING::MAX_LENGTH - Total), "Total<=STRING::MAX_LENGTH"))
         return;

@@ -49,6 +49,9 @@ class BLOCKCURSOR {
     std::string_view Rest;
 };
 
+/// How many blocks a listing has.
+int CountBlocks(const STRING& listing);
+
 /// Puts a listing together from pieces of any size, in linear time and with no spare room in the result, which lives as
 /// long as its item does. What would make it longer than a STRING can be is a failed assertion, and is left out.
 class WRITER {

@@ -141,9 +141,105 @@ TEST_F(Check, PausesBehindAPopup) {
     Cycle.UpdateItem(item);
     EXPECT_EQ(Clock.UnixMilliSeconds() - before, CheckTimes.PopupPauseMs);
     CHECKCYCLE::ForceRefresh(item, 1);
-    Cycle.Stop();
+    Notifier.OnCall = [this] { Cycle.Stop(); };
     Cycle.UpdateItem(item);
+    EXPECT_EQ(Notifier.TakeCalls().size(), 2U);
     EXPECT_EQ(Clock.UnixMilliSeconds() - before, CheckTimes.PopupPauseMs) << "a program that ends does not wait";
+}
+
+TEST_F(Check, NothingButAWholeListingForgetsMails) {
+    const std::string block = "Message-Id: b\n\nbody\n\1";
+    const struct {
+        std::string Listing;
+        bool Good;
+    } CASES[] = {{"", false},
+                 {"\n" + block, false},
+                 {"msgs|1 unread|0 bytes\n" + block, false},
+                 {"-1 msgs|1 unread|0 bytes\n" + block, false},
+                 {"1 msgs|1 unread|0 bytes\n", false},
+                 {"1 msgs", false},
+                 {"+OK ", false},
+                 {"+OK 2 msgs|2 unread|0 bytes\n" + block, false},
+                 {"+OK 1 msgs|1 unread|0 bytes\n" + block, true},  // only the end was not confirmed
+                 {"+ok 0 msgs|0 unread|0 bytes\n", true},
+                 {"0 msgs|? unread|0 bytes\n", true}};
+    STRINGARRAY& item = AddItem("a", 0);
+    EXPECT_ASSERTIONS(1);  // the empty text
+    for (const auto& c : CASES) {
+        item.Set("LastSeenIds", "old");
+        item.Set("@FileStore", "stored");
+        item.Set("@DisposedMails", "");
+        Mailboxes.Listing = STRING(std::string_view(c.Listing));
+        CHECKCYCLE::ForceRefresh(item, 0);
+        Cycle.UpdateItem(item);
+        EXPECT_EQ(Value("LastSeenIds") == "old" && Value("@FileStore") == "stored", !c.Good) << c.Listing;
+        EXPECT_EQ(Value("LastRC") == "0E|0E" && Value("LastValue").starts_with("Error: "), !c.Good) << c.Listing;
+    }
+}
+
+TEST_F(Check, AServerThatKeepsItsMailsMakesNoLoop) {
+    const TEMPDIR dir;
+    Trash.SetDirectory(dir.Path());
+    State.Set("SpamDoTrash", "1");
+    State.Set("SpamTrashPoints", "0");
+    AddItem("a", 600).Set("Type", "2");
+    Mailboxes.Listing = ONE_MAIL;
+    const LIST PERIODS[] = {{"get a", "delete a", "get a"}, {"get a"}, {"get a"}};
+    for (const LIST& checks : PERIODS) {
+        for (int turn = 0; turn < 10; ++turn)
+            Cycle.Turn();
+        EXPECT_EQ(Checks(Journal.Take()), checks);
+        Clock.Advance(600000);
+    }
+    EXPECT_EQ(TrashFiles(dir).size(), 2U);
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{});
+
+    // One that refuses says so in each row, but fills no disk.
+    Items[0].Set("@DisposedMails", "");
+    Mailboxes.Refusal = "no";
+    for (int period = 0; period < 3; ++period, Clock.Advance(600000)) {
+        for (int turn = 0; turn < 10; ++turn)
+            Cycle.Turn();
+        EXPECT_EQ(Checks(Journal.Take()), (LIST{"get a", "delete a"})) << period;
+    }
+    EXPECT_EQ(TrashFiles(dir).size(), 4U);
+}
+
+TEST_F(Check, TheEndOfTheProgramLeavesTheItemAsItWas) {
+    const TEMPDIR dir;
+    Trash.SetDirectory(dir.Path());
+    State.Set("SpamDoTrash", "1");
+    State.Set("SpamTrashPoints", "0");
+    AddItem("a", 600).Set("Type", "2");
+    Mailboxes.Listing = "2 msgs|2 unread|0 bytes\nMessage-Id: a\n\nbody\n\1Message-Id: b\n\nbody\n\1";
+    Items[0].Set("LastSeenIds", "old");
+    CHECKCYCLE::ForceRefresh(Items[0], 1);
+    const std::string before = Std(Items[0].AsText());
+    // The end comes at each place where the check asks for it.
+    int unchanged = 0;
+    for (int questions = 0;; ++questions) {
+        int left = questions;
+        Cycle.SetStopQuestion([&left] { return --left < 0; });
+        Cycle.UpdateItem(Items[0]);
+        if (Std(Items[0].AsText()) != before)
+            break;
+        ++unchanged;
+    }
+    EXPECT_GE(unchanged, 6);
+    EXPECT_EQ(Value("@DeleteMessageId"), "a\nb\n");
+    EXPECT_EQ(Value("@InUpdate"), "0");
+
+    // What is not carried out stays queued, whether the server answers or not.
+    Items[0].Set("@MoveMessageId", "3");
+    for (const char* refusal : {"cut short", static_cast<const char*>(nullptr)}) {
+        Mailboxes.Refusal = refusal;
+        int asked = 0;
+        Cycle.SetStopQuestion([&asked] { return ++asked > 1; });
+        Cycle.UpdateItem(Items[0]);
+        EXPECT_EQ(Value("@DeleteMessageId"), refusal ? "a\nb\n" : "");
+        EXPECT_EQ(Value("@MoveMessageId"), "3");
+        EXPECT_NE(Value("LastRC"), "0E|0E");
+    }
 }
 
 TEST_F(Check, DisposesFirst) {
