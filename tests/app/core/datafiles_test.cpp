@@ -85,13 +85,14 @@ TEST_F(DataFiles, OnlyANewDirectoryGetsTheValuesOfToday) {
         const TEMPDIR dir;
         if (c.File)
             WriteBytes(dir.File(c.File), c.Text);
-        // The second start follows a run that was killed: nothing was saved.
+        // The second start follows a run that was killed when it had saved its first account.
         for (int start = 0; start < 2; ++start) {
             State = STRINGARRAY(64, 64);
             DATAFILES files(DATATABLES{State, Items, Types, NextHandle, FrontEnd, Texts}, dir.Path());
             files.RenameOldFiles();
             files.LoadSettings();
             EXPECT_EQ(Std(State.Get("TrashKeepUncopied")), c.KeepsUncopied) << (c.File ? c.File : "") << " " << c.Text;
+            WriteBytes(dir.File("accounts.ini"), "[#0]\r\nName=a\r\n\r\n");
         }
     }
 }
