@@ -420,6 +420,14 @@ bool CHECKCYCLE::CarryOutDisposal(STRINGARRAY& item, STRING& error) {
             ForgetTries(item);
         return false;
     };
+    // What the server has kept before may be gone by now, or be kept again: no reason to fail. Not together with
+    // another conversation, which would give the mails other numbers in between.
+    STRING again = TakeIds(item, "@RetryMessageId");
+    again.ChopLast('\n');
+    if (again.Length() > 0 && item.Get("@DeleteMessageId").Length() == 0) {
+        STRING unheard;
+        Parts.Mailboxes.DeleteMail(item, again, unheard);
+    }
     return carryOut("@DeleteMessageId",
                     [&](const STRING& ids) { return Parts.Mailboxes.DeleteMail(item, ids, error); }) &&
            (IsStopRequested() || carryOut("@MoveMessageId", [&](const STRING& ids) {

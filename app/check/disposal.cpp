@@ -3,10 +3,10 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "app/mailbox/mailboxes.h"
@@ -63,15 +63,16 @@ int PopNumber(std::string_view id) {
 class SUREIDS {
  public:
     SUREIDS(const RECORDARRAY& records, int announced, int type)
-        : Announced(announced), IsPop(type == ITEMTYPE_POP3), Whole(records.Count() == announced) {
-        for (int i = 0; Whole && i < records.Count(); ++i)
+        : Announced(announced), IsPop(type == ITEMTYPE_POP3), Credible(!IsPop || records.Count() <= announced) {
+        for (int i = 0; Credible && i < records.Count(); ++i)
             ++Blocks[KeyOf(records[i])];
     }
     bool Contains(const STRINGARRAY& record) const {
         const int number = IsPop ? PopNumber(IdOf(record)) : 1;
-        return Whole && number >= 1 && number <= Announced && Blocks.at(KeyOf(record)) == 1;
+        return Credible && number >= 1 && number <= Announced && Blocks.at(KeyOf(record)) == 1;
     }
-    bool IsWhole() const { return Whole; }
+    /// False if there are more blocks than mails: then none is sure.
+    bool IsCredible() const { return Credible; }
 
  private:
     static std::string_view IdOf(const STRINGARRAY& record) { return record["X-Message-Id"].View(); }
@@ -82,7 +83,7 @@ class SUREIDS {
 
     const int Announced;
     const bool IsPop;
-    const bool Whole;
+    const bool Credible;
     std::unordered_map<std::string_view, int> Blocks;  // pieces of the records
 };
 
@@ -93,25 +94,33 @@ struct PROGRESSMARK {
     bool Copied = false;
 };
 
-/// The mails of an item that a verdict has sent away in this run, by what they are and not by their ids: those of POP3
-/// shift when other mails go, and a server may tell another size each time. Equal mails count each.
+/// The mails of an item that a verdict has sent away, by what they are and not by their ids: those of POP3 shift when
+/// other mails go, and a server may tell another size each time. Equal mails count each. What was tried is of this run;
+/// which of them have a copy is stored with the item.
 class DISPOSEDMAILS {
  public:
     DISPOSEDMAILS() = default;
-    explicit DISPOSEDMAILS(const STRING& text) {
+    explicit DISPOSEDMAILS(const STRINGARRAY& item) {
         // Lines of 16 hexadecimal digits, TRIED and whether there is a copy.
-        for (std::string_view rest = text.View(); rest.size() > LINE; rest.remove_prefix(LINE + 1)) {
-            uint64_t key = 0;
-            std::from_chars(rest.data(), rest.data() + DIGITS, key, 16);
-            Marks.emplace(key, PROGRESSMARK{static_cast<PROGRESSMARK::TRIED>(rest[DIGITS]), rest[DIGITS + 1] == 'c'});
-        }
+        Read(item.Get("@DisposedMails"), [this](uint64_t key, const char* rest) {
+            Marks.emplace(key, PROGRESSMARK{static_cast<PROGRESSMARK::TRIED>(rest[0]), rest[1] == 'c'});
+        });
+        if (Marks.empty())
+            Read(item.Get("TrashedMails"), [this](uint64_t key, const char*) {
+                Marks.emplace(key, PROGRESSMARK{PROGRESSMARK::NEVER, true});
+            });
     }
     bool IsEmpty() const { return Marks.empty(); }
     static uint64_t KeyOf(const STRINGARRAY& record) {
-        std::string mail;
-        for (const char* key : {"MessageId", "Subject", "Body"})
-            mail.append(record[key].View()).push_back('\n');
-        return std::hash<std::string>{}(mail);
+        // FNV-1a: the same in every build, as it is stored.
+        uint64_t hash = 0xcbf29ce484222325;
+        const auto add = [&hash](char c) { hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3; };
+        for (const char* key : {"MessageId", "Subject", "Body"}) {
+            for (const char c : record[key].View())
+                add(c);
+            add('\n');
+        }
+        return hash;
     }
     /// Takes one mail of that key out: how far it has come.
     PROGRESSMARK Take(uint64_t key) {
@@ -130,21 +139,38 @@ class DISPOSEDMAILS {
         for (auto& [key, mark] : Marks)
             mark.Tried = mark.Tried == PROGRESSMARK::QUEUED ? PROGRESSMARK::NEVER : mark.Tried;
     }
-    STRING AsText() const {
-        std::string text;
-        text.reserve(Marks.size() * (LINE + 1));
+    /// Takes over all that are left in the other.
+    void Add(DISPOSEDMAILS&& other) { Marks.merge(other.Marks); }
+    void Store(STRINGARRAY& item) const {
+        std::string tried, copied;
         for (const auto& [key, mark] : Marks) {
             char digits[DIGITS + 1];
             snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(key));
-            text.append(digits).push_back(mark.Tried);
-            text.append(mark.Copied ? "c\n" : "-\n");
+            tried.append(digits).push_back(mark.Tried);
+            tried.append(mark.Copied ? "c\n" : "-\n");
+            if (mark.Copied)
+                copied.append(digits).push_back('\n');
         }
-        return STRING(std::string_view(text));
+        item.Set("@DisposedMails", STRING(std::string_view(tried)));
+        item.Set("TrashedMails", STRING(std::string_view(copied)));
     }
 
  private:
     static constexpr size_t DIGITS = 16;
-    static constexpr size_t LINE = DIGITS + 2;
+
+    /// Hands over each line's number and what stands behind it; a damaged line is passed over.
+    template <class TAKE>
+    static void Read(const STRING& text, TAKE take) {
+        WORDCURSOR lines(text, "\n");
+        for (std::string_view line; lines.Next(line);) {
+            uint64_t key = 0;
+            const std::string whole(line);
+            const auto [end, error] = std::from_chars(whole.data(), whole.data() + whole.size(), key, 16);
+            if (error == std::errc() && static_cast<size_t>(end - whole.data()) == DIGITS)
+                take(key, end);
+        }
+    }
+
     std::unordered_multimap<uint64_t, PROGRESSMARK> Marks;
 };
 
@@ -164,12 +190,12 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
         return {};
     const VERDICTS verdicts(item, parts.State);
     const SUREIDS sure(records, announced, item.GetNumber("Type"));
-    if (!sure.IsWhole())
+    if (!sure.IsCredible())
         Trace("TARNWICK::MarkBySpamVerdict %d mails announced, %d listed: nothing is disposed of\n", announced,
               records.Count());
 
     SPAMMARKS marks;
-    DISPOSEDMAILS before(item.Get("@DisposedMails"));
+    DISPOSEDMAILS before(item);
     std::vector<DECISION> decisions;
     for (int i = 0; i < records.Count(); ++i) {
         if (parts.StopAsked && parts.StopAsked())
@@ -178,7 +204,7 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
         const int points = record.GetNumber("X-SpamPoints");
         ROAD road = verdicts.RoadOf(points);
         if (road != ROAD::STAYS && !sure.Contains(record)) {
-            if (sure.IsWhole())
+            if (sure.IsCredible())
                 Trace("TARNWICK::MarkBySpamVerdict %s is no sure id, its mail stays\n",
                       record.Get("X-Message-Id").Text());
             road = ROAD::STAYS;
@@ -186,7 +212,7 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
         if (road != ROAD::STAYS || verdicts.Ignores(points))
             record.Set("X-Ignore", "1");
         // A mail that was sent away keeps its mark as long as it is listed, also while its points are others.
-        if (!sure.IsWhole() || (road == ROAD::STAYS && before.IsEmpty()))
+        if (!sure.IsCredible() || (road == ROAD::STAYS && before.IsEmpty()))
             continue;
         decisions.push_back({record, road, DISPOSEDMAILS::KeyOf(record), {}});
     }
@@ -230,8 +256,8 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
             (decision.Road == ROAD::MOVED ? moves : deletions) += id;
             mark.Tried = PROGRESSMARK::QUEUED;
         } else {
-            // It was on the list that has just been carried out, or on one before. A move that was said to be done
-            // would only make another copy.
+            // It was on the list that has just been carried out, or on one before. The next check tries again, when it
+            // is due. A move that was said to be done would only make another copy.
             if (decision.Road != ROAD::MOVED)
                 again += id;
             mark.Tried = PROGRESSMARK::IN_VAIN;
@@ -240,17 +266,20 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
     }
     marks.Queued = !deletions.empty() || !moves.empty();
     if (marks.Queued)
-        deletions += again;
+        deletions += std::exchange(again, {});
     item.Set("@DeleteMessageId", STRING(std::string_view(deletions)));
+    item.Set("@RetryMessageId", STRING(std::string_view(again)));
     item.Set("@MoveMessageId", STRING(std::string_view(moves)));
     // A listing with gaps tells of no mail that it has gone.
-    if (sure.IsWhole())
-        item.Set("@DisposedMails", now.AsText());
+    if (records.Count() < announced)
+        now.Add(std::move(before));
+    if (sure.IsCredible())
+        now.Store(item);
     return marks;
 }
 
 void ForgetTries(STRINGARRAY& item) {
-    DISPOSEDMAILS mails(item.Get("@DisposedMails"));
+    DISPOSEDMAILS mails(item);
     mails.ForgetTries();
-    item.Set("@DisposedMails", mails.AsText());
+    mails.Store(item);
 }

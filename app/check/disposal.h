@@ -23,10 +23,10 @@ struct SPAMPARTS {
 /// copy in the trash where the settings say so, and sets X-Ignore to "1" for those that are to be no news. Does nothing
 /// for an item that takes no part in the filter. `announced` is the number of mails that the server claims.
 ///
-/// Only a mail whose id is sure is queued or copied: it stands in one block alone, there are as many blocks as mails
-/// were announced, and POP3 has such a number. A mail that has been queued before and is still there, because the
-/// server keeps it, is neither copied again nor a reason for another pass; its deletion is tried again together with
-/// that of other mails.
+/// Only a mail whose id is sure is queued or copied: it stands in one block alone, and of POP3 it has a number that the
+/// server has announced, in a listing of no more blocks than mails. A mail that has been queued before and is still
+/// there, because the server keeps it, is neither copied again nor a reason for another pass; the next check tries its
+/// deletion again (@RetryMessageId) when it is due.
 SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announced, const SPAMPARTS& parts);
 
 /// The server has refused what was queued: if the mails are still there at the next good check, they are queued again,

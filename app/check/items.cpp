@@ -24,7 +24,8 @@ constexpr ITEMKEY STORED_KEYS[] = {
     {"LastRC", ""},
     {"LastValue", ""},
     {"LastSeenIds", ""},
-    {"UidValidity", ""},  // under what they are valid; without it as long as the mailbox is the same one
+    {"TrashedMails", ""},  // those on the server that the trash has copies of
+    {"UidValidity", ""},   // under what they are valid; without it as long as the mailbox is the same one
     {"LastRefresh", ""},
     {"LastRefreshString", ""},
     {"UpdateSuspended", ""},
@@ -45,9 +46,9 @@ constexpr ITEMKEY STORED_KEYS[] = {
 constexpr const char* COLOUR_KEYS[] = {"PopupBackgroundColor", "PopupTextColor"};
 
 /// Run-time keys that start afresh in each run, whatever a file says.
-constexpr ITEMKEY FRESH_KEYS[] = {{"@Showing", "0"},       {"@ForceRefresh", "0"}, {"@ForcePopup", "0"},
-                                  {"@SuppressPopup", "0"}, {"@InUpdate", "0"},     {"@Locked", "0"},
-                                  {"@MoveDelError", "0"},  {"@LostCopies", "0"},   {"@DisposedMails", ""}};
+constexpr ITEMKEY FRESH_KEYS[] = {
+    {"@Showing", "0"}, {"@ForceRefresh", "0"}, {"@ForcePopup", "0"}, {"@SuppressPopup", "0"}, {"@InUpdate", "0"},
+    {"@Locked", "0"},  {"@MoveDelError", "0"}, {"@LostCopies", "0"}, {"@DisposedMails", ""},  {"@RetryMessageId", ""}};
 
 }  // namespace
 

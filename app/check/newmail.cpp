@@ -131,8 +131,9 @@ bool HasOtherIds(STRINGARRAY& item) {
     if (before.Length() == 0 || now.Length() == 0 || before == now)
         return false;
     Trace("TARNWICK::HandleNewMail UIDVALIDITY was %s, is %s, ids forgotten\n", before.Text(), now.Text());
-    for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId"})
+    for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId", "@RetryMessageId"})
         item.Set(key, "");
+    ForgetTries(item);
     return true;
 }
 

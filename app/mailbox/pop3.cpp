@@ -56,10 +56,18 @@ bool ReadNumber(std::string_view word, NUMBER& number) {
     return error == std::errc() && end == word.data() + word.size();
 }
 
+/// A number that cannot be: below zero, or past all sizes. What is no number at all is not one.
+bool IsAbsurd(std::string_view word) {
+    int64_t number;
+    const std::string_view digits = word.starts_with('-') ? word.substr(1) : word;
+    return !digits.empty() && digits.find_first_not_of("0123456789") == digits.npos && !ReadNumber(word, number);
+}
+
 /// A mail as the server names it.
 struct MAILNUMBER {
     int Number = 0;
     int64_t Size = 0;
+    bool IsNamed = false;  // the server has told both
 };
 
 /// What STAT says, in its own words too.
@@ -158,8 +166,8 @@ bool TALK::AskState(MAILDROP& drop) {
     drop.SizeText = STRING(size);
     int64_t bytes = 0;
     // A mail has a byte at least. Not every server knows its size: then it says 0, or nothing.
-    const bool good = ReadNumber(count, drop.Count) && (size.empty() || ReadNumber(size, bytes)) &&
-                      (bytes == 0 || drop.Count <= bytes);
+    const bool good = ReadNumber(count, drop.Count) && !IsAbsurd(size) &&
+                      (!ReadNumber(size, bytes) || bytes == 0 || drop.Count <= bytes);
     return good || Fail(BAD_STAT);
 }
 
@@ -168,9 +176,11 @@ bool TALK::AskSize(MAILNUMBER& mail) {
         return false;
     std::string_view rest = Reply;
     NextWord(rest);
-    int number = 0;
-    const bool good = ReadNumber(NextWord(rest), number) && ReadNumber(NextWord(rest), mail.Size);
-    return (good && number == mail.Number) || Fail(BAD_LIST);
+    const std::string_view first = NextWord(rest), size = NextWord(rest);
+    int number = mail.Number;
+    mail.IsNamed = ReadNumber(first, number) && ReadNumber(size, mail.Size);
+    // A reply about another mail is that to another command.
+    return (number == mail.Number && !IsAbsurd(first) && !IsAbsurd(size)) || Fail(BAD_LIST);
 }
 
 /// A line with its end, or as much of it as the buffer has room for.
@@ -236,26 +246,22 @@ bool ShowAll(TALK& talk, const PROGRESS& progress, int lines, STRING& result) {
         return false;
     LISTING::WRITER listing;
     int listed = 0;
-    bool isRefused = false;  // the mail before
     // Numbers grow with arrival: the newest mail comes first.
     for (int number = drop.Count; number >= 1 && listing.Length() + listed * PopTimes.MailPrice < PopTimes.ListingBytes;
          --number) {
         STRING position;
         position.Format(" %d/%d", drop.Count - number + 1, drop.Count);
         progress.Show(TEXT_READING, position);
-        const bool wasRefused = isRefused;
-        isRefused = !ShowMail(talk, number, lines, listing);
-        // A mail may have gone meanwhile, or be broken. More than one at a time is a server that shows none any more,
-        // and mails that it does show tomorrow would be new again.
-        if (isRefused && (wasRefused || !talk.IsRefused()))
+        // A mail that is refused may have gone meanwhile, or be broken: the count tells that one is missing.
+        if (ShowMail(talk, number, lines, listing))
+            ++listed;
+        else if (!talk.IsRefused())
             return false;
-        listed += !isRefused;
     }
     if (listed == 0 && drop.Count > 0)
         return false;
     talk.Ask("QUIT");
-    const STRING count = listed == drop.Count ? drop.CountText : Decimal(listed);
-    result = listing.Take(LISTING::SummaryLine(count, count, false, drop.SizeText).View());
+    result = listing.Take(LISTING::SummaryLine(drop.CountText, drop.CountText, false, drop.SizeText).View());
     return true;
 }
 
@@ -267,7 +273,8 @@ bool EraseOne(TALK& talk, const STRING& id) {
     // Only a mail that is still the same one goes; any other is left alone, and so is what is no id.
     if (!ReadNumber(id1.View(), mail.Number) || !ReadNumber(id2.View(), size))
         return true;
-    return talk.AskSize(mail) && (mail.Size != size || talk.Ask(Join("DELE ", Decimal(mail.Number).View())));
+    return talk.AskSize(mail) &&
+           (!mail.IsNamed || mail.Size != size || talk.Ask(Join("DELE ", Decimal(mail.Number).View())));
 }
 
 bool EraseAll(TALK& talk, const PROGRESS& progress, const STRING& ids) {

@@ -169,6 +169,7 @@ TEST_F(Check, NothingButAWholeListingForgetsMails) {
         item.Set("LastSeenIds", "old");
         item.Set("@FileStore", "stored");
         item.Set("@DisposedMails", "");
+        item.Set("TrashedMails", "");
         Mailboxes.Listing = STRING(std::string_view(c.Listing));
         CHECKCYCLE::ForceRefresh(item, 0);
         Cycle.UpdateItem(item);
@@ -184,7 +185,8 @@ TEST_F(Check, AServerThatKeepsItsMailsMakesNoLoop) {
     State.Set("SpamTrashPoints", "0");
     AddItem("a", 600).Set("Type", "2");
     Mailboxes.Listing = ONE_MAIL;
-    const LIST PERIODS[] = {{"get a", "delete a", "get a"}, {"get a"}, {"get a"}};
+    // Each period tries again, and no more.
+    const LIST PERIODS[] = {{"get a", "delete a", "get a"}, {"delete a", "get a"}, {"delete a", "get a"}};
     for (const LIST& checks : PERIODS) {
         for (int turn = 0; turn < 10; ++turn)
             Cycle.Turn();
@@ -196,11 +198,16 @@ TEST_F(Check, AServerThatKeepsItsMailsMakesNoLoop) {
 
     // One that refuses says so in each row, but fills no disk.
     Items[0].Set("@DisposedMails", "");
+    Items[0].Set("TrashedMails", "");
     Mailboxes.Refusal = "no";
     for (int period = 0; period < 3; ++period, Clock.Advance(600000)) {
         for (int turn = 0; turn < 10; ++turn)
             Cycle.Turn();
-        EXPECT_EQ(Checks(Journal.Take()), (LIST{"get a", "delete a"})) << period;
+        // A second try is refused without a word, as it is no reason to fail.
+        LIST checks = {"get a", "delete a"};
+        if (period == 0)
+            checks.insert(checks.begin(), "delete a");
+        EXPECT_EQ(Checks(Journal.Take()), checks) << period;
     }
     EXPECT_EQ(TrashFiles(dir).size(), 4U);
 }

@@ -20,10 +20,11 @@ inline const TEXTTABLE FAKETEXTS({{2940, "No|mail|mails|new"},
                                   {2971, "unread"},
                                   {3002, "Checking for spam"},
                                   {3006, "Error: "},
-                                   {10004, "Title"},
-                                   {10200, "silent"},
-                                   {10201, "no way to $1"},
-                                   {10220, " - $HOWMANY not copied"}});
+                                  {10004, "Title"},
+                                  {10200, "silent"},
+                                  {10201, "no way to $1"},
+                                  {10210, "nobody knows"},
+                                  {10220, " - $HOWMANY not copied"}});
 
 /// Answers each check with Listing, and each disposal with success unless Refusal is set.
 class FAKEMAILBOXES : public MAILBOXES {
