@@ -1,5 +1,6 @@
 #include "corelib/base/clock.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -68,6 +69,15 @@ int64_t DayMilliSeconds() {
 
 void Sleep(int ms) {
     Present().Sleep(ms);
+}
+
+STOPWATCH::STOPWATCH() : Last(Present().UnixMilliSeconds()) {}
+
+int64_t STOPWATCH::Passed() {
+    const int64_t now = Present().UnixMilliSeconds();
+    Sum += std::max<int64_t>(now - Last, 0);
+    Last = now;
+    return Sum;
 }
 
 }  // namespace CLOCK

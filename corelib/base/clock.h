@@ -46,4 +46,15 @@ STRING DateIso(const LOCALTIME& day);
 int64_t DayMilliSeconds();
 void Sleep(int ms);
 
+/// Measures how long something takes. A clock that is set back costs no more than the time since the last look.
+class STOPWATCH {
+ public:
+    STOPWATCH();
+    /// ms since it was made, as far as it has looked.
+    int64_t Passed();
+
+ private:
+    int64_t Last, Sum = 0;
+};
+
 }  // namespace CLOCK

@@ -16,6 +16,23 @@ constexpr int PIECE_BYTES = 8192;
 
 }  // namespace
 
+void PACE::Asked() {
+    Free = TcpTimes.QuickMs;
+}
+
+void PACE::Waited(int64_t ms) {
+    const int64_t free = std::clamp<int64_t>(ms, 0, Free);
+    Free -= free;
+    Waiting += std::max<int64_t>(ms, 0) - free;
+    if (Waiting < TcpTimes.SlowMs)
+        return;
+    if (Bytes < Waiting * TcpTimes.SlowBytesPerSecond / 1000) {
+        Trace("PACE::Waited too slow: %d bytes in %d ms\n", static_cast<int>(Bytes), static_cast<int>(Waiting));
+        TooSlow = true;
+    }
+    Waiting = Bytes = 0;
+}
+
 BASEIO::BASEIO(const char* ownId, const char* callType, const char* keepOnError, bool delayStart)
     : Ring(RING_BYTES),
       Kill(false),
@@ -132,9 +149,10 @@ bool BASEIO::Read(char* buffer, int* length, int timeoutMs, const char* until) {
     int count = room;
     Ring.Read(buffer, &count, 0, until);
     auto stopByte = [&] { return count > 0 && until && strchr(until, buffer[count - 1]); };
-    int64_t start = 0;
+    PaceIn.Moved(count);
+    int64_t start = 0, looked = 0;
     for (bool waited = false;; waited = true) {
-        if (IsStopped()) {
+        if (IsStopped() || IsTooSlow()) {
             Trace("BASEIO::Read stopped\n");
             *length = 0;
             return false;
@@ -143,6 +161,10 @@ bool BASEIO::Read(char* buffer, int* length, int timeoutMs, const char* until) {
             int piece = room - count;
             Ring.Read(buffer + count, &piece, wait, until);
             count += piece;
+            PaceIn.Moved(piece);
+            const int64_t now = CLOCK::DayMilliSeconds();
+            PaceIn.Waited(now - looked);
+            looked = now;
         }
         if (stopByte()) {
             Trace("BASEIO::Read got readuntil byte ... break;\n");
@@ -150,15 +172,14 @@ bool BASEIO::Read(char* buffer, int* length, int timeoutMs, const char* until) {
         }
         if (count >= room)
             break;
-        int64_t now = CLOCK::DayMilliSeconds();
         if (!waited)
-            start = now;
-        if (now < start) {
-            Trace("BASEIO::Read *** WARNING!!! *** negative time diff %d ms\n", static_cast<int>(now - start));
-            start = now;
+            start = looked = CLOCK::DayMilliSeconds();
+        if (looked < start) {
+            Trace("BASEIO::Read *** WARNING!!! *** negative time diff %d ms\n", static_cast<int>(looked - start));
+            start = looked;
         }
         // Unsigned: a negative time-out has no end.
-        if (static_cast<uint64_t>(now - start) >= static_cast<uint32_t>(timeoutMs))
+        if (static_cast<uint64_t>(looked - start) >= static_cast<uint32_t>(timeoutMs))
             break;
     }
     *length = count;
@@ -166,6 +187,8 @@ bool BASEIO::Read(char* buffer, int* length, int timeoutMs, const char* until) {
 }
 
 int BASEIO::Write(const char* buffer, int length) {
+    PaceIn.Asked();
+    PaceOut.Asked();
     return DevWrite(buffer, length == -1 ? static_cast<int>(strlen(buffer)) : length);
 }
 

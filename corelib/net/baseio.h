@@ -11,6 +11,25 @@
 #include "corelib/net/ringbuffer.h"
 #include "corelib/system/osys.h"
 
+/// Judges a peer by what it brings, or takes, while it is waited for. What passes without a wait costs nothing, and
+/// the first moments behind each request are free: many short replies, each of them quick, are no slow conversation.
+/// The limits stand in TcpTimes.
+class PACE {
+ public:
+    /// A request has gone out.
+    void Asked();
+    void Moved(int64_t bytes) { Bytes += bytes; }
+    /// ms of waiting have passed; below 0 (a clock that was set back) counts as none.
+    void Waited(int64_t ms);
+    bool IsTooSlow() const { return TooSlow; }
+
+ private:
+    int64_t Free = 0;
+    int64_t Waiting = 0;  // in the present stretch, as are the bytes
+    int64_t Bytes = 0;
+    bool TooSlow = false;
+};
+
 /// A device: a byte-stream endpoint that can be called, read with time-outs, written and dropped. A daemon thread pulls
 /// bytes from the concrete device into a ring buffer; callers read from the ring buffer only. One owner thread.
 class BASEIO {
@@ -48,9 +67,12 @@ class BASEIO {
     /// asks.
     void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
 
+    /// True once the peer has been too slow: nothing can be read from then on.
+    bool IsTooSlow() const { return PaceIn.IsTooSlow() || PaceOut.IsTooSlow(); }
+
     /// True if at least one byte arrived within timeoutMs; *length goes in as the room and comes out as the count. Ends
     /// early after a byte of `until`, or after a zero byte if there is an `until`. False with nothing, whatever has
-    /// come, once the program is to end.
+    /// come, once the program is to end, and once the peer has been too slow for the whole conversation (see PACE).
     bool Read(char* buffer, int* length, int timeoutMs, const char* until);
     /// length -1: the text's own length. What DevWrite returns.
     int Write(const char* buffer, int length);
@@ -72,6 +94,9 @@ class BASEIO {
     bool ReadsWhatIsThere = false;
 
     bool IsStopped() const { return StopAsked && StopAsked(); }
+    const STOPQUESTION& StopQuestion() const { return StopAsked; }
+    /// The owner's thread alone has these. A new call begins with new ones.
+    PACE PaceIn, PaceOut;
 
     RINGBUFFER Ring;
     EVENTSEM Kill;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "corelib/base/strings.h"
@@ -43,6 +44,10 @@ bool WaitReadable(SOCK s, int ms);
 int Recv(SOCK s, char* buffer, int length);
 /// Bytes sent, below 0 on error; a peer that has gone raises no signal.
 int Send(SOCK s, const char* buffer, int length);
+/// Sends all the bytes, in spite of a peer that is behind: each time that lookMs pass in which the system takes none,
+/// `goOn` is told how many it has taken so far, and says whether to wait on. Their number; or below 0, when it said no
+/// and on error, and the connection is of no use any more.
+int SendAll(SOCK s, const char* buffer, int length, int lookMs, const std::function<bool(int sent)>& goOn);
 /// Bytes that can be read without blocking, below 0 on error.
 int Available(SOCK s);
 

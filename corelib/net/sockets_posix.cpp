@@ -140,6 +140,24 @@ int SOCKETS::Send(SOCK s, const char* buffer, int length) {
     return static_cast<int>(rc);
 }
 
+int SOCKETS::SendAll(SOCK s, const char* buffer, int length, int lookMs, const std::function<bool(int sent)>& goOn) {
+    int sent = 0;
+    while (sent < length) {
+        const ssize_t rc =
+            send(static_cast<int>(s), buffer + sent, static_cast<size_t>(length - sent), MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (rc > 0) {
+            sent += static_cast<int>(rc);
+        } else if (rc < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+            short got;
+            if (Poll(s, POLLOUT, lookMs, &got) == 0 && !goOn(sent))
+                return -1;
+        } else if (rc == 0 || errno != EINTR) {
+            return -1;
+        }
+    }
+    return sent;
+}
+
 int SOCKETS::Available(SOCK s) {
     int count = 0;
     return ioctl(static_cast<int>(s), FIONREAD, &count) == 0 ? count : -1;

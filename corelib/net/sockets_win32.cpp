@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <windows.h>
 #include <winsock2.h>
@@ -14,6 +15,8 @@ sockaddr_in SocketAddress(uint32_t address, uint16_t port) {
     result.sin_port = htons(port);
     return result;
 }
+
+constexpr int SEND_BYTES = 8192;  // of which is known that they have gone
 
 SOCKET Native(SOCKETS::SOCK s) {
     return static_cast<SOCKET>(s);
@@ -100,6 +103,33 @@ int SOCKETS::Recv(SOCK s, char* buffer, int length) {
 
 int SOCKETS::Send(SOCK s, const char* buffer, int length) {
     return send(Native(s), buffer, length, 0);
+}
+
+int SOCKETS::SendAll(SOCK s, const char* buffer, int length, int lookMs, const std::function<bool(int sent)>& goOn) {
+    WSAOVERLAPPED call{};
+    call.hEvent = WSACreateEvent();
+    if (call.hEvent == WSA_INVALID_EVENT)
+        return -1;
+    int sent = 0;
+    bool good = true;
+    while (good && sent < length) {
+        WSABUF piece{static_cast<ULONG>(std::min(length - sent, SEND_BYTES)), const_cast<char*>(buffer) + sent};
+        DWORD taken = 0, flags = 0;
+        if (WSASend(Native(s), &piece, 1, nullptr, 0, &call, nullptr) != 0 && WSAGetLastError() != WSA_IO_PENDING) {
+            good = false;
+            break;
+        }
+        while (good &&
+               WSAWaitForMultipleEvents(1, &call.hEvent, TRUE, static_cast<DWORD>(lookMs), FALSE) == WSA_WAIT_TIMEOUT)
+            good = goOn(sent);
+        // The system must have let go of the buffer, whatever becomes of the call.
+        if (!good)
+            Interrupt(s);
+        good &= WSAGetOverlappedResult(Native(s), &call, &taken, TRUE, &flags) != 0;
+        sent += static_cast<int>(taken);
+    }
+    WSACloseEvent(call.hEvent);
+    return good ? sent : -1;
 }
 
 int SOCKETS::Available(SOCK s) {

@@ -89,6 +89,7 @@ bool TCPIPIO::AcceptCall() {
     STRING name;
     if (ReverseLookup && SOCKETS::HostByAddress(peer, &name))
         callerId.Format("%s (%s)", name.Text(), SOCKETS::AddressText(peer).Text());
+    PaceIn = PaceOut = PACE();
     GoOnline(std::make_shared<HELDSOCKET>(s), callerId);
     return true;
 }

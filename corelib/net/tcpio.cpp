@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
+#include <string>
 
 #include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
+#include "corelib/net/abandon.h"
 
 TCPTIMES TcpTimes;
+TCPLOOKUPS TcpLookups;
 
 namespace {
 
@@ -20,6 +24,7 @@ constexpr struct {
     const char* Text;
 } ErrorTable[] = {
     {TCPERR_NO_RESPONSE, 400, "No response"},
+    {TCPERR_TOO_SLOW, 400, "Too slow"},
     {TCPERR_NO_SERVICE, 500, "No TCP/IP socket or service"},
     {TCPERR_HOST_NOT_FOUND, 500, "Host not found"},
     {TCPERR_DISCONNECTED, 500, "Remote disconnected"},
@@ -47,6 +52,10 @@ void HexDump(const char* tag, const char* bytes, int length) {
             row.AppendFormat("%02x ", static_cast<unsigned char>(bytes[i]));
         TraceLevel(DUMP_LEVEL, "    %s\n", row.Text());
     }
+}
+
+void TraceResolved(int error) {
+    Trace("TCPIPIO::~Resolv LastError-WSABASEERR= %d\n", error);
 }
 
 bool IsLetter(char c) {
@@ -120,7 +129,8 @@ void TCPIPIO::GoOnline(const SOCKETREF& connection, const STRING& callerId) {
     WakeDaemon();
 }
 
-bool TCPIPIO::Resolv(const char* destination, STRING& hostText, STRING& portText, bool noReverse, HOST& host) {
+bool TCPIPIO::Resolv(const char* destination, STRING& hostText, STRING& portText, bool noReverse, int limitMs,
+                     HOST& host) const {
     std::string_view text = FailOnNull(destination, "Resolv");
     text.remove_prefix(std::min(text.find_first_not_of(" :*"), text.size()));
     size_t split = text.find(' ');
@@ -131,26 +141,47 @@ bool TCPIPIO::Resolv(const char* destination, STRING& hostText, STRING& portText
         portText = STRING(text.substr(split + 1));
     hostText = STRING(text.substr(0, split));
 
-    bool known = true;
-    std::string_view name = hostText.View();
-    if (std::none_of(name.begin(), name.end(), IsLetter)) {
-        const bool isAddress = SOCKETS::ParseAddress(hostText.Text(), &host.Address);
-        if (!isAddress)
-            host.Address = NO_ADDRESS;
-        if (noReverse || !isAddress || !SOCKETS::HostByAddress(host.Address, &host.Name))
-            host.Name = "<unnamed>";
-    } else {
-        known = SOCKETS::HostByName(hostText.Text(), &host.Address, &host.Name);
+    const std::string_view name = hostText.View();
+    const bool isName = std::any_of(name.begin(), name.end(), IsLetter);
+    const bool isAddress = !isName && SOCKETS::ParseAddress(hostText.Text(), &host.Address);
+    if (!isName && !isAddress)
+        host.Address = NO_ADDRESS;
+    host.Name = "<unnamed>";
+    if (!isName && (noReverse || !isAddress)) {
+        TraceResolved(SOCKETS::LastErrorOverBase());
+        return true;
     }
-    Trace("TCPIPIO::~Resolv LastError-WSABASEERR= %d\n", SOCKETS::LastErrorOverBase());
-    return known;
+    struct FOUND {
+        bool Known;
+        HOST Host;
+        int Error;
+    };
+    // The look-up owns all that it works with: it may outlive the call and the device.
+    const auto lookUp = [lookups = TcpLookups, given = std::string(name), address = host.Address, isName] {
+        SOCKETS::Startup();
+        FOUND found{false, {"<unnamed>", address}, 0};
+        if (isName)
+            found.Known = lookups.HostByName(given.c_str(), &found.Host.Address, &found.Host.Name);
+        else
+            found.Known = lookups.HostByAddress(address, &found.Host.Name);
+        found.Error = SOCKETS::LastErrorOverBase();
+        SOCKETS::Cleanup();
+        return found;
+    };
+    const std::optional<FOUND> found = AwaitOrAbandon<FOUND>(lookUp, StopQuestion(), limitMs, TcpTimes.StopLookMs);
+    TraceResolved(found ? found->Error : 0);
+    if (found && found->Known)
+        host = found->Host;
+    // An address can be called without a name.
+    return !isName || (found && found->Known);
 }
 
 SOCKETREF TCPIPIO::Connect(const char* destination) {
     STRING hostText;
     STRING portText;
     HOST host;
-    bool known = Resolv(destination, hostText, portText, false, host);
+    const int limit = ConnectLimitMs != -1 ? ConnectLimitMs : TcpTimes.ConnectMs;
+    bool known = Resolv(destination, hostText, portText, false, limit, host);
     SetCallerId(hostText);
     if (!known) {
         LastError = TCPERR_HOST_NOT_FOUND;
@@ -166,11 +197,10 @@ SOCKETREF TCPIPIO::Connect(const char* destination) {
     }
     auto connection = std::make_shared<HELDSOCKET>(s);
     SOCKETS::SetBlocking(s, false);
-    const int limit = ConnectLimitMs != -1 ? ConnectLimitMs : TcpTimes.ConnectMs;
     auto ready = SOCKETS::Connect(s, host.Address, port) ? SOCKETS::READY::Nothing : SOCKETS::READY::Refused;
-    for (int waited = 0; ready == SOCKETS::READY::Nothing;) {
-        ready = SOCKETS::WaitConnected(s, TcpTimes.ConnectPassMs);
-        waited += TcpTimes.ConnectPassMs;
+    for (int waited = 0; ready == SOCKETS::READY::Nothing && !IsStopped();) {
+        ready = SOCKETS::WaitConnected(s, TcpTimes.StopLookMs);
+        waited += TcpTimes.StopLookMs;
         if (ready == SOCKETS::READY::Nothing && waited >= limit) {
             Trace("TCPIPIO::MakeCall timed out\n");
             break;
@@ -192,6 +222,8 @@ SOCKETREF TCPIPIO::Connect(const char* destination) {
 bool TCPIPIO::MakeCall(const char* destination) {
     if (!ASSERTION(!IsOnline(), "this->Socket==-1"))
         DropCall();
+    PaceIn = PaceOut = PACE();
+    PaceIn.Asked();
     // The call counts as made even if the peer has ended it by now: what it sent before that is there to be read.
     const bool made = Connect(destination) != nullptr;
     Trace("TCPIPIO::~MakeCall last error = %d WSABASEERR+%d\n", static_cast<int>(LastError.load()),
@@ -295,7 +327,14 @@ int TCPIPIO::DevWrite(const char* buffer, int length) {
     const SOCKETREF connection = PresentCall();
     if (!connection)
         return 0;
-    const int rc = SOCKETS::Send(connection->Number, buffer, length);
+    int looked = 0;
+    const int rc = SOCKETS::SendAll(connection->Number, buffer, length, TcpTimes.StopLookMs, [&](int sent) {
+        PaceOut.Moved(sent - looked);
+        PaceOut.Waited(TcpTimes.StopLookMs);
+        looked = sent;
+        return !IsStopped() && !PaceOut.IsTooSlow();
+    });
+    PaceOut.Moved(length - looked);
     if (rc < 0) {
         Trace("TCPIPIO::DevWrite error rc=%d \n", rc);
         Drop(connection);
@@ -347,7 +386,7 @@ STRING TCPIPIO::GetInfo(const char* key) {
         idle.Format("%lu", static_cast<unsigned long>(CLOCK::Seconds() - last));
         return idle;
     }
-    const int32_t error = LastError;
+    const int32_t error = IsTooSlow() ? TCPERR_TOO_SLOW : LastError.load();
     const auto* row = std::find_if(std::begin(ErrorTable), std::end(ErrorTable),
                                    [&](const auto& entry) { return entry.Error == error; });
     const bool known = row != std::end(ErrorTable);

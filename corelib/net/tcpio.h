@@ -9,14 +9,23 @@
 
 /// The pauses and limits of devices, in ms. Tests shrink them.
 struct TCPTIMES {
-    int ConnectMs = 60000;     // a connection that does not come up
-    int ConnectPassMs = 1000;  // one look at it
-    int NoDeviceMs = 250;      // a device without a read of its own
-    int ReadFailedMs = 100;    // behind a failed read
-    int RingFullMs = 100;      // while the reader is behind
-    int StopLookMs = 100;      // between two questions whether the program is to end
+    int ConnectMs = 60000;         // a connection that does not come up, and a look-up of its host before that
+    int NoDeviceMs = 250;          // a device without a read of its own
+    int ReadFailedMs = 100;        // behind a failed read
+    int RingFullMs = 100;          // while the reader is behind
+    int StopLookMs = 100;          // between two looks at a peer, and two questions whether the program is to end
+    int SlowMs = 60000;            // waiting for a peer over which it must be faster than
+    int SlowBytesPerSecond = 200;  // this
+    int QuickMs = 5000;            // waiting behind a request that does not count
 };
 extern TCPTIMES TcpTimes;
+
+/// The system's look-ups of a host, which take as long as they like. Tests put others in.
+struct TCPLOOKUPS {
+    bool (*HostByName)(const char* name, uint32_t* address, STRING* officialName) = SOCKETS::HostByName;
+    bool (*HostByAddress)(uint32_t address, STRING* name) = SOCKETS::HostByAddress;
+};
+extern TCPLOOKUPS TcpLookups;
 
 /// Values of LastError.
 enum TCPERROR : int32_t {
@@ -29,7 +38,8 @@ enum TCPERROR : int32_t {
     TCPERR_IOCTL = 4101,
     TCPERR_LISTEN = 4102,
     TCPERR_ACCEPT = 4103,
-    TCPERR_BIND = 4104
+    TCPERR_BIND = 4104,
+    TCPERR_TOO_SLOW = 4105
 };
 
 /// The device for TCP. Lives for one conversation; destruction drops the call. No class derives from it: its daemon
@@ -72,8 +82,10 @@ class TCPIPIO final : public BASEIO {
         STRING Name;
         uint32_t Address = 0;
     };
-    /// Splits a destination into host and port text and asks for the host; false if it is not known.
-    static bool Resolv(const char* destination, STRING& hostText, STRING& portText, bool noReverse, HOST& host);
+    /// Splits a destination into host and port text and asks for the host; false if it is not known, or not within
+    /// limitMs.
+    bool Resolv(const char* destination, STRING& hostText, STRING& portText, bool noReverse, int limitMs,
+                HOST& host) const;
 
     /// Opens a socket to the destination; null, with LastError set, if that fails. Puts the host's text and then its
     /// name and address into the caller id.

@@ -6,6 +6,7 @@
 namespace {
 
 using std::chrono::microseconds;
+using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 // Long enough for the client's thread to see each byte of a drip alone, most of the time.
@@ -116,6 +117,10 @@ bool SCRIPTEDSERVER::Play(CONNECTION& connection, const STEP& step) {
             while (More(connection)) {
             }
             return true;
+        case STEP::DEAFNESS:
+            while (!Stopping)
+                std::this_thread::sleep_for(milliseconds(1));
+            return false;
         case STEP::CUT:
             break;
     }

@@ -14,7 +14,7 @@
 
 /// One step of a server's side of a conversation, made by the functions of PLAY.
 struct STEP {
-    enum KIND { EXPECT, EXPECT_PREFIX, READ_UNTIL, SEND, DRIP, CUT, SILENCE };
+    enum KIND { EXPECT, EXPECT_PREFIX, READ_UNTIL, SEND, DRIP, CUT, SILENCE, DEAFNESS };
     KIND Kind;
     std::string Text;
 };
@@ -50,6 +50,11 @@ inline STEP Cut() {
 /// the same.
 inline STEP Silence() {
     return {STEP::SILENCE, {}};
+}
+
+/// Reads nothing more either, until the server is stopped: what the client sends piles up.
+inline STEP Deafness() {
+    return {STEP::DEAFNESS, {}};
 }
 
 }  // namespace PLAY

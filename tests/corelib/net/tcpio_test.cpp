@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "corelib/base/trace.h"
+#include "corelib/net/abandon.h"
 #include "tests/servers/scriptedserver.h"
+#include "tests/support/stopsoon.h"
 #include "tests/support/testsupport.h"
 
 using namespace PLAY;
@@ -68,8 +70,42 @@ class STEPBACK : public CLOCK::SOURCE {
 // Shrinks times for the length of a test.
 class TcpIo : public testing::Test {
  protected:
-    ~TcpIo() override { TcpTimes = {}; }
+    ~TcpIo() override {
+        TcpTimes = {};
+        TcpLookups = {};
+        Held = false;
+        EXPECT_TRUE(Eventually([] { return AbandonableCalls == 0; }));
+    }
+    // Look-ups take until the end of the test.
+    void HoldLookups() {
+        Held = true;
+        TcpLookups.HostByName = [](const char*, uint32_t*, STRING*) { return Hold(); };
+        TcpLookups.HostByAddress = [](uint32_t, STRING*) { return Hold(); };
+    }
+
+ private:
+    static bool Hold() {
+        while (Held)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return false;
+    }
+    static inline std::atomic<bool> Held = false;
 };
+
+// Callers that fill the queue of a listener, until the system lets the next one wait; none where it refuses that one.
+std::vector<SOCKETREF> FillQueue(uint16_t port) {
+    std::vector<SOCKETREF> callers;
+    auto ready = SOCKETS::READY::Writable;
+    while (ready == SOCKETS::READY::Writable && callers.size() < 20) {
+        callers.push_back(std::make_shared<HELDSOCKET>(SOCKETS::Open()));
+        SOCKETS::SetBlocking(callers.back()->Number, false);
+        SOCKETS::Connect(callers.back()->Number, SOCKETS::LOOPBACK, port);
+        ready = SOCKETS::WaitConnected(callers.back()->Number, 50);
+    }
+    if (ready != SOCKETS::READY::Nothing)
+        callers.clear();
+    return callers;
+}
 
 }  // namespace
 
@@ -116,26 +152,177 @@ TEST_F(TcpIo, TellsWhyACallFails) {
 }
 
 TEST_F(TcpIo, GivesUpOnASilentHost) {
-    TcpTimes.ConnectPassMs = 20;
+    TcpTimes.StopLookMs = 20;
     TcpTimes.ConnectMs = 60;
     uint16_t port = 0;
     HELDSOCKET deaf = Deaf(SOCKETS::LOOPBACK, &port);
-    // Fill the queue of the listener, until the system lets a caller wait.
-    std::vector<SOCKETREF> callers;
-    auto ready = SOCKETS::READY::Writable;
-    while (ready == SOCKETS::READY::Writable && callers.size() < 20) {
-        callers.push_back(std::make_shared<HELDSOCKET>(SOCKETS::Open()));
-        SOCKETS::SetBlocking(callers.back()->Number, false);
-        SOCKETS::Connect(callers.back()->Number, SOCKETS::LOOPBACK, port);
-        ready = SOCKETS::WaitConnected(callers.back()->Number, 50);
-    }
-    if (ready != SOCKETS::READY::Nothing)
+    const std::vector<SOCKETREF> callers = FillQueue(port);
+    if (callers.empty())
         GTEST_SKIP() << "this system refuses what does not fit the queue";
+    const std::string destination = "127.0.0.1:" + std::to_string(port);
     TCPIPIO device("", "", "");
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(device.MakeCall(("127.0.0.1:" + std::to_string(port)).c_str()));
+    EXPECT_FALSE(device.MakeCall(destination.c_str()));
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(55));
     EXPECT_EQ(LastErrors(device), "4096 400 No response");
+    TcpTimes.ConnectMs = 60000;
+    const STOPSOON stop;
+    device.SetStopQuestion(stop.Question());
+    EXPECT_FALSE(device.MakeCall(destination.c_str()));
+    EXPECT_STOPPED(stop);
+}
+
+TEST_F(TcpIo, GivesUpOnALookUpThatTakesTooLong) {
+    HoldLookups();
+    SCRIPTEDSERVER server(SCRIPT{Silence()});
+    const std::string name = "name.example:" + std::to_string(server.Port());
+    for (const std::string& destination : {name, server.HostPort()}) {
+        const STOPSOON stop;
+        TCPIPIO device("", "", "");
+        device.SetStopQuestion(stop.Question());
+        EXPECT_FALSE(device.MakeCall(destination.c_str()));
+        EXPECT_STOPPED(stop);
+    }
+    TcpTimes.ConnectMs = 40;
+    TcpTimes.StopLookMs = 10;
+    TCPIPIO device("", "", "");
+    EXPECT_FALSE(device.MakeCall(name.c_str()));
+    EXPECT_EQ(LastErrors(device), "4098 500 Host not found");
+    EXPECT_TRUE(device.MakeCall(server.HostPort().c_str())) << "an address needs no name";
+    EXPECT_EQ(Info(device, "CallerId"), "<unnamed> (127.0.0.1)");
+    // They do not pile up.
+    for (int i = 0; i < 40; ++i)
+        AwaitOrAbandon<int>([] { return 1; }, {}, 0, 10);
+    const auto hold = [lookup = TcpLookups.HostByAddress] { return lookup(0, nullptr); };
+    for (int i = 0; i < 2 * MOST_ABANDONABLE_CALLS; ++i)
+        EXPECT_FALSE(AwaitOrAbandon<bool>(hold, {}, 0, 10));
+    EXPECT_LE(AbandonableCalls, MOST_ABANDONABLE_CALLS);
+}
+
+TEST_F(TcpIo, AStopEndsAReadAndAWriteAndTheDevice) {
+    const SCRIPT SCRIPTS[] = {{Silence()}, {Drip(std::string(100000, 'd'))}, {Deafness()}};
+    const std::string flood(50000000, 'f');
+    for (const SCRIPT& script : SCRIPTS) {
+        SCRIPTEDSERVER server(script);
+        const STOPSOON stop;
+        {
+            TCPIPIO device("", "", "");
+            device.SetStopQuestion(stop.Question());
+            ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+            if (script[0].Kind == STEP::DEAFNESS) {
+                EXPECT_LT(device.Write(flood.data(), static_cast<int>(flood.size())), 0);
+                EXPECT_EQ(Info(device, "ONLINE"), "0");
+            } else {
+                while (!Take(device, 1000).empty()) {
+                }
+            }
+        }
+        EXPECT_STOPPED(stop);
+    }
+}
+
+TEST_F(TcpIo, ABigWriteArrivesWhole) {
+    std::string sent(3000000, 'x');
+    for (size_t i = 0; i < sent.size(); i += 7)
+        sent[i] = static_cast<char>('a' + i % 26);
+    sent += "\r\n";
+    SCRIPTEDSERVER server(SCRIPT{ReadUntil("\r\n"), Send("thanks")});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    EXPECT_EQ(device.Write(sent.data(), static_cast<int>(sent.size())), 1);
+    EXPECT_EQ(Take(device, 6), "thanks");
+    EXPECT_EQ(server.Transcript(), sent);
+}
+
+TEST_F(TcpIo, APeerThatIsTooSlowEndsTheConversation) {
+    TcpTimes.SlowMs = 60;
+    TcpTimes.QuickMs = 10;
+    TcpTimes.SlowBytesPerSecond = 1 << 20;
+    TcpTimes.StopLookMs = 10;
+    SCRIPTEDSERVER server({SCRIPT{Drip(std::string(100000, 'd'))}, SCRIPT{Deafness()}, SCRIPT{Send("quick")}});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    for (int i = 0; i < 1000 && !Take(device, 20, LONG_MS).empty(); ++i) {
+    }
+    EXPECT_TRUE(device.IsTooSlow());
+    EXPECT_EQ(LastErrors(device), "4105 400 Too slow");
+    EXPECT_TRUE(Eventually([&] { return device.NumAvail() > 0; }));
+    EXPECT_EQ(Take(device, 20, 0), "") << "nothing is read any more, whatever is there";
+    device.DropCall();
+    EXPECT_EQ(LastErrors(device), "4105 400 Too slow");
+
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    EXPECT_EQ(LastErrors(device), "0 200 No Error");
+    const std::string flood(50000000, 'f');
+    EXPECT_LT(device.Write(flood.data(), static_cast<int>(flood.size())), 0) << "nor is it written for ever";
+    EXPECT_EQ(LastErrors(device), "4105 400 Too slow");
+
+    while (device.NumAvail() > 0 || device.IsTooSlow()) {
+        device.DropCall();
+        ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+        int length = 100000;
+        std::string rest(100000, ' ');
+        device.Read(rest.data(), &length, 20, nullptr);
+    }
+    EXPECT_EQ(LastErrors(device), "0 200 No Error");
+}
+
+TEST_F(TcpIo, ManyQuickRepliesAndOurOwnTimeAreNotSlow) {
+    SCRIPT script;
+    for (int i = 0; i < 50; ++i) {
+        script.push_back(ExpectPrefix("NOOP"));
+        script.push_back(Drip("+ done so far\n"));
+    }
+    TcpTimes.SlowMs = 20;
+    TcpTimes.SlowBytesPerSecond = 1 << 20;
+    for (const bool quickIsFree : {true, false}) {
+        TcpTimes.QuickMs = quickIsFree ? 10000 : 0;
+        SCRIPTEDSERVER server(script);
+        TCPIPIO device("", "", "");
+        ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+        for (int i = 0; i < 50 && !device.IsTooSlow(); ++i) {
+            device.Write("NOOP\r\n", -1);
+            Take(device, 100, LONG_MS, "\n");
+        }
+        EXPECT_EQ(device.IsTooSlow(), !quickIsFree);
+    }
+    SCRIPTEDSERVER server(SCRIPT{Send("one\ntwo\nthree\nfour\n")});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+    EXPECT_TRUE(Eventually([&] { return device.NumAvail() == 19; }));
+    for (const char* line : {"one\n", "two\n", "three\n", "four\n"}) {
+        EXPECT_EQ(Take(device, 100, LONG_MS, "\n"), line);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+TEST_F(TcpIo, PaceCountsBytesForTheTimeThatWasWaited) {
+    const struct {
+        int Waits, WaitMs, Bytes, AskEach;
+        bool Slow;
+    } CASES[] = {
+        {60, 1000, 199, 0, true},  {600, 1000, 200, 0, false}, {59, 1000, 0, 0, false},
+        {1000, 4900, 1, 1, false}, {100, 5700, 1, 1, true},    {12, 10000, 100, 1, true},
+        {6, 10000, 100, 1, false}, {100, -5000, 0, 0, false},  {60, 1000, 0, 10, false},
+    };
+    for (const auto& c : CASES) {
+        PACE pace;
+        for (int i = 0; i < c.Waits; ++i) {
+            if (c.AskEach > 0 && i % c.AskEach == 0)
+                pace.Asked();
+            pace.Moved(c.Bytes);
+            pace.Waited(c.WaitMs);
+        }
+        EXPECT_EQ(pace.IsTooSlow(), c.Slow) << c.Waits << " * " << c.WaitMs << ", " << c.Bytes;
+    }
+    // What came at full speed before buys one minute of a drip and no more.
+    PACE pace;
+    pace.Moved(1 << 30);
+    for (int i = 0; i < 120; ++i) {
+        EXPECT_FALSE(pace.IsTooSlow());
+        pace.Waited(1000);
+    }
+    EXPECT_TRUE(pace.IsTooSlow());
 }
 
 TEST_F(TcpIo, AClosedConnectionIsADropWithoutAnErrorAndCanBeReadOut) {
