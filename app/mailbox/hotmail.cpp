@@ -109,6 +109,10 @@ bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING&
     int unread = 0;
     HOTMAILPAGES::ROWCURSOR rows(page);
     for (HOTMAILPAGES::ROW row; bytes < HOTMAIL_LISTING_BYTES && rows.Next(row);) {
+        if (session.IsStopped()) {
+            result = "-ERR 998 Canceled";
+            return false;
+        }
         unread += row.IsNew;
         const STRING body = row.From.NotNull() && fetchBody > 0 ? FetchBody(session, row.LinkTag, noText) : noText;
         if (!row.From.NotNull() || !row.Id.NotNull() || !row.Subject.NotNull())

@@ -108,13 +108,9 @@ void UrlToHostDoc(const STRING& url, const STRING& baseHost, const char* baseDir
 // One HTTP client with the session's proxy, which a stop ends.
 class WEBSESSION::CLIENT : public WEBGET {
  public:
-    explicit CLIENT(WEBSESSION& session) : WEBGET(StopWanted, &session) {
+    explicit CLIENT(WEBSESSION& session) : WEBGET(nullptr, nullptr) {
+        SetStopQuestion(session.StopAsked);
         SetProxy(session.Settings.GetNumber("DoHttpProxy") != 0, session.Settings.Get("HttpProxy"));
-    }
-
- private:
-    static int StopWanted(void* session, int kind, int /*value*/) {
-        return kind == CANCEL && static_cast<WEBSESSION*>(session)->StopAsked() ? 1 : 0;
     }
 };
 

@@ -37,6 +37,7 @@ class WEBSESSION {
     /// and follows a redirect.
     int WebPost(const STRING& url, const STRING& body, const STRING& user, const STRING& password, STRING& result);
 
+    bool IsStopped() const { return StopAsked(); }
     /// Where the last request went.
     const STRING& Host() const { return PresentHost; }
     const STRING& Doc() const { return PresentDoc; }

@@ -33,6 +33,8 @@ constexpr size_t HEADER_REST_BYTES = 4096;
 constexpr uint32_t MOST_RESERVED = 4 << 20;  // for a length that the server tells
 constexpr int PASSES = 3;                    // the first try, one with the proxy's answer, one with the host's
 constexpr int NO_STATUS = 999;
+constexpr int CANCELED = 998;
+constexpr const char* CANCELED_LINE = "TCPIO 998 Canceled";
 
 // A line of the request: nothing that came from a page ends it early.
 void Send(BASEIO& device, const STRING& text) {
@@ -211,7 +213,14 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
         Trace("WEBGET::Get at 'again:'\n");
         // A new one each time: what may still come of the last answer stays out of this one.
         TCPIPIO device("", "", "");
-        if (!device.MakeCall(target.Text())) {
+        device.SetStopQuestion(StopAsked);
+        const bool made = device.MakeCall(target.Text());
+        if (IsStopped()) {
+            result = CANCELED_LINE;
+            status = CANCELED;
+            break;
+        }
+        if (!made) {
             const STRING error = device.GetInfo("LASTERROR");
             result = STRING("TCPIO ") || error || " " || device.GetInfo("LASTERRORSTRING");
             Trace("WEBGET::Get connect error %s\n", result.Text());
@@ -220,12 +229,14 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
         }
         SendRequest(device, document, hostLine, proxyAnswer, hostAnswer);
         char line[STATUS_LINE_BYTES];
-        if (!TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs) || !*line)
-            result = "WEBGET 999 Read Timeout";
-        else
-            result = line;
+        const bool answered = TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs);
+        result = answered && *line ? STRING(line) : STRING("WEBGET 999 Read Timeout");
         result.Append("\n");
-        ReadData(device, result);
+        // Who has not said a word in all that time is not waited for a second time.
+        if (answered)
+            ReadData(device, result);
+        else if (IsStopped())
+            result = CANCELED_LINE;
 
         const STRING first = FirstLine(result);
         Trace("WEBGET::Get read done %s\n", first.Text());
@@ -293,7 +304,7 @@ void WEBGET::ReadData(BASEIO& device, STRING& result) {
                    static_cast<int>(std::min<size_t>(piece.size(), 80)), piece.data());
         return static_cast<int64_t>(text.size()) <= WebTimes.ResponseBytes;
     };
-    bool cancelled = false;
+    bool cancelled = false, late = false;
     int64_t start = CLOCK::DayMilliSeconds(), now;
     do {
         char buffer[BUFFER_BYTES];
@@ -306,8 +317,8 @@ void WEBGET::ReadData(BASEIO& device, STRING& result) {
         now = CLOCK::DayMilliSeconds();
         // The day's milliseconds begin anew at midnight.
         start = std::min(start, now);
-        const bool inTime = now - start < WebTimes.AnswerMs;
-        if (length == 0 && !body.InHeader && body.Bytes < body.Expected && inTime && online)
+        late = now - start >= WebTimes.AnswerMs || device.IsTooSlow();
+        if (length == 0 && !body.InHeader && body.Bytes < body.Expected && !late && online && !IsStopped())
             continue;
         // The callback is asked for each piece, and once if nothing has come.
         std::string_view rest(buffer, static_cast<size_t>(length));
@@ -322,13 +333,13 @@ void WEBGET::ReadData(BASEIO& device, STRING& result) {
                 break;
             Trace("Loop again after hangup (read pending data)...\n");
         }
-    } while (now - start < WebTimes.AnswerMs);
+    } while (!late);
     Trace("WEBGET::ReadData after loop ...\n");
     if (cancelled) {
-        text.insert(0, "TCPIO 998 Canceled\r\n");
+        text.insert(0, std::string(CANCELED_LINE) + "\r\n");
         Trace("WEBGET::Get aborted\n");
     }
-    if (now - start >= WebTimes.AnswerMs)
+    if (late)
         text.insert(0, "TCPIO 999 Timeout\r\n");
     // A matter for developers, who run the program where its source lies.
     if (body.Expected != BODYCOUNT::UNKNOWN && body.Bytes < body.Expected && OSYS::FileExists("debug.cpp"))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "corelib/base/stringarray.h"
@@ -22,7 +23,8 @@ extern WEBTIMES WebTimes;
 ///   "TCPIO " LastError " " LastErrorString   no connection
 ///   "WEBGET 999 Read Timeout"                no status line
 ///   "TCPIO 999 Timeout"                      in front of what had come when the time was up
-///   "TCPIO 998 Canceled"                     in front of what had come when the callback cancelled
+///   "TCPIO 998 Canceled"                     in front of what had come when the callback cancelled, or the program
+///                                            is to end
 class WEBGET {
  public:
     enum KIND {
@@ -35,6 +37,8 @@ class WEBGET {
 
     WEBGET(CALLBACK callback, void* argument) : Callback(callback), Argument(argument) {}
 
+    /// A request ends as soon as the answer is yes, whatever it waits for.
+    void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
     /// proxy: host or host:port (8080 without one), with a credential and "@" in front where it has one; otherwise the
     /// environment variable VELMORAPROXYAUTH may hold that. Empty or not enabled: none.
     void SetProxy(bool enabled, const STRING& proxy);
@@ -60,7 +64,8 @@ class WEBGET {
     int Fetch(const char* host, const char* doc, STRING& result);
     void SendRequest(BASEIO& device, const STRING& doc, const STRING& hostLine, const STRING& proxyAnswer,
                      const STRING& hostAnswer) const;
-    bool Cancelled() { return Callback && Callback(Argument, CANCEL, 0) != 0; }
+    bool IsStopped() const { return StopAsked && StopAsked(); }
+    bool Cancelled() { return IsStopped() || (Callback && Callback(Argument, CANCEL, 0) != 0); }
     void Report(KIND kind, int64_t value);
 
     STRING Method = "GET";
@@ -69,6 +74,7 @@ class WEBGET {
     std::vector<STRING> NextLines;
     CALLBACK Callback;
     void* Argument;
+    STOPQUESTION StopAsked;
 };
 
 /// What hosts want to see of the user, "name:password" by host, for as long as the program runs.

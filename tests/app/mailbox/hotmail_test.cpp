@@ -3,6 +3,7 @@
 #include "app/mailbox/hotmailpages.h"
 #include "corelib/net/webget.h"
 #include "tests/app/mailbox/mailboxsupport.h"
+#include "tests/support/stopsoon.h"
 
 namespace {
 
@@ -232,6 +233,19 @@ TEST_F(WebMail, AStopEndsACircleOfRedirects) {
     Play({"HTTP/1.0 302 Found\r\nLocation: again\r\n\r\n"});
     StopAsked = [&] { return Server->Connections() > 5; };
     EXPECT_EQ(Get(), "-ERR 998 Canceled");
+}
+
+TEST_F(WebMail, ASilentServiceIsLeftBehindItsTimeOrAStop) {
+    SCRIPTEDSERVER silent(SCRIPT{PLAY::Silence()});
+    Settings.Set("DoHttpProxy", "1");
+    Settings.Set("HttpProxy", STRING(silent.HostPort()));
+    WebTimes.AnswerMs = 50;
+    EXPECT_EQ(Get(), "-ERR 999 Read Timeout");
+    WebTimes.AnswerMs = 60000;
+    const STOPSOON stop;
+    StopAsked = stop.Question();
+    EXPECT_EQ(Get(), "-ERR 998 Canceled");
+    EXPECT_STOPPED(stop);
 }
 
 }  // namespace

@@ -4,7 +4,9 @@
 #include <cstring>
 
 #include "corelib/net/httptext.h"
+#include "corelib/net/tcpio.h"
 #include "tests/servers/scriptedserver.h"
+#include "tests/support/stopsoon.h"
 #include "tests/support/testsupport.h"
 
 namespace {
@@ -134,7 +136,7 @@ TEST_F(WebGet, TimeAndBoundsEndATransfer) {
         int AnswerMs, ResponseBytes, Status;
         const char* Start;
     } cases[] = {
-        {{PLAY::Silence()}, 100, 1000, 999, "TCPIO 999 Timeout\nWEBGET 999 Read Timeout\n"},
+        {{PLAY::Silence()}, 100, 1000, 999, "WEBGET 999 Read Timeout\n"},
         {{PLAY::Send(head + "\r\nha"), PLAY::Silence()}, 250, 1000, 999, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\n\nha"},
         {{PLAY::Drip(head + flood)}, 250, 1 << 20, 999, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\nhh"},
         {{PLAY::Send(head + flood)}, 20000, 1000, 998, "TCPIO 998 Canceled\nHTTP/1.0 200 OK\nhh"},
@@ -147,6 +149,13 @@ TEST_F(WebGet, TimeAndBoundsEndATransfer) {
         EXPECT_EQ(Std(result).substr(0, strlen(c.Start)), c.Start);
         EXPECT_LT(result.Length(), 1 << 16);
     }
+    // Who says nothing at all costs one time-out.
+    SCRIPTEDSERVER silent(SCRIPT{PLAY::Silence()});
+    WebTimes.AnswerMs = 400;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(web.Get(silent.HostPort().c_str(), "/", result), 999);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(790));
+    EXPECT_EQ(Std(result), "WEBGET 999 Read Timeout\n");
     // A bomb: of what it would become only the beginning.
     WebTimes = WEBTIMES();
     WebTimes.DecodedBytes = 5;
@@ -154,6 +163,48 @@ TEST_F(WebGet, TimeAndBoundsEndATransfer) {
     result.AppendBytes(GZIP.data(), static_cast<int>(GZIP.size()));
     WEBGET::Beautify(result);
     EXPECT_EQ(result, "HTTP/1.0 200 OK\nContent-Encoding: gzip\n\nhello");
+}
+
+TEST_F(WebGet, AStopEndsItWhateverTheServerDoes) {
+    const std::string head = "HTTP/1.0 200 OK\r\n";
+    const SCRIPT SCRIPTS[] = {{PLAY::Silence()},
+                              {PLAY::Drip(std::string(100000, 's'))},
+                              {PLAY::Send(head), PLAY::Silence()},
+                              {PLAY::Send(head + "\r\nbody"), PLAY::Silence()},
+                              {PLAY::Send(head + "\r\n"), PLAY::Drip(std::string(100000, 'b'))}};
+    WebTimes.AnswerMs = 20000;
+    for (const SCRIPT& script : SCRIPTS) {
+        SCRIPTEDSERVER server(script);
+        const STOPSOON stop;
+        WEBGET web(nullptr, nullptr);
+        web.SetStopQuestion(stop.Question());
+        STRING result;
+        EXPECT_EQ(web.Get(server.HostPort().c_str(), "/", result), 998);
+        EXPECT_STOPPED(stop);
+        EXPECT_EQ(result.Line(0), "TCPIO 998 Canceled");
+        EXPECT_EQ(web.Get(server.HostPort().c_str(), "/", result), 998) << "and the next one does not begin";
+        EXPECT_EQ(result, "TCPIO 998 Canceled");
+    }
+    // At full speed.
+    SCRIPTEDSERVER server(SCRIPT{PLAY::Send(head + "\r\n" + std::string(1000000, 'b'))});
+    int asked = 0;
+    WEBGET web(nullptr, nullptr);
+    web.SetStopQuestion([&asked] { return ++asked > 1000; });
+    STRING result;
+    EXPECT_EQ(web.Get(server.HostPort().c_str(), "/", result), 998);
+    EXPECT_LT(result.Length(), 500000);
+}
+
+TEST_F(WebGet, AServerThatIsTooSlowIsATimeOut) {
+    TcpTimes.QuickMs = 0;
+    TcpTimes.SlowMs = 50;
+    TcpTimes.SlowBytesPerSecond = 1 << 20;
+    WebTimes.AnswerMs = 20000;
+    SCRIPTEDSERVER server(SCRIPT{PLAY::Send("HTTP/1.0 200 OK\r\n\r\n"), PLAY::Drip(std::string(100000, 'b'))});
+    STRING result;
+    EXPECT_EQ(WEBGET(nullptr, nullptr).Get(server.HostPort().c_str(), "/", result), 999);
+    EXPECT_EQ(result.Line(0), "TCPIO 999 Timeout");
+    TcpTimes = {};
 }
 
 TEST_F(WebGet, TheCallbackIsToldOfThePageAndMayCancelIt) {
