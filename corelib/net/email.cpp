@@ -22,9 +22,12 @@ bool HasControlBytes(const STRING& address) {
                        [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127; });
 }
 
-void WriteMessage(BASEIO& device, const STRING& message) {
+// As far as the call stands. False if it was ended from here: by a stop, or as the server was too slow.
+bool WriteMessage(BASEIO& device, const STRING& message, const STOPQUESTION& stopAsked) {
     std::string_view rest = message.View();
     for (bool more = true; more;) {
+        if (stopAsked && stopAsked())
+            return false;
         const size_t end = std::min(rest.find('\n'), rest.size());
         STRING line(rest.substr(0, end));
         // Behind the last line end there is one more line, if only an empty one.
@@ -34,8 +37,9 @@ void WriteMessage(BASEIO& device, const STRING& message) {
             rest.remove_prefix(1);
         line.Strip('R', " \r");
         line.Append("\r\n");
-        device.Write(line.Text(), line.Length());
+        more &= device.Write(line.Text(), line.Length()) > 0;
     }
+    return !device.IsTooSlow();
 }
 
 }  // namespace
@@ -70,6 +74,7 @@ bool EMAIL::Deliver(const STRING& message, STRING& last) const {
         return false;
     }
     TCPIPIO device("", "", "");
+    device.SetStopQuestion(StopAsked);
     // The first port of a destination counts, so that a host's own comes before this one. Without a host, the service's
     // name would be taken for one.
     if (SmtpHost.Length() == 0 || !device.MakeCall((SmtpHost || ":smtp").Text())) {
@@ -77,6 +82,10 @@ bool EMAIL::Deliver(const STRING& message, STRING& last) const {
         Trace("EMAIL::SendMail error: %s\n", last.Text());
         return false;
     }
+    return Converse(device, message, last);
+}
+
+bool EMAIL::Converse(BASEIO& device, const STRING& message, STRING& last) const {
     char reply[REPLY_BYTES];
     TCP::ReadLine(device, reply, sizeof reply, EmailTimes.GreetingMs);
     const auto ask = [&](const STRING& command, int highest) {
@@ -88,7 +97,11 @@ bool EMAIL::Deliver(const STRING& message, STRING& last) const {
         !ask(STRING("RCPT TO:") += Receiver, 299) || !ask("DATA", 399))
         return false;
     Trace("EMAIL::SendMail before writing the message\n");
-    WriteMessage(device, message);
+    // Half a message is not handed over by the dot behind it.
+    if (!WriteMessage(device, message, StopAsked)) {
+        last = device.GetInfo("LastErrorString");
+        return false;
+    }
     ask(".", 299);
     TCP::WriteCommand(device, "QUIT", reply, sizeof reply, EmailTimes.ReplyMs);
     device.DropCall();

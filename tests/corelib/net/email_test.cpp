@@ -1,6 +1,8 @@
 #include "corelib/net/email.h"
 
+#include "corelib/net/tcpio.h"
 #include "tests/servers/scriptedserver.h"
+#include "tests/support/stopsoon.h"
 #include "tests/support/testsupport.h"
 
 namespace {
@@ -53,6 +55,40 @@ TEST(Email, TakesEachReplyByItsNumber) {
         EXPECT_FALSE(EMAIL("a@b", "c@d", "", "", host.c_str()).SendMail("text", error, sizeof error));
         EXPECT_STREQ(error, result);
     }
+}
+
+TEST(Email, AStopEndsItAndHandsOverNoHalfMessage) {
+    EmailTimes = {60000, 60000};
+    std::string lines;
+    for (int i = 0; i < 300000; ++i)
+        lines += "a line of a message that is long enough to fill what the system keeps for a peer\n";
+    const STRING message{std::string_view(lines)};
+    const SCRIPT SCRIPTS[] = {{PLAY::Silence()},
+                              {PLAY::Send("220 hi\r\n"), PLAY::Expect("HELO tarnwick.local"), PLAY::Silence()},
+                              {PLAY::Send(START + "354 data\r\n"), PLAY::Deafness()}};
+    for (const SCRIPT& script : SCRIPTS) {
+        SCRIPTEDSERVER server(script);
+        EMAIL mail("a@b", "c@d", "", "", server.HostPort().c_str());
+        const STOPSOON stop;
+        mail.SetStopQuestion(stop.Question());
+        char error[64];
+        EXPECT_FALSE(mail.SendMail(message, error, sizeof error));
+        EXPECT_STOPPED(stop);
+    }
+    SCRIPTEDSERVER server(SCRIPT{PLAY::Send(ALL)});
+    EMAIL mail("a@b", "c@d", "", "", server.HostPort().c_str());
+    int asked = 0;
+    mail.SetStopQuestion([&asked] { return ++asked > 1000; });
+    char error[64];
+    EXPECT_FALSE(mail.SendMail(message, error, sizeof error));
+    server.Wait(0);
+    EXPECT_EQ(server.Transcript().find("\r\n.\r\n"), std::string::npos);
+    TcpTimes.QuickMs = TcpTimes.SlowMs = TcpTimes.StopLookMs = 20;
+    SCRIPTEDSERVER deaf(SCRIPT{PLAY::Send(START + "354 data\r\n"), PLAY::Deafness()});
+    EXPECT_FALSE(EMAIL("a@b", "c@d", "", "", deaf.HostPort().c_str()).SendMail(message, error, sizeof error));
+    EXPECT_STREQ(error, "Too slow");
+    TcpTimes = {};
+    EmailTimes = {};
 }
 
 TEST(Email, WritesAddressesAndLines) {
