@@ -5,6 +5,8 @@
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 
+DNSTIMES DnsTimes;
+
 namespace {
 
 constexpr int PREFERENCE_LIMIT = 999;  // a record from here on can't become the best
@@ -16,6 +18,11 @@ bool IsHostName(std::string_view host) {
     });
 }
 
+/// What stands in place of a host where the domain takes no mail.
+bool IsNoHost(std::string_view host) {
+    return host.empty() || host == ".";
+}
+
 }  // namespace
 
 bool SYSTEMMXLOOKUP::GetAddr(const char* name, STRING& bestmx, STRING& list) {
@@ -24,6 +31,8 @@ bool SYSTEMMXLOOKUP::GetAddr(const char* name, STRING& bestmx, STRING& list) {
     list = "";
     int best = PREFERENCE_LIMIT;
     bool ok = false;
+    if (name)
+        Silent = false;
     if (!name && !Dns.IsLoaded()) {
         Dns.Load();
         Trace("TARNWICK::GetAddrViaDnsDLL library %08x\n", Dns.LibraryNumber());
@@ -35,7 +44,8 @@ bool SYSTEMMXLOOKUP::GetAddr(const char* name, STRING& bestmx, STRING& list) {
     if (Dns.HasQuery() && name) {
         Trace("TARNWICK::GetAddrViaDnsDLL before DnsQuery\n");
         std::vector<DNSRECORD> records;
-        const int status = Dns.Query(name, records);
+        const int status = Dns.Query(name, records, StopAsked);
+        Silent = status == DNS_NO_ANSWER;
         Trace("TARNWICK::GetAddrViaDnsDLL after DnsQuery, x= %d\n", status);
         for (const DNSRECORD& record : records) {
             if (status != 0 || record.Type != DNSTYPE_MX)
@@ -43,6 +53,8 @@ bool SYSTEMMXLOOKUP::GetAddr(const char* name, STRING& bestmx, STRING& list) {
             Trace("TARNWICK::GetAddrViaDnsDLL type 15 (MX) found \n");
             list.AppendFormat("MX:%d|%s", record.Preference, record.Host.Text());
             list += "\n";
+            if (IsNoHost(record.Host.View()))
+                continue;
             if (record.Preference < best && IsHostName(record.Host.View())) {
                 best = record.Preference;
                 bestmx = record.Host;

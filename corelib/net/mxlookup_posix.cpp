@@ -2,19 +2,188 @@
 #include <arpa/inet.h>
 #include <arpa/nameser.h>
 #include <atomic>
+#include <cerrno>
+#include <cstring>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <resolv.h>
 #include <string>
+#include <sys/socket.h>
 
+#include "corelib/base/ascii.h"
+#include "corelib/base/clock.h"
 #include "corelib/net/mxlookup.h"
+#include "corelib/net/sockets.h"
+#include "corelib/net/tcpio.h"
 
 namespace {
 
-constexpr int ANSWER_BYTES = 65535;  // the longest that a name server can send
+constexpr size_t ANSWER_BYTES = 65535;  // the longest that a name server can send
 constexpr int PREFERENCE_BYTES = 2;
+constexpr size_t HEADER_BYTES = 12;
+constexpr size_t LENGTH_BYTES = 2;  // in front of each message over TCP
+constexpr unsigned RESPONSE_BIT = 0x80, CUT_OFF_BIT = 0x02;
+
+unsigned Byte(std::string_view packet, size_t at) {
+    return static_cast<unsigned char>(packet[at]);
+}
+
+unsigned Number(std::string_view packet, size_t at) {
+    return Byte(packet, at) << 8 | Byte(packet, at + 1);
+}
+
+// Of a packet with a whole header.
+int ResultCode(std::string_view packet) {
+    return static_cast<int>(Byte(packet, 3) & 15);
+}
+
+unsigned AnswerCount(std::string_view packet) {
+    return Number(packet, 6);
+}
+
+bool IsCutOff(std::string_view packet) {
+    return Byte(packet, 2) & CUT_OFF_BIT;
+}
+
+// What another server may do better.
+bool IsRefusal(std::string_view packet) {
+    const int code = ResultCode(packet);
+    return code == ns_r_servfail || code == ns_r_notimpl || code == ns_r_refused;
+}
+
+struct ADDRESS {
+    explicit ADDRESS(const sockaddr_in& address) : Size(sizeof address) { memcpy(&Bytes, &address, sizeof address); }
+    explicit ADDRESS(const sockaddr_in6& address) : Size(sizeof address) { memcpy(&Bytes, &address, sizeof address); }
+    const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&Bytes); }
+    sockaddr_storage Bytes{};
+    socklen_t Size;
+};
+
+std::vector<ADDRESS> Servers(const struct __res_state& resolver) {
+    std::vector<ADDRESS> servers;
+    for (int i = 0; i < resolver.nscount && i < MAXNS; ++i) {
+        if (resolver.nsaddr_list[i].sin_family == AF_INET)
+            servers.emplace_back(resolver.nsaddr_list[i]);
+        else if (resolver._u._ext.nsaddrs[i])
+            servers.emplace_back(*resolver._u._ext.nsaddrs[i]);
+    }
+    return servers;
+}
+
+// Null if there is no way to the server.
+SOCKETREF Connected(const ADDRESS& server, int type) {
+    const int s = socket(server.Get()->sa_family, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (s < 0)
+        return nullptr;
+    auto line = std::make_shared<HELDSOCKET>(s);
+    return connect(s, server.Get(), server.Size) == 0 || errno == EINPROGRESS ? line : nullptr;
+}
+
+bool IsPassing(ssize_t result) {
+    return result < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
+}
+
+// One question to the name servers. The resolver of the C library has no limit for a server that takes a connection and
+// stays silent, and cannot be interrupted.
+class EXCHANGE {
+ public:
+    EXCHANGE(std::string_view query, const STOPQUESTION& stopAsked) : Query(query), StopAsked(stopAsked) {}
+
+    // The best answer that came; false without any.
+    bool Ask(const std::vector<ADDRESS>& servers, std::string& answer) {
+        std::vector<SOCKETREF> lines;
+        for (const ADDRESS& server : servers)
+            lines.push_back(Connected(server, SOCK_DGRAM));
+        size_t turn = 0;
+        int64_t askAt = 0;
+        while (!IsOver() && std::any_of(lines.begin(), lines.end(), [](auto& line) { return line != nullptr; })) {
+            if (Watch.Passed() >= askAt) {
+                SOCKETREF& line = lines[turn++ % lines.size()];
+                if (!line)
+                    continue;
+                if (send(static_cast<int>(line->Number), Query.data(), Query.size(), MSG_NOSIGNAL) < 0) {
+                    line.reset();
+                    continue;
+                }
+                askAt = Watch.Passed() + DnsTimes.AgainMs;
+            }
+            std::vector<pollfd> looks;
+            for (const SOCKETREF& line : lines)
+                looks.push_back({line ? static_cast<int>(line->Number) : -1, POLLIN, 0});
+            poll(looks.data(), looks.size(), TcpTimes.StopLookMs);
+            for (size_t i = 0; i < lines.size(); ++i) {
+                if (looks[i].revents == 0)
+                    continue;
+                std::string packet(ANSWER_BYTES, '\0');
+                const ssize_t length = recv(looks[i].fd, packet.data(), packet.size(), 0);
+                packet.resize(static_cast<size_t>(std::max<ssize_t>(length, 0)));
+                if (IsPassing(length) || (length >= 0 && !IsDnsAnswer(Query, packet)))
+                    continue;
+                if (length > 0) {
+                    answer = packet;
+                    if (IsCutOff(packet))
+                        AskWhole(servers[i], answer);
+                    if (!IsRefusal(answer))
+                        return true;
+                }
+                // Not reachable, or of no use: the next one, at once.
+                lines[i].reset();
+                askAt = 0;
+            }
+        }
+        return !answer.empty();
+    }
+
+ private:
+    bool IsOver() { return (StopAsked && StopAsked()) || Watch.Passed() >= DnsTimes.AnswerMs; }
+
+    // The same over TCP; leaves the answer alone if that does not succeed.
+    void AskWhole(const ADDRESS& server, std::string& answer) {
+        const SOCKETREF line = Connected(server, SOCK_STREAM);
+        std::string out{static_cast<char>(Query.size() >> 8), static_cast<char>(Query.size())};
+        out += Query;
+        std::string in;
+        while (in.size() < LENGTH_BYTES || in.size() < LENGTH_BYTES + Number(in, 0)) {
+            if (!line || IsOver())
+                return;
+            pollfd look{static_cast<int>(line->Number), static_cast<short>(out.empty() ? POLLIN : POLLOUT), 0};
+            if (poll(&look, 1, TcpTimes.StopLookMs) <= 0)
+                continue;
+            char buffer[4096];
+            const ssize_t count = out.empty() ? recv(look.fd, buffer, sizeof buffer, 0)
+                                              : send(look.fd, out.data(), out.size(), MSG_NOSIGNAL);
+            if (count <= 0 && !IsPassing(count))
+                return;
+            const auto moved = static_cast<size_t>(std::max<ssize_t>(count, 0));
+            if (out.empty())
+                in.append(buffer, moved);
+            else
+                out.erase(0, moved);
+        }
+        const std::string_view whole = std::string_view(in).substr(LENGTH_BYTES, Number(in, 0));
+        if (IsDnsAnswer(Query, whole))
+            answer = whole;
+    }
+
+    const std::string_view Query;
+    const STOPQUESTION& StopAsked;
+    CLOCK::STOPWATCH Watch;
+};
 
 }  // namespace
+
+bool IsDnsAnswer(std::string_view query, std::string_view packet) {
+    if (packet.size() < HEADER_BYTES || packet.substr(0, 2) != query.substr(0, 2) || !(Byte(packet, 2) & RESPONSE_BIT))
+        return false;
+    const std::string_view question = query.substr(HEADER_BYTES);
+    // Who refuses may leave the question out.
+    if (Number(packet, 4) == 0)
+        return ResultCode(packet) != ns_r_noerror;
+    const std::string_view same = packet.substr(HEADER_BYTES, question.size());
+    return Number(packet, 4) == 1 && std::equal(same.begin(), same.end(), question.begin(), question.end(),
+                                                [](char a, char b) { return ASCII::Lower(a) == ASCII::Lower(b); });
+}
 
 void ReadDnsAnswer(std::string_view answer, std::vector<DNSRECORD>& records) {
     ns_msg message;
@@ -46,7 +215,7 @@ struct DNSCLIENT::LIBRARY {
     sockaddr_in Server{};  // family 0: the system's servers
 };
 
-DNSCLIENT::DNSCLIENT() : Library(std::make_unique<LIBRARY>()) {}
+DNSCLIENT::DNSCLIENT() : Library(std::make_shared<LIBRARY>()) {}
 DNSCLIENT::~DNSCLIENT() = default;
 
 // The resolver is a part of the C library here, so it is always there.
@@ -79,20 +248,34 @@ bool DNSCLIENT::UseServer(const char* address, int port) {
     return true;
 }
 
-int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records) {
+int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked) {
     struct __res_state resolver {};
     if (res_ninit(&resolver) != 0)
         return NO_RECOVERY;
-    if (Library->Server.sin_family == AF_INET) {
-        resolver.nsaddr_list[0] = Library->Server;
-        resolver.nscount = 1;
-    }
-    std::string answer(ANSWER_BYTES, '\0');
+    std::vector<ADDRESS> servers = Servers(resolver);
+    if (Library->Server.sin_family == AF_INET)
+        servers = {ADDRESS(Library->Server)};
+    unsigned char query[NS_PACKETSZ];
     const int length =
-        res_nquery(&resolver, name, ns_c_in, ns_t_mx, reinterpret_cast<unsigned char*>(answer.data()), ANSWER_BYTES);
-    const int status = length >= 0 ? 0 : resolver.res_h_errno != 0 ? resolver.res_h_errno : NO_RECOVERY;
+        res_nmkquery(&resolver, ns_o_query, name, ns_c_in, ns_t_mx, nullptr, 0, nullptr, query, sizeof query);
     res_nclose(&resolver);
-    if (length > 0)
-        ReadDnsAnswer({answer.data(), static_cast<size_t>(std::min(length, ANSWER_BYTES))}, records);
-    return status;
+    if (length <= 0)
+        return NO_RECOVERY;
+    std::string answer;
+    EXCHANGE exchange({reinterpret_cast<const char*>(query), static_cast<size_t>(length)}, stopAsked);
+    if (!exchange.Ask(servers, answer))
+        return DNS_NO_ANSWER;
+    ReadDnsAnswer(answer, records);
+    if (IsCutOff(answer) && records.empty())
+        return DNS_NO_ANSWER;
+    switch (ResultCode(answer)) {
+        case ns_r_noerror:
+            return AnswerCount(answer) > 0 ? 0 : NO_DATA;
+        case ns_r_nxdomain:
+            return HOST_NOT_FOUND;
+        case ns_r_servfail:
+            return TRY_AGAIN;
+        default:
+            return NO_RECOVERY;
+    }
 }

@@ -1,9 +1,13 @@
 #include <atomic>
+#include <optional>
+#include <string>
 #include <windows.h>
 // Needs the former.
 #include <windns.h>
 
+#include "corelib/net/abandon.h"
 #include "corelib/net/mxlookup.h"
+#include "corelib/net/tcpio.h"
 
 namespace {
 
@@ -21,14 +25,17 @@ struct DNSCLIENT::LIBRARY {
     std::atomic<HMODULE> Module = nullptr;  // set last, asked first
     QUERY Query = nullptr;
     FREELIST FreeList = nullptr;
+
+    ~LIBRARY() {
+        if (Module)
+            FreeLibrary(Module);
+    }
+    int Ask(const char* name, std::vector<DNSRECORD>& records) const;
 };
 
-DNSCLIENT::DNSCLIENT() : Library(std::make_unique<LIBRARY>()) {}
+DNSCLIENT::DNSCLIENT() : Library(std::make_shared<LIBRARY>()) {}
 
-DNSCLIENT::~DNSCLIENT() {
-    if (Library->Module)
-        FreeLibrary(Library->Module);
-}
+DNSCLIENT::~DNSCLIENT() = default;
 
 // Found at run time: the oldest systems do not have it.
 void DNSCLIENT::Load() {
@@ -59,9 +66,9 @@ bool DNSCLIENT::UseServer(const char*, int) {
     return false;
 }
 
-int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records) {
+int DNSCLIENT::LIBRARY::Ask(const char* name, std::vector<DNSRECORD>& records) const {
     PDNS_RECORD list = nullptr;
-    const DNS_STATUS status = Library->Query(name, DNS_TYPE_MX, DNS_QUERY_STANDARD, nullptr, &list, nullptr);
+    const DNS_STATUS status = Query(name, DNS_TYPE_MX, DNS_QUERY_STANDARD, nullptr, &list, nullptr);
     for (const DNS_RECORD* at = list; at && status == 0; at = at->pNext) {
         DNSRECORD record;
         record.Type = at->wType;
@@ -72,7 +79,24 @@ int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records) {
         }
         records.push_back(record);
     }
-    if (list && Library->FreeList)
-        Library->FreeList(list, DnsFreeRecordList);
+    if (list && FreeList)
+        FreeList(list, DnsFreeRecordList);
     return static_cast<int>(status);
+}
+
+int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked) {
+    struct ANSWER {
+        int Status;
+        std::vector<DNSRECORD> Records;
+    };
+    const auto ask = [library = Library, given = std::string(name)] {
+        ANSWER answer{};
+        answer.Status = library->Ask(given.c_str(), answer.Records);
+        return answer;
+    };
+    const std::optional<ANSWER> answer = AwaitOrAbandon<ANSWER>(ask, stopAsked, DnsTimes.AnswerMs, TcpTimes.StopLookMs);
+    if (!answer)
+        return DNS_NO_ANSWER;
+    records.insert(records.end(), answer->Records.begin(), answer->Records.end());
+    return answer->Status;
 }
