@@ -6,6 +6,7 @@
 #include "app/console/displaytext.h"
 #include "app/console/mailtable.h"
 #include "app/console/terminal.h"
+#include "app/filter/mxmemory.h"
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/listing.h"
 #include "app/mailbox/pop3.h"
@@ -115,13 +116,19 @@ bool ScoreMails(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const TEXTS& t
     if (!network)
         state.Set("SpamDoDomain", "0");
     FRONTEND nobody;
+    application.MailServers().SetStopQuestion(stopped);
+    // All mails of the file are one check.
+    MXMEMORY servers(application.MailServers());
     SPAMFILTER filter(state, texts, nobody, application.MailServers());
+    filter.SetStopQuestion(stopped);
     filter.LoadSpamDefinitions();
     int mails = 0;
     MBOXREADER reader([&](const std::string& mail) {
         ++mails;
         STRING report;
-        const SPAMSCORE score = filter.SpamFilterMessage(mail.c_str(), reasons ? &report : nullptr, 0, "");
+        const SPAMSCORE score = filter.SpamFilterMessage(mail.c_str(), reasons ? &report : nullptr, 0, "", &servers);
+        if (stopped())
+            return;
         frontEnd.PrintRaw(ScoreLine(score, mail) + (reasons ? ReportLines(report) : ""));
     });
     const bool read = ReadPieces(file, stopped, [&](std::string_view bytes) { reader.Put(bytes); });

@@ -33,9 +33,15 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
       Teller(pState, Items, Types, frontEnd, texts, *Starter),
       Check(std::make_unique<CHECKCYCLE>(
           CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler})) {
-    Mail->SetStopQuestion([this] { return Check->IsStopRequested(); });
+    SetStopQuestion([this] { return Check->IsStopRequested(); });
     Teller.SetListener(&listener);
     Teller.SetCycle(Check.get());
+}
+
+void TARNWICK::SetStopQuestion(const STOPQUESTION& stopAsked) {
+    Mail->SetStopQuestion(stopAsked);
+    Spam->SetStopQuestion(stopAsked);
+    Mx->SetStopQuestion(stopAsked);
 }
 
 TARNWICK::~TARNWICK() {

@@ -101,7 +101,8 @@ int SpamFrom(const SENDERPARTS& parts, const STRING& from, int totalPoints, int&
     Trace("TARNWCIK::SpamFrom before DNSQuery\n");
     STRING bestmx;
     STRING list;
-    if (!parts.Mx.GetAddr(PROBE_DOMAIN, bestmx, list)) {
+    const auto isStopped = [&parts] { return parts.StopAsked && parts.StopAsked(); };
+    if (isStopped() || !parts.Mx.GetAddr(PROBE_DOMAIN, bestmx, list)) {
         reason += parts.Texts.Get(TEXT_NO_NAME_SERVICE);
         return 0;
     }
@@ -109,6 +110,11 @@ int SpamFrom(const SENDERPARTS& parts, const STRING& from, int totalPoints, int&
     if (domain.Length() == 0)
         return 0;
     const bool found = parts.Mx.GetAddr(domain.Text(), bestmx, list);
+    if (!parts.Mx.WasAsked()) {
+        // The name server's silence on another domain is not this sender's fault.
+        reason += parts.Texts.Get(TEXT_NO_NAME_SERVICE);
+        return 0;
+    }
     reason += found ? "(mx ok)" : "(mx fail)";
     if (!found) {
         significance = parts.Vars.GetNumber("SenderErrorSignificance");
@@ -121,7 +127,11 @@ int SpamFrom(const SENDERPARTS& parts, const STRING& from, int totalPoints, int&
     // Something goes on, which the user may see.
     parts.FrontEnd.SetItemStatus(handle, status || " ");
     int code = 0;
-    const bool answered = VerifySenderSmtp(bestmx, address, code);
+    const std::string server(bestmx.View());
+    bool dead = parts.Mx.DeadServers.count(server) != 0;
+    const bool answered = !dead && !isStopped() && VerifySenderSmtp(bestmx, address, code, parts.StopAsked, &dead);
+    if (dead)
+        parts.Mx.DeadServers.insert(server);
     if (answered && code >= 200 && code <= 299) {
         reason += ": accepted sender";
         return 0;

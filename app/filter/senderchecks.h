@@ -2,8 +2,9 @@
 
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
+#include "app/filter/mxmemory.h"
+#include "corelib/base/stopquestion.h"
 #include "corelib/base/stringarray.h"
-#include "corelib/net/mxlookup.h"
 
 /// Looks at the shape of a From value: points, with a significance of 0 or 1 and the reason for a person. No network.
 int SpamFromFormatting(const STRING& from, const STRINGARRAY& vars, const TEXTS& texts, int& significance,
@@ -15,12 +16,13 @@ struct SENDERPARTS {
     const STRINGARRAY& Vars;   // the spam variables
     const TEXTS& Texts;
     FRONTEND& FrontEnd;
-    MXLOOKUP& Mx;
+    MXMEMORY& Mx;  // the check's
+    const STOPQUESTION& StopAsked;
 };
 
 /// Asks the network whether the sender of a suspect mail exists: MX records of the domain, then a dialogue with its
 /// mail server that never sends a mail. totalPoints: the mail's points so far. Returns points; significance is written
 /// only with points, the reason always. handle and status: the item's @Handle and the text that its row shows now.
-/// Blocks for the whole exchange.
+/// Blocks for the whole exchange; a stop ends it at once, and what comes back is of no use then.
 int SpamFrom(const SENDERPARTS& parts, const STRING& from, int totalPoints, int& significance, STRING& reason,
              int handle, const STRING& status);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "corelib/base/clock.h"
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
 
@@ -36,11 +37,11 @@ bool IsPlainAddress(std::string_view address) {
 }
 
 /// Reads the greeting, whose last line stays in reply; true if it is positive.
-bool ReadGreeting(BASEIO& device, char (&reply)[REPLY_BYTES], bool& extended) {
-    extended = false;
+bool ReadGreeting(BASEIO& device, char (&reply)[REPLY_BYTES], bool& extended, bool& greeted) {
+    extended = greeted = false;
     bool more = true;
     for (int line = 0; more && line < GREETING_LINES; ++line) {
-        TCP::ReadLine(device, reply, sizeof reply, SmtpVerifyTimes.GreetingMs);
+        greeted |= TCP::ReadLine(device, reply, sizeof reply, SmtpVerifyTimes.GreetingMs);
         extended |= strstr(reply, "ESMTP") != nullptr;
         more = strlen(reply) > 3 && reply[3] == '-';
     }
@@ -49,18 +50,30 @@ bool ReadGreeting(BASEIO& device, char (&reply)[REPLY_BYTES], bool& extended) {
 
 }  // namespace
 
-bool VerifySenderSmtp(const STRING& host, const STRING& address, int& code) {
+bool VerifySenderSmtp(const STRING& host, const STRING& address, int& code, const STOPQUESTION& stopAsked, bool* dead) {
     code = 0;
+    if (dead)
+        *dead = false;
     // A record that is too far to be the best leaves no host.
     if (host.Length() == 0 || !IsPlainAddress(address.View()))
         return false;
+    CLOCK::STOPWATCH watch;
+    const auto isLate = [&watch] { return watch.Passed() >= SmtpVerifyTimes.TotalMs; };
     TCPIPIO device("", "", "");
+    device.SetStopQuestion([&] { return isLate() || (stopAsked && stopAsked()); });
     // The first port of a destination counts, so that a host's own comes before this one.
-    if (!device.MakeCall((host || ":smtp").Text()))
-        return false;
+    bool greeted = false;
+    const bool answered = device.MakeCall((host || ":smtp").Text()) && VerifyDialogue(device, address, code, greeted);
+    if (dead)
+        *dead = !greeted || isLate();
+    return answered;
+}
+
+bool VerifyDialogue(BASEIO& device, const STRING& address, int& code, bool& greeted) {
+    code = 0;
     char reply[REPLY_BYTES];
     bool extended = false;
-    if (!ReadGreeting(device, reply, extended))
+    if (!ReadGreeting(device, reply, extended, greeted))
         return false;
     const STRING sender = extended ? STRING("<") || SENDER || ">" : STRING(" ") || SENDER;
     const STRING receiver = extended ? STRING("<") || address || ">" : STRING(" ") || address;

@@ -60,8 +60,9 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
     std::unique_ptr<WORDSCANNER> scanner;
     if (IsFiltered(item)) {
         table = LoadTable();
-        scanner = std::make_unique<WORDSCANNER>(*table, State, Texts);
+        scanner = std::make_unique<WORDSCANNER>(*table, State, Texts, false, StopAsked);
     }
+    MXMEMORY mx(Mx);
     const LISTING::SUMMARY summary = LISTING::ReadSummary(listing);
     const int handle = item.GetNumber("@Handle");
     const STRING progress = Texts.Get(TEXT_SCORING);
@@ -84,7 +85,7 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
             status.AppendFormat(" %d/%d", static_cast<int>(blocks.size()) + 1, summary.Count);
             FrontEnd.SetItemStatus(handle, status);
             std::string report;
-            score = Score(*table, *scanner, block, &report, handle, status);
+            score = Score(*table, *scanner, mx, block, &report, handle, status);
             std::replace(report.begin(), report.end(), '\n', REASON_LINE_END);
             reports += report.size();
             if (reports <= REPORTS_BYTES)
@@ -95,6 +96,8 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
         bytes += header.size() + block.size() + 1;
         headers.push_back(std::move(header));
         blocks.push_back(block);
+        if (IsStopped())
+            return LISTING::ErrorText("Stopped");
     }
     STRING result;
     result.Make(static_cast<int>(bytes - (blocks.empty() ? 0 : 1)), nullptr);
@@ -113,29 +116,34 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
     return result;
 }
 
-SPAMSCORE SPAMFILTER::SpamFilterMessage(const char* message, STRING* report, int handle, const STRING& status) {
+SPAMSCORE SPAMFILTER::SpamFilterMessage(const char* message, STRING* report, int handle, const STRING& status,
+                                        MXMEMORY* memory) {
     if (!ASSERTION(message, "msg!=NULL"))
         return {};
     std::shared_ptr<const SPAMTABLE> table = Table();
     if (!table)
         table = LoadTable();
-    WORDSCANNER scanner(*table, State, Texts);
+    WORDSCANNER scanner(*table, State, Texts, false, StopAsked);
+    MXMEMORY own(Mx);
     std::string text;
-    const SPAMSCORE score = Score(*table, scanner, message, report ? &text : nullptr, handle, status);
+    const SPAMSCORE score =
+        Score(*table, scanner, memory ? *memory : own, message, report ? &text : nullptr, handle, status);
     if (report)
         *report = STRING(std::string_view(text));
     return score;
 }
 
-SPAMSCORE SPAMFILTER::Score(const SPAMTABLE& table, WORDSCANNER& scanner, std::string_view message, std::string* report,
-                            int handle, const STRING& status) {
+SPAMSCORE SPAMFILTER::Score(const SPAMTABLE& table, WORDSCANNER& scanner, MXMEMORY& mx, std::string_view message,
+                            std::string* report, int handle, const STRING& status) {
     scanner.Scan(message);
+    if (IsStopped())
+        return {};
     const bool suspect = scanner.Exceptions == 0 && scanner.Significant >= State.GetNumber("SpamMinWords");
     if (suspect) {
         int significance = scanner.LastSignificance;
         STRING reason;
-        const int points = SpamFrom({State, table.Vars, Texts, FrontEnd, Mx}, scanner.FromValue, scanner.TotalPoints,
-                                    significance, reason, handle, status);
+        const int points = SpamFrom({State, table.Vars, Texts, FrontEnd, mx, StopAsked}, scanner.FromValue,
+                                    scanner.TotalPoints, significance, reason, handle, status);
         if (points != 0)
             scanner.Count(points, significance);
         scanner.Details += SpamReportLine(points, significance, reason.View(), {});

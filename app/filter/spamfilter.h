@@ -5,6 +5,7 @@
 
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
+#include "app/filter/mxmemory.h"
 #include "app/filter/wordscanner.h"
 #include "corelib/net/mxlookup.h"
 
@@ -24,22 +25,29 @@ class SPAMFILTER {
     SPAMFILTER(const STRINGARRAY& state, const TEXTS& texts, FRONTEND& frontEnd, MXLOOKUP& mx)
         : State(state), Texts(texts), FrontEnd(frontEnd), Mx(mx) {}
 
+    /// Who knows that the program is to end; nobody at first. The mail under way is left within moments then, and what
+    /// comes back is of no use. Not while a mail is scored.
+    void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
+
     /// Reads the spam variables and the word table anew; the number of rows. Any thread: a scan that runs goes on with
     /// the table it has.
     int LoadSpamDefinitions();
 
     /// The listing with X-SpamPoints and X-SpamReason on top of each of its mails. An item that is not filtered gets 0
-    /// points everywhere. An empty block ends the listing. Work thread.
+    /// points everywhere. An empty block ends the listing. A text that begins "-ERR " if it was stopped. Work thread.
     STRING SpamFilter(const STRINGARRAY& item, const STRING& listing);
 
     /// Scores one mail by the definitions that were loaded last. `report`, which may be null, gets the report for a
-    /// person. handle and status: for the progress in the item's row. The filter's own thread, one mail at a time.
-    SPAMSCORE SpamFilterMessage(const char* message, STRING* report, int handle, const STRING& status);
+    /// person. handle and status: for the progress in the item's row. memory: that of a check of many mails; null for
+    /// one mail alone. The filter's own thread, one mail at a time.
+    SPAMSCORE SpamFilterMessage(const char* message, STRING* report, int handle, const STRING& status,
+                                MXMEMORY* memory = nullptr);
 
  private:
     bool IsFiltered(const STRINGARRAY& item) const;
-    SPAMSCORE Score(const SPAMTABLE& table, WORDSCANNER& scanner, std::string_view message, std::string* report,
-                    int handle, const STRING& status);
+    SPAMSCORE Score(const SPAMTABLE& table, WORDSCANNER& scanner, MXMEMORY& mx, std::string_view message,
+                    std::string* report, int handle, const STRING& status);
+    bool IsStopped() const { return StopAsked && StopAsked(); }
     std::string Report(const WORDSCANNER& scanner, const SPAMSCORE& score) const;
     std::shared_ptr<const SPAMTABLE> LoadTable();
     std::shared_ptr<const SPAMTABLE> Table();
@@ -48,6 +56,7 @@ class SPAMFILTER {
     const TEXTS& Texts;
     FRONTEND& FrontEnd;
     MXLOOKUP& Mx;
+    STOPQUESTION StopAsked;
     std::mutex Guard;                              // of the pointer
     std::shared_ptr<const SPAMTABLE> LatestTable;  // null until the first load
 };

@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr size_t STOP_LOOK_BYTES = 1 << 20;
+
 constexpr std::array<unsigned char, 256> MakeFold() {
     std::array<unsigned char, 256> fold{};
     for (int c = 0; c < 256; ++c)
@@ -56,11 +58,13 @@ void WORDINDEX::Verify(const LENGTHCLASS& words, uint32_t key, std::string_view 
     }
 }
 
-void WORDINDEX::Find(std::string_view line, ROWSET& rows) const {
+void WORDINDEX::Find(std::string_view line, ROWSET& rows, const STOPQUESTION& stopAsked) const {
     const LENGTHCLASS& longWords = Classes[KEY - 1];
     const bool shortWords = Classes[0].Used || Classes[1].Used || Classes[2].Used;
     uint32_t key = 0;
     for (size_t i = 0; i < line.size(); ++i) {
+        if (i % STOP_LOOK_BYTES == STOP_LOOK_BYTES - 1 && stopAsked && stopAsked())
+            return;
         key = key << 8 | Fold(line[i]);
         // No word has a zero byte, so the first bytes of a line find nothing too long for them.
         if (longWords.Present[Hash(key)])

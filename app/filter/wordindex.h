@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "app/filter/spamdefinitions.h"
+#include "corelib/base/stopquestion.h"
 
 /// Finds in one pass over a line which rows of the word table stand in it, wherever and in whatever case. Only these
 /// can hit; whether they do is for the exact search. What a pass costs does not depend on the number of rows.
@@ -17,8 +18,9 @@ class WORDINDEX {
 
     /// An index of the rows that have one of these zones. The table must outlive it and stay as it is.
     WORDINDEX(const SPAMWORDS& words, uint32_t zones);
-    /// Sets the bits of the rows whose word stands in the line.
-    void Find(std::string_view line, ROWSET& rows) const;
+    /// Sets the bits of the rows whose word stands in the line, or in its start once stopAsked, which is asked on the
+    /// way through a very long one, says yes.
+    void Find(std::string_view line, ROWSET& rows, const STOPQUESTION& stopAsked = {}) const;
 
  private:
     // A word is found by its first bytes (KEY of them, or all if it is shorter), in lower case, as one number. A table

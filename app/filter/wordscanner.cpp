@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <limits>
+#include <utility>
 
 #include "app/filter/points.h"
 #include "app/filter/recipientchecks.h"
@@ -27,6 +28,9 @@ constexpr int TOP_LINES = 3;
 constexpr size_t DETAILS_BYTES = 8192;
 constexpr size_t DETAILS_PART = 4;
 constexpr std::string_view DETAILS_CUT = "    ...\n";
+constexpr size_t STOP_LOOK_BYTES = 1 << 20;
+constexpr size_t HEADER_LINE_BYTES = 1 << 20;  // that are looked at as a subject, a sender or a receiver
+constexpr size_t HIT_WORK = 100;               // what a hit costs, in bytes looked at
 constexpr uint32_t HEADER_ZONES = SPAMFLAG_FROM | SPAMFLAG_TO | SPAMFLAG_SUBJECT;
 
 size_t Position(std::string_view line, std::string_view word, size_t start, bool withCase) {
@@ -104,11 +108,13 @@ int WORDSEARCH::FindSpamWord(int start) {
     return static_cast<int>(hit);
 }
 
-WORDSCANNER::WORDSCANNER(const SPAMTABLE& table, const STRINGARRAY& state, const TEXTS& texts, bool plainSearch)
+WORDSCANNER::WORDSCANNER(const SPAMTABLE& table, const STRINGARRAY& state, const TEXTS& texts, bool plainSearch,
+                         STOPQUESTION stopAsked)
     : Table(table),
       State(state),
       Texts(texts),
       PlainSearch(plainSearch),
+      StopAsked(std::move(stopAsked)),
       DynaUppercase(table.Vars.GetNumber("DynaUppercase")),
       DynaSubject(table.Vars.GetNumber("DynaSubject")),
       DynaBodyTop(table.Vars.GetNumber("DynaBodyTop")),
@@ -150,7 +156,19 @@ void WORDSCANNER::Scan(std::string_view message) {
         } else {
             ScanHeaderLine(line);
         }
+        if (StopsAfter(line.size() + 1))
+            return;
     }
+}
+
+// True once the program is to end. Asked from time to time, by the work done.
+bool WORDSCANNER::StopsAfter(size_t work) {
+    WorkDone += work;
+    if (WorkDone >= STOP_LOOK_BYTES) {
+        WorkDone = 0;
+        Stopped = Stopped || (StopAsked && StopAsked());
+    }
+    return Stopped;
 }
 
 void WORDSCANNER::AddReportLine(int points, int significance, std::string_view text, std::string_view remark) {
@@ -173,7 +191,8 @@ void WORDSCANNER::EndHeader() {
         Count(points, significance);
 }
 
-void WORDSCANNER::ScanHeaderLine(std::string_view line) {
+void WORDSCANNER::ScanHeaderLine(std::string_view wholeLine) {
+    const std::string_view line = wholeLine.substr(0, HEADER_LINE_BYTES);
     Zone = 0;
     STRING reason;
     if (LISTING::BeginsWith(line, "Subject:")) {
@@ -201,7 +220,7 @@ void WORDSCANNER::ScanHeaderLine(std::string_view line) {
         CcLine = STRING(line);
     }
     if (Zone != 0)
-        SearchLine(line);
+        SearchLine(wholeLine);
 }
 
 void WORDSCANNER::SearchLine(std::string_view line) {
@@ -210,6 +229,8 @@ void WORDSCANNER::SearchLine(std::string_view line) {
     for (size_t i = 0; i < line.size(); ++i) {
         if (line[i] != ' ' || i + 1 == line.size() || (line[i + 1] != '!' && line[i + 1] != '$'))
             Line += line[i];
+        if (i % STOP_LOOK_BYTES == STOP_LOOK_BYTES - 1 && StopsAfter(STOP_LOOK_BYTES))
+            return;
     }
     if (PlainSearch) {
         for (int row = 0; row < Table.Words.Count(); ++row)
@@ -218,17 +239,19 @@ void WORDSCANNER::SearchLine(std::string_view line) {
     }
     WORDINDEX::ROWSET rows{};
     const WORDINDEX& index = Zone & SPAMFLAG_BODY ? Table.InBody : Table.InHeader;
-    index.Find(Line, rows);
+    index.Find(Line, rows, StopAsked);
     for (size_t part = 0; part < rows.size(); ++part) {
         while (rows[part] != 0) {
             const int bit = std::countr_zero(rows[part]);
             rows[part] &= rows[part] - 1;
             LineOverwritten = false;
             SearchRow(static_cast<int>(part) * 64 + bit);
+            if (StopsAfter(Line.size()))
+                return;
             // The line reads otherwise for the rows that follow.
             if (LineOverwritten) {
                 WORDINDEX::ROWSET now{};
-                index.Find(Line, now);
+                index.Find(Line, now, StopAsked);
                 const uint64_t following = ~uint64_t{0} << bit << 1;
                 rows[part] = now[part] & following;
                 std::copy(now.begin() + static_cast<ptrdiff_t>(part) + 1, now.end(),
@@ -245,8 +268,11 @@ void WORDSCANNER::SearchRow(int row) {
     if (IsFound(row) && (word.Flags & SPAMFLAG_EXCEPTION))
         return;
     WORDSEARCH search(word.Flags, word.Word.View(), Line);
-    for (int start = 0, position; (position = search.FindSpamWord(start)) != -1; start = position + 1)
+    for (int start = 0, position; (position = search.FindSpamWord(start)) != -1; start = position + 1) {
         Hit(row, search, position);
+        if (StopsAfter(static_cast<size_t>(position - start) + HIT_WORK))
+            return;
+    }
 }
 
 double WORDSCANNER::DynamicPoints(double points, const WORDSEARCH& search) const {

@@ -7,6 +7,7 @@
 #include "app/common/texts.h"
 #include "app/filter/spamdefinitions.h"
 #include "app/filter/wordindex.h"
+#include "corelib/base/stopquestion.h"
 
 /// The definitions as scans use them: complete, and never changed again.
 struct SPAMTABLE {
@@ -51,7 +52,9 @@ class WORDSEARCH {
 class WORDSCANNER {
  public:
     /// plainSearch looks for every row in every line, without the index; the results are the same.
-    WORDSCANNER(const SPAMTABLE& table, const STRINGARRAY& state, const TEXTS& texts, bool plainSearch = false);
+    /// A scan breaks off, with whatever it has found by then, once stopAsked says yes.
+    WORDSCANNER(const SPAMTABLE& table, const STRINGARRAY& state, const TEXTS& texts, bool plainSearch = false,
+                STOPQUESTION stopAsked = {});
     void Scan(std::string_view message);
     /// Adds to the totals, which stay within the range of an int.
     void Count(int points, int significance);
@@ -67,7 +70,7 @@ class WORDSCANNER {
 
  private:
     void AddReportLine(int points, int significance, std::string_view text, std::string_view remark);
-    void ScanHeaderLine(std::string_view line);
+    void ScanHeaderLine(std::string_view wholeLine);
     void EndHeader();
     void SearchLine(std::string_view line);
     void SearchRow(int row);
@@ -75,11 +78,13 @@ class WORDSCANNER {
     double DynamicPoints(double points, const WORDSEARCH& search) const;
     void SetFound(int row, bool found);
     bool IsFound(int row) const;
+    bool StopsAfter(size_t work);
 
     const SPAMTABLE& Table;
     const STRINGARRAY& State;
     const TEXTS& Texts;
     const bool PlainSearch;
+    const STOPQUESTION StopAsked;
     const int DynaUppercase, DynaSubject, DynaBodyTop, DynaExclamation;
     const int DistrLists;
     const STRING ExceptionLabel, ExceptionRemark, MailingLabel, WordLabel, SubjectLabel, RecipientsLabel;
@@ -94,6 +99,8 @@ class WORDSCANNER {
     WORDINDEX::ROWSET Found{};  // rows that have hit
     std::string Line;           // as it is searched
     bool LineOverwritten = false;
+    size_t WorkDone = 0;  // bytes looked at since the stop question was asked
+    bool Stopped = false;
 };
 
 /// One line of the report: points, a mark for the significance (blank, "*", "!"), text and remark.

@@ -51,6 +51,21 @@ TEST_F(Tarnwick, ASecondProgramOnTheSameDataIsRefusedAndWritesNothing) {
     EXPECT_TRUE(Make()->Open()) << "the lock outlived its owner";
 }
 
+TEST_F(Tarnwick, AStopReachesTheFilterFromWhoeverIsAsked) {
+    auto app = Make();
+    ASSERT_TRUE(app->Open());
+    STRINGARRAY item;
+    item.Set("Type", "1");
+    item.Set("DoSpamFilter", "1");
+    item.Set("@Handle", "1");
+    const STRING listing = "1 msgs|0 unread|1 bytes\nSubject: x\n\n";
+    EXPECT_EQ(app->Filter().SpamFilter(item, listing).Line(0), "1 msgs|0 unread|1 bytes");
+    app->Stop();
+    EXPECT_EQ(app->Filter().SpamFilter(item, listing), "-ERR Stopped");
+    app->SetStopQuestion([] { return false; });
+    EXPECT_EQ(app->Filter().SpamFilter(item, listing).Line(0), "1 msgs|0 unread|1 bytes");
+}
+
 TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
     const STRING from = Data.File("from");
     const STRING to = Data.File("to");

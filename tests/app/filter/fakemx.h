@@ -5,15 +5,19 @@
 
 #include "corelib/net/mxlookup.h"
 
-/// A name service in which all domains but one have a mail server.
+/// A name service in which all domains but one have a mail server, and which says nothing about another.
 class FAKEMXLOOKUP : public MXLOOKUP {
  public:
     bool GetAddr(const char* name, STRING& bestmx, STRING& /*list*/) override {
         Asked.emplace_back(name);
-        bestmx = Best.c_str();
-        return Online && std::string(name) != "nowhere.example";
+        Silent = std::string(name) == "silent.example";
+        const bool found = Online && !Silent && std::string(name) != "nowhere.example";
+        bestmx = found ? Best.c_str() : "";
+        return found;
     }
+    bool IsSilent() const override { return Silent; }
     bool Online = true;
+    bool Silent = false;
     std::string Best = "mx.example";
     std::vector<std::string> Asked;
 };

@@ -53,7 +53,9 @@ TEST_F(RealSender, IsKnownToItsServerOrNot) {
         for (const auto& [from, result] : CASES) {
             int significance = 77;
             STRING reason;
-            const int points = SpamFrom({State, Vars, Texts, nobody, mx}, from, 100, significance, reason, 1, "");
+            MXMEMORY memory(mx);
+            const int points =
+                SpamFrom({State, Vars, Texts, nobody, memory, {}}, from, 100, significance, reason, 1, "");
             EXPECT_EQ(std::to_string(points) + "/" + std::to_string(significance) + " " + Std(reason), result)
                 << mail.Log();
         }

@@ -4,6 +4,7 @@
 #include "tests/app/filter/fakemx.h"
 #include "tests/app/filter/filtertest.h"
 #include "tests/servers/scriptedserver.h"
+#include "tests/support/stopsoon.h"
 
 namespace {
 
@@ -24,15 +25,20 @@ class Sender : public FILTERTEST {
         return std::to_string(points) + "/" + std::to_string(significance) + " " + Std(reason);
     }
     std::string Check(const char* from, int totalPoints = 100) {
+        MXMEMORY memory(Mx);
+        return CheckWith(memory, from, totalPoints);
+    }
+    std::string CheckWith(MXMEMORY& memory, const char* from, int totalPoints = 100) {
         int significance = 77;
         STRING reason;
-        const int points =
-            SpamFrom({State, Vars, Texts, FrontEnd, Mx}, from, totalPoints, significance, reason, 4711, "busy");
+        const int points = SpamFrom({State, Vars, Texts, FrontEnd, memory, StopAsked}, from, totalPoints, significance,
+                                    reason, 4711, "busy");
         return std::to_string(points) + "/" + std::to_string(significance) + " " + Std(reason);
     }
 
     ROWFRONTEND FrontEnd;
     FAKEMXLOOKUP Mx;
+    STOPQUESTION StopAsked;
 };
 
 TEST_F(Sender, IsJudgedByItsShape) {
@@ -153,6 +159,47 @@ TEST_F(Sender, OfASilentServerCostsTheTimeOutsOnly) {
         Mx.Best = server.HostPort();
         EXPECT_EQ(Check("a b <c@x.example>"), "30/0 x.example (mx ok): error while trying to verify");
     }
+    // Many mails of such a sender cost them once.
+    SCRIPTEDSERVER silent(SCRIPT{Silence()});
+    Mx.Best = silent.HostPort();
+    MXMEMORY memory(Mx);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(CheckWith(memory, "a b <c@x.example>"), "30/0 x.example (mx ok): error while trying to verify");
+    EXPECT_EQ(silent.Connections(), 1);
+}
+
+TEST_F(Sender, IsNotBlamedForTheSilenceOnAnother) {
+    State.Set("SpamDoVerify", "0");
+    MXMEMORY memory(Mx);
+    EXPECT_EQ(CheckWith(memory, "a b <c@silent.example>"), "200/0 silent.example (mx fail)");
+    EXPECT_EQ(CheckWith(memory, "a b <c@y.example>"), "0/77 y.example <3018>");
+    EXPECT_EQ(CheckWith(memory, "a b <c@silent.example>"), "200/0 silent.example (mx fail)");
+    EXPECT_EQ(Mx.Asked.size(), 2U);
+}
+
+TEST_F(Sender, OfAServerThatDripsIsLeftBehindTheTotalTimeOrAStop) {
+    std::string greeting;
+    for (int i = 0; i < 5000; ++i)
+        greeting += "220-more\r\n";
+    const SCRIPT SCRIPTS[] = {{Drip(greeting)}, {Silence()}, {Send("220 x\r\n"), ExpectPrefix("HELO "), Silence()}};
+    for (const SCRIPT& script : SCRIPTS) {
+        SCRIPTEDSERVER server(script);
+        const STRING host{std::string_view(server.HostPort())};
+        int code = -1;
+        bool dead = false;
+        SmtpVerifyTimes = {60000, 60000, 60000, 60000, 50};
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_FALSE(VerifySenderSmtp(host, "c@x.example", code, {}, &dead));
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+        EXPECT_TRUE(dead);
+        SmtpVerifyTimes.TotalMs = 60000;
+        const STOPSOON stop;
+        EXPECT_FALSE(VerifySenderSmtp(host, "c@x.example", code, stop.Question()));
+        EXPECT_STOPPED(stop);
+    }
+    StopAsked = [] { return true; };
+    Check("a b <c@x.example>");
+    EXPECT_TRUE(Mx.Asked.empty()) << "nothing is begun any more";
 }
 
 TEST_F(Sender, OfAForgedKindWritesNoCommands) {

@@ -73,6 +73,40 @@ TEST_F(Filter, LetsPointsCountWithEnoughIndicationsOnly) {
     EXPECT_EQ(Score(nullptr), "0 0/0/0");
 }
 
+TEST_F(Filter, AsksTheNetworkOnceForAllMailsOfADomain) {
+    std::string listing = "50 msgs|0 unread|9 bytes\n";
+    for (int i = 0; i < 50; ++i)
+        listing += "From: a b <x@nowhere.example>\n\ncasino cheap\n\1";
+    Run(listing);
+    EXPECT_EQ(Mx.Asked.size(), 2U);
+    Run(listing);
+    EXPECT_EQ(Mx.Asked.size(), 4U) << "the next check asks anew";
+}
+
+TEST_F(Filter, AStopEndsItBetweenMailsAndWithinOne) {
+    const std::string mail = "From: a b <x@nowhere.example>\n\ncasino cheap\n\1";
+    int asked = 0;
+    Spam.SetStopQuestion([&] { return ++asked > 1; });
+    EXPECT_EQ(Run("3 msgs|0 unread|9 bytes\n" + mail + mail + mail), "-ERR Stopped");
+    EXPECT_EQ(FrontEnd.Statuses.size(), 1U);
+    EXPECT_TRUE(Mx.Asked.empty());
+    // A mail of many lines, one long line, many hits, and all of it in the zone where each hit costs a new search.
+    const std::string many(8000000, 'x');
+    std::string lines = many, hits;
+    for (size_t i = 0; i < lines.size(); i += 50)
+        lines[i] = '\n';
+    while (hits.size() < many.size())
+        hits += "casino cheap ";
+    for (const std::string& text : {"To: a\n\n" + lines, "To: a\n\n" + many, "To: a\n\n" + hits, "From: " + many}) {
+        asked = -1000000;
+        Run("1 msgs|0 unread|9 bytes\n" + text + "\1");
+        EXPECT_GT(asked, -1000000 + 7) << text.substr(0, 20);
+        asked = 0;
+        EXPECT_EQ(Run("1 msgs|0 unread|9 bytes\n" + text + "\1"), "-ERR Stopped");
+        EXPECT_LT(asked, 10) << "what is left is left at once";
+    }
+}
+
 TEST_F(Filter, ReportsForAPerson) {
     STRING report;
     Score("From: a b <x@nowhere.example>\nSubject: Win\nTo: me@here.example\n\ncasino cheap\n", &report);
