@@ -1,0 +1,48 @@
+#include <cstdlib>
+#include <string>
+
+#include "app/filter/smtpverify.h"
+#include "corelib/net/email.h"
+#include "corelib/net/tcpio.h"
+#include "fuzz/saidserver.h"
+
+namespace {
+
+// Remembers what was written to it.
+class SMTPSERVER : public SAIDSERVER {
+ public:
+    using SAIDSERVER::SAIDSERVER;
+    int DevWrite(const char* buffer, int length) override {
+        Written.append(buffer, static_cast<size_t>(length));
+        return 1;
+    }
+    std::string Written;
+};
+
+}  // namespace
+
+// Whatever a mail server says, both dialogues end; the verification never sends a mail, and the message goes out only
+// behind a reply that asks for it.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    TcpTimes.ReadFailedMs = 1;
+    SmtpVerifyTimes = {1, 1, 1, 1, 100};
+    EmailTimes = {1, 1};
+    {
+        SMTPSERVER server(data, size);
+        int code = -1;
+        bool greeted = false;
+        const bool answered = VerifyDialogue(server, "c@x.example", code, greeted);
+        const bool asked = server.Written.find("\r\nRCPT TO: ") != std::string::npos;
+        if (answered != asked || server.Written.find("DATA") != std::string::npos || (code != 0 && !asked) ||
+            (asked && !server.Written.ends_with("QUIT\r\n")) || (!greeted && !server.Written.empty()))
+            abort();
+    }
+    SMTPSERVER server(data, size);
+    STRING last;
+    const EMAIL mail("a@b", "c@d", "", "", "");
+    const bool sent = mail.Converse(server, "the message", last);
+    const bool written = server.Written.find("\r\nDATA\r\nthe message\r\n.\r\nQUIT\r\n") != std::string::npos;
+    if (sent != written || last.Length() > 255)
+        abort();
+    return 0;
+}
