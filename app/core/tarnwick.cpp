@@ -33,15 +33,12 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
       Teller(pState, Items, Types, frontEnd, texts, *Starter),
       Check(std::make_unique<CHECKCYCLE>(
           CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler})) {
-    SetStopQuestion([this] { return Check->IsStopRequested(); });
-    Teller.SetListener(&listener);
-    Teller.SetCycle(Check.get());
-}
-
-void TARNWICK::SetStopQuestion(const STOPQUESTION& stopAsked) {
+    const STOPQUESTION stopAsked = [this] { return Check->IsStopRequested(); };
     Mail->SetStopQuestion(stopAsked);
     Spam->SetStopQuestion(stopAsked);
     Mx->SetStopQuestion(stopAsked);
+    Teller.SetListener(&listener);
+    Teller.SetCycle(Check.get());
 }
 
 TARNWICK::~TARNWICK() {

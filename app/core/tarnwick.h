@@ -13,7 +13,6 @@
 #include "app/notify/notification.h"
 #include "corelib/base/locks.h"
 #include "corelib/base/recordarray.h"
-#include "corelib/base/stopquestion.h"
 #include "corelib/system/osys.h"
 
 class DIALUP;
@@ -66,10 +65,6 @@ class TARNWICK {
     /// See DATAFILES. Front end's thread; SAVE_ALL is the end's own.
     bool SaveTables(int mask) { return Files && Files->SaveTables(mask); }
     bool SaveSettings() { return Files && Files->SaveSettings(); }
-
-    /// Who knows, in place of the work thread, that the program is to end: for who makes checks on a thread of its own.
-    /// Not while a check runs.
-    void SetStopQuestion(const STOPQUESTION& stopAsked);
 
     const STRING& DataDir() const { return Directory; }
     /// The path of a file in the data directory.

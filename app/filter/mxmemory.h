@@ -12,11 +12,10 @@ class MXMEMORY final : public MXLOOKUP {
  public:
     /// source outlives it.
     explicit MXMEMORY(MXLOOKUP& source) : Source(source) {}
-    /// False for every name that is not known yet once the source has given no answer: IsSilent tells.
+    /// False for every name that is not known yet once the source has given no answer to the first one, or to several:
+    /// IsSilent tells.
     bool GetAddr(const char* name, STRING& bestmx, STRING& list) override;
     bool IsSilent() const override { return Silent; }
-    /// True if the last name was asked for, now or before: then even no answer is a result.
-    bool WasAsked() const { return Asked; }
 
     /// Mail servers with which no dialogue came about.
     std::set<std::string> DeadServers;
@@ -29,6 +28,6 @@ class MXMEMORY final : public MXLOOKUP {
     MXLOOKUP& Source;
     std::map<std::string, ANSWER> Answers;  // by domain, in lower case
     bool SourceSilent = false;
+    int SilentNames = 0;
     bool Silent = false;
-    bool Asked = false;
 };

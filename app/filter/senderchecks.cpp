@@ -110,8 +110,8 @@ int SpamFrom(const SENDERPARTS& parts, const STRING& from, int totalPoints, int&
     if (domain.Length() == 0)
         return 0;
     const bool found = parts.Mx.GetAddr(domain.Text(), bestmx, list);
-    if (!parts.Mx.WasAsked()) {
-        // The name server's silence on another domain is not this sender's fault.
+    if (!found && parts.Mx.IsSilent()) {
+        // Nobody knows, which is no sign of spam.
         reason += parts.Texts.Get(TEXT_NO_NAME_SERVICE);
         return 0;
     }

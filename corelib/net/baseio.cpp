@@ -17,12 +17,13 @@ constexpr int PIECE_BYTES = 8192;
 }  // namespace
 
 void PACE::Asked() {
-    Free = TcpTimes.QuickMs;
+    Free = std::clamp<int64_t>(TcpTimes.FreeMs - FreeUsed, 0, TcpTimes.QuickMs);
 }
 
 void PACE::Waited(int64_t ms) {
     const int64_t free = std::clamp<int64_t>(ms, 0, Free);
     Free -= free;
+    FreeUsed += free;
     Waiting += std::max<int64_t>(ms, 0) - free;
     if (Waiting < TcpTimes.SlowMs)
         return;

@@ -12,8 +12,8 @@
 #include "corelib/system/osys.h"
 
 /// Judges a peer by what it brings, or takes, while it is waited for. What passes without a wait costs nothing, and
-/// the first moments behind each request are free: many short replies, each of them quick, are no slow conversation.
-/// The limits stand in TcpTimes.
+/// the first moments after each request are free, up to a total: many short replies, each of them quick, are no slow
+/// conversation. The limits stand in TcpTimes.
 class PACE {
  public:
     /// A request has gone out.
@@ -25,7 +25,8 @@ class PACE {
 
  private:
     int64_t Free = 0;
-    int64_t Waiting = 0;  // in the present stretch, as are the bytes
+    int64_t FreeUsed = 0;  // in all
+    int64_t Waiting = 0;   // in the present stretch, as are the bytes
     int64_t Bytes = 0;
     bool TooSlow = false;
 };

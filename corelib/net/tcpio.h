@@ -16,7 +16,8 @@ struct TCPTIMES {
     int StopLookMs = 100;          // between two looks at a peer, and two questions whether the program is to end
     int SlowMs = 60000;            // waiting for a peer over which it must be faster than
     int SlowBytesPerSecond = 200;  // this
-    int QuickMs = 5000;            // waiting behind a request that does not count
+    int QuickMs = 500;             // waiting after a request that does not count
+    int FreeMs = 600000;           // of such waiting in a conversation
 };
 extern TCPTIMES TcpTimes;
 

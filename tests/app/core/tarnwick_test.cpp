@@ -60,10 +60,14 @@ TEST_F(Tarnwick, AStopReachesTheFilterFromWhoeverIsAsked) {
     item.Set("@Handle", "1");
     const STRING listing = "1 msgs|0 unread|1 bytes\nSubject: x\n\n";
     EXPECT_EQ(app->Filter().SpamFilter(item, listing).Line(0), "1 msgs|0 unread|1 bytes");
+    bool stop = false;
+    app->Cycle().SetStopQuestion([&] { return stop; });
+    stop = true;
+    EXPECT_EQ(app->Filter().SpamFilter(item, listing), "-ERR Stopped");
+    stop = false;
+    EXPECT_EQ(app->Filter().SpamFilter(item, listing).Line(0), "1 msgs|0 unread|1 bytes");
     app->Stop();
     EXPECT_EQ(app->Filter().SpamFilter(item, listing), "-ERR Stopped");
-    app->SetStopQuestion([] { return false; });
-    EXPECT_EQ(app->Filter().SpamFilter(item, listing).Line(0), "1 msgs|0 unread|1 bytes");
 }
 
 TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
