@@ -61,10 +61,10 @@ void RemoveLeftoversOf(const STRING& directory) {
     }
 }
 
-/// Copies the files and deletes the old ones, or leaves those all in place. True if all could be copied.
-bool MoveFiles(FRONTEND& frontEnd, const TEXTS& texts, const char* oldDir, const char* newDir, const char* patterns) {
+/// Copies the files, and tells which in `sources`. True if all could be copied.
+bool CopyFiles(FRONTEND& frontEnd, const TEXTS& texts, const char* oldDir, const char* newDir, const char* patterns,
+               DYNARRAY<STRING>& sources) {
     bool ok = true;
-    DYNARRAY<STRING> sources(64, 64);
     const DYNARRAY<STRING> list(patterns, "|", 4, 4);
     for (int i = 0; i < list.Count(); ++i) {
         const DYNARRAY<STRING> names = FilesOf(oldDir, list[i]);
@@ -80,9 +80,6 @@ bool MoveFiles(FRONTEND& frontEnd, const TEXTS& texts, const char* oldDir, const
                                                            ": copy failed!\r\nWill keep original data directory!");
             }
         }
-    }
-    for (int i = 0; ok && i < sources.Count(); ++i) {
-        FILES::Remove(sources[i].Text());
     }
     return ok;
 }
@@ -140,19 +137,25 @@ int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, con
                 const char* patterns) {
     STRING newDir(pending);
     const bool copy = newDir.ChopFirst('*') != 0;
+    DYNARRAY<STRING> sources(64, 64);
     bool ok = IsOrBecomesDirectory(newDir);
     const bool same = ok && FILES::SamePlace(newDir.Text(), oldDir);
     if (!ok) {
         // The start would otherwise go on in a place that is none, with the user's data out of sight.
         frontEnd.ShowMessage(texts.Get(10001), DataDirText(texts, TEXT_DIR_MISSING, newDir));
     } else if (copy && !same) {
-        ok = MoveFiles(frontEnd, texts, oldDir, newDir.Text(), patterns);
+        ok = CopyFiles(frontEnd, texts, oldDir, newDir.Text(), patterns, sources);
     }
     REGISTRY store(COMPANY, product, ROOT_CURRENT_USER);
-    if (ok && !same) {
-        store.Write(VALUE_DIR, newDir.Text());
+    // The old files go last: whenever this ends, the directory that is stored has all of them.
+    if (ok && !same && !store.Write(VALUE_DIR, newDir.Text())) {
+        Trace("MoveDataDir the new directory %s cannot be stored\n", newDir.Text());
+        ok = false;
     }
     store.Delete(VALUE_PENDING);
+    for (int i = 0; ok && i < sources.Count(); ++i) {
+        FILES::Remove(sources[i].Text());
+    }
     return ok ? 1 : 0;
 }
 

@@ -70,6 +70,8 @@ bool TARNWICK::Open() {
     Files->UpgradeSettings(Dialler->EnumEntries());
     if (oldDirectory.NotNull()) {
         Files->MovePaths(oldDirectory.Text());
+        // Not at the end only: a run that is killed would leave the lists of the filter behind.
+        Files->SaveSettings();
     }
     return true;
 }

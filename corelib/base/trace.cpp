@@ -244,7 +244,9 @@ int Assert(bool condition, const char* text, const char* file, int line, const c
     }
     STRING report = STRING("--- ") || application || " --- " || CLOCK::DateText(now) || " " || time || " ---\r\n\r\n" ||
                     details || "\r\n\r\n";
-    FILES::AppendLog(FILES::OwnFile("assert.log").Text(), report.View());
+    const STRING log = FILES::OwnFile("assert.log");
+    if (!FILES::AppendLog(log.Text(), report.View()))
+        Trace("%s cannot be written, or is a link\n", log.Text());
 
     ASSERTQUESTION ask = state.Ask;
     if (state.NoAssert || quiet || !ask)

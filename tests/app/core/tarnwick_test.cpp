@@ -88,6 +88,9 @@ TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
         EXPECT_EQ(app.pState.GetNumber("PopupDuration"), 99);
         EXPECT_EQ(Std(app.pState.Get("SpamFilename")), Std(to) + "\\spamdef.dat");
         EXPECT_TRUE(OSYS::FileIsDirectory(Data.File("to\\trash").Text()));
+        STRINGARRAY saved;
+        ASSERT_TRUE(saved.Load(Data.File("to\\tarnwick.ini").Text()));
+        EXPECT_EQ(saved.Get("SpamFilename"), app.pState.Get("SpamFilename")) << "for the case that this run is killed";
         // The new place is locked in its turn.
         TARNWICK second(FrontEnd, Notifier, *Arguments, Texts);
         EXPECT_FALSE(second.Open());
