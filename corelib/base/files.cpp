@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <mutex>
 #include <string>
 
 #include "corelib/base/ascii.h"
@@ -45,9 +46,14 @@ bool Replace(const char* path, std::string_view bytes, bool text, LINKS links) {
     return FILESPLATFORM::ReplaceBytes(path, ToTextForm(bytes), links);
 }
 
-// The data directory if what the program writes beside itself goes there; empty otherwise.
-std::string& OtherFolder() {
-    static auto* folder = new std::string;
+// The data directory if what the program writes beside itself goes there; empty otherwise. Never destroyed: the last
+// assertions may fail while everything else has gone.
+struct OTHERFOLDER {
+    std::mutex Mutex;
+    std::string Path;
+};
+OTHERFOLDER& OtherFolder() {
+    static auto* folder = new OTHERFOLDER;
     return *folder;
 }
 
@@ -94,11 +100,13 @@ bool IsLeftover(std::string_view name) {
 
 void SetDataDirectory(const char* directory) {
     const bool beside = FILESPLATFORM::CanMakeFiles(".");
-    OtherFolder() = beside ? "" : std::string(directory);
+    const std::lock_guard hold(OtherFolder().Mutex);
+    OtherFolder().Path = beside ? "" : directory;
 }
 
 STRING OwnFile(const char* name) {
-    const std::string& folder = OtherFolder();
+    const std::lock_guard hold(OtherFolder().Mutex);
+    const std::string& folder = OtherFolder().Path;
     return folder.empty() ? STRING(name) : STRING(std::string_view(folder + "\\" + name));
 }
 

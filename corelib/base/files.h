@@ -51,7 +51,7 @@ bool ReplaceLog(const char* path, std::string_view bytes, bool text);
 /// which is the program's own, or, if no file can be made there, in the data directory. So name alone, or a full path.
 /// Any thread.
 STRING OwnFile(const char* name);
-/// Tells OwnFile the data directory, and has it look now whether it must use that. Before the threads start.
+/// Tells OwnFile the data directory, and has it look now whether it must use that: the answer stays for the run.
 void SetDataDirectory(const char* directory);
 
 }  // namespace FILES

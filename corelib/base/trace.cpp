@@ -192,8 +192,13 @@ int LogOption(const char* arg) {
 STRING SettleLog() {
     TRACESTATE& state = State();
     if (state.Waits) {
-        const std::string held = state.Held;
+        std::string held;
+        {
+            std::lock_guard hold(state.Mutex);
+            held.swap(state.Held);
+        }
         OpenLog(FILES::OwnFile(LOG_FILE).Text(), state.Hard);
+        std::lock_guard hold(state.Mutex);
         if (state.Log != -1)
             TRACEPLATFORM::WriteLog(state.Log, held.data(), static_cast<int>(held.size()));
     }

@@ -82,36 +82,24 @@ FUNCTION Next(const char* name) {
     return reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, name));
 }
 
-int Open(const char* name, const char* path, int flags, mode_t mode) {
-    static const auto next = Next<int (*)(const char*, int, ...)>("open");
-    if ((flags & (O_WRONLY | O_RDWR | O_CREAT)) != 0 && Fails(name, path, true))
-        return -1;
-    return next(path, flags, mode);
-}
-
-mode_t ModeOf(int flags, va_list arguments) {
-    return (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
-}
-
 }  // namespace
 
 extern "C" {
 
 int open(const char* path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = ModeOf(flags, arguments);
-    va_end(arguments);
-    return Open("open", path, flags, mode);
+    static const auto next = Next<int (*)(const char*, int, ...)>("open");
+    mode_t mode = 0;
+    if ((flags & O_CREAT) != 0) {
+        va_list arguments;
+        va_start(arguments, flags);
+        mode = va_arg(arguments, mode_t);
+        va_end(arguments);
+    }
+    const bool changes = (flags & (O_WRONLY | O_RDWR | O_CREAT)) != 0;
+    return changes && Fails("open", path, true) ? -1 : next(path, flags, mode);
 }
 
-int open64(const char* path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = ModeOf(flags, arguments);
-    va_end(arguments);
-    return Open("open", path, flags, mode);
-}
+int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 
 int mkostemps(char* path, int suffix, int flags) {
     static const auto next = Next<int (*)(char*, int, int)>("mkostemps");
