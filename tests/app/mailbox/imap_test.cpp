@@ -94,7 +94,9 @@ TEST(ImapGet, OutcomeOfWhatAServerMaySay) {
         {"a count past all numbers", SELECT, "* 4294967297 EXISTS\r\n" + DONE, END, "",
          "-ERR IMAP99 BAD 'EXISTS' not found"},
         {"count in odd company", SELECT,
-         "* OK 5\r\n* 0 RECENT\r\n* OK [ALERT] 5 EXISTS {3}\r\n* 5 EXISTS x\r\n* 1 exists\r\n* 9 EXISTS\r\n" + DONE,
+         "* OK 5\r\n* 0 RECENT\r\n* OK [ALERT] 5 EXISTS {3}\r\n* X \"open {9}\r\n* 5 EXISTS x\r\n* 1 exists\r\n* 9 "
+         "EXISTS\r\n" +
+             DONE,
          SEARCH, "+", "+"},
         {"names in literals", SELECT,
          "* LIST () \"{9}\" " + literal("IMAPCMD_1 NO\r\n* 5 EXISTS") + "\r\n* X {2}\r\nab {13}\r\n\r\n* 5 EXISTS\r\n" +
