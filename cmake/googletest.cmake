@@ -1,4 +1,13 @@
-# GoogleTest is built from the sources of Debian's package, so that every compiler and sanitizer gets its own.
+# GoogleTest as Debian's packages have it compiled, which sanitized tests get on with, too. Other compilers and C++ libraries
+# than the machine's get their own, from the sources of the packages.
+if(NOT CMAKE_CROSSCOMPILING)
+    find_package(GTest QUIET)
+endif()
+if(TARGET GTest::gmock)
+    add_library(gtest ALIAS GTest::gtest)
+    add_library(gmock ALIAS GTest::gmock)
+    return()
+endif()
 if(NOT EXISTS /usr/src/googletest/CMakeLists.txt)
     message(FATAL_ERROR "the sources of GoogleTest are missing: apt-get install googletest")
 endif()
