@@ -9,6 +9,15 @@
 
 namespace fs = std::filesystem;
 
+namespace {
+
+/// Since version 2.4 settings have other names, and the first line says for which version they are meant.
+bool SpeaksNewLanguage() {
+    return RunCommand("PATH=$PATH:/usr/sbin:/sbin; case $(dovecot --version) in 2.[0-3].*) exit 1; esac");
+}
+
+}  // namespace
+
 DOVECOT::DOVECOT() : Owner(geteuid()), Group(getegid()) {
     if (Owner == 0) {
         const passwd* package = getpwnam("dovecot");
@@ -35,19 +44,28 @@ DOVECOT::DOVECOT() : Owner(geteuid()), Group(getegid()) {
 
 std::string DOVECOT::Configuration() const {
     std::ostringstream text;
+    const bool isNew = SpeaksNewLanguage();
+    if (isNew)
+        text << "dovecot_config_version = 2.4.0\ndovecot_storage_version = 2.4.0\nauth_allow_cleartext = yes\n"
+             << "mail_driver = maildir\nmail_path = " << Boxes() << "/%{user}\n";
+    else
+        text << "disable_plaintext_auth = no\nmail_location = maildir:" << Boxes() << "/%u\n";
     text << "protocols = pop3 imap\n"
             "listen = 127.0.0.1\n"
             "ssl = no\n"
-            "disable_plaintext_auth = no\n"
             "auth_failure_delay = 0\n"
             "first_valid_uid = 1\n"
             "first_valid_gid = 1\n"
          << "base_dir = " << Directory.Native("run") << "\n"
-         << "log_path = " << Directory.Native("log") << "\n"
-         << "mail_location = maildir:" << Boxes() << "/%u\n"
-         << "passdb {\n  driver = static\n  args = password=secret\n}\n"
-         << "userdb {\n  driver = static\n  args = uid=" << Owner << " gid=" << Group << " home=" << Boxes()
-         << "/%u\n}\n";
+         << "log_path = " << Directory.Native("log") << "\n";
+    std::ostringstream known;
+    const char* end = isNew ? "\n" : " ";
+    known << "uid=" << Owner << end << "gid=" << Group << end << "home=" << Boxes() << (isNew ? "/%{user}" : "/%u");
+    if (isNew)
+        text << "passdb static {\n  password = secret\n}\nuserdb static {\n  fields {\n" << known.str() << "\n  }\n}\n";
+    else
+        text << "passdb {\n  driver = static\n  args = password=secret\n}\nuserdb {\n  driver = static\n  args = "
+             << known.str() << "\n}\n";
     if (geteuid() != 0) {
         const passwd* self = getpwuid(Owner);
         const group* ours = getgrgid(Group);
