@@ -1,7 +1,8 @@
 #include "app/common/texts.h"
 
+#include <algorithm>
+#include <cstring>
 #include <map>
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -44,10 +45,22 @@ std::map<int, std::string> Table(const ROW* rows, size_t count, const char* lang
 /// What a program relies on in a text, whatever its language: parts, printf conversions and placeholders in capitals,
 /// and whether something may be joined directly to it.
 std::multiset<std::string> Skeleton(const std::string& text) {
-    static const std::regex parts("\\||\\x1b|%[-+#.0-9l]*[dsuxc%]|\\$[A-Z0-9]+");
     std::multiset<std::string> found;
-    for (std::sregex_iterator part(text.begin(), text.end(), parts), end; part != end; ++part)
-        found.insert(part->str());
+    for (size_t i = 0, end; i < text.size(); i = end) {
+        end = i + 1;
+        if (text[i] == '%') {
+            end = std::min(text.find_first_not_of("-+#.0123456789l", end), text.size() - 1) + 1;
+            if (!strchr("dsuxc%", text[end - 1]))
+                continue;
+        } else if (text[i] == '$') {
+            end = std::min(text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789", end), text.size());
+            if (end == i + 1)
+                continue;
+        } else if (text[i] != '|' && text[i] != '\x1b') {
+            continue;
+        }
+        found.insert(text.substr(i, end - i));
+    }
     if (text.back() == ' ')
         found.insert("blank at the end");
     return found;

@@ -1,7 +1,6 @@
 #include "corelib/base/trace.h"
 
 #include <filesystem>
-#include <regex>
 
 #include "corelib/base/files.h"
 #include "tests/support/testsupport.h"
@@ -17,8 +16,33 @@ class TraceTest : public testing::Test {
     TEMPDIR Dir;
 };
 
-std::string Masked(const std::string& text, const char* pattern) {
-    return std::regex_replace(text, std::regex(pattern), "#");
+// With "#" for each "[ssss.cc:thread]".
+std::string WithoutTimes(const std::string& text) {
+    std::string masked;
+    for (size_t i = 0; i < text.size(); ++i) {
+        unsigned seconds, hundredths, thread;
+        int end = 0;
+        sscanf(&text[i], "[%4u.%2u:%x]%n", &seconds, &hundredths, &thread, &end);
+        const bool whole = end >= 13 && text[i + 5] == '.' && text[i + 8] == ':';
+        masked += whole ? '#' : text[i];
+        i += whole ? end - 1 : 0;
+    }
+    return masked;
+}
+
+// With "#" for each number, and its sign.
+std::string WithoutNumbers(const std::string& text) {
+    std::string masked;
+    for (char c : text) {
+        if (!isdigit(static_cast<unsigned char>(c))) {
+            masked += c;
+        } else if (!masked.ends_with('#')) {
+            if (masked.ends_with('-'))
+                masked.pop_back();
+            masked += '#';
+        }
+    }
+    return masked;
 }
 
 const char* Asked = nullptr;
@@ -38,7 +62,7 @@ TEST_F(TraceTest, LinesHaveTimeAndThread) {
     EXPECT_EQ(Trace("plain\n"), 1);
     Trace("value %d %s\n", 5, "50% off");
     Trace("no line end");
-    EXPECT_EQ(Masked(Log(), "\\[\\d{4}\\.\\d\\d:[0-9a-f]{3,}\\]"), "# plain\r\n# value 5 50% off\r\n# no line end");
+    EXPECT_EQ(WithoutTimes(Log()), "# plain\r\n# value 5 50% off\r\n# no line end");
 }
 
 TEST_F(TraceTest, LongLinesAreCut) {
@@ -74,8 +98,8 @@ TEST_F(TraceTest, AssertionsAreReportedAndGoOn) {
     EXPECT_ASSERTIONS(4);
     EXPECT_EQ(Assert(true, "x", "f", 1, nullptr, 0), 1);
     EXPECT_EQ(Assert(false, "a>b", "dir/file.cpp", 12, "extra", 1), 1);
-    EXPECT_EQ(Masked(ReadBytes("assert.log"), "-?\\d+"),
-              "--- Test --- " + Masked(Std(CLOCK::DateText(CLOCK::Local())), "\\d+") +
+    EXPECT_EQ(WithoutNumbers(ReadBytes("assert.log")),
+              "--- Test --- " + WithoutNumbers(Std(CLOCK::DateText(CLOCK::Local()))) +
                   " #:#:# ---\r\n\r\n    Condition: a>b\r\n    Location : file.cpp line #\r\n"
                   "    Last Err.: #L\r\n    Add. Info: extra\r\n\r\n\r\n");
     EXPECT_NE(Log().find("*** ASSERTION FAILED: \r\n    Condition: a>b"), std::string::npos);
