@@ -6,9 +6,10 @@ set -eu
 cd "$(dirname "$0")/.."
 . packaging/setup.sh
 
-need_build_packages
-need_windows_packages
-need_packages xvfb
+want_build_packages
+want_windows_packages
+want_packages xvfb
+install_wanted
 { cmake --preset windows-bench && cmake --build --preset windows-bench --target desktop_bench bare_window; } >/dev/null
 
 finish() {

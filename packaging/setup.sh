@@ -1,10 +1,46 @@
-# Sourced by ./run and ./test: sees to it that the packages are there that a job needs.
+# Sourced by ./run and ./test: sees to it that the packages are there that a job needs. First all that are wanted are
+# named by the want_ functions, then install_wanted installs those that are missing, in one go.
 # shellcheck shell=bash
 
-# has_package NAME: is the package installed?
-has_package() {
-    [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+setup_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+wanted=()
+
+want_packages() { wanted+=("$@"); }
+
+# What every build needs, and what the one for Windows and its programs need besides; no program of ours needs what Wine
+# recommends beyond that, which is a gigabyte.
+want_build_packages() { want_packages g++ cmake ninja-build pkg-config zlib1g-dev googletest; }
+want_windows_packages() {
+    want_packages g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 fonts-wine fonts-liberation libxcomposite1 \
+        libxcursor1 libxfixes3 libxi6 libxinerama1 libxrandr2 libxrender1
 }
+
+# What it takes to show a program of Windows without a display.
+want_picture_packages() { want_packages xvfb icewm xdotool imagemagick x11-utils; }
+# display_answers: is there a display at DISPLAY that programs can use? Needs x11-utils.
+display_answers() { [ -n "$DISPLAY" ] && timeout 5 xdpyinfo >/dev/null 2>&1; }
+
+# The servers that tests start for themselves. A machine has one mail server: where there is one already, Postfix would
+# take its place, so there the tests do without.
+want_server_packages() {
+    want_packages dovecot-pop3d dovecot-imapd mailutils-imap4d dnsmasq-base nginx tinyproxy-bin
+    if ! has_package postfix && dpkg-query -W -f='${db:Status-Status} ${Provides}\n' 2>/dev/null |
+        grep -q '^installed .*mail-transport-agent'; then
+        echo "This machine has another mail server than Postfix; the tests that need Postfix are skipped." >&2
+    else
+        want_packages postfix
+    fi
+}
+
+# missing_packages NAME ...: prints those that are not installed in a form for this machine. One that is installed for
+# another kind of processor, too, is told twice.
+missing_packages() {
+    dpkg-query -W -f='${db:Status-Status} ${Package} ${Architecture}\n' "$@" 2>/dev/null |
+        awk -v native="$(dpkg --print-architecture)" -v names="$*" '
+            $1 == "installed" && ($3 == native || $3 == "all") { there[$2] = 1 }
+            END { n = split(names, name, " "); for (i = 1; i <= n; i++) if (!there[name[i]]++) printf "%s ", name[i] }'
+}
+has_package() { [ -z "$(missing_packages "$1")" ]; }
 
 # as_root COMMAND ...: runs it as root, through sudo where that is not us; fails with a message if there is no way.
 as_root() {
@@ -19,74 +55,74 @@ as_root() {
     fi
 }
 
-# need_packages NAME ...: installs those that are missing, by apt; ends the script where that cannot be done. A machine
-# that has no apt is asked to bring them along by itself.
-need_packages() {
-    local name missing=()
+# install_wanted: installs what is wanted and missing, by apt; ends the script where that cannot be done. A machine that
+# has no apt is asked to bring the packages along by itself.
+install_wanted() {
+    local missing log=$setup_root/build/install.log code
     if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
-        echo "This machine has no apt. These packages of Debian, or what they hold, have to be there: $*" >&2
+        echo "This machine has no apt. These packages of Debian, or what they hold, have to be there: ${wanted[*]}" >&2
         return 0
     fi
-    for name in "$@"; do
-        has_package "$name" || missing+=("$name")
-    done
+    read -r -a missing < <(missing_packages "${wanted[@]}")
     [ ${#missing[@]} -gt 0 ] || return 0
 
-    echo "Installing with apt: ${missing[*]}" >&2
-    # A fresh machine has no lists of packages yet, and an older one lists packages that are gone.
-    if as_root apt-get update -qq >&2 &&
-        as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q -o DPkg::Lock::Timeout=300 "${missing[@]}" >&2
-    then
-        return 0
-    fi
+    mkdir -p "${log%/*}" || exit 2
+    as_root "$setup_root/packaging/install-packages" "${missing[@]}" >"$log"
+    code=$?
+    [ "$code" != 0 ] || return 0
     {
-        echo
-        echo "These packages are missing and could not be installed: ${missing[*]}"
+        [ "$code" = 3 ] || grep '^E: ' "$log" | tail -n 5
+        echo "These packages are missing and were not installed: ${missing[*]}"
         echo "Please install them as root, and start $0 again:"
-        echo "  apt-get update && apt-get install ${missing[*]}"
+        echo "  apt-get update && apt-get install --no-install-recommends ${missing[*]}"
+        [ "$code" = 3 ] || echo "All that was said is in $log"
     } >&2
     exit 2
 }
 
-# What every build needs, and what the one for Windows and its programs need besides.
-need_build_packages() {
-    need_packages g++ cmake ninja-build pkg-config zlib1g-dev googletest
+# logged LOG LABEL COMMAND ...: runs the command with its output in the log. On a terminal a line tells how far a build or
+# the tests are; elsewhere there is a word once something is built.
+logged() {
+    local log=$1 label=$2
+    shift 2
+    "$@" </dev/null 2>&1 | tee "$log" | show_steps "$label" >&2
+    return "${PIPESTATUS[0]}"
 }
-need_windows_packages() {
-    need_packages g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64
-}
-
-# The servers that tests start for themselves. A machine has one mail server: where there is one already, Postfix would
-# take its place, so there the tests do without.
-need_server_packages() {
-    local mail_server=(postfix)
-    if ! has_package postfix; then
-        if dpkg-query -W -f='${db:Status-Status} ${Provides}\n' 2>/dev/null |
-            grep -q '^installed .*mail-transport-agent'; then
-            echo "This machine has another mail server than Postfix; the tests that need Postfix are skipped." >&2
-            mail_server=()
-        elif command -v debconf-set-selections >/dev/null; then
-            # Left without a configuration, it does not start by itself.
-            echo "postfix postfix/main_mailer_type select No configuration" | as_root debconf-set-selections
-        fi
-    fi
-    # Nor shall the machine serve web pages from now on.
-    local mask_nginx=
-    if ! has_package nginx && [ -d /run/systemd/system ]; then
-        as_root systemctl --quiet mask nginx && mask_nginx=1
-    fi
-    need_packages dovecot-pop3d dovecot-imapd mailutils-imap4d dnsmasq-base nginx tinyproxy-bin "${mail_server[@]}"
-    if [ -n "$mask_nginx" ]; then
-        as_root systemctl --quiet unmask nginx
-        as_root systemctl --quiet disable nginx
-    fi
+show_steps() {
+    local line step= shown= passed=0 failed=0
+    while IFS= read -r line; do
+        case $line in
+            \[*/*\]\ *)
+                step=${line#[}
+                step="building, step ${step%%]*}"
+                [ -t 2 ] || [ -n "$shown" ] || echo "$1: building, the first time for some minutes"
+                ;;
+            *": [       OK ] "*) passed=$((passed + 1)) step="$passed tests passed, $failed failed" ;;
+            *": [  FAILED  ] "*" ms)") failed=$((failed + 1)) step="$passed tests passed, $failed failed" ;;
+            *) continue ;;
+        esac
+        [ ! -t 2 ] || printf '\r\033[K%s: %s' "$1" "$step"
+        shown=1
+    done
+    [ ! -t 2 ] || [ -z "$shown" ] || printf '\r\033[K'
 }
 
-# use_private_wine DIRECTORY: Wine keeps its files there, asks nothing and shows nothing.
+# use_private_wine DIRECTORY: Wine keeps its files there, asks nothing and shows nothing. The second half takes its time
+# at the first time.
 use_private_wine() {
-    export WINEPREFIX="$1" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=
+    name_private_wine "$1"
+    make_private_wine
+}
+name_private_wine() { export WINEPREFIX="$1" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=; }
+make_private_wine() {
     # What the setting up has started would go on without the display that may be there for programs.
     [ -d "$WINEPREFIX" ] || { wineboot --init >/dev/null 2>&1; wineserver -w; }
+}
+
+# keep_wine: without a program Wine ends, and the next one has to wait until all of it has started again. So one waits
+# there, until `wineserver -k` or the end of this shell.
+keep_wine() {
+    exec {wine_input}> >(exec wine cmd >/dev/null 2>&1)
 }
 
 # start_display: a display of its own, without a screen, for programs with windows. Sets DISPLAY, and display_pid for the
