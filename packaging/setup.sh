@@ -9,7 +9,7 @@ want_packages() { wanted+=("$@"); }
 
 # What every build needs, and what the one for Windows and its programs need besides; no program of ours needs what Wine
 # recommends beyond that, which is a gigabyte.
-want_build_packages() { want_packages g++ cmake ninja-build pkg-config zlib1g-dev googletest; }
+want_build_packages() { want_packages g++ cmake ninja-build pkg-config zlib1g-dev googletest libgmock-dev; }
 want_windows_packages() {
     want_packages g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 fonts-wine fonts-liberation libxcomposite1 \
         libxcursor1 libxfixes3 libxi6 libxinerama1 libxrandr2 libxrender1
@@ -83,28 +83,41 @@ install_wanted() {
 # logged LOG LABEL COMMAND ...: runs the command with its output in the log. On a terminal a line tells how far a build or
 # the tests are; elsewhere there is a word once something is built.
 logged() {
-    local log=$1 label=$2
+    local log=$1 label=$2 code
     shift 2
-    "$@" </dev/null 2>&1 | tee "$log" | show_steps "$label" >&2
-    return "${PIPESTATUS[0]}"
+    : >"$log"
+    # No pipe: what Wine leaves running would keep it open.
+    show_steps "$label" "$log" &
+    "$@" >"$log" 2>&1 </dev/null
+    code=$?
+    { kill -USR1 $! && wait $!; } 2>/dev/null
+    return "$code"
 }
 show_steps() {
-    local line step= shown= passed=0 failed=0
-    while IFS= read -r line; do
+    local part line='' step='' failed=0 passed=0 last=''
+    trap 'last=1' USR1
+    while :; do
+        if ! IFS= read -r part; then
+            line+=$part
+            [ -z "$last" ] && kill -0 $$ || break
+            [ -z "$step" ] || [ ! -t 2 ] || printf '\r\033[K%s: %s' "$1" "$step" >&2
+            sleep 0.3
+            continue
+        fi
+        line+=$part
         case $line in
             \[*/*\]\ *)
+                [ -t 2 ] || [ -n "$step" ] || echo "$1: building, the first time for some minutes" >&2
                 step=${line#[}
                 step="building, step ${step%%]*}"
-                [ -t 2 ] || [ -n "$shown" ] || echo "$1: building, the first time for some minutes"
                 ;;
-            *": [       OK ] "*) passed=$((passed + 1)) step="$passed tests passed, $failed failed" ;;
-            *": [  FAILED  ] "*" ms)") failed=$((failed + 1)) step="$passed tests passed, $failed failed" ;;
-            *) continue ;;
+            *": [       OK ] "*) passed=$((passed + 1)) ;;&
+            *": [  FAILED  ] "*" ms)") failed=$((failed + 1)) ;;&
+            *": [  "*) step="$passed tests passed, $failed failed" ;;
         esac
-        [ ! -t 2 ] || printf '\r\033[K%s: %s' "$1" "$step"
-        shown=1
-    done
-    [ ! -t 2 ] || [ -z "$shown" ] || printf '\r\033[K'
+        line=''
+    done <"$2"
+    [ ! -t 2 ] || [ -z "$step" ] || printf '\r\033[K' >&2
 }
 
 # use_private_wine DIRECTORY: Wine keeps its files there, asks nothing and shows nothing. The second half takes its time
@@ -119,10 +132,18 @@ make_private_wine() {
     [ -d "$WINEPREFIX" ] || { wineboot --init >/dev/null 2>&1; wineserver -w; }
 }
 
-# keep_wine: without a program Wine ends, and the next one has to wait until all of it has started again. So one waits
-# there, until `wineserver -k` or the end of this shell.
+# keep_wine: without a program Wine ends, and the next program waits until all of it has started again; what it starts
+# then holds on to that program's output. So one program waits there, until `wineserver -k` or the end of this shell.
 keep_wine() {
-    exec {wine_input}> >(exec wine cmd >/dev/null 2>&1)
+    local i said
+    said=$(mktemp)
+    exec {wine_input}> >(exec wine cmd >"$said" 2>/dev/null)
+    echo 'echo it has started' >&"$wine_input"
+    for ((i = 0; i < 600; i++)); do
+        grep -q 'it has started' "$said" && break
+        sleep 0.1
+    done
+    rm -f "$said"
 }
 
 # start_display: a display of its own, without a screen, for programs with windows. Sets DISPLAY, and display_pid for the

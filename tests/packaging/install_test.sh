@@ -50,8 +50,10 @@ cat >bin/update-rc.d <<END
 for link in "\$DPKG_ROOT"/etc/rc[2345].d/S??"\$1"; do [ ! -L "\$link" ] || mv "\$link" "\${link%/*}/K01\$1"; done
 END
 chmod 755 bin/update-rc.d
-printf '#!/bin/sh\nexit 104\n' >root/usr/sbin/policy-rc.d
-chmod 755 root/usr/sbin/policy-rc.d
+# The machine's own policy, as a run that was killed left it.
+printf '#!/bin/sh\nexit 104\n' >root/usr/sbin/policy-rc.d.before-tarnwick
+printf '#!/bin/sh\n# Made by Tarnwick for the time of one installation.\nexit 0\n' >root/usr/sbin/policy-rc.d
+chmod 755 root/usr/sbin/policy-rc.d*
 package before 1
 package before 2
 package postman 1
