@@ -34,7 +34,6 @@ constexpr int CONNECTION_PERMANENT = 0;
 constexpr int CONNECTION_DIALUP = 1;
 
 constexpr const char* ERROR_PREFIX = "-ERR";
-constexpr const char* SUCCESS_PREFIX = "+OK ";
 constexpr const char* BROKEN_LISTING = "-ERR Unknown Error";
 
 /// True if a mailbox's text is a listing that can be believed; otherwise it is an error text afterwards. A text that no
@@ -42,14 +41,9 @@ constexpr const char* BROKEN_LISTING = "-ERR Unknown Error";
 bool TakeListing(STRING& text) {
     if (LISTING::BeginsWith(text.View(), ERROR_PREFIX))
         return false;
-    // The mailbox did not confirm the end of the conversation: good if nothing was missing by then.
-    const bool unconfirmed = LISTING::BeginsWith(text.View(), SUCCESS_PREFIX);
-    if (unconfirmed)
-        text.DeleteLeft(STRING(SUCCESS_PREFIX).Length());
     const int count = LISTING::ReadSummary(text).Count;
     const int blocks = LISTING::CountBlocks(text);
-    const bool broken =
-        !ASCII::IsDigit(std::as_const(text)[0]) || (count > 0 && (blocks == 0 || (unconfirmed && blocks != count)));
+    const bool broken = !ASCII::IsDigit(std::as_const(text)[0]) || (count > 0 && blocks == 0);
     if (broken) {
         Trace("TARNWICK::UpdateItem %d mails in a listing of %s\n", blocks, text.Line(0, WORD_NEVERNULL).Text());
         text = BROKEN_LISTING;

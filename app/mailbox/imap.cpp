@@ -71,7 +71,7 @@ class READER {
         // Numbers grow with arrival: the newest mail comes first.
         int position = 1;
         for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) {
-            if (Listing.Length() >= ImapTimes.ListingBytes)
+            if (Listing.Length() + (position - 1) * ImapTimes.MailPrice >= ImapTimes.ListingBytes)
                 break;
             if (!ReadMail(*number, position++))
                 return false;

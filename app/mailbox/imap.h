@@ -14,7 +14,9 @@ struct IMAPTIMES {
     int PauseMs = 250;               // behind LOGIN when reading, ahead of it when deleting and moving
     int ReplySeconds = 300;          // a reply whose lines take longer than this has no end, and so has one
     int64_t ReplyBytes = 16 << 20;   // of more bytes; the list of two million mails is as long
-    int64_t ListingBytes = 1 << 30;  // reading ends behind the mail that passes this: no server fills the memory
+    int64_t LiteralBytes = 65536;    // what is kept of a literal: nobody's mail makes the others unreadable
+    int64_t ListingBytes = 1 << 30;  // reading ends with the mail that passes this: no server fills the memory
+    int64_t MailPrice = 3072;        // counted beside its bytes for each mail: what its record takes at least
 };
 extern IMAPTIMES ImapTimes;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "app/mailbox/imap.h"
 #include "app/mailbox/imapreply.h"
@@ -140,24 +141,26 @@ bool IMAPCONVERSATION::ReadLine() {
         const int64_t literal = IMAPREPLY::LiteralAhead(Line, from);
         if (literal < 0)
             return true;
-        Line += "\r\n";
-        if (!ReadLiteral(literal))
+        const int64_t kept = std::min(literal, ImapTimes.LiteralBytes);
+        Line.replace(Line.rfind('{'), Line.npos, "{" + std::to_string(kept) + "}\r\n");
+        if (!ReadLiteral(literal, kept))
             return false;
     }
 }
 
-bool IMAPCONVERSATION::ReadLiteral(int64_t bytes) {
-    Endless = bytes > ImapTimes.ReplyBytes - Bytes;
-    Bytes += Endless ? 0 : bytes;
+bool IMAPCONVERSATION::ReadLiteral(int64_t bytes, int64_t kept) {
+    Endless = bytes >= ImapTimes.ListingBytes;
+    Bytes += kept;
+    std::string piece;
     while (bytes > 0 && IsWithinLimits()) {
-        const size_t before = Line.size();
-        int piece = static_cast<int>(std::min(bytes, LITERAL_PIECE));
-        Line.resize(before + static_cast<size_t>(piece));
-        const bool come = Device.Read(Line.data() + before, &piece, ImapTimes.LineMs, nullptr);
-        Line.resize(before + static_cast<size_t>(piece));
-        if (!come)
+        int count = static_cast<int>(std::min(bytes, LITERAL_PIECE));
+        piece.resize(static_cast<size_t>(count));
+        if (!Device.Read(piece.data(), &count, ImapTimes.LineMs, nullptr))
             return false;
-        bytes -= piece;
+        const int64_t taken = std::min<int64_t>(count, kept);
+        Line.append(piece, 0, static_cast<size_t>(taken));
+        kept -= taken;
+        bytes -= count;
     }
     return !Endless;
 }

@@ -54,7 +54,7 @@ class IMAPCONVERSATION {
  private:
     // Each is false, with what has come in Line, if the rest did not come or would be too much.
     bool ReadLine();
-    bool ReadLiteral(int64_t bytes);
+    bool ReadLiteral(int64_t bytes, int64_t kept);
     bool IsWithinLimits();
     void Begin();
     bool End(bool whole, std::string_view tag);

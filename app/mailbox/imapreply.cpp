@@ -77,12 +77,8 @@ class ITEMS {
                 last = c;
                 return depth == 0;
             });
-        if (!Rest.starts_with('"') && !LiteralAt(Rest, 0, bytes)) {
-            bytes = Take([](char c) { return c == ' ' || c == ')'; });
-            if (IsWord(bytes, "NIL"))
-                text = "";
-            return bytes;
-        }
+        if (!Rest.starts_with('"') && !LiteralAt(Rest, 0, bytes))
+            return Take([](char c) { return c == ' ' || c == ')'; });
         const size_t end = StepEnd(Rest, 0);
         text = bytes.data() ? std::string(bytes) : Unquoted(Rest.substr(0, end));
         Rest.remove_prefix(end);

@@ -41,7 +41,7 @@ struct FETCHED {
     bool BadSize = false;             // a size that is no number
     std::optional<uint64_t> Size;     // bytes
     uint32_t Uid = 0;                 // 0: none
-    std::optional<std::string> Text;  // of a BODY[...]: from a literal or a quoted text; NIL is an empty one
+    std::optional<std::string> Text;  // of a BODY[...]: from a literal or a quoted text; NIL is none
 };
 
 /// Stands for the number of whatever mail a line tells of.

@@ -186,7 +186,12 @@ void NOTIFICATION::PostPopup(STRINGARRAY& item, const CHECKREPORT& report, const
     const int handle = item.GetNumber("@Handle");
     if (details.Lines == 1) {
         const STRINGARRAY& last = report.Records[report.NewMails.back()];
-        item.Set("@X-DeleteMessageId", last.Get("X-Message-Id") || "\n");
+        // Of two mails with one id nobody knows which one would go.
+        const STRING& id = last["X-Message-Id"];
+        int same = 0;
+        for (int i = 0; i < report.Records.Count(); ++i)
+            same += report.Records[i]["X-Message-Id"] == id;
+        item.Set("@X-DeleteMessageId", same == 1 ? id || "\n" : STRING(""));
         const std::lock_guard hold(Guard);
         Mail = last;
     }

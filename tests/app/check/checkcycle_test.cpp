@@ -160,8 +160,7 @@ TEST_F(Check, NothingButAWholeListingForgetsMails) {
                  {"1 msgs", false},
                  {"+OK ", false},
                  {"+OK 2 msgs|2 unread|0 bytes\n" + block, false},
-                 {"+OK 1 msgs|1 unread|0 bytes\n" + block, true},  // only the end was not confirmed
-                 {"+ok 0 msgs|0 unread|0 bytes\n", true},
+                 {"+OK 1 msgs|1 unread|0 bytes\n" + block, false},
                  {"0 msgs|? unread|0 bytes\n", true}};
     STRINGARRAY& item = AddItem("a", 0);
     EXPECT_ASSERTIONS(1);  // the empty text

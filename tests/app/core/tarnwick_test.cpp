@@ -5,6 +5,7 @@
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "tests/app/core/coresupport.h"
+#include "tests/servers/scriptedserver.h"
 
 namespace {
 
@@ -68,6 +69,56 @@ TEST_F(Tarnwick, AStopReachesTheFilterFromWhoeverIsAsked) {
     EXPECT_EQ(app->Filter().SpamFilter(item, listing).Line(0), "1 msgs|0 unread|1 bytes");
     app->Stop();
     EXPECT_EQ(app->Filter().SpamFilter(item, listing), "-ERR Stopped");
+}
+
+TEST_F(Tarnwick, EndsWhateverAServerDoesAndKeepsTheItemAsItWas) {
+    using namespace PLAY;
+    const std::string ok = "+OK\r\n";
+    SCRIPT logon = {Send(ok), ExpectPrefix("USER"), Send(ok), ExpectPrefix("PASS"), Send(ok), ExpectPrefix("STAT")};
+    const auto listing = [&](const char* state, std::vector<STEP> rest) {
+        SCRIPT script = logon;
+        script.push_back(Send(state));
+        script.insert(script.end(), rest.begin(), rest.end());
+        return script;
+    };
+    std::string flood;
+    for (int i = 0; i < 500000; ++i)
+        flood += "a line of one mail that goes on and on, as far as anybody can see\r\n";
+    const struct {
+        const char* What;
+        const char* Type;
+        SCRIPT Script;
+    } CASES[] = {
+        {"silent from the start", "1", {Silence()}},
+        {"a drip", "1", {Drip("+OK " + std::string(100000, 'x'))}},
+        {"silent in the middle", "1", listing("+OK 1000000 1000000000\r\n", {ExpectPrefix("LIST"), Silence()})},
+        {"a huge mail", "1",
+         listing("+OK 1 1000000000\r\n", {ExpectPrefix("LIST"), Send("+OK 1 1000000000\r\n"), ExpectPrefix("TOP"),
+                                          Send(ok + "A: b\r\n\r\n" + flood)})},
+        {"silent to IMAP", "2", {Send("* OK ready\r\n"), ExpectPrefix(""), Silence()}},
+        {"a literal without end", "2", {Send("* OK ready\r\n"), ExpectPrefix(""), Send("* X {900000000}\r\n" + flood)}},
+    };
+    for (const auto& c : CASES) {
+        SCOPED_TRACE(c.What);
+        SCRIPTEDSERVER server(c.Script);
+        WriteBytes(Data.File("tarnwick.ini"), "ConnectionType=0\r\nVersion=2.02\r\n");
+        WriteBytes(Data.File("accounts.ini"), "[#0]\r\nName=a\r\nType=" + std::string(c.Type) +
+                                                  "\r\nSource=" + server.HostPort() +
+                                                  "|joe\r\nTimingCyclic=600\r\nLastRC=5|5\r\nLastValue=kept\r\n");
+        auto app = Make();
+        ASSERT_TRUE(app->Open());
+        app->Start();
+        EXPECT_TRUE(Eventually([&] { return server.Connections() > 0; }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        const auto start = std::chrono::steady_clock::now();
+        app->Stop();
+        app.reset();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+        const std::string items = InData("accounts.ini");
+        EXPECT_NE(items.find("LastRC=5|5\r\n"), std::string::npos) << items;
+        EXPECT_NE(items.find("LastValue=kept\r\n"), std::string::npos) << items;
+        server.Mismatch();
+    }
 }
 
 TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {

@@ -122,7 +122,7 @@ TEST(ImapGet, OutcomeOfWhatAServerMaySay) {
         {"a header of five digits", HEADER, headerReply(literal(std::string(12000, 'x'))), FIELDS,
          "X-Transport: " + header + "\n", ""},
         {"a header of none", HEADER, headerReply("{0}\r\n"), FIELDS, header, ""},
-        {"a header that is nil", HEADER, headerReply("nil"), FIELDS, header, ""},
+        {"a header that is nil", HEADER, headerReply("nil"), FIELDS, "X-Transport: " + header + "\n", ""},
         {"no header", HEADER, headerReply("{}"), FIELDS, "X-Transport: " + header + "\n", ""},
         {"a header in quotes", HEADER, headerReply("\"a \\\"b\\\\ {3}\""), FIELDS, header, "a \"b\\\\ {3}"},
         {"a header shorter than it is", HEADER, headerReply("{4}\r\nFrom: a\r\nTo: b\r\n\r\n"), FIELDS, header, "From"},
@@ -300,6 +300,17 @@ TEST(ImapGet, AServerWithoutEndIsNotHeardToItsEnd) {
         EXPECT_EQ(outcome, (OUTCOME{false, "-ERR IMAP99 BAD reply without end"})) << bytes;
         server.Mismatch();
     }
+}
+
+TEST(ImapGet, AMailOfAnySizeCostsNoMoreThanItsBeginning) {
+    SHORTTIMES times(8000);
+    ImapTimes.LiteralBytes = 12000;
+    ImapTimes.ReplyBytes = 15000;
+    const std::string header = "* 7 FETCH (BODY[HEADER] {500000}\r\n" + std::string(500000, 'x') + ")\r\n" + DONE;
+    const auto exchanges = Deviating(HEADER, header, FIELDS);
+    SCRIPTEDSERVER server(ServerScript(GREETING, exchanges));
+    const std::string transport = "X-Transport: From: a\\r\\nTo: b\\r\\n\\r\\n\n";
+    EXPECT_EQ(Problem(server, exchanges, Get(server), {true, Replaced(LISTED, transport, "")}), "");
 }
 
 // Whatever a server does, the program can end.
