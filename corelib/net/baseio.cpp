@@ -69,10 +69,12 @@ void BASEIO::Daemon() {
     do {
         // Asked for one byte, a device without any blocks until data arrive.
         int length = ReadsWhatIsThere ? PIECE_BYTES : std::clamp(DevGetNumAvail(), 1, PIECE_BYTES);
+        Drained = false;
         if (DevRead(buffer.get(), &length)) {
             if (length > 0)
                 Feed(buffer.get(), length);
         } else {
+            Drained = true;
             PauseOver.Wait(TcpTimes.ReadFailedMs);
             PauseOver.Reset();
         }
@@ -143,9 +145,8 @@ STRING BASEIO::GetInfo(const char* key) {
 
 bool BASEIO::Read(char* buffer, int* length, int timeoutMs, const char* until) {
     const int room = *length;
-    // Who is to be stopped looks up from the longest wait.
-    const int wait =
-        StopAsked && (timeoutMs < 0 || timeoutMs / 4 > TcpTimes.StopLookMs) ? TcpTimes.StopLookMs : timeoutMs / 4;
+    // From the longest wait it looks up, whether the peer is still there and the program is to go on.
+    const int wait = timeoutMs < 0 ? TcpTimes.StopLookMs : std::min(timeoutMs / 4, TcpTimes.StopLookMs);
     // What is there already needs no clock: most lines of a reply are behind its first in the ring.
     int count = room;
     Ring.Read(buffer, &count, 0, until);
@@ -173,6 +174,11 @@ bool BASEIO::Read(char* buffer, int* length, int timeoutMs, const char* until) {
         }
         if (count >= room)
             break;
+        // Asked in this order: what came ahead of the end is in the ring by then.
+        if (HasHungUp() && Drained && Ring.Avail() == 0) {
+            Trace("BASEIO::Read the peer has gone\n");
+            break;
+        }
         if (!waited)
             start = looked = CLOCK::DayMilliSeconds();
         if (looked < start) {

@@ -73,7 +73,8 @@ class BASEIO {
 
     /// True if at least one byte arrived within timeoutMs; *length goes in as the room and comes out as the count. Ends
     /// early after a byte of `until`, or after a zero byte if there is an `until`. False with nothing, whatever has
-    /// come, once the program is to end, and once the peer has been too slow for the whole conversation (see PACE).
+    /// come, once the program is to end, and once the peer has been too slow for the whole conversation (see PACE). Who
+    /// has hung up is not waited for.
     bool Read(char* buffer, int* length, int timeoutMs, const char* until);
     /// length -1: the text's own length. What DevWrite returns.
     int Write(const char* buffer, int length);
@@ -94,6 +95,8 @@ class BASEIO {
     /// none.
     bool ReadsWhatIsThere = false;
 
+    /// True if a call was up and its peer has ended it: nothing more will come than what has.
+    virtual bool HasHungUp() const { return false; }
     bool IsStopped() const { return StopAsked && StopAsked(); }
     const STOPQUESTION& StopQuestion() const { return StopAsked; }
     /// The owner's thread alone has these. A new call begins with new ones.
@@ -118,6 +121,7 @@ class BASEIO {
  private:
     std::mutex FeedGuard;
     EVENTSEM PauseOver;
+    std::atomic<bool> Drained = false;  // the daemon thread has handed over all that its device had
     STOPQUESTION StopAsked;
 
     static unsigned DaemonEntry(void* self);

@@ -125,6 +125,7 @@ void TCPIPIO::GoOnline(const SOCKETREF& connection, const STRING& callerId) {
         LastActivity = CLOCK::Seconds();
         Connection = connection;
         Socket = connection->Number;
+        WasOnline = true;
     }
     WakeDaemon();
 }

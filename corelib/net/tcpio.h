@@ -67,6 +67,9 @@ class TCPIPIO final : public BASEIO {
 
     bool IsOnline() const { return Socket.load() != SOCKETS::NONE; }
 
+ protected:
+    bool HasHungUp() const override { return WasOnline && !IsOnline(); }
+
  private:
     /// Marks a path of the device as busy for the length of a scope.
     class BUSY {
@@ -118,6 +121,7 @@ class TCPIPIO final : public BASEIO {
     std::mutex Guard;
     // The number of Connection, for those who only look whether there is a call.
     std::atomic<SOCKETS::SOCK> Socket = SOCKETS::NONE;
+    std::atomic<bool> WasOnline = false;
     SOCKETREF Connection;  // guarded
     STRING CallerId;       // guarded
     STRING HostName;
