@@ -92,6 +92,13 @@ TEST_F(Items, AreCheckedOrEditedButNotBoth) {
 class Check : public CYCLETEST {
  protected:
     std::string Value(const char* key) { return Std(Items[0].Get(key)); }
+    /// Adds an IMAP item all of whose mails go to the trash.
+    void TrashEverything(const TEMPDIR& dir) {
+        Trash.SetDirectory(dir.Path());
+        State.Set("SpamDoTrash", "1");
+        State.Set("SpamTrashPoints", "0");
+        AddItem("a", 600).Set("Type", "2");
+    }
 };
 
 TEST_F(Check, RunsInOrder) {
@@ -179,10 +186,7 @@ TEST_F(Check, NothingButAWholeListingForgetsMails) {
 
 TEST_F(Check, AServerThatKeepsItsMailsMakesNoLoop) {
     const TEMPDIR dir;
-    Trash.SetDirectory(dir.Path());
-    State.Set("SpamDoTrash", "1");
-    State.Set("SpamTrashPoints", "0");
-    AddItem("a", 600).Set("Type", "2");
+    TrashEverything(dir);
     Mailboxes.Listing = ONE_MAIL;
     // Each period tries again, and no more.
     const LIST PERIODS[] = {{"get a", "delete a", "get a"}, {"delete a", "get a"}, {"delete a", "get a"}};
@@ -213,10 +217,7 @@ TEST_F(Check, AServerThatKeepsItsMailsMakesNoLoop) {
 
 TEST_F(Check, TheEndOfTheProgramLeavesTheItemAsItWas) {
     const TEMPDIR dir;
-    Trash.SetDirectory(dir.Path());
-    State.Set("SpamDoTrash", "1");
-    State.Set("SpamTrashPoints", "0");
-    AddItem("a", 600).Set("Type", "2");
+    TrashEverything(dir);
     Mailboxes.Listing = "2 msgs|2 unread|0 bytes\nMessage-Id: a\n\nbody\n\1Message-Id: b\n\nbody\n\1";
     Items[0].Set("LastSeenIds", "old");
     CHECKCYCLE::ForceRefresh(Items[0], 1);
