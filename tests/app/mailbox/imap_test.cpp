@@ -332,6 +332,8 @@ TEST(ImapGet, StopsWhenItIsAsked) {
         {"many mails", GREETING, everything, true},
     };
     for (const auto& c : cases) {
+        SHORTTIMES times(8000);
+        TcpTimes.StopLookMs = 1;
         int commands = 0;
         ANSWERINGDEVICE device(c.Greeting, [&](const std::string& line) {
             ++commands;
@@ -340,8 +342,6 @@ TEST(ImapGet, StopsWhenItIsAsked) {
         RECORDINGROW row;
         int asked = 0;
         row.StopAsked = [&] { return ++asked > 50; };
-        SHORTTIMES times(8000);
-        TcpTimes.StopLookMs = 1;
         STRING result;
         EXPECT_FALSE(ImapRead(device, row.Call(""), "", IMAP_BODY_BYTES, result)) << c.What;
         EXPECT_EQ(Std(result), "-ERR ") << c.What;
