@@ -4,7 +4,6 @@
 #include "app/demo/pop3service.h"
 #include "app/demo/samplemail.h"
 #include "app/notify/traydisplay.h"
-#include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "tests/app/desktop/desktopsupport.h"
 
@@ -162,7 +161,6 @@ TEST_F(Notice, AMailOnTheServerComesToTheUser) {
     EXPECT_TRUE(Window->IsVisible());
     EXPECT_EQ(Window->SelectedItems(), std::vector<int>{Handle("a")});
     EXPECT_FALSE(HasTimer(TIMER_BLINK));
-    FILES::Remove(LAST_POPUP_FILE);
 }
 
 TEST_F(Notice, AnAlertEndsByItsTimeAndComesBackWhenTheUserWants) {
@@ -175,7 +173,7 @@ TEST_F(Notice, AnAlertEndsByItsTimeAndComesBackWhenTheUserWants) {
         EXPECT_FALSE(HasTimer(TIMER_ALERT));
     }
     // The present one goes at once, and the last real one comes behind the delay.
-    WriteBytes(LAST_POPUP_FILE, "seen before\nthis");
+    WriteBytes(Engine->DataFile(LAST_POPUP_FILE), "seen before\nthis");
     const HWND before = Alert();
     Command(COMMAND_REMIND_LATER);
     EXPECT_TRUE(PumpUntil([&] { return Alert() != before; }));
@@ -183,7 +181,6 @@ TEST_F(Notice, AnAlertEndsByItsTimeAndComesBackWhenTheUserWants) {
     EXPECT_TRUE(HasTimer(TIMER_ALERT));
     Tick(TIMER_ALERT);
     EXPECT_EQ(Alert(), nullptr);
-    FILES::Remove(LAST_POPUP_FILE);
 }
 
 TEST_F(Notice, AnAlertIsReplacedClickedAndGivesCommands) {

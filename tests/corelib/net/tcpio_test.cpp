@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -204,11 +205,12 @@ TEST_F(TcpIo, AStopEndsAReadAndAWriteAndTheDevice) {
     const std::string flood(50000000, 'f');
     for (const SCRIPT& script : SCRIPTS) {
         SCRIPTEDSERVER server(script);
-        const STOPSOON stop;
+        std::optional<STOPSOON> stop;
         {
             TCPIPIO device("", "", "");
-            device.SetStopQuestion(stop.Question());
             ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
+            stop.emplace();
+            device.SetStopQuestion(stop->Question());
             if (script[0].Kind == STEP::DEAFNESS) {
                 EXPECT_LT(device.Write(flood.data(), static_cast<int>(flood.size())), 0);
                 EXPECT_EQ(Info(device, "ONLINE"), "0");
@@ -217,7 +219,7 @@ TEST_F(TcpIo, AStopEndsAReadAndAWriteAndTheDevice) {
                 }
             }
         }
-        EXPECT_STOPPED(stop);
+        EXPECT_STOPPED(*stop);
     }
 }
 
