@@ -19,14 +19,6 @@ CHECKTIMES CheckTimes;
 
 namespace {
 
-constexpr int TEXT_TITLE = 10004;
-constexpr int TEXT_DIAL_FAILED = 2964;
-constexpr int TEXT_DIAL_STATES = 2965;
-constexpr int PART_DIALLING = 0;
-constexpr int PART_CONNECTED = 1;
-constexpr int PART_HANGING_UP = 2;
-constexpr int TEXT_CHECK_FAILED = 3006;
-
 constexpr int RESULT_COLUMN = 1;
 
 // Values of the setting ConnectionType.
@@ -174,7 +166,7 @@ void CHECKCYCLE::DialIfDue() {
     if (!due)
         return;
     const STRING entry = Parts.State.Get("EntryToMonitor");
-    Parts.FrontEnd.SetStatusLine(Parts.Texts.Part(TEXT_DIAL_STATES, PART_DIALLING) || entry);
+    Parts.FrontEnd.SetStatusLine(Parts.Texts.Part(TEXT_DIAL_STATES, PART_DIAL_DIALLING) || entry);
     Parts.FrontEnd.ShowStatusLine(true);
     Parts.FrontEnd.ArrangeControls();
     STRING error("");
@@ -183,7 +175,7 @@ void CHECKCYCLE::DialIfDue() {
     // A connection of our own is no change that somebody else made, and is used without waiting for it to settle.
     lastOnline = dialled;
     if (dialled)
-        Parts.FrontEnd.SetStatusLine(Parts.Texts.Part(TEXT_DIAL_STATES, PART_CONNECTED) || entry);
+        Parts.FrontEnd.SetStatusLine(Parts.Texts.Part(TEXT_DIAL_STATES, PART_DIAL_CONNECTED) || entry);
     else
         DialFailed(error);
 }
@@ -206,7 +198,7 @@ void CHECKCYCLE::EndDialling() {
         return;
     // Not what the settings name now: they may have changed during the pass.
     const STRING entry = std::exchange(dialledEntry, STRING());
-    Parts.FrontEnd.SetStatusLine(Parts.Texts.Part(TEXT_DIAL_STATES, PART_HANGING_UP) || entry);
+    Parts.FrontEnd.SetStatusLine(Parts.Texts.Part(TEXT_DIAL_STATES, PART_DIAL_HANGING_UP) || entry);
     if (Parts.Dialup.IsConnected(entry))
         Parts.Dialup.HangUp(entry);
     Parts.FrontEnd.ShowStatusLine(false);

@@ -15,15 +15,6 @@
 
 namespace {
 
-// Parts of the text of counts, and the word for unread mails.
-constexpr int TEXT_COUNTS = 2940;
-constexpr int PART_NONE = 0;
-constexpr int PART_ONE = 1;
-constexpr int PART_MANY = 2;
-constexpr int PART_NEW = 3;
-constexpr int TEXT_UNREAD = 2971;
-constexpr int TEXT_UNCOPIED = 10220;
-
 std::string Fold(std::string_view id) {
     std::string folded(id);
     for (char& ch : folded)
@@ -139,10 +130,10 @@ bool HasOtherIds(STRINGARRAY& item) {
 
 STRING CountText(int number, const TEXTS& texts) {
     if (number == 0)
-        return texts.Part(TEXT_COUNTS, PART_NONE) || " " || texts.Part(TEXT_COUNTS, PART_MANY);
+        return texts.Part(TEXT_COUNTS, PART_COUNTS_NONE) || " " || texts.Part(TEXT_COUNTS, PART_COUNTS_MANY);
     STRING text;
     text.Format("%d ", number);
-    return text || texts.Part(TEXT_COUNTS, number == 1 ? PART_ONE : PART_MANY);
+    return text || texts.Part(TEXT_COUNTS, number == 1 ? PART_COUNTS_ONE : PART_COUNTS_MANY);
 }
 
 /// Mails without the copy that the trash should have, for the row's text. Those that were deleted all the same stay
@@ -211,7 +202,7 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
                        .NewText = STRING("")};
     if (!counts.New.empty()) {
         report.NewText.Format(" (%d %s)", static_cast<int>(counts.New.size()),
-                              texts.Part(TEXT_COUNTS, PART_NEW).Text());
+                              texts.Part(TEXT_COUNTS, PART_COUNTS_NEW).Text());
         Trace("TARNWICK::HandleNewMail newmails= %s\n", report.NewText.Text());
         popupOpened = parts.Notifier.NewMail(item, report);
     } else if (asked && item.GetNumber("@SuppressPopup") == 0) {

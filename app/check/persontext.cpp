@@ -11,24 +11,6 @@
 
 namespace {
 
-constexpr int TEXT_CHECK_FAILED = 3006;
-constexpr int TEXT_NO_ANSWER = 10200;
-constexpr int TEXT_UNREACHABLE = 10201;
-constexpr int TEXT_NO_HOST = 10202;
-constexpr int TEXT_HUNG_UP = 10203;
-constexpr int TEXT_ENCRYPTED_PORT = 10204;
-constexpr int TEXT_NOT_UNDERSTOOD = 10205;
-constexpr int TEXT_REFUSED = 10206;
-constexpr int TEXT_LOGIN_REFUSED = 10207;
-constexpr int TEXT_LOGIN_ADVICE = 10208;
-constexpr int TEXT_ENCRYPTED_LOGIN = 10209;
-constexpr int TEXT_UNKNOWN_FAULT = 10210;
-constexpr int TEXT_NO_MOVE = 10211;
-constexpr int TEXT_BAD_PAGES = 10212;
-constexpr int TEXT_WEB_STATUS = 10213;
-constexpr int TEXT_STOPPED = 10214;
-constexpr int TEXT_TOO_SLOW = 10215;
-
 // Texts that our own side makes where a server says nothing or nothing useful.
 constexpr struct {
     std::string_view Reason;

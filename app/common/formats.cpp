@@ -8,15 +8,6 @@
 
 namespace {
 
-constexpr int TEXT_DURATION = 2951;
-
-// Parts of the text of durations.
-constexpr int PART_SECONDS = 0;
-constexpr int PART_MINUTES = 2;
-constexpr int PART_HOURS = 4;
-constexpr int PART_DAYS = 5;
-constexpr int PART_MILLISECONDS = 8;
-
 /// The plural word of a unit, or its singular, which is one byte shorter in every language that we have.
 STRING UnitFor(const TEXTS& texts, int part, int number) {
     STRING word = texts.Part(TEXT_DURATION, part);
@@ -63,16 +54,16 @@ STRING FormatDuration(const TEXTS& texts, int64_t milliseconds, int64_t precisio
     const int minutes = static_cast<int>(s / 60 % 60);
     const int seconds = static_cast<int>(s % 60);
     const int tenths = static_cast<int>(ms % 1000 / 100);
-    const STRING wordMinutes = texts.Part(TEXT_DURATION, PART_MINUTES);
-    const STRING wordSeconds = texts.Part(TEXT_DURATION, PART_SECONDS);
+    const STRING wordMinutes = texts.Part(TEXT_DURATION, PART_DURATION_MINUTES);
+    const STRING wordSeconds = texts.Part(TEXT_DURATION, PART_DURATION_SECONDS);
 
     STRING out;
     if (s >= 86400) {
-        const STRING wordDays = UnitFor(texts, PART_DAYS, days);
-        const STRING wordHours = UnitFor(texts, PART_HOURS, hours);
+        const STRING wordDays = UnitFor(texts, PART_DURATION_DAYS, days);
+        const STRING wordHours = UnitFor(texts, PART_DURATION_HOURS, hours);
         out.Format("%d %s, %d %s, %d %s", days, wordDays.Text(), hours, wordHours.Text(), minutes, wordMinutes.Text());
     } else if (s >= 3600) {
-        const STRING wordHours = UnitFor(texts, PART_HOURS, hours);
+        const STRING wordHours = UnitFor(texts, PART_DURATION_HOURS, hours);
         out.Format("%d %s, %d %s", hours, wordHours.Text(), minutes, wordMinutes.Text());
     } else if (precisionMs >= 60000) {
         out.Format("%d %s", minutes, wordMinutes.Text());
@@ -85,7 +76,7 @@ STRING FormatDuration(const TEXTS& texts, int64_t milliseconds, int64_t precisio
     } else if (s > 0) {
         out.Format("%d.%d %s", seconds, tenths, wordSeconds.Text());
     } else if (ms < 11) {
-        out.Format("%d %s", static_cast<int>(ms), texts.Part(TEXT_DURATION, PART_MILLISECONDS).Text());
+        out.Format("%d %s", static_cast<int>(ms), texts.Part(TEXT_DURATION, PART_DURATION_MILLISECONDS).Text());
     } else {
         out.Format("0.%02d %s", static_cast<int>(ms / 10), wordSeconds.Text());
     }

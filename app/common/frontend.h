@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "corelib/base/strings.h"
+#include "resources/commands.h"
 
 /// A popup for the user: its text with mark-up, its colours, how long it stays (ms; 0 or -1: until it is closed), and
 /// the handle of the item that it is about, or 0.
@@ -70,12 +71,3 @@ class FRONTEND {
     /// The work thread has ended: the front end's loop ends too (any thread).
     virtual void PostQuit() {}
 };
-
-/// Commands that the engine gives to the front end.
-inline constexpr int COMMAND_STOP_SOUND = 2119;
-/// And those of a popup's buttons.
-inline constexpr int COMMAND_MAIL_PROGRAM = 2110;
-inline constexpr int COMMAND_SHOW_MAIL = 2114;
-inline constexpr int COMMAND_REMIND_LATER = 2140;
-inline constexpr int COMMAND_DELETE_MAIL = 2141;
-inline constexpr int COMMAND_SHOW_ITEM = 2144;

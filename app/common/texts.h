@@ -8,6 +8,24 @@
 inline constexpr int LANGUAGE_GERMAN = 7;
 inline constexpr int LANGUAGE_ENGLISH = 9;
 
+/// The number of each text, by its name in the lists of texts.
+enum TEXTID : int {
+#define TW_TEXT(name, id, text) name = id,
+#define TW_PART(name, part)
+#include "resources/english/texts.inc"
+#undef TW_PART
+#undef TW_TEXT
+};
+
+/// The numbers of the parts of those texts that have several.
+enum TEXTPART : int {
+#define TW_TEXT(name, id, text)
+#define TW_PART(name, part) name = part,
+#include "resources/english/texts.inc"
+#undef TW_PART
+#undef TW_TEXT
+};
+
 /// The visible texts by number, in the user's language. Texts are bytes of Windows code page 1252 in memory.
 class TEXTS {
  public:

@@ -113,7 +113,7 @@ void SESSION::PrintHelp() {
     int count = 0;
     const SWITCH* switches = AllSwitches(count);
     for (int i = 0; i < count; ++i)
-        help += "  " + DISPLAYTEXT::Fit(switches[i].Form, FORM_COLUMNS) + " " + Text(CTEXT_HELP_FIRST + i) + "\n";
+        help += "  " + DISPLAYTEXT::Fit(switches[i].Form, FORM_COLUMNS) + " " + Text(CTEXT_HELP_ADD + i) + "\n";
     FrontEnd.PrintRaw(help);
 }
 

@@ -11,12 +11,6 @@
 
 namespace {
 
-constexpr int TEXT_BUSY = 2931;
-constexpr int TEXT_DELETE_ONE = 2932;
-constexpr int TEXT_DELETE_MANY = 2947;
-constexpr int TEXT_CHECK_ALL = 2962;
-constexpr int TEXT_TITLE = 10004;
-
 constexpr int CHECK_ALL_NOTICE_MS = 1500;
 
 constexpr int RESULT_COLUMN = 1;

@@ -75,9 +75,10 @@ bool CopyFiles(FRONTEND& frontEnd, const TEXTS& texts, const char* oldDir, const
             // A link in the new place may lead back to one of the files that go.
             if (!FILES::Copy(source.Text(), destination.Text(), FILES::LINKS::Replace)) {
                 ok = false;
-                frontEnd.ShowMessage(texts.Get(10001), FILES::NativePath(source.Text()) || " -> \r\n" ||
-                                                           FILES::NativePath(destination.Text()) ||
-                                                           ": copy failed!\r\nWill keep original data directory!");
+                frontEnd.ShowMessage(texts.Get(TEXT_PRODUCT),
+                                     FILES::NativePath(source.Text()) || " -> \r\n" ||
+                                         FILES::NativePath(destination.Text()) ||
+                                         ": copy failed!\r\nWill keep original data directory!");
             }
         }
     }
@@ -142,7 +143,7 @@ int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, con
     const bool same = ok && FILES::SamePlace(newDir.Text(), oldDir);
     if (!ok) {
         // The start would otherwise go on in a place that is none, with the user's data out of sight.
-        frontEnd.ShowMessage(texts.Get(10001), DataDirText(texts, TEXT_DIR_MISSING, newDir));
+        frontEnd.ShowMessage(texts.Get(TEXT_PRODUCT), DataDirText(texts, TEXT_DIR_MISSING, newDir));
     } else if (copy && !same) {
         ok = CopyFiles(frontEnd, texts, oldDir, newDir.Text(), patterns, sources);
     }

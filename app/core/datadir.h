@@ -26,8 +26,6 @@ int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, con
                 const char* patterns);
 
 /// A message about a data directory by the number of its text.
-inline constexpr int TEXT_DIR_IN_USE = 10050;
-inline constexpr int TEXT_DIR_MISSING = 10051;
 STRING DataDirText(const TEXTS& texts, int id, const STRING& directory);
 
 /// If `value` is the path of a file that lies right in oldDir, its directory becomes newDir. True if so.

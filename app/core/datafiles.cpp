@@ -149,7 +149,7 @@ void DATAFILES::UpdateDefinitions(STRING& buffer) {
     }
     bool refused = false;
     if (time.NotNull() && defaultTime.View() > time.View()) {
-        if (Tables.FrontEnd.AskYesNo(Tables.Texts.Get(10001), Tables.Texts.Get(3054))) {
+        if (Tables.FrontEnd.AskYesNo(Tables.Texts.Get(TEXT_PRODUCT), Tables.Texts.Get(TEXT_NEW_DEFINITIONS))) {
             FILES::Copy(FILE_SPAMDEF_DEFAULT, path.Text());
         } else {
             refused = true;
@@ -193,7 +193,7 @@ void DATAFILES::UpgradeSettings(const STRING& dialEntries) {
         }
     }
     if (below("0.99")) {
-        Tables.FrontEnd.ShowMessage(Tables.Texts.Get(10004), Tables.Texts.Get(2961));
+        Tables.FrontEnd.ShowMessage(Tables.Texts.Get(TEXT_TITLE), Tables.Texts.Get(TEXT_WELCOME));
         Tables.FrontEnd.ShowHelp(HELP_WELCOME);
     }
     const int connection = state.GetNumber("ConnectionType");

@@ -5,15 +5,6 @@
 #include "app/core/settings.h"
 #include "corelib/system/osys.h"
 
-namespace {
-
-constexpr int TEXT_SUSPENDED = 2968;
-constexpr int TEXT_TRASHED = 3051;
-constexpr int TEXT_PRODUCT = 10001;
-constexpr int TEXT_TITLE = 10004;
-
-}  // namespace
-
 STRING MainTitle(const TEXTS& texts, const ARGUMENTS& arguments, bool suspended, const STRING& trash) {
     STRING title = texts.Get(TEXT_TITLE);
     if (!arguments.TestArg("NOVERS"))

@@ -57,7 +57,7 @@ inline constexpr SETTING SETTINGS[] = {
     {"PopupPosition", "1"},
     {"PopupDuration", "10"},
     {"PopupDoMailDetails", "1"},
-    {"PopupMailDetails", "", SETTINGKIND::NUMBERED, 2957},
+    {"PopupMailDetails", "", SETTINGKIND::NUMBERED, TEXT_MAIL_LINE},
     {"PopupDoMailDetailsAll", "0"},
     {"PopupDoButtons", "1"},
     {"PopupLaterDelay", "15"},

@@ -11,12 +11,6 @@
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 
-namespace {
-
-constexpr int TEXT_LOG_REFUSED = 10052;
-
-}  // namespace
-
 TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts)
     : pState(64, 64),
       Items(64, 64),
@@ -77,7 +71,7 @@ bool TARNWICK::Open() {
 }
 
 bool TARNWICK::FindDataDir(STRING& oldDirectory) {
-    const STRING product = TextTable.Get(10002);
+    const STRING product = TextTable.Get(TEXT_REGISTRY_NAME);
     STRING pending;
     Directory = GetDataDir(Arguments, product.Text(), product.Text(), pending);
     if (!OSYS::FileIsDirectory(Directory.Text())) {
@@ -125,7 +119,7 @@ void TARNWICK::SettleOwnFiles() {
     if (refused.NotNull()) {
         STRING text = TextTable.Get(TEXT_LOG_REFUSED);
         text.Replace("$FILE", FILES::NativePath(refused.Text()).Text(), 1);
-        FrontEnd.ShowMessage(TextTable.Get(10001), text);
+        FrontEnd.ShowMessage(TextTable.Get(TEXT_PRODUCT), text);
     }
 }
 

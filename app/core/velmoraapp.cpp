@@ -55,7 +55,7 @@ STRING ProgramDirectory(const STRING& programPath) {
 }
 
 STRING ProgramTitle(const TEXTS& texts) {
-    return texts.Get(10004) || " V" || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX;
+    return texts.Get(TEXT_TITLE) || " V" || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX;
 }
 
 VELMORAAPP::VELMORAAPP(ARGUMENTS arguments)
@@ -79,14 +79,14 @@ int VELMORAAPP::Start(FRONTEND& frontEnd) {
         return EXIT_NO_LANGUAGE;
     }
     SetTraceLanguage(LanguageId);
-    SetApplicationName((Library.Get(10001) || " " || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX).Text());
+    SetApplicationName((Library.Get(TEXT_PRODUCT) || " " || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX).Text());
     TraceBanner();
     Minimized = Args.TestArg("MIN");
     return 0;
 }
 
 void VELMORAAPP::TraceBanner() const {
-    Trace("%s Version %s%s\n", Library.Get(10001).Text(), PROGRAM_VERSION, PROGRAM_VERSION_SUFFIX);
+    Trace("%s Version %s%s\n", Library.Get(TEXT_PRODUCT).Text(), PROGRAM_VERSION, PROGRAM_VERSION_SUFFIX);
     Trace("Started %s %s\n", OSYS::DateText().Text(), OSYS::TimeText().Text());
     Trace("Compiled %s\n", BUILD_STAMP);
     Trace("Current Directory: %s (exe directory)\n", OSYS::GetCurrentDir().Text());

@@ -17,9 +17,6 @@ namespace {
 
 constexpr int EXIT_GOOD = 0;
 constexpr int EXIT_NO_START = 2;
-constexpr int TEXT_TITLE = 10004;
-constexpr int TEXT_DEMO_FAILED = 10062;
-constexpr int TEXT_DEMO_FOREIGN = 10063;
 
 /// Before there is a window: what goes wrong is shown all the same.
 class MESSAGEBOXES : public FRONTEND {
@@ -82,7 +79,7 @@ int RunDesktop(int argc, const char* const* argv) {
         window.Begin(app.StartMinimized());
         application.Start();
         window.Started();
-        window.MainDispatchLoop(ACCELERATORS);
+        window.MainDispatchLoop(KEY_TABLE);
         window.End();
         // Waits for the work thread, which may still speak to the window.
     }

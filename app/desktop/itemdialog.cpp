@@ -15,14 +15,6 @@ constexpr int ID_NAME = 201, ID_MINUTES = 202, ID_SECONDS = 203, ID_SERVER = 204
               ID_KIND = 401;
 constexpr int ID_SERVER_LABEL = 284, ID_USER_LABEL = 285, ID_PASSWORD_LABEL = 286;
 
-constexpr int TEXT_PERIOD_RAISED = 2963;
-constexpr int TEXT_KINDS = 2985;  // by the value of Type
-constexpr int TEXT_TITLE = 10004;
-constexpr int TEXT_NO_NAME = 10070;
-constexpr int TEXT_NO_SERVER = 10071;
-constexpr int TEXT_NO_USER = 10072;
-constexpr int TEXT_BAR = 10073;
-
 constexpr int LAST_WEBMAIL_TYPE = 5;  // 4 and 5 were kinds of web mail once
 constexpr int WEBMAIL_MIN_SECONDS = 60;
 constexpr int MAX_MINUTES = 1440;

@@ -16,8 +16,6 @@ constexpr int WIDTH_NAME = 1;
 constexpr int WIDTH_RESULT = 2;
 constexpr int RESULT_WIDTH = 120;  // at 96 dots per inch
 constexpr int TIP_WIDTH = 400;
-constexpr int TEXT_COLUMNS = 10060;
-constexpr int TEXT_EMPTY = 10064;
 
 }  // namespace
 

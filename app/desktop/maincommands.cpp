@@ -11,14 +11,6 @@
 #include "corelib/window/menus.h"
 #include "corelib/window/messages.h"
 
-namespace {
-
-constexpr int TEXT_TITLE = 10004;
-constexpr int TEXT_NOT_SAVED = 10061;
-constexpr int TEXT_WEB_PAGE = 10005;
-
-}  // namespace
-
 STRING MAINWINDOW::ProgramName() const {
     return App.Texts().Get(TEXT_TITLE);
 }

@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr int TEXT_CLOSE_HINT = 3041;
 constexpr const char* CLOSE_HINT_KEY = "DontShowAgainCloseMinimize";
 constexpr int COMMAND_VALUES_END = 65535;
 constexpr int MIN_WIDTH = 260, MIN_HEIGHT = 200;  // at 96 dots per inch

@@ -2,9 +2,10 @@
 
 #include "app/common/frontend.h"
 #include "corelib/window/gdi.h"
+#include "resources/commands.h"
 
 // Names and numbers of the main window's messages, timers, resources and values. Those of commands stand in
-// app/core/commands.h.
+// resources/commands.h.
 
 inline constexpr UINT WM__ALERTWIN = 1027;          // the next of the alerts that wait
 inline constexpr UINT WM__FILLLIST = 1028;          // the list is to be filled anew
@@ -16,10 +17,4 @@ inline constexpr UINT_PTR TIMER_ALERT = 1;  // ends the alert
 inline constexpr UINT_PTR TIMER_TITLE = 4;
 inline constexpr UINT_PTR TIMER_TRAY = 9;  // makes the tray icon after the start
 
-inline constexpr int MENU_TRAY = 2000;
-inline constexpr int MENU_MAIN = 2101;
-inline constexpr int MENU_LIST = 2104;
-inline constexpr int ACCELERATORS = 2000;
-
-inline constexpr int TEXT_PRODUCT = 10002;  // the name under which its values lie in the registry
 inline constexpr const char* WINDOW_POSITION = "WindowPos";

@@ -8,11 +8,6 @@
 
 namespace {
 
-constexpr int TEXT_CAPITALS = 3020;
-constexpr int TEXT_BOGUS_ID = 3021;
-constexpr int TEXT_NOT_TO_ME = 3035;
-constexpr int TEXT_MANY_RECIPIENTS = 3036;
-
 /// What the handlers write for the owner of a mailbox whose addresses they do not know.
 constexpr const char* OWNER_TOKEN = "{me}";
 constexpr int GRADES = 3;  // the highest grade of how rare such mail is for the user

@@ -13,12 +13,6 @@ namespace {
 /// A domain that is sure to have mail servers: without an answer for it the name service cannot be used from here.
 constexpr const char* PROBE_DOMAIN = "debian.org";
 
-constexpr int TEXT_NOT_CHECKED = 3017;
-constexpr int TEXT_NO_NAME_SERVICE = 3018;
-constexpr int TEXT_NOT_VERIFIED = 3019;
-constexpr int TEXT_NO_REAL_NAME = 3038;
-constexpr int TEXT_DIGITS = 3039;
-
 constexpr int SHORT_LOCAL_PART = 4;  // bytes that are no sign of anything
 constexpr int MANY_DIGITS = 5;
 constexpr int SMTP_UNAVAILABLE = 550;

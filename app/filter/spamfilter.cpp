@@ -11,17 +11,6 @@
 
 namespace {
 
-constexpr int TEXT_SCORING = 3002;
-constexpr int TEXT_EXCEPTIONS = 3022;
-constexpr int TEXT_TOO_FEW = 3023;
-constexpr int TEXT_TOO_FEW_END = 3024;
-constexpr int TEXT_HAS_EXCEPTIONS = 3031;
-constexpr int TEXT_RESULT = 3032;
-constexpr int TEXT_POINTS = 3033;
-constexpr int TEXT_INDICATIONS = 3034;
-constexpr int TEXT_SUBJECT = 3037;
-constexpr int TEXT_ONLY = 3040;
-
 // The reports of all mails of a listing. Behind it mails get none, and their points all the same.
 constexpr size_t REPORTS_BYTES = 1 << 29;
 

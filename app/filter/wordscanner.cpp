@@ -14,13 +14,6 @@
 
 namespace {
 
-constexpr int TEXT_EXCEPTION = 3025;
-constexpr int TEXT_EXCEPTION_REMARK = 3026;
-constexpr int TEXT_MAILING = 3027;
-constexpr int TEXT_WORD = 3028;
-constexpr int TEXT_SUBJECT_CHECK = 3029;
-constexpr int TEXT_RECIPIENT_CHECK = 3030;
-
 constexpr int TOP_LINES = 3;
 
 // The report of a mail that is nothing but words would be ten times as long as the mail. It ends behind so many bytes

@@ -5,13 +5,6 @@
 #include "corelib/base/stopquestion.h"
 #include "corelib/base/stringarray.h"
 
-/// The number of the text that stands for a body that was not fetched, and those of the progress texts.
-inline constexpr int TEXT_NOT_FETCHED = 2993;
-inline constexpr int TEXT_READING = 3000;
-inline constexpr int TEXT_CONNECTING = 3001;
-inline constexpr int TEXT_DELETING = 3004;
-inline constexpr int TEXT_MOVING = 3005;
-
 /// Shows how far a conversation is, in the row of its item.
 class PROGRESS {
  public:

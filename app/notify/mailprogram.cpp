@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr int TEXT_TITLE = 10004;
-
 /// Start pages by the kind of mailbox. The last three kinds are those of earlier versions' files.
 struct KIND {
     int Type;

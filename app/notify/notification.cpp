@@ -17,13 +17,6 @@ int ScrollLockSettleMs = 1000;
 
 namespace {
 
-constexpr int TEXT_HEAD = 2933;
-constexpr int TEXT_ASK_PROGRAM = 2946;
-constexpr int TEXT_DEFAULT_TYPE = 2958;
-constexpr int TEXT_NOTHING_NEW = 2960;
-constexpr int TEXT_BUTTONS = 2984;
-constexpr int TEXT_TITLE = 10004;
-
 constexpr int LINES_MAX = 15;
 constexpr int SUBJECT_BYTES = 40;
 constexpr int BLINK_MS = 500;
@@ -41,8 +34,10 @@ struct BUTTON {
     int Command;
     bool OneMail;
 };
-constexpr BUTTON BUTTONS[] = {{0, 2110, false}, {1, 2140, false}, {3, 2141, true},
-                              {5, 2114, true},  {4, 2144, false}, {2, 0, false}};
+constexpr BUTTON BUTTONS[] = {
+    {PART_BUTTON_PROGRAM, COMMAND_MAIL_PROGRAM, false}, {PART_BUTTON_LATER, COMMAND_REMIND_LATER, false},
+    {PART_BUTTON_DELETE, COMMAND_DELETE_MAIL, true},    {PART_BUTTON_SHOW, COMMAND_SHOW_MAIL, true},
+    {PART_BUTTON_INBOX, COMMAND_SHOW_ITEM, false},      {PART_BUTTON_CLOSE, 0, false}};
 
 /// What comes from a mail never acts as mark-up, nor does it end a line.
 STRING Plain(const STRING& text) {
@@ -174,7 +169,8 @@ bool NOTIFICATION::NothingNew(STRINGARRAY& item, const CHECKREPORT& report) {
 void NOTIFICATION::PostPopup(STRINGARRAY& item, const CHECKREPORT& report, const DETAILS& details) {
     const bool ownColors = item.GetNumber("DoPopup") != 0;
     const STRINGARRAY& colors = ownColors ? item : State;
-    STRING text = Texts.Get(TEXT_HEAD) || "\n" || item.Get("Name") || ": " || report.Status.Line(0, WORD_NEVERNULL);
+    STRING text =
+        Texts.Get(TEXT_POPUP_HEAD) || "\n" || item.Get("Name") || ": " || report.Status.Line(0, WORD_NEVERNULL);
     if (!report.ShowAll)
         text += report.NewText;
     if (details.Text.Length() > 0) {
@@ -209,7 +205,8 @@ STRING NOTIFICATION::ButtonRow(bool oneMail) const {
     STRING row("\n\x1b[s]\n");
     for (const BUTTON& button : BUTTONS) {
         if (!button.OneMail || oneMail)
-            row.AppendFormat("\x1b[sb;*=%d]%s\x1b[s]  ", button.Command, Texts.Part(TEXT_BUTTONS, button.Label).Text());
+            row.AppendFormat("\x1b[sb;*=%d]%s\x1b[s]  ", button.Command,
+                             Texts.Part(TEXT_POPUP_BUTTONS, button.Label).Text());
     }
     return row;
 }

@@ -7,25 +7,16 @@
 
 namespace {
 
-constexpr int TEXT_TOOLTIP = 2901;
-constexpr int TEXT_COUNTS = 2940;
-constexpr int TEXT_UNREAD = 2971;
-
-// Parts of the text of counts.
-constexpr int PART_NONE = 0;
-constexpr int PART_ONE = 1;
-constexpr int PART_MANY = 2;
-
 // Counts of two digits show their tens only, up to this picture for all above.
 constexpr int PICTURE_TENS = 10;
 constexpr int PICTURE_MOST = 13;
 
 /// "no mails", "1 mail" or "5 mails" with what stands between the number and the noun, blanks included.
 STRING CountText(const TEXTS& texts, int count, const STRING& between) {
-    STRING number = texts.Part(TEXT_COUNTS, PART_NONE);
+    STRING number = texts.Part(TEXT_COUNTS, PART_COUNTS_NONE);
     if (count != 0)
         number.Format("%d", count);
-    return number || between || texts.Part(TEXT_COUNTS, count == 1 ? PART_ONE : PART_MANY);
+    return number || between || texts.Part(TEXT_COUNTS, count == 1 ? PART_COUNTS_ONE : PART_COUNTS_MANY);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "resources/textmodule.h"
 
-#define TW_TEXT(id, text) {id, text},
+#define TW_TEXT(name, id, text) {id, text},
+#define TW_PART(name, part)
 
 extern "C" const TEXTENTRY TextTable[];
 extern "C" const TEXTENTRY TextTable[] = {

@@ -1,6 +1,6 @@
 #include "resources/textmodule.h"
 
-#define TW_TEXT(id, text) {id, text},
+#define TW_TEXT(name, id, text) {id, text},
 
 extern "C" const TEXTENTRY TextTable[];
 extern "C" const TEXTENTRY TextTable[] = {

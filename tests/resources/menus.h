@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "resources/commands.h"
+
 /// What stands in a language's menus and in its table of keys, line by line in the order of the list.
 struct MENULINE {
     enum KIND { MENU, SUBMENU, ITEM, SEPARATOR, KEYS, KEY, END } Kind;

@@ -72,3 +72,7 @@ bool Eventually(CONDITION condition) {
     }
     return condition();
 }
+
+/// The number behind a macro's name, as a text.
+#define NUMBER(name) NUMBER_OF(name)
+#define NUMBER_OF(name) #name

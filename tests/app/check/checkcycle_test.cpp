@@ -317,7 +317,7 @@ TEST_F(Counts, AreSummedUp) {
 TEST_F(Counts, AreShownWhenTheyChange) {
     STRINGARRAY& item = AddItem("a", 0);
     const LIST DRAWN = {"icon", "tooltip"};
-    const LIST DRAWN_AND_QUIET = {"icon", "tooltip", "blinking stops", "command 2119"};
+    const LIST DRAWN_AND_QUIET = {"icon", "tooltip", "blinking stops", "command " NUMBER(COMMAND_STOP_SOUND)};
     const struct {
         const char* LastRc;
         LIST Journal;

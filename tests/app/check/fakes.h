@@ -14,17 +14,17 @@
 #include "tests/app/apptest.h"
 #include "tests/app/filter/fakemx.h"
 
-inline const TEXTTABLE FAKETEXTS({{2940, "No|mail|mails|new"},
-                                  {2964, "Cannot dial"},
-                                  {2965, "Dialling |Connected to |Hanging up "},
-                                  {2971, "unread"},
-                                  {3002, "Checking for spam"},
-                                  {3006, "Error: "},
-                                  {10004, "Title"},
-                                  {10200, "silent"},
-                                  {10201, "no way to $1"},
-                                  {10210, "nobody knows"},
-                                  {10220, " - $HOWMANY not copied"}});
+inline const TEXTTABLE FAKETEXTS({{TEXT_COUNTS, "No|mail|mails|new"},
+                                  {TEXT_DIAL_FAILED, "Cannot dial"},
+                                  {TEXT_DIAL_STATES, "Dialling |Connected to |Hanging up "},
+                                  {TEXT_UNREAD, "unread"},
+                                  {TEXT_SCORING, "Checking for spam"},
+                                  {TEXT_CHECK_FAILED, "Error: "},
+                                  {TEXT_TITLE, "Title"},
+                                  {TEXT_NO_ANSWER, "silent"},
+                                  {TEXT_UNREACHABLE, "no way to $1"},
+                                  {TEXT_UNKNOWN_FAULT, "nobody knows"},
+                                  {TEXT_UNCOPIED, " - $HOWMANY not copied"}});
 
 /// Answers each check with Listing, and each disposal with success unless Refusal is set.
 class FAKEMAILBOXES : public MAILBOXES {

@@ -17,10 +17,12 @@ namespace {
 
 struct ROW {
     int Id;
+    const char* Name;
     const char* Utf8;
 };
 
-#define TW_TEXT(id, text) {id, text},
+#define TW_TEXT(name, id, text) {id, #name, text},
+#define TW_PART(name, part)
 constexpr ROW ENGLISH[] = {
 #include "resources/english/texts.inc"
 };
@@ -28,6 +30,7 @@ constexpr ROW GERMAN[] = {
 #include "resources/german/texts.inc"
 };
 #undef TW_TEXT
+#undef TW_PART
 
 std::map<int, std::string> Table(const ROW* rows, size_t count, const char* language) {
     std::map<int, std::string> table;
@@ -98,8 +101,8 @@ TEST(LanguageLibrary, GivesTheTextsOfTheLanguageAskedFor) {
             EXPECT_EQ(Std(library.Get(row.Id)), Std(CODEPAGE::FromUtf8(row.Utf8))) << row.Id;
         }
         EXPECT_EQ(Std(library.Get(1)), "<STR-ERR>");
-        EXPECT_EQ(Std(library.Part(2940, 3)), german ? "neu" : "new");
-        EXPECT_EQ(Std(library.Part(2940, 4)), "");
+        EXPECT_EQ(Std(library.Part(TEXT_COUNTS, 3)), german ? "neu" : "new");
+        EXPECT_EQ(Std(library.Part(TEXT_COUNTS, 4)), "");
     }
 }
 
@@ -109,13 +112,13 @@ TEST(LanguageLibrary, FallsBackToEnglishAndTellsWhatIsMissing) {
     STRING path;
     EXPECT_EQ(library.Load(dir.Path(), LANGUAGE_GERMAN, path), 0);
     EXPECT_NE(path.Pos("english."), -1);
-    EXPECT_EQ(Std(library.Get(10001)), "<STR-ERR>");
+    EXPECT_EQ(Std(library.Get(TEXT_PRODUCT)), "<STR-ERR>");
 
     WriteBytes(dir.File(path.iPos(".dll") == -1 ? "german.so" : "german.dll"), "no library");
     const STRING name = path.Mid(STRING(dir.Path()).Length() + 1);
     ASSERT_TRUE(FILES::Copy(OSYS::FilePath(ProgramFolder().Ptr(), name.Text()).Text(), dir.File(name.Text()).Text()));
     EXPECT_EQ(library.Load(dir.Path(), LANGUAGE_GERMAN, path), LANGUAGE_ENGLISH);
-    EXPECT_EQ(Std(library.Part(2940, 3)), "new");
+    EXPECT_EQ(Std(library.Part(TEXT_COUNTS, 3)), "new");
 }
 
 }  // namespace

@@ -69,18 +69,18 @@ TEST_F(Commands, ForceChecksOfTheRightItems) {
         const char* Forced;
         const char* SeenIds;  // of a, b and c
     } CASES[] = {
-        {2106, "b!", "1|2 1|2 1|2"},
-        {2135, "a!c!", "1|2 1|2 1|2"},
-        {2143, "ac", "1|2 1|2 1|2"},
-        {2136, "a!b!", "1|2 1|2 1|2"},
-        {2156, "a!b!", "1|2 1|2 1|2"},
-        {2145, "b!", "1|2  1|2"},
-        {2137, "a!c!", "<SHOWALL>  <SHOWALL>"},
+        {COMMAND_CHECK_ALL, "b!", "1|2 1|2 1|2"},
+        {COMMAND_CHECK_ITEMS, "a!c!", "1|2 1|2 1|2"},
+        {COMMAND_CHECK_ITEMS_QUIETLY, "ac", "1|2 1|2 1|2"},
+        {COMMAND_CHECK_SHOWN, "a!b!", "1|2 1|2 1|2"},
+        {COMMAND_TRAY_CHECK_SHOWN, "a!b!", "1|2 1|2 1|2"},
+        {COMMAND_CHECK_ALL_AS_NEW, "b!", "1|2  1|2"},
+        {COMMAND_SHOW_ITEMS_MAILS, "a!c!", "<SHOWALL>  <SHOWALL>"},
     };
     for (const auto& test : CASES) {
         EXPECT_TRUE(Doer.DoCommand(test.Command, selected));
         EXPECT_EQ(Forced(), test.Forced) << test.Command;
-        const bool all = test.Command == 2106 || test.Command == 2145;
+        const bool all = test.Command == COMMAND_CHECK_ALL || test.Command == COMMAND_CHECK_ALL_AS_NEW;
         EXPECT_EQ(Alert(), all ? "text 2962 $DIR 49407 1500" : "none") << test.Command;
         std::string seen = Std(Item(0).Get("LastSeenIds"));
         for (int i : {1, 2})
@@ -91,49 +91,50 @@ TEST_F(Commands, ForceChecksOfTheRightItems) {
 
 TEST_F(Commands, SuspendAndResume) {
     Item(0).Set("LastRC", "5|5");
-    EXPECT_TRUE(Doer.DoCommand(2130, {Handle(0)}));
+    EXPECT_TRUE(Doer.DoCommand(COMMAND_SUSPEND_ITEMS, {Handle(0)}));
     EXPECT_EQ(Item(0).GetNumber("UpdateSuspended"), 1);
     EXPECT_EQ(Std(Item(0).Get("LastRC")), "0|0");
     EXPECT_EQ(Std(Item(0).Get("LastValue")), "-");
-    EXPECT_EQ(Journal.Take(), (LIST{"command 2119", "blinking stops", "cell 1 -", "row " + std::to_string(Handle(0))}));
-    EXPECT_TRUE(Doer.DoCommand(2130, {Handle(0), Handle(1)}));
+    EXPECT_EQ(Journal.Take(), (LIST{"command " NUMBER(COMMAND_STOP_SOUND), "blinking stops", "cell 1 -",
+                                    "row " + std::to_string(Handle(0))}));
+    EXPECT_TRUE(Doer.DoCommand(COMMAND_SUSPEND_ITEMS, {Handle(0), Handle(1)}));
     EXPECT_EQ(Item(0).GetNumber("UpdateSuspended"), 0);
     EXPECT_EQ(Item(1).GetNumber("UpdateSuspended"), 1);
 }
 
 TEST_F(Commands, OfTheProgramAsAWhole) {
-    EXPECT_TRUE(Doer.DoCommand(2107, {}));
+    EXPECT_TRUE(Doer.DoCommand(COMMAND_RESET_COUNT, {}));
     EXPECT_EQ(Application.pState.GetNumber("ResetCounter"), 1);
-    EXPECT_EQ(Journal.Take(), (LIST{"command 2119", "blinking stops", "icon"}));
+    EXPECT_EQ(Journal.Take(), (LIST{"command " NUMBER(COMMAND_STOP_SOUND), "blinking stops", "icon"}));
 
-    EXPECT_TRUE(Doer.DoCommand(2199, {}));
+    EXPECT_TRUE(Doer.DoCommand(COMMAND_ABOUT, {}));
     EXPECT_EQ(Journal.Take().back(), "text 10004 $DIR: text 10001 $DIR\rVersion 2.02");
 
-    EXPECT_TRUE(Doer.DoCommand(2299, {}));
+    EXPECT_TRUE(Doer.DoCommand(COMMAND_QUIT, {}));
     EXPECT_TRUE(Application.Cycle().IsStopRequested());
 }
 
 TEST_F(Commands, LeaveTheFrontEndsOwnToItInSilence) {
-    for (int command : {2112, 2114, 2161, 2195, 2201, 1}) {
+    for (int command : {COMMAND_INBOX, COMMAND_SHOW_MAIL, 2161, COMMAND_WEB_PAGE, COMMAND_DATA_DIRECTORY, 1}) {
         Journal.Take();
         EXPECT_FALSE(Doer.DoCommand(command, {Handle(0)})) << command;
-        EXPECT_EQ(Journal.Take(), (LIST{"command 2119", "blinking stops"})) << command;
+        EXPECT_EQ(Journal.Take(), (LIST{"command " NUMBER(COMMAND_STOP_SOUND), "blinking stops"})) << command;
     }
     // This one is what silence is made of: it must not call itself for ever.
-    EXPECT_TRUE(Doer.DoCommand(2119, {}));
+    EXPECT_TRUE(Doer.DoCommand(COMMAND_STOP_SOUND, {}));
     EXPECT_EQ(Journal.Take(), LIST());
     EXPECT_EQ(Forced(), "");
 }
 
 TEST_F(Commands, AnswerAPopup) {
     STRING("popup").Save(LAST_POPUP_FILE, "w");
-    for (int command : {2109, 2159}) {
+    for (int command : {COMMAND_SHOW_LAST_POPUP, COMMAND_TRAY_SHOW_LAST_POPUP}) {
         EXPECT_TRUE(Doer.DoCommand(command, {}));
         EXPECT_EQ(Alert(), "popup 49407 10000");
     }
-    EXPECT_TRUE(Doer.DoCommand(2140, {}));
+    EXPECT_TRUE(Doer.DoCommand(COMMAND_REMIND_LATER, {}));
     EXPECT_EQ(Journal.Take().back(), "timer 10 900000");
-    EXPECT_TRUE(Doer.DoCommand(2141, {}));
+    EXPECT_TRUE(Doer.DoCommand(COMMAND_DELETE_MAIL, {}));
 }
 
 TEST_F(Commands, StartTheMailProgram) {
@@ -146,11 +147,11 @@ TEST_F(Commands, StartTheMailProgram) {
         int Selected;  // -1: none
         const char *CommandLine, *Started;
     } CASES[] = {
-        {2110, 2, "m.exe", "\"m.exe\",-in,."},
-        {2131, 2, "m.exe", "special,-in,."},
-        {2131, -1, "m.exe", ""},
-        {2111, 2, "\"C:\\m m\\m.exe\" /inbox -x", "\"C:\\m m\\m.exe\" /new,,C:\\m m"},
-        {2111, -1, "", ""},
+        {COMMAND_MAIL_PROGRAM, 2, "m.exe", "\"m.exe\",-in,."},
+        {COMMAND_ITEM_MAIL_PROGRAM, 2, "m.exe", "special,-in,."},
+        {COMMAND_ITEM_MAIL_PROGRAM, -1, "m.exe", ""},
+        {COMMAND_NEW_MAIL, 2, "\"C:\\m m\\m.exe\" /inbox -x", "\"C:\\m m\\m.exe\" /new,,C:\\m m"},
+        {COMMAND_NEW_MAIL, -1, "", ""},
     };
     for (const auto& test : CASES) {
         Application.pState.Set("EmailCmdline", test.CommandLine);
@@ -163,12 +164,13 @@ TEST_F(Commands, StartTheMailProgram) {
     EXPECT_EQ(Starter.Take(), "special,-in,.");
     EXPECT_TRUE(Application.Cycle().WasStartedThisPass());
     Application.pState.Set("EmailCmdline", "broken.exe");
-    EXPECT_TRUE(Doer.DoCommand(2111, {}));
+    EXPECT_TRUE(Doer.DoCommand(COMMAND_NEW_MAIL, {}));
     EXPECT_EQ(Journal.Take().back(), "text 10004 $DIR: broken.exe /new\nreason");
 }
 
 TEST(MainTitles, NameVersionAndWhatIsUnusual) {
-    const TEXTTABLE texts({{10004, "Title"}, {2968, "(paused)"}, {3051, " - $HOWMANY in the trash"}});
+    const TEXTTABLE texts(
+        {{TEXT_TITLE, "Title"}, {TEXT_SUSPENDED, "(paused)"}, {TEXT_TRASHED, " - $HOWMANY in the trash"}});
     const ARGUMENTS plain("tarnwick");
     TEMPDIR trash;
     EXPECT_EQ(Std(MainTitle(texts, plain, false, trash.Path())), "Title 2.02");

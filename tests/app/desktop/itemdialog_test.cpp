@@ -87,7 +87,7 @@ TEST_P(ItemDialog, EditsARecord) {
         EXPECT_TRUE(IsWindowEnabled(Control(USER)));
         PressOk();
     }));
-    EXPECT_EQ(Said, Std(Texts.Get(2963)));
+    EXPECT_EQ(Said, Std(Texts.Get(TEXT_PERIOD_RAISED)));
     EXPECT_EQ(Summary(item), "New;3;hotmail|anna;secret;60;");
     EXPECT_EQ(item.Get("Source2").GetFlags() & STRINGFLAG_BINARY, STRINGFLAG_BINARY);
     EXPECT_FALSE(Edit(item, [&] { Set(NAME, "other"); }));

@@ -32,7 +32,7 @@ class Lifecycle : public DESKTOPTEST {
             tooLong = true;
             PostQuitMessage(0);
         });
-        Window->MainDispatchLoop(ACCELERATORS);
+        Window->MainDispatchLoop(KEY_TABLE);
         KillTimer(nullptr, limit);
         return !tooLong;
     }

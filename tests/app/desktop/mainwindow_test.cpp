@@ -159,16 +159,23 @@ TEST_F(MainWindow, TheSelectionOfTheLastRunComesBackOnceAndOtherwiseTheFirst) {
 TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
     Open("[#0]\r\nName=a\r\nType=1\r\nUpdateSuspended=1\r\n\r\n[#1]\r\nName=b\r\nType=1\r\n\r\n",
          "EmailDoSound=1\r\nEmailDoSoundLoop=1\r\nEmailSoundLoopRep=60\r\n");
-    constexpr const char* NONE = "-2133 -2134 -2135 -2137 -2130 -2119 ";
+    constexpr const char* NONE =
+        "-" NUMBER(COMMAND_EDIT_ITEM) " -" NUMBER(COMMAND_DELETE_ITEMS) " -" NUMBER(COMMAND_CHECK_ITEMS) " -" NUMBER(
+            COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(COMMAND_SUSPEND_ITEMS) " -" NUMBER(COMMAND_STOP_SOUND) " ";
     const struct {
         const char* Name;
         std::function<void()> Make;
         const char* Bar;      // "-": not possible, "+": with a mark
         const char* Buttons;  // that can be pressed
     } steps[] = {
-        {"none selected", [&] { Select(0, false); }, NONE, "2110 2111 "},
-        {"one", [&] { Select(1); }, "-2119 ", "2110 2111 2133 2135 "},
-        {"both", [&] { Select(0); }, "-2133 -2137 -2119 ", "2110 2111 2135 "},
+        {"none selected", [&] { Select(0, false); }, NONE,
+         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " "},
+        {"one", [&] { Select(1); }, "-" NUMBER(COMMAND_STOP_SOUND) " ",
+         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
+             COMMAND_CHECK_ITEMS) " "},
+        {"both", [&] { Select(0); },
+         "-" NUMBER(COMMAND_EDIT_ITEM) " -" NUMBER(COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(COMMAND_STOP_SOUND) " ",
+         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_CHECK_ITEMS) " "},
         {"the other, which is suspended, as all is and the filter, while the sound goes on",
          [&] {
              Select(1, false);
@@ -176,7 +183,9 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
              Command(COMMAND_SUSPEND);
              TellNewMail();
          },
-         "+2130 +2118 +2117 ", "2110 2111 2133 2135 "},
+         "+" NUMBER(COMMAND_SUSPEND_ITEMS) " +" NUMBER(COMMAND_SUSPEND) " +" NUMBER(COMMAND_SPAM_FILTER_OFF) " ",
+         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
+             COMMAND_CHECK_ITEMS) " "},
     };
     const auto& bar = *static_cast<NEWTOOLBAR*>(
         reinterpret_cast<WINDOW*>(GetWindowLongPtrW(GetDlgItem(Window->hWnd, 3), GWLP_USERDATA)));
@@ -193,10 +202,11 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
             << step.Name;
     }
     EXPECT_EQ(PopupLook([&] { SendMessageW(Window->hWnd, WM_CONTEXTMENU, WPARAM(Window->List().Handle()), -1); }),
-              "+2130 ");
-    EXPECT_EQ(PopupLook([&] { SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_RBUTTONDOWN); }), "+2158 ");
+              "+" NUMBER(COMMAND_SUSPEND_ITEMS) " ");
+    EXPECT_EQ(PopupLook([&] { SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_RBUTTONDOWN); }),
+              "+" NUMBER(COMMAND_TRAY_SUSPEND) " ");
     SendMessageW(bar.hWnd, WM_CONTEXTMENU, WPARAM(bar.hWnd), MAKELPARAM(300, 60));  // would wait: it has no menu
-    for (const COMMAND command : {COMMAND_TRAY_SUSPEND, COMMAND_SPAM_FILTER_OFF, COMMAND_SUSPEND_ITEMS})
+    for (const int command : {COMMAND_TRAY_SUSPEND, COMMAND_SPAM_FILTER_OFF, COMMAND_SUSPEND_ITEMS})
         Command(command);
     EXPECT_EQ(MenuLook(GetMenu(Window->hWnd)), NONE) << "the last one takes the selection off";
     EXPECT_EQ(Rows().front(), "a|-");
@@ -334,7 +344,8 @@ TEST_F(MainWindow, TheAlertsFontIsOneThatItCanShow) {
 
 TEST_F(MainWindow, AScreenReaderReadsAnAlertAndPressesItsButtons) {
     Open(TWO_ITEMS);
-    Window->PostAlert({.Text = "New mail\n\x1b[b]Anna: \x1b[n]Hello\n\x1b[*=2107]Reset\x1b[*=2118]Suspend"});
+    Window->PostAlert({.Text = "New mail\n\x1b[b]Anna: \x1b[n]Hello\n\x1b[*=" NUMBER(
+                           COMMAND_RESET_COUNT) "]Reset\x1b[*=" NUMBER(COMMAND_SUSPEND) "]Suspend"});
     Pump();
     ASSERT_TRUE(Window->Alert());
     const ACCESSIBLE alert(Window->Alert()->hWnd);
@@ -355,7 +366,8 @@ TEST_F(MainWindow, KeysGiveTheirCommandsOnceAndNotWhereTheToolBarNeedsThem) {
     PostMessageW(bar, WM_KEYDOWN, VK_RETURN, 1);
     PostMessageW(bar, WM_KEYDOWN, VK_F9, 1);
     PostQuitMessage(0);
-    EXPECT_EQ(Given([&] { Window->MainDispatchLoop(ACCELERATORS); }), "2131 2106 ");
+    EXPECT_EQ(Given([&] { Window->MainDispatchLoop(KEY_TABLE); }),
+              NUMBER(COMMAND_ITEM_MAIL_PROGRAM) " " NUMBER(COMMAND_CHECK_ALL) " ");
 }
 
 }  // namespace

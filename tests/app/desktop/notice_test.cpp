@@ -27,7 +27,8 @@ class Notice : public DESKTOPTEST {
         const std::string text = ReadBytes(log), command = "TARNWICK::DoCommand ";
         std::string done;
         for (size_t at = 0; (at = text.find("TARNWICK::", at)) != std::string::npos; ++at) {
-            if (text.compare(at, command.size(), command) == 0 && text.compare(at + command.size(), 4, "2119") != 0)
+            if (text.compare(at, command.size(), command) == 0 &&
+                text.compare(at + command.size(), 4, NUMBER(COMMAND_STOP_SOUND)) != 0)
                 done += text.substr(at + command.size(), 4) + " ";
             else if (text.compare(at, 35, "TARNWICK::StartMailProgram cmdline=") == 0)
                 done += "program ";
@@ -53,24 +54,24 @@ TEST_F(Notice, ClicksOnTheTrayIconDoWhatTheSettingsSay) {
         const char* Keys;  // that are held: Shift, Control
         const char *Setting, *Value, *Done;
     } clicks[] = {
-        {DOWN, "", "DlgTaskbarClickReset", "1", "2107 "},
-        {UP, "", "DlgTaskbarClickReset", "1", "2107 "},
-        {TWICE, "", "DlgTaskbarClickReset", "1", "2107 program "},
+        {DOWN, "", "DlgTaskbarClickReset", "1", NUMBER(COMMAND_RESET_COUNT) " "},
+        {UP, "", "DlgTaskbarClickReset", "1", NUMBER(COMMAND_RESET_COUNT) " "},
+        {TWICE, "", "DlgTaskbarClickReset", "1", NUMBER(COMMAND_RESET_COUNT) " program "},
         {WM_MOUSEMOVE, "", "DlgTaskbarClickReset", "1", ""},
         {DOWN, "SC", "DlgTaskbarClickReset", "0", ""},
-        {UP, "S", "DlgShiftClickMode", "0", "2111 "},
-        {UP, "S", "DlgShiftClickMode", "1", "2109 "},
-        {UP, "S", "DlgShiftClickMode", "2", "2106 "},
-        {UP, "S", "DlgShiftClickMode", "3", "2145 "},
+        {UP, "S", "DlgShiftClickMode", "0", NUMBER(COMMAND_NEW_MAIL) " "},
+        {UP, "S", "DlgShiftClickMode", "1", NUMBER(COMMAND_SHOW_LAST_POPUP) " "},
+        {UP, "S", "DlgShiftClickMode", "2", NUMBER(COMMAND_CHECK_ALL) " "},
+        {UP, "S", "DlgShiftClickMode", "3", NUMBER(COMMAND_CHECK_ALL_AS_NEW) " "},
         {UP, "S", "DlgShiftClickMode", "4", "program "},
-        {UP, "S", "DlgShiftClickMode", "5", "2150 "},
+        {UP, "S", "DlgShiftClickMode", "5", NUMBER(COMMAND_SHOW_WINDOW) " "},
         {UP, "C", "DlgCtrlClickMode", "4", "program "},
-        {UP, "SC", "DlgCtrlClickMode", "4", "2150 "},
+        {UP, "SC", "DlgCtrlClickMode", "4", NUMBER(COMMAND_SHOW_WINDOW) " "},
         {UP, "S", "DlgShiftClickMode", "-1", ""},
         {UP, "S", "DlgShiftClickMode", "6", ""},
         {TWICE, "", "DlgDblClickMode", "0", "program "},
-        {TWICE, "S", "DlgDblClickMode", "1", "2150 "},
-        {TWICE, "", "DlgDblClickMode", "2", "2109 "},
+        {TWICE, "S", "DlgDblClickMode", "1", NUMBER(COMMAND_SHOW_WINDOW) " "},
+        {TWICE, "", "DlgDblClickMode", "2", NUMBER(COMMAND_SHOW_LAST_POPUP) " "},
         {TWICE, "", "DlgDblClickMode", "3", ""},
     };
     EXPECT_ASSERTIONS(1);  // by the sixth mode
@@ -194,11 +195,12 @@ TEST_F(Notice, AnAlertIsReplacedClickedAndGivesCommands) {
         int Line;  // the button is at the left of the second one
         const char* Done;
     } clicks[] = {{WM_LBUTTONDOWN, 0, ""},
-                  {WM_LBUTTONDOWN, 1, "2118 "},
+                  {WM_LBUTTONDOWN, 1, NUMBER(COMMAND_SUSPEND) " "},
                   {WM_RBUTTONDOWN, 0, "program "},
                   {WM_RBUTTONDOWN, 1, "program "}};
     for (const auto& click : clicks) {
-        const HWND alert = Show({.Text = "text\n\x1b[*=2118]Suspend", .Handle = Handle("Alpha")});
+        const HWND alert =
+            Show({.Text = "text\n\x1b[*=" NUMBER(COMMAND_SUSPEND) "]Suspend", .Handle = Handle("Alpha")});
         EXPECT_FALSE(IsWindow(first));
         RECT client;
         GetClientRect(alert, &client);
@@ -232,15 +234,16 @@ TEST_F(Notice, TheAlertIsReachedByTheKeyboard) {
         const char* Done;
     } table[] = {
         {{VK_TAB}, true, ""},
-        {{VK_SPACE}, false, "2118 "},
-        {{VK_TAB, VK_RETURN}, false, "2107 "},
-        {{VK_LEFT, VK_RETURN}, false, "2107 "},
-        {{VK_RIGHT, VK_DOWN, VK_SPACE}, false, "2118 "},
+        {{VK_SPACE}, false, NUMBER(COMMAND_SUSPEND) " "},
+        {{VK_TAB, VK_RETURN}, false, NUMBER(COMMAND_RESET_COUNT) " "},
+        {{VK_LEFT, VK_RETURN}, false, NUMBER(COMMAND_RESET_COUNT) " "},
+        {{VK_RIGHT, VK_DOWN, VK_SPACE}, false, NUMBER(COMMAND_SUSPEND) " "},
         {{VK_ESCAPE}, false, ""},
         {{VK_DELETE, VK_F6}, true, ""},
     };
     for (const auto& row : table) {
-        const HWND alert = Show({.Text = "text\n\x1b[*=2118]Suspend\x1b[n] or \x1b[*=2107]reset"});
+        const HWND alert = Show({.Text = "text\n\x1b[*=" NUMBER(COMMAND_SUSPEND) "]Suspend\x1b[n] or \x1b[*=" NUMBER(
+                                     COMMAND_RESET_COUNT) "]reset"});
         Window->List().Focus();
         const HWND list = GetFocus();
         EXPECT_EQ(Done([&] {
@@ -248,7 +251,7 @@ TEST_F(Notice, TheAlertIsReachedByTheKeyboard) {
                       for (const WPARAM key : row.Keys)
                           PostMessageW(alert, WM_KEYDOWN, key, 1);
                       PostQuitMessage(0);
-                      Window->MainDispatchLoop(ACCELERATORS);
+                      Window->MainDispatchLoop(KEY_TABLE);
                   }),
                   row.Done);
         EXPECT_EQ(Alert() != nullptr, row.Open);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "resources/commands.h"
 #include "tests/support/testsupport.h"
 
 namespace {
@@ -72,7 +73,8 @@ const char* const POPUP =
     "\x1b[bs]! Ann: Lunch \n"
     "\x1b[s;B=255;F=7] Bob: Offer\n"
     "\x1b[s]\n"
-    "\x1b[sb;*=2110]Mail\x1b[s]  \x1b[sb;*=2140]Later\x1b[s]  \x1b[sb;*=0]Close\x1b[s]  ";
+    "\x1b[sb;*=" NUMBER(COMMAND_MAIL_PROGRAM) "]Mail\x1b[s]  \x1b[sb;*=" NUMBER(
+        COMMAND_REMIND_LATER) "]Later\x1b[s]  \x1b[sb;*=0]Close\x1b[s]  ";
 
 }  // namespace
 

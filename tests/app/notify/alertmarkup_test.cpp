@@ -1,5 +1,6 @@
 #include "app/notify/alertmarkup.h"
 
+#include "resources/commands.h"
 #include "tests/support/testsupport.h"
 
 namespace {
@@ -35,7 +36,8 @@ TEST(AlertMarkup, DividesAnyTextIntoPieces) {
         std::string_view Pieces;
     } cases[] = {
         {"\x1b[bs] new\x1b[s] old\x1b[b]bold\x1b[n]normal", "sb' new's' old'b'bold'n'normal'"},
-        {"\x1b[sb;*=2110]Mail\x1b[s]  \x1b[*]Next", "sb*2110'Mail's'  'n*?'Next'"},
+        {"\x1b[sb;*=" NUMBER(COMMAND_MAIL_PROGRAM) "]Mail\x1b[s]  \x1b[*]Next",
+         "sb*" NUMBER(COMMAND_MAIL_PROGRAM) "'Mail's'  'n*?'Next'"},
         {"\x1b[s;B=255;F=0] spam", "sF0B255' spam'"},
         {"\x1b[F=16777215;bs]x", "sbF16777215'x'"},  // in any order
         {"\x1b[F]a\x1b[B=]b\x1b[F=red]c", "nF-1'a'nB-1'b'nF-1'c'"},

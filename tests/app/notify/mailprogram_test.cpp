@@ -21,7 +21,7 @@ class MailProgram : public testing::Test {
     }
 
     STRINGARRAY State, Item;
-    const TEXTTABLE Texts{{{10004, "Title"}}};
+    const TEXTTABLE Texts{{{TEXT_TITLE, "Title"}}};
     JOURNAL Journal;
     JOURNALFRONTEND FrontEnd{Journal};
     FAKESTARTER Starter;

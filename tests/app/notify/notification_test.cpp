@@ -59,12 +59,12 @@ class Notification : public testing::Test {
     STRINGARRAY State;
     RECORDARRAY Items{8, 8}, Types{8, 8}, Records{8, 8};
     std::vector<int> New;
-    const TEXTTABLE Texts{{{2933, "New!"},
-                           {2946, "$NAME:$LIST?"},
-                           {2958, "plain"},
-                           {2960, "Nothing"},
-                           {2984, "Program|Later|Close|Delete|Inbox|Show"},
-                           {10004, "Title"}}};
+    const TEXTTABLE Texts{{{TEXT_POPUP_HEAD, "New!"},
+                           {TEXT_ASK_PROGRAM, "$NAME:$LIST?"},
+                           {TEXT_DEFAULT_TYPE, "plain"},
+                           {TEXT_NOTHING_NEW, "Nothing"},
+                           {TEXT_POPUP_BUTTONS, "Program|Later|Close|Delete|Inbox|Show"},
+                           {TEXT_TITLE, "Title"}}};
     JOURNAL Journal;
     JOURNALFRONTEND FrontEnd{Journal};
     FAKESTARTER Starter;
@@ -77,8 +77,8 @@ TEST_F(Notification, ShowsOneMailWithSixButtonsAndMoreWithFour) {
     EXPECT_TRUE(Notify());
     EXPECT_EQ(AlertText(),
               "New!\nHome: 2 mails (2 new)\n\n\x1b[bs] ! Ann: Lunch? \n\x1b[s]\n"
-              "\x1b[sb;*=2110]Program\x1b[s]  \x1b[sb;*=2140]Later\x1b[s]  \x1b[sb;*=2141]Delete\x1b[s]  "
-              "\x1b[sb;*=2114]Show\x1b[s]  \x1b[sb;*=2144]Inbox\x1b[s]  \x1b[sb;*=0]Close\x1b[s]  ");
+              "\x1b[sb;*=" NUMBER(COMMAND_MAIL_PROGRAM) "]Program\x1b[s]  \x1b[sb;*=" NUMBER(COMMAND_REMIND_LATER) "]Later\x1b[s]  \x1b[sb;*=" NUMBER(COMMAND_DELETE_MAIL) "]Delete\x1b[s]  "
+              "\x1b[sb;*=" NUMBER(COMMAND_SHOW_MAIL) "]Show\x1b[s]  \x1b[sb;*=" NUMBER(COMMAND_SHOW_ITEM) "]Inbox\x1b[s]  \x1b[sb;*=0]Close\x1b[s]  ");
     const ALERTREQUEST& alert = FrontEnd.Alerts.back();
     EXPECT_EQ(alert.DurationMs, 10000);
     EXPECT_EQ(alert.TextColor * 10 + alert.BackColor, 12);
@@ -104,7 +104,7 @@ TEST_F(Notification, ShowsOneMailWithSixButtonsAndMoreWithFour) {
     EXPECT_TRUE(Notify());
     EXPECT_EQ(AlertText(),
               "New!\nHome: 2 mails (2 new)\n\n\x1b[bs] ! Ann: Lunch? \n\x1b[bs]  Ann: Dinner? \n\x1b[s]\n"
-              "\x1b[sb;*=2110]Program\x1b[s]  \x1b[sb;*=2140]Later\x1b[s]  \x1b[sb;*=2144]Inbox\x1b[s]  "
+              "\x1b[sb;*=" NUMBER(COMMAND_MAIL_PROGRAM) "]Program\x1b[s]  \x1b[sb;*=" NUMBER(COMMAND_REMIND_LATER) "]Later\x1b[s]  \x1b[sb;*=" NUMBER(COMMAND_SHOW_ITEM) "]Inbox\x1b[s]  "
               "\x1b[sb;*=0]Close\x1b[s]  ");
     EXPECT_EQ(FrontEnd.Alerts.back().TextColor * 10 + FrontEnd.Alerts.back().BackColor, 34);
 
@@ -170,9 +170,10 @@ TEST_F(Notification, ListsWhatTheSettingsAndTypesLetIn) {
 }
 
 TEST_F(Notification, LetsNoMailForgeAButton) {
-    AddMail("a\x1b[sb;*=2141]Delete\x1b[s]\r\nb\x0e\x0f", "", "");
+    AddMail("a\x1b[sb;*=" NUMBER(COMMAND_DELETE_MAIL) "]Delete\x1b[s]\r\nb\x0e\x0f", "", "");
     Notify();
-    EXPECT_EQ(AlertText(), "New!\nHome: 2 mails (2 new)\n\n\x1b[bs]  Ann: a[sb;*=2141]Delete[s]b ");
+    EXPECT_EQ(AlertText(),
+              "New!\nHome: 2 mails (2 new)\n\n\x1b[bs]  Ann: a[sb;*=" NUMBER(COMMAND_DELETE_MAIL) "]Delete[s]b ");
 }
 
 TEST_F(Notification, StaysSilentWhereItShould) {

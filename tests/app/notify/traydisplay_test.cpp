@@ -27,7 +27,7 @@ TEST(TrayPictures, ShowTheCountOrWhatIsMoreUrgent) {
         EXPECT_EQ(TrayPicture(test.State), test.Picture) << test.State.Count;
 }
 
-const TEXTTABLE TRAYTEXTS({{2901, "Mail"}, {2940, "no|mail|mails|new"}, {2971, "unread"}});
+const TEXTTABLE TRAYTEXTS({{TEXT_TOOLTIP, "Mail"}, {TEXT_COUNTS, "no|mail|mails|new"}, {TEXT_UNREAD, "unread"}});
 
 TEST(Tooltip, TellsTheUnreadMailsWhereTheyAreNotAll) {
     const struct {
