@@ -30,6 +30,7 @@ constexpr struct {
     {"No meta http-equiv found", TEXT_BAD_PAGES},
     {"Not supported!", TEXT_NO_MOVE},
     {"Unknown Error", TEXT_UNKNOWN_FAULT},
+    {"TLS only", TEXT_ENCRYPTED_PORT},
 };
 
 bool Same(std::string_view a, std::string_view b) {
@@ -139,9 +140,6 @@ class EXPLANATION {
         : Type(item.GetNumber("Type")), Place(item), Texts(texts) {}
 
     std::string Of(std::string_view reason) const {
-        // The alert of a server that has taken our words for the beginning of an encrypted conversation.
-        if (reason.starts_with("\x15\x03") || reason.starts_with("\x16\x03"))
-            return Text(TEXT_ENCRYPTED_PORT);
         if (reason.empty())
             return Own(TEXT_NO_ANSWER);
         const std::string plain = Plain(reason);
@@ -160,7 +158,9 @@ class EXPLANATION {
         } else if (const int text = OwnReason(number)) {
             return Own(text);
         }
-        if (plain.starts_with("IMAP99 ") || plain.empty())
+        // A server of the other protocol greets in its own way.
+        const bool foreign = plain.starts_with(Type == ITEMTYPE_POP3 ? "* " : "+OK");
+        if (plain.starts_with("IMAP99 ") || plain.empty() || foreign)
             return Text(TEXT_NOT_UNDERSTOOD);
         return Type == ITEMTYPE_HOTMAIL ? WebStatus(plain) : Refusal(REPLY(plain));
     }
@@ -199,8 +199,10 @@ class EXPLANATION {
                Text(encrypted ? TEXT_ENCRYPTED_LOGIN : TEXT_LOGIN_ADVICE);
     }
     std::string Text(int id) const {
-        const bool port = id == TEXT_ENCRYPTED_PORT;
-        return Text(id, port ? Place.Port : Plain(Place.Server.View()));
+        if (id == TEXT_ENCRYPTED_PORT)
+            return Text(id, Place.Port);
+        const std::string_view server = Place.Server.View();
+        return Text(id, Plain(id == TEXT_NO_HOST ? server.substr(0, server.find_first_of(": ")) : server));
     }
     std::string Text(int id, const std::string& value) const {
         STRING text = Texts.Get(id);

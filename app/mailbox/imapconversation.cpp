@@ -6,6 +6,7 @@
 
 #include "app/mailbox/imap.h"
 #include "app/mailbox/imapreply.h"
+#include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
@@ -115,9 +116,10 @@ bool IMAPCONVERSATION::End(bool whole, std::string_view tag) {
     // The rest of a line that has said what counts may be missing.
     Answered = !Endless && last && (whole || good);
     Lost = !Answered && !Endless && Device.GetInfo("ONLINE") == "0";
-    OfConnection = Lost && !last;
-    Last = Endless ? NO_END : OfConnection ? HUNG_UP : "";
-    if (last && !Endless)
+    const bool encrypted = LISTING::IsEncrypted(Line);
+    OfConnection = Lost && !last && !encrypted;
+    Last = Endless ? NO_END : encrypted ? LISTING::ENCRYPTED : OfConnection ? HUNG_UP : "";
+    if (last && !Endless && !encrypted)
         Last = STRING(std::string_view(Line).substr(0, LAST_LINE_BYTES));
     if (good)
         LearnCapability(Line);

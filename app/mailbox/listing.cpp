@@ -19,6 +19,10 @@ bool BeginsWith(std::string_view text, std::string_view prefix) {
            });
 }
 
+bool IsEncrypted(std::string_view reply) {
+    return reply.starts_with("\x15\x03") || reply.starts_with("\x16\x03");
+}
+
 STRING ErrorText(const char* line) {
     return BeginsWith(line, "-ERR ") ? STRING(line) : STRING("-ERR ") || line;
 }

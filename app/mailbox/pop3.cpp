@@ -120,6 +120,8 @@ bool TALK::Fail(const char* reason) {
 bool TALK::NoAnswer() {
     if (IsStopped())
         return Fail(STOPPED);
+    if (LISTING::IsEncrypted(Reply))
+        return Fail(LISTING::ENCRYPTED);
     if (Device.GetInfo("ONLINE") == "0")
         return Fail(DISCONNECTED);
     return Fail(LoggedOn ? SILENT : "");

@@ -86,6 +86,7 @@ TEST(ImapGet, OutcomeOfWhatAServerMaySay) {
         {"log-on refused", LOGIN, "$NO who\r\n", END, "", "-ERR IMAPCMD_0 NO who"},
         {"OK without a blank", LOGIN, "$OK\r\n", END, "", "-ERR IMAPCMD_0 OK"},
         {"a refusal that speaks of OK", LOGIN, "$NO it was OK once\r\n", END, "", "-ERR IMAPCMD_0 NO it was OK once"},
+        {"an encrypted port", LOGIN, "\x15\x03\x01", END, "", "-ERR 999 TLS only", true},
         {"log-on silent", LOGIN, "", END, "", "-ERR "},
         {"a tag in another case is none", SELECT, "* 1 EXISTS\r\nimapcmd_1 OK x\r\n", END, "", "-ERR ", true},
         {"an earlier tag is none", SELECT, "* 1 EXISTS\r\nIMAPCMD_0 OK x\r\n" + DONE, SEARCH, "+OK", "+OK"},

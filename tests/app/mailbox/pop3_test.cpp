@@ -59,6 +59,7 @@ TEST(PopGet, OutcomeOfWhatAServerMaySay) {
         {"all well", QUIT, OK, end, {true, SUMMARY + tail}},
         {"user refused, in lower case", USER, "-err who\r\n", end, {false, "-err who"}},
         {"user silent", USER, "", end, {false, "-ERR "}},
+        {"an encrypted port", USER, "\x15\x03\x01", end, {false, "-ERR 999 TLS only"}, true},
         {"password refused in other words", PASS, "no such mailbox\r\n", end, {false, "-ERR no such mailbox"}},
         {"password's reply empty", PASS, "\r\n", end, {false, "-ERR "}},
         {"STAT refused without a blank", STAT, "-ERR\r\n", end, {false, "-ERR -ERR"}},
