@@ -46,9 +46,10 @@ constexpr ITEMKEY STORED_KEYS[] = {
 constexpr const char* COLOUR_KEYS[] = {"PopupBackgroundColor", "PopupTextColor"};
 
 /// Run-time keys that start afresh in each run, whatever a file says.
-constexpr ITEMKEY FRESH_KEYS[] = {
-    {"@Showing", "0"}, {"@ForceRefresh", "0"}, {"@ForcePopup", "0"}, {"@SuppressPopup", "0"}, {"@InUpdate", "0"},
-    {"@Locked", "0"},  {"@MoveDelError", "0"}, {"@LostCopies", "0"}, {"@DisposedMails", ""},  {"@RetryMessageId", ""}};
+constexpr ITEMKEY FRESH_KEYS[] = {{"@Showing", "0"},       {"@ForceRefresh", "0"}, {"@ForcePopup", "0"},
+                                  {"@SuppressPopup", "0"}, {"@InUpdate", "0"},     {"@Locked", "0"},
+                                  {"@MoveDelError", "0"},  {"@LostCopies", "0"},   {"@DisposedMails", ""},
+                                  {"@RetryMessageId", ""}, {"@X-DeleteMail", ""}};
 
 }  // namespace
 

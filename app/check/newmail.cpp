@@ -128,6 +128,23 @@ bool HasOtherIds(STRINGARRAY& item) {
     return true;
 }
 
+/// The popup's mail under the id that it has now: POP3 numbers shift when other mails go, and the old one may be that
+/// of another mail by the time the user says delete. Of a mail that is not to be found, or of two, none goes.
+void RenewPopupId(STRINGARRAY& item, const RECORDARRAY& records) {
+    if (item.Get("@X-DeleteMessageId").Length() == 0)
+        return;
+    const STRING mail = item.Get("@X-DeleteMail");
+    int found = 0;
+    STRING id("");
+    for (int i = 0; i < records.Count(); ++i) {
+        if (records[i]["MessageId"] == mail) {
+            ++found;
+            id = records[i].Get("X-Message-Id") || "\n";
+        }
+    }
+    item.Set("@X-DeleteMessageId", found == 1 ? id : STRING(""));
+}
+
 STRING CountText(int number, const TEXTS& texts) {
     if (number == 0)
         return texts.Part(TEXT_COUNTS, PART_COUNTS_NONE) || " " || texts.Part(TEXT_COUNTS, PART_COUNTS_MANY);
@@ -163,6 +180,7 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     if (marks.Stopped)
         return STRING();
 
+    RenewPopupId(item, records);
     const STRING known = otherIds ? STRING("") : lastSeenIds;
     const SEENIDS oldIds(known);
     COUNTS counts = CountRecords(records, oldIds);

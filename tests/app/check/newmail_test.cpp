@@ -103,6 +103,7 @@ TEST_F(NewMail, IdsMeanNothingUnderAnotherUidValidity) {
         Item.Set("LastSeenIds", "1");
         for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId"})
             Item.Set(key, "1\n");
+        Item.Set("@X-DeleteMail", "1");
         Item.Set("@UidValidity", test.Now);
         Check(listing);
         EXPECT_EQ(Notifier.TakeCalls().size(), test.Forgets ? 1U : 0U) << test.Before << " to " << test.Now;
@@ -110,6 +111,26 @@ TEST_F(NewMail, IdsMeanNothingUnderAnotherUidValidity) {
         EXPECT_EQ(Value("LastSeenIds"), "1");
         for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId"})
             EXPECT_EQ(Value(key), test.Forgets ? "" : "1\n") << key;
+    }
+}
+
+TEST_F(NewMail, ThePopupsMailIsKnownByItsPresentId) {
+    const auto mail = [](const char* name, const std::string& id) {
+        return Mail(name, ("X-Message-Id: " + id + "\n").c_str());
+    };
+    const struct {
+        std::string Listing;
+        const char* Id;
+    } CASES[] = {
+        {"3 msgs|3 ?unread|9 bytes\n" + mail("c", "3|400") + mail("b", "2|400") + mail("a", "1|400"), "2|400\n"},
+        {"1 msgs|1 ?unread|9 bytes\n" + mail("c", "3|400"), ""},
+        {"2 msgs|2 ?unread|9 bytes\n" + mail("b", "3|400") + mail("b", "2|400"), ""},
+    };
+    for (const auto& test : CASES) {
+        Item.Set("@X-DeleteMessageId", "3|400\n");
+        Item.Set("@X-DeleteMail", "b");
+        Check(test.Listing);
+        EXPECT_EQ(Value("@X-DeleteMessageId"), test.Id) << test.Listing;
     }
 }
 

@@ -36,7 +36,7 @@ class Notification : public testing::Test {
         const std::string text =
             "To=Me\nFrom=Ann\nX-Size=5 KB\nX-SpamPoints=7\nBody=\n"
             "X-Datetime=Tue, 3 Mar 2026 12:05:06 +0000\nX-Message-Id=" +
-            id + "\n";
+            id + "\nMessageId=" + id + "\n";
         STRINGARRAY record(STRING(text), 16, 16);
         for (const auto& [key, value] :
              {std::pair{"Seen", seen}, {"Subject", subject}, {"X-Ignore", ignore}, {"Header", header}})
