@@ -36,4 +36,4 @@ int UserHandles();
 
 /// Runs `open` often enough that a handle left each time stands out, and expects that none is. Callers announce
 /// nothing.
-void ExpectNoHandleGrowth(const std::function<void()>& open, int times = 500);
+void ExpectNoHandleGrowth(const std::function<void()>& open, int times = 100);

@@ -375,13 +375,11 @@ TEST(DataPages, DoWithoutWhatTheLanguageLacks) {
 }
 
 TEST(DataPages, LeaveNoHandles) {
-    ExpectNoHandleGrowth(
-        [] {
-            STRINGARRAY record = START;
-            PAGED pages(record);
-            RunWith(pages.Dialog, [] {});
-        },
-        100);
+    ExpectNoHandleGrowth([] {
+        STRINGARRAY record = START;
+        PAGED pages(record);
+        RunWith(pages.Dialog, [] {});
+    });
 }
 
 }  // namespace
