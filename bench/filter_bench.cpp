@@ -33,7 +33,7 @@ template <class WORK>
 double Best(WORK work) {
     double best = 1e9;
     for (int i = 0; i < ROUNDS; ++i) {
-        OSYS::ReleaseFreeMemory();  // as behind every check
+        OSYS::ReleaseFreeMemory();  // as after every check
         const auto start = std::chrono::steady_clock::now();
         work();
         const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;

@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace std::string_literals;
     constexpr size_t LONGEST_NAME = 1024;
     static const std::string QUERY = "\0\7\1\0\0\1\0\0\0\0\0\0\1a\7example\0\0\17\0\1"s;
-    // In a block of its size, so that a read behind its end is seen.
+    // In a block of its size, so that a read past its end is seen.
     const std::vector<char> block(data, data + size);
     const std::string_view packet(block.data(), block.size());
     if (IsDnsAnswer(QUERY, packet) && (packet.substr(0, 2) != QUERY.substr(0, 2) || !(data[2] & 0x80)))

@@ -40,7 +40,7 @@ struct MAIL {
     std::string Header, Body;
 };
 
-// What a correct server says to one command about three mails; flags stand behind the text if `flagsLast` is set.
+// What a correct server says to one command about three mails; flags stand after the text if `flagsLast` is set.
 std::string Answer(const std::string& line, const MAIL (&mails)[3], bool flagsLast) {
     const size_t blank = line.find(' ');
     const std::string done = line.substr(0, blank) + " OK done\r\n", command = line.substr(blank + 1);

@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (at == ids.npos || server.Heard[i - 1] != "LIST " + number + "\r\n")
             abort();
         const size_t start = at + wanted.size();
-        // The greeting comes first: the reply to a command is the line behind as many.
+        // The greeting comes first: the reply to a command is the line after as many.
         if (!Agrees(lines.at(i), number, ids.substr(start, ids.find('\n', start) - start)))
             abort();
     }

@@ -22,7 +22,7 @@ class SMTPSERVER : public SAIDSERVER {
 }  // namespace
 
 // Whatever a mail server says, both dialogues end; the verification never sends a mail, and the message goes out only
-// behind a reply that asks for it.
+// after a reply that asks for it.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     TcpTimes.ReadFailedMs = 1;
     SmtpVerifyTimes = {1, 1, 1, 1, 100};

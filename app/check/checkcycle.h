@@ -62,7 +62,7 @@ class CHECKCYCLE {
     /// One turn of the loop without its pause.
     void Turn();
 
-    /// Another reason to end, for who checks items without the thread. Before the first check.
+    /// Another reason to end, for callers that check items without the thread. Before the first check.
     void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
 
     /// Checks one item if it is due and free. Work thread.

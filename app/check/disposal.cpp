@@ -158,7 +158,7 @@ class DISPOSEDMAILS {
  private:
     static constexpr size_t DIGITS = 16;
 
-    /// Hands over each line's number and what stands behind it; a damaged line is passed over.
+    /// Hands over each line's number and what stands after it; a damaged line is passed over.
     template <class TAKE>
     static void Read(const STRING& text, TAKE take) {
         WORDCURSOR lines(text, "\n");

@@ -33,7 +33,7 @@ std::string ListForm(const STRING& id) {
 }
 
 /// The pieces of a list of ids. Not by words, which end at a zero byte: one mail with such an id would make all mails
-/// behind it new for ever.
+/// after it new for ever.
 std::vector<std::string_view> SplitIds(std::string_view list) {
     std::vector<std::string_view> ids;
     for (;;) {

@@ -13,7 +13,7 @@ struct CHECKREPORT {
     bool Asked;                        // the user asked for this check and waits for an answer
     STRING Status;                     // the row's text, such as "3 mails"
     STRING NewText;                    // " (2 new)"
-    bool PopupShown = false;           // for those who are told behind the user
+    bool PopupShown = false;           // for those who are told after the user
 };
 
 /// Where new-mail detection hands over to the notification of the user. Work thread.

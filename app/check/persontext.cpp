@@ -64,7 +64,7 @@ bool IsNumber(std::string_view word) {
     return !word.empty() && std::all_of(word.begin(), word.end(), ASCII::IsDigit);
 }
 
-// What stands behind "Error: ", also of a check that a run in another language has recorded.
+// What stands after "Error: ", also of a check that a run in another language has recorded.
 std::string_view Reason(std::string_view recorded, const STRING& prefix) {
     const std::string_view own = Trimmed(prefix.View());
     if (recorded.starts_with(own))

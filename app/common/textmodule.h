@@ -4,7 +4,7 @@
 
 /// The platform's half of a language library: one open file of texts.
 struct LANGUAGELIBRARY::MODULE {
-    /// What stands behind "english" and "german" in the file's name.
+    /// What stands after "english" and "german" in the file's name.
     static const char* const Extension;
 
     MODULE() = default;

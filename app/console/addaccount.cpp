@@ -22,7 +22,7 @@ constexpr SCHEME SCHEMES[] = {
     {"pop3://", ITEMTYPE_POP3}, {"imap://", ITEMTYPE_IMAP}, {"webmail://", ITEMTYPE_HOTMAIL, false}};
 
 // Turns %41 into its byte; false for a "%" without two digits, a control byte and a "|", which splits the stored text.
-// A bare ":" is refused too: behind it people write a password, which would end up in the account's name.
+// A bare ":" is refused too: after it people write a password, which would end up in the account's name.
 bool PercentDecode(std::string_view text, STRING& result) {
     result = "";
     for (size_t i = 0; i < text.size(); ++i) {

@@ -16,5 +16,5 @@ std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, 
 /// A mail for reading: sender, recipient, subject, date, and the body as far as it was fetched.
 std::string MailText(const STRINGARRAY& mail);
 
-/// A spam report as lines of UTF-8, with an empty line behind it.
+/// A spam report as lines of UTF-8, with an empty line after it.
 std::string ReportLines(STRING report);

@@ -7,7 +7,7 @@
 #include "app/console/consolefrontend.h"
 #include "app/core/tarnwick.h"
 
-/// Takes a mailbox file apart that comes in pieces of any size: mails behind lines that begin "From ", with one ">"
+/// Takes a mailbox file apart that comes in pieces of any size: mails after lines that begin "From ", with one ">"
 /// taken off lines of the form ">From " (and ">>From " ...). A mail is cut as a check of a POP3 mailbox cuts it: the
 /// header, the first body lines, long lines in pieces. So memory does not grow with the file.
 class MBOXREADER {

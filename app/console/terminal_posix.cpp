@@ -164,7 +164,7 @@ int PressedKey() {
     pollfd input{STDIN_FILENO, POLLIN, 0};
     if (poll(&input, 1, 0) != 1)
         return 0;
-    // Keys without a character send several bytes; an Enter behind a key is a habit.
+    // Keys without a character send several bytes; an Enter after a key is a habit.
     char keys[64];
     ssize_t got = read(STDIN_FILENO, keys, sizeof keys);
     while (got > 0 && (keys[got - 1] == '\n' || keys[got - 1] == '\r'))

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// What stands behind "/" or "-" and the name; null if the word is another one.
+/// What stands after "/" or "-" and the name; null if the word is another one.
 const char* BehindName(const STRING& word, const STRING& name) {
     const char* text = word.Text();
     if (text[0] != '/' && text[0] != '-') {

@@ -29,7 +29,7 @@ class ARGUMENTS {
     bool TestArg(const char* name) const;
     /// Do at least n+1 words begin with "/" or "-" and that name?
     bool TestArgValue(const char* name, int n) const;
-    /// What stands behind the name in the n-th such word (from 0), without one ":" in front; empty for a word that
+    /// What stands after the name in the n-th such word (from 0), without one ":" in front; empty for a word that
     /// begins with "-", null if there are not that many.
     STRING GetArgValue(const char* name, int n) const;
 

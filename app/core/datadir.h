@@ -14,8 +14,8 @@ inline constexpr const char* DATADIR_LOCKFILE = "tarnwick.lock";
 /// that cannot be made; "." if nothing else can be used.
 STRING GetDataDir(const ARGUMENTS& arguments, const char* product, const char* subdirectory, STRING& pending);
 
-/// Removes what a killed run left of files that it was writing, in the data directory and its trash. Only for who holds
-/// the directory's lock.
+/// Removes what a killed run left of files that it was writing, in the data directory and its trash. Only for
+/// the holder of the directory's lock.
 void RemoveLeftovers(const STRING& directory);
 
 /// Carries out the pending change: copies the files that match `patterns` (split by "|") if asked, deletes them in the

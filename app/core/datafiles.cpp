@@ -19,7 +19,7 @@ constexpr const char* FILE_TYPES = "mailtypes.ini";
 constexpr const char* FILE_SPAMDEF = "spamdef.dat";
 constexpr const char* FILE_SPAMDEF_DEFAULT = "def_spamdef.dat";
 
-/// Behind the name of a file in which nothing could be read.
+/// After the name of a file in which nothing could be read.
 constexpr const char* DAMAGED_SUFFIX = ".bad";
 
 constexpr int HELP_WELCOME = 2803;

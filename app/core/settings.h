@@ -5,7 +5,7 @@
 
 /// The version that this program stores in the settings.
 inline constexpr const char* PROGRAM_VERSION = "2.02";
-/// Stands behind the version wherever a person sees it.
+/// Stands after the version wherever a person sees it.
 inline constexpr const char* PROGRAM_VERSION_SUFFIX = "";
 
 /// How a setting gets its value when the file does not have it.

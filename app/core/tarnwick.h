@@ -52,8 +52,8 @@ class TARNWICK {
     /// Appends a copy of the record to the table, forces its check with popup 0 and saves the items, which sorts them;
     /// false if they could not be written.
     bool AddItem(const STRINGARRAY& item);
-    /// Takes the item out of the table; false if it is being checked, or there is none. Who has taken the last one
-    /// saves the table.
+    /// Takes the item out of the table; false if it is being checked, or there is none. The caller saves
+    /// the table once it has taken the last one.
     bool RemoveItem(int index);
     /// Index of the item with that handle or name (without regard to case), -1 if none.
     int FindHandle(int handle) const;
@@ -74,7 +74,7 @@ class TARNWICK {
     SPAMFILTER& Filter() { return *Spam; }
     TRASHSTORE& Trash() { return TrashStore; }
     NOTIFICATION& Notification() { return Teller; }
-    /// The mail servers of domains, for who makes a filter of its own.
+    /// The mail servers of domains, for whoever makes a filter of its own.
     MXLOOKUP& MailServers() { return *Mx; }
     /// How the platform starts programs.
     PROGRAMSTARTER& Programs() { return *Starter; }

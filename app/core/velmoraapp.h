@@ -43,7 +43,7 @@ class VELMORAAPP {
     bool Minimized = false;
 };
 
-/// The language that the words ask for ("GER", "ENGL" or a number behind /LANG:), else the user's.
+/// The language that the words ask for ("GER", "ENGL" or a number after /LANG:), else the user's.
 int LanguageFromArguments(const ARGUMENTS& arguments);
 /// The directory of the program file; in a development layout the one above its build folder.
 STRING ProgramDirectory(const STRING& programPath);

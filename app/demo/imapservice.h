@@ -18,7 +18,7 @@ class IMAPSESSION : public LINESESSION {
     std::string Reply(std::string_view line) override;
 
  private:
-    // Each carries a command out, adds untagged lines to Untagged and gives what stands behind the tag.
+    // Each carries a command out, adds untagged lines to Untagged and gives what stands after the tag.
     std::string Carry(std::string_view command, std::string_view arguments);
     std::string Selected(std::string_view command, std::string_view arguments, bool byUid);
     std::string LogIn(std::string_view arguments);

@@ -6,7 +6,7 @@
 #include "corelib/base/widepath.h"
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
-    // To the platform's own rule the backslash of "/WORKDIR:C:\my mail\" would take the quote behind it along.
+    // To the platform's own rule the backslash of "/WORKDIR:C:\my mail\" would take the quote after it along.
     DYNARRAY<STRING> words = SplitCommandLine(Narrow(CP_UTF8, GetCommandLineW()).Text());
     std::vector<const char*> pointers;
     for (int i = 0; i < words.Count(); ++i) {

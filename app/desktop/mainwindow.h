@@ -27,7 +27,7 @@ inline constexpr const char* MAINWINDOW_CLASS = "VelmoraTWWinClass";
 struct DESKTOPTIMES {
     int TrayStartMs = 300;        // the shell settles before the tray icon is made
     int AlertReadMs = 2000;       // an alert that is replaced can be read a little longer
-    int AlertRightClickMs = 800;  // an alert behind which the mail program starts
+    int AlertRightClickMs = 800;  // an alert after which the mail program starts
 };
 extern DESKTOPTIMES DesktopTimes;
 
@@ -44,7 +44,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void SetApplication(TARNWICK* application);
     /// Shows the window with what the application has read.
     void Begin(bool minimized);
-    /// Behind the application's start: what is done once the user sees the window.
+    /// After the application's start: what is done once the user sees the window.
     void Started();
     /// Handles messages, with the keys of that table, until PostQuit has been called.
     void MainDispatchLoop(int accelerators);

@@ -17,7 +17,7 @@ bool MXMEMORY::GetAddr(const char* name, STRING& bestmx, STRING& list) {
         ANSWER answer{};
         answer.Found = Source.GetAddr(name, answer.BestMx, answer.List);
         answer.Silent = Source.IsSilent();
-        // The first name is one that everybody knows. Behind others there may be a dead server of a sender's own, who
+        // The first name is one that everybody knows. After others there may be a dead server of a sender's own, who
         // shall not keep the rest from being looked up; but no more than a few of these.
         SourceSilent = answer.Silent && (Answers.empty() || ++SilentNames >= MOST_SILENT);
         known = Answers.emplace(domain, std::move(answer)).first;

@@ -84,7 +84,7 @@ int SpamRecipients(const STRING& toline, const STRING& ccline, const STRINGARRAY
     const auto isComma = [](char c) { return c == ',' || c == ';'; };
     const auto recipients = 1 + std::count_if(toline.View().begin(), toline.View().end(), isComma) +
                             std::count_if(ccline.View().begin(), ccline.View().end(), isComma);
-    // Who reads mailing lists gets mail that does not name them.
+    // Readers of mailing lists get mail that does not name them.
     const int limit = state.GetNumber("SpamHaveDistrLists") != 0 ? state.GetNumber("SpamDistrLists") : GRADES;
     const int64_t factor = std::min(state.GetNumber("SpamBccReceiver"), limit);
     int64_t points = 0;

@@ -3,7 +3,7 @@
 #include "app/common/texts.h"
 #include "corelib/base/stringarray.h"
 
-/// Looks at the shape of a subject, which is the header line behind its "Subject:": capitals, a running number at the
+/// Looks at the shape of a subject, which is the header line after its "Subject:": capitals, a running number at the
 /// end. Points, and the reason for a person.
 int SpamSubject(const STRING& subject, const STRINGARRAY& vars, const TEXTS& texts, STRING& reason);
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-// The reports of all mails of a listing. Behind it mails get none, and their points all the same.
+// The reports of all mails of a listing. After it mails get none, and their points all the same.
 constexpr size_t REPORTS_BYTES = 1 << 29;
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include "corelib/base/stringarray.h"
 
-/// A tuning number of the filter. Its value begins with the number; what stands behind is a comment for the user, and
+/// A tuning number of the filter. Its value begins with the number; what stands after is a comment for the user, and
 /// stays in the file.
 struct SPAMVARIABLE {
     const char* Key;

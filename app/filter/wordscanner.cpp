@@ -16,7 +16,7 @@ namespace {
 
 constexpr int TOP_LINES = 3;
 
-// The report of a mail that is nothing but words would be ten times as long as the mail. It ends behind so many bytes
+// The report of a mail that is nothing but words would be ten times as long as the mail. It ends after so many bytes
 // and a part of the mail's own.
 constexpr size_t DETAILS_BYTES = 8192;
 constexpr size_t DETAILS_PART = 4;
@@ -197,7 +197,7 @@ void WORDSCANNER::ScanHeaderLine(std::string_view wholeLine) {
         AddReportLine(points, significance, SubjectLabel.View(), reason.View());
     } else if (LISTING::BeginsWith(line, "From:")) {
         Zone = SPAMFLAG_FROM;
-        // The blank behind the colon is taken for granted.
+        // The blank after the colon is taken for granted.
         FromValue = STRING(line.substr(std::min<size_t>(line.size(), 6)));
         int significance = 0;
         const int points = SpamFromFormatting(FromValue, Table.Vars, Texts, significance, reason);
@@ -217,7 +217,7 @@ void WORDSCANNER::ScanHeaderLine(std::string_view wholeLine) {
 }
 
 void WORDSCANNER::SearchLine(std::string_view line) {
-    // "free ! !" is read as "free!!", and "$ 100" behind a blank without that blank.
+    // "free ! !" is read as "free!!", and "$ 100" after a blank without that blank.
     Line.clear();
     for (size_t i = 0; i < line.size(); ++i) {
         if (line[i] != ' ' || i + 1 == line.size() || (line[i + 1] != '!' && line[i + 1] != '$'))

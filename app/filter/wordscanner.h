@@ -23,15 +23,15 @@ class WORDSEARCH {
  public:
     /// word and line outlive the search.
     WORDSEARCH(uint32_t flags, std::string_view word, std::string_view line) : Flags(flags), Word(word), Line(line) {}
-    /// The next valid hit at or behind start, -1 if there is none. An occurrence that is no hit ends the search, too.
+    /// The next valid hit at or after start, -1 if there is none. An occurrence that is no hit ends the search, too.
     int FindSpamWord(int start);
     /// To be told when the bytes from a hit up to `end` have been overwritten; and up to where they have been.
     void SetOverwritten(size_t end);
     size_t OverwrittenEnd() const { return Overwritten; }
 
     // What hits have left here; a later hit of the search finds what an earlier one has left.
-    int Exclamations = 0;      // exclamation marks behind the word
-    int Overrun = 0;           // letters skipped behind the word
+    int Exclamations = 0;      // exclamation marks after the word
+    int Overrun = 0;           // letters skipped after the word
     bool AllCapitals = false;  // the word was found in capitals
 
  private:

@@ -20,7 +20,7 @@ constexpr const char* REFRESH_DIRECTORY = "/cgi-bin/";
 constexpr const char* DELETE_DOC = "/cgi-bin/HoTMaiL";
 constexpr const char* DELETE_FORM = "mbox=F000000001&js=&_HMaction=delete&foo=inbox&page=&$MSGID=on&nullbox=";
 
-// What the service said, for who follows the trace closely.
+// What the service said, for whoever follows the trace closely.
 void SavePage(const char* traceLine, const STRING& page, const char* file) {
     if (TraceLevel(5, "%s", traceLine))
         FILES::ReplaceLog(FILES::OwnFile(file).Text(), page.View(), true);

@@ -12,7 +12,7 @@
 inline constexpr const char* HOTMAIL_LOGIN_HOST = "login.webmail.example";
 inline constexpr const char* HOTMAIL_DISPLAY_HOST = "www.webmail.example";  // only shown
 inline constexpr const char* HOTMAIL_MAIL_DOMAIN = "webmail.example";
-inline constexpr int64_t HOTMAIL_LISTING_BYTES = 1 << 30;  // reading ends behind the mail that passes this
+inline constexpr int64_t HOTMAIL_LISTING_BYTES = 1 << 30;  // reading ends after the mail that passes this
 
 /// Logs in and goes on to the inbox page. The status number of the way to the inbox; 200 is a page, which may be
 /// another one than the inbox. `page` is where it ended, or a text whose word 1 is a number.

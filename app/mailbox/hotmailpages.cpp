@@ -28,7 +28,7 @@ bool Holds(std::string_view text, std::string_view what) {
     return Find(text, what) != NONE;
 }
 
-// What stands behind `mark` up to any of the bytes; false without the mark.
+// What stands after `mark` up to any of the bytes; false without the mark.
 bool FindBehind(std::string_view text, std::string_view mark, const char* ends, STRING& found) {
     const size_t at = Find(text, mark);
     if (at == NONE)
@@ -118,12 +118,12 @@ bool ROWCURSOR::Next(ROW& row) {
     return false;
 }
 
-// The line and those behind it as one text, through the one that closes the row, or all if none does.
+// The line and those after it as one text, through the one that closes the row, or all if none does.
 STRING ROWCURSOR::GatherRow(std::string_view firstLine) {
     std::string_view line = firstLine;
     while (!Holds(line, "</tr>") && Lines.Next(line)) {
     }
-    // Lines of one text lie one behind the other.
+    // Lines of one text lie one after the other.
     STRING row(std::string_view(firstLine.data(), static_cast<size_t>(line.data() + line.size() - firstLine.data())));
     char* const begin = row.Data();
     row.Truncate(static_cast<int>(std::remove(begin, begin + row.Length(), '\n') - begin));

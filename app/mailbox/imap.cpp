@@ -175,7 +175,7 @@ class READER {
         return true;
     }
 
-    // Walks over the lines of the fetched text. What stands behind the last line break is a line, too, and be it empty.
+    // Walks over the lines of the fetched text. What stands after the last line break is a line, too, and be it empty.
     template <class WORK>
     void ForEachLine(WORK work) {
         if (!Mail.Text)

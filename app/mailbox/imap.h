@@ -11,7 +11,7 @@
 /// Time-outs and pauses, and the most that a server may say. Tests shrink them.
 struct IMAPTIMES {
     int LineMs = 5000;               // each line, the greeting too, and each piece of a literal
-    int PauseMs = 250;               // behind LOGIN when reading, ahead of it when deleting and moving
+    int PauseMs = 250;               // after LOGIN when reading, ahead of it when deleting and moving
     int ReplySeconds = 300;          // a reply whose lines take longer than this has no end, and so has one
     int64_t ReplyBytes = 16 << 20;   // of more bytes; the list of two million mails is as long
     int64_t LiteralBytes = 65536;    // what is kept of a literal: nobody's mail makes the others unreadable
@@ -29,7 +29,7 @@ inline constexpr int IMAP_BODY_BYTES = 4096;
 /// confirmed LOGOUT is no such thing.
 bool ImapGet(const MAILBOXCALL& call, const STRING& folder, int bytes, STRING& result);
 
-/// The same over a device of the caller's, which is offline at first, and destroyed behind it.
+/// The same over a device of the caller's, which is offline at first, and destroyed after it.
 bool ImapRead(BASEIO& device, const MAILBOXCALL& call, const STRING& folder, int bytes, STRING& result);
 
 /// Deletes mails by their UIDs, one a line, in the folder that the item reads; one that has gone is passed over, and so

@@ -19,7 +19,7 @@ bool IsWord(std::string_view word, std::string_view other) {
     return word.size() == other.size() && BeginsWith(word, other);
 }
 
-// Cuts the first word off, and the blank behind it.
+// Cuts the first word off, and the blank after it.
 std::string_view TakeWord(std::string_view& rest) {
     const std::string_view word = rest.substr(0, rest.find(' '));
     rest.remove_prefix(std::min(word.size() + 1, rest.size()));
@@ -39,14 +39,14 @@ bool LiteralAt(std::string_view line, size_t at, std::string_view& bytes) {
     return true;
 }
 
-// The place behind the quoted text that begins there.
+// The place after the quoted text that begins there.
 size_t QuotedEnd(std::string_view line, size_t at) {
     for (++at; at < line.size() && line[at] != '"'; ++at)
         at += line[at] == '\\';
     return std::min(at + 1, line.size());
 }
 
-// The place behind the quoted text or literal that begins there, or else behind that byte.
+// The place after the quoted text or literal that begins there, or else after that byte.
 size_t StepEnd(std::string_view line, size_t at) {
     if (std::string_view bytes; LiteralAt(line, at, bytes))
         return static_cast<size_t>(bytes.data() - line.data()) + bytes.size();

@@ -19,7 +19,7 @@ int64_t LiteralAhead(std::string_view line, size_t from);
 /// A number of decimal digits alone, of at most `most`; false for anything else.
 bool ReadNumber(std::string_view word, uint64_t most, uint64_t& number);
 
-/// True if the server agrees: "OK" and a blank, directly behind the tag, or behind "* " in a greeting.
+/// True if the server agrees: "OK" and a blank, directly after the tag, or after "* " in a greeting.
 bool IsGood(std::string_view line, std::string_view tag);
 
 /// The number of mails, from "* n EXISTS".
@@ -31,7 +31,7 @@ bool ReadUidValidity(std::string_view line, uint32_t& validity);
 /// Adds the numbers of a line "* SEARCH ..."; false for another line. What is no number is passed over.
 bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers);
 
-/// If the line lists what the server can do, in a line of its own or behind an OK: stores whether `wanted` is among it.
+/// If the line lists what the server can do, in a line of its own or after an OK: stores whether `wanted` is among it.
 bool ReadCapability(std::string_view line, std::string_view wanted, bool& has);
 
 /// What was said of one mail.

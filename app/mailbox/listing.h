@@ -64,7 +64,7 @@ class WRITER {
     void Append(std::string_view bytes);
     /// Bytes so far.
     int64_t Length() const { return Total; }
-    /// The text, behind `head`, which counts to the whole; the writer is empty then.
+    /// The text, after `head`, which counts to the whole; the writer is empty then.
     STRING Take(std::string_view head = {});
 
  private:

@@ -10,7 +10,7 @@ class PROGRESS {
  public:
     PROGRESS(FRONTEND& frontEnd, const TEXTS& texts, int handle)
         : FrontEnd(frontEnd), TextTable(texts), Handle(handle) {}
-    /// The text of that number with `detail` directly behind it.
+    /// The text of that number with `detail` directly after it.
     void Show(int text, const STRING& detail) const { FrontEnd.SetItemStatus(Handle, TextTable.Get(text) || detail); }
     /// A text as it is.
     STRING Text(int text) const { return TextTable.Get(text); }

@@ -11,9 +11,9 @@
 /// Time-outs in ms, and the most that a listing may take. Tests shrink them.
 struct POPTIMES {
     int GreetingMs = 40000;
-    int ReplyMs = 10000;             // each other line
+    int ReplyMs = 10000;             // any other line
     int64_t MailBytes = 16 << 20;    // what is kept of one mail: nobody's mail takes the room of the others
-    int64_t ListingBytes = 1 << 30;  // reading ends behind the mail that passes this: no server fills the memory
+    int64_t ListingBytes = 1 << 30;  // reading ends after the mail that passes this: no server fills the memory
     int64_t MailPrice = 3072;        // counted beside its bytes for each mail: what its record takes at least
 };
 extern POPTIMES PopTimes;
@@ -29,7 +29,7 @@ inline constexpr int POP_LINE = 1024;
 /// silent before the first mail.
 bool PopGet(const MAILBOXCALL& call, int lines, STRING& result);
 
-/// The same over a device of the caller's, which is offline at first, and destroyed behind it.
+/// The same over a device of the caller's, which is offline at first, and destroyed after it.
 bool PopRead(BASEIO& device, const MAILBOXCALL& call, int lines, STRING& result);
 
 /// Deletes mails by ids of the form "number|size", one a line, all or none: the server carries the deletions out at

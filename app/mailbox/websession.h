@@ -19,7 +19,7 @@ void SetCookie(const STRING& result, STRINGARRAY& cookies);
 /// The "Cookie: " line for a host with all cookies whose domain it ends in; empty if the jar is.
 STRING CookieHeader(const STRINGARRAY& cookies, const STRING& host);
 
-/// Resolves a link in the simple way of the service's pages: one that is not absolute stands behind baseHost and
+/// Resolves a link in the simple way of the service's pages: one that is not absolute stands after baseHost and
 /// baseDir as it is.
 void UrlToHostDoc(const STRING& url, const STRING& baseHost, const char* baseDir, STRING& hostOut, STRING& docOut);
 

@@ -28,7 +28,7 @@ bool Has(std::string_view code, char letter) {
     return code.find(letter) != std::string_view::npos;
 }
 
-// The number behind the first `letter` and a "=".
+// The number after the first `letter` and a "=".
 std::optional<int32_t> Number(std::string_view code, char letter) {
     std::string_view digits = code.substr(code.find(letter) + 1);
     if (!digits.starts_with('='))

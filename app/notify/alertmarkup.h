@@ -25,7 +25,7 @@ struct ALERTPIECE {
 using ALERTLINE = std::vector<ALERTPIECE>;
 
 /// Divides an alert's text into lines at "\n" (at least one line), and each line into pieces. A piece begins at an
-/// escape byte, and may have a code between "[" and "]" right behind it. In a code, at any place: "n" normal size, "s"
+/// escape byte, and may have a code between "[" and "]" right after it. In a code, at any place: "n" normal size, "s"
 /// small, "b" bold, "F=number" and "B=number" text and background colour, "*" a button, "*=number" a button with that
 /// command (its low 16 bits). Numbers beyond 32 bits stay at the end of the range. Every piece starts afresh, nothing
 /// carries over. Byte 0x0F stands for "\x1b[s]" and 0x0E for "\x1b[n]"; a tab is a blank. An escape byte without a

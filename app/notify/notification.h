@@ -30,7 +30,7 @@ class NOTIFICATION : public NOTIFIER {
         : State(state), Items(items), Types(types), FrontEnd(frontEnd), Texts(texts), Starter(starter) {}
     /// Whose pass over the items starts the mail program once, and whose counts the tray shows.
     void SetCycle(CHECKCYCLE* cycle) { Cycle = cycle; }
-    /// Who is told of the same behind the user, for example to print it; null: nobody.
+    /// A listener that is told of the same after the user, for example to print it; null: none.
     void SetListener(NOTIFIER* listener) { Listener = listener; }
     /// Where the last popup's text is kept. Before the work thread starts.
     void SetPopupFile(const STRING& path) { PopupFile = path; }

@@ -5,7 +5,7 @@
 
 class CHECKCYCLE;
 
-/// Numbers of the tray icon's pictures behind those of the counts, and the resource number of picture 0.
+/// Numbers of the tray icon's pictures after those of the counts, and the resource number of picture 0.
 inline constexpr int TRAY_SUSPENDED = 14;
 inline constexpr int TRAY_FAILED = 15;
 inline constexpr int TRAY_UPDATING = 16;

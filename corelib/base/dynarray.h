@@ -20,7 +20,7 @@ int CompareTexts(const STRING& a, const STRING& b, int flags);
 bool TextMatches(const STRING& item, const char* text, int mode);
 
 /// A growing array of pointers to owned items with a re-entrant lock of its own, held during each operation and not
-/// between two. Items are copied in. A bad index is a failed assertion, behind which the operation does nothing, or
+/// between two. Items are copied in. A bad index is a failed assertion, after which the operation does nothing, or
 /// gives a reference to a spare item.
 template <class TYPE>
 class DYNARRAY {
@@ -73,7 +73,7 @@ class DYNARRAY {
     static TYPE& SpareItem();
 
     std::unique_ptr<CRITSECT> pLock;
-    std::vector<std::unique_ptr<TYPE>> ppItems;  // MaxItems slots, those behind ItemCount are empty
+    std::vector<std::unique_ptr<TYPE>> ppItems;  // MaxItems slots, those after ItemCount are empty
     int ItemCount = 0;
     int MaxItems = 0;
     int GrowBy = 0;

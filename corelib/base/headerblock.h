@@ -9,7 +9,7 @@
 
 /// All of text up to the first empty line; the whole of it if there is none. Points into text.
 std::string_view HeaderBlock(std::string_view text);
-/// All behind that line; empty if there is none. Points into text.
+/// All after that line; empty if there is none. Points into text.
 std::string_view BodyBlock(std::string_view text);
 /// The value of the n-th (from 0) line that begins with name and ":", without regard to case and without blanks and
 /// tabs on its left. An empty line ends the search. Null if there is no such line. Continuation lines are not looked

@@ -46,7 +46,7 @@ uint32_t EVENTSEM::Id() const {
 void EVENTSEM::Set() {
     const uint32_t id = Id();
     // Whoever waits may destroy the event as soon as it is set: what follows works on the state alone. The waiters are
-    // called behind the lock, as they would only run into it.
+    // called after the lock, as they would only run into it.
     const std::shared_ptr<STATE> state = State;
     {
         std::lock_guard hold(state->Guard);

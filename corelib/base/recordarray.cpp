@@ -61,7 +61,7 @@ int RECORDARRAY::LoadAll(const char* filename) {
     };
     std::string_view rest = text.View();
     size_t end;
-    // What stands behind the last line end is lost, as the writer never leaves such a line.
+    // What stands after the last line end is lost, as the writer never leaves such a line.
     while ((end = rest.find('\n')) != rest.npos) {
         std::string_view line = rest.substr(0, end + 1);
         rest.remove_prefix(end + 1);

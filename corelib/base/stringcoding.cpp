@@ -89,7 +89,7 @@ STRING STRING::Unescape() const {
         result.AppendBytes(text.substr(i, slash == text.npos ? text.npos : slash - i));
         if (slash == text.npos)
             break;
-        // The terminator stands behind a backslash at the very end.
+        // The terminator stands after a backslash at the very end.
         char c = slash + 1 < text.size() ? text[slash + 1] : '\0';
         i = slash + 2;
         switch (c) {
@@ -184,7 +184,7 @@ STRING STRING::FromBase64() const {
         group[filled++] = value;
         if (value != PADDING && filled < 4)
             continue;
-        // A full group, or one that the padding closes early: a byte for each value behind the first.
+        // A full group, or one that the padding closes early: a byte for each value after the first.
         int bytes = value == PADDING ? filled - 2 : 3;
         const char decoded[3] = {static_cast<char>((group[0] << 2) | (group[1] >> 4)),
                                  static_cast<char>((group[1] << 4) | (group[2] >> 2)),

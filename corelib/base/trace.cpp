@@ -121,7 +121,7 @@ void OpenOwnLog(bool hard) {
     state.LogActive = true;
 }
 
-// The text of arg behind an option's name, if arg begins with it, without regard to case; else null.
+// The text of arg after an option's name, if arg begins with it, without regard to case; else null.
 const char* Behind(const char* arg, std::string_view option) {
     STRING head{std::string_view(arg, strnlen(arg, option.size()))};
     return stricmp(head.Text(), option.data(), 0) == 0 ? arg + option.size() : nullptr;

@@ -18,7 +18,7 @@ bool TraceWanted(uint32_t level);
 /// Takes one command line argument; 1 if it was one of the options /LOGIT, /LOGIT:name, /LOGITHARD, /LOGITHARD:name,
 /// /LOGDEBUG, /LOGDBG, /LOG:number, /LOGITCLOSE, /NOASSERT (any case), else 0. Only while one thread runs.
 int LogOption(const char* arg);
-/// For who has just told the data directory (FILES::SetDataDirectory): a log without a name that could not be made in
+/// Called once the data directory is known (FILES::SetDataDirectory): a log without a name that could not be made in
 /// the current directory is tried there, with the lines so far. Gives the name of a log that was asked for and is not
 /// written, null if all is well: none can be made, or what stands there is a link, through which none is written.
 STRING SettleLog();
@@ -32,7 +32,7 @@ using ASSERTQUESTION = bool (*)(const char* title, const char* text);
 void SetAssertQuestion(ASSERTQUESTION ask);
 
 /// Reports a failed assertion: trace line, assert.log (see FILES::OwnFile), and the question unless `quiet` is not
-/// 0 or /NOASSERT was given. 1 if the program is to go on, which is the rule: the code behind an assertion must
+/// 0 or /NOASSERT was given. 1 if the program is to go on, which is the rule: the code after an assertion must
 /// survive.
 int Assert(bool condition, const char* text, const char* file, int line, const char* info, int quiet);
 /// How many assertions have failed in this process.

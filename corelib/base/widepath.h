@@ -32,7 +32,7 @@ bool NameFromWide(std::wstring_view wide, STRING& name);
 /// A whole path: to the letter, or with the short form of what is there ("C:\USERS\42A3~1\new.txt"); null, with a line
 /// in the trace log, if that cannot be said either.
 STRING PathFromWide(const std::wstring& wide);
-/// A word of the command line: to the letter, or with the path in it, the whole word or what stands behind the first
+/// A word of the command line: to the letter, or with the path in it, the whole word or what stands after the first
 /// ":", in its short form. What cannot be said becomes "?", which no file has in its name.
 STRING WordFromWide(const std::wstring& word);
 

@@ -147,7 +147,7 @@ bool BASEIO::Read(char* buffer, int* length, int timeoutMs, const char* until) {
     const int room = *length;
     // From the longest wait it looks up, whether the peer is still there and the program is to go on.
     const int wait = timeoutMs < 0 ? TcpTimes.StopLookMs : std::min(timeoutMs / 4, TcpTimes.StopLookMs);
-    // What is there already needs no clock: most lines of a reply are behind its first in the ring.
+    // What is there already needs no clock: most lines of a reply are after its first in the ring.
     int count = room;
     Ring.Read(buffer, &count, 0, until);
     auto stopByte = [&] { return count > 0 && until && strchr(until, buffer[count - 1]); };

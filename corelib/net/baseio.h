@@ -87,7 +87,7 @@ class BASEIO {
 
  protected:
     void OpenStartGate();
-    /// Ends a pause that the daemon thread makes behind a failed read: there is something to read from again.
+    /// Ends a pause that the daemon thread makes after a failed read: there is something to read from again.
     void WakeDaemon() { PauseOver.Set(); }
 
     /// For the derived constructor, before the gate opens: DevRead never waits for more once it has something, so the

@@ -30,7 +30,7 @@ bool WriteMessage(BASEIO& device, const STRING& message, const STOPQUESTION& sto
             return false;
         const size_t end = std::min(rest.find('\n'), rest.size());
         STRING line(rest.substr(0, end));
-        // Behind the last line end there is one more line, if only an empty one.
+        // After the last line end there is one more line, if only an empty one.
         more = end < rest.size();
         rest.remove_prefix(more ? end + 1 : end);
         if (rest.starts_with('\r'))
@@ -97,7 +97,7 @@ bool EMAIL::Converse(BASEIO& device, const STRING& message, STRING& last) const 
         !ask(STRING("RCPT TO:") += Receiver, 299) || !ask("DATA", 399))
         return false;
     Trace("EMAIL::SendMail before writing the message\n");
-    // Half a message is not handed over by the dot behind it.
+    // Half a message is not handed over by the dot after it.
     if (!WriteMessage(device, message, StopAsked)) {
         last = device.GetInfo("LastErrorString");
         return false;

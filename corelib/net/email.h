@@ -29,7 +29,7 @@ class EMAIL {
     ///
     /// The message goes out line by line, without blanks and carriage returns at the lines' ends, and with one line end
     /// more than it has. Mails that were read by POP3 still are in their form for the wire, so dots are not doubled: a
-    /// line of "." ends the message, and the server takes what stands behind it for commands. An address with control
+    /// line of "." ends the message, and the server takes what stands after it for commands. An address with control
     /// bytes could do the same, and is refused before a connection is made.
     bool SendMail(const STRING& message, char* error, int errorSize) const;
     void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }

@@ -25,7 +25,7 @@ std::string Gunzip(std::string_view data, int64_t limit) {
         stream.avail_out = static_cast<uInt>(room);
         state = inflate(&stream, Z_NO_FLUSH);
         text.append(piece, 0, room - stream.avail_out);
-        // What stands behind a member is another one, or of no interest.
+        // What stands after a member is another one, or of no interest.
         if (state == Z_STREAM_END && stream.avail_in >= 2 && stream.next_in[0] == 0x1f && stream.next_in[1] == 0x8b)
             state = inflateReset(&stream);
     }

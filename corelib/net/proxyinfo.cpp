@@ -78,7 +78,7 @@ bool Take(std::string_view& text, std::string_view pattern) {
     return true;
 }
 
-/// Takes the pattern and the decimal number behind it.
+/// Takes the pattern and the decimal number after it.
 bool TakeNumber(std::string_view text, std::string_view pattern, int& number) {
     if (!Take(text, pattern))
         return false;

@@ -44,7 +44,7 @@ bool RINGBUFFER::Write(const char* data, int length) {
         WriteIndex += length;
     }
     Mutex.Release();
-    // Behind the mutex, as the reader that this wakes would only run into it.
+    // After the mutex, as the reader that this wakes would only run into it.
     if (wakes)
         DataAvailable.Set();
     return fits;

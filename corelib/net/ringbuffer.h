@@ -12,7 +12,7 @@ class RINGBUFFER {
     explicit RINGBUFFER(int size);
 
     /// Delivers up to *length bytes; *length becomes the count and true means at least one. Waits up to timeoutMs for
-    /// the first byte. With `until`, delivery ends behind the first byte that occurs in it, or behind a zero byte.
+    /// the first byte. With `until`, delivery ends after the first byte that occurs in it, or after a zero byte.
     bool Read(char* buffer, int* length, int timeoutMs, const char* until);
     /// Stores all bytes (at most the ring's size), waiting without limit while there is no room for them; false only
     /// without a data block and after Abandon.
@@ -30,7 +30,7 @@ class RINGBUFFER {
     int CountUntil(int count, const char* until) const;
 
     MUTEXSEM Mutex;
-    // Set as soon as there is something to read, a moment behind it at most, and until nothing is.
+    // Set as soon as there is something to read, a moment after it at most, and until nothing is.
     EVENTSEM DataAvailable;
     // A writer that waits for RoomWanted bytes is woken by it, instead of at the end of its pause.
     EVENTSEM RoomMade;

@@ -11,7 +11,7 @@
 struct TCPTIMES {
     int ConnectMs = 60000;         // a connection that does not come up, and a look-up of its host before that
     int NoDeviceMs = 250;          // a device without a read of its own
-    int ReadFailedMs = 100;        // behind a failed read
+    int ReadFailedMs = 100;        // after a failed read
     int RingFullMs = 100;          // while the reader is behind
     int StopLookMs = 100;          // between two looks at a peer, and two questions whether the program is to end
     int SlowMs = 60000;            // waiting for a peer over which it must be faster than

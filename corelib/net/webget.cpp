@@ -76,7 +76,7 @@ class BODYCOUNT {
     uint32_t Expected = UNKNOWN;
     bool InHeader = true;
 
-    // Takes bytes up to and with the first that makes an event. The line feed behind the header's last return counts as
+    // Takes bytes up to and with the first that makes an event. The line feed after the header's last return counts as
     // the first byte of the body.
     EVENT Take(std::string_view bytes, size_t& taken) {
         EVENT event = NOTHING;
@@ -128,7 +128,7 @@ class BODYCOUNT {
     int64_t LineLength = 1;
 };
 
-// Makes "\r\n" a "\n", behind zero bytes, too.
+// Makes "\r\n" a "\n", after zero bytes, too.
 void RemoveReturns(STRING& text) {
     char* const begin = text.Data();
     char* const end = begin + text.Length();
@@ -178,7 +178,7 @@ int WEBGET::Post(const char* host, const char* doc, STRING& result, const STRING
     length.Format("%d", body.Length());
     lines.Replace("$(LENGTH)", length.Text(), 1);
     lines += body;
-    // The empty line ends the header, and the body goes out behind it as a line of its own.
+    // The empty line ends the header, and the body goes out after it as a line of its own.
     WORDCURSOR cursor(lines, "\n");
     for (std::string_view line; cursor.Next(line);)
         AddLine(STRING(line));
@@ -232,7 +232,7 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
         const bool answered = TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs);
         result = answered && *line ? STRING(line) : STRING("WEBGET 999 Read Timeout");
         result.Append("\n");
-        // Who has not said a word in all that time is not waited for a second time.
+        // A server that has not said a word in all that time is not waited for a second time.
         if (answered)
             ReadData(device, result);
         else if (IsStopped())

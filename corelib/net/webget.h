@@ -46,10 +46,10 @@ class WEBGET {
     void AddLine(const STRING& line) { NextLines.push_back(line); }
 
     /// Fetches a document; the number in the first line of `result` comes back, 999 without one. host: a name or
-    /// address, with ":port" or " port" behind it (80 without one) and a credential and "@" in front, which later
+    /// address, with ":port" or " port" after it (80 without one) and a credential and "@" in front, which later
     /// requests to that host remember. Null counts as empty.
     int Get(const char* host, const char* doc, STRING& result);
-    /// The same with a form's body, which is sent as it is, a line end behind it.
+    /// The same with a form's body, which is sent as it is, a line end after it.
     int Post(const char* host, const char* doc, STRING& result, const STRING& body);
 
     /// Makes a raw response readable: decodes gzip, and turns CR LF into "\n" in all but pictures. A compressed body

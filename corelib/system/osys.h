@@ -33,7 +33,7 @@ STRING ProgramPath();
 /// Last write time, UTC, as "%04d-%02d-%02d %02d:%02d:%02d"; null if the file cannot be read.
 STRING FileTime(const char* name);
 /// Counts the files that match pattern in dir (and below it, if recurse is not 0, where directories match too), and
-/// adds their full paths to array if it is set. A directory is counted and added behind its contents.
+/// adds their full paths to array if it is set. A directory is counted and added after its contents.
 int CollectFiles(const char* dir, const char* pattern, DYNARRAY<STRING>* array, int recurse);
 /// A file open for reading or writing on its own, closed when the object goes; mode begins with 'r' (read, existing
 /// only) or 'w' (write, open or create); a '+' asks for writing as well. IsOpen() tells whether it worked.

@@ -12,7 +12,7 @@ struct CUSTOM {
     WNDPROC oldWinProc = nullptr;
 } Custom;
 
-// Behind a menu, class or title in a dialog's template: a text, a number (behind a word of ones), or nothing.
+// After a menu, class or title in a dialog's template: a text, a number (after a word of ones), or nothing.
 const WORD* BehindName(const WORD* at) {
     if (*at == 0xFFFF)
         return at + 2;

@@ -55,7 +55,7 @@ class LISTVIEW : public CONTROL {
 
     int SelectedCount() const { return static_cast<int>(ListView_GetSelectedCount(hWnd)); }
     int FirstSelected() const { return NextSelected(-1); }
-    /// The next one behind `row`, -1 if there is none.
+    /// The next one after `row`, -1 if there is none.
     int NextSelected(int row) const { return ListView_GetNextItem(hWnd, row, LVNI_SELECTED); }
     /// Selects or not, and leaves the other rows; a selected one also gets the focus and is scrolled into view.
     void Select(int idx, bool selected = true);

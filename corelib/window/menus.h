@@ -20,7 +20,7 @@ class MENU {
     void DeletePosition(int position);
     /// Removes the separator at a place of a submenu, which is found by its text in the bar ("&" and case apart).
     void DeleteSeparator(const char* submenu, int position);
-    /// The entry's text, with its "&" and what stands behind a tab; empty if there is none.
+    /// The entry's text, with its "&" and what stands after a tab; empty if there is none.
     STRING ItemText(int command) const;
 
     /// Shows a popup menu at `at` (screen coordinates), or at the mouse; the command comes as WM_COMMAND to owner.

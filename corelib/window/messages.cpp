@@ -17,7 +17,7 @@ int Box(HWND window, const STRING& text, const STRING& title, UINT kind) {
     return MessageBoxW(window, WideText(text).c_str(), WideText(title).c_str(), kind | MB_TOPMOST);
 }
 
-// Pairs of name and pattern, each with a zero byte behind it, and one more at the end.
+// Pairs of name and pattern, each with a zero byte after it, and one more at the end.
 std::wstring FilterList(const STRING& filter) {
     STRING all = filter.Length() > 0 ? filter : STRING("");
     all.Append(IsGermanResourceModule() ? "\nAlle Dateien|*.*" : "\nAll Files|*.*");
@@ -84,7 +84,7 @@ bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {
     }
     if (!chosen)
         return false;
-    // A directory and a name in it may also come one behind the other.
+    // A directory and a name in it may also come one after the other.
     const size_t end = name.find(L'\0');
     if (end > 0 && ask.nFileOffset == end + 1 && name[end + 1] != L'\0')
         name.replace(end, 1, name[end - 1] == L'\\' ? L"" : L"\\");

@@ -24,7 +24,7 @@ class NEWTOOLBAR : public WINDOW, private DRAWNELEMENTS {
     /// the next click) or TBSTYLE_CHECK | TBSTYLE_GROUP (one of a run of such neighbours is down).
     void AddButton(int id, int bitmap, int style);
     void AddSeparator();
-    /// A label beside the picture, from a menu's text: "&" goes, what stands behind a tab, and dots at the end.
+    /// A label beside the picture, from a menu's text: "&" goes, what stands after a tab, and dots at the end.
     void SetButtonText(int id, const STRING& text);
     bool IsChecked(int id) const;
     /// Only for those with TBSTYLE_CHECK. Checking one of a group clears the others of its run.

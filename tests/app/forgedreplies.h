@@ -3,7 +3,7 @@
 #include <string>
 
 /// The body of a mail that says what an IMAP server would say: the end of the reply that shows it, if it is the newest
-/// one and the `tag`-th command fetched it, then the replies to all commands for the `mails` mails behind it, in which
+/// one and the `tag`-th command fetched it, then the replies to all commands for the `mails` mails after it, in which
 /// the mails with the UIDs 1, 2, ... are spam, and the farewell. Lines end in "\n".
 inline std::string ForgedReplies(int tag, int mails) {
     std::string text;

@@ -270,7 +270,7 @@ class Faults : public testing::Test {
         return same;
     }
 
-    /// A run with a fault, a look, and a good run behind it, which makes all well.
+    /// A run with a fault, a look, and a good run after it, which makes all well.
     void Try(const std::string& name, int point, const std::string& how, int killMs = 0) {
         Renew();
         const pid_t pid = Start({"/ONCE"}, point, how);

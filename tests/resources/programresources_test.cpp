@@ -6,7 +6,7 @@
 #include "tests/resources/menus.h"
 #include "tests/support/testsupport.h"
 
-// Behind the settings, whose names it has, too.
+// After the settings, whose names it has, too.
 // clang-format off
 #include <windows.h>
 // clang-format on

@@ -20,7 +20,7 @@ class DOVECOT : public LOCALSERVER {
 
     /// A folder of the user's on the disk, the inbox without a name. It has to be there before the user sees it.
     MAILDIR Mailbox(const std::string& user, const std::string& folder = "") const;
-    /// Puts a mail into the user's inbox, behind those that are there. Lines of `text` end in "\n".
+    /// Puts a mail into the user's inbox, after those that are there. Lines of `text` end in "\n".
     void Deliver(const std::string& user, std::string_view text) { Mailbox(user).Deliver(text); }
     /// The texts of the inbox as they lie on the disk, in the order of their delivery.
     std::vector<std::string> Inbox(const std::string& user) const { return Mailbox(user).Texts(); }

@@ -13,7 +13,7 @@ class MAILDIR {
 
     /// Makes it, empty.
     void Create() const;
-    /// Puts a mail into it, behind those that are there. Lines of `text` end in "\n"; flags as in the file's name, in
+    /// Puts a mail into it, after those that are there. Lines of `text` end in "\n"; flags as in the file's name, in
     /// alphabetical order: S is seen. Without flags nobody has looked at it yet.
     void Deliver(std::string_view text, const std::string& flags = "") const;
     /// The texts as they lie on the disk, and the flags, in the order of delivery.

@@ -65,7 +65,7 @@ class SCRIPTEDSERVER {
  public:
     /// Each connection plays this script.
     explicit SCRIPTEDSERVER(SCRIPT script) : SCRIPTEDSERVER(std::vector<SCRIPT>{std::move(script)}) {}
-    /// The first connection plays the first script and so on; the last one serves all that come behind.
+    /// The first connection plays the first script and so on; the last one serves all that come after.
     explicit SCRIPTEDSERVER(std::vector<SCRIPT> scripts);
     /// Stops, and reports a mismatch that the test has not asked for as its failure.
     ~SCRIPTEDSERVER();
@@ -83,7 +83,7 @@ class SCRIPTEDSERVER {
     /// Ends all connections and takes no more. Nothing that the clients sent comes in any more.
     void Stop();
 
-    /// All that the clients have sent so far, in the order of arrival. All that they ever sent, behind Wait().
+    /// All that the clients have sent so far, in the order of arrival. All that they ever sent, after Wait().
     std::string Transcript();
     int Connections();
     /// What differed from the script, or an empty text. Asking makes it the test's affair.
@@ -124,13 +124,13 @@ class SCRIPTEDSERVER {
 /// The bytes that the server's side of a script sends.
 int ServerBytes(const SCRIPT& script);
 
-/// Plays the script once for each byte of the server's side with the connection cut behind that many bytes (0, 1, ...),
+/// Plays the script once for each byte of the server's side with the connection cut after that many bytes (0, 1, ...),
 /// and once whole. conversation(server, sent, whole) holds the client's side against it; it is over when it returns.
 template <class CONVERSATION>
 void ForEveryCut(const SCRIPT& script, CONVERSATION conversation) {
     const int total = ServerBytes(script);
     for (int sent = 0; sent <= total && !testing::Test::HasFailure(); ++sent) {
-        SCOPED_TRACE("cut behind byte " + std::to_string(sent) + " of " + std::to_string(total));
+        SCOPED_TRACE("cut after byte " + std::to_string(sent) + " of " + std::to_string(total));
         SCRIPTEDSERVER server(script);
         if (sent < total)
             server.CutAfter(sent);

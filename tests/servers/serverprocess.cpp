@@ -89,10 +89,10 @@ bool Accepts(int port) {
     return Calls(port, [](int) { return true; });
 }
 
-std::string RunAsSelf(const char* before, const char* between, const char* behind) {
+std::string RunAsSelf(const char* before, const char* between, const char* after) {
     const passwd* self = getpwuid(geteuid());
     const group* ours = getgrgid(getegid());
-    return self && ours ? std::string(before) + self->pw_name + between + ours->gr_name + behind : "";
+    return self && ours ? std::string(before) + self->pw_name + between + ours->gr_name + after : "";
 }
 
 bool RunCommand(const std::string& command) {

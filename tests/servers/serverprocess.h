@@ -32,9 +32,9 @@ int FreePort();
 bool Greets(int port);
 /// Whether a server takes connections on the port.
 bool Accepts(int port);
-/// The setting that names whom a server runs as: before, our user, between, our group, behind. A server of root that
+/// The setting that names whom a server runs as: before, our user, between, our group, after. A server of root that
 /// changed to another user would forget that it has to end with the test. Empty if we have no name.
-std::string RunAsSelf(const char* before, const char* between, const char* behind);
+std::string RunAsSelf(const char* before, const char* between, const char* after);
 /// Runs a command of the shell to its end; true if it says that it went well.
 bool RunCommand(const std::string& command);
 /// The bytes of a file under the platform's own name; none if it cannot be read.

@@ -12,7 +12,7 @@ namespace {
 
 int Announced = 0;
 
-// Checks behind each test that the assertions which failed are those that it announced.
+// Checks after each test that the assertions which failed are those that it announced.
 class ASSERTIONGUARD : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo&) override {
         Announced = 0;

@@ -73,6 +73,6 @@ bool Eventually(CONDITION condition) {
     return condition();
 }
 
-/// The number behind a macro's name, as a text.
+/// The number after a macro's name, as a text.
 #define NUMBER(name) NUMBER_OF(name)
 #define NUMBER_OF(name) #name

@@ -9,7 +9,7 @@ namespace {
 using LIST = std::vector<std::string>;
 
 constexpr const char* ONE_MAIL = "1 msgs|1 unread|0 bytes\nMessage-Id: a\n\nbody\n\1";
-// The filter, which is off, puts its field on top, and no end behind the last mail.
+// The filter, which is off, puts its field on top, and no end after the last mail.
 constexpr const char* ONE_MAIL_STORED = "1 msgs|1 unread|0 bytes\nX-SpamPoints: 0\nMessage-Id: a\n\nbody\n";
 
 /// The checks and disposals among what was noted.

@@ -29,8 +29,8 @@ std::string Shown(const char* value, int type = ITEMTYPE_POP3, const char* sourc
 TEST(PersonText, TellsWhyACheckHasFailed) {
     constexpr int POP = ITEMTYPE_POP3, IMAP = ITEMTYPE_IMAP, WEB = ITEMTYPE_HOTMAIL;
     const struct {
-        const char* Recorded;  // behind "Error: "
-        const char* Shown;     // behind the same
+        const char* Recorded;  // after "Error: "
+        const char* Shown;     // after the same
         int Type = ITEMTYPE_POP3;
         const char* Source = "pop.x:110|me";
     } cases[] = {

@@ -53,7 +53,7 @@ TEST(Program, ShowsTheDemo) {
     EXPECT_TRUE(Contains(first.Out, " *J\xc3\xbcrgen Wei\xc3\x9f")) << first.Out;
     // Nothing of the progress of a check where there is no terminal.
     EXPECT_FALSE(Contains(first.Out, "Reading")) << first.Out;
-    // Its spam is marked, and only that; the report of a mail is there for who asks.
+    // Its spam is marked, and only that; the report of a mail is there for whoever asks.
     EXPECT_TRUE(Contains(first.Out, "\n!*Best Meds Direct")) << first.Out;
     EXPECT_TRUE(Contains(first.Out, "\n *Bike Works")) << first.Out;
     // What was seen is known to the next run, though its server has another port.
@@ -158,8 +158,7 @@ TEST(Program, TellsACheckThatFails) {
     // Nobody listens there any more.
     const auto failed = program.Run({"/ONCE", "/INBOX"});
     EXPECT_EQ(failed.Code, EXIT_CHECK_FAILED);
-    EXPECT_TRUE(failed.Err.starts_with("joe@example.org: Error: No connection to the server 127.0.0.1:"))
-        << failed.Err;
+    EXPECT_TRUE(failed.Err.starts_with("joe@example.org: Error: No connection to the server 127.0.0.1:")) << failed.Err;
     EXPECT_TRUE(Contains(failed.Out, "joe@example.org - Error: No connection")) << failed.Out;
     // A suspended account is not checked, so its old failure does not count.
     const STRING path = program.DataDir() || "\\accounts.ini";

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The verdict on one word behind a good one, and the word that it names.
+// The verdict on one word after a good one, and the word that it names.
 std::string Verdict(const char* word) {
     const char* words[] = {"tarnwickc", "/ONCE", word, "/INBOX"};
     const ARGUMENTS arguments(4, words);

@@ -173,7 +173,7 @@ TEST_F(Notice, AnAlertEndsByItsTimeAndComesBackWhenTheUserWants) {
         Show({.Text = "one", .DurationMs = stays});
         EXPECT_FALSE(HasTimer(TIMER_ALERT));
     }
-    // The present one goes at once, and the last real one comes behind the delay.
+    // The present one goes at once, and the last real one comes after the delay.
     WriteBytes(Engine->DataFile(LAST_POPUP_FILE), "seen before\nthis");
     const HWND before = Alert();
     Command(COMMAND_REMIND_LATER);

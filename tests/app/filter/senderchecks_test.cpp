@@ -128,7 +128,7 @@ TEST_F(Sender, OfAServerThatRefusesOrGoesIsAnError) {
             SmtpVerifyTimes = {ms, ms, ms, ms};
             int code = -1;
             const bool answered = VerifySenderSmtp(STRING(std::string_view(server.HostPort())), "c@x.example", code);
-            // A number counts from its third digit on, and behind RCPT there is an answer, if only an empty one.
+            // A number counts from its third digit on, and after RCPT there is an answer, if only an empty one.
             good = answered == (sent >= toRecipient - 5) &&
                    (sent >= toRecipient + 3 ? code == 250 : sent > toRecipient || code == 0);
         }

@@ -62,7 +62,7 @@ TEST_F(Scanner, ScalesDynamicWords) {
         {"\n\ncheap", "52/1/0"},
         {"\n1\n2\n3\ncheap", "40/1/0"},
         {"\n1\n2\n3\ncheap ! !", "72/1/0"},
-        // Counters stay for the row on the line: behind the end of the line, and once in capitals.
+        // Counters stay for the row on the line: after the end of the line, and once in capitals.
         {"\n1\n2\n3\ncheap!! cheap", "144/1/0"},
         {"\n1\n2\n3\nCHEAP cheap", "104/1/0"},
         {"\n1\n2\n3\ncheap!! cheap.", "112/1/0"},

@@ -163,7 +163,7 @@ TEST_F(WebMail, RowsOfTheTable) {
              "<a href=\"m\">J&uuml;rgen\n  Wei&szlig;</a></td><td>\1Re: 5 &nbsp; -2 <b>x</b></td><td>1k\n</tr>\n",
          "+OK 2 msgs|1 unread|0 bytes\n" + block("J\xFCrgen Wei\xDF", "Re:5 -2 x", "8", 0) +
              block("Tom", "Hi", "7", 1)},
-        // What is behind a row without a check box is no mail any more.
+        // What is after a row without a check box is no mail any more.
         {"Subject\n" + whole + "<tr><td>end</tr>\n" + whole,
          "+OK 1 msgs|0 unread|0 bytes\n" + block("Tom", "Hi", "7", 1)},
         // No subject, no cell at all, no id: no mail, and none counted.

@@ -145,7 +145,7 @@ TEST(ImapGet, OutcomeOfWhatAServerMaySay) {
          "0 unread|0 bytes\nX-Size: 120\nX-Transport: " + header + "\nFrom: a\nTo: b\nMessage-Id: 42\nSeen: 1",
          "? unread|0 bytes\nX-Size: 120\nX-Transport: " + header +
              "\nFrom: a\nSUBJECT: s\ndate: d\nMessage-Id: 42\nSeen: 0"},
-        {"flags behind the text, of others, and in a subject", FIELDS,
+        {"flags after the text, of others, and in a subject", FIELDS,
          "* 3 FETCH (FLAGS ())\r\n" + fieldsReply("From: a\r\nTo: b\r\nSubject: FLAGS ()\r\n", " flags (x \\SEEN)"),
          UID, "To: b\nMe", "To: b\nSubject: FLAGS ()\nMe"},
         {"flags of others alone", FIELDS, "* 3 FETCH (FLAGS (\\Seen))\r\n" + fieldsReply("From: a\r\nTo: b\r\n"), UID,
@@ -267,11 +267,11 @@ TEST(ImapGet, FoldersOnTheWireAndUnderWhatTheirUidsAreValid) {
 
 TEST(ImapGet, ACutAfterAnyByteIsAnErrorAndNeverHalfAListing) {
     const SCRIPT script = ServerScript(GREETING, Tagged(WHOLE));
-    // Behind the last word on the last mail nothing is missing.
+    // After the last word on the last mail nothing is missing.
     const int total = ServerBytes(script),
               listed = total - static_cast<int>(strlen("done\r\n* BYE\r\nIMAPCMD_8 OK done\r\n"));
     for (int sent = 0; sent < total && !HasFailure(); ++sent) {
-        SCOPED_TRACE("cut behind byte " + std::to_string(sent));
+        SCOPED_TRACE("cut after byte " + std::to_string(sent));
         Patiently(true, [&] {
             SCRIPTEDSERVER server(script);
             server.CutAfter(sent);
@@ -355,7 +355,7 @@ TEST(ImapGet, StopsWhenItIsAsked) {
     }
 }
 
-// The whole conversation of a disposal behind its greeting: what the server can do, and the folder, come first.
+// The whole conversation of a disposal after its greeting: what the server can do, and the folder, come first.
 struct DISPOSALTEST {
     const char* What;
     const char* Ids;

@@ -14,7 +14,7 @@ TEST(Listing, BlocksOfATextAreThoseThatTheEndBytesCut) {
         {"0 msgs\n", {}},
         {"2 msgs\na\1b\1", {"a", "b"}},
         {"2 msgs\na\1b", {"a", "b"}},
-        // The search for an end begins one byte behind the start: an end byte in the first place does not end a block.
+        // The search for an end begins one byte after the start: an end byte in the first place does not end a block.
         {"2 msgs\n\1a\1b\1", {"\1a", "b"}},
         {"2 msgs\na\1\1", {"a", "\1"}},
     };

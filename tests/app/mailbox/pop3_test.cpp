@@ -122,9 +122,9 @@ TEST(PopGet, NothingInAMailEndsItOrChangesAnother) {
         {"a point at the end of an over-long line", x + "x.\r\nmore\r\n", x + "x\n.\nmore\n"},
         {"the same with a return in it", x + "\r.\r\nmore\r\n", x + "\n.\nmore\n"},
         {"an over-long line that is just full", x + "x\r\nA: b\r\n", x + "x\nA: b\n"},
-        {"a point behind a zero byte", "x" + zero + ".\r\n" + zero + ".\r\nmore\r\n", "x .\n .\nmore\n"},
+        {"a point after a zero byte", "x" + zero + ".\r\n" + zero + ".\r\nmore\r\n", "x .\n .\nmore\n"},
         {"a point in front of one", "." + zero + "\r\nmore\r\n", ". \nmore\n"},
-        {"a point behind a return", "\r.\r\nmore\r\n", ".\nmore\n"},
+        {"a point after a return", "\r.\r\nmore\r\n", ".\nmore\n"},
         {"a point with two returns", ".\r\r\nmore\r\n", ".\nmore\n"},
         {"going on with the line above", "\tand more\r\n", " and more\n"},
     };
@@ -142,7 +142,7 @@ TEST(PopGet, AHangUpIsAFailureUpToTheEndOfTheLastMail) {
     const SCRIPT script = ServerScript(GREETING, WHOLE);
     const int total = ServerBytes(script), whole = total - static_cast<int>(WHOLE[QUIT].second.size());
     for (int sent = 0; sent < total && !HasFailure(); ++sent) {
-        SCOPED_TRACE("cut behind byte " + std::to_string(sent));
+        SCOPED_TRACE("cut after byte " + std::to_string(sent));
         Patiently(true, [&] {
             SCRIPTEDSERVER server(script);
             server.CutAfter(sent);
@@ -212,7 +212,7 @@ TEST(PopDelete, AllOrNothing) {
     struct {
         const char* What;
         const char* Ids;
-        std::vector<EXCHANGE> Exchanges;  // behind STAT
+        std::vector<EXCHANGE> Exchanges;  // after STAT
         bool Ok;
         const char* Error = "";
         int Assertions = 0;

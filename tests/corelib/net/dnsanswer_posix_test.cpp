@@ -19,7 +19,7 @@ const std::string ANSWER =
     "\xc0\x2b\x00\x0f\x00\x01\x00\x00\x00\x00\x00\x06\x01\x05\x01m\xc0\x2b"s;
 
 std::string Records(const std::string& answer) {
-    // In a block of exactly its size, so that the sanitizer sees a read behind its end.
+    // In a block of exactly its size, so that the sanitizer sees a read past its end.
     const std::unique_ptr<char[]> block(new char[answer.size()]);
     std::copy(answer.begin(), answer.end(), block.get());
     std::vector<DNSRECORD> records;

@@ -22,7 +22,7 @@ std::string Mx(int preference, const std::string& host) {
 }
 const std::string HOST = "\x02mx\xc0\x0c"s;
 
-// What a name server makes of a query: its header's flags, and records behind the question.
+// What a name server makes of a query: its header's flags, and records after the question.
 struct REPLY {
     unsigned char Flags[2] = {0x81, 0x80};
     std::vector<std::string> Records;

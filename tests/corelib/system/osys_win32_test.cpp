@@ -29,7 +29,7 @@ TEST(WindowsAutoStart, IsAValueOfTheRunKey) {
     EXPECT_FALSE(OSYS::AutoStart(NAME, nullptr));
 }
 
-// The names in a directory, one behind the other.
+// The names in a directory, one after the other.
 std::string Names(const STRING& directory) {
     DYNARRAY<STRING> files(4, 4);
     OSYS::CollectFiles(directory.Text(), "*.*", &files, 1);

@@ -63,7 +63,7 @@ TEST_F(TOOLBARTEST, ClicksCheckAndAreToldToTheParent) {
     EXPECT_EQ(Checked(), (IDS{21}));  // one of a group is down
     for (const int id : {23, 20})
         ClickOn(id);
-    EXPECT_EQ(Checked(), (IDS{20, 23}));  // 23 is a run of its own, behind 12
+    EXPECT_EQ(Checked(), (IDS{20, 23}));  // 23 is a run of its own, after 12
     // A click that leaves the button is given up.
     PressMouse(Bar.Hwnd(), Middle(11).x, Middle(11).y);
     EXPECT_EQ(GetCapture(), Bar.Hwnd());
