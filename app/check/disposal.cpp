@@ -194,6 +194,8 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
         Trace("TARNWICK::MarkBySpamVerdict %d mails announced, %d listed: nothing is disposed of\n", announced,
               records.Count());
 
+    // Three passes, as each needs the whole of the one before: what becomes of each mail; the copies; the queues, once
+    // it is known whether the copies lie on the disk.
     SPAMMARKS marks;
     DISPOSEDMAILS before(item);
     std::vector<DECISION> decisions;

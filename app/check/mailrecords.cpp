@@ -51,6 +51,7 @@ std::unique_ptr<STRINGARRAY> MakeRecord(std::string_view block) {
     STRING from = Field(header, "From");
     STRING toEmail;
     STRING fromEmail;
+    // Taken apart before it is decoded: an encoded name may hold what looks like an address.
     SplitAddress(to, toEmail);
     SplitAddress(from, fromEmail);
     DecodeEncodedWords(to);

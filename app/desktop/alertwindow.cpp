@@ -151,6 +151,7 @@ LRESULT SEMITOOLTIP::WinProc(UINT message, WPARAM first, LPARAM second) {
             if (LRESULT object = 0; Access.Answer(hWnd, first, second, object))
                 return object;
             return WINDOW::WinProc(message, first, second);
+        // A click on it must not take the focus from what the user is typing into.
         case WM_MOUSEACTIVATE:
             return MA_NOACTIVATE;
         case WM_LBUTTONDOWN:

@@ -51,6 +51,7 @@ int RunDesktop(int argc, const char* const* argv) {
     if (RaiseFirst())
         return EXIT_GOOD;
 
+    // Outlives the application, whose last check may still ask the demo's servers.
     std::unique_ptr<DEMO> demo;
     if (app.Arguments().TestArg("DEMO")) {
         demo = std::make_unique<DEMO>();

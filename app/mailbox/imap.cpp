@@ -92,6 +92,7 @@ class READER {
         STRING text;
         text.Format(" %d/%d", position, Folder.Count);
         Progress.Show(TEXT_READING, text);
+        // Small commands, one mail after the other, so that the row shows how far it is.
         if (!Fetch(number, "(RFC822.SIZE)"))
             return false;
         if (Mail.BadSize)

@@ -79,6 +79,7 @@ int GetTypeIndex(const STRING& text, const RECORDARRAY& table) {
             const TYPE& type = types[static_cast<size_t>(i)];
             if (inHeader && type.Spam && line.View().starts_with(POINTS_FIELD)) {
                 const int points = atoi(line.Mid(static_cast<int>(POINTS_FIELD.size())));
+                // Unlike words, points do not heed the order: of all types that ask for fewer, the last one wins.
                 if (points >= type.SpamPoints) {
                     index = i;
                     Trace("TARNWICK::GetTypeIndex spampoints%d, typendx= %d\n", points, index);

@@ -94,6 +94,8 @@ DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
         ParseDate(record.Get("X-Datetime"), date, time);
         const bool old = (!unread || report.Unknown) && (known || report.ShowAll);
         STRING line = STRING(old ? "\x1b[s" : "\x1b[bs") || color || "] " || lineTemplate;
+        // Replaced in this order: a name that stands in the value of an earlier one is filled in, too, with what is
+        // known of the same mail.
         const std::pair<const char*, STRING> VALUES[] = {
             {"$status", seen.View().starts_with('n') ? "!" : ""},
             {"$to", Plain(record.Get("To"))},

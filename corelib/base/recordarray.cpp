@@ -47,6 +47,7 @@ int RECORDARRAY::LoadAll(const char* filename) {
         return 0;
     STRING section("");
     int number = 0, built = 0;
+    // The lines of a record stand after its own line, so it is complete at the next one's.
     auto keep = [&](int index) {
         auto record = std::make_unique<STRINGARRAY>(section, 64, 64);
         section.Truncate(0);

@@ -111,6 +111,7 @@ STRING STRING::Unescape() const {
                 c = 26;
                 break;
             case 'x': {
+                // If one of the two digits is missing the other is the value, and the text goes on after it.
                 int value = 0;
                 int high = i < text.size() ? ASCII::HexValue(text[i]) : -1;
                 if (ASSERTION_INFO(high >= 0, "isxdigit(xdigit[0])", Text())) {

@@ -202,6 +202,8 @@ void STRING::Make(int l, const char* text) {
         memset(block + keep, 0, static_cast<size_t>(newSize - keep));
         former = std::exchange(Buffer, block);
         BufLen = newSize;
+        // Each growth copies the whole text, so larger texts grow in larger steps; small ones, of which there are
+        // thousands, waste little.
         if (Flags & STRINGFLAG_DYNABLOCK) {
             int step = std::min(newSize / 2, 0x20000);
             if (step >= 4096 && step < 0x20000)

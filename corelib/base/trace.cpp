@@ -225,6 +225,7 @@ int AssertCount() {
 int Assert(bool condition, const char* text, const char* file, int line, const char* info, int quiet) {
     if (condition)
         return 1;
+    // First of all: whatever is called may change it.
     uint32_t error = TRACEPLATFORM::LastSystemError();
     TRACESTATE& state = State();
     ++state.Assertions;

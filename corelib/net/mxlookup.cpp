@@ -53,6 +53,7 @@ bool SYSTEMMXLOOKUP::GetAddr(const char* name, STRING& bestmx, STRING& list) {
             Trace("TARNWICK::GetAddrViaDnsDLL type 15 (MX) found \n");
             list.AppendFormat("MX:%d|%s", record.Preference, record.Host.Text());
             list += "\n";
+            // A domain that says it takes no mail (RFC 7505) is listed, and has no server all the same.
             if (IsNoHost(record.Host.View()))
                 continue;
             if (record.Preference < best && IsHostName(record.Host.View())) {

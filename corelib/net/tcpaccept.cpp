@@ -72,6 +72,7 @@ bool TCPIPIO::AcceptCall() {
         InSocket = listener;
     }
     uint32_t peer = 0;
+    // No lock is held meanwhile: DropCall ends the wait from another thread, by closing the listener.
     const SOCKETS::SOCK s = SOCKETS::Accept(listener->Number, &peer);
     if (s == SOCKETS::NONE) {
         LastError = TCPERR_ACCEPT;

@@ -197,6 +197,7 @@ SOCKETREF TCPIPIO::Connect(const char* destination) {
         return nullptr;
     }
     auto connection = std::make_shared<HELDSOCKET>(s);
+    // A connection that is made without blocking can be given up, at the limit and at the end of the program.
     SOCKETS::SetBlocking(s, false);
     auto ready = SOCKETS::Connect(s, host.Address, port) ? SOCKETS::READY::Nothing : SOCKETS::READY::Refused;
     for (int waited = 0; ready == SOCKETS::READY::Nothing && !IsStopped();) {

@@ -244,6 +244,7 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
         TraceLevel(5, "    %s\n", result.Text());
         const STRING number = first.Word(1, " ");
         status = number.NotNull() ? atoi(number) : NO_STATUS;
+        // What was answered once is not answered again: a refused password would be sent for ever.
         if (status == 407 && proxyAnswer.Length() == 0 && ProxyAuthorization.Length() > 0) {
             proxyAnswer = ProxyAuthorization;
             Trace("WEBGET::proxyauth=%s\n", proxyAnswer.Text());

@@ -105,6 +105,7 @@ class HINT : public DIALOG {
             {text.cx + margin, check.cx + ScalePixels(BOX_WIDTH), ScalePixels(BUTTON_WIDTH) * 2 + margin});
         RECT work;
         SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
+        // A long text scrolls: a box that is higher than the screen would hide its own buttons.
         const int limit = (work.bottom - work.top) / 2;
         const int height = std::min<LONG>(text.cy, limit);
         if (height < text.cy)

@@ -303,9 +303,11 @@ LRESULT NEWTOOLBAR::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM_MOUSEMOVE:
             TrackMouse(point);
             return 0;
+        // Nothing tells that the mouse has left for a window of another program.
         case WM_TIMER:
             LookAfterMouse();
             return 0;
+        // The second of two quick clicks is a click.
         case WM_LBUTTONDOWN:
         case WM_LBUTTONDBLCLK:
             TrackMouse(point);
@@ -320,6 +322,7 @@ LRESULT NEWTOOLBAR::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM_CAPTURECHANGED:
             SetMark(Pressed, -1);
             return 0;
+        // Else the dialog's keyboard handling keeps arrows and Enter for itself.
         case WM_GETDLGCODE: {
             const auto* const key = reinterpret_cast<const MSG*>(second);
             const bool enter = key && key->message == WM_KEYDOWN && key->wParam == VK_RETURN;
@@ -343,6 +346,7 @@ LRESULT NEWTOOLBAR::WinProc(UINT message, WPARAM first, LPARAM second) {
             if (LRESULT object = 0; Access.Answer(hWnd, first, second, object))
                 return object;
             break;
+        // A screen reader presses from another thread, and the button may be another one by now.
         case WM__PRESS:
             if (CanPress(static_cast<int>(first)))
                 Activate(static_cast<int>(first));
