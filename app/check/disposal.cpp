@@ -176,6 +176,7 @@ class DISPOSEDMAILS {
 
 /// A mail with what becomes of it.
 struct DECISION {
+    int Index;
     STRINGARRAY& Record;
     ROAD Road;
     uint64_t Key;
@@ -216,7 +217,7 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
         // A mail that was sent away keeps its mark as long as it is listed, also while its points are others.
         if (!sure.IsCredible() || (road == ROAD::STAYS && before.IsEmpty()))
             continue;
-        decisions.push_back({record, road, DISPOSEDMAILS::KeyOf(record), {}});
+        decisions.push_back({i, record, road, DISPOSEDMAILS::KeyOf(record), {}});
     }
     bool trashed = false;
     // Of equal mails the marks belong to those that are sent away.
@@ -257,6 +258,12 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
         if (isFresh) {
             (decision.Road == ROAD::MOVED ? moves : deletions) += id;
             mark.Tried = PROGRESSMARK::QUEUED;
+            const bool hasCopy = decision.Road == ROAD::TRASHED && !isUncopied;
+            SENTAWAY& gone = marks.SentAway;
+            (decision.Road == ROAD::MOVED ? gone.Moved
+             : hasCopy                    ? gone.Trashed
+                                          : gone.Deleted)
+                .push_back(decision.Index);
         } else {
             // It was on the list that has just been carried out, or on one before. The next check tries again, when it
             // is due. A move that was said to be done would only make another copy.

@@ -1,14 +1,16 @@
 #pragma once
 
+#include "app/check/notifier.h"
 #include "app/check/trashstore.h"
 #include "corelib/base/recordarray.h"
 #include "corelib/base/stopquestion.h"
 
 /// What the marking of a check's mails came to.
 struct SPAMMARKS {
-    bool Queued = false;   // something that the next pass is to carry out at once
-    int Lost = 0;          // mails queued for deletion of which no copy could be written
-    int Uncopied = 0;      // mails that stay on the server, of which none could be written
+    bool Queued = false;  // something that the next pass is to carry out at once
+    int Lost = 0;         // mails queued for deletion of which no copy could be written
+    int Uncopied = 0;     // mails that stay on the server, of which none could be written
+    SENTAWAY SentAway = {};
     bool Stopped = false;  // the program is to end: the item is as it was
 };
 

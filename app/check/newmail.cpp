@@ -10,6 +10,7 @@
 #include "app/check/disposal.h"
 #include "app/check/items.h"
 #include "app/check/mailrecords.h"
+#include "app/common/formats.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 
@@ -145,14 +146,6 @@ void RenewPopupId(STRINGARRAY& item, const RECORDARRAY& records) {
     item.Set("@X-DeleteMessageId", found == 1 ? id : STRING(""));
 }
 
-STRING CountText(int number, const TEXTS& texts) {
-    if (number == 0)
-        return texts.Part(TEXT_COUNTS, PART_COUNTS_NONE) || " " || texts.Part(TEXT_COUNTS, PART_COUNTS_MANY);
-    STRING text;
-    text.Format("%d ", number);
-    return text || texts.Part(TEXT_COUNTS, number == 1 ? PART_COUNTS_ONE : PART_COUNTS_MANY);
-}
-
 /// Mails without the copy that the trash should have, for the row's text. Those that were deleted all the same stay
 /// told during the next check too, the pass that carries the deletion out, which comes at once.
 int CountUncopied(STRINGARRAY& item, const SPAMMARKS& marks) {
@@ -191,7 +184,7 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     item.Set("LastSeenIds", STRING(std::string_view(counts.SeenIds)));
     item.Set("UidValidity", item.Get("@UidValidity"));
 
-    STRING status = CountText(numNow, texts);
+    STRING status = FormatMailCount(texts, numNow);
     int unreadReported = -1;
     bool unknown = true;
     if (summary.UnreadField.NotNull() && !summary.UnreadField.View().starts_with('?')) {
@@ -227,6 +220,9 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
         popupOpened = parts.Notifier.NothingNew(item, report);
     }
     item.Set("@SuppressPopup", "0");
+    const SENTAWAY& gone = marks.SentAway;
+    if (!gone.Trashed.empty() || !gone.Deleted.empty() || !gone.Moved.empty())
+        parts.Notifier.SpamSentAway(item, records, gone);
     if (marks.Queued)
         CHECKCYCLE::ForceRefresh(item, 0);
     return status;

@@ -16,6 +16,14 @@ struct CHECKREPORT {
     bool PopupShown = false;           // for those who are told after the user
 };
 
+/// The mails of a check that the filter's verdicts send away: indexes of the records, in their order. A mail stands
+/// here once, when it is queued; what the server then keeps comes no second time.
+struct SENTAWAY {
+    std::vector<int> Trashed = {};  // deleted, with a copy in the trash
+    std::vector<int> Deleted = {};  // without one
+    std::vector<int> Moved = {};    // to the item's spam folder
+};
+
 /// Where new-mail detection hands over to the notification of the user. Work thread.
 class NOTIFIER {
  public:
@@ -24,4 +32,6 @@ class NOTIFIER {
     virtual bool NewMail(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) { return false; }
     /// Nothing is new, and the user asked for an answer. True if a popup was queued.
     virtual bool NothingNew(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) { return false; }
+    /// Spam is going, after what the two above have told of the same check. Never for nothing.
+    virtual void SpamSentAway(const STRINGARRAY& /*item*/, const RECORDARRAY& /*records*/, const SENTAWAY& /*mails*/) {}
 };

@@ -45,6 +45,13 @@ STRING FormatSize(int64_t bytes) {
     return FormatNumber(number) || unit;
 }
 
+STRING FormatMailCount(const TEXTS& texts, int count, const STRING& between) {
+    STRING number = texts.Part(TEXT_COUNTS, PART_COUNTS_NONE);
+    if (count != 0)
+        number.Format("%d", count);
+    return number || between || texts.Part(TEXT_COUNTS, count == 1 ? PART_COUNTS_ONE : PART_COUNTS_MANY);
+}
+
 STRING FormatDuration(const TEXTS& texts, int64_t milliseconds, int64_t precisionMs) {
     // A clock that was set back gives a span below 0, which is as good as none.
     const int64_t ms = milliseconds < 0 ? 0 : milliseconds;

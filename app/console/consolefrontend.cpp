@@ -1,5 +1,9 @@
 #include "app/console/consolefrontend.h"
 
+#include <algorithm>
+#include <utility>
+
+#include "app/common/formats.h"
 #include "app/console/consoletexts.h"
 #include "app/console/displaytext.h"
 #include "app/console/mailtable.h"
@@ -17,7 +21,7 @@ int Period(int ms) {
 }
 
 // Of a mailbox's first check there may be thousands; the table of /INBOX shows them all.
-constexpr size_t NEW_LINES_MAX = 20;
+constexpr size_t LINES_MAX = 20;
 
 std::string Safe(const STRING& text) {
     return DISPLAYTEXT::Safe(text.View());
@@ -219,19 +223,39 @@ bool CONSOLEFRONTEND::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
     // On a terminal the popup has told it.
     if (Terminal && report.PopupShown)
         return false;
-    std::string text = Safe(item.Get("Name")) + ": " + Safe(report.Status) + Safe(report.NewText) + "\n";
-    const int columns = Terminal ? TERMINAL::Columns() : 0;
-    size_t shown = 0;
-    for (int index : report.NewMails) {
-        if (shown == NEW_LINES_MAX)
-            break;
-        ++shown;
-        text += NewMailLine(report.Records[index], columns) + "\n";
-    }
-    if (report.NewMails.size() > shown)
-        text += "    " + ConsoleText(*Texts, CTEXT_MORE, std::to_string(report.NewMails.size() - shown)) + "\n";
-    PrintRaw(text);
+    PrintRaw(Safe(item.Get("Name")) + ": " + Safe(report.Status) + Safe(report.NewText) + "\n" +
+             MailLines(report.Records, report.NewMails, MailSize));
     return false;
+}
+
+std::string CONSOLEFRONTEND::MailLines(const RECORDARRAY& records, const std::vector<int>& indexes,
+                                       const std::function<std::string(const STRINGARRAY&)>& detail) const {
+    const int columns = Terminal ? TERMINAL::Columns() : 0;
+    const size_t shown = std::min(indexes.size(), LINES_MAX);
+    std::string text;
+    for (size_t i = 0; i < shown; ++i)
+        text += MailLine(records[indexes[i]], detail(records[indexes[i]]), columns) + "\n";
+    if (indexes.size() > shown)
+        text += "    " + ConsoleText(*Texts, CTEXT_MORE, std::to_string(indexes.size() - shown)) + "\n";
+    return text;
+}
+
+void CONSOLEFRONTEND::SpamSentAway(const STRINGARRAY& item, const RECORDARRAY& records, const SENTAWAY& mails) {
+    const auto points = [this](const STRINGARRAY& mail) {
+        return ConsoleText(*Texts, CTEXT_POINTS, Safe(mail["X-SpamPoints"]));
+    };
+    const auto tell = [&](const std::vector<int>& indexes, int text) {
+        const auto count = Safe(FormatMailCount(*Texts, static_cast<int>(indexes.size())));
+        if (!indexes.empty())
+            PrintRaw(Safe(item.Get("Name")) + ": " + ConsoleText(*Texts, text, count) + "\n" +
+                     MailLines(records, indexes, points));
+    };
+    tell(mails.Trashed, CTEXT_TRASHED);
+    tell(mails.Deleted, CTEXT_DELETED);
+    tell(mails.Moved, CTEXT_MOVED);
+    TARNWICK* application = Application;
+    if (application && !mails.Trashed.empty() && !std::exchange(TrashTold, true))
+        Print("    " + ConsoleText(*Texts, CTEXT_TRASH_PLACE, DISPLAYTEXT::Path(application->Trash().Directory())));
 }
 
 bool CONSOLEFRONTEND::NothingNew(STRINGARRAY& item, const CHECKREPORT& report) {

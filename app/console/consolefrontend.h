@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -70,8 +71,12 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     // NOTIFIER
     bool NewMail(STRINGARRAY& item, const CHECKREPORT& report) override;
     bool NothingNew(STRINGARRAY& item, const CHECKREPORT& report) override;
+    void SpamSentAway(const STRINGARRAY& item, const RECORDARRAY& records, const SENTAWAY& mails) override;
 
  private:
+    /// A line for each of the first mails, with how many more there are.
+    std::string MailLines(const RECORDARRAY& records, const std::vector<int>& indexes,
+                          const std::function<std::string(const STRINGARRAY&)>& detail) const;
     void ClearProgress();
     std::string ItemName(int handle) const;
 
@@ -85,6 +90,7 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     EVENTSEM Quit{false};
     std::mutex Lock;
     bool ProgressShown = false;
+    bool TrashTold = false;  // where copies lie; whichever thread makes the checks
     struct TIMER {
         int64_t Due;  // seconds, by the clock
         int Period;

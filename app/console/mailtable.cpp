@@ -4,10 +4,13 @@
 
 #include "app/check/mailrecords.h"
 #include "app/check/persontext.h"
+#include "app/common/formats.h"
 #include "app/common/mailtext.h"
 #include "app/console/consoletexts.h"
 #include "app/console/displaytext.h"
 #include "app/filter/spamfilter.h"
+#include "app/mailbox/listing.h"
+#include "corelib/base/headerblock.h"
 
 namespace {
 
@@ -52,19 +55,32 @@ std::string DateColumn(const STRING& value) {
 
 }  // namespace
 
-std::string NewMailLine(const STRINGARRAY& mail, int columns) {
-    const std::string size = Safe(mail["X-Size"]);
+std::string MailSize(const STRINGARRAY& mail) {
+    const STRING& size = mail["X-Size"];
+    if (!(size == FormatSize(0)))
+        return Safe(size);
+    const STRING bytes = ReadHeaderField(mail["Header"].View(), LISTING::SIZE_HEADER);
+    return bytes.NotNull() ? Safe(bytes) + " B" : "";
+}
+
+std::string MailLine(const STRINGARRAY& mail, const std::string& detail, int columns) {
     const std::string text = Safe(mail["From"]) + ": " + Safe(mail["Subject"]);
     if (columns == 0)
-        return "    " + text + " (" + size + ")";
-    const int room = std::max(SUBJECT_MIN, columns - 4 - SIZE_COLUMNS - 2);
-    return "    " + DISPLAYTEXT::Fit(text, room) + " " + DISPLAYTEXT::Fit(size, SIZE_COLUMNS, true);
+        return "    " + text + (detail.empty() ? "" : " (" + detail + ")");
+    const int width = std::max(SIZE_COLUMNS, DISPLAYTEXT::Width(detail));
+    const int room = std::max(SUBJECT_MIN, columns - 4 - width - 2);
+    return "    " + DISPLAYTEXT::Fit(text, room) + " " + DISPLAYTEXT::Fit(detail, width, true);
 }
 
 std::string MailText(const STRINGARRAY& mail) {
     std::string text = "\n" + Safe(mail["From"]) + " -> " + Safe(mail["To"]) + "\n" + Safe(mail["Subject"]) + "\n" +
                        DateColumn(mail["X-Datetime"]) + "\n\n";
-    WORDCURSOR lines(mail["Body"], "\n");
+    // The line that ends a mail of POP3 is the server's.
+    std::string_view body = mail["Body"].View();
+    if (body == ".\n" || body.ends_with("\n.\n"))
+        body.remove_suffix(2);
+    const STRING own(body);
+    WORDCURSOR lines(own, "\n");
     for (std::string_view line; lines.Next(line);)
         text += DISPLAYTEXT::Safe(line) + "\n";
     return text;
@@ -93,16 +109,23 @@ std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, 
         return table + "  " + ConsoleText(texts, CTEXT_EMPTY) + "\n";
     const auto title = [&](int n) { return DISPLAYTEXT::Safe(texts.Part(CTEXT_COLUMNS, n).View()); };
     table += RowText({"", title(0), title(1), title(2), title(3), title(4)}, columns);
+    bool anySpam = false, anyUnread = false;
     for (int i = 0; i < mails.Count(); ++i) {
         const STRINGARRAY& mail = mails[i];
         const bool spam = markPoints > 0 && mail.GetNumber("X-SpamPoints") >= markPoints;
         const bool unread = mail.GetNumber("Seen") == 0;
+        anySpam = anySpam || spam;
+        anyUnread = anyUnread || unread;
         table +=
             RowText({std::string(spam ? "!" : " ") + (unread ? "*" : " "), Safe(mail["From"]), Safe(mail["Subject"]),
-                     DateColumn(mail["X-Datetime"]), Safe(mail["X-Size"]), Safe(mail["X-SpamPoints"])},
+                     DateColumn(mail["X-Datetime"]), MailSize(mail), Safe(mail["X-SpamPoints"])},
                     columns);
         if (reasons && mail["X-SpamReason"].Length() > 0)
             table += ReportLines(mail["X-SpamReason"]);
     }
+    if (anyUnread)
+        table += "  * " + ConsoleText(texts, CTEXT_MARK_UNREAD) + "\n";
+    if (anySpam)
+        table += "  ! " + ConsoleText(texts, CTEXT_MARK_SPAM, std::to_string(markPoints)) + "\n";
     return table;
 }

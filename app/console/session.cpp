@@ -182,8 +182,10 @@ int SESSION::CheckOnce(TARNWICK& application) {
 
 int SESSION::Watch(TARNWICK& application) {
     FrontEnd.Print(Text(CTEXT_WATCHING, std::to_string(application.Items.Count())));
-    if (Demo)
+    if (Demo) {
         Demo->StartArrivals(application);
+        FrontEnd.Print(Text(CTEXT_DEMO_WATCH, std::to_string(application.pState.GetNumber("SpamTrashPoints"))));
+    }
     application.Start();
     FrontEnd.SetWatching(true);
     COMMANDS commands(application, FrontEnd, application.Programs());
@@ -217,6 +219,8 @@ void SESSION::StartPostedPrograms(COMMANDS& commands) {
 
 void SESSION::AnswerAlert(TARNWICK& application, COMMANDS& commands, int command) {
     // Any key ends the sound, also the one that only closes: there is no tray icon to click on.
+    if (command == COMMAND_MAIL_PROGRAM && application.pState.Get("EmailCmdline").Length() == 0)
+        FrontEnd.Print(Text(CTEXT_NO_MAIL_PROGRAM, DISPLAYTEXT::Path(application.DataDir())));
     if (command == -1 || commands.DoCommand(command, {}))
         return;
     NOTIFICATION& notification = application.Notification();
@@ -227,8 +231,8 @@ void SESSION::AnswerAlert(TARNWICK& application, COMMANDS& commands, int command
     } else if (command == COMMAND_SHOW_ITEM) {
         const int item = application.FindHandle(notification.TakeAlertItem());
         if (item != -1)
-            FrontEnd.Print("\n" + MailTable(application.Items[item], App.Texts(), TERMINAL::Columns() - 1,
-                                            MarkPoints(application)));
+            FrontEnd.PrintRaw("\n" + MailTable(application.Items[item], App.Texts(), TERMINAL::Columns() - 1,
+                                               MarkPoints(application)));
     }
 }
 
@@ -238,8 +242,8 @@ void SESSION::PrintMails(TARNWICK& application) {
     for (int i = 0; i < application.Items.Count(); ++i) {
         const STRINGARRAY& item = application.Items[i];
         if (Has("INBOX"))
-            FrontEnd.Print("\n" + MailTable(item, App.Texts(), terminal ? TERMINAL::Columns() - 1 : PIPE_COLUMNS,
-                                            markPoints, Has("REASONS")));
+            FrontEnd.PrintRaw("\n" + MailTable(item, App.Texts(), terminal ? TERMINAL::Columns() - 1 : PIPE_COLUMNS,
+                                               markPoints, Has("REASONS")));
         if (!Has("LISTING"))
             continue;
         const STRING listing = item.Get("@FileStore");

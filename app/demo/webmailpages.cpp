@@ -2,6 +2,7 @@
 
 #include "app/common/codepage.h"
 #include "app/common/mailtext.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/headerblock.h"
 
 namespace WEBMAILPAGES {
@@ -30,8 +31,10 @@ constexpr WORDS ALL_WORDS[] = {
      "Le nom ou le mot de passe est incorrect."},
 };
 
-// Text of the code page as HTML.
+// Text of the code page as HTML. Readers of such pages take a blank for layout unless it stands between two words, as
+// they see them; this one is of the text.
 std::string Html(std::string_view text) {
+    constexpr char HARD_BLANK = '\xa0';
     static constexpr struct {
         char Character;
         const char* Entity;
@@ -39,12 +42,16 @@ std::string Html(std::string_view text) {
                     {'\xe4', "&auml;"}, {'\xf6', "&ouml;"}, {'\xfc', "&uuml;"}, {'\xc4', "&Auml;"},
                     {'\xd6', "&Ouml;"}, {'\xdc', "&Uuml;"}, {'\xdf', "&szlig;"}};
     std::string html;
-    for (char c : text) {
+    const auto isWord = [&](size_t i) {
+        return i < text.size() && (ASCII::IsLetter(text[i]) || ASCII::IsDigit(text[i]));
+    };
+    for (size_t i = 0; i < text.size(); ++i) {
         const char* entity = nullptr;
         for (const auto& row : ENTITIES)
-            if (row.Character == c)
+            if (row.Character == text[i])
                 entity = row.Entity;
-        entity ? html += entity : html += c;
+        const bool hard = text[i] == ' ' && !(isWord(i - 1) && isWord(i + 1));
+        entity ? html += entity : html += hard ? HARD_BLANK : text[i];
     }
     return html;
 }

@@ -157,6 +157,12 @@ bool NOTIFICATION::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
     return popup;
 }
 
+// The user hears nothing of spam: only who reads along does.
+void NOTIFICATION::SpamSentAway(const STRINGARRAY& item, const RECORDARRAY& records, const SENTAWAY& mails) {
+    if (Listener)
+        Listener->SpamSentAway(item, records, mails);
+}
+
 bool NOTIFICATION::NothingNew(STRINGARRAY& item, const CHECKREPORT& report) {
     if (Listener)
         Listener->NothingNew(item, report);

@@ -37,6 +37,7 @@ class NOTIFICATION : public NOTIFIER {
 
     bool NewMail(STRINGARRAY& item, const CHECKREPORT& report) override;
     bool NothingNew(STRINGARRAY& item, const CHECKREPORT& report) override;
+    void SpamSentAway(const STRINGARRAY& item, const RECORDARRAY& records, const SENTAWAY& mails) override;
 
     /// Lists the first mails of the check that the settings and the mails' types let into the popup.
     DETAILS BuildPopupDetailsList(const CHECKREPORT& report) const;

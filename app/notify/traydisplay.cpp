@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/check/checkcycle.h"
+#include "app/common/formats.h"
 #include "corelib/base/trace.h"
 
 namespace {
@@ -10,14 +11,6 @@ namespace {
 // Counts of two digits show their tens only, up to this picture for all above.
 constexpr int PICTURE_TENS = 10;
 constexpr int PICTURE_MOST = 13;
-
-/// "no mails", "1 mail" or "5 mails" with what stands between the number and the noun, blanks included.
-STRING CountText(const TEXTS& texts, int count, const STRING& between) {
-    STRING number = texts.Part(TEXT_COUNTS, PART_COUNTS_NONE);
-    if (count != 0)
-        number.Format("%d", count);
-    return number || between || texts.Part(TEXT_COUNTS, count == 1 ? PART_COUNTS_ONE : PART_COUNTS_MANY);
-}
 
 }  // namespace
 
@@ -43,9 +36,9 @@ int TrayPicture(CHECKCYCLE& cycle, const STRINGARRAY& state) {
 }
 
 STRING TooltipText(const TEXTS& texts, int total, int unread) {
-    STRING tooltip = texts.Get(TEXT_TOOLTIP) || ": " || CountText(texts, total, " ") || " (";
+    STRING tooltip = texts.Get(TEXT_TOOLTIP) || ": " || FormatMailCount(texts, total) || " (";
     if (unread != total)
-        tooltip += CountText(texts, unread, " " || texts.Get(TEXT_UNREAD) || " ") || ")";
+        tooltip += FormatMailCount(texts, unread, " " || texts.Get(TEXT_UNREAD) || " ") || ")";
     Trace("TARNWICK::MakeNewTooltip 1. tooltip= '%s'\n", tooltip.Text());
     tooltip.ChopLast('(');
     Trace("TARNWICK::MakeNewTooltip 2. tooltip= '%s'\n", tooltip.Text());

@@ -197,7 +197,7 @@ TEST_F(Check, AServerThatKeepsItsMailsMakesNoLoop) {
         Clock.Advance(600000);
     }
     EXPECT_EQ(TrashFiles(dir).size(), 2U);
-    EXPECT_EQ(Notifier.TakeCalls(), LIST{});
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{"gone trashed a"});
 
     // One that refuses says so in each row, but fills no disk.
     Items[0].Set("@DisposedMails", "");

@@ -104,6 +104,14 @@ class RECORDINGNOTIFIER : public NOTIFIER {
         Calls.push_back("nothing new");
         return Popup;
     }
+    void SpamSentAway(const STRINGARRAY& /*item*/, const RECORDARRAY& records, const SENTAWAY& mails) override {
+        std::string call = "gone";
+        for (const auto& [name, indexes] :
+             {std::pair{" trashed", &mails.Trashed}, {" deleted", &mails.Deleted}, {" moved", &mails.Moved}})
+            for (const int index : *indexes)
+                call += name + (" " + Std(records[index].Get("MessageId")));
+        Calls.push_back(call);
+    }
     std::vector<std::string> TakeCalls() { return std::exchange(Calls, {}); }
 
     bool Popup = false;

@@ -134,6 +134,29 @@ TEST_F(NewMail, ThePopupsMailIsKnownByItsPresentId) {
     }
 }
 
+TEST_F(NewMail, TellsOnceOfSpamThatGoes) {
+    const TEMPDIR dir;
+    Trash.SetDirectory(dir.Path());
+    for (const auto& [name, points] : {std::pair{"Delete", "500"}, {"Trash", "300"}, {"Move", "100"}}) {
+        State.Set((STRING("SpamDo") || name).Text(), "1");
+        State.Set((STRING("Spam") || name || "Points").Text(), points);
+    }
+    Item.Set("Type", "2");
+    Item.Set("DoSpamMove", "1");
+    std::string listing = "4 msgs|4 unread|0 bytes\n" + Mail("a", "X-SpamPoints: 500\n") + Mail("b") +
+                          Mail("c", "X-SpamPoints: 300\n") + Mail("d", "X-SpamPoints: 100\n");
+    Check(listing);
+    EXPECT_EQ(Notifier.TakeCalls(),
+              (LIST{"new 4 mails (1 unread) (1 new) last 1", "gone trashed c deleted a moved d"}));
+    Check(listing);
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{}) << "the server keeps them, which is no news";
+    // What has no copy did not go to the trash.
+    Trash.SetDirectory(dir.File("gone\\no\\place"));
+    WriteBytes(dir.File("gone"), "a file");
+    Check("1 msgs|1 unread|0 bytes\n" + Mail("e", "X-SpamPoints: 300\n"));
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{"gone deleted e"});
+}
+
 TEST_F(NewMail, AnswersWhoAsks) {
     const std::string listing = "1 msgs|1 unread|0 bytes\n" + Mail("a");
     Check(listing, true);

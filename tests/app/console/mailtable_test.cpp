@@ -53,13 +53,13 @@ TEST(MailTable, ShowsAMailInEachLine) {
               "e Points\n"
               " *Ann              Lunch?                       2026-03-03 12:05     2 KB     99\n"
               "! bob@example.org  Gr\xc3\xbc\xc3\x9f"
-              "e                                             0 KB    100\n");
+              "e                                              5 B    100\n"
+              "  * (none)\n  ! (none)\n");
     // Reports, with what a mail has brought into them made harmless.
     const std::string report = "X-SpamReason: Report. Subject: \x1b[2J\f\f    100 * Word 'a'\f\f\f\n";
     EXPECT_EQ(Lines(MailTable(Item("1 msgs\n" + Mail(report + "From: x\n")), FAKETEXTS(), 80, 0, true)),
-              (std::vector<std::string>{"Home - 2 mails", Lines(MailTable(item, FAKETEXTS(), 80, 0))[1],
-                                        " *x                                                                  0 KB",
-                                        "Report. Subject: [2J", "", "    100 * Word 'a'", ""}));
+              (std::vector<std::string>{"Home - 2 mails", Lines(MailTable(item, FAKETEXTS(), 80, 0))[1], " *x",
+                                        "Report. Subject: [2J", "", "    100 * Word 'a'", "", "  * (none)"}));
     // Marking is off.
     EXPECT_EQ(Lines(MailTable(item, FAKETEXTS(), 80, 0))[3].substr(0, 3), "  b");
 }
@@ -83,7 +83,7 @@ TEST(MailTable, FitsTheTerminalWhateverTheMailSays) {
                                   Mail("Subject: =?UTF-8?B?GzJKwps=?=\n"));
     for (int columns : {40, 63, 64, 80, 200}) {
         const std::vector<std::string> lines = Lines(MailTable(item, FAKETEXTS(), columns, 100));
-        ASSERT_EQ(lines.size(), 5U);
+        ASSERT_EQ(lines.size(), 6U);
         for (size_t i = 1; i < lines.size(); ++i) {
             EXPECT_LE(DISPLAYTEXT::Width(lines[i]), columns) << lines[i];
             EXPECT_EQ(DISPLAYTEXT::Safe(lines[i]), lines[i]);
@@ -94,6 +94,18 @@ TEST(MailTable, FitsTheTerminalWhateverTheMailSays) {
     mail.Set("From", STRING(std::string_view(wide)));
     mail.Set("Subject", STRING("\x1b[1mbold\n"));
     mail.Set("X-Size", STRING("3 KB"));
-    EXPECT_LE(DISPLAYTEXT::Width(NewMailLine(mail, 80)), 80);
-    EXPECT_EQ(NewMailLine(mail, 0), "    " + wide + ": [1mbold  (3 KB)");
+    EXPECT_LE(DISPLAYTEXT::Width(MailLine(mail, "3 KB", 80)), 80);
+    EXPECT_EQ(MailLine(mail, "3 KB", 0), "    " + wide + ": [1mbold  (3 KB)");
+}
+
+TEST(MailTable, LeavesOutTheLineThatEndsAMailOfPop3) {
+    const std::pair<const char*, const char*> BODIES[] = {
+        {"text\n.\n", "text\n\n"}, {".\n", "\n"}, {"text\na.\n", "text\na.\n\n"}, {"a\n\n..\n.\n", "a\n\n..\n\n"}};
+    for (const auto& [body, shown] : BODIES) {
+        STRINGARRAY mail(8, 8);
+        for (const char* key : {"From", "To", "Subject", "X-Datetime"})
+            mail.Set(key, "");
+        mail.Set("Body", body);
+        EXPECT_TRUE(MailText(mail).ends_with("\n\n\n" + std::string(shown))) << MailText(mail);
+    }
 }

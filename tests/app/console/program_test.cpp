@@ -47,7 +47,11 @@ TEST(Program, ShowsTheDemo) {
     EXPECT_EQ(first.Code, EXIT_GOOD);
     EXPECT_EQ(first.Err, "");
     EXPECT_TRUE(Contains(first.Out, "Demo (POP3): 41 mails (30 new)")) << first.Out;
-    EXPECT_TRUE(Contains(first.Out, "    Ines Duarte: Umbrella found! (0 KB)")) << first.Out;
+    EXPECT_TRUE(Contains(first.Out, "    Ines Duarte: Umbrella found! (324 B)")) << first.Out;
+    EXPECT_TRUE(Contains(first.Out,
+                         "    J\xc3\xbcrgen Wei\xc3\x9f: Re:\xc2\xa0R\xc3\xbc"
+                         "ckfrage zum Angebot\n"))
+        << "its service tells no sizes: " << first.Out;
     EXPECT_FALSE(Contains(first.Out, "    Best Meds Direct")) << "spam is no news";
     EXPECT_TRUE(Contains(first.Out, "... and 10 more")) << first.Out;
     EXPECT_TRUE(Contains(first.Out, " *J\xc3\xbcrgen Wei\xc3\x9f")) << first.Out;
@@ -56,6 +60,8 @@ TEST(Program, ShowsTheDemo) {
     // Its spam is marked, and only that; the report of a mail is there for whoever asks.
     EXPECT_TRUE(Contains(first.Out, "\n!*Best Meds Direct")) << first.Out;
     EXPECT_TRUE(Contains(first.Out, "\n *Bike Works")) << first.Out;
+    EXPECT_TRUE(Contains(first.Out, "\n  * unread, or not told by the server\n  ! spam: 100 points and more\n"))
+        << first.Out;
     // What was seen is known to the next run, though its server has another port.
     const auto second = program.Run({"-demo", "-once"});
     EXPECT_EQ(second.Code, EXIT_GOOD);
@@ -120,14 +126,14 @@ TEST(Program, AddsAnAccountAndChecksIt) {
 
     auto once = program.Run({"/ONCE"});
     EXPECT_EQ(once.Code, EXIT_GOOD) << once.Err;
-    EXPECT_EQ(once.Out, "joe@example.org: 1 mail (1 new)\n    Ann: first (0 KB)\n");
+    EXPECT_EQ(once.Out, "joe@example.org: 1 mail (1 new)\n    Ann: first (75 B)\n");
     once = program.Run({"/ONCE"});
     EXPECT_EQ(once.Out, "joe@example.org: 1 mail, nothing new\n");
 
     // A sender and a subject that try to write to the terminal, and a listing that keeps them as they are.
     account.Deliver("\x1b[2Jcl\xfc\xc2\x9b", "\x1b]0;x\x07");
     once = program.Run({"/ONCE", "/LISTING"});
-    EXPECT_TRUE(Contains(once.Out, "    ]0x: [2Jcl\xc3\xbc (0 KB)\n")) << once.Out;
+    EXPECT_TRUE(Contains(once.Out, "    ]0x: [2Jcl\xc3\xbc (64 B)\n")) << once.Out;
     EXPECT_TRUE(Contains(once.Out, "\nSubject: \x1b[2Jcl\xfc\xc2\x9b\n")) << once.Out;
     // Nor does the trace of what the server says.
     const auto traced = program.Run({"/ONCE", "/LOGDEBUG"});
@@ -147,6 +153,29 @@ TEST(Program, AddsAnAccountAndChecksIt) {
     ASSERT_EQ(items.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
     EXPECT_EQ(items[0]["LastRC"], "0E|0E");
     EXPECT_EQ(items[0]["LastSeenIds"], "<2@test>|<1@test>");
+}
+
+TEST(Program, TellsWhatGoesToTheTrash) {
+    PROGRAMRUN program;
+    ACCOUNT account(program);
+    ASSERT_EQ(program.Run({account.Add, account.Password}).Code, EXIT_GOOD);
+    WriteBytes(program.DataDir() || "\\spamdef.dat", "B|100/5|casino\r\n");
+    STRINGARRAY settings;
+    ASSERT_TRUE(settings.Load((program.DataDir() || "\\tarnwick.ini").Text()));
+    settings.Set("SpamDoTrash", "1");
+    settings.Set("SpamDoDomain", "0");
+    ASSERT_TRUE(settings.Save((program.DataDir() || "\\tarnwick.ini").Text()));
+    account.Store.Deliver("From: Bad <b@x.example>\r\nSubject: \x1b[1mWin\r\n\r\ncasino casino\r\n");
+    const auto once = program.Run({"/ONCE", "/INBOX"});
+    const std::string trash = Std(FILES::NativePath((program.DataDir() || "\\trash").Text()));
+    EXPECT_TRUE(
+        once.Out.starts_with("joe@example.org: 2 mails (1 new)\n    Ann: first (75 B)\n"
+                             "joe@example.org: 1 mail went to the trash as spam\n"
+                             "    Bad: [1mWin (225 points)\n    (Copies lie in " +
+                             trash + ")\n\njoe@example.org - 1 mail\n"))
+        << once.Out;
+    EXPECT_FALSE(Contains(once.Out, "! spam")) << "none is left: " << once.Out;
+    EXPECT_EQ(account.Store.Mails().size(), 1U);
 }
 
 TEST(Program, TellsACheckThatFails) {

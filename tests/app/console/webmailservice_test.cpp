@@ -56,7 +56,7 @@ TEST_F(WebMailService, ShowsItsInboxToTheRealClientInAllEditions) {
                                             "e 3",
                                             "MSG3", "0"},
                                            {"J\xfcrgen Wei\xdf", "", "MSG2", "0"},
-                                           {"Tom", "Hi&amp;&lt;you&gt;", "MSG1", "1"}};
+                                           {"Tom", "Hi\xa0&amp;\xa0&lt;you&gt;", "MSG1", "1"}};
         for (int i = 0; i < 3; ++i) {
             int field = 0;
             for (const char* key : {"From", "Subject", "X-Message-Id", "Seen"})
