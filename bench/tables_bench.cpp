@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
 #include "corelib/base/stringarray.h"
 
@@ -18,7 +19,7 @@ struct CASELESS {
     bool operator()(const std::string& a, const std::string& b) const {
         return std::ranges::lexicographical_compare(a, b, {}, Folded, Folded);
     }
-    static unsigned char Folded(char c) { return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c + 32 : c); }
+    static unsigned char Folded(char c) { return ASCII::Lower(c); }
 };
 
 // A file of `count` keys in the order in which the program writes them, and the keys in another order.

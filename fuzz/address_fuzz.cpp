@@ -7,6 +7,7 @@
 
 #include "app/console/addaccount.h"
 #include "app/mailbox/mailhandling.h"
+#include "corelib/base/ascii.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const size_t colon = address.Server.View().find(':');
     if (colon != std::string_view::npos) {
         const std::string port(address.Server.View().substr(colon + 1));
-        Require(!port.empty() && port.find_first_not_of("0123456789") == port.npos);
+        Require(ASCII::IsNumber(port));
         Require(atoi(port.c_str()) >= 1 && atoi(port.c_str()) <= 65535);
     }
     const std::string scheme = web ? "webmail://" : address.Type == ITEMTYPE_POP3 ? "pop3://" : "imap://";

@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "corelib/base/ascii.h"
 #include "corelib/net/httptext.h"
 #include "corelib/net/webget.h"
 
@@ -21,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     STRING host = page.Line(1, WORD_NEVERNULL), doc = page.Line(2, WORD_NEVERNULL);
     const STRING url = page.Line(0, WORD_NEVERNULL);
     UrlToHostDoc(url, host, doc);
-    const bool whole = stricmp(url.Left(7).Text(), "http://", 0) == 0;
+    const bool whole = ASCII::BeginsWith(url.View(), "http://");
     if (doc.Length() == 0 || (!whole && doc.View().find("/../") != std::string_view::npos))
         abort();
     HostCredentials().Delete(host.Text());

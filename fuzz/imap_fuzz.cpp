@@ -5,6 +5,7 @@
 #include "app/mailbox/imap.h"
 #include "app/mailbox/listing.h"
 #include "bench/unwatched.h"
+#include "corelib/base/ascii.h"
 #include "fuzz/saidserver.h"
 #include "tests/servers/answeringdevice.h"
 
@@ -25,7 +26,7 @@ void ReadWhatAServerSays(const uint8_t* data, size_t size) {
     SAIDSERVER server(data, size);
     STRING listing;
     if (!ImapRead(server, row.Call("", "", ""), "", IMAP_BODY_BYTES, listing)) {
-        if (!LISTING::BeginsWith(listing.View(), "-ERR "))
+        if (!ASCII::BeginsWith(listing.View(), "-ERR "))
             abort();
         return;
     }

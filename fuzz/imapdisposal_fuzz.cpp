@@ -43,14 +43,10 @@ class WATCHINGSERVER : public SAIDSERVER {
     }
 
  private:
-    static std::string TakeWord(std::string_view& rest) {
-        const std::string word(rest.substr(0, rest.find(' ')));
-        rest.remove_prefix(std::min(word.size() + 1, rest.size()));
-        return word;
-    }
+    static std::string TakeWord(std::string_view& rest) { return std::string(ASCII::Take(rest, ' ')); }
     // Each step is one for an id that was asked for, and that has taken the step before.
     void Check(const std::string& word, const std::string& id) {
-        if (!Asked.contains(id) || id.find_first_not_of("0123456789") != id.npos)
+        if (!Asked.contains(id) || !ASCII::IsNumber(id))
             abort();
         if (word == "UID FETCH")
             Last = id;

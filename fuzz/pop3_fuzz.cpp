@@ -3,6 +3,7 @@
 
 #include "app/mailbox/listing.h"
 #include "app/mailbox/pop3.h"
+#include "corelib/base/ascii.h"
 #include "fuzz/saidserver.h"
 
 namespace {
@@ -32,7 +33,7 @@ std::string Sent(std::string_view mail) {
 void ReadAnything(std::string_view said) {
     STRING listing;
     const bool ok = Read(said, listing);
-    if (!LISTING::BeginsWith(listing.View(), ok ? "+OK " : "-ERR "))
+    if (!ASCII::BeginsWith(listing.View(), ok ? "+OK " : "-ERR "))
         abort();
     const LISTING::SUMMARY summary = LISTING::ReadSummary(ok ? listing.Mid(4) : listing);
     LISTING::BLOCKCURSOR cursor(listing);

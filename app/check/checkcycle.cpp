@@ -31,7 +31,7 @@ constexpr const char* BROKEN_LISTING = "-ERR Unknown Error";
 /// True if a mailbox's text is a listing that can be believed; otherwise it is an error text afterwards. A text that no
 /// server would send who has read the mailbox to its end may not make the item forget its mails.
 bool TakeListing(STRING& text) {
-    if (LISTING::BeginsWith(text.View(), ERROR_PREFIX))
+    if (ASCII::BeginsWith(text.View(), ERROR_PREFIX))
         return false;
     const int count = LISTING::ReadSummary(text).Count;
     const int blocks = LISTING::CountBlocks(text);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/mailbox/mailboxes.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 
 namespace {
@@ -54,9 +55,8 @@ class VERDICTS {
 /// The message number of a POP3 id, "number|size"; 0 for any other text.
 int PopNumber(std::string_view id) {
     int number = 0;
-    const auto [end, error] = std::from_chars(id.data(), id.data() + id.size(), number);
-    const bool whole = error == std::errc() && end != id.data() + id.size() && *end == '|';
-    return whole && number > 0 && id[0] != '0' ? number : 0;
+    const size_t bar = id.find('|');
+    return bar != id.npos && !id.starts_with('0') && ASCII::ReadNumber(id.substr(0, bar), number) ? number : 0;
 }
 
 /// Tells the mails that the server has surely named from those that a mail's own bytes may have made up.

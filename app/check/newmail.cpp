@@ -16,19 +16,12 @@
 
 namespace {
 
-std::string Fold(std::string_view id) {
-    std::string folded(id);
-    for (char& ch : folded)
-        ch = static_cast<char>(ASCII::Lower(ch));
-    return folded;
-}
-
 /// An id as it stands in the list of ids, which bars split and which may be the word for all mails.
 std::string ListForm(const STRING& id) {
     constexpr char SUBSTITUTE = '!';
     std::string form(id.View());
     std::replace(form.begin(), form.end(), '|', SUBSTITUTE);
-    if (stricmp(form.c_str(), SHOW_ALL_IDS, 1) == 0)
+    if (ASCII::Equal(form, SHOW_ALL_IDS))
         form[0] = SUBSTITUTE;
     return form;
 }
@@ -49,13 +42,13 @@ std::vector<std::string_view> SplitIds(std::string_view list) {
 /// The ids of the last check, to be looked up without regard to case.
 class SEENIDS {
  public:
-    explicit SEENIDS(const STRING& ids) : Text(Fold(ids.View())) {
+    explicit SEENIDS(const STRING& ids) : Text(ASCII::Lower(ids.View())) {
         const std::vector<std::string_view> pieces = SplitIds(Text);
         Ids.insert(pieces.begin(), pieces.end());
     }
     SEENIDS(const SEENIDS&) = delete;
     SEENIDS& operator=(const SEENIDS&) = delete;
-    bool Contains(const STRING& id) const { return Ids.contains(Fold(ListForm(id))); }
+    bool Contains(const STRING& id) const { return Ids.contains(ASCII::Lower(ListForm(id))); }
 
  private:
     const std::string Text;
@@ -91,10 +84,10 @@ COUNTS CountRecords(const RECORDARRAY& records, const SEENIDS& oldIds) {
 void KeepUnlistedIds(const RECORDARRAY& records, int claimed, const STRING& oldIds, std::string& seenIds) {
     std::unordered_set<std::string> listed;
     for (int i = 0; i < records.Count(); ++i)
-        listed.insert(Fold(ListForm(records[i]["MessageId"])));
+        listed.insert(ASCII::Lower(ListForm(records[i]["MessageId"])));
     std::vector<std::string_view> unlisted;
     for (const std::string_view id : SplitIds(oldIds.View())) {
-        if (!id.empty() && !listed.contains(Fold(id)))
+        if (!id.empty() && !listed.contains(ASCII::Lower(id)))
             unlisted.push_back(id);
     }
     const size_t most = static_cast<size_t>(claimed);

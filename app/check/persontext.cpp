@@ -33,24 +33,13 @@ constexpr struct {
     {"TLS only", TEXT_ENCRYPTED_PORT},
 };
 
-bool Same(std::string_view a, std::string_view b) {
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return ASCII::Lower(x) == ASCII::Lower(y); });
-}
-
 // Does the text hold one of those words, in any case?
 bool Holds(std::string_view text, std::initializer_list<std::string_view> words) {
-    return std::any_of(words.begin(), words.end(), [text](std::string_view word) {
-        for (size_t at = 0; at + word.size() <= text.size(); ++at)
-            if (Same(text.substr(at, word.size()), word))
-                return true;
-        return false;
-    });
+    return std::any_of(words.begin(), words.end(), [text](std::string_view word) { return ASCII::Holds(text, word); });
 }
 
 std::string_view Trimmed(std::string_view text) {
-    const size_t first = text.find_first_not_of(" \t\r");
-    return first == text.npos ? std::string_view() : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
+    return ASCII::Trim(text, " \t\r");
 }
 
 // Takes the first word off the text.
@@ -58,10 +47,6 @@ std::string_view TakeWord(std::string_view& text) {
     const std::string_view word = text.substr(0, text.find(' '));
     text = Trimmed(text.substr(word.size()));
     return word;
-}
-
-bool IsNumber(std::string_view word) {
-    return !word.empty() && std::all_of(word.begin(), word.end(), ASCII::IsDigit);
 }
 
 // What stands after "Error: ", also of a check that a run in another language has recorded.
@@ -87,7 +72,7 @@ REPLY::REPLY(std::string_view text) : Text(text) {
     std::string_view rest = text;
     const std::string_view first = TakeWord(rest);
     const auto isRefusal = [](std::string_view word) { return word == "NO" || word == "BAD" || word == "BYE"; };
-    if (Same(first, "-ERR") || isRefusal(first)) {
+    if (ASCII::Equal(first, "-ERR") || isRefusal(first)) {
         Text = rest;
     } else if (first == "*" || first.starts_with("IMAP")) {
         std::string_view behind = rest;
@@ -110,7 +95,7 @@ struct PLACE {
         Server = type == ITEMTYPE_HOTMAIL ? HOTMAIL_MAIL_DOMAIN : item.Get("Source").Word(0, "|", WORD_NEVERNULL);
         const std::string_view text = Server.View();
         const size_t mark = text.find_last_of(": ");
-        if (mark != text.npos && IsNumber(text.substr(mark + 1)))
+        if (mark != text.npos && ASCII::IsNumber(text.substr(mark + 1)))
             Port = text.substr(mark + 1);
         else
             Port = type == ITEMTYPE_IMAP ? "143" : "110";
@@ -144,10 +129,10 @@ class EXPLANATION {
             return Own(TEXT_NO_ANSWER);
         const std::string plain = Plain(reason);
         std::string_view rest = plain, number = plain;
-        if (Same(TakeWord(rest), "TCPIO") || plain.starts_with("WEBGET "))
+        if (ASCII::Equal(TakeWord(rest), "TCPIO") || plain.starts_with("WEBGET "))
             number = rest;
         rest = number;
-        if (IsNumber(TakeWord(rest)) && !rest.empty()) {
+        if (ASCII::IsNumber(TakeWord(rest)) && !rest.empty()) {
             // Numbers of our own side stand in front of its reasons, and a web server's in front of its own words.
             if (const int text = OwnReason(rest))
                 return Own(text);
@@ -168,7 +153,7 @@ class EXPLANATION {
  private:
     static int OwnReason(std::string_view reason) {
         for (const auto& own : OWN_REASONS)
-            if (Same(own.Reason, reason))
+            if (ASCII::Equal(own.Reason, reason))
                 return own.Text;
         return 0;
     }

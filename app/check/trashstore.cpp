@@ -1,10 +1,10 @@
 #include "app/check/trashstore.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <string>
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/dynarray.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
@@ -15,8 +15,7 @@ namespace {
 /// The number that a text consists of; 0 for any other text.
 uint64_t ReadId(std::string_view text) {
     uint64_t id = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
-    return error == std::errc() && end == text.data() + text.size() ? id : 0;
+    return ASCII::ReadNumber(text, id) ? id : 0;
 }
 
 /// The highest id that has files in the folder; 0 without any.

@@ -3,10 +3,11 @@
 #include <array>
 #include <cstdint>
 
+#include "corelib/base/utf8.h"
+
 namespace {
 
 constexpr char UNKNOWN = '?';
-constexpr uint32_t INVALID = 0xffffffff;
 
 /// The code points of the bytes 0x80 to 0x9f; 0 where the code page has none.
 constexpr std::array<uint16_t, 32> UPPER_CONTROLS = {0x20ac, 0,      0x201a, 0x0192, 0x201e, 0x2026, 0x2020, 0x2021,
@@ -14,43 +15,8 @@ constexpr std::array<uint16_t, 32> UPPER_CONTROLS = {0x20ac, 0,      0x201a, 0x0
                                                      0,      0x2018, 0x2019, 0x201c, 0x201d, 0x2022, 0x2013, 0x2014,
                                                      0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0,      0x017e, 0x0178};
 
-/// Takes the first character off the text, which is not empty; INVALID if it is no UTF-8 (one byte is taken then).
-uint32_t TakeCharacter(std::string_view& text) {
-    const auto first = static_cast<unsigned char>(text.front());
-    size_t length = 1;
-    uint32_t code = first;
-    uint32_t lowest = 0;
-    if (first >= 0xf0 && first <= 0xf4) {
-        length = 4;
-        code = first & 0x07U;
-        lowest = 0x10000;
-    } else if (first >= 0xe0 && first <= 0xef) {
-        length = 3;
-        code = first & 0x0fU;
-        lowest = 0x800;
-    } else if (first >= 0xc2 && first <= 0xdf) {
-        length = 2;
-        code = first & 0x1fU;
-        lowest = 0x80;
-    } else if (first >= 0x80) {
-        code = INVALID;
-    }
-    bool valid = code != INVALID && length <= text.size();
-    for (size_t i = 1; valid && i < length; ++i) {
-        const auto next = static_cast<unsigned char>(text[i]);
-        valid = (next & 0xc0U) == 0x80;
-        code = (code << 6U) | (next & 0x3fU);
-    }
-    if (!valid || code < lowest || code > 0x10ffff || (code >= 0xd800 && code <= 0xdfff)) {
-        text.remove_prefix(1);
-        return INVALID;
-    }
-    text.remove_prefix(length);
-    return code;
-}
-
 /// The byte of a character; -1 if the code page lacks it.
-int ByteOf(uint32_t code) {
+int ByteOf(char32_t code) {
     if (code < 0x80 || (code >= 0xa0 && code <= 0xff)) {
         return static_cast<int>(code);
     }
@@ -70,7 +36,7 @@ STRING CODEPAGE::FromUtf8(std::string_view utf8, bool* exact) {
     int count = 0;
     bool all = true;
     while (!utf8.empty()) {
-        const int byte = ByteOf(TakeCharacter(utf8));
+        const int byte = ByteOf(UTF8::Take(utf8));
         all = all && byte >= 0;
         result.Data()[count++] = byte >= 0 ? static_cast<char>(byte) : UNKNOWN;
     }

@@ -10,10 +10,6 @@ namespace {
 
 constexpr size_t NONE = std::string_view::npos;
 
-bool EqualsIgnoringCase(std::string_view text, const char* what) {
-    return stricmp(STRING(text).Text(), what, 0) == 0;
-}
-
 /// Appends text to out, each "=" with two hexadecimal digits as the byte that they stand for.
 void AppendQuotedPrintable(std::string& out, std::string_view text) {
     for (size_t i = 0; i < text.size(); ++i) {
@@ -63,7 +59,7 @@ class SCANNER {
     bool Word(std::string_view& word) {
         SkipSpace();
         size_t length = 0;
-        while (length < Rest.size() && !IsSpace(Rest[length]))
+        while (length < Rest.size() && !ASCII::IsSpace(Rest[length]))
             ++length;
         word = Rest.substr(0, length);
         Rest.remove_prefix(length);
@@ -96,9 +92,8 @@ class SCANNER {
     }
 
  private:
-    static bool IsSpace(char ch) { return ch == ' ' || (ch >= '\t' && ch <= '\r'); }
     void SkipSpace() {
-        while (!Rest.empty() && IsSpace(Rest.front()))
+        while (!Rest.empty() && ASCII::IsSpace(Rest.front()))
             Rest.remove_prefix(1);
     }
 
@@ -152,13 +147,13 @@ void DecodeEncodedWords(STRING& text) {
             break;
         out += rest.substr(0, start);
         const std::string_view charset = rest.substr(start + 2, charsetEnd - start - 2);
-        const bool base64 = EqualsIgnoringCase(rest.substr(charsetEnd + 1, encodingEnd - charsetEnd - 1), "B");
+        const bool base64 = ASCII::Equal(rest.substr(charsetEnd + 1, encodingEnd - charsetEnd - 1), "B");
         std::string word(rest.substr(encodingEnd + 1, end - encodingEnd - 1));
         for (char& ch : word)
             ch = ch == '_' ? ' ' : ch;
         if (base64)
             out += STRING(std::string_view(word)).FromBase64().View();
-        else if (EqualsIgnoringCase(charset, "ISO-8859-1"))
+        else if (ASCII::Equal(charset, "ISO-8859-1"))
             AppendQuotedPrintable(out, word);
         else
             out += word;

@@ -46,16 +46,13 @@ bool ValidServer(std::string_view server) {
     const size_t colon = server.find(':');
     const std::string_view host = server.substr(0, colon);
     for (char c : host)
-        if (!ASCII::IsLetter(c) && !ASCII::IsDigit(c) && c != '.' && c != '-' && c != '_')
+        if (!ASCII::IsLetterOrDigit(c) && c != '.' && c != '-' && c != '_')
             return false;
     if (host.empty() || colon == server.npos)
         return !host.empty();
     const std::string_view port = server.substr(colon + 1);
-    for (char c : port)
-        if (!ASCII::IsDigit(c))
-            return false;
-    const int number = port.size() <= 5 ? atoi(STRING(port)) : 0;
-    return number >= 1 && number <= PORT_MAX;
+    int number = 0;
+    return port.size() <= 5 && ASCII::ReadNumber(port, number) && number >= 1 && number <= PORT_MAX;
 }
 
 bool ReadPassword(const STRING& file, const TEXTS& texts, const std::string& account, STRING& password,
@@ -91,7 +88,7 @@ int FindSource(const TARNWICK& application, int type, const STRING& source) {
 ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address) {
     for (const SCHEME& scheme : SCHEMES) {
         const std::string_view prefix = scheme.Prefix;
-        if (text.size() < prefix.size() || stricmp(STRING(text.substr(0, prefix.size())).Text(), scheme.Prefix, 0) != 0)
+        if (!ASCII::BeginsWith(text, prefix))
             continue;
         text.remove_prefix(prefix.size());
         if (text.ends_with('/'))

@@ -9,6 +9,7 @@
 #include "app/console/mailtable.h"
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
 
 namespace {
@@ -115,14 +116,13 @@ bool CONSOLEFRONTEND::AskYesNo(const STRING& title, const STRING& text) {
     ShowMessage(title, text);
     // The two letters of the language, such as "yn".
     const std::string letters = ConsoleText(*Texts, CTEXT_YES_NO);
-    const STRING keys(std::string_view(letters).substr(0, letters.find('|')));
     TERMINAL::Write(letters.substr(letters.find('|') + 1));
     std::string answer;
     const bool read = TERMINAL::ReadLine(answer, false);
     Asking = false;
     if (!read || answer.empty())
         return false;
-    return stricmp(STRING(answer.substr(0, 1)).Text(), keys.Left(1).Text(), 0) == 0;
+    return ASCII::Equal(answer.substr(0, 1), letters.substr(0, 1));
 }
 
 void CONSOLEFRONTEND::PostAlert(const ALERTREQUEST& request) {

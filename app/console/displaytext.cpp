@@ -1,45 +1,15 @@
 #include "app/console/displaytext.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <iterator>
 
 #include "app/common/codepage.h"
 #include "corelib/base/files.h"
+#include "corelib/base/utf8.h"
 
 namespace DISPLAYTEXT {
 
 namespace {
-
-constexpr char32_t INVALID = 0xFFFFFFFF;
-
-// The next character of UTF-8 (RFC 3629), or INVALID with one byte taken.
-char32_t NextCharacter(std::string_view& text) {
-    const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char lead = byte(0);
-    size_t length = lead < 0x80                   ? 1
-                    : lead >= 0xC2 && lead < 0xE0 ? 2
-                    : (lead & 0xF0) == 0xE0       ? 3
-                    : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                  : 0;
-    char32_t value = length == 1 ? lead : length ? lead & (0x7Fu >> length) : 0;
-    if (length > text.size())
-        length = 0;
-    for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) {
-            length = 0;
-            break;
-        }
-        value = (value << 6) | (byte(i) & 0x3Fu);
-    }
-    const bool tooLong = (length == 3 && value < 0x800) || (length == 4 && value < 0x10000);
-    if (length == 0 || tooLong || value > 0x10FFFF || (value >= 0xD800 && value < 0xE000)) {
-        text.remove_prefix(1);
-        return INVALID;
-    }
-    text.remove_prefix(length);
-    return value;
-}
 
 bool IsControl(char32_t c) {
     return c < 32 || (c >= 127 && c < 160) || c == 0x061C || (c >= 0x200B && c <= 0x200F && c != 0x200D) ||
@@ -82,11 +52,11 @@ std::string Safe(std::string_view bytes) {
     std::string result;
     while (!bytes.empty()) {
         const std::string_view before = bytes;
-        const char32_t c = NextCharacter(bytes);
+        const char32_t c = UTF8::Take(bytes);
         if (c == '\n' || c == '\r' || c == '\t') {
             if (!result.ends_with(' '))
                 result += ' ';
-        } else if (c == INVALID) {
+        } else if (c == UTF8::INVALID) {
             result += CODEPAGE::ToUtf8(before.substr(0, 1)).View();
         } else if (!IsControl(c)) {
             result += before.substr(0, before.size() - bytes.size());
@@ -102,7 +72,7 @@ std::string Path(const STRING& path) {
 int Width(std::string_view utf8) {
     int width = 0;
     while (!utf8.empty())
-        width += CharacterWidth(NextCharacter(utf8));
+        width += CharacterWidth(UTF8::Take(utf8));
     return width;
 }
 
@@ -118,7 +88,7 @@ std::string Fit(std::string_view utf8, int columns, bool alignRight) {
     int used = 0;
     size_t kept = 0;
     while (!rest.empty()) {
-        used += CharacterWidth(NextCharacter(rest));
+        used += CharacterWidth(UTF8::Take(rest));
         if (used > room)
             break;
         kept = utf8.size() - rest.size();

@@ -3,6 +3,8 @@
 #include <iterator>
 #include <string_view>
 
+#include "corelib/base/ascii.h"
+
 namespace {
 
 constexpr SWITCH SWITCHES[] = {
@@ -29,19 +31,15 @@ constexpr SWITCH SWITCHES[] = {
     {"HELP", "/HELP"},
 };
 
-bool Is(std::string_view a, const char* b) {
-    return a.size() == std::string_view(b).size() && stricmp(STRING(a).Text(), b, 0) == 0;
-}
-
 bool AsksForHelp(std::string_view word) {
     for (const char* form : {"/HELP", "-HELP", "--HELP", "/?", "-?", "-H"})
-        if (Is(word, form))
+        if (ASCII::Equal(word, form))
             return true;
     return false;
 }
 
 SWITCHFAULT CheckWord(std::string_view word) {
-    if (AsksForHelp(word) || Is(word, "/LOGDBG"))
+    if (AsksForHelp(word) || ASCII::Equal(word, "/LOGDBG"))
         return SWITCHFAULT::None;
     if (word.empty() || (word[0] != '/' && word[0] != '-'))
         return SWITCHFAULT::Unknown;
@@ -49,7 +47,7 @@ SWITCHFAULT CheckWord(std::string_view word) {
     const size_t colon = word.find(':');
     const std::string_view name = word.substr(0, colon);
     for (const SWITCH& known : SWITCHES) {
-        if (!Is(name, known.Name))
+        if (!ASCII::Equal(name, known.Name))
             continue;
         const std::string_view form = known.Form;
         const bool takes = form.find(':') != form.npos, needs = takes && form.find('[') > form.find(':');

@@ -29,8 +29,8 @@ void PutSlash(std::string& word) {
     size_t end = 1;
     while (end < word.size() && ASCII::IsLetter(word[end]))
         ++end;
-    const STRING name(std::string_view(word).substr(1, end - 1));
-    const bool log = stricmp(name.Left(3).Text(), "LOG", 0) == 0 || stricmp(name.Text(), "NOASSERT", 0) == 0;
+    const std::string_view name = std::string_view(word).substr(1, end - 1);
+    const bool log = ASCII::BeginsWith(name, "LOG") || ASCII::Equal(name, "NOASSERT");
     if (log || (end > 1 && word[end] == ':'))
         word[0] = '/';
 }
@@ -52,7 +52,7 @@ std::vector<std::string> CompletePaths(int argc, const char* const* argv) {
         PutSlash(words[i]);
         for (const char* name : {"/WORKDIR:", "/PASSWORDFILE:", "/SCORE:", "/LOGIT:", "/LOGITHARD:"}) {
             const size_t length = std::string_view(name).size();
-            if (words[i].size() <= length || stricmp(words[i].substr(0, length).c_str(), name, 0) != 0) {
+            if (words[i].size() <= length || !ASCII::BeginsWith(words[i], name)) {
                 continue;
             }
             if (words[i].substr(length) == "-") {

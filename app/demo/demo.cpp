@@ -8,6 +8,7 @@
 #include "app/demo/samplemail.h"
 #include "app/demo/webmailservice.h"
 #include "app/mailbox/mailhandling.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
 
 namespace {
@@ -39,7 +40,7 @@ constexpr KIND KINDS[] = {
 
 bool AnyBegins(const std::vector<std::string>& words, std::string_view name) {
     for (size_t i = 1; i < words.size(); ++i)
-        if (words[i].size() > 1 && stricmp(words[i].substr(1, name.size()).c_str(), name.data(), 0) == 0)
+        if (words[i].size() > 1 && ASCII::BeginsWith(std::string_view(words[i]).substr(1), name))
             return true;
     return false;
 }

@@ -14,16 +14,6 @@ constexpr const char* FOLDERS[] = {INBOX, "spam"};
 constexpr const char* DONE = "OK done";
 constexpr const char* UNKNOWN = "BAD unknown command or arguments";
 
-std::string Upper(std::string_view text) {
-    std::string result(text);
-    std::ranges::transform(result, result.begin(), [](char c) { return static_cast<char>(ASCII::Upper(c)); });
-    return result;
-}
-
-bool Is(std::string_view word, std::string_view command) {
-    return Upper(word) == Upper(command);
-}
-
 // The next word; one in quotes without them.
 std::string Word(std::string_view& rest) {
     std::string word;
@@ -63,14 +53,14 @@ size_t HeaderEnd(std::string_view text) {
 
 // The header lines whose names stand in the list, or do not; folded ones whole.
 std::string HeaderFields(std::string_view header, std::string_view names, bool listed) {
-    const std::string list = " " + Upper(names) + " ";
+    const std::string list = " " + ASCII::Upper(names) + " ";
     std::string result;
     bool taken = false;
     while (header.size() > 2) {
         const size_t end = std::min(header.find("\r\n"), header.size() - 2) + 2;
         const std::string_view line = header.substr(0, end);
         if (!line.starts_with(' ') && !line.starts_with('\t'))
-            taken = (list.find(" " + Upper(line.substr(0, line.find(':'))) + " ") != list.npos) == listed;
+            taken = (list.find(" " + ASCII::Upper(line.substr(0, line.find(':'))) + " ") != list.npos) == listed;
         if (taken)
             result += line;
         header.remove_prefix(end);
@@ -136,45 +126,45 @@ std::string IMAPSESSION::Reply(std::string_view line) {
 }
 
 std::string IMAPSESSION::Carry(std::string_view command, std::string_view arguments) {
-    if (Is(command, "LOGOUT")) {
+    if (ASCII::Equal(command, "LOGOUT")) {
         Untagged = "* BYE\r\n";
         End();
         return DONE;
     }
-    if (Is(command, "CAPABILITY")) {
+    if (ASCII::Equal(command, "CAPABILITY")) {
         Untagged = "* CAPABILITY IMAP4rev1\r\n";
         return DONE;
     }
-    if (Is(command, "NOOP"))
+    if (ASCII::Equal(command, "NOOP"))
         return DONE;
     if (!LoggedIn)
-        return Is(command, "LOGIN") ? LogIn(arguments) : UNKNOWN;
-    if (Is(command, "SELECT") || Is(command, "EXAMINE"))
-        return Select(arguments, Is(command, "EXAMINE"));
-    if (Is(command, "LIST")) {
+        return ASCII::Equal(command, "LOGIN") ? LogIn(arguments) : UNKNOWN;
+    if (ASCII::Equal(command, "SELECT") || ASCII::Equal(command, "EXAMINE"))
+        return Select(arguments, ASCII::Equal(command, "EXAMINE"));
+    if (ASCII::Equal(command, "LIST")) {
         for (const char* folder : FOLDERS)
             Untagged += std::string("* LIST () \"/\" ") + folder + "\r\n";
         return DONE;
     }
-    const bool byUid = Is(command, "UID");
+    const bool byUid = ASCII::Equal(command, "UID");
     const std::string word = byUid ? Word(arguments) : std::string(command);
     return IsSelected ? Selected(word, arguments, byUid) : UNKNOWN;
 }
 
 std::string IMAPSESSION::Selected(std::string_view command, std::string_view arguments, bool byUid) {
-    if (Is(command, "SEARCH"))
+    if (ASCII::Equal(command, "SEARCH"))
         return Search(arguments, byUid);
-    if (Is(command, "CLOSE") || Is(command, "EXPUNGE")) {
-        IsSelected = Is(command, "EXPUNGE");
+    if (ASCII::Equal(command, "CLOSE") || ASCII::Equal(command, "EXPUNGE")) {
+        IsSelected = ASCII::Equal(command, "EXPUNGE");
         Expunge(!IsSelected);
         return DONE;
     }
     const std::vector<size_t> which = Indexes(Word(arguments), byUid);
-    if (Is(command, "FETCH"))
+    if (ASCII::Equal(command, "FETCH"))
         return Fetch(which, arguments, byUid);
-    if (Is(command, "STORE"))
+    if (ASCII::Equal(command, "STORE"))
         return Store(which, arguments);
-    return Is(command, "COPY") ? Copy(which, arguments) : UNKNOWN;
+    return ASCII::Equal(command, "COPY") ? Copy(which, arguments) : UNKNOWN;
 }
 
 std::string IMAPSESSION::LogIn(std::string_view arguments) {
@@ -185,11 +175,11 @@ std::string IMAPSESSION::LogIn(std::string_view arguments) {
 
 std::string IMAPSESSION::Select(std::string_view arguments, bool readOnly) {
     const std::string folder = Word(arguments);
-    IsSelected = std::ranges::any_of(FOLDERS, [&](const char* name) { return Is(folder, name); });
+    IsSelected = std::ranges::any_of(FOLDERS, [&](const char* name) { return ASCII::Equal(folder, name); });
     if (!IsSelected)
         return "NO no such folder";
     ReadOnly = readOnly;
-    Mails = Mailbox.Mails(Is(folder, INBOX) ? "" : folder);
+    Mails = Mailbox.Mails(ASCII::Equal(folder, INBOX) ? "" : folder);
     Deleted.assign(Mails.size(), false);
     Untagged = "* FLAGS (\\Seen \\Deleted)\r\n* OK [PERMANENTFLAGS (\\Seen \\Deleted)]\r\n* " +
                std::to_string(Mails.size()) + " EXISTS\r\n* 0 RECENT\r\n* OK [UIDVALIDITY 1]\r\n";
@@ -202,7 +192,7 @@ std::string IMAPSESSION::Search(std::string_view arguments, bool byUid) {
         found[i] = i;
     std::string_view keys = WithoutParentheses(arguments);
     while (!keys.empty()) {
-        const std::string key = Upper(Word(keys));
+        const std::string key = ASCII::Upper(Word(keys));
         std::vector<size_t> named;
         if (key == "UID")
             named = Indexes(Word(keys), true);
@@ -226,13 +216,13 @@ std::string IMAPSESSION::Search(std::string_view arguments, bool byUid) {
 
 std::string IMAPSESSION::Fetch(const std::vector<size_t>& which, std::string_view items, bool byUid) {
     items = WithoutParentheses(items);
-    if (Is(items, "FAST"))
+    if (ASCII::Equal(items, "FAST"))
         items = "FLAGS RFC822.SIZE";
     for (size_t index : which) {
         std::string answers = byUid ? "UID " + std::to_string(Mails[index]->Number) : "";
         for (std::string_view rest = items; !rest.empty();) {
             const std::string_view item = NextItem(rest);
-            if (byUid && Is(item, "UID"))
+            if (byUid && ASCII::Equal(item, "UID"))
                 continue;
             answers += answers.empty() ? "" : " ";
             if (!FetchItem(index, item, answers))
@@ -245,7 +235,7 @@ std::string IMAPSESSION::Fetch(const std::vector<size_t>& which, std::string_vie
 
 bool IMAPSESSION::FetchItem(size_t index, std::string_view item, std::string& answer) {
     const DEMOMAIL& mail = *Mails[index];
-    std::string name = Upper(item), content;
+    std::string name = ASCII::Upper(item), content;
     if (name == "FLAGS")
         answer += name + " " + Flags(index);
     else if (name == "UID")
@@ -276,7 +266,7 @@ bool IMAPSESSION::FetchItem(size_t index, std::string_view item, std::string& an
 }
 
 std::string IMAPSESSION::Store(const std::vector<size_t>& which, std::string_view arguments) {
-    const std::string what = Upper(Word(arguments)), flags = Upper(arguments);
+    const std::string what = ASCII::Upper(Word(arguments)), flags = ASCII::Upper(arguments);
     const bool adds = what.starts_with('+'), takes = what.starts_with('-');
     const std::string kind = what.substr(adds || takes);
     if (kind != "FLAGS" && kind != "FLAGS.SILENT")
@@ -297,10 +287,11 @@ std::string IMAPSESSION::Store(const std::vector<size_t>& which, std::string_vie
 
 std::string IMAPSESSION::Copy(const std::vector<size_t>& which, std::string_view arguments) {
     const std::string folder = Word(arguments);
-    if (std::ranges::none_of(FOLDERS, [&](const char* name) { return Is(folder, name); }))
+    if (std::ranges::none_of(FOLDERS, [&](const char* name) { return ASCII::Equal(folder, name); }))
         return "NO [TRYCREATE] no such folder";
     for (size_t index : which)
-        Mailbox.Deliver(Mails[index]->Text, Is(folder, INBOX) ? "" : folder, Mailbox.IsSeen(Mails[index]->Number));
+        Mailbox.Deliver(Mails[index]->Text, ASCII::Equal(folder, INBOX) ? "" : folder,
+                        Mailbox.IsSeen(Mails[index]->Number));
     return DONE;
 }
 

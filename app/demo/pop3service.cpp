@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/strings.h"
 
 namespace {
@@ -15,17 +16,6 @@ std::string Number(size_t n) {
     return std::to_string(n);
 }
 
-bool Is(std::string_view word, const char* command) {
-    return stricmp(STRING(word).Text(), command, 0) == 0;
-}
-
-std::string_view FirstWord(std::string_view& rest) {
-    const size_t end = rest.find(' ');
-    const std::string_view word = rest.substr(0, end);
-    rest.remove_prefix(end == rest.npos ? rest.size() : end + 1);
-    return word;
-}
-
 }  // namespace
 
 POP3SESSION::POP3SESSION(DEMOSTORE& store, std::string user, std::string password)
@@ -33,8 +23,8 @@ POP3SESSION::POP3SESSION(DEMOSTORE& store, std::string user, std::string passwor
 
 std::string POP3SESSION::Reply(std::string_view line) {
     std::string_view rest = line;
-    const std::string_view command = FirstWord(rest);
-    if (Is(command, "QUIT")) {
+    const std::string_view command = ASCII::Take(rest, ' ');
+    if (ASCII::Equal(command, "QUIT")) {
         std::vector<int> numbers;
         for (size_t index : Deleted)
             numbers.push_back(Mails[index]->Number);
@@ -42,15 +32,15 @@ std::string POP3SESSION::Reply(std::string_view line) {
         End();
         return "+OK bye\r\n";
     }
-    if (Is(command, "CAPA"))
+    if (ASCII::Equal(command, "CAPA"))
         return "+OK\r\nUSER\r\nTOP\r\nUIDL\r\n.\r\n";
     if (LoggedIn)
         return Transaction(command, rest);
-    if (Is(command, "USER")) {
+    if (ASCII::Equal(command, "USER")) {
         UserGood = rest == User;
         return "+OK\r\n";
     }
-    if (Is(command, "PASS")) {
+    if (ASCII::Equal(command, "PASS")) {
         if (!UserGood || rest != Password)
             return "-ERR invalid user or password\r\n";
         LoggedIn = true;
@@ -61,27 +51,27 @@ std::string POP3SESSION::Reply(std::string_view line) {
 }
 
 std::string POP3SESSION::Transaction(std::string_view command, std::string_view arguments) {
-    if (Is(command, "NOOP"))
+    if (ASCII::Equal(command, "NOOP"))
         return "+OK\r\n";
-    if (Is(command, "RSET")) {
+    if (ASCII::Equal(command, "RSET")) {
         Deleted.clear();
         return "+OK\r\n";
     }
-    if (Is(command, "STAT")) {
+    if (ASCII::Equal(command, "STAT")) {
         size_t bytes = 0;
         for (size_t i = 0; i < Mails.size(); ++i)
             bytes += Deleted.contains(i) ? 0 : Mails[i]->Text.size();
         return "+OK " + Number(Mails.size() - Deleted.size()) + " " + Number(bytes) + "\r\n";
     }
-    if (Is(command, "LIST") || Is(command, "UIDL"))
-        return Listing(arguments, Is(command, "LIST"));
-    const bool top = Is(command, "TOP");
-    if (!top && !Is(command, "RETR") && !Is(command, "DELE"))
+    if (ASCII::Equal(command, "LIST") || ASCII::Equal(command, "UIDL"))
+        return Listing(arguments, ASCII::Equal(command, "LIST"));
+    const bool top = ASCII::Equal(command, "TOP");
+    if (!top && !ASCII::Equal(command, "RETR") && !ASCII::Equal(command, "DELE"))
         return "-ERR unknown command\r\n";
-    const int index = Find(FirstWord(arguments));
+    const int index = Find(ASCII::Take(arguments, ' '));
     if (index == -1)
         return "-ERR no such message\r\n";
-    if (Is(command, "DELE")) {
+    if (ASCII::Equal(command, "DELE")) {
         Deleted.insert(static_cast<size_t>(index));
         return "+OK deleted\r\n";
     }

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
 #include "corelib/base/headerblock.h"
 
@@ -28,19 +29,11 @@ std::string Good(const std::string& page) {
     return Response("200 OK", "", page);
 }
 
-// The next piece of a list of them, which is cut off.
-std::string_view TakePiece(std::string_view& rest, char separator) {
-    const size_t end = rest.find(separator);
-    const std::string_view piece = rest.substr(0, end);
-    rest.remove_prefix(end == rest.npos ? rest.size() : end + 1);
-    return piece;
-}
-
 // The value of a field of a form, as it was sent.
 std::string_view Field(std::string_view form, std::string_view name) {
     while (!form.empty()) {
-        std::string_view value = TakePiece(form, '&');
-        if (TakePiece(value, '=') == name)
+        std::string_view value = ASCII::Take(form, '&');
+        if (ASCII::Take(value, '=') == name)
             return value;
     }
     return {};
@@ -82,13 +75,13 @@ WEBMAILSITE::WEBMAILSITE(DEMOSTORE& store, std::string user, std::string passwor
 
 std::string WEBMAILSITE::Answer(std::string_view request) {
     std::string_view line = request.substr(0, request.find("\r\n"));
-    const bool post = TakePiece(line, ' ') == "POST";
-    std::string_view url = TakePiece(line, ' ');
+    const bool post = ASCII::Take(line, ' ') == "POST";
+    std::string_view url = ASCII::Take(line, ' ');
     if (!url.starts_with("http://"))
         return Response("400 Bad Request", "", "");
     url.remove_prefix(7);
     url.remove_prefix(std::min(url.find('/'), url.size()));
-    std::string_view path = TakePiece(url, '?');
+    std::string_view path = ASCII::Take(url, '?');
 
     if (path == "/cgi-bin/dologin") {
         if (Field(url, "login") != User || Field(url, "passwd") != Password)
@@ -108,7 +101,7 @@ std::string WEBMAILSITE::Answer(std::string_view request) {
     std::vector<int> numbers;
     if (path == INBOX_DOC && Field(form, "_HMaction") == "delete")
         while (!form.empty())
-            numbers.push_back(WEBMAILPAGES::MailNumber(TakePiece(form, '&')));
+            numbers.push_back(WEBMAILPAGES::MailNumber(ASCII::Take(form, '&')));
     Store.Remove(numbers);
     return Found(std::string("HoTMaiL?curmbox=F000000001"));
 }

@@ -38,29 +38,8 @@ constexpr FLAGNAME FLAG_NAMES[] = {
     {SPAMFLAG_EXCEPTION, "EXCEPTION"}, {SPAMFLAG_MAILING, "MAILING"},
 };
 
-std::string_view StripRight(std::string_view text, const char* chars) {
-    return text.substr(0, text.find_last_not_of(chars) + 1);
-}
-
-std::string_view Strip(std::string_view text, const char* chars) {
-    text = StripRight(text, chars);
-    return text.substr(std::min(text.find_first_not_of(chars), text.size()));
-}
-
-/// Cuts the piece up to the separator off the text; the separator goes.
-std::string_view TakePiece(std::string_view& text, char separator) {
-    const size_t end = std::min(text.find(separator), text.size());
-    const std::string_view piece = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    return piece;
-}
-
 int Number(std::string_view text) {
     return atoi(STRING(text));
-}
-
-bool IsWordCharacter(char c) {
-    return ASCII::IsLetter(c) || ASCII::IsDigit(c);
 }
 
 void ResolveMarkersOf(SPAMWORD& row) {
@@ -73,12 +52,12 @@ void ResolveMarkersOf(SPAMWORD& row) {
         row.Flags |= SPAMFLAG_UCASE;
     }
     // What begins or ends with a sign has no word boundary there.
-    if (!word.empty() && !IsWordCharacter(word.front())) {
+    if (!word.empty() && !ASCII::IsLetterOrDigit(word.front())) {
         row.Flags |= SPAMFLAG_ANY1;
         if (word.front() == '*')
             word.remove_prefix(1);
     }
-    if (!word.empty() && !IsWordCharacter(word.back())) {
+    if (!word.empty() && !ASCII::IsLetterOrDigit(word.back())) {
         row.Flags |= SPAMFLAG_ANY2;
         if (word.back() == '*')
             word.remove_suffix(1);
@@ -116,22 +95,22 @@ void SPAMWORDS::AddSpamWords(const STRING& text, uint32_t flags, int points, int
     std::erase(list, '\r');
     std::replace(list.begin(), list.end(), ';', '\n');
     for (std::string_view rest = list; !rest.empty();)
-        Add(Strip(TakePiece(rest, '\n'), " \t\n"), flags, points, significance);
+        Add(ASCII::Trim(ASCII::Take(rest, '\n'), " \t\n"), flags, points, significance);
 }
 
 void SPAMWORDS::AddDefinitions(const STRING& text) {
     WORDCURSOR lines(text, "\n");
     std::string_view line;
     while (lines.Next(line))
-        AddDefinition(StripRight(line, " \t\n\r"));
+        AddDefinition(ASCII::TrimRight(line, " \t\n\r"));
 }
 
 void SPAMWORDS::AddDefinition(std::string_view line) {
     if (line.empty() || line[0] == '#' || line[0] == '/')
         return;
-    const std::string_view letters = Strip(TakePiece(line, '|'), " \t");
-    std::string_view points = Strip(TakePiece(line, '|'), " \t");
-    std::string_view words = TakePiece(line, '|');
+    const std::string_view letters = ASCII::Trim(ASCII::Take(line, '|'), " \t");
+    std::string_view points = ASCII::Trim(ASCII::Take(line, '|'), " \t");
+    std::string_view words = ASCII::Take(line, '|');
 
     uint32_t flags = 0;
     for (const FLAGLETTER& known : FLAG_LETTERS) {
@@ -139,7 +118,7 @@ void SPAMWORDS::AddDefinition(std::string_view line) {
             flags |= known.Flags;
     }
     const bool stated = points.find('/') != points.npos;
-    int pointsOfHit = Number(TakePiece(points, '/'));
+    int pointsOfHit = Number(ASCII::Take(points, '/'));
     int significance = stated ? Number(points) : 1;
     if (flags & SPAMFLAG_EXCEPTION)
         pointsOfHit = 0;
@@ -149,11 +128,11 @@ void SPAMWORDS::AddDefinition(std::string_view line) {
         flags |= SPAMFLAG_NOWORD;
 
     while (!words.empty()) {
-        STRING word(TakePiece(words, ';'));
+        STRING word(ASCII::Take(words, ';'));
         word.Replace("%3B", ";", 1);
         word.Replace("%3b", ";", 1);
         word.Replace("%2A", "*", 1);
-        Add(Strip(word.View(), " \t"), flags, pointsOfHit, significance);
+        Add(ASCII::Trim(word.View(), " \t"), flags, pointsOfHit, significance);
     }
 }
 

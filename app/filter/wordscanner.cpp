@@ -27,11 +27,7 @@ constexpr size_t HIT_WORK = 100;               // what a hit costs, in bytes loo
 constexpr uint32_t HEADER_ZONES = SPAMFLAG_FROM | SPAMFLAG_TO | SPAMFLAG_SUBJECT;
 
 size_t Position(std::string_view line, std::string_view word, size_t start, bool withCase) {
-    if (withCase)
-        return line.find(word, start);
-    const auto hit = std::search(line.begin() + static_cast<ptrdiff_t>(start), line.end(), word.begin(), word.end(),
-                                 [](char a, char b) { return ASCII::Lower(a) == ASCII::Lower(b); });
-    return hit == line.end() ? line.npos : static_cast<size_t>(hit - line.begin());
+    return withCase ? line.find(word, start) : ASCII::Find(line, word, start);
 }
 
 /// The significance of a mail's first hit of a mailing-list row, by how many lists the user says to read.
@@ -188,14 +184,14 @@ void WORDSCANNER::ScanHeaderLine(std::string_view wholeLine) {
     const std::string_view line = wholeLine.substr(0, HEADER_LINE_BYTES);
     Zone = 0;
     STRING reason;
-    if (LISTING::BeginsWith(line, "Subject:")) {
+    if (ASCII::BeginsWith(line, "Subject:")) {
         Zone = SPAMFLAG_SUBJECT;
         SubjectLine = STRING(line);
         const int points = SpamSubject(STRING(line.substr(8)), Table.Vars, Texts, reason);
         const int significance = points != 0 ? 1 : 0;
         Count(points, significance);
         AddReportLine(points, significance, SubjectLabel.View(), reason.View());
-    } else if (LISTING::BeginsWith(line, "From:")) {
+    } else if (ASCII::BeginsWith(line, "From:")) {
         Zone = SPAMFLAG_FROM;
         // The blank after the colon is taken for granted.
         FromValue = STRING(line.substr(std::min<size_t>(line.size(), 6)));
@@ -205,10 +201,10 @@ void WORDSCANNER::ScanHeaderLine(std::string_view wholeLine) {
             Count(points, significance);
             AddReportLine(points, significance, reason.View(), {});
         }
-    } else if (LISTING::BeginsWith(line, "To:")) {
+    } else if (ASCII::BeginsWith(line, "To:")) {
         Zone = SPAMFLAG_TO;
         ToLine = STRING(line);
-    } else if (LISTING::BeginsWith(line, "Cc:")) {
+    } else if (ASCII::BeginsWith(line, "Cc:")) {
         Zone = SPAMFLAG_TO;
         CcLine = STRING(line);
     }

@@ -17,20 +17,9 @@ constexpr const char* HOME_TITLES[] = {"title>Home<", "title>Hotmail Home<", "ti
 constexpr const char* INBOX_LINKS[] = {">Inbox</", ">Posteingang</", ">Bo\356te de r\351ception</"};
 constexpr const char* HEAD_WORDS[] = {"Subject", "Betreff", "Objet"};
 
-// Position without regard to the case of ASCII letters.
-size_t Find(std::string_view text, std::string_view what) {
-    const auto same = [](char a, char b) { return ASCII::Lower(a) == ASCII::Lower(b); };
-    const auto hit = std::search(text.begin(), text.end(), what.begin(), what.end(), same);
-    return hit == text.end() ? NONE : static_cast<size_t>(hit - text.begin());
-}
-
-bool Holds(std::string_view text, std::string_view what) {
-    return Find(text, what) != NONE;
-}
-
 // What stands after `mark` up to any of the bytes; false without the mark.
 bool FindBehind(std::string_view text, std::string_view mark, const char* ends, STRING& found) {
-    const size_t at = Find(text, mark);
+    const size_t at = ASCII::Find(text, mark);
     if (at == NONE)
         return false;
     text.remove_prefix(at + mark.size());
@@ -49,7 +38,7 @@ void Clean(STRING& page) {
 bool FindMetaRefresh(const STRING& page, STRING& link) {
     WORDCURSOR lines(page, "\n");
     for (std::string_view line; lines.Next(line);)
-        if (Holds(line, "meta http-equiv") && FindBehind(line, "url=", "\"", link))
+        if (ASCII::Holds(line, "meta http-equiv") && FindBehind(line, "url=", "\"", link))
             return true;
     return false;
 }
@@ -63,7 +52,7 @@ bool FindInboxLink(const STRING& page, STRING& link) {
     WORDCURSOR lines(page, "\n");
     for (std::string_view line; lines.Next(line);) {
         const bool inbox = std::any_of(std::begin(INBOX_LINKS), std::end(INBOX_LINKS),
-                                       [&](const char* text) { return Holds(line, text); });
+                                       [&](const char* text) { return ASCII::Holds(line, text); });
         if (inbox && FindBehind(line, "href=\"", "\"", link))
             return true;
     }
@@ -75,13 +64,13 @@ STRING MailText(const STRING& page) {
     bool inside = false;
     WORDCURSOR lines(page, "\n");
     for (std::string_view line; lines.Next(line);) {
-        if (inside && (Holds(line, "</div>") || Holds(line, "</pre>")))
+        if (inside && (ASCII::Holds(line, "</div>") || ASCII::Holds(line, "</pre>")))
             inside = false;
         if (inside) {
             text.AppendBytes(line);
             text.Append("\n");
         }
-        if (Holds(line, "<div>") || Holds(line, "<pre>"))
+        if (ASCII::Holds(line, "<div>") || ASCII::Holds(line, "<pre>"))
             inside = true;
     }
     return text;
@@ -92,19 +81,19 @@ bool ROWCURSOR::Next(ROW& row) {
         const bool head = std::any_of(std::begin(HEAD_WORDS), std::end(HEAD_WORDS),
                                       [&](const char* word) { return line.find(word) != NONE; });
         Found = Found || head;
-        if (head || !Found || !LISTING::BeginsWith(line, "<tr"))
+        if (head || !Found || !ASCII::BeginsWith(line, "<tr"))
             continue;
         STRING text = GatherRow(line);
-        if (!Holds(text.View(), "checkbox"))
+        if (!ASCII::Holds(text.View(), "checkbox"))
             return false;
         row = ROW();
         FindBehind(text.View(), "checkbox\" name=\"", "\">", row.Id);
-        const size_t link = Find(text.View(), "<a");
+        const size_t link = ASCII::Find(text.View(), "<a");
         if (link != NONE) {
             const std::string_view tag = text.View().substr(link);
             row.LinkTag = STRING(tag.substr(0, tag.find('>')));
         }
-        row.IsNew = Holds(text.View(), "newmail.gif");
+        row.IsNew = ASCII::Holds(text.View(), "newmail.gif");
 
         // The cells become fields: what is left of a cell's start is the bar in front of it.
         text.Replace("<td", "|<xx", 0);
@@ -121,7 +110,7 @@ bool ROWCURSOR::Next(ROW& row) {
 // The line and those after it as one text, through the one that closes the row, or all if none does.
 STRING ROWCURSOR::GatherRow(std::string_view firstLine) {
     std::string_view line = firstLine;
-    while (!Holds(line, "</tr>") && Lines.Next(line)) {
+    while (!ASCII::Holds(line, "</tr>") && Lines.Next(line)) {
     }
     // Lines of one text lie one after the other.
     STRING row(std::string_view(firstLine.data(), static_cast<size_t>(line.data() + line.size() - firstLine.data())));

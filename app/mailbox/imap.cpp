@@ -9,6 +9,7 @@
 #include "app/mailbox/imapconversation.h"
 #include "app/mailbox/imapreply.h"
 #include "app/mailbox/listing.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
 #include "corelib/net/tcpio.h"
@@ -142,7 +143,7 @@ class READER {
         std::string_view fields[std::size(NAMES)];
         ForEachLine([&](std::string_view line) {
             for (size_t i = 0; i < std::size(NAMES); ++i)
-                if (fields[i].empty() && LISTING::BeginsWith(line, NAMES[i]))
+                if (fields[i].empty() && ASCII::BeginsWith(line, NAMES[i]))
                     fields[i] = line;
         });
         for (std::string_view field : fields) {

@@ -45,10 +45,7 @@ STRING Quoted(std::string_view text, std::string_view escaped) {
 }
 
 STRING LoginName(const STRING& user) {
-    for (char c : user.View())
-        if (!ASCII::IsLetter(c) && !ASCII::IsDigit(c))
-            return Quoted(user.Escape("").View(), "\"");
-    return user;
+    return std::ranges::all_of(user.View(), ASCII::IsLetterOrDigit) ? user : Quoted(user.Escape("").View(), "\"");
 }
 
 // True for a text that stands in quotes already: so names with blanks had to be given once.

@@ -1,30 +1,15 @@
 #include "app/mailbox/imapreply.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 
-#include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 
 namespace IMAPREPLY {
 
 namespace {
 
-using LISTING::BeginsWith;
-
 constexpr std::string_view UNTAGGED = "* ";
-
-bool IsWord(std::string_view word, std::string_view other) {
-    return word.size() == other.size() && BeginsWith(word, other);
-}
-
-// Cuts the first word off, and the blank after it.
-std::string_view TakeWord(std::string_view& rest) {
-    const std::string_view word = rest.substr(0, rest.find(' '));
-    rest.remove_prefix(std::min(word.size() + 1, rest.size()));
-    return word;
-}
 
 // The bytes of the literal at that place; false if there is none.
 bool LiteralAt(std::string_view line, size_t at, std::string_view& bytes) {
@@ -60,7 +45,7 @@ class ITEMS {
 
     // The next name, whose brackets may hold blanks; empty at the end.
     std::string_view TakeName() {
-        Rest.remove_prefix(std::min(Rest.find_first_not_of(' '), Rest.size()));
+        Rest = ASCII::TrimLeft(Rest, " ");
         return Take([inside = false](char c) mutable {
             inside = c == '[' || (inside && c != ']');
             return !inside && (c == ' ' || c == '(' || c == ')');
@@ -68,7 +53,7 @@ class ITEMS {
     }
     // The next value: a text, or else as it stands, a list with its parentheses.
     std::string_view TakeValue(std::optional<std::string>& text) {
-        Rest.remove_prefix(std::min(Rest.find_first_not_of(' '), Rest.size()));
+        Rest = ASCII::TrimLeft(Rest, " ");
         text.reset();
         std::string_view bytes;
         if (Rest.starts_with('('))
@@ -112,7 +97,7 @@ bool HoldsFlag(std::string_view list, std::string_view flag) {
     list.remove_prefix(list.starts_with('('));
     list.remove_suffix(list.ends_with(')'));
     while (!list.empty())
-        if (IsWord(TakeWord(list), flag))
+        if (ASCII::Equal(ASCII::Take(list, ' '), flag))
             return true;
     return false;
 }
@@ -123,9 +108,9 @@ int64_t LiteralAhead(std::string_view line, size_t from) {
     if (!line.ends_with('}') || !line.starts_with(UNTAGGED))
         return -1;
     std::string_view rest = line.substr(UNTAGGED.size());
-    const std::string_view first = TakeWord(rest);
+    const std::string_view first = ASCII::Take(rest, ' ');
     for (const char* status : {"OK", "NO", "BAD", "BYE", "PREAUTH"})
-        if (IsWord(first, status))
+        if (ASCII::Equal(first, status))
             return -1;
     const size_t open = line.rfind('{');
     if (open == line.npos || open < from)
@@ -139,16 +124,14 @@ int64_t LiteralAhead(std::string_view line, size_t from) {
     constexpr int64_t MOST = std::numeric_limits<int64_t>::max();
     const bool negative = count.starts_with('-');
     count.remove_prefix(negative);
-    if (count.empty() || count.find_first_not_of("0123456789") != count.npos)
+    if (!ASCII::IsNumber(count))
         return -1;
     uint64_t number;
     return !negative && ReadNumber(count, MOST, number) ? static_cast<int64_t>(number) : MOST;
 }
 
 bool ReadNumber(std::string_view word, uint64_t most, uint64_t& number) {
-    const char* const end = word.data() + word.size();
-    const auto result = std::from_chars(word.data(), end, number);
-    return !word.empty() && result.ec == std::errc() && result.ptr == end && number <= most;
+    return ASCII::ReadNumber(word, number) && number <= most;
 }
 
 bool IsGood(std::string_view line, std::string_view tag) {
@@ -160,7 +143,7 @@ bool ReadExists(std::string_view line, int& count) {
     if (!line.starts_with(UNTAGGED))
         return false;
     line.remove_prefix(UNTAGGED.size());
-    if (!ReadNumber(TakeWord(line), std::numeric_limits<int>::max(), number) || !IsWord(line, "EXISTS"))
+    if (!ReadNumber(ASCII::Take(line, ' '), std::numeric_limits<int>::max(), number) || !ASCII::Equal(line, "EXISTS"))
         return false;
     count = static_cast<int>(number);
     return true;
@@ -169,7 +152,7 @@ bool ReadExists(std::string_view line, int& count) {
 bool ReadUidValidity(std::string_view line, uint32_t& validity) {
     constexpr std::string_view START = "* OK [UIDVALIDITY ";
     uint64_t number;
-    if (!BeginsWith(line, START) ||
+    if (!ASCII::BeginsWith(line, START) ||
         !ReadNumber(line.substr(START.size(), line.find(']') - START.size()), UINT32_MAX, number))
         return false;
     validity = static_cast<uint32_t>(number);
@@ -178,12 +161,12 @@ bool ReadUidValidity(std::string_view line, uint32_t& validity) {
 
 bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers) {
     constexpr std::string_view START = "* SEARCH";
-    if (!BeginsWith(line, START) || (line.size() > START.size() && line[START.size()] != ' '))
+    if (!ASCII::BeginsWith(line, START) || (line.size() > START.size() && line[START.size()] != ' '))
         return false;
     line.remove_prefix(START.size());
     while (!line.empty()) {
         uint64_t number;
-        if (ReadNumber(TakeWord(line), UINT32_MAX, number) && number > 0)
+        if (ReadNumber(ASCII::Take(line, ' '), UINT32_MAX, number) && number > 0)
             numbers.push_back(static_cast<uint32_t>(number));
     }
     return true;
@@ -191,15 +174,15 @@ bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers) {
 
 bool ReadCapability(std::string_view line, std::string_view wanted, bool& has) {
     constexpr std::string_view NAME = "CAPABILITY ";
-    const bool own = line.starts_with(UNTAGGED) && BeginsWith(line.substr(UNTAGGED.size()), NAME);
+    const bool own = line.starts_with(UNTAGGED) && ASCII::BeginsWith(line.substr(UNTAGGED.size()), NAME);
     if (own) {
         line.remove_prefix(UNTAGGED.size());
     } else {
-        TakeWord(line);
-        if (!IsWord(TakeWord(line), "OK") || !line.starts_with('['))
+        ASCII::Take(line, ' ');
+        if (!ASCII::Equal(ASCII::Take(line, ' '), "OK") || !line.starts_with('['))
             return false;
         line = line.substr(1, line.find(']') - 1);
-        if (!BeginsWith(line, NAME))
+        if (!ASCII::BeginsWith(line, NAME))
             return false;
     }
     has = HoldsFlag(line.substr(NAME.size()), wanted);
@@ -212,23 +195,23 @@ void TakeFetch(std::string_view line, uint32_t number, FETCHED& fetched) {
     if (!line.starts_with(UNTAGGED))
         return;
     line.remove_prefix(UNTAGGED.size());
-    if (!ReadNumber(TakeWord(line), UINT32_MAX, value) || (number != ANY_MAIL && value != number) ||
-        !BeginsWith(line, FETCH))
+    if (!ReadNumber(ASCII::Take(line, ' '), UINT32_MAX, value) || (number != ANY_MAIL && value != number) ||
+        !ASCII::BeginsWith(line, FETCH))
         return;
     ITEMS items(line.substr(FETCH.size()));
     std::optional<std::string> text;
     for (std::string_view name; !(name = items.TakeName()).empty();) {
         const std::string_view plain = items.TakeValue(text);
-        if (IsWord(name, "FLAGS")) {
+        if (ASCII::Equal(name, "FLAGS")) {
             fetched.FlagsKnown = true;
             fetched.Seen = HoldsFlag(plain, "\\Seen");
-        } else if (IsWord(name, "RFC822.SIZE")) {
+        } else if (ASCII::Equal(name, "RFC822.SIZE")) {
             fetched.BadSize = !ReadNumber(plain, INT64_MAX, value);
             if (!fetched.BadSize)
                 fetched.Size = value;
-        } else if (IsWord(name, "UID")) {
+        } else if (ASCII::Equal(name, "UID")) {
             fetched.Uid = ReadNumber(plain, UINT32_MAX, value) ? static_cast<uint32_t>(value) : 0;
-        } else if (BeginsWith(name, "BODY[") && text) {
+        } else if (ASCII::BeginsWith(name, "BODY[") && text) {
             fetched.Text = std::move(text);
         }
     }

@@ -13,18 +13,12 @@ constexpr size_t PIECE_BYTES = 65536;
 
 }  // namespace
 
-bool BeginsWith(std::string_view text, std::string_view prefix) {
-    return text.size() >= prefix.size() && std::equal(prefix.begin(), prefix.end(), text.begin(), [](char a, char b) {
-               return ASCII::Lower(a) == ASCII::Lower(b);
-           });
-}
-
 bool IsEncrypted(std::string_view reply) {
     return reply.starts_with("\x15\x03") || reply.starts_with("\x16\x03");
 }
 
 STRING ErrorText(const char* line) {
-    return BeginsWith(line, "-ERR ") ? STRING(line) : STRING("-ERR ") || line;
+    return ASCII::BeginsWith(line, "-ERR ") ? STRING(line) : STRING("-ERR ") || line;
 }
 
 STRING SummaryLine(const STRING& count, const STRING& unread, bool unreadKnown, const STRING& size) {

@@ -21,8 +21,6 @@ inline constexpr const char* MESSAGEID_HEADER = "Message-Id";
 inline constexpr const char* SEEN_HEADER = "Seen";
 inline constexpr const char* TRANSPORT_HEADER = "X-Transport";
 
-/// True if text begins with prefix, without regard to case: "+OK " and "-ERR " are asked for this way.
-bool BeginsWith(std::string_view text, std::string_view prefix);
 /// True if a peer's first bytes are those of an encrypted conversation (a TLS record, RFC 8446 section 5.1): it took
 /// our words for the beginning of one.
 bool IsEncrypted(std::string_view reply);

@@ -7,6 +7,7 @@
 #include "app/mailbox/listing.h"
 #include "app/mailbox/mailhandler.h"
 #include "app/mailbox/pop3.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 
 namespace {
@@ -73,7 +74,7 @@ STRING MAILHANDLING::GetMailbox(STRINGARRAY& item) {
     STRING text;
     bool ok =
         WithHandler(item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) { return handler.Get(call, text); });
-    if (ok && LISTING::BeginsWith(text.View(), "+OK "))
+    if (ok && ASCII::BeginsWith(text.View(), "+OK "))
         text.DeleteLeft(4);
     else if (text.Length() == 0)
         text = "-ERR Unknown Error";

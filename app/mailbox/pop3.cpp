@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "app/mailbox/listing.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
@@ -34,33 +35,19 @@ STRING Decimal(int64_t number) {
     return STRING(std::string_view(std::to_string(number)));
 }
 
-bool IsBlank(char ch) {
-    return ch == ' ' || ch == '\t';
-}
-
 /// Cuts the next word off the text.
 std::string_view NextWord(std::string_view& rest) {
-    const char* start = std::find_if_not(rest.begin(), rest.end(), IsBlank);
-    const char* end = std::find_if(start, rest.end(), IsBlank);
-    const std::string_view word(start, static_cast<size_t>(end - start));
-    rest = std::string_view(end, static_cast<size_t>(rest.end() - end));
+    rest = ASCII::TrimLeft(rest, " \t");
+    const std::string_view word = rest.substr(0, rest.find_first_of(" \t"));
+    rest.remove_prefix(word.size());
     return word;
-}
-
-/// A word of digits and nothing else, within the range of the type.
-template <class NUMBER>
-bool ReadNumber(std::string_view word, NUMBER& number) {
-    if (word.starts_with('-'))
-        return false;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    return error == std::errc() && end == word.data() + word.size();
 }
 
 /// A number that cannot be: below zero, or past all sizes. What is no number at all is not one.
 bool IsAbsurd(std::string_view word) {
     int64_t number;
     const std::string_view digits = word.starts_with('-') ? word.substr(1) : word;
-    return !digits.empty() && digits.find_first_not_of("0123456789") == digits.npos && !ReadNumber(word, number);
+    return ASCII::IsNumber(digits) && !ASCII::ReadNumber(word, number);
 }
 
 /// A mail as the server names it.
@@ -93,7 +80,7 @@ class TALK {
     /// Reads what TOP shows, up to and with the line that ends it.
     bool ReadMail(LISTING::WRITER& listing);
     /// The server has said no to the last command, and only that: the conversation can go on.
-    bool IsRefused() const { return !Fault && LISTING::BeginsWith(Reply, "-ERR"); }
+    bool IsRefused() const { return !Fault && ASCII::BeginsWith(Reply, "-ERR"); }
     /// "-ERR " and the server's line or what has gone wrong; nothing behind it if the server did not answer the log-on.
     STRING Error() const { return Fault ? STRING(ERROR_PREFIX) || Fault : LISTING::ErrorText(Reply); }
 
@@ -131,7 +118,7 @@ bool TALK::NoAnswer() {
 bool TALK::Heed(bool whole) {
     if (!whole && !IsRefused())
         return NoAnswer();
-    return LISTING::BeginsWith(Reply, "+OK");
+    return ASCII::BeginsWith(Reply, "+OK");
 }
 
 bool TALK::Ask(const STRING& command) {
@@ -168,8 +155,8 @@ bool TALK::AskState(MAILDROP& drop) {
     drop.SizeText = STRING(size);
     int64_t bytes = 0;
     // A mail has a byte at least. Not every server knows its size: then it says 0, or nothing.
-    const bool good = ReadNumber(count, drop.Count) && !IsAbsurd(size) &&
-                      (!ReadNumber(size, bytes) || bytes == 0 || drop.Count <= bytes);
+    const bool good = ASCII::ReadNumber(count, drop.Count) && !IsAbsurd(size) &&
+                      (!ASCII::ReadNumber(size, bytes) || bytes == 0 || drop.Count <= bytes);
     return good || Fail(BAD_STAT);
 }
 
@@ -180,7 +167,7 @@ bool TALK::AskSize(MAILNUMBER& mail) {
     NextWord(rest);
     const std::string_view first = NextWord(rest), size = NextWord(rest);
     int number = mail.Number;
-    mail.IsNamed = ReadNumber(first, number) && ReadNumber(size, mail.Size);
+    mail.IsNamed = ASCII::ReadNumber(first, number) && ASCII::ReadNumber(size, mail.Size);
     // A reply about another mail is that to another command.
     return (number == mail.Number && !IsAbsurd(first) && !IsAbsurd(size)) || Fail(BAD_LIST);
 }
@@ -277,7 +264,7 @@ bool EraseOne(TALK& talk, const STRING& id) {
     MAILNUMBER mail;
     int64_t size = 0;
     // Only a mail that is still the same one goes; any other is left alone, and so is what is no id.
-    if (!ReadNumber(id1.View(), mail.Number) || !ReadNumber(id2.View(), size))
+    if (!ASCII::ReadNumber(id1.View(), mail.Number) || !ASCII::ReadNumber(id2.View(), size))
         return true;
     return talk.AskSize(mail) &&
            (!mail.IsNamed || mail.Size != size || talk.Ask(Join("DELE ", Decimal(mail.Number).View())));

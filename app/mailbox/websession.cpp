@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "app/mailbox/listing.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
 #include "corelib/base/headerblock.h"
 #include "corelib/base/trace.h"
@@ -20,7 +21,7 @@ constexpr int CANCELED = 998;
 int OutputFiles = 0;  // so far; for the traces of the one thread that reads mailboxes
 
 bool Named(const STRING& name, const char* what) {
-    return stricmp(name.Text(), what, 0) == 0;
+    return ASCII::Equal(name.View(), what);
 }
 
 bool IsRedirect(int status) {
@@ -95,7 +96,7 @@ STRING CookieHeader(const STRINGARRAY& cookies, const STRING& host) {
 
 void UrlToHostDoc(const STRING& url, const STRING& baseHost, const char* baseDir, STRING& hostOut, STRING& docOut) {
     Trace("TARNWICK::UrlToHostDoc(%s)\n", url.Text());
-    if (LISTING::BeginsWith(url.View(), HTTP)) {
+    if (ASCII::BeginsWith(url.View(), HTTP)) {
         SplitUrl(url.Mid(HTTP_LENGTH), hostOut, docOut);
     } else {
         const STRING host = baseHost;
@@ -140,7 +141,7 @@ int WEBSESSION::FollowRedirects(CLIENT& client, int status, STRING& result) {
         if (!location.NotNull())
             break;
         location.Replace("%3a", ":", 0);
-        if (!LISTING::BeginsWith(location.View(), HTTP)) {
+        if (!ASCII::BeginsWith(location.View(), HTTP)) {
             if (!location.View().starts_with('/'))
                 location = PresentDoc.Left(static_cast<int>(PresentDoc.View().rfind('/') + 1)) || location;
             location = STRING(HTTP) || PresentHost || location;

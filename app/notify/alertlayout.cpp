@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 
 namespace {
@@ -29,7 +30,7 @@ ALERTSIZE MeasureText(ALERTMETRICS& metrics, ALERTFONT font, std::string_view te
 
 // The text, as far as it and a mark at its end fit into that width; what is too narrow for the mark stays empty.
 std::string CutText(ALERTMETRICS& metrics, ALERTFONT font, std::string_view text, int width) {
-    const std::string_view bare = text.substr(0, text.find_last_not_of(' ') + 1);
+    const std::string_view bare = ASCII::TrimRight(text, " ");
     if (MeasureText(metrics, font, bare).Width <= width)
         return std::string(bare);
     std::string best;

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "app/mailbox/listing.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
 
@@ -86,7 +87,7 @@ void StartMailProgram(const STRINGARRAY* item, const STRINGARRAY& state, FRONTEN
         command = CommandFor(*item, state);
     if (command.Length() == 0)
         return;
-    if (LISTING::BeginsWith(command.View(), "http://")) {
+    if (ASCII::BeginsWith(command.View(), "http://")) {
         if (!starter.OpenAddress(command))
             frontEnd.ShowMessage(texts.Get(TEXT_TITLE), command);
         return;

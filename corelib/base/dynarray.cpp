@@ -17,12 +17,8 @@ bool TextMatches(const STRING& item, const char* text, int mode) {
         case 0:
             return stricmp(item.Ptr(), text, 0) == 0;
         case 1: {
-            const char* p = item.Text();
-            const char* t = FailOnNull(text, "Find");
-            for (; t && *t; ++p, ++t)
-                if (ASCII::Lower(*p) != ASCII::Lower(*t))
-                    return false;
-            return t != nullptr;
+            const char* begin = FailOnNull(text, "Find");
+            return begin && ASCII::BeginsWith(item.Text(), begin);
         }
         case 2:
             return item.iPos(text) != -1;

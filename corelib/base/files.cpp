@@ -95,7 +95,7 @@ bool IsLeftover(std::string_view name) {
     name.remove_suffix(std::min(name.size(), end.size()));
     const bool length =
         std::ranges::find(FILESPLATFORM::TEMPORARY_LENGTHS, name.size()) != std::end(FILESPLATFORM::TEMPORARY_LENGTHS);
-    return length && std::ranges::all_of(name, [](char c) { return ASCII::IsLetter(c) || ASCII::IsDigit(c); });
+    return length && std::ranges::all_of(name, ASCII::IsLetterOrDigit);
 }
 
 void SetDataDirectory(const char* directory) {

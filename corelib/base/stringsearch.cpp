@@ -16,7 +16,7 @@ int64_t ReadNumber(const STRING& text, int64_t lowest, int64_t highest) {
     const char* p = FailOnNull(text.Ptr(), "atoi");
     if (!p)
         return 0;
-    while (*p == ' ' || (*p >= '\t' && *p <= '\r'))
+    while (ASCII::IsSpace(*p))
         ++p;
     bool negative = *p == '-';
     if (*p == '-' || *p == '+')
@@ -70,21 +70,8 @@ int STRING::iPos(const char* str, int start) const {
     str = FailOnNull(str, "iPos str");
     if (!str)
         return -1;
-    auto n = static_cast<int>(strlen(str));
-    if (n == 0)
-        return start;
-    const char lower = static_cast<char>(ASCII::Lower(str[0]));
-    const char upper = static_cast<char>(ASCII::Upper(str[0]));
-    for (int i = start; i <= StrLen - n; ++i) {
-        if (Buffer[i] != lower && Buffer[i] != upper)
-            continue;
-        int k = 1;
-        while (k < n && ASCII::Upper(Buffer[i + k]) == ASCII::Upper(str[k]))
-            ++k;
-        if (k == n)
-            return i;
-    }
-    return -1;
+    const size_t hit = ASCII::Find(View(), str, static_cast<size_t>(start));
+    return hit == std::string_view::npos ? -1 : static_cast<int>(hit);
 }
 
 bool STRING::Pos(const char* str, int* position) const {

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
 #include "corelib/base/files.h"
 #include "corelib/base/strings.h"
@@ -123,8 +124,7 @@ void OpenOwnLog(bool hard) {
 
 // The text of arg after an option's name, if arg begins with it, without regard to case; else null.
 const char* Behind(const char* arg, std::string_view option) {
-    STRING head{std::string_view(arg, strnlen(arg, option.size()))};
-    return stricmp(head.Text(), option.data(), 0) == 0 ? arg + option.size() : nullptr;
+    return ASCII::BeginsWith(arg, option) ? arg + option.size() : nullptr;
 }
 
 STRING TimeText(const CLOCK::LOCALTIME& t) {

@@ -35,19 +35,11 @@ STRING NormalizePath(std::string_view path) {
     return STRING(std::string_view(result));
 }
 
-bool IsSpace(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-bool IsAlnum(char c) {
-    return ASCII::IsLetter(c) || ASCII::IsDigit(c);
-}
-
 }  // namespace
 
 void UrlToHostDoc(const STRING& url, STRING& host, STRING& doc) {
     const STRING directory = OSYS::FileDirectory(doc.NotNull() ? doc.Ptr() : "");
-    if (stricmp(url.Left(static_cast<int>(HTTP.size())).Text(), HTTP.data(), 0) == 0) {
+    if (ASCII::BeginsWith(url.View(), HTTP)) {
         const std::string_view rest = url.View().substr(HTTP.size());
         const size_t slash = rest.find('/');
         host = STRING(rest.substr(0, slash));
@@ -106,16 +98,17 @@ void CollapseBlanks(STRING& text) {
     char* const end = begin + text.Length();
     char* to = begin;
     for (const char* at = begin; at != end;) {
-        if (!IsSpace(*at)) {
+        if (!ASCII::IsSpace(*at)) {
             *to++ = *at++;
             continue;
         }
-        while (at != end && IsSpace(*at))
+        while (at != end && ASCII::IsSpace(*at))
             ++at;
         if (to == begin || at == end)
             continue;
         const char before = to[-1], behind = *at;
-        if ((IsAlnum(before) && IsAlnum(behind)) || (ASCII::IsDigit(before) && (behind == '-' || behind == '+')))
+        if ((ASCII::IsLetterOrDigit(before) && ASCII::IsLetterOrDigit(behind)) ||
+            (ASCII::IsDigit(before) && (behind == '-' || behind == '+')))
             *to++ = ' ';
     }
     text.Truncate(static_cast<int>(to - begin));

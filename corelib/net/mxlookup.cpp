@@ -14,7 +14,7 @@ constexpr int PREFERENCE_LIMIT = 999;  // a record from here on can't become the
 /// The owner of a domain writes its records, and the best host is called: it must not be able to name a port, too.
 bool IsHostName(std::string_view host) {
     return !host.empty() && std::all_of(host.begin(), host.end(), [](char c) {
-        return ASCII::IsLetter(c) || ASCII::IsDigit(c) || c == '-' || c == '.' || c == '_';
+        return ASCII::IsLetterOrDigit(c) || c == '-' || c == '.' || c == '_';
     });
 }
 

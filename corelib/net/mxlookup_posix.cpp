@@ -181,8 +181,7 @@ bool IsDnsAnswer(std::string_view query, std::string_view packet) {
     if (Number(packet, 4) == 0)
         return ResultCode(packet) != ns_r_noerror;
     const std::string_view same = packet.substr(HEADER_BYTES, question.size());
-    return Number(packet, 4) == 1 && std::equal(same.begin(), same.end(), question.begin(), question.end(),
-                                                [](char a, char b) { return ASCII::Lower(a) == ASCII::Lower(b); });
+    return Number(packet, 4) == 1 && ASCII::Equal(same, question);
 }
 
 void ReadDnsAnswer(std::string_view answer, std::vector<DNSRECORD>& records) {

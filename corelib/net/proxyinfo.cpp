@@ -69,7 +69,7 @@ STRING QueryNetscape4() {
 bool Take(std::string_view& text, std::string_view pattern) {
     for (char c : pattern) {
         if (c == ' ')
-            text.remove_prefix(std::min(text.find_first_not_of(" \t\r\v\f"), text.size()));
+            text = ASCII::TrimLeft(text, " \t\r\v\f");
         else if (text.starts_with(c))
             text.remove_prefix(1);
         else
@@ -87,11 +87,6 @@ bool TakeNumber(std::string_view text, std::string_view pattern, int& number) {
         return false;
     number = atoi(STRING(text));
     return true;
-}
-
-bool SameLetters(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return ASCII::Lower(x) == ASCII::Lower(y); });
 }
 
 }  // namespace
@@ -121,7 +116,7 @@ STRING PreferencesProxyLine(const STRING& preferences) {
     std::string_view line;
     while (lines.Next(line)) {
         line = line.substr(0, PREFERENCE_BYTES);
-        if (!SameLetters(line.substr(0, HTTP_PREFERENCE.size()), HTTP_PREFERENCE))
+        if (!ASCII::BeginsWith(line, HTTP_PREFERENCE))
             continue;
         line.remove_prefix(HTTP_PREFERENCE.size());
         if (!line.starts_with('"'))

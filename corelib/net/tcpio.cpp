@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
 #include "corelib/net/abandon.h"
@@ -56,10 +57,6 @@ void HexDump(const char* tag, const char* bytes, int length) {
 
 void TraceResolved(int error) {
     Trace("TCPIPIO::~Resolv LastError-WSABASEERR= %d\n", error);
-}
-
-bool IsLetter(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
 }  // namespace
@@ -133,7 +130,7 @@ void TCPIPIO::GoOnline(const SOCKETREF& connection, const STRING& callerId) {
 bool TCPIPIO::Resolv(const char* destination, STRING& hostText, STRING& portText, bool noReverse, int limitMs,
                      HOST& host) const {
     std::string_view text = FailOnNull(destination, "Resolv");
-    text.remove_prefix(std::min(text.find_first_not_of(" :*"), text.size()));
+    text = ASCII::TrimLeft(text, " :*");
     size_t split = text.find(' ');
     if (split == std::string_view::npos)
         split = text.find(':');
@@ -143,7 +140,7 @@ bool TCPIPIO::Resolv(const char* destination, STRING& hostText, STRING& portText
     hostText = STRING(text.substr(0, split));
 
     const std::string_view name = hostText.View();
-    const bool isName = std::any_of(name.begin(), name.end(), IsLetter);
+    const bool isName = std::any_of(name.begin(), name.end(), ASCII::IsLetter);
     const bool isAddress = !isName && SOCKETS::ParseAddress(hostText.Text(), &host.Address);
     if (!isName && !isAddress)
         host.Address = NO_ADDRESS;
@@ -190,7 +187,7 @@ SOCKETREF TCPIPIO::Connect(const char* destination) {
     }
     const char first = portText.Text()[0];
     const uint16_t port =
-        first >= '0' && first <= '9' ? static_cast<uint16_t>(atoi(portText)) : SOCKETS::ServiceByName(portText.Text());
+        ASCII::IsDigit(first) ? static_cast<uint16_t>(atoi(portText)) : SOCKETS::ServiceByName(portText.Text());
     const SOCKETS::SOCK s = port != 0 ? SOCKETS::Open() : SOCKETS::NONE;
     if (s == SOCKETS::NONE) {
         LastError = TCPERR_NO_SERVICE;

@@ -114,7 +114,7 @@ class BODYCOUNT {
         constexpr std::string_view NAME = "content-length: ";
         EVENT event = NOTHING;
         InHeader = LineLength != 0;
-        if (stricmp(Line.substr(0, NAME.size()).c_str(), NAME.data(), 0) == 0) {
+        if (ASCII::BeginsWith(Line, NAME)) {
             Expected = static_cast<uint32_t>(atoi(STRING(Line.c_str() + NAME.size()))) + 1;
             event = LENGTH_SEEN;
         }
@@ -371,6 +371,6 @@ void WEBGET::Beautify(STRING& result) {
         }
     }
     Trace("WEBGET::Beautify %s encoding %d bytes\n", encoding.Text(), result.Length());
-    if (stricmp(type.Left(6).Text(), "image/", 0) != 0)
+    if (!ASCII::BeginsWith(type.View(), "image/"))
         RemoveReturns(result);
 }

@@ -15,6 +15,7 @@
 #include <malloc.h>
 #endif
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
@@ -72,7 +73,7 @@ STRING NamedFolder(const char* variable) {
     WORDCURSOR lines(content, "\r\n");
     std::string_view line;
     while (lines.Next(line)) {
-        line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+        line = ASCII::TrimLeft(line, " \t");
         if (!line.starts_with(begin.View()))
             continue;
         line.remove_prefix(begin.View().size());
