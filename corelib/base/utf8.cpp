@@ -1,0 +1,39 @@
+#include "corelib/base/utf8.h"
+
+namespace UTF8 {
+
+char32_t Take(std::string_view& text) {
+    const auto first = static_cast<unsigned char>(text.front());
+    size_t length = 1;
+    char32_t code = first;
+    char32_t lowest = 0;
+    if (first >= 0xf0 && first <= 0xf4) {
+        length = 4;
+        code = first & 0x07U;
+        lowest = 0x10000;
+    } else if (first >= 0xe0 && first <= 0xef) {
+        length = 3;
+        code = first & 0x0fU;
+        lowest = 0x800;
+    } else if (first >= 0xc2 && first <= 0xdf) {
+        length = 2;
+        code = first & 0x1fU;
+        lowest = 0x80;
+    } else if (first >= 0x80) {
+        code = INVALID;
+    }
+    bool valid = code != INVALID && length <= text.size();
+    for (size_t i = 1; valid && i < length; ++i) {
+        const auto next = static_cast<unsigned char>(text[i]);
+        valid = (next & 0xc0U) == 0x80;
+        code = (code << 6U) | (next & 0x3fU);
+    }
+    if (!valid || code < lowest || code > 0x10ffff || (code >= 0xd800 && code <= 0xdfff)) {
+        text.remove_prefix(1);
+        return INVALID;
+    }
+    text.remove_prefix(length);
+    return code;
+}
+
+}  // namespace UTF8

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string_view>
+
+/// UTF-8 (RFC 3629).
+namespace UTF8 {
+
+/// What stands in place of a character where the bytes are none.
+inline constexpr char32_t INVALID = 0xFFFFFFFF;
+
+/// Takes the first character off the text, which is not empty; INVALID if there is none, and one byte is taken then.
+char32_t Take(std::string_view& text);
+
+}  // namespace UTF8
