@@ -36,7 +36,8 @@ endif()
 
 # tw_library(NAME SOURCES ... [PLATFORM ...] [LINK ...])
 # A library of one layer. PLATFORM names sources without their suffix: x stands for x_win32.cpp or x_posix.cpp.
-# LINK names the layers below; an include in any other direction then fails to link, and reads wrong here.
+# LINK names the layers below. An include in any other direction fails to link, or where a header alone brings all that is
+# wanted, in tests/lint, which reads these calls.
 function(tw_library name)
     cmake_parse_arguments(A "" "" "SOURCES;PLATFORM;LINK" ${ARGN})
     set(sources ${A_SOURCES})

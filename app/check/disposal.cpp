@@ -106,9 +106,8 @@ class DISPOSEDMAILS {
             Marks.emplace(key, PROGRESSMARK{static_cast<PROGRESSMARK::TRIED>(rest[0]), rest[1] == 'c'});
         });
         if (Marks.empty())
-            Read(item.Get("TrashedMails"), [this](uint64_t key, const char*) {
-                Marks.emplace(key, PROGRESSMARK{PROGRESSMARK::NEVER, true});
-            });
+            Read(item.Get("TrashedMails"),
+                 [this](uint64_t key, const char*) { Marks.emplace(key, PROGRESSMARK{PROGRESSMARK::NEVER, true}); });
     }
     bool IsEmpty() const { return Marks.empty(); }
     static uint64_t KeyOf(const STRINGARRAY& record) {

@@ -10,7 +10,7 @@ inline constexpr int LANGUAGE_ENGLISH = 9;
 
 /// The number of each text, by its name in the lists of texts.
 enum TEXTID : int {
-#define TW_TEXT(name, id, text) name = id,
+#define TW_TEXT(name, id, text) name = (id),
 #define TW_PART(name, part)
 #include "resources/english/texts.inc"
 #undef TW_PART
@@ -20,7 +20,7 @@ enum TEXTID : int {
 /// The numbers of the parts of those texts that have several.
 enum TEXTPART : int {
 #define TW_TEXT(name, id, text)
-#define TW_PART(name, part) name = part,
+#define TW_PART(name, part) name = (part),
 #include "resources/english/texts.inc"
 #undef TW_PART
 #undef TW_TEXT

@@ -141,12 +141,12 @@ int ReadBytes(char* buffer, int bytes) {
 }
 
 SINGLEKEYS::SINGLEKEYS() {
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = LeaveTerminal;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     for (int number : {SIGTSTP, SIGQUIT}) {
-        struct sigaction former {};
+        struct sigaction former{};
         if (sigaction(number, nullptr, &former) == 0 && former.sa_handler != SIG_IGN)
             sigaction(number, &action, nullptr);
     }
@@ -179,13 +179,13 @@ void ForgetKeys() {
 
 void OnStop(void (*stop)()) {
     Stop = stop;
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = [](int) { Stop(); };
     sigemptyset(&action.sa_mask);
     for (int number : {SIGINT, SIGTERM})
         sigaction(number, &action, nullptr);
     // Whoever started the program with hang-ups ignored wants it to outlive the terminal.
-    struct sigaction former {};
+    struct sigaction former{};
     if (sigaction(SIGHUP, nullptr, &former) == 0 && former.sa_handler != SIG_IGN)
         sigaction(SIGHUP, &action, nullptr);
 }

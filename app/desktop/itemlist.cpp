@@ -116,7 +116,8 @@ void ITEMLIST::Sort() {
         const auto num1 = names.find(handle1), num2 = names.find(handle2);
         if (!ASSERTION(num1 != names.end() && num2 != names.end(), "num1!=-1 && num2!=-1"))
             return 0;
-        return sign * stricmp(num1->second.Text(), num2->second.Text(), 0);
+        const int order = stricmp(num1->second.Text(), num2->second.Text(), 0);
+        return sign * order;
     });
     List.SetSortMark(std::clamp(Application.pState.GetNumber("LastSortColumn"), 0, RESULT_COLUMN), sign > 0);
 }

@@ -31,8 +31,7 @@ bool FindBehind(std::string_view text, std::string_view mark, const char* ends, 
 
 void Clean(STRING& page) {
     char* const begin = page.Data();
-    std::replace_if(
-        begin, begin + page.Length(), [](char c) { return c == '\0' || c == LISTING::BLOCK_END; }, ' ');
+    std::replace_if(begin, begin + page.Length(), [](char c) { return c == '\0' || c == LISTING::BLOCK_END; }, ' ');
 }
 
 bool FindMetaRefresh(const STRING& page, STRING& link) {

@@ -180,7 +180,7 @@ bool IMAPCONVERSATION::Select(const STRING& name, FOLDER& folder) {
 }
 
 STRING IMAPCONVERSATION::FolderName(const STRING& name) {
-    const STRING plain = Printable(name);
+    STRING plain = Printable(name);
     const auto ordinary = [](char c) { return c > ' ' && !strchr("(){%*\"\\", c); };
     if (IsQuoted(plain.View()) || (plain.Length() > 0 && std::ranges::all_of(plain.View(), ordinary)))
         return plain;

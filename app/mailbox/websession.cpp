@@ -99,9 +99,8 @@ void UrlToHostDoc(const STRING& url, const STRING& baseHost, const char* baseDir
     if (ASCII::BeginsWith(url.View(), HTTP)) {
         SplitUrl(url.Mid(HTTP_LENGTH), hostOut, docOut);
     } else {
-        const STRING host = baseHost;
         docOut = STRING(baseDir) || url;
-        hostOut = host;
+        hostOut = baseHost;
     }
     Trace("TARNWICK::UrlToHostDoc returns %s %s\n", hostOut.Text(), docOut.Text());
 }

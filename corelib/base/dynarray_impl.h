@@ -10,8 +10,9 @@ DYNARRAY<TYPE>::DYNARRAY(int initial, int grow)
 }
 
 template <class TYPE>
-DYNARRAY<TYPE>::DYNARRAY(const STRING& text, const char* separators, int initial,
-                         int grow) requires std::is_same_v<TYPE, STRING> : DYNARRAY(initial, grow) {
+DYNARRAY<TYPE>::DYNARRAY(const STRING& text, const char* separators, int initial, int grow)
+    requires std::is_same_v<TYPE, STRING>
+    : DYNARRAY(initial, grow) {
     WORDCURSOR words(text, separators);
     std::string_view word;
     while (words.Next(word))
@@ -181,7 +182,9 @@ void DYNARRAY<TYPE>::Sort(int flags) {
 }
 
 template <class TYPE>
-int DYNARRAY<TYPE>::Find(const char* text, int mode) const requires std::is_same_v<TYPE, STRING> {
+int DYNARRAY<TYPE>::Find(const char* text, int mode) const
+    requires std::is_same_v<TYPE, STRING>
+{
     std::lock_guard hold(*pLock);
     for (int i = 0; i < ItemCount; ++i)
         if (TextMatches(*ppItems[i], text, mode))
@@ -190,7 +193,9 @@ int DYNARRAY<TYPE>::Find(const char* text, int mode) const requires std::is_same
 }
 
 template <class TYPE>
-int DYNARRAY<TYPE>::LoadLines(const char* filename, int unescape) requires std::is_same_v<TYPE, STRING> {
+int DYNARRAY<TYPE>::LoadLines(const char* filename, int unescape)
+    requires std::is_same_v<TYPE, STRING>
+{
     STRING content;
     if (!content.Load(filename, "r"))
         return 0;

@@ -28,7 +28,7 @@ class MXLOOKUP {
     /// True if the last name got no answer at all, in which case it is not known whether it has a mail server.
     virtual bool IsSilent() const { return false; }
     /// A look-up ends as soon as the answer is yes. Before the first look-up.
-    virtual void SetStopQuestion(STOPQUESTION /*stopAsked*/) {}
+    virtual void SetStopQuestion(STOPQUESTION /*stopAsked*/) {}  // NOLINT(performance-unnecessary-value-param)
 };
 
 /// An answer's record. Other types than MX carry no more than their type.

@@ -248,7 +248,7 @@ bool DNSCLIENT::UseServer(const char* address, int port) {
 }
 
 int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked) {
-    struct __res_state resolver {};
+    struct __res_state resolver{};
     if (res_ninit(&resolver) != 0)
         return NO_RECOVERY;
     std::vector<ADDRESS> servers = Servers(resolver);

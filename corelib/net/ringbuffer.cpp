@@ -9,7 +9,7 @@
 #include "corelib/system/osys.h"
 
 RINGBUFFER::RINGBUFFER(int size)
-    : DataAvailable(false), RoomMade(false), Data(new (std::nothrow) char[static_cast<size_t>(size)]), Size(size) {}
+    : DataAvailable(false), RoomMade(false), Data(new(std::nothrow) char[static_cast<size_t>(size)]), Size(size) {}
 
 int RINGBUFFER::Avail() {
     MUTEXHOLD hold(Mutex);

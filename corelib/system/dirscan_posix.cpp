@@ -18,7 +18,7 @@ namespace {
 constexpr unsigned NORMAL_ATTRIBUTE = 128;
 
 unsigned AttributesOf(int directory, const char* name) {
-    struct stat status {};
+    struct stat status{};
     unsigned attributes = 0;
     if (fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode)) {
         attributes = DIRSCAN::LINK_ATTRIBUTE;

@@ -89,8 +89,8 @@ class DRAWNOBJECT final : public IAccessible {
     /// The element, the window itself for 0. S_OK, or the failure to return.
     HRESULT Find(const VARIANT& number, DRAWNELEMENTS::ELEMENT& element) const;
     /// One thing of the element.
-    HRESULT Tell(const VARIANT& number, std::wstring DRAWNELEMENTS::ELEMENT::*what, BSTR* text) const;
-    HRESULT Tell(const VARIANT& number, LONG DRAWNELEMENTS::ELEMENT::*what, VARIANT* value) const;
+    HRESULT Tell(const VARIANT& number, std::wstring DRAWNELEMENTS::ELEMENT::* what, BSTR* text) const;
+    HRESULT Tell(const VARIANT& number, LONG DRAWNELEMENTS::ELEMENT::* what, VARIANT* value) const;
     /// As Find, for a button; others have none of what is asked for.
     HRESULT FindButton(const VARIANT& number, DRAWNELEMENTS::ELEMENT& element) const;
 
@@ -201,14 +201,14 @@ HRESULT DRAWNOBJECT::get_accChild(VARIANT number, IDispatch** child) {
     return result == S_OK ? S_FALSE : result;  // elements are no objects of their own
 }
 
-HRESULT DRAWNOBJECT::Tell(const VARIANT& number, std::wstring DRAWNELEMENTS::ELEMENT::*what, BSTR* text) const {
+HRESULT DRAWNOBJECT::Tell(const VARIANT& number, std::wstring DRAWNELEMENTS::ELEMENT::* what, BSTR* text) const {
     *text = nullptr;
     DRAWNELEMENTS::ELEMENT element;
     const HRESULT result = Find(number, element);
     return result == S_OK ? Give(element.*what, text) : result;
 }
 
-HRESULT DRAWNOBJECT::Tell(const VARIANT& number, LONG DRAWNELEMENTS::ELEMENT::*what, VARIANT* value) const {
+HRESULT DRAWNOBJECT::Tell(const VARIANT& number, LONG DRAWNELEMENTS::ELEMENT::* what, VARIANT* value) const {
     value->vt = VT_EMPTY;
     DRAWNELEMENTS::ELEMENT element;
     const HRESULT result = Find(number, element);
