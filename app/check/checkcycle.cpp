@@ -247,7 +247,7 @@ void CHECKCYCLE::ShowCounts() {
         Parts.FrontEnd.MakeNewTooltip();
         if (count < lastCount) {
             Parts.FrontEnd.StopBlinking();
-            Parts.FrontEnd.DoCommand(COMMAND_STOP_SOUND);
+            Parts.Notifier.StopSoundLoop();
         }
         lastCount = count;
         shownCount = count;

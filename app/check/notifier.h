@@ -24,7 +24,7 @@ struct SENTAWAY {
     std::vector<int> Moved = {};    // to the item's spam folder
 };
 
-/// Where new-mail detection hands over to the notification of the user. Work thread.
+/// Where new-mail detection hands over to the notification of the user. Work thread, but for StopSoundLoop.
 class NOTIFIER {
  public:
     virtual ~NOTIFIER() = default;
@@ -34,4 +34,6 @@ class NOTIFIER {
     virtual bool NothingNew(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) { return false; }
     /// Spam is going, after what the two above have told of the same check. Never for nothing.
     virtual void SpamSentAway(const STRINGARRAY& /*item*/, const RECORDARRAY& /*records*/, const SENTAWAY& /*mails*/) {}
+    /// The user knows of the mail: a sound that is repeated ends. Any thread.
+    virtual void StopSoundLoop() {}
 };

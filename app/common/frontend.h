@@ -3,7 +3,6 @@
 #include <cstdint>
 
 #include "corelib/base/strings.h"
-#include "resources/commands.h"
 
 /// A popup for the user: its text with mark-up, its colours, how long it stays (ms; 0 or -1: until it is closed), and
 /// the handle of the item that it is about, or 0.
@@ -62,8 +61,6 @@ class FRONTEND {
     /// True is yes. Without a person to ask the answer is no.
     virtual bool AskYesNo(const STRING& /*title*/, const STRING& /*text*/) { return false; }
 
-    /// A command of the main window by its number (any thread).
-    virtual void DoCommand(int /*command*/) {}
     /// Help by topic number.
     virtual void ShowHelp(int /*topic*/) {}
     /// The first-run set-up; it may add items and change settings. Runs before the work thread.

@@ -164,12 +164,6 @@ void CONSOLEFRONTEND::PlaySoundFile(const STRING& /*file*/) {
         TERMINAL::Write("\a");
 }
 
-void CONSOLEFRONTEND::DoCommand(int command) {
-    TARNWICK* application = Application;
-    if (command == COMMAND_STOP_SOUND && application)
-        application->Notification().StopSoundLoop();
-}
-
 void CONSOLEFRONTEND::StopBlinking() {
     if (TARNWICK* application = Application)
         application->Notification().ScrollLockBlinking(false);

@@ -56,7 +56,6 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     // FRONTEND
     void PostAlert(const ALERTREQUEST& request) override;
     void PlaySoundFile(const STRING& file) override;
-    void DoCommand(int command) override;
     void StopBlinking() override;
     void PostStartMailProgram(int handle) override;
     void StartTimer(int timer, int ms) override;

@@ -28,11 +28,13 @@ void SuspendOrResume(STRINGARRAY& item) {
 }  // namespace
 
 bool COMMANDS::DoCommand(int command, const std::vector<int>& selected) {
-    Trace("TARNWICK::DoCommand %d\n", command);
-    if (command != COMMAND_STOP_SOUND) {
-        FrontEnd.DoCommand(COMMAND_STOP_SOUND);
-        FrontEnd.StopBlinking();
+    if (command == COMMAND_STOP_SOUND) {
+        Application.Notification().StopSoundLoop();
+        return true;
     }
+    Trace("TARNWICK::DoCommand %d\n", command);
+    Application.Notification().StopSoundLoop();
+    FrontEnd.StopBlinking();
     const bool done = Do(command, selected);
     Trace("TARNWICK::~DoCommand rc=%d\n", done);
     return done;
@@ -86,9 +88,6 @@ bool COMMANDS::DoProgramCommand(int command) {
 bool COMMANDS::DoNotificationCommand(int command) {
     NOTIFICATION& notification = Application.Notification();
     switch (command) {
-        case COMMAND_STOP_SOUND:
-            notification.StopSoundLoop();
-            return true;
         case COMMAND_SHOW_LAST_POPUP:
         case COMMAND_TRAY_SHOW_LAST_POPUP:
             notification.ShowLastAlert();

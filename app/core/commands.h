@@ -20,9 +20,9 @@ class COMMANDS {
     COMMANDS(TARNWICK& application, FRONTEND& frontEnd, PROGRAMSTARTER& starter)
         : Application(application), FrontEnd(frontEnd), Starter(starter) {}
 
-    /// Called by a front end's DoCommand with every command. Any but COMMAND_STOP_SOUND first ends sound and blinking,
-    /// as whoever gives a command has noticed the mail. `selected`: the handles of the rows that the user has selected.
-    /// False if the rest is the front end's own. The front end's thread; COMMAND_STOP_SOUND: any thread.
+    /// Called by a front end with every command. Any but COMMAND_STOP_SOUND first ends sound and blinking, as whoever
+    /// gives a command has noticed the mail. `selected`: the handles of the rows that the user has selected. False if
+    /// the rest is the front end's own. The front end's thread.
     bool DoCommand(int command, const std::vector<int>& selected);
     /// What FRONTEND::PostStartMailProgram asks for: the item's mail program (handle 0: no item). The front end's
     /// thread.

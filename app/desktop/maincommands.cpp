@@ -18,14 +18,6 @@ STRING MAINWINDOW::ProgramName() const {
 void MAINWINDOW::DoCommand(int command) {
     if (!Application)
         return;
-    if (command == COMMAND_STOP_SOUND) {
-        Engine->DoCommand(command, {});
-        return;
-    }
-    if (!IsUserThread()) {
-        Calls.Post([this, command] { DoCommand(command); });
-        return;
-    }
     bool done = Engine->DoCommand(command, SelectedItems());
     if (done && DeselectsItems(command))
         Rows->Deselect();

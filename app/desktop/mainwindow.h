@@ -52,6 +52,8 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void End();
 
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
+    /// A command of the menus by its number.
+    void DoCommand(int command);
     /// The selected items' handles, in the order of the rows.
     std::vector<int> SelectedItems() const;
     ITEMLIST& List() { return *Rows; }
@@ -77,7 +79,6 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void UpdateCommands() override;
     void ShowMessage(const STRING& title, const STRING& text) override;
     bool AskYesNo(const STRING& title, const STRING& text) override;
-    void DoCommand(int command) override;
     void RunSetupWizard() override;
     void PostQuit() override;
 

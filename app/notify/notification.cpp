@@ -12,6 +12,7 @@
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
+#include "resources/commands.h"
 
 int ScrollLockSettleMs = 1000;
 
@@ -300,14 +301,19 @@ bool NOTIFICATION::IsSoundLooping() const {
 }
 
 void NOTIFICATION::StopSoundLoop() {
+    // In the trace it is the command of that name, whoever wants it.
+    Trace("TARNWICK::DoCommand %d\n", COMMAND_STOP_SOUND);
+    bool looped = false;
     {
         const std::lock_guard hold(Guard);
-        if (SoundLoopFile.Length() == 0)
-            return;
+        looped = SoundLoopFile.Length() > 0;
         SoundLoopFile = "";
     }
-    FrontEnd.StopTimer(TIMER_SOUND_LOOP);
-    FrontEnd.UpdateCommands();
+    if (looped) {
+        FrontEnd.StopTimer(TIMER_SOUND_LOOP);
+        FrontEnd.UpdateCommands();
+    }
+    Trace("TARNWICK::~DoCommand rc=%d\n", 1);
 }
 
 STRINGARRAY NOTIFICATION::AlertMail() const {

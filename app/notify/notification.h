@@ -38,6 +38,7 @@ class NOTIFICATION : public NOTIFIER {
     bool NewMail(STRINGARRAY& item, const CHECKREPORT& report) override;
     bool NothingNew(STRINGARRAY& item, const CHECKREPORT& report) override;
     void SpamSentAway(const STRINGARRAY& item, const RECORDARRAY& records, const SENTAWAY& mails) override;
+    void StopSoundLoop() override;
 
     /// Lists the first mails of the check that the settings and the mails' types let into the popup.
     DETAILS BuildPopupDetailsList(const CHECKREPORT& report) const;
@@ -49,9 +50,8 @@ class NOTIFICATION : public NOTIFIER {
     bool ShowLastAlert();
     /// Shows it again after the settings' delay.
     void RemindLater();
-    /// Plays the repeated sound once more; and ends its repetition.
+    /// Plays the repeated sound once more.
     void PlaySoundLoop();
-    void StopSoundLoop();
     bool IsSoundLooping() const;
     /// The handle of the item of the last full popup, 0 for none, which is forgotten then; and a copy of the record of
     /// its one new mail.

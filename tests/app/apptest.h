@@ -86,7 +86,6 @@ class JOURNALFRONTEND : public FRONTEND {
         Journal.Add("ask " + Std(title) + " " + Std(text));
         return Answer;
     }
-    void DoCommand(int command) override { Journal.Add("command " + std::to_string(command)); }
     void PostQuit() override { Journal.Add("quit"); }
 
     std::vector<ALERTREQUEST> Alerts;

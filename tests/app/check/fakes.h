@@ -112,6 +112,7 @@ class RECORDINGNOTIFIER : public NOTIFIER {
                 call += name + (" " + Std(records[index].Get("MessageId")));
         Calls.push_back(call);
     }
+    void StopSoundLoop() override { Calls.push_back("sound stops"); }
     std::vector<std::string> TakeCalls() { return std::exchange(Calls, {}); }
 
     bool Popup = false;

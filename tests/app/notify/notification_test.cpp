@@ -5,6 +5,7 @@
 #include "app/check/items.h"
 #include "app/notify/mailtypes.h"
 #include "corelib/base/files.h"
+#include "resources/commands.h"
 #include "tests/app/apptest.h"
 
 namespace {
