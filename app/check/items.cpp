@@ -1,5 +1,7 @@
 #include "app/check/items.h"
 
+#include <string>
+
 namespace {
 
 struct ITEMKEY {
@@ -52,6 +54,15 @@ constexpr ITEMKEY FRESH_KEYS[] = {{"@Showing", "0"},       {"@ForceRefresh", "0"
                                   {"@RetryMessageId", ""}, {"@X-DeleteMail", ""}};
 
 }  // namespace
+
+int FindHandle(const RECORDARRAY& items, int handle) {
+    return items.FindRecord("@Handle", std::to_string(handle).c_str(), 1);
+}
+
+STRINGARRAY* FindItem(RECORDARRAY& items, int handle) {
+    const int index = FindHandle(items, handle);
+    return index == -1 ? nullptr : &items[index];
+}
 
 void FixItem(STRINGARRAY& item, const STRINGARRAY& state, int& nextHandle, bool isNew) {
     for (const ITEMKEY& key : STORED_KEYS) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/mailbox/mailboxes.h"
-#include "corelib/base/stringarray.h"
+#include "corelib/base/recordarray.h"
 
 /// The first @Handle of a run. Handles count up from here.
 inline constexpr int FIRST_ITEM_HANDLE = 4096;
@@ -17,6 +17,10 @@ inline constexpr int ITEMSTATE_ASK = -1;
 inline constexpr const char* FAILED_COUNTS = "0E|0E";
 /// LastSeenIds of an item whose mails shall all come as new at the next check.
 inline constexpr const char* SHOW_ALL_IDS = "<SHOWALL>";
+
+/// The item with that handle: its place in the table, or -1; itself, or null. 0 is the handle of none.
+int FindHandle(const RECORDARRAY& items, int handle);
+STRINGARRAY* FindItem(RECORDARRAY& items, int handle);
 
 /// Completes an item's record: gives each missing key its default (colours from the settings `state`), sets the
 /// run-time keys to their start values, gives it the next handle, marks the password for Base64, and locks the key set.

@@ -59,8 +59,8 @@ void CONSOLEFRONTEND::ClearProgress() {
 
 std::string CONSOLEFRONTEND::ItemName(int handle) const {
     TARNWICK* application = Application;
-    const int index = application ? application->FindHandle(handle) : -1;
-    return index == -1 ? std::string() : Safe(application->Items[index].Get("Name"));
+    const STRINGARRAY* item = application ? application->FindItem(handle) : nullptr;
+    return item ? Safe(item->Get("Name")) : std::string();
 }
 
 void CONSOLEFRONTEND::SetItemStatus(int handle, const STRING& text) {
@@ -74,10 +74,10 @@ void CONSOLEFRONTEND::SetItemStatus(int handle, const STRING& text) {
 
 void CONSOLEFRONTEND::SetCell(int handle, int column, const STRING& text) {
     TARNWICK* application = Application;
-    const int index = application && column == RESULT_COLUMN ? application->FindHandle(handle) : -1;
-    if (index == -1)
+    const STRINGARRAY* item = application && column == RESULT_COLUMN ? application->FindItem(handle) : nullptr;
+    if (!item)
         return;
-    const bool failed = application->Items[index].Get("LastRC").Pos('E') != -1;
+    const bool failed = item->Get("LastRC").Pos('E') != -1;
     const std::string result = Safe(text);
     bool tell = failed;
     {

@@ -229,10 +229,8 @@ void SESSION::AnswerAlert(TARNWICK& application, COMMANDS& commands, int command
         if (mail.Exists("Body"))
             FrontEnd.Print(MailText(mail));
     } else if (command == COMMAND_SHOW_ITEM) {
-        const int item = application.FindHandle(notification.TakeAlertItem());
-        if (item != -1)
-            FrontEnd.PrintRaw("\n" + MailTable(application.Items[item], App.Texts(), TERMINAL::Columns() - 1,
-                                               MarkPoints(application)));
+        if (const STRINGARRAY* item = application.FindItem(notification.TakeAlertItem()))
+            FrontEnd.PrintRaw("\n" + MailTable(*item, App.Texts(), TERMINAL::Columns() - 1, MarkPoints(application)));
     }
 }
 

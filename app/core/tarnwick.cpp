@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "app/check/dialup.h"
-#include "app/check/items.h"
 #include "app/core/datadir.h"
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/mailhandling.h"
@@ -181,16 +180,6 @@ bool TARNWICK::AddItem(const STRINGARRAY& item) {
 
 bool TARNWICK::RemoveItem(int index) {
     return Check->RemoveItem(index);
-}
-
-int TARNWICK::FindHandle(int handle) const {
-    STRING text;
-    text.Format("%d", handle);
-    return Items.FindRecord("@Handle", text.Text(), 1);
-}
-
-int TARNWICK::FindName(const char* name) const {
-    return Items.FindRecord("Name", name, 1);
 }
 
 void TARNWICK::ForceRefreshAll(int popup) {

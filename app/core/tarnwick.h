@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "app/check/checkcycle.h"
+#include "app/check/items.h"
 #include "app/check/notifier.h"
 #include "app/check/trashstore.h"
 #include "app/common/frontend.h"
@@ -55,9 +56,11 @@ class TARNWICK {
     /// Takes the item out of the table; false if it is being checked, or there is none. The caller saves
     /// the table once it has taken the last one.
     bool RemoveItem(int index);
+    /// The item with that handle, null if it is gone (0: there is none).
+    STRINGARRAY* FindItem(int handle) { return ::FindItem(Items, handle); }
     /// Index of the item with that handle or name (without regard to case), -1 if none.
-    int FindHandle(int handle) const;
-    int FindName(const char* name) const;
+    int FindHandle(int handle) const { return ::FindHandle(Items, handle); }
+    int FindName(const char* name) const { return Items.FindRecord("Name", name, 1); }
     /// Requests a check of every item, or of those of one Type.
     void ForceRefreshAll(int popup);
     void ForceRefreshType(int type, int popup);

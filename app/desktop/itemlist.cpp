@@ -153,12 +153,12 @@ int ITEMLIST::FindRow(int handle) const {
 
 void ITEMLIST::RefreshRow(int handle) {
     const MUTEXHOLD hold(Application.listviewMutex);
-    const int row = FindRow(handle), index = Application.FindHandle(handle);
-    if (row == -1 || index == -1)
+    const int row = FindRow(handle);
+    const STRINGARRAY* item = Application.FindItem(handle);
+    if (row == -1 || !item)
         return;
-    const STRINGARRAY& item = Application.Items[index];
-    List.SetItemImage(row, ItemImage(item, false));
-    List.SetItemText(row, NAME_COLUMN, item.Get("Name"));
+    List.SetItemImage(row, ItemImage(*item, false));
+    List.SetItemText(row, NAME_COLUMN, item->Get("Name"));
 }
 
 void ITEMLIST::SetItemColumn(int handle, int column, const STRING& text) {
@@ -173,8 +173,7 @@ STRING ITEMLIST::RowText(int row) const {
 }
 
 bool ITEMLIST::RemoveItem(int handle) {
-    const int index = Application.FindHandle(handle);
-    if (index == -1 || !Application.RemoveItem(index))
+    if (!Application.RemoveItem(Application.FindHandle(handle)))
         return false;
     const MUTEXHOLD hold(Application.listviewMutex);
     const int row = FindRow(handle);

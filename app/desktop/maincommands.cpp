@@ -6,7 +6,6 @@
 #include "app/desktop/itemdialog.h"
 #include "app/desktop/mainwindow.h"
 #include "app/desktop/windowids.h"
-#include "app/notify/mailprogram.h"
 #include "corelib/base/trace.h"
 #include "corelib/window/menus.h"
 #include "corelib/window/messages.h"
@@ -96,14 +95,10 @@ void MAINWINDOW::AddItem() {
 }
 
 void MAINWINDOW::EditItem() {
-    const std::vector<int> selected = SelectedItems();
-    const int index = selected.empty() ? -1 : Application->FindHandle(selected.front());
-    if (index == -1)
+    STRINGARRAY* item = FirstSelected();
+    if (!item || !::EditItem(hWnd, App.Texts(), *item))
         return;
-    STRINGARRAY& item = Application->Items[index];
-    if (!::EditItem(hWnd, App.Texts(), item))
-        return;
-    CHECKCYCLE::ForceRefresh(item, 0);
+    CHECKCYCLE::ForceRefresh(*item, 0);
     if (!Application->SaveTables(SAVE_ITEMS))
         ShowSaveError();
     Rows->FillListview();
@@ -111,16 +106,15 @@ void MAINWINDOW::EditItem() {
 
 void MAINWINDOW::DeleteItems() {
     const std::vector<int> selected = SelectedItems();
-    const int first = selected.empty() ? -1 : Application->FindHandle(selected.front());
-    if (first == -1)
+    const STRINGARRAY* first = FirstSelected();
+    if (!first)
         return;
-    const STRING question =
-        DeleteQuestion(App.Texts(), static_cast<int>(selected.size()), Application->Items[first].Get("Name"));
+    const STRING question = DeleteQuestion(App.Texts(), static_cast<int>(selected.size()), first->Get("Name"));
     if (!AskYesNo(ProgramName(), question))
         return;
     for (const int handle : selected) {
-        const int index = Application->FindHandle(handle);
-        const STRING name = index != -1 ? Application->Items[index].Get("Name") : STRING();
+        const STRINGARRAY* item = Application->FindItem(handle);
+        const STRING name = item ? item->Get("Name") : STRING();
         if (!Rows->RemoveItem(handle)) {
             ShowError(hWnd, BusyMessage(App.Texts()), BusyTitle(App.Texts(), name));
             break;

@@ -99,6 +99,11 @@ std::vector<int> MAINWINDOW::SelectedItems() const {
     return Rows ? Rows->SelectedHandles() : std::vector<int>();
 }
 
+STRINGARRAY* MAINWINDOW::FirstSelected() const {
+    const std::vector<int> selected = SelectedItems();
+    return selected.empty() ? nullptr : Application->FindItem(selected.front());
+}
+
 // ---- the front end ----
 
 void MAINWINDOW::MakeTaskbarIcon() {
@@ -274,11 +279,10 @@ void MAINWINDOW::PlaceControls() {
 }
 
 COMMANDCONTEXT MAINWINDOW::CommandContext() const {
-    const std::vector<int> selected = SelectedItems();
     COMMANDCONTEXT context;
-    context.SelectedItems = static_cast<int>(selected.size());
-    const int index = selected.empty() ? -1 : Application->FindHandle(selected.front());
-    context.ItemSuspended = index != -1 && Application->Items[index].GetNumber("UpdateSuspended") != 0;
+    context.SelectedItems = static_cast<int>(SelectedItems().size());
+    const STRINGARRAY* item = FirstSelected();
+    context.ItemSuspended = item && item->GetNumber("UpdateSuspended") != 0;
     context.SoundLoop = Application->Notification().IsSoundLooping();
     context.SpamFilterDisabled = Application->pState.GetNumber("SpamFilterDisabled") != 0;
     context.Suspended = Application->Cycle().IsSuspended();

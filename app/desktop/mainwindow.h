@@ -56,6 +56,8 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void DoCommand(int command);
     /// The selected items' handles, in the order of the rows.
     std::vector<int> SelectedItems() const;
+    /// The first of these items, null if none is selected.
+    STRINGARRAY* FirstSelected() const;
     ITEMLIST& List() { return *Rows; }
     SEMITOOLTIP* Alert() { return AlertWindow.get(); }
     const TASKBARICON* ShownIcon() const { return Tray.get(); }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/check/checkcycle.h"
+#include "app/check/items.h"
 #include "app/common/mailtext.h"
 #include "app/notify/mailprogram.h"
 #include "app/notify/mailtypes.h"
@@ -45,10 +46,6 @@ STRING Plain(const STRING& text) {
     std::string plain(text.View());
     std::erase_if(plain, [](char c) { return c == 27 || c == 14 || c == 15 || c == '\r' || c == '\n' || c == '\0'; });
     return STRING(std::string_view(plain));
-}
-
-STRING Number(int64_t number) {
-    return STRING(std::string_view(std::to_string(number)));
 }
 
 int Milliseconds(int count, int unit) {
@@ -259,12 +256,9 @@ void NOTIFICATION::StartProgramIfWanted(const STRINGARRAY& item, const DETAILS& 
 }
 
 void NOTIFICATION::DeleteAlertMail() {
-    const int handle = TakeAlertItem();
-    const int index = handle == 0 ? -1 : Items.FindRecord("@Handle", Number(handle).Text(), 1);
-    if (index != -1) {
-        STRINGARRAY& item = Items[index];
-        item.Set("@DeleteMessageId", item.Get("@X-DeleteMessageId"));
-        item.Set("@X-DeleteMessageId", "");
+    if (STRINGARRAY* item = FindItem(Items, TakeAlertItem())) {
+        item->Set("@DeleteMessageId", item->Get("@X-DeleteMessageId"));
+        item->Set("@X-DeleteMessageId", "");
     }
 }
 
