@@ -42,10 +42,12 @@ bool COMMANDS::DoCommand(int command, const std::vector<int>& selected) {
 
 void COMMANDS::StartPostedMailProgram(int handle) {
     Trace("TARNWICK::WM__STARTMAILPROGRAM start program %s\n", Application.pState.Get("EmailCmdline").Text());
-    const int index = handle == 0 ? -1 : Application.FindHandle(handle);
-    StartMailProgram(index == -1 ? nullptr : &Application.Items[index], Application.pState, FrontEnd,
-                     Application.Texts(), Starter);
+    StartMailProgram(handle);
     Application.Cycle().SetStartedThisPass();
+}
+
+void COMMANDS::StartMailProgram(int handle) {
+    ::StartMailProgram(Application.FindItem(handle), Application.pState, FrontEnd, Application.Texts(), Starter);
 }
 
 bool COMMANDS::Do(int command, const std::vector<int>& selected) {
@@ -104,20 +106,17 @@ bool COMMANDS::DoNotificationCommand(int command) {
 }
 
 bool COMMANDS::DoMailProgramCommand(int command, const std::vector<int>& selected) {
-    const STRINGARRAY& state = Application.pState;
     switch (command) {
         case COMMAND_MAIL_PROGRAM:
-            StartMailProgram(nullptr, state, FrontEnd, Application.Texts(), Starter);
+            StartMailProgram(0);
             return true;
         case COMMAND_NEW_MAIL:
-            StartNewMail(state, FrontEnd, Application.Texts(), Starter);
+            StartNewMail(Application.pState, FrontEnd, Application.Texts(), Starter);
             return true;
-        case COMMAND_ITEM_MAIL_PROGRAM: {
-            const int index = selected.empty() ? -1 : Application.FindHandle(selected.front());
-            if (index != -1)
-                StartMailProgram(&Application.Items[index], state, FrontEnd, Application.Texts(), Starter);
+        case COMMAND_ITEM_MAIL_PROGRAM:
+            if (!selected.empty() && Application.FindItem(selected.front()))
+                StartMailProgram(selected.front());
             return true;
-        }
         default:
             return false;
     }
@@ -156,19 +155,18 @@ bool COMMANDS::DoItemCommand(int command, const std::vector<int>& selected) {
     if (!DeselectsItems(command))
         return false;
     for (const int handle : selected) {
-        const int index = Application.FindHandle(handle);
-        if (index == -1)
+        STRINGARRAY* item = Application.FindItem(handle);
+        if (!item)
             continue;
-        STRINGARRAY& item = Application.Items[index];
         if (command == COMMAND_SUSPEND_ITEMS) {
-            SuspendOrResume(item);
+            SuspendOrResume(*item);
             FrontEnd.SetCell(handle, RESULT_COLUMN, NO_RESULT);
             FrontEnd.RefreshRow(handle);
             continue;
         }
         if (command == COMMAND_SHOW_ITEMS_MAILS)
-            item.Set("LastSeenIds", SHOW_ALL_IDS);
-        CHECKCYCLE::ForceRefresh(item, command == COMMAND_CHECK_ITEMS_QUIETLY ? 0 : 1);
+            item->Set("LastSeenIds", SHOW_ALL_IDS);
+        CHECKCYCLE::ForceRefresh(*item, command == COMMAND_CHECK_ITEMS_QUIETLY ? 0 : 1);
     }
     return true;
 }

@@ -24,8 +24,10 @@ class COMMANDS {
     /// gives a command has noticed the mail. `selected`: the handles of the rows that the user has selected. False if
     /// the rest is the front end's own. The front end's thread.
     bool DoCommand(int command, const std::vector<int>& selected);
-    /// What FRONTEND::PostStartMailProgram asks for: the item's mail program (handle 0: no item). The front end's
-    /// thread.
+    /// Starts the mail program, or shows it: the item's own (handle 0, or of an item that is gone: that of all). The
+    /// front end's thread.
+    void StartMailProgram(int handle);
+    /// The same as FRONTEND::PostStartMailProgram asks for it.
     void StartPostedMailProgram(int handle);
 
  private:

@@ -5,7 +5,6 @@
 #include "app/core/velmoraapp.h"
 #include "app/desktop/mainwindow.h"
 #include "app/desktop/windowids.h"
-#include "app/notify/mailprogram.h"
 #include "app/notify/traydisplay.h"
 #include "corelib/base/trace.h"
 #include "corelib/window/fontvalue.h"
@@ -256,15 +255,9 @@ void MAINWINDOW::OnTray(WPARAM icon, UINT mouse) {
     if (action.Reset)
         DoCommand(COMMAND_RESET_COUNT);
     if (action.MailProgram)
-        OpenMailProgram(0);
+        Engine->StartMailProgram(0);
     else if (action.Command != 0)
         DoCommand(action.Command);
-}
-
-void MAINWINDOW::OpenMailProgram(int handle) {
-    const int index = handle != 0 ? Application->FindHandle(handle) : -1;
-    StartMailProgram(index != -1 ? &Application->Items[index] : nullptr, Application->pState, *this, App.Texts(),
-                     Application->Programs());
 }
 
 // ---- the alert ----
@@ -314,7 +307,7 @@ void MAINWINDOW::OnAlertClick(WPARAM button, LPARAM value) {
         // Before the mail program, which may have something to say and so let the next alert in.
         if (stands)
             SetTimer(hWnd, TIMER_ALERT, static_cast<UINT>(DesktopTimes.AlertRightClickMs), nullptr);
-        OpenMailProgram(value > COMMAND_VALUES_END ? static_cast<int>(value) - COMMAND_VALUES_END : 0);
+        Engine->StartMailProgram(value > COMMAND_VALUES_END ? static_cast<int>(value) - COMMAND_VALUES_END : 0);
     } else if (ASSERTION(button == 0, "FALSE")) {
         if (stands)
             CloseAlert();

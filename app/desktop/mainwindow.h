@@ -108,7 +108,6 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void OnTimer(UINT_PTR timer);
     void Blink();
     void OnTray(WPARAM icon, UINT mouse);
-    void OpenMailProgram(int handle);
     void OnAlertClick(WPARAM button, LPARAM value);
     void OpenAlert();
     void CloseAlert();
