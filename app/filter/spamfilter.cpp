@@ -61,12 +61,8 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
     std::vector<std::string_view> blocks;
     int64_t sum = 0;
     size_t bytes = static_cast<size_t>(summary.Line.Length()) + 1, reports = 0;
-    std::string_view rest = listing.View().substr(std::min(bytes, listing.View().size()));
-    while (!rest.empty()) {
-        const std::string_view block = rest.substr(0, rest.find(LISTING::BLOCK_END));
-        if (block.empty())
-            break;
-        rest.remove_prefix(std::min(block.size() + 1, rest.size()));
+    LISTING::BLOCKCURSOR walk(listing);
+    for (std::string_view block; walk.Next(block);) {
         SPAMSCORE score;
         std::string header;
         if (scanner) {

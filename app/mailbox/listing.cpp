@@ -40,13 +40,11 @@ BLOCKCURSOR::BLOCKCURSOR(const STRING& listing) : Rest(listing.View()) {
 }
 
 bool BLOCKCURSOR::Next(std::string_view& block) {
-    if (Rest.empty())
-        return false;
-    // The search begins after the block's first byte, so no block within the text is empty.
-    size_t end = Rest.find(BLOCK_END, 1);
-    block = Rest.substr(0, end);
-    Rest.remove_prefix(end == Rest.npos ? Rest.size() : end + 1);
-    return true;
+    block = Rest.substr(0, Rest.find(BLOCK_END));
+    Rest.remove_prefix(std::min(block.size() + 1, Rest.size()));
+    if (block.empty())
+        Rest = {};
+    return !block.empty();
 }
 
 int CountBlocks(const STRING& listing) {

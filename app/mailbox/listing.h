@@ -44,8 +44,8 @@ SUMMARY ReadSummary(const STRING& listing);
 class BLOCKCURSOR {
  public:
     explicit BLOCKCURSOR(const STRING& listing);
-    /// Stores the next block, without its end byte, never empty; false at the end. Without an end byte the last block
-    /// runs to the end of the text.
+    /// Stores the next block, without its end byte; false at the end of the text, and at an empty block, which ends the
+    /// listing for everybody who reads it. Without an end byte the last block runs to the end of the text.
     bool Next(std::string_view& block);
 
  private:

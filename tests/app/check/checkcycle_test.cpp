@@ -165,6 +165,7 @@ TEST_F(Check, NothingButAWholeListingForgetsMails) {
                  {"-1 msgs|1 unread|0 bytes\n" + block, false},
                  {"1 msgs|1 unread|0 bytes\n", false},
                  {"1 msgs", false},
+                 {"1 msgs|1 unread|0 bytes\n\1" + block, false},  // an empty block ends it
                  {"+OK ", false},
                  {"+OK 2 msgs|2 unread|0 bytes\n" + block, false},
                  {"+OK 1 msgs|1 unread|0 bytes\n" + block, false},

@@ -14,9 +14,9 @@ TEST(Listing, BlocksOfATextAreThoseThatTheEndBytesCut) {
         {"0 msgs\n", {}},
         {"2 msgs\na\1b\1", {"a", "b"}},
         {"2 msgs\na\1b", {"a", "b"}},
-        // The search for an end begins one byte after the start: an end byte in the first place does not end a block.
-        {"2 msgs\n\1a\1b\1", {"\1a", "b"}},
-        {"2 msgs\na\1\1", {"a", "\1"}},
+        // An empty block ends the listing, here as in the filter.
+        {"2 msgs\n\1a\1b\1", {}},
+        {"2 msgs\na\1\1b\1", {"a"}},
     };
     for (const auto& c : cases) {
         STRING text = c.Text;
