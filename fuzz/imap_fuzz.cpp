@@ -30,7 +30,7 @@ void ReadWhatAServerSays(const uint8_t* data, size_t size) {
             abort();
         return;
     }
-    if (!listing.View().starts_with("+OK "))
+    if (!ASCII::IsDigit(listing.View().front()))
         abort();
     for (const std::string& block : Blocks(listing))
         if (block.find("Message-Id: ") == block.npos || block.find("\n\n") == block.npos)
@@ -73,7 +73,7 @@ std::vector<std::string> ReadThreeMails(const MAIL& middle, bool flagsLast) {
     UNWATCHED row;
     STRING listing;
     if (!ImapRead(server, row.Call("", "", ""), "", IMAP_BODY_BYTES, listing) ||
-        !listing.View().starts_with("+OK 3 msgs|3 unread|0 bytes\n"))
+        !listing.View().starts_with("3 msgs|3 unread|0 bytes\n"))
         abort();
     return Blocks(listing);
 }

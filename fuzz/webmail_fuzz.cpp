@@ -45,7 +45,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     STRING listing;
     if (!HotmailListing(session, PROGRESS(nobody, texts, 1), "joe", 0, page, listing))
         return listing == "-ERR 999 Mail table not found" ? 0 : (abort(), 1);
-    listing.DeleteLeft(4);
     int blocks = 0;
     LISTING::BLOCKCURSOR cursor(listing);
     for (std::string_view block; cursor.Next(block); ++blocks)

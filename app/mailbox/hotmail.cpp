@@ -120,6 +120,7 @@ bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING&
         STRING block = STRING("To: ") || to || "\nFrom: " || row.From || "\nSubject: " || row.Subject ||
                        "\nMessage-Id: " || row.Id || "\nX-Message-Id: " || row.Id || "\nSeen: " ||
                        (row.IsNew ? "0" : "1") || "\n\n" || body;
+        block.Replace("\r", "", 1);
         block.AppendBytes(&LISTING::BLOCK_END, 1);
         progress.Show(TEXT_READING, Running(static_cast<int>(blocks.size())));
         bytes += block.Length();
@@ -149,7 +150,7 @@ bool HotmailGet(const MAILBOXCALL& call, const STRING& host, int fetchBody, STRI
         STRING message = page.Line(0, WORD_NEVERNULL).Word(1, " ", 1 | WORD_NEVERNULL);
         if (message.Length() == 0)
             message.Format("HTTP-Error %d", status);
-        result = STRING("-ERR ") || message;
+        result = LISTING::ErrorText(message.Text());
         return false;
     }
     SavePage("MAILGET HOTMAIL inbox\n", page, "hotmail-inbox.tmp");

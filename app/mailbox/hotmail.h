@@ -21,12 +21,12 @@ int HotmailLogin(WEBSESSION& session, const STRING& user, const STRING& password
 /// Follows the page's meta refresh, into `page`. A status number, 999 if there is none.
 int MetaRefresh(WEBSESSION& session, STRING& page);
 
-/// The listing of what an inbox page shows, the last row first, with "+OK " in front; false with "-ERR " if there is no
+/// The listing of what an inbox page shows, the last row first; false with "-ERR " if there is no
 /// table. fetchBody above 0 fetches each mail's own page too.
 bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, int fetchBody, STRING& page,
                     STRING& result);
 
-/// Reads the inbox: the listing with "+OK " in front, or false and "-ERR " with a number and a text.
+/// Reads the inbox: the listing, or false and "-ERR " with a number and a text.
 bool HotmailGet(const MAILBOXCALL& call, const STRING& host, int fetchBody, STRING& result);
 
 /// Deletes mails by their ids, one a line. The status number of the log-in: what the service says to the deletions is

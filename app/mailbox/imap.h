@@ -24,7 +24,7 @@ extern IMAPTIMES ImapTimes;
 inline constexpr int IMAP_BODY_BYTES = 4096;
 
 /// Reads a folder ("" for the inbox), newest mail first, with at most `bytes` bytes of each mail's first body part,
-/// into a listing with "+OK " in front, and stores in the item's @UidValidity under what its UIDs are valid. False,
+/// into a listing, and stores in the item's @UidValidity under what its UIDs are valid. False,
 /// with "-ERR " and the server's last line, if anything at all went wrong; a server that is gone before it has
 /// confirmed LOGOUT is no such thing.
 bool ImapGet(const MAILBOXCALL& call, const STRING& folder, int bytes, STRING& result);

@@ -18,12 +18,13 @@ bool IsEncrypted(std::string_view reply) {
 }
 
 STRING ErrorText(const char* line) {
-    return ASCII::BeginsWith(line, "-ERR ") ? STRING(line) : STRING("-ERR ") || line;
+    STRING text = ASCII::BeginsWith(line, "-ERR ") ? STRING(line) : STRING("-ERR ") || line;
+    text.Replace("\r", "", 1);
+    return text;
 }
 
 STRING SummaryLine(const STRING& count, const STRING& unread, bool unreadKnown, const STRING& size) {
-    return STRING("+OK ") || count || " msgs|" || unread || (unreadKnown ? " unread|" : " ?unread|") || size ||
-           " bytes\n";
+    return count || " msgs|" || unread || (unreadKnown ? " unread|" : " ?unread|") || size || " bytes\n";
 }
 
 SUMMARY ReadSummary(const STRING& listing) {

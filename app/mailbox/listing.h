@@ -9,7 +9,7 @@
 
 /// The listing: the text in which every mailbox delivers its mail and which everything else reads. A summary line of
 /// three fields split at "|" (count, unread, size), then for each mail its header lines, an empty line, the body, and a
-/// byte of value 1. Handlers put "+OK " in front of the summary line; GetMailbox takes it off. Lines end in "\n".
+/// byte of value 1. Lines end in "\n", and no "\r" is in it.
 namespace LISTING {
 
 inline constexpr char BLOCK_END = 1;
@@ -26,13 +26,13 @@ inline constexpr const char* TRANSPORT_HEADER = "X-Transport";
 bool IsEncrypted(std::string_view reply);
 /// Stands in the place of such a reply.
 inline constexpr const char* ENCRYPTED = "999 TLS only";
-/// "-ERR " and the line, or the line alone if it begins so already.
+/// "-ERR " and the line, or the line alone if it begins so already; without any "\r".
 STRING ErrorText(const char* line);
 
-/// "+OK ", count, " msgs|", unread, " ?unread|" or " unread|", size, " bytes\n"; the three go in as the server's text.
+/// Count, " msgs|", unread, " ?unread|" or " unread|", size, " bytes\n"; the three go in as the server's text.
 STRING SummaryLine(const STRING& count, const STRING& unread, bool unreadKnown, const STRING& size);
 
-/// Fields of the first line of a listing without its "+OK ".
+/// Fields of the first line of a listing.
 struct SUMMARY {
     STRING Line;         // without its "\n"
     int Count = 0;       // number at the start of field 0

@@ -35,7 +35,7 @@ struct MAILBOXCALL {
 /// What each kind of mailbox offers. A handler connects, logs on, does its work, logs off and disconnects within one
 /// call, on the work thread. MAILHANDLING has the table of them.
 struct MAILHANDLER {
-    /// The whole listing with "+OK " in front (see LISTING), or false and a text that begins "-ERR ".
+    /// The whole listing (see LISTING), or false and a text that begins "-ERR ".
     bool (*Get)(const MAILBOXCALL& call, STRING& result);
     /// ids: one message id a line. `error` comes in empty and may get a text on failure.
     bool (*Delete)(const MAILBOXCALL& call, const STRING& ids, STRING& error);

@@ -7,7 +7,6 @@
 #include "app/mailbox/listing.h"
 #include "app/mailbox/mailhandler.h"
 #include "app/mailbox/pop3.h"
-#include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 
 namespace {
@@ -42,12 +41,6 @@ constexpr struct {
     {ITEMTYPE_HOTMAIL, &HotmailHandler},
 };
 
-void RemoveReturns(STRING& text) {
-    char* begin = text.Data();
-    char* end = begin + text.Length();
-    text.Truncate(static_cast<int>(std::remove(begin, end, '\r') - begin));
-}
-
 }  // namespace
 
 template <class WORK>
@@ -72,13 +65,10 @@ STRING MAILHANDLING::GetMailbox(STRINGARRAY& item) {
     Trace("TARNWICK::GetMailbox %s\n", item.Get("Name").Text());
     item.Set("@InUpdate", "1");
     STRING text;
-    bool ok =
+    const bool listed =
         WithHandler(item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) { return handler.Get(call, text); });
-    if (ok && ASCII::BeginsWith(text.View(), "+OK "))
-        text.DeleteLeft(4);
-    else if (text.Length() == 0)
+    if (!listed && text.Length() == 0)
         text = "-ERR Unknown Error";
-    RemoveReturns(text);
     Trace("TARNWICK::GetMailbox rc= %s\n", text.Line(0).Text());
     item.Set("@InUpdate", "0");
     return text;

@@ -23,7 +23,7 @@ inline constexpr int POP_BODY_LINES = 100;
 /// The buffer of a line: longer ones come in pieces.
 inline constexpr int POP_LINE = 1024;
 
-/// Reads the mailbox, newest mail first, with `lines` lines of each body, into a listing with "+OK " in front; a single
+/// Reads the mailbox, newest mail first, with `lines` lines of each body, into a listing; a single
 /// mail that the server refuses to show is left out. True if the listing is whole, whatever the server says to QUIT;
 /// else false with "-ERR " and the server's line, or what has ended the conversation, or nothing if the server fell
 /// silent before the first mail.

@@ -149,7 +149,7 @@ TEST(Demo, ServesTheRealImapClient) {
     box.Item.Set("DoAltFolder", "0");
     box.Item.Set("UidValidity", "1");
     ASSERT_TRUE(ImapGet(box.Call(), "", IMAP_BODY_BYTES, result)) << Std(result);
-    EXPECT_EQ(result.Line(0), "+OK 3 msgs|3 unread|0 bytes");
+    EXPECT_EQ(result.Line(0), "3 msgs|3 unread|0 bytes");
     RECORDARRAY records(64, 64);
     ASSERT_EQ(BuildMailHash(result, records), 3);
     EXPECT_EQ(records[0]["Subject"], "three");

@@ -48,7 +48,7 @@ TEST_F(WebMailService, ShowsItsInboxToTheRealClientInAllEditions) {
         Serve(edition);
         EXPECT_EQ(Get("wrong"), "-ERR 999 No meta http-equiv found");
         const STRING listing = Get("pw");
-        EXPECT_EQ(listing.Line(0), "+OK 3 msgs|2 unread|0 bytes");
+        EXPECT_EQ(listing.Line(0), "3 msgs|2 unread|0 bytes");
         RECORDARRAY mails(8, 8);
         ASSERT_EQ(BuildMailHash(listing, mails), 3);
         const char* const expected[][4] = {{"bare@example.org",
@@ -68,7 +68,7 @@ TEST_F(WebMailService, ShowsItsInboxToTheRealClientInAllEditions) {
 TEST_F(WebMailService, DeletesAndRemembersWhatWasRead) {
     Serve(EDITION::German);
     EXPECT_NE(Get("pw", 1).Pos("\n\nline 1\n"), -1);
-    EXPECT_EQ(Get("pw").Line(0), "+OK 3 msgs|0 unread|0 bytes");
+    EXPECT_EQ(Get("pw").Line(0), "3 msgs|0 unread|0 bytes");
     EXPECT_EQ(HotmailDelete({Item, Progress, Settings, Never, "", "demo", "pw"}, "\nMSG2\nMSG99\nMSG1\n"), 200);
     ASSERT_EQ(Store.Mails().size(), 1U);
     EXPECT_EQ(Store.Mails()[0]->Number, 3);

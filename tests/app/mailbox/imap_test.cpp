@@ -24,7 +24,7 @@ const std::vector<EXCHANGE> WHOLE = {
     {"LOGOUT", "* BYE\r\n" + DONE},
 };
 const std::string LISTED =
-    "+OK 1 msgs|0 unread|0 bytes\nX-Size: 120\nX-Transport: From: a\\r\\nTo: b\\r\\n\\r\\n\nFrom: a\nTo: b\n"
+    "1 msgs|0 unread|0 bytes\nX-Size: 120\nX-Transport: From: a\\r\\nTo: b\\r\\n\\r\\n\nFrom: a\nTo: b\n"
     "Message-Id: 42\nSeen: 1\n\nline\n .\n\n\1";
 
 std::string Replaced(std::string text, const std::string& from, const std::string& to) {
@@ -82,14 +82,14 @@ TEST(ImapGet, OutcomeOfWhatAServerMaySay) {
         std::string From, To;
         bool Late = false;  // silent, though it has said something
     } cases[] = {
-        {"all well", LOGOUT, DONE, END, "+OK", "+OK"},
+        {"all well", LOGOUT, DONE, END, "1 msgs", "1 msgs"},
         {"log-on refused", LOGIN, "$NO who\r\n", END, "", "-ERR IMAPCMD_0 NO who"},
         {"OK without a blank", LOGIN, "$OK\r\n", END, "", "-ERR IMAPCMD_0 OK"},
         {"a refusal that speaks of OK", LOGIN, "$NO it was OK once\r\n", END, "", "-ERR IMAPCMD_0 NO it was OK once"},
         {"an encrypted port", LOGIN, "\x15\x03\x01", END, "", "-ERR 999 TLS only", true},
         {"log-on silent", LOGIN, "", END, "", "-ERR "},
         {"a tag in another case is none", SELECT, "* 1 EXISTS\r\nimapcmd_1 OK x\r\n", END, "", "-ERR ", true},
-        {"an earlier tag is none", SELECT, "* 1 EXISTS\r\nIMAPCMD_0 OK x\r\n" + DONE, SEARCH, "+OK", "+OK"},
+        {"an earlier tag is none", SELECT, "* 1 EXISTS\r\nIMAPCMD_0 OK x\r\n" + DONE, SEARCH, "1 msgs", "1 msgs"},
         {"no count", SELECT, DONE, END, "", "-ERR IMAP99 BAD 'EXISTS' not found"},
         {"a count below none", SELECT, "* -1 EXISTS\r\n" + DONE, END, "", "-ERR IMAP99 BAD 'EXISTS' not found"},
         {"a count past all numbers", SELECT, "* 4294967297 EXISTS\r\n" + DONE, END, "",
@@ -98,17 +98,17 @@ TEST(ImapGet, OutcomeOfWhatAServerMaySay) {
          "* OK 5\r\n* 0 RECENT\r\n* OK [ALERT] 5 EXISTS {3}\r\n* X \"open {9}\r\n* 5 EXISTS x\r\n* 1 exists\r\n* 9 "
          "EXISTS\r\n" +
              DONE,
-         SEARCH, "+", "+"},
+         SEARCH, "msgs", "msgs"},
         {"names in literals", SELECT,
          "* LIST () \"{9}\" " + literal("IMAPCMD_1 NO\r\n* 5 EXISTS") + "\r\n* X {2}\r\nab {13}\r\n\r\n* 5 EXISTS\r\n" +
              "\r\n* 1 EXISTS\r\n" + DONE,
-         SEARCH, "+", "+"},
-        {"nothing there", SELECT, "* 0 EXISTS\r\n" + DONE, LOGOUT, LISTED.substr(4), "0 msgs|? unread|0 bytes\n"},
+         SEARCH, "msgs", "msgs"},
+        {"nothing there", SELECT, "* 0 EXISTS\r\n" + DONE, LOGOUT, LISTED, "0 msgs|? unread|0 bytes\n"},
         {"the server leaves", SEARCH, "* BYE too busy\r\n", END, "", "-ERR ", true},
         {"no search result", SEARCH, DONE, END, "", "-ERR IMAP99 BAD SEARCH result error"},
-        {"nothing found", SEARCH, "* SEARCH\r\n" + DONE, LOGOUT, LISTED.substr(4), none},
+        {"nothing found", SEARCH, "* SEARCH\r\n" + DONE, LOGOUT, LISTED, none},
         {"found in several lines", SEARCH, "* SEARCH \r\n* 2 EXISTS\r\n* SEARCHES 8\r\n* search 7 -3 0\r\n" + DONE,
-         SIZE, "+", "+"},
+         SIZE, "msgs", "msgs"},
         {"size refused", SIZE, "$NO gone\r\n", END, "", "-ERR IMAPCMD_3 NO gone"},
         {"no size", SIZE, "* 7 FETCH ()\r\n" + DONE, HEADER, "X-Size: 120\n", ""},
         {"sizes of others", SIZE,
@@ -149,13 +149,13 @@ TEST(ImapGet, OutcomeOfWhatAServerMaySay) {
          "* 3 FETCH (FLAGS ())\r\n" + fieldsReply("From: a\r\nTo: b\r\nSubject: FLAGS ()\r\n", " flags (x \\SEEN)"),
          UID, "To: b\nMe", "To: b\nSubject: FLAGS ()\nMe"},
         {"flags of others alone", FIELDS, "* 3 FETCH (FLAGS (\\Seen))\r\n" + fieldsReply("From: a\r\nTo: b\r\n"), UID,
-         LISTED.substr(4), Replaced(Replaced(LISTED.substr(4), "0 unread", "? unread"), "Seen: 1", "Seen: 0")},
+         LISTED, Replaced(Replaced(LISTED, "0 unread", "? unread"), "Seen: 1", "Seen: 0")},
         {"a field does not end the block", FIELDS,
          fieldsReply(std::string("From: \1b\0c\r\nTo: b\r\n", 19), " FLAGS (\\Seen)"), UID, "From: a\nTo",
          "From:  b c\nTo"},
         {"no UID", UID, DONE, END, "", "-ERR IMAP99 BAD UID (not found)"},
         {"a UID that is no number", UID, "* 7 FETCH (UID 4|2)\r\n" + DONE, END, "", "-ERR IMAP99 BAD UID (not found)"},
-        {"a UID, though refused", UID, "* 7 FETCH (FLAGS () uid 42\r\n$NO\r\n", BODY, "+", "+"},
+        {"a UID, though refused", UID, "* 7 FETCH (FLAGS () uid 42\r\n$NO\r\n", BODY, "msgs", "msgs"},
         {"a body as a short text", BODY, bodyReply("\"line\""), LOGOUT, "line\n .\n\n", "line\n"},
         {"a body refused", BODY, "$NO\r\n", LOGOUT, "line\n .\n\n", "<2993>\n"},
         {"a body that looks like the contract's marks", BODY, bodyReply(literal("*\r\n\1\r\n..\r\n * \r\n.\r\r\n")),
@@ -177,7 +177,7 @@ TEST(ImapGet, OutcomeOfWhatAServerMaySay) {
 // What one turn for each mail says; a list of mails longer than any line buffer is one list.
 TEST(ImapGet, NewestFirstWithoutBodies) {
     constexpr int MAILS = 1100;
-    std::string list = "* SEARCH", expected = "+OK 1100 msgs|1 unread|0 bytes\n";
+    std::string list = "* SEARCH", expected = "1100 msgs|1 unread|0 bytes\n";
     std::vector<EXCHANGE> exchanges = {{"LOGIN joe pw", DONE}, {"SELECT spam", "* 1100 EXISTS\r\n" + DONE}};
     for (int i = 1; i <= MAILS; ++i)
         list += " " + std::to_string(i);
@@ -257,7 +257,7 @@ TEST(ImapGet, FoldersOnTheWireAndUnderWhatTheirUidsAreValid) {
         STRING result;
         const bool ok = ImapGet(row.Call(STRING(server.HostPort())), c.Folder, 0, result);
         const OUTCOME expected =
-            c.Validity ? OUTCOME{true, "+OK 0 msgs|? unread|0 bytes\n"} : OUTCOME{false, "-ERR IMAPCMD_1 NO"};
+            c.Validity ? OUTCOME{true, "0 msgs|? unread|0 bytes\n"} : OUTCOME{false, "-ERR IMAPCMD_1 NO"};
         EXPECT_EQ(Problem(server, exchanges, {ok, Std(result)}, expected), "");
         if (c.Validity) {
             EXPECT_EQ(Std(row.Item.Get("@UidValidity")), c.Validity);

@@ -1,5 +1,6 @@
 #include "app/mailbox/listing.h"
 
+#include "corelib/base/ascii.h"
 #include "tests/support/testsupport.h"
 
 namespace {
@@ -26,6 +27,11 @@ TEST(Listing, BlocksOfATextAreThoseThatTheEndBytesCut) {
             blocks.emplace_back(block);
         EXPECT_EQ(blocks, c.Blocks) << testing::PrintToString(c.Text);
     }
+}
+
+TEST(Listing, ErrorsHaveOnePrefixAndNoReturns) {
+    for (const char* line : {"-err no\r", "-ERR \rno", "no", "\rno"})
+        EXPECT_TRUE(ASCII::Equal(LISTING::ErrorText(line).View(), "-ERR no")) << line;
 }
 
 TEST(Listing, WriterGivesBackItsPieces) {

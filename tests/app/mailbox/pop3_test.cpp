@@ -21,7 +21,7 @@ const std::vector<EXCHANGE> WHOLE = {
     {"TOP 1 0", "+OK\r\nC: d\r\n\r\n.\r\n"},
     {"QUIT", "+OK bye\r\n"},
 };
-const std::string SUMMARY = "+OK 2 msgs|2 ?unread|70 bytes\n";
+const std::string SUMMARY = "2 msgs|2 ?unread|70 bytes\n";
 const std::string BLOCK2 = "X-Size: 40\nX-Message-Id: 2|40\nA: b\n\n..x\n.\n\1";
 const std::string BLOCK1 = "X-Size: 30\nX-Message-Id: 1|30\nC: d\n\n.\n\1";
 
@@ -64,7 +64,7 @@ TEST(PopGet, OutcomeOfWhatAServerMaySay) {
         {"password's reply empty", PASS, "\r\n", end, {false, "-ERR "}},
         {"STAT refused without a blank", STAT, "-ERR\r\n", end, {false, "-ERR -ERR"}},
         {"STAT runs on and has more words", STAT, "+OKAY 2 70 and more\r\n", From(LIST2), {true, SUMMARY + tail}},
-        {"an empty mailbox", STAT, "+OK 0 0\r\n", quit, {true, "+OK 0 msgs|0 ?unread|0 bytes\n"}},
+        {"an empty mailbox", STAT, "+OK 0 0\r\n", quit, {true, "0 msgs|0 ?unread|0 bytes\n"}},
         {"a negative count", STAT, "+OK -5 9\r\n", end, badStat},
         {"a negative size", STAT, "+OK 2 -9\r\n", end, badStat},
         {"a count past all numbers", STAT, "+OK 99999999999 99999999999\r\n", end, badStat},
@@ -72,8 +72,8 @@ TEST(PopGet, OutcomeOfWhatAServerMaySay) {
         {"more mails than bytes", STAT, "+OK 71 70\r\n", end, badStat},
         {"a count that runs on", STAT, "+OK 2x 70\r\n", end, badStat},
         {"no count", STAT, "+OK ready\r\n", end, badStat},
-        {"a size that is not known", STAT, "+OK 2 0\r\n", From(LIST2), {true, "+OK 2 msgs|2 ?unread|0 bytes\n" + tail}},
-        {"a size in words", STAT, "+OK 2 many\r\n", From(LIST2), {true, "+OK 2 msgs|2 ?unread|many bytes\n" + tail}},
+        {"a size that is not known", STAT, "+OK 2 0\r\n", From(LIST2), {true, "2 msgs|2 ?unread|0 bytes\n" + tail}},
+        {"a size in words", STAT, "+OK 2 many\r\n", From(LIST2), {true, "2 msgs|2 ?unread|many bytes\n" + tail}},
         {"newest refused", LIST2, "-ERR\r\n", From(LIST1), {true, without2}},
         {"oldest refused", LIST1, "-ERR\r\n", quit, {true, without1}},
         {"oldest not shown", TOP1, "-ERR\r\n", quit, {true, without1}},
