@@ -38,6 +38,11 @@ void TRASHSTORE::SetDirectory(const STRING& dataDir) {
     Folder = OSYS::FilePath(dataDir.Text(), TRASH_FOLDER);
     CounterFile = OSYS::FilePath(dataDir.Text(), TRASH_COUNTER);
     Known = 0;
+    Recount();
+}
+
+void TRASHSTORE::Recount() {
+    MailCount = OSYS::CollectFiles(Folder.Text(), "*.ini", nullptr, 0);
 }
 
 uint64_t TRASHSTORE::NextId() {
@@ -74,8 +79,10 @@ bool TRASHSTORE::SaveToTrash(const STRINGARRAY& record) {
     copy.Set("X-TrashId", STRING(std::string_view(name)));
     const STRING header = path || ".ini";
     if (copy.Save(header.Text())) {
-        if (record.Get("Body").Save((path || ".txt").Text(), "w"))
+        if (record.Get("Body").Save((path || ".txt").Text(), "w")) {
+            ++MailCount;
             return true;
+        }
         FILES::Remove(header.Text());
     }
     Trace("TRASHSTORE::SaveToTrash %s cannot be written\n", path.Text());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 
@@ -22,6 +23,11 @@ class TRASHSTORE {
 
     STRING Directory() const { return Folder; }
 
+    /// How many mails are in the folder: by the last look at it, and those saved since then.
+    int Mails() const { return MailCount; }
+    /// Looks at the folder again, which its user may have emptied by hand.
+    void Recount();
+
  private:
     uint64_t NextId();
 
@@ -29,6 +35,7 @@ class TRASHSTORE {
     STRING Folder;
     STRING CounterFile;
     uint64_t Known = 0;  // the next id, once the folder has been looked at
+    std::atomic<int> MailCount = 0;
 };
 
 /// The folder's name in the data directory, and the counter's.

@@ -3,15 +3,13 @@
 #include <string>
 
 #include "app/core/settings.h"
-#include "corelib/system/osys.h"
 
-STRING MainTitle(const TEXTS& texts, const ARGUMENTS& arguments, bool suspended, const STRING& trash) {
+STRING MainTitle(const TEXTS& texts, const ARGUMENTS& arguments, bool suspended, int trashedMails) {
     STRING title = texts.Get(TEXT_TITLE);
     if (!arguments.TestArg("NOVERS"))
         title += STRING(" ") || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX;
     if (suspended)
         title += " " || texts.Get(TEXT_SUSPENDED);
-    const int trashedMails = OSYS::CollectFiles(trash.Text(), "*.ini", nullptr, 0);
     if (trashedMails > 0) {
         STRING trashed = texts.Get(TEXT_TRASHED);
         trashed.Replace("$HOWMANY", std::to_string(trashedMails).c_str(), 1);

@@ -138,8 +138,8 @@ void MAINWINDOW::SetMainTitle() {
     Calls.PostLatest({CALL_TITLE, 0}, [this] {
         if (!Application)
             return;
-        const STRING title = MainTitle(App.Texts(), App.Arguments(), Application->Cycle().IsSuspended(),
-                                       Application->Trash().Directory());
+        const STRING title =
+            MainTitle(App.Texts(), App.Arguments(), Application->Cycle().IsSuspended(), Application->Trash().Mails());
         if (title != Title())
             SetTitle(title);
     });

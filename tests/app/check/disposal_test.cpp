@@ -113,15 +113,27 @@ TEST_F(Disposal, FollowsTheFirstVerdictThatApplies) {
 }
 
 TEST_F(Disposal, KeepsReadableCopies) {
+    EXPECT_EQ(Trash.Mails(), 0);
     EXPECT_TRUE(Trash.SaveToTrash(Mail("200")));
     EXPECT_TRUE(Trash.SaveToTrash(Mail("200")));
     EXPECT_EQ(TrashFiles(Dir).size(), 4U);
+    EXPECT_EQ(Trash.Mails(), 2);
     STRINGARRAY copy;
     ASSERT_TRUE(copy.Load((Dir.File(TRASH_FOLDER) || "\\100000001.ini").Text()));
     EXPECT_EQ(Std(copy.Get("X-TrashId")), "100000001");
     EXPECT_EQ(Std(copy.Get("Subject")), "s\nX-TrashId=7");
     EXPECT_FALSE(copy.Exists("Body"));
     EXPECT_EQ(TrashFile("100000001.txt"), "line 1\r\nline 2\r\n");
+
+    // Another run counts what is there; of a mail that was taken away by hand the other file may have stayed.
+    TRASHSTORE later;
+    later.SetDirectory(Dir.Path());
+    EXPECT_EQ(later.Mails(), 2);
+    FILES::Remove((Dir.File(TRASH_FOLDER) || "\\100000000.ini").Text());
+    later.Recount();
+    EXPECT_EQ(later.Mails(), 1);
+    later.SetDirectory(Dir.File("none"));
+    EXPECT_EQ(later.Mails(), 0);
 }
 
 TEST_F(Disposal, NeverGivesAnIdTwice) {

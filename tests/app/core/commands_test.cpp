@@ -182,12 +182,9 @@ TEST(MainTitles, NameVersionAndWhatIsUnusual) {
     const TEXTTABLE texts(
         {{TEXT_TITLE, "Title"}, {TEXT_SUSPENDED, "(paused)"}, {TEXT_TRASHED, " - $HOWMANY in the trash"}});
     const ARGUMENTS plain("tarnwick");
-    TEMPDIR trash;
-    EXPECT_EQ(Std(MainTitle(texts, plain, false, trash.Path())), "Title 2.02");
-    for (const char* name : {"1.ini", "1.txt", "2.ini"})
-        WriteBytes(trash.File(name), "");
-    EXPECT_EQ(Std(MainTitle(texts, plain, true, trash.Path())), "Title 2.02 (paused) - 2 in the trash");
-    EXPECT_EQ(Std(MainTitle(texts, ARGUMENTS("tarnwick", "/novers"), false, trash.File("none"))), "Title");
+    EXPECT_EQ(Std(MainTitle(texts, plain, false, 0)), "Title 2.02");
+    EXPECT_EQ(Std(MainTitle(texts, plain, true, 2)), "Title 2.02 (paused) - 2 in the trash");
+    EXPECT_EQ(Std(MainTitle(texts, ARGUMENTS("tarnwick", "/novers"), false, 0)), "Title");
 }
 
 }  // namespace
