@@ -47,6 +47,7 @@ TEST(Email, TakesEachReplyByItsNumber) {
     EXPECT_EQ(Send(ALL, written, "a@b", "c@d", "text", 0), "1: former");
     EmailTimes = {20, 300};
     EXPECT_EQ(Send("", written), "0: ");
+    EmailTimes.GreetingMs = 60000;
     EXPECT_EQ(Send(START + "354 data\r\n", written), "1: ") << "handed over, whatever became of it";
     EmailTimes = {};
     for (const auto& [host, result] : {std::pair{"127.0.0.1:" + std::to_string(ClosedPort()), "No response"},
