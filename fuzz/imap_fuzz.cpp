@@ -44,7 +44,8 @@ struct MAIL {
 // What a correct server says to one command about three mails; flags stand after the text if `flagsLast` is set.
 std::string Answer(const std::string& line, const MAIL (&mails)[3], bool flagsLast) {
     const size_t blank = line.find(' ');
-    const std::string done = line.substr(0, blank) + " OK done\r\n", command = line.substr(blank + 1);
+    const std::string command = line.substr(blank + 1);
+    std::string done = line.substr(0, blank) + " OK done\r\n";
     if (command.starts_with("SELECT"))
         return "* 3 EXISTS\r\n* OK [UIDVALIDITY 7] ok\r\n" + done;
     if (command.starts_with("SEARCH"))

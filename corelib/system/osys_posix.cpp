@@ -130,6 +130,7 @@ bool MakeDirectory(const char* path) {
 }
 
 STRING GetCurrentDir() {
+    // It makes the room itself. NOLINTNEXTLINE(clang-analyzer-unix.StdCLibraryFunctions)
     std::unique_ptr<char, decltype(&free)> path(getcwd(nullptr, 0), &free);
     return path ? FILES::SystemPath(path.get()) : STRING();
 }

@@ -62,7 +62,7 @@ STRING PushFolder(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG&
     CoTaskMemFree(chosen);
     if (!named)
         return value;
-    STRING folder = PathFromWide(path.c_str());
+    STRING folder = PathFromWide(path.c_str());  // NOLINT(readability-redundant-string-cstr): up to its end
     if (!folder.NotNull())
         return value;
     folder.ChopLast('\\');

@@ -174,7 +174,7 @@ TEST_F(Lifecycle, ClosingDuringACheckWaitsForItAndSaves) {
 }
 
 TEST_F(Lifecycle, TheEndOfTheSessionSavesAtOnce) {
-    for (const WPARAM open : {0, int{COMMAND_ADD_ITEM}, int{COMMAND_DELETE_ITEMS}}) {
+    for (const WPARAM open : {0, COMMAND_ADD_ITEM, COMMAND_DELETE_ITEMS}) {
         OpenChecking();
         EXPECT_EQ(SendMessageW(Window->hWnd, WM_QUERYENDSESSION, 0, 0), 1);
         Engine->pState.Set("PopupDuration", "78");
