@@ -231,6 +231,7 @@ TEST_F(Lifecycle, OpeningWindowsLeavesNoHandlesBehind) {
         MAINWINDOW window(*App);
         window.SetApplication(Engine.get());
         window.Begin(true);
+        window.MakeTaskbarIcon();
         Pump();
         window.SetApplication(nullptr);
     });

@@ -14,13 +14,6 @@ std::string Joined(const DYNARRAY<STRING>& array) {
 
 }  // namespace
 
-TEST(DynarrayTest, SplitsLikeWord) {
-    EXPECT_EQ(Joined(DYNARRAY<STRING>(STRING("a|b||c"), "|", 4, 4)), "a,b,,c");
-    EXPECT_EQ(DYNARRAY<STRING>(STRING("a|"), "|", 4, 4).Count(), 2);
-    EXPECT_EQ(DYNARRAY<STRING>(STRING(""), "|", 4, 4).Count(), 1);
-    EXPECT_EQ(DYNARRAY<STRING>(STRING(), "|", 4, 4).Count(), 0);
-}
-
 TEST(DynarrayTest, InsertGrowsInStepsAndDeleteShifts) {
     DYNARRAY<STRING> array(1, 3);
     array.Add("b");

@@ -22,18 +22,6 @@ TEST(FilesTest, TextFormOnDisk) {
     EXPECT_TRUE(text.NotNull());
 }
 
-TEST(FilesTest, AReplacedFileIsWholeAndLeavesNothingBeside) {
-    TEMPDIR dir;
-    STRING file = dir.File("data.ini");
-    for (int length : {10, 100000, 3}) {
-        std::string bytes(static_cast<size_t>(length), 'x');
-        ASSERT_TRUE(FILES::ReplaceAll(file.Text(), bytes, false));
-        EXPECT_EQ(ReadBytes(file), bytes);
-    }
-    auto entries = std::filesystem::directory_iterator(dir.Native());
-    EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
-}
-
 TEST(FilesTest, FailuresLeaveTheOldFile) {
     TEMPDIR dir;
     STRING file = dir.File("data.ini");
@@ -50,24 +38,6 @@ TEST(FilesTest, FailuresLeaveTheOldFile) {
     EXPECT_FALSE(FILES::FlushFolder(dir.File("missing").Text()));
     EXPECT_FALSE(FILES::FlushFolder(file.Text())) << "a file";
     EXPECT_EQ(ReadBytes(file), "old");
-}
-
-TEST(FilesTest, AFileIsNotCopiedOntoItself) {
-    TEMPDIR dir;
-    const STRING file = dir.File("a.ini");
-    WriteBytes(file, "a");
-    WriteBytes(dir.File("b.ini"), "a");
-    std::filesystem::create_directory(dir.Native("sub"));
-    for (const char* spelling : {"a.ini", ".\\a.ini", "\\a.ini", "sub\\..\\a.ini"}) {
-        EXPECT_TRUE(FILES::SamePlace(file.Text(), dir.File(spelling).Text())) << spelling;
-        EXPECT_FALSE(FILES::Copy(file.Text(), dir.File(spelling).Text())) << spelling;
-    }
-    EXPECT_EQ(ReadBytes(file), "a");
-    EXPECT_TRUE(FILES::SamePlace(dir.Path(), dir.File("sub\\..\\").Text()));
-    for (const char* other : {"b.ini", "sub", "missing", ""})
-        EXPECT_FALSE(FILES::SamePlace(file.Text(), dir.File(other).Text())) << other;
-    EXPECT_FALSE(FILES::SamePlace(dir.File("missing").Text(), dir.File("missing").Text()));
-    EXPECT_TRUE(FILES::Copy(file.Text(), dir.File("b.ini").Text()));
 }
 
 // Somebody else, say a virus scanner, reads the file until the program has waited a few times.

@@ -2,18 +2,6 @@
 
 #include "tests/support/testsupport.h"
 
-TEST(StringarrayTest, KeysAreOneWhateverTheirCase) {
-    STRINGARRAY table;
-    table["Name"] = "x";
-    EXPECT_EQ(table["NAME"], "x");
-    table["_"] = "u";
-    table["a"] = "1";
-    EXPECT_EQ(table.AsText(), "_=u\na=1\nName=x\n");
-    EXPECT_EQ(table.Delete("name"), 1);
-    EXPECT_EQ(table.Delete("name"), 0);
-    EXPECT_FALSE(table.Exists("Name"));
-}
-
 TEST(StringarrayTest, ValuesOfEveryKindComeBack) {
     STRINGARRAY table;
     table["Plain"] = "a=b{c}";

@@ -5,16 +5,6 @@
 
 #include "tests/support/testsupport.h"
 
-TEST(StringTest, NullAndEmptyAreDifferent) {
-    STRING none, empty("");
-    EXPECT_FALSE(none.NotNull());
-    EXPECT_EQ(none.Length(), 0);
-    EXPECT_TRUE(empty.NotNull());
-
-    none.AppendBytes(nullptr, 0);
-    EXPECT_TRUE(none.NotNull());
-}
-
 TEST(StringTest, NullReadsAsItsTextWhereThePlatformWouldCrash) {
     STRING none, x("x");
     EXPECT_EQ(x || none, "x<NULL>");
@@ -25,17 +15,6 @@ TEST(StringTest, NullReadsAsItsTextWhereThePlatformWouldCrash) {
     STRING cut("");
     cut.Append(none.Ptr(), 20);
     EXPECT_EQ(cut, "<NULL>") << "the length was that of the text which is missing";
-}
-
-TEST(StringTest, GrowthKeepsTheContent) {
-    STRING text;
-    std::string expected;
-    for (int i = 0; i < 200000; ++i) {
-        char c = static_cast<char>(i % 251);
-        text.AppendBytes(&c, 1);
-        expected += c;
-    }
-    EXPECT_EQ(Std(text), expected);
 }
 
 TEST(StringTest, TakesPiecesOfItself) {

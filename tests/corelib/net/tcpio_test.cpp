@@ -28,10 +28,6 @@ std::string Take(BASEIO& device, int room, int timeoutMs = LONG_MS, const char* 
     return out.substr(0, static_cast<size_t>(length));
 }
 
-bool GoesOffline(TCPIPIO& device) {
-    return Eventually([&] { return !device.IsOnline(); });
-}
-
 std::string Info(TCPIPIO& device, const char* key) {
     return Std(device.GetInfo(key));
 }
@@ -325,31 +321,6 @@ TEST_F(TcpIo, PaceCountsBytesForTheTimeThatWasWaited) {
         pace.Waited(1000);
     }
     EXPECT_TRUE(pace.IsTooSlow());
-}
-
-TEST_F(TcpIo, AClosedConnectionIsADropWithoutAnErrorAndCanBeReadOut) {
-    const std::string last(50000, 'z');
-    SCRIPTEDSERVER server({SCRIPT{Send(last), Cut()}, SCRIPT{Send("again")}});
-    TCPIPIO device("", "", "");
-    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
-    EXPECT_TRUE(GoesOffline(device));
-    EXPECT_EQ(LastErrors(device), "0 200 No Error");
-    EXPECT_EQ(device.NumAvail(), 50000);
-    EXPECT_EQ(Take(device, 100000, 20), last);
-    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
-    EXPECT_EQ(Take(device, 5), "again");
-}
-
-TEST_F(TcpIo, AResetAndADeadPeerEndTheCallToo) {
-    // Cut with a line that the server has not taken: the client gets a reset, while it reads or while it writes.
-    SCRIPTEDSERVER server(SCRIPT{ExpectPrefix(""), Send("x"), Cut()});
-    TCPIPIO device("", "", "");
-    ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
-    device.Write("one\r\ntwo\r\n", -1);
-    EXPECT_EQ(Take(device, 1), "x");
-    EXPECT_TRUE(Eventually([&] { return device.Write("three\r\n", -1) <= 0; }));
-    EXPECT_EQ(Info(device, "ONLINE"), "0");
-    EXPECT_EQ(LastErrors(device), "0 200 No Error");
 }
 
 TEST_F(TcpIo, ReadEndsByCountByStopByteOrByTime) {

@@ -1,9 +1,6 @@
 #include "corelib/net/tcpline.h"
 
-#include <atomic>
-#include <chrono>
 #include <string>
-#include <thread>
 
 #include "corelib/net/tcpio.h"
 #include "tests/servers/scriptedserver.h"
@@ -65,18 +62,6 @@ TEST(TcpLine, TellsAWholeLineFromAPieceOfOne) {
     EXPECT_EQ(read(5), "5678");
     for (const char* line : {" whole", ". whole", " whole", ".", ""})
         EXPECT_EQ(read(5), line);
-}
-
-TEST(TcpLine, AWaitEndsWhenTheProgramIsToEnd) {
-    CALL call({Send("there\r\n")});
-    std::atomic<bool> stop = false;
-    call.Device.SetStopQuestion([&] { return stop.load(); });
-    EXPECT_EQ(call.Line(), "there");
-    const auto start = std::chrono::steady_clock::now();
-    std::thread stopper([&] { stop = true; });
-    EXPECT_EQ(call.Line(), "<none>");
-    stopper.join();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST(TcpLine, WriteCommandReadsAReplyOnlyIfItIsAskedTo) {

@@ -43,22 +43,6 @@ TEST(Threads, AreWaitedFor) {
     EXPECT_EQ(OSYS::WaitThread(thread, 0), 0);
 }
 
-TEST(Threads, ADroppedOneRunsOn) {
-    for (int i = 0; i < 200; ++i) {
-        // Shared with a thread that nobody waits for.
-        auto work = std::make_shared<WORK>();
-        auto* hold = new std::shared_ptr<WORK>(work);
-        OSYS::CreateThread(
-            [](void* argument) {
-                std::unique_ptr<std::shared_ptr<WORK>> mine(static_cast<std::shared_ptr<WORK>*>(argument));
-                return Work(mine->get());
-            },
-            hold, nullptr);
-        work->Go.Set();
-        EXPECT_TRUE(Eventually([&] { return work->Done.load(); }));
-    }
-}
-
 TEST(Threads, ValuesOfOneKeyAreNotLostBetweenTwo) {
     constexpr int EACH = 40;
     TEMPDIR dir;

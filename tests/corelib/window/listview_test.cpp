@@ -47,33 +47,6 @@ TEST_F(LISTVIEWTEST, KeepsTextsDataAndOrderOfItsRows) {
     EXPECT_EQ(List.RowOf(4097), -1);
 }
 
-TEST_F(LISTVIEWTEST, TellsOfColumnsAndImagesThatItLacks) {
-    List.AddColumns("Name");
-    List.SetImages({2075, 2076});
-    EXPECT_ASSERTIONS(2);
-    EXPECT_EQ(List.InsertRecord(0, -1, "a\tb"), 0);
-    EXPECT_EQ(List.InsertRecord(0, 2077, "unknown"), 0);
-    EXPECT_EQ(List.Count(), 2);
-}
-
-TEST_F(LISTVIEWTEST, SelectsOneOrSeveralRows) {
-    List.AddColumns("Name");
-    for (int i = 0; i < 5; ++i)
-        List.InsertRecord(i, -1, "row");
-    EXPECT_EQ(List.FirstSelected(), -1);
-    List.Select(3);
-    List.Select(1);
-    EXPECT_EQ(List.SelectedCount(), 2);
-    EXPECT_EQ(List.FirstSelected(), 1);
-    EXPECT_EQ(List.NextSelected(1), 3);
-    List.SelectOnly(4);
-    EXPECT_EQ(List.SelectedCount(), 1);
-    EXPECT_EQ(List.FirstSelected(), 4);
-    EXPECT_ASSERTIONS(1);
-    List.Select(-1);
-    EXPECT_EQ(List.SelectedCount(), 1);
-}
-
 TEST(LISTVIEWS, GiveTheirRowsUpAsTheyGo) {
     static int deleted;
     deleted = 0;

@@ -78,15 +78,6 @@ TEST(HINTS, AreRememberedInTheRegistryOrATable) {
     }
 }
 
-TEST(HINTS, OfATableNeedAKey) {
-    STRINGARRAY table;
-    USER user(IDOK, true);
-    EXPECT_ASSERTIONS(1);
-    ShowHint(nullptr, "text", TITLE, PRODUCT, nullptr, &table);
-    EXPECT_EQ(user.Seen(), 1);
-    EXPECT_EQ(table.Count(), 0);
-}
-
 TEST(ASSERTIONS, AreAskedAboutOneAtATime) {
     bool another = false;
     Later([&] {

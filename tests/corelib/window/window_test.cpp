@@ -1,10 +1,13 @@
 #include "corelib/window/window.h"
 
 #include "corelib/system/registry.h"
+#include "corelib/window/controls.h"
+#include "corelib/window/dialog.h"
 #include "corelib/window/listview.h"
 #include "corelib/window/menus.h"
 #include "corelib/window/taskbaricon.h"
 #include "corelib/window/toolbar.h"
+#include "corelib/window/widetext.h"
 #include "tests/support/windowtest.h"
 
 namespace {
@@ -75,11 +78,6 @@ TEST(WINDOWS, PositionIsKeptWhileTheyShow) {
     window.Show();
     window.Move(40, 50, 320, 240);
     window.StoreWindowPos(PRODUCT, "Pos");
-    int32_t edges[4];
-    int size = sizeof edges;
-    ASSERT_TRUE(Values().Read("Pos", edges, &size));
-    EXPECT_EQ(size, 16);
-    EXPECT_EQ(edges[3], 290);
     window.Show(SW_MAXIMIZE);
     window.StoreWindowPos(PRODUCT, "Pos");
     window.Show(SW_RESTORE);
@@ -148,7 +146,7 @@ class PICTURES : public testing::Environment {
 
 TEST(WINDOWS, DoWithoutMenusAndPicturesThatAreMissing) {
     constexpr int MISSING = 4711;
-    EXPECT_ASSERTIONS(6);
+    EXPECT_ASSERTIONS(7);
     WINDOW window(FRAME, "bare", 0, 0, 300, 200, nullptr, MISSING, nullptr);
     EXPECT_NE(window.Hwnd(), nullptr);
     MENU(MISSING).Popup(window.Hwnd());
@@ -163,7 +161,7 @@ TEST(WINDOWS, DoWithoutMenusAndPicturesThatAreMissing) {
     LISTVIEW list(window.Hwnd(), 100);
     list.AddColumns("Name");
     list.SetImages({MISSING, 2075});
-    list.InsertRecord(0, MISSING, "without");
+    list.InsertRecord(0, MISSING, "without\ta second column");
     list.InsertRecord(0, 2075, "beside a gap");
     LVITEMW item{};
     item.mask = LVIF_IMAGE;
@@ -173,27 +171,67 @@ TEST(WINDOWS, DoWithoutMenusAndPicturesThatAreMissing) {
     EXPECT_TRUE(icon.IsUp());
 }
 
-TEST(WINDOWS, LeaveNoHandles) {
-    ExpectNoHandleGrowth(
-        [] {
-            SEEING window;
-            NEWTOOLBAR bar(window.Hwnd());
-            for (const int command : {2110, 2112, 2135})
-                bar.AddButton(command, command, TBSTYLE_CHECK);
-            bar.SetButtonText(2110, "Mail");
-            bar.ArrangeButtons();
-            LISTVIEW list(window.Hwnd(), 100);
-            list.Move(0, 40, 200, 100);
-            list.AddColumns("a\tb");
-            list.SetImages({2075, 2076});
-            list.InsertRecord(0, 2076, "x\ty");
-            window.Show();
-            UpdateWindow(window.Hwnd());
-            TASKBARICON icon(window.Hwnd(), 2050, "tip", WM_APP);
-            icon.SetIcon(2051);
-            Pump();
-        },
-        40);
+TEST(WIDETEXT, KeepsEveryByteOfTheCodePage) {
+    std::string all;
+    for (int i = 0; i < 256; ++i)
+        all += static_cast<char>(i);
+    EXPECT_EQ(Std(FromWide(WideText(std::string_view(all)))), all);
+    EXPECT_EQ(WideText(std::string_view("\x80")), L"\u20AC");
+    EXPECT_EQ(Std(FromWide(L"\u4E2D")), "?");
+}
+
+TEST(CONTROLS, MayOutliveTheirWindow) {
+    auto frame = std::make_unique<WINDOW>(DWORD{WS_OVERLAPPEDWINDOW}, "frame", 0, 0, 300, 200, nullptr, 0, nullptr);
+    EDITFIELD field(L"Edit", WS_BORDER, 0, frame->Hwnd(), 1);
+    field.SetText("text");
+    EXPECT_EQ(Std(EDITFIELD(frame->Hwnd(), 1).Text()), "text");
+    frame.reset();
+    EXPECT_EQ(field.Hwnd(), nullptr);
+}
+
+TEST(MENUS, RemoveASeparatorByTheNameOfItsMenu) {
+    const MENUHANDLE bar(CreateMenu());
+    const HMENU file = CreatePopupMenu();
+    AppendMenuW(file, MF_STRING, 1, L"Check &now\tF5");
+    AppendMenuW(file, MF_SEPARATOR, 0, nullptr);
+    AppendMenuW(file, MF_STRING, 2, L"E&xit");
+    AppendMenuW(bar.get(), MF_POPUP, reinterpret_cast<UINT_PTR>(file), L"&Accounts");
+    MENU menu(bar.get());
+    menu.DeleteSeparator("File", 1);
+    EXPECT_EQ(GetMenuItemCount(file), 3);
+    EXPECT_ASSERTIONS(1);
+    menu.DeleteSeparator("ACCOUNTS", 0);
+    EXPECT_EQ(GetMenuItemCount(file), 3);
+    menu.DeleteSeparator("ACCOUNTS", 1);
+    EXPECT_EQ(GetMenuItemCount(file), 2);
+}
+
+const DIALOGTEMPLATE EMPTY(WS_POPUP | WS_CAPTION, "Frage", 160, 60, "MS Shell Dlg", 8);
+
+class ANSWERING : public DIALOG {
+ public:
+    ANSWERING() : DIALOG(EMPTY) {}
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
+        return message == WM_APP ? 77 : DIALOG::WinProc(message, first, second);
+    }
+};
+
+LRESULT CALLBACK AnswerFive(HWND dialog, UINT message, WPARAM first, LPARAM second) {
+    return message == WM_APP + 1 ? 5 : DIALOGSUBCLASS::Former(dialog, message, first, second);
+}
+
+TEST(DIALOGTEST, AnswersThroughTheProcedureThatReplacesItsOwnForAWhile) {
+    ANSWERING page;
+    ASSERT_TRUE(page.Create(nullptr));
+    {
+        const DIALOGSUBCLASS custom(page.Hwnd(), AnswerFive);
+        EXPECT_EQ(SendMessageW(page.Hwnd(), WM_APP + 1, 0, 0), 5);
+        EXPECT_EQ(SendMessageW(page.Hwnd(), WM_APP, 0, 0), 77);
+        EXPECT_ASSERTIONS(1);
+        const DIALOGSUBCLASS second(page.Hwnd(), AnswerFive);
+    }
+    EXPECT_EQ(SendMessageW(page.Hwnd(), WM_APP + 1, 0, 0), 0);
+    EXPECT_EQ(SendMessageW(page.Hwnd(), WM_APP, 0, 0), 77);
 }
 
 }  // namespace
