@@ -26,10 +26,6 @@ void Click(HWND window, int x, int y);
 /// A key pressed and released in a window, through its queue.
 void TypeKey(HWND window, int key);
 
-/// What the user would see of a window, as a BMP file of the host's own kind of path: to look at while a test is
-/// written.
-bool SavePicture(HWND window, const char* path);
-
 /// Handles of this process: pictures, fonts and the like, and windows, menus and icons.
 int GdiHandles();
 int UserHandles();

@@ -156,32 +156,30 @@ TEST_F(Check, PausesBehindAPopup) {
 
 TEST_F(Check, NothingButAWholeListingForgetsMails) {
     const std::string block = "Message-Id: b\n\nbody\n\1";
-    const struct {
-        std::string Listing;
-        bool Good;
-    } CASES[] = {{"", false},
-                 {"\n" + block, false},
-                 {"msgs|1 unread|0 bytes\n" + block, false},
-                 {"-1 msgs|1 unread|0 bytes\n" + block, false},
-                 {"1 msgs|1 unread|0 bytes\n", false},
-                 {"1 msgs", false},
-                 {"1 msgs|1 unread|0 bytes\n\1" + block, false},  // an empty block ends it
-                 {"+OK ", false},
-                 {"+OK 2 msgs|2 unread|0 bytes\n" + block, false},
-                 {"+OK 1 msgs|1 unread|0 bytes\n" + block, false},
-                 {"0 msgs|? unread|0 bytes\n", true}};
+    const std::pair<std::string, bool> CASES[] = {
+        {"", false},
+        {"\n" + block, false},
+        {"msgs|1 unread|0 bytes\n" + block, false},
+        {"-1 msgs|1 unread|0 bytes\n" + block, false},
+        {"1 msgs|1 unread|0 bytes\n", false},
+        {"1 msgs", false},
+        {"1 msgs|1 unread|0 bytes\n\1" + block, false},  // an empty block ends it
+        {"+OK ", false},
+        {"+OK 2 msgs|2 unread|0 bytes\n" + block, false},
+        {"+OK 1 msgs|1 unread|0 bytes\n" + block, false},
+        {"0 msgs|? unread|0 bytes\n", true}};
     STRINGARRAY& item = AddItem("a", 0);
     EXPECT_ASSERTIONS(1);  // the empty text
-    for (const auto& c : CASES) {
+    for (const auto& [listing, good] : CASES) {
         item.Set("LastSeenIds", "old");
         item.Set("@FileStore", "stored");
         item.Set("@DisposedMails", "");
         item.Set("TrashedMails", "");
-        Mailboxes.Listing = STRING(std::string_view(c.Listing));
+        Mailboxes.Listing = STRING(std::string_view(listing));
         CHECKCYCLE::ForceRefresh(item, 0);
         Cycle.UpdateItem(item);
-        EXPECT_EQ(Value("LastSeenIds") == "old" && Value("@FileStore") == "stored", !c.Good) << c.Listing;
-        EXPECT_EQ(Value("LastRC") == "0E|0E" && Value("LastValue") == "Error: Unknown Error", !c.Good) << c.Listing;
+        EXPECT_EQ(Value("LastSeenIds") == "old" && Value("@FileStore") == "stored", !good) << listing;
+        EXPECT_EQ(Value("LastRC") == "0E|0E" && Value("LastValue") == "Error: Unknown Error", !good) << listing;
     }
 }
 
@@ -319,22 +317,19 @@ TEST_F(Counts, AreShownWhenTheyChange) {
     STRINGARRAY& item = AddItem("a", 0);
     const LIST DRAWN = {"icon", "tooltip"};
     const LIST DRAWN_AND_QUIET = {"icon", "tooltip", "blinking stops"};
-    const struct {
-        const char* LastRc;
-        LIST Journal;
-    } STEPS[] = {{"", DRAWN},
-                 {"", {}},
-                 {"9|3", DRAWN},
-                 {"8|3", {}},
-                 {"9|4", DRAWN},
-                 {"9|2", DRAWN_AND_QUIET},
-                 {"0E|0E", DRAWN_AND_QUIET},
-                 {"0|0", DRAWN}};
-    for (const auto& step : STEPS) {
-        item.Set("LastRC", step.LastRc);
+    const std::pair<const char*, LIST> STEPS[] = {{"", DRAWN},
+                                                  {"", {}},
+                                                  {"9|3", DRAWN},
+                                                  {"8|3", {}},
+                                                  {"9|4", DRAWN},
+                                                  {"9|2", DRAWN_AND_QUIET},
+                                                  {"0E|0E", DRAWN_AND_QUIET},
+                                                  {"0|0", DRAWN}};
+    for (const auto& [lastRc, journal] : STEPS) {
+        item.Set("LastRC", lastRc);
         Cycle.Turn();
-        EXPECT_EQ(Journal.Take(), step.Journal) << step.LastRc;
-        EXPECT_EQ(Notifier.TakeCalls(), step.Journal == DRAWN_AND_QUIET ? LIST{"sound stops"} : LIST{}) << step.LastRc;
+        EXPECT_EQ(Journal.Take(), journal) << lastRc;
+        EXPECT_EQ(Notifier.TakeCalls(), journal == DRAWN_AND_QUIET ? LIST{"sound stops"} : LIST{}) << lastRc;
     }
 }
 

@@ -51,10 +51,7 @@ TEST_F(NewMail, TellsEachMailOnce) {
 
 TEST_F(NewMail, SummaryDecidesWhatIsKnown) {
     const std::string mails = Mail("a") + Mail("b", "Seen: 1\n");
-    const struct {
-        std::string Listing;
-        const char *Status, *LastRc;
-    } CASES[] = {
+    const std::tuple<std::string, const char*, const char*> CASES[] = {
         {"2 msgs|2 ?unread|99 bytes\n" + mails, "2 mails", "2|1?"},
         {"2 msgs|? unread|0 bytes\n" + mails, "2 mails", "2|1?"},
         {"2 msgs|7 unread|0 bytes\n" + mails, "2 mails (1 unread)", "2|1"},
@@ -63,9 +60,9 @@ TEST_F(NewMail, SummaryDecidesWhatIsKnown) {
         {"0 msgs|0 unread|0 bytes\n\1", "No mails", "0|0"},
         {"0 msgs|0 ?unread|0 bytes\n", "No mails", "0|0?"},
     };
-    for (const auto& test : CASES) {
-        EXPECT_EQ(Check(test.Listing), test.Status) << test.Listing;
-        EXPECT_EQ(Value("LastRC"), test.LastRc) << test.Listing;
+    for (const auto& [listing, status, lastRc] : CASES) {
+        EXPECT_EQ(Check(listing), status) << listing;
+        EXPECT_EQ(Value("LastRC"), lastRc) << listing;
     }
     EXPECT_EQ(Value("LastSeenIds"), "");
 }
@@ -92,25 +89,23 @@ TEST_F(NewMail, ShowsAllOnce) {
 }
 
 TEST_F(NewMail, IdsMeanNothingUnderAnotherUidValidity) {
-    const struct {
-        const char *Before, *Now;
-        bool Forgets;
-    } CASES[] = {{"", "7", false}, {"7", "7", false}, {"7", "8", true}, {"8", "8|spam", true}, {"8", "", false}};
+    const std::tuple<const char*, const char*, bool> CASES[] = {
+        {"", "7", false}, {"7", "7", false}, {"7", "8", true}, {"8", "8|spam", true}, {"8", "", false}};
     const std::string listing = "1 msgs|1 unread|0 bytes\n" + Mail("1");
     Item.Set("DoSpamFilter", "0");
-    for (const auto& test : CASES) {
-        Item.Set("UidValidity", test.Before);
+    for (const auto& [before, now, forgets] : CASES) {
+        Item.Set("UidValidity", before);
         Item.Set("LastSeenIds", "1");
         for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId"})
             Item.Set(key, "1\n");
         Item.Set("@X-DeleteMail", "1");
-        Item.Set("@UidValidity", test.Now);
+        Item.Set("@UidValidity", now);
         Check(listing);
-        EXPECT_EQ(Notifier.TakeCalls().size(), test.Forgets ? 1U : 0U) << test.Before << " to " << test.Now;
-        EXPECT_EQ(Value("UidValidity"), test.Now);
+        EXPECT_EQ(Notifier.TakeCalls().size(), forgets ? 1U : 0U) << before << " to " << now;
+        EXPECT_EQ(Value("UidValidity"), now);
         EXPECT_EQ(Value("LastSeenIds"), "1");
         for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId"})
-            EXPECT_EQ(Value(key), test.Forgets ? "" : "1\n") << key;
+            EXPECT_EQ(Value(key), forgets ? "" : "1\n") << key;
     }
 }
 
@@ -118,19 +113,16 @@ TEST_F(NewMail, ThePopupsMailIsKnownByItsPresentId) {
     const auto mail = [](const char* name, const std::string& id) {
         return Mail(name, ("X-Message-Id: " + id + "\n").c_str());
     };
-    const struct {
-        std::string Listing;
-        const char* Id;
-    } CASES[] = {
+    const std::pair<std::string, const char*> CASES[] = {
         {"3 msgs|3 ?unread|9 bytes\n" + mail("c", "3|400") + mail("b", "2|400") + mail("a", "1|400"), "2|400\n"},
         {"1 msgs|1 ?unread|9 bytes\n" + mail("c", "3|400"), ""},
         {"2 msgs|2 ?unread|9 bytes\n" + mail("b", "3|400") + mail("b", "2|400"), ""},
     };
-    for (const auto& test : CASES) {
+    for (const auto& [listing, wantedId] : CASES) {
         Item.Set("@X-DeleteMessageId", "3|400\n");
         Item.Set("@X-DeleteMail", "b");
-        Check(test.Listing);
-        EXPECT_EQ(Value("@X-DeleteMessageId"), test.Id) << test.Listing;
+        Check(listing);
+        EXPECT_EQ(Value("@X-DeleteMessageId"), wantedId) << listing;
     }
 }
 

@@ -35,10 +35,7 @@ class DURATIONTEXT : public TEXTS {
 };
 
 TEST(Formats, Durations) {
-    const struct {
-        int64_t Ms, Precision;
-        const char* Text;
-    } CASES[] = {
+    const std::tuple<int64_t, int64_t, const char*> CASES[] = {
         {86400000, 60000, "1 day, 0 hours, 0 min"},
         {86399999, 1, "23 hours, 59 min"},
         {3600000, 1, "1 hour, 0 min"},
@@ -51,8 +48,8 @@ TEST(Formats, Durations) {
         {-5, 1, "0 ms"},
         {INT64_MAX, 1, "2147483647 days, 7 hours, 12 min"},
     };
-    for (const auto& test : CASES)
-        EXPECT_EQ(Std(FormatDuration(DURATIONTEXT(), test.Ms, test.Precision)), test.Text) << test.Ms;
+    for (const auto& [ms, precision, text] : CASES)
+        EXPECT_EQ(Std(FormatDuration(DURATIONTEXT(), ms, precision)), text) << ms;
 }
 
 }  // namespace

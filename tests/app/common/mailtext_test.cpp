@@ -5,9 +5,7 @@
 namespace {
 
 TEST(MailText, SplitsTheFirstAddress) {
-    const struct {
-        const char *Value, *Name, *Email;
-    } CASES[] = {
+    const char* const CASES[][3] = {
         {"\"Doe, Jane\" <jane@example.org>", "Doe, Jane", "jane@example.org"},
         {"a@example.org, b@example.org", "a@example.org", "a@example.org"},
         {"<only@example.org>", "only@example.org", "only@example.org"},
@@ -21,19 +19,17 @@ TEST(MailText, SplitsTheFirstAddress) {
         {"ends in a backslash\\", "ends in a backslash", "ends in a backslash"},
         {"", "", ""},
     };
-    for (const auto& test : CASES) {
-        STRING text = test.Value;
+    for (const auto& [value, name, wantedEmail] : CASES) {
+        STRING text = value;
         STRING email = "old";
         SplitAddress(text, email);
-        EXPECT_EQ(Std(text), test.Name) << test.Value;
-        EXPECT_EQ(Std(email), test.Email) << test.Value;
+        EXPECT_EQ(Std(text), name) << value;
+        EXPECT_EQ(Std(email), wantedEmail) << value;
     }
 }
 
 TEST(MailText, DecodesEncodedWords) {
-    const struct {
-        const char *Value, *Decoded;
-    } CASES[] = {
+    const char* const CASES[][2] = {
         {"plain = text?", "plain = text?"},
         {"=?ISO-8859-1?Q?K=E4se_=3D_gut?= today", "K\xE4se = gut today"},
         {"=?utf-8?Q?K=C3=A4se_gut?=", "K=C3=A4se gut"},
@@ -43,10 +39,10 @@ TEST(MailText, DecodesEncodedWords) {
         {"a =?x?q?no end =?ISO-8859-1?Q?ok?=", "a no end =?ISO-8859-1?Q?ok"},
         {"=?ISO-8859-1?Q?one?= =?ISO-8859-1?Q?cut", "one =?ISO-8859-1?Q?cut"},
     };
-    for (const auto& test : CASES) {
-        STRING text = test.Value;
+    for (const auto& [value, decoded] : CASES) {
+        STRING text = value;
         DecodeEncodedWords(text);
-        EXPECT_EQ(Std(text), test.Decoded) << test.Value;
+        EXPECT_EQ(Std(text), decoded) << value;
     }
     STRING null;
     DecodeEncodedWords(null);
@@ -54,9 +50,7 @@ TEST(MailText, DecodesEncodedWords) {
 }
 
 TEST(MailText, ReadsDates) {
-    const struct {
-        const char *Value, *Date, *Time;
-    } CASES[] = {
+    const char* const CASES[][3] = {
         {"Wed, 4 Mar 2026 05:06:07 +0100", "2026-03-04", "05:06"},
         {"Wed,  04  Dec  1999  23:59", "1999-12-04", "23:59"},
         {"4 Mar 2026 05:06:07", "0000-00-00", "00:00"},
@@ -64,11 +58,11 @@ TEST(MailText, ReadsDates) {
         {"Wed, 4 Mar 99999999999999999999 1:2", "2147483647-03-04", "01:02"},
         {"", "0000-00-00", "00:00"},
     };
-    for (const auto& test : CASES) {
+    for (const auto& [value, wantedDate, wantedTime] : CASES) {
         STRING date, time;
-        ParseDate(test.Value, date, time);
-        EXPECT_EQ(Std(date), test.Date) << test.Value;
-        EXPECT_EQ(Std(time), test.Time) << test.Value;
+        ParseDate(value, date, time);
+        EXPECT_EQ(Std(date), wantedDate) << value;
+        EXPECT_EQ(Std(time), wantedTime) << value;
     }
 }
 

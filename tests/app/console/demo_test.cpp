@@ -1,17 +1,13 @@
 #include "app/demo/demo.h"
 
-#include <set>
-
 #include "app/check/mailrecords.h"
 #include "app/core/tarnwick.h"
 #include "app/demo/imapservice.h"
 #include "app/demo/pop3service.h"
 #include "app/demo/samplemail.h"
 #include "app/mailbox/imap.h"
-#include "app/mailbox/listing.h"
 #include "corelib/base/recordarray.h"
 #include "tests/app/core/coresupport.h"
-#include "tests/support/testsupport.h"
 
 namespace {
 
@@ -41,7 +37,6 @@ struct QUICKTIMES {
 };
 
 /// A service on a mailbox of three mails, and what a client of ours needs.
-template <class SERVICE>
 struct MAILBOX {
     MAILBOX() : Service(Store, "demo", "demo") {
         Store.Deliver("Subject: one\r\n\r\nline 1\r\nline 2\r\n");
@@ -52,7 +47,7 @@ struct MAILBOX {
     }
 
     DEMOSTORE Store;
-    SERVICE Service;
+    IMAPSERVICE Service;
     STRING Server;
     FRONTEND FrontEnd;
     NUMBEREDTEXTS Texts;
@@ -144,7 +139,7 @@ TEST(Demo, SpeaksImap) {
 }
 
 TEST(Demo, ServesTheRealImapClient) {
-    MAILBOX<IMAPSERVICE> box;
+    MAILBOX box;
     STRING result;
     box.Item.Set("DoAltFolder", "0");
     box.Item.Set("UidValidity", "1");
@@ -159,18 +154,6 @@ TEST(Demo, ServesTheRealImapClient) {
     ASSERT_EQ(box.Store.Mails().size(), 1U);
     EXPECT_EQ(box.Store.Mails()[0]->Number, 1);
     EXPECT_EQ(box.Store.Mails("spam").size(), 1U);
-}
-
-// The program ends while somebody is connected and says nothing.
-TEST(Demo, EndsWithAConversationUnderWay) {
-    auto box = std::make_unique<MAILBOX<POP3SERVICE>>();
-    const SOCKETS::SOCK client = SOCKETS::Open();
-    ASSERT_TRUE(SOCKETS::Connect(client, SOCKETS::LOOPBACK, box->Service.Port()));
-    char byte;
-    ASSERT_EQ(SOCKETS::Recv(client, &byte, 1), 1);
-    box->Store.Deliver("Subject: four\r\n\r\n");
-    box.reset();
-    SOCKETS::Close(client);
 }
 
 TEST(Demo, BringsMailToTheApplication) {
@@ -197,31 +180,4 @@ TEST(Demo, BringsMailToTheApplication) {
         application.ForceRefreshAll(0);
         return notifier.Reports > 1 && notifier.Mails > SampleMailCount();
     }));
-}
-
-TEST(Demo, HasMailsThatReadWell) {
-    constexpr int64_t NOW = 1772600767;  // 2026-03-04 05:06:07 UTC
-    std::set<std::string> ids;
-    std::string listing = "summary\n";
-    const int count = SampleMailCount();
-    ASSERT_GE(count, 40);
-    for (int i = 0; i < count; ++i)
-        listing += SampleMail(i, NOW) + LISTING::BLOCK_END;
-    listing += ArrivingMail(0, NOW) + LISTING::BLOCK_END;
-    listing += ArrivingMail(100, NOW) + LISTING::BLOCK_END;
-    std::erase(listing, '\r');
-    RECORDARRAY records(64, 64);
-    ASSERT_EQ(BuildMailHash(STRING(std::string_view(listing)), records), count + 2);
-    for (int i = 0; i < records.Count(); ++i) {
-        const STRINGARRAY& mail = records[i];
-        EXPECT_TRUE(ids.insert(Std(mail["MessageId"])).second) << Std(mail["MessageId"]);
-        EXPECT_GT(mail["From"].Length(), 0);
-        EXPECT_GT(mail["Subject"].Length(), 0);
-        // Every encoded word is of a kind that the program decodes.
-        EXPECT_EQ(mail["From"].Pos("=?"), -1) << Std(mail["From"]);
-        EXPECT_EQ(mail["Subject"].Pos("=?"), -1) << Std(mail["Subject"]);
-        EXPECT_GT(mail["Body"].Length(), 0);
-    }
-    EXPECT_EQ(records[count]["X-Datetime"], "Wed, 4 Mar 2026 05:06:07 +0000");
-    EXPECT_EQ(records[0]["X-Datetime"], "Wed, 11 Feb 2026 05:06:07 +0000");
 }

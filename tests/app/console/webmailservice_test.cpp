@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "app/check/mailrecords.h"
-#include "app/core/tarnwick.h"
 #include "app/mailbox/hotmail.h"
 #include "corelib/net/webget.h"
 #include "tests/app/core/coresupport.h"
-#include "tests/servers/scriptedserver.h"
 
 using WEBMAILPAGES::EDITION;
 
@@ -79,33 +77,6 @@ TEST_F(WebMailService, DeletesAndRemembersWhatWasRead) {
     STRING page;
     stranger.WebPost("www.webmail.example/cgi-bin/HoTMaiL", "_HMaction=delete&MSG3=on", "", "", page);
     EXPECT_EQ(Store.Mails().size(), 1U);
-}
-
-// A service that sends the browser round and round does not keep the program from ending.
-TEST(WebMail, TheProgramEndsWhileItIsSentRoundInACircle) {
-    const TEMPDIR dir;
-    const std::string workDir = std::string("/WORKDIR:") + dir.Path();
-    const char* words[] = {"tarnwickc", workDir.c_str()};
-    const ARGUMENTS arguments(2, words);
-    SCRIPTEDSERVER server({PLAY::ReadUntil("\r\n\r\n"),
-                           PLAY::Send("HTTP/1.0 302 Found\r\nLocation: again\r\nContent-Length: 0\r\n\r\n"),
-                           PLAY::Cut()});
-    RECORDER frontEnd;
-    NOTIFIER nobody;
-    NUMBEREDTEXTS texts;
-    TARNWICK application(frontEnd, nobody, arguments, texts);
-    ASSERT_TRUE(application.Open());
-    application.pState.Set("ConnectionType", "0");
-    application.pState.Set("DoHttpProxy", "1");
-    application.pState.Set("HttpProxy", STRING(server.HostPort()));
-    STRINGARRAY item = application.NewItem();
-    item.SetNumber("Type", ITEMTYPE_HOTMAIL);
-    item.Set("Source", "|joe");
-    application.AddItem(item);
-    application.Start();
-    EXPECT_TRUE(Eventually([&] { return server.Connections() > 3; }));
-    application.Stop();
-    EXPECT_TRUE(application.Cycle().Wait(5000));
 }
 
 }  // namespace

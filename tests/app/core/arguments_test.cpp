@@ -13,9 +13,7 @@ std::string Joined(const ARGUMENTS& arguments) {
 }
 
 TEST(Arguments, SplitsTheCommandLine) {
-    const struct {
-        const char *Line, *Words;
-    } cases[] = {
+    const char* const cases[][2] = {
         {"", ""},
         {"   ", ""},
         {"/MIN", "[/MIN]"},
@@ -28,9 +26,9 @@ TEST(Arguments, SplitsTheCommandLine) {
         {"\"", "[]"},
         {"\ta", "[\ta]"},  // a tab is no blank
     };
-    for (const auto& c : cases) {
-        const ARGUMENTS arguments("tarnwick", c.Line);
-        EXPECT_EQ(Joined(arguments), c.Words) << c.Line;
+    for (const auto& [line, words] : cases) {
+        const ARGUMENTS arguments("tarnwick", line);
+        EXPECT_EQ(Joined(arguments), words) << line;
         EXPECT_EQ(Std(arguments[0]), "tarnwick");
     }
 }

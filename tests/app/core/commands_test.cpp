@@ -75,11 +75,7 @@ TEST_F(Commands, ForceChecksOfTheRightItems) {
     Item(1).Set("TrayCheck", "1");
     Item(2).Set("@Showing", "0");
     const std::vector<int> selected = {Handle(0), 99999, Handle(2)};  // one has gone meanwhile
-    const struct {
-        int Command;
-        const char* Forced;
-        const char* SeenIds;  // of a, b and c
-    } CASES[] = {
+    const std::tuple<int, const char*, const char*> CASES[] = {
         {COMMAND_CHECK_ALL, "b!", "1|2 1|2 1|2"},
         {COMMAND_CHECK_ITEMS, "a!c!", "1|2 1|2 1|2"},
         {COMMAND_CHECK_ITEMS_QUIETLY, "ac", "1|2 1|2 1|2"},
@@ -88,15 +84,15 @@ TEST_F(Commands, ForceChecksOfTheRightItems) {
         {COMMAND_CHECK_ALL_AS_NEW, "b!", "1|2  1|2"},
         {COMMAND_SHOW_ITEMS_MAILS, "a!c!", "<SHOWALL>  <SHOWALL>"},
     };
-    for (const auto& test : CASES) {
-        EXPECT_TRUE(Doer.DoCommand(test.Command, selected));
-        EXPECT_EQ(Forced(), test.Forced) << test.Command;
-        const bool all = test.Command == COMMAND_CHECK_ALL || test.Command == COMMAND_CHECK_ALL_AS_NEW;
-        EXPECT_EQ(Alert(), all ? "text 2962 $DIR 49407 1500" : "none") << test.Command;
+    for (const auto& [command, forced, seenIds] : CASES) {
+        EXPECT_TRUE(Doer.DoCommand(command, selected));
+        EXPECT_EQ(Forced(), forced) << command;
+        const bool all = command == COMMAND_CHECK_ALL || command == COMMAND_CHECK_ALL_AS_NEW;
+        EXPECT_EQ(Alert(), all ? "text 2962 $DIR 49407 1500" : "none") << command;
         std::string seen = Std(Item(0).Get("LastSeenIds"));
         for (int i : {1, 2})
             seen += " " + Std(Item(i).Get("LastSeenIds"));
-        EXPECT_EQ(seen, test.SeenIds) << test.Command;
+        EXPECT_EQ(seen, seenIds) << command;
     }
 }
 

@@ -93,10 +93,7 @@ TEST_F(DataDir, PendingIsAnotherPlaceAndNoOtherSpelling) {
     const bool links = LinkDirectory(Temp.Native("Data"), Temp.Native("link"));
     const bool oneCase = OSYS::FileIsDirectory(Temp.File("dATA").Text());
     const std::string slashes = Temp.Native("Data/sub/..") + "/";
-    const struct {
-        STRING Wanted;
-        bool Same;
-    } cases[] = {
+    const std::pair<STRING, bool> cases[] = {
         {data, true},
         {data || "\\", true},
         {data || "\\.", true},
@@ -110,12 +107,12 @@ TEST_F(DataDir, PendingIsAnotherPlaceAndNoOtherSpelling) {
         {STRING(Temp.Path()), false},
     };
     for (const char* star : {"", "*"}) {
-        for (const auto& c : cases) {
-            const bool same = c.Same || (PathsAreTexts() && c.Wanted.Pos("other\\..") != -1);
-            Store.Set("ApplicationDataDir.New", STRING(star) || c.Wanted);
+        for (const auto& [wanted, isSame] : cases) {
+            const bool same = isSame || (PathsAreTexts() && wanted.Pos("other\\..") != -1);
+            Store.Set("ApplicationDataDir.New", STRING(star) || wanted);
             EXPECT_EQ(Get(), Std(data));
-            EXPECT_EQ(Pending.NotNull(), !same) << c.Wanted.Text();
-            EXPECT_EQ(Store.Get("ApplicationDataDir.New") == "<none>", same) << c.Wanted.Text();
+            EXPECT_EQ(Pending.NotNull(), !same) << wanted.Text();
+            EXPECT_EQ(Store.Get("ApplicationDataDir.New") == "<none>", same) << wanted.Text();
         }
     }
 }
@@ -225,9 +222,7 @@ TEST_F(DataDir, APlaceThatCannotBeMadeIsRefused) {
 }
 
 TEST(ReplaceDirectory, TouchesOnlyFilesRightInTheOldDirectory) {
-    const struct {
-        const char *OldDir, *Value, *Result;
-    } cases[] = {
+    const char* const cases[][3] = {
         {"c:\\old", "c:\\old\\spamdef.dat", "d:\\new\\spamdef.dat"},
         {"c:\\old", "C:\\OLD\\spamdef.dat", "d:\\new\\spamdef.dat"},
         {"c:\\old", "c:\\old\\sub\\spamdef.dat", nullptr},
@@ -237,10 +232,10 @@ TEST(ReplaceDirectory, TouchesOnlyFilesRightInTheOldDirectory) {
         {"c:\\old", "", nullptr},
         {"c:\\old", "c:\\old\\", "d:\\new\\"},
     };
-    for (const auto& c : cases) {
-        STRING value(c.Value);
-        EXPECT_EQ(ReplaceDirectory(c.OldDir, "d:\\new", value), c.Result != nullptr) << c.Value;
-        EXPECT_EQ(Std(value), c.Result ? c.Result : c.Value);
+    for (const auto& [oldDir, former, result] : cases) {
+        STRING value(former);
+        EXPECT_EQ(ReplaceDirectory(oldDir, "d:\\new", value), result != nullptr) << former;
+        EXPECT_EQ(Std(value), result ? result : former);
     }
 }
 

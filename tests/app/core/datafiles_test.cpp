@@ -67,9 +67,7 @@ TEST_F(DataFiles, EveryMissingSettingGetsItsDefaultAndNoOther) {
 }
 
 TEST_F(DataFiles, OnlyANewDirectoryGetsTheValuesOfToday) {
-    const struct {
-        const char *File, *Text, *KeepsUncopied;
-    } cases[] = {
+    const char* const cases[][3] = {
         {nullptr, "", "1"},
         {"mailtypes.ini", "[#0]\r\nName=list\r\n\r\n", "1"},
         {"tarnwick.ini", "PopupDuration=3\r\n", "0"},
@@ -81,17 +79,17 @@ TEST_F(DataFiles, OnlyANewDirectoryGetsTheValuesOfToday) {
         {"items.inf", "[#0]\r\nName=a\r\n\r\n", "0"},
         {"accounts.ini.bad", "garbage", "0"},
     };
-    for (const auto& c : cases) {
+    for (const auto& [file, text, keepsUncopied] : cases) {
         const TEMPDIR dir;
-        if (c.File)
-            WriteBytes(dir.File(c.File), c.Text);
+        if (file)
+            WriteBytes(dir.File(file), text);
         // The second start follows a run that was killed when it had saved its first account.
         for (int start = 0; start < 2; ++start) {
             State = STRINGARRAY(64, 64);
             DATAFILES files(DATATABLES{State, Items, Types, NextHandle, FrontEnd, Texts}, dir.Path());
             files.RenameOldFiles();
             files.LoadSettings();
-            EXPECT_EQ(Std(State.Get("TrashKeepUncopied")), c.KeepsUncopied) << (c.File ? c.File : "") << " " << c.Text;
+            EXPECT_EQ(Std(State.Get("TrashKeepUncopied")), keepsUncopied) << (file ? file : "") << " " << text;
             WriteBytes(dir.File("accounts.ini"), "[#0]\r\nName=a\r\n\r\n");
         }
     }
@@ -211,22 +209,19 @@ TEST_F(DataFiles, UpgradesRunByVersion) {
 }
 
 TEST_F(DataFiles, TheWizardRunsUntilTheConnectionIsKnown) {
-    const struct {
-        const char *Settings, *Entries;
-        int Wizards;
-    } cases[] = {
+    const std::tuple<const char*, const char*, int> cases[] = {
         {"ConnectionType=-1\r\n", "Home", 1},
         {"ConnectionType=0\r\n", "", 0},
         {"ConnectionType=1\r\nEntryToMonitor=home\r\n", "Office|Home", 0},
         {"ConnectionType=1\r\nEntryToMonitor=gone\r\n", "Office|Home", 1},
     };
-    for (const auto& c : cases) {
+    for (const auto& [settings, entries, wizards] : cases) {
         FrontEnd.Wizards = 0;
-        WriteData("tarnwick.ini", c.Settings);
+        WriteData("tarnwick.ini", settings);
         Reset();
         Files->LoadSettings();
-        Files->UpgradeSettings(c.Entries);
-        EXPECT_EQ(FrontEnd.Wizards, c.Wizards) << c.Settings;
+        Files->UpgradeSettings(entries);
+        EXPECT_EQ(FrontEnd.Wizards, wizards) << settings;
     }
 }
 

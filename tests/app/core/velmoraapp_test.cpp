@@ -5,13 +5,10 @@
 namespace {
 
 TEST(VelmoraApp, TakesTheLanguageFromTheWords) {
-    const struct {
-        const char* Line;
-        int Language;
-    } cases[] = {{"/LANG:GER", 7}, {"/lang:engl", 9}, {"/LANG:12", 12},
-                 {"/LANG:x", 0},   {"-LANG:GER", 0},  {"/MIN", OSYS::UserLanguage()}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(LanguageFromArguments(ARGUMENTS("tarnwick", c.Line)), c.Language) << c.Line;
+    const std::pair<const char*, int> cases[] = {{"/LANG:GER", 7}, {"/lang:engl", 9}, {"/LANG:12", 12},
+                                                 {"/LANG:x", 0},   {"-LANG:GER", 0},  {"/MIN", OSYS::UserLanguage()}};
+    for (const auto& [line, language] : cases) {
+        EXPECT_EQ(LanguageFromArguments(ARGUMENTS("tarnwick", line)), language) << line;
     }
 }
 

@@ -120,18 +120,15 @@ TEST_P(ItemDialog, SaysWhatIsMissing) {
     STRINGARRAY item = Item("1", "mail.example|anna", "600");
     const std::string before = Summary(item);
     EXPECT_FALSE(Edit(item, [&] {
-        const struct {
-            int Control;
-            const char* Content;
-            int Text;
-        } table[] = {{NAME, " ", 10070}, {SERVER, "", 10071}, {USER, "", 10072}, {USER, "a|b", 10073}};
-        for (const auto& row : table) {
-            const std::string good = Text(row.Control);
-            Set(row.Control, row.Content);
+        const std::tuple<int, const char*, int> table[] = {
+            {NAME, " ", 10070}, {SERVER, "", 10071}, {USER, "", 10072}, {USER, "a|b", 10073}};
+        for (const auto& [control, content, text] : table) {
+            const std::string good = Text(control);
+            Set(control, content);
             PressOk();
-            EXPECT_EQ(Said, Std(Texts.Get(row.Text)));
-            EXPECT_EQ(GetFocus(), Control(row.Control));
-            Set(row.Control, good.c_str());
+            EXPECT_EQ(Said, Std(Texts.Get(text)));
+            EXPECT_EQ(GetFocus(), Control(control));
+            Set(control, good.c_str());
         }
     }));
     EXPECT_EQ(Summary(item), before);

@@ -88,23 +88,20 @@ TEST_F(MainWindow, TheListHasTheRoomBetweenToolBarAndStatusLine) {
 }
 
 TEST_F(MainWindow, ImagesFollowTheItemsState) {
-    struct {
-        const char* Key;
-        const char* Value;
-        ITEMIMAGE Image;
-    } const steps[] = {{"LastRC", "0|0", ITEMIMAGE_EMPTY},     {"LastRC", "2|1", ITEMIMAGE_MAIL},
-                       {"LastRC", "0E|0E", ITEMIMAGE_FAILED},  {"UpdateSuspended", "1", ITEMIMAGE_SUSPENDED},
-                       {"@InUpdate", "1", ITEMIMAGE_CHECKING}, {"@Locked", "1", ITEMIMAGE_LOCKED}};
+    const std::tuple<const char*, const char*, ITEMIMAGE> steps[] = {
+        {"LastRC", "0|0", ITEMIMAGE_EMPTY},     {"LastRC", "2|1", ITEMIMAGE_MAIL},
+        {"LastRC", "0E|0E", ITEMIMAGE_FAILED},  {"UpdateSuspended", "1", ITEMIMAGE_SUSPENDED},
+        {"@InUpdate", "1", ITEMIMAGE_CHECKING}, {"@Locked", "1", ITEMIMAGE_LOCKED}};
     Open("[#0]\r\nName=a\r\nType=1\r\n\r\n");
     STRINGARRAY& item = Engine->Items[0];
-    for (const auto& step : steps) {
-        item.Set(step.Key, step.Value);
+    for (const auto& [key, value, image] : steps) {
+        item.Set(key, value);
         Window->RefreshRow(Handle("a"));
         Pump();
         LVITEMW row{};
         row.mask = LVIF_IMAGE;
         SendMessageW(Window->List().Handle(), LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&row));
-        EXPECT_EQ(row.iImage, step.Image - ITEMIMAGE_EMPTY) << step.Key;
+        EXPECT_EQ(row.iImage, image - ITEMIMAGE_EMPTY) << key;
     }
 }
 
@@ -321,21 +318,19 @@ TEST_F(MainWindow, TheAlertsFontIsOneThatItCanShow) {
     LOGFONTW font{};
     font.lfHeight = -20;
     font.lfWeight = FW_BOLD;
-    const struct {
-        const wchar_t *Face, *Shown;
-        STRING Value;
-    } cases[] = {{L"System", L"Arial", {}}, {L"Tahoma", L"Tahoma", {}}, {L"", nullptr, ""}, {L"", nullptr, "short"}};
+    const std::tuple<const wchar_t*, const wchar_t*, STRING> cases[] = {
+        {L"System", L"Arial", {}}, {L"Tahoma", L"Tahoma", {}}, {L"", nullptr, ""}, {L"", nullptr, "short"}};
     LOGFONTW icons{};
     SystemParametersInfoW(SPI_GETICONTITLELOGFONT, sizeof icons, &icons, 0);
-    for (const auto& c : cases) {
+    for (const auto& [face, wantedShown, value] : cases) {
         STRINGARRAY state;
-        wcscpy(font.lfFaceName, c.Face);
-        state.Set("PopupFont", c.Value.NotNull() ? c.Value : FontValue(font));
+        wcscpy(font.lfFaceName, face);
+        state.Set("PopupFont", value.NotNull() ? value : FontValue(font));
         CheckPopupFont(state);
         LOGFONTW shown{};
         ASSERT_TRUE(FontFromValue(state.Get("PopupFont"), shown));
-        EXPECT_STREQ(shown.lfFaceName, c.Shown ? c.Shown : icons.lfFaceName);
-        EXPECT_EQ(shown.lfHeight, c.Shown ? -20 : icons.lfHeight);
+        EXPECT_STREQ(shown.lfFaceName, wantedShown ? wantedShown : icons.lfFaceName);
+        EXPECT_EQ(shown.lfHeight, wantedShown ? -20 : icons.lfHeight);
         EXPECT_EQ(shown.lfWeight, FW_NORMAL);
     }
     Open(TWO_ITEMS);

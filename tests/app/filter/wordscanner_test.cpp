@@ -121,17 +121,6 @@ TEST_F(Scanner, UsesUpWhatItRecognisesOfASender) {
     EXPECT_EQ(Score("F|10|a*", "From: aaa!!!! bb a"), "50/1/0") << "30 of these for the name";
 }
 
-TEST_F(Scanner, ReportsInTheOrderOfFinding) {
-    Score("S|100/2|WINNER\nB|7|cheap", "From: bob77z@x.example\nSubject: You are a WINNER\nTo: a,b\n\n\nso cheap\n");
-    EXPECT_EQ(Details,
-              "     80 * <3038>, <3039>\n"
-              "      0   <3029>\n"
-              "    100 ! <3028> 'WINNER'\n"
-              "     10 * <3030> (<3035>)\n"
-              "      7 * <3028> 'cheap'\n");
-    EXPECT_EQ(SpamReportLine(-5, -1, "t", "r"), "     -5 * t (r)\n");
-}
-
 TEST_F(Scanner, FindsThroughItsIndexWhatAPlainSearchFinds) {
     const char* const FLAGS[] = {"B", "D", "S", "F", "FT", "SB", "XF", "XB", "M", "B*", "TFSBD"};
     for (unsigned seed = 0; seed < 60; ++seed) {

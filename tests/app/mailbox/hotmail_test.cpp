@@ -3,16 +3,11 @@
 #include "app/mailbox/hotmailpages.h"
 #include "corelib/net/webget.h"
 #include "tests/app/mailbox/mailboxsupport.h"
-#include "tests/support/stopsoon.h"
 
 namespace {
 
 TEST(WebSession, CookiesOfAnAnswerAndWhatGoesToAHost) {
-    const struct {
-        const char* Answer;
-        const char* Jar;
-        const char* Header;  // to www.webmail.example
-    } cases[] = {
+    const char* const cases[][3] = {
         {"HTTP/1.0 200 OK\n\nSet-Cookie: a=b\n", "", ""},
         {"200\nSet-Cookie: a=b=c; path=/; Expires=Mon\nset-cookie:z=1;\tDomain=WEBMAIL.example\n\n",
          "a|=b\\x3dc\nz|WEBMAIL.example=1\n", "Cookie: a=b=c; z=1"},
@@ -23,11 +18,11 @@ TEST(WebSession, CookiesOfAnAnswerAndWhatGoesToAHost) {
         {"200\nSet-Cookie: a=1\nSet-Cookie: b=2;domain=other.example\n", "a|=1\nb|other.example=2\n", "Cookie: a=1; "},
         {"200\nSet-Cookie: a=1; domain=more.www.webmail.example\n", "a|more.www.webmail.example=1\n", "Cookie: "},
     };
-    for (const auto& c : cases) {
+    for (const auto& [answer, wantedJar, header] : cases) {
         STRINGARRAY jar;
-        SetCookie(c.Answer, jar);
-        EXPECT_EQ(jar.AsText(), c.Jar) << c.Answer;
-        EXPECT_EQ(CookieHeader(jar, "www.webmail.example"), c.Header) << c.Answer;
+        SetCookie(answer, jar);
+        EXPECT_EQ(jar.AsText(), wantedJar) << answer;
+        EXPECT_EQ(CookieHeader(jar, "www.webmail.example"), header) << answer;
     }
 }
 
@@ -85,22 +80,19 @@ class WebMail : public testing::Test {
 };
 
 TEST_F(WebMail, RedirectsAreFollowedToTheLetter) {
-    const struct {
-        const char* Location;
-        const char* Request;
-    } cases[] = {
+    const char* const cases[][2] = {
         {"http://other.example/a?b", "GET http://other.example/a?b HTTP/1.0"},
         {"http%3A//other.example%3a81/x", "GET http://other.example:81/x HTTP/1.0"},
         {"next?q=1", "GET http://here.example/dir/next?q=1 HTTP/1.0"},
     };
-    for (const auto& c : cases) {
-        Play({std::string("HTTP/1.0 302 Go\r\nSet-Cookie: a=1\r\nLocation: ") + c.Location + "\r\n\r\n",
+    for (const auto& [location, request] : cases) {
+        Play({std::string("HTTP/1.0 302 Go\r\nSet-Cookie: a=1\r\nLocation: ") + location + "\r\n\r\n",
               "HTTP/1.0 200 OK\r\n\r\nthere"});
         WEBSESSION session(Settings, StopAsked);
         STRING result;
         EXPECT_EQ(session.WebFetch("here.example", "/dir/doc", result), 200);
         ASSERT_TRUE(Server->Wait(2));
-        EXPECT_EQ(Sent("GET ").back(), c.Request);
+        EXPECT_EQ(Sent("GET ").back(), request);
         EXPECT_EQ(Sent("Cookie: "), std::vector<std::string>{"Cookie: a=1"});
     }
 }
@@ -151,10 +143,7 @@ TEST_F(WebMail, RowsOfTheTable) {
         return "<tr><input type=\"checkbox\" name=\"" + cells + "</tr>\n";
     };
     const std::string whole = row("7\"><td>Tom<td>Hi");
-    const struct {
-        std::string Page;
-        std::string Listing;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"no table\n" + whole, "-ERR 999 Mail table not found"},
         {"Subject\n", "0 msgs|0 unread|0 bytes\n"},
         // The last row comes first; new mail is unread; markup goes, entities and blanks become text.
@@ -172,10 +161,10 @@ TEST_F(WebMail, RowsOfTheTable) {
          "1 msgs|0 unread|0 bytes\n" + block("A", "B", "5", 1)},
     };
     WEBSESSION session(Settings, StopAsked);
-    for (const auto& c : cases) {
-        STRING page(c.Page), result;
+    for (const auto& [html, listing] : cases) {
+        STRING page(html), result;
         HotmailListing(session, Row.Progress(), "joe", 0, page, result);
-        EXPECT_EQ(Std(result), c.Listing) << c.Page;
+        EXPECT_EQ(Std(result), listing) << html;
     }
 }
 
@@ -196,10 +185,7 @@ TEST_F(WebMail, AMailsOwnPageGivesItsText) {
 TEST_F(WebMail, FailuresKeepTheirWords) {
     const std::string refresh = "HTTP/1.0 200 OK\r\n\r\n<meta http-equiv=refresh content=\"0;url=go\">\r\n";
     const std::string home = "HTTP/1.0 200 OK\r\n\r\n<title>Home<\r\n<a href=\"http://w.example/in\">Inbox</a>\r\n";
-    const struct {
-        std::vector<std::string> Answers;
-        const char* Result;
-    } cases[] = {
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{"HTTP/1.0 404 Not Found\r\n\r\n"}, "-ERR 404 Not Found"},
         {{"nothing\r\n"}, "-ERR HTTP-Error 999"},
         {{"\r\n"}, "-ERR 999 Read Timeout"},
@@ -208,17 +194,17 @@ TEST_F(WebMail, FailuresKeepTheirWords) {
         {{refresh, home, "HTTP/1.0 503 Later\r\n\r\n"}, "-ERR 999 Mail table not found"},
         {{refresh, home, "HTTP/1.0 200 OK\r\n\r\nSubject\r\n"}, "0 msgs|0 unread|0 bytes\n"},
     };
-    for (const auto& c : cases) {
-        Play(c.Answers);
-        EXPECT_EQ(Get(), c.Result);
-        ASSERT_TRUE(Server->Wait(static_cast<int>(c.Answers.size())));
+    for (const auto& [answers, result] : cases) {
+        Play(answers);
+        EXPECT_EQ(Get(), result);
+        ASSERT_TRUE(Server->Wait(static_cast<int>(answers.size())));
         EXPECT_EQ(Sent("GET ").front(),
                   "GET http://login.webmail.example/cgi-bin/dologin?login=joe&passwd=p&w&frames=no&curmbox=ACTIVE "
                   "HTTP/1.0");
-        if (c.Answers.size() > 1) {
+        if (answers.size() > 1) {
             EXPECT_EQ(Sent("GET ")[1], "GET http://login.webmail.example/cgi-bin/go HTTP/1.0");
         }
-        if (c.Answers.size() > 2) {
+        if (answers.size() > 2) {
             EXPECT_EQ(Sent("GET ")[2], "GET http://w.example/in HTTP/1.0");
         }
     }
@@ -231,19 +217,6 @@ TEST_F(WebMail, AStopEndsACircleOfRedirects) {
     Play({"HTTP/1.0 302 Found\r\nLocation: again\r\n\r\n"});
     StopAsked = [&] { return Server->Connections() > 5; };
     EXPECT_EQ(Get(), "-ERR 998 Canceled");
-}
-
-TEST_F(WebMail, ASilentServiceIsLeftBehindItsTimeOrAStop) {
-    SCRIPTEDSERVER silent(SCRIPT{PLAY::Silence()});
-    Settings.Set("DoHttpProxy", "1");
-    Settings.Set("HttpProxy", STRING(silent.HostPort()));
-    WebTimes.AnswerMs = 50;
-    EXPECT_EQ(Get(), "-ERR 999 Read Timeout");
-    WebTimes.AnswerMs = 60000;
-    const STOPSOON stop;
-    StopAsked = stop.Question();
-    EXPECT_EQ(Get(), "-ERR 998 Canceled");
-    EXPECT_STOPPED(stop);
 }
 
 }  // namespace

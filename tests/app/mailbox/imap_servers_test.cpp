@@ -132,21 +132,6 @@ TYPED_TEST(ImapServers, DeletesAndMovesWhatItIsToldAndNothingElse) {
     EXPECT_EQ(this->Server.Mailbox().Texts(), (std::vector<std::string>{SECOND}));
 }
 
-TYPED_TEST(ImapServers, DisposesInTheFolderThatWasListed) {
-    this->Server.Mailbox("spam").Deliver(SECOND);
-    this->Item.Set("DoAltFolder", "1");
-    this->Item.Set("AltFolder", "spam");
-    const std::vector<std::string> ids = this->Ids(this->Get());
-    ASSERT_EQ(ids.size(), 1U);
-    this->Item.Set("UidValidity", this->Item.Get("@UidValidity"));
-    STRING error;
-    EXPECT_TRUE(this->Mailboxes.MoveMail(this->Item, STRING(ids[0]), "spam", error)) << Std(error);
-    EXPECT_EQ(this->Server.Mailbox("spam").Texts(), (std::vector<std::string>{SECOND}));
-    EXPECT_TRUE(this->Mailboxes.DeleteMail(this->Item, STRING(ids[0]), error)) << Std(error);
-    EXPECT_EQ(this->Server.Mailbox("spam").Texts(), (std::vector<std::string>{}));
-    EXPECT_EQ(this->Server.Mailbox().Texts(), (std::vector<std::string>{FIRST, SECOND, THIRD}));
-}
-
 using ImapDovecot = ImapServers<DOVECOTUSER>;
 
 // Only this server lets a client say which mails are to be expunged.

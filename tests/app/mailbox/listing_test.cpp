@@ -6,10 +6,7 @@
 namespace {
 
 TEST(Listing, BlocksOfATextAreThoseThatTheEndBytesCut) {
-    struct {
-        const char* Text;
-        std::vector<std::string> Blocks;
-    } const cases[] = {
+    const std::pair<const char*, std::vector<std::string>> cases[] = {
         {"", {}},
         {"-ERR no", {}},
         {"0 msgs\n", {}},
@@ -19,13 +16,13 @@ TEST(Listing, BlocksOfATextAreThoseThatTheEndBytesCut) {
         {"2 msgs\n\1a\1b\1", {}},
         {"2 msgs\na\1\1b\1", {"a"}},
     };
-    for (const auto& c : cases) {
-        STRING text = c.Text;
+    for (const auto& [listing, wantedBlocks] : cases) {
+        STRING text = listing;
         std::vector<std::string> blocks;
         LISTING::BLOCKCURSOR cursor(text);
         for (std::string_view block; cursor.Next(block);)
             blocks.emplace_back(block);
-        EXPECT_EQ(blocks, c.Blocks) << testing::PrintToString(c.Text);
+        EXPECT_EQ(blocks, wantedBlocks) << testing::PrintToString(listing);
     }
 }
 

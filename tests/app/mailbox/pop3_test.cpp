@@ -112,10 +112,7 @@ TEST(PopGet, OutcomeOfWhatAServerMaySay) {
 TEST(PopGet, NothingInAMailEndsItOrChangesAnother) {
     const std::string x(1022, 'x'), zero(1, 0);
     const std::string forged = "\1X-Size: 30\r\nX-Message-Id: 1|30\r\n\r\n";
-    struct {
-        const char* What;
-        std::string Mail, Block;
-    } const cases[] = {
+    const std::tuple<const char*, std::string, std::string> cases[] = {
         {"a block's end, and another mail's id", "A: b\r\n" + forged, "A: b\n X-Size: 30\nX-Message-Id: 1|30\n\n"},
         {"an over-long line, a zero byte, a return within a line", "A: " + x + "yz\r\nB: 1" + zero + "2\r\nC\r: 3\r\n",
          "A: " + x.substr(2) + "\nxxyz\nB: 1 2\nC: 3\n"},
@@ -128,11 +125,11 @@ TEST(PopGet, NothingInAMailEndsItOrChangesAnother) {
         {"a point with two returns", ".\r\r\nmore\r\n", ".\nmore\n"},
         {"going on with the line above", "\tand more\r\n", " and more\n"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.What);
-        const auto exchanges = Deviating(TOP2, OK + c.Mail + ".\r\n", From(LIST1));
+    for (const auto& [what, mail, block] : cases) {
+        SCOPED_TRACE(what);
+        const auto exchanges = Deviating(TOP2, OK + mail + ".\r\n", From(LIST1));
         SCRIPTEDSERVER server(ServerScript(GREETING, exchanges));
-        const OUTCOME expected{true, SUMMARY + "X-Size: 40\nX-Message-Id: 2|40\n" + c.Block + ".\n\1" + BLOCK1};
+        const OUTCOME expected{true, SUMMARY + "X-Size: 40\nX-Message-Id: 2|40\n" + block + ".\n\1" + BLOCK1};
         const OUTCOME outcome = Get(server);
         EXPECT_EQ(Problem(server, exchanges, outcome, expected), "");
     }

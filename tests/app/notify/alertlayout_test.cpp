@@ -138,11 +138,7 @@ TEST(AlertLayout, NumbersButtonsAndBoundsThem) {
 }
 
 TEST(AlertLayout, StaysInItsRoom) {
-    const struct {
-        const char* Text;
-        ALERTSIZE Room;
-        const char* Written;  // the pieces with the places of their texts
-    } cases[] = {
+    const std::tuple<const char*, ALERTSIZE, const char*> cases[] = {
         // Text ends in dots, and trailing blanks are no text.
         {"0123456789", {96, 99}, "8,5 0123456789"},
         {"0123456789", {95, 99}, "8,5 012345..."},
@@ -161,8 +157,8 @@ TEST(AlertLayout, StaysInItsRoom) {
         {"a\nb\nc\n\x1b[*]x\nd", {200, 10 + 3 * 16 + 26}, "8,3 a|8,19 ...|15,40 x"},
         {"a\n\x1b[*]x\n\x1b[*]y", {200, 20}, "8,3 ...|15,24 x|15,51 y"},
     };
-    for (const auto& c : cases) {
-        const ALERT alert(c.Text, c.Room);
+    for (const auto& [text, room, wantedWritten] : cases) {
+        const ALERT alert(text, room);
         std::string written;
         const std::string drawn = alert.Drawn();
         for (size_t at = 0; (at = drawn.find("write ", at)) != std::string::npos;) {
@@ -171,11 +167,11 @@ TEST(AlertLayout, StaysInItsRoom) {
             written += (written.empty() ? "" : "|") + drawn.substr(place, drawn.find(' ', place) - place + 1) +
                        drawn.substr(quote + 1, at - quote - 2);
         }
-        EXPECT_EQ(written, c.Written) << c.Text;
+        EXPECT_EQ(written, wantedWritten) << text;
         const ALERTSIZE window = alert.Layout.WindowSize();
-        EXPECT_TRUE(window.Width <= c.Room.Width && (window.Height <= c.Room.Height || c.Room.Height == 20)) << c.Text;
+        EXPECT_TRUE(window.Width <= room.Width && (window.Height <= room.Height || room.Height == 20)) << text;
         for (const ALERTBUTTON& button : alert.Layout.Buttons())
-            EXPECT_LE(button.Rect.Right, c.Room.Width - 8) << c.Text;
+            EXPECT_LE(button.Rect.Right, room.Width - 8) << text;
     }
 }
 
@@ -210,11 +206,7 @@ TEST(AlertLayout, SurvivesAnySize) {
 
 TEST(AlertPlace, PutsWindowIntoWorkArea) {
     const ALERTRECT work{-100, 50, 900, 650};
-    const struct {
-        int Position;
-        ALERTSIZE Window;
-        const char* Rect;
-    } cases[] = {
+    const std::tuple<int, ALERTSIZE, const char*> cases[] = {
         {1, {200, 100}, "-100,50-100,150"},   {2, {200, 100}, "700,50-900,150"},
         {3, {200, 100}, "-100,550-100,650"},  {4, {200, 100}, "700,550-900,650"},
         {5, {200, 101}, "300,299-500,400"},   {0, {200, 100}, "700,50-900,150"},
@@ -222,6 +214,6 @@ TEST(AlertPlace, PutsWindowIntoWorkArea) {
         {2, {1200, 100}, "-100,50-1100,150"}, {4, {1200, 700}, "-100,50-1100,750"},
         {5, {1200, 700}, "-100,50-1100,750"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(Shown(PlaceAlert(work, c.Window, c.Position)), c.Rect) << c.Position;
+    for (const auto& [position, window, rect] : cases)
+        EXPECT_EQ(Shown(PlaceAlert(work, window, position)), rect) << position;
 }

@@ -31,10 +31,7 @@ std::string Shown(const std::vector<ALERTLINE>& lines) {
 }  // namespace
 
 TEST(AlertMarkup, DividesAnyTextIntoPieces) {
-    const struct {
-        std::string_view Text;
-        std::string_view Pieces;
-    } cases[] = {
+    const std::pair<std::string_view, std::string_view> cases[] = {
         {"\x1b[bs] new\x1b[s] old\x1b[b]bold\x1b[n]normal", "sb' new's' old'b'bold'n'normal'"},
         {"\x1b[sb;*=" NUMBER(COMMAND_MAIL_PROGRAM) "]Mail\x1b[s]  \x1b[*]Next",
          "sb*" NUMBER(COMMAND_MAIL_PROGRAM) "'Mail's'  'n*?'Next'"},
@@ -58,6 +55,6 @@ TEST(AlertMarkup, DividesAnyTextIntoPieces) {
         {"a\rb\tc\x01\xff", "n'a\rb c\x01\xff'"},
         {std::string_view("a\0\x1b[b]\0c", 8), std::string_view("n'a\0'b'\0c'", 10)},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(Shown(ParseAlertMarkup(c.Text)), c.Pieces) << testing::PrintToString(std::string(c.Text));
+    for (const auto& [text, pieces] : cases)
+        EXPECT_EQ(Shown(ParseAlertMarkup(text)), pieces) << testing::PrintToString(std::string(text));
 }

@@ -7,10 +7,7 @@
 namespace {
 
 TEST(TrayPictures, ShowTheCountOrWhatIsMoreUrgent) {
-    const struct {
-        TRAYSTATE State;
-        int Picture;
-    } CASES[] = {
+    const std::pair<TRAYSTATE, int> CASES[] = {
         {{.Count = 9}, 9},
         {{.Count = 19}, 10},
         {{.Count = 20}, 11},
@@ -23,25 +20,22 @@ TEST(TrayPictures, ShowTheCountOrWhatIsMoreUrgent) {
         {{.Count = 25, .Failed = true, .Suspended = true}, 15},
         {{.Count = 25, .Updating = true, .Failed = true, .Suspended = true}, 16},
     };
-    for (const auto& test : CASES)
-        EXPECT_EQ(TrayPicture(test.State), test.Picture) << test.State.Count;
+    for (const auto& [state, picture] : CASES)
+        EXPECT_EQ(TrayPicture(state), picture) << state.Count;
 }
 
 const TEXTTABLE TRAYTEXTS({{TEXT_TOOLTIP, "Mail"}, {TEXT_COUNTS, "no|mail|mails|new"}, {TEXT_UNREAD, "unread"}});
 
 TEST(Tooltip, TellsTheUnreadMailsWhereTheyAreNotAll) {
-    const struct {
-        int Total, Unread;
-        const char* Text;
-    } CASES[] = {
+    const std::tuple<int, int, const char*> CASES[] = {
         {5, 2, "Mail: 5 mails (2 unread mails)"},
         {5, 1, "Mail: 5 mails (1 unread mail)"},
         {1, 0, "Mail: 1 mail (no unread mails)"},
         {5, 5, "Mail: 5 mails "},
         {0, 0, "Mail: no mails "},
     };
-    for (const auto& test : CASES)
-        EXPECT_EQ(Std(TooltipText(TRAYTEXTS, test.Total, test.Unread)), test.Text);
+    for (const auto& [total, unread, text] : CASES)
+        EXPECT_EQ(Std(TooltipText(TRAYTEXTS, total, unread)), text);
 }
 
 class Tray : public CYCLETEST {};

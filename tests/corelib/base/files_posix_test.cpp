@@ -38,21 +38,17 @@ TEST(PosixFiles, AFullDiskLeavesTheOldFile) {
 TEST(PosixFiles, ALinkStaysALink) {
     TEMPDIR dir, elsewhere;
     WriteBytes(elsewhere.File("real"), "old");
-    const struct {
-        const char* Name;
-        fs::path Target;
-        const char* Written;
-    } cases[] = {
+    const std::tuple<const char*, fs::path, const char*> cases[] = {
         {"absolute", elsewhere.Native("real"), "real"},
         {"relative", fs::path("..") / fs::path(elsewhere.Native()).filename() / "real", "real"},
         {"chain", "absolute", "real"},
         {"dangling", elsewhere.Native("not yet"), "not yet"},
     };
-    for (const auto& c : cases) {
-        fs::create_symlink(c.Target, dir.Native(c.Name));
-        EXPECT_TRUE(FILES::ReplaceAll(dir.File(c.Name).Text(), c.Name, false)) << c.Name;
-        EXPECT_TRUE(fs::is_symlink(dir.Native(c.Name))) << c.Name;
-        EXPECT_EQ(ReadBytes(elsewhere.File(c.Written)), c.Name);
+    for (const auto& [name, target, written] : cases) {
+        fs::create_symlink(target, dir.Native(name));
+        EXPECT_TRUE(FILES::ReplaceAll(dir.File(name).Text(), name, false)) << name;
+        EXPECT_TRUE(fs::is_symlink(dir.Native(name))) << name;
+        EXPECT_EQ(ReadBytes(elsewhere.File(written)), name);
     }
     fs::create_symlink("circle", dir.Native("circle"));
     EXPECT_FALSE(FILES::ReplaceAll(dir.File("circle").Text(), "x", false));

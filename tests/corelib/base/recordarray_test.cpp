@@ -32,10 +32,7 @@ TEST(RecordarrayTest, SectionsOnDisk) {
 }
 
 TEST(RecordarrayTest, DamagedFilesKeepWhatCanBeKept) {
-    struct {
-        const char *Bytes, *Result;
-        int Assertions;
-    } rows[] = {
+    const std::tuple<const char*, const char*, int> rows[] = {
         {"", "", 0},
         {"a=1\r\n", "a=1\n/", 0},
         {"[#0]\r\na=1\r\nb=2", "a=1\n/", 0},
@@ -47,12 +44,12 @@ TEST(RecordarrayTest, DamagedFilesKeepWhatCanBeKept) {
         {"[#0]\r\n[#0]\r\na=1\r\n", "a=1\n/", 0},
     };
     TEMPDIR dir;
-    for (const auto& row : rows) {
-        WriteBytes(dir.File("r.ini"), row.Bytes);
-        EXPECT_ASSERTIONS(row.Assertions);
+    for (const auto& [bytes, result, assertions] : rows) {
+        WriteBytes(dir.File("r.ini"), bytes);
+        EXPECT_ASSERTIONS(assertions);
         RECORDARRAY records(2, 2);
         records.LoadAll(dir.File("r.ini").Text());
-        EXPECT_EQ(Texts(records), row.Result) << row.Bytes;
+        EXPECT_EQ(Texts(records), result) << bytes;
     }
 }
 

@@ -27,9 +27,7 @@ TEST(StringarrayTest, ValuesOfEveryKindComeBack) {
 }
 
 TEST(StringarrayTest, ReadsWhatItCan) {
-    struct {
-        const char *Text, *Result;
-    } rows[] = {
+    const char* const rows[][2] = {
         {"b=2\na=1\n", "a=1\nb=2\n"},
         {"a=1\n\nno equals sign\nb=2", "a=1\nb=2\n"},
         {"a==b\n", "a=\\x3db\n"},
@@ -38,8 +36,8 @@ TEST(StringarrayTest, ReadsWhatItCan) {
         {"=x\n", "=x\n"},
         {"k=2\nK=1\nk=3\na=0\n", "a=0\nk=2\nK=1\nk=3\n"},
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(STRINGARRAY(STRING(row.Text), 2, 2).AsText(), row.Result) << row.Text;
+    for (const auto& [text, result] : rows)
+        EXPECT_EQ(STRINGARRAY(STRING(text), 2, 2).AsText(), result) << text;
     STRINGARRAY zeros(STRING(std::string_view("a=1\nb=2\0\nc=3\n", 13)), 2, 2);
     EXPECT_EQ(zeros.AsText(), "a=1\nb=2\\0\nc=3\n") << "a zero byte ends no text";
     STRINGARRAY doubled(STRING("k=2\nK=1\nk=3\n"), 2, 2);

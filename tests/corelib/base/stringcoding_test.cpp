@@ -25,14 +25,11 @@ TEST(StringCodingTest, EscapedTextIsSevenBitAndComesBack) {
 }
 
 TEST(StringCodingTest, DamagedEscapesGoOnBehindTheirAssertion) {
-    struct {
-        const char* Text;
-        std::string Result;
-        int Assertions;
-    } rows[] = {{"a\\qb", "aqb", 1}, {"a\\", "a", 1}, {"\\x4", "\x04", 1}, {"\\xzz-", {"\0zz-", 4}, 2}};
-    for (const auto& row : rows) {
-        EXPECT_ASSERTIONS(row.Assertions);
-        EXPECT_EQ(Std(STRING(row.Text).Unescape()), row.Result) << row.Text;
+    const std::tuple<const char*, std::string, int> rows[] = {
+        {"a\\qb", "aqb", 1}, {"a\\", "a", 1}, {"\\x4", "\x04", 1}, {"\\xzz-", {"\0zz-", 4}, 2}};
+    for (const auto& [text, result, assertions] : rows) {
+        EXPECT_ASSERTIONS(assertions);
+        EXPECT_EQ(Std(STRING(text).Unescape()), result) << text;
     }
 }
 
@@ -50,13 +47,11 @@ TEST(StringCodingTest, Base64RoundTripAndLineBreaks) {
 }
 
 TEST(StringCodingTest, DamagedBase64) {
-    struct {
-        const char *Text, *Result;
-    } rows[] = {{"QQ", ""},    {"QQ==", "A"}, {"Q Q\r\n=", "A"}, {"QUI=QUI=", "AB"},
-                {"=QUJD", ""}, {"Q=UJD", ""}, {"QUJDRA", "ABC"}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(STRING(row.Text).FromBase64(), row.Result) << row.Text;
-        EXPECT_TRUE(STRING(row.Text).FromBase64().NotNull());
+    const char* const rows[][2] = {{"QQ", ""},    {"QQ==", "A"}, {"Q Q\r\n=", "A"}, {"QUI=QUI=", "AB"},
+                                   {"=QUJD", ""}, {"Q=UJD", ""}, {"QUJDRA", "ABC"}};
+    for (const auto& [text, result] : rows) {
+        EXPECT_EQ(STRING(text).FromBase64(), result) << text;
+        EXPECT_TRUE(STRING(text).FromBase64().NotNull());
     }
 }
 

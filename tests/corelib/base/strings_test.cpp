@@ -213,18 +213,15 @@ TEST(StringTest, FormatIsBounded) {
 }
 
 TEST(StringTest, NumbersStopAtTheEndsOfTheirRange) {
-    struct {
-        const char* Text;
-        int Value;
-    } rows[] = {{"12x", 12},
-                {" -7", -7},
-                {"+3", 3},
-                {"x", 0},
-                {"40 // percent", 40},
-                {"99999999999", INT32_MAX},
-                {"-99999999999999999999", INT32_MIN}};
-    for (const auto& row : rows)
-        EXPECT_EQ(atoi(STRING(row.Text)), row.Value) << row.Text;
+    const std::pair<const char*, int> rows[] = {{"12x", 12},
+                                                {" -7", -7},
+                                                {"+3", 3},
+                                                {"x", 0},
+                                                {"40 // percent", 40},
+                                                {"99999999999", INT32_MAX},
+                                                {"-99999999999999999999", INT32_MIN}};
+    for (const auto& [text, value] : rows)
+        EXPECT_EQ(atoi(STRING(text)), value) << text;
     EXPECT_EQ(atoi64(STRING("-9223372036854775808")), INT64_MIN);
     EXPECT_EQ(atoi64(STRING("9223372036854775808")), INT64_MAX);
 }

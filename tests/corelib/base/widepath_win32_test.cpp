@@ -6,10 +6,7 @@
 TEST(WidePathTest, OnlyALongPathGetsAnotherForm) {
     const std::string deep = "\\" + std::string(150, 'd') + "\\" + std::string(150, 'e');
     const std::wstring wide(deep.begin(), deep.end());
-    const struct {
-        std::string Path;
-        std::wstring Wide;
-    } cases[] = {
+    const std::pair<std::string, std::wstring> cases[] = {
         {"C:\\a\\b.ini", L"C:\\a\\b.ini"},
         {"trash\\..\\b.ini", L"trash\\..\\b.ini"},
         {"C:" + deep, L"\\\\?\\C:" + wide},
@@ -20,8 +17,8 @@ TEST(WidePathTest, OnlyALongPathGetsAnotherForm) {
         {"\344\200", L"\u00e4\u20ac"},
         {"", L""},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(WideFilePath(c.Path.c_str()), c.Wide) << c.Path;
+    for (const auto& [path, wantedWide] : cases)
+        EXPECT_EQ(WideFilePath(path.c_str()), wantedWide) << path;
     EXPECT_EQ(WideFilePath(nullptr), L"");
     // Relative paths count as long as they are with the directory that they start from.
     EXPECT_TRUE(WideFilePath(deep.c_str() + 1).ends_with(wide));

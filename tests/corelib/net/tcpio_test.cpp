@@ -122,11 +122,7 @@ TEST_F(TcpIo, TakesDestinationsWithColonBlankAndStar) {
 
 TEST_F(TcpIo, TellsWhyACallFails) {
     const std::string noHost(300, 'a');
-    const struct {
-        std::string Destination;
-        const char* Errors;
-        std::string CallerId;
-    } cases[] = {
+    const std::tuple<std::string, const char*, std::string> cases[] = {
         {noHost + ":110", "4098 500 Host not found", noHost.substr(0, 255)},
         {"127.0.0.1:no-such-service", "4097 500 No TCP/IP socket or service", "127.0.0.1"},
         {"127.0.0.1:0", "4097 500 No TCP/IP socket or service", "127.0.0.1"},
@@ -135,10 +131,10 @@ TEST_F(TcpIo, TellsWhyACallFails) {
         {":", "4096 400 No response", ""},
     };
     TCPIPIO device("", "", "");
-    for (const auto& c : cases) {
-        EXPECT_FALSE(device.MakeCall(c.Destination.c_str())) << c.Destination;
-        EXPECT_EQ(LastErrors(device), c.Errors) << c.Destination;
-        EXPECT_EQ(Info(device, "CALLERID"), c.CallerId);
+    for (const auto& [destination, errors, callerId] : cases) {
+        EXPECT_FALSE(device.MakeCall(destination.c_str())) << destination;
+        EXPECT_EQ(LastErrors(device), errors) << destination;
+        EXPECT_EQ(Info(device, "CALLERID"), callerId);
         EXPECT_EQ(Info(device, "ONLINE"), "0");
         EXPECT_EQ(device.Write("x", 1), 0);
     }

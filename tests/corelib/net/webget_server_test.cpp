@@ -47,21 +47,18 @@ TEST(WebServers, DocumentsComeTheSameOnEachWay) {
         text.erase(at, 1);
     servers.Nginx.Put("text", picture);
     servers.Nginx.Put("picture.gif", picture);
-    const struct {
-        const char* Doc;
-        bool Packed, Length;
-    } cases[] = {
+    const std::tuple<const char*, bool, bool> cases[] = {
         {"/text", false, true},        {"/stored/text", true, true},        {"/stream/text", true, false},
         {"/picture.gif", false, true}, {"/stored/picture.gif", true, true}, {"/stream/picture.gif", true, false}};
     for (const std::string& proxy : {std::string(), servers.Through, "p:q@" + servers.Asking})
-        for (const auto& c : cases) {
-            const std::string result = Fetch(proxy, servers.Web, c.Doc, 200);
-            const bool isPicture = strstr(c.Doc, "gif");
+        for (const auto& [doc, packed, length] : cases) {
+            const std::string result = Fetch(proxy, servers.Web, doc, 200);
+            const bool isPicture = strstr(doc, "gif");
             const std::string body = isPicture ? "\r\n\r\n" + picture : "\n\n" + text;
-            ASSERT_TRUE(result.ends_with(body)) << proxy << c.Doc << ": other bytes than were sent";
+            ASSERT_TRUE(result.ends_with(body)) << proxy << doc << ": other bytes than were sent";
             const std::string header = result.substr(0, result.size() - body.size());
-            EXPECT_EQ(header.find("Content-Encoding: gzip") != header.npos, c.Packed) << header;
-            EXPECT_EQ(header.find("Content-Length: ") != header.npos, c.Length) << header;
+            EXPECT_EQ(header.find("Content-Encoding: gzip") != header.npos, packed) << header;
+            EXPECT_EQ(header.find("Content-Length: ") != header.npos, length) << header;
             EXPECT_EQ(header.find("testproxy") != header.npos, !proxy.empty()) << header;
         }
 }

@@ -30,9 +30,7 @@ TEST(DirScan, FindsWhatMatches) {
     for (const char* name : {"a.ini", "B.INI", "ab.ini", "ab.in", "none"})
         WriteBytes(dir.File(name), "x");
     ASSERT_TRUE(OSYS::MakeDirectory(dir.File("sub.ini").Text()));
-    const struct {
-        const char *Pattern, *Names;
-    } cases[] = {
+    const char* const cases[][2] = {
         {"*.ini", "B.INI a.ini ab.ini sub.ini/ "},  // the case is of no account
         {"?.ini", "B.INI a.ini "},
         {"A*.Ini", "a.ini ab.ini "},
@@ -41,8 +39,8 @@ TEST(DirScan, FindsWhatMatches) {
         {"*a.ini", "a.ini "},
         {"absent\\*", ""},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(Found(dir.File(c.Pattern)), c.Names) << c.Pattern;
+    for (const auto& [pattern, names] : cases)
+        EXPECT_EQ(Found(dir.File(pattern)), names) << pattern;
 }
 
 std::string Collected(const TEMPDIR& dir, const char* pattern, int recurse) {

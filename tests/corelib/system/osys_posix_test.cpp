@@ -13,18 +13,16 @@ TEST(PosixAutoStart, IsADesktopEntry) {
     TEMPDIR dir;
     VARIABLE config("XDG_CONFIG_HOME", dir.Native("config"));
     const STRING file = dir.File("config\\autostart\\Tarnwick.desktop");
-    const struct {
-        const char *Command, *Exec;
-    } cases[] = {
+    const char* const cases[][2] = {
         {"mailer --hidden", "mailer --hidden"},
         {"printf 'a\\b'", "printf 'a\\\\b'"},
         {"date +%F", "date +%%F"},
         {"a\nHidden=true", "a\\nHidden=true"},  // no way to another key
     };
-    for (const auto& c : cases) {
-        EXPECT_TRUE(OSYS::AutoStart("Tarnwick", c.Command));
+    for (const auto& [command, exec] : cases) {
+        EXPECT_TRUE(OSYS::AutoStart("Tarnwick", command));
         EXPECT_EQ(ReadBytes(file),
-                  std::string("[Desktop Entry]\nType=Application\nName=Tarnwick\nExec=") + c.Exec + "\n");
+                  std::string("[Desktop Entry]\nType=Application\nName=Tarnwick\nExec=") + exec + "\n");
     }
     const std::string self = std::filesystem::read_symlink("/proc/self/exe");
     for (const char* value : {"<SELF>", OSYS::AUTOSTART_SELF}) {

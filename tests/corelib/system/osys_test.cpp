@@ -7,14 +7,12 @@
 namespace {
 
 TEST(Paths, AreTakenApartAndPutTogether) {
-    const struct {
-        const char *Path, *Directory;
-    } directories[] = {
+    const char* const directories[][2] = {
         {"x.txt", "."}, {"", "."},   {"c:x.txt", "c"},   {"c:\\x.txt", "c:"},    {"a\\b\\c", "a\\b"},
         {"a/b", "a"},   {"\\a", ""}, {"a\\b\\", "a\\b"}, {"a\\b/c:d", "a\\b/c"},
     };
-    for (const auto& c : directories)
-        EXPECT_EQ(Std(OSYS::FileDirectory(c.Path)), c.Directory) << c.Path;
+    for (const auto& [path, directory] : directories)
+        EXPECT_EQ(Std(OSYS::FileDirectory(path)), directory) << path;
 
     EXPECT_EQ(Std(OSYS::FilePath("a\\", "b")), "a\\b");
     EXPECT_EQ(Std(OSYS::FilePath(nullptr, "b")), Std(OSYS::GetCurrentDir()) + "\\b");

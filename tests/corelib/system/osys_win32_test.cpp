@@ -83,15 +83,13 @@ TEST(WindowsPaths, NeverNameAnotherFile) {
     const STRING path = PathFromWide(folder);
     EXPECT_EQ(Names(path), "A.ini ");
     EXPECT_FALSE(PathFromWide(folder + L"\\\x0414").NotNull());
-    const struct {
-        std::wstring Wide;
-        STRING Word;
-    } words[] = {{L"/WORKDIR:" + folder + L"\\new\\x", STRING("/WORKDIR:") || path || "\\new\\x"},
-                 {folder, path},
-                 {L"-ADD:\x0100@a\x00e4", "-ADD:?@a\344"},
-                 {L"/\x0100", "/?"}};
-    for (const auto& w : words)
-        EXPECT_EQ(WordFromWide(w.Wide), w.Word);
+    const std::pair<std::wstring, STRING> words[] = {
+        {L"/WORKDIR:" + folder + L"\\new\\x", STRING("/WORKDIR:") || path || "\\new\\x"},
+        {folder, path},
+        {L"-ADD:\x0100@a\x00e4", "-ADD:?@a\344"},
+        {L"/\x0100", "/?"}};
+    for (const auto& [wide, word] : words)
+        EXPECT_EQ(WordFromWide(wide), word);
     const STRING before = OSYS::GetCurrentDir();
     SetCurrentDirectoryW(folder.c_str());
     EXPECT_EQ(Names(OSYS::GetCurrentDir()), "A.ini ");
