@@ -1,11 +1,7 @@
 #pragma once
 
 #include <initializer_list>
-#include <map>
 #include <mutex>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "app/core/settings.h"
 #include "app/notify/mailprogram.h"

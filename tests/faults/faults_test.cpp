@@ -4,18 +4,14 @@
 // tries each, with an IMAP mailbox too, which is slow to log in; TARNWICK_FAULTS_SEED=n repeats the random kills of a
 // run.
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <map>
 #include <random>
-#include <set>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 #include "app/check/trashstore.h"
 #include "app/console/session.h"

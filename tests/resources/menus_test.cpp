@@ -1,8 +1,6 @@
 #include "tests/resources/menus.h"
 
 #include <cctype>
-#include <map>
-#include <set>
 
 #include "tests/support/testsupport.h"
 

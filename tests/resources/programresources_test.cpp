@@ -1,7 +1,3 @@
-#include <algorithm>
-#include <string>
-#include <vector>
-
 #include "app/core/settings.h"
 #include "tests/resources/menus.h"
 #include "tests/support/testsupport.h"

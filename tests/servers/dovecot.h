@@ -1,9 +1,6 @@
 #pragma once
 
-#include <string>
-#include <string_view>
 #include <sys/types.h>
-#include <vector>
 
 #include "tests/servers/maildir.h"
 #include "tests/servers/serverprocess.h"

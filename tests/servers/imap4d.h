@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "tests/servers/maildir.h"
 #include "tests/servers/serverprocess.h"
 

@@ -1,7 +1,5 @@
 #include "tests/servers/maildir.h"
 
-#include <algorithm>
-#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <unistd.h>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdio>
-#include <string>
 
 #include "tests/servers/dovecot.h"
 #include "tests/servers/serverprocess.h"

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "corelib/net/mxlookup.h"
 #include "tests/servers/serverprocess.h"
 

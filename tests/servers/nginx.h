@@ -1,8 +1,5 @@
 #pragma once
 
-#include <string>
-#include <string_view>
-
 #include "tests/servers/serverprocess.h"
 
 /// A private nginx on loopback. Its folders:

@@ -7,7 +7,6 @@
 #include <grp.h>
 #include <netinet/in.h>
 #include <pwd.h>
-#include <string>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>

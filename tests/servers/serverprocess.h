@@ -1,9 +1,6 @@
 #pragma once
 
-#include <functional>
-#include <string>
 #include <sys/types.h>
-#include <vector>
 
 #include "tests/support/testsupport.h"
 

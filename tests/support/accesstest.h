@@ -5,7 +5,6 @@
 #include <windows.h>
 #include <oleacc.h>
 // clang-format on
-#include <string>
 
 #include "corelib/window/widetext.h"
 #include "tests/support/windowtest.h"

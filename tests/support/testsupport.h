@@ -1,12 +1,21 @@
 #pragma once
 
+// The standard headers that tests use most come with this one.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <gtest/gtest.h>
+#include <map>
+#include <memory>
 #include <ostream>
+#include <set>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "corelib/base/clock.h"
 #include "corelib/base/strings.h"

@@ -1,9 +1,6 @@
 #include "tests/support/windowtest.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <utility>
-#include <vector>
 
 namespace {
 

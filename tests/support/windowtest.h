@@ -5,7 +5,6 @@
 #include <windows.h>
 #include <commctrl.h>
 // clang-format on
-#include <functional>
 
 #include "tests/support/testsupport.h"
 

@@ -22,20 +22,17 @@ class Dialling : public CYCLETEST {
 };
 
 TEST_F(Dialling, OnlineByTheSettings) {
-    const struct {
-        const char *Type, *Any, *Entry;
-        bool Connected, Online;
-    } CASES[] = {
+    const std::tuple<const char*, const char*, const char*, bool, bool> CASES[] = {
         {"0", "0", "", false, true},      {"-1", "0", "home", true, false},   {"2", "0", "home", true, false},
         {"1", "0", "home", false, false}, {"1", "0", "home", true, true},     {"1", "0", "office", true, false},
         {"1", "1", "office", true, true}, {"1", "1", "office", false, false},
     };
-    for (const auto& test : CASES) {
-        State.Set("ConnectionType", test.Type);
-        State.Set("ConnectionDunAny", test.Any);
-        State.Set("EntryToMonitor", test.Entry);
-        Dialup.Connected = test.Connected;
-        EXPECT_EQ(Cycle.IsOnline(), test.Online) << test.Type << test.Any << test.Entry << test.Connected;
+    for (const auto& [type, any, entry, connected, online] : CASES) {
+        State.Set("ConnectionType", type);
+        State.Set("ConnectionDunAny", any);
+        State.Set("EntryToMonitor", entry);
+        Dialup.Connected = connected;
+        EXPECT_EQ(Cycle.IsOnline(), online) << type << any << entry << connected;
     }
 }
 

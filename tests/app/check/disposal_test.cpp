@@ -1,7 +1,5 @@
 #include "app/check/disposal.h"
 
-#include <algorithm>
-
 #include "corelib/base/files.h"
 #include "tests/app/check/fakes.h"
 
@@ -80,10 +78,7 @@ class Disposal : public testing::Test {
 };
 
 TEST_F(Disposal, FollowsTheFirstVerdictThatApplies) {
-    struct CASE {
-        const char *Switches, *Type, *ItemMoves, *Result;
-    };
-    const CASE CASES[] = {
+    const char* const CASES[][4] = {
         {"", "1", "1", "D:M:I:"},
         {"I", "1", "1", "D:M:I: 100 180 600"},
         {"D", "1", "1", "D:5|600 M:I: 600"},
@@ -94,12 +89,12 @@ TEST_F(Disposal, FollowsTheFirstVerdictThatApplies) {
         {"DM", "0", "1", "D:5|600 M:4|180 I: 180 600"},
         {"DTMI", "3", "1", "D:M:I: 100 180 600"},
     };
-    for (const CASE& c : CASES) {
-        Switch(c.Switches);
-        Item.Set("Type", c.Type);
-        Item.Set("DoSpamMove", c.ItemMoves);
-        EXPECT_EQ(Mark({"", "99", "100", "180", "600"}), c.Result) << c.Switches << " of type " << c.Type;
-        EXPECT_EQ(Marks.Queued, std::string(c.Result).find('|') != std::string::npos);
+    for (const auto& [switches, type, itemMoves, result] : CASES) {
+        Switch(switches);
+        Item.Set("Type", type);
+        Item.Set("DoSpamMove", itemMoves);
+        EXPECT_EQ(Mark({"", "99", "100", "180", "600"}), result) << switches << " of type " << type;
+        EXPECT_EQ(Marks.Queued, std::string(result).find('|') != std::string::npos);
     }
     // Thresholds in another order change nothing in the order of the verdicts: above, only 180 was kept.
     EXPECT_EQ(TrashFiles(Dir), (std::set<std::string>{"100000000.ini", "100000000.txt"}));
@@ -141,25 +136,22 @@ TEST_F(Disposal, NeverGivesAnIdTwice) {
     const STRING counter = Dir.File(TRASH_COUNTER);
     // Another run, with the trash emptied meanwhile; then with a damaged counter, with one that is behind what lies
     // there, and with foreign files.
-    struct CASE {
-        const char *Counter, *Foreign, *Next;
-    };
-    const CASE CASES[] = {{nullptr, nullptr, "100000001"},
-                          {"\x01junk", nullptr, "100000002"},
-                          {"5", "readme.txt", "100000003"},
-                          {"", "100000077.txt", "100000078"},
-                          {"100000500\r\n", "99999999999999999999999999.ini", "100000500"},
-                          {"18446744073709551616", "100000600abc.ini", "100000501"}};
-    for (const CASE& c : CASES) {
-        if (c.Counter)
-            WriteBytes(counter, c.Counter);
+    const char* const CASES[][3] = {{nullptr, nullptr, "100000001"},
+                                    {"\x01junk", nullptr, "100000002"},
+                                    {"5", "readme.txt", "100000003"},
+                                    {"", "100000077.txt", "100000078"},
+                                    {"100000500\r\n", "99999999999999999999999999.ini", "100000500"},
+                                    {"18446744073709551616", "100000600abc.ini", "100000501"}};
+    for (const auto& [content, foreign, next] : CASES) {
+        if (content)
+            WriteBytes(counter, content);
         else
             FILES::Remove((Dir.File(TRASH_FOLDER) || "\\100000000.ini").Text());
-        if (c.Foreign)
-            WriteBytes(Dir.File(TRASH_FOLDER) || "\\" || c.Foreign, "foreign");
+        if (foreign)
+            WriteBytes(Dir.File(TRASH_FOLDER) || "\\" || foreign, "foreign");
         Trash.SetDirectory(Dir.Path());
         EXPECT_TRUE(Trash.SaveToTrash(Mail("1")));
-        EXPECT_EQ(TrashFile((std::string(c.Next) + ".txt").c_str()), "line 1\r\nline 2\r\n") << c.Next;
+        EXPECT_EQ(TrashFile((std::string(next) + ".txt").c_str()), "line 1\r\nline 2\r\n") << next;
     }
 }
 

@@ -1,11 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "app/check/checkcycle.h"
 #include "app/check/dialup.h"
 #include "app/check/trashstore.h"

@@ -36,12 +36,7 @@ TEST(FullTrash, KeepsWholeFilesAloneAndGivesNoIdTwice) {
     TRASHSTORE trash;
     trash.SetDirectory(dir.Path());  // the folder itself is not there yet, or has been taken away
     const std::string large(5000, 'x');
-    const struct {
-        rlim_t Limit;  // of bytes on the disk
-        size_t Header, Body;
-        bool Saved;
-        std::set<std::string> Added;
-    } CASES[] = {
+    const std::tuple<rlim_t, size_t, size_t, bool, std::set<std::string>> CASES[] = {
         {4096, 10, 5000, false, {}},
         {4096, 5000, 10, false, {}},
         {0, 10, 10, false, {}},
@@ -49,42 +44,38 @@ TEST(FullTrash, KeepsWholeFilesAloneAndGivesNoIdTwice) {
         {8192, 5000, 5000, true, {"100000003.ini", "100000003.txt"}},
     };
     std::set<std::string> expected;
-    for (const auto& c : CASES) {
+    for (const auto& [limit, header, body, wantedSaved, added] : CASES) {
         STRINGARRAY record;
-        record.Set("Header", large.substr(0, c.Header).c_str());
-        record.Set("Body", large.substr(0, c.Body).c_str());
+        record.Set("Header", large.substr(0, header).c_str());
+        record.Set("Body", large.substr(0, body).c_str());
         bool saved = false;
         {
-            const SIZELIMIT limit(c.Limit);
+            const SIZELIMIT limit(limit);
             saved = trash.SaveToTrash(record);
         }
-        EXPECT_EQ(saved, c.Saved);
-        expected.insert(c.Added.begin(), c.Added.end());
-        EXPECT_EQ(TrashFiles(dir), expected) << "half files, or ones beside them, at " << c.Header << " and " << c.Body;
-        for (const std::string& name : c.Added) {
+        EXPECT_EQ(saved, wantedSaved);
+        expected.insert(added.begin(), added.end());
+        EXPECT_EQ(TrashFiles(dir), expected) << "half files, or ones beside them, at " << header << " and " << body;
+        for (const std::string& name : added) {
             const STRING path = dir.File(TRASH_FOLDER) || "\\" || name.c_str();
             STRINGARRAY whole;
             if (name.ends_with(".txt"))
-                EXPECT_EQ(ReadBytes(path).size(), c.Body) << name;
+                EXPECT_EQ(ReadBytes(path).size(), body) << name;
             else
-                EXPECT_TRUE(whole.Load(path.Text()) && whole.Get("Header").Length() == static_cast<int>(c.Header));
+                EXPECT_TRUE(whole.Load(path.Text()) && whole.Get("Header").Length() == static_cast<int>(header));
         }
     }
 }
 
 TEST(FlushedTrash, IsOnTheDiskBeforeAMailIsQueued) {
-    const struct {
-        int Problem;
-        const char *KeepUncopied, *Queued;
-        int Uncopied;
-    } CASES[] = {
+    const std::tuple<int, const char*, const char*, int> CASES[] = {
         {0, "1", "3|5\n1|5\n", 0}, {EINVAL, "1", "3|5\n1|5\n", 0}, {EIO, "1", "", 2}, {EIO, "0", "3|5\n1|5\n", 2}};
-    for (const auto& c : CASES) {
+    for (const auto& [problem, keepUncopied, queued, uncopied] : CASES) {
         const TEMPDIR dir;
         TRASHSTORE trash;
         trash.SetDirectory(dir.Path());
         STRINGARRAY state, item;
-        FillSettings(state, {{"SpamDoTrash", "1"}, {"TrashKeepUncopied", c.KeepUncopied}});
+        FillSettings(state, {{"SpamDoTrash", "1"}, {"TrashKeepUncopied", keepUncopied}});
         int handle = FIRST_ITEM_HANDLE;
         FixItem(item, state, handle, true);
         RECORDARRAY records(8, 8);
@@ -93,12 +84,12 @@ TEST(FlushedTrash, IsOnTheDiskBeforeAMailIsQueued) {
             "X-Message-Id: 1|5\nX-SpamPoints: 200\n\nx\n\1",
             records);
         Flushes.clear();
-        FolderProblem = c.Problem;
+        FolderProblem = problem;
         const SPAMMARKS marks = MarkBySpamVerdict(item, records, 3, {state, trash});
         FolderProblem = 0;
         EXPECT_TRUE(Flushes.starts_with("ffffffD")) << Flushes << ": counter and two files each, then the folder once";
-        EXPECT_EQ(Std(item.Get("@DeleteMessageId")), c.Queued) << c.Problem;
-        EXPECT_EQ(marks.Lost + marks.Uncopied, c.Uncopied) << c.Problem;
+        EXPECT_EQ(Std(item.Get("@DeleteMessageId")), queued) << problem;
+        EXPECT_EQ(marks.Lost + marks.Uncopied, uncopied) << problem;
         MarkBySpamVerdict(item, records, 3, {state, trash});
         EXPECT_EQ(TrashFiles(dir).size(), 4U) << "what is written need not be written again";
     }

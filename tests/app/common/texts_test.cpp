@@ -1,11 +1,6 @@
 #include "app/common/texts.h"
 
-#include <algorithm>
 #include <cstring>
-#include <map>
-#include <set>
-#include <string>
-#include <vector>
 
 #include "app/common/codepage.h"
 #include "corelib/base/files.h"

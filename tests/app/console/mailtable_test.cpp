@@ -1,7 +1,6 @@
 #include "app/console/mailtable.h"
 
 #include <sstream>
-#include <vector>
 
 #include "app/console/consoletexts.h"
 #include "app/console/displaytext.h"

@@ -1,7 +1,5 @@
 #include "app/console/scoremails.h"
 
-#include <vector>
-
 #include "tests/support/testsupport.h"
 
 namespace {

@@ -1,7 +1,6 @@
 #include "app/console/switches.h"
 
 #include <initializer_list>
-#include <vector>
 
 #include "tests/support/testsupport.h"
 

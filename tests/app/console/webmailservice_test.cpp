@@ -1,7 +1,5 @@
 #include "app/demo/webmailservice.h"
 
-#include <gtest/gtest.h>
-
 #include "app/check/mailrecords.h"
 #include "app/mailbox/hotmail.h"
 #include "corelib/net/webget.h"

@@ -148,22 +148,18 @@ TEST_F(Commands, StartTheMailProgram) {
     Application.pState.Set("EmailCmdlineNewMail", "/new \t");
     Item(2).Set("DoSpecialMailProgram", "1");
     Item(2).Set("SpecialMailProgram", "special");
-    const struct {
-        int Command;
-        int Selected;  // -1: none
-        const char *CommandLine, *Started;
-    } CASES[] = {
+    const std::tuple<int, int, const char*, const char*> CASES[] = {
         {COMMAND_MAIL_PROGRAM, 2, "m.exe", "\"m.exe\",-in,."},
         {COMMAND_ITEM_MAIL_PROGRAM, 2, "m.exe", "special,-in,."},
         {COMMAND_ITEM_MAIL_PROGRAM, -1, "m.exe", ""},
         {COMMAND_NEW_MAIL, 2, "\"C:\\m m\\m.exe\" /inbox -x", "\"C:\\m m\\m.exe\" /new,,C:\\m m"},
         {COMMAND_NEW_MAIL, -1, "", ""},
     };
-    for (const auto& test : CASES) {
-        Application.pState.Set("EmailCmdline", test.CommandLine);
+    for (const auto& [command, selected, commandLine, started] : CASES) {
+        Application.pState.Set("EmailCmdline", commandLine);
         const std::vector<int> none;
-        EXPECT_TRUE(Doer.DoCommand(test.Command, test.Selected == -1 ? none : std::vector<int>{Handle(test.Selected)}));
-        EXPECT_EQ(Starter.Take(), test.Started) << test.Command << " " << test.CommandLine;
+        EXPECT_TRUE(Doer.DoCommand(command, selected == -1 ? none : std::vector<int>{Handle(selected)}));
+        EXPECT_EQ(Starter.Take(), started) << command << " " << commandLine;
     }
     EXPECT_FALSE(Application.Cycle().WasStartedThisPass());
     Doer.StartPostedMailProgram(Handle(2));

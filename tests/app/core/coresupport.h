@@ -1,10 +1,5 @@
 #pragma once
 
-#include <algorithm>
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
 #include "corelib/system/osys.h"

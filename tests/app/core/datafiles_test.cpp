@@ -1,6 +1,5 @@
 #include "app/core/datafiles.h"
 
-#include <chrono>
 #include <filesystem>
 
 #include "app/core/settings.h"
@@ -182,29 +181,26 @@ TEST_F(DataFiles, NewerDefinitionsAreTakenOverOrRefusedOnce) {
 }
 
 TEST_F(DataFiles, UpgradesRunByVersion) {
-    const struct {
-        const char *Version, *TrayCheck, *PopupPosition;
-        bool LogDeleted, Welcome;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*, bool, bool> cases[] = {
         {"0.00", "", "1", false, true},  {"", "", "1", false, true},      {"0.50", "1", "0", true, true},
         {"1.01", "1", "0", true, false}, {"1.22", "", "0", true, false},  {"1.23", "", "1", true, false},
         {"2.01", "", "1", false, false}, {"9.00", "", "1", false, false},
     };
-    for (const auto& c : cases) {
+    for (const auto& [version, trayCheck, popupPosition, logDeleted, welcome] : cases) {
         FrontEnd.Messages.clear();
         FrontEnd.Help.clear();
         FrontEnd.Wizards = 0;
         WriteProgram("spamcheck.log", "x");
         WriteData("accounts.ini", "[#0]\r\nName=a\r\n\r\n[#1]\r\nName=b\r\n\r\n");
-        WriteData("tarnwick.ini", std::string("ConnectionType=0\r\nPopupPosition=1\r\nVersion=") + c.Version + "\r\n");
+        WriteData("tarnwick.ini", std::string("ConnectionType=0\r\nPopupPosition=1\r\nVersion=") + version + "\r\n");
         Start();
-        EXPECT_EQ(Std(Items[0].Get("TrayCheck")), c.TrayCheck) << c.Version;
-        EXPECT_EQ(Std(Items[1].Get("TrayCheck")), "") << c.Version;
-        EXPECT_EQ(Std(State.Get("PopupPosition")), c.PopupPosition) << c.Version;
-        EXPECT_EQ(OSYS::FileExists("spamcheck.log"), !c.LogDeleted) << c.Version;
-        EXPECT_EQ(FrontEnd.Messages.size(), c.Welcome ? 1U : 0U) << c.Version;
-        EXPECT_EQ(FrontEnd.Wizards, 0) << c.Version;
-        EXPECT_EQ(Std(State.Get("Version")), "2.02") << c.Version;
+        EXPECT_EQ(Std(Items[0].Get("TrayCheck")), trayCheck) << version;
+        EXPECT_EQ(Std(Items[1].Get("TrayCheck")), "") << version;
+        EXPECT_EQ(Std(State.Get("PopupPosition")), popupPosition) << version;
+        EXPECT_EQ(OSYS::FileExists("spamcheck.log"), !logDeleted) << version;
+        EXPECT_EQ(FrontEnd.Messages.size(), welcome ? 1U : 0U) << version;
+        EXPECT_EQ(FrontEnd.Wizards, 0) << version;
+        EXPECT_EQ(Std(State.Get("Version")), "2.02") << version;
     }
 }
 

@@ -1,6 +1,4 @@
 #include <cctype>
-#include <map>
-#include <set>
 
 #include "app/notify/mailtypes.h"
 #include "corelib/base/recordarray.h"

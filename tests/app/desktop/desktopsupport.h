@@ -1,10 +1,5 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <thread>
-#include <vector>
-
 #include "app/check/items.h"
 #include "app/check/notifier.h"
 #include "app/core/tarnwick.h"

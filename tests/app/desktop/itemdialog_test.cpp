@@ -1,8 +1,5 @@
 #include "app/desktop/itemdialog.h"
 
-#include <memory>
-#include <set>
-
 #include "app/check/items.h"
 #include "corelib/system/osys.h"
 #include "corelib/window/controls.h"

@@ -1,8 +1,5 @@
 #include "app/desktop/mainwindow.h"
 
-#include <algorithm>
-#include <thread>
-
 #include "app/notify/traydisplay.h"
 #include "corelib/window/fontvalue.h"
 #include "tests/app/desktop/desktopsupport.h"

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <string>
-#include <string_view>
-
 #include "app/filter/spamdefinitions.h"
 #include "app/filter/spamfilter.h"
 #include "app/filter/spamvariables.h"

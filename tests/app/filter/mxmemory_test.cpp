@@ -8,11 +8,7 @@ namespace {
 TEST(MxMemory, AsksOnceForEachDomainAndNobodyAfterSilence) {
     FAKEMXLOOKUP source;
     MXMEMORY memory(source);
-    const struct {
-        const char* Name;
-        bool Found, Silent;
-        size_t Questions;
-    } CASES[] = {
+    const std::tuple<const char*, bool, bool, size_t> CASES[] = {
         {"a.example", true, false, 1},
         {"A.Example", true, false, 1},
         {"nowhere.example", false, false, 2},
@@ -25,12 +21,12 @@ TEST(MxMemory, AsksOnceForEachDomainAndNobodyAfterSilence) {
         {"c.example", false, true, 6},
         {"a.example", true, false, 6},
     };
-    for (const auto& c : CASES) {
+    for (const auto& [name, found, silent, questions] : CASES) {
         STRING best = "former", list = "former";
-        EXPECT_EQ(memory.GetAddr(c.Name, best, list), c.Found) << c.Name;
-        EXPECT_EQ(Std(best), c.Found ? "mx.example" : "") << c.Name;
-        EXPECT_EQ(memory.IsSilent(), c.Silent) << c.Name;
-        EXPECT_EQ(source.Asked.size(), c.Questions) << c.Name;
+        EXPECT_EQ(memory.GetAddr(name, best, list), found) << name;
+        EXPECT_EQ(Std(best), found ? "mx.example" : "") << name;
+        EXPECT_EQ(memory.IsSilent(), silent) << name;
+        EXPECT_EQ(source.Asked.size(), questions) << name;
     }
     // Without an answer for the first, which everybody knows, nobody is asked any more.
     MXMEMORY cutOff(source);

@@ -10,12 +10,7 @@ class Recipients : public FILTERTEST {};
 class Subjects : public FILTERTEST {};
 
 TEST_F(Subjects, AreJudgedByTheirShape) {
-    struct CASE {
-        const char* Subject;
-        int Points;
-        const char* Reason;
-    };
-    const CASE CASES[] = {
+    const std::tuple<const char*, int, const char*> CASES[] = {
         {"  \t", 0, ""},
         {" Lunch on Friday?", 0, ""},
         {" Hello there   [12345]", 100, "<3021>"},
@@ -30,20 +25,15 @@ TEST_F(Subjects, AreJudgedByTheirShape) {
         {" MAKE MONEY FAST   [12345]", 150, "<3021><3020>"},
         {" MAKE MONEY fast", 0, ""},
     };
-    for (const CASE& c : CASES) {
+    for (const auto& [subject, points, wantedReason] : CASES) {
         STRING reason;
-        EXPECT_EQ(SpamSubject(c.Subject, Vars, Texts, reason), c.Points) << c.Subject;
-        EXPECT_EQ(Std(reason), c.Reason) << c.Subject;
+        EXPECT_EQ(SpamSubject(subject, Vars, Texts, reason), points) << subject;
+        EXPECT_EQ(Std(reason), wantedReason) << subject;
     }
 }
 
 TEST_F(Recipients, AreCountedAndTheUserLookedFor) {
-    struct CASE {
-        const char *To, *Cc;
-        int Points, Significance;
-        const char* Reason;
-    };
-    const CASE CASES[] = {
+    const std::tuple<const char*, const char*, int, int, const char*> CASES[] = {
         {"To: me@here.example", "Cc: ", 0, 0, ""},
         {"To: x@y.example", "Cc: \"My Name\" <z@y.example>", 0, 0, ""},
         {"To: ME@HERE.EXAMPLE", "Cc: ", 10, 1, "<3035>"},
@@ -52,12 +42,12 @@ TEST_F(Recipients, AreCountedAndTheUserLookedFor) {
         {"To: me@here.example,a,b,c,d;e;f,g,h", "Cc: x,y", 20, 1, "<3036 10>"},
         {"To: a,b,c,d,e,f,g,h,i,j,k", "Cc: ", 30, 2, "<3035> <3036 10>"},
     };
-    for (const CASE& c : CASES) {
+    for (const auto& [to, cc, points, wantedSignificance, wantedReason] : CASES) {
         int significance = -1;
         STRING reason;
-        EXPECT_EQ(SpamRecipients(c.To, c.Cc, State, Vars, Texts, significance, reason), c.Points) << c.To;
-        EXPECT_EQ(significance, c.Significance) << c.To;
-        EXPECT_EQ(Std(reason), c.Reason) << c.To;
+        EXPECT_EQ(SpamRecipients(to, cc, State, Vars, Texts, significance, reason), points) << to;
+        EXPECT_EQ(significance, wantedSignificance) << to;
+        EXPECT_EQ(Std(reason), wantedReason) << to;
     }
 }
 

@@ -84,11 +84,10 @@ TEST_F(Sender, IsLookedUpOnlyWhereItMayBe) {
 }
 
 TEST_F(Sender, IsAskedForByTheRulesOfItsServer) {
-    struct CASE {
+    const struct {
         std::string Greeting;
         const char *From, *To, *Reply, *Result;
-    };
-    const CASE CASES[] = {
+    } CASES[] = {
         {"220 mx.example ESMTP\r\n", "MAIL FROM:<postmaster@mail.example.com>", "RCPT TO: <c@x.example>", "250 ok\r\n",
          "0/77 x.example (mx ok): accepted sender"},
         {"220-mx.example ESMTP\r\n220-no spam\r\n220 ready\r\n", "MAIL FROM:<postmaster@mail.example.com>",
@@ -96,7 +95,7 @@ TEST_F(Sender, IsAskedForByTheRulesOfItsServer) {
         {"220 mx.example\r\n", "MAIL FROM: postmaster@mail.example.com", "RCPT TO:  c@x.example", "551 not here\r\n",
          "30/0 x.example (mx ok): error while trying to verify"},
     };
-    for (const CASE& c : CASES) {
+    for (const auto& c : CASES) {
         SCRIPTEDSERVER server({Send(c.Greeting), Expect("HELO mail.example.com"), Send("250 hello\r\n"), Expect(c.From),
                                Send("250 ok\r\n"), Expect(c.To), Send(c.Reply), Expect("QUIT"), Send("221 bye\r\n")});
         Mx.Best = server.HostPort();

@@ -1,6 +1,5 @@
 #include "app/filter/wordscanner.h"
 
-#include <algorithm>
 #include <random>
 
 #include "tests/app/filter/filtertest.h"
@@ -26,10 +25,7 @@ class Scanner : public FILTERTEST {
 };
 
 TEST_F(Scanner, KeepsTheBoundariesOfWords) {
-    struct CASE {
-        const char *Word, *Line, *Score;
-    };
-    const CASE CASES[] = {
+    const char* const CASES[][3] = {
         {"free", "carefree", "0/0/0"},
         {"free", "free4all 4free", "20/1/0"},
         {"free", "FREE. Free", "20/1/0"},
@@ -47,15 +43,12 @@ TEST_F(Scanner, KeepsTheBoundariesOfWords) {
         {"**", "anything", "0/0/0"},
         {"abcdef", "abcde abcdeX", "0/0/0"},
     };
-    for (const CASE& c : CASES)
-        EXPECT_EQ(InBody("B|10|" + std::string(c.Word), c.Line), c.Score) << c.Word << " in " << c.Line;
+    for (const auto& [word, line, score] : CASES)
+        EXPECT_EQ(InBody("B|10|" + std::string(word), line), score) << word << " in " << line;
 }
 
 TEST_F(Scanner, ScalesDynamicWords) {
-    struct CASE {
-        const char *Message, *Score;
-    };
-    const CASE CASES[] = {
+    const char* const CASES[][2] = {
         {"Subject: a CHEAP!!! offer\nTo: me@here.example\n\n", "183/1/0"},
         {"Subject: a cheap offer\n", "64/1/0"},
         {"\n\n\n\n\ncheap", "40/1/0"},
@@ -69,8 +62,8 @@ TEST_F(Scanner, ScalesDynamicWords) {
     };
     State.Set("SpamMyEmail", "o: m\r\n.\r\n");
     Vars.Set("AddrNotToMe", "0");
-    for (const CASE& c : CASES)
-        EXPECT_EQ(Score("D|40|cheap", c.Message), c.Score) << c.Message;
+    for (const auto& [message, score] : CASES)
+        EXPECT_EQ(Score("D|40|cheap", message), score) << message;
     EXPECT_EQ(Score("D|40|chea*", "\n1\n2\n3\ncheapest!!"), "72/1/0");
 }
 

@@ -110,12 +110,7 @@ TEST_F(WebMail, AFormIsFilledInAndItsRedirectFollowed) {
 }
 
 TEST(HotmailPages, AreTakenApart) {
-    const struct {
-        const char* Page;
-        bool Home;
-        const char* Refresh;  // or null
-        const char* Inbox;    // or null
-    } cases[] = {
+    const std::tuple<const char*, bool, const char*, const char*> cases[] = {
         {"<title>Home</title>\n<a href=\"x\">\n<A HREF=\"in\">INBOX</a>", true, nullptr, "in"},
         {"<title>Hotmail Home</title>\n>Inbox</ without\n<a href='in'>Inbox</a>", true, nullptr, nullptr},
         {"<TITLE>home</TITLE>", false, nullptr, nullptr},
@@ -123,14 +118,14 @@ TEST(HotmailPages, AreTakenApart) {
          "go?a=b", nullptr},
         {"<meta http-equiv url=rest", false, "rest", nullptr},
     };
-    for (const auto& c : cases) {
+    for (const auto& [page, home, refresh, inbox] : cases) {
         STRING link;
-        EXPECT_EQ(HOTMAILPAGES::IsHomePage(c.Page), c.Home) << c.Page;
-        EXPECT_EQ(HOTMAILPAGES::FindMetaRefresh(c.Page, link), c.Refresh != nullptr) << c.Page;
-        EXPECT_EQ(link, c.Refresh ? c.Refresh : "");
+        EXPECT_EQ(HOTMAILPAGES::IsHomePage(page), home) << page;
+        EXPECT_EQ(HOTMAILPAGES::FindMetaRefresh(page, link), refresh != nullptr) << page;
+        EXPECT_EQ(link, refresh ? refresh : "");
         link = STRING();
-        EXPECT_EQ(HOTMAILPAGES::FindInboxLink(c.Page, link), c.Inbox != nullptr) << c.Page;
-        EXPECT_EQ(link, c.Inbox ? c.Inbox : "");
+        EXPECT_EQ(HOTMAILPAGES::FindInboxLink(page, link), inbox != nullptr) << page;
+        EXPECT_EQ(link, inbox ? inbox : "");
     }
 }
 

@@ -201,12 +201,7 @@ TEST(ImapGet, NewestFirstWithoutBodies) {
 }
 
 TEST(ImapGet, GreetingAndNamesOnTheWire) {
-    const struct {
-        const char* Greeting;
-        const char* User;
-        const char* Password;
-        const char* Line;  // null: the greeting is a refusal already
-    } cases[] = {
+    const char* const cases[][4] = {
         {"* BYE busy", "", "", nullptr},
         {"* BYE I was OK once", "", "", nullptr},
         {"* PREAUTH you are OK to me", "", "", nullptr},
@@ -216,27 +211,22 @@ TEST(ImapGet, GreetingAndNamesOnTheWire) {
         {"* OK hello", "\xfc", "pw", "LOGIN \"\\xfc\" pw"},
         {"* OK hello", "a\" b", "p\r\nIMAPCMD_1 DELETE x\x7f", "LOGIN \"a\\\" b\" pIMAPCMD_1 DELETE x"},
     };
-    for (const auto& c : cases) {
+    for (const auto& [greeting, user, password, line] : cases) {
         std::vector<EXCHANGE> exchanges;
-        if (c.Line)
-            exchanges = Tagged({{c.Line, "$NO\r\n"}});
-        SCRIPTEDSERVER server(ServerScript(std::string(c.Greeting) + "\r\n", exchanges));
+        if (line)
+            exchanges = Tagged({{line, "$NO\r\n"}});
+        SCRIPTEDSERVER server(ServerScript(std::string(greeting) + "\r\n", exchanges));
         RECORDINGROW row;
         STRING result;
-        bool ok = ImapGet(row.Call(STRING(server.HostPort()), c.User, c.Password), "", 0, result);
-        const OUTCOME expected{false, c.Line ? "-ERR IMAPCMD_0 NO" : std::string("-ERR ") + c.Greeting};
+        bool ok = ImapGet(row.Call(STRING(server.HostPort()), user, password), "", 0, result);
+        const OUTCOME expected{false, line ? "-ERR IMAPCMD_0 NO" : std::string("-ERR ") + greeting};
         EXPECT_EQ(Problem(server, exchanges, {ok, Std(result)}, expected), "");
     }
 }
 
 TEST(ImapGet, FoldersOnTheWireAndUnderWhatTheirUidsAreValid) {
     const std::string validity = "* OK [UIDVALIDITY 4294967295] ok\r\n* 0 EXISTS\r\n" + DONE;
-    const struct {
-        const char* Folder;
-        const char* Argument;
-        std::string Reply;
-        const char* Validity;
-    } cases[] = {
+    const std::tuple<const char*, const char*, std::string, const char*> cases[] = {
         {"", "INBOX", validity, "4294967295"},
         {"inbox", "inbox", validity, "4294967295"},
         {"", "INBOX", "* 0 EXISTS\r\n* OK [UIDVALIDITY 4294967296]\r\n* OK UIDVALIDITY 3\r\n" + DONE, ""},
@@ -246,21 +236,21 @@ TEST(ImapGet, FoldersOnTheWireAndUnderWhatTheirUidsAreValid) {
         {"\"a\" b\"", "\"\\\"a\\\" b\\\"\"", validity, "4294967295|\"a\" b\""},
         {"a{9}\r\nx DELETE y\\", "\"a{9}x DELETE y\\\\\"", "$NO\r\n", nullptr},
     };
-    for (const auto& c : cases) {
-        std::vector<EXCHANGE> exchanges = {WHOLE[LOGIN], {std::string("SELECT ") + c.Argument, c.Reply}};
-        if (c.Validity)
+    for (const auto& [folder, argument, reply, wantedValidity] : cases) {
+        std::vector<EXCHANGE> exchanges = {WHOLE[LOGIN], {std::string("SELECT ") + argument, reply}};
+        if (wantedValidity)
             exchanges.push_back(WHOLE[LOGOUT]);
         exchanges = Tagged(exchanges);
         SHORTTIMES times(8000);
         SCRIPTEDSERVER server(ServerScript(GREETING, exchanges));
         RECORDINGROW row;
         STRING result;
-        const bool ok = ImapGet(row.Call(STRING(server.HostPort())), c.Folder, 0, result);
+        const bool ok = ImapGet(row.Call(STRING(server.HostPort())), folder, 0, result);
         const OUTCOME expected =
-            c.Validity ? OUTCOME{true, "0 msgs|? unread|0 bytes\n"} : OUTCOME{false, "-ERR IMAPCMD_1 NO"};
+            wantedValidity ? OUTCOME{true, "0 msgs|? unread|0 bytes\n"} : OUTCOME{false, "-ERR IMAPCMD_1 NO"};
         EXPECT_EQ(Problem(server, exchanges, {ok, Std(result)}, expected), "");
-        if (c.Validity) {
-            EXPECT_EQ(Std(row.Item.Get("@UidValidity")), c.Validity);
+        if (wantedValidity) {
+            EXPECT_EQ(Std(row.Item.Get("@UidValidity")), wantedValidity);
         }
     }
 }

@@ -1,10 +1,5 @@
 #pragma once
 
-#include <algorithm>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "app/mailbox/imap.h"
 #include "app/mailbox/pop3.h"
 #include "corelib/net/tcpio.h"

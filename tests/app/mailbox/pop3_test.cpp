@@ -1,7 +1,5 @@
 #include "app/mailbox/pop3.h"
 
-#include <chrono>
-
 #include "tests/app/mailbox/mailboxsupport.h"
 
 namespace {
@@ -156,23 +154,19 @@ TEST(PopGet, NeitherAMailNorTheirNumberFillsTheMemory) {
     for (int i = 0; i < 5000; ++i)
         flood += "and so on\r\n";
     const std::string head2 = "X-Size: 40\nX-Message-Id: 2|40\n", rest = "and so on\nand so on\n.\n\1";
-    struct {
-        int MailBytes, ListingBytes, MailPrice;
-        std::vector<EXCHANGE> Rest;
-        OUTCOME Outcome;
-    } const cases[] = {
+    const std::tuple<int, int, int, std::vector<EXCHANGE>, OUTCOME> cases[] = {
         // A mail that is too long keeps its beginning, and the others are none the worse.
         {30, 1000000, 0, From(LIST1), {true, SUMMARY + head2 + rest + BLOCK1}},
         {30, 1000, 0, {}, {false, "-ERR 999 TOP reply without end"}},
         {30, 100000, 100000, From(QUIT), {true, SUMMARY + head2 + rest}},
     };
-    for (const auto& c : cases) {
+    for (const auto& [mailBytes, listingBytes, mailPrice, following, outcome] : cases) {
         SHORTTIMES times(8000);
-        PopTimes.MailBytes = c.MailBytes;
-        PopTimes.ListingBytes = c.ListingBytes;
-        PopTimes.MailPrice = c.MailPrice;
-        SCRIPTEDSERVER server(ServerScript(GREETING, Deviating(TOP2, flood + ".\r\n", c.Rest)));
-        EXPECT_EQ(Get(server), c.Outcome);
+        PopTimes.MailBytes = mailBytes;
+        PopTimes.ListingBytes = listingBytes;
+        PopTimes.MailPrice = mailPrice;
+        SCRIPTEDSERVER server(ServerScript(GREETING, Deviating(TOP2, flood + ".\r\n", following)));
+        EXPECT_EQ(Get(server), outcome);
     }
 }
 

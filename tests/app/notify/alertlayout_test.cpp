@@ -1,7 +1,5 @@
 #include "app/notify/alertlayout.h"
 
-#include <utility>
-
 #include "resources/commands.h"
 #include "tests/support/testsupport.h"
 

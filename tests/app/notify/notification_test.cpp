@@ -1,7 +1,5 @@
 #include "app/notify/notification.h"
 
-#include <algorithm>
-
 #include "app/check/items.h"
 #include "app/notify/mailtypes.h"
 #include "corelib/base/files.h"

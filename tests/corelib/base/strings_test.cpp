@@ -1,7 +1,6 @@
 #include "corelib/base/strings.h"
 
 #include <climits>
-#include <vector>
 
 #include "tests/support/testsupport.h"
 
@@ -138,18 +137,14 @@ TEST(StringTest, SearchingWithAndWithoutCase) {
 }
 
 TEST(StringTest, ReplaceDoesNotSearchWhatItPutIn) {
-    struct {
-        const char *Text, *From, *To;
-        int CaseSensitive;
-        const char* Result;
-    } rows[] = {
+    const std::tuple<const char*, const char*, const char*, int, const char*> rows[] = {
         {"aXbXc", "X", "XX", 1, "aXXbXXc"}, {"aXbXc", "X", "", 1, "abc"}, {"aXbxc", "x", "-", 0, "a-b-c"},
         {"aXbxc", "x", "-", 1, "aXb-c"},    {"none", "", "x", 1, "none"}, {"aaa", "aa", "a", 1, "aa"},
     };
-    for (const auto& row : rows) {
-        STRING text(row.Text);
-        text.Replace(row.From, row.To, row.CaseSensitive);
-        EXPECT_EQ(text, row.Result) << row.Text;
+    for (const auto& [before, from, to, caseSensitive, result] : rows) {
+        STRING text(before);
+        text.Replace(from, to, caseSensitive);
+        EXPECT_EQ(text, result) << before;
     }
 }
 

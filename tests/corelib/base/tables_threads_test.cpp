@@ -1,5 +1,3 @@
-#include <thread>
-
 #include "corelib/base/recordarray.h"
 #include "tests/support/testsupport.h"
 

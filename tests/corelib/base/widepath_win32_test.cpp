@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "corelib/base/widepath.h"
 #include "tests/support/testsupport.h"
 

@@ -1,7 +1,3 @@
-#include <algorithm>
-#include <memory>
-#include <string>
-
 #include "corelib/net/mxlookup.h"
 #include "tests/support/testsupport.h"
 

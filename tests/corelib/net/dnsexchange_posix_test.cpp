@@ -1,10 +1,6 @@
-#include <algorithm>
 #include <arpa/inet.h>
-#include <atomic>
-#include <chrono>
 #include <poll.h>
 #include <sys/socket.h>
-#include <thread>
 
 #include "corelib/net/mxlookup.h"
 #include "corelib/net/sockets.h"
@@ -128,11 +124,7 @@ TEST_F(DnsExchange, EndsHoweverTheServerAnswers) {
     otherId.OtherId = otherQuestion.OtherQuestion = true;
     query.Flags[0] = 0x01;
     cutWithRecords.Flags[0] = 0x83;
-    const struct {
-        std::vector<REPLY> Packets, Whole;
-        const char* Result;
-        bool Waits;  // for all the time there is
-    } CASES[] = {
+    const std::tuple<std::vector<REPLY>, std::vector<REPLY>, const char*, bool> CASES[] = {
         {{good}, {}, "yes mx.a.example", false},
         {{none}, {}, "no ", false},
         {{unknown}, {}, "no ", false},
@@ -150,15 +142,15 @@ TEST_F(DnsExchange, EndsHoweverTheServerAnswers) {
         {{{{0x81, 0x80}, {Mx(0, "\0"s), Mx(7, HOST)}}}, {}, "yes mx.a.example", false},
     };
     int number = 0;
-    for (const auto& c : CASES) {
+    for (const auto& [datagrams, stream, result, waits] : CASES) {
         SCOPED_TRACE("case " + std::to_string(number++));
-        const ODDNAMESERVER server(c.Packets, c.Whole);
+        const ODDNAMESERVER server(datagrams, stream);
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ(Ask(server.Port), c.Result);
+        EXPECT_EQ(Ask(server.Port), result);
         const auto took = std::chrono::steady_clock::now() - start;
         EXPECT_LT(took, std::chrono::seconds(2));
-        EXPECT_EQ(took >= std::chrono::milliseconds(290), c.Waits);
-        EXPECT_GT(server.Asked, c.Packets.empty() ? 1 : 0) << "a silent one is asked again";
+        EXPECT_EQ(took >= std::chrono::milliseconds(290), waits);
+        EXPECT_GT(server.Asked, datagrams.empty() ? 1 : 0) << "a silent one is asked again";
     }
     const uint16_t nobody = ODDNAMESERVER({}, {}).Port;
     EXPECT_EQ(Ask(nobody), "no silent");

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "corelib/net/mxlookup.h"
 #include "tests/servers/nameserver.h"
 

@@ -1,9 +1,6 @@
 #include "corelib/net/ringbuffer.h"
 
-#include <algorithm>
 #include <random>
-#include <string>
-#include <thread>
 
 #include "corelib/net/tcpio.h"
 #include "tests/support/testsupport.h"

@@ -1,12 +1,7 @@
 #include "corelib/net/tcpio.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <optional>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "corelib/base/trace.h"
 #include "corelib/net/abandon.h"
@@ -291,23 +286,20 @@ TEST_F(TcpIo, ManyQuickRepliesAndOurOwnTimeAreNotSlow) {
 }
 
 TEST_F(TcpIo, PaceCountsBytesForTheTimeThatWasWaited) {
-    const struct {
-        int Waits, WaitMs, Bytes, AskEach;
-        bool Slow;
-    } CASES[] = {
+    const std::tuple<int, int, int, int, bool> CASES[] = {
         {60, 1000, 199, 0, true},  {600, 1000, 200, 0, false}, {59, 1000, 0, 0, false},   {1000, 490, 1, 1, false},
         {2000, 490, 1, 1, true},   {100, 4900, 1, 1, true},    {12, 10000, 100, 1, true}, {6, 10000, 100, 1, false},
         {100, -5000, 0, 0, false}, {60, 1000, 0, 10, false},
     };
-    for (const auto& c : CASES) {
+    for (const auto& [waits, waitMs, bytes, askEach, slow] : CASES) {
         PACE pace;
-        for (int i = 0; i < c.Waits; ++i) {
-            if (c.AskEach > 0 && i % c.AskEach == 0)
+        for (int i = 0; i < waits; ++i) {
+            if (askEach > 0 && i % askEach == 0)
                 pace.Asked();
-            pace.Moved(c.Bytes);
-            pace.Waited(c.WaitMs);
+            pace.Moved(bytes);
+            pace.Waited(waitMs);
         }
-        EXPECT_EQ(pace.IsTooSlow(), c.Slow) << c.Waits << " * " << c.WaitMs << ", " << c.Bytes;
+        EXPECT_EQ(pace.IsTooSlow(), slow) << waits << " * " << waitMs << ", " << bytes;
     }
     // What came at full speed before buys one minute of a drip and no more.
     PACE pace;

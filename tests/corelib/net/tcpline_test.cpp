@@ -1,7 +1,5 @@
 #include "corelib/net/tcpline.h"
 
-#include <string>
-
 #include "corelib/net/tcpio.h"
 #include "tests/servers/scriptedserver.h"
 #include "tests/support/testsupport.h"

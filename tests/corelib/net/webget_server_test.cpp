@@ -66,13 +66,7 @@ TEST(WebServers, DocumentsComeTheSameOnEachWay) {
 TEST(WebServers, QuestionsAreAnsweredOnceAndAllElseIsAResult) {
     SERVERS& servers = Servers();
     servers.Nginx.Put("page", "inside");
-    const struct {
-        std::string Proxy;
-        const char* Environment;
-        const char* Credential;
-        const char* Doc;
-        int Status;
-    } cases[] = {
+    const std::tuple<std::string, const char*, const char*, const char*, int> cases[] = {
         {"", nullptr, "", "/private/page", 401},
         {"", nullptr, "me:wrong@", "/private/page", 401},
         {servers.Asking, "p:q", "me:secret@", "/private/page", 200},  // both ask
@@ -83,13 +77,13 @@ TEST(WebServers, QuestionsAreAnsweredOnceAndAllElseIsAResult) {
         {"", nullptr, "", "/moved", 302},
         {"", nullptr, "", "/there", 404},
     };
-    for (const auto& c : cases) {
-        if (c.Environment)
-            setenv("VELMORAPROXYAUTH", c.Environment, 1);
+    for (const auto& [proxy, environment, credential, doc, status] : cases) {
+        if (environment)
+            setenv("VELMORAPROXYAUTH", environment, 1);
         else
             unsetenv("VELMORAPROXYAUTH");
-        const std::string result = Fetch(c.Proxy, c.Credential + servers.Web, c.Doc, c.Status);
-        EXPECT_EQ(result.ends_with("\n\ninside"), c.Status == 200) << result;
-        EXPECT_EQ(result.find("\nLocation: http://" + servers.Web + "/there\n") != result.npos, c.Status == 302);
+        const std::string result = Fetch(proxy, credential + servers.Web, doc, status);
+        EXPECT_EQ(result.ends_with("\n\ninside"), status == 200) << result;
+        EXPECT_EQ(result.find("\nLocation: http://" + servers.Web + "/there\n") != result.npos, status == 302);
     }
 }

@@ -1,6 +1,5 @@
 #include "corelib/net/webget.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "corelib/net/httptext.h"
@@ -131,22 +130,18 @@ TEST_F(WebGet, TimeAndBoundsEndATransfer) {
     EXPECT_EQ(result.Left(11), "TCPIO 4096 ");
 
     const std::string head = "HTTP/1.0 200 OK\r\n", flood = std::string(100000, 'h');
-    const struct {
-        SCRIPT Script;
-        int AnswerMs, ResponseBytes, Status;
-        const char* Start;
-    } cases[] = {
+    const std::tuple<SCRIPT, int, int, int, const char*> cases[] = {
         {{PLAY::Silence()}, 100, 1000, 999, "WEBGET 999 Read Timeout\n"},
         {{PLAY::Send(head + "\r\nha"), PLAY::Silence()}, 250, 1000, 999, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\n\nha"},
         {{PLAY::Drip(head + flood)}, 250, 1 << 20, 999, "TCPIO 999 Timeout\nHTTP/1.0 200 OK\nhh"},
         {{PLAY::Send(head + flood)}, 20000, 1000, 998, "TCPIO 998 Canceled\nHTTP/1.0 200 OK\nhh"},
     };
-    for (const auto& c : cases) {
-        SCRIPTEDSERVER server(c.Script);
-        WebTimes.AnswerMs = c.AnswerMs;
-        WebTimes.ResponseBytes = c.ResponseBytes;
-        EXPECT_EQ(web.Get(server.HostPort().c_str(), "/", result), c.Status);
-        EXPECT_EQ(Std(result).substr(0, strlen(c.Start)), c.Start);
+    for (const auto& [script, answerMs, responseBytes, status, wantedStart] : cases) {
+        SCRIPTEDSERVER server(script);
+        WebTimes.AnswerMs = answerMs;
+        WebTimes.ResponseBytes = responseBytes;
+        EXPECT_EQ(web.Get(server.HostPort().c_str(), "/", result), status);
+        EXPECT_EQ(Std(result).substr(0, strlen(wantedStart)), wantedStart);
         EXPECT_LT(result.Length(), 1 << 16);
     }
     // Who says nothing at all costs one time-out.

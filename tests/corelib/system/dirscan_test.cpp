@@ -1,9 +1,6 @@
 #include "corelib/system/dirscan.h"
 
-#include <algorithm>
 #include <filesystem>
-#include <string>
-#include <vector>
 
 #include "corelib/system/osys.h"
 #include "tests/corelib/system/systemsupport.h"

@@ -97,16 +97,13 @@ TEST(PosixCollectFiles, LinksInACircleEnd) {
 }
 
 TEST(PosixLocale, TheLanguageIsTheFirstThatIsSet) {
-    const struct {
-        const char *All, *Messages, *Lang;
-        int Language;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*, int> cases[] = {
         {"", "", "", 9},        {"", "", "de_AT.UTF-8", 7}, {"", "en_GB", "de_DE", 9},
         {"", "de", "en_GB", 7}, {"C", "de_DE", "de_DE", 9}, {"de_DE@euro", "en_GB", "en_GB", 7},
     };
-    for (const auto& c : cases) {
-        VARIABLE all("LC_ALL", c.All), messages("LC_MESSAGES", c.Messages), lang("LANG", c.Lang);
-        EXPECT_EQ(OSYS::UserLanguage(), c.Language) << c.All << "," << c.Messages << "," << c.Lang;
+    for (const auto& [all, messages, lang, language] : cases) {
+        VARIABLE all("LC_ALL", all), messages("LC_MESSAGES", messages), lang("LANG", lang);
+        EXPECT_EQ(OSYS::UserLanguage(), language) << all << "," << messages << "," << lang;
     }
 }
 
@@ -116,18 +113,16 @@ TEST(PosixLocale, NumbersAndDatesAreTheUsers) {
         GTEST_SKIP() << "this system has no sources of locales";
     FAKECLOCK clock;
     VARIABLE path("LOCPATH", dir.Native());
-    const struct {
-        const char *Locale, *Thousands, *Decimal, *Date;
-    } cases[] = {
+    const char* const cases[][4] = {
         {"C", ",", ".", "03/04/26"},
         {"fr_FR.UTF-8", "\240", ",", "04/03/2026"},  // a blank that does not break, in the program's code page
         {"xx_XX.UTF-8", ",", ".", "03/04/26"},       // not installed
     };
-    for (const auto& c : cases) {
-        VARIABLE all("LC_ALL", c.Locale);
-        EXPECT_EQ(Std(OSYS::ThousandsSeparator()), c.Thousands) << c.Locale;
-        EXPECT_EQ(Std(OSYS::DecimalSeparator()), c.Decimal) << c.Locale;
-        EXPECT_EQ(Std(OSYS::DateText()), c.Date) << c.Locale;
+    for (const auto& [locale, thousands, decimal, date] : cases) {
+        VARIABLE all("LC_ALL", locale);
+        EXPECT_EQ(Std(OSYS::ThousandsSeparator()), thousands) << locale;
+        EXPECT_EQ(Std(OSYS::DecimalSeparator()), decimal) << locale;
+        EXPECT_EQ(Std(OSYS::DateText()), date) << locale;
     }
 }
 

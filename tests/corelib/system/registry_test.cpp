@@ -1,7 +1,5 @@
 #include "corelib/system/registry.h"
 
-#include <string>
-
 #include "corelib/system/osys.h"
 #include "tests/corelib/system/systemsupport.h"
 

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <deque>
-#include <string>
 
 #include "tests/support/testsupport.h"
 

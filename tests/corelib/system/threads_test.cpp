@@ -1,6 +1,4 @@
-#include <atomic>
 #include <mutex>
-#include <vector>
 
 #include "corelib/base/locks.h"
 #include "corelib/system/osys.h"

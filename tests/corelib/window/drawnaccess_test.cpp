@@ -1,7 +1,5 @@
 #include "corelib/window/drawnaccess.h"
 
-#include <vector>
-
 #include "corelib/window/toolbar.h"
 #include "tests/corelib/window/commandparent.h"
 #include "tests/support/accesstest.h"

@@ -1,8 +1,5 @@
 #include "corelib/window/listview.h"
 
-#include <string>
-#include <vector>
-
 #include "tests/support/windowtest.h"
 
 namespace {

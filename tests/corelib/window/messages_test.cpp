@@ -1,8 +1,6 @@
 #include "corelib/window/messages.h"
 
 #include <fstream>
-#include <thread>
-#include <vector>
 
 #include "corelib/system/registry.h"
 #include "corelib/system/startprogram.h"

@@ -1,7 +1,5 @@
 #include "corelib/window/toolbar.h"
 
-#include <vector>
-
 #include "corelib/window/listview.h"
 #include "tests/corelib/window/commandparent.h"
 #include "tests/support/windowtest.h"
