@@ -6,8 +6,8 @@
 #include "app/mailbox/listing.h"
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
+#include "fuzz/answeringdevice.h"
 #include "fuzz/saidserver.h"
-#include "tests/servers/answeringdevice.h"
 
 namespace {
 

@@ -155,15 +155,6 @@ TEST_F(DataFiles, FirstStartRunsTheWizardAndMakesTheFilesFromTheDefaults) {
     EXPECT_TRUE(FrontEnd.Questions.empty());
 }
 
-TEST_F(DataFiles, AUserWithoutMailTypesKeepsNone) {
-    WriteProgram("def_types.ini", "[#0]\r\nName=list\r\n\r\n");
-    Start();
-    Types.DeleteAll();
-    EXPECT_TRUE(Files->SaveTables(SAVE_TYPES));
-    Start();
-    EXPECT_EQ(Types.Count(), 0);
-}
-
 TEST_F(DataFiles, NewerDefinitionsAreTakenOverOrRefusedOnce) {
     WriteProgram("def_spamdef.dat", "shipped\r\n");
     SetAge(Program.Native("def_spamdef.dat"), std::chrono::minutes(30));

@@ -3,7 +3,6 @@
 #include "app/mailbox/imap.h"
 #include "app/mailbox/mailhandling.h"
 #include "tests/app/apptest.h"
-#include "tests/app/forgedreplies.h"
 #include "tests/servers/dovecot.h"
 #include "tests/servers/imap4d.h"
 
@@ -97,18 +96,6 @@ TYPED_TEST(ImapServers, ListsFoldersAndLeavesThemAsTheyAre) {
     EXPECT_TRUE(this->Get().starts_with("-ERR IMAPCMD_1 NO ")) << this->Get();
     this->Item.Set("Source2", "wrong");
     EXPECT_TRUE(this->Get().starts_with("-ERR IMAPCMD_0 NO ")) << this->Get();
-}
-
-TYPED_TEST(ImapServers, AMailThatTalksLikeAServerIsAMail) {
-    this->Item.Set("DownloadMailTexts", "1");
-    const std::string before = this->Get();
-    this->Server.Mailbox().Deliver("From: A B <a@x.example>\nSubject: {3}\n\n" + ForgedReplies(7, 3));
-    const std::string after = this->Get();
-    const size_t second = after.find('\1');
-    ASSERT_NE(second, after.npos) << after;
-    EXPECT_TRUE(after.starts_with("4 msgs|3 unread|")) << after;
-    EXPECT_NE(after.substr(0, second).find("\nIMAPCMD_7 a OK x\n* 3 FETCH ("), after.npos) << after;
-    EXPECT_EQ(after.substr(second + 1), before.substr(before.find('\n') + 1));
 }
 
 TYPED_TEST(ImapServers, DeletesAndMovesWhatItIsToldAndNothingElse) {

@@ -2,7 +2,6 @@
 
 #include "app/mailbox/listing.h"
 #include "tests/app/mailbox/mailboxsupport.h"
-#include "tests/servers/answeringdevice.h"
 
 namespace {
 
@@ -302,47 +301,6 @@ TEST(ImapGet, AMailOfAnySizeCostsNoMoreThanItsBeginning) {
     SCRIPTEDSERVER server(ServerScript(GREETING, exchanges));
     const std::string transport = "X-Transport: From: a\\r\\nTo: b\\r\\n\\r\\n\n";
     EXPECT_EQ(Problem(server, exchanges, Get(server), {true, Replaced(LISTED, transport, "")}), "");
-}
-
-// Whatever a server does, the program can end.
-TEST(ImapGet, StopsWhenItIsAsked) {
-    constexpr int MAILS = 20000;
-    std::string all = "* " + std::to_string(MAILS) + " EXISTS\r\n* SEARCH";
-    for (int i = 1; i <= MAILS; ++i)
-        all += " " + std::to_string(i);
-    const std::string everything = all + "\r\n* 20000 FETCH (RFC822.SIZE 1 UID 1 FLAGS () BODY[] {2}\r\nA:)\r\n";
-    const struct {
-        const char* What;
-        const char* Greeting;
-        std::string Reply;
-        bool Tagged;
-    } cases[] = {
-        {"no greeting", "", "", false},
-        {"silence", GREETING, "", false},
-        {"half a literal", GREETING, "* 1 FETCH (X {9999}\r\nx", false},
-        {"many mails", GREETING, everything, true},
-    };
-    for (const auto& c : cases) {
-        SHORTTIMES times(8000);
-        TcpTimes.StopLookMs = 1;
-        int commands = 0;
-        ANSWERINGDEVICE device(c.Greeting, [&](const std::string& line) {
-            ++commands;
-            return c.Reply + (c.Tagged ? line.substr(0, line.find(' ')) + " OK done\r\n" : "");
-        });
-        RECORDINGROW row;
-        int asked = 0;
-        row.StopAsked = [&] { return ++asked > 50; };
-        STRING result;
-        EXPECT_FALSE(ImapRead(device, row.Call(""), "", IMAP_BODY_BYTES, result)) << c.What;
-        EXPECT_EQ(Std(result), "-ERR ") << c.What;
-        EXPECT_LT(commands, 100) << c.What;
-        STRING error;
-        row.Item.Set("DoAltFolder", "0");
-        row.Item.Set("UidValidity", "");
-        asked = 0;
-        EXPECT_FALSE(ImapDispose(device, row.Call(""), "1\n2", nullptr, error)) << c.What;
-    }
 }
 
 // The whole conversation of a disposal after its greeting: what the server can do, and the folder, come first. Mails

@@ -170,34 +170,6 @@ TEST(PopGet, NeitherAMailNorTheirNumberFillsTheMemory) {
     }
 }
 
-TEST(PopGet, StopsAtOnceWhateverTheServerDoes) {
-    const std::string flood(1000000, 'x');
-    const struct {
-        const char* What;
-        SCRIPT Script;
-    } cases[] = {
-        {"silence", {}},
-        {"a mail without end", ServerScript(GREETING, Deviating(TOP2, OK + flood, {}))},
-        {"millions of mails",
-         ServerScript(GREETING, {{"USER joe", OK}, {"PASS pw", OK}, {"STAT", "+OK 9999999 0\r\n"}})},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.What);
-        SHORTTIMES times(8000);
-        TcpTimes.StopLookMs = 1;
-        SCRIPTEDSERVER server(c.Script);
-        RECORDINGROW row;
-        int questions = 0;
-        row.StopAsked = [&questions] { return ++questions > 100; };
-        STRING result;
-        const auto start = std::chrono::steady_clock::now();
-        EXPECT_FALSE(PopGet(row.Call(STRING(server.HostPort())), 0, result));
-        EXPECT_EQ(Std(result), "-ERR Stopped");
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
-        EXPECT_EQ(server.Transcript().find("QUIT"), std::string::npos);
-    }
-}
-
 TEST(PopDelete, AllOrNothing) {
     const EXCHANGE list2 = WHOLE[LIST2], delete2{"DELE 2", OK}, list1 = WHOLE[LIST1], quit{"QUIT", OK};
     struct {

@@ -359,31 +359,6 @@ TEST_F(TcpIo, ADeviceThatNobodyReadsGoesAtOnce) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
 }
 
-TEST_F(TcpIo, ManyCallsOfOneDeviceMixNothing) {
-    SCRIPTEDSERVER server(SCRIPT{ExpectPrefix("call "), Drip("reply")});
-    TCPIPIO device("", "", "");
-    for (int i = 0; i < 50; ++i) {
-        ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
-        device.Write("call \r\n", -1);
-        // Each other call is dropped in the middle of the reply; the rest may have been on its way to the reader.
-        if (i % 2 == 0) {
-            std::string reply = Take(device, 5);
-            while (!reply.ends_with("reply") && reply.size() < 9)
-                reply += Take(device, 1);
-            ASSERT_TRUE(reply.ends_with("reply")) << reply;
-            EXPECT_NE(std::string("eply").find(reply.substr(0, reply.size() - 5)), std::string::npos) << reply;
-        } else {
-            EXPECT_EQ(Take(device, 1), "r");
-        }
-        device.DropCall();
-        EXPECT_EQ(LastErrors(device), "0 200 No Error");
-        EXPECT_EQ(Info(device, "CallerId"), "<unknown>");
-        while (device.NumAvail() > 0)
-            Take(device, 100, 0);
-    }
-    EXPECT_TRUE(server.Wait(50));
-}
-
 // The accepting side listens on the address of the host name, which has to be a loopback address to be called here.
 class TcpAccept : public testing::Test {
  protected:
@@ -438,23 +413,4 @@ TEST_F(TcpAccept, FailsWhereThePortIsTaken) {
     TCPIPIO device(std::to_string(Port).c_str(), "", "");
     EXPECT_FALSE(device.AcceptCall());
     EXPECT_EQ(LastErrors(device), "4104 500 Bind failed");
-}
-
-TEST(Sockets, InterruptWakesWhoIsBlockedAndWhoComesLater) {
-    uint16_t port = 0;
-    HELDSOCKET listener = Deaf(SOCKETS::LOOPBACK, &port);
-    HELDSOCKET caller(SOCKETS::Open());
-    ASSERT_TRUE(SOCKETS::Connect(caller.Number, SOCKETS::LOOPBACK, port));
-    HELDSOCKET called(SOCKETS::Accept(listener.Number, nullptr));
-    char byte;
-    std::thread accepting([&] { EXPECT_EQ(SOCKETS::Accept(listener.Number, nullptr), SOCKETS::NONE); });
-    std::thread receiving([&] { EXPECT_LE(SOCKETS::Recv(caller.Number, &byte, 1), 0); });
-    // Time to get into the calls; the test holds without it, too.
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    SOCKETS::Interrupt(listener.Number);
-    SOCKETS::Interrupt(caller.Number);
-    accepting.join();
-    receiving.join();
-    EXPECT_EQ(SOCKETS::Accept(listener.Number, nullptr), SOCKETS::NONE);
-    EXPECT_LE(SOCKETS::Recv(caller.Number, &byte, 1), 0);
 }

@@ -31,23 +31,6 @@ SCRIPT Answer(const std::string& response) {
     return {PLAY::ReadUntil("\r\n\r\n"), PLAY::Send(response), PLAY::Cut()};
 }
 
-TEST_F(WebGet, TheHostsCredentialGoesOutWhenTheServerAsksAndIsRemembered) {
-    SCRIPTEDSERVER server(
-        {Answer("HTTP/1.0 401 No\r\n\r\n"), Answer("HTTP/1.0 200 OK\r\nContent-Length: 3\r\n\r\na\r\n")});
-    WEBGET web(nullptr, nullptr);
-    STRING result;
-    web.AddLine("Cookie: a=b");
-    EXPECT_EQ(web.Get(("me:secret@" + server.HostPort()).c_str(), "/x", result), 200);
-    EXPECT_EQ(result, "HTTP/1.0 200 OK\nContent-Length: 3\n\na\n");
-    ASSERT_TRUE(server.Wait(2));
-    const std::string host = "Host: " + server.HostPort() + "\r\n";
-    const std::string credential = "basic bWU6c2VjcmV0\r\n";
-    EXPECT_EQ(server.Transcript(), "GET /x HTTP/1.0\r\n" + host + HEADERS + "Cookie: a=b\r\n\r\n" +
-                                       "GET /x HTTP/1.0\r\n" + host + HEADERS + "Authorization: " + credential +
-                                       "Cookie: a=b\r\n\r\n");
-    EXPECT_EQ(HostCredentials().Get(server.HostPort().c_str()), "me:secret");
-}
-
 TEST_F(WebGet, AFormGoesThroughTheProxyWithItsCredentialAfterA407) {
     const SCRIPT ask = {PLAY::ReadUntil("\r\n\r\n"), PLAY::ReadUntil("\r\n"), PLAY::ReadUntil("\r\n"),
                         PLAY::Send("HTTP/1.0 407 Who?\r\n\r\n"), PLAY::Cut()};

@@ -101,9 +101,9 @@ TEST(PosixLocale, TheLanguageIsTheFirstThatIsSet) {
         {"", "", "", 9},        {"", "", "de_AT.UTF-8", 7}, {"", "en_GB", "de_DE", 9},
         {"", "de", "en_GB", 7}, {"C", "de_DE", "de_DE", 9}, {"de_DE@euro", "en_GB", "en_GB", 7},
     };
-    for (const auto& [all, messages, lang, language] : cases) {
-        VARIABLE all("LC_ALL", all), messages("LC_MESSAGES", messages), lang("LANG", lang);
-        EXPECT_EQ(OSYS::UserLanguage(), language) << all << "," << messages << "," << lang;
+    for (const auto& [forAll, forMessages, fallback, language] : cases) {
+        VARIABLE all("LC_ALL", forAll), messages("LC_MESSAGES", forMessages), lang("LANG", fallback);
+        EXPECT_EQ(OSYS::UserLanguage(), language) << forAll << "," << forMessages << "," << fallback;
     }
 }
 

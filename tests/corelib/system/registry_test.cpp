@@ -60,27 +60,4 @@ TEST_F(Registry, NamesValues) {
     EXPECT_EQ(key.EnumValues(&names), 4);
 }
 
-TEST_F(Registry, OpensWithTheAskedAccess) {
-    const char* absent = "Software\\TarnwickTest\\Absent";
-    EXPECT_FALSE(REGISTRY(ROOT_CURRENT_USER, absent, nullptr, REGISTRY_READ).IsOpen());
-    EXPECT_FALSE(REGISTRY(ROOT_CURRENT_USER, absent, nullptr, REGISTRY_WRITE).IsOpen());
-    EXPECT_TRUE(REGISTRY(ROOT_CURRENT_USER, KEY, nullptr, REGISTRY_CREATE).IsOpen());
-
-    REGISTRY writer(ROOT_CURRENT_USER, KEY, nullptr, REGISTRY_WRITE);
-    EXPECT_EQ(writer.Write("v", "1"), 1);
-    REGISTRY reader(ROOT_CURRENT_USER, KEY, nullptr, REGISTRY_READ);
-    EXPECT_EQ(reader.Write("v", "2"), 0);
-    EXPECT_EQ(reader.Write("v", "2", 1), 0);
-    EXPECT_EQ(reader.Delete("v"), 0);
-    EXPECT_EQ(Std(reader.Read("v")), "1");
-
-    reader.Close();
-    EXPECT_FALSE(reader.IsOpen());
-    EXPECT_FALSE(reader.Read("v").NotNull());
-    EXPECT_EQ(reader.Write("v", "2"), 0);
-
-    EXPECT_ASSERTIONS(1);
-    EXPECT_FALSE(REGISTRY(ROOT_CURRENT_USER, KEY, nullptr, 255).IsOpen());
-}
-
 }  // namespace

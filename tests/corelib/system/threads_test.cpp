@@ -1,45 +1,8 @@
-#include <mutex>
-
-#include "corelib/base/locks.h"
 #include "corelib/system/osys.h"
 #include "corelib/system/registry.h"
 #include "tests/corelib/system/systemsupport.h"
 
 namespace {
-
-struct WORK {
-    EVENTSEM Go{false};
-    std::atomic<bool> Done = false;
-};
-
-unsigned Work(void* argument) {
-    auto* work = static_cast<WORK*>(argument);
-    work->Go.Wait(WAIT_FOREVER);
-    work->Done = true;
-    return 0;
-}
-
-TEST(Threads, AreWaitedFor) {
-    WORK work;
-    uint32_t first = 0, second = 0;
-    OSYS::THREADHANDLE thread = OSYS::CreateThread(Work, &work, &first);
-    OSYS::THREADHANDLE other = OSYS::CreateThread(Work, &work, &second);
-    ASSERT_TRUE(thread && other);
-    EXPECT_NE(first, second);
-
-    EXPECT_EQ(OSYS::WaitThread(thread, 1), 0);
-    EXPECT_TRUE(thread) << "a wait in vain leaves it open";
-
-    work.Go.Set();
-    EXPECT_EQ(OSYS::WaitThread(thread, WAIT_FOREVER), 1);
-    EXPECT_FALSE(thread);
-    EXPECT_TRUE(work.Done);
-    EXPECT_TRUE(Eventually([&] { return OSYS::WaitThread(other, 0) == 1; }));
-    EXPECT_FALSE(other);
-
-    EXPECT_ASSERTIONS(1);
-    EXPECT_EQ(OSYS::WaitThread(thread, 0), 0);
-}
 
 TEST(Threads, ValuesOfOneKeyAreNotLostBetweenTwo) {
     constexpr int EACH = 40;
