@@ -44,13 +44,13 @@ TEST(FullTrash, KeepsWholeFilesAloneAndGivesNoIdTwice) {
         {8192, 5000, 5000, true, {"100000003.ini", "100000003.txt"}},
     };
     std::set<std::string> expected;
-    for (const auto& [limit, header, body, wantedSaved, added] : CASES) {
+    for (const auto& [room, header, body, wantedSaved, added] : CASES) {
         STRINGARRAY record;
         record.Set("Header", large.substr(0, header).c_str());
         record.Set("Body", large.substr(0, body).c_str());
         bool saved = false;
         {
-            const SIZELIMIT limit(limit);
+            const SIZELIMIT limit(room);
             saved = trash.SaveToTrash(record);
         }
         EXPECT_EQ(saved, wantedSaved);
