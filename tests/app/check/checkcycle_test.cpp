@@ -249,17 +249,6 @@ TEST_F(Check, TheEndOfTheProgramLeavesTheItemAsItWas) {
     }
 }
 
-TEST_F(Check, DisposesFirst) {
-    STRINGARRAY& item = AddItem("a", 0);
-    item.Set("@DeleteMessageId", "1|10\n2|20\n");
-    item.Set("@MoveMessageId", "3\n");
-    item.Set("@MoveDelError", "5");
-    Cycle.UpdateItem(item);
-    EXPECT_EQ(Checks(Journal.Take()), (LIST{"delete 1|10\n2|20", "move 3 to spam", "get a"}));
-    EXPECT_EQ(Value("@DeleteMessageId") + Value("@MoveMessageId"), "");
-    EXPECT_EQ(Value("@MoveDelError"), "0");
-}
-
 TEST_F(Check, FailedDisposalIsAFailedCheck) {
     STRINGARRAY& item = AddItem("a", 0);
     item.Set("@DeleteMessageId", "1\n");

@@ -37,7 +37,6 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
         // Silence, hang-ups and ports on which everybody else speaks first in another way.
         {"", "<10200>"},
         {"", "<10204 995>", POP, "pop.x:995|me"},
-        {"", "<10204 993>", IMAP, "imap.x 993|me"},
         {"Remote disconnected", "<10203>"},
         {"Remote disconnected", "<10204 993>", IMAP, "imap.x:993|me"},
         {"Recv failed", "<10203>", POP, "pop995|me"},
@@ -46,9 +45,7 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
         {"No response", "<10201 pop.x:995>", POP, "pop.x:995|me"},
         {"Host not found", "<10202 pop.x>"},
         {"TCPIO 999 Timeout", "<10200>", WEB, "|me"},
-        {"999 Read Timeout", "<10200>", WEB, "|me"},
         {"WEBGET 999 Read Timeout", "<10200>", WEB, "|me"},
-        {"400 No response", "<10201 webmail.example>", WEB, "|me"},
         {"500 Host not found", "<10202 webmail.example>", WEB, "|me"},
         {"Too slow", "<10215>"},
         // What our own side did not understand.
@@ -64,7 +61,6 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
         // A refused login: the server's words, and what to do.
         {"IMAPCMD_0 NO Login failed.", "Login failed. <10208>", IMAP},
         {"IMAPCMD_0 NO [AUTHENTICATIONFAILED] You again?", "You again? <10208>", IMAP},
-        {"IMAPCMD_0 NO", "<10207>. <10208>", IMAP},
         {"NO [AUTHENTICATIONFAILED] Authentication failed.", "Authentication failed. <10208>", IMAP},
         {"IMAPCMD_0 NO [PRIVACYREQUIRED] Not like this.", "Not like this. <10209>", IMAP},
         {"* BYE [ALERT] [X] Use TLS to authenticate", "Use TLS to authenticate. <10209>", IMAP},
@@ -75,13 +71,11 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
         {"401 Unauthorized", "<10207> <10208>", WEB, "|me"},
         // Any other refusal stays the server's own.
         {"[SYS/TEMP] Temporary authentication failure", "Temporary authentication failure"},
-        {"[IN-USE] Login from elsewhere", "Login from elsewhere"},
         {"IMAPCMD_3 NO Mailbox does not exist", "Mailbox does not exist", IMAP},
         {"IMAPCMD_3 NO", "<10206>", IMAP},
         {"* BYE", "<10206>", IMAP},
         {"BAD Unknown command", "Unknown command", IMAP},
         {"503 Service Unavailable", "<10213 503 Service Unavailable>", WEB, "|me"},
-        {"HTTP-Error 999", "<10213 HTTP-Error 999>", WEB, "|me"},
         {"[no code", "[no code"},
         {"\x1b[1mbusy\t\x07now\x7f", "[1mbusy now"},
         {"no | bars", "no | bars"},

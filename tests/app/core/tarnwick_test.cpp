@@ -151,6 +151,24 @@ TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
     EXPECT_EQ(FrontEnd.Messages.size(), 1U);  // the welcome at the first start, and none about the move
 }
 
+TEST_F(Tarnwick, ARequestForTheSamePlaceStopsNoStart) {
+    const STRING data = Data.File("data");
+    Store.Set("ApplicationDataDir", data);
+    Arguments = std::make_unique<ARGUMENTS>("tarnwick");
+    for (const char* request : {"data\\", "*data\\.", "*gone\\..\\data"}) {
+        STRING place(request);
+        const bool star = place.ChopFirst('*') != 0;
+        Store.Set("ApplicationDataDir.New", STRING(star ? "*" : "") || Data.File(place.Text()));
+        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
+        ASSERT_TRUE(app.Open()) << request << ": " << app.StartError().Text();
+        EXPECT_EQ(Std(app.DataDir()), Std(data));
+        EXPECT_EQ(Store.Get("ApplicationDataDir.New"), "<none>");
+        EXPECT_EQ(Std(app.pState.Get("SpamFilename")), Std(data) + "\\spamdef.dat");
+        TARNWICK second(FrontEnd, Notifier, *Arguments, Texts);
+        EXPECT_FALSE(second.Open()) << "the lock is kept";
+    }
+}
+
 TEST_F(Tarnwick, AStartRemovesWhatAKilledRunLeftAndNoOtherFile) {
     ASSERT_TRUE(OSYS::MakeDirectories(Data.File("trash").Text()));
     const char* leftovers[] = {"accounts.ini.velmora-aZ09bc.tmp", "trash\\100000000.ini.velmora-00000abc00000def.tmp"};

@@ -14,28 +14,6 @@ std::string Joined(const DYNARRAY<STRING>& array) {
 
 }  // namespace
 
-TEST(DynarrayTest, InsertGrowsInStepsAndDeleteShifts) {
-    DYNARRAY<STRING> array(1, 3);
-    array.Add("b");
-    array.Insert(0, "a");
-    EXPECT_EQ(array.GetMaxItems(), 4);
-    array.Add("d");
-    array.Insert(2, "c");
-    array.Add("e");
-    EXPECT_EQ(array.GetMaxItems(), 7);
-    EXPECT_EQ(Joined(array), "a,b,c,d,e");
-    array.Delete(1);
-    array.Swap(0, 3);
-    EXPECT_EQ(Joined(array), "e,c,d,a");
-    const DYNARRAY<STRING> copy(array);
-    array.DeleteAll();
-    array = copy;
-    EXPECT_EQ(Joined(array), "e,c,d,a");
-    array.DeleteAll();
-    array.Add("again");
-    EXPECT_EQ(Joined(array), "again");
-}
-
 TEST(DynarrayTest, BadPlacesChangeNothing) {
     DYNARRAY<STRING> array(2, 0);
     array.Add("a");

@@ -37,27 +37,4 @@ TEST_F(Registry, KeepsTextsAsTheyAre) {
     EXPECT_FALSE(key.Read("absent").NotNull());
 }
 
-TEST_F(Registry, NamesValues) {
-    REGISTRY key(COMPANY, "Values", ROOT_CURRENT_USER);
-    STRING names("old");
-    EXPECT_EQ(key.EnumValues(&names), 0);
-    EXPECT_EQ(Std(names), "");
-    // What a name may hold, the store's own form must not trip over.
-    const std::string odd[] = {"a=b", "[#1]", "back\\slash", "plain", " blank"};
-    for (const auto& name : odd)
-        EXPECT_EQ(key.Write(name.c_str(), name.c_str()), 1) << name;
-    EXPECT_EQ(key.Write("PLAIN", "plain"), 1);  // the same value
-    EXPECT_EQ(key.EnumValues(&names), 5);
-    for (const auto& name : odd) {
-        EXPECT_EQ(Std(key.Read(name.c_str())), name);
-        int found = 0;
-        for (int i = 0; names.Word(i, "|").NotNull(); ++i)
-            found += names.Word(i, "|") == name;
-        EXPECT_EQ(found, 1) << name << " in " << Std(names);
-    }
-    EXPECT_EQ(key.Delete("a=b"), 1);
-    EXPECT_EQ(key.Delete("a=b"), 0);
-    EXPECT_EQ(key.EnumValues(&names), 4);
-}
-
 }  // namespace

@@ -42,18 +42,6 @@ TEST(WINDOWS, SeeTheirCreationOnceTheyAreReady) {
     EXPECT_EQ(id, 0);
 }
 
-bool AnswerAll(WINDOW& /*window*/, UINT message, WPARAM first, LPARAM /*second*/, LRESULT* result) {
-    *result = static_cast<LRESULT>(first) + 1;
-    return message == WM_APP;
-}
-
-TEST(WINDOWS, HookSeesMessagesFirst) {
-    SEEING window;
-    window.SetHook(AnswerAll);
-    EXPECT_EQ(SendMessageW(window.Hwnd(), WM_APP, 41, 0), 42);
-    EXPECT_EQ(SendMessageW(window.Hwnd(), WM_QUERYENDSESSION, 0, 0), 1);
-}
-
 TEST(WINDOWS, TellTheControlsInThemOfNewColours) {
     class CONTROLINSIDE : public CONTROL {
      public:
