@@ -37,4 +37,22 @@ TEST_F(Registry, KeepsTextsAsTheyAre) {
     EXPECT_FALSE(key.Read("absent").NotNull());
 }
 
+TEST_F(Registry, KeepsBytesAsTheyAre) {
+    REGISTRY key(COMPANY, "Values", ROOT_CURRENT_USER);
+    std::string bytes;
+    for (int i = 0; i < 300; ++i)
+        bytes += static_cast<char>(i);
+    EXPECT_EQ(key.Write("Bytes", bytes.data(), 300), 1);
+    char buffer[400];
+    int size = sizeof buffer;
+    EXPECT_EQ(key.Read("Bytes", buffer, &size), 1);
+    EXPECT_EQ(std::string(buffer, static_cast<size_t>(size)), bytes);
+    size = 299;
+    EXPECT_EQ(key.Read("Bytes", buffer, &size), 0);
+    EXPECT_EQ(size, 0);
+    // One byte of a text is no terminator.
+    EXPECT_EQ(key.Write("Bytes", "x", 1), 1);
+    EXPECT_EQ(Std(key.Read("Bytes")), "x");
+}
+
 }  // namespace
