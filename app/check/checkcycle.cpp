@@ -266,12 +266,11 @@ int CHECKCYCLE::CountMails(int mode, bool* allUnknown, bool* errorMark) {
     MUTEXHOLD hold(itemMutex);
     const int items = Parts.Items.Count();
     for (int i = 0; i < items; ++i) {
-        const STRING counts = Parts.Items[i].Get("LastRC");
-        const STRING unreadPart = counts.Word(1, "|", WORD_NEVERNULL);
-        total += atoi(counts);
-        unread += atoi(unreadPart);
-        unknown += unreadPart.Pos('?') != -1;
-        failed |= unreadPart.Pos('E') != -1;
+        const MAILCOUNTS counts = MAILACCOUNT::Counts(Parts.Items[i]);
+        total += counts.Total;
+        unread += counts.Unread;
+        unknown += !counts.UnreadKnown;
+        failed |= counts.Failed;
     }
     if (allUnknown)
         *allUnknown = unknown == items;
@@ -383,7 +382,7 @@ bool CHECKCYCLE::CheckItem(STRINGARRAY& item, int handle, bool& popupOpened) {
         Parts.FrontEnd.ListingChanged(handle);
     } else {
         Refreshed(item);
-        item.Set("LastRC", FAILED_COUNTS);
+        MAILACCOUNT::SetCounts(item, {.Failed = true});
         newdata = Parts.Texts.Get(TEXT_CHECK_FAILED) || newdata.Mid(5);
     }
     Trace("TARNWICK::AfterHandleMail newdata= %s\n", newdata.Line(0).Text());

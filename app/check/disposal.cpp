@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "app/mailbox/mailboxes.h"
+#include "app/mailbox/account.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 
@@ -35,12 +35,12 @@ class VERDICTS {
           KeepCopy(state, "SpamDoTrash", "SpamTrashPoints"),
           Move(state, "SpamDoMove", "SpamMovePoints"),
           Ignore(state, "SpamDoIgnore", "SpamIgnorePoints"),
-          Type(item.GetNumber("Type")),
-          CanMove((Type == ITEMTYPE_MAPI || Type == ITEMTYPE_IMAP) && item.GetNumber("DoSpamMove") != 0) {}
+          CanDelete(MAILACCOUNT::Kind(item).CanDelete),
+          CanMove(MAILACCOUNT::Kind(item).CanMove && item.GetNumber("DoSpamMove") != 0) {}
     ROAD RoadOf(int points) const {
-        if (Type != ITEMTYPE_HOTMAIL && Remove.Applies(points))
+        if (CanDelete && Remove.Applies(points))
             return ROAD::DELETED;
-        if (Type != ITEMTYPE_HOTMAIL && KeepCopy.Applies(points))
+        if (CanDelete && KeepCopy.Applies(points))
             return ROAD::TRASHED;
         return CanMove && Move.Applies(points) ? ROAD::MOVED : ROAD::STAYS;
     }
@@ -48,12 +48,11 @@ class VERDICTS {
 
  private:
     const VERDICT Remove, KeepCopy, Move, Ignore;
-    const int Type;
-    const bool CanMove;
+    const bool CanDelete, CanMove;
 };
 
-/// The message number of a POP3 id, "number|size"; 0 for any other text.
-int PopNumber(std::string_view id) {
+/// The message number of an id of the form "number|size"; 0 for any other text.
+int NumberOf(std::string_view id) {
     int number = 0;
     const size_t bar = id.find('|');
     return bar != id.npos && !id.starts_with('0') && ASCII::ReadNumber(id.substr(0, bar), number) ? number : 0;
@@ -62,13 +61,13 @@ int PopNumber(std::string_view id) {
 /// Tells the mails that the server has surely named from those that a mail's own bytes may have made up.
 class SUREIDS {
  public:
-    SUREIDS(const RECORDARRAY& records, int announced, int type)
-        : Announced(announced), IsPop(type == ITEMTYPE_POP3), Credible(!IsPop || records.Count() <= announced) {
+    SUREIDS(const RECORDARRAY& records, int announced, const MAILBOXKIND& kind)
+        : Announced(announced), HasNumbers(kind.HasNumberIds), Credible(!HasNumbers || records.Count() <= announced) {
         for (int i = 0; Credible && i < records.Count(); ++i)
             ++Blocks[KeyOf(records[i])];
     }
     bool Contains(const STRINGARRAY& record) const {
-        const int number = IsPop ? PopNumber(IdOf(record)) : 1;
+        const int number = HasNumbers ? NumberOf(IdOf(record)) : 1;
         return Credible && number >= 1 && number <= Announced && Blocks.at(KeyOf(record)) == 1;
     }
     /// False if there are more blocks than mails: then none is sure.
@@ -78,11 +77,11 @@ class SUREIDS {
     static std::string_view IdOf(const STRINGARRAY& record) { return record["X-Message-Id"].View(); }
     std::string_view KeyOf(const STRINGARRAY& record) const {
         const std::string_view id = IdOf(record);
-        return IsPop ? id.substr(0, id.find('|')) : id;
+        return HasNumbers ? id.substr(0, id.find('|')) : id;
     }
 
     const int Announced;
-    const bool IsPop;
+    const bool HasNumbers;
     const bool Credible;
     std::unordered_map<std::string_view, int> Blocks;  // pieces of the records
 };
@@ -189,7 +188,7 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
     if (item.GetNumber("DoSpamFilter") == 0 || item.GetNumber("@MoveDelError") != 0)
         return {};
     const VERDICTS verdicts(item, parts.State);
-    const SUREIDS sure(records, announced, item.GetNumber("Type"));
+    const SUREIDS sure(records, announced, MAILACCOUNT::Kind(item));
     if (!sure.IsCredible())
         Trace("TARNWICK::MarkBySpamVerdict %d mails announced, %d listed: nothing is disposed of\n", announced,
               records.Count());

@@ -73,10 +73,7 @@ void FixItem(STRINGARRAY& item, const STRINGARRAY& state, int& nextHandle, bool 
         if (!item.Exists(key))
             item.Set(key, state.Get(key));
     }
-    STRING password = item.Get("Source2");
-    password.SetFlags(password.GetFlags() | STRINGFLAG_BINARY);
-    item.Set("Source2", password);
-
+    MAILACCOUNT::SetPassword(item, MAILACCOUNT::Password(item));
     for (const ITEMKEY& key : FRESH_KEYS)
         item.Set(key.Key, key.Value);
     item.SetNumber("@Handle", nextHandle++);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/mailbox/mailboxes.h"
+#include "app/mailbox/account.h"
 #include "corelib/base/recordarray.h"
 
 /// The first @Handle of a run. Handles count up from here.
@@ -13,8 +13,6 @@ inline constexpr int ITEMSTATE_INUPDATE = 2;
 /// For SetItemState: no change, only the question whether the item is in a check.
 inline constexpr int ITEMSTATE_ASK = -1;
 
-/// LastRC of an item whose last check failed.
-inline constexpr const char* FAILED_COUNTS = "0E|0E";
 /// LastSeenIds of an item whose mails shall all come as new at the next check.
 inline constexpr const char* SHOW_ALL_IDS = "<SHOWALL>";
 

@@ -185,9 +185,7 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
         unknown = summary.UnreadField.Pos('?') != -1;
     }
     Trace("TARNWICK::HandleNewMail unrdcount= %d, unreadcount= %d\n", unreadReported, counts.Unseen);
-    STRING lastRc;
-    lastRc.Format("%d|%d%s", numNow, counts.Unseen, unknown ? "?" : "");
-    item.Set("LastRC", lastRc);
+    MAILACCOUNT::SetCounts(item, {numNow, counts.Unseen, !unknown});
     if (numNow > 0 && !unknown)
         status.AppendFormat(" (%d %s)", counts.Unseen, texts.Get(TEXT_UNREAD).Text());
     if (const int uncopied = CountUncopied(item, marks); uncopied > 0) {

@@ -4,9 +4,7 @@
 #include <initializer_list>
 #include <string>
 
-#include "app/check/items.h"
-#include "app/mailbox/hotmail.h"
-#include "app/mailbox/mailhandling.h"
+#include "app/mailbox/account.h"
 #include "corelib/base/ascii.h"
 
 namespace {
@@ -91,14 +89,13 @@ REPLY::REPLY(std::string_view text) : Text(text) {
 // The server of the item as its user wrote it, and its port.
 struct PLACE {
     explicit PLACE(const STRINGARRAY& item) {
-        const int type = item.GetNumber("Type");
-        Server = type == ITEMTYPE_HOTMAIL ? HOTMAIL_MAIL_DOMAIN : item.Get("Source").Word(0, "|", WORD_NEVERNULL);
+        Server = MAILACCOUNT::Address(item).Host();
         const std::string_view text = Server.View();
         const size_t mark = text.find_last_of(": ");
         if (mark != text.npos && ASCII::IsNumber(text.substr(mark + 1)))
             Port = text.substr(mark + 1);
         else
-            Port = type == ITEMTYPE_IMAP ? "143" : "110";
+            Port = std::to_string(MAILACCOUNT::Kind(item).Port);
     }
     // To a plain greeting of ours such a port answers with silence or a hang-up.
     bool IsEncrypted() const { return Port == "995" || Port == "993" || Port == "465"; }
@@ -122,7 +119,7 @@ std::string Ended(const std::string& text) {
 class EXPLANATION {
  public:
     EXPLANATION(const STRINGARRAY& item, const TEXTS& texts)
-        : Type(item.GetNumber("Type")), Place(item), Texts(texts) {}
+        : Kind(MAILACCOUNT::Kind(item)), Place(item), Texts(texts) {}
 
     std::string Of(std::string_view reason) const {
         if (reason.empty())
@@ -136,18 +133,19 @@ class EXPLANATION {
             // Numbers of our own side stand in front of its reasons, and a web server's in front of its own words.
             if (const int text = OwnReason(rest))
                 return Own(text);
-            if (Type == ITEMTYPE_HOTMAIL)
+            if (Kind.Domain)
                 return WebStatus(number);
             if (number.starts_with("999 "))
                 return Text(TEXT_NOT_UNDERSTOOD);
         } else if (const int text = OwnReason(number)) {
             return Own(text);
         }
-        // A server of the other protocol greets in its own way.
-        const bool foreign = plain.starts_with(Type == ITEMTYPE_POP3 ? "* " : "+OK");
+        const bool foreign = std::ranges::any_of(AllKinds(), [&](const MAILBOXKIND& other) {
+            return other.Type != Kind.Type && other.Greeting && plain.starts_with(other.Greeting);
+        });
         if (plain.starts_with("IMAP99 ") || plain.empty() || foreign)
             return Text(TEXT_NOT_UNDERSTOOD);
-        return Type == ITEMTYPE_HOTMAIL ? WebStatus(plain) : Refusal(REPLY(plain));
+        return Kind.Domain ? WebStatus(plain) : Refusal(REPLY(plain));
     }
 
  private:
@@ -170,9 +168,8 @@ class EXPLANATION {
         const std::string words(reply.Text);
         const bool byCode = reply.Code.starts_with("AUTH") || reply.Code == "PRIVACYREQUIRED";
         const bool otherCode = !reply.Code.empty() && !byCode && reply.Code != "ALERT";
-        const bool hasLogin = Type == ITEMTYPE_POP3 || Type == ITEMTYPE_IMAP;
         const bool login =
-            hasLogin &&
+            Kind.HasServer() &&
             (byCode ||
              (!otherCode && (reply.IsFirst || Holds(words, {"login", "logon", "log in", "auth", "passw", "kennwort",
                                                             "credential", "user name", "username"}))));
@@ -195,7 +192,7 @@ class EXPLANATION {
         return std::string(text.View());
     }
 
-    const int Type;
+    const MAILBOXKIND& Kind;
     const PLACE Place;
     const TEXTS& Texts;
 };
@@ -204,7 +201,7 @@ class EXPLANATION {
 
 STRING PersonText(const STRING& value, const STRINGARRAY& item, const TEXTS& texts) {
     const STRING line = value.Line(0, WORD_NEVERNULL);
-    if (item.Get("LastRC").Pos('E') == -1 || line.Length() == 0)
+    if (!MAILACCOUNT::Counts(item).Failed || line.Length() == 0)
         return line.Word(0, "|", WORD_NEVERNULL);
     const STRING prefix = texts.Get(TEXT_CHECK_FAILED);
     return prefix || EXPLANATION(item, texts).Of(Reason(line.View(), prefix)).c_str();

@@ -4,22 +4,12 @@
 #include "app/console/displaytext.h"
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"
-#include "app/mailbox/hotmail.h"
 #include "corelib/base/ascii.h"
 
 namespace {
 
 constexpr int EXIT_REFUSED = 2;
 constexpr int PORT_MAX = 65535;
-
-struct SCHEME {
-    const char* Prefix;
-    int Type;
-    bool HasServer = true;
-};
-
-constexpr SCHEME SCHEMES[] = {
-    {"pop3://", ITEMTYPE_POP3}, {"imap://", ITEMTYPE_IMAP}, {"webmail://", ITEMTYPE_HOTMAIL, false}};
 
 // Turns %41 into its byte; false for a "%" without two digits, a control byte and a "|", which splits the stored text.
 // A bare ":" is refused too: after it people write a password, which would end up in the account's name.
@@ -76,9 +66,9 @@ bool ReadPassword(const STRING& file, const TEXTS& texts, const std::string& acc
     return password.Length() > 0;
 }
 
-int FindSource(const TARNWICK& application, int type, const STRING& source) {
+int FindAddress(const TARNWICK& application, const MAILADDRESS& address) {
     for (int i = 0; i < application.Items.Count(); ++i)
-        if (application.Items[i].GetNumber("Type") == type && application.Items[i].Get("Source") == source)
+        if (MAILACCOUNT::Address(application.Items[i]) == address)
             return i;
     return -1;
 }
@@ -86,15 +76,15 @@ int FindSource(const TARNWICK& application, int type, const STRING& source) {
 }  // namespace
 
 ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address) {
-    for (const SCHEME& scheme : SCHEMES) {
-        const std::string_view prefix = scheme.Prefix;
-        if (!ASCII::BeginsWith(text, prefix))
+    for (const MAILBOXKIND& kind : AllKinds()) {
+        const std::string_view prefix = kind.Scheme ? kind.Scheme : "";
+        if (prefix.empty() || !ASCII::BeginsWith(text, prefix))
             continue;
         text.remove_prefix(prefix.size());
         if (text.ends_with('/'))
             text.remove_suffix(1);
-        address.Type = scheme.Type;
-        if (!scheme.HasServer) {
+        address.Type = kind.Type;
+        if (!kind.HasServer()) {
             const bool good = text.find('@') == text.npos && PercentDecode(text, address.User);
             return good ? ADDRESSFAULT::None : ADDRESSFAULT::Form;
         }
@@ -117,25 +107,20 @@ int AddAccount(TARNWICK& application, const TEXTS& texts, std::string_view text,
         message = ConsoleText(texts, id, DISPLAYTEXT::Safe(text));
         return EXIT_REFUSED;
     }
-    const STRING host = address.Type == ITEMTYPE_HOTMAIL ? STRING(HOTMAIL_MAIL_DOMAIN) : address.Server;
-    const STRING name = address.User.Pos('@') != -1 ? address.User : address.User || "@" || host;
+    const STRING name = address.User.Pos('@') != -1 ? address.User : address.User || "@" || address.Host();
     STRING password;
     if (!ReadPassword(passwordFile, texts, DISPLAYTEXT::Safe(name.View()), password, message))
         return EXIT_REFUSED;
-    password.SetFlags(STRINGFLAG_BINARY);
 
-    const STRING source = address.Server || "|" || address.User;
-    const int known = FindSource(application, address.Type, source);
+    const int known = FindAddress(application, address);
     bool saved;
     if (known != -1) {
-        application.Items[known].Set("Source2", password);
+        MAILACCOUNT::SetPassword(application.Items[known], password);
         saved = application.SaveTables(SAVE_ITEMS);
     } else {
         STRINGARRAY item = application.NewItem();
         item.Set("Name", name);
-        item.SetNumber("Type", address.Type);
-        item.Set("Source", source);
-        item.Set("Source2", password);
+        MAILACCOUNT::SetAddress(item, address, password);
         saved = application.AddItem(item);
     }
     if (application.pState.GetNumber("ConnectionType") == -1)

@@ -9,6 +9,7 @@
 #include "app/console/mailtable.h"
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"
+#include "app/mailbox/account.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
 
@@ -77,7 +78,7 @@ void CONSOLEFRONTEND::SetCell(int handle, int column, const STRING& text) {
     const STRINGARRAY* item = application && column == RESULT_COLUMN ? application->FindItem(handle) : nullptr;
     if (!item)
         return;
-    const bool failed = item->Get("LastRC").Pos('E') != -1;
+    const bool failed = MAILACCOUNT::Counts(*item).Failed;
     const std::string result = Safe(text);
     bool tell = failed;
     {

@@ -18,6 +18,7 @@
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
 #include "app/demo/demo.h"
+#include "app/mailbox/account.h"
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/files.h"
 #include "corelib/base/strings.h"
@@ -175,7 +176,7 @@ int SESSION::CheckOnce(TARNWICK& application) {
     for (int i = 0; i < application.Items.Count(); ++i) {
         // A suspended account was not checked; what it shows is of an earlier run.
         const STRINGARRAY& item = application.Items[i];
-        failed = failed || (item.GetNumber("UpdateSuspended") == 0 && item.Get("LastRC").Pos('E') != -1);
+        failed = failed || (item.GetNumber("UpdateSuspended") == 0 && MAILACCOUNT::Counts(item).Failed);
     }
     return failed ? EXIT_CHECK_FAILED : EXIT_GOOD;
 }

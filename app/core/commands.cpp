@@ -22,7 +22,7 @@ constexpr int HELP_TOPICS[] = {2802, 2801, 2804, 2803};  // in the order of thei
 void SuspendOrResume(STRINGARRAY& item) {
     item.Set("UpdateSuspended", item.GetNumber("UpdateSuspended") != 0 ? "0" : "1");
     item.Set("LastValue", NO_RESULT);
-    item.Set("LastRC", "0|0");
+    MAILACCOUNT::SetCounts(item, {});
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "app/demo/pop3service.h"
 #include "app/demo/samplemail.h"
 #include "app/demo/webmailservice.h"
+#include "app/mailbox/account.h"
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
@@ -94,22 +95,19 @@ bool DEMO::AddAccounts(TARNWICK& application) {
     if (ours != application.Items.Count())
         return false;
     for (const auto& mailbox : Mailboxes) {
-        STRING source;
-        source.Format("127.0.0.1:%d|%s", mailbox->Service->Port(), DEMO_USER);
-        if (mailbox->Kind.Type == ITEMTYPE_HOTMAIL)
-            UseProxy(application, source.Word(0, "|"));
+        STRING server;
+        server.Format("127.0.0.1:%d", mailbox->Service->Port());
+        if (!KindOf(mailbox->Kind.Type).HasServer())
+            UseProxy(application, server);
+        const MAILADDRESS address{mailbox->Kind.Type, DEMO_USER, server};
         if (const int known = find(mailbox->Kind.Name); known < application.Items.Count()) {
             // An earlier run has left it, with what it has seen; only the port is another one.
-            application.Items[known].Set("Source", source);
+            MAILACCOUNT::SetAddress(application.Items[known], address, DEMO_PASSWORD);
             continue;
         }
         STRINGARRAY item = application.NewItem();
-        STRING password(DEMO_PASSWORD);
-        password.SetFlags(STRINGFLAG_BINARY);
         item.Set("Name", STRING(mailbox->Kind.Name));
-        item.SetNumber("Type", mailbox->Kind.Type);
-        item.Set("Source", source);
-        item.Set("Source2", password);
+        MAILACCOUNT::SetAddress(item, address, DEMO_PASSWORD);
         item.Set("TimingCyclic", STRING(DEMO_CHECK_SECONDS));
         application.AddItem(item);
     }

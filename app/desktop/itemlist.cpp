@@ -6,6 +6,7 @@
 #include "app/check/persontext.h"
 #include "app/core/tarnwick.h"
 #include "app/desktop/windowids.h"
+#include "app/mailbox/account.h"
 #include "corelib/base/trace.h"
 
 namespace {
@@ -28,10 +29,10 @@ ITEMIMAGE ItemImage(const STRINGARRAY& item, bool ignoreState) {
         if (item.GetNumber("UpdateSuspended") != 0)
             return ITEMIMAGE_SUSPENDED;
     }
-    const STRING outcome = item.Get("LastRC");
-    if (outcome.Pos("0E") != -1)
+    const MAILCOUNTS counts = MAILACCOUNT::Counts(item);
+    if (counts.Failed)
         return ITEMIMAGE_FAILED;
-    return atoi(outcome) < 1 ? ITEMIMAGE_EMPTY : ITEMIMAGE_MAIL;
+    return counts.Total < 1 ? ITEMIMAGE_EMPTY : ITEMIMAGE_MAIL;
 }
 
 ITEMLIST::ITEMLIST(HWND owner, TARNWICK& application) : Owner(owner), Application(application), List(owner, LIST_ID) {

@@ -5,8 +5,8 @@
 
 #include "app/filter/senderchecks.h"
 #include "app/filter/spamvariables.h"
+#include "app/mailbox/account.h"
 #include "app/mailbox/listing.h"
-#include "app/mailbox/mailboxes.h"
 #include "corelib/base/trace.h"
 
 namespace {
@@ -39,7 +39,7 @@ std::shared_ptr<const SPAMTABLE> SPAMFILTER::Table() {
 }
 
 bool SPAMFILTER::IsFiltered(const STRINGARRAY& item) const {
-    return State.GetNumber("SpamFilterDisabled") == 0 && item.GetNumber("Type") != ITEMTYPE_HOTMAIL &&
+    return State.GetNumber("SpamFilterDisabled") == 0 && MAILACCOUNT::Kind(item).IsFiltered &&
            item.GetNumber("DoSpamFilter") != 0;
 }
 

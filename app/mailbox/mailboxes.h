@@ -2,12 +2,6 @@
 
 #include "corelib/base/stringarray.h"
 
-/// Kinds of mailbox, the value of an item's Type.
-inline constexpr int ITEMTYPE_MAPI = 0;
-inline constexpr int ITEMTYPE_POP3 = 1;
-inline constexpr int ITEMTYPE_IMAP = 2;
-inline constexpr int ITEMTYPE_HOTMAIL = 3;
-
 /// What the check cycle needs of the mailboxes. Work thread only, one call at a time.
 class MAILBOXES {
  public:

@@ -33,7 +33,7 @@ struct MAILBOXCALL {
 };
 
 /// What each kind of mailbox offers. A handler connects, logs on, does its work, logs off and disconnects within one
-/// call, on the work thread. MAILHANDLING has the table of them.
+/// call, on the work thread. Its MAILBOXKIND names it.
 struct MAILHANDLER {
     /// The whole listing (see LISTING), or false and a text that begins "-ERR ".
     bool (*Get)(const MAILBOXCALL& call, STRING& result);

@@ -7,9 +7,9 @@
 #include "app/mailbox/mailboxes.h"
 #include "app/mailbox/mailhandler.h"
 
-/// The dispatch of every mailbox operation to the handler of the item's Type. Reads the item's keys Name, Type, Source
-/// (server and user, split at "|"), Source2 (password), @Handle and what the handler asks for. An unknown Type is a
-/// failed assertion and a failed call. The front end, the texts and the settings outlive it.
+/// The dispatch of every mailbox operation to the handler of the item's kind. Reads the item's keys Name and @Handle,
+/// its MAILACCOUNT and what the handler asks for. A kind without a handler is a failed assertion and a failed call. The
+/// front end, the texts and the settings outlive it.
 class MAILHANDLING : public MAILBOXES {
  public:
     MAILHANDLING(FRONTEND& frontEnd, const TEXTS& texts, const STRINGARRAY& settings)

@@ -1,8 +1,8 @@
 #include "app/notify/mailprogram.h"
 
-#include <algorithm>
 #include <string_view>
 
+#include "app/mailbox/account.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
@@ -10,28 +10,14 @@
 
 namespace {
 
-/// Start pages by the kind of mailbox. The last three kinds are those of earlier versions' files.
-struct KIND {
-    int Type;
-    const char* Page;  // null: the user's mail program
-};
-constexpr KIND KINDS[] = {{0, nullptr},
-                          {1, nullptr},
-                          {2, nullptr},
-                          {3, "http://www.hotmail.com/"},
-                          {4, "http://mail.example.com/"},
-                          {5, "http://mail.example.net/"},
-                          {6, nullptr}};
-
 STRING CommandFor(const STRINGARRAY& item, const STRINGARRAY& state) {
     if (item.GetNumber("DoSpecialMailProgram") != 0 && item.Get("SpecialMailProgram").Length() > 0)
         return item.Get("SpecialMailProgram");
-    const int type = item.GetNumber("Type");
-    const auto* kind = std::find_if(std::begin(KINDS), std::end(KINDS), [&](const KIND& k) { return k.Type == type; });
-    if (!ASSERTION(kind != std::end(KINDS), "FALSE"))
+    const MAILBOXKIND& kind = MAILACCOUNT::Kind(item);
+    if (!ASSERTION(kind.IsKnown(), "FALSE"))
         return "";
-    if (kind->Page)
-        return kind->Page;
+    if (kind.StartPage)
+        return kind.StartPage;
     STRING command = state.Get("EmailCmdline");
     command.Strip('R', " \t\r\n");
     return command;

@@ -177,6 +177,28 @@ TEST(Program, TellsWhatGoesToTheTrash) {
     EXPECT_EQ(account.Store.Mails().size(), 1U);
 }
 
+// However it was stored: by the dialog, or by this switch in earlier versions.
+TEST(Program, GivesAWebMailAccountItsNewPassword) {
+    for (const char* source : {"hotmail|anna", "|anna"}) {
+        PROGRAMRUN program;
+        const STRING path = program.DataDir() || "\\accounts.ini";
+        WriteBytes(program.File("password"), "new\n");
+        const auto add = [&] {
+            return program.Run({"/ADD:webmail://anna", "/PASSWORDFILE:" + Std(program.File("password"))});
+        };
+        ASSERT_EQ(add().Code, EXIT_GOOD);
+        RECORDARRAY items(8, 8);
+        ASSERT_EQ(items.LoadAll(path.Text()), 1);
+        EXPECT_EQ(items[0]["Source"], "hotmail|anna");
+        items[0].Set("Source", source);
+        items[0].Set("Source2", "old");
+        ASSERT_TRUE(items.SaveAll(path.Text()));
+        EXPECT_TRUE(Contains(add().Out, "It has the new password now.")) << source;
+        ASSERT_EQ(items.LoadAll(path.Text()), 1) << source;
+        EXPECT_EQ(items[0]["Source2"], "new");
+    }
+}
+
 TEST(Program, TellsACheckThatFails) {
     PROGRAMRUN program;
     {

@@ -1,6 +1,7 @@
 // IMAP against real servers, with a look at their disks.
 
 #include "app/mailbox/imap.h"
+#include "app/mailbox/kinds.h"
 #include "app/mailbox/mailhandling.h"
 #include "tests/app/apptest.h"
 #include "tests/servers/dovecot.h"

@@ -1,5 +1,6 @@
 #include "app/mailbox/mailhandling.h"
 
+#include "app/mailbox/kinds.h"
 #include "tests/app/mailbox/mailboxsupport.h"
 
 namespace {

@@ -1,0 +1,84 @@
+#include "app/mailbox/account.h"
+
+#include <set>
+
+#include "tests/support/testsupport.h"
+
+namespace {
+
+STRINGARRAY Item(int type, const char* source) {
+    STRINGARRAY item;
+    item.SetNumber("Type", type);
+    item.Set("Source", source);
+    item.Set("Source2", "");
+    return item;
+}
+
+// Accounts of earlier versions and of each way to make one are the same account.
+TEST(MailAccount, KnowsAMailboxInEveryStoredForm) {
+    const struct {
+        int Type;
+        const char *Source, *User, *Server, *Host, *Stored, *Password;
+    } cases[] = {
+        {ITEMTYPE_POP3, "pop.x:995|me@y", "me@y", "pop.x:995", "pop.x:995", "pop.x:995|me@y", "secret"},
+        {ITEMTYPE_IMAP, "imap.x", "", "imap.x", "imap.x", "imap.x|", "secret"},
+        {ITEMTYPE_IMAP, "", "", "", "", "|", "secret"},
+        {ITEMTYPE_HOTMAIL, "hotmail|anna", "anna", "", "webmail.example", "hotmail|anna", "secret"},
+        {ITEMTYPE_HOTMAIL, "|anna", "anna", "", "webmail.example", "hotmail|anna", "secret"},
+        {ITEMTYPE_HOTMAIL, "127.0.0.1:80|anna", "anna", "", "webmail.example", "hotmail|anna", "secret"},
+        {5, "hotmail|anna", "anna", "", "", "hotmail|anna", "secret"},
+        {ITEMTYPE_MAPI, "mapi|x", "", "", "", "mapi|", ""},
+        {7, "a|b", "b", "a", "a", "a|b", "secret"},
+    };
+    for (const auto& c : cases) {
+        STRINGARRAY item = Item(c.Type, c.Source);
+        const MAILADDRESS address = MAILACCOUNT::Address(item);
+        EXPECT_EQ(address, (MAILADDRESS{c.Type, c.User, c.Server})) << c.Source;
+        EXPECT_EQ(address.Host(), c.Host) << c.Source;
+        MAILACCOUNT::SetAddress(item, address, "secret");
+        EXPECT_EQ(item.Get("Source"), c.Stored) << c.Source;
+        EXPECT_EQ(MAILACCOUNT::Address(item), address) << c.Source;
+        EXPECT_EQ(MAILACCOUNT::Password(item), c.Password) << c.Source;
+        EXPECT_EQ(item.Get("Source2").GetFlags() & STRINGFLAG_BINARY, STRINGFLAG_BINARY) << c.Source;
+    }
+}
+
+TEST(MailAccount, ReadsItsCountsFromAnyText) {
+    const struct {
+        const char* Text;
+        MAILCOUNTS Counts;
+        const char* Written;
+    } cases[] = {
+        {"12|3", {12, 3, true, false}, "12|3"},
+        {"12|3?", {12, 3, false, false}, "12|3?"},
+        {"0E|0E", {0, 0, true, true}, "0E|0E"},
+        {"0E", {0, 0, true, true}, "0E|0E"},
+        {"", {}, "0|0"},
+        {"7", {7, 0, true, false}, "7|0"},
+        {"7?|x", {7, 0, true, false}, "7|0"},
+        {"|?", {0, 0, false, false}, "0|0?"},
+        {"4|2|9?", {4, 2, true, false}, "4|2"},
+    };
+    for (const auto& c : cases) {
+        STRINGARRAY item;
+        item.Set("LastRC", c.Text);
+        const MAILCOUNTS counts = MAILACCOUNT::Counts(item);
+        EXPECT_TRUE(counts == c.Counts) << c.Text;
+        MAILACCOUNT::SetCounts(item, counts);
+        EXPECT_EQ(item.Get("LastRC"), c.Written) << c.Text;
+    }
+}
+
+// A row that was copied and left half as it was.
+TEST(Kinds, AreToldApart) {
+    std::set<int> types;
+    std::set<std::string> schemes;
+    for (const MAILBOXKIND& kind : AllKinds()) {
+        EXPECT_TRUE(types.insert(kind.Type).second) << kind.Type;
+        EXPECT_TRUE(!kind.Scheme || schemes.insert(kind.Scheme).second) << kind.Scheme;
+        // What can be added has a name, can be read, and can be asked somewhere.
+        EXPECT_TRUE(!kind.Scheme || (kind.Handler && kind.Port > 0 && kind.HasServer() == !kind.Domain)) << kind.Type;
+    }
+}
+
+}  // namespace
