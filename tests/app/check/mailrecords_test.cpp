@@ -5,6 +5,23 @@
 
 namespace {
 
+TEST(HeaderBlock, SplitsAndReads) {
+    const std::string_view text = "First: 1\r\nsecond:\t two \r\nSecond: again\r\nSecondary: no\r\n\r\nFirst: body\r\n";
+    EXPECT_EQ(HeaderBlock(text), "First: 1\r\nsecond:\t two \r\nSecond: again\r\nSecondary: no\r\n");
+    EXPECT_EQ(BodyBlock(text), "First: body\r\n");
+    EXPECT_EQ(Std(ReadHeaderField(text, "FIRST")), "1");
+    EXPECT_EQ(Std(ReadHeaderField(text, "Second")), "two ");
+    EXPECT_EQ(Std(ReadHeaderField(text, "Second", 1)), "again");
+    EXPECT_FALSE(ReadHeaderField(text, "Second", 2).NotNull());
+    EXPECT_FALSE(ReadHeaderField(text, "First", 1).NotNull()) << "the body is not searched";
+    EXPECT_TRUE(ReadHeaderField("Empty:\nX: 1\n", "Empty").NotNull());
+
+    EXPECT_EQ(HeaderBlock("no end"), "no end");
+    EXPECT_EQ(BodyBlock("no end"), "");
+    EXPECT_EQ(HeaderBlock("\nbody"), "");
+    EXPECT_EQ(BodyBlock("\nbody"), "body");
+}
+
 class MailRecords : public testing::Test {
  protected:
     int Build(std::string_view listing) { return BuildMailHash(STRING(listing), Hash); }

@@ -67,6 +67,15 @@ TEST_F(NewMail, SummaryDecidesWhatIsKnown) {
     EXPECT_EQ(Value("LastSeenIds"), "");
 }
 
+TEST_F(NewMail, UsesTheRecordsIfTheCountIsWrong) {
+    EXPECT_ASSERTIONS(2);
+    EXPECT_EQ(Check("3 msgs|0 unread|0 bytes\n" + Mail("a")), "3 mails (1 unread)");
+    EXPECT_EQ(Value("LastSeenIds"), "a");
+    EXPECT_EQ(Value("LastRC"), "3|1");
+    Check("0 msgs|0 unread|0 bytes\n" + Mail("a") + Mail("b"));
+    EXPECT_EQ(Value("LastRC"), "0|2");
+}
+
 TEST_F(NewMail, ShowsAllOnce) {
     const std::string listing = "1 msgs|1 ?unread|0 bytes\n" + Mail("a");
     Check(listing);

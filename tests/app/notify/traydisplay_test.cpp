@@ -26,6 +26,18 @@ TEST(TrayPictures, ShowTheCountOrWhatIsMoreUrgent) {
 
 const TEXTTABLE TRAYTEXTS({{TEXT_TOOLTIP, "Mail"}, {TEXT_COUNTS, "no|mail|mails|new"}, {TEXT_UNREAD, "unread"}});
 
+TEST(Tooltip, TellsTheUnreadMailsWhereTheyAreNotAll) {
+    const std::tuple<int, int, const char*> CASES[] = {
+        {5, 2, "Mail: 5 mails (2 unread mails)"},
+        {5, 1, "Mail: 5 mails (1 unread mail)"},
+        {1, 0, "Mail: 1 mail (no unread mails)"},
+        {5, 5, "Mail: 5 mails "},
+        {0, 0, "Mail: no mails "},
+    };
+    for (const auto& [total, unread, text] : CASES)
+        EXPECT_EQ(Std(TooltipText(TRAYTEXTS, total, unread)), text);
+}
+
 class Tray : public CYCLETEST {};
 
 TEST_F(Tray, FollowsTheProgram) {

@@ -7,10 +7,10 @@
 
 namespace {
 
-std::string Take(RINGBUFFER& ring, int room, const char* until = nullptr) {
+std::string Take(RINGBUFFER& ring, int room, const char* until = nullptr, int timeoutMs = 0) {
     std::string out(static_cast<size_t>(room), '?');
     int length = room;
-    const bool ok = ring.Read(out.data(), &length, 0, until);
+    const bool ok = ring.Read(out.data(), &length, timeoutMs, until);
     EXPECT_EQ(ok, length > 0);
     return out.substr(0, static_cast<size_t>(length));
 }
@@ -41,6 +41,20 @@ TEST(RingBuffer, GivesTheBytesThatWentInUpToTheStopByte) {
             model.erase(0, expected.size());
         }
     }
+}
+
+TEST(RingBuffer, ReaderWaitsForTheFirstByteOnly) {
+    RINGBUFFER ring(16);
+    EXPECT_EQ(Take(ring, 5), "");
+    EXPECT_EQ(Take(ring, 5, nullptr, 5), "");
+    std::thread writer([&] { ring.Write("x", 1); });
+    EXPECT_EQ(Take(ring, 5, nullptr, 20000), "x");
+    writer.join();
+    // Drained: the next read waits again, and one that leaves something does not make the next one wait.
+    EXPECT_EQ(Take(ring, 5, nullptr, 1), "");
+    ring.Write("yz", 2);
+    EXPECT_EQ(Take(ring, 1, nullptr, 20000), "y");
+    EXPECT_EQ(Take(ring, 5, nullptr, 20000), "z");
 }
 
 TEST(RingBuffer, AWriterWaitsForRoomWithoutLimit) {

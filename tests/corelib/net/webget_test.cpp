@@ -173,6 +173,18 @@ TEST_F(WebGet, AStopEndsItWhateverTheServerDoes) {
     EXPECT_LT(result.Length(), 500000);
 }
 
+TEST_F(WebGet, AServerThatIsTooSlowIsATimeOut) {
+    TcpTimes.QuickMs = 0;
+    TcpTimes.SlowMs = 50;
+    TcpTimes.SlowBytesPerSecond = 1 << 20;
+    WebTimes.AnswerMs = 20000;
+    SCRIPTEDSERVER server(SCRIPT{PLAY::Send("HTTP/1.0 200 OK\r\n\r\n"), PLAY::Drip(std::string(100000, 'b'))});
+    STRING result;
+    EXPECT_EQ(WEBGET(nullptr, nullptr).Get(server.HostPort().c_str(), "/", result), 999);
+    EXPECT_EQ(result.Line(0), "TCPIO 999 Timeout");
+    TcpTimes = {};
+}
+
 TEST_F(WebGet, TheCallbackIsToldOfThePageAndMayCancelIt) {
     struct WATCHER {
         int CancelAfter;
