@@ -229,7 +229,7 @@ int Gap(int mails) {
     item.Set("Source", source);
     item.Set("Source2", password);
     program.Engine->pState.Set("SpamDoDomain", "0");
-    program.Engine->AddItem(item);
+    (void)program.Engine->AddItem(item);
     program.Window->List().FillListview();
     program.Engine->Start();
     program.Window->Started();

@@ -33,7 +33,7 @@ class TABLEFILE {
             table[key.c_str()] = ("value number " + std::to_string(i)).c_str();
             Keys.push_back(key);
         }
-        table.Save(FILES::SystemPath(Path.c_str()).Text());
+        (void)table.Save(FILES::SystemPath(Path.c_str()).Text());
         std::ranges::shuffle(Keys, std::mt19937(1));
     }
     ~TABLEFILE() { std::filesystem::remove(Path); }
@@ -48,7 +48,7 @@ void Tables(benchmark::State& state) {
     const TABLEFILE file(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         STRINGARRAY table;
-        table.Load(FILES::SystemPath(file.Path.c_str()).Text());
+        (void)table.Load(FILES::SystemPath(file.Path.c_str()).Text());
         size_t bytes = 0;
         for (const std::string& key : file.Keys)
             bytes += static_cast<size_t>(std::as_const(table)[key.c_str()].Length());

@@ -14,10 +14,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (!FILES::ReplaceAll(file.Text(), std::string_view(reinterpret_cast<const char*>(data), size), false))
         return 0;
     RECORDARRAY records(64, 64);
-    records.LoadAll(file.Text());
-    records.SaveAll(file.Text());
+    (void)records.LoadAll(file.Text());
+    (void)records.SaveAll(file.Text());
     RECORDARRAY back(64, 64);
-    back.LoadAll(file.Text());
+    (void)back.LoadAll(file.Text());
     // The form has no place for an empty record at the end.
     int count = records.Count();
     if (count > 0 && records[count - 1].Count() == 0)
@@ -25,6 +25,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (int i = 0; i < count; ++i)
         if (back.Count() != count || !(back[i].AsText() == records[i].AsText()))
             abort();
-    FILES::Remove(file.Text());
+    (void)FILES::Remove(file.Text());
     return 0;
 }

@@ -110,7 +110,7 @@ class CHECKCYCLE {
     STRINGARRAY* TakeItem(int index);
     void GiveItemBack();
     bool CheckItem(STRINGARRAY& item, int handle, bool& popupOpened);
-    bool CarryOutDisposal(STRINGARRAY& item, STRING& error);
+    [[nodiscard]] bool CarryOutDisposal(STRINGARRAY& item, STRING& error);
 
     CHECKPARTS Parts;
     STOPQUESTION StopAsked;

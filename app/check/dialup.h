@@ -11,11 +11,11 @@ class DIALUP {
     /// All entries, joined by "|"; empty if there are none.
     virtual STRING EnumEntries() = 0;
     /// Dials with the stored parameters of the entry and waits for the outcome. On false `error` says why.
-    virtual bool Dial(const STRING& entry, STRING& error) = 0;
+    [[nodiscard]] virtual bool Dial(const STRING& entry, STRING& error) = 0;
     /// True if the entry is connected; an empty name asks for the first connection, whichever it is.
     virtual bool IsConnected(const STRING& entry) = 0;
     /// Ends the connection of the entry; false if there is none.
-    virtual bool HangUp(const STRING& entry) = 0;
+    [[nodiscard]] virtual bool HangUp(const STRING& entry) = 0;
 };
 
 /// Why Dial fails on a machine without a dial-up service.

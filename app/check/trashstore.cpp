@@ -83,7 +83,8 @@ bool TRASHSTORE::SaveToTrash(const STRINGARRAY& record) {
             ++MailCount;
             return true;
         }
-        FILES::Remove(header.Text());
+        // The copy has failed as a whole already.
+        (void)FILES::Remove(header.Text());
     }
     Trace("TRASHSTORE::SaveToTrash %s cannot be written\n", path.Text());
     return false;

@@ -15,11 +15,11 @@ class TRASHSTORE {
 
     /// Saves the mail: its record without "Body" but with its "X-TrashId" as ID.ini, its body as ID.txt. False if one
     /// of them could not be written; then there is none of the two.
-    bool SaveToTrash(const STRINGARRAY& record);
+    [[nodiscard]] bool SaveToTrash(const STRINGARRAY& record);
 
     /// True if the copies saved so far outlive a crash of the machine: before their mails go from the server. One call
     /// serves many copies.
-    bool Flush() const;
+    [[nodiscard]] bool Flush() const;
 
     STRING Directory() const { return Folder; }
 

@@ -12,9 +12,9 @@ struct LANGUAGELIBRARY::MODULE {
     MODULE(const MODULE&) = delete;
     MODULE& operator=(const MODULE&) = delete;
 
-    bool Open(const char* path);
+    [[nodiscard]] bool Open(const char* path);
     /// Stores the text in code page 1252; false if there is none of that number.
-    bool Find(int id, STRING& text) const;
+    [[nodiscard]] bool Find(int id, STRING& text) const;
 
     void* Handle = nullptr;
     const void* Table = nullptr;

@@ -45,7 +45,7 @@ class LANGUAGELIBRARY : public TEXTS {
     /// Loads the library of language from directory (7 German, anything else English; a German library that does not
     /// load is replaced by the English one). The language that was loaded, or 0 if there is none; `path` then holds the
     /// file that was missing.
-    int Load(const char* directory, int language, STRING& path);
+    [[nodiscard]] int Load(const char* directory, int language, STRING& path);
     STRING Get(int id) const override;
 
  private:

@@ -18,5 +18,5 @@ ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address);
 /// Adds the account that `text` names, with the password from the first line of passwordFile (in the program's form of
 /// paths; empty: asked for on the terminal), and saves. An account of that server and user gets the new password
 /// instead. 0, or an exit code with its reason in `message`, which on success tells what was done.
-int AddAccount(TARNWICK& application, const TEXTS& texts, std::string_view text, const STRING& passwordFile,
-               std::string& message);
+[[nodiscard]] int AddAccount(TARNWICK& application, const TEXTS& texts, std::string_view text,
+                             const STRING& passwordFile, std::string& message);

@@ -36,5 +36,5 @@ class MBOXREADER {
 /// for it: result, points, indications, exceptions and message id, split by tabs; with reasons, the report below it.
 /// Without network the sender checks stay off. When it is stopped, the mail that it reads then is left out. False, with
 /// a message for the user, if the file cannot be read or holds no mail.
-bool ScoreMails(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const TEXTS& texts, const STRING& file, bool network,
-                bool reasons, const std::function<bool()>& stopped, std::string& message);
+[[nodiscard]] bool ScoreMails(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const TEXTS& texts, const STRING& file,
+                              bool network, bool reasons, const std::function<bool()>& stopped, std::string& message);

@@ -19,7 +19,7 @@ void WriteError(std::string_view text);
 /// A line from standard input without its end; false at its end. hidden: what is typed does not show.
 bool ReadLine(std::string& line, bool hidden);
 /// Bytes of standard input as they come, at most `bytes`: their number, 0 at its end, -1 on error.
-int ReadBytes(char* buffer, int bytes);
+[[nodiscard]] int ReadBytes(char* buffer, int bytes);
 /// While it lives, keys come one by one as they are pressed, without Enter and without showing; lines can be read all
 /// the same, and what ends or stops the program finds the terminal as it was. One at a time; for a terminal only.
 class SINGLEKEYS {

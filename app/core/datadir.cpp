@@ -15,6 +15,8 @@ constexpr const char* VALUE_DIR = "ApplicationDataDir";
 constexpr const char* VALUE_PENDING = "ApplicationDataDir.New";
 constexpr const char* VALUE_OLD = "FilesDir";
 
+// Of what is stored here a failure is put right by the next start, which finds the same and does it again.
+
 bool IsOrBecomesDirectory(const STRING& path) {
     return OSYS::FileIsDirectory(path.Text()) || OSYS::MakeDirectories(path.Text());
 }
@@ -25,8 +27,9 @@ STRING StoredDirectory(REGISTRY& store) {
     if (!value.NotNull()) {
         value = store.Read(VALUE_OLD);
         if (value.Length() > 0) {
-            store.Write(VALUE_DIR, value.Text());
-            store.Delete(VALUE_OLD);
+            // The old value goes only when the new one stands.
+            if (store.Write(VALUE_DIR, value.Text()))
+                store.Delete(VALUE_OLD);
         }
     }
     return value;
@@ -92,21 +95,22 @@ STRING GetDataDir(const ARGUMENTS& arguments, const char* product, const char* s
     STRING directory = arguments.GetArgValue("WORKDIR", 0);
     if (directory.Length() > 0) {
         directory = FILES::SystemPath(directory.Text());
-        OSYS::MakeDirectories(directory.Text());
+        // Who locks the directory finds out, and tells.
+        (void)OSYS::MakeDirectories(directory.Text());
         return directory;
     }
     REGISTRY store(COMPANY, product, ROOT_CURRENT_USER);
     directory = StoredDirectory(store);
     if (directory.Length() == 0) {
         directory = DefaultDirectory(subdirectory);
-        OSYS::MakeDirectories(directory.Text());
+        (void)OSYS::MakeDirectories(directory.Text());
     } else if (!IsOrBecomesDirectory(directory)) {
         directory = "0";
-        OSYS::MakeDirectories(directory.Text());
+        (void)OSYS::MakeDirectories(directory.Text());
     }
     const bool ok = OSYS::FileIsDirectory(directory.Text());
     if (ASSERTION_INFO(ok, "ok", directory.Text())) {
-        store.Write(VALUE_DIR, directory.Text());
+        (void)store.Write(VALUE_DIR, directory.Text());
     } else {
         directory = ".";
     }
@@ -155,7 +159,8 @@ int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, con
     }
     store.Delete(VALUE_PENDING);
     for (int i = 0; ok && i < sources.Count(); ++i) {
-        FILES::Remove(sources[i].Text());
+        // All of them have been copied: what cannot be removed is there twice.
+        (void)FILES::Remove(sources[i].Text());
     }
     return ok ? 1 : 0;
 }

@@ -22,11 +22,11 @@ void RemoveLeftovers(const STRING& directory);
 /// old place only when all were copied, and stores the new directory. Where that is the old one, in whatever spelling,
 /// nothing is to do but to drop the request. 1 on success; otherwise the old directory stays the one in use, a message
 /// has told each file that could not be copied, and the request is gone.
-int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir, const char* pending,
-                const char* patterns);
+[[nodiscard]] int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir,
+                              const char* pending, const char* patterns);
 
 /// A message about a data directory by the number of its text.
 STRING DataDirText(const TEXTS& texts, int id, const STRING& directory);
 
 /// If `value` is the path of a file that lies right in oldDir, its directory becomes newDir. True if so.
-bool ReplaceDirectory(const char* oldDir, const char* newDir, STRING& value);
+[[nodiscard]] bool ReplaceDirectory(const char* oldDir, const char* newDir, STRING& value);

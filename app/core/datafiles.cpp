@@ -56,7 +56,7 @@ void DATAFILES::RenameOldFiles() {
         const STRING from = Path(pair.Old);
         const STRING to = Path(pair.New);
         if (OSYS::FileExists(from.Text()) && !OSYS::FileExists(to.Text())) {
-            FILES::Rename(from.Text(), to.Text());
+            (void)FILES::Rename(from.Text(), to.Text());  // the old name is tried at each start
         }
     }
 }
@@ -67,7 +67,7 @@ void DATAFILES::KeepDamaged(const STRING& path) {
     }
     // The end of the run writes the table anew; what stands in this file may still be worth a person's look.
     const STRING kept = path || DAMAGED_SUFFIX;
-    FILES::Remove(kept.Text());
+    (void)FILES::Remove(kept.Text());  // there is one at times only
     const bool ok = FILES::Rename(path.Text(), kept.Text());
     Trace("DATAFILES::KeepDamaged nothing could be read from %s, kept as %s, ok= %d\n", path.Text(), kept.Text(),
           static_cast<int>(ok));
@@ -89,7 +89,7 @@ void DATAFILES::LoadSettings() {
     STRINGARRAY& state = Tables.State;
     const bool isNew = IsNewDirectory();
     const STRING path = Path(FILE_SETTINGS);
-    FILES::MakePrivate(path.Text());
+    (void)FILES::MakePrivate(path.Text());  // a new directory has no such file
     if (!state.Load(path.Text()) || state.Count() == 0) {
         KeepDamaged(path);
     }
@@ -97,7 +97,7 @@ void DATAFILES::LoadSettings() {
     FillSettingDefaults(state, Tables.Texts, DataDir.Text(), isNew);
     state.AllowNewKeys(false);
     if (isNew) {
-        SaveSettings();
+        (void)SaveSettings();  // the end of the run writes them again
     }
 }
 
@@ -109,13 +109,13 @@ void DATAFILES::RunSetupWizard() {
         }
     }
     if (Tables.Items.Count() > 0) {
-        SaveTables(SAVE_ITEMS);
+        (void)SaveTables(SAVE_ITEMS);  // the end of the run writes them again
     }
 }
 
 void DATAFILES::LoadTables() {
     const STRING itemFile = Path(FILE_ITEMS);
-    FILES::MakePrivate(itemFile.Text());
+    (void)FILES::MakePrivate(itemFile.Text());  // a new directory has no such file
     if (Tables.Items.LoadAll(itemFile.Text()) == 0) {
         KeepDamaged(itemFile);
         RunSetupWizard();
@@ -124,7 +124,7 @@ void DATAFILES::LoadTables() {
     // An empty file is no failure: the user has deleted all types.
     if (Tables.Types.LoadAll(typeFile.Text()) == 0 && !IsEmptyFile(typeFile)) {
         KeepDamaged(typeFile);
-        Tables.Types.LoadAll("def_types.ini");
+        (void)Tables.Types.LoadAll("def_types.ini");  // without it, mails have no types
     }
     for (int i = 0; i < Tables.Items.Count(); ++i) {
         FixItem(Tables.Items[i], Tables.State, Tables.NextHandle);
@@ -132,7 +132,8 @@ void DATAFILES::LoadTables() {
     for (int i = 0; i < Tables.Types.Count(); ++i) {
         FillTypeDefaults(Tables.Types[i]);
     }
-    // One buffer serves all of these, and a file that cannot be read leaves in it what it held.
+    // One buffer serves all of these, and a file that cannot be read leaves in it what it held. The next start tries
+    // again what cannot be written.
     STRING buffer;
     UpdateDefinitions(buffer);
     CreateMissing("spamvars.dat", nullptr, buffer);
@@ -150,7 +151,8 @@ void DATAFILES::UpdateDefinitions(STRING& buffer) {
     bool refused = false;
     if (time.NotNull() && defaultTime.View() > time.View()) {
         if (Tables.FrontEnd.AskYesNo(Tables.Texts.Get(TEXT_PRODUCT), Tables.Texts.Get(TEXT_NEW_DEFINITIONS))) {
-            FILES::Copy(FILE_SPAMDEF_DEFAULT, path.Text());
+            // What fails is asked for again at the next start.
+            (void)FILES::Copy(FILE_SPAMDEF_DEFAULT, path.Text());
         } else {
             refused = true;
         }
@@ -159,22 +161,22 @@ void DATAFILES::UpdateDefinitions(STRING& buffer) {
     const bool read = buffer.Load(missing ? FILE_SPAMDEF_DEFAULT : path.Text(), "r") != 0;
     // Writing a refused file's own text back renews its time, so that the question does not come again at each start.
     if (missing || (refused && read)) {
-        buffer.Save(path.Text(), "w");
+        (void)buffer.Save(path.Text(), "w");
     }
 }
 
 void DATAFILES::CreateMissing(const char* name, const char* defaultName, STRING& buffer) {
     const STRING path = Path(name);
     if (OSYS::FileExists(path.Text())) {
-        buffer.Load(path.Text(), "r");
+        (void)buffer.Load(path.Text(), "r");
         return;
     }
     if (defaultName) {
-        buffer.Load(defaultName, "r");
+        (void)buffer.Load(defaultName, "r");
     } else {
         buffer = "";
     }
-    buffer.Save(path.Text(), "w");
+    (void)buffer.Save(path.Text(), "w");
 }
 
 void DATAFILES::UpgradeSettings(const STRING& dialEntries) {
@@ -189,7 +191,7 @@ void DATAFILES::UpgradeSettings(const STRING& dialEntries) {
             SubtractOne(state, "PopupPosition");
         }
         if (below("2.01")) {
-            FILES::Remove("spamcheck.log");
+            (void)FILES::Remove("spamcheck.log");  // there is one at times only
         }
     }
     if (below("0.99")) {
@@ -243,7 +245,7 @@ bool DATAFILES::SaveTables(int mask) {
 
 bool DATAFILES::SaveRecords(const char* name, const RECORDARRAY& table) {
     const STRING path = Path(name);
-    FILES::MakePrivate(path.Text());
+    (void)FILES::MakePrivate(path.Text());  // a new directory has no such file
     const int count = table.Count();
     const bool ok = table.SaveAll(path.Text()) == count && (count > 0 || IsEmptyFile(path));
     if (!ok) {
@@ -254,7 +256,7 @@ bool DATAFILES::SaveRecords(const char* name, const RECORDARRAY& table) {
 
 bool DATAFILES::SaveSettings() {
     const STRING path = Path(FILE_SETTINGS);
-    FILES::MakePrivate(path.Text());
+    (void)FILES::MakePrivate(path.Text());  // a new directory has no such file
     const bool ok = Tables.State.Save(path.Text()) != 0;
     if (!ok) {
         Trace("DATAFILES::SaveSettings %s could not be written\n", path.Text());

@@ -44,13 +44,13 @@ class DATAFILES {
 
     /// SAVE_ITEMS and SAVE_TYPES write these tables; SAVE_ALL takes the run-time fields off the items first, and is
     /// only for the end of a run. False if a file could not be written; the old file is then as it was.
-    bool SaveTables(int mask);
-    bool SaveSettings();
+    [[nodiscard]] bool SaveTables(int mask);
+    [[nodiscard]] bool SaveSettings();
 
  private:
     bool IsNewDirectory() const;
     void RunSetupWizard();
-    bool SaveRecords(const char* name, const RECORDARRAY& table);
+    [[nodiscard]] bool SaveRecords(const char* name, const RECORDARRAY& table);
     void KeepDamaged(const STRING& path);
     void UpdateDefinitions(STRING& buffer);
     void CreateMissing(const char* name, const char* defaultName, STRING& buffer);

@@ -52,7 +52,8 @@ bool TARNWICK::Open() {
     }
     SettleOwnFiles();
     TrashStore.SetDirectory(Directory);
-    OSYS::MakeDirectories(TrashStore.Directory().Text());
+    // Each copy tries again, and tells.
+    (void)OSYS::MakeDirectories(TrashStore.Directory().Text());
     Files = std::make_unique<DATAFILES>(DATATABLES{pState, Items, Types, NextHandle, FrontEnd, TextTable},
                                         Directory.Text());
     Files->RenameOldFiles();
@@ -64,7 +65,7 @@ bool TARNWICK::Open() {
     if (oldDirectory.NotNull()) {
         Files->MovePaths(oldDirectory.Text());
         // Not at the end only: a run that is killed would leave the lists of the filter behind.
-        Files->SaveSettings();
+        (void)Files->SaveSettings();  // the end of the run writes them again
     }
     return true;
 }
@@ -148,7 +149,7 @@ void TARNWICK::EndSession(const std::function<void()>& meanwhile) {
     Stop();
     // The system may not wait until the check under way has ended.
     if (Files && Check->IsRunning())
-        SaveTables(SAVE_ITEMS);
+        (void)SaveTables(SAVE_ITEMS);  // once more below
     if (meanwhile && Check->IsRunning())
         meanwhile();
     Check->Wait(WAIT_FOREVER);
@@ -161,8 +162,9 @@ void TARNWICK::EndSession(const std::function<void()>& meanwhile) {
 }
 
 void TARNWICK::SaveAll() {
-    Files->SaveTables(SAVE_ALL);
-    Files->SaveSettings();
+    // The trace tells of a failure: the run is over, and nobody may be asked when the session ends.
+    (void)Files->SaveTables(SAVE_ALL);
+    (void)Files->SaveSettings();
 }
 
 STRINGARRAY TARNWICK::NewItem() {

@@ -37,7 +37,7 @@ class TARNWICK {
     /// Start-up before the work thread: finds (and moves) the data directory, reads all data files, and runs the wizard
     /// where it must; the front end may use this object while it does. False if the program cannot run; StartError()
     /// then says why, for a person, and nothing was written.
-    bool Open();
+    [[nodiscard]] bool Open();
     const STRING& StartError() const { return Error; }
 
     /// Starts the work thread; with the switch "CHECK" all items are forced.
@@ -52,7 +52,7 @@ class TARNWICK {
     STRINGARRAY NewItem();
     /// Appends a copy of the record to the table, forces its check with popup 0 and saves the items, which sorts them;
     /// false if they could not be written.
-    bool AddItem(const STRINGARRAY& item);
+    [[nodiscard]] bool AddItem(const STRINGARRAY& item);
     /// Takes the item out of the table; false if it is being checked, or there is none. The caller saves
     /// the table once it has taken the last one.
     bool RemoveItem(int index);
@@ -66,8 +66,8 @@ class TARNWICK {
     void ForceRefreshType(int type, int popup);
 
     /// See DATAFILES. Front end's thread; SAVE_ALL is the end's own.
-    bool SaveTables(int mask) { return Files && Files->SaveTables(mask); }
-    bool SaveSettings() { return Files && Files->SaveSettings(); }
+    [[nodiscard]] bool SaveTables(int mask) { return Files && Files->SaveTables(mask); }
+    [[nodiscard]] bool SaveSettings() { return Files && Files->SaveSettings(); }
 
     const STRING& DataDir() const { return Directory; }
     /// The path of a file in the data directory.
@@ -92,9 +92,9 @@ class TARNWICK {
 
  private:
     /// oldDirectory: where the data lay before, if they have moved.
-    bool FindDataDir(STRING& oldDirectory);
+    [[nodiscard]] bool FindDataDir(STRING& oldDirectory);
     /// False, with Error set, if another process has the directory.
-    bool LockDataDir(const STRING& directory, OSYS::FILEHANDLE& lock);
+    [[nodiscard]] bool LockDataDir(const STRING& directory, OSYS::FILEHANDLE& lock);
     void RemoveLeftoversIfLocked();
     /// The data directory is known: so is where logs and the last popup go.
     void SettleOwnFiles();

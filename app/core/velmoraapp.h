@@ -19,7 +19,7 @@ class VELMORAAPP {
     VELMORAAPP& operator=(const VELMORAAPP&) = delete;
 
     /// Loads the language library and traces the start banner. 0, or the exit code after the front end has shown why.
-    int Start(FRONTEND& frontEnd);
+    [[nodiscard]] int Start(FRONTEND& frontEnd);
 
     const ARGUMENTS& Arguments() const { return Args; }
     const TEXTS& Texts() const { return Library; }

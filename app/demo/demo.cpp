@@ -109,7 +109,8 @@ bool DEMO::AddAccounts(TARNWICK& application) {
         item.Set("Name", STRING(mailbox->Kind.Name));
         MAILACCOUNT::SetAddress(item, address, DEMO_PASSWORD);
         item.Set("TimingCyclic", STRING(DEMO_CHECK_SECONDS));
-        application.AddItem(item);
+        // The demo goes on with the items in memory.
+        (void)application.AddItem(item);
     }
     application.pState.Set("ConnectionType", STRING("0"));
     // The senders are invented: nobody is asked for them.

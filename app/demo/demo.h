@@ -31,11 +31,11 @@ class DEMO {
     DEMO& operator=(const DEMO&) = delete;
 
     /// Starts the servers; false if they find no port.
-    bool Start();
+    [[nodiscard]] bool Start();
     /// Points the demo's accounts among the application's items at the servers, and adds those that are missing. Before
     /// the work thread.
     /// False, and nothing has changed, if there are accounts that are not the demo's.
-    bool AddAccounts(TARNWICK& application);
+    [[nodiscard]] bool AddAccounts(TARNWICK& application);
     /// Puts a few more mails into the mailboxes, in turn.
     void DeliverSome(int count);
     /// From now on a mail arrives every few seconds, and a burst of spam now and then, which goes to the trash.

@@ -49,7 +49,7 @@ class DEMOSERVICE {
     DEMOSERVICE& operator=(const DEMOSERVICE&) = delete;
 
     /// Starts to listen; false if the machine gives no port.
-    bool Start();
+    [[nodiscard]] bool Start();
     uint16_t Port() const { return BoundPort; }
 
  private:

@@ -7,4 +7,4 @@
 /// The dialog of an account, over a window that waits. True on OK, with the account's keys changed in the record (Name,
 /// Type, Source, Source2, TimingCyclic); otherwise the record is as it was. The record has the keys of an item; another
 /// thread may go on reading it meanwhile.
-bool EditItem(HWND parent, const TEXTS& texts, STRINGARRAY& record);
+[[nodiscard]] bool EditItem(HWND parent, const TEXTS& texts, STRINGARRAY& record);

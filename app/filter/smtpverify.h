@@ -19,9 +19,9 @@ extern SMTPVERIFYTIMES SmtpVerifyTimes;
 /// host is a name, or name:port. True if it got as far as an answer to RCPT TO, whose number goes to code (0 if the
 /// answer did not come). An address that could not stand in a command is not asked for: false. A stop ends it at once.
 /// `dead`, if given, tells whether the server could not be called, or did not greet, or used the time up.
-bool VerifySenderSmtp(const STRING& host, const STRING& address, int& code, const STOPQUESTION& stopAsked = {},
-                      bool* dead = nullptr);
+[[nodiscard]] bool VerifySenderSmtp(const STRING& host, const STRING& address, int& code,
+                                    const STOPQUESTION& stopAsked = {}, bool* dead = nullptr);
 
 /// The dialogue over a call that is up, for an address that may stand in a command. `greeted` tells whether a line
 /// came.
-bool VerifyDialogue(BASEIO& device, const STRING& address, int& code, bool& greeted);
+[[nodiscard]] bool VerifyDialogue(BASEIO& device, const STRING& address, int& code, bool& greeted);

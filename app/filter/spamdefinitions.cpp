@@ -180,5 +180,6 @@ void LoadSpamWords(SPAMWORDS& words, const STRINGARRAY& state, const STRINGARRAY
     words.ResolveMarkers();
     if (words.Dropped() > 0)
         Trace("TARNWICK::LoadSpamDefinitions table full, %d words left out\n", words.Dropped());
-    words.WriteLog(FILES::OwnFile(SPAMWORDS_LOG).Text());
+    // The table is good without its log.
+    (void)words.WriteLog(FILES::OwnFile(SPAMWORDS_LOG).Text());
 }

@@ -48,7 +48,7 @@ class SPAMWORDS {
     /// Turns the markers of all words ("~" and "*") into flags. Once, when all rows are there.
     void ResolveMarkers();
     /// Writes the report of the table, a line a row.
-    bool WriteLog(const char* file) const;
+    [[nodiscard]] bool WriteLog(const char* file) const;
 
  private:
     void Add(std::string_view word, uint32_t flags, int points, int significance);

@@ -23,7 +23,8 @@ constexpr const char* DELETE_FORM = "mbox=F000000001&js=&_HMaction=delete&foo=in
 // What the service said, for whoever follows the trace closely.
 void SavePage(const char* traceLine, const STRING& page, const char* file) {
     if (TraceLevel(5, "%s", traceLine))
-        FILES::ReplaceLog(FILES::OwnFile(file).Text(), page.View(), true);
+        // For a developer: the check does not depend on it.
+        (void)FILES::ReplaceLog(FILES::OwnFile(file).Text(), page.View(), true);
 }
 
 STRING Running(int number) {

@@ -23,15 +23,15 @@ int MetaRefresh(WEBSESSION& session, STRING& page);
 
 /// The listing of what an inbox page shows, the last row first; false with "-ERR " if there is no
 /// table. fetchBody above 0 fetches each mail's own page too.
-bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, int fetchBody, STRING& page,
-                    STRING& result);
+[[nodiscard]] bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, int fetchBody,
+                                  STRING& page, STRING& result);
 
 /// Reads the inbox: the listing, or false and "-ERR " with a number and a text.
-bool HotmailGet(const MAILBOXCALL& call, const STRING& host, int fetchBody, STRING& result);
+[[nodiscard]] bool HotmailGet(const MAILBOXCALL& call, const STRING& host, int fetchBody, STRING& result);
 
 /// Deletes mails by their ids, one a line. The status number of the log-in: what the service says to the deletions is
 /// not looked at, as the next check shows what is still there.
-int HotmailDelete(const MAILBOXCALL& call, const STRING& ids);
+[[nodiscard]] int HotmailDelete(const MAILBOXCALL& call, const STRING& ids);
 
 /// The row of web mail in the table of handlers.
 extern const MAILHANDLER HotmailHandler;

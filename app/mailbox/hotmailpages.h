@@ -12,11 +12,11 @@ namespace HOTMAILPAGES {
 void Clean(STRING& page);
 
 /// The target of the page's meta refresh; false if it has none.
-bool FindMetaRefresh(const STRING& page, STRING& link);
+[[nodiscard]] bool FindMetaRefresh(const STRING& page, STRING& link);
 /// True for the page that the log-in may end on in place of the inbox.
 bool IsHomePage(const STRING& page);
 /// The link to the inbox on that page.
-bool FindInboxLink(const STRING& page, STRING& link);
+[[nodiscard]] bool FindInboxLink(const STRING& page, STRING& link);
 /// The text on a mail's page, in lines.
 STRING MailText(const STRING& page);
 

@@ -27,23 +27,24 @@ inline constexpr int IMAP_BODY_BYTES = 4096;
 /// into a listing, and stores in the item's @UidValidity under what its UIDs are valid. False,
 /// with "-ERR " and the server's last line, if anything at all went wrong; a server that is gone before it has
 /// confirmed LOGOUT is no such thing.
-bool ImapGet(const MAILBOXCALL& call, const STRING& folder, int bytes, STRING& result);
+[[nodiscard]] bool ImapGet(const MAILBOXCALL& call, const STRING& folder, int bytes, STRING& result);
 
 /// The same over a device of the caller's, which is offline at first, and destroyed after it.
-bool ImapRead(BASEIO& device, const MAILBOXCALL& call, const STRING& folder, int bytes, STRING& result);
+[[nodiscard]] bool ImapRead(BASEIO& device, const MAILBOXCALL& call, const STRING& folder, int bytes, STRING& result);
 
 /// Deletes mails by their UIDs, one a line, in the folder that the item reads; one that has gone is passed over, and so
 /// is what is no number. If the UIDs are not what they were at the listing (the item's UidValidity), none goes. Then
 /// `error` is "OK"; on failure it has the reply without its tag, and is empty if there was none. What is marked as
 /// deleted stays so.
-bool ImapDelete(const MAILBOXCALL& call, const STRING& ids, STRING& error);
+[[nodiscard]] bool ImapDelete(const MAILBOXCALL& call, const STRING& ids, STRING& error);
 
 /// The same with a copy in `folder` made first; `error` lacks the reply's status word, too. Mails that are in that
 /// folder stay as they are.
-bool ImapMove(const MAILBOXCALL& call, const STRING& ids, const STRING& folder, STRING& error);
+[[nodiscard]] bool ImapMove(const MAILBOXCALL& call, const STRING& ids, const STRING& folder, STRING& error);
 
 /// The two over a device of the caller's: a move if there is a `folder`.
-bool ImapDispose(BASEIO& device, const MAILBOXCALL& call, const STRING& ids, const STRING* folder, STRING& error);
+[[nodiscard]] bool ImapDispose(BASEIO& device, const MAILBOXCALL& call, const STRING& ids, const STRING* folder,
+                               STRING& error);
 
 /// The row of IMAP in the table of handlers.
 extern const MAILHANDLER ImapHandler;

@@ -18,8 +18,8 @@ class IMAPCONVERSATION {
     IMAPCONVERSATION(BASEIO& device, const MAILBOXCALL& call);
 
     /// Connects and hears the greeting; true if the server wants to talk to somebody who has yet to log on.
-    bool Connect();
-    bool LogIn();
+    [[nodiscard]] bool Connect();
+    [[nodiscard]] bool LogIn();
 
     /// Sends a command with the next tag in front, and hears its reply up to the line with that tag; true if the server
     /// agrees. While the bytes of a literal pass, none of them is taken for anything else.
@@ -34,7 +34,7 @@ class IMAPCONVERSATION {
         uint32_t Validity = 0;  // under another one UIDs name other mails; 0: the server does not tell
     };
     /// Selects a folder, "" for the inbox.
-    bool Select(const STRING& name, FOLDER& folder);
+    [[nodiscard]] bool Select(const STRING& name, FOLDER& folder);
     /// A folder's name as it stands in commands: nothing in it ends the argument or the line.
     static STRING FolderName(const STRING& name);
 
@@ -53,11 +53,11 @@ class IMAPCONVERSATION {
 
  private:
     // Each is false, with what has come in Line, if the rest did not come or would be too much.
-    bool ReadLine();
-    bool ReadLiteral(int64_t bytes, int64_t kept);
+    [[nodiscard]] bool ReadLine();
+    [[nodiscard]] bool ReadLiteral(int64_t bytes, int64_t kept);
     bool IsWithinLimits();
     void Begin();
-    bool End(bool whole, std::string_view tag);
+    [[nodiscard]] bool End(bool whole, std::string_view tag);
     void LearnCapability(std::string_view line);
 
     BASEIO& Device;

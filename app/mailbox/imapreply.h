@@ -17,7 +17,7 @@ namespace IMAPREPLY {
 int64_t LiteralAhead(std::string_view line, size_t from);
 
 /// A number of decimal digits alone, of at most `most`; false for anything else.
-bool ReadNumber(std::string_view word, uint64_t most, uint64_t& number);
+[[nodiscard]] bool ReadNumber(std::string_view word, uint64_t most, uint64_t& number);
 
 /// True if the server agrees: "OK" and a blank, directly after the tag, or after "* " in a greeting.
 bool IsGood(std::string_view line, std::string_view tag);
@@ -29,10 +29,10 @@ bool ReadExists(std::string_view line, int& count);
 bool ReadUidValidity(std::string_view line, uint32_t& validity);
 
 /// Adds the numbers of a line "* SEARCH ..."; false for another line. What is no number is passed over.
-bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers);
+[[nodiscard]] bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers);
 
 /// If the line lists what the server can do, in a line of its own or after an OK: stores whether `wanted` is among it.
-bool ReadCapability(std::string_view line, std::string_view wanted, bool& has);
+[[nodiscard]] bool ReadCapability(std::string_view line, std::string_view wanted, bool& has);
 
 /// What was said of one mail.
 struct FETCHED {

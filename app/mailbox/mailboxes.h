@@ -10,7 +10,7 @@ class MAILBOXES {
     virtual STRING GetMailbox(STRINGARRAY& item) = 0;
     /// Deletes the mails whose ids stand in `ids`, one a line. True on success; `error` is emptied first and may say
     /// why it failed.
-    virtual bool DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) = 0;
+    [[nodiscard]] virtual bool DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) = 0;
     /// The same, moving them into `folder` on the server.
-    virtual bool MoveMail(STRINGARRAY& item, const STRING& ids, const STRING& folder, STRING& error) = 0;
+    [[nodiscard]] virtual bool MoveMail(STRINGARRAY& item, const STRING& ids, const STRING& folder, STRING& error) = 0;
 };

@@ -28,7 +28,7 @@ class MAILHANDLING : public MAILBOXES {
  private:
     // Runs `work` with the handler of the item's Type; false without one.
     template <class WORK>
-    bool WithHandler(STRINGARRAY& item, WORK work);
+    [[nodiscard]] bool WithHandler(STRINGARRAY& item, WORK work);
 
     FRONTEND& FrontEnd;
     const TEXTS& TextTable;

@@ -27,18 +27,18 @@ inline constexpr int POP_LINE = 1024;
 /// mail that the server refuses to show is left out. True if the listing is whole, whatever the server says to QUIT;
 /// else false with "-ERR " and the server's line, or what has ended the conversation, or nothing if the server fell
 /// silent before the first mail.
-bool PopGet(const MAILBOXCALL& call, int lines, STRING& result);
+[[nodiscard]] bool PopGet(const MAILBOXCALL& call, int lines, STRING& result);
 
 /// The same over a device of the caller's, which is offline at first, and destroyed after it.
-bool PopRead(BASEIO& device, const MAILBOXCALL& call, int lines, STRING& result);
+[[nodiscard]] bool PopRead(BASEIO& device, const MAILBOXCALL& call, int lines, STRING& result);
 
 /// Deletes mails by ids of the form "number|size", one a line, all or none: the server carries the deletions out at
 /// QUIT, which is sent only if all went well. A mail whose size is no longer the one of its id is passed over. True if
 /// QUIT was acknowledged; else `error` says why as PopGet does, without "-ERR ".
-bool PopDelete(const MAILBOXCALL& call, const STRING& ids, STRING& error);
+[[nodiscard]] bool PopDelete(const MAILBOXCALL& call, const STRING& ids, STRING& error);
 
 /// The same over a device of the caller's.
-bool PopErase(BASEIO& device, const MAILBOXCALL& call, const STRING& ids, STRING& error);
+[[nodiscard]] bool PopErase(BASEIO& device, const MAILBOXCALL& call, const STRING& ids, STRING& error);
 
 /// The row of POP3 in the table of handlers.
 extern const MAILHANDLER PopHandler;

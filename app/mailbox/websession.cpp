@@ -152,7 +152,8 @@ int WEBSESSION::FollowRedirects(CLIENT& client, int status, STRING& result) {
         if (TraceLevel(6, "MAILGET webget\n")) {
             STRING file;
             file.Format("output%d.tmp", OutputFiles++);
-            FILES::ReplaceLog(FILES::OwnFile(file.Text()).Text(), result.View(), true);
+            // For a developer: the check does not depend on it.
+            (void)FILES::ReplaceLog(FILES::OwnFile(file.Text()).Text(), result.View(), true);
         }
         SetCookie(result, Cookies);
     }

@@ -34,7 +34,7 @@ class ALERTMETRICS {
     virtual ~ALERTMETRICS() = default;
     /// Stores what one line of text (never empty, any bytes) takes, in pixels. False on failure; the size then counts
     /// as nothing.
-    virtual bool Measure(ALERTFONT font, std::string_view text, ALERTSIZE& size) = 0;
+    [[nodiscard]] virtual bool Measure(ALERTFONT font, std::string_view text, ALERTSIZE& size) = 0;
 };
 
 /// What an alert is drawn with. Positions are pixels of the client area.

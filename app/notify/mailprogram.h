@@ -13,14 +13,15 @@ class PROGRAMSTARTER {
     /// A number for the last top-level window whose title holds the text (with regard to case); 0 for none.
     virtual uintptr_t FindTitledWindow(const STRING& part) = 0;
     /// Shows the window in front of all others; what the platform says of it.
-    virtual int BringToFront(uintptr_t window) = 0;
+    [[nodiscard]] virtual int BringToFront(uintptr_t window) = 0;
     /// Opens a web address in the user's browser.
-    virtual bool OpenAddress(const STRING& address) = 0;
+    [[nodiscard]] virtual bool OpenAddress(const STRING& address) = 0;
     /// The text with the environment's variables in place of their names.
     virtual STRING Expand(const STRING& text) = 0;
     /// Starts a program (its path, in quotes or not) with arguments in a directory, without waiting for it. False, with
     /// the reason for a person, if it cannot be started.
-    virtual bool Start(const STRING& program, const STRING& arguments, const STRING& directory, STRING& error) = 0;
+    [[nodiscard]] virtual bool Start(const STRING& program, const STRING& arguments, const STRING& directory,
+                                     STRING& error) = 0;
 };
 
 /// The platform's own.

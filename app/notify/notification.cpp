@@ -205,7 +205,8 @@ void NOTIFICATION::PostPopup(STRINGARRAY& item, const CHECKREPORT& report, const
                         .BackColor = colors.GetNumber("PopupBackgroundColor"),
                         .DurationMs = Milliseconds(State.GetNumber("PopupDuration"), 1000),
                         .Handle = handle});
-    FILES::ReplaceLog(PopupFile.Text(), text.View(), true);
+    // The popup is up; the file only serves to show it once more.
+    (void)FILES::ReplaceLog(PopupFile.Text(), text.View(), true);
 }
 
 STRING NOTIFICATION::ButtonRow(bool oneMail) const {

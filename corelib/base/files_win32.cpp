@@ -166,7 +166,7 @@ bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS /*links
     ok = file.Close() && ok;
     ok = ok && MoveOver(beside.Text(), path);
     if (!ok)
-        FILES::Remove(beside.Text());
+        (void)FILES::Remove(beside.Text());  // what is left goes at a later start
     return ok;
 }
 

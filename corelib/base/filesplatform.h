@@ -14,10 +14,10 @@ inline constexpr size_t TEMPORARY_LENGTHS[] = {6, 16};
 inline constexpr const char* TEMPORARY_END = ".tmp";
 
 /// Appends all bytes of a regular file to content; false if it cannot be read.
-bool ReadBytes(const char* path, STRING& content);
+[[nodiscard]] bool ReadBytes(const char* path, STRING& content);
 /// Writes beside the file, flushes to the disk and renames over it; false, and the old file as it was, on failure.
-bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS links);
+[[nodiscard]] bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS links);
 /// Whether files can be made in a directory.
-bool CanMakeFiles(const char* directory);
+[[nodiscard]] bool CanMakeFiles(const char* directory);
 
 }  // namespace FILESPLATFORM

@@ -20,10 +20,10 @@ class RECORDARRAY : public DYNARRAY<STRINGARRAY> {
     void SortByKeys(const char* const* keys, int count, int flags);
 
     /// Writes all records, replacing the file whole; their number, 0 also on failure.
-    int SaveAll(const char* filename) const;
+    [[nodiscard]] int SaveAll(const char* filename) const;
     /// Reads records into the array, which should be empty; their number, 0 also on failure. What is damaged is passed
     /// over with a line in the trace, and what can be kept is kept.
-    int LoadAll(const char* filename);
+    [[nodiscard]] int LoadAll(const char* filename);
 
  private:
     const char* const* SortKeys = nullptr;

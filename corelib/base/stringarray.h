@@ -54,9 +54,9 @@ class STRINGARRAY {
     /// The text form, each line ended by "\n".
     STRING AsText() const;
     /// Writes the text form to a file (CR LF on disk); 0 on failure, and the old file is then as it was.
-    int Save(const char* filename) const;
+    [[nodiscard]] int Save(const char* filename) const;
     /// Replaces the table by a file's content and unlocks it; 0 on failure, and the table is then unchanged.
-    int Load(const char* filename);
+    [[nodiscard]] int Load(const char* filename);
 
  private:
     // Both under the lock of Keys.

@@ -137,10 +137,10 @@ class STRING {
 
     /// Writes the text to a file, replacing it whole; mode "w" turns "\n" into CR LF, "wb" does not. 0 on failure, and
     /// an existing file is then as it was.
-    int Save(const char* filename, const char* mode) const;
+    [[nodiscard]] int Save(const char* filename, const char* mode) const;
     /// Reads a whole file; mode "r" turns CR LF into "\n" and ends at byte 26, "rb" does not. 0 on failure, and the
     /// string is then unchanged.
-    int Load(const char* filename, const char* mode);
+    [[nodiscard]] int Load(const char* filename, const char* mode);
 
     /// The byte at i; reading may touch the terminator, writing may not. A bad index is a failed assertion and gives a
     /// zero byte.

@@ -28,7 +28,7 @@ bool HandleIsLink(void* file);
 
 /// The way back, to the letter: false, and name as it was, if the code page lacks a character. The nearest character
 /// would make it another file's name.
-bool NameFromWide(std::wstring_view wide, STRING& name);
+[[nodiscard]] bool NameFromWide(std::wstring_view wide, STRING& name);
 /// A whole path: to the letter, or with the short form of what is there ("C:\USERS\42A3~1\new.txt"); null, with a line
 /// in the trace log, if that cannot be said either.
 STRING PathFromWide(const std::wstring& wide);

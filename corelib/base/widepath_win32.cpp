@@ -87,7 +87,7 @@ STRING WordFromWide(const std::wstring& word) {
     text = "";
     for (const wchar_t& c : std::wstring_view(word).substr(0, known.NotNull() ? path : word.npos)) {
         STRING one("?");
-        NameFromWide({&c, 1}, one);
+        (void)NameFromWide({&c, 1}, one);
         text += one;
     }
     return known.NotNull() ? text || known : text;

@@ -46,16 +46,16 @@ class BASEIO {
     BASEIO& operator=(const BASEIO&) = delete;
 
     /// Reads up to *length bytes (true: *length is their number) or false with *length 0.
-    virtual bool DevRead(char* buffer, int* length);
+    [[nodiscard]] virtual bool DevRead(char* buffer, int* length);
     /// Sends the bytes: 1, or 0 when offline, or the platform's negative result when that fails, and the call is gone.
-    virtual int DevWrite(const char* buffer, int length) = 0;
+    [[nodiscard]] virtual int DevWrite(const char* buffer, int length) = 0;
     /// Bytes that can be had without blocking.
     virtual int DevGetNumAvail();
     virtual ~BASEIO();
     virtual bool IsUsable() = 0;
     /// destination: host and port, joined by a colon or a blank.
-    virtual bool MakeCall(const char* destination) = 0;
-    virtual bool AcceptCall() = 0;
+    [[nodiscard]] virtual bool MakeCall(const char* destination) = 0;
+    [[nodiscard]] virtual bool AcceptCall() = 0;
     virtual bool DropCall() = 0;
     virtual void SetNotifyCallback(NOTIFYFUNCTION function, void* argument);
     virtual void SetFeedCallback(FEEDFUNCTION function, void* argument);

@@ -31,15 +31,15 @@ class EMAIL {
     /// more than it has. Mails that were read by POP3 still are in their form for the wire, so dots are not doubled: a
     /// line of "." ends the message, and the server takes what stands after it for commands. An address with control
     /// bytes could do the same, and is refused before a connection is made.
-    bool SendMail(const STRING& message, char* error, int errorSize) const;
+    [[nodiscard]] bool SendMail(const STRING& message, char* error, int errorSize) const;
     void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
 
     /// The conversation over a call that is up, from the greeting on; `last` gets the server's last line.
-    bool Converse(BASEIO& device, const STRING& message, STRING& last) const;
+    [[nodiscard]] bool Converse(BASEIO& device, const STRING& message, STRING& last) const;
 
  private:
     /// Call and conversation; `last` gets what SendMail puts into error.
-    bool Deliver(const STRING& message, STRING& last) const;
+    [[nodiscard]] bool Deliver(const STRING& message, STRING& last) const;
 
     STRING Sender;
     STRING Receiver;

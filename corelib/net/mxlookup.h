@@ -64,11 +64,11 @@ class DNSCLIENT {
     unsigned QueryNumber() const;
     /// Asks for the MX records of a name; 0 on success, DNS_NO_ANSWER if none came in time or before a stop, else the
     /// system's number. An answer that was cut off counts as it is if the whole cannot be had.
-    int Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked = {});
+    [[nodiscard]] int Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked = {});
 
     /// Where the resolver can be told: the dotted address and the port of the server to ask instead of the system's.
     /// False where it cannot.
-    bool UseServer(const char* address, int port);
+    [[nodiscard]] bool UseServer(const char* address, int port);
 
  private:
     struct LIBRARY;

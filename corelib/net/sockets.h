@@ -49,7 +49,7 @@ int Send(SOCK s, const char* buffer, int length);
 /// and on error, and the connection is of no use any more.
 int SendAll(SOCK s, const char* buffer, int length, int lookMs, const std::function<bool(int sent)>& goOn);
 /// Bytes that can be read without blocking, below 0 on error.
-int Available(SOCK s);
+[[nodiscard]] int Available(SOCK s);
 
 /// Binds to address:port (host order; port 0: any free one) and listens; true on success. `error` tells which step
 /// failed. The port that was bound goes to boundPort if that is set.
@@ -59,11 +59,11 @@ LISTENERROR Listen(SOCK s, uint32_t address, uint16_t port, int backlog, uint16_
 SOCK Accept(SOCK s, uint32_t* peer);
 
 /// A host name's first address in host order and its official name; false if the resolver knows none.
-bool HostByName(const char* name, uint32_t* address, STRING* officialName);
+[[nodiscard]] bool HostByName(const char* name, uint32_t* address, STRING* officialName);
 /// The name of an address; false if there is none.
-bool HostByAddress(uint32_t address, STRING* name);
+[[nodiscard]] bool HostByAddress(uint32_t address, STRING* name);
 /// Dotted form to address (host order); false if it is none. And back.
-bool ParseAddress(const char* text, uint32_t* address);
+[[nodiscard]] bool ParseAddress(const char* text, uint32_t* address);
 STRING AddressText(uint32_t address);
 /// The port of a TCP service by name, 0 if unknown.
 uint16_t ServiceByName(const char* name);

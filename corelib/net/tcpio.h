@@ -88,8 +88,8 @@ class TCPIPIO final : public BASEIO {
     };
     /// Splits a destination into host and port text and asks for the host; false if it is not known, or not within
     /// limitMs.
-    bool Resolv(const char* destination, STRING& hostText, STRING& portText, bool noReverse, int limitMs,
-                HOST& host) const;
+    [[nodiscard]] bool Resolv(const char* destination, STRING& hostText, STRING& portText, bool noReverse, int limitMs,
+                              HOST& host) const;
 
     /// Opens a socket to the destination; null, with LastError set, if that fails. Puts the host's text and then its
     /// name and address into the caller id.

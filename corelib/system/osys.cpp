@@ -57,7 +57,7 @@ bool MakeDirectories(const char* path) {
     for (int end = text.Pos("\\", 1);; end = text.Pos("\\", end + 1)) {
         STRING prefix = end == -1 ? text : text.Left(end);
         if (prefix.Length() > 0 && !FileIsDirectory(prefix.Text()))
-            MakeDirectory(prefix.Text());
+            (void)MakeDirectory(prefix.Text());  // most are there already
         if (end == -1)
             break;
     }

@@ -22,9 +22,9 @@ STRING FileDirectory(const char* path);
 /// dir, a `\` unless dir ends in one, then name. A null or empty dir stands for the current directory.
 STRING FilePath(const char* dir, const char* name);
 /// Creates each missing part of path; true if path is a directory in the end.
-bool MakeDirectories(const char* path);
+[[nodiscard]] bool MakeDirectories(const char* path);
 /// Creates one directory below an existing one.
-bool MakeDirectory(const char* path);
+[[nodiscard]] bool MakeDirectory(const char* path);
 /// Null on failure.
 STRING GetCurrentDir();
 bool SetCurrentDir(const char* path);
@@ -45,8 +45,8 @@ class FILEHANDLE {
     FILEHANDLE& operator=(FILEHANDLE&& other) noexcept;
     bool IsOpen() const { return Handle != -1; }
     /// Bytes read or written, -1 on error.
-    int Read(char* buffer, int length);
-    int Write(const char* buffer, int length);
+    [[nodiscard]] int Read(char* buffer, int length);
+    [[nodiscard]] int Write(const char* buffer, int length);
 
  private:
     friend FILEHANDLE OpenFile(const char* name, const char* mode);
@@ -93,12 +93,12 @@ void ReleaseFreeMemory();
 void ScrollLock(int mode);
 /// Makes the program start with the user's session: value NULL removes the entry `name`, "<self>" (or AUTOSTART_SELF)
 /// writes the program's own path, any other text is written as it is. True on success.
-bool AutoStart(const char* name, const char* value);
+[[nodiscard]] bool AutoStart(const char* name, const char* value);
 inline constexpr const char* AUTOSTART_SELF = "<self>";
 /// The two halves of AutoStart on the platform, and the program's own path as such a command; null if unknown.
 STRING ProgramCommand();
-bool WriteAutoStart(const char* name, const STRING& command);
-bool RemoveAutoStart(const char* name);
+[[nodiscard]] bool WriteAutoStart(const char* name, const STRING& command);
+[[nodiscard]] bool RemoveAutoStart(const char* name);
 
 }  // namespace OSYS
 

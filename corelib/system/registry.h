@@ -29,11 +29,11 @@ class REGISTRY {
     void Close();
 
     /// A binary value; 1 on success.
-    int Write(const char* value, const void* bytes, int length);
+    [[nodiscard]] int Write(const char* value, const void* bytes, int length);
     /// A text value, without its terminator; 1 on success.
-    int Write(const char* value, const char* text);
+    [[nodiscard]] int Write(const char* value, const char* text);
     /// Reads at most size bytes of a binary value; size becomes the count, 0 on failure. 1 on success.
-    int Read(const char* value, void* buffer, int* size);
+    [[nodiscard]] int Read(const char* value, void* buffer, int* size);
     /// A text value of at most 8192 bytes, without a terminator that it may hold; null if absent.
     STRING Read(const char* value);
     /// 1 on success.

@@ -36,7 +36,7 @@ class DIALOG : public WINDOW {
     /// could not be made.
     int Run(HWND owner);
     /// Makes it without waiting, as a page of another dialog; it goes with this object. False if it could not be made.
-    bool Create(HWND parent);
+    [[nodiscard]] bool Create(HWND parent);
     /// Ends Run.
     void End(int result);
 

@@ -42,7 +42,7 @@ class MEMORY {
             State->AllowNewKeys(!locked);
         } else if (Key) {
             const auto value = static_cast<uint32_t>(answer);
-            Open().Write(Key, &value, sizeof value);
+            (void)Open().Write(Key, &value, sizeof value);
         }
     }
 

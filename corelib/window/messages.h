@@ -8,10 +8,10 @@
 void ShowInfo(HWND window, const STRING& text, const STRING& title);
 void ShowError(HWND window, const STRING& text, const STRING& title);
 /// True is yes.
-bool AskYesNo(HWND window, const STRING& text, const STRING& title);
+[[nodiscard]] bool AskYesNo(HWND window, const STRING& text, const STRING& title);
 
 /// Whether to go on after a failed assertion, for SetAssertQuestion. Any thread; while one asks, others go on.
-bool AskToGoOn(const char* title, const char* text);
+[[nodiscard]] bool AskToGoOn(const char* title, const char* text);
 
 /// A message, and a question, that the user can switch off for good. That is remembered under `key`: as a 32-bit value
 /// of the product's in the registry, or in `state` if that is given (made there even if its key set is locked). 0: it
@@ -19,10 +19,10 @@ bool AskToGoOn(const char* title, const char* text);
 /// a no.
 void ShowHint(HWND window, const STRING& text, const STRING& title, const char* product, const char* key,
               STRINGARRAY* state = nullptr);
-bool AskHint(HWND window, const STRING& text, const STRING& title, const char* product, const char* key,
-             STRINGARRAY* state = nullptr);
+[[nodiscard]] bool AskHint(HWND window, const STRING& text, const STRING& title, const char* product, const char* key,
+                           STRINGARRAY* state = nullptr);
 
 /// Lets the user choose a file: to open an existing one, or to save. `file` is the one that is offered, and the chosen
 /// one's path if true comes back. filter: lines of the form name|pattern; one for all files is added. The current
 /// directory stays.
-bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save = false);
+[[nodiscard]] bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save = false);

@@ -234,7 +234,8 @@ void WINDOW::StoreWindowPos(const char* product, const char* name) {
         return;
     const RECT rect = Rect();
     const int32_t edges[4] = {rect.left, rect.top, rect.right, rect.bottom};
-    REGISTRY(WINDOW_COMPANY, product, ROOT_CURRENT_USER).Write(name, edges, sizeof edges);
+    // What is not remembered is placed anew.
+    (void)REGISTRY(WINDOW_COMPANY, product, ROOT_CURRENT_USER).Write(name, edges, sizeof edges);
     Trace("WINDOW::StoreWindowPos(%d, %d, %d, %d)\n", edges[0], edges[1], edges[2], edges[3]);
 }
 

@@ -235,9 +235,9 @@ class Faults : public testing::Test {
              {"accounts.ini.backup", "mine.tmp", "trash\\mine.tmp", "trash\\100000000.ini", "trash\\100000000.txt"})
             EXPECT_EQ(ReadBytes(InData(name)), Before(name)) << name;
         RECORDARRAY now(8, 8), before(8, 8), after(8, 8);
-        now.LoadAll(InData("accounts.ini").Text());
-        before.LoadAll(Temp.File("before\\accounts.ini").Text());
-        after.LoadAll(Temp.File("after\\accounts.ini").Text());
+        (void)now.LoadAll(InData("accounts.ini").Text());
+        (void)before.LoadAll(Temp.File("before\\accounts.ini").Text());
+        (void)after.LoadAll(Temp.File("after\\accounts.ini").Text());
         EXPECT_TRUE(Same(now, before) || Same(now, after)) << ReadBytes(InData("accounts.ini"));
         const std::string counter = ReadBytes(InData(TRASH_COUNTER));
         EXPECT_TRUE(counter.ends_with("\r\n") && counter >= "100000001\r\n") << counter;

@@ -43,7 +43,7 @@ class RealDisposal : public FILTERTEST {
         State.Set("SpamDoDomain", "0");
         State.Set("SpamFilename", Dir.File("spamdef.dat"));
         WriteBytes(Dir.File("spamdef.dat"), "B|190/3|keepable\r\nB|590/3|terrible\r\n");
-        OSYS::MakeDirectories(Dir.File(TRASH_FOLDER).Text());
+        (void)OSYS::MakeDirectories(Dir.File(TRASH_FOLDER).Text());
         Trash.SetDirectory(Dir.Path());
         int handle = FIRST_ITEM_HANDLE;
         STRINGARRAY item;

@@ -12,7 +12,7 @@ class Disposal : public testing::Test {
         int handle = FIRST_ITEM_HANDLE;
         FixItem(Item, State, handle);
         Item.Set("Type", "1");
-        OSYS::MakeDirectories(Dir.File(TRASH_FOLDER).Text());
+        (void)OSYS::MakeDirectories(Dir.File(TRASH_FOLDER).Text());
         Trash.SetDirectory(Dir.Path());
     }
     void Switch(const std::string& letters) {
@@ -124,7 +124,7 @@ TEST_F(Disposal, KeepsReadableCopies) {
     TRASHSTORE later;
     later.SetDirectory(Dir.Path());
     EXPECT_EQ(later.Mails(), 2);
-    FILES::Remove((Dir.File(TRASH_FOLDER) || "\\100000000.ini").Text());
+    (void)FILES::Remove((Dir.File(TRASH_FOLDER) || "\\100000000.ini").Text());
     later.Recount();
     EXPECT_EQ(later.Mails(), 1);
     later.SetDirectory(Dir.File("none"));
@@ -146,7 +146,7 @@ TEST_F(Disposal, NeverGivesAnIdTwice) {
         if (content)
             WriteBytes(counter, content);
         else
-            FILES::Remove((Dir.File(TRASH_FOLDER) || "\\100000000.ini").Text());
+            (void)FILES::Remove((Dir.File(TRASH_FOLDER) || "\\100000000.ini").Text());
         if (foreign)
             WriteBytes(Dir.File(TRASH_FOLDER) || "\\" || foreign, "foreign");
         Trash.SetDirectory(Dir.Path());

@@ -26,7 +26,7 @@ class WebMailService : public testing::Test {
     }
     STRING Get(const char* password, int fetchBody = 0) {
         STRING result;
-        HotmailGet({Item, Progress, Settings, Never, "", "demo", password}, "", fetchBody, result);
+        (void)HotmailGet({Item, Progress, Settings, Never, "", "demo", password}, "", fetchBody, result);
         return result;
     }
 

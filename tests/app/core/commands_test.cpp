@@ -20,7 +20,7 @@ class Commands : public ::testing::Test {
             item.Set("Name", name);
             item.Set("LastSeenIds", "1|2");
             item.Set("@Showing", "1");
-            Application.AddItem(item);
+            (void)Application.AddItem(item);
         }
         for (int i = 0; i < 3; ++i)
             Application.Items[i].Set("@ForceRefresh", "0");
@@ -133,7 +133,7 @@ TEST_F(Commands, LeaveTheFrontEndsOwnToItInSilence) {
 }
 
 TEST_F(Commands, AnswerAPopup) {
-    STRING("popup").Save(LAST_POPUP_FILE, "w");
+    (void)STRING("popup").Save(LAST_POPUP_FILE, "w");
     for (int command : {COMMAND_SHOW_LAST_POPUP, COMMAND_TRAY_SHOW_LAST_POPUP}) {
         EXPECT_TRUE(Doer.DoCommand(command, {}));
         EXPECT_EQ(Alert(), "popup 49407 10000");

@@ -65,7 +65,7 @@ class TESTSTORE {
     ~TESTSTORE() { Clear(); }
     TESTSTORE(const TESTSTORE&) = delete;
     TESTSTORE& operator=(const TESTSTORE&) = delete;
-    void Set(const char* name, const STRING& value) { Key.Write(name, value.Text()); }
+    void Set(const char* name, const STRING& value) { (void)Key.Write(name, value.Text()); }
     /// "<none>" for a value that is not there.
     std::string Get(const char* name) {
         const STRING value = Key.Read(name);

@@ -250,7 +250,7 @@ TEST_F(Tarnwick, ItemsComeAndGoWhileTheThreadRuns) {
         item.Set("Name", "new");
         item.Set("UpdateSuspended", "1");
         const int handle = item.GetNumber("@Handle");
-        app->AddItem(item);
+        (void)app->AddItem(item);
         const int index = app->FindHandle(handle);
         ASSERT_EQ(index, 2);
         EXPECT_NE(InData("accounts.ini").find("Name=new"), std::string::npos);

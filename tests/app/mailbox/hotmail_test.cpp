@@ -158,7 +158,7 @@ TEST_F(WebMail, RowsOfTheTable) {
     WEBSESSION session(Settings, StopAsked);
     for (const auto& [html, listing] : cases) {
         STRING page(html), result;
-        HotmailListing(session, Row.Progress(), "joe", 0, page, result);
+        (void)HotmailListing(session, Row.Progress(), "joe", 0, page, result);
         EXPECT_EQ(Std(result), listing) << html;
     }
 }

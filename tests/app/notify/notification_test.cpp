@@ -27,7 +27,7 @@ class Notification : public testing::Test {
         item.Set("Name", "Home");
         item.Set("DoPopup", "0");
         Items.Add(item);
-        FILES::Remove(LAST_POPUP_FILE);
+        (void)FILES::Remove(LAST_POPUP_FILE);
     }
     STRINGARRAY& Item() { return Items[0]; }
     void AddMail(const char* subject, const char* header = "", const char* seen = "", const char* ignore = "0") {

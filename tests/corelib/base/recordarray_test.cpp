@@ -48,7 +48,7 @@ TEST(RecordarrayTest, DamagedFilesKeepWhatCanBeKept) {
         WriteBytes(dir.File("r.ini"), bytes);
         EXPECT_ASSERTIONS(assertions);
         RECORDARRAY records(2, 2);
-        records.LoadAll(dir.File("r.ini").Text());
+        (void)records.LoadAll(dir.File("r.ini").Text());
         EXPECT_EQ(Texts(records), result) << bytes;
     }
 }

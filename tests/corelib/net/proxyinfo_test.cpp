@@ -50,7 +50,7 @@ TEST(ProxyInfo, AsksTheStoreOfEachBrowser) {
             GTEST_SKIP() << "this machine has a " << name << " of its own";
     std::string expected;
     for (const auto& [root, path, name, value, line] : VALUES) {
-        REGISTRY(root, "Software", path, REGISTRY_CREATE).Write(name, value);
+        (void)REGISTRY(root, "Software", path, REGISTRY_CREATE).Write(name, value);
         EXPECT_EQ(Std(QueryBrowserProxies()), expected += line) << name;
     }
     for (const auto& [root, path, name, value, line] : VALUES)

@@ -14,7 +14,7 @@ TEST(Threads, ValuesOfOneKeyAreNotLostBetweenTwo) {
             char letter = static_cast<WRITER*>(argument)->Letter;
             REGISTRY key("TarnwickTest", "Threads", ROOT_CURRENT_USER);
             for (int i = 0; i < EACH; ++i)
-                key.Write((letter + std::to_string(i)).c_str(), "x");
+                (void)key.Write((letter + std::to_string(i)).c_str(), "x");
             return 0;
         }
     } writers[] = {{'a'}, {'b'}};

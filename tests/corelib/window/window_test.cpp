@@ -90,7 +90,7 @@ TEST(WINDOWS, PositionIsKeptWhileTheyShow) {
     for (const auto& row : stored) {
         SCOPED_TRACE(testing::PrintToString(row.Edges) + " " + std::to_string(row.Bytes));
         window.Move(40, 50, 320, 240);
-        Values().Write("Pos", row.Edges, row.Bytes);
+        (void)Values().Write("Pos", row.Edges, row.Bytes);
         EXPECT_EQ(window.RestoreWindowPos(PRODUCT, "Pos"), row.Moves);
         const RECT now = window.Rect(), work = WINDOW(HWND_DESKTOP).Rect();
         EXPECT_TRUE(row.Moves ? now.top >= work.top && now.top < work.bottom && now.left < work.right && now.right > 0
