@@ -82,6 +82,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     row.Item.Set("UidValidity", words[1].Length() % 3 ? "" : "7");
     WATCHINGSERVER server(reinterpret_cast<const uint8_t*>(rest.data()), rest.size(), words[0]);
     STRING error;
-    ImapDispose(server, row.Call("", words[2], words[3]), words[0], words[1].Length() ? &words[1] : nullptr, error);
+    (void)ImapDispose(server, row.Call("", words[2], words[3]), words[0], words[1].Length() ? &words[1] : nullptr,
+                      error);
     return 0;
 }
