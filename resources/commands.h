@@ -54,6 +54,13 @@
 #define COMMAND_TIP_OF_THE_DAY 2202
 #define COMMAND_QUIT 2299
 
+// The topics of the help file.
+#define HELP_TOPIC_INTRODUCTION 2000
+#define HELP_TOPIC_1 2802
+#define HELP_TOPIC_2 2801
+#define HELP_TOPIC_3 2804
+#define HELP_TOPIC_WELCOME 2803
+
 // The menus, and the table of keys.
 #define MENU_TRAY 2000
 #define MENU_MAIN 2101

@@ -340,7 +340,8 @@ void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
     if (popupOpened)
         Pause(CheckTimes.PopupPauseMs);
     // Here and not where the title is drawn: the folder may be large, and the window must not wait for it.
-    Parts.Trash.Recount();
+    if (!IsStopRequested())
+        Parts.Trash.Recount();
     Parts.FrontEnd.SetMainTitle();
 }
 

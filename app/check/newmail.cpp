@@ -153,7 +153,7 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
                      const NEWMAILPARTS& parts, bool& popupOpened) {
     const TEXTS& texts = parts.Texts;
     popupOpened = false;
-    const bool showAll = stricmp(lastSeenIds.Ptr(), SHOW_ALL_IDS, 1) == 0;
+    const bool showAll = ASCII::Equal(lastSeenIds.View(), SHOW_ALL_IDS);
     const LISTING::SUMMARY summary = LISTING::ReadSummary(listing);
     const int numNow = summary.Count;
     RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);

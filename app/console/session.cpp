@@ -219,9 +219,9 @@ void SESSION::StartPostedPrograms(COMMANDS& commands) {
 }
 
 void SESSION::AnswerAlert(TARNWICK& application, COMMANDS& commands, int command) {
-    // Any key ends the sound, also the one that only closes: there is no tray icon to click on.
     if (command == COMMAND_MAIL_PROGRAM && application.pState.Get("EmailCmdline").Length() == 0)
         FrontEnd.Print(Text(CTEXT_NO_MAIL_PROGRAM, DISPLAYTEXT::Path(application.DataDir())));
+    // Any key ends the sound, also the one that only closes: there is no tray icon to click on.
     if (command == -1 || commands.DoCommand(command, {}))
         return;
     NOTIFICATION& notification = application.Notification();

@@ -16,8 +16,8 @@ constexpr int CHECK_ALL_NOTICE_MS = 1500;
 constexpr int RESULT_COLUMN = 1;
 constexpr const char* NO_RESULT = "-";
 
-constexpr int HELP_INTRODUCTION = 2000;
-constexpr int HELP_TOPICS[] = {2802, 2801, 2804, 2803};  // in the order of their commands
+constexpr int HELP_TOPICS[] = {HELP_TOPIC_1, HELP_TOPIC_2, HELP_TOPIC_3,
+                               HELP_TOPIC_WELCOME};  // in the order of their commands
 
 void SuspendOrResume(STRINGARRAY& item) {
     item.Set("UpdateSuspended", item.GetNumber("UpdateSuspended") != 0 ? "0" : "1");
@@ -126,7 +126,7 @@ bool COMMANDS::ShowHelp(int command) {
     if (command == COMMAND_HELP_CONTENTS)
         FrontEnd.ShowHelp(HELP_TOPIC_CONTENTS);
     else if (command == COMMAND_HELP_INTRODUCTION)
-        FrontEnd.ShowHelp(HELP_INTRODUCTION);
+        FrontEnd.ShowHelp(HELP_TOPIC_INTRODUCTION);
     else if (command >= COMMAND_HELP_FIRST_TOPIC && command <= COMMAND_HELP_LAST_TOPIC)
         FrontEnd.ShowHelp(HELP_TOPICS[command - COMMAND_HELP_FIRST_TOPIC]);
     else

@@ -95,7 +95,7 @@ STRING GetDataDir(const ARGUMENTS& arguments, const char* product, const char* s
     STRING directory = arguments.GetArgValue("WORKDIR", 0);
     if (directory.Length() > 0) {
         directory = FILES::SystemPath(directory.Text());
-        // Who locks the directory finds out, and tells.
+        // A failure shows when the directory is locked, and is told there.
         (void)OSYS::MakeDirectories(directory.Text());
         return directory;
     }

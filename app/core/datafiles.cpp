@@ -10,6 +10,7 @@
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
+#include "resources/commands.h"
 
 namespace {
 
@@ -21,8 +22,6 @@ constexpr const char* FILE_SPAMDEF_DEFAULT = "def_spamdef.dat";
 
 /// After the name of a file in which nothing could be read.
 constexpr const char* DAMAGED_SUFFIX = ".bad";
-
-constexpr int HELP_WELCOME = 2803;
 
 /// Files under their older names. Of two old ones the first wins, as the new name is taken then.
 constexpr struct {
@@ -196,7 +195,7 @@ void DATAFILES::UpgradeSettings(const STRING& dialEntries) {
     }
     if (below("0.99")) {
         Tables.FrontEnd.ShowMessage(Tables.Texts.Get(TEXT_TITLE), Tables.Texts.Get(TEXT_WELCOME));
-        Tables.FrontEnd.ShowHelp(HELP_WELCOME);
+        Tables.FrontEnd.ShowHelp(HELP_TOPIC_WELCOME);
     }
     const int connection = state.GetNumber("ConnectionType");
     const DYNARRAY<STRING> entries(dialEntries, "|", 8, 8);

@@ -55,10 +55,7 @@ bool Move(const MAILBOXCALL&, const STRING&, const STRING&, STRING&) {
     return false;
 }
 
-}  // namespace
-
-const MAILHANDLER HotmailHandler = {Get, Delete, Move};
-
+/// Follows the page's meta refresh, into `page`. A status number, 999 if there is none.
 int MetaRefresh(WEBSESSION& session, STRING& page) {
     Trace("MAILGET HOTMAILMeta-Equiv\n");
     int status = NO_REFRESH;
@@ -72,7 +69,9 @@ int MetaRefresh(WEBSESSION& session, STRING& page) {
     return status;
 }
 
-int HotmailLogin(WEBSESSION& session, const STRING& user, const STRING& password, STRING& page) {
+/// Logs in and goes on to the inbox page. The status number of the way to the inbox; 200 is a page, which may be
+/// another one than the inbox. `page` is where it ended, or a text whose word 1 is a number.
+int LogIn(WEBSESSION& session, const STRING& user, const STRING& password, STRING& page) {
     STRING login = LOGIN_DOC;
     login.Replace("$(USER)", user.Text(), 1);
     login.Replace("$(PASS)", password.Text(), 1);
@@ -99,6 +98,10 @@ int HotmailLogin(WEBSESSION& session, const STRING& user, const STRING& password
     Trace("MAILGET after HOTMAIL home\n");
     return status;
 }
+
+}  // namespace
+
+const MAILHANDLER HotmailHandler = {Get, Delete, Move};
 
 bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, int fetchBody, STRING& page,
                     STRING& result) {
@@ -146,7 +149,7 @@ bool HotmailGet(const MAILBOXCALL& call, const STRING& host, int fetchBody, STRI
     call.Progress.Show(TEXT_CONNECTING, host);
     WEBSESSION session(call.Settings, call.StopAsked);
     STRING page;
-    const int status = HotmailLogin(session, call.User, call.Password, page);
+    const int status = LogIn(session, call.User, call.Password, page);
     if (status != GOOD) {
         STRING message = page.Line(0, WORD_NEVERNULL).Word(1, " ", 1 | WORD_NEVERNULL);
         if (message.Length() == 0)
@@ -162,7 +165,7 @@ int HotmailDelete(const MAILBOXCALL& call, const STRING& ids) {
     call.Progress.Show(TEXT_CONNECTING, HOTMAIL_DISPLAY_HOST);
     WEBSESSION session(call.Settings, call.StopAsked);
     STRING page;
-    const int status = HotmailLogin(session, call.User, call.Password, page);
+    const int status = LogIn(session, call.User, call.Password, page);
     if (status != GOOD)
         return status;
     const STRING target = session.Host() || DELETE_DOC;

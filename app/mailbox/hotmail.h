@@ -14,13 +14,6 @@ inline constexpr const char* HOTMAIL_DISPLAY_HOST = "www.webmail.example";  // o
 inline constexpr const char* HOTMAIL_MAIL_DOMAIN = "webmail.example";
 inline constexpr int64_t HOTMAIL_LISTING_BYTES = 1 << 30;  // reading ends after the mail that passes this
 
-/// Logs in and goes on to the inbox page. The status number of the way to the inbox; 200 is a page, which may be
-/// another one than the inbox. `page` is where it ended, or a text whose word 1 is a number.
-int HotmailLogin(WEBSESSION& session, const STRING& user, const STRING& password, STRING& page);
-
-/// Follows the page's meta refresh, into `page`. A status number, 999 if there is none.
-int MetaRefresh(WEBSESSION& session, STRING& page);
-
 /// The listing of what an inbox page shows, the last row first; false with "-ERR " if there is no
 /// table. fetchBody above 0 fetches each mail's own page too.
 [[nodiscard]] bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, int fetchBody,

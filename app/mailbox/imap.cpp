@@ -321,7 +321,7 @@ bool ImapRead(BASEIO& device, const MAILBOXCALL& call, const STRING& folder, int
     if (ok)
         CLOCK::Sleep(ImapTimes.PauseMs);
     ok = ok && reader.ReadFolder(folder);
-    // All is there: who is gone by now has nothing to add.
+    // All is there: a server that has gone by now has nothing to add.
     if (!ok || (!talk.Ask("LOGOUT") && !talk.IsLost())) {
         result = LISTING::ErrorText(talk.LastLine().Text());
         return false;

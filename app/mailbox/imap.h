@@ -8,6 +8,8 @@
 /// IMAP (RFC 3501) with LOGIN, SELECT, SEARCH, FETCH, STORE, COPY, EXPUNGE and LOGOUT on port 143; a server text of the
 /// form host:port reaches any port. Reading changes no flag: content is fetched with BODY.PEEK only.
 
+inline constexpr int IMAP_PORT = 143;
+
 /// Time-outs and pauses, and the most that a server may say. Tests shrink them.
 struct IMAPTIMES {
     int LineMs = 5000;               // each line, the greeting too, and each piece of a literal

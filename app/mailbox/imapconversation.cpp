@@ -66,7 +66,7 @@ IMAPCONVERSATION::IMAPCONVERSATION(BASEIO& device, const MAILBOXCALL& call)
 }
 
 bool IMAPCONVERSATION::Connect() {
-    if (!Device.MakeCall((Server || ":143").Text())) {
+    if (!Device.MakeCall((Server || (":" + std::to_string(IMAP_PORT)).c_str()).Text())) {
         Unconnected = OfConnection = true;
         Last = Device.GetInfo("LastErrorString");
         return false;

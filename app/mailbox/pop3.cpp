@@ -81,7 +81,7 @@ class TALK {
     bool ReadMail(LISTING::WRITER& listing);
     /// The server has said no to the last command, and only that: the conversation can go on.
     bool IsRefused() const { return !Fault && ASCII::BeginsWith(Reply, "-ERR"); }
-    /// "-ERR " and the server's line or what has gone wrong; nothing behind it if the server did not answer the log-on.
+    /// "-ERR " and the server's line or what has gone wrong; nothing after it if the server did not answer the log-on.
     STRING Error() const { return Fault ? STRING(ERROR_PREFIX) || Fault : LISTING::ErrorText(Reply); }
 
  private:
@@ -133,7 +133,7 @@ bool TALK::LogOn() {
     STRING user = Call.User, password = Call.Password;
     user.Strip('B', " ");
     password.Strip('B', " ");
-    if (!Device.MakeCall((Call.Server || ":110").Text())) {
+    if (!Device.MakeCall((Call.Server || (":" + std::to_string(POP3_PORT)).c_str()).Text())) {
         const STRING error = Device.GetInfo("LastErrorString");
         Trace("TCP::PopGet error: %s\n", error.Text());
         snprintf(Reply, sizeof Reply, "%s%s", ERROR_PREFIX, error.Text());

@@ -155,7 +155,7 @@ bool NOTIFICATION::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
     return popup;
 }
 
-// The user hears nothing of spam: only who reads along does.
+// The user hears nothing of spam, only the listener does.
 void NOTIFICATION::SpamSentAway(const STRINGARRAY& item, const RECORDARRAY& records, const SENTAWAY& mails) {
     if (Listener)
         Listener->SpamSentAway(item, records, mails);

@@ -177,7 +177,7 @@ bool IsDnsAnswer(std::string_view query, std::string_view packet) {
     if (packet.size() < HEADER_BYTES || packet.substr(0, 2) != query.substr(0, 2) || !(Byte(packet, 2) & RESPONSE_BIT))
         return false;
     const std::string_view question = query.substr(HEADER_BYTES);
-    // Who refuses may leave the question out.
+    // A server that refuses may leave the question out.
     if (Number(packet, 4) == 0)
         return ResultCode(packet) != ns_r_noerror;
     const std::string_view same = packet.substr(HEADER_BYTES, question.size());

@@ -169,7 +169,7 @@ TEST(Program, TellsWhatGoesToTheTrash) {
     const std::string trash = Std(FILES::NativePath((program.DataDir() || "\\trash").Text()));
     EXPECT_TRUE(
         once.Out.starts_with("joe@example.org: 2 mails (1 new)\n    Ann: first (75 B)\n"
-                             "joe@example.org: 1 mail went to the trash as spam\n"
+                             "joe@example.org: 1 mail copied to the trash as spam, to be deleted on the server\n"
                              "    Bad: [1mWin (225 points)\n    (Copies lie in " +
                              trash + ")\n\njoe@example.org - 1 mail\n"))
         << once.Out;

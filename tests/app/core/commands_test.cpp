@@ -88,7 +88,7 @@ TEST_F(Commands, ForceChecksOfTheRightItems) {
         EXPECT_TRUE(Doer.DoCommand(command, selected));
         EXPECT_EQ(Forced(), forced) << command;
         const bool all = command == COMMAND_CHECK_ALL || command == COMMAND_CHECK_ALL_AS_NEW;
-        EXPECT_EQ(Alert(), all ? "text 2962 $DIR 49407 1500" : "none") << command;
+        EXPECT_EQ(Alert(), all ? Numbered(TEXT_CHECK_ALL) + " 49407 1500" : "none") << command;
         std::string seen = Std(Item(0).Get("LastSeenIds"));
         for (int i : {1, 2})
             seen += " " + Std(Item(i).Get("LastSeenIds"));
@@ -114,14 +114,15 @@ TEST_F(Commands, OfTheProgramAsAWhole) {
     EXPECT_EQ(Journal.Take(), (LIST{"blinking stops", "icon"}));
 
     EXPECT_TRUE(Doer.DoCommand(COMMAND_ABOUT, {}));
-    EXPECT_EQ(Journal.Take().back(), "text 10004 $DIR: text 10001 $DIR\rVersion 2.02");
+    EXPECT_EQ(Journal.Take().back(), Numbered(TEXT_TITLE) + ": " + Numbered(TEXT_PRODUCT) + "\rVersion 2.02");
 
     EXPECT_TRUE(Doer.DoCommand(COMMAND_QUIT, {}));
     EXPECT_TRUE(Application.Cycle().IsStopRequested());
 }
 
 TEST_F(Commands, LeaveTheFrontEndsOwnToItInSilence) {
-    for (int command : {COMMAND_INBOX, COMMAND_SHOW_MAIL, 2161, COMMAND_WEB_PAGE, COMMAND_DATA_DIRECTORY, 1}) {
+    for (int command :
+         {COMMAND_INBOX, COMMAND_SHOW_MAIL, COMMAND_INBOX_FIRST, COMMAND_WEB_PAGE, COMMAND_DATA_DIRECTORY, 1}) {
         StartSoundLoop();
         EXPECT_FALSE(Doer.DoCommand(command, {Handle(0)})) << command;
         EXPECT_EQ(Journal.Take(), (LIST{"stop 5", "menus", "blinking stops"})) << command;
@@ -167,7 +168,7 @@ TEST_F(Commands, StartTheMailProgram) {
     EXPECT_TRUE(Application.Cycle().WasStartedThisPass());
     Application.pState.Set("EmailCmdline", "broken.exe");
     EXPECT_TRUE(Doer.DoCommand(COMMAND_NEW_MAIL, {}));
-    EXPECT_EQ(Journal.Take().back(), "text 10004 $DIR: broken.exe /new\nreason");
+    EXPECT_EQ(Journal.Take().back(), Numbered(TEXT_TITLE) + ": broken.exe /new\nreason");
 }
 
 TEST(MainTitles, NameVersionAndWhatIsUnusual) {

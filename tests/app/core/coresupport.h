@@ -12,9 +12,14 @@ class NUMBEREDTEXTS : public TEXTS {
     STRING Get(int id) const override {
         STRING text;
         text.Format("text %d $DIR", id);
-        return id == 10002 ? STRING("TarnwickTest") : text;
+        return id == TEXT_REGISTRY_NAME ? STRING("TarnwickTest") : text;
     }
 };
+
+/// What stands for a text there.
+inline std::string Numbered(int text) {
+    return Std(NUMBEREDTEXTS().Get(text));
+}
 
 /// Keeps what it was told, and answers as the test says.
 class RECORDER : public FRONTEND {

@@ -199,7 +199,7 @@ TEST_F(DataDir, AFailedCopyKeepsTheOldPlaceAndDropsTheRequest) {
     WriteBytes(Temp.File("from\\a.ini"), "a");
     WriteBytes(Temp.File("from\\b.ini"), "b");
     EXPECT_EQ(Move(Temp.File("from"), STRING("*") || Temp.File("to"), "a.*|b.*"), 0);
-    EXPECT_EQ(FrontEnd.Messages, std::vector<std::string>{"text 10001 $DIR: " + Temp.Native("from\\a.ini") +
+    EXPECT_EQ(FrontEnd.Messages, std::vector<std::string>{Numbered(TEXT_PRODUCT) + ": " + Temp.Native("from\\a.ini") +
                                                           " -> \r\n" + Temp.Native("to\\a.ini") +
                                                           ": copy failed!\r\nWill keep original data directory!"});
     EXPECT_EQ(ReadBytes(Temp.File("from\\a.ini")), "a");

@@ -4,6 +4,7 @@
 
 #include "app/core/settings.h"
 #include "corelib/base/files.h"
+#include "resources/commands.h"
 #include "tests/app/core/coresupport.h"
 
 namespace {
@@ -57,7 +58,7 @@ TEST_F(DataFiles, EveryMissingSettingGetsItsDefaultAndNoOther) {
     EXPECT_EQ(Std(State.Get("ResetCounter")), "0");
     EXPECT_EQ(Std(State.Get("Mine")), "kept");
     EXPECT_EQ(Std(State.Get("PopupLaterDelay")), "15");
-    EXPECT_EQ(Std(State.Get("PopupMailDetails")), "text 2957 $DIR");
+    EXPECT_EQ(Std(State.Get("PopupMailDetails")), Numbered(TEXT_MAIL_LINE));
     EXPECT_EQ(Std(State.Get("SpamFilename")), Data.Path() + std::string("\\spamdef.dat"));
     EXPECT_EQ(State.Count(), static_cast<int>(std::size(SETTINGS)) + 1);
     EXPECT_TRUE(State.IsLocked());
@@ -134,8 +135,8 @@ TEST_F(DataFiles, FirstStartRunsTheWizardAndMakesTheFilesFromTheDefaults) {
     };
     Start();
     EXPECT_EQ(FrontEnd.Wizards, 1);
-    EXPECT_EQ(FrontEnd.Messages, std::vector<std::string>{"text 10004 $DIR: text 2961 $DIR"});
-    EXPECT_EQ(FrontEnd.Help, std::vector<int>{2803});
+    EXPECT_EQ(FrontEnd.Messages, std::vector<std::string>{Numbered(TEXT_TITLE) + ": " + Numbered(TEXT_WELCOME)});
+    EXPECT_EQ(FrontEnd.Help, std::vector<int>{HELP_TOPIC_WELCOME});
     EXPECT_EQ(Std(State.Get("Version")), "2.02");
     EXPECT_EQ(Types.Count(), 1);
     EXPECT_EQ(Std(Types[0].Get("SpamPoints")), "1");
@@ -155,6 +156,15 @@ TEST_F(DataFiles, FirstStartRunsTheWizardAndMakesTheFilesFromTheDefaults) {
     EXPECT_TRUE(FrontEnd.Questions.empty());
 }
 
+TEST_F(DataFiles, AUserWithoutMailTypesKeepsNone) {
+    WriteProgram("def_types.ini", "[#0]\r\nName=list\r\n\r\n");
+    Start();
+    Types.DeleteAll();
+    EXPECT_TRUE(Files->SaveTables(SAVE_TYPES));
+    Start();
+    EXPECT_EQ(Types.Count(), 0);
+}
+
 TEST_F(DataFiles, NewerDefinitionsAreTakenOverOrRefusedOnce) {
     WriteProgram("def_spamdef.dat", "shipped\r\n");
     SetAge(Program.Native("def_spamdef.dat"), std::chrono::minutes(30));
@@ -164,7 +174,8 @@ TEST_F(DataFiles, NewerDefinitionsAreTakenOverOrRefusedOnce) {
         FrontEnd.Questions.clear();
         FrontEnd.Answer = answer;
         Start();
-        EXPECT_EQ(FrontEnd.Questions, std::vector<std::string>{"text 10001 $DIR: text 3054 $DIR"});
+        EXPECT_EQ(FrontEnd.Questions,
+                  std::vector<std::string>{Numbered(TEXT_PRODUCT) + ": " + Numbered(TEXT_NEW_DEFINITIONS)});
         EXPECT_EQ(InData("spamdef.dat"), answer ? "shipped\r\n" : "mine\r\n");
         Start();
         EXPECT_EQ(FrontEnd.Questions.size(), 1U) << "asked again";

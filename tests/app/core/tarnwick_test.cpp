@@ -234,7 +234,7 @@ TEST_F(Tarnwick, SaysThatALogIsRefused) {
     LogOption((STRING("/LOGIT:") || Data.File("is a folder")).Text());
     auto app = Make();
     ASSERT_TRUE(app->Open());
-    EXPECT_EQ(FrontEnd.Messages.front(), "text 10001 $DIR: text 10052 $DIR");
+    EXPECT_EQ(FrontEnd.Messages.front(), Numbered(TEXT_PRODUCT) + ": " + Numbered(TEXT_LOG_REFUSED));
     LogOption("/LOGITCLOSE");
     EXPECT_FALSE(SettleLog().NotNull());
 }

@@ -118,7 +118,7 @@ TEST_P(ItemDialog, SaysWhatIsMissing) {
     const std::string before = Summary(item);
     EXPECT_FALSE(Edit(item, [&] {
         const std::tuple<int, const char*, int> table[] = {
-            {NAME, " ", 10070}, {SERVER, "", 10071}, {USER, "", 10072}, {USER, "a|b", 10073}};
+            {NAME, " ", TEXT_NO_NAME}, {SERVER, "", TEXT_NO_SERVER}, {USER, "", TEXT_NO_USER}, {USER, "a|b", TEXT_BAR}};
         for (const auto& [control, content, text] : table) {
             const std::string good = Text(control);
             Set(control, content);
