@@ -58,10 +58,12 @@ class DYNARRAY {
 
     /// First item that equals text (mode 0), begins with it (1), contains it (2), all without regard to case, or has
     /// the same atoi value (3); -1 if none.
-    int Find(const char* text, int mode) const requires std::is_same_v<TYPE, STRING>;
+    int Find(const char* text, int mode) const
+        requires std::is_same_v<TYPE, STRING>;
     /// Adds each line of a text file as an item, after Unescape if unescape is not 0. The number of lines; 0 if the
     /// file cannot be read.
-    [[nodiscard]] int LoadLines(const char* filename, int unescape) requires std::is_same_v<TYPE, STRING>;
+    [[nodiscard]] int LoadLines(const char* filename, int unescape)
+        requires std::is_same_v<TYPE, STRING>;
 
     int GetMaxItems() const { return MaxItems; }
     int GetGrowBy() const { return GrowBy; }

@@ -19,7 +19,7 @@ int FolderProblem = 0;  // the error of flushing a folder
 
 // In place of the system's own, which leaves no trace that a test could read.
 extern "C" int fsync(int file) {
-    struct stat status {};
+    struct stat status{};
     const bool isFolder = fstat(file, &status) == 0 && S_ISDIR(status.st_mode);
     Flushes += isFolder ? 'D' : 'f';
     if (isFolder && FolderProblem != 0) {
