@@ -1,14 +1,19 @@
 #include "app/console/addaccount.h"
 
+#include <functional>
+
+#include "app/check/trylogin.h"
+#include "app/console/consolefrontend.h"
 #include "app/console/consoletexts.h"
 #include "app/console/displaytext.h"
+#include "app/console/session.h"
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"
+#include "app/mailbox/mailhandling.h"
 #include "corelib/base/ascii.h"
 
 namespace {
 
-constexpr int EXIT_REFUSED = 2;
 constexpr int PORT_MAX = 65535;
 
 // Turns %41 into its byte; false for a "%" without two digits, a control byte and a "|", which splits the stored text.
@@ -32,38 +37,32 @@ bool PercentDecode(std::string_view text, STRING& result) {
     return result.Length() > 0;
 }
 
-bool ValidServer(std::string_view server) {
+ADDRESSFAULT ServerFault(std::string_view server) {
     const size_t colon = server.find(':');
     const std::string_view host = server.substr(0, colon);
     for (char c : host)
         if (!ASCII::IsLetterOrDigit(c) && c != '.' && c != '-' && c != '_')
-            return false;
+            return ADDRESSFAULT::Form;
     if (host.empty() || colon == server.npos)
-        return !host.empty();
+        return host.empty() ? ADDRESSFAULT::Form : ADDRESSFAULT::None;
     const std::string_view port = server.substr(colon + 1);
     int number = 0;
-    return port.size() <= 5 && ASCII::ReadNumber(port, number) && number >= 1 && number <= PORT_MAX;
+    const bool good = port.size() <= 5 && ASCII::ReadNumber(port, number) && number >= 1 && number <= PORT_MAX;
+    return good ? ADDRESSFAULT::None : ADDRESSFAULT::Port;
 }
 
-bool ReadPassword(const STRING& file, const TEXTS& texts, const std::string& account, STRING& password,
-                  std::string& message) {
-    if (file.Length() > 0) {
-        STRING content;
-        if (!content.Load(file.Text(), "r")) {
-            message = ConsoleText(texts, CTEXT_PASSWORD_FILE, DISPLAYTEXT::Path(file));
-            return false;
-        }
-        password = content.Line(0, WORD_NEVERNULL);
-    } else {
-        if (TERMINAL::InputIsTerminal())
-            TERMINAL::WriteError(ConsoleText(texts, CTEXT_PASSWORD, account));
-        std::string line;
-        TERMINAL::ReadLine(line, true);
-        password = STRING(std::string_view(line));
-    }
-    if (password.Length() == 0)
-        message = ConsoleText(texts, CTEXT_NO_PASSWORD);
-    return password.Length() > 0;
+int FaultText(ADDRESSFAULT fault) {
+    return fault == ADDRESSFAULT::Scheme ? CTEXT_BAD_SCHEME
+           : fault == ADDRESSFAULT::Port ? CTEXT_BAD_PORT
+                                         : CTEXT_BAD_ADDRESS;
+}
+
+STRING AskPassword(const TEXTS& texts, const std::string& account) {
+    if (TERMINAL::InputIsTerminal())
+        TERMINAL::WriteError(ConsoleText(texts, CTEXT_PASSWORD, account));
+    std::string line;
+    TERMINAL::ReadLine(line, true);
+    return STRING(std::string_view(line));
 }
 
 int FindAddress(const TARNWICK& application, const MAILADDRESS& address) {
@@ -71,6 +70,52 @@ int FindAddress(const TARNWICK& application, const MAILADDRESS& address) {
         if (MAILACCOUNT::Address(application.Items[i]) == address)
             return i;
     return -1;
+}
+
+// A name that no account has: one user may have mailboxes on several servers.
+STRING NewName(const TARNWICK& application, const MAILADDRESS& address) {
+    const bool isWhole = address.User.Pos('@') != -1;
+    const STRING name = isWhole ? address.User : address.User || "@" || address.Host();
+    const STRING kind = application.Texts().Part(TEXT_KINDS, KindOf(address.Type).Name);
+    const STRING longer = name || " (" || (isWhole ? kind || " " || address.Host() : kind) || ")";
+    STRING free = name;
+    for (int n = 1; application.FindName(free.Text()) != -1; ++n)
+        free = n == 1 ? longer : longer || " " || std::to_string(n).c_str();
+    return free;
+}
+
+// Adds the account, or gives it the new password, and tries its login. False if it could not be kept.
+bool AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const MAILADDRESS& address,
+                const std::function<STRING(const std::string& name)>& askPassword) {
+    const auto text = [&](int id, const std::string& value) { return ConsoleText(application.Texts(), id, value); };
+    const int known = FindAddress(application, address);
+    STRINGARRAY item = known != -1 ? application.Items[known] : application.NewItem();
+    if (known == -1)
+        item.Set("Name", NewName(application, address));
+    const std::string name = DISPLAYTEXT::Safe(item.Get("Name").View());
+    const STRING password = askPassword(name);
+    if (password.Length() == 0) {
+        frontEnd.PrintError(text(CTEXT_NO_PASSWORD, name));
+        return false;
+    }
+    MAILACCOUNT::SetAddress(item, address, password);
+    if (known != -1)
+        MAILACCOUNT::SetPassword(application.Items[known], password);
+    bool saved = known != -1 ? application.SaveTables(SAVE_ITEMS) : application.AddItem(item);
+    if (application.pState.GetNumber("ConnectionType") == -1)
+        application.pState.Set("ConnectionType", "0");
+    saved = application.SaveSettings() && saved;
+    if (!saved) {
+        frontEnd.PrintError(text(CTEXT_NOT_SAVED, DISPLAYTEXT::Path(application.DataDir())));
+        return false;
+    }
+    frontEnd.Print(text(known != -1 ? CTEXT_DUPLICATE : CTEXT_ADDED, name));
+    STRING outcome;
+    if (TryLogin(item, application.Mailboxes(), application.Texts(), outcome))
+        frontEnd.Print(text(CTEXT_LOGIN_GOOD, DISPLAYTEXT::Safe(outcome.View())));
+    else
+        frontEnd.PrintError(text(CTEXT_LOGIN_BAD, DISPLAYTEXT::Safe(outcome.View())));
+    return true;
 }
 
 }  // namespace
@@ -90,43 +135,42 @@ ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address) {
         }
         // The last one: users of many services are addresses themselves.
         const size_t at = text.rfind('@');
-        if (at == text.npos || !PercentDecode(text.substr(0, at), address.User) || !ValidServer(text.substr(at + 1)))
+        if (at == text.npos || !PercentDecode(text.substr(0, at), address.User))
             return ADDRESSFAULT::Form;
         address.Server = STRING(text.substr(at + 1));
-        return ADDRESSFAULT::None;
+        return ServerFault(address.Server.View());
     }
     return ADDRESSFAULT::Scheme;
 }
 
-int AddAccount(TARNWICK& application, const TEXTS& texts, std::string_view text, const STRING& passwordFile,
-               std::string& message) {
-    MAILADDRESS address;
-    const ADDRESSFAULT fault = ParseMailAddress(text, address);
-    if (fault != ADDRESSFAULT::None) {
-        const int id = fault == ADDRESSFAULT::Scheme ? CTEXT_BAD_SCHEME : CTEXT_BAD_ADDRESS;
-        message = ConsoleText(texts, id, DISPLAYTEXT::Safe(text));
-        return EXIT_REFUSED;
+int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vector<STRING>& addresses,
+                const STRING& passwordFile) {
+    const TEXTS& texts = application.Texts();
+    const auto refuse = [&](int id, const std::string& value) {
+        frontEnd.PrintError(ConsoleText(texts, id, value));
+        return EXIT_NO_START;
+    };
+    std::vector<MAILADDRESS> accounts(addresses.size());
+    for (size_t i = 0; i < addresses.size(); ++i) {
+        const ADDRESSFAULT fault = ParseMailAddress(addresses[i].View(), accounts[i]);
+        if (fault != ADDRESSFAULT::None)
+            return refuse(FaultText(fault), DISPLAYTEXT::Safe(addresses[i].View()));
     }
-    const STRING name = address.User.Pos('@') != -1 ? address.User : address.User || "@" || address.Host();
-    STRING password;
-    if (!ReadPassword(passwordFile, texts, DISPLAYTEXT::Safe(name.View()), password, message))
-        return EXIT_REFUSED;
-
-    const int known = FindAddress(application, address);
-    bool saved;
-    if (known != -1) {
-        MAILACCOUNT::SetPassword(application.Items[known], password);
-        saved = application.SaveTables(SAVE_ITEMS);
-    } else {
-        STRINGARRAY item = application.NewItem();
-        item.Set("Name", name);
-        MAILACCOUNT::SetAddress(item, address, password);
-        saved = application.AddItem(item);
+    STRING passwords;
+    const bool fromFile = passwordFile.Length() > 0;
+    if (fromFile && !passwords.Load(passwordFile.Text(), "r"))
+        return refuse(CTEXT_PASSWORD_FILE, DISPLAYTEXT::Path(passwordFile));
+    bool good = true;
+    for (size_t i = 0; i < accounts.size() && !application.Cycle().IsStopRequested(); ++i) {
+        const bool added = AddAccount(application, frontEnd, accounts[i], [&](const std::string& name) {
+            return fromFile ? passwords.Line(static_cast<int>(i), WORD_NEVERNULL) : AskPassword(texts, name);
+        });
+        good = good && added;
     }
-    if (application.pState.GetNumber("ConnectionType") == -1)
-        application.pState.Set("ConnectionType", "0");
-    saved = application.SaveSettings() && saved;
-    const int id = !saved ? CTEXT_NOT_SAVED : known != -1 ? CTEXT_DUPLICATE : CTEXT_ADDED;
-    message = ConsoleText(texts, id, saved ? DISPLAYTEXT::Safe(name.View()) : DISPLAYTEXT::Path(application.DataDir()));
-    return saved ? 0 : EXIT_REFUSED;
+    if (application.Cycle().IsStopRequested())
+        return EXIT_CHECK_FAILED;
+    if (!good)
+        return EXIT_NO_START;
+    frontEnd.Print(ConsoleText(texts, CTEXT_NEXT, CommandName()));
+    return EXIT_GOOD;
 }

@@ -1,10 +1,18 @@
 #include "app/console/consoletexts.h"
 
+#include <cstdlib>
+
 #include "app/common/codepage.h"
+#include "app/console/displaytext.h"
 
 std::string ConsoleText(const TEXTS& texts, int id, const std::string& value) {
     std::string text(CODEPAGE::ToUtf8(texts.Get(id).View()).View());
-    if (const size_t place = text.find("$1"); place != text.npos)
+    for (size_t place = 0; (place = text.find("$1", place)) != text.npos; place += value.size())
         text.replace(place, 2, value);
     return text;
+}
+
+std::string CommandName() {
+    const char* name = std::getenv("TARNWICK_COMMAND");
+    return name && *name ? DISPLAYTEXT::Safe(name) : "tarnwickc";
 }

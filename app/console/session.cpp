@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "app/console/accountlist.h"
 #include "app/console/addaccount.h"
 #include "app/console/consolefrontend.h"
 #include "app/console/consoletexts.h"
@@ -64,6 +65,7 @@ class SESSION {
     }
     void PrintHelp();
     int RunApplication(TARNWICK& application);
+    std::optional<int> ChangeAccounts(TARNWICK& application);
     int CheckOnce(TARNWICK& application);
     int Watch(TARNWICK& application);
     void StartPostedPrograms(COMMANDS& commands);
@@ -93,7 +95,7 @@ int SESSION::Run() {
     if (fault != SWITCHFAULT::None)
         return Refuse(
             Text(fault == SWITCHFAULT::Unknown ? CTEXT_UNKNOWN_SWITCH : CTEXT_SWITCH_VALUE, DISPLAYTEXT::Safe(word)));
-    FrontEnd.SetResultsOnly(App.Arguments().TestArgValue("SCORE", 0));
+    FrontEnd.SetResultsOnly(App.Arguments().TestArgValue("SCORE", 0) || Has("LIST"));
     TERMINAL::OnStop([] { StopAsked = true; });
     if (Has("DEMO")) {
         Demo = std::make_unique<DEMO>();
@@ -119,14 +121,8 @@ void SESSION::PrintHelp() {
 }
 
 int SESSION::RunApplication(TARNWICK& application) {
-    const STRING address = App.Arguments().GetArgValue("ADD", 0);
-    if (address.NotNull()) {
-        const STRING passwordFile = App.Arguments().GetArgValue("PASSWORDFILE", 0);
-        std::string message;
-        const int code = AddAccount(application, App.Texts(), address.View(), passwordFile, message);
-        code == EXIT_GOOD ? FrontEnd.Print(message) : FrontEnd.PrintError(message);
-        return code;
-    }
+    if (const std::optional<int> code = ChangeAccounts(application))
+        return *code;
     const STRING mails = App.Arguments().GetArgValue("SCORE", 0);
     if (mails.NotNull()) {
         std::string message;
@@ -144,13 +140,40 @@ int SESSION::RunApplication(TARNWICK& application) {
         FrontEnd.Print(Text(CTEXT_DEMO, directory));
     }
     if (application.Items.Count() == 0)
-        return Refuse(Text(CTEXT_NO_ACCOUNTS));
+        return Refuse(Text(CTEXT_NO_ACCOUNTS, CommandName()));
     bool suspended = true;
     for (int i = 0; i < application.Items.Count(); ++i)
         suspended = suspended && application.Items[i].GetNumber("UpdateSuspended") != 0;
     if (suspended)
         FrontEnd.PrintError(Text(CTEXT_ALL_SUSPENDED, DISPLAYTEXT::Path(application.DataDir())));
     return Has("ONCE") ? CheckOnce(application) : Watch(application);
+}
+
+// Carries out the switches that are about the accounts themselves, until one fails. Without any there is no exit code.
+std::optional<int> SESSION::ChangeAccounts(TARNWICK& application) {
+    const auto values = [this](const char* name) {
+        std::vector<STRING> all;
+        for (int i = 0; App.Arguments().TestArgValue(name, i); ++i)
+            all.push_back(App.Arguments().GetArgValue(name, i));
+        return all;
+    };
+    const std::vector<STRING> added = values("ADD"), removed = values("REMOVE");
+    if (added.empty() && removed.empty() && !Has("LIST"))
+        return std::nullopt;
+    int code = EXIT_GOOD;
+    if (!added.empty()) {
+        application.Cycle().SetStopQuestion([] { return StopAsked.load(); });
+        code = AddAccounts(application, FrontEnd, added, App.Arguments().GetArgValue("PASSWORDFILE", 0));
+    }
+    for (size_t i = 0; i < removed.size() && code == EXIT_GOOD; ++i) {
+        std::string message;
+        code = RemoveAccount(application, App.Texts(), removed[i], message);
+        code == EXIT_GOOD ? FrontEnd.Print(message) : FrontEnd.PrintError(message);
+    }
+    if (code == EXIT_GOOD && Has("LIST"))
+        FrontEnd.PrintRaw(application.Items.Count() > 0 ? AccountTable(application, App.Texts())
+                                                        : Text(CTEXT_NO_ACCOUNTS, CommandName()) + "\n");
+    return code;
 }
 
 int SESSION::CheckOnce(TARNWICK& application) {

@@ -10,6 +10,8 @@ namespace {
 constexpr SWITCH SWITCHES[] = {
     {"ADD", "/ADD:pop3://USER@HOST[:PORT]"},
     {"PASSWORDFILE", "/PASSWORDFILE:FILE"},
+    {"LIST", "/LIST"},
+    {"REMOVE", "/REMOVE:ACCOUNT"},
     {"ONCE", "/ONCE"},
     {"INBOX", "/INBOX"},
     {"LISTING", "/LISTING"},

@@ -52,15 +52,15 @@ STRING Validity(const STRING& folder, uint32_t number) {
 // Reads mails into blocks of a listing.
 class READER {
  public:
-    READER(IMAPCONVERSATION& talk, const PROGRESS& progress, int bytes)
-        : Talk(talk), Progress(progress), Bytes(bytes), NoText(progress.Text(TEXT_NOT_FETCHED)) {}
+    READER(IMAPCONVERSATION& talk, const MAILBOXCALL& call, int bytes)
+        : Talk(talk), Call(call), Bytes(bytes), NoText(call.Progress.Text(TEXT_NOT_FETCHED)) {}
 
     bool ReadFolder(const STRING& name) {
         if (!Talk.Select(name, Folder))
             return false;
         if (Folder.Count < 0)
             return Talk.Fail(NO_EXISTS);
-        if (Folder.Count == 0)
+        if (Folder.Count == 0 || Call.SummaryOnly)
             return true;
         std::vector<uint32_t> numbers;
         bool found = false;
@@ -92,7 +92,7 @@ class READER {
     bool ReadMail(uint32_t number, int position) {
         STRING text;
         text.Format(" %d/%d", position, Folder.Count);
-        Progress.Show(TEXT_READING, text);
+        Call.Progress.Show(TEXT_READING, text);
         // Small commands, one mail after the other, so that the row shows how far it is.
         if (!Fetch(number, "(RFC822.SIZE)"))
             return false;
@@ -208,7 +208,7 @@ class READER {
     }
 
     IMAPCONVERSATION& Talk;
-    const PROGRESS& Progress;
+    const MAILBOXCALL& Call;
     const int Bytes;
     const STRING NoText;
     LISTING::WRITER Listing;
@@ -314,7 +314,7 @@ bool ImapRead(BASEIO& device, const MAILBOXCALL& call, const STRING& folder, int
     result = "";
     call.Progress.Show(TEXT_CONNECTING, call.Server);
     IMAPCONVERSATION talk(device, call);
-    READER reader(talk, call.Progress, bytes);
+    READER reader(talk, call, bytes);
     bool ok = talk.Connect() && talk.LogIn();
     if (talk.IsUnconnected())
         Trace("TCP::PopGet error: %s\n", talk.LastLine().Text());

@@ -30,12 +30,14 @@ struct MAILBOXCALL {
     STRING Server;
     STRING User;
     STRING Password;
+    bool SummaryOnly = false;  // the listing is wanted without its mails
 };
 
 /// What each kind of mailbox offers. A handler connects, logs on, does its work, logs off and disconnects within one
 /// call, on the work thread. Its MAILBOXKIND names it.
 struct MAILHANDLER {
-    /// The whole listing (see LISTING), or false and a text that begins "-ERR ".
+    /// The whole listing (see LISTING), or false and a text that begins "-ERR ". Asked for the summary only, it reads
+    /// no mail for it, and may leave out the blocks.
     bool (*Get)(const MAILBOXCALL& call, STRING& result);
     /// ids: one message id a line. `error` comes in empty and may get a text on failure.
     bool (*Delete)(const MAILBOXCALL& call, const STRING& ids, STRING& error);

@@ -14,12 +14,14 @@ bool MAILHANDLING::WithHandler(STRINGARRAY& item, WORK work) {
     return work(*kind.Handler, call);
 }
 
-STRING MAILHANDLING::GetMailbox(STRINGARRAY& item) {
+STRING MAILHANDLING::Get(STRINGARRAY& item, bool summaryOnly) {
     Trace("TARNWICK::GetMailbox %s\n", item.Get("Name").Text());
     item.Set("@InUpdate", "1");
     STRING text;
-    const bool listed =
-        WithHandler(item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) { return handler.Get(call, text); });
+    const bool listed = WithHandler(item, [&](const MAILHANDLER& handler, MAILBOXCALL& call) {
+        call.SummaryOnly = summaryOnly;
+        return handler.Get(call, text);
+    });
     if (!listed && text.Length() == 0)
         text = "-ERR Unknown Error";
     Trace("TARNWICK::GetMailbox rc= %s\n", text.Line(0).Text());

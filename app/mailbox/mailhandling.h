@@ -21,11 +21,13 @@ class MAILHANDLING : public MAILBOXES {
     /// Who knows that the program is to end; nobody at first. Not while a call runs.
     void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
 
-    STRING GetMailbox(STRINGARRAY& item) override;
+    STRING GetMailbox(STRINGARRAY& item) override { return Get(item, false); }
+    STRING GetSummary(STRINGARRAY& item) override { return Get(item, true).Line(0, WORD_NEVERNULL); }
     bool DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) override;
     bool MoveMail(STRINGARRAY& item, const STRING& ids, const STRING& folder, STRING& error) override;
 
  private:
+    STRING Get(STRINGARRAY& item, bool summaryOnly);
     // Runs `work` with the handler of the item's Type; false without one.
     template <class WORK>
     [[nodiscard]] bool WithHandler(STRINGARRAY& item, WORK work);

@@ -233,25 +233,26 @@ bool ShowMail(TALK& talk, int number, int lines, LISTING::WRITER& listing) {
     return true;
 }
 
-bool ShowAll(TALK& talk, const PROGRESS& progress, int lines, STRING& result) {
+bool ShowAll(TALK& talk, const MAILBOXCALL& call, int lines, STRING& result) {
     MAILDROP drop;
     if (!talk.AskState(drop))
         return false;
     LISTING::WRITER listing;
     int listed = 0;
+    const int wanted = call.SummaryOnly ? 0 : drop.Count;
     // Numbers grow with arrival: the newest mail comes first.
-    for (int number = drop.Count; number >= 1 && listing.Length() + listed * PopTimes.MailPrice < PopTimes.ListingBytes;
+    for (int number = wanted; number >= 1 && listing.Length() + listed * PopTimes.MailPrice < PopTimes.ListingBytes;
          --number) {
         STRING position;
         position.Format(" %d/%d", drop.Count - number + 1, drop.Count);
-        progress.Show(TEXT_READING, position);
+        call.Progress.Show(TEXT_READING, position);
         // A mail that is refused may have gone meanwhile, or be broken: the count tells that one is missing.
         if (ShowMail(talk, number, lines, listing))
             ++listed;
         else if (!talk.IsRefused())
             return false;
     }
-    if (listed == 0 && drop.Count > 0)
+    if (listed == 0 && wanted > 0)
         return false;
     talk.Ask("QUIT");
     result = listing.Take(LISTING::SummaryLine(drop.CountText, drop.CountText, false, drop.SizeText).View());
@@ -313,7 +314,7 @@ bool PopRead(BASEIO& device, const MAILBOXCALL& call, int lines, STRING& result)
     result = "";
     call.Progress.Show(TEXT_CONNECTING, call.Server);
     TALK talk(device, call);
-    const bool ok = talk.LogOn() && ShowAll(talk, call.Progress, lines, result);
+    const bool ok = talk.LogOn() && ShowAll(talk, call, lines, result);
     if (!ok)
         result = talk.Error();
     device.DropCall();

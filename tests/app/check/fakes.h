@@ -30,6 +30,7 @@ class FAKEMAILBOXES : public MAILBOXES {
             DuringCheck();
         return Listing;
     }
+    STRING GetSummary(STRINGARRAY& item) override { return GetMailbox(item); }
     bool DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) override {
         Journal.Add("delete " + Std(ids));
         if (QueuedMeanwhile.NotNull())

@@ -11,6 +11,8 @@ std::string Parsed(std::string_view text) {
             return "scheme";
         case ADDRESSFAULT::Form:
             return "form";
+        case ADDRESSFAULT::Port:
+            return "port";
         case ADDRESSFAULT::None:
             break;
     }
@@ -39,10 +41,10 @@ TEST(AddAccount, TakesAddressesApart) {
         {"pop3://@host", "form"},
         {"pop3://joe@", "form"},
         {"pop3://joe@:110", "form"},
-        {"pop3://joe@host:", "form"},
-        {"pop3://joe@host:0", "form"},
-        {"pop3://joe@host:65536", "form"},
-        {"pop3://joe@host:1x", "form"},
+        {"pop3://joe@host:", "port"},
+        {"pop3://joe@host:0", "port"},
+        {"pop3://joe@host:65536", "port"},
+        {"pop3://joe@host:1x", "port"},
         {"pop3://joe@host/inbox", "form"},
         {"pop3://joe@host name", "form"},
         // A password has no place here.

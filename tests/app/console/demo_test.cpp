@@ -1,12 +1,18 @@
 #include "app/demo/demo.h"
 
+#include "app/check/items.h"
 #include "app/check/mailrecords.h"
+#include "app/check/trylogin.h"
+#include "app/common/formats.h"
 #include "app/core/tarnwick.h"
 #include "app/demo/imapservice.h"
 #include "app/demo/pop3service.h"
 #include "app/demo/samplemail.h"
+#include "app/mailbox/account.h"
 #include "app/mailbox/imap.h"
+#include "app/mailbox/mailhandling.h"
 #include "corelib/base/recordarray.h"
+#include "tests/app/apptest.h"
 #include "tests/app/core/coresupport.h"
 
 namespace {
@@ -154,6 +160,38 @@ TEST(Demo, ServesTheRealImapClient) {
     ASSERT_EQ(box.Store.Mails().size(), 1U);
     EXPECT_EQ(box.Store.Mails()[0]->Number, 1);
     EXPECT_EQ(box.Store.Mails("spam").size(), 1U);
+}
+
+TEST(Demo, TellsATrialLoginTheCountAlone) {
+    struct : FRONTEND {
+        void SetItemStatus(int /*handle*/, const STRING& text) override { Read += text.Pos("3000") != -1; }
+        int Read = 0;
+    } frontEnd;
+    const NUMBEREDTEXTS texts;
+    STRINGARRAY settings;
+    FillSettings(settings, {{"PopupBackgroundColor", "1"}, {"PopupTextColor", "2"}});
+    MAILHANDLING mailboxes(frontEnd, texts, settings);
+    DEMOSTORE store;
+    for (int i = 0; i < 3; ++i)
+        store.Deliver("Subject: one\r\n\r\n");
+    POP3SERVICE pop(store, "demo", "pw");
+    IMAPSERVICE imap(store, "demo", "pw");
+    for (const auto& [type, service] : {std::pair<int, DEMOSERVICE*>{ITEMTYPE_POP3, &pop}, {ITEMTYPE_IMAP, &imap}}) {
+        ASSERT_TRUE(service->Start());
+        STRING server, outcome;
+        server.Format("127.0.0.1:%d", service->Port());
+        STRINGARRAY item;
+        int handle = FIRST_ITEM_HANDLE;
+        FixItem(item, settings, handle);
+        MAILACCOUNT::SetAddress(item, {type, "demo", server}, "pw");
+        EXPECT_TRUE(TryLogin(item, mailboxes, texts, outcome)) << Std(outcome);
+        EXPECT_EQ(Std(outcome), Std(FormatMailCount(texts, 3)));
+        EXPECT_EQ(frontEnd.Read, 0);
+        EXPECT_EQ(item.Get("@UidValidity"), "");
+        MAILACCOUNT::SetPassword(item, "wrong");
+        EXPECT_FALSE(TryLogin(item, mailboxes, texts, outcome));
+        EXPECT_EQ(item.Get("LastRC"), "");
+    }
 }
 
 TEST(Demo, BringsMailToTheApplication) {

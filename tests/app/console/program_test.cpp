@@ -6,6 +6,7 @@
 #include "app/demo/pop3service.h"
 #include "corelib/base/files.h"
 #include "corelib/base/recordarray.h"
+#include "corelib/net/sockets.h"
 #include "tests/app/console/programrun.h"
 
 namespace {
@@ -120,7 +121,10 @@ TEST(Program, AddsAnAccountAndChecksIt) {
 
     const auto added = program.Run({account.Add, account.Password});
     EXPECT_EQ(added.Code, EXIT_GOOD) << added.Err;
-    EXPECT_TRUE(Contains(added.Out, "The account joe@example.org has been added.")) << added.Out;
+    EXPECT_TRUE(
+        added.Out.ends_with("The account joe@example.org has been added.\nIts login works: 1 mail.\n"
+                            "Show the mails with: tarnwickc /ONCE /INBOX   Watch with: tarnwickc /CHECK\n"))
+        << added.Out;
     EXPECT_FALSE(Contains(ReadBytes(program.DataDir() || "\\accounts.ini"), "secret word"));
 
     auto once = program.Run({"/ONCE"});
@@ -141,17 +145,85 @@ TEST(Program, AddsAnAccountAndChecksIt) {
 
     // The same account again gets the new password, and keeps what it has seen.
     WriteBytes(program.File("password"), "wrong\n");
-    EXPECT_TRUE(Contains(program.Run({account.Add, account.Password}).Out, "It has the new password now."));
+    const char* const why =
+        "Error: invalid user or password. Please check user name and password. Many providers want "
+        "an app password, or allow encrypted logins only, which this program does not speak yet.\n";
+    const auto wrong = program.Run({account.Add, account.Password});
+    EXPECT_EQ(wrong.Code, EXIT_GOOD) << "it is kept";
+    EXPECT_TRUE(Contains(wrong.Out, "It has the new password now.")) << wrong.Out;
+    EXPECT_EQ(wrong.Err, std::string("tarnwickc: the account is kept, but its login has not worked. ") + why);
+    RECORDARRAY before(8, 8), items(8, 8);
+    ASSERT_EQ(before.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
+    EXPECT_EQ(before[0]["LastRC"], "2|2?") << "a trial is no check";
     const auto refused = program.Run({"/ONCE"});
     EXPECT_EQ(refused.Code, EXIT_CHECK_FAILED);
-    EXPECT_EQ(
-        refused.Err,
-        "joe@example.org: Error: invalid user or password. Please check user name and password. Many providers want "
-        "an app password, or allow encrypted logins only, which this program does not speak yet.\n");
-    RECORDARRAY items(8, 8);
+    EXPECT_EQ(refused.Err, std::string("joe@example.org: ") + why);
     ASSERT_EQ(items.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
     EXPECT_EQ(items[0]["LastRC"], "0E|0E");
     EXPECT_EQ(items[0]["LastSeenIds"], "<2@test>|<1@test>");
+}
+
+TEST(Program, ListsAndRemovesAccounts) {
+    PROGRAMRUN program;
+    ACCOUNT first(program), second(program);
+    const auto empty = program.Run({"/LIST"});
+    EXPECT_EQ(empty.Code, EXIT_GOOD);
+    EXPECT_TRUE(empty.Out.starts_with("There is no account yet.")) << empty.Out;
+    // One user on two servers, with a line of the file for each.
+    WriteBytes(program.File("password"), "secret word\nanother\n");
+    const auto added = program.Run({first.Add, second.Add, first.Password});
+    const std::string host = second.Add.substr(second.Add.rfind('@') + 1),
+                      other = "joe@example.org (POP3 " + host + ")";
+    EXPECT_EQ(added.Code, EXIT_GOOD);
+    EXPECT_TRUE(Contains(added.Out, "The account " + other + " has been added.\nShow the mails")) << added.Out;
+    EXPECT_TRUE(Contains(added.Err, "has not worked. Error: invalid user or password.")) << added.Err;
+    program.Run({"/ONCE"});
+    auto list = program.Run({"/LIST"});
+    const std::string row = host + "  joe@example.org  10 min  Error: invalid user";
+    EXPECT_TRUE(list.Out.starts_with("No.  Account  ") && CountLines(list.Out) == 3) << list.Out;
+    EXPECT_TRUE(Contains(list.Out, "\n  1  joe@example.org  ") && Contains(list.Out, "  10 min  1 mail\n")) << list.Out;
+    EXPECT_TRUE(Contains(list.Out, "\n  2  " + other + "  POP3  " + row)) << list.Out;
+
+    const auto unknown = program.Run({"/REMOVE:nobody"});
+    EXPECT_EQ(unknown.Code, EXIT_NO_START);
+    EXPECT_EQ(unknown.Err, "tarnwickc: there is no account 'nobody'. These are there:\n" + list.Out);
+    const auto removed = program.Run({"/REMOVE:JOE@example.org"});
+    EXPECT_EQ(removed.Code, EXIT_GOOD) << removed.Err;
+    EXPECT_EQ(removed.Out, "The account joe@example.org has been removed. Its mail stays on the server.\n");
+    EXPECT_EQ(first.Store.Mails().size(), 1U);
+    // Two of one name, as another program or a hand may have made them: the number tells them apart.
+    const STRING path = program.DataDir() || "\\accounts.ini";
+    RECORDARRAY items(8, 8);
+    ASSERT_EQ(items.LoadAll(path.Text()), 1);
+    items.Add(items[0]);
+    items[1].Set("UpdateSuspended", "1");
+    ASSERT_EQ(items.SaveAll(path.Text()), 2);
+    EXPECT_TRUE(Contains(program.Run({"/REMOVE:" + other}).Err, "several accounts are called '" + other + "'"));
+    list = program.Run({"/REMOVE:2", "/LIST"});
+    EXPECT_TRUE(Contains(list.Out, row)) << list.Out;
+    EXPECT_FALSE(Contains(list.Out, "suspended")) << list.Out;
+    EXPECT_EQ(program.Run({"/REMOVE:1"}).Code, EXIT_GOOD);
+    EXPECT_EQ(ReadBytes(path), "");
+}
+
+TEST(Program, StopsATrialLogin) {
+    if (!PROGRAMRUN::HasSignals())
+        GTEST_SKIP() << "no signals on this system";
+    PROGRAMRUN program;
+    ACCOUNT account(program);
+    // It takes the call and says nothing.
+    const SOCKETS::SOCK silent = SOCKETS::Open();
+    uint16_t port = 0;
+    ASSERT_EQ(SOCKETS::Listen(silent, SOCKETS::LOOPBACK, 0, 1, &port), SOCKETS::LISTENERROR::None);
+    const std::string add = "/ADD:pop3://ann@127.0.0.1:" + std::to_string(port);
+    const auto stopped = program.RunUntil("has been added", "TERM", {add, account.Add, account.Password});
+    SOCKETS::Close(silent);
+    EXPECT_EQ(stopped.Code, EXIT_CHECK_FAILED);
+    EXPECT_EQ(stopped.Err,
+              "tarnwickc: the account is kept, but its login has not worked. Error: The check was broken "
+              "off.\n");
+    RECORDARRAY items(8, 8);
+    EXPECT_EQ(items.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
 }
 
 TEST(Program, TellsWhatGoesToTheTrash) {
@@ -183,6 +255,9 @@ TEST(Program, GivesAWebMailAccountItsNewPassword) {
         PROGRAMRUN program;
         const STRING path = program.DataDir() || "\\accounts.ini";
         WriteBytes(program.File("password"), "new\n");
+        // Its service is not asked for: nobody listens there.
+        ASSERT_TRUE(OSYS::MakeDirectories(program.DataDir().Text()));
+        WriteBytes(program.DataDir() || "\\tarnwick.ini", "DoHttpProxy=1\r\nHttpProxy=127.0.0.1:1\r\n");
         const auto add = [&] {
             return program.Run({"/ADD:webmail://anna", "/PASSWORDFILE:" + Std(program.File("password"))});
         };
@@ -246,6 +321,7 @@ TEST(Program, RefusesInOneLine) {
         {program.DataDir(), {"/ADD"}, "'/ADD' needs a value"},
         {program.DataDir(), {"/ADD:ftp://joe@host"}, "'ftp://joe@host' names no kind of account"},
         {program.DataDir(), {"/ADD:pop3://host"}, "'pop3://host' is not an account address"},
+        {program.DataDir(), {account.Add, "/ADD:pop3://a@host:99999"}, "the port in 'pop3://a@host:99999' is not"},
         {program.DataDir(),
          {account.Add, "/PASSWORDFILE:" + Std(program.File("none"))},
          PROGRAMRUN::HasSignals() ? "/none' cannot be read" : "\\none' cannot be read"},

@@ -25,15 +25,33 @@ std::string Verdict(const char* word) {
 }  // namespace
 
 TEST(Switches, AreKnownInEveryCase) {
-    for (const char* word :
-         {"/once", "-ONCE", "/WorkDir:here", "/ADD:pop3://a@b:110", "-LOGIT", "/logit:file", "-LOG:4", "/LOGDBG",
-          "-LANG:GER", "/?", "-?", "--help", "-h", "/HELP", "-CHECK", "/NOVERS", "/MIN", "/NOASSERT", "/LOGITCLOSE"})
+    for (const char* word : {"/once",
+                             "-ONCE",
+                             "/WorkDir:here",
+                             "/ADD:pop3://a@b:110",
+                             "/list",
+                             "-REMOVE:a",
+                             "-LOGIT",
+                             "/logit:file",
+                             "-LOG:4",
+                             "/LOGDBG",
+                             "-LANG:GER",
+                             "/?",
+                             "-?",
+                             "--help",
+                             "-h",
+                             "/HELP",
+                             "-CHECK",
+                             "/NOVERS",
+                             "/MIN",
+                             "/NOASSERT",
+                             "/LOGITCLOSE"})
         EXPECT_EQ(Verdict(word), "good") << word;
 }
 
 TEST(Switches, RefuseWhatIsNone) {
     for (const char* word : {"/ONC", "/ONCES", "once", "", "/", "-", "/:", "--once", "/ONCE:1", "/HELP:x"})
         EXPECT_EQ(Verdict(word), std::string("unknown ") + word);
-    for (const char* word : {"/ADD", "-ADD", "/ADD:", "/WORKDIR", "/PASSWORDFILE:", "/LANG", "/LOG"})
+    for (const char* word : {"/ADD", "-ADD", "/ADD:", "/REMOVE", "/WORKDIR", "/PASSWORDFILE:", "/LANG", "/LOG"})
         EXPECT_EQ(Verdict(word), std::string("no value ") + word);
 }

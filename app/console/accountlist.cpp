@@ -1,0 +1,89 @@
+#include "app/console/accountlist.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "app/check/persontext.h"
+#include "app/console/consoletexts.h"
+#include "app/console/displaytext.h"
+#include "app/console/session.h"
+#include "app/core/tarnwick.h"
+#include "app/mailbox/account.h"
+
+namespace {
+
+constexpr int COLUMNS = 7;
+constexpr int MINUTE = 60;
+using ROW = std::array<std::string, COLUMNS>;
+
+std::string Safe(const STRING& text) {
+    return DISPLAYTEXT::Safe(text.View());
+}
+
+std::string PeriodText(int seconds, const TEXTS& texts) {
+    if (seconds < 1)
+        return ConsoleText(texts, CTEXT_NO_PERIOD);
+    const bool minutes = seconds % MINUTE == 0;
+    return std::to_string(minutes ? seconds / MINUTE : seconds) + " " +
+           Safe(texts.Part(TEXT_DURATION, minutes ? PART_DURATION_MIN : PART_DURATION_SEC));
+}
+
+std::string StateText(const STRINGARRAY& item, const TEXTS& texts) {
+    if (item.GetNumber("UpdateSuspended") != 0)
+        return ConsoleText(texts, CTEXT_SUSPENDED);
+    const std::string last = Safe(PersonText(item.Get("LastValue"), item, texts));
+    return last.empty() || last == "-" ? ConsoleText(texts, CTEXT_NEVER_CHECKED) : last;
+}
+
+bool IsCalled(const STRINGARRAY& item, const std::string& name) {
+    return stricmp(Safe(item.Get("Name")).c_str(), name.c_str(), 0) == 0;
+}
+
+}  // namespace
+
+std::string AccountTable(const TARNWICK& application, const TEXTS& texts) {
+    std::vector<ROW> rows(1);
+    for (int i = 0; i < COLUMNS; ++i)
+        rows[0][static_cast<size_t>(i)] = Safe(texts.Part(CTEXT_ACCOUNT_COLUMNS, i));
+    for (int i = 0; i < application.Items.Count(); ++i) {
+        const STRINGARRAY& item = application.Items[i];
+        const MAILADDRESS address = MAILACCOUNT::Address(item);
+        rows.push_back({std::to_string(i + 1), Safe(item.Get("Name")),
+                        Safe(texts.Part(TEXT_KINDS, MAILACCOUNT::Kind(item).Name)), Safe(address.Host()),
+                        Safe(address.User), PeriodText(item.GetNumber("TimingCyclic"), texts), StateText(item, texts)});
+    }
+    std::array<int, COLUMNS> widths{};
+    for (const ROW& row : rows)
+        for (size_t i = 0; i < COLUMNS; ++i)
+            widths[i] = std::max(widths[i], DISPLAYTEXT::Width(row[i]));
+    std::string table;
+    for (const ROW& row : rows) {
+        for (size_t i = 0; i + 1 < COLUMNS; ++i)
+            table += DISPLAYTEXT::Fit(row[i], widths[i], i == 0) + "  ";
+        table += row.back() + "\n";
+    }
+    return table;
+}
+
+int RemoveAccount(TARNWICK& application, const TEXTS& texts, const STRING& name, std::string& message) {
+    const std::string wanted = Safe(name);
+    std::vector<int> found;
+    for (int i = 0; i < application.Items.Count(); ++i)
+        if (IsCalled(application.Items[i], wanted))
+            found.push_back(i);
+    const int number = atoi(name);
+    if (found.empty() && number >= 1 && number <= application.Items.Count() && wanted == std::to_string(number))
+        found.push_back(number - 1);
+    if (found.size() != 1) {
+        message = ConsoleText(texts, found.empty() ? CTEXT_NO_SUCH_ACCOUNT : CTEXT_SEVERAL_ACCOUNTS, wanted) + "\n" +
+                  AccountTable(application, texts);
+        message.pop_back();
+        return EXIT_NO_START;
+    }
+    const std::string removed = Safe(application.Items[found[0]].Get("Name"));
+    const bool saved = application.RemoveItem(found[0]) && application.SaveTables(SAVE_ITEMS);
+    message = saved ? ConsoleText(texts, CTEXT_REMOVED, removed)
+                    : ConsoleText(texts, CTEXT_NOT_SAVED, DISPLAYTEXT::Path(application.DataDir()));
+    return saved ? EXIT_GOOD : EXIT_NO_START;
+}
