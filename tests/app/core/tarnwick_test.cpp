@@ -97,11 +97,16 @@ TEST_F(Tarnwick, EndsWhateverAServerDoesAndKeepsTheItemAsItWas) {
                                           Send(ok + "A: b\r\n\r\n" + flood)})},
         {"silent to IMAP", "2", {Send("* OK ready\r\n"), ExpectPrefix(""), Silence()}},
         {"a literal without end", "2", {Send("* OK ready\r\n"), ExpectPrefix(""), Send("* X {900000000}\r\n" + flood)}},
+        {"silent web mail", "3", {Silence()}},
+        {"a circle of redirects",
+         "3",
+         {ReadUntil("\r\n\r\n"), Send("HTTP/1.0 302 Found\r\nLocation: again\r\n\r\n"), Cut()}},
     };
     for (const auto& c : CASES) {
         SCOPED_TRACE(c.What);
         SCRIPTEDSERVER server(c.Script);
-        WriteBytes(Data.File("tarnwick.ini"), "ConnectionType=0\r\nVersion=2.02\r\n");
+        WriteBytes(Data.File("tarnwick.ini"),
+                   "ConnectionType=0\r\nVersion=2.02\r\nDoHttpProxy=1\r\nHttpProxy=" + server.HostPort() + "\r\n");
         WriteBytes(Data.File("accounts.ini"), "[#0]\r\nName=a\r\nType=" + std::string(c.Type) +
                                                   "\r\nSource=" + server.HostPort() +
                                                   "|joe\r\nTimingCyclic=600\r\nLastRC=5|5\r\nLastValue=kept\r\n");

@@ -65,6 +65,13 @@ TEST_F(TraceTest, LinesHaveTimeAndThread) {
     EXPECT_EQ(WithoutTimes(Log()), "# plain\r\n# value 5 50% off\r\n# no line end");
 }
 
+TEST_F(TraceTest, LongLinesAreCut) {
+    Open();
+    Trace("%s\n", std::string(20000, 'w').c_str());
+    EXPECT_LE(Log().size(), 8192u);
+    EXPECT_GE(Log().size(), 8000u);
+}
+
 TEST_F(TraceTest, LevelsAndChannels) {
     Open();
     TraceLevel(2, "two\n");
