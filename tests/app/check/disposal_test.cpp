@@ -176,14 +176,7 @@ TEST_F(Disposal, SurvivesATrashThatTakesNothing) {
 
 TEST_F(Disposal, TouchesOnlyMailsWhoseIdIsSure) {
     LogOption((STRING("/LOGIT:") || Dir.File("log")).Text());
-    const struct {
-        const char* Type;
-        int Announced;
-        std::vector<std::string> Ids;
-        const char* Result;
-        size_t Copies;
-        int Traces;
-    } CASES[] = {
+    const std::tuple<const char*, int, std::vector<std::string>, const char*, size_t, int> CASES[] = {
         {"1", 2, {"2|10", "1|10"}, "D:2|10 1|10 M:!", 2, 0},
         {"1", 3, {"3|10", "1|10"}, "D:3|10 1|10 M:!", 2, 0},  // one mail was not shown
         {"1", 1, {"2|10", "1|10"}, "D:M:", 0, 1},             // one block more than mails
@@ -196,29 +189,29 @@ TEST_F(Disposal, TouchesOnlyMailsWhoseIdIsSure) {
     };
     Switch("T");
     for (const bool moves : {false, true}) {
-        for (const auto& c : CASES) {
-            if (moves && *c.Type != '2')
+        for (const auto& [type, announced, ids, result, copies, wantedTraces] : CASES) {
+            if (moves && *type != '2')
                 continue;
             Switch(moves ? "M" : "T");
             Item.Set("DoSpamMove", "1");
-            Item.Set("Type", c.Type);
+            Item.Set("Type", type);
             Forget();
             std::vector<MAIL> mails;
-            for (const std::string& id : c.Ids)
+            for (const std::string& id : ids)
                 mails.emplace_back(id, "");
-            std::string expected = c.Result;
+            std::string expected = result;
             if (moves)
                 expected = "D:M:" + expected.substr(2, expected.find("M:") - 2) + "!";
             const size_t copiesBefore = TrashFiles(Dir).size();
             const std::string logBefore = ReadBytes(Dir.File("log"));
-            EXPECT_EQ(List(mails, c.Announced), expected) << c.Ids.front() << " of " << c.Announced;
-            EXPECT_EQ(TrashFiles(Dir).size() - copiesBefore, moves ? 0 : 2 * c.Copies);
-            EXPECT_EQ(Ignored, static_cast<int>(c.Copies)) << "what stays is to be seen";
+            EXPECT_EQ(List(mails, announced), expected) << ids.front() << " of " << announced;
+            EXPECT_EQ(TrashFiles(Dir).size() - copiesBefore, moves ? 0 : 2 * copies);
+            EXPECT_EQ(Ignored, static_cast<int>(copies)) << "what stays is to be seen";
             const std::string log = ReadBytes(Dir.File("log")).substr(logBefore.size());
             int traces = 0;
             for (size_t at = 0; (at = log.find("MarkBySpamVerdict", at)) != std::string::npos; ++at)
                 ++traces;
-            EXPECT_EQ(traces, c.Traces) << log;
+            EXPECT_EQ(traces, wantedTraces) << log;
         }
     }
     LogOption("/LOGITCLOSE");

@@ -5,10 +5,7 @@
 namespace {
 
 TEST(CodePage, TurnsUtf8IntoBytes) {
-    const struct {
-        const char *Utf8, *Bytes;
-        bool Exact;
-    } cases[] = {
+    const std::tuple<const char*, const char*, bool> cases[] = {
         {"gr\xc3\xb6\xc3\x9fte", "gr\xf6\xdfte", true},
         {"\xe2\x82\xac \xe2\x80\x9eq\xe2\x80\x9c", "\x80 \x84q\x93", true},  // in 0x80 to 0x9f
         {"\xe4\xb8\xad!", "?!", false},                                      // a character that the page lacks
@@ -20,10 +17,10 @@ TEST(CodePage, TurnsUtf8IntoBytes) {
         {"\xed\xa0\x80", "???", false},  // half a pair
         {"\xff\x80", "??", false},
     };
-    for (const auto& c : cases) {
-        bool exact = !c.Exact;
-        EXPECT_EQ(Std(CODEPAGE::FromUtf8(c.Utf8, &exact)), c.Bytes) << c.Utf8;
-        EXPECT_EQ(exact, c.Exact) << c.Utf8;
+    for (const auto& [utf8, bytes, wantedExact] : cases) {
+        bool exact = !wantedExact;
+        EXPECT_EQ(Std(CODEPAGE::FromUtf8(utf8, &exact)), bytes) << utf8;
+        EXPECT_EQ(exact, wantedExact) << utf8;
     }
 }
 

@@ -22,10 +22,7 @@ std::string Parsed(std::string_view text) {
 }  // namespace
 
 TEST(AddAccount, TakesAddressesApart) {
-    const struct {
-        std::string_view Text;
-        const char* Result;
-    } cases[] = {
+    const std::pair<std::string_view, const char*> cases[] = {
         {"pop3://joe@mail.example.org", "1 [joe] at [mail.example.org]"},
         {"POP3://joe@mail.example.org/", "1 [joe] at [mail.example.org]"},
         {"pop3://joe@127.0.0.1:65535", "1 [joe] at [127.0.0.1:65535]"},
@@ -57,6 +54,6 @@ TEST(AddAccount, TakesAddressesApart) {
         {"pop3://joe%00@host", "form"},
         {"pop3://joe@ho\x1bst", "form"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(Parsed(c.Text), c.Result) << c.Text;
+    for (const auto& [text, result] : cases)
+        EXPECT_EQ(Parsed(text), result) << text;
 }

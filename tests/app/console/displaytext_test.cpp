@@ -4,10 +4,7 @@
 
 // What a mail says reaches a terminal as text only, whatever its bytes are.
 TEST(DisplayText, LetsNoControlThrough) {
-    const struct {
-        std::string_view Bytes;
-        const char* Shown;
-    } cases[] = {
+    const std::pair<std::string_view, const char*> cases[] = {
         {"plain text", "plain text"},
         // Sequences that colour, clear, rename the window, or answer a query.
         {"\x1b[31mred\x1b[0m", "[31mred[0m"},
@@ -33,15 +30,12 @@ TEST(DisplayText, LetsNoControlThrough) {
         {"\xe0\x80\x9b", "\xc3\xa0\xe2\x82\xac\xe2\x80\xba"},
         {"\xf4\x90\x80\x80", "\xc3\xb4?\xe2\x82\xac\xe2\x82\xac"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(DISPLAYTEXT::Safe(c.Bytes), c.Shown) << testing::PrintToString(std::string(c.Bytes));
+    for (const auto& [bytes, shown] : cases)
+        EXPECT_EQ(DISPLAYTEXT::Safe(bytes), shown) << testing::PrintToString(std::string(bytes));
 }
 
 TEST(DisplayText, CountsColumns) {
-    const struct {
-        const char* Text;
-        int Columns;
-    } cases[] = {
+    const std::pair<const char*, int> cases[] = {
         {"abc", 3},
         {"\xc3\xbc\xe2\x82\xac", 2},                      // two and three bytes, one column each
         {"e\xcc\x81", 1},                                 // a letter and its accent
@@ -51,8 +45,8 @@ TEST(DisplayText, CountsColumns) {
         {"\xe0\xb8\x81\xe0\xb8\xb4\xe0\xb9\x88", 1},      // a Thai letter with vowel and tone
         {"\xed\x95\x9c\xea\xb8\x80 \xd7\xa9\xd7\x81", 6}  // Hangul; a Hebrew letter with its dot
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(DISPLAYTEXT::Width(c.Text), c.Columns) << c.Text;
+    for (const auto& [text, columns] : cases)
+        EXPECT_EQ(DISPLAYTEXT::Width(text), columns) << text;
 }
 
 TEST(DisplayText, FitsTextIntoColumns) {

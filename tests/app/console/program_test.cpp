@@ -312,11 +312,7 @@ TEST(Program, RefusesInOneLine) {
     ACCOUNT account(program);
     WriteBytes(program.File("empty"), "\n");
     WriteBytes(program.File("file"), "");
-    const struct {
-        STRING DataDir;
-        std::vector<std::string> Words;
-        const char* Named;
-    } cases[] = {
+    const std::tuple<STRING, std::vector<std::string>, const char*> cases[] = {
         {program.DataDir(), {"/ONEC"}, "'/ONEC'"},
         {program.DataDir(), {"/ADD"}, "'/ADD' needs a value"},
         {program.DataDir(), {"/ADD:ftp://joe@host"}, "'ftp://joe@host' names no kind of account"},
@@ -330,11 +326,11 @@ TEST(Program, RefusesInOneLine) {
         {program.File("file"), {"/ONCE"}, "file' cannot be created"},
         {program.File("file\\below"), {"/ONCE"}, PROGRAMRUN::HasSignals() ? "/file/below'" : "\\file\\below'"},
     };
-    for (const auto& c : cases) {
-        const auto result = c.Words.size() == 1 ? program.RunIn(c.DataDir, {c.Words[0]})
-                                                : program.RunIn(c.DataDir, {c.Words[0], c.Words[1]});
-        EXPECT_EQ(result.Code, EXIT_NO_START) << c.Words[0];
-        EXPECT_TRUE(Contains(result.Err, c.Named)) << result.Err;
+    for (const auto& [dataDir, words, named] : cases) {
+        const auto result =
+            words.size() == 1 ? program.RunIn(dataDir, {words[0]}) : program.RunIn(dataDir, {words[0], words[1]});
+        EXPECT_EQ(result.Code, EXIT_NO_START) << words[0];
+        EXPECT_TRUE(Contains(result.Err, named)) << result.Err;
         EXPECT_EQ(CountLines(result.Err), 1) << result.Err;
     }
     EXPECT_EQ(ReadBytes(program.DataDir() || "\\accounts.ini"), "");

@@ -84,11 +84,7 @@ TEST_F(Tarnwick, EndsWhateverAServerDoesAndKeepsTheItemAsItWas) {
     std::string flood;
     for (int i = 0; i < 500000; ++i)
         flood += "a line of one mail that goes on and on, as far as anybody can see\r\n";
-    const struct {
-        const char* What;
-        const char* Type;
-        SCRIPT Script;
-    } CASES[] = {
+    const std::tuple<const char*, const char*, SCRIPT> CASES[] = {
         {"silent from the start", "1", {Silence()}},
         {"a drip", "1", {Drip("+OK " + std::string(100000, 'x'))}},
         {"silent in the middle", "1", listing("+OK 1000000 1000000000\r\n", {ExpectPrefix("LIST"), Silence()})},
@@ -102,12 +98,12 @@ TEST_F(Tarnwick, EndsWhateverAServerDoesAndKeepsTheItemAsItWas) {
          "3",
          {ReadUntil("\r\n\r\n"), Send("HTTP/1.0 302 Found\r\nLocation: again\r\n\r\n"), Cut()}},
     };
-    for (const auto& c : CASES) {
-        SCOPED_TRACE(c.What);
-        SCRIPTEDSERVER server(c.Script);
+    for (const auto& [what, type, script] : CASES) {
+        SCOPED_TRACE(what);
+        SCRIPTEDSERVER server(script);
         WriteBytes(Data.File("tarnwick.ini"),
                    "ConnectionType=0\r\nVersion=2.02\r\nDoHttpProxy=1\r\nHttpProxy=" + server.HostPort() + "\r\n");
-        WriteBytes(Data.File("accounts.ini"), "[#0]\r\nName=a\r\nType=" + std::string(c.Type) +
+        WriteBytes(Data.File("accounts.ini"), "[#0]\r\nName=a\r\nType=" + std::string(type) +
                                                   "\r\nSource=" + server.HostPort() +
                                                   "|joe\r\nTimingCyclic=600\r\nLastRC=5|5\r\nLastValue=kept\r\n");
         auto app = Make();

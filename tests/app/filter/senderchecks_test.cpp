@@ -84,10 +84,7 @@ TEST_F(Sender, IsLookedUpOnlyWhereItMayBe) {
 }
 
 TEST_F(Sender, IsAskedForByTheRulesOfItsServer) {
-    const struct {
-        std::string Greeting;
-        const char *From, *To, *Reply, *Result;
-    } CASES[] = {
+    const std::tuple<std::string, const char*, const char*, const char*, const char*> CASES[] = {
         {"220 mx.example ESMTP\r\n", "MAIL FROM:<postmaster@mail.example.com>", "RCPT TO: <c@x.example>", "250 ok\r\n",
          "0/77 x.example (mx ok): accepted sender"},
         {"220-mx.example ESMTP\r\n220-no spam\r\n220 ready\r\n", "MAIL FROM:<postmaster@mail.example.com>",
@@ -95,11 +92,11 @@ TEST_F(Sender, IsAskedForByTheRulesOfItsServer) {
         {"220 mx.example\r\n", "MAIL FROM: postmaster@mail.example.com", "RCPT TO:  c@x.example", "551 not here\r\n",
          "30/0 x.example (mx ok): error while trying to verify"},
     };
-    for (const auto& c : CASES) {
-        SCRIPTEDSERVER server({Send(c.Greeting), Expect("HELO mail.example.com"), Send("250 hello\r\n"), Expect(c.From),
-                               Send("250 ok\r\n"), Expect(c.To), Send(c.Reply), Expect("QUIT"), Send("221 bye\r\n")});
+    for (const auto& [greeting, from, to, reply, result] : CASES) {
+        SCRIPTEDSERVER server({Send(greeting), Expect("HELO mail.example.com"), Send("250 hello\r\n"), Expect(from),
+                               Send("250 ok\r\n"), Expect(to), Send(reply), Expect("QUIT"), Send("221 bye\r\n")});
         Mx.Best = server.HostPort();
-        EXPECT_EQ(Check("a b <c@x.example>"), c.Result);
+        EXPECT_EQ(Check("a b <c@x.example>"), result);
         EXPECT_TRUE(server.Wait());
         EXPECT_TRUE(server.Transcript().ends_with("\r\nQUIT\r\n")) << server.Transcript();
     }

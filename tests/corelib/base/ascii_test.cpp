@@ -10,20 +10,16 @@ using namespace std::string_view_literals;
 constexpr size_t NONE = std::string_view::npos;
 
 TEST(Ascii, SearchesWithoutRegardToTheCaseOfAsciiLettersAlone) {
-    struct {
-        std::string_view Text, What;
-        size_t Start, Place;
-    } const searches[] = {
+    const std::tuple<std::string_view, std::string_view, size_t, size_t> searches[] = {
         {"one Two two", "TWO", 0, 4}, {"one Two two", "two", 5, 8}, {"aab", "AB", 0, 1},
         {"ab", "abc", 0, NONE},       {"ab", "b", 2, NONE},         {"ab", "", 2, 2},
         {"ab", "", 3, NONE},          {"\xe4", "\xc4", 0, NONE},    {"@[", "`{", 0, NONE},
         {"x\0Y"sv, "\0y"sv, 0, 1},
     };
-    for (const auto& s : searches) {
-        EXPECT_EQ(ASCII::Find(s.Text, s.What, s.Start), s.Place) << s.Text << " " << s.What << " " << s.Start;
-        EXPECT_EQ(ASCII::BeginsWith(s.Text.substr(std::min(s.Start, s.Text.size())), s.What) && s.Place != NONE,
-                  s.Place == s.Start)
-            << s.Text;
+    for (const auto& [text, what, start, place] : searches) {
+        EXPECT_EQ(ASCII::Find(text, what, start), place) << text << " " << what << " " << start;
+        EXPECT_EQ(ASCII::BeginsWith(text.substr(std::min(start, text.size())), what) && place != NONE, place == start)
+            << text;
     }
     EXPECT_TRUE(ASCII::BeginsWith("+ok 1", "+OK ") && ASCII::BeginsWith("+ok 1", ""));
     EXPECT_TRUE(ASCII::Equal("a\0B"sv, "A\0b"sv) && !ASCII::Equal("a\0b"sv, "a\0c"sv) && !ASCII::Equal("a", "ab"));
@@ -50,11 +46,7 @@ TEST(Ascii, ReadsNumbersOfDigitsAlone) {
 }
 
 TEST(Utf8, TakesCharactersAndSingleBytesOfWhatIsNone) {
-    struct {
-        std::string_view Bytes;
-        char32_t Character;
-        size_t Taken;
-    } const texts[] = {
+    const std::tuple<std::string_view, char32_t, size_t> texts[] = {
         {"\0"sv, 0, 1},
         {"\xc3\xa4x", 0xe4, 2},
         {"\xe2\x82\xac", 0x20ac, 3},
@@ -68,9 +60,9 @@ TEST(Utf8, TakesCharactersAndSingleBytesOfWhatIsNone) {
         {"\x80", UTF8::INVALID, 1},
         {"\xe2\x82x", UTF8::INVALID, 1},
     };
-    for (const auto& t : texts) {
-        std::string_view rest = t.Bytes;
-        EXPECT_EQ(UTF8::Take(rest), t.Character) << testing::PrintToString(t.Bytes);
-        EXPECT_EQ(t.Bytes.size() - rest.size(), t.Taken) << testing::PrintToString(t.Bytes);
+    for (const auto& [bytes, character, taken] : texts) {
+        std::string_view rest = bytes;
+        EXPECT_EQ(UTF8::Take(rest), character) << testing::PrintToString(bytes);
+        EXPECT_EQ(bytes.size() - rest.size(), taken) << testing::PrintToString(bytes);
     }
 }

@@ -25,11 +25,7 @@ const std::string ALL = START + "354 data\r\n250 queued\r\n221 bye\r\n";
 
 TEST(Email, TakesEachReplyByItsNumber) {
     const std::string commands = "HELO tarnwick.local\r\nMAIL FROM:a@b\r\nRCPT TO:c@d\r\nDATA\r\ntext\r\n.\r\nQUIT\r\n";
-    const struct {
-        std::string Replies;
-        const char* Result;
-        const char* LastCommand;
-    } CASES[] = {
+    const std::tuple<std::string, const char*, const char*> CASES[] = {
         {START + "250 data\r\n250 queued\r\n221 bye\r\n", "1: 250 queued", "QUIT"},
         {START + "399 data\r\n552 too big\r\n221 bye\r\n", "1: 552 too big", "QUIT"},
         {START + "450 later\r\n", "0: 450 later", "DATA"},
@@ -93,12 +89,8 @@ TEST(Email, AStopEndsItAndHandsOverNoHalfMessage) {
 }
 
 TEST(Email, WritesAddressesAndLines) {
-    const struct {
-        const char* Sender;
-        const char* Receiver;
-        STRING Message;
-        std::string Written;  // or the error, with no connection made
-    } CASES[] = {
+    // In the end what is written, or the error, with no connection made.
+    const std::tuple<const char*, const char*, STRING, std::string> CASES[] = {
         {" a@b ", "  c@d", "one", "MAIL FROM:a@b\r\nRCPT TO:c@d\r\nDATA\r\none\r\n.\r\n"},
         {nullptr, nullptr, {}, "MAIL FROM:anonymous\r\nRCPT TO:\r\nDATA\r\n\r\n.\r\n"},
         {"", "", "a  \r\n\r\n \tb\t \r \nc\rd\n\r\re ", "DATA\r\na\r\n\r\n \tb\t\r\nc\rd\r\n\re\r\n.\r\n"},

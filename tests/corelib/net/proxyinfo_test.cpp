@@ -28,13 +28,8 @@ TEST(ProxyInfo, AsksTheStoreOfEachBrowser) {
     VARIABLE store("TARNWICK_REGISTRY", dir.Native("values"));
     WriteBytes(dir.File("prefs.js"),
                "user_pref(\"network.proxy.http\", \"n4\");\r\nuser_pref(\"network.proxy.http_port\", 4);\r\n");
-    const struct {
-        intptr_t Root;
-        const char* Key;
-        const char* Name;
-        const char* Value;  // a number's byte
-        const char* Line;
-    } VALUES[] = {
+    // A number's value is its byte.
+    const std::tuple<intptr_t, const char*, const char*, const char*, const char*> VALUES[] = {
         {ROOT_CURRENT_USER, "Microsoft\\Windows\\CurrentVersion\\Internet Settings", "ProxyServer", "e:1", ""},
         {ROOT_CURRENT_USER, "Microsoft\\Windows\\CurrentVersion\\Internet Settings", "ProxyEnable", "\1",
          "MS-Internet Explorer: e:1\n"},

@@ -53,11 +53,7 @@ TEST_F(WebGet, WhateverAServerSaysIsAResultWithANumber) {
     const std::string head = ok + "Content-Encoding: GZIP\r\n", length = "Content-Length: 29\r\n";
     const std::string seen = "HTTP/1.0 200 OK\nContent-Encoding: GZIP\n", told = "Content-Length: 29\n";
     const std::string hello = "hello\nhello\nhello\n";
-    const struct {
-        std::string Response;
-        int Status;
-        std::string Result;
-    } cases[] = {
+    const std::tuple<std::string, int, std::string> cases[] = {
         {"HTTP/1.0 204 None\r\n", 204, "HTTP/1.0 204 None\n"},
         {"\r\nHTTP/1.0 200 late", 999, "WEBGET 999 Read Timeout\nHTTP/1.0 200 late"},
         {std::string(3000, 'x') + " 5\r\n\r\n", 999, std::string(2047, 'x') + "\n" + std::string(953, 'x') + " 5\n\n"},
@@ -77,12 +73,12 @@ TEST_F(WebGet, WhateverAServerSaysIsAResultWithANumber) {
     };
     std::vector<SCRIPT> scripts;
     for (const auto& c : cases)
-        scripts.push_back(Answer(c.Response));
+        scripts.push_back(Answer(std::get<0>(c)));
     SCRIPTEDSERVER server(std::move(scripts));
-    for (const auto& c : cases) {
+    for (const auto& [response, status, wanted] : cases) {
         STRING result;
-        EXPECT_EQ(WEBGET(nullptr, nullptr).Get(server.HostPort().c_str(), "/", result), c.Status) << c.Response;
-        EXPECT_EQ(Std(result), c.Result) << c.Response;
+        EXPECT_EQ(WEBGET(nullptr, nullptr).Get(server.HostPort().c_str(), "/", result), status) << response;
+        EXPECT_EQ(Std(result), wanted) << response;
     }
 }
 
