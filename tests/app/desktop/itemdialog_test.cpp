@@ -92,24 +92,22 @@ TEST_P(ItemDialog, EditsARecord) {
 }
 
 TEST_P(ItemDialog, KeepsWhatItShows) {
-    const struct {
-        const char *Type, *Source, *Period, *Shown, *Stored;
-    } table[] = {
+    const std::tuple<const char*, const char*, const char*, const char*, const char*> table[] = {
         {"1", "pop.example|anna", "125", "2:5", "N\xe4me;1;pop.example|anna;secret;125;"},
         {"2", "imap.example|anna", "", "0:0", "N\xe4me;2;imap.example|anna;secret;0;"},
         {"3", "|anna", "0", "0:0", "N\xe4me;3;hotmail|anna;secret;0;"},
         {"5", "hotmail|anna", "60", "1:0", "N\xe4me;3;hotmail|anna;secret;60;"},
         {"0", "mapi|", "600", "10:0", "N\xe4me;0;mapi|;;600;"},
     };
-    for (const auto& row : table) {
-        STRINGARRAY item = Item(row.Type, row.Source, row.Period);
+    for (const auto& [type, source, period, shown, stored] : table) {
+        STRINGARRAY item = Item(type, source, period);
         EXPECT_TRUE(Edit(item, [&] {
-            EXPECT_EQ(Text(MINUTES) + ":" + Text(SECONDS), row.Shown);
-            EXPECT_EQ(LISTBOX(Dialog, KIND).Count(), *row.Type == '0' ? 4 : 3);
-            EXPECT_EQ(IsWindowEnabled(Control(PASSWORD)) != 0, *row.Type != '0');
+            EXPECT_EQ(Text(MINUTES) + ":" + Text(SECONDS), shown);
+            EXPECT_EQ(LISTBOX(Dialog, KIND).Count(), *type == '0' ? 4 : 3);
+            EXPECT_EQ(IsWindowEnabled(Control(PASSWORD)) != 0, *type != '0');
             SendMessageW(Control(IDOK), BM_CLICK, 0, 0);
         }));
-        EXPECT_EQ(Summary(item), row.Stored);
+        EXPECT_EQ(Summary(item), stored);
     }
 }
 

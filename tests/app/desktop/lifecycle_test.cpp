@@ -106,28 +106,26 @@ TEST_F(Lifecycle, ASecondStartRaisesTheFirst) {
 }
 
 TEST_F(Lifecycle, TheProgramBeginsAndEndsAsAWhole) {
-    const struct {
-        const char *Switches, *Items;
-        bool Visible;
-    } runs[] = {{"/MIN", TWO_ITEMS, false}, {"/LANG:GER", TWO_ITEMS, true}, {"", "", true}};
-    for (const auto& run : runs) {
+    const std::tuple<const char*, const char*, bool> runs[] = {
+        {"/MIN", TWO_ITEMS, false}, {"/LANG:GER", TWO_ITEMS, true}, {"", "", true}};
+    for (const auto& [switches, accounts, isVisible] : runs) {
         const TEMPDIR data;
         WriteBytes(data.File("tarnwick.ini"), "DlgCloseMinimize=0\r\nVersion=2.02\r\n");
-        WriteBytes(data.File("accounts.ini"), run.Items);
-        const PROCESS_INFORMATION process = StartProgramOver(data, run.Switches);
+        WriteBytes(data.File("accounts.ini"), accounts);
+        const PROCESS_INFORMATION process = StartProgramOver(data, switches);
         HWND window = nullptr;
         const auto isReady = [&] {
             window = FindWindowW(WideText(std::string_view(MAINWINDOW_CLASS)).c_str(), nullptr);
             // Without accounts it asks for the first one.
-            return window && GetDlgItem(window, 1) && IsWindowVisible(window) == run.Visible &&
-                   IsWindowEnabled(window) == (*run.Items != 0);
+            return window && GetDlgItem(window, 1) && IsWindowVisible(window) == isVisible &&
+                   IsWindowEnabled(window) == (*accounts != 0);
         };
-        EXPECT_TRUE(PumpUntil(isReady)) << run.Switches;
+        EXPECT_TRUE(PumpUntil(isReady)) << switches;
         PostMessageW(window, WM_CLOSE, 0, 0);
-        EXPECT_EQ(WaitForEnd(process), 0) << run.Switches;
+        EXPECT_EQ(WaitForEnd(process), 0) << switches;
         EXPECT_NE(ReadBytes(data.File("tarnwick.ini")).find("InboxVisible="), std::string::npos) << "saved whole";
         const std::string items = ReadBytes(data.File("accounts.ini"));
-        EXPECT_EQ(items.find("[#0]") != std::string::npos, *run.Items != 0) << items;
+        EXPECT_EQ(items.find("[#0]") != std::string::npos, *accounts != 0) << items;
     }
 }
 

@@ -49,11 +49,8 @@ class Notice : public DESKTOPTEST {
 TEST_F(Notice, ClicksOnTheTrayIconDoWhatTheSettingsSay) {
     Open(TWO_ITEMS, "EmailCmdline=\r\n");
     constexpr UINT DOWN = WM_LBUTTONDOWN, UP = WM_LBUTTONUP, TWICE = WM_LBUTTONDBLCLK;
-    const struct {
-        UINT Message;
-        const char* Keys;  // that are held: Shift, Control
-        const char *Setting, *Value, *Done;
-    } clicks[] = {
+    // With the keys that are held: Shift, Control.
+    const std::tuple<UINT, const char*, const char*, const char*, const char*> clicks[] = {
         {DOWN, "", "DlgTaskbarClickReset", "1", NUMBER(COMMAND_RESET_COUNT) " "},
         {UP, "", "DlgTaskbarClickReset", "1", NUMBER(COMMAND_RESET_COUNT) " "},
         {TWICE, "", "DlgTaskbarClickReset", "1", NUMBER(COMMAND_RESET_COUNT) " program "},
@@ -75,15 +72,14 @@ TEST_F(Notice, ClicksOnTheTrayIconDoWhatTheSettingsSay) {
         {TWICE, "", "DlgDblClickMode", "3", ""},
     };
     EXPECT_ASSERTIONS(1);  // by the sixth mode
-    for (const auto& click : clicks) {
+    for (const auto& [message, keys, setting, value, done] : clicks) {
         const auto press = [&](DWORD flags) {
-            for (const char* key = click.Keys; *key; ++key)
+            for (const char* key = keys; *key; ++key)
                 keybd_event(*key == 'S' ? VK_SHIFT : VK_CONTROL, 0, flags, 0);
         };
         press(0);
-        Engine->pState.Set(click.Setting, click.Value);
-        EXPECT_EQ(Done([&] { Mouse(click.Message); }), click.Done)
-            << click.Message << click.Keys << " " << click.Setting << click.Value;
+        Engine->pState.Set(setting, value);
+        EXPECT_EQ(Done([&] { Mouse(message); }), done) << message << keys << " " << setting << value;
         press(KEYEVENTF_KEYUP);
     }
 }
@@ -190,29 +186,26 @@ TEST_F(Notice, AnAlertIsReplacedClickedAndGivesCommands) {
     EXPECT_TRUE(IsWindowVisible(first));
     EXPECT_NE(GetForegroundWindow(), first);
     EXPECT_EQ(GetWindow(first, GW_OWNER), nullptr) << "it would be hidden with the minimised window";
-    const struct {
-        UINT Message;
-        int Line;  // the button is at the left of the second one
-        const char* Done;
-    } clicks[] = {{WM_LBUTTONDOWN, 0, ""},
-                  {WM_LBUTTONDOWN, 1, NUMBER(COMMAND_SUSPEND) " "},
-                  {WM_RBUTTONDOWN, 0, "program "},
-                  {WM_RBUTTONDOWN, 1, "program "}};
-    for (const auto& click : clicks) {
+    // By the line: the button is at the left of the second one.
+    const std::tuple<UINT, int, const char*> clicks[] = {{WM_LBUTTONDOWN, 0, ""},
+                                                         {WM_LBUTTONDOWN, 1, NUMBER(COMMAND_SUSPEND) " "},
+                                                         {WM_RBUTTONDOWN, 0, "program "},
+                                                         {WM_RBUTTONDOWN, 1, "program "}};
+    for (const auto& [message, line, done] : clicks) {
         const HWND alert =
             Show({.Text = "text\n\x1b[*=" NUMBER(COMMAND_SUSPEND) "]Suspend", .Handle = Handle("Alpha")});
         EXPECT_FALSE(IsWindow(first));
         RECT client;
         GetClientRect(alert, &client);
-        const LPARAM place = MAKELPARAM(client.right / 4, client.bottom * (1 + 2 * click.Line) / 4);
+        const LPARAM place = MAKELPARAM(client.right / 4, client.bottom * (1 + 2 * line) / 4);
         EXPECT_EQ(Done([&] {
                       SendMessageW(alert, WM_MOUSEMOVE, 0, place);
-                      SendMessageW(alert, click.Message, 0, place);
-                      EXPECT_EQ(IsWindowVisible(alert) != 0, click.Message == WM_RBUTTONDOWN);
+                      SendMessageW(alert, message, 0, place);
+                      EXPECT_EQ(IsWindowVisible(alert) != 0, message == WM_RBUTTONDOWN);
                       EXPECT_TRUE(PumpUntil([&] { return !Alert(); }));
                   }),
-                  click.Done)
-            << click.Message << " " << click.Line;
+                  done)
+            << message << " " << line;
     }
     // A click does not end the next one, which was on its way before.
     for (const UINT button : {WM_LBUTTONDOWN, WM_RBUTTONDOWN}) {
@@ -228,11 +221,7 @@ TEST_F(Notice, AnAlertIsReplacedClickedAndGivesCommands) {
 
 TEST_F(Notice, TheAlertIsReachedByTheKeyboard) {
     Open(TWO_ITEMS);
-    const struct {
-        std::vector<WPARAM> Keys;
-        bool Open;
-        const char* Done;
-    } table[] = {
+    const std::tuple<std::vector<WPARAM>, bool, const char*> table[] = {
         {{VK_TAB}, true, ""},
         {{VK_SPACE}, false, NUMBER(COMMAND_SUSPEND) " "},
         {{VK_TAB, VK_RETURN}, false, NUMBER(COMMAND_RESET_COUNT) " "},
@@ -241,21 +230,21 @@ TEST_F(Notice, TheAlertIsReachedByTheKeyboard) {
         {{VK_ESCAPE}, false, ""},
         {{VK_DELETE, VK_F6}, true, ""},
     };
-    for (const auto& row : table) {
+    for (const auto& [keys, open, done] : table) {
         const HWND alert = Show({.Text = "text\n\x1b[*=" NUMBER(COMMAND_SUSPEND) "]Suspend\x1b[n] or \x1b[*=" NUMBER(
                                      COMMAND_RESET_COUNT) "]reset"});
         Window->List().Focus();
         const HWND list = GetFocus();
         EXPECT_EQ(Done([&] {
                       PostMessageW(list, WM_KEYDOWN, VK_F6, 1);
-                      for (const WPARAM key : row.Keys)
+                      for (const WPARAM key : keys)
                           PostMessageW(alert, WM_KEYDOWN, key, 1);
                       PostQuitMessage(0);
                       Window->MainDispatchLoop(KEY_TABLE);
                   }),
-                  row.Done);
-        EXPECT_EQ(Alert() != nullptr, row.Open);
-        EXPECT_EQ(GetFocus(), row.Keys.back() == VK_TAB ? alert : list);
+                  done);
+        EXPECT_EQ(Alert() != nullptr, open);
+        EXPECT_EQ(GetFocus(), keys.back() == VK_TAB ? alert : list);
     }
     EXPECT_EQ(Engine->Items.Count(), 2);
 }

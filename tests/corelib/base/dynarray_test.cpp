@@ -29,17 +29,6 @@ TEST(DynarrayTest, BadPlacesChangeNothing) {
     EXPECT_EQ(Joined(array), "a,b");
 }
 
-TEST(DynarrayTest, SortByBytesOrNumbers) {
-    DYNARRAY<STRING> array(STRING("10|9|b|A|a"), "|", 8, 8);
-    array.Sort(0);
-    EXPECT_EQ(Joined(array), "10,9,A,a,b");
-    array.Sort(SORT_DESCENDING);
-    EXPECT_EQ(Joined(array), "b,a,A,9,10");
-    DYNARRAY<STRING> numbers(STRING("10|-2147483648|9|2147483647"), "|", 8, 8);
-    numbers.Sort(SORT_NUMERIC);
-    EXPECT_EQ(Joined(numbers), "-2147483648,9,10,2147483647");
-}
-
 TEST(DynarrayTest, FindModes) {
     DYNARRAY<STRING> array(STRING("Alpha|beta|12 x"), "|", 8, 8);
     EXPECT_EQ(array.Find("ALPHA", 0), 0);

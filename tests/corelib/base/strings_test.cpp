@@ -124,18 +124,6 @@ TEST(StringTest, IndexingOutsideGivesAZeroByte) {
     EXPECT_EQ(text, "Xb");
 }
 
-TEST(StringTest, SearchingWithAndWithoutCase) {
-    const STRING text(std::string_view("One one\0ONE", 11));
-    EXPECT_EQ(text.Pos('n'), 1);
-    EXPECT_EQ(text.Pos("one"), 4);
-    EXPECT_EQ(text.Pos("ONE"), -1) << "stops at the zero byte";
-    EXPECT_EQ(text.iPos("ONE", 1), 4);
-    EXPECT_EQ(text.iPos("one", 5), 8) << "passes the zero byte";
-    EXPECT_EQ(text.iPos("", 3), 3);
-    EXPECT_EQ(text.iPos("one", 11), -1);
-    EXPECT_EQ(STRING("\xc4").iPos("\xe4"), -1) << "bytes above 127 are no letters";
-}
-
 TEST(StringTest, ReplaceDoesNotSearchWhatItPutIn) {
     const std::tuple<const char*, const char*, const char*, int, const char*> rows[] = {
         {"aXbXc", "X", "XX", 1, "aXXbXXc"}, {"aXbXc", "X", "", 1, "abc"}, {"aXbxc", "x", "-", 0, "a-b-c"},

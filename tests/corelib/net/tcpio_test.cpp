@@ -348,17 +348,6 @@ TEST_F(TcpIo, ReadStandsAClockThatStepsBack) {
     remove("stepback.log");
 }
 
-TEST_F(TcpIo, ADeviceThatNobodyReadsGoesAtOnce) {
-    SCRIPTEDSERVER server(SCRIPT{Send(std::string(2000000, 'x'))});
-    const auto start = std::chrono::steady_clock::now();
-    {
-        TCPIPIO unread("", "", "");
-        ASSERT_TRUE(unread.MakeCall(server.HostPort().c_str()));
-        EXPECT_TRUE(Eventually([&] { return unread.NumAvail() > 65536 - 8192; }));
-    }
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
-}
-
 // The accepting side listens on the address of the host name, which has to be a loopback address to be called here.
 class TcpAccept : public testing::Test {
  protected:

@@ -76,14 +76,4 @@ TEST(Time, StopwatchAndTexts) {
     EXPECT_EQ(OSYS::Seconds(), 1772600768);
 }
 
-TEST(Machine, FoldersEndInABackslash) {
-    for (int kind : {0, 1, 2, 5, 6, 8}) {
-        const STRING path = GetWin32SystemPath(kind);
-        ASSERT_GT(path.Length(), 1) << kind;
-        EXPECT_EQ(path[path.Length() - 1], '\\') << kind;
-        EXPECT_NE(path[path.Length() - 2], '\\') << kind;
-        EXPECT_EQ(path.Pos("%"), -1) << kind;
-    }
-}
-
 }  // namespace

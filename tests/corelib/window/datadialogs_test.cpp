@@ -74,23 +74,19 @@ void AddAll(DATADIALOG& dialog, STRINGARRAY& record) {
 }
 
 TEST(DataDialog, ShowsTheRecordAndStoresOnOkOnly) {
-    const struct {
-        int Ending;
-        bool Edits;
-        const char* After;
-    } table[] = {
+    const std::tuple<int, bool, const char*> table[] = {
         {IDOK, false, "check=1\ncombo=1\nedit=={{dGV4dA==}}\nlist=2\nnumber=5\npush=p\nradio=2\ntexts=two\n"},
         {IDOK, true, "check=0\ncombo=0\nedit=={{/A==}}\nlist=0\nnumber=59\npush=pxx\nradio=1\ntexts=two m\\xf6re\n"},
         {IDCANCEL, true, "check=1\ncombo=1\nedit=={{dGV4dA==}}\nlist=2\nnumber=5\npush=p\nradio=2\ntexts=TWO\n"},
     };
-    for (const auto& row : table) {
+    for (const auto& [ending, edits, after] : table) {
         STRINGARRAY record = START;
         record["edit"].SetFlags(STRINGFLAG_BINARY);
         DATADIALOG dialog(FORM, nullptr);
         AddAll(dialog, record);
         const bool stored = RunWith(dialog, [&] {
             EXPECT_EQ(Focused(), EDIT);
-            if (row.Edits) {
+            if (edits) {
                 dialog.SetControlText(EDIT, "\xfc");
                 dialog.SetControlText(NUMBER, "77");
                 ClickOn(dialog, CHECK);
@@ -101,35 +97,30 @@ TEST(DataDialog, ShowsTheRecordAndStoresOnOkOnly) {
                 ClickOn(dialog, PUSH);
                 EXPECT_EQ(dialog.ControlText(LABEL), "pushed");
             }
-            ClickOn(dialog, row.Ending);
+            ClickOn(dialog, ending);
         });
-        EXPECT_EQ(stored, row.Ending == IDOK);
-        EXPECT_EQ(Std(record.AsText()), row.After);
+        EXPECT_EQ(stored, ending == IDOK);
+        EXPECT_EQ(Std(record.AsText()), after);
     }
 }
 
 TEST(DataDialog, ChecksStandForBitsOrTheWholeNumber) {
-    const struct {
-        const char* Value;
-        int Bit;
-        bool Checked;
-        const char* Clicked;
-    } table[] = {
+    const std::tuple<const char*, int, bool, const char*> table[] = {
         {"5", 3, false, "13"},
         {"13", 3, true, "5"},
         {"0", DATACHECK::NO_BIT, false, "1"},
         {"1", DATACHECK::NO_BIT, true, "0"},
     };
-    for (const auto& row : table) {
-        STRING value = row.Value;
+    for (const auto& [before, bit, checked, clicked] : table) {
+        STRING value = before;
         DATADIALOG dialog(FORM, nullptr);
-        dialog.Add<DATACHECK>(CHECK, value, row.Bit);
+        dialog.Add<DATACHECK>(CHECK, value, bit);
         RunWith(dialog, [&] {
-            EXPECT_EQ(IsDlgButtonChecked(dialog.hWnd, CHECK) != 0, row.Checked) << row.Value;
+            EXPECT_EQ(IsDlgButtonChecked(dialog.hWnd, CHECK) != 0, checked) << before;
             ClickOn(dialog, CHECK);
             ClickOn(dialog, IDOK);
         });
-        EXPECT_EQ(value, row.Clicked) << row.Value;
+        EXPECT_EQ(value, clicked) << before;
     }
 }
 
@@ -203,12 +194,7 @@ TEST(Rules, AnswerByTheKindOfTheirSource) {
     const RULESTATE checked{RULESTATE::CHECKABLE, true, ""}, list{RULESTATE::LIST, false, "POP3"},
         empty{RULESTATE::EDIT, false, ""}, named{RULESTATE::EDIT, false, file},
         folder{RULESTATE::EDIT, false, dir.Path()}, other{RULESTATE::OTHER, true, "x"};
-    const struct {
-        const RULESTATE& Source;
-        uint32_t Mode;
-        const char* Compare;
-        bool Disabled;
-    } table[] = {
+    const std::tuple<const RULESTATE&, uint32_t, const char*, bool> table[] = {
         {checked, RULE_SET, "", true},         {checked, RULE_CLEAR | RULE_HIDES, "", false},
         {list, RULE_EQUALS, "pop3", true},     {list, RULE_DIFFERS, "imap", true},
         {list, RULE_EQUALS, nullptr, false},   {empty, RULE_SET, "", false},
@@ -217,9 +203,8 @@ TEST(Rules, AnswerByTheKindOfTheirSource) {
         {folder, RULE_IS_DIRECTORY, "", true}, {named, RULE_NO_DIRECTORY, "", true},
         {other, RULE_SET, "", false},
     };
-    for (const auto& row : table)
-        EXPECT_EQ(RuleHolds(row.Source, row.Mode, row.Compare), row.Disabled)
-            << Std(row.Source.Text) << " " << row.Mode;
+    for (const auto& [source, mode, compare, disabled] : table)
+        EXPECT_EQ(RuleHolds(source, mode, compare), disabled) << Std(source.Text) << " " << mode;
     EXPECT_ASSERTIONS(3);
     EXPECT_FALSE(RuleHolds(checked, RULE_EQUALS, ""));
     EXPECT_FALSE(RuleHolds(list, RULE_SET, ""));
