@@ -156,12 +156,8 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
     constexpr const char* NONE =
         "-" NUMBER(COMMAND_EDIT_ITEM) " -" NUMBER(COMMAND_DELETE_ITEMS) " -" NUMBER(COMMAND_CHECK_ITEMS) " -" NUMBER(
             COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(COMMAND_SUSPEND_ITEMS) " -" NUMBER(COMMAND_STOP_SOUND) " ";
-    const struct {
-        const char* Name;
-        std::function<void()> Make;
-        const char* Bar;      // "-": not possible, "+": with a mark
-        const char* Buttons;  // that can be pressed
-    } steps[] = {
+    // In the bar "-": not possible, "+": with a mark. Buttons: that can be pressed.
+    const std::tuple<const char*, std::function<void()>, const char*, const char*> steps[] = {
         {"none selected", [&] { Select(0, false); }, NONE,
          NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " "},
         {"one", [&] { Select(1); }, "-" NUMBER(COMMAND_STOP_SOUND) " ",
@@ -183,17 +179,17 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
     };
     const auto& bar = *static_cast<NEWTOOLBAR*>(
         reinterpret_cast<WINDOW*>(GetWindowLongPtrW(GetDlgItem(Window->hWnd, 3), GWLP_USERDATA)));
-    for (const auto& step : steps) {
-        step.Make();
-        EXPECT_EQ(MenuLook(GetMenu(Window->hWnd)), step.Bar) << step.Name;
+    for (const auto& [name, make, inBar, buttons] : steps) {
+        make();
+        EXPECT_EQ(MenuLook(GetMenu(Window->hWnd)), inBar) << name;
         EXPECT_EQ(Given([&] {
                       for (const TOOLBUTTON& button : TOOLBUTTONS) {
                           const RECT place = bar.ButtonRect(button.Command);
                           Click(bar.hWnd, place.right - 1, place.top);
                       }
                   }),
-                  step.Buttons)
-            << step.Name;
+                  buttons)
+            << name;
     }
     EXPECT_EQ(PopupLook([&] { SendMessageW(Window->hWnd, WM_CONTEXTMENU, WPARAM(Window->List().Handle()), -1); }),
               "+" NUMBER(COMMAND_SUSPEND_ITEMS) " ");
@@ -227,12 +223,8 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
         });
     };
     const auto all = [&] { LISTVIEW(Window->List().Handle()).SelectAll(true); };
-    const struct {
-        const char* Name;
-        int Command;
-        std::function<void()> User;
-        const char *Names, *Said;  // of what is there afterwards, and of the messages
-    } steps[] = {
+    // At the end the names of what is there afterwards, and those of the messages.
+    const std::tuple<const char*, int, std::function<void()>, const char*, const char*> steps[] = {
         {"cancelled", COMMAND_ADD_ITEM, [&] { fill("gamma", IDCANCEL); }, "Alpha beta ", ""},
         {"added", COMMAND_ADD_ITEM, [&] { fill("gamma", IDOK); }, "Alpha beta gamma ", ""},
         {"edited", COMMAND_EDIT_ITEM,
@@ -257,19 +249,19 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
          },
          "", "Tarnwick;"},
     };
-    for (const auto& step : steps) {
+    for (const auto& [step, command, user, wantedNames, wantedSaid] : steps) {
         said.clear();
-        step.User();
-        Command(step.Command);
+        user();
+        Command(command);
         std::string names, stored = ReadBytes(Data.File("accounts.ini"));
         for (const std::string& row : Rows()) {
             names += row.substr(0, row.find('|')) + " ";
-            EXPECT_NE(stored.find("Name=" + row.substr(0, row.find('|'))), std::string::npos) << step.Name;
+            EXPECT_NE(stored.find("Name=" + row.substr(0, row.find('|'))), std::string::npos) << step;
         }
-        EXPECT_EQ(names, step.Names) << step.Name;
-        EXPECT_EQ(said, step.Said) << step.Name;
-        EXPECT_EQ(Engine->Items.Count(), std::count(names.begin(), names.end(), ' ')) << step.Name;
-        EXPECT_EQ(Engine->Items.Count(), std::count(stored.begin(), stored.end(), '#')) << step.Name;
+        EXPECT_EQ(names, wantedNames) << step;
+        EXPECT_EQ(said, wantedSaid) << step;
+        EXPECT_EQ(Engine->Items.Count(), std::count(names.begin(), names.end(), ' ')) << step;
+        EXPECT_EQ(Engine->Items.Count(), std::count(stored.begin(), stored.end(), '#')) << step;
     }
 }
 

@@ -52,18 +52,16 @@ TEST_F(Recipients, AreCountedAndTheUserLookedFor) {
 }
 
 TEST_F(Recipients, GradesSoftenWhatTheUserIsUsedTo) {
-    struct CASE {
-        const char *HaveLists, *Lists, *Bcc;
-        int Points;
-    };
-    for (const CASE& c : {CASE{"0", "0", "2", 30}, {"0", "3", "3", 40}, {"1", "1", "3", 20}, {"1", "3", "1", 20}}) {
-        State.Set("SpamHaveDistrLists", c.HaveLists);
-        State.Set("SpamDistrLists", c.Lists);
-        State.Set("SpamBccReceiver", c.Bcc);
+    const std::tuple<const char*, const char*, const char*, int> CASES[] = {
+        {"0", "0", "2", 30}, {"0", "3", "3", 40}, {"1", "1", "3", 20}, {"1", "3", "1", 20}};
+    for (const auto& [haveLists, lists, bcc, points] : CASES) {
+        State.Set("SpamHaveDistrLists", haveLists);
+        State.Set("SpamDistrLists", lists);
+        State.Set("SpamBccReceiver", bcc);
         int significance = 0;
         STRING reason;
-        EXPECT_EQ(SpamRecipients("To: x", "Cc: ", State, Vars, Texts, significance, reason), c.Points)
-            << c.HaveLists << c.Lists << c.Bcc;
+        EXPECT_EQ(SpamRecipients("To: x", "Cc: ", State, Vars, Texts, significance, reason), points)
+            << haveLists << lists << bcc;
     }
     // An address that is too short to be told from other text is passed over.
     State.Set("SpamMyEmail", "abc\r\n");

@@ -46,6 +46,9 @@ TEST(PopGet, OutcomeOfWhatAServerMaySay) {
     const std::vector<EXCHANGE> quit = From(QUIT), end;
     const std::string tail = BLOCK2 + BLOCK1, without2 = SUMMARY + BLOCK1, without1 = SUMMARY + BLOCK2;
     const OUTCOME badStat{false, "-ERR 999 STAT result error"}, badList{false, "-ERR 999 LIST result error"};
+    const auto sized = [](const std::string& size) {
+        return OUTCOME{true, SUMMARY + BLOCK2 + "X-Size: " + size + "\nX-Message-Id: 1|" + size + "\nC: d\n\n.\n\1"};
+    };
     struct {
         const char* What;
         PLACE Place;
@@ -80,17 +83,9 @@ TEST(PopGet, OutcomeOfWhatAServerMaySay) {
         {"LIST of another mail", LIST1, "+OK 2 30\r\n", end, badList},
         {"a negative size of a mail", LIST1, "+OK 1 -30\r\n", end, badList},
         {"a size of a mail that runs on", LIST1, "+OK 1 30k\r\n", From(TOP1), {true, SUMMARY + tail}},
-        {"a mail without a size",
-         LIST1,
-         "+OK 1\r\n",
-         From(TOP1),
-         {true, SUMMARY + BLOCK2 + "X-Size: 0\nX-Message-Id: 1|0\nC: d\n\n.\n\1"}},
+        {"a mail without a size", LIST1, "+OK 1\r\n", From(TOP1), sized("0")},
         {"a size of a mail past all numbers", LIST1, "+OK 1 99999999999999999999\r\n", end, badList},
-        {"a large size, and words",
-         LIST1,
-         "+ok 1 99999999999 or so\r\n",
-         From(TOP1),
-         {true, SUMMARY + BLOCK2 + "X-Size: 99999999999\nX-Message-Id: 1|99999999999\nC: d\n\n.\n\1"}},
+        {"a large size, and words", LIST1, "+ok 1 99999999999 or so\r\n", From(TOP1), sized("99999999999")},
         {"a size cut short", LIST1, "+OK 1 3", end, {false, "-ERR 999 Read Timeout"}, true},
         {"lines stop coming", TOP2, "+OK\r\nA: b\r\n", end, {false, "-ERR 999 Read Timeout"}, true},
         {"QUIT refused", QUIT, "-ERR\r\n", end, {true, SUMMARY + tail}},

@@ -155,31 +155,28 @@ TEST(DataPush, ChangesTheValueOnlyAsTheUserChooses) {
     const TEMPDIR dir;
     const STRING file = dir.File("mail \xDC.exe"), folder = dir.Path();
     WriteBytes(file, "");
-    const struct {
-        PUSHFUNCTION Function;
-        STRING Value, Text, TextAfter, Chosen;
-    } table[] = {
+    const std::tuple<PUSHFUNCTION, STRING, STRING, STRING, STRING> table[] = {
         {PushColor, "8388863", "text", "text", "8388863"},
         {PushFont, FontValue(font), "text", "text", STRING()},  // this machine may lack the font
         {PushFont, "too short", "text", "text", STRING()},
         {PushFile, "old", file, file, file},
         {PushFolder, "old", folder || "|more", folder, folder},
     };
-    for (const auto& row : table) {
+    for (const auto& [function, before, text, textAfter, picked] : table) {
         for (const int ending : {IDCANCEL, IDOK}) {
-            SCOPED_TRACE(std::to_string(&row - table) + " ends with " + std::to_string(ending));
-            STRING value = row.Value;
+            SCOPED_TRACE(Std(before) + " ends with " + std::to_string(ending));
+            STRING value = before;
             DATADIALOG dialog(FORM, nullptr);
-            dialog.AddPush(PUSH, value, row.Function, {EDIT, "Programs|*.exe"});
+            dialog.AddPush(PUSH, value, function, {EDIT, "Programs|*.exe"});
             RunWith(dialog, [&] {
-                dialog.SetControlText(EDIT, row.Text);
+                dialog.SetControlText(EDIT, text);
                 Answer(dialog.hWnd, static_cast<WPARAM>(ending));
                 ClickOn(dialog, PUSH);
-                EXPECT_EQ(dialog.ControlText(EDIT), ending == IDOK ? row.TextAfter : row.Text);
+                EXPECT_EQ(dialog.ControlText(EDIT), ending == IDOK ? textAfter : text);
                 ClickOn(dialog, IDOK);
             });
-            if (ending == IDCANCEL || row.Chosen.NotNull())
-                EXPECT_EQ(value, ending == IDOK ? row.Chosen : row.Value);
+            if (ending == IDCANCEL || picked.NotNull())
+                EXPECT_EQ(value, ending == IDOK ? picked : before);
             else
                 EXPECT_TRUE(FontFromValue(value, chosen) && chosen.lfFaceName[0] &&
                             value.GetFlags() & STRINGFLAG_BINARY);

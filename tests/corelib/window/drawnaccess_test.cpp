@@ -33,11 +33,7 @@ class DRAWNACCESSTEST : public testing::Test {
 };
 
 TEST_F(DRAWNACCESSTEST, TellsWhatTheButtonsAreAndWhereTheyLie) {
-    const struct {
-        const char *Name, *Description, *Action;
-        LONG Role, State;
-        int Id;
-    } table[] = {
+    const std::tuple<const char*, const char*, const char*, LONG, LONG, int> table[] = {
         {"Tool bar", "-", "-", ROLE_SYSTEM_TOOLBAR, STATE_SYSTEM_FOCUSABLE, 0},
         {"Mails", "tip 10", "Press", ROLE_SYSTEM_PUSHBUTTON, STATE_SYSTEM_FOCUSABLE, 10},
         {"-", "-", "-", ROLE_SYSTEM_SEPARATOR, STATE_SYSTEM_READONLY, 0},
@@ -46,15 +42,15 @@ TEST_F(DRAWNACCESSTEST, TellsWhatTheButtonsAreAndWhereTheyLie) {
     };
     ASSERT_EQ(Access.Count(), 4);
     for (LONG i = 0; i <= 4; ++i) {
-        const auto& row = table[i];
-        EXPECT_EQ(Access.Text(&IAccessible::get_accName, i), row.Name);
-        EXPECT_EQ(Access.Text(&IAccessible::get_accDescription, i), row.Description);
-        EXPECT_EQ(Access.Text(&IAccessible::get_accDefaultAction, i), row.Action);
-        EXPECT_EQ(Access.Number(&IAccessible::get_accRole, i), row.Role);
-        EXPECT_EQ(Access.Number(&IAccessible::get_accState, i), row.State);
-        if (row.Id == 0)
+        const auto& [name, description, action, role, state, id] = table[i];
+        EXPECT_EQ(Access.Text(&IAccessible::get_accName, i), name);
+        EXPECT_EQ(Access.Text(&IAccessible::get_accDescription, i), description);
+        EXPECT_EQ(Access.Text(&IAccessible::get_accDefaultAction, i), action);
+        EXPECT_EQ(Access.Number(&IAccessible::get_accRole, i), role);
+        EXPECT_EQ(Access.Number(&IAccessible::get_accState, i), state);
+        if (id == 0)
             continue;
-        RECT wanted = Bar->ButtonRect(row.Id);
+        RECT wanted = Bar->ButtonRect(id);
         MapWindowPoints(Bar->hWnd, nullptr, reinterpret_cast<POINT*>(&wanted), 2);
         LONG left = 0, top = 0, width = 0, height = 0;
         EXPECT_EQ(Access->accLocation(&left, &top, &width, &height, Element(i)), S_OK);

@@ -51,28 +51,24 @@ class USER {
 };
 
 TEST(HINTS, AreRememberedInTheRegistryOrATable) {
-    struct CASE {
-        const char* Name;
-        int Button;
-        bool Never, InTable, Answer, AnswerAgain;
-        int SeenTwice;  // windows of two calls
-    };
-    for (const CASE& c : {CASE{"yes for good", IDOK, true, true, true, true, 1},
-                          CASE{"no for good", IDCANCEL, true, true, false, false, 1},
-                          CASE{"no for good, registry", IDCANCEL, true, false, false, false, 1},
-                          CASE{"yes for good, registry", IDOK, true, false, true, true, 1},
-                          CASE{"yes this time", IDOK, false, true, true, true, 2}}) {
-        SCOPED_TRACE(c.Name);
+    // For each two calls: the button, whether it is for good, in a table, the answer of both, and their windows.
+    const std::tuple<int, bool, bool, bool, int> cases[] = {{IDOK, true, true, true, 1},
+                                                            {IDCANCEL, true, true, false, 1},
+                                                            {IDCANCEL, true, false, false, 1},
+                                                            {IDOK, true, false, true, 1},
+                                                            {IDOK, false, true, true, 2}};
+    for (const auto& [button, never, inTable, answer, windows] : cases) {
+        SCOPED_TRACE(std::to_string(button) + " " + std::to_string(never) + " " + std::to_string(inTable));
         REGISTRY(WINDOW_COMPANY, PRODUCT, ROOT_CURRENT_USER).Delete("Hint");
         STRINGARRAY table;
         table.AllowNewKeys(false);
-        STRINGARRAY* const state = c.InTable ? &table : nullptr;
-        USER user(c.Button, c.Never);
-        EXPECT_EQ(AskHint(nullptr, "One\nTwo", TITLE, PRODUCT, "Hint", state), c.Answer);
-        EXPECT_EQ(AskHint(nullptr, "One\nTwo", TITLE, PRODUCT, "Hint", state), c.AnswerAgain);
-        EXPECT_EQ(user.Seen(), c.SeenTwice);
+        STRINGARRAY* const state = inTable ? &table : nullptr;
+        USER user(button, never);
+        for (int call = 0; call < 2; ++call)
+            EXPECT_EQ(AskHint(nullptr, "One\nTwo", TITLE, PRODUCT, "Hint", state), answer);
+        EXPECT_EQ(user.Seen(), windows);
         EXPECT_TRUE(table.IsLocked());
-        EXPECT_EQ(table.Exists("Hint"), c.InTable && c.Never);
+        EXPECT_EQ(table.Exists("Hint"), inTable && never);
     }
 }
 
