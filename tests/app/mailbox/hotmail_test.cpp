@@ -111,26 +111,6 @@ TEST_F(WebMail, AFormIsFilledInAndItsRedirectFollowed) {
     EXPECT_EQ(Sent("Accept-Encoding: ").size(), 3U) << "twice in the form's head";
 }
 
-TEST(HotmailPages, AreTakenApart) {
-    const std::tuple<const char*, bool, const char*, const char*> cases[] = {
-        {"<title>Home</title>\n<a href=\"x\">\n<A HREF=\"in\">INBOX</a>", true, nullptr, "in"},
-        {"<title>Hotmail Home</title>\n>Inbox</ without\n<a href='in'>Inbox</a>", true, nullptr, nullptr},
-        {"<TITLE>home</TITLE>", false, nullptr, nullptr},
-        {"<META HTTP-EQUIV=refresh\ncontent=\"0;URL=no\">\n<meta http-equiv=\"x\" content=\"0;URL=go?a=b\">", false,
-         "go?a=b", nullptr},
-        {"<meta http-equiv url=rest", false, "rest", nullptr},
-    };
-    for (const auto& [page, home, refresh, inbox] : cases) {
-        STRING link;
-        EXPECT_EQ(HOTMAILPAGES::IsHomePage(page), home) << page;
-        EXPECT_EQ(HOTMAILPAGES::FindMetaRefresh(page, link), refresh != nullptr) << page;
-        EXPECT_EQ(link, refresh ? refresh : "");
-        link = STRING();
-        EXPECT_EQ(HOTMAILPAGES::FindInboxLink(page, link), inbox != nullptr) << page;
-        EXPECT_EQ(link, inbox ? inbox : "");
-    }
-}
-
 TEST_F(WebMail, RowsOfTheTable) {
     const auto block = [](const std::string& from, const std::string& subject, const std::string& id, int seen) {
         return "To: joe@webmail.example\nFrom: " + from + "\nSubject: " + subject + "\nMessage-Id: " + id +
@@ -163,20 +143,6 @@ TEST_F(WebMail, RowsOfTheTable) {
         (void)HotmailListing(session, Row.Progress(), "joe", 0, page, result);
         EXPECT_EQ(Std(result), listing) << html;
     }
-}
-
-TEST_F(WebMail, AMailsOwnPageGivesItsText) {
-    Play({"HTTP/1.0 200 OK\r\n\r\n<DIV>\r\nfi\rrst\r\n\r\n.\r\n</div>\r\nelse\r\n",
-          "HTTP/1.0 404 No\r\n\r\n<div>\r\nx\r\n"});
-    WEBSESSION session(Settings, StopAsked);
-    STRING page =
-        "Subject\n<tr><input type=\"checkbox\" name=\"1\"><td>A<td><a class=x href=\"http://m.example/1\">B</a></tr>\n"
-        "<tr><input type=\"checkbox\" name=\"2\"><td>C<td><a href='2'>D</a></tr>\n";
-    STRING result;
-    EXPECT_TRUE(HotmailListing(session, Row.Progress(), "joe", 1, page, result));
-    EXPECT_NE(result.Pos("Seen: 1\n\nfirst\n\n.\n\1"), -1) << Std(result);
-    EXPECT_NE(result.Pos(("Seen: 1\n\n" + NOT_FETCHED + "\n\1").c_str()), -1) << Std(result);
-    EXPECT_EQ(Sent("GET ").back(), "GET http://m.example/2 HTTP/1.0");
 }
 
 TEST_F(WebMail, FailuresKeepTheirWords) {

@@ -4,7 +4,6 @@
 
 #include "corelib/system/registry.h"
 #include "corelib/system/startprogram.h"
-#include "corelib/window/taskbaricon.h"
 #include "corelib/window/widetext.h"
 #include "corelib/window/window.h"
 #include "tests/support/windowtest.h"
@@ -83,26 +82,6 @@ TEST(ASSERTIONS, AreAskedAboutOneAtATime) {
     PostQuitMessage(0);
     EXPECT_TRUE(AskToGoOn(TITLE, "nobody sees this"));
     Pump();
-}
-
-TEST(TRAY, RefusedOrLostIconCanBeAddedAgain) {
-    constexpr int ICON = 2050;
-    const WINDOW window(WS_OVERLAPPEDWINDOW, "tray", 0, 0, 100, 100, nullptr, 0, "TrayTest");
-    auto first =
-        std::make_unique<TASKBARICON>(window.Hwnd(), ICON, STRING(std::string_view(std::string(200, 'x'))), WM_APP);
-    ASSERT_TRUE(first->IsUp());
-    // The shell takes no second one of the same number.
-    TASKBARICON icon(window.Hwnd(), ICON, "second", WM_APP);
-    EXPECT_FALSE(icon.IsUp());
-    first.reset();
-    icon.SetIcon(ICON + 1);
-    EXPECT_FALSE(icon.IsUp());
-    icon.Add();
-    EXPECT_TRUE(icon.IsUp());
-    icon.SetTooltip("other");
-    EXPECT_TRUE(icon.IsUp());
-    EXPECT_ASSERTIONS(1);
-    icon.SetIcon(4711);  // there is no such picture
 }
 
 TEST(STARTPROGRAM, PassesNameArgumentsDirectoryAndState) {
