@@ -98,6 +98,18 @@ void TypeKey(HWND window, int key) {
     Pump();
 }
 
+int PixelsUnlike(HWND window, const RECT& part, COLORREF colour) {
+    Pump();
+    UpdateWindow(window);
+    const HDC dc = GetDC(window);
+    int count = 0;
+    for (int y = part.top; y < part.bottom; ++y)
+        for (int x = part.left; x < part.right; ++x)
+            count += GetPixel(dc, x, y) != colour;
+    ReleaseDC(window, dc);
+    return count;
+}
+
 int GdiHandles() {
     if (!IsWine())
         return static_cast<int>(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS));

@@ -25,6 +25,9 @@ void Click(HWND window, int x, int y);
 /// A key pressed and released in a window, through its queue.
 void TypeKey(HWND window, int key);
 
+/// How many pixels of a part of a window are of another colour, once all that waits is drawn.
+int PixelsUnlike(HWND window, const RECT& part, COLORREF colour);
+
 /// Handles of this process: pictures, fonts and the like, and windows, menus and icons.
 int GdiHandles();
 int UserHandles();

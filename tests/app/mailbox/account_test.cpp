@@ -44,11 +44,7 @@ TEST(MailAccount, KnowsAMailboxInEveryStoredForm) {
 }
 
 TEST(MailAccount, ReadsItsCountsFromAnyText) {
-    const struct {
-        const char* Text;
-        MAILCOUNTS Counts;
-        const char* Written;
-    } cases[] = {
+    const std::tuple<const char*, MAILCOUNTS, const char*> cases[] = {
         {"12|3", {12, 3, true, false}, "12|3"},
         {"12|3?", {12, 3, false, false}, "12|3?"},
         {"0E|0E", {0, 0, true, true}, "0E|0E"},
@@ -59,13 +55,13 @@ TEST(MailAccount, ReadsItsCountsFromAnyText) {
         {"|?", {0, 0, false, false}, "0|0?"},
         {"4|2|9?", {4, 2, true, false}, "4|2"},
     };
-    for (const auto& c : cases) {
+    for (const auto& [text, wanted, written] : cases) {
         STRINGARRAY item;
-        item.Set("LastRC", c.Text);
+        item.Set("LastRC", text);
         const MAILCOUNTS counts = MAILACCOUNT::Counts(item);
-        EXPECT_TRUE(counts == c.Counts) << c.Text;
+        EXPECT_TRUE(counts == wanted) << text;
         MAILACCOUNT::SetCounts(item, counts);
-        EXPECT_EQ(item.Get("LastRC"), c.Written) << c.Text;
+        EXPECT_EQ(item.Get("LastRC"), written) << text;
     }
 }
 

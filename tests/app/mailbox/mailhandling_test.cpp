@@ -21,20 +21,15 @@ STRINGARRAY Item(int type, const std::string& server) {
 }
 
 TEST(MailHandling, EveryTypeHasAnAnswer) {
-    struct {
-        int Type;
-        int Assertions;  // of each call
-        std::string Listing;
-        std::string MoveError;
-        bool Deleted = false;
-    } const cases[] = {
-        {ITEMTYPE_MAPI, 0, std::string("-ERR ") + NO_HANDLER_TEXT, NO_HANDLER_TEXT},
-        {ITEMTYPE_POP3, 0, "-ERR No response", "Not supported!"},
-        {ITEMTYPE_IMAP, 0, "-ERR No response", ""},
+    // The assertions are those of each call.
+    const std::tuple<int, int, std::string, const char*, bool> cases[] = {
+        {ITEMTYPE_MAPI, 0, std::string("-ERR ") + NO_HANDLER_TEXT, NO_HANDLER_TEXT, false},
+        {ITEMTYPE_POP3, 0, "-ERR No response", "Not supported!", false},
+        {ITEMTYPE_IMAP, 0, "-ERR No response", "", false},
         // A log-in that fails counts as a deletion: the next check sees the mails again.
         {ITEMTYPE_HOTMAIL, 0, "-ERR 4096 No response", "", true},
-        {4, 1, "-ERR Unknown Error", ""},
-        {-1, 1, "-ERR Unknown Error", ""},
+        {4, 1, "-ERR Unknown Error", "", false},
+        {-1, 1, "-ERR Unknown Error", "", false},
     };
     RECORDINGROW row;
     const std::string nobody = "127.0.0.1:" + std::to_string(ClosedPort());
@@ -42,18 +37,18 @@ TEST(MailHandling, EveryTypeHasAnAnswer) {
     settings.Set("DoHttpProxy", "1");
     settings.Set("HttpProxy", STRING(nobody));
     MAILHANDLING mailboxes(row, row, settings);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.Type);
-        EXPECT_ASSERTIONS(3 * c.Assertions);
-        STRINGARRAY item = Item(c.Type, nobody);
-        EXPECT_EQ(mailboxes.GetMailbox(item), c.Listing);
+    for (const auto& [type, assertions, listing, moveError, deleted] : cases) {
+        SCOPED_TRACE(type);
+        EXPECT_ASSERTIONS(3 * assertions);
+        STRINGARRAY item = Item(type, nobody);
+        EXPECT_EQ(mailboxes.GetMailbox(item), listing);
         EXPECT_EQ(item.Get("@InUpdate"), "0");
         STRING error = "from before";
-        EXPECT_EQ(mailboxes.DeleteMail(item, "1|1", error), c.Deleted);
+        EXPECT_EQ(mailboxes.DeleteMail(item, "1|1", error), deleted);
         EXPECT_NE(error, "from before");
         error = "from before";
         EXPECT_FALSE(mailboxes.MoveMail(item, "1|1", "folder", error));
-        EXPECT_EQ(error, c.MoveError);
+        EXPECT_EQ(error, moveError);
     }
 }
 

@@ -64,15 +64,9 @@ TEST_F(LISTVIEWTEST, SaysSomethingWhileItIsEmpty) {
     List.Move(0, 0, 390, 250);
     List.AddColumns("Name");
     List.SetEmptyText("nothing here");
-    const auto speaks = [this] {
-        Pump();
-        const WINDOWDC dc(List.Hwnd());
-        int drawn = 0;  // in the row of the text, right of where a row's would stand
-        for (int x = 120; x < 280; ++x)
-            for (int y = ScalePixels(20); y < ScalePixels(60); ++y)
-                drawn += GetPixel(dc, x, y) != GetSysColor(COLOR_WINDOW);
-        return drawn > 0;
-    };
+    // In the row of the text, right of where a row's would stand.
+    const RECT place{120, ScalePixels(20), 280, ScalePixels(60)};
+    const auto speaks = [&] { return PixelsUnlike(List.Hwnd(), place, GetSysColor(COLOR_WINDOW)) > 0; };
     EXPECT_TRUE(speaks());
     List.InsertRecord(0, -1, "a");
     EXPECT_FALSE(speaks());

@@ -34,16 +34,7 @@ class TOOLBARTEST : public testing::Test {
         return checked;
     }
     // How many pixels of a button differ from the bar's own colour.
-    int Drawn(int id) const {
-        UpdateWindow(Bar.Hwnd());
-        const WINDOWDC dc(Bar.Hwnd());
-        const RECT rect = Bar.ButtonRect(id);
-        int count = 0;
-        for (int y = rect.top; y < rect.bottom; ++y)
-            for (int x = rect.left; x < rect.right; ++x)
-                count += GetPixel(dc, x, y) != GetSysColor(COLOR_BTNFACE);
-        return count;
-    }
+    int Drawn(int id) const { return PixelsUnlike(Bar.Hwnd(), Bar.ButtonRect(id), GetSysColor(COLOR_BTNFACE)); }
 
     COMMANDPARENT Parent;
     NEWTOOLBAR Bar{Parent.Hwnd()};
