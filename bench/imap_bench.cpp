@@ -5,9 +5,10 @@
 #include "app/mailbox/imap.h"
 #include "bench/report.h"
 #include "bench/unwatched.h"
+#include "tests/support/times.h"
 
 int main(int argc, char** argv) {
-    ImapTimes.PauseMs = 0;
+    SHRINKABLE::ImapTimes.PauseMs = 0;
     return MeasureClient(argc, argv, [](char** words) {
         UNWATCHED row;
         STRING listing;

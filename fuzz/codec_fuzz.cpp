@@ -7,7 +7,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     STRING text(std::string_view(reinterpret_cast<const char*>(data), size));
     text.Unescape();
     text.FromBase64();
-    for (int breaklines : {0, 1})
+    for (bool breaklines : {false, true})
         if (!(text.ToBase64(breaklines).FromBase64() == text))
             abort();
     if (!(text.Escape("={}").Unescape() == text))

@@ -7,6 +7,7 @@
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
 #include "corelib/net/webget.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -51,16 +52,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     constexpr size_t MOST = 32768;
     if (size == 0)
         return 0;
-    TcpTimes.ReadFailedMs = 1;
-    WebTimes.AnswerMs = 4;
-    WebTimes.ReadMs = 1;
-    WebTimes.DecodedBytes = MOST;
+    SHRINKABLE::TcpTimes.ReadFailedMs = 1;
+    SHRINKABLE::WebTimes.AnswerMs = 4;
+    SHRINKABLE::WebTimes.ReadMs = 1;
+    SHRINKABLE::WebTimes.DecodedBytes = MOST;
     const std::string_view words(reinterpret_cast<const char*>(data + 1), std::min(size - 1, MOST));
     int asksLeft = data[0];
 
     SERVER server(words);
     char line[64];
-    TCP::ReadLine(server, line, sizeof line, WebTimes.AnswerMs);
+    TCP::ReadLine(server, line, sizeof line, SHRINKABLE::WebTimes.AnswerMs);
     STRING result = "";
     WEBGET(CancelWhenDue, &asksLeft).ReadData(server, result);
     std::string_view read = result.View();

@@ -8,6 +8,7 @@
 #include "corelib/base/ascii.h"
 #include "fuzz/answeringdevice.h"
 #include "fuzz/saidserver.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -94,12 +95,12 @@ void ReadWhatAMailSays(const uint8_t* data, size_t size) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    TcpTimes.ReadFailedMs = 1;
-    ImapTimes.PauseMs = 0;
-    ImapTimes.LineMs = 4;
+    SHRINKABLE::TcpTimes.ReadFailedMs = 1;
+    SHRINKABLE::ImapTimes.PauseMs = 0;
+    SHRINKABLE::ImapTimes.LineMs = 4;
     ReadWhatAServerSays(data, size);
     // This one answers.
-    ImapTimes.LineMs = 10000;
+    SHRINKABLE::ImapTimes.LineMs = 10000;
     ReadWhatAMailSays(data, size);
     return 0;
 }

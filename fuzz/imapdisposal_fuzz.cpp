@@ -6,6 +6,7 @@
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
 #include "fuzz/saidserver.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -66,14 +67,14 @@ class WATCHINGSERVER : public SAIDSERVER {
 // only mails that were asked for are copied, marked and expunged. The first lines are ids ("|" between them), folder,
 // user and password; the server says the rest.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    TcpTimes.ReadFailedMs = 1;
-    ImapTimes.LineMs = 4;
-    ImapTimes.PauseMs = 0;
+    SHRINKABLE::TcpTimes.ReadFailedMs = 1;
+    SHRINKABLE::ImapTimes.LineMs = 4;
+    SHRINKABLE::ImapTimes.PauseMs = 0;
     std::string_view rest(reinterpret_cast<const char*>(data), size);
     STRING words[4];
     for (STRING& word : words) {
         word = STRING(rest.substr(0, rest.find('\n')));
-        word.Replace("|", "\n", 1);
+        word.Replace("|", "\n");
         rest.remove_prefix(std::min(static_cast<size_t>(word.Length()) + 1, rest.size()));
     }
     UNWATCHED row;

@@ -5,6 +5,7 @@
 #include "app/mailbox/pop3.h"
 #include "corelib/base/ascii.h"
 #include "fuzz/saidserver.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -69,12 +70,12 @@ void ReadBetweenTwo(std::string_view mail) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    TcpTimes.ReadFailedMs = 1;
-    PopTimes.GreetingMs = PopTimes.ReplyMs = 4;
+    SHRINKABLE::TcpTimes.ReadFailedMs = 1;
+    SHRINKABLE::PopTimes.GreetingMs = SHRINKABLE::PopTimes.ReplyMs = 4;
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     ReadAnything(bytes);
     // This server says it all, however long the machine takes to hear it.
-    PopTimes.GreetingMs = PopTimes.ReplyMs = 20000;
+    SHRINKABLE::PopTimes.GreetingMs = SHRINKABLE::PopTimes.ReplyMs = 20000;
     ReadBetweenTwo(bytes.substr(0, MOST_BYTES));
     return 0;
 }

@@ -4,6 +4,7 @@
 
 #include "app/mailbox/pop3.h"
 #include "fuzz/saidserver.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -31,8 +32,8 @@ bool Agrees(std::string_view reply, const std::string& number, const std::string
 
 // Whatever a server says, a mail is deleted only if it was asked for, and if the line before says that it has its size.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    TcpTimes.ReadFailedMs = 1;
-    PopTimes.GreetingMs = PopTimes.ReplyMs = 4;
+    SHRINKABLE::TcpTimes.ReadFailedMs = 1;
+    SHRINKABLE::PopTimes.GreetingMs = SHRINKABLE::PopTimes.ReplyMs = 4;
     QUIETCALL call;
     SAIDSERVER server(data, size);
     STRING error;

@@ -15,8 +15,6 @@
 #include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
 
-CHECKTIMES CheckTimes;
-
 namespace {
 
 constexpr int RESULT_COLUMN = 1;
@@ -98,7 +96,7 @@ void CHECKCYCLE::Start() {
 }
 
 bool CHECKCYCLE::Wait(int timeout) {
-    return !hThread || OSYS::WaitThread(hThread, timeout) == 1;
+    return !hThread || OSYS::WaitThread(hThread, timeout);
 }
 
 unsigned CHECKCYCLE::ThreadBody(void* cycle) {
@@ -107,7 +105,7 @@ unsigned CHECKCYCLE::ThreadBody(void* cycle) {
 
 unsigned CHECKCYCLE::WorkThread() {
     while (!stopRequested) {
-        CLOCK::Sleep(CheckTimes.TurnMs);
+        CLOCK::Sleep(Parts.Times.TurnMs);
         if (!stopRequested)
             Turn();
     }
@@ -127,7 +125,7 @@ void CHECKCYCLE::Turn() {
     const int type = Parts.State.GetNumber("ConnectionType");
     if (type != CONNECTION_PERMANENT && Parts.State.GetNumber("ConnectionDunDial") != 0 && !IsOnline())
         DialIfDue();
-    if (IsOnline() && (type == CONNECTION_PERMANENT || CLOCK::Seconds() - onlineSince > CheckTimes.SettleSeconds)) {
+    if (IsOnline() && (type == CONNECTION_PERMANENT || CLOCK::Seconds() - onlineSince > Parts.Times.SettleSeconds)) {
         WalkItems();
         EndDialling();
     }
@@ -137,7 +135,7 @@ void CHECKCYCLE::Turn() {
 /// Pauses in pieces of a turn, so that the end of the program is not held up.
 void CHECKCYCLE::Pause(int ms) {
     while (ms > 0 && !stopRequested) {
-        const int piece = std::min(ms, CheckTimes.TurnMs);
+        const int piece = std::min(ms, Parts.Times.TurnMs);
         CLOCK::Sleep(piece);
         ms -= piece;
     }
@@ -301,23 +299,23 @@ void CHECKCYCLE::Refreshed(STRINGARRAY& item) {
     item.Set("@ForcePopup", "0");
 }
 
-void CHECKCYCLE::ForceRefresh(STRINGARRAY& item, int popup) {
+void CHECKCYCLE::ForceRefresh(STRINGARRAY& item, bool popup) {
     item.SetNumber("@ForcePopup", popup);
     item.SetNumber("@ForceRefresh", item.GetNumber("@ForceRefresh") + 1);
 }
 
-int CHECKCYCLE::SetItemState(STRINGARRAY& item, int kind, int value) {
+bool CHECKCYCLE::SetItemState(STRINGARRAY& item, int kind, int value) {
     if (!ASSERTION(kind == ITEMSTATE_LOCKED || kind == ITEMSTATE_INUPDATE, "kind"))
-        return 0;
+        return false;
     MUTEXHOLD hold(itemMutex);
     if (value == ITEMSTATE_ASK)
-        return item.GetNumber("@InUpdate");
+        return item.GetNumber("@InUpdate") != 0;
     const char* own = kind == ITEMSTATE_LOCKED ? "@Locked" : "@InUpdate";
     const char* other = kind == ITEMSTATE_LOCKED ? "@InUpdate" : "@Locked";
     if (value != 0 && item.GetNumber(other) != 0)
-        return 0;
+        return false;
     item.SetNumber(own, value);
-    return 1;
+    return true;
 }
 
 void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
@@ -338,7 +336,7 @@ void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
     updating = false;
     Parts.FrontEnd.MakeTaskbarIcon();
     if (popupOpened)
-        Pause(CheckTimes.PopupPauseMs);
+        Pause(Parts.Times.PopupPauseMs);
     // Here and not where the title is drawn: the folder may be large, and the window must not wait for it.
     if (!IsStopRequested())
         Parts.Trash.Recount();

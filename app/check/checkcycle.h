@@ -18,13 +18,12 @@ class DIALUP;
 class SPAMFILTER;
 class TRASHSTORE;
 
-/// Periods and pauses of the check cycle. Tests shrink them.
+/// Periods and pauses of the check cycle.
 struct CHECKTIMES {
     int TurnMs = 500;         // one turn of the work loop
     int SettleSeconds = 5;    // a connection that came up by itself is used when more than this has passed
     int PopupPauseMs = 2500;  // between the popups of two items
 };
-extern CHECKTIMES CheckTimes;
 
 /// What the check cycle works with; all of it outlives the cycle.
 struct CHECKPARTS {
@@ -37,6 +36,7 @@ struct CHECKPARTS {
     TRASHSTORE& Trash;
     NOTIFIER& Notifier;
     DIALUP& Dialup;
+    CHECKTIMES Times = {};
 };
 
 /// The work thread: decides twice a second whether the machine is online and which item is due, and checks one item
@@ -72,12 +72,12 @@ class CHECKCYCLE {
     static bool NeedsRefresh(STRINGARRAY& item);
     /// Stamps the item as checked.
     static void Refreshed(STRINGARRAY& item);
-    /// Requests one more check, for which popup 1 means that the user wants an answer even if nothing is new. Any
+    /// Requests one more check, for which popup means that the user wants an answer even if nothing is new. Any
     /// thread.
-    static void ForceRefresh(STRINGARRAY& item, int popup);
-    /// kind: ITEMSTATE_LOCKED or ITEMSTATE_INUPDATE; value 0 or 1: 1 on success, 0 if the other of the two states
-    /// holds. value ITEMSTATE_ASK: 1 if the item is in a check. Any thread.
-    int SetItemState(STRINGARRAY& item, int kind, int value);
+    static void ForceRefresh(STRINGARRAY& item, bool popup);
+    /// kind: ITEMSTATE_LOCKED or ITEMSTATE_INUPDATE; value 0 or 1: true on success, false if the other of the two
+    /// states holds. value ITEMSTATE_ASK: true if the item is in a check. Any thread.
+    bool SetItemState(STRINGARRAY& item, int kind, int value);
     /// Takes the item at index out of the table; false if it is in a check or just in the work thread's hands, or if
     /// there is none. The one safe way to delete an item while the thread runs.
     bool RemoveItem(int index);

@@ -56,7 +56,7 @@ constexpr ITEMKEY FRESH_KEYS[] = {{"@Showing", "0"},       {"@ForceRefresh", "0"
 }  // namespace
 
 int FindHandle(const RECORDARRAY& items, int handle) {
-    return items.FindRecord("@Handle", std::to_string(handle).c_str(), 1);
+    return items.FindRecord("@Handle", std::to_string(handle).c_str());
 }
 
 STRINGARRAY* FindItem(RECORDARRAY& items, int handle) {

@@ -190,7 +190,7 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
         status.AppendFormat(" (%d %s)", counts.Unseen, texts.Get(TEXT_UNREAD).Text());
     if (const int uncopied = CountUncopied(item, marks); uncopied > 0) {
         STRING text = texts.Get(TEXT_UNCOPIED);
-        text.Replace("$HOWMANY", std::to_string(uncopied).c_str(), 1);
+        text.Replace("$HOWMANY", std::to_string(uncopied).c_str());
         status += text;
     }
     Trace("TARNWICK::HandleNewMail mails= %s\n", status.Text());
@@ -215,6 +215,6 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     if (!gone.Trashed.empty() || !gone.Deleted.empty() || !gone.Moved.empty())
         parts.Notifier.SpamSentAway(item, records, gone);
     if (marks.Queued)
-        CHECKCYCLE::ForceRefresh(item, 0);
+        CHECKCYCLE::ForceRefresh(item, false);
     return status;
 }

@@ -188,7 +188,7 @@ class EXPLANATION {
     }
     std::string Text(int id, const std::string& value) const {
         STRING text = Texts.Get(id);
-        text.Replace("$1", value.c_str(), 1);
+        text.Replace("$1", value.c_str());
         return std::string(text.View());
     }
 

@@ -21,7 +21,7 @@ uint64_t ReadId(std::string_view text) {
 /// The highest id that has files in the folder; 0 without any.
 uint64_t HighestId(const STRING& folder) {
     DYNARRAY<STRING> files(64, 64);
-    OSYS::CollectFiles(folder.Text(), "*.*", &files, 0);
+    OSYS::CollectFiles(folder.Text(), "*.*", &files, false);
     uint64_t highest = 0;
     for (int i = 0; i < files.Count(); ++i) {
         const std::string_view path = files[i].View();
@@ -42,7 +42,7 @@ void TRASHSTORE::SetDirectory(const STRING& dataDir) {
 }
 
 void TRASHSTORE::Recount() {
-    MailCount = OSYS::CollectFiles(Folder.Text(), "*.ini", nullptr, 0);
+    MailCount = OSYS::CollectFiles(Folder.Text(), "*.ini", nullptr, false);
 }
 
 uint64_t TRASHSTORE::NextId() {

@@ -88,7 +88,7 @@ std::string MailText(const STRINGARRAY& mail) {
 
 std::string ReportLines(STRING report) {
     const char stored[] = {REASON_LINE_END, '\0'};
-    report.Replace(stored, "\n", 1);
+    report.Replace(stored, "\n");
     report.Strip('R', "\n");
     std::string lines;
     WORDCURSOR cursor(report, "\n");

@@ -102,7 +102,8 @@ int SESSION::Run() {
         if (!Demo->Start())
             return Refuse(Text(CTEXT_DEMO_FAILED));
     }
-    TARNWICK application(FrontEnd, FrontEnd, App.Arguments(), App.Texts());
+    // What is printed stays on the screen: no popup has to be waited for.
+    TARNWICK application(FrontEnd, FrontEnd, App.Arguments(), App.Texts(), {.PopupPauseMs = 0});
     FrontEnd.SetApplication(&application);
     const int code =
         application.Open() ? RunApplication(application) : Refuse(DISPLAYTEXT::Safe(application.StartError().View()));
@@ -183,7 +184,7 @@ int SESSION::CheckOnce(TARNWICK& application) {
     // One check for each, also for an account that has been forced already because it is new.
     for (int i = 0; i < application.Items.Count(); ++i)
         application.Items[i].Set("@ForceRefresh", "0");
-    application.ForceRefreshAll(1);
+    application.ForceRefreshAll(true);
     COMMANDS commands(application, FrontEnd, application.Programs());
     // The second pass carries out what the checks of the first have queued.
     for (int pass = 0; pass < 2; ++pass) {
@@ -284,8 +285,6 @@ void SESSION::PrintMails(TARNWICK& application) {
 
 int RunConsole(int argc, char** argv) {
     TERMINAL::Prepare();
-    // What is printed stays on the screen: no popup has to be waited for.
-    CheckTimes.PopupPauseMs = 0;
     const int code = SESSION(argc, argv).Run();
     ClosePool();
     return code;

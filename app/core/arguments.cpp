@@ -15,7 +15,7 @@ const char* BehindName(const STRING& word, const STRING& name) {
     if (text[0] != '/' && text[0] != '-') {
         return nullptr;
     }
-    return stricmp(word.Mid(1, name.Length()).Ptr(), name.Text(), 0) == 0 ? text + 1 + name.Length() : nullptr;
+    return stricmp(word.Mid(1, name.Length()).Ptr(), name.Text(), false) == 0 ? text + 1 + name.Length() : nullptr;
 }
 
 bool IsAbsolute(std::string_view path) {
@@ -104,7 +104,7 @@ ARGUMENTS::ARGUMENTS(int argc, const char* const* argv) : Words(16, 16), Line(""
 
 void ARGUMENTS::AddFile(const char* filename) {
     DYNARRAY<STRING> lines(16, 16);
-    if (!OSYS::FileExists(filename) || lines.LoadLines(filename, 0) == 0) {
+    if (!OSYS::FileExists(filename) || lines.LoadLines(filename) == 0) {
         return;
     }
     Trace("Loading commandline.ini");

@@ -166,7 +166,7 @@ bool COMMANDS::DoItemCommand(int command, const std::vector<int>& selected) {
         }
         if (command == COMMAND_SHOW_ITEMS_MAILS)
             item->Set("LastSeenIds", SHOW_ALL_IDS);
-        CHECKCYCLE::ForceRefresh(*item, command == COMMAND_CHECK_ITEMS_QUIETLY ? 0 : 1);
+        CHECKCYCLE::ForceRefresh(*item, command != COMMAND_CHECK_ITEMS_QUIETLY);
     }
     return true;
 }
@@ -183,20 +183,20 @@ void COMMANDS::CheckAll(bool asNew) {
             continue;
         if (asNew)
             item.Set("LastSeenIds", "");
-        CHECKCYCLE::ForceRefresh(item, 1);
+        CHECKCYCLE::ForceRefresh(item, true);
     }
 }
 
 void COMMANDS::CheckShown() {
     for (int i = 0; i < Application.Items.Count(); ++i) {
         if (Application.Items[i].GetNumber("@Showing") != 0)
-            CHECKCYCLE::ForceRefresh(Application.Items[i], 1);
+            CHECKCYCLE::ForceRefresh(Application.Items[i], true);
     }
 }
 
 STRING DeleteQuestion(const TEXTS& texts, int items, const STRING& name) {
     STRING question = texts.Get(items == 1 ? TEXT_DELETE_ONE : TEXT_DELETE_MANY);
-    question.Replace("$(n)", items == 1 ? name.Text() : std::to_string(items).c_str(), 1);
+    question.Replace("$(n)", items == 1 ? name.Text() : std::to_string(items).c_str());
     return question;
 }
 

@@ -47,7 +47,7 @@ DYNARRAY<STRING> FilesOf(const char* directory, const STRING& pattern) {
     STRING name;
     DIRSCAN scan(OSYS::FilePath(directory, pattern.Text()).Ptr(), name);
     for (; name.NotNull(); scan.Next()) {
-        if (!scan.IsDirectory() && stricmp(name.Ptr(), DATADIR_LOCKFILE, 0) != 0) {
+        if (!scan.IsDirectory() && stricmp(name.Ptr(), DATADIR_LOCKFILE, false) != 0) {
             names.Add(name);
         }
     }
@@ -134,14 +134,14 @@ void RemoveLeftovers(const STRING& directory) {
 
 STRING DataDirText(const TEXTS& texts, int id, const STRING& directory) {
     STRING text = texts.Get(id);
-    text.Replace("$DIR", FILES::NativePath(directory.Text()).Text(), 1);
+    text.Replace("$DIR", FILES::NativePath(directory.Text()).Text());
     return text;
 }
 
-int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir, const char* pending,
-                const char* patterns) {
+bool MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir, const char* pending,
+                 const char* patterns) {
     STRING newDir(pending);
-    const bool copy = newDir.ChopFirst('*') != 0;
+    const bool copy = newDir.ChopFirst('*');
     DYNARRAY<STRING> sources(64, 64);
     bool ok = IsOrBecomesDirectory(newDir);
     const bool same = ok && FILES::SamePlace(newDir.Text(), oldDir);
@@ -162,13 +162,13 @@ int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, con
         // All of them have been copied: what cannot be removed is there twice.
         (void)FILES::Remove(sources[i].Text());
     }
-    return ok ? 1 : 0;
+    return ok;
 }
 
 bool ReplaceDirectory(const char* oldDir, const char* newDir, STRING& value) {
     const STRING directory = OSYS::FileDirectory(value.Text());
     if (value.Length() == 0 ||
-        (stricmp(directory.Ptr(), oldDir, 0) != 0 && !FILES::SamePlace(directory.Text(), oldDir))) {
+        (stricmp(directory.Ptr(), oldDir, false) != 0 && !FILES::SamePlace(directory.Text(), oldDir))) {
         return false;
     }
     const std::string_view path = value.View();

@@ -20,10 +20,10 @@ void RemoveLeftovers(const STRING& directory);
 
 /// Carries out the pending change: copies the files that match `patterns` (split by "|") if asked, deletes them in the
 /// old place only when all were copied, and stores the new directory. Where that is the old one, in whatever spelling,
-/// nothing is to do but to drop the request. 1 on success; otherwise the old directory stays the one in use, a message
-/// has told each file that could not be copied, and the request is gone.
-[[nodiscard]] int MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir,
-                              const char* pending, const char* patterns);
+/// nothing is to do but to drop the request. True on success; otherwise the old directory stays the one in use, a
+/// message has told each file that could not be copied, and the request is gone.
+[[nodiscard]] bool MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir,
+                               const char* pending, const char* patterns);
 
 /// A message about a data directory by the number of its text.
 STRING DataDirText(const TEXTS& texts, int id, const STRING& directory);

@@ -157,7 +157,7 @@ void DATAFILES::UpdateDefinitions(STRING& buffer) {
         }
     }
     const bool missing = !OSYS::FileExists(path.Text());
-    const bool read = buffer.Load(missing ? FILE_SPAMDEF_DEFAULT : path.Text(), "r") != 0;
+    const bool read = buffer.Load(missing ? FILE_SPAMDEF_DEFAULT : path.Text(), "r");
     // Writing a refused file's own text back renews its time, so that the question does not come again at each start.
     if (missing || (refused && read)) {
         (void)buffer.Save(path.Text(), "w");
@@ -181,8 +181,8 @@ void DATAFILES::CreateMissing(const char* name, const char* defaultName, STRING&
 void DATAFILES::UpgradeSettings(const STRING& dialEntries) {
     STRINGARRAY& state = Tables.State;
     const STRING version = state.Get("Version");
-    const auto below = [&version](const char* other) { return stricmp(version.Text(), other, 0) < 0; };
-    if (stricmp(version.Text(), "0.00", 0) > 0) {
+    const auto below = [&version](const char* other) { return stricmp(version.Text(), other, false) < 0; };
+    if (stricmp(version.Text(), "0.00", false) > 0) {
         if (below("1.02") && Tables.Items.Count() > 0) {
             Tables.Items[0].Set("TrayCheck", "1");
         }
@@ -256,7 +256,7 @@ bool DATAFILES::SaveRecords(const char* name, const RECORDARRAY& table) {
 bool DATAFILES::SaveSettings() {
     const STRING path = Path(FILE_SETTINGS);
     (void)FILES::MakePrivate(path.Text());  // a new directory has no such file
-    const bool ok = Tables.State.Save(path.Text()) != 0;
+    const bool ok = Tables.State.Save(path.Text());
     if (!ok) {
         Trace("DATAFILES::SaveSettings %s could not be written\n", path.Text());
     }

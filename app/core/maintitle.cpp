@@ -12,7 +12,7 @@ STRING MainTitle(const TEXTS& texts, const ARGUMENTS& arguments, bool suspended,
         title += " " || texts.Get(TEXT_SUSPENDED);
     if (trashedMails > 0) {
         STRING trashed = texts.Get(TEXT_TRASHED);
-        trashed.Replace("$HOWMANY", std::to_string(trashedMails).c_str(), 1);
+        trashed.Replace("$HOWMANY", std::to_string(trashedMails).c_str());
         title += trashed;
     }
     return title;

@@ -10,7 +10,8 @@
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 
-TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts)
+TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts,
+                   const CHECKTIMES& times)
     : pState(64, 64),
       Items(64, 64),
       Types(64, 64),
@@ -25,7 +26,7 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
       Starter(MakeProgramStarter()),
       Teller(pState, Items, Types, frontEnd, texts, *Starter),
       Check(std::make_unique<CHECKCYCLE>(
-          CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler})) {
+          CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler, times})) {
     const STOPQUESTION stopAsked = [this] { return Check->IsStopRequested(); };
     Mail->SetStopQuestion(stopAsked);
     Spam->SetStopQuestion(stopAsked);
@@ -118,7 +119,7 @@ void TARNWICK::SettleOwnFiles() {
     const STRING refused = SettleLog();
     if (refused.NotNull()) {
         STRING text = TextTable.Get(TEXT_LOG_REFUSED);
-        text.Replace("$FILE", FILES::NativePath(refused.Text()).Text(), 1);
+        text.Replace("$FILE", FILES::NativePath(refused.Text()).Text());
         FrontEnd.ShowMessage(TextTable.Get(TEXT_PRODUCT), text);
     }
 }
@@ -136,7 +137,7 @@ bool TARNWICK::LockDataDir(const STRING& directory, OSYS::FILEHANDLE& lock) {
 void TARNWICK::Start() {
     Check->Start();
     if (Arguments.TestArg("CHECK")) {
-        ForceRefreshAll(1);
+        ForceRefreshAll(true);
     }
 }
 
@@ -175,7 +176,7 @@ STRINGARRAY TARNWICK::NewItem() {
 
 bool TARNWICK::AddItem(const STRINGARRAY& item) {
     auto record = std::make_unique<STRINGARRAY>(item);
-    CHECKCYCLE::ForceRefresh(*record, 0);
+    CHECKCYCLE::ForceRefresh(*record, false);
     Items.AddOwned(std::move(record));
     return SaveTables(SAVE_ITEMS);
 }
@@ -184,13 +185,13 @@ bool TARNWICK::RemoveItem(int index) {
     return Check->RemoveItem(index);
 }
 
-void TARNWICK::ForceRefreshAll(int popup) {
+void TARNWICK::ForceRefreshAll(bool popup) {
     for (int i = 0; i < Items.Count(); ++i) {
         CHECKCYCLE::ForceRefresh(Items[i], popup);
     }
 }
 
-void TARNWICK::ForceRefreshType(int type, int popup) {
+void TARNWICK::ForceRefreshType(int type, bool popup) {
     for (int i = 0; i < Items.Count(); ++i) {
         if (Items[i].GetNumber("Type") == type) {
             CHECKCYCLE::ForceRefresh(Items[i], popup);

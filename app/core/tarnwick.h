@@ -28,7 +28,8 @@ class SPAMFILTER;
 class TARNWICK {
  public:
     /// The listener is told of all that checks find, beside the user.
-    TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts);
+    TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts,
+             const CHECKTIMES& times = {});
     /// The normal end: waits for the work thread without limit and saves everything, unless EndSession has.
     ~TARNWICK();
     TARNWICK(const TARNWICK&) = delete;
@@ -60,10 +61,10 @@ class TARNWICK {
     STRINGARRAY* FindItem(int handle) { return ::FindItem(Items, handle); }
     /// Index of the item with that handle or name (without regard to case), -1 if none.
     int FindHandle(int handle) const { return ::FindHandle(Items, handle); }
-    int FindName(const char* name) const { return Items.FindRecord("Name", name, 1); }
+    int FindName(const char* name) const { return Items.FindRecord("Name", name); }
     /// Requests a check of every item, or of those of one Type.
-    void ForceRefreshAll(int popup);
-    void ForceRefreshType(int type, int popup);
+    void ForceRefreshAll(bool popup);
+    void ForceRefreshType(int type, bool popup);
 
     /// See DATAFILES. Front end's thread; SAVE_ALL is the end's own.
     [[nodiscard]] bool SaveTables(int mask) { return Files && Files->SaveTables(mask); }

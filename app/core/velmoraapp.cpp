@@ -34,10 +34,10 @@ int LanguageFromArguments(const ARGUMENTS& arguments) {
     if (!value.NotNull()) {
         return OSYS::UserLanguage();
     }
-    if (stricmp(value.Ptr(), "GER", 0) == 0) {
+    if (stricmp(value.Ptr(), "GER", false) == 0) {
         return LANGUAGE_GERMAN;
     }
-    return stricmp(value.Ptr(), "ENGL", 0) == 0 ? LANGUAGE_ENGLISH : atoi(value);
+    return stricmp(value.Ptr(), "ENGL", false) == 0 ? LANGUAGE_ENGLISH : atoi(value);
 }
 
 STRING ProgramDirectory(const STRING& programPath) {
@@ -45,7 +45,7 @@ STRING ProgramDirectory(const STRING& programPath) {
     if (OSYS::FileExists((directory || "\\..\\main.cpp").Ptr())) {
         for (const char* folder : {"\\Debug", "\\Debug2", "\\Release", "\\Release2"}) {
             const int length = STRING(folder).Length();
-            if (directory.Length() > length && stricmp(directory.Right(length).Ptr(), folder, 0) == 0) {
+            if (directory.Length() > length && stricmp(directory.Right(length).Ptr(), folder, false) == 0) {
                 directory.DeleteRight(length);
                 break;
             }

@@ -54,8 +54,6 @@ void AddDemoDirectory(std::vector<std::string>& words) {
             (STRING("/WORKDIR:") || OSYS::FilePath(GetWin32SystemPath(5).Text(), DEMO_DIRECTORY)).Text());
 }
 
-DEMOTIMES DemoTimes;
-
 struct DEMO::MAILBOX {
     explicit MAILBOX(const KIND& kind) : Kind(kind), Service(kind.Serve(Store)) {
         const int64_t now = CLOCK::Seconds();
@@ -68,7 +66,7 @@ struct DEMO::MAILBOX {
     std::unique_ptr<DEMOSERVICE> Service;
 };
 
-DEMO::DEMO() {
+DEMO::DEMO(int arrivalMs) : ArrivalMs(arrivalMs) {
     for (const KIND& kind : KINDS)
         Mailboxes.push_back(std::make_unique<MAILBOX>(kind));
 }
@@ -148,7 +146,7 @@ unsigned DEMO::ThreadBody(void* self) {
 }
 
 void DEMO::Arrivals() {
-    while (!StopArrivals.Wait(DemoTimes.ArrivalMs)) {
+    while (!StopArrivals.Wait(ArrivalMs)) {
         DeliverSome(1);
         if (Arrived % BURST_EVERY == 0) {
             DEMOSTORE& store = NextStore();

@@ -15,17 +15,11 @@ class TARNWICK;
 /// no directory: it leaves the user's own data alone.
 void AddDemoDirectory(std::vector<std::string>& words);
 
-/// How often a mail arrives, in ms. Tests shrink it.
-struct DEMOTIMES {
-    int ArrivalMs = 7000;
-};
-extern DEMOTIMES DemoTimes;
-
 /// The built-in demo: mailboxes full of sample mail, the servers that show them, and accounts that watch these.
 /// Outlives the application that has its accounts.
 class DEMO {
  public:
-    DEMO();
+    explicit DEMO(int arrivalMs = 7000);
     ~DEMO();
     DEMO(const DEMO&) = delete;
     DEMO& operator=(const DEMO&) = delete;
@@ -38,7 +32,7 @@ class DEMO {
     [[nodiscard]] bool AddAccounts(TARNWICK& application);
     /// Puts a few more mails into the mailboxes, in turn.
     void DeliverSome(int count);
-    /// From now on a mail arrives every few seconds, and a burst of spam now and then, which goes to the trash.
+    /// From now on a mail arrives every arrivalMs, and a burst of spam now and then, which goes to the trash.
     void StartArrivals(TARNWICK& application);
 
  private:
@@ -51,6 +45,7 @@ class DEMO {
     static unsigned ThreadBody(void* self);
     void Arrivals();
 
+    const int ArrivalMs;
     std::vector<std::unique_ptr<MAILBOX>> Mailboxes;
     STRINGARRAY Settings;
     std::atomic<int> Turn = 0;

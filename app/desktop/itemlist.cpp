@@ -37,7 +37,7 @@ ITEMIMAGE ItemImage(const STRINGARRAY& item, bool ignoreState) {
 
 ITEMLIST::ITEMLIST(HWND owner, TARNWICK& application) : Owner(owner), Application(application), List(owner, LIST_ID) {
     STRING heads = Application.Texts().Get(TEXT_COLUMNS);
-    heads.Replace("|", "\t", 1);
+    heads.Replace("|", "\t");
     List.AddColumns(heads);
     List.SetEmptyText(Application.Texts().Get(TEXT_EMPTY));
     // Why a check has failed is often longer than its column.
@@ -117,7 +117,7 @@ void ITEMLIST::Sort() {
         const auto num1 = names.find(handle1), num2 = names.find(handle2);
         if (!ASSERTION(num1 != names.end() && num2 != names.end(), "num1!=-1 && num2!=-1"))
             return 0;
-        const int order = stricmp(num1->second.Text(), num2->second.Text(), 0);
+        const int order = stricmp(num1->second.Text(), num2->second.Text(), false);
         return sign * order;
     });
     List.SetSortMark(std::clamp(Application.pState.GetNumber("LastSortColumn"), 0, RESULT_COLUMN), sign > 0);

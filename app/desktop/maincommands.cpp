@@ -31,7 +31,7 @@ void MAINWINDOW::DoCommand(int command) {
 
 void MAINWINDOW::ShowSaveError() {
     STRING text = App.Texts().Get(TEXT_NOT_SAVED);
-    text.Replace("$DIR", Application->DataDir().Text(), 1);
+    text.Replace("$DIR", Application->DataDir().Text());
     ShowError(hWnd, text, ProgramName());
 }
 
@@ -98,7 +98,7 @@ void MAINWINDOW::EditItem() {
     STRINGARRAY* item = FirstSelected();
     if (!item || !::EditItem(hWnd, App.Texts(), *item))
         return;
-    CHECKCYCLE::ForceRefresh(*item, 0);
+    CHECKCYCLE::ForceRefresh(*item, false);
     if (!Application->SaveTables(SAVE_ITEMS))
         ShowSaveError();
     Rows->FillListview();

@@ -62,7 +62,7 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
             return 0;
         case WM_POWERBROADCAST:
             if (Application && (first == PBT_APMRESUMESUSPEND || first == PBT_APMRESUMESTANDBY))
-                Application->ForceRefreshType(ITEMTYPE_MAPI, 0);
+                Application->ForceRefreshType(ITEMTYPE_MAPI, false);
             return WINDOW::WinProc(message, first, second);
         case WM_COMMAND:
             if (HIWORD(first) > 1)
@@ -184,7 +184,7 @@ void MAINWINDOW::OnToolTip(NMTTDISPINFOW& notice) {
         shown = L"Toolbar tool tip for HWND";
     } else {
         STRING text = MENU(GetMenu(hWnd)).ItemText(static_cast<int>(notice.hdr.idFrom)).Word(0, "\t", WORD_NEVERNULL);
-        text.Replace("&", "", 1);
+        text.Replace("&", "");
         shown = WideText(text);
     }
     notice.lpszText = shown.data();
@@ -276,7 +276,7 @@ void MAINWINDOW::OpenAlert() {
         KillTimer(hWnd, TIMER_ALERT);
         // One that has been clicked away is not read any longer.
         if (AlertWindow->IsVisible())
-            Sleep(static_cast<DWORD>(DesktopTimes.AlertReadMs));
+            Sleep(static_cast<DWORD>(Times.AlertReadMs));
         AlertWindow.reset();
     }
     const STRINGARRAY& state = Application->pState;
@@ -306,7 +306,7 @@ void MAINWINDOW::OnAlertClick(WPARAM button, LPARAM value) {
     if (button == 1) {
         // Before the mail program, which may have something to say and so let the next alert in.
         if (stands)
-            SetTimer(hWnd, TIMER_ALERT, static_cast<UINT>(DesktopTimes.AlertRightClickMs), nullptr);
+            SetTimer(hWnd, TIMER_ALERT, static_cast<UINT>(Times.AlertRightClickMs), nullptr);
         Engine->StartMailProgram(value > COMMAND_VALUES_END ? static_cast<int>(value) - COMMAND_VALUES_END : 0);
     } else if (ASSERTION(button == 0, "FALSE")) {
         if (stands)

@@ -13,8 +13,6 @@
 #include "corelib/window/sound.h"
 #include "corelib/window/widetext.h"
 
-DESKTOPTIMES DesktopTimes;
-
 namespace {
 
 constexpr int STATUSLINE_ID = 2;
@@ -25,11 +23,12 @@ enum CALLKIND { CALL_TRAY, CALL_TOOLTIP, CALL_TITLE, CALL_STATUS, CALL_ARRANGE, 
 
 }  // namespace
 
-MAINWINDOW::MAINWINDOW(VELMORAAPP& app)
+MAINWINDOW::MAINWINDOW(VELMORAAPP& app, const DESKTOPTIMES& times)
     : WINDOW(WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, ProgramTitle(app.Texts()), ScalePixels(FIRST_PLACE.left),
              ScalePixels(FIRST_PLACE.top), ScalePixels(FIRST_PLACE.right), ScalePixels(FIRST_PLACE.bottom), nullptr,
              MENU_MAIN, MAINWINDOW_CLASS),
       App(app),
+      Times(times),
       UserThread(GetCurrentThreadId()),
       Calls(WM__CALLS) {
     Calls.SetWindow(hWnd);
@@ -67,7 +66,7 @@ void MAINWINDOW::Begin(bool minimized) {
 
 void MAINWINDOW::Started() {
     ShowState();
-    SetTimer(hWnd, TIMER_TRAY, static_cast<UINT>(DesktopTimes.TrayStartMs), nullptr);
+    SetTimer(hWnd, TIMER_TRAY, static_cast<UINT>(Times.TrayStartMs), nullptr);
     Rows->Focus();
     if (FirstRun && Application->Items.Count() == 0)
         PostMessageW(hWnd, WM_COMMAND, COMMAND_ADD_ITEM, 0);

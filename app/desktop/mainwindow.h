@@ -23,19 +23,18 @@ class VELMORAAPP;
 /// The main window's class, by which a second start finds the first.
 inline constexpr const char* MAINWINDOW_CLASS = "VelmoraTWWinClass";
 
-/// Pauses in ms. Tests shrink them.
+/// Pauses in ms.
 struct DESKTOPTIMES {
     int TrayStartMs = 300;        // the shell settles before the tray icon is made
     int AlertReadMs = 2000;       // an alert that is replaced can be read a little longer
     int AlertRightClickMs = 800;  // an alert after which the mail program starts
 };
-extern DESKTOPTIMES DesktopTimes;
 
 /// The window with the list of items, its menus and tool bar, the tray icon and the alert: the front end of Windows.
 /// Lives on the user-interface thread; the operations of FRONTEND may come from any.
 class MAINWINDOW : public WINDOW, public FRONTEND {
  public:
-    explicit MAINWINDOW(VELMORAAPP& app);
+    explicit MAINWINDOW(VELMORAAPP& app, const DESKTOPTIMES& times = {});
     ~MAINWINDOW() override;
     MAINWINDOW(const MAINWINDOW&) = delete;
     MAINWINDOW& operator=(const MAINWINDOW&) = delete;
@@ -123,6 +122,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void ShowInFront();
 
     VELMORAAPP& App;
+    const DESKTOPTIMES Times;
     TARNWICK* Application = nullptr;
     const DWORD UserThread;
     UICALLS Calls;

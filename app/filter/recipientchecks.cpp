@@ -97,7 +97,7 @@ int SpamRecipients(const STRING& toline, const STRING& ccline, const STRINGARRAY
         STRING text = texts.Get(TEXT_MANY_RECIPIENTS);
         STRING limitText;
         limitText.Format("%d", vars.GetNumber("AddrMultiRecipLimit"));
-        text.Replace("$HOWMANY", limitText.Text(), 1);
+        text.Replace("$HOWMANY", limitText.Text());
         reason += text;
         points += vars.GetNumber("AddrPerMultiRecip") * (int64_t{state.GetNumber("SpamMultiReicipients")} + 1);
         ++significance;

@@ -52,7 +52,7 @@ int SpamFromFormatting(const STRING& from, const STRINGARRAY& vars, const TEXTS&
     STRING name = from;
     STRING address;
     SplitAddress(name, address);
-    const bool same = stricmp(name.Text(), address.Text(), 0) == 0;
+    const bool same = stricmp(name.Text(), address.Text(), false) == 0;
     if (same || name.Pos(' ') == -1) {
         points = same ? vars.GetNumber("SenderNoRealName") : vars.GetNumber("SenderNoRealName") / 2;
         reason += texts.Get(TEXT_NO_REAL_NAME);
@@ -123,7 +123,8 @@ int SpamFrom(const SENDERPARTS& parts, const STRING& from, int totalPoints, int&
     int code = 0;
     const std::string server(bestmx.View());
     bool dead = parts.Mx.DeadServers.count(server) != 0;
-    const bool answered = !dead && !isStopped() && VerifySenderSmtp(bestmx, address, code, parts.StopAsked, &dead);
+    const bool answered =
+        !dead && !isStopped() && VerifySenderSmtp(bestmx, address, code, parts.StopAsked, &dead, parts.Times);
     if (dead)
         parts.Mx.DeadServers.insert(server);
     if (answered && code >= 200 && code <= 299) {

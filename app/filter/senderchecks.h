@@ -3,6 +3,7 @@
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
 #include "app/filter/mxmemory.h"
+#include "app/filter/smtpverify.h"
 #include "corelib/base/stopquestion.h"
 #include "corelib/base/stringarray.h"
 
@@ -18,6 +19,7 @@ struct SENDERPARTS {
     FRONTEND& FrontEnd;
     MXMEMORY& Mx;  // the check's
     const STOPQUESTION& StopAsked;
+    SMTPVERIFYTIMES Times = {};
 };
 
 /// Asks the network whether the sender of a suspect mail exists: MX records of the domain, then a dialogue with its

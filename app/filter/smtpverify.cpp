@@ -7,8 +7,6 @@
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
 
-SMTPVERIFYTIMES SmtpVerifyTimes;
-
 namespace {
 
 // Nothing of the user's goes out: the dialogue speaks for a mailbox that nobody has.
@@ -37,11 +35,12 @@ bool IsPlainAddress(std::string_view address) {
 }
 
 /// Reads the greeting, whose last line stays in reply; true if it is positive.
-bool ReadGreeting(BASEIO& device, char (&reply)[REPLY_BYTES], bool& extended, bool& greeted) {
+bool ReadGreeting(BASEIO& device, char (&reply)[REPLY_BYTES], bool& extended, bool& greeted,
+                  const SMTPVERIFYTIMES& times) {
     extended = greeted = false;
     bool more = true;
     for (int line = 0; more && line < GREETING_LINES; ++line) {
-        greeted |= TCP::ReadLine(device, reply, sizeof reply, SmtpVerifyTimes.GreetingMs);
+        greeted |= TCP::ReadLine(device, reply, sizeof reply, times.GreetingMs);
         extended |= strstr(reply, "ESMTP") != nullptr;
         more = strlen(reply) > 3 && reply[3] == '-';
     }
@@ -50,7 +49,8 @@ bool ReadGreeting(BASEIO& device, char (&reply)[REPLY_BYTES], bool& extended, bo
 
 }  // namespace
 
-bool VerifySenderSmtp(const STRING& host, const STRING& address, int& code, const STOPQUESTION& stopAsked, bool* dead) {
+bool VerifySenderSmtp(const STRING& host, const STRING& address, int& code, const STOPQUESTION& stopAsked, bool* dead,
+                      const SMTPVERIFYTIMES& times) {
     code = 0;
     if (dead)
         *dead = false;
@@ -58,22 +58,23 @@ bool VerifySenderSmtp(const STRING& host, const STRING& address, int& code, cons
     if (host.Length() == 0 || !IsPlainAddress(address.View()))
         return false;
     CLOCK::STOPWATCH watch;
-    const auto isLate = [&watch] { return watch.Passed() >= SmtpVerifyTimes.TotalMs; };
+    const auto isLate = [&] { return watch.Passed() >= times.TotalMs; };
     TCPIPIO device("", "", "");
     device.SetStopQuestion([&] { return isLate() || (stopAsked && stopAsked()); });
     // The first port of a destination counts, so that a host's own comes before this one.
     bool greeted = false;
-    const bool answered = device.MakeCall((host || ":smtp").Text()) && VerifyDialogue(device, address, code, greeted);
+    const bool answered =
+        device.MakeCall((host || ":smtp").Text()) && VerifyDialogue(device, address, code, greeted, times);
     if (dead)
         *dead = !greeted || isLate();
     return answered;
 }
 
-bool VerifyDialogue(BASEIO& device, const STRING& address, int& code, bool& greeted) {
+bool VerifyDialogue(BASEIO& device, const STRING& address, int& code, bool& greeted, const SMTPVERIFYTIMES& times) {
     code = 0;
     char reply[REPLY_BYTES];
     bool extended = false;
-    if (!ReadGreeting(device, reply, extended, greeted))
+    if (!ReadGreeting(device, reply, extended, greeted, times))
         return false;
     const STRING sender = extended ? STRING("<") || SENDER || ">" : STRING(" ") || SENDER;
     const STRING receiver = extended ? STRING("<") || address || ">" : STRING(" ") || address;
@@ -81,12 +82,11 @@ bool VerifyDialogue(BASEIO& device, const STRING& address, int& code, bool& gree
         TCP::WriteCommand(device, command.Text(), reply, sizeof reply, timeoutMs);
         return IsPositive(reply);
     };
-    if (!ask(STRING("HELO ") || HELO_NAME, SmtpVerifyTimes.HeloMs) ||
-        !ask(STRING("MAIL FROM:") || sender, SmtpVerifyTimes.EnvelopeMs))
+    if (!ask(STRING("HELO ") || HELO_NAME, times.HeloMs) || !ask(STRING("MAIL FROM:") || sender, times.EnvelopeMs))
         return false;
-    ask(STRING("RCPT TO: ") || receiver, SmtpVerifyTimes.EnvelopeMs);
+    ask(STRING("RCPT TO: ") || receiver, times.EnvelopeMs);
     code = Code(reply);
     char farewell[REPLY_BYTES];
-    TCP::WriteCommand(device, "QUIT", farewell, sizeof farewell, SmtpVerifyTimes.QuitMs);
+    TCP::WriteCommand(device, "QUIT", farewell, sizeof farewell, times.QuitMs);
     return true;
 }

@@ -129,9 +129,9 @@ void SPAMWORDS::AddDefinition(std::string_view line) {
 
     while (!words.empty()) {
         STRING word(ASCII::Take(words, ';'));
-        word.Replace("%3B", ";", 1);
-        word.Replace("%3b", ";", 1);
-        word.Replace("%2A", "*", 1);
+        word.Replace("%3B", ";");
+        word.Replace("%3b", ";");
+        word.Replace("%2A", "*");
         Add(ASCII::Trim(word.View(), " \t"), flags, pointsOfHit, significance);
     }
 }

@@ -44,7 +44,7 @@ STRING FetchBody(WEBSESSION& session, const STRING& linkTag, const STRING& other
 }
 
 bool Get(const MAILBOXCALL& call, STRING& result) {
-    return HotmailGet(call, HOTMAIL_DISPLAY_HOST, 0, result);
+    return HotmailGet(call, HOTMAIL_DISPLAY_HOST, false, result);
 }
 
 bool Delete(const MAILBOXCALL& call, const STRING& ids, STRING&) {
@@ -73,8 +73,8 @@ int MetaRefresh(WEBSESSION& session, STRING& page) {
 /// another one than the inbox. `page` is where it ended, or a text whose word 1 is a number.
 int LogIn(WEBSESSION& session, const STRING& user, const STRING& password, STRING& page) {
     STRING login = LOGIN_DOC;
-    login.Replace("$(USER)", user.Text(), 1);
-    login.Replace("$(PASS)", password.Text(), 1);
+    login.Replace("$(USER)", user.Text());
+    login.Replace("$(PASS)", password.Text());
     int status = session.WebFetch(HOTMAIL_LOGIN_HOST, login, page);
     if (status == GOOD) {
         status = MetaRefresh(session, page);
@@ -103,7 +103,7 @@ int LogIn(WEBSESSION& session, const STRING& user, const STRING& password, STRIN
 
 const MAILHANDLER HotmailHandler = {Get, Delete, Move};
 
-bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, int fetchBody, STRING& page,
+bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, bool fetchBody, STRING& page,
                     STRING& result) {
     HOTMAILPAGES::Clean(page);
     const STRING to = user || "@" || HOTMAIL_MAIL_DOMAIN;
@@ -118,13 +118,13 @@ bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING&
             return false;
         }
         unread += row.IsNew;
-        const STRING body = row.From.NotNull() && fetchBody > 0 ? FetchBody(session, row.LinkTag, noText) : noText;
+        const STRING body = row.From.NotNull() && fetchBody ? FetchBody(session, row.LinkTag, noText) : noText;
         if (!row.From.NotNull() || !row.Id.NotNull() || !row.Subject.NotNull())
             continue;
         STRING block = STRING("To: ") || to || "\nFrom: " || row.From || "\nSubject: " || row.Subject ||
                        "\nMessage-Id: " || row.Id || "\nX-Message-Id: " || row.Id || "\nSeen: " ||
                        (row.IsNew ? "0" : "1") || "\n\n" || body;
-        block.Replace("\r", "", 1);
+        block.Replace("\r", "");
         block.AppendBytes(&LISTING::BLOCK_END, 1);
         progress.Show(TEXT_READING, Running(static_cast<int>(blocks.size())));
         bytes += block.Length();
@@ -145,7 +145,7 @@ bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING&
     return true;
 }
 
-bool HotmailGet(const MAILBOXCALL& call, const STRING& host, int fetchBody, STRING& result) {
+bool HotmailGet(const MAILBOXCALL& call, const STRING& host, bool fetchBody, STRING& result) {
     call.Progress.Show(TEXT_CONNECTING, host);
     WEBSESSION session(call.Settings, call.StopAsked);
     STRING page;
@@ -176,7 +176,7 @@ int HotmailDelete(const MAILBOXCALL& call, const STRING& ids) {
             continue;
         call.Progress.Show(TEXT_DELETING, Running(++running));
         STRING form = DELETE_FORM;
-        form.Replace("$MSGID", STRING(line).Text(), 1);
+        form.Replace("$MSGID", STRING(line).Text());
         session.WebPost(target, form, "", "", page);
     }
     return status;

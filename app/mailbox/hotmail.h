@@ -15,12 +15,12 @@ inline constexpr const char* HOTMAIL_MAIL_DOMAIN = "webmail.example";
 inline constexpr int64_t HOTMAIL_LISTING_BYTES = 1 << 30;  // reading ends after the mail that passes this
 
 /// The listing of what an inbox page shows, the last row first; false with "-ERR " if there is no
-/// table. fetchBody above 0 fetches each mail's own page too.
-[[nodiscard]] bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, int fetchBody,
+/// table. fetchBody fetches each mail's own page too.
+[[nodiscard]] bool HotmailListing(WEBSESSION& session, const PROGRESS& progress, const STRING& user, bool fetchBody,
                                   STRING& page, STRING& result);
 
 /// Reads the inbox: the listing, or false and "-ERR " with a number and a text.
-[[nodiscard]] bool HotmailGet(const MAILBOXCALL& call, const STRING& host, int fetchBody, STRING& result);
+[[nodiscard]] bool HotmailGet(const MAILBOXCALL& call, const STRING& host, bool fetchBody, STRING& result);
 
 /// Deletes mails by their ids, one a line. The status number of the log-in: what the service says to the deletions is
 /// not looked at, as the next check shows what is still there.

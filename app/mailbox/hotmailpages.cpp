@@ -95,7 +95,7 @@ bool ROWCURSOR::Next(ROW& row) {
         row.IsNew = ASCII::Holds(text.View(), "newmail.gif");
 
         // The cells become fields: what is left of a cell's start is the bar in front of it.
-        text.Replace("<td", "|<xx", 0);
+        text.Replace("<td", "|<xx", false);
         HtmlToText(text, ' ');
         CollapseBlanks(text);
         text.Strip('B', "| ");

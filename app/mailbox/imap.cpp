@@ -39,7 +39,7 @@ STRING ReadFolderName(const STRINGARRAY& item) {
 }
 
 bool IsInbox(const STRING& folder) {
-    return folder.Length() == 0 || stricmp(folder.Text(), "INBOX", 0) == 0;
+    return folder.Length() == 0 || stricmp(folder.Text(), "INBOX", false) == 0;
 }
 
 // Under what UIDs are valid, as it is kept with an item: another folder may count with the same number.

@@ -20,7 +20,7 @@ struct IMAPTIMES {
     int64_t ListingBytes = 1 << 30;  // reading ends with the mail that passes this: no server fills the memory
     int64_t MailPrice = 3072;        // counted beside its bytes for each mail: what its record takes at least
 };
-extern IMAPTIMES ImapTimes;
+extern const IMAPTIMES& ImapTimes;
 
 /// Bytes of the body that are asked for when an item's DownloadMailTexts is on.
 inline constexpr int IMAP_BODY_BYTES = 4096;

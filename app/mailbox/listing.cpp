@@ -19,7 +19,7 @@ bool IsEncrypted(std::string_view reply) {
 
 STRING ErrorText(const char* line) {
     STRING text = ASCII::BeginsWith(line, "-ERR ") ? STRING(line) : STRING("-ERR ") || line;
-    text.Replace("\r", "", 1);
+    text.Replace("\r", "");
     return text;
 }
 

@@ -18,7 +18,7 @@ struct POPTIMES {
     int64_t ListingBytes = 1 << 30;  // reading ends after the mail that passes this: no server fills the memory
     int64_t MailPrice = 3072;        // counted beside its bytes for each mail: what its record takes at least
 };
-extern POPTIMES PopTimes;
+extern const POPTIMES& PopTimes;
 
 /// Body lines that are asked for when an item's DownloadMailTexts is on.
 inline constexpr int POP_BODY_LINES = 100;

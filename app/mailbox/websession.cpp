@@ -139,7 +139,7 @@ int WEBSESSION::FollowRedirects(CLIENT& client, int status, STRING& result) {
         STRING location = ReadHeaderField(result.View(), "Location");
         if (!location.NotNull())
             break;
-        location.Replace("%3a", ":", 0);
+        location.Replace("%3a", ":", false);
         if (!ASCII::BeginsWith(location.View(), HTTP)) {
             if (!location.View().starts_with('/'))
                 location = PresentDoc.Left(static_cast<int>(PresentDoc.View().rfind('/') + 1)) || location;
@@ -170,8 +170,8 @@ int WEBSESSION::WebPost(const STRING& url, const STRING& body, const STRING& use
     if (cookies.Length() > 0)
         client.AddLine(cookies);
     STRING form = body;
-    form.Replace("$(USER)", user.Text(), 1);
-    form.Replace("$(PASS)", password.Text(), 1);
+    form.Replace("$(USER)", user.Text());
+    form.Replace("$(PASS)", password.Text());
     client.Post(PresentHost.Text(), PresentDoc.Text(), result, form);
     const STRING number = result.Word(1, " ");
     const int status = number.NotNull() ? atoi(number) : NO_STATUS;

@@ -40,8 +40,8 @@ struct TYPE {
           Spam(record.GetNumber("DoSpam") != 0),
           SpamPoints(record.GetNumber("SpamPoints")) {
         STRING keywords = record.Get("Keywords");
-        keywords.Replace(";", "\n", 1);
-        keywords.Replace("\r", "", 1);
+        keywords.Replace(";", "\n");
+        keywords.Replace("\r", "");
         WORDCURSOR lines(keywords, "\n");
         for (std::string_view line; lines.Next(line);) {
             STRING word(line);
@@ -74,7 +74,7 @@ int GetTypeIndex(const STRING& text, const RECORDARRAY& table) {
         STRING line(piece);
         // A header's "Delivery-Date" and its like are no news of a delivery.
         if (inHeader && line.Pos("Delivery") != -1)
-            line.Replace("livery", "liv*ery", 1);
+            line.Replace("livery", "liv*ery");
         for (int i = 0; i < static_cast<int>(types.size()); ++i) {
             const TYPE& type = types[static_cast<size_t>(i)];
             if (inHeader && type.Spam && line.View().starts_with(POINTS_FIELD)) {

@@ -15,7 +15,11 @@
 #include "corelib/system/osys.h"
 #include "resources/commands.h"
 
+// No header of the program shows it: the tests alone write there (tests/support/times.h).
+namespace SHRINKABLE {
 int ScrollLockSettleMs = 1000;
+}
+constinit const int& ScrollLockSettleMs = SHRINKABLE::ScrollLockSettleMs;
 
 namespace {
 
@@ -113,7 +117,7 @@ DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
             {"$spam", Plain(record.Get("X-SpamPoints"))},
         };
         for (const auto& [placeholder, value] : VALUES)
-            line.Replace(placeholder, value.Text(), 1);
+            line.Replace(placeholder, value.Text());
         line.Strip('B', " \r");
         ++details.Lines;
         details.Text += line || " \n";
@@ -245,10 +249,10 @@ void NOTIFICATION::StartProgramIfWanted(const STRINGARRAY& item, const DETAILS& 
     if (State.GetNumber("EmailDoConfirmProgram") != 0) {
         STRING list = details.Text.Length() > 0 ? STRING("\r") || details.Text || "\r\r" : STRING("");
         STRING question = Texts.Get(TEXT_ASK_PROGRAM);
-        question.Replace("$NAME", item.Get("Name").Text(), 1);
-        question.Replace("$LIST", list.Text(), 1);
-        question.Replace("\x1b[bs]", "", 1);
-        question.Replace("\x1b[s]", "", 1);
+        question.Replace("$NAME", item.Get("Name").Text());
+        question.Replace("$LIST", list.Text());
+        question.Replace("\x1b[bs]", "");
+        question.Replace("\x1b[s]", "");
         if (!FrontEnd.AskYesNo(Texts.Get(TEXT_TITLE), question))
             return;
     }

@@ -83,4 +83,4 @@ class NOTIFICATION : public NOTIFIER {
 };
 
 /// How long the keyboard light's last flip may take, in ms. Tests shrink it.
-extern int ScrollLockSettleMs;
+extern const int& ScrollLockSettleMs;

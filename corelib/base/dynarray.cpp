@@ -15,7 +15,7 @@ int CompareTexts(const STRING& a, const STRING& b, int flags) {
 bool TextMatches(const STRING& item, const char* text, int mode) {
     switch (mode) {
         case 0:
-            return stricmp(item.Ptr(), text, 0) == 0;
+            return stricmp(item.Ptr(), text, false) == 0;
         case 1: {
             const char* begin = FailOnNull(text, "Find");
             return begin && ASCII::BeginsWith(item.Text(), begin);

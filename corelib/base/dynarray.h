@@ -60,9 +60,9 @@ class DYNARRAY {
     /// the same atoi value (3); -1 if none.
     int Find(const char* text, int mode) const
         requires std::is_same_v<TYPE, STRING>;
-    /// Adds each line of a text file as an item, after Unescape if unescape is not 0. The number of lines; 0 if the
+    /// Adds each line of a text file as an item, after Unescape if asked. The number of lines; 0 if the
     /// file cannot be read.
-    [[nodiscard]] int LoadLines(const char* filename, int unescape)
+    [[nodiscard]] int LoadLines(const char* filename, bool unescape = false)
         requires std::is_same_v<TYPE, STRING>;
 
     int GetMaxItems() const { return MaxItems; }

@@ -193,7 +193,7 @@ int DYNARRAY<TYPE>::Find(const char* text, int mode) const
 }
 
 template <class TYPE>
-int DYNARRAY<TYPE>::LoadLines(const char* filename, int unescape)
+int DYNARRAY<TYPE>::LoadLines(const char* filename, bool unescape)
     requires std::is_same_v<TYPE, STRING>
 {
     STRING content;

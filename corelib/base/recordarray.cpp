@@ -12,7 +12,7 @@ int RECORDARRAY::Compare(const STRINGARRAY& a, const STRINGARRAY& b, int flags) 
     return 0;
 }
 
-int RECORDARRAY::FindRecord(const char* key, const char* value, int exact) const {
+int RECORDARRAY::FindRecord(const char* key, const char* value, bool exact) const {
     std::lock_guard hold(*pLock);
     for (int i = 0; i < ItemCount; ++i)
         if (ppItems[i]->Exists(key) && TextMatches(ppItems[i]->Get(key), value, exact ? 0 : 1))

@@ -13,9 +13,9 @@ class RECORDARRAY : public DYNARRAY<STRINGARRAY> {
     /// By the values of the present sort keys in their order; every record must have them.
     int Compare(const STRINGARRAY& a, const STRINGARRAY& b, int flags) override;
 
-    /// First record that has key with that value, or (exact 0) with a value that begins so, without regard to case; -1
-    /// if none.
-    int FindRecord(const char* key, const char* value, int exact) const;
+    /// First record that has key with that value, or (exact false) with a value that begins so, without regard to case;
+    /// -1 if none.
+    int FindRecord(const char* key, const char* value, bool exact = true) const;
     void SortByKey(const char* key, int flags) { SortByKeys(&key, 1, flags); }
     void SortByKeys(const char* const* keys, int count, int flags);
 

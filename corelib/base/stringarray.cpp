@@ -13,7 +13,7 @@ constexpr std::string_view BINARY_END = "}}";
 
 // The order of the keys; a null key counts as the text that a null text reads as.
 int CompareKeys(const STRING& a, const char* b) {
-    return stricmp(a.Ptr(), b, 0);
+    return stricmp(a.Ptr(), b, false);
 }
 
 std::unique_ptr<STRING> ReadValue(std::string_view text) {
@@ -166,17 +166,17 @@ void STRINGARRAY::SetNumber(const char* key, int64_t value) {
     Set(key, text);
 }
 
-int STRINGARRAY::Delete(const char* key) {
+bool STRINGARRAY::Delete(const char* key) {
     std::lock_guard hold(*Keys.pLock);
     std::lock_guard holdValues(*Values.pLock);
     for (int i = 0; i < Keys.ItemCount; ++i) {
-        if (stricmp(Keys.ppItems[i]->Ptr(), key, 1) == 0) {
+        if (stricmp(Keys.ppItems[i]->Ptr(), key, true) == 0) {
             Keys.Delete(i);
             Values.Delete(i);
-            return 1;
+            return true;
         }
     }
-    return 0;
+    return false;
 }
 
 void STRINGARRAY::Sort() {
@@ -212,7 +212,7 @@ STRING STRINGARRAY::AsText() const {
         result.AppendBytes("=", 1);
         if (value.GetFlags() & STRINGFLAG_BINARY) {
             result.AppendBytes(BINARY_BEGIN);
-            result += value.ToBase64(0);
+            result += value.ToBase64();
             result.AppendBytes(BINARY_END);
         } else {
             result += value.Escape("={}");
@@ -222,14 +222,14 @@ STRING STRINGARRAY::AsText() const {
     return result;
 }
 
-int STRINGARRAY::Save(const char* filename) const {
+bool STRINGARRAY::Save(const char* filename) const {
     return AsText().Save(filename, "w");
 }
 
-int STRINGARRAY::Load(const char* filename) {
+bool STRINGARRAY::Load(const char* filename) {
     STRING text;
     if (!text.Load(filename, "r"))
-        return 0;
+        return false;
     *this = STRINGARRAY(text, 64, 64);
-    return 1;
+    return true;
 }

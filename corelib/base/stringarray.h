@@ -46,17 +46,17 @@ class STRINGARRAY {
     const STRING& KeyAt(int i) const { return Keys[i]; }
     const STRING& ValueAt(int i) const { return Values[i]; }
 
-    /// Removes the first entry of that key: 1, or 0 if there is none.
-    int Delete(const char* key);
+    /// Removes the first entry of that key; false if there is none.
+    bool Delete(const char* key);
     /// Stable, by key.
     void Sort();
 
     /// The text form, each line ended by "\n".
     STRING AsText() const;
-    /// Writes the text form to a file (CR LF on disk); 0 on failure, and the old file is then as it was.
-    [[nodiscard]] int Save(const char* filename) const;
-    /// Replaces the table by a file's content and unlocks it; 0 on failure, and the table is then unchanged.
-    [[nodiscard]] int Load(const char* filename);
+    /// Writes the text form to a file (CR LF on disk); false on failure, and the old file is then as it was.
+    [[nodiscard]] bool Save(const char* filename) const;
+    /// Replaces the table by a file's content and unlocks it; false on failure, and the table is then unchanged.
+    [[nodiscard]] bool Load(const char* filename);
 
  private:
     // Both under the lock of Keys.

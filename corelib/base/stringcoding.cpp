@@ -136,7 +136,7 @@ STRING STRING::Unescape() const {
     return result;
 }
 
-STRING STRING::ToBase64(int breaklines) const {
+STRING STRING::ToBase64(bool breaklines) const {
     STRING result("");
     std::string_view text = View();
     int column = 0;

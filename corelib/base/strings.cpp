@@ -75,7 +75,7 @@ const char* FailOnNull(const char* p, const char* tag) {
     return result;
 }
 
-int stricmp(const char* p1, const char* p2, int nullaware) {
+int stricmp(const char* p1, const char* p2, bool nullaware) {
     if (nullaware) {
         if (!p1 || !p2)
             return p1 == p2 ? 0 : 1;
@@ -351,18 +351,18 @@ void STRING::Insert(const char* text, int pos) {
     }
 }
 
-int STRING::ChopLast(char ch) {
+bool STRING::ChopLast(char ch) {
     if (Length() < 1 || Buffer[StrLen - 1] != ch)
-        return 0;
+        return false;
     Truncate(StrLen - 1);
-    return 1;
+    return true;
 }
 
-int STRING::ChopFirst(char ch) {
+bool STRING::ChopFirst(char ch) {
     if (Length() < 1 || Buffer[0] != ch)
-        return 0;
+        return false;
     DeleteLeft(1);
-    return 1;
+    return true;
 }
 
 int STRING::Format(const char* fmt, ...) {
@@ -385,18 +385,18 @@ int STRING::AppendFormat(const char* fmt, ...) {
     return count;
 }
 
-int STRING::Save(const char* filename, const char* mode) const {
+bool STRING::Save(const char* filename, const char* mode) const {
     const char* text = FailOnNull(Buffer, "STRING::Save");
     std::string_view bytes(text ? text : "", Buffer ? static_cast<size_t>(StrLen) : 0);
-    return FILES::ReplaceAll(filename, bytes, !strchr(mode, 'b')) ? 1 : 0;
+    return FILES::ReplaceAll(filename, bytes, !strchr(mode, 'b'));
 }
 
-int STRING::Load(const char* filename, const char* mode) {
+bool STRING::Load(const char* filename, const char* mode) {
     uint32_t binary = Flags & STRINGFLAG_BINARY;
     if (!FILES::ReadAll(filename, !strchr(mode, 'b'), *this))
-        return 0;
+        return false;
     Flags |= binary;
-    return 1;
+    return true;
 }
 
 char STRING::operator[](int i) const {

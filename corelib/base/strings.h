@@ -18,9 +18,9 @@ inline constexpr uint32_t WORD_NEVERNULL = 0x10000;
 /// (bit 1: stay NULL, bit 2: and assert). `tag` names the place for the assertion.
 const char* FailOnNull(const char* p, const char* tag);
 
-/// Compares without regard to the case of ASCII letters, as unsigned bytes. nullaware 1: two NULLs are equal, exactly
-/// one gives 1. nullaware 0: NULL goes through FailOnNull. Below 0, 0 or above 0.
-int stricmp(const char* p1, const char* p2, int nullaware);
+/// Compares without regard to the case of ASCII letters, as unsigned bytes. nullaware: two NULLs are equal, exactly
+/// one gives 1. Otherwise NULL goes through FailOnNull. Below 0, 0 or above 0.
+int stricmp(const char* p1, const char* p2, bool nullaware);
 
 /// The 96-byte blocks of string buffers come from a pool of at most 127 blocks; other sizes from the heap.
 char* AllocBlock(int size);
@@ -109,12 +109,12 @@ class STRING {
     void ToUpper();
 
     /// Replaces every `from` by `to`; what was put in is not searched again. An empty `from` does nothing.
-    void Replace(const char* from, const char* to, int casesensitive);
+    void Replace(const char* from, const char* to, bool casesensitive = true);
     /// Removes bytes that occur in `chars` at the left ('L'), the right ('R') or both ends ('B').
     void Strip(char how, const char* chars);
-    /// Removes the last (first) byte if it is ch: 1, else 0.
-    int ChopLast(char ch);
-    int ChopFirst(char ch);
+    /// Removes the last (first) byte if it is ch; true if it was.
+    bool ChopLast(char ch);
+    bool ChopFirst(char ch);
 
     /// printf into the string, at most 2047 bytes; the count comes back.
     int Format(const char* fmt, ...) PRINTF_LIKE(2, 3);
@@ -130,17 +130,17 @@ class STRING {
     STRING Escape(const char* chars) const;
     STRING Unescape() const;
     /// Base64 (RFC 4648 alphabet), with breaklines in lines of 76 characters; and back, passing over other bytes.
-    STRING ToBase64(int breaklines) const;
+    STRING ToBase64(bool breaklines = false) const;
     STRING FromBase64() const;
     /// CRC-32 by the reflected table with start value 0 and no final inversion.
     uint32_t Crc() const;
 
-    /// Writes the text to a file, replacing it whole; mode "w" turns "\n" into CR LF, "wb" does not. 0 on failure, and
-    /// an existing file is then as it was.
-    [[nodiscard]] int Save(const char* filename, const char* mode) const;
-    /// Reads a whole file; mode "r" turns CR LF into "\n" and ends at byte 26, "rb" does not. 0 on failure, and the
+    /// Writes the text to a file, replacing it whole; mode "w" turns "\n" into CR LF, "wb" does not. False on failure,
+    /// and an existing file is then as it was.
+    [[nodiscard]] bool Save(const char* filename, const char* mode) const;
+    /// Reads a whole file; mode "r" turns CR LF into "\n" and ends at byte 26, "rb" does not. False on failure, and the
     /// string is then unchanged.
-    [[nodiscard]] int Load(const char* filename, const char* mode);
+    [[nodiscard]] bool Load(const char* filename, const char* mode);
 
     /// The byte at i; reading may touch the terminator, writing may not. A bad index is a failed assertion and gives a
     /// zero byte.

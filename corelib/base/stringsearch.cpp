@@ -100,7 +100,7 @@ void STRING::ToUpper() {
         *p = static_cast<char>(ASCII::Upper(*p));
 }
 
-void STRING::Replace(const char* from, const char* to, int casesensitive) {
+void STRING::Replace(const char* from, const char* to, bool casesensitive) {
     from = FailOnNull(from, "Replace from");
     to = FailOnNull(to, "Replace to");
     if (!from || !to || !*from || strcmp(from, to) == 0)

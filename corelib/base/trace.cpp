@@ -52,10 +52,10 @@ int64_t DayTime() {
     return ((int64_t{t.Hour} * 60 + t.Minute) * 60 + t.Second) * 1000 + t.Millisecond;
 }
 
-int WriteLine(const char* fmt, va_list args) {
+bool WriteLine(const char* fmt, va_list args) {
     TRACESTATE& state = State();
     if (!state.LogActive && !state.Debug)
-        return 0;
+        return false;
     int64_t now = DayTime(), none = -1;
     state.Start.compare_exchange_strong(none, now);
     auto elapsed = static_cast<uint32_t>(now - state.Start);
@@ -85,7 +85,7 @@ int WriteLine(const char* fmt, va_list args) {
         state.Held.append(line, static_cast<size_t>(total));
     if (state.Debug)
         TRACEPLATFORM::DebugOutput(line);
-    return 1;
+    return true;
 }
 
 void CloseLog() {
@@ -145,27 +145,27 @@ bool TraceWanted(uint32_t level) {
     return level < 16 || (mask & level & ~LEVEL_BITS) != 0;
 }
 
-int Trace(const char* fmt, ...) {
+bool Trace(const char* fmt, ...) {
     va_list args;
     va_start(args, fmt);
-    int written = WriteLine(fmt, args);
+    const bool written = WriteLine(fmt, args);
     va_end(args);
     return written;
 }
 
-int TraceLevel(uint32_t level, const char* fmt, ...) {
+bool TraceLevel(uint32_t level, const char* fmt, ...) {
     if (!TraceWanted(level))
-        return 0;
+        return false;
     va_list args;
     va_start(args, fmt);
-    int written = WriteLine(fmt, args);
+    const bool written = WriteLine(fmt, args);
     va_end(args);
     return written;
 }
 
-int LogOption(const char* arg) {
+bool LogOption(const char* arg) {
     TRACESTATE& state = State();
-    auto is = [arg](const char* option) { return stricmp(arg, option, 0) == 0; };
+    auto is = [arg](const char* option) { return stricmp(arg, option, false) == 0; };
     const char* value;
     if (is("/LOGIT") || is("/LOGITHARD")) {
         OpenOwnLog(is("/LOGITHARD"));
@@ -184,9 +184,9 @@ int LogOption(const char* arg) {
     } else if (is("/NOASSERT")) {
         state.NoAssert = !state.NoAssert;
     } else {
-        return 0;
+        return false;
     }
-    return 1;
+    return true;
 }
 
 STRING SettleLog() {
@@ -222,9 +222,9 @@ int AssertCount() {
     return State().Assertions;
 }
 
-int Assert(bool condition, const char* text, const char* file, int line, const char* info, int quiet) {
+bool Assert(bool condition, const char* text, const char* file, int line, const char* info, bool quiet) {
     if (condition)
-        return 1;
+        return true;
     // First of all: whatever is called may change it.
     uint32_t error = TRACEPLATFORM::LastSystemError();
     TRACESTATE& state = State();
@@ -256,7 +256,7 @@ int Assert(bool condition, const char* text, const char* file, int line, const c
 
     ASSERTQUESTION ask = state.Ask;
     if (state.NoAssert || quiet || !ask)
-        return 1;
+        return true;
     STRING question = german ? "Es ist eine unerwartete Situation aufgetreten!\n\nBitte melden Sie die Umst\344nde des "
                                "Fehlers und die folgenden\nInformationen an Velmora (siehe auch Datei assert.log):\n\n"
                              : "Unexpected condition encountered!\n\nPlease contact Velmora and provide the "
@@ -265,7 +265,7 @@ int Assert(bool condition, const char* text, const char* file, int line, const c
     question.Append(german ? "\nWollen Sie jetzt versuchen mit dem Programm fortzufahren?"
                            : "\nDo you want to try to continue with the program?");
     if (ask((application || " / " || time).Text(), question.Text()))
-        return 1;
+        return true;
     TRACEPLATFORM::DebugBreak();
-    return 0;
+    return false;
 }

@@ -6,18 +6,18 @@
 #include "corelib/base/strings.h"
 
 /// Writes a line to the trace log, with the prefix "[%04d.%02d:%03x] " (seconds, hundredths, thread). Lines end with
-/// "\n" in `fmt`. 1 if a log or debug output is on, else 0. A text without "%" is taken as it stands; text that comes
+/// "\n" in `fmt`. True if a log or debug output is on. A text without "%" is taken as it stands; text that comes
 /// from outside is always an argument. Any thread.
-int Trace(const char* fmt, ...) PRINTF_LIKE(1, 2);
+bool Trace(const char* fmt, ...) PRINTF_LIKE(1, 2);
 /// The same, but only if the level mask allows it: the low 4 bits of the mask are at least those of `level`, and for a
 /// level of 16 or more the mask has one of its upper bits.
-int TraceLevel(uint32_t level, const char* fmt, ...) PRINTF_LIKE(2, 3);
+bool TraceLevel(uint32_t level, const char* fmt, ...) PRINTF_LIKE(2, 3);
 /// True if a line of that level would be written: for callers whose line is costly to make.
 bool TraceWanted(uint32_t level);
 
-/// Takes one command line argument; 1 if it was one of the options /LOGIT, /LOGIT:name, /LOGITHARD, /LOGITHARD:name,
-/// /LOGDEBUG, /LOGDBG, /LOG:number, /LOGITCLOSE, /NOASSERT (any case), else 0. Only while one thread runs.
-int LogOption(const char* arg);
+/// Takes one command line argument; true if it was one of the options /LOGIT, /LOGIT:name, /LOGITHARD, /LOGITHARD:name,
+/// /LOGDEBUG, /LOGDBG, /LOG:number, /LOGITCLOSE, /NOASSERT (any case). Only while one thread runs.
+bool LogOption(const char* arg);
 /// Called once the data directory is known (FILES::SetDataDirectory): a log without a name that could not be made in
 /// the current directory is tried there, with the lines so far. Gives the name of a log that was asked for and is not
 /// written, null if all is well: none can be made, or what stands there is a link, through which none is written.
@@ -31,10 +31,10 @@ void SetTraceLanguage(int language);
 using ASSERTQUESTION = bool (*)(const char* title, const char* text);
 void SetAssertQuestion(ASSERTQUESTION ask);
 
-/// Reports a failed assertion: trace line, assert.log (see FILES::OwnFile), and the question unless `quiet` is not
-/// 0 or /NOASSERT was given. 1 if the program is to go on, which is the rule: the code after an assertion must
+/// Reports a failed assertion: trace line, assert.log (see FILES::OwnFile), and the question unless `quiet` is
+/// set or /NOASSERT was given. True if the program is to go on, which is the rule: the code after an assertion must
 /// survive.
-int Assert(bool condition, const char* text, const char* file, int line, const char* info, int quiet);
+bool Assert(bool condition, const char* text, const char* file, int line, const char* info, bool quiet);
 /// How many assertions have failed in this process.
 int AssertCount();
 
@@ -42,6 +42,6 @@ int AssertCount();
 /// when the assertion fails). Each gives the condition as a bool.
 #define ASSERTION(condition, text) ASSERTION_INFO(condition, text, nullptr)
 #define ASSERTION_INFO(condition, text, info) \
-    ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, 0), false))
+    ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, false), false))
 #define ASSERTION_QUIET(condition, text, info) \
-    ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, 1), false))
+    ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, true), false))

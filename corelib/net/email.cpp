@@ -7,8 +7,6 @@
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
 
-EMAILTIMES EmailTimes;
-
 namespace {
 
 // The same everywhere: the name of the user's machine is nobody's affair.
@@ -44,8 +42,9 @@ bool WriteMessage(BASEIO& device, const STRING& message, const STOPQUESTION& sto
 
 }  // namespace
 
-EMAIL::EMAIL(const char* sender, const char* receiver, const char* subject, const char* extra, const char* smtpHost)
-    : Sender(sender), Receiver(receiver), Subject(subject), SmtpHost(smtpHost), Extra(extra) {
+EMAIL::EMAIL(const char* sender, const char* receiver, const char* subject, const char* extra, const char* smtpHost,
+             const EMAILTIMES& times)
+    : Sender(sender), Receiver(receiver), Subject(subject), SmtpHost(smtpHost), Extra(extra), Times(times) {
     Trace("EMAIL::Sender %s\n", Sender.Text());
     Trace("EMAIL::Receiver %s\n", Receiver.Text());
     Trace("EMAIL::Subject %s\n", Subject.Text());
@@ -87,9 +86,9 @@ bool EMAIL::Deliver(const STRING& message, STRING& last) const {
 
 bool EMAIL::Converse(BASEIO& device, const STRING& message, STRING& last) const {
     char reply[REPLY_BYTES];
-    TCP::ReadLine(device, reply, sizeof reply, EmailTimes.GreetingMs);
+    TCP::ReadLine(device, reply, sizeof reply, Times.GreetingMs);
     const auto ask = [&](const STRING& command, int highest) {
-        TCP::WriteCommand(device, command.Text(), reply, sizeof reply, EmailTimes.ReplyMs);
+        TCP::WriteCommand(device, command.Text(), reply, sizeof reply, Times.ReplyMs);
         last = reply;
         return atoi(last) >= 200 && atoi(last) <= highest;
     };
@@ -103,7 +102,7 @@ bool EMAIL::Converse(BASEIO& device, const STRING& message, STRING& last) const 
         return false;
     }
     ask(".", 299);
-    TCP::WriteCommand(device, "QUIT", reply, sizeof reply, EmailTimes.ReplyMs);
+    TCP::WriteCommand(device, "QUIT", reply, sizeof reply, Times.ReplyMs);
     device.DropCall();
     return true;
 }

@@ -7,24 +7,24 @@
 
 class BASEIO;
 
-/// Time-outs of the dialogue, in ms. Tests shrink them.
+/// Time-outs of the dialogue, in ms.
 struct EMAILTIMES {
     int GreetingMs = 5000;
     int ReplyMs = 5000;  // to each command
 };
-extern EMAILTIMES EmailTimes;
 
 /// Sends one finished message by SMTP (RFC 5321), without extensions. Nothing is added to the message.
 class EMAIL {
  public:
     /// Texts may be null. Blanks around the addresses and the host go; an empty sender becomes "anonymous". The subject
     /// is for the trace only, and nothing uses `extra`. smtpHost: a name, or name:port.
-    EMAIL(const char* sender, const char* receiver, const char* subject, const char* extra, const char* smtpHost);
+    EMAIL(const char* sender, const char* receiver, const char* subject, const char* extra, const char* smtpHost,
+          const EMAILTIMES& times = {});
 
     /// True once the server has taken DATA: a refusal of the message, or a connection that is lost in it, then changes
     /// nothing; a stop does, and a server that takes the message too slowly. error (errorSize bytes) gets the server's
     /// last line before QUIT, also on success, or else why there was no connection; it is empty if the last reply did
-    /// not come in time. Blocks for up to TcpTimes.ConnectMs, EmailTimes for each reply, and what TcpTimes gives a slow
+    /// not come in time. Blocks for up to TcpTimes.ConnectMs, EMAILTIMES for each reply, and what TcpTimes gives a slow
     /// server; but no longer once the program is to end.
     ///
     /// The message goes out line by line, without blanks and carriage returns at the lines' ends, and with one line end
@@ -46,5 +46,6 @@ class EMAIL {
     STRING Subject;
     STRING SmtpHost;
     STRING Extra;
+    EMAILTIMES Times;
     STOPQUESTION StopAsked;
 };

@@ -87,7 +87,7 @@ void HtmlToText(STRING& text, char replacement) {
         {"&Uuml;", "\xdc"}, {"&szlig;", "\xdf"}, {"&nbsp;", " "},    {"&nbsp", " "},
     };
     for (const auto& [entity, character] : ENTITIES)
-        text.Replace(entity, character, 1);
+        text.Replace(entity, character);
     char* const first = text.Data();
     text.Truncate(static_cast<int>(std::remove(first, first + text.Length(), REMOVED) - first));
 }

@@ -13,7 +13,7 @@ struct DNSTIMES {
     int AnswerMs = 3000;  // for all that is asked about one name
     int AgainMs = 1000;   // until the next server is asked, or the only one again
 };
-extern DNSTIMES DnsTimes;
+extern const DNSTIMES& DnsTimes;
 
 /// Asks for the mail servers of a domain (MX records, RFC 1035 and RFC 5321 section 5).
 class MXLOOKUP {

@@ -33,7 +33,7 @@ STRING ReadText(REGISTRY& key, const char* value, int room) {
 bool ReadNumber(REGISTRY& key, const char* value, int32_t& number) {
     int size = sizeof number;
     number = 0;
-    return key.Read(value, &number, &size) != 0;
+    return key.Read(value, &number, &size);
 }
 
 STRING QueryExplorer() {

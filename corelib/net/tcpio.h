@@ -19,7 +19,7 @@ struct TCPTIMES {
     int QuickMs = 500;             // waiting after a request that does not count
     int FreeMs = 600000;           // of such waiting in a conversation
 };
-extern TCPTIMES TcpTimes;
+extern const TCPTIMES& TcpTimes;
 
 /// The system's look-ups of a host, which take as long as they like. Tests put others in.
 struct TCPLOOKUPS {

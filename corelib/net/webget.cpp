@@ -14,7 +14,11 @@
 #include "corelib/net/tcpline.h"
 #include "corelib/system/osys.h"
 
+// No header of the program shows it: the tests alone write there (tests/support/times.h).
+namespace SHRINKABLE {
 WEBTIMES WebTimes;
+}
+constinit const WEBTIMES& WebTimes = SHRINKABLE::WebTimes;
 
 namespace {
 
@@ -163,7 +167,7 @@ void WEBGET::SetProxy(bool enabled, const STRING& proxy) {
     if (!credential.NotNull())
         credential = getenv("VELMORAPROXYAUTH");
     if (credential.NotNull())
-        ProxyAuthorization = STRING("Basic ") || credential.ToBase64(0);
+        ProxyAuthorization = STRING("Basic ") || credential.ToBase64();
 }
 
 int WEBGET::Get(const char* host, const char* doc, STRING& result) {
@@ -176,7 +180,7 @@ int WEBGET::Post(const char* host, const char* doc, STRING& result, const STRING
     STRING lines = "Content-Type: application/x-www-form-urlencoded\nContent-Length: $(LENGTH)\n\n";
     STRING length;
     length.Format("%d", body.Length());
-    lines.Replace("$(LENGTH)", length.Text(), 1);
+    lines.Replace("$(LENGTH)", length.Text());
     lines += body;
     // The empty line ends the header, and the body goes out after it as a line of its own.
     WORDCURSOR cursor(lines, "\n");
@@ -249,7 +253,7 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
             proxyAnswer = ProxyAuthorization;
             Trace("WEBGET::proxyauth=%s\n", proxyAnswer.Text());
         } else if (status == 401 && hostAnswer.Length() == 0 && credential.Length() > 0) {
-            hostAnswer = STRING("basic ") || credential.ToBase64(0);
+            hostAnswer = STRING("basic ") || credential.ToBase64();
             Trace("WEBGET::hostauth=%s\n", hostAnswer.Text());
         } else {
             break;
@@ -352,7 +356,7 @@ void WEBGET::Beautify(STRING& result) {
     STRING encoding = ReadHeaderField(result.View(), "Content-Encoding");
     const STRING otherEncoding = ReadHeaderField(result.View(), "Encoding-Type");
     const STRING type = ReadHeaderField(result.View(), "Content-Type").Word(0, ";", WORD_NEVERNULL);
-    const auto isGzip = [](const STRING& name) { return stricmp(name.Text(), "gzip", 0) == 0; };
+    const auto isGzip = [](const STRING& name) { return stricmp(name.Text(), "gzip", false) == 0; };
     if (isGzip(encoding) || isGzip(otherEncoding)) {
         Trace("WEBGET::Beautify gzip encoding %d bytes\n", result.Length());
         const int told = atoi(ReadHeaderField(result.View(), "Content-Length"));

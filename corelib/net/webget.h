@@ -14,7 +14,7 @@ struct WEBTIMES {
     int64_t ResponseBytes = 64 << 20;  // a response that passes this is cut off as if the callback had cancelled it
     int64_t DecodedBytes = 64 << 20;   // the most that a compressed body becomes; what is above it is left out
 };
-extern WEBTIMES WebTimes;
+extern const WEBTIMES& WebTimes;
 
 /// A small HTTP/1.0 client (RFC 1945) for reading web pages: one document per call, as a whole, status line and headers
 /// included. It answers a 407 and a 401 once each with Basic authentication (RFC 7617) and decodes gzip. Redirects and

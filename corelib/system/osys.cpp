@@ -64,7 +64,7 @@ bool MakeDirectories(const char* path) {
     return FileIsDirectory(path);
 }
 
-int CollectFiles(const char* dir, const char* pattern, DYNARRAY<STRING>* array, int recurse) {
+int CollectFiles(const char* dir, const char* pattern, DYNARRAY<STRING>* array, bool recurse) {
     int count = 0;
     STRING name;
     DIRSCAN scan(FilePath(dir, pattern).Text(), name);
@@ -142,25 +142,25 @@ THREADHANDLE CreateThread(unsigned (*routine)(void*), void* argument, uint32_t* 
     return state;
 }
 
-int WaitThread(THREADHANDLE& thread, int timeout) {
+bool WaitThread(THREADHANDLE& thread, int timeout) {
     if (!ASSERTION(thread != nullptr, "hThread!=NULL"))
-        return 0;
+        return false;
     if (timeout)
         Trace("OSYS::WaitThread hThread=%08x, timeout= %d\n", HandleNumber(thread), timeout);
     if (!thread->Ended.Wait(timeout)) {
         if (timeout)
             Trace("OSYS::WaitThread hThread=%08x timeout= %d failed\n", HandleNumber(thread), timeout);
-        return 0;
+        return false;
     }
     thread->Thread.join();
     thread.reset();
-    return 1;
+    return true;
 }
 
 bool AutoStart(const char* name, const char* value) {
     if (!value)
         return RemoveAutoStart(name);
-    STRING command = stricmp(value, AUTOSTART_SELF, 0) == 0 ? ProgramCommand() : STRING(value);
+    STRING command = stricmp(value, AUTOSTART_SELF, false) == 0 ? ProgramCommand() : STRING(value);
     return command.NotNull() && WriteAutoStart(name, command);
 }
 

@@ -32,9 +32,9 @@ bool SetCurrentDir(const char* path);
 STRING ProgramPath();
 /// Last write time, UTC, as "%04d-%02d-%02d %02d:%02d:%02d"; null if the file cannot be read.
 STRING FileTime(const char* name);
-/// Counts the files that match pattern in dir (and below it, if recurse is not 0, where directories match too), and
+/// Counts the files that match pattern in dir (and below it, if recurse, where directories match too), and
 /// adds their full paths to array if it is set. A directory is counted and added after its contents.
-int CollectFiles(const char* dir, const char* pattern, DYNARRAY<STRING>* array, int recurse);
+int CollectFiles(const char* dir, const char* pattern, DYNARRAY<STRING>* array, bool recurse);
 /// A file open for reading or writing on its own, closed when the object goes; mode begins with 'r' (read, existing
 /// only) or 'w' (write, open or create); a '+' asks for writing as well. IsOpen() tells whether it worked.
 class FILEHANDLE {
@@ -69,9 +69,9 @@ STRING TimeIso();   // now as "%H:%M:%S"
 using THREADHANDLE = std::shared_ptr<THREADSTATE>;
 /// Starts a thread; its number goes to id if that is set. A null handle on failure.
 THREADHANDLE CreateThread(unsigned (*routine)(void*), void* argument, uint32_t* id);
-/// Waits timeout ms (WAIT_FOREVER: no limit) for the end of a thread: 1, and the handle is closed and cleared, or 0 on
-/// time-out. A timeout of 0 is a silent poll.
-int WaitThread(THREADHANDLE& thread, int timeout);
+/// Waits timeout ms (WAIT_FOREVER: no limit) for the end of a thread: true, and the handle is closed and cleared, or
+/// false on time-out. A timeout of 0 is a silent poll.
+bool WaitThread(THREADHANDLE& thread, int timeout);
 /// Raises the calling thread a step above normal, where the system lets a program do that.
 void RaiseThreadPriority();
 

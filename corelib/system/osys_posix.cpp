@@ -99,9 +99,9 @@ STRING UserFolder(const char* variable, const char* belowHome) {
 
 // A text as a value of a desktop entry.
 STRING EntryValue(STRING text) {
-    text.Replace("\\", "\\\\", 1);
-    text.Replace("\n", "\\n", 1);
-    text.Replace("\r", "\\r", 1);
+    text.Replace("\\", "\\\\");
+    text.Replace("\n", "\\n");
+    text.Replace("\r", "\\r");
     return text;
 }
 
@@ -240,7 +240,7 @@ STRING ProgramCommand() {
     path = Native(path.Text());
     // Inside quotes these keep their meaning unless a backslash takes it away.
     for (const char* special : {"\"", "`", "$"})
-        path.Replace(special, (STRING("\\") || special).Text(), 1);
+        path.Replace(special, (STRING("\\") || special).Text());
     return STRING("\"") || path || "\"";
 }
 
@@ -249,7 +249,7 @@ bool WriteAutoStart(const char* name, const STRING& command) {
     if (!file.NotNull() || !MakeDirectories(FileDirectory(file.Text()).Text()))
         return false;
     STRING line = command;
-    line.Replace("%", "%%", 1);  // a single one would begin a field code
+    line.Replace("%", "%%");  // a single one would begin a field code
     STRING text = STRING("[Desktop Entry]\nType=Application\nName=") || EntryValue(STRING(name)) || "\nExec=" ||
                   EntryValue(line) || "\n";
     return FILES::ReplaceAll(file.Text(), text.View(), false);

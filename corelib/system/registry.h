@@ -28,16 +28,16 @@ class REGISTRY {
     bool IsOpen() const { return hkApp != 0; }
     void Close();
 
-    /// A binary value; 1 on success.
-    [[nodiscard]] int Write(const char* value, const void* bytes, int length);
-    /// A text value, without its terminator; 1 on success.
-    [[nodiscard]] int Write(const char* value, const char* text);
-    /// Reads at most size bytes of a binary value; size becomes the count, 0 on failure. 1 on success.
-    [[nodiscard]] int Read(const char* value, void* buffer, int* size);
+    /// A binary value; true on success.
+    [[nodiscard]] bool Write(const char* value, const void* bytes, int length);
+    /// A text value, without its terminator; true on success.
+    [[nodiscard]] bool Write(const char* value, const char* text);
+    /// Reads at most size bytes of a binary value; size becomes the count, 0 on failure. True on success.
+    [[nodiscard]] bool Read(const char* value, void* buffer, int* size);
     /// A text value of at most 8192 bytes, without a terminator that it may hold; null if absent.
     STRING Read(const char* value);
-    /// 1 on success.
-    int Delete(const char* value);
+    /// True on success.
+    bool Delete(const char* value);
     /// Stores all value names, joined by "|"; their number comes back.
     int EnumValues(STRING* names);
 

@@ -133,7 +133,7 @@ void REGISTRY::Close() {
     hkApp = 0;
 }
 
-int REGISTRY::Write(const char* value, const void* bytes, int length) {
+bool REGISTRY::Write(const char* value, const void* bytes, int length) {
     STRING data(std::string_view(static_cast<const char*>(bytes), static_cast<size_t>(std::max(length, 0))));
     data.SetFlags(STRINGFLAG_BINARY);
     bool ok = Store(hkApp, value, data);
@@ -141,16 +141,16 @@ int REGISTRY::Write(const char* value, const void* bytes, int length) {
     return ok;
 }
 
-int REGISTRY::Write(const char* value, const char* text) {
+bool REGISTRY::Write(const char* value, const char* text) {
     bool ok = Store(hkApp, value, STRING(text));
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write String value= %s; data=%s, error=%08x\n", value, text,
                ok ? 0 : WRITE_FAILED);
     return ok;
 }
 
-int REGISTRY::Read(const char* value, void* buffer, int* size) {
+bool REGISTRY::Read(const char* value, void* buffer, int* size) {
     STRING data = Fetch(hkApp, value);
-    int ok = data.NotNull() && data.Length() <= *size;
+    const bool ok = data.NotNull() && data.Length() <= *size;
     *size = ok ? data.Length() : 0;
     if (ok)
         memcpy(buffer, data.Ptr(), static_cast<size_t>(*size));
@@ -169,8 +169,8 @@ STRING REGISTRY::Read(const char* value) {
     return data;
 }
 
-int REGISTRY::Delete(const char* value) {
-    bool ok = ChangeTable(hkApp, [&](STRINGARRAY& table) { return table.Delete(TableKey(value).Text()) != 0; });
+bool REGISTRY::Delete(const char* value) {
+    bool ok = ChangeTable(hkApp, [&](STRINGARRAY& table) { return table.Delete(TableKey(value).Text()); });
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::delete value= %s, error=%d\n", value, ok ? 0 : NO_SUCH_VALUE);
     return ok;
 }

@@ -74,14 +74,14 @@ void REGISTRY::Close() {
     hkApp = 0;
 }
 
-int REGISTRY::Write(const char* value, const void* bytes, int length) {
+bool REGISTRY::Write(const char* value, const void* bytes, int length) {
     LONG rc = RegSetValueExA(Key(hkApp), value, 0, REG_BINARY, static_cast<const BYTE*>(bytes),
                              static_cast<DWORD>(std::max(length, 0)));
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write binary value= %s, error=%08x\n", value, static_cast<uint32_t>(rc));
     return rc == ERROR_SUCCESS;
 }
 
-int REGISTRY::Write(const char* value, const char* text) {
+bool REGISTRY::Write(const char* value, const char* text) {
     LONG rc = RegSetValueExA(Key(hkApp), value, 0, REG_SZ, reinterpret_cast<const BYTE*>(text),
                              static_cast<DWORD>(strlen(text)));
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write String value= %s; data=%s, error=%08x\n", value, text,
@@ -89,10 +89,10 @@ int REGISTRY::Write(const char* value, const char* text) {
     return rc == ERROR_SUCCESS;
 }
 
-int REGISTRY::Read(const char* value, void* buffer, int* size) {
+bool REGISTRY::Read(const char* value, void* buffer, int* size) {
     auto length = static_cast<DWORD>(std::max(*size, 0));
     LONG rc = RegQueryValueExA(Key(hkApp), value, nullptr, nullptr, static_cast<BYTE*>(buffer), &length);
-    int ok = rc == ERROR_SUCCESS;
+    const bool ok = rc == ERROR_SUCCESS;
     *size = ok ? static_cast<int>(length) : 0;
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::Read key=%s, ok=%d, error=%d\n", value, ok, static_cast<int>(rc));
     return ok;
@@ -111,7 +111,7 @@ STRING REGISTRY::Read(const char* value) {
     return STRING(std::string_view(buffer, length));
 }
 
-int REGISTRY::Delete(const char* value) {
+bool REGISTRY::Delete(const char* value) {
     LONG rc = RegDeleteValueA(Key(hkApp), value);
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::delete value= %s, error=%d\n", value, static_cast<int>(rc));
     return rc == ERROR_SUCCESS;

@@ -79,7 +79,7 @@ void CONTROL::SetFont(HFONT font) {
     Send(WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
 }
 
-LISTBOX::LISTBOX(HWND window) : CONTROL(window), ListBox(stricmp(ClassName().Text(), "Listbox", 0) == 0) {}
+LISTBOX::LISTBOX(HWND window) : CONTROL(window), ListBox(stricmp(ClassName().Text(), "Listbox", false) == 0) {}
 
 LISTBOX::LISTBOX(HWND dialog, int id) : LISTBOX(GetDlgItem(dialog, id)) {
     WindowId = id;

@@ -11,7 +11,7 @@ constexpr int ID_HELP = 9;
 
 bool IsPushButton(HWND window) {
     const BUTTON button(window);
-    if (stricmp(button.ClassName().Text(), "BUTTON", 0) != 0)
+    if (stricmp(button.ClassName().Text(), "BUTTON", false) != 0)
         return false;
     const int kind = button.Kind();
     return kind == BS_PUSHBUTTON || kind == BS_DEFPUSHBUTTON || kind == BS_USERBUTTON;
@@ -19,7 +19,7 @@ bool IsPushButton(HWND window) {
 
 bool IsRadioButton(HWND window) {
     const BUTTON button(window);
-    return stricmp(button.ClassName().Text(), "BUTTON", 0) == 0 &&
+    return stricmp(button.ClassName().Text(), "BUTTON", false) == 0 &&
            (button.Kind() == BS_RADIOBUTTON || button.Kind() == BS_AUTORADIOBUTTON);
 }
 
@@ -35,15 +35,15 @@ HWND ArrowsOf(HWND dialog, HWND field) {
 RULESTATE StateOf(HWND window) {
     RULESTATE state;
     const STRING kind = CONTROL(window).ClassName();
-    if (stricmp(kind.Text(), "BUTTON", 0) == 0) {
+    if (stricmp(kind.Text(), "BUTTON", false) == 0) {
         if (!IsPushButton(window)) {
             state.Kind = RULESTATE::CHECKABLE;
             state.Checked = BUTTON(window).IsChecked();
         }
-    } else if (stricmp(kind.Text(), "COMBOBOX", 0) == 0 || stricmp(kind.Text(), "LISTBOX", 0) == 0) {
+    } else if (stricmp(kind.Text(), "COMBOBOX", false) == 0 || stricmp(kind.Text(), "LISTBOX", false) == 0) {
         state.Kind = RULESTATE::LIST;
         state.Text = LISTBOX(window).SelectedText();
-    } else if (stricmp(kind.Text(), "EDIT", 0) == 0) {
+    } else if (stricmp(kind.Text(), "EDIT", false) == 0) {
         state.Kind = RULESTATE::EDIT;
         state.Text = WINDOW(window).Title();
     }

@@ -19,7 +19,7 @@ bool RuleHolds(const RULESTATE& source, uint32_t mode, const STRING& compare) {
             return !set;
         case RULE_EQUALS:
         case RULE_DIFFERS:
-            return (stricmp(source.Text.Ptr(), compare.Ptr(), 1) == 0) == (question == RULE_EQUALS);
+            return (stricmp(source.Text.Ptr(), compare.Ptr(), true) == 0) == (question == RULE_EQUALS);
         case RULE_FILE_EXISTS:
         case RULE_FILE_MISSING:
             return (set && OSYS::FileExists(source.Text.Text())) == (question == RULE_FILE_EXISTS);

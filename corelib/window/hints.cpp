@@ -92,8 +92,8 @@ class HINT : public DIALOG {
  private:
     void Arrange() {
         STRING lines = Text;
-        lines.Replace("\r\n", "\n", 1);
-        lines.Replace("\n", "\r\n", 1);
+        lines.Replace("\r\n", "\n");
+        lines.Replace("\n", "\r\n");
         EDITFIELD(hWnd, ID_TEXT).SetText(lines);
         for (const int id : {ID_TEXT, ID_NEVER, IDOK, IDCANCEL})
             CONTROL(hWnd, id).SetFont(MessageFont());

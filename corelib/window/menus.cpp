@@ -48,8 +48,8 @@ void MENU::DeletePosition(int position) {
 void MENU::DeleteSeparator(const char* submenu, int position) {
     for (int i = 0; i < GetMenuItemCount(Handle); ++i) {
         STRING text = EntryText(Handle, static_cast<UINT>(i), MF_BYPOSITION);
-        text.Replace("&", "", 1);
-        if (stricmp(text.Text(), submenu, 0) != 0)
+        text.Replace("&", "");
+        if (stricmp(text.Text(), submenu, false) != 0)
             continue;
         const HMENU found = GetSubMenu(Handle, i);
         MENUITEMINFOW mii{};

@@ -101,7 +101,7 @@ void NEWTOOLBAR::SetButtonText(int id, const STRING& text) {
     if (!button)
         return;
     STRING label = text.Word(0, "\t", WORD_NEVERNULL);
-    label.Replace("&", "", 1);
+    label.Replace("&", "");
     label.Strip('R', ".");
     label.Append(" ");
     button->Label = label;

@@ -42,8 +42,8 @@ TEST_F(Items, AreDueByTheirPeriodAndByRequest) {
     item.Set("@DeleteMessageId", "1\n");
     EXPECT_TRUE(CHECKCYCLE::NeedsRefresh(item));
     item.Set("@DeleteMessageId", "");
-    CHECKCYCLE::ForceRefresh(item, 1);
-    CHECKCYCLE::ForceRefresh(item, 0);
+    CHECKCYCLE::ForceRefresh(item, true);
+    CHECKCYCLE::ForceRefresh(item, false);
     EXPECT_EQ(item.GetNumber("@ForcePopup"), 0);
     EXPECT_TRUE(CHECKCYCLE::NeedsRefresh(item));
     item.Set("UpdateSuspended", "1");
@@ -69,24 +69,24 @@ TEST_F(Items, SurviveAClockThatIsSetBack) {
 
 TEST_F(Items, AreCheckedOrEditedButNotBoth) {
     STRINGARRAY& item = AddItem("a", 600);
-    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_LOCKED, 1), 1);
-    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_INUPDATE, 1), 0);
-    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_LOCKED, ITEMSTATE_ASK), 0);
+    EXPECT_TRUE(Cycle.SetItemState(item, ITEMSTATE_LOCKED, 1));
+    EXPECT_FALSE(Cycle.SetItemState(item, ITEMSTATE_INUPDATE, 1));
+    EXPECT_FALSE(Cycle.SetItemState(item, ITEMSTATE_LOCKED, ITEMSTATE_ASK));
     Cycle.Turn();
     EXPECT_EQ(Checks(Journal.Take()), LIST{}) << "a locked item is skipped";
-    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_LOCKED, 0), 1);
-    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_INUPDATE, 1), 1);
-    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_LOCKED, 1), 0);
-    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_LOCKED, ITEMSTATE_ASK), 1);
+    EXPECT_TRUE(Cycle.SetItemState(item, ITEMSTATE_LOCKED, 0));
+    EXPECT_TRUE(Cycle.SetItemState(item, ITEMSTATE_INUPDATE, 1));
+    EXPECT_FALSE(Cycle.SetItemState(item, ITEMSTATE_LOCKED, 1));
+    EXPECT_TRUE(Cycle.SetItemState(item, ITEMSTATE_LOCKED, ITEMSTATE_ASK));
     EXPECT_FALSE(Cycle.RemoveItem(0));
-    EXPECT_EQ(Cycle.SetItemState(item, ITEMSTATE_INUPDATE, 0), 1);
+    EXPECT_TRUE(Cycle.SetItemState(item, ITEMSTATE_INUPDATE, 0));
     EXPECT_FALSE(Cycle.RemoveItem(1));
     EXPECT_TRUE(Cycle.RemoveItem(0));
     EXPECT_EQ(CYCLETEST::Items.Count(), 0);
 
     EXPECT_ASSERTIONS(1);
     STRINGARRAY& other = AddItem("b", 600);
-    EXPECT_EQ(Cycle.SetItemState(other, 3, 1), 0);
+    EXPECT_FALSE(Cycle.SetItemState(other, 3, 1));
 }
 
 class Check : public CYCLETEST {
@@ -116,7 +116,7 @@ TEST_F(Check, RunsInOrder) {
 
     // One that fails keeps what was seen.
     Mailboxes.Listing = "-err No response\nsecond line\n";
-    CHECKCYCLE::ForceRefresh(item, 1);
+    CHECKCYCLE::ForceRefresh(item, true);
     Cycle.UpdateItem(item);
     EXPECT_EQ(Journal.Take()[3], "cell 1 Error: no way to ");
     EXPECT_EQ(Value("LastValue"), "Error: No response\nsecond line\n");
@@ -128,8 +128,8 @@ TEST_F(Check, RunsInOrder) {
 
 TEST_F(Check, AnswersTheFirstOfTwoRequests) {
     STRINGARRAY& item = AddItem("a", 0);
-    CHECKCYCLE::ForceRefresh(item, 1);
-    CHECKCYCLE::ForceRefresh(item, 1);
+    CHECKCYCLE::ForceRefresh(item, true);
+    CHECKCYCLE::ForceRefresh(item, true);
     Cycle.SetSuspended(true);
     Cycle.Turn();
     EXPECT_EQ(Journal.Take(), LIST{}) << "all checks are suspended";
@@ -146,12 +146,12 @@ TEST_F(Check, PausesBehindAPopup) {
     Mailboxes.Listing = ONE_MAIL;
     const int64_t before = Clock.UnixMilliSeconds();
     Cycle.UpdateItem(item);
-    EXPECT_EQ(Clock.UnixMilliSeconds() - before, CheckTimes.PopupPauseMs);
-    CHECKCYCLE::ForceRefresh(item, 1);
+    EXPECT_EQ(Clock.UnixMilliSeconds() - before, CHECKTIMES().PopupPauseMs);
+    CHECKCYCLE::ForceRefresh(item, true);
     Notifier.OnCall = [this] { Cycle.Stop(); };
     Cycle.UpdateItem(item);
     EXPECT_EQ(Notifier.TakeCalls().size(), 2U);
-    EXPECT_EQ(Clock.UnixMilliSeconds() - before, CheckTimes.PopupPauseMs) << "a program that ends does not wait";
+    EXPECT_EQ(Clock.UnixMilliSeconds() - before, CHECKTIMES().PopupPauseMs) << "a program that ends does not wait";
 }
 
 TEST_F(Check, NothingButAWholeListingForgetsMails) {
@@ -176,7 +176,7 @@ TEST_F(Check, NothingButAWholeListingForgetsMails) {
         item.Set("@DisposedMails", "");
         item.Set("TrashedMails", "");
         Mailboxes.Listing = STRING(std::string_view(listing));
-        CHECKCYCLE::ForceRefresh(item, 0);
+        CHECKCYCLE::ForceRefresh(item, false);
         Cycle.UpdateItem(item);
         EXPECT_EQ(Value("LastSeenIds") == "old" && Value("@FileStore") == "stored", !good) << listing;
         EXPECT_EQ(Value("LastRC") == "0E|0E" && Value("LastValue") == "Error: Unknown Error", !good) << listing;
@@ -219,7 +219,7 @@ TEST_F(Check, TheEndOfTheProgramLeavesTheItemAsItWas) {
     TrashEverything(dir);
     Mailboxes.Listing = "2 msgs|2 unread|0 bytes\nMessage-Id: a\n\nbody\n\1Message-Id: b\n\nbody\n\1";
     Items[0].Set("LastSeenIds", "old");
-    CHECKCYCLE::ForceRefresh(Items[0], 1);
+    CHECKCYCLE::ForceRefresh(Items[0], true);
     const std::string before = Std(Items[0].AsText());
     // The end comes at each place where the check asks for it.
     std::set<size_t> copies;  // that a check made before it was cut short
@@ -262,7 +262,7 @@ TEST_F(Check, FailedDisposalIsAFailedCheck) {
     EXPECT_EQ(Value("LastRC"), "0E|0E");
 
     Mailboxes.Refusal = "";
-    CHECKCYCLE::ForceRefresh(item, 0);
+    CHECKCYCLE::ForceRefresh(item, false);
     Cycle.UpdateItem(item);
     EXPECT_EQ(Checks(Journal.Take()), LIST{"move 3 to spam"});
     EXPECT_EQ(Value("@MoveMessageId"), "");
@@ -331,7 +331,7 @@ TEST_F(WorkThread, ChecksUntilItIsStopped) {
     LIST seen;
     EXPECT_TRUE(Eventually([&] {
         // What the user's thread does meanwhile.
-        CHECKCYCLE::ForceRefresh(item, 0);
+        CHECKCYCLE::ForceRefresh(item, false);
         Cycle.CountMails(-1, nullptr, nullptr);
         Cycle.RemoveItem(1);
         AddItem("b", 1);

@@ -10,7 +10,7 @@ class Dialling : public CYCLETEST {
     /// One turn of the loop, half a second later; true if the item was checked in it.
     bool TurnChecks() {
         Clock.Advance(500);
-        CHECKCYCLE::ForceRefresh(Item, 0);
+        CHECKCYCLE::ForceRefresh(Item, false);
         Cycle.Turn();
         for (const std::string& entry : Journal.Take()) {
             if (entry.starts_with("get "))

@@ -6,6 +6,7 @@
 #include "tests/app/check/fakes.h"
 #include "tests/app/filter/filtertest.h"
 #include "tests/servers/dovecot.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -54,7 +55,7 @@ class RealDisposal : public FILTERTEST {
         Items.Add(item);
     }
     void Check() {
-        CHECKCYCLE::ForceRefresh(Items[0], 0);
+        CHECKCYCLE::ForceRefresh(Items[0], false);
         Cycle.UpdateItem(Items[0]);
     }
     std::string Value(const char* key) const { return Std(Items[0].Get(key)); }
@@ -105,7 +106,7 @@ TEST_F(RealDisposal, RemovesAtTheNextPassWhatWasMarkedAndNothingElse) {
 TEST_F(RealDisposal, AMailThatTalksLikeAServerCostsNoOtherMail) {
     DOVECOT server;
     ASSERT_EQ(server.Problem(), "");
-    ImapTimes.PauseMs = 0;
+    SHRINKABLE::ImapTimes.PauseMs = 0;
     State.Set("SpamDoDelete", "0");
     Items[0].SetNumber("Type", ITEMTYPE_IMAP);
     Items[0].Set("Source", server.ImapServer() || "|joe");
@@ -118,7 +119,7 @@ TEST_F(RealDisposal, AMailThatTalksLikeAServerCostsNoOtherMail) {
     EXPECT_EQ(Value("LastSeenIds"), "3|2|1");
     Cycle.UpdateItem(Items[0]);
     EXPECT_EQ(server.Inbox("joe"), good) << Value("LastValue");
-    ImapTimes = {};
+    SHRINKABLE::ImapTimes = {};
 }
 
 }  // namespace

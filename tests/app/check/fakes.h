@@ -120,7 +120,7 @@ class RECORDINGNOTIFIER : public NOTIFIER {
 /// The names of the files in the trash of a data directory.
 inline std::set<std::string> TrashFiles(const TEMPDIR& dir) {
     DYNARRAY<STRING> files(8, 8);
-    OSYS::CollectFiles(dir.File(TRASH_FOLDER).Text(), "*.*", &files, 0);
+    OSYS::CollectFiles(dir.File(TRASH_FOLDER).Text(), "*.*", &files, false);
     std::set<std::string> names;
     for (int i = 0; i < files.Count(); ++i)
         names.insert(Std(files[i]).substr(Std(files[i]).find_last_of('\\') + 1));

@@ -164,7 +164,7 @@ TEST_F(NewMail, NoIdMakesAMailNewForEver) {
             Item.Set("LastSeenIds", "");
             Check(listing);
             EXPECT_EQ(Notifier.TakeCalls().size(), 1U);
-            EXPECT_NE(stricmp(Item.Get("LastSeenIds").Text(), SHOW_ALL_IDS, 1), 0) << "not a mail's to say";
+            EXPECT_NE(stricmp(Item.Get("LastSeenIds").Text(), SHOW_ALL_IDS, true), 0) << "not a mail's to say";
             Check(listing);
             EXPECT_EQ(Notifier.TakeCalls(), LIST{}) << id;
             // The next run reads the list from a file.

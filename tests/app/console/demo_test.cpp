@@ -29,19 +29,6 @@ class COUNTINGNOTIFIER : public NOTIFIER {
     std::atomic<int> Reports = 0, Mails = 0;
 };
 
-/// Makes mails arrive, and checks run, all the time. Outlives the threads that look at the times.
-struct QUICKTIMES {
-    QUICKTIMES() {
-        DemoTimes.ArrivalMs = 1;
-        CheckTimes.TurnMs = 1;
-        CheckTimes.PopupPauseMs = 1;
-    }
-    ~QUICKTIMES() {
-        DemoTimes = {};
-        CheckTimes = {};
-    }
-};
-
 /// A service on a mailbox of three mails, and what a client of ours needs.
 struct MAILBOX {
     MAILBOX() : Service(Store, "demo", "demo") {
@@ -170,10 +157,9 @@ TEST(Demo, BringsMailToTheApplication) {
     RECORDER frontEnd;
     COUNTINGNOTIFIER notifier;
     NUMBEREDTEXTS texts;
-    const QUICKTIMES quick;
-    DEMO demo;
+    DEMO demo(1);
     ASSERT_TRUE(demo.Start());
-    TARNWICK application(frontEnd, notifier, arguments, texts);
+    TARNWICK application(frontEnd, notifier, arguments, texts, {.TurnMs = 1, .PopupPauseMs = 1});
     ASSERT_TRUE(application.Open());
     ASSERT_TRUE(demo.AddAccounts(application));
     ASSERT_TRUE(demo.AddAccounts(application));
@@ -183,7 +169,7 @@ TEST(Demo, BringsMailToTheApplication) {
     application.Start();
     // The mails that were there, and at least one that came between two checks.
     EXPECT_TRUE(Eventually([&] {
-        application.ForceRefreshAll(0);
+        application.ForceRefreshAll(false);
         return notifier.Reports > 1 && notifier.Mails > SampleMailCount();
     }));
 }

@@ -23,7 +23,7 @@ class WebMailService : public testing::Test {
         Settings.Set("DoHttpProxy", "1");
         Settings.Set("HttpProxy", proxy);
     }
-    STRING Get(const char* password, int fetchBody = 0) {
+    STRING Get(const char* password, bool fetchBody = false) {
         STRING result;
         (void)HotmailGet({Item, Progress, Settings, Never, "", "demo", password}, "", fetchBody, result);
         return result;
@@ -52,7 +52,7 @@ TEST_F(WebMailService, ShowsItsInboxToTheRealClientInAllEditions) {
 
 TEST_F(WebMailService, DeletesAndRemembersWhatWasRead) {
     Serve(EDITION::German);
-    EXPECT_NE(Get("pw", 1).Pos("\n\nline 1\n"), -1);
+    EXPECT_NE(Get("pw", true).Pos("\n\nline 1\n"), -1);
     EXPECT_EQ(Get("pw").Line(0), "3 msgs|0 unread|0 bytes");
     EXPECT_EQ(HotmailDelete({Item, Progress, Settings, Never, "", "demo", "pw"}, "\nMSG2\nMSG99\nMSG1\n"), 200);
     ASSERT_EQ(Store.Mails().size(), 1U);

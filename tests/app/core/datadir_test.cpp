@@ -31,7 +31,7 @@ class DataDir : public ::testing::Test {
     std::string Get(const char* commandLine = "") {
         return Std(GetDataDir(ARGUMENTS("tarnwick", commandLine), PRODUCT, PRODUCT, Pending));
     }
-    int Move(const STRING& oldDir, const STRING& pending, const char* patterns = "*.*") {
+    bool Move(const STRING& oldDir, const STRING& pending, const char* patterns = "*.*") {
         return MoveDataDir(FrontEnd, Texts, PRODUCT, oldDir.Text(), pending.Text(), patterns);
     }
 
@@ -127,17 +127,17 @@ TEST_F(DataDir, AMoveOntoItselfLosesNothing) {
         Store.Set("ApplicationDataDir.New", "x");
         if (std::string_view(spelling) == "link" && !OSYS::FileIsDirectory(Temp.File("link").Text()))
             continue;
-        EXPECT_EQ(Move(from, STRING("*") || Temp.File(spelling)), 1) << spelling;
+        EXPECT_TRUE(Move(from, STRING("*") || Temp.File(spelling))) << spelling;
         EXPECT_EQ(ReadBytes(Temp.File("from\\a.ini")), "a") << spelling;
         EXPECT_EQ(Store.Get("ApplicationDataDir"), Std(from)) << spelling;
         EXPECT_EQ(Store.Get("ApplicationDataDir.New"), "<none>") << spelling;
     }
     // Down into a folder of its own, and up again.
     const STRING below = Temp.File("from\\below");
-    EXPECT_EQ(Move(from, STRING("*") || below), 1);
+    EXPECT_TRUE(Move(from, STRING("*") || below));
     EXPECT_EQ(ReadBytes(Temp.File("from\\below\\a.ini")), "a");
     EXPECT_FALSE(OSYS::FileExists(Temp.File("from\\a.ini").Text()));
-    EXPECT_EQ(Move(below, STRING("*") || from), 1);
+    EXPECT_TRUE(Move(below, STRING("*") || from));
     EXPECT_EQ(ReadBytes(Temp.File("from\\a.ini")), "a");
     EXPECT_TRUE(FrontEnd.Messages.empty());
 }
@@ -152,12 +152,12 @@ TEST_F(DataDir, LinksBetweenTheOldPlaceAndTheNewOneLoseNothing) {
         GTEST_SKIP() << "no links here";
     LinkFile(Temp.Native("from/a.ini"), Temp.Native("to/b.ini"));
     LinkFile(Temp.Native("from/b.ini"), Temp.Native("from/l.ini"));
-    EXPECT_EQ(Move(Temp.File("from"), STRING("*") || Temp.File("to")), 1);
+    EXPECT_TRUE(Move(Temp.File("from"), STRING("*") || Temp.File("to")));
     for (const auto& [name, text] : {std::pair("a.ini", "a"), {"b.ini", "b"}, {"l.ini", "b"}, {"c.ini", "c"}})
         EXPECT_EQ(ReadBytes(Temp.File("to") || "\\" || name), text) << name;
     // What already lies in the new place, and is only linked in the old one, stays there.
     LinkFile(Temp.Native("to/c.ini"), Temp.Native("from/c.ini"));
-    EXPECT_EQ(Move(Temp.File("from"), STRING("*") || Temp.File("to")), 0);
+    EXPECT_FALSE(Move(Temp.File("from"), STRING("*") || Temp.File("to")));
     EXPECT_EQ(ReadBytes(Temp.File("to\\c.ini")), "c");
     EXPECT_EQ(ReadBytes(Temp.File("from\\c.ini")), "c");
 }
@@ -172,7 +172,7 @@ TEST_F(DataDir, MoveCopiesAllFilesAndThenDeletesTheOldOnes) {
     WriteBytes(Temp.File("from\\tarnwick.lock"), "");
     ASSERT_TRUE(OSYS::MakeDirectories(to.Text()));
     WriteBytes(Temp.File("deep\\to\\accounts.ini"), "an older one that is replaced");
-    EXPECT_EQ(Move(from, STRING("*") || to), 1);
+    EXPECT_TRUE(Move(from, STRING("*") || to));
     EXPECT_EQ(ReadBytes(Temp.File("deep\\to\\accounts.ini")), "new");
     EXPECT_EQ(ReadBytes(Temp.File("deep\\to\\noextension")), "n");
     for (const auto& [name, moves] :
@@ -185,7 +185,7 @@ TEST_F(DataDir, MoveCopiesAllFilesAndThenDeletesTheOldOnes) {
     EXPECT_TRUE(FrontEnd.Messages.empty());
 
     // Without the star only the directory changes.
-    EXPECT_EQ(Move(to, from), 1);
+    EXPECT_TRUE(Move(to, from));
     EXPECT_TRUE(OSYS::FileExists(Temp.File("deep\\to\\accounts.ini").Text()));
     EXPECT_FALSE(OSYS::FileExists(Temp.File("from\\accounts.ini").Text()));
     EXPECT_EQ(Store.Get("ApplicationDataDir"), Std(from));
@@ -198,7 +198,7 @@ TEST_F(DataDir, AFailedCopyKeepsTheOldPlaceAndDropsTheRequest) {
     ASSERT_TRUE(OSYS::MakeDirectories(Temp.File("to\\a.ini").Text()));  // a directory stands where a file must go
     WriteBytes(Temp.File("from\\a.ini"), "a");
     WriteBytes(Temp.File("from\\b.ini"), "b");
-    EXPECT_EQ(Move(Temp.File("from"), STRING("*") || Temp.File("to"), "a.*|b.*"), 0);
+    EXPECT_FALSE(Move(Temp.File("from"), STRING("*") || Temp.File("to"), "a.*|b.*"));
     EXPECT_EQ(FrontEnd.Messages, std::vector<std::string>{Numbered(TEXT_PRODUCT) + ": " + Temp.Native("from\\a.ini") +
                                                           " -> \r\n" + Temp.Native("to\\a.ini") +
                                                           ": copy failed!\r\nWill keep original data directory!"});
@@ -214,7 +214,7 @@ TEST_F(DataDir, APlaceThatCannotBeMadeIsRefused) {
     for (const STRING& pending : {Temp.File("file\\to"), STRING("*") || Temp.File("file\\to"), STRING("*")}) {
         Store.Set("ApplicationDataDir.New", pending);
         FrontEnd.Messages.clear();
-        EXPECT_EQ(Move(Temp.Path(), pending), 0);
+        EXPECT_FALSE(Move(Temp.Path(), pending));
         EXPECT_EQ(FrontEnd.Messages.size(), 1U);
         EXPECT_EQ(Store.Get("ApplicationDataDir"), "<none>");
         EXPECT_EQ(Store.Get("ApplicationDataDir.New"), "<none>");

@@ -27,7 +27,7 @@ TEST(Defaults, MailTypesAreCompleteAndLoadWhole) {
 
 TEST(Defaults, SpamDefinitionsAreRowsThatCanHit) {
     DYNARRAY<STRING> lines(256, 256);
-    ASSERT_GT(lines.LoadLines(Shipped("def_spamdef.dat").Text(), 0), 0);
+    ASSERT_GT(lines.LoadLines(Shipped("def_spamdef.dat").Text()), 0);
     std::set<std::string> seen;
     for (int i = 0; i < lines.Count(); ++i) {
         const std::string line = Std(lines[i]);

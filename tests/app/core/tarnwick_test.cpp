@@ -10,13 +10,12 @@ namespace {
 
 class Tarnwick : public ::testing::Test {
  protected:
-    Tarnwick() : Here(Program.Path()) { CheckTimes.TurnMs = 1; }
-    ~Tarnwick() override { CheckTimes = CHECKTIMES(); }
+    Tarnwick() : Here(Program.Path()) {}
 
     std::unique_ptr<TARNWICK> Make(const char* switches = "") {
         Line = STRING("\"/WORKDIR:") || Data.Path() || "\" " || switches;
         Arguments = std::make_unique<ARGUMENTS>("tarnwick", Line.Text());
-        return std::make_unique<TARNWICK>(FrontEnd, Notifier, *Arguments, Texts);
+        return std::make_unique<TARNWICK>(FrontEnd, Notifier, *Arguments, Texts, Quick);
     }
     std::string InData(const char* name) { return ReadBytes(Data.File(name)); }
     TESTSTORE Store;
@@ -28,6 +27,7 @@ class Tarnwick : public ::testing::Test {
     NUMBEREDTEXTS Texts;
     STRING Line;
     std::unique_ptr<ARGUMENTS> Arguments;
+    const CHECKTIMES Quick = {.TurnMs = 1};
 };
 
 TEST_F(Tarnwick, AStopReachesTheFilterFromWhoeverIsAsked) {
@@ -106,13 +106,13 @@ TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
     Store.Set("ApplicationDataDir", from);
     Arguments = std::make_unique<ARGUMENTS>("tarnwick");
     {
-        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
+        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts, Quick);
         ASSERT_TRUE(app.Open());
         app.pState.Set("PopupDuration", "99");
     }
     Store.Set("ApplicationDataDir.New", STRING("*") || to);
     {
-        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
+        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts, Quick);
         ASSERT_TRUE(app.Open());
         EXPECT_EQ(Std(app.DataDir()), Std(to));
         EXPECT_EQ(app.pState.GetNumber("PopupDuration"), 99);
@@ -122,7 +122,7 @@ TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
         ASSERT_TRUE(saved.Load(Data.File("to\\tarnwick.ini").Text()));
         EXPECT_EQ(saved.Get("SpamFilename"), app.pState.Get("SpamFilename")) << "for the case that this run is killed";
         // The new place is locked in its turn.
-        TARNWICK second(FrontEnd, Notifier, *Arguments, Texts);
+        TARNWICK second(FrontEnd, Notifier, *Arguments, Texts, Quick);
         EXPECT_FALSE(second.Open());
         EXPECT_EQ(Std(second.StartError()), "text 10050 " + Data.Native("to"));
     }
@@ -137,14 +137,14 @@ TEST_F(Tarnwick, ARequestForTheSamePlaceStopsNoStart) {
     Arguments = std::make_unique<ARGUMENTS>("tarnwick");
     for (const char* request : {"data\\", "*data\\.", "*gone\\..\\data"}) {
         STRING place(request);
-        const bool star = place.ChopFirst('*') != 0;
+        const bool star = place.ChopFirst('*');
         Store.Set("ApplicationDataDir.New", STRING(star ? "*" : "") || Data.File(place.Text()));
-        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
+        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts, Quick);
         ASSERT_TRUE(app.Open()) << request << ": " << app.StartError().Text();
         EXPECT_EQ(Std(app.DataDir()), Std(data));
         EXPECT_EQ(Store.Get("ApplicationDataDir.New"), "<none>");
         EXPECT_EQ(Std(app.pState.Get("SpamFilename")), Std(data) + "\\spamdef.dat");
-        TARNWICK second(FrontEnd, Notifier, *Arguments, Texts);
+        TARNWICK second(FrontEnd, Notifier, *Arguments, Texts, Quick);
         EXPECT_FALSE(second.Open()) << "the lock is kept";
     }
 }
@@ -184,7 +184,7 @@ TEST_F(Tarnwick, WhatCannotBeWrittenBesideTheProgramGoesToTheData) {
         Trace("an early line\n");
         Store.Set("ApplicationDataDir", Data.Path());
         Arguments = std::make_unique<ARGUMENTS>("tarnwick");
-        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts);
+        TARNWICK app(FrontEnd, Notifier, *Arguments, Texts, Quick);
         ASSERT_TRUE(app.Open());
         app.Filter().LoadSpamDefinitions();
         EXPECT_EQ(Std(FILES::OwnFile("a.txt")), Std(Data.File("a.txt")));
@@ -203,7 +203,7 @@ TEST_F(Tarnwick, WhatCannotBeWrittenBesideTheProgramGoesToTheData) {
     EXPECT_EQ(FrontEnd.Alerts.back(), "of these data");
     app.reset();
     Arguments = std::make_unique<ARGUMENTS>("tarnwick");
-    TARNWICK usual(FrontEnd, Notifier, *Arguments, Texts);
+    TARNWICK usual(FrontEnd, Notifier, *Arguments, Texts, Quick);
     ASSERT_TRUE(usual.Open());
     ASSERT_TRUE(usual.Notification().ShowLastAlert());
     EXPECT_EQ(FrontEnd.Alerts.back(), "of all");

@@ -8,6 +8,7 @@
 #include "app/desktop/windowids.h"
 #include "corelib/window/widetext.h"
 #include "tests/support/testsupport.h"
+#include "tests/support/times.h"
 #include "tests/support/windowtest.h"
 
 /// Two accounts, one with mail and one that failed, of which none is checked.
@@ -57,15 +58,10 @@ inline std::string PopupLook(
 /// The program's window over data of a test's own, in English, with the work thread only where a test starts it.
 class DESKTOPTEST : public ::testing::Test {
  protected:
-    DESKTOPTEST() {
-        DesktopTimes = {.TrayStartMs = 1, .AlertReadMs = 1, .AlertRightClickMs = 1};
-        ScrollLockSettleMs = 1;
-    }
+    DESKTOPTEST() { SHRINKABLE::ScrollLockSettleMs = 1; }
     ~DESKTOPTEST() override {
         Close();
-        ScrollLockSettleMs = 1000;
-        DesktopTimes = DESKTOPTIMES();
-        CheckTimes = CHECKTIMES();
+        SHRINKABLE::ScrollLockSettleMs = 1000;
     }
 
     /// items: the content of accounts.ini, settings: that of tarnwick.ini.
@@ -76,8 +72,9 @@ class DESKTOPTEST : public ::testing::Test {
         App = std::make_unique<VELMORAAPP>(ARGUMENTS("tarnwick", line.Text()));
         ASSERT_EQ(App->Start(NoFrontEnd), 0);
         Resources = std::make_unique<RESOURCELIBRARY>(ResourceFile ? STRING(ResourceFile) : App->LibraryPath());
-        Window = std::make_unique<MAINWINDOW>(*App);
-        Engine = std::make_unique<TARNWICK>(*Window, Nobody, App->Arguments(), App->Texts());
+        Window = std::make_unique<MAINWINDOW>(*App,
+                                              DESKTOPTIMES{.TrayStartMs = 1, .AlertReadMs = 1, .AlertRightClickMs = 1});
+        Engine = std::make_unique<TARNWICK>(*Window, Nobody, App->Arguments(), App->Texts(), Checks);
         Window->SetApplication(Engine.get());
         ASSERT_TRUE(Engine->Open()) << Std(Engine->StartError());
         Window->Begin(false);
@@ -157,5 +154,6 @@ class DESKTOPTEST : public ::testing::Test {
     std::unique_ptr<RESOURCELIBRARY> Resources;
     std::unique_ptr<VELMORAAPP> App;
     std::unique_ptr<MAINWINDOW> Window;
+    CHECKTIMES Checks;  // of the engine that Open makes
     std::unique_ptr<TARNWICK> Engine;
 };

@@ -3,6 +3,7 @@
 #include "corelib/system/registry.h"
 #include "tests/app/desktop/desktopsupport.h"
 #include "tests/servers/scriptedserver.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -11,12 +12,12 @@ class Lifecycle : public DESKTOPTEST {
  protected:
     ~Lifecycle() override {
         Close();
-        PopTimes = POPTIMES();
+        SHRINKABLE::PopTimes = POPTIMES();
     }
     /// Opens with an account whose server does not answer, and waits until its check has begun.
     void OpenChecking(const std::string& settings = {}) {
-        CheckTimes.TurnMs = 1;
-        PopTimes.GreetingMs = 400;
+        Checks.TurnMs = 1;
+        SHRINKABLE::PopTimes.GreetingMs = 400;
         Server = std::make_unique<SCRIPTEDSERVER>(SCRIPT{PLAY::Silence()});
         Open("[#0]\r\nName=a\r\nType=1\r\nTimingCyclic=600\r\nSource=" + Server->HostPort() + "|me\r\n\r\n", settings);
         Engine->Start();

@@ -143,7 +143,7 @@ TEST_F(Notice, AMailOnTheServerComesToTheUser) {
     store.Deliver(SampleMail(0, 1772600000));
     POP3SERVICE server(store, "me", "x");
     ASSERT_TRUE(server.Start());
-    CheckTimes.TurnMs = 1;
+    Checks.TurnMs = 1;
     Open("[#0]\r\nName=a\r\nType=1\r\nTimingCyclic=600\r\nSource2=x\r\nSource=127.0.0.1:" +
              std::to_string(server.Port()) + "|me\r\n\r\n",
          "EmailDoPopup=1\r\nEmailDoBlink=1\r\nEmailDoSound=0\r\nEmailDoProgram=0\r\nSpamFilterDisabled=1\r\n");

@@ -28,8 +28,7 @@ class LOOPBACKLOOKUP : public MXLOOKUP {
 
 class RealSender : public FILTERTEST {
  protected:
-    RealSender() { SmtpVerifyTimes = {10000, 10000, 10000, 10000}; }
-    ~RealSender() override { SmtpVerifyTimes = {}; }
+    const SMTPVERIFYTIMES Patient{10000, 10000, 10000, 10000};
 };
 
 TEST_F(RealSender, IsKnownToItsServerOrNot) {
@@ -55,7 +54,7 @@ TEST_F(RealSender, IsKnownToItsServerOrNot) {
             STRING reason;
             MXMEMORY memory(mx);
             const int points =
-                SpamFrom({State, Vars, Texts, nobody, memory, {}}, from, 100, significance, reason, 1, "");
+                SpamFrom({State, Vars, Texts, nobody, memory, {}, Patient}, from, 100, significance, reason, 1, "");
             EXPECT_EQ(std::to_string(points) + "/" + std::to_string(significance) + " " + Std(reason), result)
                 << mail.Log();
         }

@@ -12,11 +12,7 @@ using namespace PLAY;
 
 class Sender : public FILTERTEST {
  protected:
-    Sender() {
-        State.Set("SpamDoVerify", "1");
-        SmtpVerifyTimes = {2000, 2000, 2000, 100};
-    }
-    ~Sender() override { SmtpVerifyTimes = {}; }
+    Sender() { State.Set("SpamDoVerify", "1"); }
 
     std::string Shape(const char* from) {
         int significance = -1;
@@ -31,14 +27,15 @@ class Sender : public FILTERTEST {
     std::string CheckWith(MXMEMORY& memory, const char* from, int totalPoints = 100) {
         int significance = 77;
         STRING reason;
-        const int points = SpamFrom({State, Vars, Texts, FrontEnd, memory, StopAsked}, from, totalPoints, significance,
-                                    reason, 4711, "busy");
+        const int points = SpamFrom({State, Vars, Texts, FrontEnd, memory, StopAsked, Times}, from, totalPoints,
+                                    significance, reason, 4711, "busy");
         return std::to_string(points) + "/" + std::to_string(significance) + " " + Std(reason);
     }
 
     ROWFRONTEND FrontEnd;
     FAKEMXLOOKUP Mx;
     STOPQUESTION StopAsked;
+    SMTPVERIFYTIMES Times{2000, 2000, 2000, 100};
 };
 
 TEST_F(Sender, IsJudgedByItsShape) {
@@ -121,27 +118,30 @@ TEST_F(Sender, OfAServerThatRefusesOrGoesIsAnError) {
         // A server that is gone is waited for as short as can be; only a slow machine needs the longer times.
         bool good = false;
         for (int ms = 20; ms <= 2000 && !good; ms *= 10) {
-            SmtpVerifyTimes = {ms, ms, ms, ms};
+            Times = {ms, ms, ms, ms};
             int code = -1;
-            const bool answered = VerifySenderSmtp(STRING(std::string_view(server.HostPort())), "c@x.example", code);
+            const bool answered =
+                VerifySenderSmtp(STRING(std::string_view(server.HostPort())), "c@x.example", code, {}, nullptr, Times);
             // A number counts from its third digit on, and after RCPT there is an answer, if only an empty one.
             good = answered == (sent >= toRecipient - 5) &&
                    (sent >= toRecipient + 3 ? code == 250 : sent > toRecipient || code == 0);
         }
         EXPECT_TRUE(good) << sent;
     });
-    SmtpVerifyTimes = {2000, 2000, 2000, 20};
+    Times = {2000, 2000, 2000, 20};
     for (const char* greeting : {"554 go away\r\n", "hello\r\n", "421-x\r\n421 y\r\n"}) {
         SCRIPTEDSERVER server(SCRIPT{Send(greeting)});
         int code = -1;
-        EXPECT_FALSE(VerifySenderSmtp(STRING(std::string_view(server.HostPort())), "c@x.example", code)) << greeting;
+        EXPECT_FALSE(
+            VerifySenderSmtp(STRING(std::string_view(server.HostPort())), "c@x.example", code, {}, nullptr, Times))
+            << greeting;
         EXPECT_EQ(code, 0);
         EXPECT_EQ(server.Transcript(), "");
     }
 }
 
 TEST_F(Sender, OfASilentServerCostsTheTimeOutsOnly) {
-    SmtpVerifyTimes = {30, 30, 30, 10};
+    Times = {30, 30, 30, 10};
     std::string greetingWithoutEnd;
     for (int i = 0; i < 200; ++i)
         greetingWithoutEnd += "220-more\r\n";
@@ -185,14 +185,14 @@ TEST_F(Sender, OfAServerThatDripsIsLeftBehindTheTotalTimeOrAStop) {
         const STRING host{std::string_view(server.HostPort())};
         int code = -1;
         bool dead = false;
-        SmtpVerifyTimes = {60000, 60000, 60000, 60000, 50};
+        Times = {60000, 60000, 60000, 60000, 50};
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_FALSE(VerifySenderSmtp(host, "c@x.example", code, {}, &dead));
+        EXPECT_FALSE(VerifySenderSmtp(host, "c@x.example", code, {}, &dead, Times));
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
         EXPECT_TRUE(dead);
-        SmtpVerifyTimes.TotalMs = 60000;
+        Times.TotalMs = 60000;
         const STOPSOON stop;
-        EXPECT_FALSE(VerifySenderSmtp(host, "c@x.example", code, stop.Question()));
+        EXPECT_FALSE(VerifySenderSmtp(host, "c@x.example", code, stop.Question(), nullptr, Times));
         EXPECT_STOPPED(stop);
     }
     StopAsked = [] { return true; };

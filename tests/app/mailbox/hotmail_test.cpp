@@ -3,6 +3,7 @@
 #include "app/mailbox/hotmailpages.h"
 #include "corelib/net/webget.h"
 #include "tests/app/mailbox/mailboxsupport.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -43,8 +44,8 @@ TEST(WebSession, ServersCannotFillTheJarWithoutEnd) {
 // The service as a proxy plays it: each request gets the next script.
 class WebMail : public testing::Test {
  protected:
-    void SetUp() override { WebTimes.ReadMs = 20; }
-    void TearDown() override { WebTimes = WEBTIMES(); }
+    void SetUp() override { SHRINKABLE::WebTimes.ReadMs = 20; }
+    void TearDown() override { SHRINKABLE::WebTimes = WEBTIMES(); }
 
     void Play(const std::vector<std::string>& answers, const std::string& firstRequestsEnd = "\r\n\r\n") {
         std::vector<SCRIPT> scripts;

@@ -6,6 +6,7 @@
 #include "tests/app/apptest.h"
 #include "tests/servers/dovecot.h"
 #include "tests/servers/imap4d.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -35,9 +36,9 @@ class ImapServers : public testing::Test {
         for (const char* key : {"DownloadMailTexts", "DoAltFolder", "AltFolder", "@Handle", "@InUpdate"})
             Item.Set(key, "0");
         Item.Set("UidValidity", "");
-        ImapTimes.PauseMs = 0;
+        SHRINKABLE::ImapTimes.PauseMs = 0;
     }
-    ~ImapServers() override { ImapTimes = {}; }
+    ~ImapServers() override { SHRINKABLE::ImapTimes = {}; }
     void SetUp() override {
         ASSERT_EQ(Server.Problem(), "");
         Server.Mailbox().Deliver(FIRST, "S");

@@ -2,6 +2,7 @@
 
 #include "app/mailbox/listing.h"
 #include "tests/app/mailbox/mailboxsupport.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -269,9 +270,9 @@ TEST(ImapGet, AServerWithoutEndIsNotHeardToItsEnd) {
     for (bool bytes : {true, false}) {
         SHORTTIMES times(8000);
         if (bytes)
-            ImapTimes.ReplyBytes = 1000;
+            SHRINKABLE::ImapTimes.ReplyBytes = 1000;
         else
-            ImapTimes.ReplySeconds = -1;
+            SHRINKABLE::ImapTimes.ReplySeconds = -1;
         SCRIPTEDSERVER server(ServerScript(GREETING, exchanges));
         const OUTCOME outcome = Get(server);
         EXPECT_EQ(outcome, (OUTCOME{false, "-ERR IMAP99 BAD reply without end"})) << bytes;
@@ -281,8 +282,8 @@ TEST(ImapGet, AServerWithoutEndIsNotHeardToItsEnd) {
 
 TEST(ImapGet, AMailOfAnySizeCostsNoMoreThanItsBeginning) {
     SHORTTIMES times(8000);
-    ImapTimes.LiteralBytes = 12000;
-    ImapTimes.ReplyBytes = 15000;
+    SHRINKABLE::ImapTimes.LiteralBytes = 12000;
+    SHRINKABLE::ImapTimes.ReplyBytes = 15000;
     const std::string header = "* 7 FETCH (BODY[HEADER] {500000}\r\n" + std::string(500000, 'x') + ")\r\n" + DONE;
     const auto exchanges = Deviating(HEADER, header, FIELDS);
     SCRIPTEDSERVER server(ServerScript(GREETING, exchanges));

@@ -5,6 +5,7 @@
 #include "corelib/net/tcpio.h"
 #include "tests/app/apptest.h"
 #include "tests/servers/scriptedserver.h"
+#include "tests/support/times.h"
 
 /// A line of the client, without its line break, and what the server says to it. An empty reply is silence.
 using EXCHANGE = std::pair<std::string, std::string>;
@@ -31,21 +32,22 @@ inline std::string Commands(const std::vector<EXCHANGE>& exchanges) {
 class SHORTTIMES {
  public:
     explicit SHORTTIMES(int ms) {
-        PopTimes.GreetingMs = PopTimes.ReplyMs = ImapTimes.LineMs = TcpTimes.ReadFailedMs = ms;
-        ImapTimes.PauseMs = 0;
+        SHRINKABLE::PopTimes.GreetingMs = SHRINKABLE::PopTimes.ReplyMs = SHRINKABLE::ImapTimes.LineMs =
+            SHRINKABLE::TcpTimes.ReadFailedMs = ms;
+        SHRINKABLE::ImapTimes.PauseMs = 0;
     }
     ~SHORTTIMES() {
-        PopTimes = FormerPop;
-        ImapTimes = FormerImap;
-        TcpTimes = FormerTcp;
+        SHRINKABLE::PopTimes = FormerPop;
+        SHRINKABLE::ImapTimes = FormerImap;
+        SHRINKABLE::TcpTimes = FormerTcp;
     }
     SHORTTIMES(const SHORTTIMES&) = delete;
     SHORTTIMES& operator=(const SHORTTIMES&) = delete;
 
  private:
-    POPTIMES FormerPop = PopTimes;
-    IMAPTIMES FormerImap = ImapTimes;
-    TCPTIMES FormerTcp = TcpTimes;
+    POPTIMES FormerPop = SHRINKABLE::PopTimes;
+    IMAPTIMES FormerImap = SHRINKABLE::ImapTimes;
+    TCPTIMES FormerTcp = SHRINKABLE::TcpTimes;
 };
 
 /// Texts that show their numbers, and a row that keeps what it was told.

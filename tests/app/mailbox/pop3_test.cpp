@@ -1,6 +1,7 @@
 #include "app/mailbox/pop3.h"
 
 #include "tests/app/mailbox/mailboxsupport.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -151,9 +152,9 @@ TEST(PopGet, NeitherAMailNorTheirNumberFillsTheMemory) {
     };
     for (const auto& [mailBytes, listingBytes, mailPrice, following, outcome] : cases) {
         SHORTTIMES times(8000);
-        PopTimes.MailBytes = mailBytes;
-        PopTimes.ListingBytes = listingBytes;
-        PopTimes.MailPrice = mailPrice;
+        SHRINKABLE::PopTimes.MailBytes = mailBytes;
+        SHRINKABLE::PopTimes.ListingBytes = listingBytes;
+        SHRINKABLE::PopTimes.MailPrice = mailPrice;
         SCRIPTEDSERVER server(ServerScript(GREETING, Deviating(TOP2, flood + ".\r\n", following)));
         EXPECT_EQ(Get(server), outcome);
     }

@@ -56,7 +56,7 @@ TEST_F(Tray, FollowsTheProgram) {
 
     int meanwhile = 0;
     Mailboxes.DuringCheck = [&] { meanwhile = TrayPicture(Cycle, State); };
-    CHECKCYCLE::ForceRefresh(item, 0);
+    CHECKCYCLE::ForceRefresh(item, false);
     Cycle.UpdateItem(item);
     EXPECT_EQ(meanwhile, TRAY_UPDATING);
     EXPECT_EQ(TrayPicture(Cycle, State), TRAY_SUSPENDED) << "no longer failed";

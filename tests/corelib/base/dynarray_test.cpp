@@ -42,7 +42,7 @@ TEST(DynarrayTest, LoadLinesCountsEmptyAndUnendedLines) {
     TEMPDIR dir;
     WriteBytes(dir.File("lines"), "a\r\n\r\nb\\n\r\nlast");
     DYNARRAY<STRING> array(4, 4);
-    EXPECT_EQ(array.LoadLines(dir.File("lines").Text(), 1), 4);
+    EXPECT_EQ(array.LoadLines(dir.File("lines").Text(), true), 4);
     EXPECT_EQ(Joined(array), "a,,b\n,last");
-    EXPECT_EQ(array.LoadLines(dir.File("missing").Text(), 0), 0);
+    EXPECT_EQ(array.LoadLines(dir.File("missing").Text()), 0);
 }

@@ -62,10 +62,10 @@ TEST(RecordarrayTest, SortsAndFindsByKeys) {
     EXPECT_EQ(Texts(records), "n=9\ns=Apple\n/n=10\ns=b\n/n=9\ns=b\n/");
     records.SortByKey("n", SORT_NUMERIC | SORT_DESCENDING);
     EXPECT_EQ(records[0].Get("n"), "10");
-    EXPECT_GE(records.FindRecord("S", "APPLE", 1), 1);
-    EXPECT_EQ(records.FindRecord("S", "app", 1), -1);
-    EXPECT_GE(records.FindRecord("S", "app", 0), 1);
-    EXPECT_EQ(records.FindRecord("missing", "x", 0), -1);
+    EXPECT_GE(records.FindRecord("S", "APPLE"), 1);
+    EXPECT_EQ(records.FindRecord("S", "app"), -1);
+    EXPECT_GE(records.FindRecord("S", "app", false), 1);
+    EXPECT_EQ(records.FindRecord("missing", "x", false), -1);
     const int before = AssertCount();
     records.SortByKey("missing", 0);
     EXPECT_GT(AssertCount(), before);

@@ -14,12 +14,12 @@ TEST(StringarrayTest, ValuesOfEveryKindComeBack) {
     table["Secret"] = secret;
 
     TEMPDIR dir;
-    ASSERT_EQ(table.Save(dir.File("t.ini").Text()), 1);
+    ASSERT_TRUE(table.Save(dir.File("t.ini").Text()));
     EXPECT_EQ(ReadBytes(dir.File("t.ini")),
               "Braces=\\x3d\\x7b\\x7babc\r\nLines=first\\r\\nsecond\r\nNull=\r\nPlain=a\\x3db\\x7bc\\x7d\r\n"
               "Secret=={{cAB3}}\r\nZero=a\\0b\r\n");
     STRINGARRAY back;
-    ASSERT_EQ(back.Load(dir.File("t.ini").Text()), 1);
+    ASSERT_TRUE(back.Load(dir.File("t.ini").Text()));
     EXPECT_EQ(back.AsText(), table.AsText());
     EXPECT_EQ(Std(back["Secret"]), std::string("p\0w", 3));
     EXPECT_TRUE(back["Secret"].GetFlags() & STRINGFLAG_BINARY);
@@ -78,8 +78,8 @@ TEST(StringarrayTest, ReadingAMissingKeyAsserts) {
 TEST(StringarrayTest, AFailedLoadLeavesTheTable) {
     TEMPDIR dir;
     STRINGARRAY table(STRING("a=1\n"), 2, 2);
-    EXPECT_EQ(table.Load(dir.File("missing").Text()), 0);
-    EXPECT_EQ(table.Load(dir.Path()), 0) << "a directory";
+    EXPECT_FALSE(table.Load(dir.File("missing").Text()));
+    EXPECT_FALSE(table.Load(dir.Path())) << "a directory";
     EXPECT_EQ(table.AsText(), "a=1\n");
-    EXPECT_EQ(table.Save(dir.File("no\\such\\dir").Text()), 0);
+    EXPECT_FALSE(table.Save(dir.File("no\\such\\dir").Text()));
 }

@@ -37,13 +37,13 @@ TEST(StringCodingTest, Base64RoundTripAndLineBreaks) {
     STRING all = AllBytes();
     for (int length = 0; length < 80; ++length) {
         STRING piece = all.Mid(100, length);
-        EXPECT_EQ(piece.ToBase64(0).FromBase64(), piece) << length;
-        EXPECT_EQ(piece.ToBase64(1).FromBase64(), piece) << length;
+        EXPECT_EQ(piece.ToBase64().FromBase64(), piece) << length;
+        EXPECT_EQ(piece.ToBase64(true).FromBase64(), piece) << length;
     }
-    EXPECT_EQ(STRING("Man").ToBase64(0), "TWFu");
-    EXPECT_EQ(all.Left(57).ToBase64(1).Length(), 78) << "one line of 76 and its end";
-    EXPECT_EQ(all.Left(58).ToBase64(1).Pos("\r\n"), 80) << "a single last byte does not break the line";
-    EXPECT_EQ(all.Left(59).ToBase64(1).Pos("\r\n"), 76);
+    EXPECT_EQ(STRING("Man").ToBase64(), "TWFu");
+    EXPECT_EQ(all.Left(57).ToBase64(true).Length(), 78) << "one line of 76 and its end";
+    EXPECT_EQ(all.Left(58).ToBase64(true).Pos("\r\n"), 80) << "a single last byte does not break the line";
+    EXPECT_EQ(all.Left(59).ToBase64(true).Pos("\r\n"), 76);
 }
 
 TEST(StringCodingTest, DamagedBase64) {

@@ -96,9 +96,9 @@ TEST(StringTest, EditingInPlace) {
     text.Insert("xy", 0);
     text.Insert("lost", 99);
     EXPECT_EQ(text, "xy2--3456ab");
-    EXPECT_EQ(text.ChopLast('b'), 1);
-    EXPECT_EQ(text.ChopLast('b'), 0);
-    EXPECT_EQ(text.ChopFirst('x'), 1);
+    EXPECT_TRUE(text.ChopLast('b'));
+    EXPECT_FALSE(text.ChopLast('b'));
+    EXPECT_TRUE(text.ChopFirst('x'));
     text.Truncate(100);
     EXPECT_EQ(text, "y2--3456a");
     text.DeleteLeft(100);
@@ -125,9 +125,9 @@ TEST(StringTest, IndexingOutsideGivesAZeroByte) {
 }
 
 TEST(StringTest, ReplaceDoesNotSearchWhatItPutIn) {
-    const std::tuple<const char*, const char*, const char*, int, const char*> rows[] = {
-        {"aXbXc", "X", "XX", 1, "aXXbXXc"}, {"aXbXc", "X", "", 1, "abc"}, {"aXbxc", "x", "-", 0, "a-b-c"},
-        {"aXbxc", "x", "-", 1, "aXb-c"},    {"none", "", "x", 1, "none"}, {"aaa", "aa", "a", 1, "aa"},
+    const std::tuple<const char*, const char*, const char*, bool, const char*> rows[] = {
+        {"aXbXc", "X", "XX", true, "aXXbXXc"}, {"aXbXc", "X", "", true, "abc"}, {"aXbxc", "x", "-", false, "a-b-c"},
+        {"aXbxc", "x", "-", true, "aXb-c"},    {"none", "", "x", true, "none"}, {"aaa", "aa", "a", true, "aa"},
     };
     for (const auto& [before, from, to, caseSensitive, result] : rows) {
         STRING text(before);
@@ -210,12 +210,12 @@ TEST(StringTest, NumbersStopAtTheEndsOfTheirRange) {
 }
 
 TEST(StringTest, StricmpOrdersUnderscoreBeforeLetters) {
-    EXPECT_LT(stricmp("_", "a", 0), 0);
-    EXPECT_LT(stricmp("_", "A", 0), 0);
-    EXPECT_EQ(stricmp("ABC", "abc", 0), 0);
-    EXPECT_GT(stricmp("\xff", "a", 0), 0) << "bytes are unsigned";
-    EXPECT_EQ(stricmp(nullptr, nullptr, 1), 0);
-    EXPECT_EQ(stricmp(nullptr, "a", 1), 1);
-    EXPECT_EQ(stricmp("a", nullptr, 1), 1);
-    EXPECT_EQ(stricmp(nullptr, "<null>", 0), 0);
+    EXPECT_LT(stricmp("_", "a", false), 0);
+    EXPECT_LT(stricmp("_", "A", false), 0);
+    EXPECT_EQ(stricmp("ABC", "abc", false), 0);
+    EXPECT_GT(stricmp("\xff", "a", false), 0) << "bytes are unsigned";
+    EXPECT_EQ(stricmp(nullptr, nullptr, true), 0);
+    EXPECT_EQ(stricmp(nullptr, "a", true), 1);
+    EXPECT_EQ(stricmp("a", nullptr, true), 1);
+    EXPECT_EQ(stricmp(nullptr, "<null>", false), 0);
 }

@@ -11,7 +11,7 @@ namespace {
 class TraceTest : public testing::Test {
  protected:
     ~TraceTest() override { LogOption("/LOGITCLOSE"); }
-    void Open() { ASSERT_EQ(LogOption((STRING("/logit:") || Dir.File("log")).Text()), 1); }
+    void Open() { ASSERT_TRUE(LogOption((STRING("/logit:") || Dir.File("log")).Text())); }
     std::string Log() { return ReadBytes(Dir.File("log")); }
     TEMPDIR Dir;
 };
@@ -95,8 +95,8 @@ TEST_F(TraceTest, AssertionsAreReportedAndGoOn) {
     Open();
     SetApplicationName("Test");
     EXPECT_ASSERTIONS(4);
-    EXPECT_EQ(Assert(true, "x", "f", 1, nullptr, 0), 1);
-    EXPECT_EQ(Assert(false, "a>b", "dir/file.cpp", 12, "extra", 1), 1);
+    EXPECT_TRUE(Assert(true, "x", "f", 1, nullptr, false));
+    EXPECT_TRUE(Assert(false, "a>b", "dir/file.cpp", 12, "extra", true));
     EXPECT_EQ(WithoutNumbers(ReadBytes("assert.log")),
               "--- Test --- " + WithoutNumbers(Std(CLOCK::DateText(CLOCK::Local()))) +
                   " #:#:# ---\r\n\r\n    Condition: a>b\r\n    Location : file.cpp line #\r\n"
@@ -105,15 +105,15 @@ TEST_F(TraceTest, AssertionsAreReportedAndGoOn) {
 
     SetAssertQuestion(AnswerYes);
     SetTraceLanguage(7);
-    Assert(false, "quiet", "f", 1, nullptr, 1);
+    Assert(false, "quiet", "f", 1, nullptr, true);
     EXPECT_EQ(Asked, nullptr);
-    Assert(false, "loud", "f", 1, nullptr, 0);
+    Assert(false, "loud", "f", 1, nullptr, false);
     ASSERT_NE(Asked, nullptr);
     EXPECT_NE(AskedText.Pos("    Bedingung: loud\r\n    Datei: f Zeile 1\r\n    Code : "), -1);
     EXPECT_NE(AskedText.Pos("Umst\344nde"), -1);
     Asked = nullptr;
     LogOption("/NOASSERT");
-    Assert(false, "silenced", "f", 1, nullptr, 0);
+    Assert(false, "silenced", "f", 1, nullptr, false);
     EXPECT_EQ(Asked, nullptr);
     LogOption("/NOASSERT");
     SetTraceLanguage(9);

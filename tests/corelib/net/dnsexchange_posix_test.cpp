@@ -6,6 +6,7 @@
 #include "corelib/net/sockets.h"
 #include "tests/support/stopsoon.h"
 #include "tests/support/testsupport.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -102,11 +103,11 @@ class ODDNAMESERVER {
 class DnsExchange : public testing::Test {
  protected:
     DnsExchange() {
-        DnsTimes = {300, 50};
+        SHRINKABLE::DnsTimes = {300, 50};
         STRING unused;
         Lookup.GetAddr(nullptr, unused, unused);
     }
-    ~DnsExchange() override { DnsTimes = {}; }
+    ~DnsExchange() override { SHRINKABLE::DnsTimes = {}; }
     std::string Ask(uint16_t port) {
         EXPECT_TRUE(Lookup.Client().UseServer("127.0.0.1", port));
         STRING best, list;
@@ -157,7 +158,7 @@ TEST_F(DnsExchange, EndsHoweverTheServerAnswers) {
 }
 
 TEST_F(DnsExchange, EndsWhenItIsToldTo) {
-    DnsTimes.AnswerMs = 60000;
+    SHRINKABLE::DnsTimes.AnswerMs = 60000;
     const REPLY cut{{0x83, 0x80}, {}};
     for (const std::vector<REPLY>& packets : {std::vector<REPLY>{}, std::vector<REPLY>{cut}}) {
         const ODDNAMESERVER server(packets, {});

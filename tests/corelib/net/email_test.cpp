@@ -4,15 +4,17 @@
 #include "tests/servers/scriptedserver.h"
 #include "tests/support/stopsoon.h"
 #include "tests/support/testsupport.h"
+#include "tests/support/times.h"
 
 namespace {
 
 // Sends to a server that says its lines without waiting, of which the client takes one for each reply. Gives "1: " or
 // "0: " and the error; `written` gets what came.
 std::string Send(const std::string& replies, std::string& written, const char* sender = "a@b",
-                 const char* receiver = "c@d", const STRING& message = "text", int errorSize = 64) {
+                 const char* receiver = "c@d", const STRING& message = "text", int errorSize = 64,
+                 const EMAILTIMES& times = {}) {
     SCRIPTEDSERVER server({PLAY::Send(replies)});
-    const EMAIL mail(sender, receiver, "subject", nullptr, (" " + server.HostPort() + "  ").c_str());
+    const EMAIL mail(sender, receiver, "subject", nullptr, (" " + server.HostPort() + "  ").c_str(), times);
     char error[64] = "former";
     const bool sent = mail.SendMail(message, error, errorSize);
     server.Wait(0);
@@ -41,11 +43,9 @@ TEST(Email, TakesEachReplyByItsNumber) {
     }
     EXPECT_EQ(Send(ALL, written, "a@b", "c@d", "text", 8), "1: 250 que");
     EXPECT_EQ(Send(ALL, written, "a@b", "c@d", "text", 0), "1: former");
-    EmailTimes = {20, 300};
-    EXPECT_EQ(Send("", written), "0: ");
-    EmailTimes.GreetingMs = 60000;
-    EXPECT_EQ(Send(START + "354 data\r\n", written), "1: ") << "handed over, whatever became of it";
-    EmailTimes = {};
+    EXPECT_EQ(Send("", written, "a@b", "c@d", "text", 64, {20, 300}), "0: ");
+    EXPECT_EQ(Send(START + "354 data\r\n", written, "a@b", "c@d", "text", 64, {60000, 300}), "1: ")
+        << "handed over, whatever became of it";
     for (const auto& [host, result] : {std::pair{"127.0.0.1:" + std::to_string(ClosedPort()), "No response"},
                                        std::pair{std::string(), "Host not found"}}) {
         char error[64];
@@ -55,7 +55,7 @@ TEST(Email, TakesEachReplyByItsNumber) {
 }
 
 TEST(Email, AStopEndsItAndHandsOverNoHalfMessage) {
-    EmailTimes = {60000, 60000};
+    const EMAILTIMES patient{60000, 60000};
     std::string lines;
     for (int i = 0; i < 300000; ++i)
         lines += "a line of a message that is long enough to fill what the system keeps for a peer\n";
@@ -65,7 +65,7 @@ TEST(Email, AStopEndsItAndHandsOverNoHalfMessage) {
                               {PLAY::Send(START + "354 data\r\n"), PLAY::Deafness()}};
     for (const SCRIPT& script : SCRIPTS) {
         SCRIPTEDSERVER server(script);
-        EMAIL mail("a@b", "c@d", "", "", server.HostPort().c_str());
+        EMAIL mail("a@b", "c@d", "", "", server.HostPort().c_str(), patient);
         const STOPSOON stop;
         mail.SetStopQuestion(stop.Question());
         char error[64];
@@ -73,19 +73,18 @@ TEST(Email, AStopEndsItAndHandsOverNoHalfMessage) {
         EXPECT_STOPPED(stop);
     }
     SCRIPTEDSERVER server(SCRIPT{PLAY::Send(ALL)});
-    EMAIL mail("a@b", "c@d", "", "", server.HostPort().c_str());
+    EMAIL mail("a@b", "c@d", "", "", server.HostPort().c_str(), patient);
     int asked = 0;
     mail.SetStopQuestion([&asked] { return ++asked > 1000; });
     char error[64];
     EXPECT_FALSE(mail.SendMail(message, error, sizeof error));
     server.Wait(0);
     EXPECT_EQ(server.Transcript().find("\r\n.\r\n"), std::string::npos);
-    TcpTimes.QuickMs = TcpTimes.SlowMs = TcpTimes.StopLookMs = 20;
+    SHRINKABLE::TcpTimes.QuickMs = SHRINKABLE::TcpTimes.SlowMs = SHRINKABLE::TcpTimes.StopLookMs = 20;
     SCRIPTEDSERVER deaf(SCRIPT{PLAY::Send(START + "354 data\r\n"), PLAY::Deafness()});
-    EXPECT_FALSE(EMAIL("a@b", "c@d", "", "", deaf.HostPort().c_str()).SendMail(message, error, sizeof error));
+    EXPECT_FALSE(EMAIL("a@b", "c@d", "", "", deaf.HostPort().c_str(), patient).SendMail(message, error, sizeof error));
     EXPECT_STREQ(error, "Too slow");
-    TcpTimes = {};
-    EmailTimes = {};
+    SHRINKABLE::TcpTimes = {};
 }
 
 TEST(Email, WritesAddressesAndLines) {

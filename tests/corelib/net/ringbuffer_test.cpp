@@ -4,6 +4,7 @@
 
 #include "corelib/net/tcpio.h"
 #include "tests/support/testsupport.h"
+#include "tests/support/times.h"
 
 namespace {
 
@@ -58,7 +59,7 @@ TEST(RingBuffer, ReaderWaitsForTheFirstByteOnly) {
 }
 
 TEST(RingBuffer, AWriterWaitsForRoomWithoutLimit) {
-    TcpTimes.RingFullMs = 1;
+    SHRINKABLE::TcpTimes.RingFullMs = 1;
     RINGBUFFER ring(8);
     ring.Write("12345678", 8);
     std::atomic<bool> done = false;
@@ -70,5 +71,5 @@ TEST(RingBuffer, AWriterWaitsForRoomWithoutLimit) {
     writer.join();
     EXPECT_TRUE(done);
     EXPECT_EQ(Take(ring, 20), "345678ab");
-    TcpTimes = {};
+    SHRINKABLE::TcpTimes = {};
 }

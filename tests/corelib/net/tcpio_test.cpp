@@ -8,6 +8,7 @@
 #include "tests/servers/scriptedserver.h"
 #include "tests/support/stopsoon.h"
 #include "tests/support/testsupport.h"
+#include "tests/support/times.h"
 
 using namespace PLAY;
 
@@ -63,7 +64,7 @@ class STEPBACK : public CLOCK::SOURCE {
 class TcpIo : public testing::Test {
  protected:
     ~TcpIo() override {
-        TcpTimes = {};
+        SHRINKABLE::TcpTimes = {};
         TcpLookups = {};
         Held = false;
         EXPECT_TRUE(Eventually([] { return AbandonableCalls == 0; }));
@@ -140,8 +141,8 @@ TEST_F(TcpIo, TellsWhyACallFails) {
 }
 
 TEST_F(TcpIo, GivesUpOnASilentHost) {
-    TcpTimes.StopLookMs = 20;
-    TcpTimes.ConnectMs = 60;
+    SHRINKABLE::TcpTimes.StopLookMs = 20;
+    SHRINKABLE::TcpTimes.ConnectMs = 60;
     uint16_t port = 0;
     HELDSOCKET deaf = Deaf(SOCKETS::LOOPBACK, &port);
     const std::vector<SOCKETREF> callers = FillQueue(port);
@@ -153,7 +154,7 @@ TEST_F(TcpIo, GivesUpOnASilentHost) {
     EXPECT_FALSE(device.MakeCall(destination.c_str()));
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(55));
     EXPECT_EQ(LastErrors(device), "4096 400 No response");
-    TcpTimes.ConnectMs = 60000;
+    SHRINKABLE::TcpTimes.ConnectMs = 60000;
     const STOPSOON stop;
     device.SetStopQuestion(stop.Question());
     EXPECT_FALSE(device.MakeCall(destination.c_str()));
@@ -171,8 +172,8 @@ TEST_F(TcpIo, GivesUpOnALookUpThatTakesTooLong) {
         EXPECT_FALSE(device.MakeCall(destination.c_str()));
         EXPECT_STOPPED(stop);
     }
-    TcpTimes.ConnectMs = 40;
-    TcpTimes.StopLookMs = 10;
+    SHRINKABLE::TcpTimes.ConnectMs = 40;
+    SHRINKABLE::TcpTimes.StopLookMs = 10;
     TCPIPIO device("", "", "");
     EXPECT_FALSE(device.MakeCall(name.c_str()));
     EXPECT_EQ(LastErrors(device), "4098 500 Host not found");
@@ -224,10 +225,10 @@ TEST_F(TcpIo, ABigWriteArrivesWhole) {
 }
 
 TEST_F(TcpIo, APeerThatIsTooSlowEndsTheConversation) {
-    TcpTimes.SlowMs = 60;
-    TcpTimes.QuickMs = 10;
-    TcpTimes.SlowBytesPerSecond = 1 << 20;
-    TcpTimes.StopLookMs = 10;
+    SHRINKABLE::TcpTimes.SlowMs = 60;
+    SHRINKABLE::TcpTimes.QuickMs = 10;
+    SHRINKABLE::TcpTimes.SlowBytesPerSecond = 1 << 20;
+    SHRINKABLE::TcpTimes.StopLookMs = 10;
     SCRIPTEDSERVER server({SCRIPT{Drip(std::string(100000, 'd'))}, SCRIPT{Deafness()}, SCRIPT{Send("quick")}});
     TCPIPIO device("", "", "");
     ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
@@ -262,10 +263,10 @@ TEST_F(TcpIo, ManyQuickRepliesAndOurOwnTimeAreNotSlow) {
         script.push_back(ExpectPrefix("NOOP"));
         script.push_back(Drip("+ done so far\n"));
     }
-    TcpTimes.SlowMs = 20;
-    TcpTimes.SlowBytesPerSecond = 1 << 20;
+    SHRINKABLE::TcpTimes.SlowMs = 20;
+    SHRINKABLE::TcpTimes.SlowBytesPerSecond = 1 << 20;
     for (const bool quickIsFree : {true, false}) {
-        TcpTimes.QuickMs = quickIsFree ? 10000 : 0;
+        SHRINKABLE::TcpTimes.QuickMs = quickIsFree ? 10000 : 0;
         SCRIPTEDSERVER server(script);
         TCPIPIO device("", "", "");
         ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));

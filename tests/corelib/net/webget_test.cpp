@@ -7,13 +7,14 @@
 #include "tests/servers/scriptedserver.h"
 #include "tests/support/stopsoon.h"
 #include "tests/support/testsupport.h"
+#include "tests/support/times.h"
 
 namespace {
 
 class WebGet : public testing::Test {
  protected:
-    void SetUp() override { WebTimes.ReadMs = 20; }
-    void TearDown() override { WebTimes = WEBTIMES(); }
+    void SetUp() override { SHRINKABLE::WebTimes.ReadMs = 20; }
+    void TearDown() override { SHRINKABLE::WebTimes = WEBTIMES(); }
 };
 
 const std::string HEADERS =
@@ -87,7 +88,7 @@ TEST_F(WebGet, APageThatIsCutAnywhereIsKeptAsFarAsItCame) {
     ForEveryCut(Answer(status + rest), [&](SCRIPTEDSERVER& server, int sent, bool) {
         // Only a status line that does not end takes that long.
         const auto come = static_cast<size_t>(sent);
-        WebTimes.AnswerMs = come < status.size() ? 250 : 20000;
+        SHRINKABLE::WebTimes.AnswerMs = come < status.size() ? 250 : 20000;
         std::string wanted = status.substr(0, std::min(come, status.find('\r')));
         if (wanted.empty())
             wanted = "WEBGET 999 Read Timeout";
@@ -117,8 +118,8 @@ TEST_F(WebGet, TimeAndBoundsEndATransfer) {
     };
     for (const auto& [script, answerMs, responseBytes, status, wantedStart] : cases) {
         SCRIPTEDSERVER server(script);
-        WebTimes.AnswerMs = answerMs;
-        WebTimes.ResponseBytes = responseBytes;
+        SHRINKABLE::WebTimes.AnswerMs = answerMs;
+        SHRINKABLE::WebTimes.ResponseBytes = responseBytes;
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(web.Get(server.HostPort().c_str(), "/", result), status);
         const auto took = std::chrono::steady_clock::now() - start;
@@ -127,8 +128,8 @@ TEST_F(WebGet, TimeAndBoundsEndATransfer) {
         EXPECT_LT(result.Length(), 1 << 16);
     }
     // A bomb: of what it would become only the beginning.
-    WebTimes = WEBTIMES();
-    WebTimes.DecodedBytes = 5;
+    SHRINKABLE::WebTimes = WEBTIMES();
+    SHRINKABLE::WebTimes.DecodedBytes = 5;
     result = "HTTP/1.0 200 OK\r\nContent-Encoding: gzip\r\n\r\n";
     result.AppendBytes(GZIP.data(), static_cast<int>(GZIP.size()));
     WEBGET::Beautify(result);
@@ -142,7 +143,7 @@ TEST_F(WebGet, AStopEndsItWhateverTheServerDoes) {
                               {PLAY::Send(head), PLAY::Silence()},
                               {PLAY::Send(head + "\r\nbody"), PLAY::Silence()},
                               {PLAY::Send(head + "\r\n"), PLAY::Drip(std::string(100000, 'b'))}};
-    WebTimes.AnswerMs = 20000;
+    SHRINKABLE::WebTimes.AnswerMs = 20000;
     for (const SCRIPT& script : SCRIPTS) {
         SCRIPTEDSERVER server(script);
         const STOPSOON stop;
@@ -166,15 +167,15 @@ TEST_F(WebGet, AStopEndsItWhateverTheServerDoes) {
 }
 
 TEST_F(WebGet, AServerThatIsTooSlowIsATimeOut) {
-    TcpTimes.QuickMs = 0;
-    TcpTimes.SlowMs = 50;
-    TcpTimes.SlowBytesPerSecond = 1 << 20;
-    WebTimes.AnswerMs = 20000;
+    SHRINKABLE::TcpTimes.QuickMs = 0;
+    SHRINKABLE::TcpTimes.SlowMs = 50;
+    SHRINKABLE::TcpTimes.SlowBytesPerSecond = 1 << 20;
+    SHRINKABLE::WebTimes.AnswerMs = 20000;
     SCRIPTEDSERVER server(SCRIPT{PLAY::Send("HTTP/1.0 200 OK\r\n\r\n"), PLAY::Drip(std::string(100000, 'b'))});
     STRING result;
     EXPECT_EQ(WEBGET(nullptr, nullptr).Get(server.HostPort().c_str(), "/", result), 999);
     EXPECT_EQ(result.Line(0), "TCPIO 999 Timeout");
-    TcpTimes = {};
+    SHRINKABLE::TcpTimes = {};
 }
 
 TEST_F(WebGet, TheCallbackIsToldOfThePageAndMayCancelIt) {

@@ -40,7 +40,7 @@ TEST(DirScan, FindsWhatMatches) {
         EXPECT_EQ(Found(dir.File(pattern)), names) << pattern;
 }
 
-std::string Collected(const TEMPDIR& dir, const char* pattern, int recurse) {
+std::string Collected(const TEMPDIR& dir, const char* pattern, bool recurse) {
     DYNARRAY<STRING> files(4, 4);
     int count = OSYS::CollectFiles(dir.Path(), pattern, &files, recurse);
     EXPECT_EQ(count, files.Count());
@@ -59,9 +59,9 @@ TEST(CollectFiles, PutsADirectoryBehindItsContents) {
     WriteBytes(dir.File("sub.d\\deep.d\\x.d"), "x");
     WriteBytes(dir.File("other\\y.d"), "y");
     WriteBytes(dir.File(".hidden.d\\z.d"), "z");
-    EXPECT_EQ(Collected(dir, "*.d", 0), "");
+    EXPECT_EQ(Collected(dir, "*.d", false), "");
     // A directory is entered only if it matches as the files do.
-    EXPECT_EQ(Collected(dir, "*.d", 1), "sub.d\\deep.d\\x.d sub.d\\deep.d sub.d ");
+    EXPECT_EQ(Collected(dir, "*.d", true), "sub.d\\deep.d\\x.d sub.d\\deep.d sub.d ");
 }
 
 }  // namespace

@@ -62,7 +62,7 @@ TEST(PosixRegistry, AnUnreadableFileIsNotWrittenOver) {
     TEMPDIR dir;
     VARIABLE store("TARNWICK_REGISTRY", dir.Native("values"));
     REGISTRY key("Velmora", "Tarnwick", ROOT_CURRENT_USER);
-    EXPECT_EQ(key.Write("a", "1"), 1);
+    EXPECT_TRUE(key.Write("a", "1"));
     std::filesystem::path file;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(dir.Native("values")))
         if (entry.is_regular_file())
@@ -70,8 +70,8 @@ TEST(PosixRegistry, AnUnreadableFileIsNotWrittenOver) {
     // A directory in its place cannot be read, whoever runs the test.
     std::filesystem::rename(file, dir.Native("kept"));
     std::filesystem::create_directory(file);
-    EXPECT_EQ(key.Write("b", "2"), 0);
-    EXPECT_EQ(key.Delete("a"), 0);
+    EXPECT_FALSE(key.Write("b", "2"));
+    EXPECT_FALSE(key.Delete("a"));
     std::filesystem::remove(file);
     std::filesystem::rename(dir.Native("kept"), file);
     EXPECT_EQ(Std(key.Read("a")), "1");
@@ -83,7 +83,7 @@ TEST(PosixCollectFiles, LinksInACircleEnd) {
     WriteBytes(dir.File("real\\x"), "x");
     for (const char* name : {"one", "two"})
         std::filesystem::create_directory_symlink(dir.Native(), dir.Native(name));
-    EXPECT_EQ(OSYS::CollectFiles(dir.Path(), "*", nullptr, 1), 4);
+    EXPECT_EQ(OSYS::CollectFiles(dir.Path(), "*", nullptr, true), 4);
 }
 
 TEST(PosixLocale, TheLanguageIsTheFirstThatIsSet) {

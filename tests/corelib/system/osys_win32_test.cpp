@@ -32,7 +32,7 @@ TEST(WindowsAutoStart, IsAValueOfTheRunKey) {
 // The names in a directory, one after the other.
 std::string Names(const STRING& directory) {
     DYNARRAY<STRING> files(4, 4);
-    OSYS::CollectFiles(directory.Text(), "*.*", &files, 1);
+    OSYS::CollectFiles(directory.Text(), "*.*", &files, true);
     std::string names;
     for (int i = 0; i < files.Count(); ++i)
         names += Std(files[i].Mid(directory.Length() + 1)) + " ";

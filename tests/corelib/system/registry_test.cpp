@@ -27,12 +27,12 @@ TEST_F(Registry, KeepsTextsAsTheyAre) {
     ASSERT_TRUE(key.IsOpen());
     const std::string texts[] = {"", "a=b{c}", "={{QUJD}}", " back\\slash\\n\n\t\344 ", std::string(8000, 'l')};
     for (const auto& text : texts) {
-        EXPECT_EQ(key.Write("Text", text.c_str()), 1);
+        EXPECT_TRUE(key.Write("Text", text.c_str()));
         const STRING back = REGISTRY(ROOT_CURRENT_USER, "Software\\TarnwickTest", "Values", REGISTRY_READ).Read("tExT");
         EXPECT_TRUE(back.NotNull());
         EXPECT_EQ(Std(back), text);
     }
-    EXPECT_EQ(key.Write("Text", std::string(8300, 'l').c_str()), 1);
+    EXPECT_TRUE(key.Write("Text", std::string(8300, 'l').c_str()));
     EXPECT_FALSE(key.Read("Text").NotNull());  // more than a read takes
     EXPECT_FALSE(key.Read("absent").NotNull());
 }
@@ -42,16 +42,16 @@ TEST_F(Registry, KeepsBytesAsTheyAre) {
     std::string bytes;
     for (int i = 0; i < 300; ++i)
         bytes += static_cast<char>(i);
-    EXPECT_EQ(key.Write("Bytes", bytes.data(), 300), 1);
+    EXPECT_TRUE(key.Write("Bytes", bytes.data(), 300));
     char buffer[400];
     int size = sizeof buffer;
-    EXPECT_EQ(key.Read("Bytes", buffer, &size), 1);
+    EXPECT_TRUE(key.Read("Bytes", buffer, &size));
     EXPECT_EQ(std::string(buffer, static_cast<size_t>(size)), bytes);
     size = 299;
-    EXPECT_EQ(key.Read("Bytes", buffer, &size), 0);
+    EXPECT_FALSE(key.Read("Bytes", buffer, &size));
     EXPECT_EQ(size, 0);
     // One byte of a text is no terminator.
-    EXPECT_EQ(key.Write("Bytes", "x", 1), 1);
+    EXPECT_TRUE(key.Write("Bytes", "x", 1));
     EXPECT_EQ(Std(key.Read("Bytes")), "x");
 }
 

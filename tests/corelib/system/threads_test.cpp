@@ -22,7 +22,7 @@ TEST(Threads, ValuesOfOneKeyAreNotLostBetweenTwo) {
     for (auto& writer : writers)
         threads.push_back(OSYS::CreateThread(WRITER::Run, &writer, nullptr));
     for (auto& thread : threads)
-        EXPECT_EQ(OSYS::WaitThread(thread, WAIT_FOREVER), 1);
+        EXPECT_TRUE(OSYS::WaitThread(thread, WAIT_FOREVER));
 
     REGISTRY key("TarnwickTest", "Threads", ROOT_CURRENT_USER);
     STRING names;

@@ -1,0 +1,18 @@
+#pragma once
+
+struct TCPTIMES;
+struct DNSTIMES;
+struct WEBTIMES;
+struct POPTIMES;
+struct IMAPTIMES;
+
+/// What the program reads as constants of the same names, deep down in its conversations. Only tests see this: they
+/// shrink the times and bounds, and put them back.
+namespace SHRINKABLE {
+extern TCPTIMES TcpTimes;
+extern DNSTIMES DnsTimes;
+extern WEBTIMES WebTimes;
+extern POPTIMES PopTimes;
+extern IMAPTIMES ImapTimes;
+extern int ScrollLockSettleMs;
+}  // namespace SHRINKABLE
