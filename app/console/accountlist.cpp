@@ -36,6 +36,12 @@ std::string StateText(const STRINGARRAY& item, const TEXTS& texts) {
     return last.empty() || last == "-" ? ConsoleText(texts, CTEXT_NEVER_CHECKED) : last;
 }
 
+/// "?" for a kind that this program does not know, or no longer.
+std::string KindName(const STRINGARRAY& item, const TEXTS& texts) {
+    const MAILBOXKIND& kind = MAILACCOUNT::Kind(item);
+    return kind.Handler ? Safe(texts.Part(TEXT_KINDS, kind.Name)) : "?";
+}
+
 bool IsCalled(const STRINGARRAY& item, const std::string& name) {
     return stricmp(Safe(item.Get("Name")).c_str(), name.c_str(), 0) == 0;
 }
@@ -49,8 +55,7 @@ std::string AccountTable(const TARNWICK& application, const TEXTS& texts) {
     for (int i = 0; i < application.Items.Count(); ++i) {
         const STRINGARRAY& item = application.Items[i];
         const MAILADDRESS address = MAILACCOUNT::Address(item);
-        rows.push_back({std::to_string(i + 1), Safe(item.Get("Name")),
-                        Safe(texts.Part(TEXT_KINDS, MAILACCOUNT::Kind(item).Name)), Safe(address.Host()),
+        rows.push_back({std::to_string(i + 1), Safe(item.Get("Name")), KindName(item, texts), Safe(address.Host()),
                         Safe(address.User), PeriodText(item.GetNumber("TimingCyclic"), texts), StateText(item, texts)});
     }
     std::array<int, COLUMNS> widths{};
@@ -66,24 +71,41 @@ std::string AccountTable(const TARNWICK& application, const TEXTS& texts) {
     return table;
 }
 
-int RemoveAccount(TARNWICK& application, const TEXTS& texts, const STRING& name, std::string& message) {
-    const std::string wanted = Safe(name);
-    std::vector<int> found;
-    for (int i = 0; i < application.Items.Count(); ++i)
-        if (IsCalled(application.Items[i], wanted))
-            found.push_back(i);
-    const int number = atoi(name);
-    if (found.empty() && number >= 1 && number <= application.Items.Count() && wanted == std::to_string(number))
-        found.push_back(number - 1);
-    if (found.size() != 1) {
-        message = ConsoleText(texts, found.empty() ? CTEXT_NO_SUCH_ACCOUNT : CTEXT_SEVERAL_ACCOUNTS, wanted) + "\n" +
-                  AccountTable(application, texts);
-        message.pop_back();
+int RemoveAccounts(TARNWICK& application, const TEXTS& texts, const std::vector<STRING>& names, std::string& message) {
+    if (application.Items.Count() == 0) {
+        message = ConsoleText(texts, CTEXT_NO_ACCOUNTS, CommandName());
         return EXIT_NO_START;
     }
-    const std::string removed = Safe(application.Items[found[0]].Get("Name"));
-    const bool saved = application.RemoveItem(found[0]) && application.SaveTables(SAVE_ITEMS);
-    message = saved ? ConsoleText(texts, CTEXT_REMOVED, removed)
-                    : ConsoleText(texts, CTEXT_NOT_SAVED, DISPLAYTEXT::Path(application.DataDir()));
-    return saved ? EXIT_GOOD : EXIT_NO_START;
+    // All are found before the first one goes: the numbers are those of the table that the user has seen.
+    std::vector<int> handles;
+    for (const STRING& name : names) {
+        const std::string wanted = Safe(name);
+        std::vector<int> found;
+        for (int i = 0; i < application.Items.Count(); ++i)
+            if (IsCalled(application.Items[i], wanted))
+                found.push_back(i);
+        const int number = atoi(name);
+        if (found.empty() && number >= 1 && number <= application.Items.Count() && wanted == std::to_string(number))
+            found.push_back(number - 1);
+        if (found.size() != 1) {
+            message = ConsoleText(texts, found.empty() ? CTEXT_NO_SUCH_ACCOUNT : CTEXT_SEVERAL_ACCOUNTS, wanted) +
+                      "\n" + AccountTable(application, texts);
+            message.pop_back();
+            return EXIT_NO_START;
+        }
+        handles.push_back(application.Items[found[0]].GetNumber("@Handle"));
+    }
+    for (const int handle : handles) {
+        const STRINGARRAY* const item = application.FindItem(handle);
+        if (!item)
+            continue;  // it was named twice
+        message += (message.empty() ? "" : "\n") + ConsoleText(texts, CTEXT_REMOVED, Safe(item->Get("Name")));
+        (void)application.RemoveItem(application.FindHandle(handle));  // no check runs that could hold it
+    }
+    if (application.SaveTables(SAVE_ITEMS))
+        return EXIT_GOOD;
+    STRING failed = texts.Get(TEXT_NOT_SAVED);
+    failed.Replace("$DIR", application.DataDir().Text());
+    message = Safe(failed);
+    return EXIT_NO_START;
 }

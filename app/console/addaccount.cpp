@@ -85,8 +85,8 @@ STRING NewName(const TARNWICK& application, const MAILADDRESS& address) {
 }
 
 // Adds the account, or gives it the new password, and tries its login. False if it could not be kept.
-bool AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const MAILADDRESS& address,
-                const std::function<STRING(const std::string& name)>& askPassword) {
+int AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const MAILADDRESS& address,
+               const std::function<STRING(const std::string& name)>& askPassword) {
     const auto text = [&](int id, const std::string& value) { return ConsoleText(application.Texts(), id, value); };
     const int known = FindAddress(application, address);
     STRINGARRAY item = known != -1 ? application.Items[known] : application.NewItem();
@@ -96,7 +96,7 @@ bool AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const MAILADDR
     const STRING password = askPassword(name);
     if (password.Length() == 0) {
         frontEnd.PrintError(text(CTEXT_NO_PASSWORD, name));
-        return false;
+        return EXIT_NO_START;
     }
     MAILACCOUNT::SetAddress(item, address, password);
     if (known != -1)
@@ -107,15 +107,16 @@ bool AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const MAILADDR
     saved = application.SaveSettings() && saved;
     if (!saved) {
         frontEnd.PrintError(text(CTEXT_NOT_SAVED, DISPLAYTEXT::Path(application.DataDir())));
-        return false;
+        return EXIT_NO_START;
     }
     frontEnd.Print(text(known != -1 ? CTEXT_DUPLICATE : CTEXT_ADDED, name));
     STRING outcome;
-    if (TryLogin(item, application.Mailboxes(), application.Texts(), outcome))
+    if (TryLogin(item, application.Mailboxes(), application.Texts(), outcome)) {
         frontEnd.Print(text(CTEXT_LOGIN_GOOD, DISPLAYTEXT::Safe(outcome.View())));
-    else
-        frontEnd.PrintError(text(CTEXT_LOGIN_BAD, DISPLAYTEXT::Safe(outcome.View())));
-    return true;
+        return EXIT_GOOD;
+    }
+    frontEnd.PrintError(text(CTEXT_LOGIN_BAD, DISPLAYTEXT::Safe(outcome.View())));
+    return EXIT_CHECK_FAILED;
 }
 
 }  // namespace
@@ -160,17 +161,16 @@ int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vec
     const bool fromFile = passwordFile.Length() > 0;
     if (fromFile && !passwords.Load(passwordFile.Text(), "r"))
         return refuse(CTEXT_PASSWORD_FILE, DISPLAYTEXT::Path(passwordFile));
-    bool good = true;
+    int worst = EXIT_GOOD;
     for (size_t i = 0; i < accounts.size() && !application.Cycle().IsStopRequested(); ++i) {
-        const bool added = AddAccount(application, frontEnd, accounts[i], [&](const std::string& name) {
+        const int code = AddAccount(application, frontEnd, accounts[i], [&](const std::string& name) {
             return fromFile ? passwords.Line(static_cast<int>(i), WORD_NEVERNULL) : AskPassword(texts, name);
         });
-        good = good && added;
+        worst = std::max(worst, code);
     }
     if (application.Cycle().IsStopRequested())
         return EXIT_CHECK_FAILED;
-    if (!good)
-        return EXIT_NO_START;
-    frontEnd.Print(ConsoleText(texts, CTEXT_NEXT, CommandName()));
-    return EXIT_GOOD;
+    if (worst != EXIT_NO_START)
+        frontEnd.Print(ConsoleText(texts, worst == EXIT_GOOD ? CTEXT_NEXT : CTEXT_LOGIN_REPAIR, CommandName()));
+    return worst;
 }

@@ -166,9 +166,11 @@ std::optional<int> SESSION::ChangeAccounts(TARNWICK& application) {
         application.Cycle().SetStopQuestion([] { return StopAsked.load(); });
         code = AddAccounts(application, FrontEnd, added, App.Arguments().GetArgValue("PASSWORDFILE", 0));
     }
-    for (size_t i = 0; i < removed.size() && code == EXIT_GOOD; ++i) {
+    // As they are saved: the numbers in the table are those of the next run, too.
+    application.Items.SortByKey("Name", 0);
+    if (!removed.empty() && code == EXIT_GOOD) {
         std::string message;
-        code = RemoveAccount(application, App.Texts(), removed[i], message);
+        code = RemoveAccounts(application, App.Texts(), removed, message);
         code == EXIT_GOOD ? FrontEnd.Print(message) : FrontEnd.PrintError(message);
     }
     if (code == EXIT_GOOD && Has("LIST"))

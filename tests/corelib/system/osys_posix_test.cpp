@@ -77,6 +77,16 @@ TEST(PosixRegistry, AnUnreadableFileIsNotWrittenOver) {
     EXPECT_EQ(Std(key.Read("a")), "1");
 }
 
+TEST(PosixRegistry, KeyPathsDoNotMeet) {
+    TEMPDIR dir;
+    VARIABLE store("TARNWICK_REGISTRY", dir.Native("values"));
+    REGISTRY one(ROOT_CURRENT_USER, "a+b", nullptr, REGISTRY_CREATE);
+    EXPECT_TRUE(one.Write("v", "1"));
+    EXPECT_FALSE(REGISTRY(ROOT_CURRENT_USER, "a", "b", REGISTRY_READ).IsOpen());
+    EXPECT_FALSE(REGISTRY(ROOT_LOCAL_MACHINE, "a+b", nullptr, REGISTRY_READ).IsOpen());
+    EXPECT_TRUE(REGISTRY(ROOT_CURRENT_USER, "A+B", nullptr, REGISTRY_READ).IsOpen());
+}
+
 TEST(PosixCollectFiles, LinksInACircleEnd) {
     TEMPDIR dir;
     std::filesystem::create_directory(dir.Native("real"));
