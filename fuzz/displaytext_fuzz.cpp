@@ -1,7 +1,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "app/console/displaytext.h"
+#include "app/common/displaytext.h"
 
 // Whatever the bytes, what reaches the terminal has no control byte, is as wide as it was asked to be, and stays as it
 // is when it is made safe again.

@@ -44,6 +44,19 @@
 #define COMMAND_TRAY_SHOW_LAST_POPUP 2159
 #define COMMAND_INBOX_FIRST 2160  // the Inbox's own
 #define COMMAND_INBOX_LAST 2169
+#define COMMAND_MAIL_ANSWER 2160
+#define COMMAND_MAIL_MARK 2161
+#define COMMAND_MAIL_VIEW 2162
+#define COMMAND_MAIL_FETCH 2163  // in the trash: read it anew
+#define COMMAND_MAIL_APPLY 2164
+#define COMMAND_MAIL_UNMARK 2165
+#define COMMAND_MAIL_REASON 2166
+#define COMMAND_MAIL_FRIEND 2167
+#define COMMAND_MAIL_BAD_SENDER 2168
+#define COMMAND_TRASH_LAST 2179  // of those that the Trashcan shares with the Inbox
+#define COMMAND_TRASH_RELOAD 2183
+#define COMMAND_TRASH_SEND_ON 2189
+#define COMMAND_TRASH_CLOSE 2190  // in the Trashcan's window; 2190 is another one in the main window's
 #define COMMAND_HELP_CONTENTS 2190
 #define COMMAND_HELP_FIRST_TOPIC 2191
 #define COMMAND_HELP_LAST_TOPIC 2194

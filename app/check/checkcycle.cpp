@@ -58,14 +58,6 @@ class STAMP {
     STRING Values[std::size(KEYS)];
 };
 
-/// The list of ids under key, which is emptied: what is queued from now on waits for the next check.
-STRING TakeIds(STRINGARRAY& item, const char* key) {
-    STRING ids = item.Get(key);
-    if (ids.Length() > 0)
-        item.Set(key, "");
-    return ids;
-}
-
 /// Takes the line end off a list of ids.
 void CutLineEnd(STRINGARRAY& item, const char* key) {
     STRING ids = item.Get(key);

@@ -1,6 +1,9 @@
 #include "app/check/items.h"
 
 #include <string>
+#include <unordered_set>
+
+#include "corelib/base/ascii.h"
 
 namespace {
 
@@ -62,6 +65,32 @@ int FindHandle(const RECORDARRAY& items, int handle) {
 STRINGARRAY* FindItem(RECORDARRAY& items, int handle) {
     const int index = FindHandle(items, handle);
     return index == -1 ? nullptr : &items[index];
+}
+
+void AddIds(STRINGARRAY& item, const char* key, const std::vector<std::string_view>& ids) {
+    item.Change(key, [&](const STRING& list) {
+        std::unordered_set<std::string_view> known;
+        for (std::string_view rest = list.View(); !rest.empty();)
+            known.insert(ASCII::Take(rest, '\n'));
+        std::string all(list.View());
+        for (const std::string_view id : ids) {
+            if (!known.insert(id).second)
+                continue;
+            if (!all.empty() && !all.ends_with('\n'))
+                all += '\n';
+            all.append(id).push_back('\n');
+        }
+        return STRING(std::string_view(all));
+    });
+}
+
+STRING TakeIds(STRINGARRAY& item, const char* key) {
+    STRING ids;
+    item.Change(key, [&ids](const STRING& list) {
+        ids = list;
+        return STRING("");
+    });
+    return ids;
 }
 
 void FixItem(STRINGARRAY& item, const STRINGARRAY& state, int& nextHandle, bool isNew) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string_view>
+#include <vector>
+
 #include "app/mailbox/account.h"
 #include "corelib/base/recordarray.h"
 
@@ -19,6 +22,12 @@ inline constexpr const char* SHOW_ALL_IDS = "<SHOWALL>";
 /// The item with that handle: its place in the table, or -1; itself, or null. 0 is the handle of none.
 int FindHandle(const RECORDARRAY& items, int handle);
 STRINGARRAY* FindItem(RECORDARRAY& items, int handle);
+
+/// Adds ids to a list of an item's, such as "@DeleteMessageId", one a line: those that it lacks. In one step, as the
+/// work thread takes lists and the user's thread adds to them.
+void AddIds(STRINGARRAY& item, const char* key, const std::vector<std::string_view>& ids);
+/// Empties a list of ids, and gives what stood there, in one step.
+STRING TakeIds(STRINGARRAY& item, const char* key);
 
 /// Completes an item's record: gives each missing key its default (colours from the settings `state`), sets the
 /// run-time keys to their start values, gives it the next handle, marks the password for Base64, and locks the key set.

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "app/check/persontext.h"
+#include "app/common/displaytext.h"
 #include "app/console/consoletexts.h"
-#include "app/console/displaytext.h"
 #include "app/console/session.h"
 #include "app/core/tarnwick.h"
 #include "app/mailbox/account.h"

@@ -3,9 +3,9 @@
 #include <functional>
 
 #include "app/check/trylogin.h"
+#include "app/common/displaytext.h"
 #include "app/console/consolefrontend.h"
 #include "app/console/consoletexts.h"
-#include "app/console/displaytext.h"
 #include "app/console/session.h"
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"

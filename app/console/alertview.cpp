@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "app/console/displaytext.h"
+#include "app/common/displaytext.h"
 #include "app/notify/alertmarkup.h"
 
 namespace {

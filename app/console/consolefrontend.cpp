@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/common/displaytext.h"
 #include "app/common/formats.h"
 #include "app/console/consoletexts.h"
-#include "app/console/displaytext.h"
 #include "app/console/mailtable.h"
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"

@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "app/common/codepage.h"
-#include "app/console/displaytext.h"
+#include "app/common/displaytext.h"
 
 std::string ConsoleText(const TEXTS& texts, int id, const std::string& value) {
     std::string text(CODEPAGE::ToUtf8(texts.Get(id).View()).View());

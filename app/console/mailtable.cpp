@@ -4,10 +4,10 @@
 
 #include "app/check/mailrecords.h"
 #include "app/check/persontext.h"
+#include "app/common/displaytext.h"
 #include "app/common/formats.h"
 #include "app/common/mailtext.h"
 #include "app/console/consoletexts.h"
-#include "app/console/displaytext.h"
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/headerblock.h"

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "app/common/displaytext.h"
 #include "app/console/consoletexts.h"
-#include "app/console/displaytext.h"
 #include "app/console/mailtable.h"
 #include "app/console/terminal.h"
 #include "app/filter/mxmemory.h"

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "app/common/displaytext.h"
 #include "app/console/accountlist.h"
 #include "app/console/addaccount.h"
 #include "app/console/consolefrontend.h"
 #include "app/console/consoletexts.h"
-#include "app/console/displaytext.h"
 #include "app/console/mailtable.h"
 #include "app/console/scoremails.h"
 #include "app/console/switches.h"

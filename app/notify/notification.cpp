@@ -262,8 +262,10 @@ void NOTIFICATION::StartProgramIfWanted(const STRINGARRAY& item, const DETAILS& 
 
 void NOTIFICATION::DeleteAlertMail() {
     if (STRINGARRAY* item = FindItem(Items, TakeAlertItem())) {
-        item->Set("@DeleteMessageId", item->Get("@X-DeleteMessageId"));
-        item->Set("@X-DeleteMessageId", "");
+        STRING id = TakeIds(*item, "@X-DeleteMessageId");
+        id.ChopLast('\n');
+        if (id.Length() > 0)
+            AddIds(*item, "@DeleteMessageId", {id.View()});
     }
 }
 

@@ -160,6 +160,12 @@ void STRINGARRAY::Set(const char* key, STRING&& value) {
     (*this)[key] = std::move(value);
 }
 
+void STRINGARRAY::Change(const char* key, const std::function<STRING(const STRING&)>& change) {
+    std::lock_guard hold(*Keys.pLock);
+    STRING& value = (*this)[key];
+    value = change(value);
+}
+
 void STRINGARRAY::SetNumber(const char* key, int64_t value) {
     STRING text;
     text.Format("%" PRId64, value);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "corelib/base/dynarray.h"
 #include "corelib/base/strings.h"
 
@@ -42,6 +44,8 @@ class STRINGARRAY {
     void Set(const char* key, const STRING& value);
     void Set(const char* key, STRING&& value);
     void SetNumber(const char* key, int64_t value);
+    /// Stores what `change` makes of the value, with nothing of another thread's in between. It must not touch a table.
+    void Change(const char* key, const std::function<STRING(const STRING&)>& change);
 
     const STRING& KeyAt(int i) const { return Keys[i]; }
     const STRING& ValueAt(int i) const { return Values[i]; }

@@ -36,4 +36,24 @@ char32_t Take(std::string_view& text) {
     return code;
 }
 
+void Append(std::string& out, char32_t character) {
+    const auto put = [&out](char32_t byte) { out += static_cast<char>(byte); };
+    const auto follow = [&](unsigned shift) { put(0x80U | ((character >> shift) & 0x3fU)); };
+    if (character < 0x80) {
+        put(character);
+    } else if (character < 0x800) {
+        put(0xc0U | (character >> 6U));
+        follow(0);
+    } else if (character < 0x10000 && (character < 0xd800 || character > 0xdfff)) {
+        put(0xe0U | (character >> 12U));
+        follow(6);
+        follow(0);
+    } else if (character >= 0x10000 && character <= 0x10ffff) {
+        put(0xf0U | (character >> 18U));
+        follow(12);
+        follow(6);
+        follow(0);
+    }
+}
+
 }  // namespace UTF8

@@ -2,8 +2,8 @@
 
 #include <sstream>
 
+#include "app/common/displaytext.h"
 #include "app/console/consoletexts.h"
-#include "app/console/displaytext.h"
 #include "tests/support/testsupport.h"
 
 namespace {

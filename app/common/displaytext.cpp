@@ -1,4 +1,4 @@
-#include "app/console/displaytext.h"
+#include "app/common/displaytext.h"
 
 #include <algorithm>
 #include <iterator>
@@ -13,7 +13,7 @@ namespace {
 
 bool IsControl(char32_t c) {
     return c < 32 || (c >= 127 && c < 160) || c == 0x061C || (c >= 0x200B && c <= 0x200F && c != 0x200D) ||
-           (c >= 0x2028 && c <= 0x202E) || (c >= 0x2060 && c <= 0x206F) || c == 0xFEFF ||
+           (c >= 0x2028 && c <= 0x202E) || (c >= 0x2060 && c <= 0x206F) || c == 0xFEFF || c == 0xFFFD ||
            (c >= 0xFFF9 && c <= 0xFFFB) || (c >= 0xE0000 && c <= 0xE0FFF);
 }
 

@@ -1,4 +1,4 @@
-#include "app/console/displaytext.h"
+#include "app/common/displaytext.h"
 
 #include "tests/support/testsupport.h"
 

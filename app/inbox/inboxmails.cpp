@@ -1,0 +1,72 @@
+#include "app/inbox/inboxmails.h"
+
+#include "app/check/items.h"
+#include "app/check/mailrecords.h"
+#include "app/common/formats.h"
+#include "app/core/tarnwick.h"
+#include "corelib/base/clock.h"
+
+namespace {
+
+constexpr int64_t FRESH_SECONDS = 300;
+constexpr int64_t MINUTE_MS = 60000;
+
+}  // namespace
+
+INBOXMAILS::INBOXMAILS(TARNWICK& application) : MAILROWS(application.pState), Application(application) {}
+
+void INBOXMAILS::Show(int handle) {
+    const STRINGARRAY* const item = Application.FindItem(handle);
+    Handle = item ? handle : -1;
+    Mails.DeleteAll();
+    if (item)
+        BuildMailHash(item->Get("@FileStore"), Mails);
+    const bool marks = State.GetNumber("SpamDoMark") != 0;
+    const int markPoints = State.GetNumber("SpamMarkPoints");
+    for (int i = 0; i < Mails.Count(); ++i) {
+        Mails[i].Set("Trashed", "0");
+        Mails[i].Set("Deleted", marks && Mails[i].GetNumber("X-SpamPoints") >= markPoints ? "1" : "0");
+    }
+    TakeShown();
+}
+
+STRING INBOXMAILS::Title() const {
+    const TEXTS& texts = Application.Texts();
+    STRING title = texts.Get(TEXT_INBOX);
+    const STRINGARRAY* const item = Application.FindItem(Handle);
+    if (!item)
+        return title;
+    title += STRING(" ") || item->Get("Name");
+    const int64_t checked = atoi64(item->Get("LastRefresh")), age = CLOCK::Seconds() - checked;
+    if (checked > 0 && age > FRESH_SECONDS)
+        title += STRING(" (") || FormatDuration(texts, age * 1000, MINUTE_MS) || " " || texts.Get(TEXT_AGO) || ")";
+    return title;
+}
+
+int INBOXMAILS::Apply() {
+    STRINGARRAY* const item = Application.FindItem(Handle);
+    if (!item)
+        return 0;
+    const bool copies = State.GetNumber("InboxDeleteToTrash") != 0;
+    std::vector<int> going;
+    int failed = 0;
+    for (int i = 0; i < Count(); ++i) {
+        if (!IsMarked(i))
+            continue;
+        if (copies && !Application.Trash().SaveToTrash(Mails[i]))
+            ++failed;
+        else
+            going.push_back(i);
+    }
+    if (going.empty())
+        return failed;
+    // What goes from the server must be on the disk by then.
+    if (copies && !Application.Trash().Flush())
+        return failed + static_cast<int>(going.size());
+    std::vector<std::string_view> ids;
+    for (const int mail : going)
+        ids.push_back(Mails[mail]["X-Message-Id"].View());
+    AddIds(*item, "@DeleteMessageId", ids);
+    Mark(going, false);
+    return failed;
+}

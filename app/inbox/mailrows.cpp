@@ -1,0 +1,139 @@
+#include "app/inbox/mailrows.h"
+
+#include <algorithm>
+#include <numeric>
+#include <unordered_set>
+
+#include "app/reading/shownmail.h"
+#include "corelib/base/ascii.h"
+#include "corelib/base/utf8.h"
+
+namespace {
+
+constexpr int SUBJECT_CHARACTERS = 40;
+constexpr const char* NO_POINTS = "       ";
+
+/// The first characters of the text.
+std::string_view Cut(std::string_view text, int characters) {
+    std::string_view rest = text;
+    while (!rest.empty() && characters-- > 0)
+        UTF8::Take(rest);
+    return text.substr(0, text.size() - rest.size());
+}
+
+std::string IdentityOf(const STRINGARRAY& mail) {
+    return std::string(mail["MessageId"].View()) + '\n' + std::string(mail["X-Message-Id"].View());
+}
+
+}  // namespace
+
+void MAILROWS::TakeShown() {
+    Shown.clear();
+    for (int i = 0; i < Mails.Count(); ++i) {
+        SHOWNMAIL::HEADER header = SHOWNMAIL::Header(Mails[i]);
+        std::string subject(ASCII::TrimRight(Cut(header.Subject, SUBJECT_CHARACTERS), " "));
+        Shown.push_back({std::move(header.Sender), std::move(subject)});
+    }
+}
+
+void MAILROWS::Remove(int mail) {
+    Mails.Delete(mail);
+    Shown.erase(Shown.begin() + mail);
+}
+
+std::string MAILROWS::RowText(int mail) const {
+    const STRINGARRAY& record = Mails[mail];
+    const SHOWN& shown = Shown[static_cast<size_t>(mail)];
+    const bool hasPoints = record.GetNumber("X-SpamPoints") > 0;
+    return shown.Sender + '\t' + shown.Subject + '\t' + std::string(record["X-Size"].View()) + '\t' +
+           (hasPoints ? std::to_string(record.GetNumber("X-SpamPoints")) : NO_POINTS);
+}
+
+MAILPICTURE MAILROWS::Picture(int mail) const {
+    const STRINGARRAY& record = Mails[mail];
+    if (IsMarked(mail))
+        return PICTURE_MARKED;
+    const bool ignored =
+        State.GetNumber("SpamDoIgnore") != 0 && record.GetNumber("X-SpamPoints") >= State.GetNumber("SpamIgnorePoints");
+    if (ignored || record.GetNumber("Trashed") != 0)
+        return PICTURE_PASSED_OVER;
+    return record.GetNumber("Seen") != 0 ? PICTURE_READ : PICTURE_UNREAD;
+}
+
+bool MAILROWS::HasMarked() const {
+    for (int i = 0; i < Count(); ++i)
+        if (IsMarked(i))
+            return true;
+    return false;
+}
+
+void MAILROWS::Mark(const std::vector<int>& mails, bool marked) {
+    for (const int mail : mails)
+        Mails[mail].Set("Deleted", marked ? "1" : "0");
+}
+
+int MAILROWS::Compare(int left, int right, int column) const {
+    const auto number = [&](int mail, const char* key) { return atoi64(Mails[mail][key]); };
+    switch (column) {
+        case COLUMN_SIZE:
+            // The number at the start of what is shown, so that 900 KB count more than 2 MB.
+            return static_cast<int>(std::clamp<int64_t>(number(right, "X-Size") - number(left, "X-Size"), -1, 1));
+        case COLUMN_POINTS:
+            return static_cast<int>(std::clamp<int64_t>(std::max<int64_t>(number(right, "X-SpamPoints"), 0) -
+                                                            std::max<int64_t>(number(left, "X-SpamPoints"), 0),
+                                                        -1, 1));
+        case COLUMN_SUBJECT:
+            return stricmp(Shown[static_cast<size_t>(left)].Subject.c_str(),
+                           Shown[static_cast<size_t>(right)].Subject.c_str(), 0);
+        default:
+            return 0;  // by their place, which a stable sort keeps
+    }
+}
+
+std::vector<int> MAILROWS::Sorted() const {
+    std::vector<int> order(static_cast<size_t>(Count()));
+    std::iota(order.begin(), order.end(), 0);
+    const int column = State.GetNumber("LastInboxSortColumn");
+    std::stable_sort(order.begin(), order.end(), [&](int a, int b) { return Compare(a, b, column) < 0; });
+    if (State.GetNumber("LastInboxSortOrder") != 0)
+        std::reverse(order.begin(), order.end());
+    return order;
+}
+
+void MAILROWS::ClickColumn(int column) {
+    if (State.GetNumber("LastInboxSortColumn") == column)
+        State.SetNumber("LastInboxSortOrder", State.GetNumber("LastInboxSortOrder") == 0 ? 1 : 0);
+    else
+        State.SetNumber("LastInboxSortColumn", column);
+}
+
+std::vector<COMMANDSTATE> MAILROWS::CommandStates(const std::vector<int>& selected, bool canAnswer) const {
+    const bool one = selected.size() == 1, some = !selected.empty();
+    const bool canMark = std::ranges::none_of(
+        selected, [&](int mail) { return IsMarked(mail) || Mails[mail]["X-Message-Id"].Length() == 0; });
+    const bool allMarked = std::ranges::all_of(selected, [&](int mail) { return IsMarked(mail); });
+    const auto enabled = [](int command, bool is) { return COMMANDSTATE{command, is, {}}; };
+    return {enabled(COMMAND_MAIL_ANSWER, one && canAnswer),
+            enabled(COMMAND_MAIL_MARK, some && canMark),
+            enabled(COMMAND_MAIL_VIEW, one),
+            enabled(COMMAND_MAIL_APPLY, HasMarked()),
+            enabled(COMMAND_MAIL_UNMARK, some && allMarked),
+            enabled(COMMAND_MAIL_REASON, one),
+            enabled(COMMAND_MAIL_FRIEND, some),
+            enabled(COMMAND_MAIL_BAD_SENDER, some)};
+}
+
+bool MAILROWS::MustAsk(bool automatic) const {
+    return State.GetNumber(automatic ? "InboxAskApplyAuto" : "InboxAskApply") != 0;
+}
+
+std::vector<int> MAILROWS::SameMails(const std::vector<const STRINGARRAY*>& others) const {
+    std::unordered_set<std::string> wanted;
+    for (const STRINGARRAY* const other : others)
+        wanted.insert(IdentityOf(*other));
+    std::vector<int> same;
+    for (int i = 0; i < Count() && !wanted.empty(); ++i)
+        if (wanted.contains(IdentityOf(Mails[i])))
+            same.push_back(i);
+    return same;
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/check/mailrecords.h"
+#include "app/core/commands.h"
+#include "corelib/base/recordarray.h"
+
+/// Pictures of a row, by their numbers.
+enum MAILPICTURE { PICTURE_UNREAD = 1, PICTURE_MARKED, PICTURE_READ, PICTURE_PASSED_OVER };
+
+/// Columns, from left to right.
+enum MAILCOLUMN { COLUMN_SENDER, COLUMN_SUBJECT, COLUMN_SIZE, COLUMN_POINTS };
+
+/// A list of mails that a person works on, free of any window: rows, pictures, order, marks, and which commands make
+/// sense. Mails are named by their index in the table, which stays as it is when the rows are sorted. The thread of the
+/// user interface.
+class MAILROWS {
+ public:
+    /// The settings, which outlive it.
+    explicit MAILROWS(STRINGARRAY& state) : State(state) {}
+    virtual ~MAILROWS() = default;
+    MAILROWS(const MAILROWS&) = delete;
+    MAILROWS& operator=(const MAILROWS&) = delete;
+
+    int Count() const { return Mails.Count(); }
+    const STRINGARRAY& Mail(int mail) const { return Mails[mail]; }
+    /// The cells of a row, UTF-8 (see SHOWNMAIL), joined by tabs.
+    std::string RowText(int mail) const;
+    MAILPICTURE Picture(int mail) const;
+
+    bool IsMarked(int mail) const { return Mails[mail].GetNumber("Deleted") != 0; }
+    bool HasMarked() const;
+    void Mark(const std::vector<int>& mails, bool marked);
+
+    /// All mails in the order of the last sort column.
+    std::vector<int> Sorted() const;
+    /// What a click on a column's head makes of the settings: the same column turns the order, another one keeps it.
+    void ClickColumn(int column);
+
+    /// How the commands look with those mails selected.
+    std::vector<COMMANDSTATE> CommandStates(const std::vector<int>& selected, bool canAnswer) const;
+
+    /// Whether the person is to be asked before the marked mails go; automatic: not by a command of theirs.
+    bool MustAsk(bool automatic) const;
+
+    /// The mails of this list that are those of the other one: for a selection that outlives a new listing.
+    std::vector<int> SameMails(const std::vector<const STRINGARRAY*>& others) const;
+
+ protected:
+    /// To be called whenever Mails was filled anew.
+    void TakeShown();
+    void Remove(int mail);
+
+    STRINGARRAY& State;
+    RECORDARRAY Mails{MAILHASH_SLOTS, MAILHASH_SLOTS};
+
+ private:
+    struct SHOWN {
+        std::string Sender, Subject;
+    };
+    int Compare(int left, int right, int column) const;
+
+    std::vector<SHOWN> Shown;  // for each mail
+};

@@ -1,0 +1,37 @@
+#include "app/inbox/senderlist.h"
+
+#include <string>
+#include <unordered_set>
+
+#include "corelib/base/ascii.h"
+
+LISTED AddSenders(const STRING& file, const std::vector<const STRINGARRAY*>& mails) {
+    STRING list;
+    if (!list.Load(file.Text(), "r"))
+        return LISTED::NOT_READ;
+    list.ChopLast('\n');
+    // Lines, and the words that they are taken for.
+    std::unordered_set<std::string> known;
+    for (std::string_view rest = list.View(); !rest.empty();) {
+        std::string_view line = ASCII::Take(rest, '\n');
+        known.insert(ASCII::Lower(ASCII::Trim(line, " \t\r")));
+        while (!line.empty())
+            known.insert(ASCII::Lower(ASCII::Trim(ASCII::Take(line, ';'), " \t\r")));
+    }
+    bool added = false;
+    for (const STRINGARRAY* const mail : mails) {
+        const STRING& name = (*mail)["From"];
+        const STRING& address = (*mail)["FromEmail"];
+        const STRING entry = ASCII::Equal(name.View(), address.View()) ? name : name || "; " || address;
+        if (name.Length() == 0 || known.contains(ASCII::Lower(entry.View())) ||
+            (address.Length() > 0 && known.contains(ASCII::Lower(address.View()))))
+            continue;
+        known.insert(ASCII::Lower(entry.View()));
+        known.insert(ASCII::Lower(address.View()));
+        if (list.Length() > 0)
+            list += "\n";
+        list += entry;
+        added = true;
+    }
+    return !added || list.Save(file.Text(), "w") ? LISTED::DONE : LISTED::NOT_WRITTEN;
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <vector>
+
+#include "corelib/base/stringarray.h"
+
+/// How it went.
+enum class LISTED { DONE, NOT_READ, NOT_WRITTEN };
+
+/// Adds the senders of mails to a list of words of the filter, a file of one entry a line: the display name, and the
+/// address after a ";" if it is another. What is in it already, by name and address or by the address, is left alone.
+LISTED AddSenders(const STRING& file, const std::vector<const STRINGARRAY*>& mails);

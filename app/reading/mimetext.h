@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// The fields of a header one to a line: a line that begins with a blank or tab is joined with the one before (RFC 5322
+/// section 2.2.3).
+std::string JoinedFields(std::string_view header);
+
+/// What a person reads of a mail, in UTF-8: its text/plain, or the text of its HTML, in their charset and encoding. The
+/// parts of a mail follow each other (of those that say the same the plain one is taken); for an attachment its type
+/// and name stand in brackets. What cannot be read as MIME (RFC 2045) is taken as plain text. A mail that was cut off
+/// gives what is there. May hold control characters. `header` as from JoinedFields.
+std::string ReadableText(std::string_view header, std::string_view body);

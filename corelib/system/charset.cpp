@@ -1,0 +1,91 @@
+#include "corelib/system/charset.h"
+
+#include <algorithm>
+
+#include "corelib/base/ascii.h"
+#include "corelib/base/utf8.h"
+#include "corelib/system/charsetplatform.h"
+
+namespace {
+
+constexpr size_t LONGEST_NAME = 40;
+
+// Names that mean more than they say, and those that the platforms call differently. A name that is not here is asked
+// of the platform as it stands.
+constexpr CHARSETNAME NAMES[] = {
+    {"us-ascii", "CP1252", 1252},
+    {"ascii", "CP1252", 1252},
+    {"iso-8859-1", "CP1252", 1252},
+    {"latin1", "CP1252", 1252},
+    {"windows-1252", "CP1252", 1252},
+    {"iso-8859-2", "ISO-8859-2", 28592},
+    {"iso-8859-3", "ISO-8859-3", 28593},
+    {"iso-8859-4", "ISO-8859-4", 28594},
+    {"iso-8859-5", "ISO-8859-5", 28595},
+    {"iso-8859-6", "ISO-8859-6", 28596},
+    {"iso-8859-7", "ISO-8859-7", 28597},
+    {"iso-8859-8", "ISO-8859-8", 28598},
+    {"iso-8859-8-i", "ISO-8859-8", 28598},
+    {"iso-8859-9", "CP1254", 1254},
+    {"iso-8859-11", "CP874", 874},
+    {"tis-620", "CP874", 874},
+    {"iso-8859-13", "ISO-8859-13", 28603},
+    {"iso-8859-15", "ISO-8859-15", 28605},
+    {"koi8-r", "KOI8-R", 20866},
+    {"koi8-u", "KOI8-U", 21866},
+    {"gb2312", "GB18030", 936},
+    {"gbk", "GB18030", 936},
+    {"x-gbk", "GB18030", 936},
+    {"gb18030", "GB18030", 54936},
+    {"hz-gb-2312", "HZ", 52936},
+    {"big5", "BIG5-HKSCS", 950},
+    {"big5-hkscs", "BIG5-HKSCS", 950},
+    {"euc-kr", "CP949", 949},
+    {"ks_c_5601-1987", "CP949", 949},
+    {"iso-2022-kr", "ISO-2022-KR", 50225},
+    {"shift_jis", "CP932", 932},
+    {"shift-jis", "CP932", 932},
+    {"x-sjis", "CP932", 932},
+    {"windows-31j", "CP932", 932},
+    {"euc-jp", "EUC-JP", 20932},
+    {"iso-2022-jp", "ISO-2022-JP-2", 50220},
+    {"utf-7", "UTF-7", 65000},
+    {"macintosh", "MACINTOSH", 10000},
+};
+
+void AppendAs1252(std::string& out, char byte) {
+    constexpr char16_t UPPER[32] = {0x20ac, 0,      0x201a, 0x0192, 0x201e, 0x2026, 0x2020, 0x2021,
+                                    0x02c6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017d, 0,
+                                    0,      0x2018, 0x2019, 0x201c, 0x201d, 0x2022, 0x2013, 0x2014,
+                                    0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0,      0x017e, 0x0178};
+    const auto code = static_cast<unsigned char>(byte);
+    const char32_t character = code >= 0x80 && code < 0xa0 ? UPPER[code - 0x80] : code;
+    UTF8::Append(out, character != 0 || code == 0 ? character : U'?');
+}
+
+}  // namespace
+
+bool CHARSET::AppendUtf8(std::string& out, std::string_view charset, std::string_view text) {
+    if (ASCII::Equal(charset, "utf-8") || ASCII::Equal(charset, "utf8")) {
+        AppendGuessed(out, text);
+        return true;
+    }
+    const bool plain = !charset.empty() && charset.size() <= LONGEST_NAME && std::ranges::all_of(charset, [](char c) {
+        return ASCII::IsLetterOrDigit(c) || c == '-' || c == '_';
+    });
+    if (!plain)
+        return false;
+    const std::string name = ASCII::Lower(charset);
+    const auto* const row = std::ranges::find_if(NAMES, [&](const CHARSETNAME& known) { return name == known.Name; });
+    return ConvertToUtf8(row != std::end(NAMES) ? *row : CHARSETNAME{name.c_str(), name.c_str(), 0}, text, out);
+}
+
+void CHARSET::AppendGuessed(std::string& out, std::string_view text) {
+    while (!text.empty()) {
+        const std::string_view before = text;
+        if (UTF8::Take(text) == UTF8::INVALID)
+            AppendAs1252(out, before.front());
+        else
+            out += before.substr(0, before.size() - text.size());
+    }
+}

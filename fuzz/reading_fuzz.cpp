@@ -1,0 +1,32 @@
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "app/common/displaytext.h"
+#include "app/reading/headerwords.h"
+#include "app/reading/mimetext.h"
+#include "corelib/base/headerblock.h"
+#include "corelib/base/utf8.h"
+
+namespace {
+
+// What reaches a window or a terminal is UTF-8 without anything that acts.
+void Check(std::string_view text) {
+    const std::string shown = DISPLAYTEXT::Safe(text);
+    for (std::string_view rest = shown; !rest.empty();) {
+        const char32_t c = UTF8::Take(rest);
+        if (c == UTF8::INVALID || c < 32 || c == 0xFFFD || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069))
+            abort();
+    }
+}
+
+}  // namespace
+
+// A mail: its header and body are read as a person would read them.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string_view mail(reinterpret_cast<const char*>(data), size);
+    const std::string header = JoinedFields(HeaderBlock(mail));
+    Check(HeaderWords(header, "koi8-r"));
+    Check(ReadableText(header, BodyBlock(mail)));
+    return 0;
+}

@@ -1,0 +1,87 @@
+#include "app/inbox/trashmails.h"
+
+#include "app/check/mailrecords.h"
+#include "corelib/base/files.h"
+#include "corelib/net/email.h"
+#include "tests/app/inbox/inboxtest.h"
+#include "tests/servers/scriptedserver.h"
+
+namespace {
+
+class TrashMails : public INBOXTEST {
+ protected:
+    void Throw(const std::string& block) {
+        RECORDARRAY mails(1, 1);
+        BuildMailHash(STRING(std::string_view("1 msgs|\n" + block)), mails);
+        ASSERT_TRUE(Application.Trash().SaveToTrash(mails[0]));
+    }
+    STRING File(const char* name) { return OSYS::FilePath(Application.Trash().Directory().Text(), name); }
+};
+
+TEST_F(TrashMails, AreMarkedAndGoButForThoseThatAreKept) {
+    for (int i = 1; i <= 3; ++i)
+        Throw(Block(i, "=?utf-8?q?=C3=BC?= " + std::to_string(i), 10 * i, i));
+    TRASHMAILS rows(Application);
+    rows.Load();
+    ASSERT_EQ(rows.Count(), 3);
+    EXPECT_EQ(Std(rows.Title()), "text 10004 $DIR - 3 text 3050 $DIR");
+    const int second = rows.FindId("100000001");
+    ASSERT_NE(second, -1);
+    EXPECT_EQ(rows.RowText(second), "Sender 2\tü 2\t2 KB\t20");
+    EXPECT_EQ(Std(rows.Whole(second)["Body"]), "Body 2\n");
+    EXPECT_EQ(rows.Picture(second), PICTURE_MARKED);
+    EXPECT_NE(Enabled(rows, {}).find('4'), std::string::npos);
+    rows.Mark({second}, false);
+    EXPECT_EQ(rows.Picture(second), PICTURE_PASSED_OVER);
+    EXPECT_EQ(rows.Apply(), 0);
+    ASSERT_EQ(rows.Count(), 1);
+    EXPECT_EQ(Copies(), 2U);
+    rows.Load();
+    EXPECT_EQ(rows.FindId("100000001"), 0);
+}
+
+TEST_F(TrashMails, MayBeDamagedOrGone) {
+    Throw(Block(1, "a", 0, 1));
+    Throw(Block(2, "b", 0, 1));
+    (void)FILES::Remove(File("100000000.txt").Text());
+    ASSERT_TRUE(STRING("Subject=only\nX-TrashId=..\\\\..\\\\accounts\n").Save(File("hand.ini").Text(), "w"));
+    TRASHMAILS rows(Application);
+    rows.Load();
+    ASSERT_EQ(rows.Count(), 3);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(rows.Whole(i)["Body"].NotNull());
+    (void)FILES::Remove(File("100000001.ini").Text());
+    EXPECT_EQ(rows.Apply(), 0);
+    EXPECT_EQ(rows.Count(), 0);
+    EXPECT_EQ(Copies(), 0U);
+    EXPECT_TRUE(OSYS::FileExists(Application.DataFile("accounts.ini").Text()));
+}
+
+TEST_F(TrashMails, AreSentOnWithTheirMark) {
+    STRINGARRAY mail;
+    const struct {
+        const char *Header, *Body, *Sent;
+    } CASES[] = {
+        {"X-SpamReason: a\nX-SpamPoints: 5\nSUBJECT: x\n", "Body\n..two\n.\n.one\nSubject: in it",
+         "X-Tarnwick: Keep\nX-SpamPoints: 5\nSUBJECT: [Tarnwick] x\n\n\nBody\n..two\n..\n..one\nSubject: [Tarnwick] in "
+         "it\n"},
+        {"From: a\n", "", "From: a\n\n\n"},
+        // Of an IMAP mail the server's whole header goes on, as its type is needed to read it.
+        {"X-SpamReason: a\nX-Transport: From: a@b\\r\\nContent-Type: text/html\\r\\nSubject: x\\r\\n\nFrom: a@b\n",
+         "<p>", "X-Tarnwick: Keep\nFrom: a@b\nContent-Type: text/html\nSubject: [Tarnwick] x\n\n\n<p>\n"},
+    };
+    for (const auto& test : CASES) {
+        mail.Set("Header", test.Header);
+        mail.Set("Body", test.Body);
+        EXPECT_EQ(Std(MessageToSendOn(mail)), test.Sent);
+    }
+
+    mail.Set("FromEmail", "s@example.org");
+    mail.Set("Subject", "x");
+    Application.pState.Set("SpamSmtpTo", "me@example.org");
+    STRING error;
+    EXPECT_FALSE(TRASHMAILS::SendOn(mail, Application.pState, {}, error));
+    EXPECT_GT(error.Length(), 0);
+}
+
+}  // namespace
