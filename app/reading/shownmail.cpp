@@ -43,7 +43,7 @@ SHOWNMAIL::HEADER SHOWNMAIL::Header(const STRINGARRAY& record) {
 }
 
 std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
-    const STRING body = record["Body"];
+    const STRING& body = record["Body"];
     const std::string text = ReadableText(JoinedFields(ServerHeader(record)), body.View());
     std::string lines;
     for (std::string_view rest = text; !rest.empty();)
@@ -52,7 +52,7 @@ std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
 }
 
 std::string SHOWNMAIL::ServerHeader(const STRINGARRAY& record) {
-    const STRING header = record["Header"];
+    const STRING& header = record["Header"];
     const STRING whole = ReadHeaderField(header.View(), LISTING::TRANSPORT_HEADER);
     return std::string(whole.Length() > 0 ? whole.Unescape().View() : header.View());
 }
