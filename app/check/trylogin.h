@@ -5,4 +5,4 @@
 
 /// One login to the item's mailbox, to see whether it works. It is no check: nothing of it is kept with the item, and
 /// nothing changes on the server. `outcome`, for a person: how many mails there are, or why it has failed.
-bool TryLogin(const STRINGARRAY& item, MAILBOXES& mailboxes, const TEXTS& texts, STRING& outcome);
+[[nodiscard]] bool TryLogin(const STRINGARRAY& item, MAILBOXES& mailboxes, const TEXTS& texts, STRING& outcome);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "app/common/codepage.h"
+#include "corelib/base/codepage.h"
 #include "corelib/base/files.h"
 #include "corelib/base/utf8.h"
 
@@ -57,7 +57,7 @@ std::string Safe(std::string_view bytes) {
             if (!result.ends_with(' '))
                 result += ' ';
         } else if (c == UTF8::INVALID) {
-            result += CODEPAGE::ToUtf8(before.substr(0, 1)).View();
+            CODEPAGE::AppendUtf8(result, before.front());
         } else if (!IsControl(c)) {
             result += before.substr(0, before.size() - bytes.size());
         }

@@ -4,27 +4,12 @@
 #include <string>
 #include <string_view>
 
+#include "app/common/transfercoding.h"
 #include "corelib/base/ascii.h"
 
 namespace {
 
 constexpr size_t NONE = std::string_view::npos;
-
-/// Appends text to out, each "=" with two hexadecimal digits as the byte that they stand for.
-void AppendQuotedPrintable(std::string& out, std::string_view text) {
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '=' && text.size() - i > 2) {
-            const int high = ASCII::HexValue(text[i + 1]);
-            const int low = ASCII::HexValue(text[i + 2]);
-            if (high >= 0 && low >= 0) {
-                out += static_cast<char>(high * 16 + low);
-                i += 2;
-                continue;
-            }
-        }
-        out += text[i];
-    }
-}
 
 /// The first address of the field without quotes, comments, and the marks of groups.
 std::string FirstAddress(std::string_view text) {
@@ -152,9 +137,9 @@ void DecodeEncodedWords(STRING& text) {
         for (char& ch : word)
             ch = ch == '_' ? ' ' : ch;
         if (base64)
-            out += STRING(std::string_view(word)).FromBase64().View();
+            AppendBase64(out, word);
         else if (ASCII::Equal(charset, "ISO-8859-1"))
-            AppendQuotedPrintable(out, word);
+            AppendQEncoding(out, word);
         else
             out += word;
         rest.remove_prefix(end + 2);

@@ -1,7 +1,7 @@
 #include <dlfcn.h>
 
-#include "app/common/codepage.h"
 #include "app/common/textmodule.h"
+#include "corelib/base/codepage.h"
 #include "corelib/base/files.h"
 #include "resources/textmodule.h"
 

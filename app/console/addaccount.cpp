@@ -25,9 +25,10 @@ bool PercentDecode(std::string_view text, STRING& result) {
         if (c == ':')
             return false;
         if (c == '%') {
-            if (i + 2 >= text.size() || ASCII::HexValue(text[i + 1]) < 0 || ASCII::HexValue(text[i + 2]) < 0)
+            const int byte = ASCII::HexByte(text.substr(i + 1));
+            if (byte < 0)
                 return false;
-            c = static_cast<char>(ASCII::HexValue(text[i + 1]) * 16 + ASCII::HexValue(text[i + 2]));
+            c = static_cast<char>(byte);
             i += 2;
         }
         if (static_cast<unsigned char>(c) < 32 || c == 127 || c == '|')
@@ -84,7 +85,7 @@ STRING NewName(const TARNWICK& application, const MAILADDRESS& address) {
     return free;
 }
 
-// Adds the account, or gives it the new password, and tries its login. False if it could not be kept.
+// Adds the account, or gives it the new password, and tries its login. An exit code.
 int AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const MAILADDRESS& address,
                const std::function<STRING(const std::string& name)>& askPassword) {
     const auto text = [&](int id, const std::string& value) { return ConsoleText(application.Texts(), id, value); };

@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-#include "app/common/codepage.h"
 #include "app/common/displaytext.h"
+#include "corelib/base/codepage.h"
 
 std::string ConsoleText(const TEXTS& texts, int id, const std::string& value) {
     std::string text(CODEPAGE::ToUtf8(texts.Get(id).View()).View());

@@ -44,9 +44,9 @@ CLICKACTION TrayClickAction(TRAYCLICK click, bool shift, bool control, const STR
     return action;
 }
 
-void ClickColumnHead(STRINGARRAY& state, int column) {
-    if (state.GetNumber("LastSortColumn") == column)
-        state.SetNumber("LastSortOrder", state.GetNumber("LastSortOrder") == 0 ? 1 : 0);
+void ClickColumnHead(STRINGARRAY& state, int column, const char* columnKey, const char* orderKey) {
+    if (state.GetNumber(columnKey) == column)
+        state.SetNumber(orderKey, state.GetNumber(orderKey) == 0 ? 1 : 0);
     else
-        state.SetNumber("LastSortColumn", column);
+        state.SetNumber(columnKey, column);
 }

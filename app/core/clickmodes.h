@@ -16,5 +16,6 @@ struct CLICKACTION {
 /// `state`: the settings. Shift goes before Control; a plain single click has no action of its own.
 CLICKACTION TrayClickAction(TRAYCLICK click, bool shift, bool control, const STRINGARRAY& state);
 
-/// A click on a column head of the item list: turns the order round, or sorts by another column in the present order.
-void ClickColumnHead(STRINGARRAY& state, int column);
+/// A click on a column head of a list: turns the order round, or sorts by another column in the present order. The keys
+/// are those of the settings in which that list keeps the two.
+void ClickColumnHead(STRINGARRAY& state, int column, const char* columnKey, const char* orderKey);

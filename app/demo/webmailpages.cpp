@@ -1,8 +1,8 @@
 #include "app/demo/webmailpages.h"
 
-#include "app/common/codepage.h"
 #include "app/common/mailtext.h"
 #include "corelib/base/ascii.h"
+#include "corelib/base/codepage.h"
 #include "corelib/base/headerblock.h"
 
 namespace WEBMAILPAGES {

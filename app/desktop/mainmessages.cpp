@@ -157,7 +157,7 @@ LRESULT MAINWINDOW::OnNotify(NMHDR& notice) {
         case LVN_COLUMNCLICK: {
             const auto& click = reinterpret_cast<const NMLISTVIEW&>(notice);
             ASSERTION(click.iItem == -1, "pnm->iItem==-1");
-            ClickColumnHead(Application->pState, click.iSubItem);
+            ClickColumnHead(Application->pState, click.iSubItem, "LastSortColumn", "LastSortOrder");
             Rows->Sort();
             return 0;
         }

@@ -4,6 +4,7 @@
 #include <numeric>
 #include <unordered_set>
 
+#include "app/core/clickmodes.h"
 #include "app/reading/shownmail.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/utf8.h"
@@ -101,10 +102,7 @@ std::vector<int> MAILROWS::Sorted() const {
 }
 
 void MAILROWS::ClickColumn(int column) {
-    if (State.GetNumber("LastInboxSortColumn") == column)
-        State.SetNumber("LastInboxSortOrder", State.GetNumber("LastInboxSortOrder") == 0 ? 1 : 0);
-    else
-        State.SetNumber("LastInboxSortColumn", column);
+    ClickColumnHead(State, column, "LastInboxSortColumn", "LastInboxSortOrder");
 }
 
 std::vector<COMMANDSTATE> MAILROWS::CommandStates(const std::vector<int>& selected, bool canAnswer) const {

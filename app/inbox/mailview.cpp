@@ -5,7 +5,6 @@
 #include <iterator>
 
 #include "app/filter/spamfilter.h"
-#include "app/mailbox/listing.h"
 #include "app/reading/shownmail.h"
 #include "corelib/base/ascii.h"
 
@@ -36,13 +35,12 @@ std::string InAddress(std::string_view text) {
     return coded;
 }
 
-STRING ShownHeader(const STRING& lines) {
-    constexpr size_t TRANSPORT_VALUE = 13;
+STRING ShownHeader(const STRINGARRAY& mail) {
+    if (const STRING whole = SHOWNMAIL::ServerHeader(mail); whole.NotNull())
+        return WithReturns(whole);
     STRING shown("");
-    for (std::string_view rest = lines.View(); !rest.empty();) {
+    for (std::string_view rest = mail["Header"].View(); !rest.empty();) {
         const std::string_view line = ASCII::Take(rest, '\n');
-        if (line.starts_with("X-Transport") && line.size() > TRANSPORT_VALUE)
-            return WithReturns(STRING(line.substr(TRANSPORT_VALUE)).Unescape());
         if (std::ranges::any_of(OWN_LINES, [&](std::string_view own) { return line.starts_with(own); }))
             continue;
         shown.AppendBytes(line);
@@ -58,8 +56,8 @@ MAILVIEW ViewOf(const STRINGARRAY& mail, const TEXTS& texts) {
     const STRING& body = mail["Body"];
     const bool fetched = body.Length() >= SHORTEST_BODY;
     const STRING missing = texts.Get(TEXT_NOT_FETCHED);
-    return {STRING(std::string_view(header.Sender)), STRING(std::string_view(header.Subject)),
-            ShownHeader(mail["Header"]), WithReturns(fetched ? body : missing),
+    return {STRING(std::string_view(header.Sender)), STRING(std::string_view(header.Subject)), ShownHeader(mail),
+            WithReturns(fetched ? body : missing),
             WithReturns(fetched ? STRING(std::string_view(SHOWNMAIL::Text(mail))) : missing)};
 }
 

@@ -1,7 +1,6 @@
 #include "app/inbox/trashmails.h"
 
 #include "app/core/tarnwick.h"
-#include "app/mailbox/listing.h"
 #include "app/reading/shownmail.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
@@ -101,9 +100,8 @@ int TRASHMAILS::Apply() {
 STRING MessageToSendOn(const STRINGARRAY& whole) {
     STRING text = whole["Header"];
     // What the program has put on top tells little of the mail where the server's own header is there, too.
-    if (ReadHeaderField(text.View(), LISTING::TRANSPORT_HEADER).Length() > 0)
-        text = (ReadHeaderField(text.View(), REASON).NotNull() ? STRING("X-SpamReason:\n") : STRING("")) ||
-               STRING(std::string_view(SHOWNMAIL::ServerHeader(whole)));
+    if (const STRING server = SHOWNMAIL::ServerHeader(whole); server.NotNull())
+        text = STRING(ReadHeaderField(text.View(), REASON).NotNull() ? "X-SpamReason:\n" : "") || server;
     text = text || "\n\n" || whole["Body"];
     STRING message("");
     for (std::string_view rest = text.View(); !rest.empty();) {

@@ -1,6 +1,6 @@
 #include "app/reading/headerwords.h"
 
-#include "app/reading/transfercoding.h"
+#include "app/common/transfercoding.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/utf8.h"
 #include "corelib/system/charset.h"
@@ -84,13 +84,6 @@ class RUN {
     std::string_view Charset, Words;
 };
 
-bool IsUtf8(std::string_view text) {
-    while (!text.empty())
-        if (UTF8::Take(text) == UTF8::INVALID)
-            return false;
-    return true;
-}
-
 }  // namespace
 
 std::string HeaderWords(std::string_view value, std::string_view charset) {
@@ -98,7 +91,7 @@ std::string HeaderWords(std::string_view value, std::string_view charset) {
     RUN run(out);
     const auto plain = [&](std::string_view text) {
         run.Close();
-        if (charset.empty() || IsUtf8(text) || !CHARSET::AppendUtf8(out, charset, text))
+        if (charset.empty() || UTF8::IsValid(text) || !CHARSET::AppendUtf8(out, charset, text))
             CHARSET::AppendGuessed(out, text);
     };
     ENCODEDWORD word;

@@ -1,8 +1,8 @@
 #include "app/reading/mimetext.h"
 
+#include "app/common/transfercoding.h"
 #include "app/reading/headerwords.h"
 #include "app/reading/htmltext.h"
-#include "app/reading/transfercoding.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/headerblock.h"
 #include "corelib/system/charset.h"
@@ -13,38 +13,6 @@ constexpr size_t NONE = std::string_view::npos;
 constexpr int DEEPEST = 8;  // parts within parts: each level reads the mail once more
 constexpr int MOST_PARTS = 1000;
 constexpr std::string_view BLANKS = " \t\r\n";
-
-/// The value of a parameter, as in `text/plain; charset="utf-8"` (RFC 2045 section 5.1); empty without it.
-std::string Parameter(std::string_view field, std::string_view name) {
-    while (true) {
-        size_t at = 0;
-        bool quoted = false;
-        for (; at < field.size() && (quoted || field[at] != ';'); ++at) {
-            if (field[at] == '\\' && quoted)
-                ++at;
-            else if (field[at] == '"')
-                quoted = !quoted;
-        }
-        if (at >= field.size())
-            return {};
-        field = ASCII::TrimLeft(field.substr(at + 1), BLANKS);
-        if (!ASCII::BeginsWith(field, name))
-            continue;
-        const std::string_view rest = ASCII::TrimLeft(field.substr(name.size()), BLANKS);
-        if (!rest.starts_with('='))
-            continue;
-        std::string_view value = ASCII::TrimLeft(rest.substr(1), BLANKS);
-        if (!value.starts_with('"'))
-            return std::string(value.substr(0, value.find_first_of("; \t\r\n")));
-        std::string text;
-        for (size_t i = 1; i < value.size() && value[i] != '"'; ++i) {
-            if (value[i] == '\\' && i + 1 < value.size())
-                ++i;
-            text += value[i];
-        }
-        return text;
-    }
-}
 
 struct PART {
     explicit PART(std::string_view header, std::string_view body)
@@ -88,8 +56,6 @@ class READER {
         if (++Parts > MOST_PARTS || depth > DEEPEST)
             return {};
         if (!part.IsAttached()) {
-            if (part.Type == "text/plain")
-                return InUtf8(part.Decoded(), Parameter(part.ContentType.View(), "charset"));
             if (part.Type == "text/html")
                 return ReadPage(part);
             if (part.Type.starts_with("multipart/"))
@@ -99,25 +65,25 @@ class READER {
                 return Read(PART(header, BodyBlock(part.Body)), depth + 1);
             }
             if (part.Type.starts_with("text/") || part.Type == "message/delivery-status")
-                return InUtf8(part.Decoded(), Parameter(part.ContentType.View(), "charset"));
+                return InUtf8(part.Decoded(), HeaderParameter(part.ContentType.View(), "charset"));
         }
-        std::string name = Parameter(part.Disposition.View(), "filename");
+        std::string name = HeaderParameter(part.Disposition.View(), "filename");
         if (name.empty())
-            name = Parameter(part.ContentType.View(), "name");
+            name = HeaderParameter(part.ContentType.View(), "name");
         return "[" + part.Type + (name.empty() ? "" : " " + HeaderWords(name)) + "]\n";
     }
 
  private:
     static std::string ReadPage(const PART& part) {
         const std::string bytes = part.Decoded();
-        std::string charset = Parameter(part.ContentType.View(), "charset");
+        std::string charset = HeaderParameter(part.ContentType.View(), "charset");
         if (charset.empty())
             charset = HtmlCharset(bytes);
         return HtmlText(InUtf8(bytes, charset));
     }
 
     std::string ReadParts(const PART& whole, int depth) {
-        const std::string boundary = "--" + Parameter(whole.ContentType.View(), "boundary");
+        const std::string boundary = "--" + HeaderParameter(whole.ContentType.View(), "boundary");
         const bool alternatives = whole.Type == "multipart/alternative";
         const bool related = whole.Type == "multipart/related";
         std::string text, page;
@@ -183,6 +149,37 @@ class READER {
 };
 
 }  // namespace
+
+std::string HeaderParameter(std::string_view field, std::string_view name) {
+    while (true) {
+        size_t at = 0;
+        bool quoted = false;
+        for (; at < field.size() && (quoted || field[at] != ';'); ++at) {
+            if (field[at] == '\\' && quoted)
+                ++at;
+            else if (field[at] == '"')
+                quoted = !quoted;
+        }
+        if (at >= field.size())
+            return {};
+        field = ASCII::TrimLeft(field.substr(at + 1), BLANKS);
+        if (!ASCII::BeginsWith(field, name))
+            continue;
+        const std::string_view rest = ASCII::TrimLeft(field.substr(name.size()), BLANKS);
+        if (!rest.starts_with('='))
+            continue;
+        std::string_view value = ASCII::TrimLeft(rest.substr(1), BLANKS);
+        if (!value.starts_with('"'))
+            return std::string(value.substr(0, value.find_first_of("; \t\r\n")));
+        std::string text;
+        for (size_t i = 1; i < value.size() && value[i] != '"'; ++i) {
+            if (value[i] == '\\' && i + 1 < value.size())
+                ++i;
+            text += value[i];
+        }
+        return text;
+    }
+}
 
 std::string JoinedFields(std::string_view header) {
     std::string joined;

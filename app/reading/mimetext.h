@@ -7,6 +7,9 @@
 /// section 2.2.3).
 std::string JoinedFields(std::string_view header);
 
+/// The value of a parameter, as in `text/plain; charset="utf-8"` (RFC 2045 section 5.1); empty without it.
+std::string HeaderParameter(std::string_view field, std::string_view name);
+
 /// What a person reads of a mail, in UTF-8: its text/plain, or the text of its HTML, in their charset and encoding. The
 /// parts of a mail follow each other (of those that say the same the plain one is taken); for an attachment its type
 /// and name stand in brackets. What cannot be read as MIME (RFC 2045) is taken as plain text. A mail that was cut off

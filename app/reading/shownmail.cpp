@@ -10,16 +10,17 @@
 
 namespace {
 
+/// The server's header, or the block's own lines where those are all of it.
+STRING WholeHeader(const STRINGARRAY& record) {
+    STRING whole = SHOWNMAIL::ServerHeader(record);
+    return whole.NotNull() ? whole : record["Header"];
+}
+
 /// The fields of the server's header, and the charset of the mail's text, in which careless programs write them.
 struct FIELDS {
-    explicit FIELDS(const STRINGARRAY& record) : Lines(JoinedFields(SHOWNMAIL::ServerHeader(record))) {
-        const STRING type = ReadHeaderField(Lines, "Content-Type");
-        const size_t at = ASCII::Find(type.View(), "charset=");
-        if (at != std::string_view::npos) {
-            const std::string_view name = ASCII::TrimLeft(type.View().substr(at + 8), "\" ");
-            Charset = name.substr(0, name.find_first_of("\"; \t"));
-        }
-    }
+    explicit FIELDS(const STRINGARRAY& record)
+        : Lines(JoinedFields(WholeHeader(record).View())),
+          Charset(HeaderParameter(ReadHeaderField(Lines, "Content-Type").View(), "charset")) {}
     std::string Shown(const STRING& value) const {
         return std::string(ASCII::Trim(DISPLAYTEXT::Safe(HeaderWords(value.View(), Charset)), " "));
     }
@@ -43,16 +44,14 @@ SHOWNMAIL::HEADER SHOWNMAIL::Header(const STRINGARRAY& record) {
 }
 
 std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
-    const STRING& body = record["Body"];
-    const std::string text = ReadableText(JoinedFields(ServerHeader(record)), body.View());
+    const std::string text = ReadableText(JoinedFields(WholeHeader(record).View()), record["Body"].View());
     std::string lines;
     for (std::string_view rest = text; !rest.empty();)
         lines.append(ASCII::TrimRight(DISPLAYTEXT::Safe(ASCII::Take(rest, '\n')), " ")).push_back('\n');
     return lines;
 }
 
-std::string SHOWNMAIL::ServerHeader(const STRINGARRAY& record) {
-    const STRING& header = record["Header"];
-    const STRING whole = ReadHeaderField(header.View(), LISTING::TRANSPORT_HEADER);
-    return std::string(whole.Length() > 0 ? whole.Unescape().View() : header.View());
+STRING SHOWNMAIL::ServerHeader(const STRINGARRAY& record) {
+    const STRING whole = ReadHeaderField(record["Header"].View(), LISTING::TRANSPORT_HEADER);
+    return whole.Length() > 0 ? whole.Unescape() : STRING();
 }

@@ -18,7 +18,7 @@ HEADER Header(const STRINGARRAY& record);
 /// Lines ended by "\n": the text of the mail, see ReadableText.
 std::string Text(const STRINGARRAY& record);
 
-/// The header as the server sent it: the whole one where the listing carries it beside the block's own lines.
-std::string ServerHeader(const STRINGARRAY& record);
+/// The header as the server sent it, where the listing carries it whole beside the block's own lines; else null.
+STRING ServerHeader(const STRINGARRAY& record);
 
 }  // namespace SHOWNMAIL

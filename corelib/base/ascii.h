@@ -43,6 +43,11 @@ constexpr int HexValue(char c) {
     unsigned char l = Lower(c);
     return l >= 'a' && l <= 'f' ? l - 'a' + 10 : -1;
 }
+/// The byte that two hexadecimal digits at the beginning of the text stand for, -1 without them.
+constexpr int HexByte(std::string_view text) {
+    const int high = text.size() < 2 ? -1 : HexValue(text[0]), low = high < 0 ? -1 : HexValue(text[1]);
+    return low < 0 ? -1 : high * 16 + low;
+}
 
 /// The same bytes without regard to case?
 constexpr bool Equal(std::string_view a, std::string_view b) {

@@ -36,6 +36,13 @@ char32_t Take(std::string_view& text) {
     return code;
 }
 
+bool IsValid(std::string_view text) {
+    while (!text.empty())
+        if (Take(text) == INVALID)
+            return false;
+    return true;
+}
+
 void Append(std::string& out, char32_t character) {
     const auto put = [&out](char32_t byte) { out += static_cast<char>(byte); };
     const auto follow = [&](unsigned shift) { put(0x80U | ((character >> shift) & 0x3fU)); };

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "corelib/base/ascii.h"
+#include "corelib/base/codepage.h"
 #include "corelib/base/utf8.h"
 #include "corelib/system/charsetplatform.h"
 
@@ -53,16 +54,6 @@ constexpr CHARSETNAME NAMES[] = {
     {"macintosh", "MACINTOSH", 10000},
 };
 
-void AppendAs1252(std::string& out, char byte) {
-    constexpr char16_t UPPER[32] = {0x20ac, 0,      0x201a, 0x0192, 0x201e, 0x2026, 0x2020, 0x2021,
-                                    0x02c6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017d, 0,
-                                    0,      0x2018, 0x2019, 0x201c, 0x201d, 0x2022, 0x2013, 0x2014,
-                                    0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0,      0x017e, 0x0178};
-    const auto code = static_cast<unsigned char>(byte);
-    const char32_t character = code >= 0x80 && code < 0xa0 ? UPPER[code - 0x80] : code;
-    UTF8::Append(out, character != 0 || code == 0 ? character : U'?');
-}
-
 }  // namespace
 
 bool CHARSET::AppendUtf8(std::string& out, std::string_view charset, std::string_view text) {
@@ -84,7 +75,7 @@ void CHARSET::AppendGuessed(std::string& out, std::string_view text) {
     while (!text.empty()) {
         const std::string_view before = text;
         if (UTF8::Take(text) == UTF8::INVALID)
-            AppendAs1252(out, before.front());
+            CODEPAGE::AppendUtf8(out, before.front());
         else
             out += before.substr(0, before.size() - text.size());
     }

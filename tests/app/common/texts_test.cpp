@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "app/common/codepage.h"
+#include "corelib/base/codepage.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"

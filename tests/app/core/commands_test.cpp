@@ -3,18 +3,15 @@
 #include "app/check/items.h"
 #include "app/core/maintitle.h"
 #include "app/core/tarnwick.h"
-#include "tests/app/apptest.h"
-#include "tests/app/core/coresupport.h"
+#include "tests/app/core/applicationtest.h"
 
 namespace {
 
 using LIST = std::vector<std::string>;
 
-class Commands : public ::testing::Test {
+class Commands : public APPLICATIONTEST {
  protected:
-    Commands() : Here(Data.Path()) {
-        Store.Set("ApplicationDataDir", STRING(Data.Path()));
-        EXPECT_TRUE(Application.Open()) << Std(Application.StartError());
+    Commands() {
         for (const char* name : {"a", "b", "c"}) {
             STRINGARRAY item = Application.NewItem();
             item.Set("Name", name);
@@ -58,15 +55,6 @@ class Commands : public ::testing::Test {
         return alert;
     }
 
-    TESTSTORE Store;
-    TEMPDIR Data;
-    CURRENTDIR Here;
-    JOURNAL Journal;
-    JOURNALFRONTEND FrontEnd{Journal};
-    NOTIFIER Notifier;
-    NUMBEREDTEXTS Texts;
-    ARGUMENTS Arguments{"tarnwick"};
-    TARNWICK Application{FrontEnd, Notifier, Arguments, Texts};
     FAKESTARTER Starter;
     COMMANDS Doer{Application, FrontEnd, Starter};
 };

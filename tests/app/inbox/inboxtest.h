@@ -1,16 +1,12 @@
 #pragma once
 
-#include "app/core/tarnwick.h"
 #include "app/inbox/mailrows.h"
-#include "tests/app/apptest.h"
-#include "tests/app/core/coresupport.h"
+#include "tests/app/core/applicationtest.h"
 
-/// An application with its data in a directory of the test's, one account, and no work thread.
-class INBOXTEST : public ::testing::Test {
+/// An application with one account.
+class INBOXTEST : public APPLICATIONTEST {
  protected:
-    INBOXTEST() : Here(Data.Path()) {
-        Store.Set("ApplicationDataDir", STRING(Data.Path()));
-        EXPECT_TRUE(Application.Open()) << Std(Application.StartError());
+    INBOXTEST() {
         STRINGARRAY item = Application.NewItem();
         item.Set("Name", "anna");
         EXPECT_TRUE(Application.AddItem(item));
@@ -43,14 +39,4 @@ class INBOXTEST : public ::testing::Test {
                 commands += std::to_string(state.Command % 10);
         return commands;
     }
-
-    TESTSTORE Store;
-    TEMPDIR Data;
-    CURRENTDIR Here;
-    JOURNAL Journal;
-    JOURNALFRONTEND FrontEnd{Journal};
-    NOTIFIER Notifier;
-    NUMBEREDTEXTS Texts;
-    ARGUMENTS Arguments{"tarnwick"};
-    TARNWICK Application{FrontEnd, Notifier, Arguments, Texts};
 };

@@ -1,4 +1,4 @@
-#include "app/common/codepage.h"
+#include "corelib/base/codepage.h"
 
 #include <array>
 #include <cstdint>
@@ -47,32 +47,16 @@ STRING CODEPAGE::FromUtf8(std::string_view utf8, bool* exact) {
     return result;
 }
 
+void CODEPAGE::AppendUtf8(std::string& out, char byte) {
+    const auto code = static_cast<unsigned char>(byte);
+    const bool mapped = code >= 0x80 && code < 0xa0;
+    const char32_t character = mapped ? UPPER_CONTROLS[code - 0x80] : code;
+    UTF8::Append(out, mapped && character == 0 ? UNKNOWN : character);
+}
+
 STRING CODEPAGE::ToUtf8(std::string_view text) {
-    STRING result("");
-    size_t done = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if (byte < 0x80) {
-            continue;
-        }
-        result.AppendBytes(text.substr(done, i - done));
-        done = i + 1;
-        uint32_t code = byte >= 0xa0 ? byte : UPPER_CONTROLS[byte - 0x80];
-        if (code == 0) {
-            code = UNKNOWN;
-        }
-        if (code >= 0x800) {
-            const char bytes[] = {static_cast<char>(0xe0U | (code >> 12U)),
-                                  static_cast<char>(0x80U | ((code >> 6U) & 0x3fU)),
-                                  static_cast<char>(0x80U | (code & 0x3fU))};
-            result.AppendBytes(bytes, 3);
-        } else if (code >= 0x80) {
-            const char bytes[] = {static_cast<char>(0xc0U | (code >> 6U)), static_cast<char>(0x80U | (code & 0x3fU))};
-            result.AppendBytes(bytes, 2);
-        } else {
-            result.AppendBytes(&UNKNOWN, 1);
-        }
-    }
-    result.AppendBytes(text.substr(done));
-    return result;
+    std::string utf8;
+    for (const char byte : text)
+        AppendUtf8(utf8, byte);
+    return STRING(std::string_view(utf8));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "corelib/base/strings.h"
@@ -13,5 +14,7 @@ namespace CODEPAGE {
 STRING FromUtf8(std::string_view utf8, bool* exact = nullptr);
 /// The five bytes that the code page does not use become "?".
 STRING ToUtf8(std::string_view text);
+/// The same for one byte.
+void AppendUtf8(std::string& out, char byte);
 
 }  // namespace CODEPAGE

@@ -1,4 +1,4 @@
-#include "app/common/codepage.h"
+#include "corelib/base/codepage.h"
 
 #include "tests/support/testsupport.h"
 

@@ -1,4 +1,4 @@
-#include "app/reading/transfercoding.h"
+#include "app/common/transfercoding.h"
 
 #include <algorithm>
 
@@ -9,10 +9,7 @@ namespace {
 
 /// The byte that "=" and two hexadecimal digits at the beginning of the text stand for; -1 for anything else.
 int CodedByte(std::string_view text) {
-    if (text.size() < 3 || text[0] != '=')
-        return -1;
-    const int high = ASCII::HexValue(text[1]), low = ASCII::HexValue(text[2]);
-    return high < 0 || low < 0 ? -1 : high * 16 + low;
+    return text.starts_with('=') ? ASCII::HexByte(text.substr(1)) : -1;
 }
 
 }  // namespace
