@@ -14,6 +14,7 @@
 #define COMMAND_INBOX 2112
 #define COMMAND_TRASHCAN 2113
 #define COMMAND_SHOW_MAIL 2114
+#define COMMAND_INBOX_WINDOW 2115  // in a window of its own, or in the main one
 #define COMMAND_SPAM_FILTER_OFF 2117
 #define COMMAND_SUSPEND 2118
 #define COMMAND_STOP_SOUND 2119
@@ -74,8 +75,13 @@
 #define HELP_TOPIC_3 2804
 #define HELP_TOPIC_WELCOME 2803
 
-// The menus, and the table of keys.
+// The menus, and the tables of keys: of the main window, and of a list of mails.
 #define MENU_TRAY 2000
+#define MENU_INBOX_BAR 2001
+#define MENU_TRASHCAN_BAR 2002
 #define MENU_MAIN 2101
+#define MENU_TRASHCAN_LIST 2102
+#define MENU_INBOX_LIST 2103
 #define MENU_LIST 2104
 #define KEY_TABLE 2000
+#define KEY_TABLE_MAILS 2001

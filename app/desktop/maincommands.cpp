@@ -21,8 +21,8 @@ void MAINWINDOW::DoCommand(int command) {
     if (done && DeselectsItems(command))
         Rows->Deselect();
     if (!done)
-        done = DoWindowCommand(command);
-    if (!done && (command < COMMAND_INBOX_FIRST || command > COMMAND_INBOX_LAST)) {
+        done = GiveToInbox(command) || DoWindowCommand(command);
+    if (!done) {
         STRING text;
         text.Format("WM_COMMAND %d", command);
         ShowInfo(hWnd, text, ProgramName());
@@ -40,9 +40,20 @@ bool MAINWINDOW::DoWindowCommand(int command) {
         case COMMAND_SHOW_WINDOW:
             ShowInFront();
             return true;
+        case COMMAND_INBOX:
+            SwitchInbox();
+            return true;
+        case COMMAND_INBOX_WINDOW:
+            SwitchInboxWindow();
+            return true;
+        case COMMAND_TRASHCAN:
+            SwitchTrashcan();
+            return true;
         case COMMAND_SHOW_ITEM:
-        case COMMAND_SHOW_MAIL:
             ShowAlertItem();
+            return true;
+        case COMMAND_SHOW_MAIL:
+            ShowAlertMail();
             return true;
         case COMMAND_ADD_ITEM:
             AddItem();
@@ -77,13 +88,6 @@ void MAINWINDOW::ShowInFront() {
     SetForegroundWindow(GetLastActivePopup(hWnd));  // the dialog that is open, if there is one
 }
 
-// The list shows the item; its mails have no window yet.
-void MAINWINDOW::ShowAlertItem() {
-    if (const int handle = Application->Notification().TakeAlertItem())
-        Rows->SelectOnly(handle);
-    ShowInFront();
-}
-
 void MAINWINDOW::AddItem() {
     STRINGARRAY record = Application->NewItem();
     if (!::EditItem(hWnd, App.Texts(), record))
@@ -110,7 +114,7 @@ void MAINWINDOW::DeleteItems() {
     if (!first)
         return;
     const STRING question = DeleteQuestion(App.Texts(), static_cast<int>(selected.size()), first->Get("Name"));
-    if (!AskYesNo(ProgramName(), question))
+    if (!AskYesNo(ProgramName(), question) || !CloseInbox())
         return;
     for (const int handle : selected) {
         const STRINGARRAY* item = Application->FindItem(handle);

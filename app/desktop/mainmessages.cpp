@@ -99,6 +99,15 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
         case WM__CALLS:
             Calls.Run();
             return 0;
+        case WM__INBOXCLOSED:
+            DeleteInbox(first);
+            return 0;
+        case WM__TRASHCANCLOSED:
+            DeleteTrashcan(first);
+            return 0;
+        case WM__SPLITTER:
+            OnSplitter();
+            return 0;
         case WM__ALERTCLICK:
             OnAlertClick(first, second);
             return 0;
@@ -168,8 +177,10 @@ LRESULT MAINWINDOW::OnNotify(NMHDR& notice) {
         }
         case LVN_ITEMCHANGED: {
             const auto& change = reinterpret_cast<const NMLISTVIEW&>(notice);
-            if (change.uNewState != change.uOldState)
+            if (change.uNewState != change.uOldState) {
                 UpdateCommands();
+                FollowSelection();
+            }
             return 0;
         }
         default:

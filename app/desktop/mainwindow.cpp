@@ -6,6 +6,9 @@
 #include "app/core/maintitle.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
+#include "app/desktop/inbox.h"
+#include "app/desktop/splitter.h"
+#include "app/desktop/trashcan.h"
 #include "app/desktop/windowids.h"
 #include "app/notify/traydisplay.h"
 #include "corelib/base/trace.h"
@@ -19,7 +22,17 @@ constexpr int STATUSLINE_ID = 2;
 constexpr RECT FIRST_PLACE = {8, 8, 400, 350};  // left, top, width, height
 
 // What a waiting call draws.
-enum CALLKIND { CALL_TRAY, CALL_TOOLTIP, CALL_TITLE, CALL_STATUS, CALL_ARRANGE, CALL_COMMANDS, CALL_ROW, CALL_CELL };
+enum CALLKIND {
+    CALL_TRAY,
+    CALL_TOOLTIP,
+    CALL_TITLE,
+    CALL_STATUS,
+    CALL_ARRANGE,
+    CALL_COMMANDS,
+    CALL_ROW,
+    CALL_LISTING,
+    CALL_CELL
+};
 
 }  // namespace
 
@@ -39,6 +52,9 @@ MAINWINDOW::~MAINWINDOW() {
     // Messages that they still send find them gone.
     AlertWindow.reset();
     Tray.reset();
+    Inbox.reset();
+    Trashcan.reset();
+    Splitter.reset();
     Rows.reset();
     StatusLine.reset();
     Toolbar.reset();
@@ -68,6 +84,13 @@ void MAINWINDOW::Started() {
     ShowState();
     SetTimer(hWnd, TIMER_TRAY, static_cast<UINT>(Times.TrayStartMs), nullptr);
     Rows->Focus();
+    const int inbox = Application->pState.GetNumber("InboxVisible");
+    InboxIsPane = inbox != INBOX_IN_WINDOW;
+    if (inbox != 0)
+        OpenInbox(nullptr);
+    FollowSelection();
+    if (Application->pState.GetNumber("TrashcanVisible") != 0)
+        SwitchTrashcan();
     if (FirstRun && Application->Items.Count() == 0)
         PostMessageW(hWnd, WM_COMMAND, COMMAND_ADD_ITEM, 0);
 }
@@ -90,6 +113,10 @@ void MAINWINDOW::End() {
     const std::vector<int> selected = SelectedItems();
     if (selected.size() == 1)
         Application->pState.SetNumber("LastSelectedRecord", Application->FindHandle(selected.front()));
+    // What they were at the end the settings know; nobody is asked about marks any more.
+    Inbox.reset();
+    Trashcan.reset();
+    Splitter.reset();
     AlertWindow.reset();
     StopBlinking();  // the keyboard's light would stay as it is just now
 }
@@ -192,6 +219,13 @@ void MAINWINDOW::SetItemStatus(int handle, const STRING& text) {
     SetCell(handle, ITEMLIST::RESULT_COLUMN, text);
 }
 
+void MAINWINDOW::ListingChanged(int handle) {
+    Calls.PostLatest({CALL_LISTING, handle}, [this, handle] {
+        if (Inbox && Inbox->GetItemHandle() == handle)
+            Inbox->Reload();
+    });
+}
+
 void MAINWINDOW::PostAlert(const ALERTREQUEST& request) {
     const std::lock_guard hold(AlertGuard);
     Alerts.push_back(request);
@@ -247,7 +281,8 @@ void MAINWINDOW::MakeToolbar() {
         // A button for each command that the menus have.
         if (menu.ItemText(button.Command).Length() == 0)
             continue;
-        Toolbar->AddButton(button.Command, button.Command, TBSTYLE_BUTTON);
+        const bool opens = button.Command == COMMAND_INBOX || button.Command == COMMAND_TRASHCAN;
+        Toolbar->AddButton(button.Command, button.Command, opens ? TBSTYLE_CHECK : TBSTYLE_BUTTON);
         if (button.LabelText != 0)
             Toolbar->SetButtonText(button.Command, App.Texts().Get(button.LabelText));
         else if (button.Label)
@@ -273,6 +308,8 @@ void MAINWINDOW::PlaceControls() {
         SendMessageW(StatusLine->hWnd, WM_SIZE, 0, 0);
         bottom -= StatusLine->Rect().bottom - StatusLine->Rect().top;
     }
+    if (Inbox && Inbox->IsPane())
+        PlaceInbox(top, static_cast<int>(client.right), bottom);
     Rows->Place(0, top, client.right, std::max(bottom - top, 0));
     Trace("TARNWICK::~ArrangeControls\n");
 }
@@ -283,6 +320,8 @@ COMMANDCONTEXT MAINWINDOW::CommandContext() const {
     const STRINGARRAY* item = FirstSelected();
     context.ItemSuspended = item && item->GetNumber("UpdateSuspended") != 0;
     context.SoundLoop = Application->Notification().IsSoundLooping();
+    context.InboxOpen = Inbox != nullptr;
+    context.TrashcanOpen = Trashcan != nullptr;
     context.SpamFilterDisabled = Application->pState.GetNumber("SpamFilterDisabled") != 0;
     context.Suspended = Application->Cycle().IsSuspended();
     return context;
@@ -291,7 +330,10 @@ COMMANDCONTEXT MAINWINDOW::CommandContext() const {
 bool MAINWINDOW::MayBeCommandKey(const MSG& message) const {
     if (message.message != WM_KEYDOWN)
         return true;
-    if ((HIWORD(message.lParam) & KF_REPEAT) || (AlertWindow && message.hwnd == AlertWindow->hWnd))
+    const bool isOurs = message.hwnd == hWnd || IsChild(hWnd, message.hwnd);
+    if ((HIWORD(message.lParam) & KF_REPEAT) || !isOurs)
+        return false;
+    if (Inbox && GetKeyState(VK_CONTROL) >= 0 && Inbox->TakesKey(message.hwnd, message.wParam))
         return false;
     const bool own = message.wParam == VK_RETURN || message.wParam == VK_SPACE || message.wParam == VK_ESCAPE;
     return !own || !Toolbar || message.hwnd != Toolbar->hWnd;
@@ -312,6 +354,8 @@ void MAINWINDOW::ShowState() {
     for (const COMMANDSTATE& state : CommandStates(CommandContext())) {
         if (state.Enabled)
             Toolbar->Enable(state.Command, *state.Enabled);
+        if (state.Checked && (state.Command == COMMAND_INBOX || state.Command == COMMAND_TRASHCAN))
+            Toolbar->Check(state.Command, *state.Checked);
     }
 }
 
@@ -322,4 +366,8 @@ void MAINWINDOW::ShowState(MENU& menu) const {
         if (state.Checked)
             menu.CheckMenuItem(state.Command, *state.Checked);
     }
+    menu.EnableMenuItem(COMMAND_INBOX_WINDOW, Inbox != nullptr);
+    menu.CheckMenuItem(COMMAND_INBOX_WINDOW, Inbox && !Inbox->IsPane());
+    if (Inbox)
+        Inbox->UpdateMenu(menu);
 }

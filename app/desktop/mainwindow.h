@@ -17,7 +17,10 @@
 #include "corelib/window/toolbar.h"
 #include "corelib/window/window.h"
 
+class INBOX;
+class SPLITTER;
 class TARNWICK;
+class TRASHCAN;
 class VELMORAAPP;
 
 /// The main window's class, by which a second start finds the first.
@@ -60,6 +63,9 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     ITEMLIST& List() { return *Rows; }
     SEMITOOLTIP* Alert() { return AlertWindow.get(); }
     const TASKBARICON* ShownIcon() const { return Tray.get(); }
+    /// Null while they are closed.
+    INBOX* InboxWindow() { return Inbox.get(); }
+    TRASHCAN* TrashcanWindow() { return Trashcan.get(); }
 
     // FRONTEND
     void MakeTaskbarIcon() override;
@@ -72,6 +78,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void RefreshRow(int handle) override;
     void SetCell(int handle, int column, const STRING& text) override;
     void SetItemStatus(int handle, const STRING& text) override;
+    void ListingChanged(int handle) override;
     void PostAlert(const ALERTREQUEST& request) override;
     void PlaySoundFile(const STRING& file) override;
     void StartTimer(int timer, int ms) override;
@@ -112,7 +119,23 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void CloseAlert();
     // Commands of the window itself.
     bool DoWindowCommand(int command);
+    // The windows of mails.
+    void OpenInbox(const STRINGARRAY* item);
+    /// False if a dialog of it is open, which is brought to the front instead.
+    bool CloseInbox();
+    /// Opens it, or has an open one show the item.
+    void ShowInbox(const STRINGARRAY* item);
+    void DeleteInbox(WPARAM window);
+    void DeleteTrashcan(WPARAM window);
+    void SwitchInbox();
+    void SwitchInboxWindow();
+    void SwitchTrashcan();
+    void FollowSelection();
+    void OnSplitter();
+    void PlaceInbox(int top, int width, int& bottom);
+    bool GiveToInbox(int command);
     void ShowAlertItem();
+    void ShowAlertMail();
     void AddItem();
     void EditItem();
     void DeleteItems();
@@ -130,6 +153,9 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     std::unique_ptr<NEWTOOLBAR> Toolbar;
     std::unique_ptr<CONTROL> StatusLine;
     std::unique_ptr<ITEMLIST> Rows;
+    std::unique_ptr<SPLITTER> Splitter;
+    std::unique_ptr<INBOX> Inbox;
+    std::unique_ptr<TRASHCAN> Trashcan;
     std::unique_ptr<TASKBARICON> Tray;
     std::unique_ptr<SEMITOOLTIP> AlertWindow;
     std::mutex AlertGuard;
@@ -137,6 +163,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     int TrayIcon = 0;                 // its resource number, while it blinks too
     bool BlinkPhase = false;
     bool FirstRun = false;
+    bool InboxIsPane = true;  // or will be, when it opens
     bool SessionEnded = false;
     std::atomic<bool> Quitting = false;  // also where the message of it has been lost
     const UINT TaskbarCreated = RegisterWindowMessageW(L"TaskbarCreated");

@@ -15,11 +15,11 @@ class INBOXMAILS : public MAILROWS {
     /// Handle of the item shown, -1 if there is none.
     int ItemHandle() const { return Handle; }
     /// The window's title: its name, the item's, and the age of a listing that is not of the last minutes.
-    STRING Title() const;
+    STRING Title() const override;
 
     /// Queues the marked mails for deletion at the item's next check, each once, and takes their marks. A mail whose
     /// copy for the trash cannot be written stays marked, and is not queued. How many these are.
-    int Apply();
+    int Apply() override;
 
  private:
     TARNWICK& Application;

@@ -24,8 +24,15 @@ class MAILROWS {
     MAILROWS(const MAILROWS&) = delete;
     MAILROWS& operator=(const MAILROWS&) = delete;
 
+    /// The title of the window that shows them.
+    virtual STRING Title() const = 0;
+    /// Carries the marks out; how many mails could not be dealt with, and stay marked.
+    virtual int Apply() = 0;
+
     int Count() const { return Mails.Count(); }
     const STRINGARRAY& Mail(int mail) const { return Mails[mail]; }
+    /// A copy of the record with its Body, also where that is read only when it is asked for.
+    virtual STRINGARRAY Whole(int mail) const { return Mails[mail]; }
     /// The cells of a row, UTF-8 (see SHOWNMAIL), joined by tabs.
     std::string RowText(int mail) const;
     MAILPICTURE Picture(int mail) const;

@@ -14,16 +14,16 @@ class TRASHMAILS : public MAILROWS {
     /// Reads the folder anew.
     void Load();
     /// The window's title: the product's name, and how many copies there are.
-    STRING Title() const;
+    STRING Title() const override;
     /// Index of the copy with that id, -1 if there is none.
     int FindId(std::string_view id) const;
     /// The mail with its text, which is read when it is asked for: a copy of the record. The text is empty if its file
     /// has gone.
-    STRINGARRAY Whole(int mail) const;
+    STRINGARRAY Whole(int mail) const override;
 
     /// Deletes the files of the marked copies, and takes them out of the list. How many could not be deleted; these
     /// stay.
-    int Apply();
+    int Apply() override;
 
     /// Sends the copy on to the user's own address, so that it reaches the real mailbox: with a mark in its subject
     /// that the filter takes for an exception, and without the filter's report. The copy stays. False with the server's

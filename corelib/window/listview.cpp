@@ -260,6 +260,22 @@ void LISTVIEW::SelectAll(bool selected) {
     ListView_SetItemState(hWnd, -1, selected ? LVIS_SELECTED : 0, LVIS_SELECTED);
 }
 
+void LISTVIEW::SelectRows(const std::vector<int>& rows, int focused) {
+    SelectAll(rows.size() > 1 && static_cast<int>(rows.size()) == Count());
+    if (SelectedCount() == 0) {
+        for (const int row : rows)
+            ListView_SetItemState(hWnd, row, LVIS_SELECTED, LVIS_SELECTED);
+    }
+    if (focused != -1)
+        ListView_SetItemState(hWnd, focused, LVIS_FOCUSED, LVIS_FOCUSED);
+}
+
+void LISTVIEW::ScrollTo(int row) {
+    RECT place{};
+    ListView_GetItemRect(hWnd, 0, &place, LVIR_BOUNDS);
+    ListView_Scroll(hWnd, 0, (row - TopRow()) * (place.bottom - place.top));
+}
+
 void LISTVIEW::Sort(const COMPARE& compare) {
     ListView_SortItems(hWnd, CompareRows, reinterpret_cast<LPARAM>(&compare));
 }

@@ -53,6 +53,14 @@ class LISTVIEW : public CONTROL {
     /// The same where the row must exist.
     int RowOf(uint32_t value) const;
 
+    // Of a list whose owner has the rows' data (LVS_OWNERDATA) and is asked for what is drawn, by LVN_GETDISPINFO.
+    /// How many rows there are. The list stays where it is scrolled to.
+    void SetRowCount(int rows) { ListView_SetItemCountEx(hWnd, rows, LVSICF_NOSCROLL); }
+    /// An icon's place for the answer.
+    int ImageIndex(int image);
+    /// Draws all rows that can be seen anew.
+    void RedrawRows() { InvalidateRect(hWnd, nullptr, FALSE); }
+
     int SelectedCount() const { return static_cast<int>(ListView_GetSelectedCount(hWnd)); }
     int FirstSelected() const { return NextSelected(-1); }
     /// The next one after `row`, -1 if there is none.
@@ -61,6 +69,14 @@ class LISTVIEW : public CONTROL {
     void Select(int idx, bool selected = true);
     void SelectOnly(int idx);
     void SelectAll(bool selected);
+    /// These rows and no others; `focused` gets the focus (-1: none). Nothing is scrolled.
+    void SelectRows(const std::vector<int>& rows, int focused);
+    int FocusedRow() const { return ListView_GetNextItem(hWnd, -1, LVNI_FOCUSED); }
+    /// The rows that can be seen; the first one, and how many fit in as a whole.
+    int TopRow() const { return ListView_GetTopIndex(hWnd); }
+    int RowsPerPage() const { return ListView_GetCountPerPage(hWnd); }
+    /// Scrolls so that the row is the first one, as far as there are rows below.
+    void ScrollTo(int row);
 
     /// Below 0, 0 or above 0 for the numbers of two rows.
     using COMPARE = std::function<int(uint32_t, uint32_t)>;
@@ -73,7 +89,6 @@ class LISTVIEW : public CONTROL {
     bool HasFixedImages = false;
 
  private:
-    int ImageIndex(int image);
     bool ShowsEmptyText() const { return !EmptyText.empty() && Count() == 0; }
     void PaintEmptyText() const;
 

@@ -43,8 +43,8 @@ void ShowError(HWND window, const STRING& text, const STRING& title) {
     Box(window, text, title, MB_OK | MB_ICONSTOP);
 }
 
-bool AskYesNo(HWND window, const STRING& text, const STRING& title) {
-    return Box(window, text, title, MB_YESNO | MB_ICONQUESTION) == IDYES;
+bool AskYesNo(HWND window, const STRING& text, const STRING& title, bool careful) {
+    return Box(window, text, title, MB_YESNO | MB_ICONQUESTION | (careful ? MB_DEFBUTTON2 : 0)) == IDYES;
 }
 
 bool AskToGoOn(const char* title, const char* text) {

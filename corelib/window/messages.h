@@ -7,8 +7,8 @@
 /// Messages and questions in front of all windows; `window` (may be null) waits meanwhile.
 void ShowInfo(HWND window, const STRING& text, const STRING& title);
 void ShowError(HWND window, const STRING& text, const STRING& title);
-/// True is yes.
-[[nodiscard]] bool AskYesNo(HWND window, const STRING& text, const STRING& title);
+/// True is yes. careful: what Enter answers is no.
+[[nodiscard]] bool AskYesNo(HWND window, const STRING& text, const STRING& title, bool careful = false);
 
 /// Whether to go on after a failed assertion, for SetAssertQuestion. Any thread; while one asks, others go on.
 [[nodiscard]] bool AskToGoOn(const char* title, const char* text);

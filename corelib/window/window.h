@@ -67,8 +67,9 @@ class WINDOW {
     WINDOW Parent() const { return WINDOW(GetAncestor(hWnd, GA_PARENT)); }
     WINDOW Owner() const { return WINDOW(GetWindow(hWnd, GW_OWNER)); }
     bool IsVisible() const { return IsWindowVisible(hWnd) != 0; }
-    /// Gives the focus to the next control that Tab reaches in this one's parent, or to the one before.
-    void PassFocus(bool back) { ::SetFocus(GetNextDlgTabItem(Parent().hWnd, hWnd, back)); }
+    /// Gives the focus to the next control that Tab reaches in this one's top-level window, or to the one before. Panes
+    /// between the two have WS_EX_CONTROLPARENT.
+    void PassFocus(bool back) { ::SetFocus(GetNextDlgTabItem(GetAncestor(hWnd, GA_ROOT), hWnd, back)); }
     void Enable(bool enable) { EnableWindow(hWnd, enable); }
     void Show(int how = SW_SHOW) { ShowWindow(hWnd, how); }
 

@@ -47,6 +47,8 @@ TEST(Menus, TellTheKeysThatThereAre) {
         std::set<std::string> taken;
         std::set<int> told;
         for (const MENULINE& line : language.Lines) {
+            if (line.Kind == MENULINE::KEYS)
+                taken.clear();
             if (line.Kind == MENULINE::KEY) {
                 EXPECT_TRUE(keys.emplace(line.Command, line).second) << line.Command;
                 EXPECT_TRUE(taken.insert(line.Text + line.Keys).second) << line.Text << line.Keys;
