@@ -160,6 +160,8 @@ void INBOX::AutoWidth() {
     List->SetColumnWidth(COLUMN_SUBJECT, rest - rest / 3);
     List->SetColumnWidth(COLUMN_SIZE, size);
     List->SetColumnWidth(COLUMN_POINTS, points);
+    // Of a column that moves, the control takes what was drawn along, cut texts and all.
+    InvalidateRect(List->hWnd, nullptr, TRUE);
 }
 
 void INBOX::Show(const STRINGARRAY* item) {

@@ -62,6 +62,13 @@ class VIEWER : public DIALOG {
             case WM_SIZE:
                 Follow();
                 return 0;
+            // As paper, though nothing can be written there.
+            case WM_CTLCOLORSTATIC:
+                if (reinterpret_cast<HWND>(second) != GetDlgItem(hWnd, ID_TEXT))
+                    return DIALOG::WinProc(message, first, second);
+                SetBkColor(reinterpret_cast<HDC>(first), GetSysColor(COLOR_WINDOW));
+                SetTextColor(reinterpret_cast<HDC>(first), GetSysColor(COLOR_WINDOWTEXT));
+                return reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_WINDOW));
             case WM_GETMINMAXINFO:
                 reinterpret_cast<MINMAXINFO*>(second)->ptMinTrackSize = {ScalePixels(MIN_WIDTH),
                                                                          ScalePixels(MIN_HEIGHT)};

@@ -153,19 +153,26 @@ TEST_F(MainWindow, TheSelectionOfTheLastRunComesBackOnceAndOtherwiseTheFirst) {
 TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
     Open("[#0]\r\nName=a\r\nType=1\r\nUpdateSuspended=1\r\n\r\n[#1]\r\nName=b\r\nType=1\r\n\r\n",
          "EmailDoSound=1\r\nEmailDoSoundLoop=1\r\nEmailSoundLoopRep=60\r\n");
-    constexpr const char* NONE =
+#define MAILS \
+    "-" NUMBER(COMMAND_INBOX_WINDOW) " -" NUMBER(COMMAND_MAIL_VIEW) " -" NUMBER(COMMAND_MAIL_ANSWER) " -" NUMBER( \
+        COMMAND_MAIL_REASON) " -" NUMBER(COMMAND_MAIL_MARK) " -" NUMBER(COMMAND_MAIL_UNMARK) " -" NUMBER(         \
+        COMMAND_MAIL_APPLY) " -" NUMBER(COMMAND_MAIL_FRIEND) " -" NUMBER(COMMAND_MAIL_BAD_SENDER) " "
+    constexpr const char *NONE =
         "-" NUMBER(COMMAND_EDIT_ITEM) " -" NUMBER(COMMAND_DELETE_ITEMS) " -" NUMBER(COMMAND_CHECK_ITEMS) " -" NUMBER(
-            COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(COMMAND_SUSPEND_ITEMS) " -" NUMBER(COMMAND_STOP_SOUND) " ";
+            COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(COMMAND_SUSPEND_ITEMS) " -" NUMBER(COMMAND_INBOX) " " MAILS
+        "-" NUMBER(COMMAND_STOP_SOUND) " ",
+        *ALL_BUTTONS = NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
+            COMMAND_INBOX) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(COMMAND_CHECK_ITEMS) " ";
     // In the bar "-": not possible, "+": with a mark. Buttons: that can be pressed.
     const std::tuple<const char*, std::function<void()>, const char*, const char*> steps[] = {
         {"none selected", [&] { Select(0, false); }, NONE,
-         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " "},
-        {"one", [&] { Select(1); }, "-" NUMBER(COMMAND_STOP_SOUND) " ",
-         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
-             COMMAND_CHECK_ITEMS) " "},
+         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_TRASHCAN) " "},
+        {"one", [&] { Select(1); }, MAILS "-" NUMBER(COMMAND_STOP_SOUND) " ", ALL_BUTTONS},
         {"both", [&] { Select(0); },
-         "-" NUMBER(COMMAND_EDIT_ITEM) " -" NUMBER(COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(COMMAND_STOP_SOUND) " ",
-         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_CHECK_ITEMS) " "},
+         "-" NUMBER(COMMAND_EDIT_ITEM) " -" NUMBER(COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(
+             COMMAND_INBOX) " " MAILS "-" NUMBER(COMMAND_STOP_SOUND) " ",
+         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(
+             COMMAND_CHECK_ITEMS) " "},
         {"the other, which is suspended, as all is and the filter, while the sound goes on",
          [&] {
              Select(1, false);
@@ -173,9 +180,9 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
              Command(COMMAND_SUSPEND);
              TellNewMail();
          },
-         "+" NUMBER(COMMAND_SUSPEND_ITEMS) " +" NUMBER(COMMAND_SUSPEND) " +" NUMBER(COMMAND_SPAM_FILTER_OFF) " ",
-         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
-             COMMAND_CHECK_ITEMS) " "},
+         "+" NUMBER(COMMAND_SUSPEND_ITEMS) " " MAILS
+                                           "+" NUMBER(COMMAND_SUSPEND) " +" NUMBER(COMMAND_SPAM_FILTER_OFF) " ",
+         ALL_BUTTONS},
     };
     const auto& bar = *static_cast<NEWTOOLBAR*>(
         reinterpret_cast<WINDOW*>(GetWindowLongPtrW(GetDlgItem(Window->hWnd, 3), GWLP_USERDATA)));

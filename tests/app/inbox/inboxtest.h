@@ -2,6 +2,7 @@
 
 #include "app/inbox/mailrows.h"
 #include "tests/app/core/applicationtest.h"
+#include "tests/app/inbox/blocks.h"
 
 /// An application with one account.
 class INBOXTEST : public APPLICATIONTEST {
@@ -15,19 +16,7 @@ class INBOXTEST : public APPLICATIONTEST {
     }
     STRINGARRAY& Item() { return Application.Items[0]; }
     int Handle() { return Item().GetNumber("@Handle"); }
-    /// The listing of the account: a block for each mail, in the form of mails 1, 2, ...
-    void List(std::initializer_list<std::string> mails) {
-        std::string listing = std::to_string(mails.size()) + " msgs|0 unread|0 bytes\n";
-        for (const std::string& mail : mails)
-            listing += mail + '\1';
-        Item().Set("@FileStore", STRING(std::string_view(listing)));
-    }
-    static std::string Block(int number, const std::string& subject, int points, int kiloBytes, const char* more = "") {
-        const std::string n = std::to_string(number);
-        return "X-SpamPoints: " + std::to_string(points) + "\nX-Size: " + std::to_string(kiloBytes * 1024) +
-               "\nX-Message-Id: " + n + "|id" + n + "\nMessage-Id: <" + n + "@x>\nFrom: Sender " + n + " <s" + n +
-               "@example.org>\nSubject: " + subject + "\n" + more + "\nBody " + n + "\n";
-    }
+    void List(std::initializer_list<std::string> mails) { Item().Set("@FileStore", ListingOf(mails)); }
     size_t Copies() {
         return static_cast<size_t>(OSYS::CollectFiles(Application.Trash().Directory().Text(), "*.*", nullptr, 0));
     }
