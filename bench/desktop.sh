@@ -26,3 +26,4 @@ wine explorer >/dev/null 2>&1 &
 wine desktop_bench.exe start "${1:-15}" "$(winepath -w "$bin")"
 wine desktop_bench.exe list 500
 wine desktop_bench.exe gap 5000
+wine desktop_bench.exe mails 10000

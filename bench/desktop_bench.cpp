@@ -1,5 +1,5 @@
 // What the user waits for at the Windows program. bench/desktop.sh runs it.
-// usage: desktop_bench start RUNS FOLDER | list ITEMS | gap MAILS
+// usage: desktop_bench start RUNS FOLDER | list ITEMS | gap MAILS | mails MAILS
 
 #include <algorithm>
 #include <chrono>
@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,7 +18,10 @@
 #include "app/demo/mailstore.h"
 #include "app/demo/pop3service.h"
 #include "app/demo/samplemail.h"
+#include "app/desktop/inbox.h"
+#include "app/desktop/mailviewer.h"
 #include "app/desktop/mainwindow.h"
+#include "app/desktop/trashcan.h"
 #include "corelib/window/widetext.h"
 
 namespace {
@@ -265,6 +269,68 @@ int Gap(int mails) {
     return 0;
 }
 
+/// What is done to a window until it is painted.
+double Time(const std::function<void()>& act) {
+    const STOPWATCH watch;
+    act();
+    Pump();
+    return watch.Ms();
+}
+
+int Mails(int mails) {
+    const DATA data(Accounts(1), "InboxVisible=0\r\nSpamDoMark=0\r\nLastInboxSortColumn=0\r\n");
+    PROGRAM program(data);
+    Pump();
+    std::string listing = std::to_string(mails) + " msgs|\n";
+    for (int i = 0; i < mails; ++i) {
+        const std::string n = std::to_string(i * 7919 % mails);
+        listing += "X-SpamPoints: 0\nX-Size: " + n + "00\nX-Message-Id: " + n + "|id" + n + "\nMessage-Id: <" + n +
+                   "@x>\nFrom: =?utf-8?q?J=C3=BCrgen?= " + n + " <s" + n + "@example.org>\nSubject: Mail number " + n +
+                   "\nReceived: from a by b; for c\nContent-Type: text/plain; charset=utf-8\n\n" +
+                   std::string(1000, 'x') + "\n\1";
+    }
+    program.Engine->Items[0].Set("@FileStore", STRING(std::string_view(listing)));
+    MAINWINDOW& window = *program.Window;
+    const double open = Time([&] { window.DoCommand(COMMAND_INBOX); });
+    const HWND list = window.InboxWindow()->ListOfMails().hWnd;
+    NMLISTVIEW click{};
+    click.hdr = {list, 0, LVN_COLUMNCLICK};
+    click.iSubItem = 1;
+    const double sort = Time([&] { SendMessageW(GetParent(list), WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&click)); });
+    ListView_SetItemState(list, -1, LVIS_SELECTED, LVIS_SELECTED);
+    Pump();
+    const double sortSelected =
+        Time([&] { SendMessageW(GetParent(list), WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&click)); });
+    const double mark = Time([&] { window.DoCommand(COMMAND_MAIL_MARK); });
+    const double reload = Time([&] { window.InboxWindow()->Reload(); });
+    printf(
+        "inbox of %d mails: opened %.0f ms, sorted %.0f ms (all selected %.0f ms), marked %.0f ms, reloaded %.0f ms\n",
+        mails, open, sort, sortSelected, mark, reload);
+
+    RECORDARRAY records(1, 1);
+    BuildMailHash("1 msgs|\nX-Size: 1\nFrom: a@b\nSubject: x\n\nbody\n", records);
+    for (int i = 0; i < mails / 2; ++i)
+        (void)program.Engine->Trash().SaveToTrash(records[0]);
+    const double trash = Time([&] { window.DoCommand(COMMAND_TRASHCAN); });
+    printf("trashcan of %d mails: opened %.0f ms\n", mails / 2, trash);
+
+    std::string body;
+    while (body.size() < 10'000'000)
+        body += "Some words that go on for a line of a mail, as most of them do.\n";
+    records[0].Set("Body", STRING(std::string_view(body)));
+    static double shown;
+    static STOPWATCH watch;
+    watch = STOPWATCH();
+    SetTimer(nullptr, 0, 1, [](HWND, UINT, UINT_PTR timer, DWORD) {
+        KillTimer(nullptr, timer);
+        shown = watch.Ms();
+        EndDialog(GetActiveWindow(), 0);
+    });
+    ShowMail(window.hWnd, records[0], "", program.App.Texts());
+    printf("viewer with %zu bytes: %.0f ms\n", body.size(), shown);
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -277,6 +343,8 @@ int main(int argc, char** argv) {
         return List(atoi(argv[2]));
     if (what == "gap")
         return Gap(atoi(argv[2]));
-    fprintf(stderr, "usage: desktop_bench start RUNS FOLDER | list ITEMS | gap MAILS\n");
+    if (what == "mails")
+        return Mails(atoi(argv[2]));
+    fprintf(stderr, "usage: desktop_bench start RUNS FOLDER | list ITEMS | gap MAILS | mails MAILS\n");
     return 2;
 }

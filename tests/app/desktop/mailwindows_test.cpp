@@ -43,18 +43,21 @@ class MailWindows : public DESKTOPTEST {
         }
         return shown;
     }
-    /// Answers the dialog that is open next; `Said` gets its title.
-    void Press(WPARAM id, const std::function<void(HWND)>& first = {}) {
+    /// Answers the dialog that comes next; `Said` gets its title.
+    void Press(WPARAM id, const std::function<void(HWND)>& first = {}, int looks = 500) {
         Later([=, this] {
             const HWND box = GetActiveWindow();
             wchar_t name[16] = L"";
             GetClassNameW(box, name, 16);
-            Said += Std(WINDOW(box).Title()) + ";";
-            if (wcscmp(name, L"#32770") != 0)
+            if (wcscmp(name, L"#32770") != 0) {
+                if (looks > 0)
+                    Press(id, first, looks - 1);
                 return;
+            }
+            Said += Std(WINDOW(box).Title()) + ";";
+            PostMessageW(box, WM_COMMAND, id, 0);
             if (first)
                 first(box);
-            PostMessageW(box, WM_COMMAND, id, 0);
         });
     }
     std::string Queued() { return Std(Alpha().Get("@DeleteMessageId")); }
@@ -102,7 +105,7 @@ TEST_F(MailWindows, TheInboxIsAPaneWithASplitterOrAWindow) {
     Inbox()->Move(40, 50, 420, 210);
     Close();
     EXPECT_TRUE(IsStored("InboxVisible=2"));
-    Open(TWO_ITEMS, std::string(QUIET) + "InboxVisible=2\r\nTrashcanVisible=1\r\n");
+    Open(TWO_ITEMS, std::string("InboxVisible=2\r\nTrashcanVisible=1\r\n") + QUIET);
     Window->Started();
     Pump();
     ASSERT_TRUE(Inbox() && Window->TrashcanWindow());
@@ -136,7 +139,7 @@ TEST_F(MailWindows, RowsMenusAndKeysFollowTheSelection) {
     };
     EXPECT_EQ(bar(), "3");
     SelectMails(list, {1});
-    EXPECT_EQ(bar(), "123678");
+    EXPECT_EQ(bar(), "0123678");
     SelectMails(list, {0, 2});
     EXPECT_EQ(bar(), "1378");
 
@@ -163,8 +166,8 @@ TEST_F(MailWindows, RowsMenusAndKeysFollowTheSelection) {
     click.hdr = {list, 0, LVN_COLUMNCLICK};
     click.iSubItem = COLUMN_SIZE;
     SendMessageW(Inbox()->hWnd, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&click));
-    EXPECT_EQ(Shown(list), "bAG");
-    EXPECT_EQ(LISTVIEW(list).FirstSelected(), 1);
+    EXPECT_EQ(Shown(list), "AGb") << "by the number that is shown";
+    EXPECT_EQ(LISTVIEW(list).FirstSelected(), 0);
     EXPECT_EQ(LISTVIEW(list).SelectedCount(), 2);
     EXPECT_EQ(PopupLook([&] { SendMessageW(Inbox()->hWnd, WM_CONTEXTMENU, WPARAM(list), -1); }),
               "-2162 -2160 -2166 -2165 -2164 ");
@@ -191,16 +194,23 @@ TEST_F(MailWindows, MarksGoWhenThePersonSaysSo) {
         {"01", COMMAND_INBOX, IDYES, "Tarnwick;", "2|id2\n"},
         {"01", 0, IDYES, "Tarnwick;", "2|id2\n"},
     };
+    OpenInbox();
     for (const auto& step : cases) {
-        OpenInbox();
+        Alpha().Set("@DeleteMessageId", "");
+        Alpha().Set("@FileStore", ListingOf({Block(1, "Gamma", 0, 3), Block(2, "beta", 60, 2000)}));
+        Window->List().SelectOnly(Handle("Alpha"));
+        if (!Inbox())
+            Command(COMMAND_INBOX);
+        Window->ListingChanged(Handle("Alpha"));
+        Pump();
         Engine->pState.Set("InboxAskApply", std::string(step.Ask, 1).c_str());
         Engine->pState.Set("InboxAskApplyAuto", step.Ask + 1);
         SelectMails(Mails(), {1});
         Command(COMMAND_MAIL_MARK);
         Said.clear();
         if (step.Answer)
-            Press(step.Answer, [&](HWND box) {
-                EXPECT_EQ(LOWORD(SendMessageW(box, DM_GETDEFID, 0, 0)), IDNO);
+            Press(step.Answer, [&](HWND) {
+                EXPECT_EQ(GetDlgCtrlID(GetFocus()), IDNO) << "what Enter answers";
                 // A listing that comes meanwhile does not change what the question is about.
                 Alpha().Set("@FileStore", ListingOf({Block(9, "zeta", 0, 1), Block(2, "beta", 0, 1)}));
                 Window->ListingChanged(Handle("Alpha"));
@@ -217,7 +227,6 @@ TEST_F(MailWindows, MarksGoWhenThePersonSaysSo) {
         if (Inbox() && Inbox()->GetItemHandle() == Handle("Alpha") && step.Answer) {
             EXPECT_EQ(Shown(Mails()), "zb");
         }
-        Close();
     }
 }
 
@@ -260,6 +269,7 @@ TEST_F(MailWindows, TheViewerShowsAMailAndMarksIt) {
     constexpr int SUBJECT = 202, TEXT = 203, HEADER = 204, RAW = 205;
     STRINGS texts;
     wchar_t subject[40] = L"", label[20] = L"";
+    SelectMails(Mails(), {0});
     Press(VIEWER_DELETE, [&](HWND viewer) {
         GetDlgItemTextW(viewer, SUBJECT, subject, 40);
         GetDlgItemTextW(viewer, VIEWER_DELETE, label, 20);
@@ -273,7 +283,6 @@ TEST_F(MailWindows, TheViewerShowsAMailAndMarksIt) {
         WINDOW(viewer).Move(0, 0, 900, 600);
         EXPECT_GT(WINDOW(GetDlgItem(viewer, TEXT)).Rect().right, wide);
     });
-    SelectMails(Mails(), {0});
     TypeKey(Mails(), VK_RETURN);
     EXPECT_STREQ(subject, L"Gr\u00fc\u00dfe");
     EXPECT_STREQ(label, L"&Delete");
@@ -387,10 +396,12 @@ TEST_F(MailWindows, TheTrashcanEmptiesKeepsReadsAnewAndSendsOn) {
 
 TEST_F(MailWindows, LeaveNoHandlesBehind) {
     OpenInbox();
-    ExpectNoHandleGrowth([&] {
-        for (const int command : {COMMAND_INBOX, COMMAND_TRASHCAN, COMMAND_TRASHCAN})
-            Command(command);
-    });
+    ExpectNoHandleGrowth(
+        [&] {
+            for (const int command : {COMMAND_INBOX, COMMAND_TRASHCAN, COMMAND_TRASHCAN})
+                Command(command);
+        },
+        20);
 }
 
 }  // namespace
