@@ -309,8 +309,13 @@ int Mails(int mails) {
 
     RECORDARRAY records(1, 1);
     BuildMailHash("1 msgs|\nX-Size: 1\nFrom: a@b\nSubject: x\n\nbody\n", records);
-    for (int i = 0; i < mails / 2; ++i)
-        (void)program.Engine->Trash().SaveToTrash(records[0]);
+    (void)program.Engine->Trash().SaveToTrash(records[0]);
+    const std::filesystem::path trashed = program.Engine->Trash().Directory().Text();
+    for (int i = 1; i < mails / 2; ++i) {
+        for (const char* const kind : {".ini", ".txt"})
+            std::filesystem::copy_file(trashed / ("100000000" + std::string(kind)),
+                                       trashed / (std::to_string(100000000 + i) + kind));
+    }
     const double trash = Time([&] { window.DoCommand(COMMAND_TRASHCAN); });
     printf("trashcan of %d mails: opened %.0f ms\n", mails / 2, trash);
 

@@ -392,22 +392,23 @@ void INBOX::ShowContextMenu(LPARAM place) {
     menu.Popup(hWnd, &point);
 }
 
+std::vector<COMMANDSTATE> INBOX::States() const {
+    return Mails->CommandStates(SelectedMails(), DefaultMailer.Length() > 0);
+}
+
 void INBOX::UpdateMenu(MENU& menu) const {
-    const std::vector<int> selected = SelectedMails();
-    for (const COMMANDSTATE& state : Mails->CommandStates(selected, DefaultMailer.Length() > 0))
+    for (const COMMANDSTATE& state : States())
         menu.EnableMenuItem(state.Command, *state.Enabled);
 }
 
 void INBOX::UpdateCommands() {
-    if (!IsChild) {
-        MENU own(GetMenu(hWnd));
-        UpdateMenu(own);
-    }
-    for (const COMMANDSTATE& state : Mails->CommandStates(SelectedMails(), DefaultMailer.Length() > 0))
+    // Once for all: thousands may be selected.
+    MENU own(IsChild ? nullptr : GetMenu(hWnd)), main(Form.Closed == WM__INBOXCLOSED ? GetMenu(Main.hWnd) : nullptr);
+    for (const COMMANDSTATE& state : States()) {
+        own.EnableMenuItem(state.Command, *state.Enabled);
+        main.EnableMenuItem(state.Command, *state.Enabled);
         Toolbar->Enable(state.Command, *state.Enabled);
-    MENU main(GetMenu(Main.hWnd));
-    if (Form.Closed == WM__INBOXCLOSED)
-        UpdateMenu(main);
+    }
 }
 
 int INBOX::KeyTableCommand(WPARAM key) {
@@ -435,7 +436,7 @@ bool INBOX::DoCommand(int command) {
     Trace("INBOX::DoCommand %d\n", command);
     const std::vector<int> selected = SelectedMails();
     // Keys come past the menus.
-    const std::vector<COMMANDSTATE> states = Mails->CommandStates(selected, DefaultMailer.Length() > 0);
+    const std::vector<COMMANDSTATE> states = States();
     const auto state = std::ranges::find(states, command, &COMMANDSTATE::Command);
     const bool possible = !IsBusy() && (state == states.end() || *state->Enabled);
     const bool rc = possible && Do(command, selected);

@@ -80,8 +80,9 @@ class INBOX : public WINDOW {
     void ShowCount(int text, int howMany);
     /// The selected mails, from top to bottom.
     std::vector<int> SelectedMails() const;
+    std::vector<COMMANDSTATE> States() const;
     /// The window's own menu and tool bar, and the main window's menu.
-    virtual void UpdateCommands();
+    void UpdateCommands();
     /// The command of a key in the list, 0 for none; and as the table of keys has it, for other windows too.
     int KeyCommand(WPARAM key) const;
     static int KeyTableCommand(WPARAM key);
