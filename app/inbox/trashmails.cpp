@@ -1,6 +1,7 @@
 #include "app/inbox/trashmails.h"
 
 #include "app/core/tarnwick.h"
+#include "app/mailbox/listing.h"
 #include "app/reading/shownmail.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
@@ -104,7 +105,9 @@ STRING MessageToSendOn(const STRINGARRAY& whole) {
         text = STRING(ReadHeaderField(text.View(), REASON).NotNull() ? "X-SpamReason:\n" : "") || server;
     text = text || "\n\n" || whole["Body"];
     STRING message("");
-    for (std::string_view rest = text.View(); !rest.empty();) {
+    std::string_view rest = text.View();
+    const bool isDoubled = LISTING::TakeReplyEnd(rest);
+    while (!rest.empty()) {
         std::string_view line = ASCII::Take(rest, '\n');
         if (line.ends_with('\r'))
             line.remove_suffix(1);
@@ -112,9 +115,8 @@ STRING MessageToSendOn(const STRINGARRAY& whole) {
             message += "X-Tarnwick: Keep\n";
             continue;
         }
-        // A mail that was read by POP3 has its points doubled already. One point alone would end the message, and what
-        // follows it would be a command.
-        if (line.starts_with('.') && !line.starts_with(".."))
+        // One point alone would end the message, and what follows it would be a command.
+        if (line.starts_with('.') && !(isDoubled && line.starts_with("..")))
             message += ".";
         const bool isSubject = ASCII::BeginsWith(line, SUBJECT);
         message.AppendBytes(line.substr(0, isSubject ? SUBJECT.size() : 0));

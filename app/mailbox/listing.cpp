@@ -48,6 +48,13 @@ bool BLOCKCURSOR::Next(std::string_view& block) {
     return !block.empty();
 }
 
+bool TakeReplyEnd(std::string_view& body) {
+    const bool has = body == ".\n" || body.ends_with("\n.\n");
+    if (has)
+        body.remove_suffix(2);
+    return has;
+}
+
 int CountBlocks(const STRING& listing) {
     BLOCKCURSOR blocks(listing);
     int count = 0;

@@ -52,6 +52,10 @@ class BLOCKCURSOR {
     std::string_view Rest;
 };
 
+/// Takes the line off that ends a reply of a POP3 server (RFC 1939 section 3), which stands in the blocks of such a
+/// mailbox only; true if it was there. Points at the beginning of the lines above it are doubled then.
+bool TakeReplyEnd(std::string_view& body);
+
 /// How many blocks a listing has.
 int CountBlocks(const STRING& listing);
 

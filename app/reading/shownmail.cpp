@@ -44,7 +44,16 @@ SHOWNMAIL::HEADER SHOWNMAIL::Header(const STRINGARRAY& record) {
 }
 
 std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
-    const std::string text = ReadableText(JoinedFields(WholeHeader(record).View()), record["Body"].View());
+    std::string_view body = record["Body"].View();
+    std::string single;
+    if (LISTING::TakeReplyEnd(body)) {
+        for (std::string_view rest = body; !rest.empty();) {
+            const std::string_view line = ASCII::Take(rest, '\n');
+            single.append(line.substr(line.starts_with("..") ? 1 : 0)).push_back('\n');
+        }
+        body = single;
+    }
+    const std::string text = ReadableText(JoinedFields(WholeHeader(record).View()), body);
     std::string lines;
     for (std::string_view rest = text; !rest.empty();)
         lines.append(ASCII::TrimRight(DISPLAYTEXT::Safe(ASCII::Take(rest, '\n')), " ")).push_back('\n');

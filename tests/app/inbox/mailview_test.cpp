@@ -21,6 +21,9 @@ TEST(MailView, ShowsHeaderBodyAndWhatAPersonReads) {
     EXPECT_EQ(Std(plain.Body), "=41\r\nline\r\n");
     EXPECT_EQ(Std(plain.Readable), "A\r\nline\r\n");
 
+    // As a POP3 server has sent it.
+    EXPECT_EQ(Std(ViewOf(Record("From: a@b\n\n..one\n.two\n.\n"), texts).Readable), ".one\r\n.two\r\n");
+
     const MAILVIEW whole = ViewOf(Record("X-Transport: Received: y\\r\\nSubject: y\\r\\n\nFrom: a@b\n\nx\n"), texts);
     EXPECT_EQ(Std(whole.Header), "Received: y\r\nSubject: y\r\n");
     EXPECT_EQ(Std(whole.Subject), "y");

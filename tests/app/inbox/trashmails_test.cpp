@@ -63,8 +63,10 @@ TEST_F(TrashMails, AreSentOnWithTheirMark) {
         const char *Header, *Body, *Sent;
     } CASES[] = {
         {"X-SpamReason: a\nX-SpamPoints: 5\nSUBJECT: x\n", "Body\n..two\n.\n.one\nSubject: in it",
-         "X-Tarnwick: Keep\nX-SpamPoints: 5\nSUBJECT: [Tarnwick] x\n\n\nBody\n..two\n..\n..one\nSubject: [Tarnwick] in "
-         "it\n"},
+         "X-Tarnwick: Keep\nX-SpamPoints: 5\nSUBJECT: [Tarnwick] x\n\n\nBody\n...two\n..\n..one\nSubject: [Tarnwick] "
+         "in it\n"},
+        // As a POP3 server has sent it.
+        {"From: a\n", "..two\n.\n.one\n.\n", "From: a\n\n\n..two\n..\n..one\n"},
         {"From: a\n", "", "From: a\n\n\n"},
         // Of an IMAP mail the server's whole header goes on, as its type is needed to read it.
         {"X-SpamReason: a\nX-Transport: From: a@b\\r\\nContent-Type: text/html\\r\\nSubject: x\\r\\n\nFrom: a@b\n",
