@@ -46,6 +46,24 @@ int CharacterWidth(char32_t c) {
     return In(ZERO_WIDTH, c) ? 0 : In(DOUBLE_WIDTH, c) ? 2 : 1;
 }
 
+/// Takes a character off the text, with the marks on it and what is joined to it; the columns that these take.
+int TakeCharacter(std::string_view& text) {
+    constexpr char32_t JOINER = 0x200D;
+    constexpr int MARKS_MAX = 30;  // no language has more, only who wants to fill the screen
+    char32_t c = UTF8::Take(text);
+    int width = CharacterWidth(c);
+    std::string_view rest = text;
+    for (int marks = 0; marks < MARKS_MAX && !rest.empty(); ++marks) {
+        const bool joined = c == JOINER;
+        c = UTF8::Take(rest);
+        if (!joined && CharacterWidth(c) != 0)
+            break;
+        width += CharacterWidth(c);
+        text = rest;
+    }
+    return width;
+}
+
 }  // namespace
 
 std::string Safe(std::string_view bytes) {
@@ -88,7 +106,7 @@ std::string Fit(std::string_view utf8, int columns, bool alignRight) {
     int used = 0;
     size_t kept = 0;
     while (!rest.empty()) {
-        used += CharacterWidth(UTF8::Take(rest));
+        used += TakeCharacter(rest);
         if (used > room)
             break;
         kept = utf8.size() - rest.size();
@@ -96,6 +114,13 @@ std::string Fit(std::string_view utf8, int columns, bool alignRight) {
     std::string result = std::string(utf8.substr(0, kept)) + std::string(mark);
     result.append(static_cast<size_t>(std::max(0, columns - Width(result))), ' ');
     return result;
+}
+
+std::string_view FirstCharacters(std::string_view utf8, int characters) {
+    std::string_view rest = utf8;
+    while (!rest.empty() && characters-- > 0)
+        (void)TakeCharacter(rest);
+    return utf8.substr(0, utf8.size() - rest.size());
 }
 
 }  // namespace DISPLAYTEXT

@@ -10,6 +10,7 @@
 #include "app/console/consoletexts.h"
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/listing.h"
+#include "app/reading/shownmail.h"
 #include "corelib/base/headerblock.h"
 
 namespace {
@@ -64,7 +65,8 @@ std::string MailSize(const STRINGARRAY& mail) {
 }
 
 std::string MailLine(const STRINGARRAY& mail, const std::string& detail, int columns) {
-    const std::string text = Safe(mail["From"]) + ": " + Safe(mail["Subject"]);
+    const SHOWNMAIL::HEADER shown = SHOWNMAIL::Header(mail);
+    const std::string text = shown.Sender + ": " + shown.Subject;
     if (columns == 0)
         return "    " + text + (detail.empty() ? "" : " (" + detail + ")");
     const int width = std::max(SIZE_COLUMNS, DISPLAYTEXT::Width(detail));
@@ -73,17 +75,9 @@ std::string MailLine(const STRINGARRAY& mail, const std::string& detail, int col
 }
 
 std::string MailText(const STRINGARRAY& mail) {
-    std::string text = "\n" + Safe(mail["From"]) + " -> " + Safe(mail["To"]) + "\n" + Safe(mail["Subject"]) + "\n" +
-                       DateColumn(mail["X-Datetime"]) + "\n\n";
-    // The line that ends a mail of POP3 is the server's.
-    std::string_view body = mail["Body"].View();
-    if (body == ".\n" || body.ends_with("\n.\n"))
-        body.remove_suffix(2);
-    const STRING own(body);
-    WORDCURSOR lines(own, "\n");
-    for (std::string_view line; lines.Next(line);)
-        text += DISPLAYTEXT::Safe(line) + "\n";
-    return text;
+    const SHOWNMAIL::HEADER shown = SHOWNMAIL::Header(mail);
+    return shown.Sender + " -> " + shown.Recipient + "\n" + shown.Subject + "\n" + DateColumn(mail["X-Datetime"]) +
+           "\n\n" + SHOWNMAIL::Text(mail);
 }
 
 std::string ReportLines(STRING report) {
@@ -116,10 +110,11 @@ std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, int columns, 
         const bool unread = mail.GetNumber("Seen") == 0;
         anySpam = anySpam || spam;
         anyUnread = anyUnread || unread;
-        table +=
-            RowText({std::string(spam ? "!" : " ") + (unread ? "*" : " "), Safe(mail["From"]), Safe(mail["Subject"]),
-                     DateColumn(mail["X-Datetime"]), MailSize(mail), Safe(mail["X-SpamPoints"])},
-                    columns);
+        SHOWNMAIL::HEADER shown = SHOWNMAIL::Header(mail);
+        table += RowText(
+            {std::string(spam ? "!" : " ") + (unread ? "*" : " "), std::move(shown.Sender), std::move(shown.Subject),
+             DateColumn(mail["X-Datetime"]), MailSize(mail), Safe(mail["X-SpamPoints"])},
+            columns);
         if (reasons && mail["X-SpamReason"].Length() > 0)
             table += ReportLines(mail["X-SpamReason"]);
     }

@@ -254,7 +254,7 @@ void SESSION::AnswerAlert(TARNWICK& application, COMMANDS& commands, int command
     if (command == COMMAND_SHOW_MAIL) {
         const STRINGARRAY mail = notification.AlertMail();
         if (mail.Exists("Body"))
-            FrontEnd.Print(MailText(mail));
+            FrontEnd.Print("\n" + MailText(mail));
     } else if (command == COMMAND_SHOW_ITEM) {
         if (const STRINGARRAY* item = application.FindItem(notification.TakeAlertItem()))
             FrontEnd.PrintRaw("\n" + MailTable(*item, App.Texts(), TERMINAL::Columns() - 1, MarkPoints(application)));

@@ -4,23 +4,15 @@
 #include <numeric>
 #include <unordered_set>
 
+#include "app/common/displaytext.h"
 #include "app/core/clickmodes.h"
 #include "app/reading/shownmail.h"
 #include "corelib/base/ascii.h"
-#include "corelib/base/utf8.h"
 
 namespace {
 
 constexpr int SUBJECT_CHARACTERS = 40;
 constexpr const char* NO_POINTS = "       ";
-
-/// The first characters of the text.
-std::string_view Cut(std::string_view text, int characters) {
-    std::string_view rest = text;
-    while (!rest.empty() && characters-- > 0)
-        UTF8::Take(rest);
-    return text.substr(0, text.size() - rest.size());
-}
 
 std::string IdentityOf(const STRINGARRAY& mail) {
     return std::string(mail["MessageId"].View()) + '\n' + std::string(mail["X-Message-Id"].View());
@@ -32,7 +24,7 @@ void MAILROWS::TakeShown() {
     Shown.clear();
     for (int i = 0; i < Mails.Count(); ++i) {
         SHOWNMAIL::HEADER header = SHOWNMAIL::Header(Mails[i]);
-        std::string subject(ASCII::TrimRight(Cut(header.Subject, SUBJECT_CHARACTERS), " "));
+        std::string subject(ASCII::TrimRight(DISPLAYTEXT::FirstCharacters(header.Subject, SUBJECT_CHARACTERS), " "));
         Shown.push_back({std::move(header.Sender), std::move(subject)});
     }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/common/displaytext.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 
@@ -35,15 +36,13 @@ std::string CutText(ALERTMETRICS& metrics, ALERTFONT font, std::string_view text
         return std::string(bare);
     std::string best;
     // No letter is narrower than a pixel.
-    size_t low = 0, high = std::min(bare.size(), static_cast<size_t>(width));
+    int low = 0, high = static_cast<int>(std::min(bare.size(), static_cast<size_t>(width)));
     while (low <= high) {
-        const size_t middle = (low + high) / 2;
-        std::string tried = std::string(bare.substr(0, middle)).append(CUT_MARK);
+        const int middle = (low + high) / 2;
+        std::string tried = std::string(DISPLAYTEXT::FirstCharacters(bare, middle)).append(CUT_MARK);
         if (MeasureText(metrics, font, tried).Width <= width) {
             best = std::move(tried);
             low = middle + 1;
-        } else if (middle == 0) {
-            break;
         } else {
             high = middle - 1;
         }
@@ -106,7 +105,7 @@ void ALERTLAYOUT::ROW::Add(FITTED piece) {
 ALERTLAYOUT::FITTED ALERTLAYOUT::Fit(ALERTPIECE piece, int width, ALERTMETRICS& metrics) {
     width = std::max(width, 0);
     // More letters than pixels are too wide however they look: the rest need not be measured.
-    piece.Text.resize(std::min(piece.Text.size(), static_cast<size_t>(width) + 1));
+    piece.Text.resize(DISPLAYTEXT::FirstCharacters(piece.Text, width + 1).size());
     FITTED fitted{std::move(piece), {}, {}};
     const auto measure = [&] {
         fitted.Text = MeasureText(metrics, fitted.Piece.Font, fitted.Piece.Text);

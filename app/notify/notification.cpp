@@ -6,9 +6,11 @@
 
 #include "app/check/checkcycle.h"
 #include "app/check/items.h"
+#include "app/common/displaytext.h"
 #include "app/common/mailtext.h"
 #include "app/notify/mailprogram.h"
 #include "app/notify/mailtypes.h"
+#include "app/reading/shownmail.h"
 #include "corelib/base/clock.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
@@ -24,7 +26,7 @@ constinit const int& ScrollLockSettleMs = SHRINKABLE::ScrollLockSettleMs;
 namespace {
 
 constexpr int LINES_MAX = 15;
-constexpr int SUBJECT_BYTES = 40;
+constexpr int SUBJECT_CHARACTERS = 40;
 constexpr int BLINK_MS = 500;
 constexpr int LIGHT_MS = 1000;
 constexpr int NOTHING_NEW_MS = 2500;
@@ -86,11 +88,11 @@ DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
         }
         if (!show)
             continue;
-        STRING subject = Plain(record.Get("Subject"));
-        if (subject.Length() > SUBJECT_BYTES) {
-            subject.Truncate(SUBJECT_BYTES);
-            subject += " ...";
-        }
+        const SHOWNMAIL::HEADER shownMail = SHOWNMAIL::Header(record);
+        const std::string_view whole = shownMail.Subject;
+        const std::string_view cut = DISPLAYTEXT::FirstCharacters(whole, SUBJECT_CHARACTERS);
+        const STRING to(std::string_view(shownMail.Recipient)), from(std::string_view(shownMail.Sender)),
+            subject = STRING(cut) || (cut.size() < whole.size() ? " ..." : "");
         STRING date;
         STRING time;
         ParseDate(record.Get("X-Datetime"), date, time);
@@ -100,10 +102,10 @@ DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
         // known of the same mail.
         const std::pair<const char*, STRING> VALUES[] = {
             {"$status", seen.View().starts_with('n') ? "!" : ""},
-            {"$to", Plain(record.Get("To"))},
-            {"$an", Plain(record.Get("To"))},
-            {"$from", Plain(record.Get("From"))},
-            {"$von", Plain(record.Get("From"))},
+            {"$to", to},
+            {"$an", to},
+            {"$from", from},
+            {"$von", from},
             {"$subject", subject},
             {"$betreff", subject},
             {"$type", typeName},

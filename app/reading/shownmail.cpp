@@ -25,6 +25,18 @@ struct FIELDS {
         return std::string(ASCII::Trim(DISPLAYTEXT::Safe(HeaderWords(value.View(), Charset)), " "));
     }
 
+    /// Of the header, or what the record has made of it.
+    STRING Value(const STRINGARRAY& record, const char* name) const {
+        STRING value = ReadHeaderField(Lines, name);
+        return value.NotNull() ? value : record[name];
+    }
+    std::string Person(const STRINGARRAY& record, const char* name) const {
+        STRING display = Value(record, name), address;
+        SplitAddress(display, address);
+        std::string shown = Shown(display);
+        return shown.empty() ? Shown(address) : shown;
+    }
+
     std::string Lines, Charset;
 };
 
@@ -32,15 +44,7 @@ struct FIELDS {
 
 SHOWNMAIL::HEADER SHOWNMAIL::Header(const STRINGARRAY& record) {
     const FIELDS fields(record);
-    const STRING subject = ReadHeaderField(fields.Lines, "Subject");
-    STRING name = ReadHeaderField(fields.Lines, "From"), address;
-    if (!name.NotNull())
-        name = record["From"];
-    SplitAddress(name, address);
-    HEADER header{fields.Shown(name), fields.Shown(subject.NotNull() ? subject : record["Subject"])};
-    if (header.Sender.empty())
-        header.Sender = fields.Shown(address);
-    return header;
+    return {fields.Person(record, "From"), fields.Person(record, "To"), fields.Shown(fields.Value(record, "Subject"))};
 }
 
 std::string SHOWNMAIL::Text(const STRINGARRAY& record) {

@@ -10,9 +10,9 @@
 /// bytes.
 namespace SHOWNMAIL {
 
-/// One line each. Sender: the display name of the first one, or the address without one.
+/// One line each. Sender and recipient: the display name of the first one, or the address without one.
 struct HEADER {
-    std::string Sender, Subject;
+    std::string Sender, Recipient, Subject;
 };
 HEADER Header(const STRINGARRAY& record);
 /// Lines ended by "\n": the text of the mail, see ReadableText.

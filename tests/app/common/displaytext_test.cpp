@@ -63,4 +63,23 @@ TEST(DisplayText, FitsTextIntoColumns) {
                   "abc",
                   6),
               "\xe6\x97\xa5... ");
+    // Two faces that are joined are one.
+    EXPECT_EQ(Fit("a👩‍👧bcd", 6), "a...  ");
+}
+
+TEST(DisplayText, CutsBetweenCharacters) {
+    const std::tuple<std::string, int, std::string> cases[] = {
+        {"Привет", 2, "Пр"},
+        {"ó\xcc\xa7o\xcc\x81", 1, "ó\xcc\xa7"},
+        {"👩‍👧👍🏽!", 2, "👩‍👧👍🏽"},
+        {"ab", 3, "ab"},
+        {"ab", 0, ""},
+        {"\xcc\x81g", 1, "\xcc\x81"},
+    };
+    for (const auto& [text, characters, beginning] : cases)
+        EXPECT_EQ(DISPLAYTEXT::FirstCharacters(text, characters), beginning) << text;
+    std::string marks = "a";
+    for (int i = 0; i < 1000; ++i)
+        marks += "\xcc\x81";
+    EXPECT_EQ(DISPLAYTEXT::FirstCharacters(marks, 1).size(), 61U);
 }

@@ -38,6 +38,13 @@ std::string Mail(const std::string& headers) {
     return headers + "\nbody\n\x01";
 }
 
+STRINGARRAY EmptyMail() {
+    STRINGARRAY mail(8, 8);
+    for (const char* key : {"From", "To", "Subject", "X-Datetime", "Header", "Body"})
+        mail.Set(key, "");
+    return mail;
+}
+
 }  // namespace
 
 TEST(MailTable, ShowsAMailInEachLine) {
@@ -89,22 +96,44 @@ TEST(MailTable, FitsTheTerminalWhateverTheMailSays) {
         }
     }
     // The line that tells of a new mail fits too; without a terminal it is as long as it gets.
-    STRINGARRAY mail(8, 8);
+    STRINGARRAY mail = EmptyMail();
     mail.Set("From", STRING(std::string_view(wide)));
     mail.Set("Subject", STRING("\x1b[1mbold\n"));
-    mail.Set("X-Size", STRING("3 KB"));
     EXPECT_LE(DISPLAYTEXT::Width(MailLine(mail, "3 KB", 80)), 80);
-    EXPECT_EQ(MailLine(mail, "3 KB", 0), "    " + wide + ": [1mbold  (3 KB)");
+    EXPECT_EQ(MailLine(mail, "3 KB", 0), "    " + wide + ": [1mbold (3 KB)");
 }
 
 TEST(MailTable, LeavesOutTheLineThatEndsAMailOfPop3) {
     const std::pair<const char*, const char*> BODIES[] = {
-        {"text\n.\n", "text\n\n"}, {".\n", "\n"}, {"text\na.\n", "text\na.\n\n"}, {"a\n\n..\n.\n", "a\n\n..\n\n"}};
+        {"text\n.\n", "text\n"}, {".\n", ""}, {"text\na.\n", "text\na.\n"}, {"a\n\n..\n.\n", "a\n\n.\n"}};
     for (const auto& [body, shown] : BODIES) {
-        STRINGARRAY mail(8, 8);
-        for (const char* key : {"From", "To", "Subject", "X-Datetime"})
-            mail.Set(key, "");
+        STRINGARRAY mail = EmptyMail();
         mail.Set("Body", body);
-        EXPECT_TRUE(MailText(mail).ends_with("\n\n\n" + std::string(shown))) << MailText(mail);
+        EXPECT_EQ(MailText(mail), " -> \n\n\n\n" + std::string(shown));
+    }
+}
+
+TEST(MailTable, ShowsEveryMailInItsOwnLetters) {
+    constexpr std::pair<const char*, const char*> WORDS[] = {
+        {"=?ISO-8859-1?Q?Gr=FC=DFe?=", "Grüße"},
+        {"=?windows-1252?Q?=80_=96_=84?=", "€ – „"},
+        {"=?UTF-8?Q?Gr=C3?= =?UTF-8?Q?=BC=C3=9Fe?=", "Grüße"},
+        {"=?UTF-8?B?w?=\n =?UTF-8?B?w7w=?=", "ü"},
+        {"=?GB2312?B?xOO6ww==?=", "你好"},
+        {"=?KOI8-R?Q?=F0=D2=C9=D7=C5=D4?=", "Привет"},
+        {"=?ISO-2022-JP?B?GyRCJDMkcyRLJEEkTxsoQg==?=", "こんにちは"},
+        {"שלום", "שלום"},
+    };
+    for (const auto& [word, shown] : WORDS) {
+        const std::string header = std::string("From: ") + word + " <a@x>\nTo: " + word + "\nSubject: " + word + "\n";
+        const STRINGARRAY item = Item("1 msgs|1 unread|9 bytes\n" + Mail(header));
+        const std::string row = Lines(MailTable(item, FAKETEXTS(), 80, 0))[2];
+        const size_t sender = row.find(shown);
+        EXPECT_TRUE(sender == 2 && row.find(shown, sender + 1) != row.npos) << row;
+        STRINGARRAY mail = EmptyMail();
+        mail.Set("Header", header.c_str());
+        const std::string name = shown;
+        EXPECT_EQ(MailLine(mail, "", 0), "    " + name + ": " + name);
+        EXPECT_TRUE(MailText(mail).starts_with(name + " -> " + name + "\n" + name + "\n")) << MailText(mail);
     }
 }

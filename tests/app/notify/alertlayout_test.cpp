@@ -140,6 +140,9 @@ TEST(AlertLayout, StaysInItsRoom) {
         {"a\nbcde\x1b[b]fghij", {78, 99}, "8,3 a|8,19 bcde|40,19 ..."},
         {"a\nbcdefghi\x1b[b]f", {72, 99}, "8,3 a|8,19 bcde...|64,19 "},
         {"a\nbcd", {38, 99}, "8,3 a|8,19 "},
+        // Between characters, of two bytes here, and of one with its mark.
+        {"жжжжж", {86, 99}, "8,5 жж..."},
+        {"a\no\xcc\x81o\xcc\x81ooo", {80, 99}, "8,3 a|8,19 o\xcc\x81..."},
         // A row of buttons goes on below, and only a label without any room for it is cut.
         {"a\n\x1b[*]bb\x1b[s]  \x1b[*]cc\x1b[s]  ", {101, 99}, "8,3 a|15,24 bb|39,19   |58,24 cc|82,19 "},
         {"a\n\x1b[*]bb\x1b[s]  \x1b[*]cc\x1b[s]  ", {85, 99}, "8,3 a|15,24 bb|39,19   |15,51 cc|39,46   "},

@@ -120,7 +120,7 @@ TEST_F(Notification, ListsWhatTheSettingsAndTypesLetIn) {
     AddType("bills", "Invoice", "1", "DoColor=1\nColor=255\nTextColor=9\nDoSound=1\nSoundFile=bill.wav\n");
     AddType("hidden", "secret", "0");
     State.Set("PopupMailDetails", "$to $an $von $betreff $type $typ $size $groesse $date $datum $time $zeit $spam");
-    AddMail("0123456789012345678901234567890123456789", "Subject: invoice");
+    AddMail("0123456789012345678901234567890123456789", "X: invoice");
     AddMail("01234567890123456789012345678901234567890", "");
     AddMail("s", "X: secret");
     Records[1].Set("Body", "no secret invoice");
@@ -168,11 +168,25 @@ TEST_F(Notification, ListsWhatTheSettingsAndTypesLetIn) {
     EXPECT_GT(details.Text.Length(), 12 * 2000);
 }
 
+TEST_F(Notification, ShowsMailsInTheirOwnLetters) {
+    State.Set("PopupMailDetails", "$from > $to: $subject");
+    std::string words = "=?UTF-8?Q?=D0?= =?UTF-8?Q?=B6", letters;  // a character in two words
+    for (int i = 0; i < 40; ++i) {
+        words += "=D0=B6";
+        letters += "ж";
+    }
+    words += "?=\n";
+    AddMail("raw", ("From: =?KOI8-R?Q?=F0=D2=C9?= <a@x>\nTo: =?gb2312?b?xOO6ww==?= <b@x>\nSubject: " + words).c_str());
+    AddMail("raw", "Subject: =?UTF-8?Q?=E2=80=AEa=1B[s]=EF=BF=BD?=\nFrom: שלום <a@x>\n");
+    EXPECT_EQ(Std(Teller.BuildPopupDetailsList(Report()).Text),
+              "\x1b[bs] При > 你好: " + letters + " ... \n\x1b[bs] שלום > Me: a[s] ");
+}
+
 TEST_F(Notification, LetsNoMailForgeAButton) {
     AddMail("a\x1b[sb;*=" NUMBER(COMMAND_DELETE_MAIL) "]Delete\x1b[s]\r\nb\x0e\x0f", "", "");
     Notify();
     EXPECT_EQ(AlertText(),
-              "New!\nHome: 2 mails (2 new)\n\n\x1b[bs]  Ann: a[sb;*=" NUMBER(COMMAND_DELETE_MAIL) "]Delete[s]b ");
+              "New!\nHome: 2 mails (2 new)\n\n\x1b[bs]  Ann: a[sb;*=" NUMBER(COMMAND_DELETE_MAIL) "]Delete[s] b ");
 }
 
 TEST_F(Notification, StaysSilentWhereItShould) {

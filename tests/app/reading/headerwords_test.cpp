@@ -76,15 +76,16 @@ TEST(ShownMail, TellsSenderAndSubjectOfTheServersHeader) {
         {"From: =?utf-8?q?=E2=80=AEevil=07?= <a@b>\nSubject: =?utf-8?q?a=00b=1B[2J=0D=0Ac=EF=BF=BD?= "
          "=?gb2312?q?d?=\n",
          "evil", "ab[2J cd"},
-        {"To: x@y\n", "", ""},
+        {"To: =?koi8-r?q?=D1?= <x@y>\n", "", ""},
     };
     for (const auto& test : CASES) {
         STRINGARRAY record;
-        record.Set("From", "");
-        record.Set("Subject", "");
+        for (const char* key : {"From", "To", "Subject"})
+            record.Set(key, "");
         record.Set("Header", STRING(test.Header));
         EXPECT_EQ(SHOWNMAIL::Header(record).Sender, test.Sender) << test.Header;
         EXPECT_EQ(SHOWNMAIL::Header(record).Subject, test.Subject) << test.Header;
+        EXPECT_EQ(SHOWNMAIL::Header(record).Recipient, *test.Sender || *test.Subject ? "" : "я") << test.Header;
     }
 }
 
