@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <climits>
 #include <iterator>
+#include <string_view>
+#include <unordered_set>
 #include <utility>
 
 #include "app/check/dialup.h"
@@ -60,9 +62,10 @@ class STAMP {
 
 /// Takes the line end off a list of ids.
 void CutLineEnd(STRINGARRAY& item, const char* key) {
-    STRING ids = item.Get(key);
-    if (ids.ChopLast('\n'))
-        item.Set(key, ids);
+    item.Change(key, [](STRING ids) {
+        ids.ChopLast('\n');
+        return ids;
+    });
 }
 
 }  // namespace
@@ -393,7 +396,7 @@ bool CHECKCYCLE::CarryOutDisposal(STRINGARRAY& item, STRING& error) {
         if (ids.Length() == 0 || dispose(ids))
             return true;
         if (IsStopRequested())
-            item.Set(key, ids || "\n");
+            item.Change(key, [&ids](const STRING& meanwhile) { return ids || "\n" || meanwhile; });
         else
             ForgetTries(item);
         return false;
@@ -406,8 +409,14 @@ bool CHECKCYCLE::CarryOutDisposal(STRINGARRAY& item, STRING& error) {
         STRING unheard;
         Parts.Mailboxes.DeleteMail(item, again, unheard);
     }
-    return carryOut("@DeleteMessageId",
-                    [&](const STRING& ids) { return Parts.Mailboxes.DeleteMail(item, ids, error); }) &&
+    const auto deleteMails = [&](const STRING& ids) {
+        std::unordered_set<std::string_view> going;
+        for (std::string_view rest = ids.View(); !rest.empty();)
+            going.insert(ASCII::Take(rest, '\n'));
+        ChangeQueued(item, [&](const MAILNAME& mail) { return !going.contains(mail.Id); });
+        return Parts.Mailboxes.DeleteMail(item, ids, error);
+    };
+    return carryOut("@DeleteMessageId", deleteMails) &&
            (IsStopRequested() || carryOut("@MoveMessageId", [&](const STRING& ids) {
                 return Parts.Mailboxes.MoveMail(item, ids, item.Get("SpamFolder"), error);
             }));

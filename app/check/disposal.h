@@ -28,7 +28,7 @@ struct SPAMPARTS {
 /// Only a mail whose id is sure is queued or copied: it stands in one block alone, and of POP3 it has a number that the
 /// server has announced, in a listing of no more blocks than mails. A mail that has been queued before and is still
 /// there, because the server keeps it, is neither copied again nor a reason for another pass; the next check tries its
-/// deletion again (@RetryMessageId) when it is due.
+/// deletion again (@RetryMessageId) when it is due. What a person has queued meanwhile stays queued.
 SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announced, const SPAMPARTS& parts);
 
 /// The server has refused what was queued: if the mails are still there at the next good check, they are queued again,

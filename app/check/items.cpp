@@ -54,7 +54,21 @@ constexpr const char* COLOUR_KEYS[] = {"PopupBackgroundColor", "PopupTextColor"}
 constexpr ITEMKEY FRESH_KEYS[] = {{"@Showing", "0"},       {"@ForceRefresh", "0"}, {"@ForcePopup", "0"},
                                   {"@SuppressPopup", "0"}, {"@InUpdate", "0"},     {"@Locked", "0"},
                                   {"@MoveDelError", "0"},  {"@LostCopies", "0"},   {"@DisposedMails", ""},
-                                  {"@RetryMessageId", ""}, {"@X-DeleteMail", ""}};
+                                  {"@RetryMessageId", ""}, {"@X-DeleteMail", ""},  {"@QueuedByUser", ""}};
+
+// Two lines for each: neither of the names holds a line end.
+std::string Lines(const MAILNAME& mail) {
+    return mail.Id + "\n" + mail.MessageId + "\n";
+}
+
+std::vector<MAILNAME> ReadNames(std::string_view lines) {
+    std::vector<MAILNAME> names;
+    while (!lines.empty()) {
+        const std::string_view id = ASCII::Take(lines, '\n');
+        names.push_back({std::string(id), std::string(ASCII::Take(lines, '\n'))});
+    }
+    return names;
+}
 
 }  // namespace
 
@@ -91,6 +105,35 @@ STRING TakeIds(STRINGARRAY& item, const char* key) {
         return STRING("");
     });
     return ids;
+}
+
+void QueueDeletion(STRINGARRAY& item, const std::vector<MAILNAME>& mails) {
+    // Remembered before it is queued: the work thread forgets what it takes from the queue, and adds what is remembered
+    // after it has emptied it. So nothing gets lost between the two, whenever that happens.
+    item.Change("@QueuedByUser", [&](const STRING& list) {
+        std::string all(list.View());
+        for (const MAILNAME& mail : mails)
+            all += Lines(mail);
+        return STRING(std::string_view(all));
+    });
+    std::vector<std::string_view> ids;
+    for (const MAILNAME& mail : mails)
+        ids.emplace_back(mail.Id);
+    AddIds(item, "@DeleteMessageId", ids);
+}
+
+std::vector<MAILNAME> QueuedByUser(const STRINGARRAY& item) {
+    return ReadNames(item.Get("@QueuedByUser").View());
+}
+
+void ChangeQueued(STRINGARRAY& item, const std::function<bool(MAILNAME& mail)>& change) {
+    item.Change("@QueuedByUser", [&](const STRING& list) {
+        std::string kept;
+        for (MAILNAME& mail : ReadNames(list.View()))
+            if (change(mail))
+                kept += Lines(mail);
+        return STRING(std::string_view(kept));
+    });
 }
 
 void FixItem(STRINGARRAY& item, const STRINGARRAY& state, int& nextHandle, bool isNew) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -28,6 +30,18 @@ STRINGARRAY* FindItem(RECORDARRAY& items, int handle);
 void AddIds(STRINGARRAY& item, const char* key, const std::vector<std::string_view>& ids);
 /// Empties a list of ids, and gives what stood there, in one step.
 STRING TakeIds(STRINGARRAY& item, const char* key);
+
+/// A mail by its name on the server, which another mail may have at the next check, and by what it is.
+struct MAILNAME {
+    std::string Id, MessageId;
+};
+/// Queues mails that a person wants deleted (@DeleteMessageId). What is queued while a check runs outlives the check's
+/// own verdicts: it is remembered in @QueuedByUser until it is carried out.
+void QueueDeletion(STRINGARRAY& item, const std::vector<MAILNAME>& mails);
+/// What a person has queued and no check has carried out.
+std::vector<MAILNAME> QueuedByUser(const STRINGARRAY& item);
+/// Calls `change` with each of them, in one step; those for which it is false are forgotten.
+void ChangeQueued(STRINGARRAY& item, const std::function<bool(MAILNAME& mail)>& change);
 
 /// Completes an item's record: gives each missing key its default (colours from the settings `state`), sets the
 /// run-time keys to their start values, gives it the next handle, marks the password for Base64, and locks the key set.

@@ -1,8 +1,10 @@
 #include "app/check/newmail.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -116,27 +118,71 @@ bool HasOtherIds(STRINGARRAY& item) {
     if (before.Length() == 0 || now.Length() == 0 || before == now)
         return false;
     Trace("TARNWICK::HandleNewMail UIDVALIDITY was %s, is %s, ids forgotten\n", before.Text(), now.Text());
-    for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId", "@RetryMessageId"})
+    for (const char* key :
+         {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId", "@RetryMessageId", "@QueuedByUser"})
         item.Set(key, "");
     ForgetTries(item);
     return true;
 }
 
-/// The popup's mail under the id that it has now: POP3 numbers shift when other mails go, and the old one may be that
-/// of another mail by the time the user says delete. Of a mail that is not to be found, or of two, none goes.
+/// The ids that mails have now: POP3 numbers shift when other mails go, and an old one may be that of another mail by
+/// the time the user's wish is carried out.
+class IDSNOW {
+ public:
+    explicit IDSNOW(const RECORDARRAY& records) {
+        for (int i = 0; i < records.Count(); ++i)
+            Ids.emplace(records[i]["MessageId"].View(), records[i]["X-Message-Id"].View());
+    }
+    /// Of a mail that is not to be found, or of two, none goes: empty.
+    std::string Of(std::string_view messageId) const {
+        const auto [first, last] = Ids.equal_range(messageId);
+        return first != last && std::next(first) == last ? std::string(first->second) : std::string();
+    }
+    bool Has(const MAILNAME& mail) const {
+        const auto [first, last] = Ids.equal_range(mail.MessageId);
+        return std::any_of(first, last, [&](const auto& entry) { return entry.second == mail.Id; });
+    }
+
+ private:
+    std::unordered_multimap<std::string_view, std::string_view> Ids;  // pieces of the records
+};
+
+/// The popup's mail under the id that it has now.
 void RenewPopupId(STRINGARRAY& item, const RECORDARRAY& records) {
     if (item.Get("@X-DeleteMessageId").Length() == 0)
         return;
-    const STRING mail = item.Get("@X-DeleteMail");
-    int found = 0;
-    STRING id("");
-    for (int i = 0; i < records.Count(); ++i) {
-        if (records[i]["MessageId"] == mail) {
-            ++found;
-            id = records[i].Get("X-Message-Id") || "\n";
+    const std::string id = IDSNOW(records).Of(item.Get("@X-DeleteMail").View());
+    item.Set("@X-DeleteMessageId", STRING(std::string_view(id.empty() ? id : id + "\n")));
+}
+
+/// The same for the mails that the user has queued while this check ran. Equal ones keep the id that is among theirs.
+void RenewQueuedIds(STRINGARRAY& item, const RECORDARRAY& records) {
+    if (item.Get("@QueuedByUser").Length() == 0)
+        return;
+    const IDSNOW now(records);
+    std::unordered_set<std::string> old;
+    std::vector<std::string> renewed;
+    ChangeQueued(item, [&](MAILNAME& mail) {
+        if (now.Has(mail))
+            return true;
+        old.insert(mail.Id);
+        mail.Id = now.Of(mail.MessageId);
+        if (!mail.Id.empty())
+            renewed.push_back(mail.Id);
+        return !mail.Id.empty();
+    });
+    if (old.empty())
+        return;
+    item.Change("@DeleteMessageId", [&](const STRING& list) {
+        std::string kept;
+        for (std::string_view rest = list.View(); !rest.empty();) {
+            const std::string_view id = ASCII::Take(rest, '\n');
+            if (!old.contains(std::string(id)))
+                kept.append(id).push_back('\n');
         }
-    }
-    item.Set("@X-DeleteMessageId", found == 1 ? id : STRING(""));
+        return STRING(std::string_view(kept));
+    });
+    AddIds(item, "@DeleteMessageId", {renewed.begin(), renewed.end()});
 }
 
 /// Mails without the copy that the trash should have, for the row's text. Those that were deleted all the same stay
@@ -161,8 +207,10 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
 
     const bool otherIds = HasOtherIds(item);
     SPAMMARKS marks{.Stopped = parts.StopAsked && parts.StopAsked()};
-    if (!marks.Stopped)
+    if (!marks.Stopped) {
+        RenewQueuedIds(item, records);
         marks = MarkBySpamVerdict(item, records, numNow, {parts.State, parts.Trash, parts.StopAsked});
+    }
     if (marks.Stopped)
         return STRING();
 

@@ -63,10 +63,11 @@ int INBOXMAILS::Apply() {
     // What goes from the server must be on the disk by then.
     if (copies && !Application.Trash().Flush())
         return failed + static_cast<int>(going.size());
-    std::vector<std::string_view> ids;
+    std::vector<MAILNAME> names;
     for (const int mail : going)
-        ids.push_back(Mails[mail]["X-Message-Id"].View());
-    AddIds(*item, "@DeleteMessageId", ids);
+        names.push_back(
+            {std::string(Mails[mail]["X-Message-Id"].View()), std::string(Mails[mail]["MessageId"].View())});
+    QueueDeletion(*item, names);
     Mark(going, false);
     return failed;
 }

@@ -267,7 +267,7 @@ void NOTIFICATION::DeleteAlertMail() {
         STRING id = TakeIds(*item, "@X-DeleteMessageId");
         id.ChopLast('\n');
         if (id.Length() > 0)
-            AddIds(*item, "@DeleteMessageId", {id.View()});
+            QueueDeletion(*item, {{std::string(id.View()), std::string(item->Get("@X-DeleteMail").View())}});
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <climits>
 
+#include "app/check/newmail.h"
 #include "tests/app/check/fakes.h"
 
 namespace {
@@ -276,6 +277,43 @@ TEST_F(Check, KeepsWhatTheUserDeletesMeanwhile) {
     Mailboxes.QueuedMeanwhile = "2\n";
     Cycle.UpdateItem(item);
     EXPECT_EQ(Value("@DeleteMessageId"), "2\n");
+}
+
+// Between the listing and the verdicts on its mails, by ids of the listing before.
+TEST_F(Check, DeletesAtTheNextCheckWhatTheUserQueuedMeanwhile) {
+    const auto mail = [](const char* id, const char* messageId, const char* points) {
+        return std::string("X-SpamPoints: ") + points + "\nX-Message-Id: " + id + "\nMessage-Id: " + messageId +
+               "\n\n\1";
+    };
+    const struct {
+        MAILNAME Queued;
+        const char *WithFilter, *Without;
+    } CASES[] = {
+        {{"2|5", "<b>"}, "3|9\n2|5\n", "2|5\n"},  // the same mail as before
+        {{"4|7", "<a>"}, "3|9\n1|7\n", "1|7\n"},  // others before it have gone
+        {{"2|5", "<x>"}, "3|9\n", ""},            // it has gone itself, and its id is another's
+        {{"3|9", "<spam>"}, "3|9\n", "3|9\n"},    // the filter thinks so, too
+    };
+    State.Set("SpamDoDelete", "1");
+    const STRING listing(std::string_view("3 msgs|3 unread|9 bytes\n" + mail("3|9", "<spam>", "900") +
+                                          mail("2|5", "<b>", "0") + mail("1|7", "<a>", "0")));
+    for (const auto& test : CASES) {
+        for (const bool filter : {true, false}) {
+            STRINGARRAY& item = AddItem("a", 0);
+            item.Set("Type", "1");
+            item.Set("DoSpamFilter", filter ? "1" : "0");
+            QueueDeletion(item, {test.Queued});
+            bool popup = false;
+            HandleNewMail(item, listing, "", false, {State, Texts, Trash, Notifier}, popup);
+            const std::string ids = filter ? test.WithFilter : test.Without;
+            EXPECT_EQ(Std(item.Get("@DeleteMessageId")), ids) << test.Queued.MessageId;
+            Cycle.UpdateItem(item);
+            const LIST checks = Checks(Journal.Take());
+            EXPECT_EQ(checks.empty() ? "" : checks[0], ids.empty() ? "" : "delete " + ids.substr(0, ids.size() - 1));
+            EXPECT_EQ(Std(item.Get("@QueuedByUser")), "");
+            EXPECT_EQ(Std(item.Get("@DeleteMessageId")), "");
+        }
+    }
 }
 
 class Counts : public CYCLETEST {};
