@@ -7,6 +7,20 @@
 
 #include "app/check/dialup.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/widepath.h"
+
+namespace {
+
+// The service is asked in the machine's code page.
+STRING FromService(const char* text) {
+    return FromWide(Widen(CP_ACP, text));
+}
+
+STRING ForService(const STRING& text) {
+    return Narrow(CP_ACP, WidePath(text.Text()));
+}
+
+}  // namespace
 
 /// The service's library with the entries that we call.
 struct WINRAS::SERVICE {
@@ -33,8 +47,9 @@ struct WINRAS::SERVICE {
         DWORD count = 0;
         if (EnumConnections(connections, &size, &count) != 0)
             return nullptr;
+        const STRING name = ForService(entry);
         for (DWORD i = 0; i < count; ++i) {
-            if (entry.Length() == 0 || strcmp(connections[i].szEntryName, entry.Text()) == 0)
+            if (name.Length() == 0 || name == connections[i].szEntryName)
                 return connections[i].hrasconn;
         }
         return nullptr;
@@ -95,7 +110,7 @@ STRING WINRAS::EnumEntries() {
     for (DWORD i = 0; result == 0 && i < count && i < entries.size(); ++i) {
         if (i > 0)
             names.Append("|");
-        names.Append(entries[i].szEntryName);
+        names += FromService(entries[i].szEntryName);
     }
     return names;
 }
@@ -108,7 +123,7 @@ bool WINRAS::Dial(const STRING& entry, STRING& error) {
     }
     RASDIALPARAMSA parameters = {};
     parameters.dwSize = sizeof parameters;
-    strncpy(parameters.szEntryName, entry.Text(), sizeof parameters.szEntryName - 1);
+    strncpy(parameters.szEntryName, ForService(entry).Text(), sizeof parameters.szEntryName - 1);
     BOOL hasPassword = FALSE;
     HRASCONN connection = nullptr;
     DWORD result = service->GetEntryDialParams(nullptr, &parameters, &hasPassword);
@@ -121,7 +136,7 @@ bool WINRAS::Dial(const STRING& entry, STRING& error) {
         service->HangUpConnection(connection);
     char text[256] = "";
     if (service->GetErrorString(result, text, sizeof text) == 0)
-        error = text;
+        error = FromService(text);
     else
         error.Format("%lu", static_cast<unsigned long>(result));
     return false;

@@ -13,7 +13,7 @@ struct LANGUAGELIBRARY::MODULE {
     MODULE& operator=(const MODULE&) = delete;
 
     [[nodiscard]] bool Open(const char* path);
-    /// Stores the text in code page 1252; false if there is none of that number.
+    /// Stores the text in UTF-8; false if there is none of that number.
     [[nodiscard]] bool Find(int id, STRING& text) const;
 
     void* Handle = nullptr;

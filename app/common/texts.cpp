@@ -2,6 +2,7 @@
 
 #include "app/common/textmodule.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/utf8.h"
 #include "corelib/system/osys.h"
 
 namespace {
@@ -32,9 +33,7 @@ STRING LANGUAGELIBRARY::Get(int id) const {
     if (!Module || !Module->Find(id, text)) {
         text = "<STR-ERR>";
     }
-    if (text.Length() > TEXT_MAX) {
-        text.Truncate(TEXT_MAX);
-    }
+    text.Truncate(static_cast<int>(UTF8::Cut(text.View(), TEXT_MAX).size()));
     TraceLevel(12, "OSYS::GetStringFromResource %d returns %s\n", id, text.Text());
     return text;
 }

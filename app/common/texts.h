@@ -26,7 +26,7 @@ enum TEXTPART : int {
 #undef TW_TEXT
 };
 
-/// The visible texts by number, in the user's language. Texts are bytes of Windows code page 1252 in memory.
+/// The visible texts by number, in the user's language, in UTF-8.
 class TEXTS {
  public:
     virtual ~TEXTS() = default;

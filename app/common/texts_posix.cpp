@@ -1,7 +1,6 @@
 #include <dlfcn.h>
 
 #include "app/common/textmodule.h"
-#include "corelib/base/codepage.h"
 #include "corelib/base/files.h"
 #include "resources/textmodule.h"
 
@@ -22,7 +21,7 @@ bool LANGUAGELIBRARY::MODULE::Open(const char* path) {
 bool LANGUAGELIBRARY::MODULE::Find(int id, STRING& text) const {
     for (auto entry = static_cast<const TEXTENTRY*>(Table); entry->Utf8; ++entry) {
         if (entry->Id == id) {
-            text = CODEPAGE::FromUtf8(entry->Utf8);
+            text = entry->Utf8;
             return true;
         }
     }

@@ -24,7 +24,6 @@ bool LANGUAGELIBRARY::MODULE::Find(int id, STRING& text) const {
     if (count <= 0) {
         return false;
     }
-    // In this code page, whatever the machine's own is.
-    text = Narrow(1252, {wide, static_cast<size_t>(count)});
+    text = FromWide({wide, static_cast<size_t>(count)});
     return true;
 }

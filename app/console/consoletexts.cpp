@@ -3,10 +3,9 @@
 #include <cstdlib>
 
 #include "app/common/displaytext.h"
-#include "corelib/base/codepage.h"
 
 std::string ConsoleText(const TEXTS& texts, int id, const std::string& value) {
-    std::string text(CODEPAGE::ToUtf8(texts.Get(id).View()).View());
+    std::string text(texts.Get(id).View());
     for (size_t place = 0; (place = text.find("$1", place)) != text.npos; place += value.size())
         text.replace(place, 2, value);
     return text;

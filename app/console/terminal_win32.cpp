@@ -99,7 +99,7 @@ bool ReadLine(std::string& line, bool hidden) {
         SetConsoleMode(input, former);
         WriteError("\r\n");
     }
-    line = Narrow(CP_UTF8, wide).View();
+    line = FromWide(wide).View();
     return read;
 }
 

@@ -7,11 +7,9 @@
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
     // To the platform's own rule the backslash of "/WORKDIR:C:\my mail\" would take the quote after it along.
-    DYNARRAY<STRING> words = SplitCommandLine(Narrow(CP_UTF8, GetCommandLineW()).Text());
+    const DYNARRAY<STRING> words = SplitCommandLine(FromWide(GetCommandLineW()).Text());
     std::vector<const char*> pointers;
-    for (int i = 0; i < words.Count(); ++i) {
-        words[i] = WordFromWide(Widen(CP_UTF8, words[i].View()));
+    for (int i = 0; i < words.Count(); ++i)
         pointers.push_back(words[i].Text());
-    }
     return RunDesktop(words.Count(), pointers.data());
 }

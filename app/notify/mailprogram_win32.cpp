@@ -1,5 +1,3 @@
-#include <string_view>
-
 // The second needs the first.
 // clang-format off
 #include <windows.h>
@@ -7,12 +5,13 @@
 // clang-format on
 
 #include "app/notify/mailprogram.h"
+#include "corelib/base/widepath.h"
 #include "corelib/system/startprogram.h"
 
 namespace {
 
-constexpr int EXPANDED_BYTES = 256;
-constexpr int TITLE_BYTES = 512;
+constexpr int EXPANDED_LENGTH = 256;
+constexpr int TITLE_LENGTH = 512;
 
 struct SEARCH {
     const char* Part;
@@ -21,9 +20,9 @@ struct SEARCH {
 
 BOOL CALLBACK LookAt(HWND window, LPARAM argument) {
     auto& search = *reinterpret_cast<SEARCH*>(argument);
-    char title[TITLE_BYTES] = "";
-    GetWindowTextA(window, title, sizeof title);
-    if (std::string_view(title).find(search.Part) != std::string_view::npos)
+    wchar_t title[TITLE_LENGTH] = L"";
+    GetWindowTextW(window, title, TITLE_LENGTH);
+    if (FromWide(title).Pos(search.Part) != -1)
         search.Found = window;
     return TRUE;
 }
@@ -44,14 +43,14 @@ class WIN32STARTER : public PROGRAMSTARTER {
     }
 
     bool OpenAddress(const STRING& address) override {
-        return reinterpret_cast<intptr_t>(ShellExecuteA(nullptr, "open", address.Text(), nullptr, ".", SW_SHOWNORMAL)) >
-               32;
+        return reinterpret_cast<intptr_t>(ShellExecuteW(nullptr, L"open", WidePath(address.Text()).c_str(), nullptr,
+                                                        L".", SW_SHOWNORMAL)) > 32;
     }
 
     STRING Expand(const STRING& text) override {
-        char expanded[EXPANDED_BYTES];
-        const DWORD length = ExpandEnvironmentStringsA(text.Text(), expanded, sizeof expanded);
-        return length > 0 && length <= sizeof expanded ? STRING(expanded) : text;
+        wchar_t expanded[EXPANDED_LENGTH];
+        const DWORD length = ExpandEnvironmentStringsW(WidePath(text.Text()).c_str(), expanded, EXPANDED_LENGTH);
+        return length > 0 && length <= EXPANDED_LENGTH ? FromWide(expanded) : text;
     }
 
     bool Start(const STRING& program, const STRING& arguments, const STRING& directory, STRING& error) override {

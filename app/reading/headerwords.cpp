@@ -2,6 +2,7 @@
 
 #include "app/common/transfercoding.h"
 #include "corelib/base/ascii.h"
+#include "corelib/base/codepage.h"
 #include "corelib/base/utf8.h"
 #include "corelib/system/charset.h"
 
@@ -73,7 +74,7 @@ class RUN {
     }
     void Close() {
         if (IsOpen() && !CHARSET::AppendUtf8(Out, Charset, Bytes))
-            CHARSET::AppendGuessed(Out, Words);
+            CODEPAGE::AppendGuessed(Out, Words);
         Bytes.clear();
         Words = {};
     }
@@ -92,7 +93,7 @@ std::string HeaderWords(std::string_view value, std::string_view charset) {
     const auto plain = [&](std::string_view text) {
         run.Close();
         if (charset.empty() || UTF8::IsValid(text) || !CHARSET::AppendUtf8(out, charset, text))
-            CHARSET::AppendGuessed(out, text);
+            CODEPAGE::AppendGuessed(out, text);
     };
     ENCODEDWORD word;
     while (FindWord(value, word)) {

@@ -5,8 +5,8 @@
 #include <iterator>
 
 #include "corelib/base/ascii.h"
+#include "corelib/base/codepage.h"
 #include "corelib/base/utf8.h"
-#include "corelib/system/charset.h"
 
 namespace {
 
@@ -100,7 +100,7 @@ void TakeEntity(std::string_view& text, std::string& out) {
         character = ' ';
     if (character >= 0x80 && character < 0xa0) {
         const char byte = static_cast<char>(character);  // written by who took code page 1252 for Unicode
-        CHARSET::AppendGuessed(out, {&byte, 1});
+        CODEPAGE::AppendGuessed(out, {&byte, 1});
     } else if (character != 0) {
         UTF8::Append(out, character);
     }

@@ -4,6 +4,7 @@
 #include "app/reading/headerwords.h"
 #include "app/reading/htmltext.h"
 #include "corelib/base/ascii.h"
+#include "corelib/base/codepage.h"
 #include "corelib/base/headerblock.h"
 #include "corelib/system/charset.h"
 
@@ -46,7 +47,7 @@ std::string InUtf8(std::string_view bytes, std::string_view charset) {
     std::string text;
     // Plain ASCII is what is told where nobody cares; it is more often UTF-8 than anything else then.
     if (charset.empty() || ASCII::Equal(charset, "us-ascii") || !CHARSET::AppendUtf8(text, charset, bytes))
-        CHARSET::AppendGuessed(text, bytes);
+        CODEPAGE::AppendGuessed(text, bytes);
     return text;
 }
 

@@ -1,9 +1,9 @@
-#include <algorithm>
 #include <locale.h>
 #include <string_view>
 #include <time.h>
 
 #include "corelib/base/clock.h"
+#include "corelib/base/utf8.h"
 
 namespace CLOCK {
 
@@ -29,9 +29,8 @@ STRING DateText(const LOCALTIME& day) {
     char text[128];
     std::string_view written(text, strftime_l(text, sizeof text, "%x", &t, user));
     freelocale(user);
-    // What the code page of the program may lack is told the neutral way.
-    bool ascii = std::all_of(written.begin(), written.end(), [](char c) { return (c & 0x80) == 0; });
-    return ascii && !written.empty() ? STRING(written) : DateIso(day);
+    // A locale that is not UTF-8 is told the neutral way.
+    return UTF8::IsValid(written) && !written.empty() ? STRING(written) : DateIso(day);
 }
 
 }  // namespace CLOCK

@@ -1,7 +1,9 @@
 #include <ctime>
+#include <iterator>
 #include <windows.h>
 
 #include "corelib/base/clock.h"
+#include "corelib/base/widepath.h"
 
 namespace CLOCK {
 
@@ -17,8 +19,8 @@ STRING DateText(const LOCALTIME& day) {
     t.wYear = static_cast<WORD>(day.Year);
     t.wMonth = static_cast<WORD>(day.Month);
     t.wDay = static_cast<WORD>(day.Day);
-    char text[128];
-    return GetDateFormatA(LOCALE_USER_DEFAULT, 0, &t, nullptr, text, sizeof text) ? STRING(text) : DateIso(day);
+    wchar_t text[128];
+    return GetDateFormatW(LOCALE_USER_DEFAULT, 0, &t, nullptr, text, std::size(text)) ? FromWide(text) : DateIso(day);
 }
 
 }  // namespace CLOCK

@@ -30,20 +30,15 @@ int ByteOf(char32_t code) {
 
 }  // namespace
 
-STRING CODEPAGE::FromUtf8(std::string_view utf8, bool* exact) {
+STRING CODEPAGE::FromUtf8(std::string_view utf8) {
     STRING result(std::string_view{});
     result.Make(static_cast<int>(utf8.size()), nullptr);
     int count = 0;
-    bool all = true;
     while (!utf8.empty()) {
         const int byte = ByteOf(UTF8::Take(utf8));
-        all = all && byte >= 0;
         result.Data()[count++] = byte >= 0 ? static_cast<char>(byte) : UNKNOWN;
     }
     result.Truncate(count);
-    if (exact) {
-        *exact = all;
-    }
     return result;
 }
 
@@ -54,9 +49,23 @@ void CODEPAGE::AppendUtf8(std::string& out, char byte) {
     UTF8::Append(out, mapped && character == 0 ? UNKNOWN : character);
 }
 
-STRING CODEPAGE::ToUtf8(std::string_view text) {
+void CODEPAGE::AppendGuessed(std::string& out, std::string_view text) {
+    while (!text.empty()) {
+        const std::string_view before = text;
+        if (UTF8::Take(text) == UTF8::INVALID)
+            AppendUtf8(out, before.front());
+        else
+            out += before.substr(0, before.size() - text.size());
+    }
+}
+
+STRING CODEPAGE::ToUtf8(STRING value) {
+    if (UTF8::IsValid(value.View()))
+        return value;
     std::string utf8;
-    for (const char byte : text)
+    for (const char byte : value.View())
         AppendUtf8(utf8, byte);
-    return STRING(std::string_view(utf8));
+    STRING result{std::string_view(utf8)};
+    result.SetFlags(value.GetFlags());
+    return result;
 }

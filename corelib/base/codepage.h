@@ -5,16 +5,20 @@
 
 #include "corelib/base/strings.h"
 
-/// Between UTF-8, which files of texts and terminals speak, and Windows code page 1252, which the system's own texts
-/// have in memory. Both never give a null string.
+/// Texts that people read are UTF-8. Windows code page 1252 is what earlier versions wrote, and what senders mostly
+/// mean whose bytes are not UTF-8.
 namespace CODEPAGE {
 
-/// A character that the code page lacks, and a byte that is no UTF-8, becomes "?"; `exact`, if set, tells whether there
-/// was none.
-STRING FromUtf8(std::string_view utf8, bool* exact = nullptr);
-/// The five bytes that the code page does not use become "?".
-STRING ToUtf8(std::string_view text);
-/// The same for one byte.
+/// A value as it was read or typed, in UTF-8: one that is not valid is of the code page as a whole. Null stays null,
+/// and flags stay.
+STRING ToUtf8(STRING value);
+/// Appends bytes of several sources, say a server's words in a sentence of ours: what is UTF-8 stays, any other byte
+/// stands as in the code page.
+void AppendGuessed(std::string& out, std::string_view text);
+/// Appends the character of one byte; "?" for the five bytes that the code page does not use.
 void AppendUtf8(std::string& out, char byte);
+/// For whoever reads nothing else. A character that the code page lacks becomes "?", and so does a byte that is no
+/// UTF-8. Never null.
+STRING FromUtf8(std::string_view utf8);
 
 }  // namespace CODEPAGE

@@ -29,7 +29,7 @@ void CloseLog(intptr_t log) {
 }
 
 void DebugOutput(const char* text) {
-    OutputDebugStringA(text);
+    OutputDebugStringW(WidePath(text).c_str());
 }
 
 uint32_t ThreadNumber() {

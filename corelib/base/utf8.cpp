@@ -43,6 +43,18 @@ bool IsValid(std::string_view text) {
     return true;
 }
 
+std::string_view Cut(std::string_view text, size_t bytes) {
+    if (text.size() <= bytes)
+        return text;
+    size_t end = bytes;
+    // A character has three bytes at most that go on with it; more of them are none.
+    while (end > 0 && bytes - end < 3 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80)
+        --end;
+    std::string_view last = text.substr(end);
+    const bool isSplit = end < bytes && Take(last) != INVALID;
+    return text.substr(0, isSplit ? end : bytes);
+}
+
 void Append(std::string& out, char32_t character) {
     const auto put = [&out](char32_t byte) { out += static_cast<char>(byte); };
     const auto follow = [&](unsigned shift) { put(0x80U | ((character >> shift) & 0x3fU)); };

@@ -4,7 +4,6 @@
 
 #include "corelib/base/ascii.h"
 #include "corelib/base/codepage.h"
-#include "corelib/base/utf8.h"
 #include "corelib/system/charsetplatform.h"
 
 namespace {
@@ -58,7 +57,7 @@ constexpr CHARSETNAME NAMES[] = {
 
 bool CHARSET::AppendUtf8(std::string& out, std::string_view charset, std::string_view text) {
     if (ASCII::Equal(charset, "utf-8") || ASCII::Equal(charset, "utf8")) {
-        AppendGuessed(out, text);
+        CODEPAGE::AppendGuessed(out, text);
         return true;
     }
     const bool plain = !charset.empty() && charset.size() <= LONGEST_NAME && std::ranges::all_of(charset, [](char c) {
@@ -69,14 +68,4 @@ bool CHARSET::AppendUtf8(std::string& out, std::string_view charset, std::string
     const std::string name = ASCII::Lower(charset);
     const auto* const row = std::ranges::find_if(NAMES, [&](const CHARSETNAME& known) { return name == known.Name; });
     return ConvertToUtf8(row != std::end(NAMES) ? *row : CHARSETNAME{name.c_str(), name.c_str(), 0}, text, out);
-}
-
-void CHARSET::AppendGuessed(std::string& out, std::string_view text) {
-    while (!text.empty()) {
-        const std::string_view before = text;
-        if (UTF8::Take(text) == UTF8::INVALID)
-            CODEPAGE::AppendUtf8(out, before.front());
-        else
-            out += before.substr(0, before.size() - text.size());
-    }
 }

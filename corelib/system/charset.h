@@ -11,7 +11,4 @@ namespace CHARSET {
 /// charset become "?" or are left out, as the platform does it.
 bool AppendUtf8(std::string& out, std::string_view charset, std::string_view text);
 
-/// The same for text of which no charset is told: what is UTF-8 stays, any other byte stands as in code page 1252.
-void AppendGuessed(std::string& out, std::string_view text);
-
 }  // namespace CHARSET

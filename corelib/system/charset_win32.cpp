@@ -11,7 +11,7 @@ constexpr unsigned ISO_2022_JP = 50220;
 
 /// What the system's own list of charsets says, or the number in names such as windows-1251; 0 for none.
 unsigned CodePageOf(const char* name) {
-    const std::wstring key = L"MIME\\Database\\Charset\\" + Widen(CP_ACP, name);
+    const std::wstring key = L"MIME\\Database\\Charset\\" + Widen(CP_UTF8, name);
     for (const wchar_t* const value : {L"InternetEncoding", L"Codepage"}) {
         DWORD codePage = 0, size = sizeof codePage;
         if (RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), value, RRF_RT_REG_DWORD, nullptr, &codePage, &size) ==
@@ -64,6 +64,6 @@ bool ConvertToUtf8(const CHARSETNAME& charset, std::string_view text, std::strin
         return false;
     std::wstring wide(static_cast<size_t>(count), L'\0');
     MultiByteToWideChar(codePage, 0, text.data(), length, wide.data(), count);
-    out += Narrow(CP_UTF8, wide).View();
+    out += FromWide(wide).View();
     return true;
 }

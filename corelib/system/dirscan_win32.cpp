@@ -10,14 +10,13 @@ struct DIRSCAN::FINDDATA {
     bool Take(bool found, STRING& name);
 };
 
-// Gives the name of the entry that was found, or of the next one that the code page can say; others are left out, with
-// a line in the trace log, and so stay as they are. Their short names would do for reading. But a copy under such a
-// name loses the real one, and may replace a file in the other folder that has this short name there.
+// Gives the name of the entry that was found, or of the next one that is a text; others, which nothing could open, are
+// left out, with a line in the trace log, and so stay as they are.
 bool DIRSCAN::FINDDATA::Take(bool found, STRING& name) {
     for (; found; found = FindNextFileW(Find, &Data)) {
         if (NameFromWide(Data.cFileName, name))
             return true;
-        Trace("DIRSCAN leaves out %s, which the code page cannot say\n", Narrow(CP_ACP, Data.cFileName).Text());
+        Trace("DIRSCAN leaves out %s, which is no text\n", FromWide(Data.cFileName).Text());
     }
     name = STRING();
     return false;

@@ -16,6 +16,7 @@
 #endif
 
 #include "corelib/base/ascii.h"
+#include "corelib/base/codepage.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
@@ -31,18 +32,15 @@ STRING Variable(const char* name) {
     return value && *value ? STRING(value) : STRING();
 }
 
-// A separator of numbers in the user's locale, without touching the process's own. The locale's text may be in any code
-// page: of all that is not ASCII only blanks that do not break are in use, and the program's code page has one of them.
+// A separator of numbers in the user's locale, without touching the process's own.
 STRING Separator(nl_item item, const char* otherwise) {
     STRING text;
     if (locale_t user = newlocale(LC_NUMERIC_MASK, "", nullptr)) {
         text = nl_langinfo_l(item, user);
         freelocale(user);
     }
-    if (text == "\302\240" || text == "\342\200\257")
-        text = "\240";
-    bool known = text.Length() == 1 && ((text[0] & 0x80) == 0 || text == "\240");
-    return known ? text : STRING(otherwise);
+    // Of locales that are not UTF-8 the blank that does not break is the same in nearly all.
+    return text.Length() > 0 ? CODEPAGE::ToUtf8(text) : STRING(otherwise);
 }
 
 STRING HomeDirectory() {

@@ -1,4 +1,5 @@
 #include <cstring>
+#include <iterator>
 #include <optional>
 #include <utility>
 #include <windows.h>
@@ -36,13 +37,12 @@ constexpr SYSTEMFOLDER SYSTEM_FOLDERS[] = {
 };
 
 STRING LocaleText(LCTYPE type, const char* otherwise) {
-    char text[64];
-    int length = GetLocaleInfoA(LOCALE_USER_DEFAULT, type, text, sizeof text);
-    return STRING(length > 1 ? text : otherwise);
+    wchar_t text[64];
+    int length = GetLocaleInfoW(LOCALE_USER_DEFAULT, type, text, std::size(text));
+    return length > 1 ? FromWide(text) : STRING(otherwise);
 }
 
-// The folder as it is really called, for a user's name may have letters that the code page lacks. Nothing if the
-// registry does not tell it.
+// Nothing if the registry does not tell it.
 std::optional<std::wstring> WideFolder(const SYSTEMFOLDER& folder) {
     wchar_t value[4096] = L"";
     DWORD bytes = sizeof value;
@@ -82,7 +82,7 @@ bool MakeDirectory(const char* path) {
 STRING GetCurrentDir() {
     const std::wstring path =
         GrownText([](wchar_t* room, unsigned long size) { return GetCurrentDirectoryW(size, room); });
-    return path.empty() ? STRING() : PathFromWide(path);
+    return path.empty() ? STRING() : FromWide(path);
 }
 
 bool SetCurrentDir(const char* path) {
@@ -92,7 +92,7 @@ bool SetCurrentDir(const char* path) {
 STRING ProgramPath() {
     const std::wstring path =
         GrownText([](wchar_t* room, unsigned long size) { return GetModuleFileNameW(nullptr, room, size); });
-    return path.empty() ? STRING() : PathFromWide(path);
+    return path.empty() ? STRING() : FromWide(path);
 }
 
 STRING FileTime(const char* name) {
@@ -147,9 +147,9 @@ int GetOsType() {
 }
 
 STRING ComputerName() {
-    char name[256];
-    DWORD length = sizeof name;
-    return GetComputerNameA(name, &length) ? STRING(name) : STRING("<N/A>");
+    wchar_t name[256];
+    DWORD length = std::size(name);
+    return GetComputerNameW(name, &length) ? FromWide(name) : STRING("<N/A>");
 }
 
 int UserLanguage() {
@@ -193,13 +193,10 @@ STRING ProgramCommand() {
 }
 
 bool WriteAutoStart(const char* name, const STRING& command) {
-    HKEY key;
-    if (RegCreateKeyExA(HKEY_CURRENT_USER, RUN_KEY, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr))
-        return false;
-    LONG rc = RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(command.Text()),
-                             static_cast<DWORD>(command.Length()) + 1);
-    RegCloseKey(key);
-    return rc == ERROR_SUCCESS;
+    const std::wstring wide = WidePath(command.Text());
+    // With its terminator, unlike a value that REGISTRY writes.
+    return RegSetKeyValueW(HKEY_CURRENT_USER, WidePath(RUN_KEY).c_str(), WidePath(name).c_str(), REG_SZ, wide.c_str(),
+                           static_cast<DWORD>((wide.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
 }
 
 bool RemoveAutoStart(const char* name) {
@@ -218,7 +215,7 @@ STRING GetWin32SystemPath(int kind) {
     const std::optional<std::wstring> wide = WideFolder(*folder);
     STRING info;
     info.Format("GetWin32SystemPath %d", kind);
-    STRING path = wide ? PathFromWide(*wide) : STRING();
+    STRING path = wide ? FromWide(*wide) : STRING();
     if (!ASSERTION_INFO(path.NotNull(), "rc==ERROR_SUCCESS", info.Text()))
         return STRING();
     if (path.Length() == 0 || path[path.Length() - 1] != '\\')

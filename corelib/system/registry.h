@@ -34,7 +34,7 @@ class REGISTRY {
     [[nodiscard]] bool Write(const char* value, const char* text);
     /// Reads at most size bytes of a binary value; size becomes the count, 0 on failure. True on success.
     [[nodiscard]] bool Read(const char* value, void* buffer, int* size);
-    /// A text value of at most 8192 bytes, without a terminator that it may hold; null if absent.
+    /// A text value of at most 8192 bytes of UTF-8, without a terminator that it may hold; null if absent.
     STRING Read(const char* value);
     /// True on success.
     bool Delete(const char* value);

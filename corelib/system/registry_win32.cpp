@@ -1,14 +1,16 @@
 #include <algorithm>
-#include <cstring>
+#include <string>
 #include <windows.h>
 
 #include "corelib/base/trace.h"
+#include "corelib/base/widepath.h"
 #include "corelib/system/registry.h"
 
 namespace {
 
 constexpr uint32_t REGISTRY_LEVEL = 2;
-constexpr DWORD TEXT_MAX = 8192;
+constexpr int TEXT_MAX = 8192;
+constexpr DWORD NAME_MAX = 16384;  // of a value
 
 HKEY Key(intptr_t key) {
     return reinterpret_cast<HKEY>(key);
@@ -22,13 +24,14 @@ HKEY Root(intptr_t root) {
 
 intptr_t CreateKey(intptr_t root, const STRING& path) {
     HKEY key = nullptr;
-    LONG rc = RegCreateKeyExA(Root(root), path.Text(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
+    LONG rc = RegCreateKeyExW(Root(root), WidePath(path.Text()).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
+                              nullptr);
     return rc == ERROR_SUCCESS ? reinterpret_cast<intptr_t>(key) : 0;
 }
 
 intptr_t OpenKey(intptr_t root, const STRING& path, REGSAM access) {
     HKEY key = nullptr;
-    LONG rc = RegOpenKeyExA(Root(root), path.Text(), 0, access, &key);
+    LONG rc = RegOpenKeyExW(Root(root), WidePath(path.Text()).c_str(), 0, access, &key);
     return rc == ERROR_SUCCESS ? reinterpret_cast<intptr_t>(key) : 0;
 }
 
@@ -75,15 +78,17 @@ void REGISTRY::Close() {
 }
 
 bool REGISTRY::Write(const char* value, const void* bytes, int length) {
-    LONG rc = RegSetValueExA(Key(hkApp), value, 0, REG_BINARY, static_cast<const BYTE*>(bytes),
+    LONG rc = RegSetValueExW(Key(hkApp), WidePath(value).c_str(), 0, REG_BINARY, static_cast<const BYTE*>(bytes),
                              static_cast<DWORD>(std::max(length, 0)));
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write binary value= %s, error=%08x\n", value, static_cast<uint32_t>(rc));
     return rc == ERROR_SUCCESS;
 }
 
 bool REGISTRY::Write(const char* value, const char* text) {
-    LONG rc = RegSetValueExA(Key(hkApp), value, 0, REG_SZ, reinterpret_cast<const BYTE*>(text),
-                             static_cast<DWORD>(strlen(text)));
+    const std::wstring wide = WidePath(text);
+    LONG rc =
+        RegSetValueExW(Key(hkApp), WidePath(value).c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(wide.c_str()),
+                       static_cast<DWORD>(wide.size() * sizeof(wchar_t)));
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::Write String value= %s; data=%s, error=%08x\n", value, text,
                static_cast<uint32_t>(rc));
     return rc == ERROR_SUCCESS;
@@ -91,7 +96,8 @@ bool REGISTRY::Write(const char* value, const char* text) {
 
 bool REGISTRY::Read(const char* value, void* buffer, int* size) {
     auto length = static_cast<DWORD>(std::max(*size, 0));
-    LONG rc = RegQueryValueExA(Key(hkApp), value, nullptr, nullptr, static_cast<BYTE*>(buffer), &length);
+    LONG rc =
+        RegQueryValueExW(Key(hkApp), WidePath(value).c_str(), nullptr, nullptr, static_cast<BYTE*>(buffer), &length);
     const bool ok = rc == ERROR_SUCCESS;
     *size = ok ? static_cast<int>(length) : 0;
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::Read key=%s, ok=%d, error=%d\n", value, ok, static_cast<int>(rc));
@@ -99,20 +105,23 @@ bool REGISTRY::Read(const char* value, void* buffer, int* size) {
 }
 
 STRING REGISTRY::Read(const char* value) {
-    char buffer[TEXT_MAX];
-    DWORD length = sizeof buffer, type = 0;
-    LONG rc = RegQueryValueExA(Key(hkApp), value, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &length);
+    wchar_t buffer[TEXT_MAX];
+    DWORD bytes = sizeof buffer, type = 0;
+    LONG rc =
+        RegQueryValueExW(Key(hkApp), WidePath(value).c_str(), nullptr, &type, reinterpret_cast<BYTE*>(buffer), &bytes);
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::Read key=%s, ok=%d, error=%d\n", value, 0, static_cast<int>(rc));
     if (rc != ERROR_SUCCESS)
         return STRING();
+    const bool isText = type == REG_SZ || type == REG_EXPAND_SZ;
+    STRING text = isText ? FromWide({buffer, bytes / sizeof(wchar_t)})
+                         : STRING(std::string_view(reinterpret_cast<const char*>(buffer), bytes));
     // A terminator that the writer stored is no part of the text.
-    if (length > 0 && buffer[length - 1] == 0)
-        --length;
-    return STRING(std::string_view(buffer, length));
+    text.ChopLast('\0');
+    return text.Length() <= TEXT_MAX ? text : STRING();
 }
 
 bool REGISTRY::Delete(const char* value) {
-    LONG rc = RegDeleteValueA(Key(hkApp), value);
+    LONG rc = RegDeleteValueW(Key(hkApp), WidePath(value).c_str());
     TraceLevel(REGISTRY_LEVEL, "REGISTRY::delete value= %s, error=%d\n", value, static_cast<int>(rc));
     return rc == ERROR_SUCCESS;
 }
@@ -121,13 +130,13 @@ int REGISTRY::EnumValues(STRING* names) {
     STRING joined("");
     int count = 0;
     for (;; ++count) {
-        char name[16384];
-        DWORD length = sizeof name;
-        if (RegEnumValueA(Key(hkApp), static_cast<DWORD>(count), name, &length, nullptr, nullptr, nullptr, nullptr))
+        wchar_t name[NAME_MAX];
+        DWORD length = NAME_MAX;
+        if (RegEnumValueW(Key(hkApp), static_cast<DWORD>(count), name, &length, nullptr, nullptr, nullptr, nullptr))
             break;
         if (count)
             joined.Append("|");
-        joined.AppendBytes(name, static_cast<int>(length));
+        joined += FromWide({name, length});
     }
     *names = joined;
     return count;

@@ -2,17 +2,18 @@
 #include <windows.h>
 
 #include "corelib/base/trace.h"
+#include "corelib/base/widepath.h"
 #include "corelib/system/startprogram.h"
 
 namespace {
 
-constexpr int ERROR_BYTES = 512;
+constexpr int ERROR_LENGTH = 512;
 
 STRING ErrorText(DWORD number) {
-    char text[ERROR_BYTES] = "";
-    FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, number, 0, text, sizeof text,
+    wchar_t text[ERROR_LENGTH] = L"";
+    FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, number, 0, text, ERROR_LENGTH,
                    nullptr);
-    STRING result(text);
+    STRING result = FromWide(text);
     result.Strip('R', "\r\n ");
     return result;
 }
@@ -21,7 +22,7 @@ STRING ErrorText(DWORD number) {
 
 bool StartProgram(const STRING& name, const STRING& arguments, const STRING& directory, const STRING& title, bool wait,
                   STRING* error) {
-    STARTUPINFOA start{};
+    STARTUPINFOW start{};
     start.cb = sizeof start;
     std::string command(name.View());
     if (command.starts_with('*')) {
@@ -35,12 +36,13 @@ bool StartProgram(const STRING& name, const STRING& arguments, const STRING& dir
             command = '"' + command + '"';
         command += ' ' + std::string(arguments.View());
     }
-    std::string shown(title.View());
+    std::wstring line = WidePath(command.c_str()), shown = WidePath(title.Ptr());
     if (!shown.empty())
         start.lpTitle = shown.data();
     PROCESS_INFORMATION process{};
-    const bool rc = CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                                   directory.Length() > 0 ? directory.Text() : nullptr, &start, &process);
+    const bool rc =
+        CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                       directory.Length() > 0 ? WidePath(directory.Text()).c_str() : nullptr, &start, &process);
     const DWORD number = GetLastError();
     Trace("START PROGRAM: rc= %d\n", rc);
     if (rc) {

@@ -62,9 +62,7 @@ STRING PushFolder(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG&
     CoTaskMemFree(chosen);
     if (!named)
         return value;
-    STRING folder = PathFromWide(path.c_str());  // NOLINT(readability-redundant-string-cstr): up to its end
-    if (!folder.NotNull())
-        return value;
+    STRING folder = FromWide(path.c_str());  // NOLINT(readability-redundant-string-cstr): up to its end
     folder.ChopLast('\\');
     dialog.SetControlText(argument.Control, folder);
     return folder;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "corelib/base/trace.h"
+#include "corelib/base/utf8.h"
 #include "corelib/window/widetext.h"
 
 namespace {
@@ -148,8 +149,7 @@ int LISTVIEW::InsertRecord(int index, int image, const STRING& text, uint32_t va
     STRING cell;
     int row = -1;
     for (int i = 0; (cell = text.Word(i, "\t", 0)).NotNull(); ++i) {
-        if (cell.Length() > COLUMN_BYTES)
-            cell.Truncate(COLUMN_BYTES);
+        cell.Truncate(static_cast<int>(UTF8::Cut(cell.View(), COLUMN_BYTES).size()));
         std::wstring wide = WideText(cell);
         LVITEMW item{};
         item.mask = LVIF_TEXT;

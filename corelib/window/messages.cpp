@@ -88,8 +88,7 @@ bool FileDialog(HWND window, STRING& file, const STRING& filter, bool save) {
     const size_t end = name.find(L'\0');
     if (end > 0 && ask.nFileOffset == end + 1 && name[end + 1] != L'\0')
         name.replace(end, 1, name[end - 1] == L'\\' ? L"" : L"\\");
-    const STRING path = PathFromWide(name.c_str());  // NOLINT(readability-redundant-string-cstr): up to its end
-    if (path.NotNull())
-        file = path;
-    return path.NotNull();
+    const STRING path = FromWide(name.c_str());  // NOLINT(readability-redundant-string-cstr): up to its end
+    file = path;
+    return true;
 }

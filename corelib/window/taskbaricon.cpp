@@ -4,6 +4,7 @@
 #include <string>
 
 #include "corelib/base/trace.h"
+#include "corelib/base/utf8.h"
 #include "corelib/window/icons.h"
 #include "corelib/window/widetext.h"
 
@@ -12,7 +13,7 @@ namespace {
 constexpr size_t TOOLTIP_BYTES = 63;
 
 void PutTooltip(NOTIFYICONDATAW& data, const STRING& text) {
-    const std::wstring wide = WideText(text.View().substr(0, TOOLTIP_BYTES));
+    const std::wstring wide = WideText(UTF8::Cut(text.View(), TOOLTIP_BYTES));
     std::fill(std::begin(data.szTip), std::end(data.szTip), L'\0');
     std::copy(wide.begin(), wide.end(), data.szTip);
 }

@@ -69,13 +69,23 @@ std::string TEMPDIR::Native(const char* name) const {
     return *name ? Std(FILES::NativePath(File(name).Text())) : Std(FILES::NativePath(Path()));
 }
 
+namespace {
+
+// As the system names it, whose own texts may be in another encoding.
+std::filesystem::path SystemName(const STRING& path) {
+    const STRING native = FILES::NativePath(path.Text());
+    return std::u8string(native.View().begin(), native.View().end());
+}
+
+}  // namespace
+
 std::string ReadBytes(const STRING& path) {
-    std::ifstream in(Std(FILES::NativePath(path.Text())), std::ios::binary);
+    std::ifstream in(SystemName(path), std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 void WriteBytes(const STRING& path, std::string_view bytes) {
-    std::ofstream out(Std(FILES::NativePath(path.Text())), std::ios::binary | std::ios::trunc);
+    std::ofstream out(SystemName(path), std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 

@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "corelib/base/codepage.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/utf8.h"
 #include "corelib/system/osys.h"
 #include "tests/support/testsupport.h"
 
@@ -30,9 +30,8 @@ constexpr ROW GERMAN[] = {
 std::map<int, std::string> Table(const ROW* rows, size_t count, const char* language) {
     std::map<int, std::string> table;
     for (size_t i = 0; i < count; ++i) {
-        bool exact = false;
-        const STRING text = CODEPAGE::FromUtf8(rows[i].Utf8, &exact);
-        EXPECT_TRUE(exact) << language << " " << rows[i].Id << " has a character that cannot be shown";
+        const STRING text = rows[i].Utf8;
+        EXPECT_TRUE(UTF8::IsValid(text.View())) << language << " " << rows[i].Id;
         EXPECT_GT(text.Length(), 0) << language << " " << rows[i].Id;
         EXPECT_LE(text.Length(), 255) << language << " " << rows[i].Id;
         EXPECT_TRUE(table.emplace(rows[i].Id, Std(text)).second) << language << " has " << rows[i].Id << " twice";
@@ -93,7 +92,7 @@ TEST(LanguageLibrary, GivesTheTextsOfTheLanguageAskedFor) {
         const bool german = loaded == LANGUAGE_GERMAN;
         for (const ROW& row : german ? std::vector<ROW>(std::begin(GERMAN), std::end(GERMAN))
                                      : std::vector<ROW>(std::begin(ENGLISH), std::end(ENGLISH))) {
-            EXPECT_EQ(Std(library.Get(row.Id)), Std(CODEPAGE::FromUtf8(row.Utf8))) << row.Id;
+            EXPECT_EQ(Std(library.Get(row.Id)), row.Utf8) << row.Id;
         }
         EXPECT_EQ(Std(library.Get(1)), "<STR-ERR>");
         EXPECT_EQ(Std(library.Part(TEXT_COUNTS, 3)), german ? "neu" : "new");

@@ -24,7 +24,7 @@ class ItemDialog : public ::testing::TestWithParam<int> {
     static STRINGARRAY Item(const char* type, const char* source, const char* period) {
         STRINGARRAY state(STRING("PopupBackgroundColor=1\nPopupTextColor=2\n"), 8, 8);
         STRINGARRAY item;
-        item["Name"] = "N\xe4me";
+        item["Name"] = "Όνομα 日";
         item["Type"] = type;
         item["Source"] = source;
         item["Source2"] = "secret";
@@ -75,7 +75,7 @@ class ItemDialog : public ::testing::TestWithParam<int> {
 TEST_P(ItemDialog, EditsARecord) {
     STRINGARRAY item = Item("1", "mail.example|anna", "30");
     EXPECT_TRUE(Edit(item, [&] {
-        EXPECT_EQ(Text(NAME) + " " + Text(SERVER) + " " + Text(USER), "N\xe4me mail.example anna");
+        EXPECT_EQ(Text(NAME) + " " + Text(SERVER) + " " + Text(USER), "Όνομα 日 mail.example anna");
         EXPECT_NE(GetWindowLongW(Control(PASSWORD), GWL_STYLE) & ES_PASSWORD, 0);
         Set(NAME, " New ");
         LISTBOX(Dialog, KIND).Select(WEBMAIL);
@@ -93,11 +93,11 @@ TEST_P(ItemDialog, EditsARecord) {
 
 TEST_P(ItemDialog, KeepsWhatItShows) {
     const std::tuple<const char*, const char*, const char*, const char*, const char*> table[] = {
-        {"1", "pop.example|anna", "125", "2:5", "N\xe4me;1;pop.example|anna;secret;125;"},
-        {"2", "imap.example|anna", "", "0:0", "N\xe4me;2;imap.example|anna;secret;0;"},
-        {"3", "|anna", "0", "0:0", "N\xe4me;3;hotmail|anna;secret;0;"},
-        {"5", "hotmail|anna", "60", "1:0", "N\xe4me;3;hotmail|anna;secret;60;"},
-        {"0", "mapi|", "600", "10:0", "N\xe4me;0;mapi|;;600;"},
+        {"1", "pop.example|anna", "125", "2:5", "Όνομα 日;1;pop.example|anna;secret;125;"},
+        {"2", "imap.example|anna", "", "0:0", "Όνομα 日;2;imap.example|anna;secret;0;"},
+        {"3", "|anna", "0", "0:0", "Όνομα 日;3;hotmail|anna;secret;0;"},
+        {"5", "hotmail|anna", "60", "1:0", "Όνομα 日;3;hotmail|anna;secret;60;"},
+        {"0", "mapi|", "600", "10:0", "Όνομα 日;0;mapi|;;600;"},
     };
     for (const auto& [type, source, period, shown, stored] : table) {
         STRINGARRAY item = Item(type, source, period);

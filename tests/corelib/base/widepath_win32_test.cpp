@@ -12,7 +12,8 @@ TEST(WidePathTest, OnlyALongPathGetsAnotherForm) {
         {"\\\\server\\share" + deep, L"\\\\?\\UNC\\server\\share" + wide},
         {"\\\\?\\C:" + deep, L"\\\\?\\C:" + wide},
         {"\\\\.\\C:" + deep, L"\\\\.\\C:" + wide},
-        {"\344\200", L"\u00e4\u20ac"},
+        {"\344\200", L"\u00e4\u20ac"},  // as an earlier version wrote it
+        {"Λόγος\\日本", L"Λόγος\\日本"},
         {"", L""},
     };
     for (const auto& [path, wantedWide] : cases)

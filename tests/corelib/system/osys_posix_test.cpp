@@ -115,8 +115,8 @@ TEST(PosixLocale, NumbersAndDatesAreTheUsers) {
     VARIABLE path("LOCPATH", dir.Native());
     const char* const cases[][4] = {
         {"C", ",", ".", "03/04/26"},
-        {"fr_FR.UTF-8", "\240", ",", "04/03/2026"},  // a blank that does not break, in the program's code page
-        {"xx_XX.UTF-8", ",", ".", "03/04/26"},       // not installed
+        {"fr_FR.UTF-8", "\342\200\257", ",", "04/03/2026"},  // a narrow blank that does not break
+        {"xx_XX.UTF-8", ",", ".", "03/04/26"},               // not installed
     };
     for (const auto& [locale, thousands, decimal, date] : cases) {
         VARIABLE all("LC_ALL", locale);

@@ -23,7 +23,7 @@ TEST(WindowsAutoStart, IsAValueOfTheRunKey) {
     char bytes[1024];
     int size = sizeof bytes;
     EXPECT_EQ(run.Read(NAME, bytes, &size), 1);
-    EXPECT_EQ(size, OSYS::ProgramPath().Length() + 1);
+    EXPECT_EQ(size, static_cast<int>((WidePath(OSYS::ProgramPath().Text()).size() + 1) * sizeof(wchar_t)));
     EXPECT_TRUE(OSYS::AutoStart(NAME, nullptr));
     EXPECT_FALSE(run.Read(NAME).NotNull());
     EXPECT_FALSE(OSYS::AutoStart(NAME, nullptr));
@@ -69,30 +69,20 @@ TEST(WindowsPaths, TakePartInEverythingHoweverLong) {
     OSYS::SetCurrentDir(before.Text());
 }
 
-TEST(WindowsPaths, NeverNameAnotherFile) {
+TEST(WindowsPaths, HaveAllLetters) {
     const TEMPDIR temp;
-    const std::wstring top = WidePath(temp.Path()), folder = top + L"\\\x0414\x043e\x043c";
-    if (!CreateDirectoryW(folder.c_str(), nullptr))
-        GTEST_SKIP() << "a file system without such names";
-    // What looks like an A is none, and the third holds a likeness of a separator.
-    for (const wchar_t* name : {L"\\\x0100.ini", L"\\A.ini", L"\\A\x2216\x00e4.ini"})
-        CloseHandle(CreateFileW((folder + name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
-    EXPECT_EQ(Names(temp.Path()), "") << "the folder's own name";
-
-    // A folder that is there is reached by its short name.
-    const STRING path = PathFromWide(folder);
-    EXPECT_EQ(Names(path), "A.ini ");
-    EXPECT_FALSE(PathFromWide(folder + L"\\\x0414").NotNull());
-    const std::pair<std::wstring, STRING> words[] = {
-        {L"/WORKDIR:" + folder + L"\\new\\x", STRING("/WORKDIR:") || path || "\\new\\x"},
-        {folder, path},
-        {L"-ADD:\x0100@a\x00e4", "-ADD:?@a\344"},
-        {L"/\x0100", "/?"}};
-    for (const auto& [wide, word] : words)
-        EXPECT_EQ(WordFromWide(wide), word);
+    const STRING folder = STRING(temp.Path()) || "\\Дом 日本";
+    const std::wstring wide = WidePath(folder.Text());
+    ASSERT_TRUE(OSYS::MakeDirectory(folder.Text()));
+    // What looks like an A is none, and the third holds a likeness of a separator; the fourth is no text.
+    for (const wchar_t* name : {L"\\\x0100.ini", L"\\A.ini", L"\\A\x2216\x00e4.ini", L"\\\xd800.ini"})
+        CloseHandle(CreateFileW((wide + name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+    EXPECT_EQ(Names(temp.Path()).find("Дом 日本\\A.ini Дом 日本\\A∖ä.ini Дом 日本\\Ā.ini "), 0U) << Names(temp.Path());
     const STRING before = OSYS::GetCurrentDir();
-    SetCurrentDirectoryW(folder.c_str());
-    EXPECT_EQ(Names(OSYS::GetCurrentDir()), "A.ini ");
+    ASSERT_TRUE(OSYS::SetCurrentDir(folder.Text()));
+    EXPECT_EQ(OSYS::GetCurrentDir(), folder);
+    EXPECT_TRUE(FILES::ReplaceAll("ä∖日.ini", "x", false));
+    EXPECT_TRUE(OSYS::FileExists((folder || "\\ä∖日.ini").Text()));
     OSYS::SetCurrentDir(before.Text());
 
     const wchar_t* const key = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders";
@@ -103,10 +93,10 @@ TEST(WindowsPaths, NeverNameAnotherFile) {
         RegSetKeyValueW(HKEY_CURRENT_USER, key, L"My Pictures", REG_SZ, value.c_str(),
                         static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
     };
-    SetEnvironmentVariableW(L"TARNWICK_TEST", folder.c_str());
-    for (const std::wstring& value : {folder, std::wstring(L"%TARNWICK_TEST%"), folder + L"\\"}) {
+    SetEnvironmentVariableW(L"TARNWICK_TEST", wide.c_str());
+    for (const std::wstring& value : {wide, std::wstring(L"%TARNWICK_TEST%"), wide + L"\\"}) {
         set(value);
-        EXPECT_EQ(GetWin32SystemPath(7), path || "\\");
+        EXPECT_EQ(GetWin32SystemPath(7), folder || "\\");
     }
     set(former);
 }

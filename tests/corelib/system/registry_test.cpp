@@ -25,9 +25,11 @@ class Registry : public ::testing::Test {
 TEST_F(Registry, KeepsTextsAsTheyAre) {
     REGISTRY key(COMPANY, "Values", ROOT_CURRENT_USER);
     ASSERT_TRUE(key.IsOpen());
-    const std::string texts[] = {"", "a=b{c}", "={{QUJD}}", " back\\slash\\n\n\t\344 ", std::string(8000, 'l')};
+    const std::string texts[] = {"", "a=b{c}", "={{QUJD}}", " back\\slash\\n\n\tä 日 ", std::string(8000, 'l')};
     for (const auto& text : texts) {
         EXPECT_TRUE(key.Write("Text", text.c_str()));
+        EXPECT_TRUE(key.Write("Όνομα", text.c_str()));
+        EXPECT_EQ(Std(key.Read("Όνομα")), text);
         const STRING back = REGISTRY(ROOT_CURRENT_USER, "Software\\TarnwickTest", "Values", REGISTRY_READ).Read("tExT");
         EXPECT_TRUE(back.NotNull());
         EXPECT_EQ(Std(back), text);

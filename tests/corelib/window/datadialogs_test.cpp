@@ -59,7 +59,7 @@ STRING AddX(const STRING& value, const PUSHARGUMENT& argument, DATADIALOG& dialo
 
 const STRINGARRAY START("check=1\ncombo=1\nedit=text\nlist=2\nnumber=5\npush=p\nradio=2\ntexts=TWO\n", 8, 8);
 // One begins with another, and has a letter beyond ASCII.
-const std::vector<STRING> CHOICES = {"two m\xF6re", "two", "three"};
+const std::vector<STRING> CHOICES = {"two μορε", "two", "three"};
 
 void AddAll(DATADIALOG& dialog, STRINGARRAY& record) {
     dialog.Add<DATAEDIT>(EDIT, record["edit"], 10);
@@ -76,7 +76,9 @@ void AddAll(DATADIALOG& dialog, STRINGARRAY& record) {
 TEST(DataDialog, ShowsTheRecordAndStoresOnOkOnly) {
     const std::tuple<int, bool, const char*> table[] = {
         {IDOK, false, "check=1\ncombo=1\nedit=={{dGV4dA==}}\nlist=2\nnumber=5\npush=p\nradio=2\ntexts=two\n"},
-        {IDOK, true, "check=0\ncombo=0\nedit=={{/A==}}\nlist=0\nnumber=59\npush=pxx\nradio=1\ntexts=two m\\xf6re\n"},
+        {IDOK, true,
+         "check=0\ncombo=0\nedit=={{zqk=}}\nlist=0\nnumber=59\npush=pxx\nradio=1\ntexts=two "
+         "\\xce\\xbc\\xce\\xbf\\xcf\\x81\\xce\\xb5\n"},
         {IDCANCEL, true, "check=1\ncombo=1\nedit=={{dGV4dA==}}\nlist=2\nnumber=5\npush=p\nradio=2\ntexts=TWO\n"},
     };
     for (const auto& [ending, edits, after] : table) {
@@ -87,7 +89,7 @@ TEST(DataDialog, ShowsTheRecordAndStoresOnOkOnly) {
         const bool stored = RunWith(dialog, [&] {
             EXPECT_EQ(Focused(), EDIT);
             if (edits) {
-                dialog.SetControlText(EDIT, "\xfc");
+                dialog.SetControlText(EDIT, "Ω");
                 dialog.SetControlText(NUMBER, "77");
                 ClickOn(dialog, CHECK);
                 ClickOn(dialog, ONE);
@@ -153,7 +155,7 @@ TEST(DataPush, ChangesTheValueOnlyAsTheUserChooses) {
     wcscpy(font.lfFaceName, L"Tahoma");
     EXPECT_ASSERTIONS(2);  // of the value that is no font
     const TEMPDIR dir;
-    const STRING file = dir.File("mail \xDC.exe"), folder = dir.Path();
+    const STRING file = dir.File("mail Ü 日.exe"), folder = dir.Path();
     WriteBytes(file, "");
     const std::tuple<PUSHFUNCTION, STRING, STRING, STRING, STRING> table[] = {
         {PushColor, "8388863", "text", "text", "8388863"},

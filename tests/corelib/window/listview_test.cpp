@@ -21,21 +21,23 @@ TEST_F(LISTVIEWTEST, KeepsTextsDataAndOrderOfItsRows) {
     List.Move(0, 0, 390, 250);
     List.AddColumns("Name\tResult");
     EXPECT_EQ(List.ColumnCount(), 2);
-    const std::string wide(300, '\xE4');
+    std::string wide;
+    for (int i = 0; i < 100; ++i)
+        wide += "日";
     ASSERT_EQ(List.InsertRecord(0, -1, "beta\t5 mails"), 0);
     List.SetRowData(0, 4097);
-    ASSERT_EQ(List.InsertRecord(99, -1, STRING(std::string_view("\x80lpha\t" + wide))), 1);
+    ASSERT_EQ(List.InsertRecord(99, -1, STRING(std::string_view("αlpha\tx" + wide))), 1);
     List.SetRowData(1, 0xFFFFFFFF);
     EXPECT_EQ(Std(List.GetItemText(0, 1)), "5 mails");
-    EXPECT_EQ(Std(List.GetItemText(1, 0)), "\x80lpha");
-    EXPECT_EQ(Std(List.GetItemText(1, 1)), wide.substr(0, 255));
+    EXPECT_EQ(Std(List.GetItemText(1, 0)), "αlpha");
+    EXPECT_EQ(Std(List.GetItemText(1, 1)), "x" + wide.substr(0, 252));
     List.SetItemText(1, 1, STRING(std::string_view(std::string(600, 'x'))));
     EXPECT_EQ(List.GetItemText(1, 1).Length(), 600);
 
     List.InsertRecord(2, -1, "gamma\t");
     List.SetRowData(2, 7);
     List.Sort([](uint32_t left, uint32_t right) { return left < right ? -1 : left > right; });
-    EXPECT_EQ(Names(), (std::vector<std::string>{"gamma", "beta", "\x80lpha"}));
+    EXPECT_EQ(Names(), (std::vector<std::string>{"gamma", "beta", "αlpha"}));
     EXPECT_EQ(List.FindRow(0xFFFFFFFF), 2);
     EXPECT_EQ(List.RowData(1), 4097u);
     EXPECT_TRUE(List.DeleteRow(1));
