@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "corelib/base/ascii.h"
+#include "corelib/base/codepage.h"
 
 namespace {
 
@@ -49,6 +50,9 @@ constexpr ITEMKEY STORED_KEYS[] = {
 
 /// Keys whose default is the setting of the same name.
 constexpr const char* COLOUR_KEYS[] = {"PopupBackgroundColor", "PopupTextColor"};
+
+/// Keys with what people type and read. Ids stay the bytes that a mail has brought.
+constexpr const char* TEXT_KEYS[] = {"Name", "Source", "SpamFolder", "AltFolder", "UidValidity"};
 
 /// Run-time keys that start afresh in each run, whatever a file says.
 constexpr ITEMKEY FRESH_KEYS[] = {{"@Showing", "0"},       {"@ForceRefresh", "0"}, {"@ForcePopup", "0"},
@@ -145,6 +149,8 @@ void FixItem(STRINGARRAY& item, const STRINGARRAY& state, int& nextHandle, bool 
         if (!item.Exists(key))
             item.Set(key, state.Get(key));
     }
+    for (const char* key : TEXT_KEYS)
+        item.Change(key, CODEPAGE::ToUtf8);
     MAILACCOUNT::SetPassword(item, MAILACCOUNT::Password(item));
     for (const ITEMKEY& key : FRESH_KEYS)
         item.Set(key.Key, key.Value);

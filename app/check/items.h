@@ -45,6 +45,7 @@ void ChangeQueued(STRINGARRAY& item, const std::function<bool(MAILNAME& mail)>& 
 
 /// Completes an item's record: gives each missing key its default (colours from the settings `state`), sets the
 /// run-time keys to their start values, gives it the next handle, marks the password for Base64, and locks the key set.
+/// Names, credentials and folders become UTF-8 if an earlier version has left them in code page 1252.
 /// For records that were loaded or are new, before another thread sees them; isNew: an account that the user is adding,
 /// which has defaults of its own where a record of earlier runs keeps what a missing key has always meant.
 void FixItem(STRINGARRAY& item, const STRINGARRAY& state, int& nextHandle, bool isNew = false);

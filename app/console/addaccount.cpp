@@ -11,6 +11,7 @@
 #include "app/core/tarnwick.h"
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/ascii.h"
+#include "corelib/base/utf8.h"
 
 namespace {
 
@@ -162,6 +163,8 @@ int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vec
     const bool fromFile = passwordFile.Length() > 0;
     if (fromFile && !passwords.Load(passwordFile.Text(), "r"))
         return refuse(CTEXT_PASSWORD_FILE, DISPLAYTEXT::Path(passwordFile));
+    if (passwords.View().starts_with(UTF8::MARK))
+        passwords.DeleteLeft(static_cast<int>(UTF8::MARK.size()));
     int worst = EXIT_GOOD;
     for (size_t i = 0; i < accounts.size() && !application.Cycle().IsStopRequested(); ++i) {
         const int code = AddAccount(application, frontEnd, accounts[i], [&](const std::string& name) {

@@ -1,6 +1,14 @@
 #include "app/core/settings.h"
 
-#include "corelib/system/osys.h"
+#include "corelib/base/codepage.h"
+
+namespace {
+
+// Of the others the lists of the filter stay bytes, as they are held against those of mails, and paths are what the
+// system knows the files by.
+constexpr const char* TEXT_SETTINGS[] = {"EntryToMonitor", "PopupMailDetails", "EmailWindowTitle"};
+
+}  // namespace
 
 void FillSettingDefaults(STRINGARRAY& state, const TEXTS& texts, const char* dataDir, bool newDirectory) {
     for (const SETTING& setting : SETTINGS) {
@@ -23,4 +31,6 @@ void FillSettingDefaults(STRINGARRAY& state, const TEXTS& texts, const char* dat
                 break;
         }
     }
+    for (const char* key : TEXT_SETTINGS)
+        state.Change(key, CODEPAGE::ToUtf8);
 }

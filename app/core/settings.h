@@ -120,5 +120,5 @@ inline constexpr SETTING SETTINGS[] = {
 };
 
 /// Gives every setting that `state` lacks its default, or its value for a new data directory. A setting that is there
-/// with an empty value keeps it.
+/// with an empty value keeps it. Texts for people become UTF-8 if an earlier version has left them in code page 1252.
 void FillSettingDefaults(STRINGARRAY& state, const TEXTS& texts, const char* dataDir, bool newDirectory);

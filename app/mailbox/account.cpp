@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "corelib/base/codepage.h"
+
 STRING MAILADDRESS::Host() const {
     const char* domain = KindOf(Type).Domain;
     return domain ? STRING(domain) : Server;
@@ -29,11 +31,12 @@ void SetAddress(STRINGARRAY& item, const MAILADDRESS& address, const STRING& pas
     const MAILBOXKIND& kind = KindOf(address.Type);
     const STRING server = kind.HasServer() ? address.Server : STRING(kind.StoredServer);
     item.SetNumber("Type", address.Type);
-    item.Set("Source", server || "|" || (kind.HasUser ? address.User : STRING("")));
+    item.Set("Source", CODEPAGE::ToUtf8(server || "|" || (kind.HasUser ? address.User : STRING(""))));
     SetPassword(item, kind.HasUser ? password : STRING(""));
 }
 
 void SetPassword(STRINGARRAY& item, STRING password) {
+    password = CODEPAGE::ToUtf8(password);
     password.SetFlags(password.GetFlags() | STRINGFLAG_BINARY);
     item.Set("Source2", std::move(password));
 }

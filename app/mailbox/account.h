@@ -35,7 +35,7 @@ const MAILBOXKIND& Kind(const STRINGARRAY& item);
 MAILADDRESS Address(const STRINGARRAY& item);
 STRING Password(const STRINGARRAY& item);
 
-/// For a kind without users there is no password, whatever comes.
+/// What is no UTF-8 is taken for code page 1252. For a kind without users there is no password, whatever comes.
 void SetAddress(STRINGARRAY& item, const MAILADDRESS& address, const STRING& password);
 void SetPassword(STRINGARRAY& item, STRING password);
 

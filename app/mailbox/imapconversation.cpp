@@ -48,8 +48,20 @@ STRING Quoted(std::string_view text, std::string_view escaped) {
     return STRING(std::string_view(result += '"'));
 }
 
+bool HasOtherLetters(const STRING& text) {
+    return std::ranges::any_of(text.View(), [](char c) { return (c & 0x80) != 0; });
+}
+
+// Letters outside ASCII stay as they are, and servers take them in quotes only.
 STRING LoginName(const STRING& user) {
+    if (HasOtherLetters(user))
+        return Quoted(Printable(user).View(), "\"\\");
     return std::ranges::all_of(user.View(), ASCII::IsLetterOrDigit) ? user : Quoted(user.Escape("").View(), "\"");
+}
+
+STRING LoginPassword(const STRING& password) {
+    const STRING plain = Printable(password);
+    return HasOtherLetters(plain) ? Quoted(plain.View(), "\"\\") : plain;
 }
 
 // True for a text that stands in quotes already: so names with blanks had to be given once.
@@ -84,7 +96,7 @@ bool IMAPCONVERSATION::LogIn() {
     CapabilityKnown = HasUidPlus;
     STRING bare = Password;
     bare.Strip('B', " ");
-    return Ask(STRING("LOGIN ") || LoginName(User) || " " || Printable(bare),
+    return Ask(STRING("LOGIN ") || LoginName(User) || " " || LoginPassword(bare),
                [this](std::string_view line) { LearnCapability(line); });
 }
 

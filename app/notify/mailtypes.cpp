@@ -3,6 +3,7 @@
 #include <string_view>
 #include <vector>
 
+#include "corelib/base/codepage.h"
 #include "corelib/base/trace.h"
 
 namespace {
@@ -23,6 +24,8 @@ void FillTypeDefaults(STRINGARRAY& record) {
             record.Set(row.Key, row.Default);
         }
     }
+    // The keywords stay bytes: they are looked for in mails.
+    record.Change("Name", CODEPAGE::ToUtf8);
     record.AllowNewKeys(false);
 }
 

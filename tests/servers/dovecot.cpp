@@ -54,6 +54,7 @@ std::string DOVECOT::Configuration() const {
             "listen = 127.0.0.1\n"
             "ssl = no\n"
             "auth_failure_delay = 0\n"
+            "auth_username_chars =\n"
             "first_valid_uid = 1\n"
             "first_valid_gid = 1\n"
          << "base_dir = " << Directory.Native("run") << "\n"

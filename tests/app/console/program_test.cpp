@@ -163,6 +163,32 @@ TEST(Program, AddsAnAccountAndChecksIt) {
     EXPECT_EQ(items[0]["LastSeenIds"], "<2@test>|<1@test>");
 }
 
+TEST(Program, KeepsEveryLetterOfAnAccount) {
+    PROGRAMRUN program;
+    DEMOSTORE store;
+    POP3SERVICE service(store, "Γιώργος ü 日", "κωδικός ü 日");
+    ASSERT_TRUE(service.Start());
+    // As an editor of Windows may write it.
+    WriteBytes(program.File("password"), "\xef\xbb\xbfκωδικός ü 日\r\n");
+    const std::string host = "127.0.0.1:" + std::to_string(service.Port()), name = "Γιώργος ü 日@" + host;
+    // The second time as a terminal sends it.
+    for (std::string user : {"%CE%93%CE%B9%CF%8E%CF%81%CE%B3%CE%BF%CF%82%20%C3%BC%20%E6%97%A5", "Γιώργος ü 日"}) {
+        if (user[0] != '%' && !PROGRAMRUN::HasSignals())
+            continue;  // the shell of that system knows the machine's code page only
+        const auto added =
+            program.Run({"/ADD:pop3://" + user + "@" + host, "/PASSWORDFILE:" + Std(program.File("password"))});
+        EXPECT_EQ(added.Code, EXIT_GOOD) << added.Err;
+        EXPECT_TRUE(Contains(added.Out, "The account " + name)) << added.Out;
+    }
+    const std::string list = program.Run({"/LIST"}).Out;
+    EXPECT_TRUE(Contains(list, "\n  1  " + name + "  POP3  " + host + "  Γιώργος ü 日  ") && CountLines(list) == 2)
+        << list;
+    RECORDARRAY items(8, 8);
+    ASSERT_EQ(items.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
+    EXPECT_EQ(items[0]["Name"], name);
+    EXPECT_EQ(items[0]["Source2"], "κωδικός ü 日");
+}
+
 TEST(Program, ListsAndRemovesAccounts) {
     PROGRAMRUN program;
     ACCOUNT first(program), second(program);

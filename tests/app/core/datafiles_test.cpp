@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "app/core/settings.h"
+#include "app/mailbox/account.h"
 #include "corelib/base/files.h"
 #include "resources/commands.h"
 #include "tests/app/core/coresupport.h"
@@ -154,6 +155,35 @@ TEST_F(DataFiles, FirstStartRunsTheWizardAndMakesTheFilesFromTheDefaults) {
     EXPECT_TRUE(Items[0].Exists("@Handle"));
     EXPECT_TRUE(Items[3].Exists("@Handle"));
     EXPECT_TRUE(FrontEnd.Questions.empty());
+}
+
+// Written by a version whose texts were in code page 1252.
+TEST_F(DataFiles, TextsOfAnEarlierVersionBecomeUtf8AndTheFiltersStay) {
+    WriteData("tarnwick.ini", "EmailWindowTitle=Entw\\xfcrfe\r\nSpamMyInterests=Gr\\xfc\\xdfe\r\nVersion=2.02\r\n");
+    WriteData("accounts.ini",
+              "[#0]\r\nName=B\\xfcro \\x80\r\nType=2\r\nSource=imap.x|J\\xf6rg\r\nSource2=={{/A==}}\r\nAltFolder="
+              "\\xc4\\xb0\\xfc\r\nLastSeenIds=<\\xfc@x>\r\nUidValidity=5|\\xc4\\xb0\\xfc\r\n\r\n"
+              "[#1]\r\nName=\\xce\\xa9\r\nType=1\r\nSource=pop.x|\\xe6\\x97\\xa5\r\n\r\n");
+    WriteData("mailtypes.ini", "[#0]\r\nName=\\xdcbung\r\nKeywords=\\xdcbung\r\n\r\n");
+    Start();
+    EXPECT_EQ(State.Get("EmailWindowTitle"), "Entwürfe");
+    EXPECT_EQ(State.Get("SpamMyInterests"), "Gr\xfc\xdf\x65");
+    ASSERT_EQ(Items.Count(), 2);
+    const auto value = [&](const char* key) { return Std(Items[0].Get(key)); };
+    EXPECT_EQ(value("Name"), "Büro €");
+    EXPECT_EQ(MAILACCOUNT::Address(Items[0]).User, "Jörg");
+    EXPECT_EQ(MAILACCOUNT::Password(Items[0]), "ü");
+    EXPECT_EQ(value("AltFolder"), "Ä°ü");
+    EXPECT_EQ(value("UidValidity"), "5|Ä°ü");
+    EXPECT_EQ(value("LastSeenIds"), "<\xfc@x>") << "a mail's own";
+    EXPECT_EQ(Items[1].Get("Name"), "Ω");
+    EXPECT_EQ(MAILACCOUNT::Address(Items[1]).User, "日");
+    EXPECT_EQ(Types[0].Get("Name"), "Übung");
+    EXPECT_EQ(Types[0].Get("Keywords"), "\xdc\x62ung");
+    EXPECT_TRUE(Files->SaveTables(SAVE_ALL));
+    const std::string saved = InData("accounts.ini");
+    EXPECT_NE(saved.find("\r\nName=B\\xc3\\xbcro \\xe2\\x82\\xac\r\n"), std::string::npos) << saved;
+    EXPECT_NE(saved.find("\r\nSource2=={{w7w=}}\r\n"), std::string::npos) << saved;
 }
 
 TEST_F(DataFiles, AUserWithoutMailTypesKeepsNone) {

@@ -29,18 +29,28 @@ TEST(MailAccount, KnowsAMailboxInEveryStoredForm) {
         {5, "hotmail|anna", "anna", "", "", "hotmail|anna", "secret"},
         {ITEMTYPE_MAPI, "mapi|x", "", "", "", "mapi|", ""},
         {7, "a|b", "b", "a", "a", "a|b", "secret"},
+        {ITEMTYPE_POP3, "pop.x|Γιώργος", "Γιώργος", "pop.x", "pop.x", "pop.x|Γιώργος", "パス"},
     };
     for (const auto& c : cases) {
         STRINGARRAY item = Item(c.Type, c.Source);
         const MAILADDRESS address = MAILACCOUNT::Address(item);
         EXPECT_EQ(address, (MAILADDRESS{c.Type, c.User, c.Server})) << c.Source;
         EXPECT_EQ(address.Host(), c.Host) << c.Source;
-        MAILACCOUNT::SetAddress(item, address, "secret");
+        MAILACCOUNT::SetAddress(item, address, *c.Password ? c.Password : "unused");
         EXPECT_EQ(item.Get("Source"), c.Stored) << c.Source;
         EXPECT_EQ(MAILACCOUNT::Address(item), address) << c.Source;
         EXPECT_EQ(MAILACCOUNT::Password(item), c.Password) << c.Source;
         EXPECT_EQ(item.Get("Source2").GetFlags() & STRINGFLAG_BINARY, STRINGFLAG_BINARY) << c.Source;
     }
+}
+
+// As a file in the code page has them, or somebody has written %FC.
+TEST(MailAccount, TakesWhatIsNoUtf8ForTheCodePage) {
+    STRINGARRAY item = Item(ITEMTYPE_IMAP, "");
+    MAILACCOUNT::SetAddress(item, {ITEMTYPE_IMAP, "J\xfcrgen", "imap.x"}, "\x80uro");
+    EXPECT_EQ(MAILACCOUNT::Address(item).User, "Jürgen");
+    EXPECT_EQ(MAILACCOUNT::Password(item), "€uro");
+    EXPECT_EQ(item.Get("Source2").GetFlags() & STRINGFLAG_BINARY, STRINGFLAG_BINARY);
 }
 
 TEST(MailAccount, ReadsItsCountsFromAnyText) {

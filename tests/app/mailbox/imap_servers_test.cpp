@@ -13,7 +13,7 @@ namespace {
 /// The user of each test on a Dovecot.
 class DOVECOTUSER : public DOVECOT {
  public:
-    static constexpr const char* USER = "joe";
+    static constexpr const char* USER = "Γιώργος@日本.example";
     MAILDIR Mailbox(const std::string& folder = "INBOX") const {
         return DOVECOT::Mailbox(USER, folder == "INBOX" ? "" : folder);
     }

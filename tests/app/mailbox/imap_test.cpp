@@ -195,7 +195,7 @@ TEST(ImapGet, GreetingAndNamesOnTheWire) {
         {"hello", "", "", nullptr},
         {"* OK hello", "Joe7", "  p w\"", "LOGIN Joe7 p w\""},
         {"* OK hello", "joe@example.org", "pw", "LOGIN \"joe@example.org\" pw"},
-        {"* OK hello", "\xfc", "pw", "LOGIN \"\\xfc\" pw"},
+        {"* OK hello", "Γιώργος\\日\t", "パスワード ü", "LOGIN \"Γιώργος\\\\日\" \"パスワード ü\""},
         {"* OK hello", "a\" b", "p\r\nIMAPCMD_1 DELETE x\x7f", "LOGIN \"a\\\" b\" pIMAPCMD_1 DELETE x"},
     };
     for (const auto& [greeting, user, password, line] : cases) {
