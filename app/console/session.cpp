@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "app/check/mailrecords.h"
 #include "app/common/displaytext.h"
 #include "app/console/accountlist.h"
 #include "app/console/addaccount.h"
@@ -15,12 +16,14 @@
 #include "app/console/scoremails.h"
 #include "app/console/switches.h"
 #include "app/console/terminal.h"
+#include "app/console/trash.h"
 #include "app/core/commands.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
 #include "app/demo/demo.h"
 #include "app/mailbox/account.h"
 #include "app/mailbox/mailhandling.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
 #include "corelib/base/strings.h"
 #include "corelib/base/trace.h"
@@ -44,6 +47,14 @@ int MarkPoints(const TARNWICK& application) {
     return state.GetNumber("SpamDoMark") ? state.GetNumber("SpamMarkPoints") : 0;
 }
 
+int TableColumns() {
+    return TERMINAL::OutputIsTerminal() ? TERMINAL::Columns() - 1 : PIPE_COLUMNS;
+}
+
+TABLELOOK Look(TARNWICK& application) {
+    return {.Columns = TableColumns(), .MarkPoints = MarkPoints(application)};
+}
+
 /// One run of the program.
 class SESSION {
  public:
@@ -65,12 +76,15 @@ class SESSION {
     }
     void PrintHelp();
     int RunApplication(TARNWICK& application);
+    std::vector<STRING> Values(const char* name) const;
     std::optional<int> ChangeAccounts(TARNWICK& application);
+    std::optional<int> UseTrash(TARNWICK& application);
     int CheckOnce(TARNWICK& application);
     int Watch(TARNWICK& application);
     void StartPostedPrograms(COMMANDS& commands);
     void AnswerAlert(TARNWICK& application, COMMANDS& commands, int command);
     void PrintMails(TARNWICK& application);
+    bool PrintMail(TARNWICK& application, const STRING& number);
 
     CONSOLEFRONTEND FrontEnd;
     VELMORAAPP App;
@@ -95,7 +109,7 @@ int SESSION::Run() {
     if (fault != SWITCHFAULT::None)
         return Refuse(
             Text(fault == SWITCHFAULT::Unknown ? CTEXT_UNKNOWN_SWITCH : CTEXT_SWITCH_VALUE, DISPLAYTEXT::Safe(word)));
-    FrontEnd.SetResultsOnly(App.Arguments().TestArgValue("SCORE", 0) || Has("LIST"));
+    FrontEnd.SetResultsOnly(App.Arguments().TestArgValue("SCORE", 0) || Has("LIST") || Has("TRASH"));
     TERMINAL::OnStop([] { StopAsked = true; });
     if (Has("DEMO")) {
         Demo = std::make_unique<DEMO>();
@@ -124,6 +138,8 @@ void SESSION::PrintHelp() {
 int SESSION::RunApplication(TARNWICK& application) {
     if (const std::optional<int> code = ChangeAccounts(application))
         return *code;
+    if (const std::optional<int> code = UseTrash(application))
+        return *code;
     const STRING mails = App.Arguments().GetArgValue("SCORE", 0);
     if (mails.NotNull()) {
         std::string message;
@@ -147,18 +163,19 @@ int SESSION::RunApplication(TARNWICK& application) {
         suspended = suspended && application.Items[i].GetNumber("UpdateSuspended") != 0;
     if (suspended)
         FrontEnd.PrintError(Text(CTEXT_ALL_SUSPENDED, DISPLAYTEXT::Path(application.DataDir())));
-    return Has("ONCE") ? CheckOnce(application) : Watch(application);
+    return Has("ONCE") || !Values("SHOW").empty() ? CheckOnce(application) : Watch(application);
+}
+
+std::vector<STRING> SESSION::Values(const char* name) const {
+    std::vector<STRING> all;
+    for (int i = 0; App.Arguments().TestArgValue(name, i); ++i)
+        all.push_back(App.Arguments().GetArgValue(name, i));
+    return all;
 }
 
 // Carries out the switches that are about the accounts themselves, until one fails. Without any there is no exit code.
 std::optional<int> SESSION::ChangeAccounts(TARNWICK& application) {
-    const auto values = [this](const char* name) {
-        std::vector<STRING> all;
-        for (int i = 0; App.Arguments().TestArgValue(name, i); ++i)
-            all.push_back(App.Arguments().GetArgValue(name, i));
-        return all;
-    };
-    const std::vector<STRING> added = values("ADD"), removed = values("REMOVE");
+    const std::vector<STRING> added = Values("ADD"), removed = Values("REMOVE");
     if (added.empty() && removed.empty() && !Has("LIST"))
         return std::nullopt;
     int code = EXIT_GOOD;
@@ -179,8 +196,21 @@ std::optional<int> SESSION::ChangeAccounts(TARNWICK& application) {
     return code;
 }
 
+// The same for those about the trash.
+std::optional<int> SESSION::UseTrash(TARNWICK& application) {
+    const std::vector<STRING> restored = Values("RESTORE");
+    if (restored.empty() && !Has("TRASH"))
+        return std::nullopt;
+    int code = EXIT_GOOD;
+    if (!restored.empty())
+        code = RestoreMails(application, FrontEnd, restored, [] { return StopAsked.load(); });
+    if (code == EXIT_GOOD && Has("TRASH"))
+        FrontEnd.PrintRaw(TrashTable(application, TableColumns()));
+    return code;
+}
+
 int SESSION::CheckOnce(TARNWICK& application) {
-    FrontEnd.SetTalkative(true);
+    FrontEnd.SetTalkative(Has("ONCE"));
     // The checks run on this thread: no thread of the cycle is there to be stopped.
     application.Cycle().SetStopQuestion([] { return StopAsked.load(); });
     // One check for each, also for an account that has been forced already because it is new.
@@ -198,6 +228,10 @@ int SESSION::CheckOnce(TARNWICK& application) {
         }
     }
     PrintMails(application);
+    for (const STRING& number : Values("SHOW")) {
+        if (!PrintMail(application, number) && !StopAsked)
+            return Refuse(Text(CTEXT_NO_SUCH_MAIL, DISPLAYTEXT::Safe(number.View())));
+    }
     bool failed = StopAsked;
     for (int i = 0; i < application.Items.Count(); ++i) {
         // A suspended account was not checked; what it shows is of an earlier run.
@@ -254,21 +288,46 @@ void SESSION::AnswerAlert(TARNWICK& application, COMMANDS& commands, int command
     if (command == COMMAND_SHOW_MAIL) {
         const STRINGARRAY mail = notification.AlertMail();
         if (mail.Exists("Body"))
-            FrontEnd.Print("\n" + MailText(mail));
+            FrontEnd.Print("\n" + MailText(mail, App.Texts()));
     } else if (command == COMMAND_SHOW_ITEM) {
-        if (const STRINGARRAY* item = application.FindItem(notification.TakeAlertItem()))
-            FrontEnd.PrintRaw("\n" + MailTable(*item, App.Texts(), TERMINAL::Columns() - 1, MarkPoints(application)));
+        TABLELOOK look = Look(application);
+        if (const int index = application.FindHandle(notification.TakeAlertItem()); index != -1) {
+            for (int i = 0; i < index; ++i)
+                look.FirstNumber += MailCount(application.Items[i]);
+            FrontEnd.PrintRaw("\n" + MailTable(application.Items[index], App.Texts(), look));
+        }
     }
+}
+
+bool SESSION::PrintMail(TARNWICK& application, const STRING& number) {
+    int index = 0;
+    if (!ASCII::ReadNumber(number.View(), index))
+        return false;
+    for (int i = 0; i < application.Items.Count(); ++i) {
+        const STRINGARRAY& item = application.Items[i];
+        const int count = MailCount(item);
+        if (index >= 1 && index <= count) {
+            RECORDARRAY mails(MAILHASH_SLOTS, MAILHASH_SLOTS);
+            BuildMailHash(item.Get("@FileStore"), mails);
+            FrontEnd.PrintRaw("\n" + MailText(mails[index - 1], App.Texts()));
+            return true;
+        }
+        index -= count;
+    }
+    return false;
 }
 
 void SESSION::PrintMails(TARNWICK& application) {
     const bool terminal = TERMINAL::OutputIsTerminal();
-    const int markPoints = MarkPoints(application);
+    TABLELOOK look = Look(application);
+    look.Reasons = Has("REASONS");
     for (int i = 0; i < application.Items.Count(); ++i) {
         const STRINGARRAY& item = application.Items[i];
-        if (Has("INBOX"))
-            FrontEnd.PrintRaw("\n" + MailTable(item, App.Texts(), terminal ? TERMINAL::Columns() - 1 : PIPE_COLUMNS,
-                                               markPoints, Has("REASONS")));
+        if (Has("INBOX")) {
+            FrontEnd.PrintRaw("\n" + MailTable(item, App.Texts(), look));
+            // They go on from one table to the next, so that each names one mail.
+            look.FirstNumber += MailCount(item);
+        }
         if (!Has("LISTING"))
             continue;
         const STRING listing = item.Get("@FileStore");

@@ -22,6 +22,6 @@ file(RENAME installed "a folder")
 execute_process(
     COMMAND ${EMULATOR} "${CMAKE_CURRENT_BINARY_DIR}/a folder/${PROGRAM}" /DEMO /ONCE /INBOX /LANG:GER /WORKDIR:data
     OUTPUT_VARIABLE shown ERROR_VARIABLE shown RESULT_VARIABLE code)
-if(NOT code EQUAL 0 OR NOT shown MATCHES "Betreff" OR NOT shown MATCHES "\n!\\*Replica Store ")
+if(NOT code EQUAL 0 OR NOT shown MATCHES "Betreff" OR NOT shown MATCHES " !\\*Replica Store ")
     message(FATAL_ERROR "ended with ${code} and showed:\n${shown}")
 endif()

@@ -53,27 +53,30 @@ TEST(MailTable, ShowsAMailInEachLine) {
                                        "Date: Tue, 3 Mar 2026 12:05:06 +0000\nX-SpamPoints: 99\n") +
                                   Mail("From: bob@example.org\nSubject: =?ISO-8859-1?Q?Gr=FC=DFe?=\nX-Size: 5\n"
                                        "Date: yesterday\nX-SpamPoints: 100\nSeen: yes\n"));
-    EXPECT_EQ(MailTable(item, FAKETEXTS(), 80, 100),
+    EXPECT_EQ(MailTable(item, FAKETEXTS(), {.Columns = 80, .MarkPoints = 100}),
               "Home - 2 mails\n"
-              "  From             Subject                      Date                Gr\xc3\xb6\xc3\x9f"
+              "     From             Subject                   Date                Gr\xc3\xb6\xc3\x9f"
               "e Points\n"
-              " *Ann              Lunch?                       2026-03-03 12:05     2 KB     99\n"
-              "! bob@example.org  Gr\xc3\xbc\xc3\x9f"
-              "e                                              5 B    100\n"
+              " 1  *Ann              Lunch?                    2026-03-03 12:05     2 KB     99\n"
+              " 2 ! bob@example.org  Gr\xc3\xbc\xc3\x9f"
+              "e                                           5 B    100\n"
               "  * (none)\n  ! (none)\n");
     // Reports, with what a mail has brought into them made harmless.
     const std::string report = "X-SpamReason: Report. Subject: \x1b[2J\f\f    100 * Word 'a'\f\f\f\n";
-    EXPECT_EQ(Lines(MailTable(Item("1 msgs\n" + Mail(report + "From: x\n")), FAKETEXTS(), 80, 0, true)),
-              (std::vector<std::string>{"Home - 2 mails", Lines(MailTable(item, FAKETEXTS(), 80, 0))[1], " *x",
-                                        "Report. Subject: [2J", "", "    100 * Word 'a'", "", "  * (none)"}));
+    EXPECT_EQ(Lines(MailTable(Item("1 msgs\n" + Mail(report + "From: x\n")), FAKETEXTS(),
+                              {.Columns = 80, .MarkPoints = 0, .Reasons = true})),
+              (std::vector<std::string>{"Home - 2 mails",
+                                        Lines(MailTable(item, FAKETEXTS(), {.Columns = 80, .MarkPoints = 0}))[1],
+                                        " 1  *x", "Report. Subject: [2J", "", "    100 * Word 'a'", "", "  * (none)"}));
     // Marking is off.
-    EXPECT_EQ(Lines(MailTable(item, FAKETEXTS(), 80, 0))[3].substr(0, 3), "  b");
+    EXPECT_EQ(Lines(MailTable(item, FAKETEXTS(), {.Columns = 80, .MarkPoints = 0}))[3].substr(0, 6), " 2   b");
 }
 
 TEST(MailTable, TellsAnEmptyMailbox) {
-    EXPECT_EQ(MailTable(Item("0 msgs|0 ?unread|0 bytes\n"), FAKETEXTS(), 80, 100), "Home - 2 mails\n  (none)\n");
+    EXPECT_EQ(MailTable(Item("0 msgs|0 ?unread|0 bytes\n"), FAKETEXTS(), {.Columns = 80, .MarkPoints = 100}),
+              "Home - 2 mails\n  (none)\n");
     // One that could not be read may have mails.
-    EXPECT_EQ(MailTable(Item(""), FAKETEXTS(), 80, 100), "Home - 2 mails\n");
+    EXPECT_EQ(MailTable(Item(""), FAKETEXTS(), {.Columns = 80, .MarkPoints = 100}), "Home - 2 mails\n");
 }
 
 TEST(MailTable, FitsTheTerminalWhateverTheMailSays) {
@@ -88,7 +91,8 @@ TEST(MailTable, FitsTheTerminalWhateverTheMailSays) {
                                        "2J\nSubject: a\x1b]0;x\x07\rb\x7f\nDate: \x1b\nX-SpamPoints: \x1b[1m\n") +
                                   Mail("Subject: =?UTF-8?B?GzJKwps=?=\n"));
     for (int columns : {40, 63, 64, 80, 200}) {
-        const std::vector<std::string> lines = Lines(MailTable(item, FAKETEXTS(), columns, 100));
+        const std::vector<std::string> lines =
+            Lines(MailTable(item, FAKETEXTS(), {.Columns = columns, .MarkPoints = 100}));
         ASSERT_EQ(lines.size(), 6U);
         for (size_t i = 1; i < lines.size(); ++i) {
             EXPECT_LE(DISPLAYTEXT::Width(lines[i]), columns) << lines[i];
@@ -105,11 +109,11 @@ TEST(MailTable, FitsTheTerminalWhateverTheMailSays) {
 
 TEST(MailTable, LeavesOutTheLineThatEndsAMailOfPop3) {
     const std::pair<const char*, const char*> BODIES[] = {
-        {"text\n.\n", "text\n"}, {".\n", ""}, {"text\na.\n", "text\na.\n"}, {"a\n\n..\n.\n", "a\n\n.\n"}};
+        {"text\n.\n", "text\n"}, {"..\n.\n", ".\n"}, {"text\na.\n", "text\na.\n"}, {"a\n\n..\n.\n", "a\n\n.\n"}};
     for (const auto& [body, shown] : BODIES) {
         STRINGARRAY mail = EmptyMail();
         mail.Set("Body", body);
-        EXPECT_EQ(MailText(mail), " -> \n\n\n\n" + std::string(shown));
+        EXPECT_EQ(MailText(mail, FAKETEXTS()), " -> \n\n\n\n" + std::string(shown));
     }
 }
 
@@ -127,13 +131,14 @@ TEST(MailTable, ShowsEveryMailInItsOwnLetters) {
     for (const auto& [word, shown] : WORDS) {
         const std::string header = std::string("From: ") + word + " <a@x>\nTo: " + word + "\nSubject: " + word + "\n";
         const STRINGARRAY item = Item("1 msgs|1 unread|9 bytes\n" + Mail(header));
-        const std::string row = Lines(MailTable(item, FAKETEXTS(), 80, 0))[2];
+        const std::string row = Lines(MailTable(item, FAKETEXTS(), {.Columns = 80, .MarkPoints = 0}))[2];
         const size_t sender = row.find(shown);
-        EXPECT_TRUE(sender == 2 && row.find(shown, sender + 1) != row.npos) << row;
+        EXPECT_TRUE(sender == 5 && row.find(shown, sender + 1) != row.npos) << row;
         STRINGARRAY mail = EmptyMail();
         mail.Set("Header", header.c_str());
         const std::string name = shown;
         EXPECT_EQ(MailLine(mail, "", 0), "    " + name + ": " + name);
-        EXPECT_TRUE(MailText(mail).starts_with(name + " -> " + name + "\n" + name + "\n")) << MailText(mail);
+        EXPECT_TRUE(MailText(mail, FAKETEXTS()).starts_with(name + " -> " + name + "\n" + name + "\n"))
+            << MailText(mail, FAKETEXTS());
     }
 }

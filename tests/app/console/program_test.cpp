@@ -8,6 +8,7 @@
 #include "corelib/base/recordarray.h"
 #include "corelib/net/sockets.h"
 #include "tests/app/console/programrun.h"
+#include "tests/servers/scriptedserver.h"
 
 namespace {
 
@@ -58,10 +59,14 @@ TEST(Program, ShowsTheDemo) {
     // Nothing of the progress of a check where there is no terminal.
     EXPECT_FALSE(Contains(first.Out, "Reading")) << first.Out;
     // Its spam is marked, and only that; the report of a mail is there for whoever asks.
-    EXPECT_TRUE(Contains(first.Out, "\n!*Best Meds Direct")) << first.Out;
-    EXPECT_TRUE(Contains(first.Out, "\n *Bike Works")) << first.Out;
+    EXPECT_TRUE(Contains(first.Out, " !*Best Meds Direct")) << first.Out;
+    EXPECT_TRUE(Contains(first.Out, "  *Bike Works")) << first.Out;
     EXPECT_TRUE(Contains(first.Out, "\n  * unread, or not told by the server\n  ! spam: 100 points and more\n"))
         << first.Out;
+    // The numbers go on from one mailbox to the next.
+    const std::string number = first.Out.substr(first.Out.rfind("  *Jürgen Weiß") - 2, 2);
+    const auto mail = program.Run({"/DEMO", "/SHOW:" + number});
+    EXPECT_TRUE(Contains(mail.Out, "\nJürgen Weiß -> ")) << number << mail.Out;
     // What was seen is known to the next run, though its server has another port.
     const auto second = program.Run({"-demo", "-once"});
     EXPECT_EQ(second.Code, EXIT_GOOD);
@@ -132,6 +137,15 @@ TEST(Program, AddsAnAccountAndChecksIt) {
     EXPECT_EQ(once.Out, "joe@example.org: 1 mail (1 new)\n    Ann: first (75 B)\n");
     once = program.Run({"/ONCE"});
     EXPECT_EQ(once.Out, "joe@example.org: 1 mail, nothing new\n");
+    const auto shown = program.Run({"/SHOW:1"});
+    EXPECT_EQ(shown.Code, EXIT_GOOD) << shown.Err;
+    EXPECT_EQ(shown.Out, "\nAnn -> \nfirst\n\n\ntext\n");
+    for (const char* number : {"0", "2", "x"}) {
+        const auto unknown = program.Run({std::string("/SHOW:") + number});
+        EXPECT_EQ(unknown.Code, EXIT_NO_START);
+        EXPECT_EQ(unknown.Err, std::string("tarnwickc: there is no mail '") + number +
+                                   "'. /ONCE /INBOX shows them with their numbers.\n");
+    }
 
     // A sender and a subject that try to write to the terminal, and a listing that keeps them as they are.
     account.Deliver("\x1b[2Jcl\xfc\xc2\x9b", "\x1b]0;x\x07");
@@ -283,6 +297,32 @@ TEST(Program, TellsWhatGoesToTheTrash) {
         << once.Out;
     EXPECT_FALSE(Contains(once.Out, "! spam")) << "none is left: " << once.Out;
     EXPECT_EQ(account.Store.Mails().size(), 1U);
+
+    const auto listed = program.Run({"/TRASH"});
+    EXPECT_TRUE(listed.Out.starts_with("Tarnwick - 1 mails in the trashcan\n")) << listed.Out;
+    EXPECT_TRUE(Contains(listed.Out, "\n100000000   Bad                      [1mWin ") &&
+                listed.Out.ends_with("  225\n"))
+        << listed.Out;
+    const auto none = program.Run({"/RESTORE:100000000", "/RESTORE:1"});
+    EXPECT_EQ(none.Code, EXIT_NO_START);
+    EXPECT_EQ(none.Err, "tarnwickc: there is no copy '1' in the trash. /TRASH lists them.\n");
+    // Nobody is named who could send it.
+    const auto unsent = program.Run({"/RESTORE:100000000"});
+    EXPECT_EQ(unsent.Code, EXIT_CHECK_FAILED);
+    EXPECT_TRUE(unsent.Err.starts_with("The mail could not be sent on. Host not found\n") &&
+                Contains(unsent.Err, "SpamSmtp"))
+        << unsent.Err;
+    SCRIPTEDSERVER server({PLAY::Send("220 x\r\n250 x\r\n250 x\r\n250 x\r\n354 x\r\n250 x\r\n221 x\r\n")});
+    ASSERT_TRUE(settings.Load((program.DataDir() || "\\tarnwick.ini").Text()));
+    settings.Set("SpamSmtp", server.HostPort().c_str());
+    settings.Set("SpamSmtpTo", "me@home.example");
+    ASSERT_TRUE(settings.Save((program.DataDir() || "\\tarnwick.ini").Text()));
+    const auto sent = program.Run({"/RESTORE:100000000"});
+    EXPECT_EQ(sent.Code, EXIT_GOOD) << sent.Err;
+    EXPECT_EQ(sent.Out, "The mail has been sent on to me@home.example.\n");
+    server.Wait(0);
+    EXPECT_TRUE(Contains(server.Transcript(), "\r\nSubject: [Tarnwick] \x1b[1mWin\r\n")) << server.Transcript();
+    EXPECT_EQ(program.Run({"/TRASH"}).Out, listed.Out) << "the copy stays";
 }
 
 // However it was stored: by the dialog, or by this switch in earlier versions.
@@ -406,7 +446,7 @@ TEST(Program, WatchesUntilItIsToldToEnd) {
         EXPECT_EQ(watched.Err, "");
         EXPECT_TRUE(Contains(watched.Out, "\nEnding and saving ...\n")) << watched.Out;
         // The table comes at the end, of the state that was saved.
-        EXPECT_TRUE(Contains(watched.Out, std::string("\n *Ann                      ") + signal)) << watched.Out;
+        EXPECT_TRUE(Contains(watched.Out, std::string("  *Ann                      ") + signal)) << watched.Out;
     }
     EXPECT_EQ(program.Run({"/ONCE"}).Out, "joe@example.org: 4 mails, nothing new\n");
     EXPECT_TRUE(Eventually([&] { return CountLines(ReadBytes(program.File("log"))) == 4; }));
