@@ -35,7 +35,7 @@ struct KIND {
 };
 constexpr KIND KINDS[] = {
     {"Demo (POP3)", ITEMTYPE_POP3, Serve<POP3SERVICE>, 1, 0},
-    {"Demo (IMAP)", ITEMTYPE_IMAP, Serve<IMAPSERVICE>, 3, 9},
+    {"Demo (IMAP)", ITEMTYPE_IMAP, Serve<IMAPSERVICE>, 3, 12},
     {"Demo (web mail)", ITEMTYPE_HOTMAIL, Serve<WEBMAILSERVICE>, 5, 6},
 };
 

@@ -8,13 +8,17 @@
 
 namespace {
 
+constexpr const char* TEXT_TYPE = "Content-Type: text/plain; charset=utf-8\nContent-Transfer-Encoding: 8bit\n\n";
+
 struct SAMPLE {
     const char* From;
     const char* Subject;  // as it stands in the header, encoded words and all
     int64_t AgeMinutes;
-    const char* Body;            // UTF-8, lines end in "\n"
+    const char* Body;            // as the type says, UTF-8 if there is none; lines end in "\n"
     const char* File = nullptr;  // name of what is attached
     int64_t FileKb = 0;
+    const char* Type = TEXT_TYPE;  // ends the header
+    int Relays = 0;                // lines of its header that tell its way
 };
 
 constexpr const char* OWNER = "Alex Demo <alex@example.org>";
@@ -119,24 +123,62 @@ constexpr SAMPLE SAMPLES[] = {
      "verify your account and increase your quota: http://mailbox-quota.example\n"},
     {"Sven Aalto <sven.aalto@example.org>", "Keys", 2160,
      "The keys to the hall are with the caretaker until Monday.\n\nSven\n"},
+    {"=?UTF-8?B?zp3Or866zr/PgiDOoM6xz4DPgM6sz4I=?= <nikos@example.org>",
+     "=?UTF-8?B?zprOsc67zr/Ous6xzq/Pgc4=?=\n =?UTF-8?B?uSDPg8+Ezrcgzp3OrM6+zr8=?=", 2050,
+     "Γεια σου Άλεξ,\n\nτο σπίτι στη Νάξο είναι ελεύθερο τον Ιούλιο. Θα έρθετε;\n\nΝίκος\n"},
     {"Work From Home <jobs3381@income.example>", "Earn $5000 a week from home", 1900,
      "No experience needed! Earn 5000 dollars a week from home with our proven system.\nLimited places. Act now!\n"
      "http://income.example/join\n"},
     {"Harbour Library <notices@library.example.org>", "A book that you reserved has come in", 1500,
      "Dear reader,\n\n\"The Lighthouse Keepers\" is waiting for you at the desk until Saturday.\n"},
+    {"=?KOI8-R?Q?=EF=CC=D8=C7=C1_=F7=C5=D4=D2=CF=D7=C1?= <olga@example.com>",
+     "=?KOI8-R?Q?=E2=C9=CC=C5=D4=D9_=D7_=D4=C5=C1=D4=D2?=", 1320,
+     "8NLJ18XULCDhzMXL0yEKCvEg19rRzMEg1NLJIMLJzMXUwSDOwSDT1cLCz9TVLCDOwd7BzM8g1yDT\nxc3YLgr309TSxdTJzdPRINUg18jPxME/"
+     "CgrvzNjHwQo=\n",
+     nullptr, 0, "Content-Type: text/plain; charset=koi8-r\nContent-Transfer-Encoding: base64\n\n"},
     {"Blue Kettle Coffee <news@bluekettle.example>", "A new roast, and a short farewell", 1200,
      "The winter roast leaves, the spring roast arrives: lighter, with a little apricot.\n\nYou get this letter "
      "because you "
      "asked for it in our shop.\n",
      "roast.jpg", 33},
+    {"=?ISO-2022-JP?B?GyRCOjRGIzJWO1IbKEI=?= <hanako@example.net>",
+     "=?ISO-2022-JP?B?GyRCNX5FVCROPEw/PyRyGyhC?=\n =?ISO-2022-JP?B?GyRCQXckaiReJDkbKEI=?=", 1020,
+     "\033$B%\"%l%C%/%9$5$s!\"$3$s$K$A$O!#\033(B\n\n\033$B:y$N<L\?\?$rMh=5Aw$j$^$9!#\033(B\n\033$B$^$\?F|K\\$KMh$F$/"
+     "$@$5$$$M!#\033(B\n\n\033$B2V;R\033(B\n",
+     nullptr, 0, "Content-Type: text/plain; charset=iso-2022-jp\nContent-Transfer-Encoding: 7bit\n\n"},
+    {"Café Kranich <cafe@kranich.example>",
+     "=?UTF-8?Q?Fr=C3?=\n =?UTF-8?Q?=BChlingsfest_im_Caf=C3=A9_Gr=C3=B6=C3=9Fenwahn?=", 960,
+     "--alternative\nContent-Type: text/plain; charset=utf-8\nContent-Transfer-Encoding: quoted-printable\n\nLiebe "
+     "G=C3=A4ste,\n\nam Samstag feiern wir den Fr=C3=BChling: Kuchen, Musik und die ersten =\nTische "
+     "drau=C3=9Fen.\n\nIhr Caf=C3=A9 Kranich\n--alternative\nContent-Type: text/html; "
+     "charset=utf-8\nContent-Transfer-Encoding: quoted-printable\n\n<html><body><p>Liebe G=C3=A4ste,</p><p>am "
+     "<b>Samstag</b> feiern wir den Fr=C3=BChling:</p>\n<ul><li>Kuchen</li><li>Musik</li><li>die ersten Tische "
+     "drau=C3=9Fen</li></ul>\n<p>Ihr Caf=C3=A9 Kranich</p></body></html>\n--alternative--\n",
+     nullptr, 0, "Content-Type: multipart/alternative; boundary=\"alternative\"\n\n"},
     {"Marta Lind <marta.lind@example.net>", "Re: Birthday on Saturday", 900,
      "Yes, of course you can bring him!\n\nMarta\n"},
+    {"=?GB2312?B?wO7D9w==?= <liming@example.com>", "=?GB2312?B?1tzEqdK7xvC6yLLowvCjvw==?=", 720,
+     "xOO6w6OsCgrQx8bazOzPws7nyP2149TawM+y6LndvPujrLrDwvCjvwoKwO7D9wo=\n", nullptr, 0,
+     "Content-Type: text/plain; charset=gb2312\nContent-Transfer-Encoding: base64\n\n"},
     {"Chess Circle <list@chess.example.org>", "[chess] Results of round 5", 600,
      "Aalto - Demo 0:1\nOkafor - Lind 1/2\n\nWell played, Alex.\n"},
+    {"דנה לוי <dana@example.net>", "המתכון שביקשת", 500,
+     "שלום אלכס,\n\nשלוש ביצים, כוס סוכר, שתי כוסות קמח. לאפות חצי שעה.\n\nדנה\n"},
     {"Steuerhilfe <rueckzahlung@finanz-portal.example>", "=?ISO-8859-1?Q?Steuerr=FCckzahlung_von_428,70_EUR?=", 420,
      "Sehr geehrte Damen und Herren,\n\nSie haben Anspruch auf eine Rückzahlung von 428,70 EUR. Bestätigen Sie Ihre "
      "Kontodaten:\nhttp://finanz-portal.example/erstattung\n"},
     {"Tom Okafor <tom@example.net>", "Sunday it is", 95, "Forecast is fine. Eight o'clock at the bridge?\n\nTom\n"},
+    {"Riverside Cinema <programme@cinema.example>", "This week at the Riverside", 60,
+     "<html><head><title>Programme</title><style>td { padding: 4px }</style></head>\n<body><h2>This week at the "
+     "Riverside</h2>\n<table>\n<tr><td>Thu</td><td>20:00</td><td>Les Enfants de "
+     "l=27=E9t=E9</td></tr>\n<tr><td>Fri</td><td>18:30</td><td>The Ferryman&rsquo;s "
+     "Song</td></tr>\n<tr><td>Sat</td><td>21:15</td><td>Night Train to Z=FCrich</td></tr>\n</table>\n<p>Tickets from "
+     "6&nbsp;&euro;, <a href=3D\"http://cinema.example/\">at the desk</a>.</p></body></html>\n",
+     nullptr, 0, "Content-Type: text/html; charset=iso-8859-1\nContent-Transfer-Encoding: quoted-printable\n\n"},
+    {"\"Okafor, Tom (mountain\n guides' office)\" <tom@example.net>",
+     "Route description for Sunday, with the detour over the old\n bridge and the times of the last bus", 40,
+     "Start at the bridge, follow the river for 4 km, then left at the chapel.\nThe last bus leaves at 18:40.\n\nTom\n",
+     nullptr, 0, TEXT_TYPE, 12},
     {"Ines Duarte <ines@example.com>", "Umbrella found!", 25, "It was on my own coat hook. Sorry, everyone.\n\nInes\n"},
 };
 
@@ -202,14 +244,24 @@ std::string FileContent(int64_t kilobytes) {
     return content;
 }
 
-constexpr const char* TEXT_TYPE = "Content-Type: text/plain; charset=utf-8\nContent-Transfer-Encoding: 8bit\n\n";
+// What the relays on its way have put on top of a mail, folded as they like.
+std::string Way(int relays, const STRING& date) {
+    STRING lines("");
+    for (int i = relays; i > 0; --i)
+        lines.AppendFormat(
+            "Received: from relay%d.mail.example (relay%d.mail.example [192.0.2.%d])\n\tby relay%d.mail.example with "
+            "ESMTP id %06X\n        for <alex@example.org>; %s\n",
+            i, i, i, i + 1, 0x37A81F / i, date.Text());
+    return std::string(lines.View());
+}
 
 std::string Compose(const SAMPLE& sample, const char* idPrefix, int number, int64_t now) {
     STRING header;
     header.Format("From: %s\nTo: %s\nSubject: %s\nDate: %s\nMessage-Id: <%s-%d@demo.example>\nMIME-Version: 1.0\n",
                   sample.From, OWNER, sample.Subject, HeaderDate(now - 60 * sample.AgeMinutes).Text(), idPrefix,
                   number);
-    std::string text(header.View());
+    std::string text = Way(sample.Relays, HeaderDate(now - 60 * sample.AgeMinutes));
+    text.append(header.View());
     if (sample.File) {
         const bool pdf = std::string_view(sample.File).ends_with(".pdf");
         text.append("Content-Type: multipart/mixed; boundary=part\n\n--part\n").append(TEXT_TYPE).append(sample.Body);
@@ -217,7 +269,7 @@ std::string Compose(const SAMPLE& sample, const char* idPrefix, int number, int6
         text.append("; name=").append(sample.File).append("\nContent-Transfer-Encoding: base64\n\n");
         text.append(FileContent(sample.FileKb)).append("--part--\n");
     } else {
-        text.append(TEXT_TYPE).append(sample.Body);
+        text.append(sample.Type).append(sample.Body);
     }
     std::string result;
     for (char c : text) {
