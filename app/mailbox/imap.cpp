@@ -344,7 +344,9 @@ bool ImapMove(const MAILBOXCALL& call, const STRING& ids, const STRING& folder, 
 
 bool ImapDispose(BASEIO& device, const MAILBOXCALL& call, const STRING& ids, const STRING* folder, STRING& error) {
     const STRING source = ReadFolderName(call.Item);
-    if (folder && (source == *folder || (IsInbox(source) && IsInbox(*folder)))) {
+    // One folder may be told in several ways.
+    const auto onTheWire = [](const STRING& name) { return IMAPCONVERSATION::FolderName(name); };
+    if (folder && (onTheWire(source) == onTheWire(*folder) || (IsInbox(source) && IsInbox(*folder)))) {
         Trace("TARNWICK::ImapDispose the mails are in %s\n", folder->Text());
         error = "OK";
         return true;

@@ -9,7 +9,9 @@
 #include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
+#include "corelib/base/codepage.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/utf8.h"
 #include "corelib/net/tcpline.h"
 
 // No header of the program shows it: the tests alone write there (tests/support/times.h).
@@ -62,6 +64,38 @@ STRING LoginName(const STRING& user) {
 STRING LoginPassword(const STRING& password) {
     const STRING plain = Printable(password);
     return HasOtherLetters(plain) ? Quoted(plain.View(), "\"\\") : plain;
+}
+
+// A folder's name as servers have it (RFC 3501, 5.1.3). A name of ASCII alone stands as the user has given it, which
+// may be this form already.
+STRING ModifiedUtf7(const STRING& name) {
+    if (!HasOtherLetters(name))
+        return name;
+    const STRING utf8 = CODEPAGE::ToUtf8(name);
+    std::string result;
+    for (std::string_view rest = utf8.View(); !rest.empty();) {
+        STRING units("");  // of UTF-16, up to the next byte of ASCII
+        const auto put = [&units](char32_t unit) {
+            const char bytes[] = {static_cast<char>(unit >> 8U), static_cast<char>(unit)};
+            units.AppendBytes(bytes, 2);
+        };
+        while (!rest.empty() && (rest.front() & 0x80) != 0) {
+            const char32_t c = UTF8::Take(rest);
+            if (c >= 0x10000)
+                put(0xd800 + ((c - 0x10000) >> 10U));
+            put(c >= 0x10000 ? 0xdc00 + (c & 0x3ffU) : c);
+        }
+        if (units.Length() > 0) {
+            STRING coded = units.ToBase64();
+            coded.Replace("/", ",");
+            coded.Strip('R', "=");
+            result.append("&").append(coded.View()).append("-");
+        } else {
+            result += rest.front() == '&' ? "&-" : rest.substr(0, 1);
+            rest.remove_prefix(1);
+        }
+    }
+    return STRING(std::string_view(result));
 }
 
 // True for a text that stands in quotes already: so names with blanks had to be given once.
@@ -196,7 +230,7 @@ bool IMAPCONVERSATION::Select(const STRING& name, FOLDER& folder) {
 }
 
 STRING IMAPCONVERSATION::FolderName(const STRING& name) {
-    STRING plain = Printable(name);
+    const STRING plain = ModifiedUtf7(Printable(name));
     const auto ordinary = [](char c) { return c > ' ' && !strchr("(){%*\"\\", c); };
     if (IsQuoted(plain.View()) || (plain.Length() > 0 && std::ranges::all_of(plain.View(), ordinary)))
         return plain;

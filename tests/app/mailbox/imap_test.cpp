@@ -219,6 +219,8 @@ TEST(ImapGet, FoldersOnTheWireAndUnderWhatTheirUidsAreValid) {
         {"", "INBOX", "* 0 EXISTS\r\n* OK [UIDVALIDITY 4294967296]\r\n* OK UIDVALIDITY 3\r\n" + DONE, ""},
         {"[x].&AOQ-/a", "[x].&AOQ-/a", validity, "4294967295|[x].&AOQ-/a"},
         {"my spam", "\"my spam\"", validity, "4294967295|my spam"},
+        {"Entwürfe/日本語 & 😀ÿ", "\"Entw&APw-rfe/&ZeVnLIqe- &- &2D3eAAD,-\"", validity,
+         "4294967295|Entwürfe/日本語 & 😀ÿ"},
         {"\"my spam\"", "\"my spam\"", validity, "4294967295|\"my spam\""},
         {"\"a\" b\"", "\"\\\"a\\\" b\\\"\"", validity, "4294967295|\"a\" b\""},
         {"a{9}\r\nx DELETE y\\", "\"a{9}x DELETE y\\\\\"", "$NO\r\n", nullptr},
@@ -372,13 +374,16 @@ TEST(ImapDisposal, ManyAreExpungedInSeveralCommands) {
 }
 
 TEST(ImapDisposal, MailsInTheirFolderStayThere) {
-    for (const char* folder : {"", "Inbox", "spam"}) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "INBOX"}, {"Inbox", "Inbox"}, {"spam", "spam"}, {"Entwürfe", "Entw&APw-rfe"}};
+    for (const auto& [folder, target] : cases) {
         RECORDINGROW row;
         row.Item.Set("DoAltFolder", *folder ? "1" : "0");
         row.Item.Set("AltFolder", folder);
         STRING error;
-        EXPECT_TRUE(ImapMove(row.Call(STRING("127.0.0.1:") || std::to_string(ClosedPort()).c_str()), "1",
-                             *folder ? folder : "INBOX", error));
+        EXPECT_TRUE(
+            ImapMove(row.Call(STRING("127.0.0.1:") || std::to_string(ClosedPort()).c_str()), "1", target, error))
+            << folder;
     }
 }
 
