@@ -1,8 +1,7 @@
 #include "app/console/consoletexts.h"
 
-#include <cstdlib>
-
 #include "app/common/displaytext.h"
+#include "corelib/system/osys.h"
 
 std::string ConsoleText(const TEXTS& texts, int id, const std::string& value) {
     std::string text(texts.Get(id).View());
@@ -12,6 +11,6 @@ std::string ConsoleText(const TEXTS& texts, int id, const std::string& value) {
 }
 
 std::string CommandName() {
-    const char* name = std::getenv("TARNWICK_COMMAND");
-    return name && *name ? DISPLAYTEXT::Safe(name) : "tarnwickc";
+    const STRING name = OSYS::Environment("TARNWICK_COMMAND");
+    return name.Length() > 0 ? DISPLAYTEXT::Safe(name.View()) : "tarnwickc";
 }

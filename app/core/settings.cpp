@@ -6,7 +6,7 @@ namespace {
 
 // Of the others the lists of the filter stay bytes, as they are held against those of mails, and paths are what the
 // system knows the files by.
-constexpr const char* TEXT_SETTINGS[] = {"EntryToMonitor", "PopupMailDetails", "EmailWindowTitle"};
+constexpr const char* TEXT_SETTINGS[] = {"EntryToMonitor", "HttpProxy", "PopupMailDetails", "EmailWindowTitle"};
 
 }  // namespace
 

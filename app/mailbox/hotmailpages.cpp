@@ -14,7 +14,9 @@ constexpr size_t NONE = std::string_view::npos;
 
 constexpr const char* HOME_TITLES[] = {"title>Home<", "title>Hotmail Home<", "title>Hotmail Startseite<",
                                        "title>Hotmail Accueil"};
-constexpr const char* INBOX_LINKS[] = {">Inbox</", ">Posteingang</", ">Bo\356te de r\351ception</"};
+// The French one as the service writes it, and in UTF-8.
+constexpr const char* INBOX_LINKS[] = {">Inbox</", ">Posteingang</", ">Bo\356te de r\351ception</",
+                                       ">Boîte de réception</"};
 constexpr const char* HEAD_WORDS[] = {"Subject", "Betreff", "Objet"};
 
 // What stands after `mark` up to any of the bytes; false without the mark.

@@ -4,8 +4,8 @@
 
 #include "corelib/base/strings.h"
 
-/// How to read the web-mail service's pages, in their German, French and English editions. Texts are bytes of Windows
-/// code page 1252. Everything is linear in the page's size, whatever the page is like.
+/// How to read the web-mail service's pages, in their German, French and English editions. Texts stay bytes of the
+/// page's charset, code page 1252 as a rule. Everything is linear in the page's size, whatever the page is like.
 namespace HOTMAILPAGES {
 
 /// Makes blanks of the bytes 0 and 1, of which the one would end a text and the other a mail.

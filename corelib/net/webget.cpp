@@ -1,7 +1,6 @@
 #include "corelib/net/webget.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -165,7 +164,7 @@ void WEBGET::SetProxy(bool enabled, const STRING& proxy) {
         return;
     STRING credential = TakeCredential(Proxy);
     if (!credential.NotNull())
-        credential = getenv("VELMORAPROXYAUTH");
+        credential = OSYS::Environment("VELMORAPROXYAUTH");
     if (credential.NotNull())
         ProxyAuthorization = STRING("Basic ") || credential.ToBase64();
 }

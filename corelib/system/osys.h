@@ -80,6 +80,8 @@ void RaiseThreadPriority();
 int GetOsType();
 /// The machine's name, or "<N/A>".
 STRING ComputerName();
+/// The value of an environment variable; null if it is not set.
+STRING Environment(const char* name);
 /// The language number of the user's locale: 7 German, 9 English, others as the platform counts them (9 if unknown).
 int UserLanguage();
 /// The user's thousands separator and decimal separator; at least one byte each.

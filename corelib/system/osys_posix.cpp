@@ -27,9 +27,10 @@ STRING Native(const char* path) {
     return FILES::NativePath(path);
 }
 
+// Null for one that is empty, too.
 STRING Variable(const char* name) {
-    const char* value = getenv(name);
-    return value && *value ? STRING(value) : STRING();
+    STRING value = OSYS::Environment(name);
+    return value.Length() > 0 ? value : STRING();
 }
 
 // A separator of numbers in the user's locale, without touching the process's own.
@@ -189,6 +190,10 @@ void RaiseThreadPriority() {
 
 int GetOsType() {
     return 0;
+}
+
+STRING Environment(const char* name) {
+    return getenv(name);
 }
 
 STRING ComputerName() {

@@ -146,6 +146,13 @@ int GetOsType() {
     return (version & 0xFF) == 5 ? 2 : 1;
 }
 
+STRING Environment(const char* name) {
+    const std::wstring wide = WidePath(name);
+    const std::wstring value = GrownText(
+        [&wide](wchar_t* room, unsigned long size) { return GetEnvironmentVariableW(wide.c_str(), room, size); });
+    return value.empty() ? STRING() : FromWide(value);
+}
+
 STRING ComputerName() {
     wchar_t name[256];
     DWORD length = std::size(name);

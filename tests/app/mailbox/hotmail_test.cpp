@@ -69,7 +69,7 @@ class WebMail : public testing::Test {
     STRING Get() {
         STRINGARRAY item;
         const PROGRESS progress = Row.Progress();
-        const MAILBOXCALL call{item, progress, Settings, StopAsked, "", "joe", "p&w"};
+        const MAILBOXCALL call{item, progress, Settings, StopAsked, "", "jörg", "p&w日"};
         STRING result = "from before";
         const bool good = HotmailHandler.Get(call, result);
         EXPECT_EQ(good, !result.View().starts_with("-ERR ")) << Std(result);
@@ -148,7 +148,8 @@ TEST_F(WebMail, RowsOfTheTable) {
 
 TEST_F(WebMail, FailuresKeepTheirWords) {
     const std::string refresh = "HTTP/1.0 200 OK\r\n\r\n<meta http-equiv=refresh content=\"0;url=go\">\r\n";
-    const std::string home = "HTTP/1.0 200 OK\r\n\r\n<title>Home<\r\n<a href=\"http://w.example/in\">Inbox</a>\r\n";
+    const std::string home =
+        "HTTP/1.0 200 OK\r\n\r\n<title>Hotmail Accueil<\r\n<a href=\"http://w.example/in\">Boîte de réception</a>\r\n";
     const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{"HTTP/1.0 404 Not Found\r\n\r\n"}, "-ERR 404 Not Found"},
         {{"nothing\r\n"}, "-ERR HTTP-Error 999"},
@@ -163,7 +164,7 @@ TEST_F(WebMail, FailuresKeepTheirWords) {
         EXPECT_EQ(Get(), result);
         ASSERT_TRUE(Server->Wait(static_cast<int>(answers.size())));
         EXPECT_EQ(Sent("GET ").front(),
-                  "GET http://login.webmail.example/cgi-bin/dologin?login=joe&passwd=p&w&frames=no&curmbox=ACTIVE "
+                  "GET http://login.webmail.example/cgi-bin/dologin?login=jörg&passwd=p&w日&frames=no&curmbox=ACTIVE "
                   "HTTP/1.0");
         if (answers.size() > 1) {
             EXPECT_EQ(Sent("GET ")[1], "GET http://login.webmail.example/cgi-bin/go HTTP/1.0");
