@@ -1,0 +1,98 @@
+// What a person does with mails, on real servers: they read them, throw them away, and send one on to themselves.
+
+#include "app/inbox/inboxmails.h"
+#include "app/inbox/mailview.h"
+#include "app/inbox/trashmails.h"
+#include "app/mailbox/account.h"
+#include "app/mailbox/imap.h"
+#include "tests/app/inbox/inboxtest.h"
+#include "tests/servers/mailserver.h"
+#include "tests/support/times.h"
+
+namespace {
+
+std::string Mail(int number, const char* more = "") {
+    const std::string n = std::to_string(number);
+    return "From: Sender <s" + n + "@sender.example>\nTo: joe@home.example\nMessage-Id: <" + n +
+           "@sender.example>\nDate: Wed, 4 Mar 2026 05:06:07 +0000\n" + more + "\nText " + n + "\n";
+}
+
+constexpr const char* SPLIT =
+    "Subject: =?UTF-8?Q?Gr=C3?=\n =?UTF-8?Q?=BC=C3=9Fe?=\nMIME-Version: 1.0\n"
+    "Content-Type: text/plain; charset=utf-8\nContent-Transfer-Encoding: quoted-printable\n";
+
+class InboxOnServers : public INBOXTEST {
+ protected:
+    InboxOnServers() {
+        SHRINKABLE::ImapTimes.PauseMs = 0;
+        Application.pState.Set("InboxDeleteToTrash", "1");
+        Application.pState.Set("SpamDoDomain", "0");
+        Application.pState.Set("EmailDoPopup", "0");  // a check would wait for it
+    }
+    ~InboxOnServers() override { SHRINKABLE::ImapTimes = {}; }
+    /// The rows of the item after a check of that mailbox.
+    void Check(int type, const char* user, const STRING& server) {
+        MAILACCOUNT::SetAddress(Item(), {type, user, server}, "secret");
+        CHECKCYCLE::ForceRefresh(Item(), false);
+        Application.Cycle().UpdateItem(Item());
+        EXPECT_FALSE(MAILACCOUNT::Counts(Item()).Failed) << Std(Item().Get("LastValue"));
+        Rows.Show(Handle());
+    }
+    int Find(const std::string& row) const {
+        for (int i = 0; i < Rows.Count(); ++i)
+            if (Rows.RowText(i).starts_with(row))
+                return i;
+        ADD_FAILURE() << row;
+        return 0;
+    }
+
+    INBOXMAILS Rows{Application};
+};
+
+TEST_F(InboxOnServers, DeletesWhatIsMarkedAndSendsACopyOn) {
+    DOVECOT boxes;
+    ASSERT_EQ(boxes.Problem(), "");
+    const MAILSERVER server(&boxes);
+    if (server.Obstacle().empty()) {
+        ASSERT_EQ(server.Problem(), "");
+    }
+    Application.pState.Set("SpamSmtp", server.HostPort());
+    const std::tuple<int, STRING, const char*, const char*> KINDS[] = {
+        {ITEMTYPE_POP3, boxes.PopServer(), "joe", "reader"}, {ITEMTYPE_IMAP, boxes.ImapServer(), "ann", "second"}};
+    for (const auto& [type, host, user, receiver] : KINDS) {
+        const std::string stays1 = Mail(1, "Subject: one\n"), stays3 = Mail(3, "Subject: three\n");
+        for (const std::string& mail : {stays1, Mail(2, "Subject: two\n"), stays3, Mail(4, SPLIT) + "=C3=84pfel\n..\n"})
+            boxes.Deliver(user, mail);
+        Check(type, user, host);
+        ASSERT_EQ(Rows.Count(), 4);
+        Rows.Mark({Find("Sender\tGrüße\t"), Find("Sender\ttwo\t")}, true);
+        EXPECT_EQ(Rows.Apply(), 0);
+        EXPECT_EQ(boxes.Inbox(user).size(), 4U) << "it goes at the next check";
+        Check(type, user, host);
+        EXPECT_EQ(boxes.Inbox(user), (std::vector<std::string>{stays1, stays3}));
+        EXPECT_EQ(Rows.Count(), 2);
+
+        TRASHMAILS trash(Application);
+        trash.Load();
+        EXPECT_EQ(trash.Count(), 2);
+        const int copy = trash.RowText(0).starts_with("Sender\tGrüße\t") ? 0 : 1;
+        EXPECT_EQ(trash.RowText(1 - copy).substr(0, 11), "Sender\ttwo\t");
+        if (!server.Obstacle().empty())
+            GTEST_SKIP() << server.Obstacle();
+        Application.pState.Set("SpamSmtpTo", STRING(receiver) || "@delivered.example");
+        STRING error;
+        EXPECT_TRUE(TRASHMAILS::SendOn(trash.Whole(copy), Application.pState, {}, error)) << Std(error);
+        ASSERT_TRUE(Eventually([&, name = receiver] { return boxes.Inbox(name).size() == 1; })) << server.Log();
+        // As the one who gets it reads it.
+        Check(type, receiver, host);
+        ASSERT_EQ(Rows.Count(), 1);
+        EXPECT_EQ(Rows.RowText(0).substr(0, 26), "Sender\t[Tarnwick] Grüße\t");
+        EXPECT_NE(ViewOf(Rows.Mail(0), Texts).Readable.Pos("\nText 4\r\nÄpfel\r\n..\r\n"), -1)
+            << ViewOf(Rows.Mail(0), Texts).Readable.Text();
+        trash.Mark({0, 1}, true);
+        EXPECT_EQ(trash.Apply(), 0);
+        EXPECT_EQ(Copies(), 0U);
+    }
+}
+
+}  // namespace
