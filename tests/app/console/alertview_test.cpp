@@ -28,6 +28,15 @@ TEST(AlertView, DrawsAPopupOnATerminal) {
     EXPECT_EQ(view.Keys[0].Command, 2110);
     EXPECT_EQ(view.Keys[1].Label, "Close");
 
+    // Letters of every kind stay, and are cut as a whole.
+    const ALERTREQUEST letters{.Text = "New\n\x1b[s] Ольга: 京都の写真を送ります",
+                               .TextColor = 0,
+                               .BackColor = 0,
+                               .DurationMs = 0,
+                               .Handle = 0};
+    EXPECT_EQ(DrawAlert(letters, false, 80, false).Text, "  New\n   Ольга: 京都の写真を送ります\n");
+    EXPECT_EQ(DrawAlert(letters, false, 20, false).Text, "  New\n   Ольга: 京都の...\n");
+
     // A line that is too long for the terminal is cut to it.
     const ALERTREQUEST wide{
         .Text = STRING(std::string(500, 'x').c_str()), .TextColor = 0, .BackColor = 0, .DurationMs = 0, .Handle = 0};
