@@ -41,9 +41,9 @@ class Lifecycle : public DESKTOPTEST {
         return OSYS::FilePath(OSYS::FileDirectory(OSYS::ProgramPath().Text()).Text(), "tarnwick.exe");
     }
     /// Starts the program itself over another directory.
-    static PROCESS_INFORMATION StartProgramOver(const TEMPDIR& other, const char* switches = "",
+    static PROCESS_INFORMATION StartProgramOver(const STRING& directory, const char* switches = "",
                                                 const STRING& program = ProgramFile()) {
-        std::wstring line = WideText("\"" || program || "\" \"/WORKDIR:" || other.Path() || "\" " || switches);
+        std::wstring line = WideText("\"" || program || "\" \"/WORKDIR:" || directory || "\" " || switches);
         STARTUPINFOW start{};
         start.cb = sizeof start;
         PROCESS_INFORMATION process{};
@@ -66,7 +66,7 @@ class Lifecycle : public DESKTOPTEST {
 TEST_F(Lifecycle, WithoutAnyLanguageTheStartSaysWhatIsMissing) {
     const TEMPDIR alone;
     WriteBytes(alone.File("tarnwick.exe"), ReadBytes(ProgramFile()));
-    const PROCESS_INFORMATION process = StartProgramOver(alone, "/LANG:GER", alone.File("tarnwick.exe"));
+    const PROCESS_INFORMATION process = StartProgramOver(alone.Path(), "/LANG:GER", alone.File("tarnwick.exe"));
     HWND box = nullptr;
     EXPECT_TRUE(PumpUntil([&] { return (box = FindWindowW(L"#32770", L"Velmora Application")) != nullptr; }));
     wchar_t text[300] = L"";
@@ -83,7 +83,7 @@ TEST_F(Lifecycle, ASecondStartRaisesTheFirst) {
         SetForegroundWindow(other.hWnd);
         EXPECT_NE(GetForegroundWindow(), wanted) << state;
         const TEMPDIR untouched;
-        EXPECT_EQ(WaitForEnd(StartProgramOver(untouched)), 0) << state;
+        EXPECT_EQ(WaitForEnd(StartProgramOver(untouched.Path())), 0) << state;
         EXPECT_TRUE(PumpUntil([&] { return GetForegroundWindow() == wanted; })) << state;
         EXPECT_TRUE(Window->IsVisible() && !IsIconic(Window->hWnd)) << state;
         EXPECT_TRUE(RemoveDirectoryA(untouched.Path())) << "it is not empty any more";
@@ -111,9 +111,11 @@ TEST_F(Lifecycle, TheProgramBeginsAndEndsAsAWhole) {
         {"/MIN", TWO_ITEMS, false}, {"/LANG:GER", TWO_ITEMS, true}, {"", "", true}};
     for (const auto& [switches, accounts, isVisible] : runs) {
         const TEMPDIR data;
-        WriteBytes(data.File("tarnwick.ini"), "DlgCloseMinimize=0\r\nVersion=2.02\r\n");
-        WriteBytes(data.File("accounts.ini"), accounts);
-        const PROCESS_INFORMATION process = StartProgramOver(data, switches);
+        const STRING folder = data.File("Πόστα 日"), itemFile = folder || "\\accounts.ini";
+        ASSERT_TRUE(OSYS::MakeDirectory(folder.Text()));
+        WriteBytes(folder || "\\tarnwick.ini", "DlgCloseMinimize=0\r\nVersion=2.02\r\n");
+        WriteBytes(itemFile, accounts);
+        const PROCESS_INFORMATION process = StartProgramOver(folder, switches);
         HWND window = nullptr;
         const auto isReady = [&] {
             window = FindWindowW(WideText(std::string_view(MAINWINDOW_CLASS)).c_str(), nullptr);
@@ -124,8 +126,8 @@ TEST_F(Lifecycle, TheProgramBeginsAndEndsAsAWhole) {
         EXPECT_TRUE(PumpUntil(isReady)) << switches;
         PostMessageW(window, WM_CLOSE, 0, 0);
         EXPECT_EQ(WaitForEnd(process), 0) << switches;
-        EXPECT_NE(ReadBytes(data.File("tarnwick.ini")).find("InboxVisible="), std::string::npos) << "saved whole";
-        const std::string items = ReadBytes(data.File("accounts.ini"));
+        EXPECT_NE(ReadBytes(folder || "\\tarnwick.ini").find("InboxVisible="), std::string::npos) << "saved whole";
+        const std::string items = ReadBytes(itemFile);
         EXPECT_EQ(items.find("[#0]") != std::string::npos, *accounts != 0) << items;
     }
 }
