@@ -37,21 +37,6 @@ constexpr UINT WM__COMMANDSTATES = WM_USER;  // the selection has changed
 
 constexpr const char* BAD_SENDER_HINT = "DontShowAgainAddSpamSender";
 
-/// What tells a mail from others, once its record has gone.
-STRINGARRAY NameOf(const STRINGARRAY& mail) {
-    STRINGARRAY name;
-    for (const char* const key : {"MessageId", "X-Message-Id"})
-        name.Set(key, mail[key]);
-    return name;
-}
-
-std::vector<const STRINGARRAY*> PointersTo(const std::vector<STRINGARRAY>& records) {
-    std::vector<const STRINGARRAY*> pointers;
-    for (const STRINGARRAY& record : records)
-        pointers.push_back(&record);
-    return pointers;
-}
-
 std::string_view Cell(std::string_view row, int column) {
     while (column-- > 0)
         ASCII::Take(row, '\t');
@@ -209,10 +194,23 @@ std::vector<int> INBOX::RowsOf(const std::vector<int>& mails) const {
 }
 
 std::vector<int> INBOX::SelectedMails() const {
+    // Thousands of questions to the control take their time.
+    if (List->SelectedCount() == static_cast<int>(Order.size()))
+        return Order;
     std::vector<int> mails;
     for (int row = List->FirstSelected(); row != -1; row = List->NextSelected(row))
         mails.push_back(Order[static_cast<size_t>(row)]);
     return mails;
+}
+
+std::vector<int> INBOX::FocusedMail() const {
+    const int row = List->FocusedRow();
+    return row == -1 ? std::vector<int>() : std::vector<int>{Order[static_cast<size_t>(row)]};
+}
+
+void INBOX::Select(const std::vector<int>& mails, const std::vector<int>& focused) {
+    const std::vector<int> row = RowsOf(focused);
+    List->SelectRows(RowsOf(mails), row.empty() ? -1 : row.front());
 }
 
 void INBOX::Reload() {
@@ -220,30 +218,23 @@ void INBOX::Reload() {
         ReloadWanted = true;
         return;
     }
-    std::vector<STRINGARRAY> selected, seen, focused;
-    for (const int mail : SelectedMails())
-        selected.push_back(NameOf(Mails->Mail(mail)));
+    const auto names = [this](const std::vector<int>& mails) {
+        std::vector<std::string> all;
+        for (const int mail : mails)
+            all.push_back(Mails->Name(mail));
+        return all;
+    };
     const int top = List->TopRow();
     const int bottom = std::min(top + List->RowsPerPage(), static_cast<int>(Order.size()));
-    for (int row = top; row < bottom; ++row)
-        seen.push_back(NameOf(Mails->Mail(Order[static_cast<size_t>(row)])));
-    if (const int row = List->FocusedRow(); row != -1)
-        focused.push_back(NameOf(Mails->Mail(Order[static_cast<size_t>(row)])));
-
+    const std::vector<std::string> selected = names(SelectedMails()), focused = names(FocusedMail()),
+                                   seen = names({Order.begin() + top, Order.begin() + std::max(top, bottom)});
     Show(nullptr);
-    const auto rows = [&](const std::vector<STRINGARRAY>& names) {
-        return RowsOf(Mails->SameMails(PointersTo(names)));
-    };
     Filling = true;
-    const std::vector<int> focus = rows(focused);
-    List->SelectRows(rows(selected), focus.empty() ? -1 : focus.front());
+    Select(Mails->Find(selected), Mails->Find(focused));
     // By the first of them that is still there.
-    for (size_t i = 0; i < seen.size(); ++i) {
-        const std::vector<int> row = rows({seen[i]});
-        if (row.empty())
-            continue;
-        List->ScrollTo(row.front() - static_cast<int>(i));
-        break;
+    if (const std::vector<int> still = Mails->Find(seen); !still.empty()) {
+        const auto was = std::ranges::find(seen, Mails->Name(still.front())) - seen.begin();
+        List->ScrollTo(RowsOf({still.front()}).front() - static_cast<int>(was));
     }
     Filling = false;
     UpdateCommands();
@@ -365,15 +356,11 @@ void INBOX::OnToolTip(NMTTDISPINFOW& notice) const {
 }
 
 void INBOX::OnColumnClick(int column) {
-    const std::vector<int> selected = SelectedMails();
-    const int focusedRow = List->FocusedRow();
-    const std::vector<int> focused =
-        focusedRow == -1 ? std::vector<int>() : std::vector<int>{Order[static_cast<size_t>(focusedRow)]};
+    const std::vector<int> selected = SelectedMails(), focused = FocusedMail();
     Mails->ClickColumn(column);
     FillListview();
     Filling = true;
-    const std::vector<int> focus = RowsOf(focused);
-    List->SelectRows(RowsOf(selected), focus.empty() ? -1 : focus.front());
+    Select(selected, focused);
     Filling = false;
 }
 

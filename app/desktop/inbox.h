@@ -108,6 +108,9 @@ class INBOX : public WINDOW {
     void FetchItem();
     void ShowReason(const STRINGARRAY& mail);
     void ListSenders(int command, const std::vector<int>& mails);
+    /// None or one.
+    std::vector<int> FocusedMail() const;
+    void Select(const std::vector<int>& mails, const std::vector<int>& focused);
     /// Rows for these mails, in the order of the list.
     std::vector<int> RowsOf(const std::vector<int>& mails) const;
 

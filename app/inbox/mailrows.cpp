@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
-#include <unordered_set>
+#include <unordered_map>
 
 #include "app/common/displaytext.h"
 #include "app/core/clickmodes.h"
@@ -13,10 +13,6 @@ namespace {
 
 constexpr int SUBJECT_CHARACTERS = 40;
 constexpr const char* NO_POINTS = "       ";
-
-std::string IdentityOf(const STRINGARRAY& mail) {
-    return std::string(mail["MessageId"].View()) + '\n' + std::string(mail["X-Message-Id"].View());
-}
 
 }  // namespace
 
@@ -117,13 +113,20 @@ bool MAILROWS::MustAsk(bool automatic) const {
     return State.GetNumber(automatic ? "InboxAskApplyAuto" : "InboxAskApply") != 0;
 }
 
-std::vector<int> MAILROWS::SameMails(const std::vector<const STRINGARRAY*>& others) const {
-    std::unordered_set<std::string> wanted;
-    for (const STRINGARRAY* const other : others)
-        wanted.insert(IdentityOf(*other));
-    std::vector<int> same;
-    for (int i = 0; i < Count() && !wanted.empty(); ++i)
-        if (wanted.contains(IdentityOf(Mails[i])))
-            same.push_back(i);
-    return same;
+std::string MAILROWS::Name(int mail) const {
+    return std::string(Mails[mail]["MessageId"].View()) + '\n' + std::string(Mails[mail]["X-Message-Id"].View());
+}
+
+std::vector<int> MAILROWS::Find(const std::vector<std::string>& names) const {
+    std::unordered_map<std::string_view, int> found;
+    for (const std::string& name : names)
+        found.emplace(name, -1);
+    for (int i = Count() - 1; i >= 0 && !names.empty(); --i)
+        if (const auto it = found.find(Name(i)); it != found.end())
+            it->second = i;
+    std::vector<int> mails;
+    for (const std::string& name : names)
+        if (const int mail = found[name]; mail != -1)
+            mails.push_back(mail);
+    return mails;
 }

@@ -52,8 +52,10 @@ class MAILROWS {
     /// Whether the person is to be asked before the marked mails go; automatic: not by a command of theirs.
     bool MustAsk(bool automatic) const;
 
-    /// The mails of this list that are those of the other one: for a selection that outlives a new listing.
-    std::vector<int> SameMails(const std::vector<const STRINGARRAY*>& others) const;
+    /// What tells a mail from others, also in the next listing: for a selection that outlives this one.
+    std::string Name(int mail) const;
+    /// The mails of those names that there are, in the order of the names.
+    std::vector<int> Find(const std::vector<std::string>& names) const;
 
  protected:
     /// To be called whenever Mails was filled anew.

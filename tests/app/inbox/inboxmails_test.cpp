@@ -48,10 +48,10 @@ TEST_F(INBOXTEST, InboxShowsRowsMarksAndOrder) {
     EXPECT_EQ(Enabled(rows, {}), "");
 
     // The selection of a mail that a new listing has in another place.
-    const STRINGARRAY kept = rows.Mail(1);
+    const std::vector<std::string> names = {rows.Name(0), rows.Name(1)};
     List({Block(2, "beta\tgamma", 60, 2000), Block(4, "new", 0, 1)});
     rows.Show(Handle());
-    EXPECT_EQ(rows.SameMails({&kept}), INTS{0});
+    EXPECT_EQ(rows.Find(names), INTS{0});
     rows.Show(-1);
     EXPECT_EQ(rows.Count(), 0);
 }
