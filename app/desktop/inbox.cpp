@@ -524,7 +524,7 @@ void INBOX::ListSenders(int command, const std::vector<int>& mails) {
 }
 
 bool INBOX::MayApply(bool automatic) {
-    return Mails->HasMarked() &&
+    return Mails->MayApply(automatic) &&
            (!Mails->MustAsk(automatic) || AskYesNo(hWnd, Application.Texts().Get(TEXT_ASK_APPLY), ProgramName(), true));
 }
 

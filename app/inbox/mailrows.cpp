@@ -18,6 +18,7 @@ constexpr const char* NO_POINTS = "       ";
 
 void MAILROWS::TakeShown() {
     Shown.clear();
+    Touched = false;
     for (int i = 0; i < Mails.Count(); ++i) {
         SHOWNMAIL::HEADER header = SHOWNMAIL::Header(Mails[i]);
         std::string subject(ASCII::TrimRight(DISPLAYTEXT::FirstCharacters(header.Subject, SUBJECT_CHARACTERS), " "));
@@ -57,6 +58,7 @@ bool MAILROWS::HasMarked() const {
 }
 
 void MAILROWS::Mark(const std::vector<int>& mails, bool marked) {
+    Touched = true;
     for (const int mail : mails)
         Mails[mail].Set("Deleted", marked ? "1" : "0");
 }
@@ -107,6 +109,10 @@ std::vector<COMMANDSTATE> MAILROWS::CommandStates(const std::vector<int>& select
             enabled(COMMAND_MAIL_REASON, one),
             enabled(COMMAND_MAIL_FRIEND, some),
             enabled(COMMAND_MAIL_BAD_SENDER, some)};
+}
+
+bool MAILROWS::MayApply(bool automatic) const {
+    return HasMarked() && (!automatic || Touched || State.GetNumber("InboxLeaveUntouched") == 0);
 }
 
 bool MAILROWS::MustAsk(bool automatic) const {

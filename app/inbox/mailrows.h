@@ -49,7 +49,9 @@ class MAILROWS {
     /// How the commands look with those mails selected.
     std::vector<COMMANDSTATE> CommandStates(const std::vector<int>& selected, bool canAnswer) const;
 
-    /// Whether the person is to be asked before the marked mails go; automatic: not by a command of theirs.
+    /// Whether marked mails are to go now, and whether the person is to be asked before; automatic: not by a command of
+    /// theirs.
+    bool MayApply(bool automatic) const;
     bool MustAsk(bool automatic) const;
 
     /// What tells a mail from others, also in the next listing: for a selection that outlives this one.
@@ -72,4 +74,5 @@ class MAILROWS {
     int Compare(int left, int right, int column) const;
 
     std::vector<SHOWN> Shown;  // for each mail
+    bool Touched = false;      // a mark was changed since the mails were read
 };

@@ -77,6 +77,20 @@ TEST_F(INBOXTEST, InboxQueuesWhatIsMarkedAndNothingElse) {
     EXPECT_EQ(Copies(), 4U);
 }
 
+TEST_F(INBOXTEST, InboxIsLeftWithTheFiltersMarksAlone) {
+    Application.pState.Set("SpamDoMark", "1");
+    List({Block(1, "a", 900, 1), Block(2, "b", 0, 1)});
+    INBOXMAILS rows(Application);
+    for (const bool leavesUntouched : {false, true}) {
+        Application.pState.Set("InboxLeaveUntouched", leavesUntouched ? "1" : "0");
+        rows.Show(Handle());
+        EXPECT_TRUE(rows.MayApply(false));
+        EXPECT_EQ(rows.MayApply(true), !leavesUntouched);
+        rows.Mark({1}, true);
+        EXPECT_TRUE(rows.MayApply(true));
+    }
+}
+
 TEST_F(INBOXTEST, InboxKeepsAMailWhoseCopyFails) {
     Application.pState.Set("InboxDeleteToTrash", "1");
     List({Block(1, "a", 0, 1)});
