@@ -4,6 +4,7 @@
 #include "corelib/window/controls.h"
 #include "corelib/window/datapages.h"
 #include "corelib/window/messages.h"
+#include "corelib/window/widetext.h"
 
 namespace {
 
@@ -103,9 +104,47 @@ STRING DATADIALOG::Complaint(int&) const {
     return {};
 }
 
+STRING DATADIALOG::Tip(int) const {
+    return {};
+}
+
+STRING DATADIALOG::FirstComplaint(int& control) const {
+    for (const auto& item : Items) {
+        control = item->ControlId();
+        const STRING complaint = item->Complaint(*this);
+        if (complaint.NotNull())
+            return complaint;
+    }
+    return Complaint(control);
+}
+
+void DATADIALOG::MakeTips() {
+    constexpr int TIP_WIDTH = 300, TIP_MS = 30000;
+    HWND tips = nullptr;
+    for (HWND child = GetWindow(hWnd, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        std::wstring text = WideText(Tip(GetDlgCtrlID(child)));
+        if (text.empty())
+            continue;
+        if (!tips) {
+            // It goes with the dialog, which owns it.
+            tips = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0,
+                                   0, 0, 0, hWnd, nullptr, GetModuleHandleW(nullptr), nullptr);
+            SendMessageW(tips, TTM_SETMAXTIPWIDTH, 0, ScalePixels(TIP_WIDTH));
+            SendMessageW(tips, TTM_SETDELAYTIME, TTDT_AUTOPOP, TIP_MS);
+        }
+        TOOLINFOW tool{};
+        tool.cbSize = sizeof tool;
+        tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
+        tool.hwnd = hWnd;
+        tool.uId = reinterpret_cast<UINT_PTR>(child);
+        tool.lpszText = text.data();
+        SendMessageW(tips, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+    }
+}
+
 bool DATADIALOG::IsAcceptable() {
     int control = 0;
-    const STRING complaint = Complaint(control);
+    const STRING complaint = FirstComplaint(control);
     if (!complaint.NotNull())
         return true;
     if (Frame)
@@ -123,6 +162,9 @@ DATADIALOG& DATADIALOG::Top() {
 void DATADIALOG::Load() {
     for (const auto& item : Items)
         item->Load(*this);
+    for (const auto& [control, hides] : Withdrawn)
+        SetState(GetDlgItem(hWnd, control), hides, true);
+    MakeTips();
 }
 
 void DATADIALOG::Store() {
@@ -144,6 +186,9 @@ bool DATADIALOG::IsDisabled(const RULE& rule) const {
 }
 
 void DATADIALOG::Apply(const RULE& rule) {
+    for (const auto& withdrawn : Withdrawn)
+        if (withdrawn.first == rule.Target)
+            return;
     const HWND target = GetDlgItem(hWnd, rule.Target);
     bool value = IsDisabled(rule);
     for (size_t i = 0; i < DisableItemCount && !value; ++i) {
@@ -151,10 +196,13 @@ void DATADIALOG::Apply(const RULE& rule) {
         if (&other != &rule && other.Target == rule.Target && (other.Mode & RULE_HIDES) == (rule.Mode & RULE_HIDES))
             value = IsDisabled(other);
     }
+    SetState(target, (rule.Mode & RULE_HIDES) || (GetWindowLongW(target, GWL_EXSTYLE) & WS_EX_CONTROLPARENT), value);
+}
+
+void DATADIALOG::SetState(HWND target, bool hides, bool value) {
     // Or the keyboard would be nowhere.
     if (value && target && GetFocus() == target)
         SendMessageW(Top().hWnd, WM_NEXTDLGCTL, 0, FALSE);
-    const bool hides = (rule.Mode & RULE_HIDES) || (GetWindowLongW(target, GWL_EXSTYLE) & WS_EX_CONTROLPARENT);
     for (const HWND window : {target, ArrowsOf(hWnd, target)}) {
         if (hides)
             ShowWindow(window, value ? SW_HIDE : SW_SHOW);
@@ -210,6 +258,12 @@ LRESULT DATADIALOG::WinProc(UINT message, WPARAM first, LPARAM second) {
             Filled = true;
             Center(Waiting);
             return 1;
+        case WM_CLOSE:
+            // Escape in a field of several lines, which asks its parent.
+            if (!Frame)
+                break;
+            PostMessageW(Frame->hWnd, WM_COMMAND, IDCANCEL, 0);
+            return 0;
         case WM_COMMAND:
         case WM_NOTIFY:
             if (!Top().Filled)

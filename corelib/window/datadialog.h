@@ -12,7 +12,8 @@
 class DATAPAGES;
 
 /// A dialog that is declared and not programmed: its items bind controls to strings, and its rules say which controls
-/// are disabled or hidden by the state of others. OK stores all items; Cancel leaves every string as it was.
+/// are disabled or hidden by the state of others. OK stores what the user has changed; Cancel leaves every string as it
+/// was.
 class DATADIALOG : public DIALOG {
  public:
     /// Sees WM_COMMAND and WM_NOTIFY once the controls are filled: true if the message ends there.
@@ -47,6 +48,8 @@ class DATADIALOG : public DIALOG {
     void Disable(int target, DATADIALOG& sourceParent, int source, uint32_t mode, const STRING& compare = STRING());
     void Disable(DATADIALOG& targetParent, int target, DATADIALOG& sourceParent, int source, uint32_t mode,
                  const STRING& compare = STRING());
+    /// The control is disabled, or hidden, as long as the dialog is up, whatever rules say. Before it runs.
+    void Withdraw(int control, bool hides) { Withdrawn.push_back({control, hides}); }
     void SetHook(HOOK function, void* argument);
 
     /// Shows the dialog and waits for its end: true if it has stored.
@@ -62,6 +65,8 @@ class DATADIALOG : public DIALOG {
     /// What is wrong with the content of the controls, as a text for the user, and in which control; a null text if all
     /// is well. Asked before OK stores, and a complaint leaves the dialog open.
     virtual STRING Complaint(int& control) const;
+    /// What a control is for, as a text that shows when the mouse rests on it; empty for none. Asked once.
+    virtual STRING Tip(int control) const;
 
     // All items, and those of the pages if there are any.
     virtual void Load();
@@ -84,9 +89,12 @@ class DATADIALOG : public DIALOG {
 
     // The window that the user sees as the dialog.
     DATADIALOG& Top();
+    void MakeTips();
+    STRING FirstComplaint(int& control) const;
     void AddRule(const RULE& rule);
     bool IsDisabled(const RULE& rule) const;
     void Apply(const RULE& rule);
+    void SetState(HWND target, bool hides, bool value);
     bool PressItem(int control);
     bool OnCommand(int control, int code, HWND window);
 
@@ -94,6 +102,7 @@ class DATADIALOG : public DIALOG {
     std::array<DATAPUSH*, 64> PushItems{};
     size_t Howmany = 0;
     static constexpr size_t Max = 64;
+    std::vector<std::pair<int, bool>> Withdrawn;  // controls, with whether they are hidden
     std::array<RULE, 64> DisableItems{};
     size_t DisableItemCount = 0;
     HOOK UserHook = nullptr;

@@ -40,15 +40,23 @@ void DATAEDIT::Load(DATADIALOG& dialog) {
     EDITFIELD e(dialog.hWnd, Control);
     if (!IsThere(e.Hwnd(), "e.Hwnd()"))
         return;
-    AddStyle(e.Hwnd(), ES_AUTOHSCROLL);
+    STRING text = Value->View().empty() ? STRING("") : *Value;
+    if (GetWindowLongW(e.Hwnd(), GWL_STYLE) & ES_MULTILINE) {
+        // The control knows no other end of a line.
+        text.Replace("\r\n", "\n");
+        text.Replace("\n", "\r\n");
+    } else {
+        AddStyle(e.Hwnd(), ES_AUTOHSCROLL);
+    }
     e.Limit(Limit);
-    e.SetText(Value->View().empty() ? STRING("") : *Value);
+    e.SetText(text);
     e.SelectAll();
+    Shown = e.Text();
 }
 
 void DATAEDIT::Store(DATADIALOG& dialog) {
     const EDITFIELD e(dialog.hWnd, Control);
-    if (e.Hwnd())
+    if (e.Hwnd() && e.Text() != Shown)
         Put(e.Text());
 }
 
@@ -67,31 +75,53 @@ HWND DATANUMBER::MakeSpin(HWND dialog, HWND edit) {
 }
 
 void DATANUMBER::Load(DATADIALOG& dialog) {
-    const EDITFIELD e(dialog.hWnd, Control);
+    EDITFIELD e(dialog.hWnd, Control);
     if (!IsThere(e.Hwnd(), "e.Hwnd()"))
         return;
     AddStyle(e.Hwnd(), ES_NUMBER);
     const HWND made = IdSpin == 0 ? nullptr : GetDlgItem(dialog.hWnd, IdSpin);
     const HWND spin = made ? made : MakeSpin(dialog.hWnd, e.Hwnd());
     SendMessageW(spin, UDM_SETPOS32, 0, Number());
+    if (Number() < Minimum || Number() > Maximum)
+        SetDlgItemInt(dialog.hWnd, Control, static_cast<UINT>(Number()), TRUE);
+    e.SelectAll();
+    Shown = e.Text();
+}
+
+bool DATANUMBER::IsIn(const STRING& text) const {
+    constexpr int MAX_DIGITS = 9;
+    return text.Length() > 0 && text.Length() <= MAX_DIGITS && atoi(text) >= Minimum && atoi(text) <= Maximum;
 }
 
 void DATANUMBER::Store(DATADIALOG& dialog) {
     // Not the arrows' number, which stays where it was when something beyond the bounds is typed.
     const EDITFIELD e(dialog.hWnd, Control);
-    if (e.Hwnd())
-        PutNumber(std::clamp(atoi(e.Text()), Minimum, Maximum));
+    if (e.Hwnd() && e.Text() != Shown && IsIn(e.Text()))
+        PutNumber(atoi(e.Text()));
+}
+
+STRING DATANUMBER::Complaint(const DATADIALOG& dialog) const {
+    const EDITFIELD e(dialog.hWnd, Control);
+    // What cannot be reached need not be right.
+    if (!e.Hwnd() || !IsWindowEnabled(e.Hwnd()) || e.Text() == Shown || IsIn(e.Text()))
+        return {};
+    STRING text;
+    text.Format(IsGermanResourceModule() ? "Bitte geben Sie eine Zahl von %d bis %d ein."
+                                         : "Please enter a number from %d to %d.",
+                Minimum, Maximum);
+    return text;
 }
 
 void DATACHECK::Load(DATADIALOG& dialog) {
     BUTTON check(dialog.hWnd, Control);
+    Shown = Bit == NO_BIT ? Number() != 0 : (Number() >> Bit & 1) != 0;
     if (IsThere(check.Hwnd(), "check.Hwnd()"))
-        check.SetState(Bit == NO_BIT ? Number() : Number() >> Bit & 1);
+        check.SetState(Shown);
 }
 
 void DATACHECK::Store(DATADIALOG& dialog) {
     const BUTTON check(dialog.hWnd, Control);
-    if (!check.Hwnd())
+    if (!check.Hwnd() || check.IsChecked() == Shown)
         return;
     const int checked = check.IsChecked();
     PutNumber(Bit == NO_BIT ? checked : (Number() & ~(1 << Bit)) | checked << Bit);
@@ -105,7 +135,7 @@ void DATARADIO::Load(DATADIALOG& dialog) {
 
 void DATARADIO::Store(DATADIALOG& dialog) {
     const BUTTON radio(dialog.hWnd, Control);
-    if (radio.Hwnd() && radio.IsChecked())
+    if (radio.Hwnd() && radio.IsChecked() && Number() != Own)
         PutNumber(Own);
 }
 
@@ -118,24 +148,27 @@ void DATALIST::Load(DATADIALOG& dialog) {
     for (const STRING& text : Texts)
         lb.Add(text);
     lb.Select(Number());
+    Shown = lb.Selected();
 }
 
 void DATALIST::Store(DATADIALOG& dialog) {
     const LISTBOX lb(dialog.hWnd, Control);
-    if (lb.Hwnd() && lb.Selected() >= 0)
+    if (lb.Hwnd() && lb.Selected() >= 0 && lb.Selected() != Shown)
         PutNumber(lb.Selected());
 }
 
 void DATATEXTLIST::Load(DATADIALOG& dialog) {
     DATALIST::Load(dialog);
     LISTBOX lb(dialog.hWnd, Control);
-    if (lb.Hwnd())
-        lb.Select(lb.Find(*Value));
+    if (!lb.Hwnd())
+        return;
+    lb.Select(lb.Find(*Value));
+    Shown = lb.Selected();
 }
 
 void DATATEXTLIST::Store(DATADIALOG& dialog) {
     const LISTBOX lb(dialog.hWnd, Control);
-    if (lb.Hwnd() && lb.Selected() >= 0)
+    if (lb.Hwnd() && lb.Selected() >= 0 && lb.Selected() != Shown)
         Put(lb.SelectedText());
 }
 
@@ -146,7 +179,8 @@ void DATAPUSH::Load(DATADIALOG&) {
 
 void DATAPUSH::Store(DATADIALOG&) {
     ASSERTION(this->Magic == MAGIC, "this->Magic==0x50555348");
-    Put(Held);
+    if (Held != *Value)
+        Put(Held);
 }
 
 void DATAPUSH::Press(DATADIALOG& dialog) {

@@ -10,7 +10,8 @@
 class DATADIALOG;
 
 /// Binds a control of a dialog to a string, usually a value of a record; the string outlives the item. A control that
-/// the dialog lacks is a failed assertion at Load, and the string then stays as it is.
+/// the dialog lacks is a failed assertion at Load, and the string then stays as it is. So does a string whose control
+/// the user has left as it was: a dialog may be unable to show all that a value says.
 class DATAITEM {
  public:
     DATAITEM(int control, STRING& value) : Control(control), Value(&value) {}
@@ -21,6 +22,8 @@ class DATAITEM {
     /// Copies the string into the control; and back.
     virtual void Load(DATADIALOG& dialog) = 0;
     virtual void Store(DATADIALOG& dialog) = 0;
+    /// What is wrong with the control's content, as a text for the user; null if nothing is.
+    virtual STRING Complaint(const DATADIALOG& /*dialog*/) const { return {}; }
 
     int ControlId() const { return Control; }
 
@@ -45,25 +48,30 @@ class DATAEDIT : public DATAITEM {
 
  private:
     const int Limit;
+    STRING Shown;
 };
 
-/// An edit field for a number, to which it gives arrows. What is typed beyond the bounds is stored as the bound.
+/// An edit field for a number, to which it gives arrows. It complains of what is typed beyond the bounds, and never
+/// stores it.
 class DATANUMBER : public DATAITEM {
  public:
     DATANUMBER(int control, STRING& value, int minimum, int maximum)
         : DATAITEM(control, value), Minimum(minimum), Maximum(maximum) {}
     void Load(DATADIALOG& dialog) override;
     void Store(DATADIALOG& dialog) override;
+    STRING Complaint(const DATADIALOG& dialog) const override;
 
  private:
     HWND MakeSpin(HWND dialog, HWND edit);
+    bool IsIn(const STRING& text) const;
 
     const int Minimum;
     const int Maximum;
     int IdSpin = 0;
+    STRING Shown;
 };
 
-/// A check box: of the whole number (0, 1), or of one bit of it.
+/// A check box: of the whole number (0, anything else), or of one bit of it.
 class DATACHECK : public DATAITEM {
  public:
     static constexpr int NO_BIT = -1;
@@ -73,6 +81,7 @@ class DATACHECK : public DATAITEM {
 
  private:
     const int Bit;
+    bool Shown = false;
 };
 
 /// One of several radio buttons that are bound to the same string: checked if that holds its number.
@@ -97,6 +106,7 @@ class DATALIST : public DATAITEM {
 
  protected:
     const std::vector<STRING> Texts;
+    int Shown = -1;
 };
 
 /// The same, with the selected entry's text in the string; it is found without regard to case.
@@ -124,6 +134,8 @@ class DATAPUSH : public DATAITEM {
     void Load(DATADIALOG& dialog) override;
     void Store(DATADIALOG& dialog) override;
     void Press(DATADIALOG& dialog);
+    /// The value as it is in the dialog now.
+    const STRING& Current() const { return Held; }
 
  private:
     static constexpr uint32_t MAGIC = 0x50555348;

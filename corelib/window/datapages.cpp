@@ -91,6 +91,8 @@ void DATAPAGES::Load() {
     Shown = 0;
     if (Howmany > 0)
         Select(0);
+    if (Beginning)
+        ShowPage(*Beginning);
 }
 
 void DATAPAGES::Store() {

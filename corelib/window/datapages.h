@@ -13,6 +13,8 @@ class DATAPAGES : public DATADIALOG {
     /// Before the dialog runs; the page comes back. At most 16.
     DATADIALOG& AddPage(const STRING& title, std::unique_ptr<DATADIALOG> page);
     void ShowPage(const DATADIALOG& page);
+    /// Shows this page at first in place of the first one. Before the dialog runs.
+    void BeginWith(const DATADIALOG& page) { Beginning = &page; }
     /// The page that shows.
     DATADIALOG& Page() { return *Pages[Shown].Dialog; }
     /// Goes on by so many pages, round at the ends, and puts the focus there.
@@ -41,5 +43,6 @@ class DATAPAGES : public DATADIALOG {
     std::vector<PAGE> Pages;
     size_t Howmany = 0;
     size_t Shown = 0;
+    const DATADIALOG* Beginning = nullptr;
     const int Tab;
 };

@@ -75,7 +75,7 @@ void AddAll(DATADIALOG& dialog, STRINGARRAY& record) {
 
 TEST(DataDialog, ShowsTheRecordAndStoresOnOkOnly) {
     const std::tuple<int, bool, const char*> table[] = {
-        {IDOK, false, "check=1\ncombo=1\nedit=={{dGV4dA==}}\nlist=2\nnumber=5\npush=p\nradio=2\ntexts=two\n"},
+        {IDOK, false, "check=1\ncombo=1\nedit=={{dGV4dA==}}\nlist=2\nnumber=5\npush=p\nradio=2\ntexts=TWO\n"},
         {IDOK, true,
          "check=0\ncombo=0\nedit=={{zqk=}}\nlist=0\nnumber=59\npush=pxx\nradio=1\ntexts=two "
          "\\xce\\xbc\\xce\\xbf\\xcf\\x81\\xce\\xb5\n"},
@@ -90,7 +90,15 @@ TEST(DataDialog, ShowsTheRecordAndStoresOnOkOnly) {
             EXPECT_EQ(Focused(), EDIT);
             if (edits) {
                 dialog.SetControlText(EDIT, "Ω");
-                dialog.SetControlText(NUMBER, "77");
+                // What is beyond the bounds is told, and the dialog stays open.
+                for (const char* number : {"77", "", "99999999999", "59"}) {
+                    dialog.SetControlText(NUMBER, number);
+                    if (ending == IDOK && STRING(number) != "59") {
+                        Answer(dialog.hWnd, IDOK);
+                        ClickOn(dialog, IDOK);
+                        EXPECT_EQ(Focused(), NUMBER);
+                    }
+                }
                 ClickOn(dialog, CHECK);
                 ClickOn(dialog, ONE);
                 for (const int list : {COMBO, LIST, TEXTS})
@@ -124,6 +132,18 @@ TEST(DataDialog, ChecksStandForBitsOrTheWholeNumber) {
         });
         EXPECT_EQ(value, clicked) << before;
     }
+}
+
+TEST(DataDialog, LeavesAloneWhatItCannotShow) {
+    STRINGARRAY record(
+        "check=yes, always\ncombo=7\nedit=longer than the field is\nlist=-1\nnumber=500 \n"
+        "push=red\nradio=9\ntexts=four\n",
+        8, 8);
+    const STRING before = record.AsText();
+    DATADIALOG dialog(FORM, nullptr);
+    AddAll(dialog, record);
+    EXPECT_TRUE(RunWith(dialog, [&] { ClickOn(dialog, IDOK); }));
+    EXPECT_EQ(Std(record.AsText()), Std(before));
 }
 
 TEST(DataDialog, WorksByTheKeyboard) {
