@@ -25,7 +25,7 @@ constexpr ITEMKEY STORED_KEYS[] = {
     {"SpecialMailProgram", ""},
     {"DoPopup", "1"},
     {"DownloadMailTexts", "1"},
-    {"TrayCheck", ""},
+    {"TrayCheck", "", "1"},
     {"TimingCyclic", "", "600"},
     {"LastRC", ""},
     {"LastValue", ""},

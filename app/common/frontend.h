@@ -61,6 +61,8 @@ class FRONTEND {
     /// True is yes. Without a person to ask the answer is no.
     virtual bool AskYesNo(const STRING& /*title*/, const STRING& /*text*/) { return false; }
 
+    /// The user wants the mail program, and none is set.
+    virtual void OfferMailProgram() {}
     /// Help by topic number.
     virtual void ShowHelp(int /*topic*/) {}
     /// The first-run set-up; it may add items and change settings. Runs before the work thread.

@@ -42,12 +42,16 @@ bool COMMANDS::DoCommand(int command, const std::vector<int>& selected) {
 
 void COMMANDS::StartPostedMailProgram(int handle) {
     Trace("TARNWICK::WM__STARTMAILPROGRAM start program %s\n", Application.pState.Get("EmailCmdline").Text());
-    StartMailProgram(handle);
+    ::StartMailProgram(Application.FindItem(handle), Application.pState, FrontEnd, Application.Texts(), Starter);
     Application.Cycle().SetStartedThisPass();
 }
 
 void COMMANDS::StartMailProgram(int handle) {
-    ::StartMailProgram(Application.FindItem(handle), Application.pState, FrontEnd, Application.Texts(), Starter);
+    const STRINGARRAY* item = Application.FindItem(handle);
+    if (HasMailProgram(item, Application.pState))
+        ::StartMailProgram(item, Application.pState, FrontEnd, Application.Texts(), Starter);
+    else
+        FrontEnd.OfferMailProgram();
 }
 
 bool COMMANDS::Do(int command, const std::vector<int>& selected) {
@@ -111,7 +115,10 @@ bool COMMANDS::DoMailProgramCommand(int command, const std::vector<int>& selecte
             StartMailProgram(0);
             return true;
         case COMMAND_NEW_MAIL:
-            StartNewMail(Application.pState, FrontEnd, Application.Texts(), Starter);
+            if (HasMailProgram(nullptr, Application.pState))
+                StartNewMail(Application.pState, FrontEnd, Application.Texts(), Starter);
+            else
+                FrontEnd.OfferMailProgram();
             return true;
         case COMMAND_ITEM_MAIL_PROGRAM:
             if (!selected.empty() && Application.FindItem(selected.front()))

@@ -25,9 +25,9 @@ class COMMANDS {
     /// the rest is the front end's own. The front end's thread.
     bool DoCommand(int command, const std::vector<int>& selected);
     /// Starts the mail program, or shows it: the item's own (handle 0, or of an item that is gone: that of all). The
-    /// front end's thread.
+    /// front end hears of it if there is none. The front end's thread.
     void StartMailProgram(int handle);
-    /// The same as FRONTEND::PostStartMailProgram asks for it.
+    /// The same as FRONTEND::PostStartMailProgram asks for it, silently where there is no program.
     void StartPostedMailProgram(int handle);
 
  private:

@@ -127,6 +127,40 @@ STRING GetDataDir(const ARGUMENTS& arguments, const char* product, const char* s
     return directory;
 }
 
+STRING WantedDataDir(const char* product) {
+    REGISTRY store(COMPANY, product, ROOT_CURRENT_USER);
+    STRING wanted = store.Read(VALUE_PENDING);
+    if (wanted.Length() == 0)
+        return "";
+    wanted.ChopFirst('*');
+    return wanted;
+}
+
+STRING DataDirFault(const TEXTS& texts, const STRING& directory, const STRING& current) {
+    const std::string_view path = directory.View();
+    const bool whole = path.starts_with('\\') || path.starts_with('/') || path.substr(0, 3).ends_with(":\\");
+    if (!whole)
+        return texts.Get(TEXT_DIR_RELATIVE);
+    if (!IsOrBecomesDirectory(directory))
+        return DataDirText(texts, TEXT_DIR_MISSING, directory);
+    if (FILES::SamePlace(directory.Text(), current.Text()))
+        return {};
+    const STRING lock = OSYS::FilePath(directory.Text(), DATADIR_LOCKFILE);
+    if (!OSYS::OpenFile(lock.Text(), "w").IsOpen())
+        return DataDirText(texts, TEXT_DIR_UNWRITABLE, directory);
+    (void)FILES::Remove(lock.Text());  // it may as well stay
+    return {};
+}
+
+bool RequestDataDir(const char* product, const STRING& current, const STRING& wanted, bool withFiles) {
+    REGISTRY store(COMPANY, product, ROOT_CURRENT_USER);
+    if (FILES::SamePlace(wanted.Text(), current.Text())) {
+        store.Delete(VALUE_PENDING);
+        return true;
+    }
+    return store.Write(VALUE_PENDING, (STRING(withFiles ? "*" : "") || wanted).Text());
+}
+
 void RemoveLeftovers(const STRING& directory) {
     RemoveLeftoversOf(directory);
     RemoveLeftoversOf(OSYS::FilePath(directory.Text(), TRASH_FOLDER));

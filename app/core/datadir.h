@@ -25,6 +25,17 @@ void RemoveLeftovers(const STRING& directory);
 [[nodiscard]] bool MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir,
                                const char* pending, const char* patterns);
 
+/// The directory that the user has asked for and that the next start takes, without "*"; empty if there is none.
+STRING WantedDataDir(const char* product);
+
+/// Why nobody can keep data in a directory, for a person; null if it can be done. It is made if need be. `current` is
+/// the directory in use, whose lock is ours.
+STRING DataDirFault(const TEXTS& texts, const STRING& directory, const STRING& current);
+
+/// Has the next start take that directory, and the files too if asked. The one in use withdraws an earlier request.
+/// False if that cannot be stored.
+[[nodiscard]] bool RequestDataDir(const char* product, const STRING& current, const STRING& wanted, bool withFiles);
+
 /// A message about a data directory by the number of its text.
 STRING DataDirText(const TEXTS& texts, int id, const STRING& directory);
 

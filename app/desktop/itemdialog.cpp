@@ -1,140 +1,163 @@
-#include "app/desktop/itemdialog.h"
-
-#include <algorithm>
 #include <initializer_list>
+#include <memory>
 
-#include "app/mailbox/account.h"
-#include "corelib/base/trace.h"
-#include "corelib/window/datadialog.h"
+#include "app/desktop/dialogs.h"
+#include "app/dialogs/itemform.h"
+#include "app/dialogs/logintest.h"
+#include "corelib/window/controls.h"
 #include "corelib/window/messages.h"
 
 namespace {
 
-constexpr int DIALOG_ITEM = 2030;
-constexpr int ID_NAME = 201, ID_MINUTES = 202, ID_SECONDS = 203, ID_SERVER = 204, ID_USER = 205, ID_PASSWORD = 206,
-              ID_KIND = 401;
-constexpr int ID_SERVER_LABEL = 284, ID_USER_LABEL = 285, ID_PASSWORD_LABEL = 286;
+constexpr int ID_NAME = 201, ID_KIND = 401, ID_SERVER = 204, ID_USER = 205, ID_PASSWORD = 206, ID_TEST = 101,
+              ID_RESULT = 290, ID_WEBMAIL = 280, ID_OTHER_FOLDER = 247, ID_FOLDER = 207;
+constexpr int ID_FILTER = 249, ID_MOVE = 243, ID_SPAM_FOLDER = 203;
+constexpr UINT WM__TESTED = WM_APP + 1;
 
-constexpr int MAX_MINUTES = 1440;
-
-STRING Decimal(int number) {
-    STRING text;
-    text.Format("%d", number);
-    return text;
-}
-
-/// An account as the dialog shows it.
-struct ITEMFORM {
-    explicit ITEMFORM(const STRINGARRAY& record);
-    /// Into the record; true if the period had to be raised.
-    bool Write(STRINGARRAY& record) const;
-
-    STRING Name, Server, User, Password, Minutes, Seconds;
-    STRING Kind;                            // index into Kinds
-    std::vector<const MAILBOXKIND*> Kinds;  // that can be chosen
-};
-
-ITEMFORM::ITEMFORM(const STRINGARRAY& record) {
-    const MAILBOXKIND* kind = &MAILACCOUNT::Kind(record);
-    if (kind->Successor != -1)
-        kind = &KindOf(kind->Successor);
-    if (!ASSERTION(kind->Handler, "FALSE"))
-        kind = &KindOf(ITEMTYPE_POP3);
-    for (const MAILBOXKIND& other : AllKinds())
-        if (other.Scheme)
-            Kinds.push_back(&other);
-    if (!kind->Scheme)
-        Kinds.push_back(kind);  // it can stay what it is
-    Kind = Decimal(static_cast<int>(std::ranges::find(Kinds, kind) - Kinds.begin()));
-    const MAILADDRESS address = MAILACCOUNT::Address(record);
-    Server = address.Server;
-    User = address.User;
-    Name = record.Get("Name");
-    Password = MAILACCOUNT::Password(record);
-    const int period = std::max(record.GetNumber("TimingCyclic"), 0);
-    Minutes = Decimal(period / 60);
-    Seconds = Decimal(period % 60);
-}
-
-bool ITEMFORM::Write(STRINGARRAY& record) const {
-    const MAILBOXKIND& kind = *Kinds[static_cast<size_t>(atoi(Kind))];
-    int period = atoi(Seconds) + atoi(Minutes) * 60;
-    const bool raised = period > 0 && period < kind.MinSeconds;
-    if (raised)
-        period = kind.MinSeconds;
-    record.Set("Name", Name);
-    MAILACCOUNT::SetAddress(record, {kind.Type, User, Server}, Password);
-    record.SetNumber("TimingCyclic", period);
-    return raised;
-}
-
-class ITEMDIALOG : public DATADIALOG {
- public:
-    ITEMDIALOG(HWND parent, const TEXTS& texts, ITEMFORM& form);
-
- protected:
-    STRING Complaint(int& control) const override;
-
- private:
-    const TEXTS& Texts;
-};
-
-ITEMDIALOG::ITEMDIALOG(HWND parent, const TEXTS& texts, ITEMFORM& form)
-    : DATADIALOG(DIALOG_ITEM, parent), Texts(texts) {
+std::vector<STRING> KindNames(const TEXTS& texts, const ITEMFORM& form) {
     std::vector<STRING> names;
     for (const MAILBOXKIND* kind : form.Kinds)
-        names.push_back(Texts.Part(TEXT_KINDS, kind->Name));
-    Add<DATAEDIT>(ID_NAME, form.Name, 64);
-    Add<DATALIST>(ID_KIND, form.Kind, names);
-    Add<DATAEDIT>(ID_SERVER, form.Server, 64);
-    Add<DATAEDIT>(ID_USER, form.User, 64);
-    Add<DATAEDIT>(ID_PASSWORD, form.Password, 32);
-    Add<DATANUMBER>(ID_MINUTES, form.Minutes, 0, MAX_MINUTES);
-    Add<DATANUMBER>(ID_SECONDS, form.Seconds, 0, 59);
-
-    for (size_t i = 0; i < names.size(); ++i) {
-        const auto disable = [&](std::initializer_list<int> controls) {
-            for (const int control : controls)
-                Disable(control, ID_KIND, RULE_EQUALS, names[i]);
-        };
-        if (!form.Kinds[i]->HasServer())
-            disable({ID_SERVER_LABEL, ID_SERVER});
-        if (!form.Kinds[i]->HasUser)
-            disable({ID_USER_LABEL, ID_USER, ID_PASSWORD_LABEL, ID_PASSWORD});
-    }
+        names.push_back(texts.Part(TEXT_KINDS, kind->Name));
+    return names;
 }
 
-STRING ITEMDIALOG::Complaint(int& control) const {
-    const struct {
-        int Control;
-        int Empty;
-        bool MayHaveBar;
-    } fields[] = {{ID_NAME, TEXT_NO_NAME, true}, {ID_SERVER, TEXT_NO_SERVER, false}, {ID_USER, TEXT_NO_USER, false}};
-    for (const auto& field : fields) {
-        control = field.Control;
-        const STRING text = ControlText(control);
-        if (!IsWindowEnabled(GetDlgItem(hWnd, control)))
-            continue;
-        STRING stripped = text;
-        stripped.Strip('B', " \t");
-        if (stripped.Length() == 0)
-            return Texts.Get(field.Empty);
-        // It splits the two in the record.
-        if (!field.MayHaveBar && text.Pos('|') != -1)
-            return Texts.Get(TEXT_BAR);
+/// What is missing in a field; null if nothing is, or it does not matter.
+STRING FieldFault(const FORMPAGE& page, int control, int emptyText, bool mayHaveBar) {
+    STRING text = page.ControlText(control);
+    if (!IsWindowEnabled(GetDlgItem(page.hWnd, control)))
+        return {};
+    // It splits the two in the record.
+    if (!mayHaveBar && text.Pos('|') != -1)
+        return page.Parts().Texts.Get(TEXT_BAR);
+    text.Strip('B', " \t");
+    return text.Length() == 0 ? page.Parts().Texts.Get(emptyText) : STRING();
+}
+
+/// The page of the mailbox, on which a login can be tried.
+class MAILBOXPAGE : public FORMPAGE {
+ public:
+    MAILBOXPAGE(const DIALOGPARTS& parts, ITEMFORM& form, const STRINGARRAY& record, const STRINGARRAY& settings)
+        : FORMPAGE(parts, PAGE_ITEM_MAILBOX, form.Values, {{ID_KIND, KindNames(parts.Texts, form)}}),
+          Form(form),
+          Record(record),
+          Settings(settings) {
+        AddPush(ID_TEST,
+                [](const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
+                    static_cast<MAILBOXPAGE&>(dialog).BeginTest();
+                    return value;
+                },
+                {});
+        SetCheck([](const FORMPAGE& page, int& control) { return Fault(page, control); });
     }
-    return {};
+
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
+        if (message == WM__TESTED && Test) {
+            ShowResult(Test->Outcome());
+            Test.reset();
+            EnableWindow(GetDlgItem(hWnd, ID_TEST), TRUE);
+            return 0;
+        }
+        if (message == WM_DESTROY)
+            Test.reset();
+        return FORMPAGE::WinProc(message, first, second);
+    }
+
+ private:
+    static STRING Fault(const FORMPAGE& page, int& control) {
+        control = ID_KIND;
+        if (LISTBOX(page.hWnd, ID_KIND).Selected() == -1) {
+            const bool entered = page.ControlText(ID_SERVER).Length() > 0 || page.ControlText(ID_USER).Length() > 0;
+            return entered ? page.Parts().Texts.Get(TEXT_NO_KIND) : STRING();
+        }
+        for (const auto& [field, text] : {std::pair{ID_SERVER, TEXT_NO_SERVER}, {ID_USER, TEXT_NO_USER}}) {
+            control = field;
+            const STRING fault = FieldFault(page, field, text, false);
+            if (fault.NotNull())
+                return fault;
+        }
+        return {};
+    }
+
+    void BeginTest() {
+        int control = 0;
+        const STRING fault = Fault(*this, control);
+        if (fault.NotNull()) {
+            ShowError(hWnd, fault, Parts().Texts.Get(TEXT_TITLE));
+            SetFocus(GetDlgItem(hWnd, control));
+            return;
+        }
+        // As the controls are now; the form has what OK will store.
+        ITEMFORM form = Form;
+        form.Values.SetNumber("Type.Kind", LISTBOX(hWnd, ID_KIND).Selected());
+        form.Values.Set("Source.Server", ControlText(ID_SERVER));
+        form.Values.Set("Source.User", ControlText(ID_USER));
+        form.Values.Set("Source2", ControlText(ID_PASSWORD));
+        STRINGARRAY record = Record;
+        (void)form.Write(record);
+        ShowResult(Parts().Texts.Get(TEXT_LOGGING_IN));
+        // The keyboard must not be left on it.
+        SetFocus(GetDlgItem(hWnd, ID_PASSWORD));
+        EnableWindow(GetDlgItem(hWnd, ID_TEST), FALSE);
+        Test = std::make_unique<LOGINTEST>(record, Settings, Parts().Texts,
+                                           [window = hWnd] { PostMessageW(window, WM__TESTED, 0, 0); });
+    }
+
+    void ShowResult(const STRING& text) {
+        const HWND result = GetDlgItem(hWnd, ID_RESULT);
+        SetControlText(ID_RESULT, text);
+        SetWindowLongW(result, GWL_STYLE, GetWindowLongW(result, GWL_STYLE) | WS_TABSTOP);
+        NotifyWinEvent(EVENT_OBJECT_VALUECHANGE, result, OBJID_CLIENT, CHILDID_SELF);
+    }
+
+    ITEMFORM& Form;
+    const STRINGARRAY& Record;
+    const STRINGARRAY& Settings;
+    std::unique_ptr<LOGINTEST> Test;
+};
+
+// What a kind of mailbox does not have is not there to be filled in.
+void AddKindRules(const DIALOGPARTS& parts, const ITEMFORM& form, FORMPAGE& mailbox, FORMPAGE& more) {
+    const std::vector<STRING> names = KindNames(parts.Texts, form);
+    for (size_t i = 0; i < names.size(); ++i) {
+        const MAILBOXKIND& kind = *form.Kinds[i];
+        const auto disable = [&](FORMPAGE& page, std::initializer_list<int> controls) {
+            for (const int control : controls)
+                for (const int target : {control, LabelOf(control)})
+                    page.Disable(target, mailbox, ID_KIND, RULE_EQUALS, names[i]);
+        };
+        if (!kind.HasServer())
+            disable(mailbox, {ID_SERVER});
+        if (!kind.HasUser)
+            disable(mailbox, {ID_USER, ID_PASSWORD});
+        if (!kind.HasFolders)
+            disable(mailbox, {ID_OTHER_FOLDER, ID_FOLDER});
+        if (!kind.IsFiltered)
+            disable(more, {ID_FILTER});
+        if (!kind.CanMove)
+            disable(more, {ID_MOVE, ID_SPAM_FOLDER});
+        if (kind.MinSeconds > 0)
+            mailbox.Disable(ID_WEBMAIL, ID_KIND, RULE_DIFFERS | RULE_HIDES, names[i]);
+    }
 }
 
 }  // namespace
 
-bool EditItem(HWND parent, const TEXTS& texts, STRINGARRAY& record) {
+bool EditItem(const DIALOGPARTS& parts, STRINGARRAY& record, const STRINGARRAY& settings) {
     ITEMFORM form(record);
-    if (!ITEMDIALOG(parent, texts, form).Run())
+    FORMDIALOG dialog(parts, DIALOG_ITEM);
+    const auto title = [&](int n) { return parts.Texts.Part(TEXT_ITEM_PAGES, n); };
+    FORMPAGE& general = dialog.AddForm(title(0), std::make_unique<FORMPAGE>(parts, PAGE_ITEM_GENERAL, form.Values));
+    general.SetCheck([](const FORMPAGE& page, int& control) {
+        control = ID_NAME;
+        return FieldFault(page, control, TEXT_NO_NAME, true);
+    });
+    FORMPAGE& mailbox = dialog.AddForm(title(1), std::make_unique<MAILBOXPAGE>(parts, form, record, settings));
+    FORMPAGE& more = dialog.AddForm(title(2), std::make_unique<FORMPAGE>(parts, PAGE_ITEM_MORE, form.Values));
+    more.AddBrowse(102, 204, TEXT_PROGRAM_FILES, "*.exe");
+    AddKindRules(parts, form, mailbox, more);
+    if (!dialog.Run())
         return false;
-    for (STRING* text : {&form.Name, &form.Server, &form.User})
-        text->Strip('B', " \t");
     if (form.Write(record))
-        ShowInfo(parent, texts.Get(TEXT_PERIOD_RAISED), texts.Get(TEXT_TITLE));
+        ShowInfo(parts.Parent, parts.Texts.Get(TEXT_PERIOD_RAISED), parts.Texts.Get(TEXT_TITLE));
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 #include "app/check/persontext.h"
 #include "app/core/tarnwick.h"
@@ -52,8 +53,10 @@ void ITEMLIST::Place(int x, int y, int width, int height) {
     AutoWidth(WIDTH_RESULT);
 }
 
-void ITEMLIST::FillListview() {
+void ITEMLIST::FillListview(int select) {
     Trace("TARNWICK::FillListview\n");
+    if (select != 0)
+        NextSelected = select;
     PostMessageW(Owner, WM__FILLLIST, 0, 0);
     Trace("TARNWICK::~FillListview\n");
 }
@@ -66,6 +69,8 @@ bool ITEMLIST::FillListviewThread() {
         return false;
     }
     Trace("TARNWICK::FillListview obtained listview-mux\n");
+    const int next = std::exchange(NextSelected, 0);
+    const std::vector<int> selected = next != 0 ? std::vector<int>{next} : SelectedHandles();
     List.SetRedraw(false);
     List.DeleteAll();
     for (int i = 0; i < Application.Items.Count(); ++i)
@@ -78,7 +83,11 @@ bool ITEMLIST::FillListviewThread() {
     // A scroll bar comes with the drawing, and takes room.
     FitResult();
     Application.listviewMutex.Release();
-    RestoreSelection();
+    if (selected.empty())
+        RestoreSelection();
+    for (const int handle : selected)
+        if (const int row = FindRow(handle); row != -1)
+            List.Select(row, true);
     Trace("TARNWICK::~FillListviewThread\n");
     return true;
 }

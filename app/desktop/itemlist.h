@@ -24,8 +24,9 @@ class ITEMLIST {
     void Place(int x, int y, int width, int height);
     void Focus() { SetFocus(List.hWnd); }
 
-    /// Asks for the list to be filled anew, by a message to the owner.
-    void FillListview();
+    /// Asks for the list to be filled anew, by a message to the owner. The same items are selected then; or that one
+    /// alone, by its handle.
+    void FillListview(int select = 0);
     /// Fills it. False if somebody else has had the mutex for a while; it is then asked for again.
     bool FillListviewThread();
     void Sort();
@@ -57,7 +58,8 @@ class ITEMLIST {
     HWND Owner;
     TARNWICK& Application;
     LISTVIEW List;
-    int NameWidth = 0;  // of the longest name, in pixels
+    int NextSelected = 0;  // the handle of the item that is selected at the next filling, or 0
+    int NameWidth = 0;     // of the longest name, in pixels
 };
 
 /// Images of the list, by their resource numbers.

@@ -3,7 +3,6 @@
 #include "app/core/clickmodes.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
-#include "app/desktop/itemdialog.h"
 #include "app/desktop/mainwindow.h"
 #include "app/desktop/windowids.h"
 #include "corelib/base/trace.h"
@@ -21,7 +20,7 @@ void MAINWINDOW::DoCommand(int command) {
     if (done && DeselectsItems(command))
         Rows->Deselect();
     if (!done)
-        done = GiveToInbox(command) || DoWindowCommand(command);
+        done = GiveToInbox(command) || DoDialogCommand(command) || DoWindowCommand(command);
     if (!done) {
         STRING text;
         text.Format("WM_COMMAND %d", command);
@@ -29,8 +28,8 @@ void MAINWINDOW::DoCommand(int command) {
     }
 }
 
-void MAINWINDOW::ShowSaveError() {
-    STRING text = App.Texts().Get(TEXT_NOT_SAVED);
+void MAINWINDOW::ShowSaveError(int message) {
+    STRING text = App.Texts().Get(message);
     text.Replace("$DIR", Application->DataDir().Text());
     ShowError(hWnd, text, ProgramName());
 }
@@ -54,12 +53,6 @@ bool MAINWINDOW::DoWindowCommand(int command) {
             return true;
         case COMMAND_SHOW_MAIL:
             ShowAlertMail();
-            return true;
-        case COMMAND_ADD_ITEM:
-            AddItem();
-            return true;
-        case COMMAND_EDIT_ITEM:
-            EditItem();
             return true;
         case COMMAND_DELETE_ITEMS:
             DeleteItems();
@@ -88,26 +81,6 @@ void MAINWINDOW::ShowInFront() {
     SetForegroundWindow(GetLastActivePopup(hWnd));  // the dialog that is open, if there is one
 }
 
-void MAINWINDOW::AddItem() {
-    STRINGARRAY record = Application->NewItem();
-    if (!::EditItem(hWnd, App.Texts(), record))
-        return;
-    if (!Application->AddItem(record))
-        ShowSaveError();
-    Rows->FillListview();
-    MakeNewTooltip();
-}
-
-void MAINWINDOW::EditItem() {
-    STRINGARRAY* item = FirstSelected();
-    if (!item || !::EditItem(hWnd, App.Texts(), *item))
-        return;
-    CHECKCYCLE::ForceRefresh(*item, false);
-    if (!Application->SaveTables(SAVE_ITEMS))
-        ShowSaveError();
-    Rows->FillListview();
-}
-
 void MAINWINDOW::DeleteItems() {
     const std::vector<int> selected = SelectedItems();
     const STRINGARRAY* first = FirstSelected();
@@ -125,7 +98,7 @@ void MAINWINDOW::DeleteItems() {
         }
     }
     if (!Application->SaveTables(SAVE_ITEMS))
-        ShowSaveError();
+        ShowSaveError(TEXT_NOT_SAVED);
     MakeTaskbarIcon();
     UpdateCommands();
 }

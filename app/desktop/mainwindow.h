@@ -8,6 +8,7 @@
 #include "app/common/frontend.h"
 #include "app/core/commands.h"
 #include "app/desktop/alertwindow.h"
+#include "app/desktop/formpage.h"
 #include "app/desktop/itemlist.h"
 #include "app/desktop/uicalls.h"
 #include "app/notify/mailprogram.h"
@@ -87,6 +88,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void UpdateCommands() override;
     void ShowMessage(const STRING& title, const STRING& text) override;
     bool AskYesNo(const STRING& title, const STRING& text) override;
+    void OfferMailProgram() override;
     void RunSetupWizard() override;
     void PostQuit() override;
 
@@ -105,7 +107,8 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void ShowState(MENU& menu) const;
     COMMANDCONTEXT CommandContext() const;
     STRING ProgramName() const;
-    void ShowSaveError();
+    /// message: the number of its text.
+    void ShowSaveError(int message);
     // Messages.
     void OnClose();
     void OnEndSession();
@@ -119,6 +122,20 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void CloseAlert();
     // Commands of the window itself.
     bool DoWindowCommand(int command);
+    bool DoDialogCommand(int command);
+    /// Unless a dialog is open already, which comes to the front then.
+    void OpenDialog(void (MAINWINDOW::*dialog)());
+    DIALOGPARTS Parts() const;
+    void EditTypes();
+    void EditOptions();
+    void EditOptionsAt(int page);
+    void EditMailProgram();
+    void EditSpam(bool lists, bool expert);
+    void EditSpamLists();
+    void EditSpamExpert();
+    void EditSpamAll();
+    void EditDataDir();
+    void ShowSettings();
     // The windows of mails.
     void OpenInbox(const STRINGARRAY* item);
     /// False if a dialog of it is open, which is brought to the front instead.
@@ -163,6 +180,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     int TrayIcon = 0;                 // its resource number, while it blinks too
     bool BlinkPhase = false;
     bool FirstRun = false;
+    bool DialogOpen = false;
     bool InboxIsPane = true;  // or will be, when it opens
     bool SessionEnded = false;
     std::atomic<bool> Quitting = false;  // also where the message of it has been lost

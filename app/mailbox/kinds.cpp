@@ -57,6 +57,7 @@ constexpr MAILBOXKIND KINDS[] = {
      .Greeting = "* ",
      .CanDelete = true,
      .CanMove = true,
+     .HasFolders = true,
      .IsFiltered = true},
     {.Type = ITEMTYPE_HOTMAIL,
      .Name = PART_KIND_WEBMAIL,

@@ -24,6 +24,7 @@ struct MAILBOXKIND {
     bool HasUser = true;              // and a password
     bool CanDelete = false;           // by a verdict
     bool CanMove = false;
+    bool HasFolders = false;  // of which another one than the inbox can be read
     bool IsFiltered = false;
     bool HasNumberIds = false;  // "number|size", which other mails get when one goes
     int Successor = -1;         // what an account becomes when it is edited; -1: the same

@@ -49,6 +49,12 @@ void CutAt(STRING& text, const char* what) {
 
 }  // namespace
 
+bool HasMailProgram(const STRINGARRAY* item, const STRINGARRAY& state) {
+    STRING command = item ? CommandFor(*item, state) : state.Get("EmailCmdline");
+    command.Strip('B', "\" ");
+    return command.Length() > 0;
+}
+
 uintptr_t FindMailProgramWindow(const STRINGARRAY& state, PROGRAMSTARTER& starter) {
     const STRING titles = state.Get("EmailWindowTitle");
     if (state.GetNumber("EmailDoWindowCheck") == 0)

@@ -31,6 +31,9 @@ std::unique_ptr<PROGRAMSTARTER> MakeProgramStarter();
 /// EmailDoWindowCheck is on.
 uintptr_t FindMailProgramWindow(const STRINGARRAY& state, PROGRAMSTARTER& starter);
 
+/// Whether there is a mail program, or a web page in its place, for the item (null: no item).
+bool HasMailProgram(const STRINGARRAY* item, const STRINGARRAY& state);
+
 /// Starts the mail program, or shows its window if it runs already; for the item its own program if it has one (null:
 /// no item). Front end's thread.
 void StartMailProgram(const STRINGARRAY* item, const STRINGARRAY& state, FRONTEND& frontEnd, const TEXTS& texts,

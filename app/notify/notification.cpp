@@ -66,6 +66,7 @@ DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
     const int mode = State.GetNumber("PopupDoMailDetailsAll");
     const STRING lineTemplate = State.Get("PopupMailDetails");
     const STRING defaultType = Texts.Get(TEXT_DEFAULT_TYPE);
+    const RECORDARRAY types = Types;  // the user's thread may replace them
     for (int i = 0; i < std::min(report.Records.Count(), LINES_MAX); ++i) {
         const STRINGARRAY& record = report.Records[i];
         const bool known = !std::binary_search(report.NewMails.begin(), report.NewMails.end(), i);
@@ -78,13 +79,13 @@ DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
         bool show = true;
         STRING color("");
         // The empty line that parts them belongs to neither.
-        const int type = GetTypeIndex(record.Get("Header") || "\n\n" || record.Get("Body"), Types);
+        const int type = GetTypeIndex(record.Get("Header") || "\n\n" || record.Get("Body"), types);
         if (type != -1) {
-            typeName = Types[type].Get("Name");
+            typeName = types[type].Get("Name");
             details.TypeIndex = details.TypeIndex == -1 ? type : std::min(details.TypeIndex, type);
-            show = Types[type].GetNumber("DoPopup") != 0;
-            if (Types[type].GetNumber("DoColor") != 0)
-                color.Format(";B=%d;F=%d", Types[type].GetNumber("Color"), Types[type].GetNumber("TextColor"));
+            show = types[type].GetNumber("DoPopup") != 0;
+            if (types[type].GetNumber("DoColor") != 0)
+                color.Format(";B=%d;F=%d", types[type].GetNumber("Color"), types[type].GetNumber("TextColor"));
         }
         if (!show)
             continue;
@@ -125,6 +126,12 @@ DETAILS NOTIFICATION::BuildPopupDetailsList(const CHECKREPORT& report) const {
         details.Text += line || " \n";
     }
     details.Text.Strip('R', "\r\n");
+    if (details.TypeIndex != -1) {
+        const STRINGARRAY& type = types[details.TypeIndex];
+        details.TypeName = type.Get("Name");
+        if (type.GetNumber("DoSound") != 0)
+            details.TypeSound = type.Get("SoundFile");
+    }
     Trace("TARNWICK::BuildPopupDetailsList howmany= %d, typendx= %d\n", details.Lines, details.TypeIndex);
     return details;
 }
@@ -138,10 +145,9 @@ bool NOTIFICATION::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
     doPopup = doPopup && item.GetNumber("@SuppressPopup") == 0;
     Trace("TARNWICK::HandleNewMail 1. dopupup= %d\n", doPopup);
     if (details.TypeIndex != -1) {
-        const STRINGARRAY& type = Types[details.TypeIndex];
-        Trace("TARNWICK::HandleNewMail listcount= %d, type= %s\n", details.Lines, type.Get("Name").Text());
-        if (type.GetNumber("DoSound") != 0)
-            soundFile = type.Get("SoundFile");
+        Trace("TARNWICK::HandleNewMail listcount= %d, type= %s\n", details.Lines, details.TypeName.Text());
+        if (details.TypeSound.NotNull())
+            soundFile = details.TypeSound;
         Trace("TARNWICK::HandleNewMail 2. dopupup= %d\n", doPopup);
     }
     const bool popup = doPopup && details.Lines > 0;

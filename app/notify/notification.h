@@ -16,6 +16,8 @@ struct DETAILS {
     STRING Text;         // lines with mark-up, split by " \n"
     int Lines = 0;       // how many mails are listed
     int TypeIndex = -1;  // the type nearest the top among them
+    STRING TypeName;     // of that type
+    STRING TypeSound;    // null: it has none of its own
 };
 
 /// The text of the last popup, in the current directory unless another place is told.

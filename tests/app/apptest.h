@@ -76,6 +76,7 @@ class JOURNALFRONTEND : public FRONTEND {
     }
     void StopTimer(int timer) override { Journal.Add("stop " + std::to_string(timer)); }
     void PostStartMailProgram(int handle) override { Journal.Add("program " + std::to_string(handle)); }
+    void OfferMailProgram() override { Journal.Add("program offered"); }
     void UpdateCommands() override { Journal.Add("menus"); }
     void ShowMessage(const STRING& title, const STRING& text) override { Journal.Add(Std(title) + ": " + Std(text)); }
     bool AskYesNo(const STRING& title, const STRING& text) override {

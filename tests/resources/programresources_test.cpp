@@ -43,7 +43,7 @@ TEST_P(LanguageLibrary, HasTheMenusAndKeys) {
     const auto keys =
         std::count_if(lines.begin(), lines.end(), [](const MENULINE& line) { return line.Kind == MENULINE::KEY; });
     HMENU bar = LoadMenuW(Module, MAKEINTRESOURCEW(2101));
-    EXPECT_EQ(GetMenuItemCount(bar), 7);
+    EXPECT_EQ(GetMenuItemCount(bar), 8);
     HMENU list = LoadMenuW(Module, MAKEINTRESOURCEW(2104));
     EXPECT_EQ(GetMenuItemID(GetSubMenu(list, 0), 0), 2131u);
     HMENU tray = LoadMenuW(Module, MAKEINTRESOURCEW(2000));

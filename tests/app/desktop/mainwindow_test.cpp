@@ -141,7 +141,11 @@ TEST_F(MainWindow, TheSelectionOfTheLastRunComesBackOnceAndOtherwiseTheFirst) {
     Open(TWO_ITEMS, "LastSelectedRecord=1\r\n");
     EXPECT_EQ(Window->SelectedItems(), std::vector<int>{Engine->Items[1].GetNumber("@Handle")});
     EXPECT_EQ(Engine->pState.Get("LastSelectedRecord"), "-1");
+    Window->List().FillListview();
+    Pump();
+    EXPECT_EQ(Window->SelectedItems(), std::vector<int>{Engine->Items[1].GetNumber("@Handle")}) << "it stays";
     Engine->pState.Set("LastSelectedRecord", "7");
+    Window->List().Deselect();
     Window->List().FillListview();
     Pump();
     EXPECT_EQ(Window->SelectedItems(), std::vector<int>{Engine->Items[0].GetNumber("@Handle")});
@@ -162,17 +166,20 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
             COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(COMMAND_SUSPEND_ITEMS) " -" NUMBER(COMMAND_INBOX) " " MAILS
         "-" NUMBER(COMMAND_STOP_SOUND) " ",
         *ALL_BUTTONS = NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
+            COMMAND_INBOX) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(COMMAND_CHECK_ITEMS) " " NUMBER(COMMAND_SPAM_LISTS) " ",
+        *ALL_BUT_SPAM = NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
             COMMAND_INBOX) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(COMMAND_CHECK_ITEMS) " ";
     // In the bar "-": not possible, "+": with a mark. Buttons: that can be pressed.
     const std::tuple<const char*, std::function<void()>, const char*, const char*> steps[] = {
         {"none selected", [&] { Select(0, false); }, NONE,
-         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_TRASHCAN) " "},
+         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(
+             COMMAND_SPAM_LISTS) " "},
         {"one", [&] { Select(1); }, MAILS "-" NUMBER(COMMAND_STOP_SOUND) " ", ALL_BUTTONS},
         {"both", [&] { Select(0); },
          "-" NUMBER(COMMAND_EDIT_ITEM) " -" NUMBER(COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(
              COMMAND_INBOX) " " MAILS "-" NUMBER(COMMAND_STOP_SOUND) " ",
          NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(
-             COMMAND_CHECK_ITEMS) " "},
+             COMMAND_CHECK_ITEMS) " " NUMBER(COMMAND_SPAM_LISTS) " "},
         {"the other, which is suspended, as all is and the filter, while the sound goes on",
          [&] {
              Select(1, false);
@@ -180,9 +187,9 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
              Command(COMMAND_SUSPEND);
              TellNewMail();
          },
-         "+" NUMBER(COMMAND_SUSPEND_ITEMS) " " MAILS
-                                           "+" NUMBER(COMMAND_SUSPEND) " +" NUMBER(COMMAND_SPAM_FILTER_OFF) " ",
-         ALL_BUTTONS},
+         "+" NUMBER(COMMAND_SUSPEND_ITEMS) " " MAILS "+" NUMBER(COMMAND_SUSPEND) " -" NUMBER(
+             COMMAND_SPAM_LISTS) " +" NUMBER(COMMAND_SPAM_FILTER_OFF) " ",
+         ALL_BUT_SPAM},
     };
     const auto& bar = *static_cast<NEWTOOLBAR*>(
         reinterpret_cast<WINDOW*>(GetWindowLongPtrW(GetDlgItem(Window->hWnd, 3), GWLP_USERDATA)));
@@ -216,8 +223,9 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
     const auto fill = [](const char* name, WPARAM end) {
         Later([=] {
             const HWND dialog = GetActiveWindow();
-            for (const int control : {NAME, SERVER, USER})
-                SetDlgItemTextA(dialog, control, name);
+            for (HWND page = nullptr; (page = FindWindowExW(dialog, page, L"#32770", nullptr));)
+                for (const int control : {NAME, SERVER, USER})
+                    SetDlgItemTextA(page, control, name);
             SendMessageW(dialog, WM_COMMAND, end, 0);
         });
     };
@@ -240,10 +248,17 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
              fill("delta", IDOK);
          },
          "Alpha beta delta ", ""},
+        {"not edited while it is being checked", COMMAND_EDIT_ITEM,
+         [&] {
+             Engine->Items[Engine->FindName("delta")].Set("@InUpdate", "1");
+             press(IDOK, 0);
+         },
+         "Alpha beta delta ", "Tarnwick;"},
         {"kept", COMMAND_DELETE_ITEMS, [&] { press(IDNO, 0); }, "Alpha beta delta ", "Tarnwick;"},
         {"up to the one that is being checked", COMMAND_DELETE_ITEMS,
          [&] {
              all();
+             Engine->Items[Engine->FindName("delta")].Set("@InUpdate", "0");
              Engine->Items[Engine->FindName("beta")].Set("@InUpdate", "1");
              press(IDYES, IDOK);
          },
@@ -270,6 +285,57 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
         EXPECT_EQ(Engine->Items.Count(), std::count(names.begin(), names.end(), ' ')) << step;
         EXPECT_EQ(Engine->Items.Count(), std::count(stored.begin(), stored.end(), '#')) << step;
     }
+}
+
+TEST_F(MainWindow, DialogsComeFromTheirCommandsOneAtATime) {
+    Open(TWO_ITEMS);
+    std::string seen;
+    // The title of each window that comes up, which ends so.
+    std::function<void(std::vector<int>)> end = [&](std::vector<int> endings) {
+        Later([&, endings] {
+            const HWND front = GetActiveWindow();
+            seen += Std(WINDOW(front).Title()) + ";";
+            Window->DoCommand(COMMAND_TRAY_SETTINGS);
+            EXPECT_EQ(GetActiveWindow(), front) << "no second one";
+            if (endings.size() > 1)
+                end({endings.begin() + 1, endings.end()});
+            PostMessageW(front, WM_COMMAND, static_cast<WPARAM>(endings[0]), 0);
+        });
+    };
+    const std::tuple<int, std::vector<int>, const char*> table[] = {
+        {COMMAND_SETTINGS, {IDCANCEL}, "Options;"},
+        {COMMAND_TRAY_SETTINGS, {IDOK}, "Options;"},
+        {COMMAND_TYPES, {IDOK}, "Mail types;"},
+        {COMMAND_SPAM_LISTS, {IDOK}, "Spam settings;"},
+        {COMMAND_SPAM_EXPERT, {IDOK}, "Spam settings - for experts;"},
+        {COMMAND_SPAM_SETTINGS, {IDCANCEL}, "Spam settings - for experts;"},
+        {COMMAND_DATA_DIRECTORY, {IDOK}, "Tarnwick;"},  // named on the command line here
+        // Without a mail program one is offered.
+        {COMMAND_MAIL_PROGRAM, {IDNO}, "Tarnwick;"},
+        {COMMAND_NEW_MAIL, {IDYES, IDCANCEL}, "Tarnwick;Options;"},
+    };
+    for (const auto& [command, endings, titles] : table) {
+        seen.clear();
+        end(endings);
+        Command(command);
+        EXPECT_EQ(seen, titles) << command;
+    }
+}
+
+TEST_F(MainWindow, OptionsAreSeenAndStoredAtOnce) {
+    Open(TWO_ITEMS);
+    const HWND bar = GetDlgItem(Window->hWnd, 3);
+    EXPECT_TRUE(IsWindowVisible(bar));
+    Later([] {
+        const HWND dialog = GetActiveWindow();
+        for (HWND page = nullptr; (page = FindWindowExW(dialog, page, L"#32770", nullptr));)
+            if (GetDlgItem(page, 403))  // the first page
+                SendDlgItemMessageW(page, 246, BM_CLICK, 0, 0);
+        SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+    });
+    Command(COMMAND_SETTINGS);
+    EXPECT_FALSE(IsWindowVisible(bar));
+    EXPECT_TRUE(IsStored("DlgHideToolbar=1"));
 }
 
 TEST_F(MainWindow, StaysInReachWhileTheShellIsGoneAndComesBackToIt) {

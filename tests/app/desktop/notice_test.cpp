@@ -12,6 +12,10 @@ namespace {
 constexpr const char* THREE_MAILS = "[#0]\r\nName=a\r\nType=1\r\nUpdateSuspended=1\r\nLastRC=3|3\r\n\r\n";
 
 /// The ways in which the window tells of mail: tray icon, timers, alert.
+/// A mail program that is harmless, and seems to run already: the test itself.
+constexpr const char* RUNNING_PROGRAM =
+    "EmailCmdline=hostname.exe\r\nEmailDoWindowCheck=1\r\nEmailWindowTitle=Tarnwick 2\r\n";
+
 class Notice : public DESKTOPTEST {
  protected:
     void Mouse(UINT message) {
@@ -47,7 +51,7 @@ class Notice : public DESKTOPTEST {
 };
 
 TEST_F(Notice, ClicksOnTheTrayIconDoWhatTheSettingsSay) {
-    Open(TWO_ITEMS, "EmailCmdline=\r\n");
+    Open(TWO_ITEMS, RUNNING_PROGRAM);
     constexpr UINT DOWN = WM_LBUTTONDOWN, UP = WM_LBUTTONUP, TWICE = WM_LBUTTONDBLCLK;
     // With the keys that are held: Shift, Control.
     const std::tuple<UINT, const char*, const char*, const char*, const char*> clicks[] = {
@@ -181,7 +185,7 @@ TEST_F(Notice, AnAlertEndsByItsTimeAndComesBackWhenTheUserWants) {
 }
 
 TEST_F(Notice, AnAlertIsReplacedClickedAndGivesCommands) {
-    Open(TWO_ITEMS, "EmailCmdline=\r\n");
+    Open(TWO_ITEMS, RUNNING_PROGRAM);
     const HWND first = Show({.Text = "first\nline"});
     EXPECT_TRUE(IsWindowVisible(first));
     EXPECT_NE(GetForegroundWindow(), first);

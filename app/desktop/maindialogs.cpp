@@ -1,0 +1,184 @@
+// The main window's dealings with the dialogs of accounts and settings.
+#include <utility>
+
+#include "app/check/dialup.h"
+#include "app/core/tarnwick.h"
+#include "app/core/velmoraapp.h"
+#include "app/desktop/dialogs.h"
+#include "app/desktop/inbox.h"
+#include "app/desktop/mainwindow.h"
+#include "app/filter/spamfilter.h"
+#include "corelib/net/mxlookup.h"
+#include "corelib/window/messages.h"
+
+namespace {
+
+/// An account is edited, and not checked meanwhile.
+class ITEMLOCK {
+ public:
+    ITEMLOCK(CHECKCYCLE& cycle, STRINGARRAY& item)
+        : Cycle(cycle), Item(item), Held(cycle.SetItemState(item, ITEMSTATE_LOCKED, 1)) {}
+    ~ITEMLOCK() {
+        if (Held)
+            Cycle.SetItemState(Item, ITEMSTATE_LOCKED, 0);
+    }
+    ITEMLOCK(const ITEMLOCK&) = delete;
+    ITEMLOCK& operator=(const ITEMLOCK&) = delete;
+    bool IsHeld() const { return Held; }
+
+ private:
+    CHECKCYCLE& Cycle;
+    STRINGARRAY& Item;
+    const bool Held;
+};
+
+}  // namespace
+
+bool MAINWINDOW::DoDialogCommand(int command) {
+    static constexpr std::pair<int, void (MAINWINDOW::*)()> DIALOGS[] = {
+        {COMMAND_ADD_ITEM, &MAINWINDOW::AddItem},
+        {COMMAND_EDIT_ITEM, &MAINWINDOW::EditItem},
+        {COMMAND_TYPES, &MAINWINDOW::EditTypes},
+        {COMMAND_SETTINGS, &MAINWINDOW::EditOptions},
+        {COMMAND_TRAY_SETTINGS, &MAINWINDOW::EditOptions},
+        {COMMAND_SPAM_LISTS, &MAINWINDOW::EditSpamLists},
+        {COMMAND_SPAM_EXPERT, &MAINWINDOW::EditSpamExpert},
+        {COMMAND_SPAM_SETTINGS, &MAINWINDOW::EditSpamAll},
+        {COMMAND_DATA_DIRECTORY, &MAINWINDOW::EditDataDir},
+    };
+    for (const auto& [number, dialog] : DIALOGS) {
+        if (number != command)
+            continue;
+        OpenDialog(dialog);
+        return true;
+    }
+    return false;
+}
+
+// The tray icon's menu can be reached while a dialog is open: two of them would store over each other.
+void MAINWINDOW::OpenDialog(void (MAINWINDOW::*dialog)()) {
+    if (DialogOpen || !IsWindowEnabled(hWnd)) {
+        ShowInFront();
+        return;
+    }
+    DialogOpen = true;
+    (this->*dialog)();
+    DialogOpen = false;
+}
+
+DIALOGPARTS MAINWINDOW::Parts() const {
+    return {hWnd, App.Texts(), Application->Programs()};
+}
+
+void MAINWINDOW::AddItem() {
+    STRINGARRAY record = Application->NewItem();
+    if (!::EditItem(Parts(), record, Application->pState))
+        return;
+    if (!Application->AddItem(record))
+        ShowSaveError(TEXT_NOT_SAVED);
+    Rows->FillListview(record.GetNumber("@Handle"));
+    MakeNewTooltip();
+}
+
+void MAINWINDOW::EditItem() {
+    STRINGARRAY* item = FirstSelected();
+    if (!item)
+        return;
+    {
+        const ITEMLOCK lock(Application->Cycle(), *item);
+        if (!lock.IsHeld()) {
+            ShowError(hWnd, App.Texts().Get(TEXT_IN_CHECK), ProgramName());
+            return;
+        }
+        if (!::EditItem(Parts(), *item, Application->pState))
+            return;
+    }
+    const int handle = item->GetNumber("@Handle");
+    CHECKCYCLE::ForceRefresh(*item, false);
+    if (!Application->SaveTables(SAVE_ITEMS))
+        ShowSaveError(TEXT_NOT_SAVED);
+    Rows->FillListview(handle);
+}
+
+void MAINWINDOW::EditTypes() {
+    if (::EditTypes(Parts(), Application->Types) && !Application->SaveTables(SAVE_TYPES))
+        ShowSaveError(TEXT_SETTINGS_NOT_SAVED);
+}
+
+void MAINWINDOW::EditOptions() {
+    EditOptionsAt(PAGE_OPTIONS_PROGRAM);
+}
+
+void MAINWINDOW::EditOptionsAt(int page) {
+    STRINGARRAY& state = Application->pState;
+    const bool started = state.GetNumber("DlgAutoRun") != 0;
+    WINRAS dialup;
+    if (!::EditOptions(Parts(), state, dialup.EnumEntries(), page))
+        return;
+    if (!Application->SaveSettings())
+        ShowSaveError(TEXT_SETTINGS_NOT_SAVED);
+    // A copy that was moved names its new place.
+    const bool starts = state.GetNumber("DlgAutoRun") != 0;
+    const STRING name = App.Texts().Get(TEXT_REGISTRY_NAME);
+    if (starts ? !OSYS::AutoStart(name.Text(), OSYS::AUTOSTART_SELF)
+               : started && !OSYS::AutoStart(name.Text(), nullptr))
+        ShowError(hWnd, App.Texts().Get(TEXT_AUTOSTART_FAILED), ProgramName());
+    if (state.GetNumber("ConnectionType") != 0 && state.GetNumber("ConnectionDunDial") != 0)
+        ShowHint(hWnd, App.Texts().Get(TEXT_DIAL_WARNING), App.Texts().Get(TEXT_DIAL_WARNING_TITLE),
+                 App.Texts().Get(TEXT_PRODUCT).Text(), "NoShow0001");
+    ShowSettings();
+}
+
+void MAINWINDOW::EditSpam(bool lists, bool expert) {
+    STRING unused;
+    const bool canAskDns = Application->MailServers().GetAddr(nullptr, unused, unused);
+    if (!EditSpamSettings(Parts(), Application->pState, lists, expert, canAskDns))
+        return;
+    if (!Application->SaveSettings())
+        ShowSaveError(TEXT_SETTINGS_NOT_SAVED);
+    Application->Filter().LoadSpamDefinitions();
+    SetMainTitle();
+    ArrangeControls();
+}
+
+void MAINWINDOW::EditSpamLists() {
+    EditSpam(true, false);
+}
+
+void MAINWINDOW::EditSpamExpert() {
+    EditSpam(false, true);
+}
+
+void MAINWINDOW::EditSpamAll() {
+    EditSpam(true, true);
+}
+
+void MAINWINDOW::EditDataDir() {
+    if (App.Arguments().TestArgValue("WORKDIR", 0))
+        ShowInfo(hWnd, App.Texts().Get(TEXT_DIR_NAMED), ProgramName());
+    else
+        (void)::EditDataDir(Parts(), App.Texts().Get(TEXT_REGISTRY_NAME), Application->DataDir());
+}
+
+// What is seen of the settings.
+void MAINWINDOW::ShowSettings() {
+    ArrangeControls();
+    Rows->AutoWidth(-1);
+    SetMainTitle();
+    MakeTaskbarIcon();
+    // Shown anew as a whole, as its look may be another one.
+    ShowWindow(Rows->Handle(), SW_HIDE);
+    ShowWindow(Rows->Handle(), SW_SHOW);
+    if (Inbox)
+        Inbox->ArrangeControls();
+    UpdateCommands();
+}
+
+void MAINWINDOW::OfferMailProgram() {
+    if (!DialogOpen && ::AskYesNo(hWnd, App.Texts().Get(TEXT_NO_MAIL_PROGRAM), ProgramName()))
+        OpenDialog(&MAINWINDOW::EditMailProgram);
+}
+
+void MAINWINDOW::EditMailProgram() {
+    EditOptionsAt(PAGE_OPTIONS_MAILPROGRAM);
+}

@@ -1,0 +1,594 @@
+// The first has names that those of windows would shadow.
+// clang-format off
+#include "tests/app/apptest.h"
+#include "app/desktop/dialogs.h"
+// clang-format on
+
+#include "app/check/items.h"
+#include "app/core/datadir.h"
+#include "app/notify/mailtypes.h"
+#include "corelib/system/osys.h"
+#include "corelib/system/registry.h"
+#include "corelib/window/controls.h"
+#include "corelib/window/widetext.h"
+#include "tests/servers/scriptedserver.h"
+#include "tests/support/windowtest.h"
+
+namespace {
+
+constexpr int MESSAGE_TEXT = 0xFFFF;
+
+/// A dialog of the tables over a record that has an unlike value in every key.
+struct SHEET {
+    const char* Name;
+    std::vector<int> Pages;
+    std::function<bool(const DIALOGPARTS&, STRINGARRAY&)> Run;
+};
+
+bool RunType(const DIALOGPARTS& parts, STRINGARRAY& record) {
+    RECORDARRAY types(2, 2);
+    types.Add(record);
+    const bool stored = EditType(parts, types, 0);
+    record = types[0];
+    return stored;
+}
+
+const std::vector<int> LIST_PAGES = {PAGE_SPAM_POINTS, PAGE_SPAM_WORDS, PAGE_SPAM_INTERESTS, PAGE_SPAM_RECIPIENTS};
+const std::vector<int> EXPERT_PAGES = {PAGE_SPAM_POINTS, PAGE_SPAM_SENDERS, PAGE_SPAM_FILES, PAGE_SPAM_SENDING};
+const std::vector<int> ALL_SPAM_PAGES = {PAGE_SPAM_POINTS,  PAGE_SPAM_WORDS, PAGE_SPAM_INTERESTS, PAGE_SPAM_RECIPIENTS,
+                                         PAGE_SPAM_SENDERS, PAGE_SPAM_FILES, PAGE_SPAM_SENDING};
+const SHEET SHEETS[] = {
+    {"item",
+     {PAGE_ITEM_GENERAL, PAGE_ITEM_MAILBOX, PAGE_ITEM_MORE},
+     [](const DIALOGPARTS& parts, STRINGARRAY& record) { return EditItem(parts, record, record); }},
+    {"type", {DIALOG_TYPE}, RunType},
+    {"options",
+     {PAGE_OPTIONS_PROGRAM, PAGE_OPTIONS_NOTICE, PAGE_OPTIONS_POPUP, PAGE_OPTIONS_MAILPROGRAM, PAGE_OPTIONS_CONNECTION},
+     [](const DIALOGPARTS& parts, STRINGARRAY& record) { return EditOptions(parts, record, "one|two"); }},
+    {"spam lists", LIST_PAGES,
+     [](const DIALOGPARTS& parts, STRINGARRAY& record) { return EditSpamSettings(parts, record, true, false, true); }},
+    {"spam expert", EXPERT_PAGES,
+     [](const DIALOGPARTS& parts, STRINGARRAY& record) { return EditSpamSettings(parts, record, false, true, false); }},
+    {"spam", ALL_SPAM_PAGES,
+     [](const DIALOGPARTS& parts, STRINGARRAY& record) { return EditSpamSettings(parts, record, true, true, true); }},
+};
+
+class Dialogs : public ::testing::TestWithParam<int> {
+ protected:
+    Dialogs() {
+        const STRING directory = OSYS::FileDirectory(OSYS::ProgramPath().Text());
+        STRING path;
+        EXPECT_EQ(Texts.Load(directory.Text(), GetParam(), path), GetParam());
+        Resources = std::make_unique<RESOURCELIBRARY>(path);
+    }
+
+    DIALOGPARTS Parts() { return {nullptr, Texts, Programs}; }
+
+    // Runs a dialog, in which the user then acts; it is cancelled if it is still open afterwards.
+    bool RunWith(const std::function<bool()>& dialog, const std::function<void()>& user) {
+        Later([&] {
+            Dialog = GetActiveWindow();
+            ShowWindow(Dialog, SW_SHOW);
+            user();
+            if (IsWindow(Dialog))
+                PostMessageW(Dialog, WM_COMMAND, IDCANCEL, 0);
+        });
+        return dialog();
+    }
+    // The pages of the open dialog, in their order; itself if it has none.
+    std::vector<HWND> Pages() const {
+        std::vector<HWND> pages;
+        for (HWND child = nullptr; (child = FindWindowExW(Dialog, child, L"#32770", nullptr));)
+            pages.insert(pages.begin(), child);
+        return pages.empty() ? std::vector<HWND>{Dialog} : pages;
+    }
+    HWND On(size_t page, int control) const { return GetDlgItem(Pages()[page], control); }
+    std::string Text(size_t page, int control) const { return Std(WINDOW(On(page, control)).Title()); }
+    void Set(size_t page, int control, const char* text) const { WINDOW(On(page, control)).SetTitle(text); }
+    void ClickOn(size_t page, int control) const { SendMessageW(On(page, control), BM_CLICK, 0, 0); }
+    void Select(size_t page, int control, int place) const {
+        LISTBOX(On(page, control)).Select(place);
+        SendMessageW(Pages()[page], WM_COMMAND, MAKEWPARAM(control, CBN_SELCHANGE),
+                     reinterpret_cast<LPARAM>(On(page, control)));
+    }
+    static bool IsPossible(HWND control) {
+        return IsWindowEnabled(control) && (GetWindowLongW(control, GWL_STYLE) & WS_VISIBLE);
+    }
+    void PressOk() const { SendMessageW(GetDlgItem(Dialog, IDOK), BM_CLICK, 0, 0); }
+    // Ends the window that comes up over the dialog with that button, and notes what it says.
+    void Answer(int ending) {
+        Later([this, ending] {
+            const HWND box = GetActiveWindow();
+            if (box == Dialog || !box)
+                return Answer(ending);
+            Said = Std(WINDOW(GetDlgItem(box, MESSAGE_TEXT)).Title());
+            SendMessageW(box, WM_COMMAND, static_cast<WPARAM>(ending), 0);
+        });
+    }
+
+    // Every key that the sheet binds, with a value unlike all others as far as its kind has so many.
+    static STRINGARRAY Unlike(const SHEET& sheet) {
+        STRINGARRAY record(64, 64);
+        if (sheet.Pages[0] == PAGE_ITEM_GENERAL || sheet.Pages[0] == DIALOG_TYPE) {
+            int handle = FIRST_ITEM_HANDLE;
+            STRINGARRAY state(STRING("PopupBackgroundColor=1\nPopupTextColor=2\n"), 8, 8);
+            FixItem(record, state, handle);
+            record.AllowNewKeys(true);
+            record["Type"] = "2";
+            record["Source"] = "server|user";
+            record["TimingCyclic"] = "125";
+            FillTypeDefaults(record);
+        }
+        for (const int page : sheet.Pages)
+            for (const FIELD& field : FieldsOf(page))
+                if (!strchr(field.Key, '.'))
+                    record[field.Key] = Value(field, field.Control).c_str();
+        return record;
+    }
+    // Key by key, whatever form a file would have.
+    static std::string All(const STRINGARRAY& record) {
+        std::string all;
+        for (int i = 0; i < record.Count(); ++i)
+            all += Std(record.KeyAt(i) || "=" || record.ValueAt(i)) + "\n";
+        return all;
+    }
+    // One that the field can show, but for colours: the answer of their dialog is then a change.
+    static std::string Value(const FIELD& field, int n) {
+        if (STRING(field.Key) == "EmailCmdline")
+            return Std(OSYS::ProgramPath());  // a program that is there
+        if (STRING(field.Key) == "ConnectionDunAny")
+            return "0";  // so that one can be chosen
+        switch (field.Kind) {
+            case FIELDKIND::EDIT:
+                return "text " + std::to_string(n);
+            case FIELDKIND::NUMBER:
+                return std::to_string(field.Low + n % 50);
+            case FIELDKIND::TEXTLIST:
+                return "two";
+            case FIELDKIND::COLOR:
+                return "no colour";
+            case FIELDKIND::FONT:
+                return "";
+            default:
+                return "1";
+        }
+    }
+    // Gives the field's control another value, and says which one is stored for it.
+    std::string Change(size_t page, const FIELD& field) {
+        const int control = field.Control;
+        switch (field.Kind) {
+            case FIELDKIND::EDIT: {
+                const bool sound = STRING(field.Key).Pos("Sound") != -1;
+                const STRING text =
+                    sound ? OSYS::FileDirectory(OSYS::ProgramPath().Text()) || "\\jingling.wav" : "other";
+                Set(page, control, text.Text());
+                return Std(text);
+            }
+            case FIELDKIND::NUMBER:
+                Set(page, control, std::to_string(field.Low + 51).c_str());
+                return std::to_string(field.Low + 51);
+            case FIELDKIND::CHECK:
+                ClickOn(page, control);
+                return "0";
+            case FIELDKIND::RADIO:
+                ClickOn(page, control);
+                return std::to_string(field.Low);
+            case FIELDKIND::LIST:
+                Select(page, control, 0);
+                return "0";
+            case FIELDKIND::TEXTLIST:
+                Select(page, control, 0);
+                return "one";
+            case FIELDKIND::COLOR:
+                Answer(IDOK);
+                ClickOn(page, control);
+                return "0";
+            default:
+                return "";
+        }
+    }
+
+    LANGUAGELIBRARY Texts;
+    FAKESTARTER Programs;
+    std::unique_ptr<RESOURCELIBRARY> Resources;
+    HWND Dialog = nullptr;
+    std::string Said;
+};
+
+TEST_P(Dialogs, LeaveAnUnchangedRecordAlone) {
+    for (const SHEET& sheet : SHEETS) {
+        SCOPED_TRACE(sheet.Name);
+        STRINGARRAY record = Unlike(sheet);
+        const std::string before = All(record);
+        EXPECT_TRUE(RunWith([&] { return sheet.Run(Parts(), record); }, [&] { PressOk(); }));
+        EXPECT_EQ(All(record), before);
+        EXPECT_FALSE(RunWith([&] { return sheet.Run(Parts(), record); },
+                             [&] {
+                                 for (size_t page = 0; page < sheet.Pages.size(); ++page)
+                                     for (const FIELD& field : FieldsOf(sheet.Pages[page]))
+                                         if (field.Kind == FIELDKIND::EDIT)
+                                             Set(page, field.Control, "never");
+                             }));
+        EXPECT_EQ(All(record), before);
+    }
+}
+
+// What is the same in every language, and takes its time.
+class SlowDialogs : public Dialogs {};
+
+// The fields of the same place on all pages are changed at once: so many openings are enough.
+TEST_P(SlowDialogs, StoreEachFieldUnderItsKey) {
+    for (const SHEET& sheet : SHEETS) {
+        bool more = true;
+        for (size_t place = 0; more; ++place) {
+            SCOPED_TRACE(std::string(sheet.Name) + " " + std::to_string(place));
+            more = false;
+            STRINGARRAY record = Unlike(sheet), expected = record;
+            EXPECT_TRUE(RunWith([&] { return sheet.Run(Parts(), record); },
+                                [&] {
+                                    for (size_t page = 0; page < sheet.Pages.size(); ++page) {
+                                        const auto fields = FieldsOf(sheet.Pages[page]);
+                                        if (place >= fields.size())
+                                            continue;
+                                        more = true;
+                                        const FIELD& field = fields[place];
+                                        const HWND control = On(page, field.Control);
+                                        ASSERT_TRUE(control) << field.Page << " " << field.Control;
+                                        if (!IsPossible(control) || field.Kind == FIELDKIND::FONT)
+                                            continue;
+                                        const std::string stored = Change(page, field);
+                                        if (!strchr(field.Key, '.'))
+                                            expected[field.Key] = stored.c_str();
+                                        else if (STRING(field.Key) == "TimingCyclic.Minutes")
+                                            expected["TimingCyclic"] = "3065";
+                                        else if (STRING(field.Key) == "TimingCyclic.Seconds")
+                                            expected["TimingCyclic"] = "171";
+                                        else if (STRING(field.Key) == "Source.Server")
+                                            expected["Source"] = "other|user";
+                                        else if (STRING(field.Key) == "Source.User")
+                                            expected["Source"] = "server|other";
+                                        else
+                                            expected["Type"] = "1";
+                                    }
+                                    PressOk();
+                                }));
+            EXPECT_EQ(All(record), All(expected));
+        }
+    }
+}
+
+// What hangs on what, as a person sees it: the act, and the controls that are possible afterwards.
+TEST_P(Dialogs, OfferWhatIsPossible) {
+    const auto possible = [this](size_t page, std::vector<int> controls) {
+        std::string all;
+        for (const int control : controls)
+            all += IsPossible(On(page, control)) ? '1' : '0';
+        return all;
+    };
+    STRINGARRAY item = Unlike(SHEETS[0]);
+    RunWith([&] { return SHEETS[0].Run(Parts(), item); },
+            [&] {
+                const std::vector<int> mailbox = {204, LabelOf(204), 205, 206, 247, 207, LabelOf(207), 280},
+                                       more = {249, 243, 203};
+                const std::tuple<int, const char*, const char*> kinds[] = {
+                    {0, "11110000", "100"}, {1, "11111110", "111"}, {2, "00110001", "000"}, {1, "11111110", "111"}};
+                for (const auto& [kind, here, there] : kinds) {
+                    Select(1, 401, kind);
+                    EXPECT_EQ(possible(1, mailbox), here) << kind;
+                    EXPECT_EQ(possible(2, more), there) << kind;
+                }
+                ClickOn(1, 247);
+                EXPECT_EQ(possible(1, {247, 207}), "10");
+                ClickOn(2, 243);
+                EXPECT_EQ(possible(2, {249, 243, 203, LabelOf(203)}), "1100");
+                ClickOn(0, 243);
+                EXPECT_EQ(possible(0, {101, 103}), "00");
+                ClickOn(2, 242);
+                EXPECT_EQ(possible(2, {204, 102}), "00");
+            });
+    STRINGARRAY options = Unlike(SHEETS[2]);
+    RunWith([&] { return SHEETS[2].Run(Parts(), options); },
+            [&] {
+                EXPECT_EQ(possible(3, {203, 243, 245, 246}), "1111");
+                ClickOn(3, 243);
+                EXPECT_EQ(possible(3, {203, 243, 245, 246}), "1101");
+                Set(3, 202, "no such program");
+                EXPECT_EQ(possible(3, {203, 243, 245, 246}), "1000");
+                Set(3, 202, "");
+                EXPECT_EQ(possible(3, {203, 243, 245, 246}), "0000");
+                EXPECT_EQ(possible(4, {225, 226, 401, 242}), "1111");
+                ClickOn(4, 225);
+                EXPECT_EQ(possible(4, {225, 226, 401, 242}), "1100");
+                ClickOn(4, 221);
+                EXPECT_EQ(possible(4, {225, 226, 401, 242}), "0000");
+                ClickOn(1, 241);
+                EXPECT_EQ(possible(1, {204, 104, 114, 248, 208}), "00000");
+            });
+    const std::tuple<const SHEET&, size_t, const char*> forms[] = {
+        {SHEETS[3], 4, "1111100000"}, {SHEETS[4], 4, "1111111111"}, {SHEETS[5], 7, "1111111111"}};
+    for (const auto& [sheet, pages, shown] : forms) {
+        STRINGARRAY state = Unlike(sheet);
+        RunWith([&] { return sheet.Run(Parts(), state); },
+                [&] {
+                    EXPECT_EQ(Pages().size(), pages);
+                    EXPECT_EQ(possible(0, {245, 205, 244, 241, 201, 242, 202, 282, 243, 203}), shown);
+                    const bool expert = &sheet != &SHEETS[3];
+                    EXPECT_EQ(WINDOW(Dialog).Title().Pos(Texts.Part(TEXT_SPAM_TITLES, 1).Text()) != -1, expert);
+                    // Without a name service nothing can be asked of it, whatever is clicked.
+                    if (pages == 4 && expert) {
+                        ClickOn(1, 246);
+                        EXPECT_EQ(possible(1, {246, 242, 202, 204}), "0000");
+                    }
+                    if (pages == 7) {
+                        EXPECT_EQ(possible(4, {246, 242, 202, 204}), "1111");
+                        ClickOn(4, 242);
+                        EXPECT_EQ(possible(4, {246, 242, 202, 204}), "1100");
+                    }
+                });
+    }
+}
+
+TEST_P(Dialogs, SayWhatIsWrong) {
+    const struct {
+        int Sheet;
+        size_t Page;
+        int Control;
+        const char* Entered;
+        int Text;  // 0: of a number
+    } table[] = {{0, 0, 201, " \t", TEXT_NO_NAME},
+                 {0, 1, 204, "", TEXT_NO_SERVER},
+                 {0, 1, 205, "a|b", TEXT_BAR},
+                 {0, 0, 202, "9999", 0},
+                 {0, 0, 203, "75", 0},
+                 {1, 0, 201, "", TEXT_TYPE_NO_NAME},
+                 {1, 0, 204, "none", TEXT_NO_SOUND},
+                 {1, 0, 207, "0", 0},
+                 {2, 2, 202, "61", 0},
+                 {2, 1, 204, "no.wav", TEXT_NO_SOUND},
+                 {5, 5, 210, "101", 0}};
+    for (const auto& row : table) {
+        SCOPED_TRACE(std::to_string(row.Control) + " " + row.Entered);
+        STRINGARRAY record = Unlike(SHEETS[row.Sheet]);
+        const std::string before = All(record);
+        EXPECT_FALSE(RunWith([&] { return SHEETS[row.Sheet].Run(Parts(), record); },
+                             [&] {
+                                 Set(row.Page, row.Control, row.Entered);
+                                 Answer(IDOK);
+                                 PressOk();
+                                 STRING text = row.Text != 0
+                                                   ? Texts.Get(row.Text)
+                                                   : STRING(GetParam() == LANGUAGE_GERMAN ? "Zahl von" : "number from");
+                                 text.Replace("$FILE", row.Entered);
+                                 EXPECT_NE(Said.find(Std(text)), Said.npos) << Said;
+                                 EXPECT_EQ(GetFocus(), On(row.Page, row.Control));
+                             }));
+        EXPECT_EQ(All(record), before);
+    }
+}
+
+TEST_P(Dialogs, KeepWhatTheyCannotShowAndTellOfTheShortestPeriod) {
+    STRINGARRAY item = Unlike(SHEETS[0]);
+    item["Type"] = "9";
+    item["TimingCyclic"] = "864000";
+    const std::string before = All(item);
+    EXPECT_ASSERTIONS(1);
+    EXPECT_TRUE(RunWith([&] { return EditItem(Parts(), item, item); },
+                        [&] {
+                            EXPECT_EQ(LISTBOX(On(1, 401)).Selected(), -1);
+                            Set(1, 204, "");
+                            Set(1, 205, "");
+                            Set(1, 204, "server");
+                            Set(1, 205, "user");
+                            Select(1, 401, 1);
+                            Select(1, 401, -1);
+                            Answer(IDOK);
+                            PressOk();
+                            EXPECT_EQ(Said, Std(Texts.Get(TEXT_NO_KIND)));
+                            Set(1, 204, "");
+                            Set(1, 205, "");
+                            PressOk();
+                        }));
+    EXPECT_EQ(All(item), before);
+    item["Type"] = "1";
+    item["TimingCyclic"] = "30";
+    std::string password;
+    for (int i = 0; i < 32; ++i)
+        password += "Ω";
+    EXPECT_TRUE(RunWith([&] { return EditItem(Parts(), item, item); },
+                        [&] {
+                            Set(1, 206, password.c_str());
+                            Select(1, 401, 2);
+                            Answer(IDOK);
+                            PressOk();
+                        }));
+    EXPECT_EQ(Said, Std(Texts.Get(TEXT_PERIOD_RAISED)));
+    EXPECT_EQ(Std(item.Get("Type") || " " || item.Get("TimingCyclic") || " " || item.Get("Source2")),
+              "3 60 " + password);
+}
+
+TEST_P(Dialogs, TryALogin) {
+    SCRIPTEDSERVER server({PLAY::Send("+OK\r\n"), PLAY::Expect("USER user"), PLAY::Send("+OK\r\n"),
+                           PLAY::Expect("PASS other"), PLAY::Send("-ERR not today\r\n")});
+    SCRIPTEDSERVER silent({PLAY::Silence()});
+    STRINGARRAY item = Unlike(SHEETS[0]), settings;
+    item["Type"] = "1";
+    settings["DoHttpProxy"] = "0";
+    EXPECT_FALSE(RunWith([&] { return EditItem(Parts(), item, settings); },
+                         [&] {
+                             Set(1, 206, "other");
+                             for (const SCRIPTEDSERVER* where : {&server, &silent}) {
+                                 Set(1, 204, where->HostPort().c_str());
+                                 ClickOn(1, 101);
+                                 EXPECT_FALSE(IsWindowEnabled(On(1, 101)));
+                                 EXPECT_EQ(Text(1, 290), Std(Texts.Get(TEXT_LOGGING_IN)));
+                                 if (where == &server) {
+                                     EXPECT_TRUE(PumpUntil([&] { return IsWindowEnabled(On(1, 101)) != 0; }));
+                                     EXPECT_NE(Text(1, 290).find("not today"), std::string::npos);
+                                 }
+                             }
+                             // The dialog goes in the middle of the second one.
+                         }));
+    EXPECT_EQ(Std(item.Get("Source")), "server|user");
+}
+
+TEST_P(Dialogs, EditTheListOfTypes) {
+    RECORDARRAY types(4, 4);
+    for (const char* name : {"one", "two", "three"}) {
+        STRINGARRAY type;
+        type["Name"] = name;
+        FillTypeDefaults(type);
+        types.Add(type);
+    }
+    const auto order = [&] {
+        std::string all;
+        for (int i = 0; i < types.Count(); ++i)
+            all += Std(types[i].Get("Name")) + " ";
+        return all;
+    };
+    EXPECT_FALSE(RunWith([&] { return EditTypes(Parts(), types); }, [&] { ClickOn(0, 106); }));
+    EXPECT_EQ(order(), "one two three ");
+    EXPECT_TRUE(RunWith([&] { return EditTypes(Parts(), types); },
+                        [&] {
+                            EXPECT_FALSE(IsWindowEnabled(On(0, 105)));
+                            ClickOn(0, 106);  // two one three
+                            for (const auto& [name, text] :
+                                 {std::pair{"", TEXT_TYPE_NO_NAME}, {"TWO", TEXT_TYPE_EXISTS}}) {
+                                Set(0, 201, name);
+                                Answer(IDOK);
+                                ClickOn(0, 101);
+                                EXPECT_EQ(Said, Std(Texts.Get(text)));
+                            }
+                            Set(0, 201, "four");
+                            ClickOn(0, 101);
+                            EXPECT_EQ(LISTBOX(On(0, 401)).Selected(), 3);
+                            EXPECT_FALSE(IsWindowEnabled(On(0, 106)));
+                            ClickOn(0, 105);  // two one four three
+                            Select(0, 401, 1);
+                            for (const int ending : {IDNO, IDYES}) {
+                                Answer(ending);
+                                ClickOn(0, 102);
+                                EXPECT_NE(Said.find("one"), Said.npos);
+                            }
+                            // The type at that place now, in its own dialog.
+                            Later([this] {
+                                const HWND front = GetActiveWindow();
+                                EXPECT_EQ(Std(WINDOW(GetDlgItem(front, 201)).Title()), "four");
+                                WINDOW(GetDlgItem(front, 201)).SetTitle(" 4 ");
+                                SendMessageW(GetDlgItem(front, IDOK), BM_CLICK, 0, 0);
+                            });
+                            ClickOn(0, 103);
+                            EXPECT_EQ(Std(LISTBOX(On(0, 401)).TextAt(1)), "4");
+                            PressOk();
+                        }));
+    EXPECT_EQ(order(), "two 4 three ");
+}
+
+TEST_P(Dialogs, AskForAnotherDataDirectory) {
+    const TEMPDIR dir;
+    const STRING current = dir.Path(), folder = dir.File("new Ω ü"), file = dir.File("file");
+    WriteBytes(file, "");
+    const struct {
+        STRING Entered;
+        int Answer;
+        const char* Wanted;  // as the next start finds it, with $ for the new folder
+        int Said;            // the last message, 0: none
+    } table[] = {{"relative", IDOK, nullptr, TEXT_DIR_RELATIVE},
+                 {file, IDOK, nullptr, TEXT_DIR_MISSING},
+                 {folder, IDYES, "*$", TEXT_MOVE_NEXT_START},
+                 {folder || "2", IDNO, "$2", TEXT_MOVE_NEXT_START},
+                 {current, IDOK, nullptr, 0}};
+    REGISTRY store("Velmora", "TarnwickDialogTest", ROOT_CURRENT_USER);
+    for (const auto& row : table) {
+        SCOPED_TRACE(Std(row.Entered));
+        Said.clear();
+        RunWith([&] { return EditDataDir(Parts(), "TarnwickDialogTest", current); },
+                [&] {
+                    Set(0, 201, row.Entered.Text());
+                    if (row.Said != 0)
+                        Later([&] {
+                            const HWND box = GetActiveWindow();
+                            Said = Std(WINDOW(GetDlgItem(box, MESSAGE_TEXT)).Title());
+                            if (row.Said == TEXT_MOVE_NEXT_START) {
+                                EXPECT_EQ(Said, Std(Texts.Get(TEXT_MOVE_FILES)));
+                                Answer(IDOK);
+                            }
+                            SendMessageW(box, WM_COMMAND, static_cast<WPARAM>(row.Answer), 0);
+                        });
+                    PressOk();
+                });
+        EXPECT_EQ(Said, row.Said == 0 ? "" : Std(DataDirText(Texts, row.Said, row.Entered)));
+        STRING wanted = row.Wanted ? STRING(row.Wanted) : STRING();
+        wanted.Replace("$", folder.Text());
+        EXPECT_EQ(store.Read("ApplicationDataDir.New"), wanted);
+    }
+}
+
+// By the page's hint window: each field has its words.
+TEST_P(Dialogs, HaveWordsOnEachField) {
+    for (const SHEET& sheet : {SHEETS[0], SHEETS[1], SHEETS[2], SHEETS[5]}) {
+        STRINGARRAY record = Unlike(sheet);
+        RunWith(
+            [&] { return sheet.Run(Parts(), record); },
+            [&] {
+                std::map<HWND, std::wstring> words;
+                EnumThreadWindows(
+                    GetCurrentThreadId(),
+                    [](HWND window, LPARAM all) -> BOOL {
+                        wchar_t name[32];
+                        GetClassNameW(window, name, 32);
+                        if (wcscmp(name, TOOLTIPS_CLASSW) != 0)
+                            return TRUE;
+                        for (WPARAM i = 0; i < static_cast<WPARAM>(SendMessageW(window, TTM_GETTOOLCOUNT, 0, 0)); ++i) {
+                            wchar_t text[512] = {};
+                            TOOLINFOW tool{};
+                            tool.cbSize = sizeof tool;
+                            tool.lpszText = text;
+                            SendMessageW(window, TTM_ENUMTOOLSW, i, reinterpret_cast<LPARAM>(&tool));
+                            SendMessageW(window, TTM_GETTEXTW, 512, reinterpret_cast<LPARAM>(&tool));
+                            (*reinterpret_cast<std::map<HWND, std::wstring>*>(all))[reinterpret_cast<HWND>(tool.uId)] =
+                                text;
+                        }
+                        return TRUE;
+                    },
+                    reinterpret_cast<LPARAM>(&words));
+                for (size_t page = 0; page < sheet.Pages.size(); ++page)
+                    for (const FIELD& field : FieldsOf(sheet.Pages[page]))
+                        EXPECT_EQ(words[On(page, field.Control)],
+                                  WideText(HelpOf(Texts, sheet.Pages[page], field.Control)))
+                            << field.Page << " " << field.Control;
+            });
+    }
+}
+
+TEST_P(Dialogs, OpenTheirFilesAndEndByEscape) {
+    STRINGARRAY record = Unlike(SHEETS[5]);
+    EXPECT_FALSE(RunWith([&] { return SHEETS[5].Run(Parts(), record); },
+                         [&] {
+                             ClickOn(1, 105);
+                             for (const int ending : {IDNO, IDYES}) {
+                                 Answer(ending);
+                                 ClickOn(5, 101);
+                             }
+                             EXPECT_EQ(Programs.Take(), "notepad,\"text 205\",.notepad,\"text 202\",.");
+                             // A field of several lines has keys of its own.
+                             SetFocus(On(1, 202));
+                             DialogKey(Dialog, VK_ESCAPE);
+                             EXPECT_TRUE(PumpUntil([this] { return !IsWindowVisible(Dialog); }));
+                         }));
+}
+
+TEST_P(SlowDialogs, LeaveNoHandles) {
+    ExpectNoHandleGrowth(
+        [&] {
+            for (const SHEET& sheet : {SHEETS[0], SHEETS[1], SHEETS[2], SHEETS[5]}) {
+                STRINGARRAY record = Unlike(sheet);
+                RunWith([&] { return sheet.Run(Parts(), record); }, [] {});
+            }
+        },
+        25);
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, Dialogs, testing::Values(LANGUAGE_ENGLISH, LANGUAGE_GERMAN));
+INSTANTIATE_TEST_SUITE_P(English, SlowDialogs, testing::Values(LANGUAGE_ENGLISH));
+
+}  // namespace

@@ -1,0 +1,163 @@
+#include "app/check/items.h"
+#include "app/dialogs/fields.h"
+#include "app/dialogs/itemform.h"
+#include "app/dialogs/logintest.h"
+#include "app/dialogs/typesform.h"
+#include "app/notify/mailtypes.h"
+#include "tests/app/apptest.h"
+#include "tests/servers/scriptedserver.h"
+
+namespace {
+
+STRINGARRAY Item(const char* type, const char* source, const char* period) {
+    STRINGARRAY state(STRING("PopupBackgroundColor=1\nPopupTextColor=2\n"), 8, 8);
+    STRINGARRAY item;
+    item["Name"] = "Näme";
+    item["Type"] = type;
+    item["Source"] = source;
+    item["Source2"] = "secret";
+    item["TimingCyclic"] = period;
+    int handle = FIRST_ITEM_HANDLE;
+    FixItem(item, state, handle);
+    return item;
+}
+
+std::string Summary(const STRINGARRAY& item) {
+    std::string all;
+    for (const char* key : {"Name", "Type", "Source", "Source2", "TimingCyclic"})
+        all += Std(item.Get(key)) + ";";
+    return all;
+}
+
+using CHANGES = std::vector<std::pair<const char*, const char*>>;
+
+TEST(ItemForm, StoresWhatWasChanged) {
+    const struct {
+        const char *Type, *Source, *Period;
+        CHANGES Changed;
+        const char* After;
+        bool Raised = false;
+    } table[] = {
+        {"1", "pop.example|anna", "125", {}, "Näme;1;pop.example|anna;secret;125;"},
+        {"2", "imap.example|anna|x", "600 s", {}, "Näme;2;imap.example|anna|x;secret;600 s;"},
+        {"2", "a|b", "", {{"Name", " new\t"}}, "new;2;a|b;secret;;"},
+        {"2", "a|b", "125", {{"TimingCyclic.Minutes", "3"}}, "Näme;2;a|b;secret;185;"},
+        {"1", "a|b", "125", {{"Source2", "nü"}}, "Näme;1;a|b;nü;125;"},
+        {"1", "a|b", "0", {{"Source.Server", " c:143 "}, {"Source.User", "d"}}, "Näme;1;c:143|d;secret;0;"},
+        {"1", "a|b", "30", {{"Type.Kind", "2"}}, "Näme;3;hotmail|b;secret;60;", true},
+        {"3", "hotmail|b", "0", {}, "Näme;3;hotmail|b;secret;0;"},
+        {"5", "hotmail|b", "60", {}, "Näme;3;hotmail|b;secret;60;"},
+        {"0", "mapi|", "600", {}, "Näme;0;mapi|;secret;600;"},
+    };
+    for (const auto& row : table) {
+        STRINGARRAY item = Item(row.Type, row.Source, row.Period);
+        ITEMFORM form(item);
+        item.Set("LastValue", "by the work thread");
+        for (const auto& [key, value] : row.Changed)
+            form.Values.Set(key, value);
+        EXPECT_EQ(form.Write(item), row.Raised);
+        EXPECT_EQ(Summary(item), row.After);
+        EXPECT_EQ(item.Get("LastValue"), "by the work thread");
+        EXPECT_EQ(item.Get("Source2").GetFlags() & STRINGFLAG_BINARY, STRINGFLAG_BINARY);
+    }
+}
+
+TEST(ItemForm, KeepsAKindThatItDoesNotKnow) {
+    EXPECT_ASSERTIONS(2);
+    for (const bool chosen : {false, true}) {
+        STRINGARRAY item = Item("9", "what|ever", "60");
+        ITEMFORM form(item);
+        EXPECT_EQ(form.Values.Get("Type.Kind"), "-1");
+        if (chosen)
+            form.Values.Set("Type.Kind", "0");
+        EXPECT_FALSE(form.Write(item));
+        EXPECT_EQ(Summary(item), chosen ? "Näme;1;what|ever;secret;60;" : "Näme;9;what|ever;secret;60;");
+    }
+}
+
+TEST(TypesForm, KeepsNamesApartAndTheOrder) {
+    RECORDARRAY types(4, 4);
+    TYPESFORM form(types);
+    int message = 0;
+    for (const char* name : {"b", "a", " c "})
+        form.Add(name, message);
+    for (const auto& [name, fault] : {std::pair{"A", TEXT_TYPE_EXISTS}, {" ", TEXT_TYPE_NO_NAME}}) {
+        EXPECT_EQ(form.Add(name, message), -1);
+        EXPECT_EQ(message, fault);
+    }
+    EXPECT_EQ(TYPESFORM::NameFault(form.Types, "A", 1), 0);
+    EXPECT_EQ(TYPESFORM::NameFault(form.Types, "B", 1), TEXT_TYPE_EXISTS);
+    const auto order = [&] {
+        std::string all;
+        for (int i = 0; i < form.Types.Count(); ++i)
+            all += Std(form.Types[i].Get("Name"));
+        return all;
+    };
+    const std::tuple<int, int, int, const char*> moves[] = {
+        {0, -1, 0, "bac"}, {2, 1, 2, "bac"}, {2, -1, 1, "bca"}, {0, 1, 1, "cba"}, {-1, 1, -1, "cba"}};
+    for (const auto& [place, by, where, after] : moves) {
+        EXPECT_EQ(form.Move(place, by), where);
+        EXPECT_EQ(order(), after);
+    }
+    form.Delete(1);
+    EXPECT_EQ(order(), "ca");
+    EXPECT_EQ(form.Types[0].Get("SpamPoints"), "1");
+}
+
+TEST(Sounds, AreKnownByTheirBeginning) {
+    const TEMPDIR dir;
+    const std::pair<const char*, bool> table[] = {{"RIFF\x10\x20\x30\x40WAVEfmt ", true},
+                                                  {"RIFF\x10\x20\x30\x40"
+                                                   "AVI fmt ",
+                                                   false},
+                                                  {"RIFF", false},
+                                                  {"", false}};
+    for (const auto& [bytes, sound] : table) {
+        WriteBytes(dir.File("file"), bytes);
+        EXPECT_EQ(IsSoundFile(dir.File("file")), sound) << bytes;
+    }
+    EXPECT_FALSE(IsSoundFile(dir.File("missing")) || IsSoundFile(dir.Path()));
+}
+
+class LoginTest : public ::testing::Test {
+ protected:
+    STRINGARRAY At(int port) {
+        STRING source;
+        source.Format("127.0.0.1:%d|anna", port);
+        return Item("1", source.Text(), "60");
+    }
+    struct : NUMBERTEXTS {
+        STRING Get(int id) const override {
+            return id == TEXT_LOGIN_WORKS ? STRING("works: $1") : NUMBERTEXTS::Get(id);
+        }
+    } Texts;
+    STRINGARRAY Settings;
+    std::atomic<int> Done = 0;
+};
+
+TEST_F(LoginTest, TellsTheServersAnswer) {
+    FillSettings(Settings, {});
+    const std::pair<const char*, const char*> table[] = {{"+OK in\r\n", "works: "}, {"-ERR not you\r\n", "not you"}};
+    for (const auto& [answer, said] : table) {
+        SCRIPTEDSERVER server({PLAY::Send("+OK\r\n"), PLAY::Expect("USER anna"), PLAY::Send("+OK\r\n"),
+                               PLAY::Expect("PASS secret"), PLAY::Send(answer), PLAY::Expect("STAT"),
+                               PLAY::Send("+OK 3 900\r\n"), PLAY::Expect("QUIT"), PLAY::Send("+OK\r\n")});
+        LOGINTEST test(At(server.Port()), Settings, Texts, [this] { ++Done; });
+        ASSERT_TRUE(Eventually([this] { return Done == 1; }));
+        EXPECT_NE(test.Outcome().Pos(said), -1) << Std(test.Outcome());
+        Done = 0;
+    }
+}
+
+TEST_F(LoginTest, IsBrokenOffWithItsDialog) {
+    FillSettings(Settings, {});
+    SCRIPTEDSERVER server({PLAY::Send("+OK\r\n"), PLAY::Expect("USER anna"), PLAY::Silence()});
+    const auto start = std::chrono::steady_clock::now();
+    {
+        LOGINTEST test(At(server.Port()), Settings, Texts, [this] { ++Done; });
+    }
+    EXPECT_EQ(Done, 1);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+}  // namespace
