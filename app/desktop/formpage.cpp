@@ -100,8 +100,8 @@ void FORMPAGE::Bind(const FIELD& field, const LISTS& lists) {
 
 void FORMPAGE::Need(const NEEDED& need) {
     const uint32_t mode = need.What == NEED::PROGRAM ? RULE_FILE_MISSING : RULE_CLEAR;
-    Disable(need.Control, need.Source, mode);
-    Disable(LabelOf(need.Control), need.Source, mode);
+    for (const int target : {need.Control, LabelOf(need.Control), UnitOf(need.Control)})
+        Disable(target, need.Source, mode);
 }
 
 void FORMPAGE::AddBrowse(int button, int edit, int kind, const char* pattern) {

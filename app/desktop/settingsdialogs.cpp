@@ -72,7 +72,7 @@ bool EditSpamSettings(const DIALOGPARTS& parts, STRINGARRAY& state, bool lists, 
                               std::make_unique<FORMPAGE>(parts, number, form));
     };
     FORMPAGE& points = add(PAGE_SPAM_POINTS, 3);
-    for (const int control : {242, 202, LabelOf(202), 282, 243, 203, LabelOf(203), 283})
+    for (const int control : {242, 202, LabelOf(202), UnitOf(202), 243, 203, LabelOf(203), UnitOf(203)})
         if (!expert)
             points.Withdraw(control, true);
     if (lists) {
@@ -82,7 +82,7 @@ bool EditSpamSettings(const DIALOGPARTS& parts, STRINGARRAY& state, bool lists, 
     }
     if (expert) {
         FORMPAGE& senders = add(PAGE_SPAM_SENDERS, 5);
-        for (const int control : {246, 242, 202, LabelOf(202), 291, 204, LabelOf(204)})
+        for (const int control : {246, 242, 202, LabelOf(202), UnitOf(202), 204, LabelOf(204)})
             if (!canAskDns)
                 senders.Withdraw(control, false);
         FORMPAGE& files = add(PAGE_SPAM_FILES, 7);

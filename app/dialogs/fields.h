@@ -20,6 +20,11 @@ constexpr int LabelOf(int control) {
     return control + 400;
 }
 
+/// The control with the words after another one, such as its unit.
+constexpr int UnitOf(int control) {
+    return control + 600;
+}
+
 enum class FIELDKIND {
     EDIT,      // High: the limit in characters
     NUMBER,    // Low to High
