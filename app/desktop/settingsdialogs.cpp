@@ -119,7 +119,8 @@ bool EditDataDir(const DIALOGPARTS& parts, const STRING& product, const STRING& 
     const bool moves = folder != current;
     const bool files = moves && AskYesNo(parts.Parent, parts.Texts.Get(TEXT_MOVE_FILES), parts.Texts.Get(TEXT_PRODUCT));
     if (!RequestDataDir(product.Text(), current, folder, files))
-        ShowError(parts.Parent, parts.Texts.Get(TEXT_DIR_UNWRITABLE), parts.Texts.Get(TEXT_PRODUCT));
+        ShowError(parts.Parent, DataDirText(parts.Texts, TEXT_SETTINGS_NOT_SAVED, current),
+                  parts.Texts.Get(TEXT_PRODUCT));
     else if (moves)
         ShowInfo(parts.Parent, parts.Texts.Get(TEXT_MOVE_NEXT_START), parts.Texts.Get(TEXT_PRODUCT));
     return true;
