@@ -158,7 +158,7 @@ void IMAPCONVERSATION::Begin() {
 }
 
 bool IMAPCONVERSATION::End(bool whole, std::string_view tag) {
-    const bool good = !Endless && IMAPREPLY::IsGood(Line, tag);
+    const bool good = !Endless && IMAPREPLY::IsGood(Line, tag, whole);
     const bool last = !Line.empty() && (tag == GREETING_TAG || Line.starts_with(tag));
     // The rest of a line that has said what counts may be missing.
     Answered = !Endless && last && (whole || good);

@@ -134,8 +134,12 @@ bool ReadNumber(std::string_view word, uint64_t most, uint64_t& number) {
     return ASCII::ReadNumber(word, number) && number <= most;
 }
 
-bool IsGood(std::string_view line, std::string_view tag) {
-    return line.starts_with(tag) && line.substr(tag.size()).starts_with("OK ");
+bool IsGood(std::string_view line, std::string_view tag, bool whole) {
+    if (!line.starts_with(tag))
+        return false;
+    line.remove_prefix(tag.size());
+    const std::string_view word = line.substr(0, line.find(' '));
+    return ASCII::Equal(word, "OK") && (whole || word.size() < line.size());
 }
 
 bool ReadExists(std::string_view line, int& count) {

@@ -19,8 +19,9 @@ int64_t LiteralAhead(std::string_view line, size_t from);
 /// A number of decimal digits alone, of at most `most`; false for anything else.
 [[nodiscard]] bool ReadNumber(std::string_view word, uint64_t most, uint64_t& number);
 
-/// True if the server agrees: "OK" and a blank, directly after the tag, or after "* " in a greeting.
-bool IsGood(std::string_view line, std::string_view tag);
+/// True if the server agrees: "OK" in any case, directly after the tag, or after "* " in a greeting. Without a text
+/// after it that counts only where the line has come whole: half a word may have begun like it.
+bool IsGood(std::string_view line, std::string_view tag, bool whole);
 
 /// The number of mails, from "* n EXISTS".
 bool ReadExists(std::string_view line, int& count);

@@ -86,6 +86,9 @@ TEST(ImapGet, OutcomeOfWhatAServerMaySay) {
         bool Late = false;  // silent, though it has said something
     } cases[] = {
         {"all well", LOGOUT, DONE, END, "1 msgs", "1 msgs"},
+        {"a short word of agreement", LOGIN, "$OK\r\n", SELECT, "1 msgs", "1 msgs"},
+        {"one in small letters", LOGIN, "$ok in\r\n", SELECT, "1 msgs", "1 msgs"},
+        {"one that is none", LOGIN, "$OKAY\r\n", END, "", "-ERR IMAPCMD_0 OKAY"},
         {"log-on refused", LOGIN, "$NO who\r\n", END, "", "-ERR IMAPCMD_0 NO who"},
         {"a refusal that speaks of OK", LOGIN, "$NO it was OK once\r\n", END, "", "-ERR IMAPCMD_0 NO it was OK once"},
         {"an encrypted port", LOGIN, "\x15\x03\x01", END, "", "-ERR 999 TLS only", true},
