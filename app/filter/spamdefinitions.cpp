@@ -72,6 +72,18 @@ STRING ReadFile(const STRING& path) {
     return text;
 }
 
+// Without what explains it.
+STRING ReadList(const STRING& path) {
+    const STRING text = ReadFile(path);
+    std::string list;
+    for (std::string_view rest = text.View(); !rest.empty();) {
+        const std::string_view line = ASCII::Take(rest, '\n');
+        if (!line.starts_with(LIST_COMMENT))
+            list.append(line).append("\n");
+    }
+    return STRING(std::string_view(list));
+}
+
 }  // namespace
 
 void SPAMWORDS::Add(std::string_view word, uint32_t flags, int points, int significance) {
@@ -167,14 +179,14 @@ bool SPAMWORDS::WriteLog(const char* file) const {
 void LoadSpamWords(SPAMWORDS& words, const STRINGARRAY& state, const STRINGARRAY& vars) {
     const STRING friends = state.Get("SpamMyFriends");
     const STRING badSenders = state.Get("SpamBadSenders");
-    words.AddSpamWords(ReadFile(friends), SPAMFLAG_EXCEPTION | SPAMFLAG_FROM, 0, 0);
+    words.AddSpamWords(ReadList(friends), SPAMFLAG_EXCEPTION | SPAMFLAG_FROM, 0, 0);
     words.AddSpamWords(RESENT_TAG, SPAMFLAG_EXCEPTION | SPAMFLAG_SUBJECT, 0, 0);
     words.AddSpamWords(state.Get("SpamMyInterests"), SPAMFLAG_EXCEPTION | SPAMFLAG_SUBJECT | SPAMFLAG_BODY, 0, 0);
     words.AddSpamWords(state.Get("SpamBadDynaWords"), SPAMFLAG_DYNAMIC | SPAMFLAG_SUBJECT | SPAMFLAG_BODY,
                        vars.GetNumber("BadSuspiciousWord"), 1);
     words.AddSpamWords(state.Get("SpamBadSubject"), SPAMFLAG_SUBJECT, vars.GetNumber("BadSubjectTopic"),
                        vars.GetNumber("BadSubjectSignificance"));
-    words.AddSpamWords(ReadFile(badSenders), SPAMFLAG_FROM, vars.GetNumber("BadSenderFound"),
+    words.AddSpamWords(ReadList(badSenders), SPAMFLAG_FROM, vars.GetNumber("BadSenderFound"),
                        vars.GetNumber("BadSenderSignificance"));
     words.AddDefinitions(ReadFile(state.Get("SpamFilename")));
     words.ResolveMarkers();

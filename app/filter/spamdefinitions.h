@@ -64,5 +64,7 @@ void LoadSpamWords(SPAMWORDS& words, const STRINGARRAY& state, const STRINGARRAY
 
 /// The report of the table after each load; FILES::OwnFile tells where.
 inline constexpr const char* SPAMWORDS_LOG = "spamwords.log";
+/// How a line of the friends' file or of the bad senders' begins that is there for people only.
+inline constexpr std::string_view LIST_COMMENT = "# ";
 /// Stands in the subject of a mail that this program sent on, which is never spam.
 inline constexpr const char* RESENT_TAG = "[Tarnwick]";

@@ -58,7 +58,7 @@ TEST_F(FILTERTEST, WordsComeFromSevenSourcesInTheirOrder) {
         EXPECT_TRUE(STRING(text).Save(path.Text(), "w"));
         return path;
     };
-    State.Set("SpamMyFriends", file("f.dat", " anna@x.example \r; bert@x.example;;\n"));
+    State.Set("SpamMyFriends", file("f.dat", "# One a line; not this.\r\n anna@x.example \r; bert@x.example;;\n"));
     State.Set("SpamBadSenders", file("s.dat", "evil@x.example"));
     State.Set("SpamFilename", file("d.dat", "D|40|cheap\n"));
     State.Set("SpamMyInterests", "chess; go\r\nmodel trains");
