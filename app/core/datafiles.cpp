@@ -38,6 +38,11 @@ bool IsEmptyFile(const STRING& path) {
     return content.Load(path.Text(), "rb") && content.Length() == 0;
 }
 
+bool HoldTheSame(const STRING& path, const char* other) {
+    STRING left, right;
+    return left.Load(path.Text(), "r") && right.Load(other, "r") && left == right;
+}
+
 void SubtractOne(STRINGARRAY& table, const char* key) {
     table.SetNumber(key, int64_t{table.GetNumber(key)} - 1);
 }
@@ -148,7 +153,8 @@ void DATAFILES::UpdateDefinitions(STRING& buffer) {
         defaultTime = "0000-00-00 00:00:00";
     }
     bool refused = false;
-    if (time.NotNull() && defaultTime.View() > time.View()) {
+    // A file that has been installed anew is newer, and mostly the same.
+    if (time.NotNull() && defaultTime.View() > time.View() && !HoldTheSame(path, FILE_SPAMDEF_DEFAULT)) {
         if (Tables.FrontEnd.AskYesNo(Tables.Texts.Get(TEXT_PRODUCT), Tables.Texts.Get(TEXT_NEW_DEFINITIONS))) {
             // What fails is asked for again at the next start.
             (void)FILES::Copy(FILE_SPAMDEF_DEFAULT, path.Text());

@@ -210,6 +210,10 @@ TEST_F(DataFiles, NewerDefinitionsAreTakenOverOrRefusedOnce) {
         Start();
         EXPECT_EQ(FrontEnd.Questions.size(), 1U) << "asked again";
     }
+    WriteData("spamdef.dat", "shipped\n");
+    SetAge(Data.Native("spamdef.dat"), std::chrono::minutes(60));
+    Start();
+    EXPECT_EQ(FrontEnd.Questions.size(), 1U) << "nothing would change";
 }
 
 TEST_F(DataFiles, UpgradesRunByVersion) {
