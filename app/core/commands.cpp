@@ -142,8 +142,7 @@ bool COMMANDS::ShowHelp(int command) {
 }
 
 bool DeselectsItems(int command) {
-    return command == COMMAND_SUSPEND_ITEMS || command == COMMAND_CHECK_ITEMS ||
-           command == COMMAND_CHECK_ITEMS_QUIETLY || command == COMMAND_SHOW_ITEMS_MAILS;
+    return command == COMMAND_SUSPEND_ITEMS || command == COMMAND_SHOW_ITEMS_MAILS;
 }
 
 bool COMMANDS::DoItemCommand(int command, const std::vector<int>& selected) {
@@ -159,7 +158,7 @@ bool COMMANDS::DoItemCommand(int command, const std::vector<int>& selected) {
         default:
             break;
     }
-    if (!DeselectsItems(command))
+    if (!DeselectsItems(command) && command != COMMAND_CHECK_ITEMS && command != COMMAND_CHECK_ITEMS_QUIETLY)
         return false;
     for (const int handle : selected) {
         STRINGARRAY* item = Application.FindItem(handle);
@@ -174,6 +173,12 @@ bool COMMANDS::DoItemCommand(int command, const std::vector<int>& selected) {
         if (command == COMMAND_SHOW_ITEMS_MAILS)
             item->Set("LastSeenIds", SHOW_ALL_IDS);
         CHECKCYCLE::ForceRefresh(*item, command != COMMAND_CHECK_ITEMS_QUIETLY);
+    }
+    // A run that is killed would leave an account unwatched that its user has resumed.
+    if (command == COMMAND_SUSPEND_ITEMS && !Application.SaveTables(SAVE_ITEMS)) {
+        STRING text = Application.Texts().Get(TEXT_NOT_SAVED);
+        text.Replace("$DIR", Application.DataDir().Text());
+        FrontEnd.ShowMessage(Application.Texts().Get(TEXT_TITLE), text);
     }
     return true;
 }
@@ -228,6 +233,8 @@ std::vector<COMMANDSTATE> CommandStates(const COMMANDCONTEXT& context) {
         {COMMAND_SHOW_ITEMS_MAILS, one, {}},
         {COMMAND_DELETE_ITEMS, any, {}},
         {COMMAND_CHECK_ITEMS, any, {}},
+        {COMMAND_CHECK_ITEMS_QUIETLY, any, {}},
+        {COMMAND_ITEM_MAIL_PROGRAM, any, {}},
         {COMMAND_SUSPEND_ITEMS, any, one && context.ItemSuspended},
         {COMMAND_STOP_SOUND, context.SoundLoop, {}},
         {COMMAND_INBOX, one || context.InboxOpen, context.InboxOpen},

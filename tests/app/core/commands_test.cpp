@@ -95,6 +95,9 @@ TEST_F(Commands, SuspendAndResume) {
     EXPECT_TRUE(Doer.DoCommand(COMMAND_SUSPEND_ITEMS, {Handle(0), Handle(1)}));
     EXPECT_EQ(Item(0).GetNumber("UpdateSuspended"), 0);
     EXPECT_EQ(Item(1).GetNumber("UpdateSuspended"), 1);
+    RECORDARRAY stored(8, 8);
+    EXPECT_EQ(stored.LoadAll(Data.File("accounts.ini").Text()), 3);
+    EXPECT_EQ(Std(stored[0].Get("UpdateSuspended")) + Std(stored[1].Get("UpdateSuspended")), "01") << "at once";
 }
 
 TEST_F(Commands, OfTheProgramAsAWhole) {
