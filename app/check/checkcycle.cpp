@@ -235,7 +235,8 @@ void CHECKCYCLE::ShowCounts() {
     bool failed = false;
     const int count = CountMails(-1, nullptr, &failed);
     const int errorMark = failed ? 1 : 0;
-    if (count != shownCount || errorMark != lastErrorMark) {
+    const STRING names = FailedItems();
+    if (count != shownCount || errorMark != lastErrorMark || names != lastFailed) {
         Parts.FrontEnd.MakeTaskbarIcon();
         Parts.FrontEnd.MakeNewTooltip();
         if (count < lastCount) {
@@ -246,6 +247,7 @@ void CHECKCYCLE::ShowCounts() {
         shownCount = count;
     }
     lastErrorMark = errorMark;
+    lastFailed = names;
 }
 
 int CHECKCYCLE::CountMails(int mode, bool* allUnknown, bool* errorMark) {
@@ -270,6 +272,16 @@ int CHECKCYCLE::CountMails(int mode, bool* allUnknown, bool* errorMark) {
     if (errorMark)
         *errorMark = failed;
     return static_cast<int>(std::clamp<int64_t>(mode ? unread : total, INT_MIN, INT_MAX));
+}
+
+STRING CHECKCYCLE::FailedItems() {
+    STRING names("");
+    const MUTEXHOLD hold(itemMutex);
+    for (int i = 0; i < Parts.Items.Count(); ++i) {
+        if (MAILACCOUNT::Counts(Parts.Items[i]).Failed)
+            names += (names.Length() > 0 ? ", " : "") || Parts.Items[i].Get("Name");
+    }
+    return names;
 }
 
 bool CHECKCYCLE::NeedsRefresh(STRINGARRAY& item) {

@@ -87,6 +87,8 @@ class CHECKCYCLE {
     /// from the settings. allUnknown: no item knows its unread mails (also without items); errorMark: an item has
     /// failed. Both may be null. Any thread.
     int CountMails(int mode, bool* allUnknown, bool* errorMark);
+    /// The names of the items whose last check has failed, joined by ", ". Any thread.
+    STRING FailedItems();
 
     bool IsUpdating() const { return updating; }
     bool IsSuspended() const { return suspended; }
@@ -128,6 +130,7 @@ class CHECKCYCLE {
     int lastCount = 0;
     int lastOnline = -1;
     int lastErrorMark = -999;
+    STRING lastFailed;
     int64_t onlineSince = 0;  // seconds since 1970, 0 when offline or dialled by this cycle
     STRING dialledEntry;      // of the connection that this cycle has dialled; null without one
 };

@@ -23,9 +23,9 @@ struct TRAYSTATE {
 /// The number of the picture, 0 to TRAY_UPDATING.
 int TrayPicture(const TRAYSTATE& state);
 
-/// The tooltip, such as "Mail: 5 mails (2 unread mails)". No names stand in it, so that it keeps below the 63 bytes
-/// that the shell shows.
-STRING TooltipText(const TEXTS& texts, int total, int unread);
+/// The tooltip, such as "Mail: 5 mails (2 unread mails)", and on a line of its own the accounts that could not be
+/// checked, as far as the 63 bytes that the shell shows have room for them.
+STRING TooltipText(const TEXTS& texts, int total, int unread, const STRING& failed);
 /// The same by the counts of all items. Any thread.
 STRING TooltipText(const TEXTS& texts, CHECKCYCLE& cycle);
 

@@ -358,6 +358,14 @@ TEST_F(Counts, AreShownWhenTheyChange) {
         EXPECT_EQ(Journal.Take(), journal) << lastRc;
         EXPECT_EQ(Notifier.TakeCalls(), journal == DRAWN_AND_QUIET ? LIST{"sound stops"} : LIST{}) << lastRc;
     }
+    // A second failure changes neither count nor picture, and the tooltip names it.
+    STRINGARRAY& other = AddItem("b", 0);
+    for (STRINGARRAY* const failing : {&item, &other}) {
+        failing->Set("LastRC", "0E|0E");
+        Cycle.Turn();
+        EXPECT_EQ(Journal.Take(), DRAWN);
+    }
+    EXPECT_EQ(Std(Cycle.FailedItems()), "a, b");
 }
 
 class WorkThread : public CYCLETEST {};

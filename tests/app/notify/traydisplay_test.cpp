@@ -24,18 +24,25 @@ TEST(TrayPictures, ShowTheCountOrWhatIsMoreUrgent) {
         EXPECT_EQ(TrayPicture(state), picture) << state.Count;
 }
 
-const TEXTTABLE TRAYTEXTS({{TEXT_TOOLTIP, "Mail"}, {TEXT_COUNTS, "no|mail|mails|new"}, {TEXT_UNREAD, "unread"}});
+const TEXTTABLE TRAYTEXTS({{TEXT_TOOLTIP, "Mail"},
+                           {TEXT_COUNTS, "no|mail|mails|new"},
+                           {TEXT_UNREAD, "unread"},
+                           {TEXT_CHECK_FAILED, "Error: "}});
 
 TEST(Tooltip, TellsTheUnreadMailsWhereTheyAreNotAll) {
-    const std::tuple<int, int, const char*> CASES[] = {
-        {5, 2, "Mail: 5 mails (2 unread mails)"},
-        {5, 1, "Mail: 5 mails (1 unread mail)"},
-        {1, 0, "Mail: 1 mail (no unread mails)"},
-        {5, 5, "Mail: 5 mails "},
-        {0, 0, "Mail: no mails "},
+    const std::tuple<int, int, const char*, const char*> CASES[] = {
+        {5, 2, "", "Mail: 5 mails (2 unread mails)"},
+        {5, 1, "", "Mail: 5 mails (1 unread mail)"},
+        {1, 0, "", "Mail: 1 mail (no unread mails)"},
+        {5, 5, "", "Mail: 5 mails "},
+        {0, 0, "", "Mail: no mails "},
+        {5, 5, "Home, b", "Mail: 5 mails \nError: Home, b"},
+        // 63 bytes, and no half letters.
+        {5, 2, "123456789 123456789 12345", "Mail: 5 mails (2 unread mails)\nError: 123456789 123456789 12345"},
+        {5, 2, "123456789 123456789 12\xc3\xbc, b", "Mail: 5 mails (2 unread mails)\nError: 123456789 123456789 12..."},
     };
-    for (const auto& [total, unread, text] : CASES)
-        EXPECT_EQ(Std(TooltipText(TRAYTEXTS, total, unread)), text);
+    for (const auto& [total, unread, failed, text] : CASES)
+        EXPECT_EQ(Std(TooltipText(TRAYTEXTS, total, unread, failed)), text);
 }
 
 class Tray : public CYCLETEST {};
