@@ -4,14 +4,15 @@
 
 #include "corelib/base/strings.h"
 
-/// A popup for the user: its text with mark-up, its colours, how long it stays (ms; 0 or -1: until it is closed), and
-/// the handle of the item that it is about, or 0.
+/// A popup for the user: its text with mark-up, its colours, how long it stays (ms; 0 or -1: until it is closed), the
+/// handle of the item that it is about, or 0, and how many new mails its list has had no room for.
 struct ALERTREQUEST {
     STRING Text;
     int TextColor = 0;
     int BackColor = 0;
     int DurationMs = 0;
     int Handle = 0;
+    int More = 0;
 };
 
 /// Timers of the front end, by what they do at their end. All but TIMER_LATER go on until they are stopped.

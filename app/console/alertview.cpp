@@ -16,10 +16,12 @@ std::string ColorCode(int color, bool text) {
     return (text ? "\x1b[38;2;" : "\x1b[48;2;") + part(0) + ";" + part(8) + ";" + part(16) + "m";
 }
 
+std::string Cut(const std::string& text, int room) {
+    return DISPLAYTEXT::Width(text) > room ? DISPLAYTEXT::Fit(text, room) : text;
+}
+
 std::string PieceText(const ALERTPIECE& piece, bool colors, int room) {
-    std::string text = DISPLAYTEXT::Safe(piece.Text);
-    if (DISPLAYTEXT::Width(text) > room)
-        text = DISPLAYTEXT::Fit(text, room);
+    const std::string text = Cut(DISPLAYTEXT::Safe(piece.Text), room);
     if (!colors || text.empty())
         return text;
     std::string codes;
@@ -34,7 +36,7 @@ std::string PieceText(const ALERTPIECE& piece, bool colors, int room) {
 
 }  // namespace
 
-ALERTVIEW DrawAlert(const ALERTREQUEST& request, bool colors, int columns, bool keys) {
+ALERTVIEW DrawAlert(const ALERTREQUEST& request, bool colors, int columns, bool keys, const std::string& more) {
     ALERTVIEW view;
     const std::string bar = colors ? ColorCode(request.BackColor, false) + " " + RESET + " " : "  ";
     std::string keyLine;
@@ -59,6 +61,8 @@ ALERTVIEW DrawAlert(const ALERTREQUEST& request, bool colors, int columns, bool 
     // The empty lines in front of the buttons go with them.
     while (view.Text.ends_with(bar + "\n"))
         view.Text.erase(view.Text.size() - bar.size() - 1);
+    if (!more.empty())
+        view.Text += bar + " " + Cut(more, std::max(columns - 4, 10)) + "\n";
     if (!keys)
         view.Keys.clear();
     else if (!keyLine.empty())

@@ -17,5 +17,5 @@ struct ALERTVIEW {
 
 /// Draws a popup's text: a bar in the alert's colour in front of each line, small pieces plain, bold ones bold, pieces
 /// in their own colours. Buttons become a line of keys at the end where there is someone to press them, and are left
-/// out elsewhere. No byte of the text reaches the terminal as a control.
-ALERTVIEW DrawAlert(const ALERTREQUEST& request, bool colors, int columns, bool keys);
+/// out elsewhere. No byte of the text reaches the terminal as a control. more: a line after the list; empty for none.
+ALERTVIEW DrawAlert(const ALERTREQUEST& request, bool colors, int columns, bool keys, const std::string& more = {});

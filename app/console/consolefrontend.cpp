@@ -130,7 +130,8 @@ void CONSOLEFRONTEND::PostAlert(const ALERTREQUEST& request) {
     if (!Terminal)
         return;
     const bool interactive = Watching && CanAsk();
-    const ALERTVIEW view = DrawAlert(request, true, TERMINAL::Columns(), interactive);
+    const std::string more = request.More > 0 ? ConsoleText(*Texts, CTEXT_MORE, std::to_string(request.More)) : "";
+    const ALERTVIEW view = DrawAlert(request, true, TERMINAL::Columns(), interactive, more);
     // A key that was pressed before was meant for something else.
     if (!view.Keys.empty() && !Asking)
         TERMINAL::ForgetKeys();

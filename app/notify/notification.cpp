@@ -211,12 +211,14 @@ void NOTIFICATION::PostPopup(STRINGARRAY& item, const CHECKREPORT& report, const
         Mail = last;
     }
     AlertHandle = handle;
+    const auto unlisted = std::ranges::count_if(report.NewMails, [](int mail) { return mail >= LINES_MAX; });
     Trace("TARNWICK::HandleNewMail email show popup\n");
     FrontEnd.PostAlert({.Text = text,
                         .TextColor = colors.GetNumber("PopupTextColor"),
                         .BackColor = colors.GetNumber("PopupBackgroundColor"),
                         .DurationMs = Milliseconds(State.GetNumber("PopupDuration"), 1000),
-                        .Handle = handle});
+                        .Handle = handle,
+                        .More = static_cast<int>(unlisted)});
     // The popup is up; the file only serves to show it once more.
     (void)FILES::ReplaceLog(PopupFile.Text(), text.View(), true);
 }

@@ -28,6 +28,9 @@ TEST(AlertView, DrawsAPopupOnATerminal) {
     EXPECT_EQ(view.Keys[0].Command, 2110);
     EXPECT_EQ(view.Keys[1].Label, "Close");
 
+    EXPECT_TRUE(DrawAlert(request, false, 80, true, "... and 7 more")
+                    .Text.ends_with("e\n   ... and 7 more\n  [1] Program  [2] Close  \n"));
+
     // Letters of every kind stay, and are cut as a whole.
     const ALERTREQUEST letters{.Text = "New\n\x1b[s] Ольга: 京都の写真を送ります",
                                .TextColor = 0,

@@ -165,6 +165,9 @@ TEST_F(Notification, ListsWhatTheSettingsAndTypesLetIn) {
     }
     details = Teller.BuildPopupDetailsList(Report());
     EXPECT_EQ(details.Lines, 15);
+    State.Set("PopupDoMailDetailsAll", "0");
+    EXPECT_TRUE(Notify());
+    EXPECT_EQ(FrontEnd.Alerts.back().More, Records.Count() - 15);
     EXPECT_GT(details.Text.Length(), 12 * 2000);
 }
 
