@@ -1,5 +1,6 @@
 #include "app/console/addaccount.h"
 
+#include <algorithm>
 #include <functional>
 
 #include "app/check/trylogin.h"
@@ -54,9 +55,24 @@ ADDRESSFAULT ServerFault(std::string_view server) {
 }
 
 int FaultText(ADDRESSFAULT fault) {
-    return fault == ADDRESSFAULT::Scheme ? CTEXT_BAD_SCHEME
-           : fault == ADDRESSFAULT::Port ? CTEXT_BAD_PORT
-                                         : CTEXT_BAD_ADDRESS;
+    switch (fault) {
+        case ADDRESSFAULT::Scheme:
+            return CTEXT_BAD_SCHEME;
+        case ADDRESSFAULT::Encrypted:
+            return CTEXT_ENCRYPTED_SCHEME;
+        case ADDRESSFAULT::Port:
+            return CTEXT_BAD_PORT;
+        default:
+            return CTEXT_BAD_ADDRESS;
+    }
+}
+
+// Is it the kind's scheme with the "s" of an encrypted connection, such as imaps://?
+bool IsEncryptedScheme(std::string_view text, const MAILBOXKIND& kind) {
+    const std::string_view prefix = kind.Scheme ? kind.Scheme : "";
+    const size_t name = prefix.find(':');
+    return kind.HasServer() && name != prefix.npos && ASCII::BeginsWith(text, prefix.substr(0, name)) &&
+           ASCII::BeginsWith(text.substr(name), "s://");
 }
 
 STRING AskPassword(const TEXTS& texts, const std::string& account) {
@@ -117,6 +133,9 @@ int AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const MAILADDRE
         frontEnd.Print(text(CTEXT_LOGIN_GOOD, DISPLAYTEXT::Safe(outcome.View())));
         return EXIT_GOOD;
     }
+    // Whoever breaks it off knows why there is no outcome.
+    if (application.Cycle().IsStopRequested())
+        return EXIT_CHECK_FAILED;
     frontEnd.PrintError(text(CTEXT_LOGIN_BAD, DISPLAYTEXT::Safe(outcome.View())));
     return EXIT_CHECK_FAILED;
 }
@@ -143,7 +162,9 @@ ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address) {
         address.Server = STRING(text.substr(at + 1));
         return ServerFault(address.Server.View());
     }
-    return ADDRESSFAULT::Scheme;
+    const bool encrypted =
+        std::ranges::any_of(AllKinds(), [&](const MAILBOXKIND& kind) { return IsEncryptedScheme(text, kind); });
+    return encrypted ? ADDRESSFAULT::Encrypted : ADDRESSFAULT::Scheme;
 }
 
 int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vector<STRING>& addresses,

@@ -9,7 +9,8 @@
 class CONSOLEFRONTEND;
 class TARNWICK;
 
-enum class ADDRESSFAULT { None, Scheme, Form, Port };
+/// Encrypted: the scheme is that of a connection which is not spoken yet, such as imaps://.
+enum class ADDRESSFAULT { None, Scheme, Encrypted, Form, Port };
 
 /// Takes an address apart: scheme://user@host[:port], or scheme://user for a kind without servers; the user is
 /// percent-encoded (RFC 3986). No part of it may be empty, hold a control byte or a "|"; a port is 1 to 65535. There is

@@ -2,11 +2,16 @@
 
 #include <utility>
 
+#include "corelib/base/ascii.h"
 #include "corelib/base/codepage.h"
 
 STRING MAILADDRESS::Host() const {
     const char* domain = KindOf(Type).Domain;
     return domain ? STRING(domain) : Server;
+}
+
+bool MAILADDRESS::operator==(const MAILADDRESS& other) const {
+    return Type == other.Type && User == other.User && ASCII::Equal(Server.View(), other.Server.View());
 }
 
 namespace MAILACCOUNT {

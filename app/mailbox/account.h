@@ -14,7 +14,8 @@ struct MAILADDRESS {
 
     /// Where the mailbox is, for a person: the server, or the domain of the service.
     STRING Host() const;
-    bool operator==(const MAILADDRESS& other) const = default;
+    /// Hosts have no case, users may have.
+    bool operator==(const MAILADDRESS& other) const;
 };
 
 /// How many mails a mailbox has, by the item's last check.

@@ -9,6 +9,8 @@ std::string Parsed(std::string_view text) {
     switch (ParseMailAddress(text, address)) {
         case ADDRESSFAULT::Scheme:
             return "scheme";
+        case ADDRESSFAULT::Encrypted:
+            return "encrypted";
         case ADDRESSFAULT::Form:
             return "form";
         case ADDRESSFAULT::Port:
@@ -34,6 +36,9 @@ TEST(AddAccount, TakesAddressesApart) {
         {"imap://joe@mail.example.org:143", "2 [joe] at [mail.example.org:143]"},
         {"joe@host", "scheme"},
         {"pop3:/joe@host", "scheme"},
+        {"imaps://joe@host", "encrypted"},
+        {"POP3S://joe@host:995", "encrypted"},
+        {"webmails://joe", "scheme"},
         {"pop3://", "form"},
         {"pop3://@host", "form"},
         {"pop3://joe@", "form"},
