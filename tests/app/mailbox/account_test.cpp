@@ -31,6 +31,8 @@ TEST(MailAccount, KnowsAMailboxInEveryStoredForm) {
         {7, "a|b", "b", "a", "a", "a|b", "secret"},
         {ITEMTYPE_POP3, "pop.x|Γιώργος", "Γιώργος", "pop.x", "pop.x", "pop.x|Γιώργος", "パス"},
     };
+    EXPECT_EQ((MAILADDRESS{ITEMTYPE_POP3, "me", "Pop.X"}), (MAILADDRESS{ITEMTYPE_POP3, "me", "pop.x"}));
+    EXPECT_NE((MAILADDRESS{ITEMTYPE_POP3, "Me", "pop.x"}), (MAILADDRESS{ITEMTYPE_POP3, "me", "pop.x"}));
     for (const auto& c : cases) {
         STRINGARRAY item = Item(c.Type, c.Source);
         const MAILADDRESS address = MAILACCOUNT::Address(item);
