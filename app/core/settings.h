@@ -54,6 +54,7 @@ inline constexpr SETTING SETTINGS[] = {
     {"PopupTextColor", "0"},
     {"PopupBackgroundColor", "49407"},
     {"PopupFont", ""},
+    {"PopupFontDots", "0"},
     {"PopupPosition", "1"},
     {"PopupDuration", "10"},
     {"PopupDoMailDetails", "1"},

@@ -13,6 +13,21 @@ constexpr UINT_PTR TIMER_ALERT_BLINK = 1;
 constexpr UINT BLINK_MS = 333;
 constexpr DWORD PRESSED_MS = 100;  // so that the press can be seen
 
+// Of a button: how much of the text's colour is in its face and in its edge, and the width of a round corner's ellipse
+// at 96 dots per inch.
+constexpr int FACE_PERCENT = 8, POINTED_FACE_PERCENT = 22, EDGE_PERCENT = 45;
+constexpr int CORNER = 7;
+
+// So many percent of the way from one colour to the other.
+COLORREF Mixed(int32_t from, int32_t to, int percent) {
+    COLORREF mixed = 0;
+    for (const int shift : {0, 8, 16}) {
+        const int start = from >> shift & 0xff, end = to >> shift & 0xff;
+        mixed |= static_cast<COLORREF>(start + (end - start) * percent / 100) << shift;
+    }
+    return mixed;
+}
+
 constexpr ALERTFONT ALERTFONTS[] = {ALERTFONT::NORMAL, ALERTFONT::BOLD, ALERTFONT::SMALLBOLD, ALERTFONT::SMALL};
 
 RECT SystemRect(const ALERTRECT& rect) {
@@ -45,10 +60,18 @@ class CANVAS : public ALERTCANVAS {
         SetDCBrushColor(Dc, static_cast<COLORREF>(color) & 0xffffff);
         FillRect(Dc, &area, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
     }
-    void Frame(const ALERTRECT& rect, int32_t color) override {
-        const RECT area = SystemRect(rect);
-        SetDCBrushColor(Dc, static_cast<COLORREF>(color) & 0xffffff);
-        FrameRect(Dc, &area, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
+    // A face that stands out a little from what is around it, with round corners and a thin edge.
+    void Button(const ALERTRECT& rect, int32_t text, int32_t back, ALERTPRESS state) override {
+        const bool plain = state == ALERTPRESS::Plain;
+        const int face = plain ? FACE_PERCENT : state == ALERTPRESS::Pointed ? POINTED_FACE_PERCENT : 100;
+        SetDCBrushColor(Dc, Mixed(back, text, face));
+        SetDCPenColor(Dc, Mixed(back, text, plain ? EDGE_PERCENT : 100));
+        const HGDIOBJ pen = SelectObject(Dc, GetStockObject(DC_PEN)),
+                      brush = SelectObject(Dc, GetStockObject(DC_BRUSH));
+        const int round = ScalePixels(CORNER);
+        RoundRect(Dc, rect.Left, rect.Top, rect.Right, rect.Bottom, round, round);
+        SelectObject(Dc, brush);
+        SelectObject(Dc, pen);
     }
     void Write(ALERTFONT font, ALERTPOINT at, int32_t color, std::string_view text) override {
         const std::wstring wide = WideText(text);
@@ -80,13 +103,21 @@ ALERTPOINT PointOf(LPARAM packed) {
 void CheckPopupFont(STRINGARRAY& state) {
     LOGFONTW font{};
     if (!FontFromValue(state.Get("PopupFont"), font)) {
+        state.Set("PopupFontDots", "0");
         font = IconTitleFont();
         font.lfWidth = 0;
     } else if (_wcsicmp(font.lfFaceName, L"System") == 0) {
         wcscpy(font.lfFaceName, L"Arial");
     }
     font.lfWeight = FW_NORMAL;
+    // Its height is in pixels of the display that it was chosen for.
+    const int dots = ScalePixels(USER_DEFAULT_SCREEN_DPI), chosenFor = state.GetNumber("PopupFontDots");
+    if (chosenFor > 0 && chosenFor != dots) {
+        font.lfHeight = MulDiv(font.lfHeight, dots, chosenFor);
+        font.lfWidth = MulDiv(font.lfWidth, dots, chosenFor);
+    }
     state.Set("PopupFont", FontValue(font));
+    state.SetNumber("PopupFontDots", dots);
 }
 
 SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)

@@ -214,14 +214,7 @@ void ALERTLAYOUT::PaintButton(ALERTCANVAS& canvas, const ALERTLOOK& look, const 
     const ALERTRECT& outer = placed.Rect;
     const bool under = outer.Contains(look.Pointer);
     const bool pressed = under && look.Pressed;
-    canvas.Fill(outer, back);
-    canvas.Frame(outer, text);
-    if (under) {
-        const ALERTRECT inner{outer.Left + 1, outer.Top + 1, outer.Right - 1, outer.Bottom - 1};
-        if (pressed)
-            canvas.Fill(inner, text);
-        canvas.Frame(inner, pressed ? back : text);
-    }
+    canvas.Button(outer, text, back, pressed ? ALERTPRESS::Pressed : under ? ALERTPRESS::Pointed : ALERTPRESS::Plain);
     canvas.Write(placed.Piece.Font, placed.TextAt, pressed ? back : text, placed.Piece.Text);
 }
 

@@ -37,13 +37,17 @@ class ALERTMETRICS {
     [[nodiscard]] virtual bool Measure(ALERTFONT font, std::string_view text, ALERTSIZE& size) = 0;
 };
 
+/// How a button stands: the pointer (or the focus) is on it, and the window was clicked there. A pressed one has its
+/// colours the other way round.
+enum class ALERTPRESS { Plain, Pointed, Pressed };
+
 /// What an alert is drawn with. Positions are pixels of the client area.
 class ALERTCANVAS {
  public:
     virtual ~ALERTCANVAS() = default;
     virtual void Fill(const ALERTRECT& rect, int32_t color) = 0;
-    /// A frame of one pixel along the inside of the rectangle's edge.
-    virtual void Frame(const ALERTRECT& rect, int32_t color) = 0;
+    /// A button without its label, by the colours of its text and its background.
+    virtual void Button(const ALERTRECT& rect, int32_t text, int32_t back, ALERTPRESS state) = 0;
     /// Text with its upper left corner at a point, over what is there already; `text` may be empty.
     virtual void Write(ALERTFONT font, ALERTPOINT at, int32_t color, std::string_view text) = 0;
 };

@@ -33,8 +33,10 @@ class RECORDER : public ALERTCANVAS {
     void Fill(const ALERTRECT& rect, int32_t color) override {
         Steps += "fill " + Shown(rect) + " " + std::to_string(color) + " ";
     }
-    void Frame(const ALERTRECT& rect, int32_t color) override {
-        Steps += "frame " + Shown(rect) + " " + std::to_string(color) + " ";
+    void Button(const ALERTRECT& rect, int32_t text, int32_t back, ALERTPRESS state) override {
+        const char* const states[] = {"plain", "pointed", "pressed"};
+        Steps += "button " + Shown(rect) + " " + std::to_string(text) + " " + std::to_string(back) + " " +
+                 states[static_cast<int>(state)] + " ";
     }
     void Write(ALERTFONT font, ALERTPOINT at, int32_t color, std::string_view text) override {
         Steps += std::string("write ") + FONT_NAMES[static_cast<int>(font)] + " " + std::to_string(at.X) + "," +
@@ -87,11 +89,11 @@ TEST(AlertLayout, DrawsWholePopup) {
               "fill 8,51-99,63 2 write smallbold 8,51 1 '! Ann: Lunch '\n"
               "fill 8,64-74,76 255 write small 8,64 7 ' Bob: Offer'\n"
               "fill 8,77-8,89 2 write small 8,77 1 ''\n"
-              "fill 8,90-48,111 2 frame 8,90-48,111 1 write smallbold 14,94 1 'Mail'\n"
+              "button 8,90-48,111 1 2 plain write smallbold 14,94 1 'Mail'\n"
               "fill 48,90-60,102 2 write small 48,90 1 '  '\n"
-              "fill 60,90-107,111 2 frame 60,90-107,111 1 write smallbold 66,94 1 'Later'\n"
+              "button 60,90-107,111 1 2 plain write smallbold 66,94 1 'Later'\n"
               "fill 107,90-119,102 2 write small 107,90 1 '  '\n"
-              "fill 119,90-166,111 2 frame 119,90-166,111 1 write smallbold 125,94 1 'Close'\n"
+              "button 119,90-166,111 1 2 plain write smallbold 125,94 1 'Close'\n"
               "fill 166,90-178,102 2 write small 166,90 1 '  '\n");
     EXPECT_EQ(alert.Layout.ClickValue({165, 90}, false, 70000), 0) << "a command that is none is a hit";
 }
@@ -99,19 +101,18 @@ TEST(AlertLayout, DrawsWholePopup) {
 TEST(AlertLayout, ShowsButtonUnderPointer) {
     ALERT alert("\n\x1b[*;F=5;B=6]Go\x1b[b]!");
     const std::string texts = "fill 0,0-56,53 2 fill 8,3-8,18 2 write normal 8,3 1 ''\n";
-    const std::string plain = "fill 8,19-39,45 6 frame 8,19-39,45 5 ";
+    const std::string button = "button 8,19-39,45 5 6 ";
     const std::string behind = "fill 39,19-48,35 2 write bold 39,19 1 '!'\n";
-    EXPECT_EQ(alert.Drawn(), texts + plain + "write normal 15,24 5 'Go'\n" + behind);
+    EXPECT_EQ(alert.Drawn(), texts + button + "plain write normal 15,24 5 'Go'\n" + behind);
 
     alert.Look.Pointer = {38, 44};
-    EXPECT_EQ(alert.Drawn(), texts + plain + "frame 9,20-38,44 5 write normal 15,24 5 'Go'\n" + behind);
+    EXPECT_EQ(alert.Drawn(), texts + button + "pointed write normal 15,24 5 'Go'\n" + behind);
 
     alert.Look.Pressed = true;
-    EXPECT_EQ(alert.Drawn(),
-              texts + plain + "fill 9,20-38,44 5 frame 9,20-38,44 6 write normal 15,24 6 'Go'\n" + behind);
+    EXPECT_EQ(alert.Drawn(), texts + button + "pressed write normal 15,24 6 'Go'\n" + behind);
 
     alert.Look.Pointer = {39, 44};
-    EXPECT_EQ(alert.Drawn(), texts + plain + "write normal 15,24 5 'Go'\n" + behind);
+    EXPECT_EQ(alert.Drawn(), texts + button + "plain write normal 15,24 5 'Go'\n" + behind);
 
     ALERT single("Nothing");
     single.Look.Client = {70, 25};
