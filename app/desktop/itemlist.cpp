@@ -17,7 +17,6 @@ constexpr int LIST_ID = 1;
 constexpr int WIDTH_NAME = 1;
 constexpr int WIDTH_RESULT = 2;
 constexpr int RESULT_WIDTH = 120;  // at 96 dots per inch
-constexpr int TIP_WIDTH = 400;
 
 }  // namespace
 
@@ -42,8 +41,12 @@ ITEMLIST::ITEMLIST(HWND owner, TARNWICK& application) : Owner(owner), Applicatio
     List.AddColumns(heads);
     List.SetEmptyText(Application.Texts().Get(TEXT_EMPTY));
     // Why a check has failed is often longer than its column.
-    ListView_SetExtendedListViewStyleEx(List.hWnd, LVS_EX_INFOTIP, LVS_EX_INFOTIP);
-    SendMessageW(ListView_GetToolTips(List.hWnd), TTM_SETMAXTIPWIDTH, 0, ScalePixels(TIP_WIDTH));
+    List.SetRowTip([this](int row) { return RowTip(row); });
+    List.OnColumnDragged([this](int column) {
+        if (column == NAME_COLUMN)
+            DraggedWidth = List.ColumnWidth(NAME_COLUMN);
+        FitResult();
+    });
     List.SetImages(
         {ITEMIMAGE_EMPTY, ITEMIMAGE_MAIL, ITEMIMAGE_CHECKING, ITEMIMAGE_LOCKED, ITEMIMAGE_FAILED, ITEMIMAGE_SUSPENDED});
 }
@@ -129,7 +132,7 @@ void ITEMLIST::Sort() {
         const int order = stricmp(num1->second.Text(), num2->second.Text(), false);
         return sign * order;
     });
-    List.SetSortMark(std::clamp(Application.pState.GetNumber("LastSortColumn"), 0, RESULT_COLUMN), sign > 0);
+    List.SetSortMark(NAME_COLUMN, sign > 0);
 }
 
 std::vector<int> ITEMLIST::SelectedHandles() const {
@@ -178,8 +181,14 @@ void ITEMLIST::SetItemColumn(int handle, int column, const STRING& text) {
         List.SetItemText(row, column, text);
 }
 
-STRING ITEMLIST::RowText(int row) const {
-    return List.GetItemText(row, NAME_COLUMN) || ": " || List.GetItemText(row, RESULT_COLUMN);
+STRING ITEMLIST::RowTip(int row) const {
+    STRING text = List.GetItemText(row, NAME_COLUMN) || ": " || List.GetItemText(row, RESULT_COLUMN);
+    const STRINGARRAY* const item = Application.FindItem(static_cast<int>(List.RowData(row)));
+    const STRING checked = item ? item->Get("LastRefreshString") : STRING();
+    if (checked.Length() > 0)
+        text +=
+            "\n" || Application.Texts().Get(TEXT_COLUMNS).Word(RESULT_COLUMN, "|", WORD_NEVERNULL) || ": " || checked;
+    return text;
 }
 
 bool ITEMLIST::RemoveItem(int handle) {
@@ -194,7 +203,7 @@ bool ITEMLIST::RemoveItem(int handle) {
 
 void ITEMLIST::AutoWidth(int mask) {
     Trace("TARNWICK::AutoWidth\n");
-    if (mask & WIDTH_NAME) {
+    if ((mask & WIDTH_NAME) && DraggedWidth == 0) {
         List.FitColumn(NAME_COLUMN);
         NameWidth = List.ColumnWidth(NAME_COLUMN);
     }
@@ -206,7 +215,7 @@ void ITEMLIST::AutoWidth(int mask) {
 void ITEMLIST::FitResult() {
     const int width = static_cast<int>(List.ClientRect().right), result = ScalePixels(RESULT_WIDTH);
     // The longest names are cut before there is no room for results; a tip shows them whole.
-    const int name = std::min(NameWidth, std::max(width - result, width / 2));
+    const int name = std::min(DraggedWidth > 0 ? DraggedWidth : NameWidth, width / 2);
     List.SetColumnWidth(NAME_COLUMN, name);
     List.SetColumnWidth(RESULT_COLUMN, std::max(width - name, result / 2));
 }

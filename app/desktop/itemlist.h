@@ -41,8 +41,6 @@ class ITEMLIST {
     /// The row's image and name by the item as it is now; nothing without a row.
     void RefreshRow(int handle);
     void SetItemColumn(int handle, int column, const STRING& text);
-    /// All that stands in a row, for the tip that shows it whole.
-    STRING RowText(int row) const;
     /// Takes the item out of list and table; false if it is being checked, or there is none.
     bool RemoveItem(int handle);
 
@@ -51,6 +49,8 @@ class ITEMLIST {
 
  private:
     void FitResult();
+    /// All that stands in a row, and when its account was last checked.
+    STRING RowTip(int row) const;
     void InsertItemIntoListview(int index);
     void RestoreSelection();
     int FindRow(int handle) const;
@@ -60,6 +60,7 @@ class ITEMLIST {
     LISTVIEW List;
     int NextSelected = 0;  // the handle of the item that is selected at the next filling, or 0
     int NameWidth = 0;     // of the longest name, in pixels
+    int DraggedWidth = 0;  // as the user wants it; 0: as the names want it
 };
 
 /// Images of the list, by their resource numbers.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
+#include <windowsx.h>
 
 #include "corelib/base/trace.h"
 #include "corelib/base/utf8.h"
@@ -13,6 +15,8 @@ constexpr int COLUMN_BYTES = 255;
 constexpr uint32_t INSERT_LEVEL = 7;
 constexpr int SMALL_IMAGE = 16;
 constexpr int HEAD_WIDTH = 120;
+constexpr int TIP_WIDTH = 400;
+constexpr int TIP_MS = 30000;  // a long text takes some time to read
 constexpr int EMPTY_TEXT_MARGIN = 12;
 constexpr int HEAD_MARGINS = 36;  // with room for the arrow of the order
 
@@ -35,13 +39,68 @@ LRESULT LISTVIEW::WinProc(UINT message, WPARAM first, LPARAM second) {
         PassFocus(GetKeyState(VK_SHIFT) < 0);
         return 0;
     }
+    if (message == WM_KEYDOWN && first == 'A' && GetKeyState(VK_CONTROL) < 0 && GetKeyState(VK_MENU) >= 0 &&
+        !(GetWindowLongW(hWnd, GWL_STYLE) & LVS_SINGLESEL)) {
+        SelectAll(true);
+        return 0;
+    }
+    if (Tips && message >= WM_MOUSEFIRST && message <= WM_MOUSELAST)
+        FollowPointer(message, first, second);
     // The text is drawn as a whole: twice over itself it would look bold.
     if ((message == WM_SIZE || message == WM_PAINT) && ShowsEmptyText())
         InvalidateRect(hWnd, nullptr, TRUE);
     const LRESULT result = CONTROL::WinProc(message, first, second);
     if (message == WM_PAINT && ShowsEmptyText())
         PaintEmptyText();
+    if (message == WM_NOTIFY && ColumnDragged && !SetsWidth) {
+        const auto& notice = *reinterpret_cast<const NMHEADERW*>(second);
+        const bool changed = notice.hdr.hwndFrom == ListView_GetHeader(hWnd) &&
+                             (notice.hdr.code == HDN_ITEMCHANGEDW || notice.hdr.code == HDN_ITEMCHANGEDA);
+        if (changed && notice.pitem && (notice.pitem->mask & HDI_WIDTH))
+            ColumnDragged(notice.iItem);
+    }
     return result;
+}
+
+// The system's own tips stand at names only, and not everywhere.
+void LISTVIEW::SetRowTip(std::function<STRING(int row)> text) {
+    RowTip = std::move(text);
+    ListView_SetExtendedListViewStyleEx(hWnd, LVS_EX_LABELTIP, 0);
+    Tips = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0, 0, 0, 0,
+                           hWnd, nullptr, nullptr, nullptr);
+    wchar_t none[] = L"";
+    TOOLINFOW tool{};
+    tool.cbSize = TTTOOLINFOW_V1_SIZE;
+    tool.hwnd = hWnd;
+    tool.lpszText = none;
+    SendMessageW(Tips, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+    SendMessageW(Tips, TTM_SETMAXTIPWIDTH, 0, ScalePixels(TIP_WIDTH));
+    SendMessageW(Tips, TTM_SETDELAYTIME, TTDT_AUTOPOP, TIP_MS);
+}
+
+void LISTVIEW::FollowPointer(UINT message, WPARAM first, LPARAM second) {
+    LVHITTESTINFO hit{};
+    hit.pt = {GET_X_LPARAM(second), GET_Y_LPARAM(second)};
+    const int row = ListView_SubItemHitTest(hWnd, &hit);
+    if (row != TipRow) {
+        TipRow = row;
+        std::wstring text = row == -1 ? std::wstring() : WideText(RowTip(row));
+        TOOLINFOW tool{};
+        tool.cbSize = TTTOOLINFOW_V1_SIZE;
+        tool.hwnd = hWnd;
+        tool.lpszText = text.data();
+        if (row != -1)
+            ListView_GetItemRect(hWnd, row, &tool.rect, LVIR_BOUNDS);
+        SendMessageW(Tips, TTM_POP, 0, 0);
+        SendMessageW(Tips, TTM_UPDATETIPTEXTW, 0, reinterpret_cast<LPARAM>(&tool));
+        SendMessageW(Tips, TTM_NEWTOOLRECTW, 0, reinterpret_cast<LPARAM>(&tool));
+    }
+    MSG relayed{};
+    relayed.hwnd = hWnd;
+    relayed.message = message;
+    relayed.wParam = first;
+    relayed.lParam = second;
+    SendMessageW(Tips, TTM_RELAYEVENT, 0, reinterpret_cast<LPARAM>(&relayed));
 }
 
 void LISTVIEW::SetEmptyText(const STRING& text) {
@@ -86,12 +145,15 @@ int LISTVIEW::ColumnWidth(int column) const {
 
 void LISTVIEW::SetColumnWidth(int column, int pixels) {
     // The control goes through all rows for a width, also for the one that it has.
-    if (ColumnWidth(column) != pixels)
-        ListView_SetColumnWidth(hWnd, column, pixels);
+    if (ColumnWidth(column) == pixels)
+        return;
+    SetsWidth = true;
+    ListView_SetColumnWidth(hWnd, column, pixels);
+    SetsWidth = false;
 }
 
 void LISTVIEW::FitColumn(int column) {
-    ListView_SetColumnWidth(hWnd, column, LVSCW_AUTOSIZE);
+    SetColumnWidth(column, LVSCW_AUTOSIZE);
     wchar_t text[COLUMN_BYTES + 1] = L"";
     LVCOLUMNW head{};
     head.mask = LVCF_TEXT;

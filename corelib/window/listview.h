@@ -3,6 +3,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "corelib/window/controls.h"
@@ -17,7 +18,8 @@ class LISTVIEW : public CONTROL {
     /// Binds to one that is there.
     explicit LISTVIEW(HWND window) : CONTROL(window) {}
 
-    /// In a window that is no dialog Tab and F6 leave the list all the same.
+    /// In a window that is no dialog Tab and F6 leave the list all the same. Ctrl+A selects all rows, where several can
+    /// be.
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
 
     /// Adds columns with the texts as their heads, which are split by tabs.
@@ -30,6 +32,11 @@ class LISTVIEW : public CONTROL {
     void FitColumn(int column);
     /// Marks the column's head with an arrow (up: smallest first), and no other.
     void SetSortMark(int column, bool up);
+
+    /// Called when the user has made a column wider or narrower.
+    void OnColumnDragged(std::function<void(int column)> call) { ColumnDragged = std::move(call); }
+    /// What a tip tells while the pointer rests on a row; with an empty text there is none.
+    void SetRowTip(std::function<STRING(int row)> text);
 
     /// The icons of those resource numbers, and no others, are the rows' images.
     void SetImages(const std::vector<int>& icons);
@@ -92,6 +99,13 @@ class LISTVIEW : public CONTROL {
     bool ShowsEmptyText() const { return !EmptyText.empty() && Count() == 0; }
     void PaintEmptyText() const;
 
+    void FollowPointer(UINT message, WPARAM first, LPARAM second);
+
+    std::function<void(int)> ColumnDragged;
+    bool SetsWidth = false;  // itself
+    std::function<STRING(int)> RowTip;
+    HWND Tips = nullptr;  // goes with the window that the list is in
+    int TipRow = -1;
     std::optional<ICONIMAGES> Images;
     std::wstring EmptyText;
 };
