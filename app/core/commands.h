@@ -82,6 +82,11 @@ struct TOOLBUTTON {
     int LabelText = 0;
     const char* Label = nullptr;
 };
-inline constexpr TOOLBUTTON TOOLBUTTONS[] = {
-    {COMMAND_MAIL_PROGRAM, 0, "Email"}, {COMMAND_NEW_MAIL},    {COMMAND_EDIT_ITEM}, {COMMAND_INBOX, TEXT_INBOX},
-    {COMMAND_TRASHCAN, TEXT_TRASHCAN},  {COMMAND_CHECK_ITEMS}, {COMMAND_SPAM_LISTS}};
+inline constexpr TOOLBUTTON TOOLBUTTONS[] = {{COMMAND_MAIL_PROGRAM, 0, "Email"},
+                                             {COMMAND_NEW_MAIL},
+                                             {COMMAND_ADD_ITEM},
+                                             {COMMAND_EDIT_ITEM},
+                                             {COMMAND_INBOX, TEXT_INBOX},
+                                             {COMMAND_TRASHCAN, TEXT_TRASHCAN},
+                                             {COMMAND_CHECK_ITEMS},
+                                             {COMMAND_SPAM_LISTS}};

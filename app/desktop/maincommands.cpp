@@ -17,6 +17,8 @@ void MAINWINDOW::DoCommand(int command) {
     if (!Application)
         return;
     bool done = Engine->DoCommand(command, SelectedItems());
+    if (command == COMMAND_EXIT || command == COMMAND_QUIT)
+        Vanish();
     if (done && DeselectsItems(command))
         Rows->Deselect();
     if (!done)
@@ -75,10 +77,12 @@ bool MAINWINDOW::DoWindowCommand(int command) {
 }
 
 void MAINWINDOW::ShowInFront() {
-    Show(SW_SHOW);
-    if (IsIconic(hWnd))
-        Show(SW_RESTORE);
-    SetForegroundWindow(GetLastActivePopup(hWnd));  // the dialog that is open, if there is one
+    // Once: shown while it is minimised, it would be hidden again.
+    Show(IsIconic(hWnd) ? SW_RESTORE : SW_SHOW);
+    const HWND inFront = GetLastActivePopup(hWnd);  // the dialog that is open, if there is one
+    SetForegroundWindow(inFront);
+    if (inFront == hWnd && Rows)
+        Rows->Focus();
 }
 
 void MAINWINDOW::DeleteItems() {
@@ -87,7 +91,7 @@ void MAINWINDOW::DeleteItems() {
     if (!first)
         return;
     const STRING question = DeleteQuestion(App.Texts(), static_cast<int>(selected.size()), first->Get("Name"));
-    if (!AskYesNo(ProgramName(), question) || !CloseInbox())
+    if (!::AskYesNo(hWnd, question, ProgramName(), true) || !CloseInbox())
         return;
     for (const int handle : selected) {
         const STRINGARRAY* item = Application->FindItem(handle);

@@ -131,6 +131,7 @@ void MAINWINDOW::OnClose() {
         return;
     if (Application->pState.GetNumber("DlgCloseMinimize") == 0) {
         Application->Stop();
+        Vanish();
         return;
     }
     ShowHint(hWnd, App.Texts().Get(TEXT_CLOSE_HINT), ProgramName(), App.Texts().Get(TEXT_PRODUCT).Text(),
@@ -170,11 +171,6 @@ LRESULT MAINWINDOW::OnNotify(NMHDR& notice) {
             Rows->Sort();
             return 0;
         }
-        case LVN_GETINFOTIPW: {
-            const auto& tip = reinterpret_cast<const NMLVGETINFOTIPW&>(notice);
-            lstrcpynW(tip.pszText, WideText(Rows->RowText(tip.iItem)).c_str(), tip.cchTextMax);
-            return 0;
-        }
         case LVN_ITEMCHANGED: {
             const auto& change = reinterpret_cast<const NMLISTVIEW&>(notice);
             if (change.uNewState != change.uOldState) {
@@ -209,6 +205,9 @@ void MAINWINDOW::OnTimer(UINT_PTR timer) {
     switch (timer) {
         case TIMER_ALERT:
             CloseAlert();
+            break;
+        case TIMER_NEXT_ALERT:
+            ShowNextAlert();
             break;
         case TIMER_TITLE:
             SetMainTitle();
@@ -275,21 +274,39 @@ void MAINWINDOW::OnTray(WPARAM icon, UINT mouse) {
 
 void MAINWINDOW::OpenAlert() {
     Trace("WM__ALERTWIN received\n");
+    if (AlertWaits)
+        return;
+    // One that has been clicked away is not read any longer.
+    if (!AlertWindow || !AlertWindow->IsVisible())
+        ShowNextAlert();
+    else if (HasNextAlert())
+        LetAlertBeRead();
+}
+
+bool MAINWINDOW::HasNextAlert() {
+    const std::lock_guard hold(AlertGuard);
+    return !Alerts.empty();
+}
+
+void MAINWINDOW::LetAlertBeRead() {
+    KillTimer(hWnd, TIMER_ALERT);
+    AlertWaits = true;
+    SetTimer(hWnd, TIMER_NEXT_ALERT, static_cast<UINT>(Times.AlertReadMs), nullptr);
+}
+
+void MAINWINDOW::ShowNextAlert() {
+    KillTimer(hWnd, TIMER_NEXT_ALERT);
+    AlertWaits = false;
     ALERTREQUEST request;
     {
         const std::lock_guard hold(AlertGuard);
-        if (Alerts.empty() || !Application)
+        if (Alerts.empty() || !Application || Vanished)
             return;
         request = std::move(Alerts.front());
         Alerts.pop_front();
     }
-    if (AlertWindow) {
-        KillTimer(hWnd, TIMER_ALERT);
-        // One that has been clicked away is not read any longer.
-        if (AlertWindow->IsVisible())
-            Sleep(static_cast<DWORD>(Times.AlertReadMs));
-        AlertWindow.reset();
-    }
+    KillTimer(hWnd, TIMER_ALERT);
+    AlertWindow.reset();
     const STRINGARRAY& state = Application->pState;
     ALERTSETUP setup;
     setup.TextColor = request.TextColor;
@@ -302,13 +319,32 @@ void MAINWINDOW::OpenAlert() {
     setup.ClickValue = request.Handle != 0 ? request.Handle + COMMAND_VALUES_END : 0;
     setup.Transparency = state.GetNumber("PopupTransparency");
     AlertWindow = std::make_unique<SEMITOOLTIP>(request.Text, setup);
-    if (request.DurationMs > 0)
+    if (HasNextAlert())
+        LetAlertBeRead();
+    else if (request.DurationMs > 0)
         SetTimer(hWnd, TIMER_ALERT, static_cast<UINT>(request.DurationMs), nullptr);
 }
 
 void MAINWINDOW::CloseAlert() {
     KillTimer(hWnd, TIMER_ALERT);
     AlertWindow.reset();
+    if (AlertWaits)
+        ShowNextAlert();
+}
+
+void MAINWINDOW::Vanish() {
+    Vanished = true;
+    EndMenu();
+    AlertWindow.reset();
+    Tray.reset();
+    EnumThreadWindows(
+        UserThread,
+        [](HWND window, LPARAM) -> BOOL {
+            if (IsWindowVisible(window))
+                ShowWindow(window, SW_HIDE);
+            return TRUE;
+        },
+        0);
 }
 
 void MAINWINDOW::OnAlertClick(WPARAM button, LPARAM value) {

@@ -134,7 +134,7 @@ STRINGARRAY* MAINWINDOW::FirstSelected() const {
 
 void MAINWINDOW::MakeTaskbarIcon() {
     Calls.PostLatest({CALL_TRAY, 0}, [this] {
-        if (!Application)
+        if (!Application || Vanished)
             return;
         TrayIcon = TRAY_RESOURCES + TrayPicture(Application->Cycle(), Application->pState);
         const STRING tooltip = TooltipText(App.Texts(), Application->Cycle());

@@ -119,7 +119,12 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void OnTray(WPARAM icon, UINT mouse);
     void OnAlertClick(WPARAM button, LPARAM value);
     void OpenAlert();
+    bool HasNextAlert();
+    void LetAlertBeRead();
+    void ShowNextAlert();
     void CloseAlert();
+    /// The end has been asked for, and the work thread may take its time.
+    void Vanish();
     // Commands of the window itself.
     bool DoWindowCommand(int command);
     bool DoDialogCommand(int command);
@@ -181,6 +186,8 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     bool BlinkPhase = false;
     bool FirstRun = false;
     bool DialogOpen = false;
+    bool AlertWaits = false;  // for the present one to be read
+    bool Vanished = false;
     bool InboxIsPane = true;  // or will be, when it opens
     bool SessionEnded = false;
     std::atomic<bool> Quitting = false;  // also where the message of it has been lost

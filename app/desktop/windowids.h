@@ -16,7 +16,8 @@ inline constexpr UINT WM__TRASHCANCLOSED = 1032;    // the same
 inline constexpr UINT WM__SPLITTER = 1033;          // the splitter has moved
 inline constexpr UINT WM__TASKBAR = 1088;           // from the tray icon; second: the mouse message
 
-inline constexpr UINT_PTR TIMER_ALERT = 1;  // ends the alert
+inline constexpr UINT_PTR TIMER_ALERT = 1;       // ends the alert
+inline constexpr UINT_PTR TIMER_NEXT_ALERT = 2;  // the present one has been read
 inline constexpr UINT_PTR TIMER_TITLE = 4;
 inline constexpr UINT_PTR TIMER_TRAY = 9;  // makes the tray icon after the start
 

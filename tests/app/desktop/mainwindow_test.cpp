@@ -20,6 +20,10 @@ TEST_F(MainWindow, TheListShowsTheItemsByNameAndTurnsRound) {
     click.iSubItem = 1;
     SendMessageW(Window->hWnd, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&click));
     EXPECT_EQ(Rows().front(), "beta|3 mails");  // the other column keeps the order
+    HDITEMW head{};
+    head.mask = HDI_FORMAT;
+    Header_GetItem(ListView_GetHeader(Window->List().Handle()), 0, &head);
+    EXPECT_TRUE(head.fmt & HDF_SORTDOWN) << "the names are what is sorted";
 }
 
 TEST_F(MainWindow, AFailedCheckSaysWhy) {
@@ -29,13 +33,36 @@ TEST_F(MainWindow, AFailedCheckSaysWhy) {
         "", "GER");
     const std::string shown = "Fehler: Port 995 des Servers nimmt nur verschl";
     EXPECT_EQ(Rows().front().substr(0, 2 + shown.size()), "a|" + shown);
-    wchar_t text[1000] = L"";
-    NMLVGETINFOTIPW tip{};
-    tip.hdr = {Window->List().Handle(), 0, LVN_GETINFOTIPW};
-    tip.pszText = text;
-    tip.cchTextMax = 1000;
-    SendMessageW(Window->hWnd, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&tip));
-    EXPECT_EQ("a|" + Std(FromWide(text)).substr(3), Rows().front()) << "whole in the tip";
+    // Whole in a tip, wherever the pointer rests in the row.
+    Engine->Items[0].Set("LastRefreshString", "1.2. / 3:04");
+    RECT row;
+    ListView_GetItemRect(Window->List().Handle(), 0, &row, LVIR_BOUNDS);
+    POINT place = {row.right - 5, (row.top + row.bottom) / 2};
+    MoveMouse(Window->List().Handle(), place.x, place.y);
+    ClientToScreen(Window->List().Handle(), &place);
+    SetCursorPos(place.x, place.y);
+    const auto tip = [] {
+        std::string text;
+        EnumThreadWindows(
+            GetCurrentThreadId(),
+            [](HWND window, LPARAM found) -> BOOL {
+                wchar_t name[40] = L"", words[1000] = L"";
+                GetClassNameW(window, name, 40);
+                TTTOOLINFOW tool{};
+                tool.cbSize = TTTOOLINFOW_V1_SIZE;
+                tool.lpszText = words;
+                if (_wcsicmp(name, TOOLTIPS_CLASSW) == 0 && IsWindowVisible(window) &&
+                    SendMessageW(window, TTM_GETCURRENTTOOLW, 0, reinterpret_cast<LPARAM>(&tool)))
+                    *reinterpret_cast<std::string*>(found) = Std(FromWide(words));
+                return TRUE;
+            },
+            reinterpret_cast<LPARAM>(&text));
+        return text;
+    };
+    EXPECT_TRUE(PumpUntil([&] { return !tip().empty(); }));
+    EXPECT_EQ("a|" + tip().substr(3), Rows().front() +
+                                          "\nLetzte Pr\xc3\xbc"
+                                          "fung: 1.2. / 3:04");
 }
 
 TEST_F(MainWindow, TheColumnsFillTheListWhateverIsInIt) {
@@ -58,6 +85,20 @@ TEST_F(MainWindow, TheColumnsFillTheListWhateverIsInIt) {
         Pump();
         edges();
         EXPECT_EQ(ListView_GetColumnWidth(Window->List().Handle(), 0) < fitting, width == 260);
+    }
+    // Dragged, the first keeps its width as far as that is at most half, and the second follows.
+    const HWND head = ListView_GetHeader(Window->List().Handle());
+    for (const auto& [dragged, kept] : {std::pair{90, 90}, {700, 700}}) {
+        HDITEMW item{};
+        item.mask = HDI_WIDTH;
+        item.cxy = dragged;
+        Header_SetItem(head, 0, &item);
+        Window->Move(0, 0, ScalePixels(800), ScalePixels(310 + dragged));
+        Window->List().FillListview();
+        Pump();
+        edges();
+        EXPECT_EQ(ListView_GetColumnWidth(Window->List().Handle(), 0),
+                  std::min(kept, static_cast<int>(Window->ClientRect().right) / 2));
     }
     Close();
     std::string many;
@@ -166,21 +207,21 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
             COMMAND_CHECK_ITEMS_QUIETLY) " -" NUMBER(
             COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(COMMAND_SUSPEND_ITEMS) " -" NUMBER(COMMAND_ITEM_MAIL_PROGRAM) " -" NUMBER(COMMAND_INBOX) " " MAILS
         "-" NUMBER(COMMAND_STOP_SOUND) " ",
-        *ALL_BUTTONS = NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
+        *ALL_BUTTONS = NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_ADD_ITEM) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
             COMMAND_INBOX) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(COMMAND_CHECK_ITEMS) " " NUMBER(COMMAND_SPAM_LISTS) " ",
-        *ALL_BUT_SPAM = NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
+        *ALL_BUT_SPAM = NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_ADD_ITEM) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
             COMMAND_INBOX) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(COMMAND_CHECK_ITEMS) " ";
     // In the bar "-": not possible, "+": with a mark. Buttons: that can be pressed.
     const std::tuple<const char*, std::function<void()>, const char*, const char*> steps[] = {
         {"none selected", [&] { Select(0, false); }, NONE,
-         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(
-             COMMAND_SPAM_LISTS) " "},
+         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_ADD_ITEM) " " NUMBER(
+             COMMAND_TRASHCAN) " " NUMBER(COMMAND_SPAM_LISTS) " "},
         {"one", [&] { Select(1); }, MAILS "-" NUMBER(COMMAND_STOP_SOUND) " ", ALL_BUTTONS},
         {"both", [&] { Select(0); },
          "-" NUMBER(COMMAND_EDIT_ITEM) " -" NUMBER(COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(
              COMMAND_INBOX) " " MAILS "-" NUMBER(COMMAND_STOP_SOUND) " ",
-         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(
-             COMMAND_CHECK_ITEMS) " " NUMBER(COMMAND_SPAM_LISTS) " "},
+         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_ADD_ITEM) " " NUMBER(
+             COMMAND_TRASHCAN) " " NUMBER(COMMAND_CHECK_ITEMS) " " NUMBER(COMMAND_SPAM_LISTS) " "},
         {"the other, which is suspended, as all is and the filter, while the sound goes on",
          [&] {
              Select(1, false);
@@ -232,30 +273,31 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
     };
     std::function<void(WPARAM, WPARAM)> press = [&](WPARAM answer, WPARAM next) {
         Later([&said, &press, answer, next] {
-            said += Std(WINDOW(GetActiveWindow()).Title()) + ";";
+            const bool no = GetDlgCtrlID(GetFocus()) == IDNO;  // what Enter presses
+            said += Std(WINDOW(GetActiveWindow()).Title()) + (no ? ", rather not;" : ";");
             PostMessageW(GetActiveWindow(), WM_COMMAND, answer, 0);
             if (next != 0)
                 press(next, 0);
         });
     };
     const auto all = [&] { LISTVIEW(Window->List().Handle()).SelectAll(true); };
-    // At the end the names of what is there afterwards, and those of the messages.
-    const std::tuple<const char*, int, std::function<void()>, const char*, const char*> steps[] = {
-        {"cancelled", COMMAND_ADD_ITEM, [&] { fill("gamma", IDCANCEL); }, "Alpha beta ", ""},
-        {"added", COMMAND_ADD_ITEM, [&] { fill("gamma", IDOK); }, "Alpha beta gamma ", ""},
+    // At the end the names of what is there afterwards, of the first that is selected, and of the messages.
+    const std::tuple<const char*, int, std::function<void()>, const char*, const char*, const char*> steps[] = {
+        {"cancelled", COMMAND_ADD_ITEM, [&] { fill("gamma", IDCANCEL); }, "Alpha beta ", "beta", ""},
+        {"added", COMMAND_ADD_ITEM, [&] { fill("gamma", IDOK); }, "Alpha beta gamma ", "gamma", ""},
         {"edited", COMMAND_EDIT_ITEM,
          [&] {
              Window->List().SelectOnly(Handle("gamma"));
              fill("delta", IDOK);
          },
-         "Alpha beta delta ", ""},
+         "Alpha beta delta ", "delta", ""},
         {"not edited while it is being checked", COMMAND_EDIT_ITEM,
          [&] {
              Engine->Items[Engine->FindName("delta")].Set("@InUpdate", "1");
              press(IDOK, 0);
          },
-         "Alpha beta delta ", "Tarnwick;"},
-        {"kept", COMMAND_DELETE_ITEMS, [&] { press(IDNO, 0); }, "Alpha beta delta ", "Tarnwick;"},
+         "Alpha beta delta ", "delta", "Tarnwick;"},
+        {"kept", COMMAND_DELETE_ITEMS, [&] { press(IDNO, 0); }, "Alpha beta delta ", "delta", "Tarnwick, rather not;"},
         {"up to the one that is being checked", COMMAND_DELETE_ITEMS,
          [&] {
              all();
@@ -263,16 +305,16 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
              Engine->Items[Engine->FindName("beta")].Set("@InUpdate", "1");
              press(IDYES, IDOK);
          },
-         "beta delta ", "Tarnwick;Tarnwick - beta;"},
+         "beta delta ", "beta", "Tarnwick, rather not;Tarnwick - beta;"},
         {"the rest", COMMAND_DELETE_ITEMS,
          [&] {
              all();
              Engine->Items[0].Set("@InUpdate", "0");
              press(IDYES, 0);
          },
-         "", "Tarnwick;"},
+         "", "", "Tarnwick, rather not;"},
     };
-    for (const auto& [step, command, user, wantedNames, wantedSaid] : steps) {
+    for (const auto& [step, command, user, wantedNames, wantedSelected, wantedSaid] : steps) {
         said.clear();
         user();
         Command(command);
@@ -281,6 +323,8 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
             names += row.substr(0, row.find('|')) + " ";
             EXPECT_NE(stored.find("Name=" + row.substr(0, row.find('|'))), std::string::npos) << step;
         }
+        const STRINGARRAY* const selected = Window->FirstSelected();
+        EXPECT_EQ(selected ? Std(selected->Get("Name")) : "", wantedSelected) << step;
         EXPECT_EQ(names, wantedNames) << step;
         EXPECT_EQ(said, wantedSaid) << step;
         EXPECT_EQ(Engine->Items.Count(), std::count(names.begin(), names.end(), ' ')) << step;
@@ -389,12 +433,21 @@ TEST_F(MainWindow, TheAlertsFontIsOneThatItCanShow) {
         STRINGARRAY state;
         wcscpy(font.lfFaceName, face);
         state.Set("PopupFont", value.NotNull() ? value : FontValue(font));
+        state.Set("PopupFontDots", "0");
         CheckPopupFont(state);
         LOGFONTW shown{};
         ASSERT_TRUE(FontFromValue(state.Get("PopupFont"), shown));
         EXPECT_STREQ(shown.lfFaceName, wantedShown ? wantedShown : icons.lfFaceName);
         EXPECT_EQ(shown.lfHeight, wantedShown ? -20 : icons.lfHeight);
         EXPECT_EQ(shown.lfWeight, FW_NORMAL);
+        // Chosen for a display with half or twice as many dots per inch.
+        for (const int factor : {1, 4}) {
+            const int height = shown.lfHeight;
+            state.SetNumber("PopupFontDots", ScalePixels(96) * factor / 2);
+            CheckPopupFont(state);
+            ASSERT_TRUE(FontFromValue(state.Get("PopupFont"), shown));
+            EXPECT_EQ(shown.lfHeight, height * 2 / factor);
+        }
     }
     Open(TWO_ITEMS);
     EXPECT_EQ(Engine->pState.Get("PopupFont").Length(), FONTVALUE_LENGTH);
@@ -426,6 +479,28 @@ TEST_F(MainWindow, KeysGiveTheirCommandsOnceAndNotWhereTheToolBarNeedsThem) {
     PostQuitMessage(0);
     EXPECT_EQ(Given([&] { Window->MainDispatchLoop(KEY_TABLE); }),
               NUMBER(COMMAND_ITEM_MAIL_PROGRAM) " " NUMBER(COMMAND_CHECK_ALL) " ");
+    BYTE keys[256] = {};
+    keys[VK_CONTROL] = 0x80;
+    SetKeyboardState(keys);
+    SendMessageW(list, WM_KEYDOWN, 'A', 1);
+    keys[VK_CONTROL] = 0;
+    SetKeyboardState(keys);
+    EXPECT_EQ(Window->SelectedItems().size(), 2U);
+}
+
+TEST_F(MainWindow, ComesBackFromTheTrayAsItWasWithTheFocusOnTheList) {
+    Open(TWO_ITEMS);
+    const RECT before = Window->Rect();
+    Window->Show(SW_MINIMIZE);
+    Pump();
+    EXPECT_FALSE(Window->IsVisible());
+    SetFocus(nullptr);
+    Command(COMMAND_SHOW_WINDOW);
+    EXPECT_TRUE(Window->IsVisible());
+    EXPECT_FALSE(IsIconic(Window->hWnd));
+    EXPECT_EQ(GetFocus(), Window->List().Handle());
+    const RECT after = Window->Rect();
+    EXPECT_TRUE(EqualRect(&before, &after));
 }
 
 }  // namespace

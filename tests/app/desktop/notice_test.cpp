@@ -211,6 +211,22 @@ TEST_F(Notice, AnAlertIsReplacedClickedAndGivesCommands) {
                   done)
             << message << " " << line;
     }
+    // What stands may be read a little longer, while the window goes on.
+    const HWND read = Show({.Text = "read", .DurationMs = 3600000});
+    for (const char* text : {"second", "third"})
+        Window->PostAlert({.Text = text, .DurationMs = 3600000});
+    SendMessageW(Window->hWnd, WM__ALERTWIN, 0, 0);
+    EXPECT_EQ(Alert(), read);
+    EXPECT_FALSE(HasTimer(TIMER_ALERT));
+    EXPECT_TRUE(HasTimer(TIMER_NEXT_ALERT));
+    Pump();
+    EXPECT_EQ(Alert(), read);
+    SendMessageW(Window->hWnd, WM_TIMER, TIMER_NEXT_ALERT, 0);
+    const HWND second = Alert();
+    EXPECT_NE(second, read);
+    EXPECT_TRUE(PumpUntil([&] { return Alert() != second; }));
+    EXPECT_FALSE(HasTimer(TIMER_NEXT_ALERT));
+    EXPECT_TRUE(HasTimer(TIMER_ALERT));
     // A click does not end the next one, which was on its way before.
     for (const UINT button : {WM_LBUTTONDOWN, WM_RBUTTONDOWN}) {
         const HWND clicked = Show({.Text = "clicked"});
