@@ -23,8 +23,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const DNSRECORD& record : records) {
         const std::string_view host = record.Host.View();
         const bool plain = std::all_of(host.begin(), host.end(), [](char c) { return c > ' ' && c < 127; });
-        if (record.Preference < 0 || record.Preference > 65535 || host.size() > LONGEST_NAME || !plain ||
-            (record.Type != DNSTYPE_MX && !host.empty()))
+        for (const int number : {record.Preference, record.Weight, record.Port})
+            if (number < 0 || number > 65535)
+                abort();
+        const bool isService = record.Type == DNSTYPE_SRV;
+        if (host.size() > LONGEST_NAME || !plain || (record.Type != DNSTYPE_MX && !isService && !host.empty()) ||
+            (!isService && record.Weight + record.Port != 0))
             abort();
     }
     return 0;

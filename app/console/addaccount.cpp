@@ -75,6 +75,31 @@ bool IsEncryptedScheme(std::string_view text, const MAILBOXKIND& kind) {
            ASCII::BeginsWith(text.substr(name), "s://");
 }
 
+// Finds the server of a plain address, and tells what was found. False, with an error, if the domain names none.
+bool FindServer(TARNWICK& application, CONSOLEFRONTEND& frontEnd, MAILADDRESS& address) {
+    const auto text = [&](int id, const STRING& value) {
+        return ConsoleText(application.Texts(), id, DISPLAYTEXT::Safe(value.View()));
+    };
+    const SERVERPROPOSAL proposal = ProposeServers(MailDomain(address.User.View()),
+                                                   [&application] { return application.Cycle().IsStopRequested(); });
+    if (TakeProposal(proposal, address)) {
+        const bool plain = proposal.Of(address.Type).Origin == OFFEREDSERVICE::NAMED;
+        frontEnd.Print(text(plain ? CTEXT_SERVER_NAMED : CTEXT_SERVER_ENCRYPTED, address.Server));
+        return true;
+    }
+    std::string guesses;
+    for (const int type : {ITEMTYPE_IMAP, ITEMTYPE_POP3})
+        if (const OFFEREDSERVICE& service = proposal.Of(type); service.Origin == OFFEREDSERVICE::USUAL)
+            guesses += "\n    /ADD:" +
+                       DISPLAYTEXT::Safe((STRING(KindOf(type).Scheme) || address.User || "@" || service.Server).View());
+    frontEnd.PrintError(text(guesses.empty()   ? CTEXT_SERVER_NONE
+                             : proposal.Silent ? CTEXT_SERVER_SILENT
+                                               : CTEXT_SERVER_UNNAMED,
+                             address.User) +
+                        guesses);
+    return false;
+}
+
 STRING AskPassword(const TEXTS& texts, const std::string& account) {
     if (TERMINAL::InputIsTerminal())
         TERMINAL::WriteError(ConsoleText(texts, CTEXT_PASSWORD, account));
@@ -167,6 +192,21 @@ ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address) {
     return encrypted ? ADDRESSFAULT::Encrypted : ADDRESSFAULT::Scheme;
 }
 
+bool IsPlainAddress(std::string_view text, MAILADDRESS& address) {
+    const size_t at = text.rfind('@');
+    // What these bytes mean in an address with a scheme has no place in one without.
+    if (at == text.npos || at == 0 || text.find_first_of("%/: \t") != text.npos || !PercentDecode(text, address.User))
+        return false;
+    return ServerFault(text.substr(at + 1)) == ADDRESSFAULT::None;
+}
+
+bool TakeProposal(const SERVERPROPOSAL& proposal, MAILADDRESS& address) {
+    address.Type = proposal.BestType(ITEMTYPE_IMAP);
+    const OFFEREDSERVICE& service = proposal.Of(address.Type);
+    address.Server = service.Server;
+    return service.IsNamed();
+}
+
 int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vector<STRING>& addresses,
                 const STRING& passwordFile) {
     const TEXTS& texts = application.Texts();
@@ -176,6 +216,11 @@ int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vec
     };
     std::vector<MAILADDRESS> accounts(addresses.size());
     for (size_t i = 0; i < addresses.size(); ++i) {
+        if (IsPlainAddress(addresses[i].View(), accounts[i])) {
+            if (!FindServer(application, frontEnd, accounts[i]))
+                return EXIT_NO_START;
+            continue;
+        }
         const ADDRESSFAULT fault = ParseMailAddress(addresses[i].View(), accounts[i]);
         if (fault != ADDRESSFAULT::None)
             return refuse(FaultText(fault), DISPLAYTEXT::Safe(addresses[i].View()));

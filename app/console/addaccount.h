@@ -5,6 +5,7 @@
 
 #include "app/common/texts.h"
 #include "app/mailbox/account.h"
+#include "app/mailbox/serverproposal.h"
 
 class CONSOLEFRONTEND;
 class TARNWICK;
@@ -17,9 +18,15 @@ enum class ADDRESSFAULT { None, Scheme, Encrypted, Form, Port };
 /// no password in it.
 ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address);
 
-/// Adds the accounts that the addresses name, none if one of these is no address, and saves. The passwords are the
-/// lines of passwordFile (in the program's form of paths; empty: each is asked for on the terminal). An account that is
-/// there already gets the new password instead. Each login is tried at once; an account whose login fails is kept all
-/// the same. What was done, and what has failed, is printed. An exit code.
+/// True for a plain mail address, user@domain, which names no server: `address` gets the user.
+bool IsPlainAddress(std::string_view text, MAILADDRESS& address);
+/// The kind and the server that the domain of a plain address names; false if it names none.
+bool TakeProposal(const SERVERPROPOSAL& proposal, MAILADDRESS& address);
+
+/// Adds the accounts that the addresses name, none if one of these is no address, and saves. For a plain mail address
+/// the domain is asked for its servers. The passwords are the lines of passwordFile (in the program's form of paths;
+/// empty: each is asked for on the terminal). An account that is there already gets the new password instead. Each
+/// login is tried at once; an account whose login fails is kept all the same. What was done, and what has failed, is
+/// printed. An exit code.
 [[nodiscard]] int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vector<STRING>& addresses,
                               const STRING& passwordFile);

@@ -184,14 +184,22 @@ bool COMMANDS::DoItemCommand(int command, const std::vector<int>& selected) {
 }
 
 void COMMANDS::CheckAll(bool asNew) {
+    const auto takesPart = [this](int n) { return Application.Items[n].GetNumber("TrayCheck") != 0; };
+    int first = 0;
+    while (first < Application.Items.Count() && !takesPart(first))
+        ++first;
+    if (first == Application.Items.Count()) {
+        FrontEnd.ShowMessage(Application.Texts().Get(TEXT_TITLE), Application.Texts().Get(TEXT_NONE_TAKES_PART));
+        return;
+    }
     FrontEnd.PostAlert({.Text = Application.Texts().Get(TEXT_CHECK_ALL),
                         .TextColor = Application.pState.GetNumber("PopupTextColor"),
                         .BackColor = Application.pState.GetNumber("PopupBackgroundColor"),
                         .DurationMs = CHECK_ALL_NOTICE_MS,
                         .Handle = 0});
-    for (int i = 0; i < Application.Items.Count(); ++i) {
+    for (int i = first; i < Application.Items.Count(); ++i) {
         STRINGARRAY& item = Application.Items[i];
-        if (item.GetNumber("TrayCheck") == 0)
+        if (!takesPart(i))
             continue;
         if (asNew)
             item.Set("LastSeenIds", "");

@@ -15,19 +15,18 @@ namespace {
 
 constexpr int PREFERENCE_LIMIT = 999;  // a record from here on can't become the best
 
-/// The owner of a domain writes its records, and the best host is called: it must not be able to name a port, too.
-bool IsHostName(std::string_view host) {
-    return !host.empty() && std::all_of(host.begin(), host.end(), [](char c) {
-        return ASCII::IsLetterOrDigit(c) || c == '-' || c == '.' || c == '_';
-    });
-}
-
 /// What stands in place of a host where the domain takes no mail.
 bool IsNoHost(std::string_view host) {
     return host.empty() || host == ".";
 }
 
 }  // namespace
+
+bool IsHostName(std::string_view host) {
+    return !host.empty() && std::all_of(host.begin(), host.end(), [](char c) {
+        return ASCII::IsLetterOrDigit(c) || c == '-' || c == '.' || c == '_';
+    });
+}
 
 bool SYSTEMMXLOOKUP::GetAddr(const char* name, STRING& bestmx, STRING& list) {
     Trace("TARNWICK::GetAddrViaDnsDLL %s\n", FailOnNull(name, "GetAddr"));

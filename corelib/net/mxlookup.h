@@ -15,6 +15,9 @@ struct DNSTIMES {
 };
 extern const DNSTIMES& DnsTimes;
 
+/// True for what may be called: the owner of a domain writes its records, and must not be able to name a port, too.
+bool IsHostName(std::string_view host);
+
 /// Asks for the mail servers of a domain (MX records, RFC 1035 and RFC 5321 section 5).
 class MXLOOKUP {
  public:
@@ -31,13 +34,16 @@ class MXLOOKUP {
     virtual void SetStopQuestion(STOPQUESTION /*stopAsked*/) {}  // NOLINT(performance-unnecessary-value-param)
 };
 
-/// An answer's record. Other types than MX carry no more than their type.
+/// An answer's record. Other types than MX and SRV carry no more than their type.
 struct DNSRECORD {
     int Type = 0;
-    int Preference = 0;
-    STRING Host;
+    int Preference = 0;  // the lowest first; of SRV its priority
+    int Weight = 0;      // of SRV: among those of one priority the most is asked most often
+    int Port = 0;        // of SRV
+    STRING Host;         // as it came, "." for none; whatever bytes a name may have
 };
 inline constexpr int DNSTYPE_MX = 15;
+inline constexpr int DNSTYPE_SRV = 33;
 inline constexpr int DNS_NO_ANSWER = 1460;
 
 /// True if a packet answers a query (RFC 1035 section 4, with one question), whatever else is in it. Posix, as is the
@@ -62,9 +68,10 @@ class DNSCLIENT {
     /// Numbers for the trace.
     unsigned LibraryNumber() const;
     unsigned QueryNumber() const;
-    /// Asks for the MX records of a name; 0 on success, DNS_NO_ANSWER if none came in time or before a stop, else the
-    /// system's number. An answer that was cut off counts as it is if the whole cannot be had.
-    [[nodiscard]] int Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked = {});
+    /// Asks for the records of a name, of the type given; 0 on success, DNS_NO_ANSWER if none came in time or before a
+    /// stop, else the system's number. An answer that was cut off counts as it is if the whole cannot be had.
+    [[nodiscard]] int Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked = {},
+                            int type = DNSTYPE_MX);
 
     /// Where the resolver can be told: the dotted address and the port of the server to ask instead of the system's.
     /// False where it cannot.

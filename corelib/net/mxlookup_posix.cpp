@@ -20,7 +20,7 @@
 namespace {
 
 constexpr size_t ANSWER_BYTES = 65535;  // the longest that a name server can send
-constexpr int PREFERENCE_BYTES = 2;
+constexpr size_t NUMBER_BYTES = 2;
 constexpr size_t HEADER_BYTES = 12;
 constexpr size_t LENGTH_BYTES = 2;  // in front of each message over TCP
 constexpr unsigned RESPONSE_BIT = 0x80, CUT_OFF_BIT = 0x02;
@@ -196,13 +196,22 @@ void ReadDnsAnswer(std::string_view answer, std::vector<DNSRECORD>& records) {
         DNSRECORD record;
         record.Type = ns_rr_type(item);
         char host[NS_MAXDNAME];
-        if (record.Type == DNSTYPE_MX) {
+        // The numbers in front of the host.
+        const std::vector<int*> numbers = record.Type == DNSTYPE_MX ? std::vector{&record.Preference}
+                                          : record.Type == DNSTYPE_SRV
+                                              ? std::vector{&record.Preference, &record.Weight, &record.Port}
+                                              : std::vector<int*>();
+        if (!numbers.empty()) {
+            const unsigned char* at = ns_rr_rdata(item);
+            const size_t front = numbers.size() * NUMBER_BYTES;
             // A record that cannot be read is none.
-            if (ns_rr_rdlen(item) <= PREFERENCE_BYTES ||
-                ns_name_uncompress(ns_msg_base(message), ns_msg_end(message), ns_rr_rdata(item) + PREFERENCE_BYTES,
-                                   host, sizeof host) < 0)
+            if (ns_rr_rdlen(item) <= front ||
+                ns_name_uncompress(ns_msg_base(message), ns_msg_end(message), at + front, host, sizeof host) < 0)
                 continue;
-            record.Preference = static_cast<int>(ns_get16(ns_rr_rdata(item)));
+            for (int* number : numbers) {
+                *number = static_cast<int>(ns_get16(at));
+                at += NUMBER_BYTES;
+            }
             record.Host = host;
         }
         records.push_back(record);
@@ -247,7 +256,7 @@ bool DNSCLIENT::UseServer(const char* address, int port) {
     return true;
 }
 
-int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked) {
+int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked, int type) {
     struct __res_state resolver{};
     if (res_ninit(&resolver) != 0)
         return NO_RECOVERY;
@@ -256,7 +265,7 @@ int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records, const ST
         servers = {ADDRESS(Library->Server)};
     unsigned char query[NS_PACKETSZ];
     const int length =
-        res_nmkquery(&resolver, ns_o_query, name, ns_c_in, ns_t_mx, nullptr, 0, nullptr, query, sizeof query);
+        res_nmkquery(&resolver, ns_o_query, name, ns_c_in, type, nullptr, 0, nullptr, query, sizeof query);
     res_nclose(&resolver);
     if (length <= 0)
         return NO_RECOVERY;

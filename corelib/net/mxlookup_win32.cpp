@@ -30,7 +30,7 @@ struct DNSCLIENT::LIBRARY {
         if (Module)
             FreeLibrary(Module);
     }
-    int Ask(const char* name, std::vector<DNSRECORD>& records) const;
+    int Ask(const char* name, int type, std::vector<DNSRECORD>& records) const;
 };
 
 DNSCLIENT::DNSCLIENT() : Library(std::make_shared<LIBRARY>()) {}
@@ -66,9 +66,9 @@ bool DNSCLIENT::UseServer(const char*, int) {
     return false;
 }
 
-int DNSCLIENT::LIBRARY::Ask(const char* name, std::vector<DNSRECORD>& records) const {
+int DNSCLIENT::LIBRARY::Ask(const char* name, int type, std::vector<DNSRECORD>& records) const {
     PDNS_RECORD list = nullptr;
-    const DNS_STATUS status = Query(name, DNS_TYPE_MX, DNS_QUERY_STANDARD, nullptr, &list, nullptr);
+    const DNS_STATUS status = Query(name, static_cast<WORD>(type), DNS_QUERY_STANDARD, nullptr, &list, nullptr);
     for (const DNS_RECORD* at = list; at && status == 0; at = at->pNext) {
         DNSRECORD record;
         record.Type = at->wType;
@@ -76,6 +76,11 @@ int DNSCLIENT::LIBRARY::Ask(const char* name, std::vector<DNSRECORD>& records) c
             record.Preference = at->Data.MX.wPreference;
             // The names are bytes: it is the call for these.
             record.Host = reinterpret_cast<const char*>(at->Data.MX.pNameExchange);
+        } else if (record.Type == DNSTYPE_SRV) {
+            record.Preference = at->Data.SRV.wPriority;
+            record.Weight = at->Data.SRV.wWeight;
+            record.Port = at->Data.SRV.wPort;
+            record.Host = reinterpret_cast<const char*>(at->Data.SRV.pNameTarget);
         }
         records.push_back(record);
     }
@@ -84,14 +89,14 @@ int DNSCLIENT::LIBRARY::Ask(const char* name, std::vector<DNSRECORD>& records) c
     return static_cast<int>(status);
 }
 
-int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked) {
+int DNSCLIENT::Query(const char* name, std::vector<DNSRECORD>& records, const STOPQUESTION& stopAsked, int type) {
     struct ANSWER {
         int Status;
         std::vector<DNSRECORD> Records;
     };
-    const auto ask = [library = Library, given = std::string(name)] {
+    const auto ask = [library = Library, given = std::string(name), type] {
         ANSWER answer{};
-        answer.Status = library->Ask(given.c_str(), answer.Records);
+        answer.Status = library->Ask(given.c_str(), type, answer.Records);
         return answer;
     };
     const std::optional<ANSWER> answer = AwaitOrAbandon<ANSWER>(ask, stopAsked, DnsTimes.AnswerMs, TcpTimes.StopLookMs);

@@ -62,3 +62,32 @@ TEST(AddAccount, TakesAddressesApart) {
     for (const auto& [text, result] : cases)
         EXPECT_EQ(Parsed(text), result) << text;
 }
+
+TEST(AddAccount, FindsTheServerOfAPlainAddress) {
+    using enum OFFEREDSERVICE::ORIGIN;
+    const auto result = [](std::string_view text, OFFEREDSERVICE::ORIGIN imap, OFFEREDSERVICE::ORIGIN pop) {
+        MAILADDRESS address;
+        if (!IsPlainAddress(text, address))
+            return std::string("other");
+        const SERVERPROPOSAL proposal{STRING("d"), {imap, STRING("i")}, {pop, STRING("p")}, {}};
+        const bool named = TakeProposal(proposal, address);
+        return (named ? std::to_string(address.Type) + " " + Std(address.Server) + " as " : "unnamed ") +
+               Std(address.User);
+    };
+    const std::tuple<std::string_view, OFFEREDSERVICE::ORIGIN, OFFEREDSERVICE::ORIGIN, const char*> cases[] = {
+        {"joe@d.example", NAMED, NAMED, "2 i as joe@d.example"},
+        {"joe@d.example", ENCRYPTED, NAMED, "1 p as joe@d.example"},
+        {"joe@d.example", ENCRYPTED, USUAL, "2 i as joe@d.example"},
+        {"j\xc3\xb6@d.example", NONE, ENCRYPTED, "1 p as j\xc3\xb6@d.example"},
+        {"joe@d.example", USUAL, NONE, "unnamed joe@d.example"},
+        {"imap://joe@host", NAMED, NAMED, "other"},
+        {"joe", NAMED, NAMED, "other"},
+        {"@d.example", NAMED, NAMED, "other"},
+        {"joe@", NAMED, NAMED, "other"},
+        {"joe:secret@d.example", NAMED, NAMED, "other"},
+        {"joe|x@d.example", NAMED, NAMED, "other"},
+        {"joe@d.example\r\n", NAMED, NAMED, "other"},
+    };
+    for (const auto& [text, imap, pop, expected] : cases)
+        EXPECT_EQ(result(text, imap, pop), expected) << text;
+}

@@ -60,8 +60,14 @@ class Commands : public APPLICATIONTEST {
 };
 
 TEST_F(Commands, ForceChecksOfTheRightItems) {
-    for (const int apart : {0, 2})
-        Item(apart).Set("TrayCheck", "0");
+    for (const int i : {0, 1, 2})
+        Item(i).Set("TrayCheck", "0");
+    for (const int command : {COMMAND_CHECK_ALL, COMMAND_CHECK_ALL_AS_NEW}) {
+        EXPECT_TRUE(Doer.DoCommand(command, {}));
+        EXPECT_EQ(Journal.Take().back(), Numbered(TEXT_TITLE) + ": " + Numbered(TEXT_NONE_TAKES_PART));
+        EXPECT_EQ(Alert() + Forced(), "none") << "nobody is told that a check runs";
+    }
+    Item(1).Set("TrayCheck", "1");
     Item(2).Set("@Showing", "0");
     const std::vector<int> selected = {Handle(0), 99999, Handle(2)};  // one has gone meanwhile
     const std::tuple<int, const char*, const char*> CASES[] = {

@@ -22,12 +22,24 @@ std::string Records(const std::string& answer) {
     ReadDnsAnswer({block.get(), answer.size()}, records);
     std::string text;
     for (const DNSRECORD& record : records)
-        text += std::to_string(record.Type) + ":" + std::to_string(record.Preference) + "|" + Std(record.Host) + " ";
+        text += std::to_string(record.Type) + ":" + std::to_string(record.Preference) +
+                (record.Port != 0 ? ":" + std::to_string(record.Weight) + ":" + std::to_string(record.Port) : "") +
+                "|" + Std(record.Host) + " ";
     return text;
 }
 
+// The services of a domain: one in full, one that says there is none, one without room for its numbers.
+const std::string SERVICES =
+    "\x00\x07\x85\x80\x00\x01\x00\x03\x00\x00\x00\x00\x01"
+    "a\x07"
+    "example\x00\x00\x21\x00\x01"
+    "\xc0\x0c\x00\x21\x00\x01\x00\x00\x00\x00\x00\x0d\x00\x01\x02\x03\x03\xe1\x04imap\xc0\x0c"
+    "\xc0\x0c\x00\x21\x00\x01\x00\x00\x00\x00\x00\x07\x00\x00\x00\x00\x00\x8f\x00"
+    "\xc0\x0c\x00\x21\x00\x01\x00\x00\x00\x00\x00\x06\x00\x00\x00\x00\x00\x8f"s;
+
 TEST(DnsAnswer, GivesItsRecords) {
     EXPECT_EQ(Records(ANSWER), "5:0| 15:261|m.real.example ");
+    EXPECT_EQ(Records(SERVICES), "33:1:515:993|imap.a.example 33:0:0:143|. ");
 }
 
 TEST(DnsAnswer, IsHarmlessHoweverItIsDamaged) {
@@ -35,11 +47,13 @@ TEST(DnsAnswer, IsHarmlessHoweverItIsDamaged) {
         const std::string records = Records(ANSWER.substr(0, size));
         EXPECT_TRUE(records.empty() || records == "5:0| ") << size << " " << records;
     }
-    for (size_t at = 0; at < ANSWER.size(); ++at) {
-        for (int byte = 0; byte < 256; ++byte) {
-            std::string damaged = ANSWER;
-            damaged[at] = static_cast<char>(byte);
-            Records(damaged);
+    for (const std::string& answer : {ANSWER, SERVICES}) {
+        for (size_t at = 0; at < answer.size(); ++at) {
+            for (int byte = 0; byte < 256; ++byte) {
+                std::string damaged = answer;
+                damaged[at] = static_cast<char>(byte);
+                Records(damaged);
+            }
         }
     }
     // The host is a pointer to itself.

@@ -40,6 +40,21 @@ TEST(MxLookup, AsksARealNameServer) {
     EXPECT_FALSE(mx.GetAddr("two.example", best, list)) << "no server there";
 }
 
+TEST(Dns, AsksARealNameServerForServices) {
+    const NAMESERVER server({{"a.example", "mx.a.example", 1}}, {}, {"_imap._tcp.a.example,imap.a.example,1143,7,9"});
+    ASSERT_EQ(server.Problem(), "");
+    DNSCLIENT client;
+    client.Load();
+    ASSERT_TRUE(server.Serves(client));
+    std::vector<DNSRECORD> records;
+    ASSERT_EQ(client.Query("_imap._tcp.a.example", records, {}, DNSTYPE_SRV), 0);
+    ASSERT_EQ(records.size(), 1U);
+    EXPECT_EQ(
+        std::tuple(records[0].Type, records[0].Preference, records[0].Weight, records[0].Port, Std(records[0].Host)),
+        std::tuple(DNSTYPE_SRV, 7, 9, 1143, std::string("imap.a.example")));
+    EXPECT_NE(client.Query("_imaps._tcp.a.example", records, {}, DNSTYPE_SRV), 0);
+}
+
 TEST(MxLookup, ReadsAnAnswerThatIsTooLongForAPacket) {
     constexpr int HOSTS = 1000;
     std::vector<std::string> hosts;

@@ -1,0 +1,107 @@
+#include "app/mailbox/serverproposal.h"
+
+#include <algorithm>
+
+#include "corelib/base/ascii.h"
+
+namespace {
+
+constexpr int SUBMISSION_PORT = 587;
+constexpr size_t LONGEST_DOMAIN = 253;
+constexpr const char* BLANKS = " \t\r\n";
+
+struct SERVICE {
+    OFFEREDSERVICE SERVERPROPOSAL::* Place;
+    const char* Name;
+    const char* Encrypted;
+    const char* UsualHost;
+    int Port;
+};
+constexpr SERVICE SERVICES[] = {
+    {&SERVERPROPOSAL::Imap, "_imap", "_imaps", "imap.", 143},
+    {&SERVERPROPOSAL::Pop, "_pop3", "_pop3s", "pop.", 110},
+    {&SERVERPROPOSAL::Sending, "_submission", "_submissions", "smtp.", SUBMISSION_PORT},
+};
+
+bool IsNoService(const DNSRECORD& record) {
+    return record.Host.Length() == 0 || record.Host.View() == ".";
+}
+
+bool IsUsable(const DNSRECORD& record) {
+    return record.Type == DNSTYPE_SRV && !IsNoService(record) && IsHostName(record.Host.View()) &&
+           record.Host.View().size() <= LONGEST_DOMAIN && record.Port > 0;
+}
+
+/// Null if none can be used.
+const DNSRECORD* Best(const std::vector<DNSRECORD>& records) {
+    const DNSRECORD* best = nullptr;
+    for (const DNSRECORD& record : records)
+        if (IsUsable(record) && (!best || record.Preference < best->Preference ||
+                                 (record.Preference == best->Preference && record.Weight > best->Weight)))
+            best = &record;
+    return best;
+}
+
+bool SaysNone(const std::vector<DNSRECORD>& records) {
+    return std::ranges::any_of(records, [](const DNSRECORD& r) { return r.Type == DNSTYPE_SRV && IsNoService(r); });
+}
+
+}  // namespace
+
+int SERVERPROPOSAL::BestType(int preferred) const {
+    const auto rank = [this](int type) { return Of(type).Origin; };
+    const int other = preferred == ITEMTYPE_IMAP ? ITEMTYPE_POP3 : ITEMTYPE_IMAP;
+    return rank(other) < rank(preferred) ? other : preferred;
+}
+
+STRING MailDomain(std::string_view address) {
+    const size_t at = address.rfind('@');
+    if (at == address.npos)
+        return STRING("");
+    STRING domain(address.substr(at + 1));
+    domain.Strip('B', BLANKS);
+    return domain;
+}
+
+SERVERPROPOSAL ProposeServers(const STRING& domain, const SERVICEQUESTION& ask) {
+    SERVERPROPOSAL proposal;
+    proposal.Domain = domain;
+    const bool askable = ask && IsHostName(domain.View()) && domain.View().size() <= LONGEST_DOMAIN;
+    for (const SERVICE& service : SERVICES) {
+        const auto records = [&](const char* name) {
+            std::vector<DNSRECORD> found;
+            if (!askable || proposal.Silent)
+                return found;
+            const int status = ask((STRING(name) || "._tcp." || domain).Text(), found);
+            proposal.Silent = status == DNS_NO_ANSWER;
+            if (status != 0)
+                found.clear();
+            return found;
+        };
+        const std::vector<DNSRECORD> plain = records(service.Name);
+        const std::vector<DNSRECORD> encrypted = Best(plain) ? std::vector<DNSRECORD>() : records(service.Encrypted);
+        OFFEREDSERVICE& offered = proposal.*service.Place;
+        if (const DNSRECORD* best = Best(plain)) {
+            offered = {OFFEREDSERVICE::NAMED, best->Host};
+            if (best->Port != service.Port)
+                offered.Server.AppendFormat(":%d", best->Port);
+        } else if (const DNSRECORD* host = Best(encrypted)) {
+            offered = {OFFEREDSERVICE::ENCRYPTED, host->Host};
+        } else if (SaysNone(plain) || SaysNone(encrypted)) {
+            offered = {OFFEREDSERVICE::NONE, STRING("")};
+        } else {
+            offered = {OFFEREDSERVICE::USUAL, STRING(service.UsualHost) || domain};
+        }
+    }
+    return proposal;
+}
+
+SERVERPROPOSAL ProposeServers(const STRING& domain, const STOPQUESTION& stopAsked) {
+    DNSCLIENT dns;
+    dns.Load();
+    const bool canAsk = dns.HasQuery();
+    return ProposeServers(domain, canAsk ? SERVICEQUESTION([&](const char* name, std::vector<DNSRECORD>& records) {
+                              return dns.Query(name, records, stopAsked, DNSTYPE_SRV);
+                          })
+                                         : SERVICEQUESTION());
+}
