@@ -24,6 +24,12 @@
 [[nodiscard]] bool EditSpamSettings(const DIALOGPARTS& parts, STRINGARRAY& state, bool lists, bool expert,
                                     bool canAskDns);
 
+/// Asks for all that a new user has to tell, page by page: settings and the first account, which is added to the items
+/// without the keys that an item is completed with. What a page has stored stays, also if a later one is cancelled.
+/// True if the user reached the end. dialEntries: as for EditOptions.
+[[nodiscard]] bool RunSetup(const DIALOGPARTS& parts, STRINGARRAY& state, RECORDARRAY& items,
+                            const STRING& dialEntries);
+
 /// Asks for another data directory, which the next start takes. product: its name in the store of named values;
 /// current: the directory in use.
 [[nodiscard]] bool EditDataDir(const DIALOGPARTS& parts, const STRING& product, const STRING& current);

@@ -182,3 +182,15 @@ void MAINWINDOW::OfferMailProgram() {
 void MAINWINDOW::EditMailProgram() {
     EditOptionsAt(PAGE_OPTIONS_MAILPROGRAM);
 }
+
+void MAINWINDOW::RunSetupWizard() {
+    STRINGARRAY& state = Application->pState;
+    // The demo asks nobody: it brings its own accounts.
+    if (!App.Arguments().TestArg("DEMO")) {
+        WINRAS dialup;
+        (void)RunSetup(Parts(), state, Application->Items, dialup.EnumEntries());
+    }
+    // Until the user says otherwise the line counts as always up.
+    if (state.GetNumber("ConnectionType") == -1)
+        state.Set("ConnectionType", "0");
+}

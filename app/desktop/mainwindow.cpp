@@ -91,8 +91,6 @@ void MAINWINDOW::Started() {
     FollowSelection();
     if (Application->pState.GetNumber("TrashcanVisible") != 0)
         SwitchTrashcan();
-    if (FirstRun && Application->Items.Count() == 0)
-        PostMessageW(hWnd, WM_COMMAND, COMMAND_ADD_ITEM, 0);
 }
 
 void MAINWINDOW::MainDispatchLoop(int accelerators) {
@@ -258,13 +256,6 @@ void MAINWINDOW::ShowMessage(const STRING& title, const STRING& text) {
 
 bool MAINWINDOW::AskYesNo(const STRING& title, const STRING& text) {
     return ::AskYesNo(IsUserThread() ? hWnd : nullptr, text, title);
-}
-
-void MAINWINDOW::RunSetupWizard() {
-    // Until the user says otherwise the line counts as always up.
-    FirstRun = true;
-    if (Application->pState.GetNumber("ConnectionType") == -1)
-        Application->pState.Set("ConnectionType", "0");
 }
 
 void MAINWINDOW::PostQuit() {

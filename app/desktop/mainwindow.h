@@ -184,7 +184,6 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     std::deque<ALERTREQUEST> Alerts;  // that wait to be opened
     int TrayIcon = 0;                 // its resource number, while it blinks too
     bool BlinkPhase = false;
-    bool FirstRun = false;
     bool DialogOpen = false;
     bool AlertWaits = false;  // for the present one to be read
     bool Vanished = false;

@@ -6,7 +6,7 @@ namespace {
 
 using enum FIELDKIND;
 
-constexpr int MAX_PATH_TEXT = 128, MAX_LIST_PATH = 96, MAX_LIST_TEXT = 4096, MAX_POINTS = 9999;
+constexpr int MAX_PATH_TEXT = 128, MAX_LIST_PATH = 96, MAX_LIST_TEXT = 4096, MAX_POINTS = 9999, MAX_SECONDS = 86400;
 
 // By page.
 constexpr FIELD FIELDS[] = {
@@ -196,6 +196,41 @@ constexpr NEEDED NEEDS[] = {
     {PAGE_SPAM_SENDERS, 202, NEED::MARK, 242},
 };
 
+/// The wizard's, whose settings the dialogs have as well.
+constexpr FIELD SETUP_FIELDS[] = {
+    {PAGE_SETUP_CONNECTION, 221, RADIO, "ConnectionType", 0},
+    {PAGE_SETUP_CONNECTION, 222, RADIO, "ConnectionType", 1},
+    {PAGE_SETUP_CONNECTION, 401, TEXTLIST, "EntryToMonitor"},
+    {PAGE_SETUP_CONNECTION, 207, EDIT, "EmailCmdline", 0, MAX_PATH_TEXT},
+
+    {PAGE_SETUP_ACCOUNT, 221, RADIO, "Type", 1},
+    {PAGE_SETUP_ACCOUNT, 222, RADIO, "Type", 2},
+    {PAGE_SETUP_ACCOUNT, 223, RADIO, "Type", 3},
+    {PAGE_SETUP_ACCOUNT, 226, RADIO, "Type", 0},
+    {PAGE_SETUP_ACCOUNT, 201, EDIT, "Source.Server", 0, 64},
+    {PAGE_SETUP_ACCOUNT, 202, EDIT, "Source.User", 0, 64},
+    {PAGE_SETUP_ACCOUNT, 203, EDIT, "Source2", 0, 64},
+    {PAGE_SETUP_ACCOUNT, 204, NUMBER, "TimingCyclic", 0, MAX_SECONDS},
+
+    {PAGE_SETUP_USER, 201, EDIT, "SpamMyEmail.Name", 0, 96},
+    {PAGE_SETUP_USER, 202, EDIT, "SpamMyEmail.Addresses", 0, 96},
+
+    {PAGE_SETUP_SENDING, 201, EDIT, "SpamSmtp", 0, 96},
+    {PAGE_SETUP_SENDING, 202, EDIT, "SpamSmtpTo", 0, 96},
+
+    {PAGE_SETUP_HABITS, 401, LIST, "SpamMultiReicipients", TEXT_RECIPIENT_WEIGHTS},
+    {PAGE_SETUP_HABITS, 241, CHECK, "SpamHaveDistrLists"},
+
+    {PAGE_SETUP_LISTS, 201, EDIT, "SpamMyInterests.Lists", 0, 512},
+    {PAGE_SETUP_LISTS, 403, LIST, "SpamDistrLists", TEXT_LIST_WEIGHTS},
+};
+
+std::span<const FIELD> PartOf(std::span<const FIELD> fields, int page) {
+    const auto first = std::ranges::find(fields, page, &FIELD::Page);
+    const auto end = std::find_if(first, fields.end(), [page](const FIELD& field) { return field.Page != page; });
+    return {first, end};
+}
+
 }  // namespace
 
 std::span<const FIELD> AllFields() {
@@ -207,9 +242,8 @@ std::span<const NEEDED> AllNeeds() {
 }
 
 std::span<const FIELD> FieldsOf(int page) {
-    const auto first = std::ranges::find(FIELDS, page, &FIELD::Page);
-    const auto end = std::find_if(first, std::end(FIELDS), [page](const FIELD& field) { return field.Page != page; });
-    return {first, end};
+    const std::span<const FIELD> found = PartOf(FIELDS, page);
+    return found.empty() ? PartOf(SETUP_FIELDS, page) : found;
 }
 
 STRING HelpOf(const TEXTS& texts, int page, int control) {

@@ -14,6 +14,9 @@ inline constexpr int DIALOG_SPAM = 2020, PAGE_SPAM_INTERESTS = 2021, PAGE_SPAM_W
                      PAGE_SPAM_SENDING = 2024, PAGE_SPAM_SENDERS = 2025, PAGE_SPAM_RECIPIENTS = 2026,
                      PAGE_SPAM_FILES = 2027;
 inline constexpr int DIALOG_DATADIR = 2049;
+inline constexpr int DIALOG_SETUP = 2070, PAGE_SETUP_CONNECTION = 2071, PAGE_SETUP_ACCOUNT = 2072,
+                     PAGE_SETUP_USER = 2073, PAGE_SETUP_HABITS = 2074, PAGE_SETUP_LISTS = 2075,
+                     PAGE_SETUP_SENDING = 2076, PAGE_SETUP_END = 2077;
 
 /// The control with the words for another one, where it does not have its own.
 constexpr int LabelOf(int control) {
@@ -56,8 +59,10 @@ struct NEEDED {
     int Source;  // on the same page
 };
 
+/// Those of the settings, accounts and types.
 std::span<const FIELD> AllFields();
 std::span<const NEEDED> AllNeeds();
+/// Also of the setup wizard's pages.
 std::span<const FIELD> FieldsOf(int page);
 
 /// What a control is for; null for one that needs no words.

@@ -256,6 +256,9 @@ LRESULT DATADIALOG::WinProc(UINT message, WPARAM first, LPARAM second) {
             Load();
             ApplyRules();
             Filled = true;
+            // Whoever shows a page places it, and sees to the focus.
+            if (GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD)
+                return 0;
             Center(Waiting);
             return 1;
         case WM_CLOSE:

@@ -79,6 +79,7 @@ class DATADIALOG : public DIALOG {
 
  private:
     friend class DATAPAGES;
+    friend class WIZARD;
     struct RULE {
         int Target;
         DATADIALOG* SourceParent;

@@ -113,15 +113,16 @@ TEST_F(Lifecycle, TheProgramBeginsAndEndsAsAWhole) {
         const TEMPDIR data;
         const STRING folder = data.File("Πόστα 日"), itemFile = folder || "\\accounts.ini";
         ASSERT_TRUE(OSYS::MakeDirectory(folder.Text()));
-        WriteBytes(folder || "\\tarnwick.ini", "DlgCloseMinimize=0\r\nVersion=2.02\r\n");
+        WriteBytes(folder || "\\tarnwick.ini", "DlgCloseMinimize=0\r\nConnectionType=0\r\nVersion=2.02\r\n");
         WriteBytes(itemFile, accounts);
         const PROCESS_INFORMATION process = StartProgramOver(folder, switches);
         HWND window = nullptr;
         const auto isReady = [&] {
             window = FindWindowW(WideText(std::string_view(MAINWINDOW_CLASS)).c_str(), nullptr);
-            // Without accounts it asks for the first one.
-            return window && GetDlgItem(window, 1) && IsWindowVisible(window) == isVisible &&
-                   IsWindowEnabled(window) == (*accounts != 0);
+            // Without accounts it begins with the setup wizard, which asks before it goes.
+            for (HWND box = nullptr; (box = FindWindowExW(nullptr, box, L"#32770", L"Tarnwick setup"));)
+                PostMessageW(box, WM_COMMAND, GetDlgItem(box, IDNO) ? IDNO : IDCANCEL, 0);
+            return window && GetDlgItem(window, 1) && IsWindowVisible(window) == isVisible && IsWindowEnabled(window);
         };
         EXPECT_TRUE(PumpUntil(isReady)) << switches;
         PostMessageW(window, WM_CLOSE, 0, 0);

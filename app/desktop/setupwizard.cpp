@@ -1,0 +1,267 @@
+#include <algorithm>
+#include <memory>
+
+#include "app/desktop/dialogs.h"
+#include "app/dialogs/background.h"
+#include "app/dialogs/setup.h"
+#include "corelib/net/tcpio.h"
+#include "corelib/system/registry.h"
+#include "corelib/window/controls.h"
+#include "corelib/window/datapush.h"
+#include "corelib/window/messages.h"
+#include "corelib/window/widetext.h"
+#include "corelib/window/wizard.h"
+
+namespace {
+
+constexpr int ID_RESULT = 290;
+constexpr UINT WM__FOUND = WM_APP + 1, WM__CALLED = WM_APP + 2;
+
+STRING RegistryText(const char* key, const char* subkey, const char* value) {
+    // The user's own goes before the machine's.
+    for (const intptr_t root : {ROOT_CURRENT_USER, ROOT_LOCAL_MACHINE}) {
+        REGISTRY registry(root, key, subkey, REGISTRY_READ);
+        const STRING text = registry.IsOpen() ? registry.Read(value) : STRING();
+        if (text.Length() > 0)
+            return text;
+    }
+    return STRING("");
+}
+
+STRING Expanded(const STRING& text) {
+    wchar_t room[1024];
+    const DWORD length = ExpandEnvironmentStringsW(WideText(text).c_str(), room, 1024);
+    return length > 0 && length <= 1024 ? FromWide(room) : text;
+}
+
+SETUPMACHINE LookAtMachine(const STRING& dialEntries) {
+    STRING owner = RegistryText("Software\\Microsoft\\Windows", "CurrentVersion", "RegisteredOwner");
+    if (owner.Length() == 0)
+        owner = RegistryText("Software\\Microsoft\\Windows NT", "CurrentVersion", "RegisteredOwner");
+    const STRING command = RegistryText("SOFTWARE\\Classes\\mailto\\shell\\open", "command", "");
+    return {Expanded(ProgramOfCommand(command)), dialEntries, owner};
+}
+
+/// Proposes a server for the address in one field by filling in another one. Nothing else on the page waits for it.
+struct PROPOSER {
+    int Button, Address, Server;
+    SERVERPROPOSAL Found;
+    std::unique_ptr<BACKGROUND> Asking;
+};
+
+class SETUPPAGE : public FORMPAGE {
+ public:
+    SETUPPAGE(const DIALOGPARTS& parts, int page, STRINGARRAY& form, const SETUPMACHINE& machine)
+        : FORMPAGE(parts, page, form, Lists(page, machine)), Page(page), Values(form), Machine(machine) {
+        switch (page) {
+            case PAGE_SETUP_CONNECTION:
+                AddBrowse(102, 207, TEXT_PROGRAM_FILES, "*.exe");
+                AddPush(103,
+                        [](const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
+                            auto& self = static_cast<SETUPPAGE&>(dialog);
+                            self.SetControlText(207, self.Machine.MailProgram);
+                            return value;
+                        },
+                        {});
+                for (const int control : {401, LabelOf(401)})
+                    Disable(control, 222, RULE_CLEAR);
+                if (machine.MailProgram.Length() == 0)
+                    Withdraw(103, false);
+                break;
+            case PAGE_SETUP_ACCOUNT:
+                AddProposer(104, 202, 201);
+                for (const int control :
+                     {201, 202, 203, 204, 104, LabelOf(201), LabelOf(202), LabelOf(203), LabelOf(204)})
+                    Disable(control, 226, RULE_SET);
+                for (const int control : {201, LabelOf(201), 104})
+                    Disable(control, 223, RULE_SET);
+                // What cannot be read yet is not offered.
+                if (!KindOf(ITEMTYPE_MAPI).Scheme)
+                    Withdraw(226, true);
+                break;
+            case PAGE_SETUP_SENDING:
+                AddProposer(102, 202, 201);
+                AddPush(101,
+                        [](const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
+                            static_cast<SETUPPAGE&>(dialog).BeginCall();
+                            return value;
+                        },
+                        {});
+                break;
+            default:
+                break;
+        }
+        SetCheck([this](const FORMPAGE&, int& control) {
+            const int fault = SETUP::Fault(Page, Entered(), control);
+            return fault != 0 ? Parts().Texts.Get(fault) : STRING();
+        });
+    }
+
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
+        switch (message) {
+            case WM__FOUND:
+                ShowProposal();
+                return 0;
+            case WM__CALLED:
+                ShowCall();
+                return 0;
+            case WM_DESTROY:
+                Asker.Asking.reset();
+                Calling.reset();
+                break;
+            default:
+                break;
+        }
+        return FORMPAGE::WinProc(message, first, second);
+    }
+
+ private:
+    // What lists offer of which the tables of fields do not tell.
+    static LISTS Lists(int page, const SETUPMACHINE& machine) {
+        if (page != PAGE_SETUP_CONNECTION)
+            return {};
+        std::vector<STRING> entries;
+        WORDCURSOR words(machine.DialEntries, "|");
+        for (std::string_view entry; words.Next(entry);)
+            entries.emplace_back(entry);
+        return {{401, entries}};
+    }
+
+    // The form as the controls are now.
+    STRINGARRAY Entered() const {
+        STRINGARRAY entered = Values;
+        for (const FIELD& field : FieldsOf(Page)) {
+            if (field.Kind == FIELDKIND::EDIT)
+                entered.Set(field.Key, ControlText(field.Control));
+            else if (field.Kind == FIELDKIND::RADIO && BUTTON(hWnd, field.Control).IsChecked())
+                entered.SetNumber(field.Key, field.Low);
+        }
+        return entered;
+    }
+
+    void AddProposer(int button, int address, int server) {
+        Asker.Button = button;
+        Asker.Address = address;
+        Asker.Server = server;
+        AddPush(button,
+                [](const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
+                    static_cast<SETUPPAGE&>(dialog).AskOrStop();
+                    return value;
+                },
+                {});
+    }
+
+    void AskOrStop() {
+        if (Asker.Asking) {
+            StopAsking();
+            Say(STRING(""));
+            return;
+        }
+        const STRING domain = MailDomain(ControlText(Asker.Address).View());
+        if (domain.Length() == 0) {
+            ShowError(hWnd, Parts().Texts.Get(TEXT_SETUP_NO_DOMAIN), Title());
+            SendMessageW(hWnd, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(hWnd, Asker.Address)), TRUE);
+            return;
+        }
+        STRING text = Parts().Texts.Get(TEXT_SETUP_ASKING);
+        text.Replace("$1", domain.Text());
+        Say(text);
+        SetControlText(Asker.Button, Parts().Texts.Part(TEXT_SETUP_BUTTON, 1));
+        Asker.Asking = std::make_unique<BACKGROUND>(
+            [this, domain](const STOPQUESTION& stopAsked) { Asker.Found = ProposeServers(domain, stopAsked); },
+            [window = hWnd] { PostMessageW(window, WM__FOUND, 0, 0); });
+    }
+
+    void StopAsking() {
+        Asker.Asking.reset();
+        // What it has still sent.
+        MSG late;
+        while (PeekMessageW(&late, hWnd, WM__FOUND, WM__FOUND, PM_REMOVE)) {
+        }
+        SetControlText(Asker.Button, Parts().Texts.Part(TEXT_SETUP_BUTTON, 0));
+    }
+
+    void ShowProposal() {
+        if (!Asker.Asking)
+            return;
+        StopAsking();
+        const SERVERPROPOSAL& found = Asker.Found;
+        const OFFEREDSERVICE* service = &found.Sending;
+        if (Page == PAGE_SETUP_ACCOUNT) {
+            const bool imap = BUTTON(hWnd, 222).IsChecked();
+            const int type = found.BestType(imap ? ITEMTYPE_IMAP : ITEMTYPE_POP3);
+            CheckRadioButton(hWnd, 221, 226, type == ITEMTYPE_IMAP ? 222 : 221);
+            service = &found.Of(type);
+        }
+        if (service->Origin != OFFEREDSERVICE::NONE)
+            SetControlText(Asker.Server, service->Server);
+        Say(ProposalText(Parts().Texts, found, *service));
+    }
+
+    void BeginCall() {
+        STRING server = ControlText(201);
+        server.Strip('B', " \t");
+        if (server.Length() == 0 || Calling)
+            return;
+        Called = server;
+        Calling = std::make_unique<BACKGROUND>(
+            [this, server](const STOPQUESTION& stopAsked) {
+                TCPIPIO device(nullptr, nullptr, nullptr);
+                device.SetStopQuestion(stopAsked);
+                const bool hasPort = server.Pos(':') != -1;
+                Fault = device.MakeCall((hasPort ? server : server || ":25").Text())
+                            ? STRING()
+                            : device.GetInfo("LASTERRORSTRING");
+                device.DropCall();
+            },
+            [window = hWnd] { PostMessageW(window, WM__CALLED, 0, 0); });
+    }
+
+    void ShowCall() {
+        Calling.reset();
+        if (!Fault.NotNull()) {
+            ShowInfo(hWnd, Called || " ok!", Title());
+            return;
+        }
+        STRING text = Parts().Texts.Get(TEXT_SETUP_NO_CALL);
+        text.Replace("$ERROR", Fault.Text());
+        ShowError(hWnd, text, Title());
+    }
+
+    void Say(const STRING& text) {
+        SetControlText(ID_RESULT, text);
+        NotifyWinEvent(EVENT_OBJECT_VALUECHANGE, GetDlgItem(hWnd, ID_RESULT), OBJID_CLIENT, CHILDID_SELF);
+    }
+
+    const int Page;
+    STRINGARRAY& Values;
+    const SETUPMACHINE& Machine;
+    PROPOSER Asker{};
+    std::unique_ptr<BACKGROUND> Calling;
+    STRING Called, Fault;
+};
+
+}  // namespace
+
+bool RunSetup(const DIALOGPARTS& parts, STRINGARRAY& state, RECORDARRAY& items, const STRING& dialEntries) {
+    SETUP setup(state, items, LookAtMachine(dialEntries));
+    WIZARD wizard(DIALOG_SETUP, parts.Parent, STRING(), parts.Texts.Get(TEXT_SETUP_CANCEL), -1);
+    for (const int page : SETUP::ORDER) {
+        wizard.AddStep(
+            // Going back from there would lead to the account once more.
+            {.idstep = page - DIALOG_SETUP, .Dialog = page, .NoBack = page == PAGE_SETUP_USER},
+            [&](WIZARD& frame, const WIZARD::STEP& step) {
+                if (!setup.HasQuestions(step.Dialog))
+                    return PAGEEND::NOTHING_TO_ASK;
+                STRINGARRAY form = setup.Begin(step.Dialog);
+                const DIALOGPARTS over = {frame.hWnd, parts.Texts, parts.Programs};
+                SETUPPAGE dialog(over, step.Dialog, form, setup.OfMachine());
+                const PAGEEND result = frame.RunPage(dialog);
+                if (result == PAGEEND::NEXT)
+                    if (const int told = setup.Leave(step.Dialog, form))
+                        ShowInfo(frame.hWnd, parts.Texts.Get(told), frame.Title());
+                return result;
+            });
+    }
+    return wizard.Run();
+}
