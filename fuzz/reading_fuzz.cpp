@@ -2,9 +2,11 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "app/check/mailrecords.h"
 #include "app/common/displaytext.h"
 #include "app/reading/headerwords.h"
 #include "app/reading/mimetext.h"
+#include "app/reading/shownmail.h"
 #include "corelib/base/headerblock.h"
 #include "corelib/base/utf8.h"
 
@@ -28,5 +30,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string header = JoinedFields(HeaderBlock(mail));
     Check(HeaderWords(header, "koi8-r"));
     Check(ReadableText(header, BodyBlock(mail)));
+
+    RECORDARRAY records(1, 1);
+    BuildMailHash(STRING("1 msgs|\n") || STRING(mail), records);
+    for (int i = 0; i < records.Count(); ++i) {
+        const SHOWNMAIL::HEADER shown = SHOWNMAIL::Header(records[i]);
+        for (const std::string& text : {shown.Sender, shown.Recipient, shown.Subject, SHOWNMAIL::Text(records[i])})
+            Check(text);
+    }
     return 0;
 }

@@ -401,6 +401,7 @@ bool CHECKCYCLE::CheckItem(STRINGARRAY& item, int handle, bool& popupOpened) {
 /// failed; moves then wait if it was the deletion. What the end of the program cuts short stays queued.
 bool CHECKCYCLE::CarryOutDisposal(STRINGARRAY& item, STRING& error) {
     item.Set("@MoveDelError", "0");
+    RenewQueuedIds(item);
     CutLineEnd(item, "@DeleteMessageId");
     CutLineEnd(item, "@MoveMessageId");
     const auto carryOut = [&](const char* key, const auto& dispose) {

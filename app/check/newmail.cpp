@@ -155,8 +155,8 @@ void RenewPopupId(STRINGARRAY& item, const RECORDARRAY& records) {
     item.Set("@X-DeleteMessageId", STRING(std::string_view(id.empty() ? id : id + "\n")));
 }
 
-/// The same for the mails that the user has queued while this check ran. Equal ones keep the id that is among theirs.
-void RenewQueuedIds(STRINGARRAY& item, const RECORDARRAY& records) {
+/// Equal mails keep the id that is among theirs.
+void RenewQueued(STRINGARRAY& item, const RECORDARRAY& records) {
     if (item.Get("@QueuedByUser").Length() == 0)
         return;
     const IDSNOW now(records);
@@ -195,6 +195,15 @@ int CountUncopied(STRINGARRAY& item, const SPAMMARKS& marks) {
 
 }  // namespace
 
+void RenewQueuedIds(STRINGARRAY& item) {
+    const STRING listing = item.Get("@FileStore");
+    if (listing.Length() == 0 || item.Get("@QueuedByUser").Length() == 0)
+        return;
+    RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);
+    BuildMailHash(listing, records);
+    RenewQueued(item, records);
+}
+
 STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& lastSeenIds, bool asked,
                      const NEWMAILPARTS& parts, bool& popupOpened) {
     const TEXTS& texts = parts.Texts;
@@ -208,7 +217,7 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     const bool otherIds = HasOtherIds(item);
     SPAMMARKS marks{.Stopped = parts.StopAsked && parts.StopAsked()};
     if (!marks.Stopped) {
-        RenewQueuedIds(item, records);
+        RenewQueued(item, records);
         marks = MarkBySpamVerdict(item, records, numNow, {parts.State, parts.Trash, parts.StopAsked});
     }
     if (marks.Stopped)

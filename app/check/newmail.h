@@ -15,6 +15,11 @@ struct NEWMAILPARTS {
     STOPQUESTION StopAsked = {};
 };
 
+/// What a person has queued (see QueueDeletion), under the ids that the mails have in the item's present listing: POP3
+/// numbers shift when other mails go, and a listing may have come after the person saw the mails. What is not there any
+/// more is queued no longer.
+void RenewQueuedIds(STRINGARRAY& item);
+
 /// Marks the spam of a new listing, compares the rest with the ids that were on the server at the item's last check,
 /// stores the item's LastSeenIds and LastRC, hands over to the notifier, and forces a check if spam was queued for
 /// disposal. `asked` is true if the user asked for the check and waits for an answer. The row's text comes back, such

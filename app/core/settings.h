@@ -117,6 +117,8 @@ inline constexpr SETTING SETTINGS[] = {
     {"SpamMinWords", "3"},
     // A mail whose copy for the trash cannot be written: 0 deletes it all the same, 1 keeps it on the server.
     {"TrashKeepUncopied", "0", SETTINGKIND::FIXED, 0, "1"},
+    // Marks that were set or taken by hand, when a new listing comes: 0 go, 1 stay.
+    {"InboxKeepMarks", "0", SETTINGKIND::FIXED, 0, "1"},
     // Whoever leaves the Inbox or the Trashcan carries out: 0 all marks, 1 none if no mark was changed by hand there.
     {"InboxLeaveUntouched", "0", SETTINGKIND::FIXED, 0, "1"},
     {"ResetCounter", "0", SETTINGKIND::ALWAYS},

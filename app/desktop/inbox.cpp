@@ -241,8 +241,11 @@ void INBOX::Reload() {
 }
 
 INBOX::BUSYHOLD::~BUSYHOLD() {
-    if (--Inbox.Busy == 0 && std::exchange(Inbox.ReloadWanted, false))
+    if (--Inbox.Busy > 0)
+        return;
+    if (std::exchange(Inbox.ReloadWanted, false))
         Inbox.Reload();
+    Inbox.Main.FollowSelection();
 }
 
 // ---- messages ----
@@ -301,6 +304,10 @@ LRESULT INBOX::OnNotify(NMHDR& notice) {
     switch (notice.code) {
         case LVN_GETDISPINFOW:
             Answer(reinterpret_cast<NMLVDISPINFOW&>(notice));
+            return 0;
+        case NM_SETFOCUS:
+            if (IsChild)
+                Main.KeepFocusAt(List->hWnd);
             return 0;
         case LVN_COLUMNCLICK:
             OnColumnClick(reinterpret_cast<const NMLISTVIEW&>(notice).iSubItem);
@@ -523,9 +530,14 @@ void INBOX::ListSenders(int command, const std::vector<int>& mails) {
     }
 }
 
-bool INBOX::MayApply(bool automatic) {
-    return Mails->MayApply(automatic) &&
-           (!Mails->MustAsk(automatic) || AskYesNo(hWnd, Application.Texts().Get(TEXT_ASK_APPLY), ProgramName(), true));
+bool INBOX::MayApply(bool automatic, const STRING& what) {
+    if (!Mails->MayApply(automatic))
+        return false;
+    if (!Mails->MustAsk(automatic))
+        return true;
+    STRING question = Application.Texts().Get(TEXT_ASK_APPLY) || "\n\n" || what;
+    question.Replace("$HOWMANY", std::to_string(Mails->CountMarked()).c_str(), 1);
+    return AskYesNo(hWnd, question, ProgramName(), true);
 }
 
 void INBOX::ShowCount(int text, int howMany) {
@@ -538,7 +550,8 @@ void INBOX::ApplyChanges(bool automatic) {
     if (IsBusy())
         return;
     const BUSYHOLD hold(*this);
-    if (!MayApply(automatic))
+    const STRINGARRAY* const item = Application.FindItem(Item);
+    if (!MayApply(automatic, (item ? item->Get("Name") : STRING("")) || ": $HOWMANY"))
         return;
     if (const int failed = Mails->Apply())
         ShowCount(TEXT_MAILS_UNCOPIED, failed);

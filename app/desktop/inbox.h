@@ -49,8 +49,10 @@ class INBOX : public WINDOW {
     void Reload();
     /// True while a dialog of its own is open; the window must not be closed or filled then.
     bool IsBusy() const { return Busy > 0; }
-    /// Whether a key of that control is one of its commands'.
-    bool TakesKey(HWND control, WPARAM key) const { return List && control == List->hWnd && KeyCommand(key) != 0; }
+    /// Whether a key that control gets is one of the Inbox's: never means an account then.
+    bool TakesKey(HWND control, WPARAM key) const {
+        return (control == hWnd || ::IsChild(hWnd, control)) && KeyCommand(key) != 0;
+    }
     const LISTVIEW& ListOfMails() const { return *List; }
 
  protected:
@@ -75,8 +77,8 @@ class INBOX : public WINDOW {
         INBOX& Inbox;
     };
 
-    /// Whether the marked mails may go: there are some, and the person does not say no.
-    bool MayApply(bool automatic);
+    /// Whether the marked mails may go: there are some, and the person does not say no. what: whose they are.
+    bool MayApply(bool automatic, const STRING& what);
     void ShowCount(int text, int howMany);
     /// The selected mails, from top to bottom.
     std::vector<int> SelectedMails() const;

@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr int SPRINGS_BACK = 4;  // pixels from the edges of the area
+constexpr int SPRINGS_BACK = 4;                   // pixels from the edges of the area
+constexpr int LEAST_LIST = 48, LEAST_MAILS = 88;  // at 96 dots per inch
 
 /// A window that wants an answer first comes to the front with its question.
 void ShowDialogOf(const WINDOW& window) {
@@ -127,7 +128,15 @@ void MAINWINDOW::PlaceInbox(int top, int width, int& bottom) {
         state.SetNumber("SplitRatio", position - top);
     }
     const int bar = ScalePixels(SPLITTER::HEIGHT);
-    Splitter->Place(position, width, top + SPRINGS_BACK + 1, bottom - SPRINGS_BACK - 1);
+    // As far as there is room neither pane is left without a row.
+    int highest = top + ScalePixels(LEAST_LIST), lowest = bottom - ScalePixels(LEAST_MAILS);
+    if (highest < lowest) {
+        position = std::clamp(position, highest, lowest);
+    } else {
+        highest = top + SPRINGS_BACK + 1;
+        lowest = bottom - SPRINGS_BACK - 1;
+    }
+    Splitter->Place(position, width, highest, lowest);
     Inbox->Move(0, position + bar, width, std::max(bottom - position - bar, 0));
     bottom = position;
 }

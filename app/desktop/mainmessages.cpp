@@ -77,7 +77,9 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
             ShowContextMenu(second);
             return 0;
         case WM_SETFOCUS:
-            if (Rows)
+            if (FocusedList && ::IsChild(hWnd, FocusedList) && IsWindowVisible(FocusedList))
+                ::SetFocus(FocusedList);
+            else if (Rows)
                 Rows->Focus();
             return 0;
         case WM_NOTIFY:

@@ -66,6 +66,10 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     const TASKBARICON* ShownIcon() const { return Tray.get(); }
     /// Null while they are closed.
     INBOX* InboxWindow() { return Inbox.get(); }
+    /// Has the Inbox show the one account that is selected, soon.
+    void FollowSelection();
+    /// The list that has the keyboard whenever the window itself gets it, say after a dialog.
+    void KeepFocusAt(HWND list) { FocusedList = list; }
     TRASHCAN* TrashcanWindow() { return Trashcan.get(); }
 
     // FRONTEND
@@ -152,7 +156,6 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void SwitchInbox();
     void SwitchInboxWindow();
     void SwitchTrashcan();
-    void FollowSelection();
     void OnSplitter();
     void PlaceInbox(int top, int width, int& bottom);
     bool GiveToInbox(int command);
@@ -176,6 +179,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     std::unique_ptr<CONTROL> StatusLine;
     std::unique_ptr<ITEMLIST> Rows;
     std::unique_ptr<SPLITTER> Splitter;
+    HWND FocusedList = nullptr;  // may have gone
     std::unique_ptr<INBOX> Inbox;
     std::unique_ptr<TRASHCAN> Trashcan;
     std::unique_ptr<TASKBARICON> Tray;

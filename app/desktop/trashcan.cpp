@@ -1,7 +1,9 @@
 #include "app/desktop/trashcan.h"
 
 #include <string>
+#include <utility>
 
+#include "app/common/displaytext.h"
 #include "app/core/tarnwick.h"
 #include "app/desktop/mainwindow.h"
 #include "app/desktop/windowids.h"
@@ -45,6 +47,16 @@ LRESULT TRASHCAN::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM__SENTON:
             Sent();
             return 0;
+        case WM_CLOSE:
+            if (!Sending)
+                break;
+            CloseWanted = true;
+            return 0;
+        case WM_SETCURSOR:
+            if (!Sending || LOWORD(second) != HTCLIENT)
+                break;
+            SetCursor(LoadCursorW(nullptr, IDC_APPSTARTING));
+            return TRUE;
         default:
             break;
     }
@@ -62,9 +74,12 @@ void TRASHCAN::ApplyChanges(bool automatic) {
     if (IsBusy())
         return;
     const BUSYHOLD hold(*this);
-    if (!MayApply(automatic))
+    Trace("TRASHCAN::DeleteThem\n");
+    const bool may = MayApply(automatic, Application.Texts().Get(TEXT_GONE_FOR_GOOD));
+    const int failed = may ? Mails->Apply() : 0;
+    Trace("TRASHCAN::DeleteThem done\n");
+    if (!may)
         return;
-    const int failed = Mails->Apply();
     Application.Trash().Recount();
     Main.SetMainTitle();
     FillListview();
@@ -104,6 +119,7 @@ void TRASHCAN::SendOn(int mail) {
     Settings = Application.pState;
     hThread = OSYS::CreateThread(SendBody, this, nullptr);
     Sending = true;
+    SendHold.emplace(*this);
 }
 
 unsigned TRASHCAN::SendBody(void* self) {
@@ -119,7 +135,6 @@ void TRASHCAN::Sent() {
     Sending = false;
     if (Application.Cycle().IsStopRequested())
         return;  // the program ends
-    const BUSYHOLD hold(*this);
     const TEXTS& texts = Application.Texts();
     const STRING title = texts.Get(TEXT_PRODUCT);
     if (Arrived) {
@@ -127,6 +142,13 @@ void TRASHCAN::Sent() {
         text.Replace("$EMAIL", Settings.Get("SpamSmtpTo").Text(), 1);
         ShowInfo(hWnd, text, title);
     } else {
-        ShowError(hWnd, texts.Get(TEXT_NOT_SENT_ON) || Error, title);
+        const bool unset = Settings.Get("SpamSmtp").Length() == 0 || Settings.Get("SpamSmtpTo").Length() == 0;
+        const STRING advice = unset ? STRING("\n\n") || texts.Get(TEXT_NO_SEND_ON_SERVER) : STRING("");
+        ShowError(hWnd,
+                  STRING(std::string_view(DISPLAYTEXT::Safe((texts.Get(TEXT_NOT_SENT_ON) || Error || advice).View()))),
+                  title);
     }
+    SendHold.reset();
+    if (std::exchange(CloseWanted, false))
+        PostMessageW(hWnd, WM_CLOSE, 0, 0);
 }

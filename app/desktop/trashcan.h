@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <optional>
 
 #include "app/desktop/inbox.h"
 #include "corelib/system/osys.h"
@@ -28,7 +29,8 @@ class TRASHCAN : public INBOX {
     void Sent();
     static unsigned SendBody(void* self);
 
-    bool Sending = false;
+    bool Sending = false, CloseWanted = false;
+    std::optional<BUSYHOLD> SendHold;  // what is on its way stays in the trash
     OSYS::THREADHANDLE hThread;
     std::atomic<bool> Stop = false;
     // Of the thread, while it runs.

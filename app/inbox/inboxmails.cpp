@@ -1,5 +1,7 @@
 #include "app/inbox/inboxmails.h"
 
+#include <unordered_set>
+
 #include "app/check/items.h"
 #include "app/check/mailrecords.h"
 #include "app/common/formats.h"
@@ -16,6 +18,10 @@ constexpr int64_t MINUTE_MS = 60000;
 INBOXMAILS::INBOXMAILS(TARNWICK& application) : MAILROWS(application.pState), Application(application) {}
 
 void INBOXMAILS::Show(int handle) {
+    std::vector<std::string> marked, unmarked;
+    for (int i = 0; i < Count() && handle == Handle && State.GetNumber("InboxKeepMarks") != 0; ++i)
+        if (IsTouched(i))
+            (IsMarked(i) ? marked : unmarked).push_back(Name(i));
     const STRINGARRAY* const item = Application.FindItem(handle);
     Handle = item ? handle : -1;
     Mails.DeleteAll();
@@ -28,6 +34,8 @@ void INBOXMAILS::Show(int handle) {
         Mails[i].Set("Deleted", marks && Mails[i].GetNumber("X-SpamPoints") >= markPoints ? "1" : "0");
     }
     TakeShown();
+    Mark(Find(marked), true);
+    Mark(Find(unmarked), false);
 }
 
 STRING INBOXMAILS::Title() const {
@@ -48,12 +56,16 @@ int INBOXMAILS::Apply() {
     if (!item)
         return 0;
     const bool copies = State.GetNumber("InboxDeleteToTrash") != 0;
+    // What waits for its check may come up marked again; it has its copy.
+    std::unordered_set<std::string> queued;
+    for (const MAILNAME& mail : QueuedByUser(*item))
+        queued.insert(mail.MessageId + '\n' + mail.Id);
     std::vector<int> going;
     int failed = 0;
     for (int i = 0; i < Count(); ++i) {
         if (!IsMarked(i))
             continue;
-        if (copies && !Application.Trash().SaveToTrash(Mails[i]))
+        if (copies && !queued.contains(Name(i)) && !Application.Trash().SaveToTrash(Mails[i]))
             ++failed;
         else
             going.push_back(i);

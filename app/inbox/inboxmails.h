@@ -10,7 +10,8 @@ class INBOXMAILS : public MAILROWS {
     explicit INBOXMAILS(TARNWICK& application);
 
     /// The item with that handle and the mails of its last listing, without any mark but those that the filter's points
-    /// set; -1 or an item that has gone: none. What is marked so far is to be carried out or dropped before.
+    /// set; -1 or an item that has gone: none. What is marked so far is to be carried out or dropped before; but if it
+    /// is the same item and InboxKeepMarks is set, marks that were changed by hand stay as they are.
     void Show(int handle);
     /// Handle of the item shown, -1 if there is none.
     int ItemHandle() const { return Handle; }

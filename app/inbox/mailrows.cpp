@@ -18,7 +18,6 @@ constexpr const char* NO_POINTS = "       ";
 
 void MAILROWS::TakeShown() {
     Shown.clear();
-    Touched = false;
     for (int i = 0; i < Mails.Count(); ++i) {
         SHOWNMAIL::HEADER header = SHOWNMAIL::Header(Mails[i]);
         std::string subject(ASCII::TrimRight(DISPLAYTEXT::FirstCharacters(header.Subject, SUBJECT_CHARACTERS), " "));
@@ -50,17 +49,18 @@ MAILPICTURE MAILROWS::Picture(int mail) const {
     return record.GetNumber("Seen") != 0 ? PICTURE_READ : PICTURE_UNREAD;
 }
 
-bool MAILROWS::HasMarked() const {
+int MAILROWS::CountMarked() const {
+    int marked = 0;
     for (int i = 0; i < Count(); ++i)
-        if (IsMarked(i))
-            return true;
-    return false;
+        marked += IsMarked(i);
+    return marked;
 }
 
 void MAILROWS::Mark(const std::vector<int>& mails, bool marked) {
-    Touched = true;
-    for (const int mail : mails)
+    for (const int mail : mails) {
         Mails[mail].Set("Deleted", marked ? "1" : "0");
+        Mails[mail].Set("@Touched", "1");
+    }
 }
 
 int MAILROWS::Compare(int left, int right, int column) const {
@@ -112,7 +112,10 @@ std::vector<COMMANDSTATE> MAILROWS::CommandStates(const std::vector<int>& select
 }
 
 bool MAILROWS::MayApply(bool automatic) const {
-    return HasMarked() && (!automatic || Touched || State.GetNumber("InboxLeaveUntouched") == 0);
+    bool touched = !automatic || State.GetNumber("InboxLeaveUntouched") == 0;
+    for (int i = 0; i < Count() && !touched; ++i)
+        touched = IsTouched(i);
+    return touched && HasMarked();
 }
 
 bool MAILROWS::MustAsk(bool automatic) const {

@@ -38,7 +38,8 @@ class MAILROWS {
     MAILPICTURE Picture(int mail) const;
 
     bool IsMarked(int mail) const { return Mails[mail].GetNumber("Deleted") != 0; }
-    bool HasMarked() const;
+    bool HasMarked() const { return CountMarked() > 0; }
+    int CountMarked() const;
     void Mark(const std::vector<int>& mails, bool marked);
 
     /// All mails in the order of the last sort column.
@@ -53,6 +54,9 @@ class MAILROWS {
     /// theirs.
     bool MayApply(bool automatic) const;
     bool MustAsk(bool automatic) const;
+
+    /// Whether its mark was changed since the mails were read.
+    bool IsTouched(int mail) const { return Mails[mail].GetNumber("@Touched") != 0; }
 
     /// What tells a mail from others, also in the next listing: for a selection that outlives this one.
     std::string Name(int mail) const;
@@ -74,5 +78,4 @@ class MAILROWS {
     int Compare(int left, int right, int column) const;
 
     std::vector<SHOWN> Shown;  // for each mail
-    bool Touched = false;      // a mark was changed since the mails were read
 };

@@ -6,6 +6,18 @@
 #include "app/filter/spamdefinitions.h"
 #include "corelib/base/ascii.h"
 
+namespace {
+
+/// As one word of the list, whatever a stranger calls himself: no line and no word more.
+STRING AsWord(const STRING& text) {
+    std::string word(text.View());
+    for (char& c : word)
+        c = static_cast<unsigned char>(c) < ' ' ? ' ' : c == ';' ? ',' : c;
+    return STRING(ASCII::Trim(word, " "));
+}
+
+}  // namespace
+
 LISTED AddSenders(const STRING& file, const std::vector<const STRINGARRAY*>& mails) {
     STRING list;
     if (!list.Load(file.Text(), "r"))
@@ -21,8 +33,7 @@ LISTED AddSenders(const STRING& file, const std::vector<const STRINGARRAY*>& mai
     }
     bool added = false;
     for (const STRINGARRAY* const mail : mails) {
-        const STRING& name = (*mail)["From"];
-        const STRING& address = (*mail)["FromEmail"];
+        const STRING name = AsWord((*mail)["From"]), address = AsWord((*mail)["FromEmail"]);
         const STRING entry = ASCII::Equal(name.View(), address.View()) ? name : name || "; " || address;
         if (name.Length() == 0 || known.contains(ASCII::Lower(entry.View())) ||
             (address.Length() > 0 && known.contains(ASCII::Lower(address.View()))))

@@ -73,7 +73,6 @@ STRINGARRAY TRASHMAILS::Whole(int mail) const {
 }
 
 int TRASHMAILS::Apply() {
-    Trace("TRASHCAN::DeleteThem\n");
     int failed = 0;
     for (int i = Count() - 1; i >= 0; --i) {
         if (!IsMarked(i))
@@ -94,7 +93,6 @@ int TRASHMAILS::Apply() {
             ++failed;
     }
     Application.Trash().Recount();
-    Trace("TRASHCAN::DeleteThem done\n");
     return failed;
 }
 
@@ -137,5 +135,6 @@ bool TRASHMAILS::SendOn(const STRINGARRAY& whole, const STRINGARRAY& state, cons
     char words[ERROR_BYTES] = "";
     const bool sent = email.SendMail(MessageToSendOn(whole), words, sizeof words);
     error = words;
-    return sent;
+    // The sender of messages takes a refusal for done, but here the copy may be the last one.
+    return sent && words[0] == '2';
 }

@@ -1,5 +1,7 @@
 #include "app/reading/shownmail.h"
 
+#include <cstdio>
+
 #include "app/common/displaytext.h"
 #include "app/common/mailtext.h"
 #include "app/mailbox/listing.h"
@@ -10,10 +12,33 @@
 
 namespace {
 
+/// More of a body is no text that a person reads, and only takes its time.
+constexpr size_t READ_BYTES = 2'000'000;
+
 /// The server's header, or the block's own lines where those are all of it.
 STRING WholeHeader(const STRINGARRAY& record) {
     STRING whole = SHOWNMAIL::ServerHeader(record);
     return whole.NotNull() ? whole : record["Header"];
+}
+
+/// A comma in an encoded word ends no address: as its code it stands for itself alone.
+STRING WithCodedMarks(std::string_view value) {
+    std::string coded;
+    for (;;) {
+        const size_t word = value.find("=?"), charsetEnd = word == value.npos ? value.npos : value.find('?', word + 2);
+        const size_t end = charsetEnd == value.npos ? value.npos : value.find("?=", charsetEnd + 3);
+        if (end == value.npos)
+            return STRING(std::string_view(coded.append(value)));
+        coded.append(value.substr(0, word));
+        const bool isQ = ASCII::Equal(value.substr(charsetEnd, 3), "?Q?");
+        for (const char c : value.substr(word, end + 2 - word)) {
+            char code[4];
+            snprintf(code, sizeof code, "=%02X", static_cast<unsigned char>(c));
+            coded += isQ && std::string_view(",:;()<>\"").find(c) != std::string_view::npos ? std::string(code)
+                                                                                            : std::string(1, c);
+        }
+        value.remove_prefix(end + 2);
+    }
 }
 
 /// The fields of the server's header, and the charset of the mail's text, in which careless programs write them.
@@ -31,7 +56,7 @@ struct FIELDS {
         return value.NotNull() ? value : record[name];
     }
     std::string Person(const STRINGARRAY& record, const char* name) const {
-        STRING display = Value(record, name), address;
+        STRING display = WithCodedMarks(Value(record, name).View()), address;
         SplitAddress(display, address);
         std::string shown = Shown(display);
         return shown.empty() ? Shown(address) : shown;
@@ -57,7 +82,7 @@ std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
         }
         body = single;
     }
-    const std::string text = ReadableText(JoinedFields(WholeHeader(record).View()), body);
+    const std::string text = ReadableText(JoinedFields(WholeHeader(record).View()), body.substr(0, READ_BYTES));
     std::string lines;
     for (std::string_view rest = text; !rest.empty();)
         lines.append(ASCII::TrimRight(DISPLAYTEXT::Safe(ASCII::Take(rest, '\n')), " ")).push_back('\n');
@@ -65,6 +90,10 @@ std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
 }
 
 STRING SHOWNMAIL::ServerHeader(const STRINGARRAY& record) {
-    const STRING whole = ReadHeaderField(record["Header"].View(), LISTING::TRANSPORT_HEADER);
+    // Blocks with an id line of ours hold the mail's own lines, of which a stranger may call one so.
+    const std::string_view header = record["Header"].View();
+    if (ReadHeaderField(header, LISTING::ID_HEADER).NotNull())
+        return STRING();
+    const STRING whole = ReadHeaderField(header, LISTING::TRANSPORT_HEADER);
     return whole.Length() > 0 ? whole.Unescape() : STRING();
 }

@@ -316,6 +316,16 @@ TEST_F(Check, DeletesAtTheNextCheckWhatTheUserQueuedMeanwhile) {
     }
 }
 
+// After the listing, by the ids of the one before, which was still in sight.
+TEST_F(Check, DeletesUnderItsPresentIdWhatTheUserQueuedLate) {
+    STRINGARRAY& item = AddItem("a", 0);
+    item.Set("DoSpamFilter", "0");
+    item.Set("@FileStore", "2 msgs|\nX-Message-Id: 1|5\nMessage-Id: <b>\n\n\1X-Message-Id: 2|5\nMessage-Id: <c>\n\n\1");
+    QueueDeletion(item, {{"1|5", "<gone>"}, {"3|5", "<c>"}});
+    Cycle.UpdateItem(item);
+    EXPECT_EQ(Checks(Journal.Take()).at(0), "delete 2|5");
+}
+
 class Counts : public CYCLETEST {};
 
 TEST_F(Counts, AreSummedUp) {

@@ -315,11 +315,17 @@ TEST(Program, TellsWhatGoesToTheTrash) {
     EXPECT_TRUE(unsent.Err.starts_with("The mail could not be sent on. Host not found\n") &&
                 Contains(unsent.Err, "SpamSmtp"))
         << unsent.Err;
-    SCRIPTEDSERVER server({PLAY::Send("220 x\r\n250 x\r\n250 x\r\n250 x\r\n354 x\r\n250 x\r\n221 x\r\n")});
+    SCRIPTEDSERVER server(
+        std::vector<SCRIPT>{{PLAY::Send("220 x\r\n250 x\r\n250 x\r\n250 x\r\n354 x\r\n552 no\r\n221 x\r\n")},
+                            {PLAY::Send("220 x\r\n250 x\r\n250 x\r\n250 x\r\n354 x\r\n250 x\r\n221 x\r\n")}});
     ASSERT_TRUE(settings.Load((program.DataDir() || "\\tarnwick.ini").Text()));
     settings.Set("SpamSmtp", server.HostPort().c_str());
     settings.Set("SpamSmtpTo", "me@home.example");
     ASSERT_TRUE(settings.Save((program.DataDir() || "\\tarnwick.ini").Text()));
+    const auto refused = program.Run({"/RESTORE:100000000"});
+    EXPECT_EQ(refused.Code, EXIT_CHECK_FAILED);
+    EXPECT_TRUE(Contains(refused.Err, "552 no")) << refused.Err;
+    server.Wait(0);
     const auto sent = program.Run({"/RESTORE:100000000"});
     EXPECT_EQ(sent.Code, EXIT_GOOD) << sent.Err;
     EXPECT_EQ(sent.Out, "The mail has been sent on to me@home.example.\n");

@@ -77,8 +77,11 @@ TEST_F(InboxOnServers, DeletesWhatIsMarkedAndSendsACopyOn) {
         EXPECT_EQ(trash.Count(), 2);
         const int copy = trash.RowText(0).starts_with("Sender\tGrüße\t") ? 0 : 1;
         EXPECT_EQ(trash.RowText(1 - copy).substr(0, 11), "Sender\ttwo\t");
-        if (!server.Obstacle().empty())
-            GTEST_SKIP() << server.Obstacle();
+        if (!server.Obstacle().empty()) {
+            trash.Mark({0, 1}, true);
+            EXPECT_EQ(trash.Apply(), 0);
+            continue;
+        }
         Application.pState.Set("SpamSmtpTo", STRING(receiver) || "@delivered.example");
         STRING error;
         EXPECT_TRUE(TRASHMAILS::SendOn(trash.Whole(copy), Application.pState, {}, error)) << Std(error);
@@ -93,6 +96,8 @@ TEST_F(InboxOnServers, DeletesWhatIsMarkedAndSendsACopyOn) {
         EXPECT_EQ(trash.Apply(), 0);
         EXPECT_EQ(Copies(), 0U);
     }
+    if (!server.Obstacle().empty())
+        GTEST_SKIP() << "without sending on: " << server.Obstacle();
 }
 
 }  // namespace

@@ -24,8 +24,11 @@ TEST_F(INBOXTEST, InboxShowsRowsMarksAndOrder) {
     EXPECT_EQ((INTS{rows.Picture(0), rows.Picture(1), rows.Picture(2)}),
               (INTS{PICTURE_READ, PICTURE_PASSED_OVER, PICTURE_MARKED}));
     EXPECT_EQ(Std(rows.Title()), "text 2998 $DIR anna");
-    Item().SetNumber("LastRefresh", CLOCK::Seconds() - 7300);
-    EXPECT_TRUE(Std(rows.Title()).starts_with("text 2998 $DIR anna (")) << Std(rows.Title());
+    Item().SetNumber("LastRefresh", CLOCK::Seconds() - 290);
+    EXPECT_EQ(Std(rows.Title()), "text 2998 $DIR anna");
+    Item().SetNumber("LastRefresh", CLOCK::Seconds() - 310);
+    EXPECT_TRUE(Std(rows.Title()).starts_with("text 2998 $DIR anna (5 ")) << Std(rows.Title());
+    EXPECT_TRUE(Std(rows.Title()).ends_with(" text 2992 $DIR)")) << Std(rows.Title());
 
     const struct {
         int Column;
@@ -70,6 +73,11 @@ TEST_F(INBOXTEST, InboxQueuesWhatIsMarkedAndNothingElse) {
     EXPECT_EQ(rows.Apply(), 0) << "nothing is queued twice";
     EXPECT_EQ(Std(Item().Get("@DeleteMessageId")), "3|id3\n1|id1\n");
 
+    rows.Show(Handle());
+    rows.Mark({0, 2}, true);
+    EXPECT_EQ(rows.Apply(), 0);
+    EXPECT_EQ(Copies(), 4U) << "nor copied twice";
+
     Application.pState.Set("InboxDeleteToTrash", "0");
     rows.Mark({1}, true);
     EXPECT_EQ(rows.Apply(), 0);
@@ -88,6 +96,25 @@ TEST_F(INBOXTEST, InboxIsLeftWithTheFiltersMarksAlone) {
         EXPECT_EQ(rows.MayApply(true), !leavesUntouched);
         rows.Mark({1}, true);
         EXPECT_TRUE(rows.MayApply(true));
+    }
+}
+
+TEST_F(INBOXTEST, InboxKeepsMarksOverAListing) {
+    Application.pState.Set("SpamDoMark", "1");
+    for (const bool keeps : {false, true}) {
+        Application.pState.Set("InboxKeepMarks", keeps ? "1" : "0");
+        List({Block(1, "a", 900, 1), Block(2, "b", 0, 1), Block(3, "c", 900, 1)});
+        INBOXMAILS rows(Application);
+        rows.Show(Handle());
+        rows.Mark({0}, false);
+        rows.Mark({1}, true);
+        List({Block(2, "b", 0, 1), Block(3, "c", 900, 1), Block(4, "d", 900, 1), Block(1, "a", 900, 1)});
+        rows.Show(Handle());
+        for (int i = 0; i < 4; ++i)
+            EXPECT_EQ(rows.IsMarked(i),
+                      (keeps ? std::vector{true, true, true, false} : std::vector{false, true, true, true})[i])
+                << keeps << i;
+        EXPECT_EQ(rows.IsTouched(0), keeps);
     }
 }
 
@@ -122,13 +149,14 @@ TEST_F(INBOXTEST, SendersAreAddedOnce) {
         return record;
     };
     const STRINGARRAY jane = mail("Jane", "jane@x.org"), other = mail("Janet", "JANE@X.ORG"),
-                      bare = mail("b@x.org", "B@x.org"), near = mail("Ann", "aa@b.org");
+                      bare = mail("b@x.org", "B@x.org"), near = mail("Ann", "aa@b.org"),
+                      sly = mail("hi\ngmail.com\n;the", "s@x.org");
     EXPECT_EQ(AddSenders(file, {&jane}), LISTED::NOT_READ);
     ASSERT_TRUE(STRING("Joe; a@b.org\n\n").Save(file.Text(), "w"));
-    EXPECT_EQ(AddSenders(file, {&jane, &other, &bare, &near}), LISTED::DONE);
+    EXPECT_EQ(AddSenders(file, {&jane, &other, &bare, &near, &sly}), LISTED::DONE);
     STRING list;
     ASSERT_TRUE(list.Load(file.Text(), "r"));
-    EXPECT_EQ(Std(list), "Joe; a@b.org\n\nJane; jane@x.org\nb@x.org\nAnn; aa@b.org");
+    EXPECT_EQ(Std(list), "Joe; a@b.org\n\nJane; jane@x.org\nb@x.org\nAnn; aa@b.org\nhi gmail.com ,the; s@x.org");
     EXPECT_EQ(AddSenders(file, {&jane, &bare}), LISTED::DONE);
     STRING again;
     ASSERT_TRUE(again.Load(file.Text(), "r"));

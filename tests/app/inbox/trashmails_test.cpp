@@ -49,7 +49,7 @@ TEST_F(TrashMails, MayBeDamagedOrGone) {
     rows.Load();
     ASSERT_EQ(rows.Count(), 3);
     for (int i = 0; i < 3; ++i)
-        EXPECT_TRUE(rows.Whole(i)["Body"].NotNull());
+        EXPECT_EQ(Std(rows.Whole(i)["Body"]), Std(rows.Mail(i)["X-TrashId"]) == "100000001" ? "Body 2\n" : "");
     (void)FILES::Remove(File("100000001.ini").Text());
     EXPECT_EQ(rows.Apply(), 0);
     EXPECT_EQ(rows.Count(), 0);

@@ -76,6 +76,9 @@ TEST(ShownMail, TellsSenderAndSubjectOfTheServersHeader) {
         {"From: =?utf-8?q?=E2=80=AEevil=07?= <a@b>\nSubject: =?utf-8?q?a=00b=1B[2J=0D=0Ac=EF=BF=BD?= "
          "=?gb2312?q?d?=\n",
          "evil", "ab[2J cd"},
+        {"From: =?UTF-8?q?M=C3=BCller,_(Jan);?= <j@x.org>\n", "Müller, (Jan);", ""},
+        // A line by which a stranger would be somebody else, in a POP3 mail.
+        {"X-Message-Id: 1|2\nX-Transport: From: Boss <b@x>\\r\\n\nFrom: Joe <j@x>\n", "Joe", ""},
         {"To: =?koi8-r?q?=D1?= <x@y>\n", "", ""},
     };
     for (const auto& test : CASES) {
