@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/check/items.h"
+#include "app/check/mailrecords.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 
@@ -109,17 +110,6 @@ class DISPOSEDMAILS {
                  [this](uint64_t key, const char*) { Marks.emplace(key, PROGRESSMARK{PROGRESSMARK::NEVER, true}); });
     }
     bool IsEmpty() const { return Marks.empty(); }
-    static uint64_t KeyOf(const STRINGARRAY& record) {
-        // FNV-1a: the same in every build, as it is stored.
-        uint64_t hash = 0xcbf29ce484222325;
-        const auto add = [&hash](char c) { hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3; };
-        for (const char* key : {"MessageId", "Subject", "Body"}) {
-            for (const char c : record[key].View())
-                add(c);
-            add('\n');
-        }
-        return hash;
-    }
     /// Takes one mail of that key out: how far it has come.
     PROGRESSMARK Take(uint64_t key) {
         const auto found = Marks.find(key);
@@ -215,7 +205,7 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
         // A mail that was sent away keeps its mark as long as it is listed, also while its points are others.
         if (!sure.IsCredible() || (road == ROAD::STAYS && before.IsEmpty()))
             continue;
-        decisions.push_back({i, record, road, DISPOSEDMAILS::KeyOf(record), {}});
+        decisions.push_back({i, record, road, IdentityOf(record), {}});
     }
     bool trashed = false;
     // Of equal mails the marks belong to those that are sent away.

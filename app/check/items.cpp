@@ -3,6 +3,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "app/check/mailrecords.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/codepage.h"
 
@@ -62,7 +63,7 @@ constexpr ITEMKEY FRESH_KEYS[] = {{"@Showing", "0"},       {"@ForceRefresh", "0"
 
 // Two lines for each: neither of the names holds a line end.
 std::string Lines(const MAILNAME& mail) {
-    return mail.Id + "\n" + mail.MessageId + "\n";
+    return mail.Id + "\n" + mail.Identity + "\n";
 }
 
 std::vector<MAILNAME> ReadNames(std::string_view lines) {
@@ -109,6 +110,10 @@ STRING TakeIds(STRINGARRAY& item, const char* key) {
         return STRING("");
     });
     return ids;
+}
+
+MAILNAME NameOf(const STRINGARRAY& record) {
+    return {std::string(record["X-Message-Id"].View()), std::to_string(IdentityOf(record))};
 }
 
 void QueueDeletion(STRINGARRAY& item, const std::vector<MAILNAME>& mails) {

@@ -31,10 +31,12 @@ void AddIds(STRINGARRAY& item, const char* key, const std::vector<std::string_vi
 /// Empties a list of ids, and gives what stood there, in one step.
 STRING TakeIds(STRINGARRAY& item, const char* key);
 
-/// A mail by its name on the server, which another mail may have at the next check, and by what it is.
+/// A mail by its name on the server, which another mail may have at the next check, and by what it is (see IdentityOf,
+/// in decimal): a Message-Id alone may be a stranger's copy.
 struct MAILNAME {
-    std::string Id, MessageId;
+    std::string Id, Identity;
 };
+MAILNAME NameOf(const STRINGARRAY& record);
 /// Queues mails that a person wants deleted (@DeleteMessageId). What is queued while a check runs outlives the check's
 /// own verdicts: it is remembered in @QueuedByUser until it is carried out.
 void QueueDeletion(STRINGARRAY& item, const std::vector<MAILNAME>& mails);

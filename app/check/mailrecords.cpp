@@ -110,3 +110,15 @@ int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& 
     Trace("TARNWICK::BuildMailHash done\n");
     return hash.Count();
 }
+
+uint64_t IdentityOf(const STRINGARRAY& record) {
+    // FNV-1a
+    uint64_t hash = 0xcbf29ce484222325;
+    const auto add = [&hash](char c) { hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3; };
+    for (const char* key : {"MessageId", "Subject", "Body"}) {
+        for (const char c : record[key].View())
+            add(c);
+        add('\n');
+    }
+    return hash;
+}

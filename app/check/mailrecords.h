@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "corelib/base/headerblock.h"
 #include "corelib/base/recordarray.h"
 #include "corelib/base/stopquestion.h"
@@ -9,6 +11,10 @@
 /// Header, Seen, Body, X-Datetime, X-SpamPoints, X-SpamReason and X-Size. Time and memory are linear in the listing.
 /// Ends early, with some of the records, if the program is to end.
 int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& stopAsked = {});
+
+/// What a mail is, over checks and runs, whatever its id on the server: id, subject and text together, as a number that
+/// is the same in every build.
+uint64_t IdentityOf(const STRINGARRAY& record);
 
 /// Slots of a mail hash at the start, and how many more whenever they are full.
 inline constexpr int MAILHASH_SLOTS = 64;

@@ -130,28 +130,30 @@ bool HasOtherIds(STRINGARRAY& item) {
 class IDSNOW {
  public:
     explicit IDSNOW(const RECORDARRAY& records) {
-        for (int i = 0; i < records.Count(); ++i)
-            Ids.emplace(records[i]["MessageId"].View(), records[i]["X-Message-Id"].View());
+        for (int i = 0; i < records.Count(); ++i) {
+            MAILNAME name = NameOf(records[i]);
+            Ids.emplace(std::move(name.Identity), std::move(name.Id));
+        }
     }
     /// Of a mail that is not to be found, or of two, none goes: empty.
-    std::string Of(std::string_view messageId) const {
-        const auto [first, last] = Ids.equal_range(messageId);
-        return first != last && std::next(first) == last ? std::string(first->second) : std::string();
+    std::string Of(const std::string& identity) const {
+        const auto [first, last] = Ids.equal_range(identity);
+        return first != last && std::next(first) == last ? first->second : std::string();
     }
     bool Has(const MAILNAME& mail) const {
-        const auto [first, last] = Ids.equal_range(mail.MessageId);
+        const auto [first, last] = Ids.equal_range(mail.Identity);
         return std::any_of(first, last, [&](const auto& entry) { return entry.second == mail.Id; });
     }
 
  private:
-    std::unordered_multimap<std::string_view, std::string_view> Ids;  // pieces of the records
+    std::unordered_multimap<std::string, std::string> Ids;  // by what the mails are
 };
 
 /// The popup's mail under the id that it has now.
 void RenewPopupId(STRINGARRAY& item, const RECORDARRAY& records) {
     if (item.Get("@X-DeleteMessageId").Length() == 0)
         return;
-    const std::string id = IDSNOW(records).Of(item.Get("@X-DeleteMail").View());
+    const std::string id = IDSNOW(records).Of(item.Get("@X-DeleteMail").Text());
     item.Set("@X-DeleteMessageId", STRING(std::string_view(id.empty() ? id : id + "\n")));
 }
 
@@ -166,7 +168,7 @@ void RenewQueued(STRINGARRAY& item, const RECORDARRAY& records) {
         if (now.Has(mail))
             return true;
         old.insert(mail.Id);
-        mail.Id = now.Of(mail.MessageId);
+        mail.Id = now.Of(mail.Identity);
         if (!mail.Id.empty())
             renewed.push_back(mail.Id);
         return !mail.Id.empty();

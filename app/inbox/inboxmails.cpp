@@ -59,13 +59,13 @@ int INBOXMAILS::Apply() {
     // What waits for its check may come up marked again; it has its copy.
     std::unordered_set<std::string> queued;
     for (const MAILNAME& mail : QueuedByUser(*item))
-        queued.insert(mail.MessageId + '\n' + mail.Id);
+        queued.insert(mail.Identity);
     std::vector<int> going;
     int failed = 0;
     for (int i = 0; i < Count(); ++i) {
         if (!IsMarked(i))
             continue;
-        if (copies && !queued.contains(Name(i)) && !Application.Trash().SaveToTrash(Mails[i]))
+        if (copies && !queued.contains(NameOf(Mails[i]).Identity) && !Application.Trash().SaveToTrash(Mails[i]))
             ++failed;
         else
             going.push_back(i);
@@ -77,8 +77,7 @@ int INBOXMAILS::Apply() {
         return failed + static_cast<int>(going.size());
     std::vector<MAILNAME> names;
     for (const int mail : going)
-        names.push_back(
-            {std::string(Mails[mail]["X-Message-Id"].View()), std::string(Mails[mail]["MessageId"].View())});
+        names.push_back(NameOf(Mails[mail]));
     QueueDeletion(*item, names);
     Mark(going, false);
     return failed;

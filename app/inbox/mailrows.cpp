@@ -19,6 +19,7 @@ constexpr const char* NO_POINTS = "       ";
 void MAILROWS::TakeShown() {
     Shown.clear();
     for (int i = 0; i < Mails.Count(); ++i) {
+        Mails[i].Set("@Touched", "0");
         SHOWNMAIL::HEADER header = SHOWNMAIL::Header(Mails[i]);
         std::string subject(ASCII::TrimRight(DISPLAYTEXT::FirstCharacters(header.Subject, SUBJECT_CHARACTERS), " "));
         Shown.push_back({std::move(header.Sender), std::move(subject)});

@@ -102,13 +102,13 @@ STRING MessageToSendOn(const STRINGARRAY& whole) {
     if (const STRING server = SHOWNMAIL::ServerHeader(whole); server.NotNull())
         text = STRING(ReadHeaderField(text.View(), REASON).NotNull() ? "X-SpamReason:\n" : "") || server;
     text = text || "\n\n" || whole["Body"];
+    // The sender takes returns off lines, so that another line than the one looked at here could be the end.
+    text.Replace("\r", "", 1);
     STRING message("");
     std::string_view rest = text.View();
     const bool isDoubled = LISTING::TakeReplyEnd(rest);
     while (!rest.empty()) {
-        std::string_view line = ASCII::Take(rest, '\n');
-        if (line.ends_with('\r'))
-            line.remove_suffix(1);
+        const std::string_view line = ASCII::Take(rest, '\n');
         if (ASCII::BeginsWith(line, REASON)) {
             message += "X-Tarnwick: Keep\n";
             continue;
@@ -129,7 +129,10 @@ STRING MessageToSendOn(const STRINGARRAY& whole) {
 bool TRASHMAILS::SendOn(const STRINGARRAY& whole, const STRINGARRAY& state, const STOPQUESTION& stopAsked,
                         STRING& error) {
     constexpr int ERROR_BYTES = 246;
-    EMAIL email(whole["FromEmail"].Text(), state.Get("SpamSmtpTo").Text(), whole["Subject"].Text(), "",
+    // Only an address goes into the command with it.
+    const STRING& from = whole["FromEmail"];
+    const bool plain = from.View().find_first_of(" <>") == std::string_view::npos;
+    EMAIL email(plain ? from.Text() : "", state.Get("SpamSmtpTo").Text(), whole["Subject"].Text(), "",
                 state.Get("SpamSmtp").Text());
     email.SetStopQuestion(stopAsked);
     char words[ERROR_BYTES] = "";

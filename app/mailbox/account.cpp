@@ -59,4 +59,12 @@ void SetCounts(STRINGARRAY& item, const MAILCOUNTS& counts) {
     item.Set("LastRC", text);
 }
 
+STRING Printable(const STRING& text) {
+    std::string result;
+    for (char c : text.View())
+        if (static_cast<unsigned char>(c) >= ' ' && c != '\x7f')
+            result += c;
+    return STRING(std::string_view(result));
+}
+
 }  // namespace MAILACCOUNT

@@ -44,4 +44,7 @@ void SetPassword(STRINGARRAY& item, STRING password);
 MAILCOUNTS Counts(const STRINGARRAY& item);
 void SetCounts(STRINGARRAY& item, const MAILCOUNTS& counts);
 
+/// Without control characters, which would be commands of their own on the wire.
+STRING Printable(const STRING& text);
+
 }  // namespace MAILACCOUNT

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "app/mailbox/account.h"
 #include "app/mailbox/imap.h"
 #include "app/mailbox/imapreply.h"
 #include "app/mailbox/listing.h"
@@ -30,15 +31,6 @@ constexpr std::string_view GREETING_TAG = "* ";
 constexpr const char* NO_END = "IMAP99 BAD reply without end";
 constexpr const char* HUNG_UP = "Remote disconnected";
 
-// Without what could end a line, or the text on it.
-STRING Printable(const STRING& text) {
-    std::string result;
-    for (char c : text.View())
-        if (static_cast<unsigned char>(c) >= ' ' && c != '\x7f')
-            result += c;
-    return STRING(std::string_view(result));
-}
-
 // In quotes, with a backslash in front of the bytes in `escaped`.
 STRING Quoted(std::string_view text, std::string_view escaped) {
     std::string result = "\"";
@@ -57,12 +49,12 @@ bool HasOtherLetters(const STRING& text) {
 // Letters outside ASCII stay as they are, and servers take them in quotes only.
 STRING LoginName(const STRING& user) {
     if (HasOtherLetters(user))
-        return Quoted(Printable(user).View(), "\"\\");
+        return Quoted(MAILACCOUNT::Printable(user).View(), "\"\\");
     return std::ranges::all_of(user.View(), ASCII::IsLetterOrDigit) ? user : Quoted(user.Escape("").View(), "\"");
 }
 
 STRING LoginPassword(const STRING& password) {
-    const STRING plain = Printable(password);
+    const STRING plain = MAILACCOUNT::Printable(password);
     return HasOtherLetters(plain) ? Quoted(plain.View(), "\"\\") : plain;
 }
 
@@ -230,7 +222,7 @@ bool IMAPCONVERSATION::Select(const STRING& name, FOLDER& folder) {
 }
 
 STRING IMAPCONVERSATION::FolderName(const STRING& name) {
-    const STRING plain = ModifiedUtf7(Printable(name));
+    const STRING plain = ModifiedUtf7(MAILACCOUNT::Printable(name));
     const auto ordinary = [](char c) { return c > ' ' && !strchr("(){%*\"\\", c); };
     if (IsQuoted(plain.View()) || (plain.Length() > 0 && std::ranges::all_of(plain.View(), ordinary)))
         return plain;

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "app/mailbox/account.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
@@ -145,7 +146,8 @@ bool TALK::LogOn() {
     }
     bool whole = false;
     TCP::ReadLine(Device, Reply, sizeof Reply, PopTimes.GreetingMs, &whole);
-    return Heed(whole) && Ask(Join("USER ", user.View())) && Ask(Join("PASS ", password.View()));
+    return Heed(whole) && Ask(Join("USER ", MAILACCOUNT::Printable(user).View())) &&
+           Ask(Join("PASS ", MAILACCOUNT::Printable(password).View()));
 }
 
 bool TALK::AskState(MAILDROP& drop) {

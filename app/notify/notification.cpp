@@ -206,7 +206,7 @@ void NOTIFICATION::PostPopup(STRINGARRAY& item, const CHECKREPORT& report, const
         for (int i = 0; i < report.Records.Count(); ++i)
             same += report.Records[i]["X-Message-Id"] == id;
         item.Set("@X-DeleteMessageId", same == 1 ? id || "\n" : STRING(""));
-        item.Set("@X-DeleteMail", last.Get("MessageId"));
+        item.Set("@X-DeleteMail", NameOf(last).Identity.c_str());
         const std::lock_guard hold(Guard);
         Mail = last;
     }

@@ -1,5 +1,7 @@
 #include "app/reading/mimetext.h"
 
+#include <algorithm>
+
 #include "app/common/transfercoding.h"
 #include "app/reading/headerwords.h"
 #include "app/reading/htmltext.h"
@@ -116,14 +118,16 @@ class READER {
 
     /// Cuts all up to and with the next line that begins with the boundary off.
     static bool SkipPastBoundary(std::string_view& text, std::string_view boundary) {
-        const auto isLine = [&](size_t at) {
-            const std::string_view after = text.substr(at + boundary.size());
-            return (at == 0 || text[at - 1] == '\n') &&
+        const auto isHere = [&](size_t at) {
+            const std::string_view line = text.substr(at), after = line.substr(std::min(boundary.size(), line.size()));
+            return line.starts_with(boundary) &&
                    (after.empty() || BLANKS.find(after[0]) != NONE || after.starts_with("--"));
         };
-        size_t at = text.find(boundary);
-        while (at != NONE && !isLine(at))
-            at = text.find(boundary, at + 1);
+        size_t at = 0;
+        while (at != NONE && !isHere(at)) {
+            at = text.find('\n', at);
+            at = at == NONE ? at : at + 1;
+        }
         if (at == NONE)
             return false;
         text.remove_prefix(at);

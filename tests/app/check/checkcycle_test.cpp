@@ -279,6 +279,16 @@ TEST_F(Check, KeepsWhatTheUserDeletesMeanwhile) {
     EXPECT_EQ(Value("@DeleteMessageId"), "2\n");
 }
 
+/// A mail without a subject and a text, by its Message-Id.
+MAILNAME Named(const MAILNAME& name) {
+    STRINGARRAY record;
+    for (const char* key : {"Subject", "Body"})
+        record.Set(key, "");
+    record.Set("MessageId", name.Identity.c_str());
+    record.Set("X-Message-Id", name.Id.c_str());
+    return NameOf(record);
+}
+
 // Between the listing and the verdicts on its mails, by ids of the listing before.
 TEST_F(Check, DeletesAtTheNextCheckWhatTheUserQueuedMeanwhile) {
     const auto mail = [](const char* id, const char* messageId, const char* points) {
@@ -302,11 +312,11 @@ TEST_F(Check, DeletesAtTheNextCheckWhatTheUserQueuedMeanwhile) {
             STRINGARRAY& item = AddItem("a", 0);
             item.Set("Type", "1");
             item.Set("DoSpamFilter", filter ? "1" : "0");
-            QueueDeletion(item, {test.Queued});
+            QueueDeletion(item, {Named(test.Queued)});
             bool popup = false;
             HandleNewMail(item, listing, "", false, {State, Texts, Trash, Notifier}, popup);
             const std::string ids = filter ? test.WithFilter : test.Without;
-            EXPECT_EQ(Std(item.Get("@DeleteMessageId")), ids) << test.Queued.MessageId;
+            EXPECT_EQ(Std(item.Get("@DeleteMessageId")), ids) << test.Queued.Identity;
             Cycle.UpdateItem(item);
             const LIST checks = Checks(Journal.Take());
             EXPECT_EQ(checks.empty() ? "" : checks[0], ids.empty() ? "" : "delete " + ids.substr(0, ids.size() - 1));
@@ -321,7 +331,7 @@ TEST_F(Check, DeletesUnderItsPresentIdWhatTheUserQueuedLate) {
     STRINGARRAY& item = AddItem("a", 0);
     item.Set("DoSpamFilter", "0");
     item.Set("@FileStore", "2 msgs|\nX-Message-Id: 1|5\nMessage-Id: <b>\n\n\1X-Message-Id: 2|5\nMessage-Id: <c>\n\n\1");
-    QueueDeletion(item, {{"1|5", "<gone>"}, {"3|5", "<c>"}});
+    QueueDeletion(item, {Named({"1|5", "<gone>"}), Named({"3|5", "<c>"})});
     Cycle.UpdateItem(item);
     EXPECT_EQ(Checks(Journal.Take()).at(0), "delete 2|5");
 }

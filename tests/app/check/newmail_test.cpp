@@ -1,5 +1,7 @@
 #include "app/check/newmail.h"
 
+#include "app/check/items.h"
+#include "app/check/mailrecords.h"
 #include "tests/app/check/fakes.h"
 
 namespace {
@@ -79,6 +81,12 @@ TEST_F(NewMail, ShowsAllOnce) {
     EXPECT_EQ(Notifier.TakeCalls(), LIST{});
 }
 
+std::string Identity(const std::string& block) {
+    RECORDARRAY records(1, 1);
+    BuildMailHash(STRING("1 msgs|\n") || block.c_str(), records);
+    return NameOf(records[0]).Identity;
+}
+
 TEST_F(NewMail, IdsMeanNothingUnderAnotherUidValidity) {
     const std::tuple<const char*, const char*, bool> CASES[] = {
         {"", "7", false}, {"7", "7", false}, {"7", "8", true}, {"8", "8|spam", true}, {"8", "", false}};
@@ -89,7 +97,7 @@ TEST_F(NewMail, IdsMeanNothingUnderAnotherUidValidity) {
         Item.Set("LastSeenIds", "1");
         for (const char* key : {"@DeleteMessageId", "@MoveMessageId", "@X-DeleteMessageId"})
             Item.Set(key, "1\n");
-        Item.Set("@X-DeleteMail", "1");
+        Item.Set("@X-DeleteMail", Identity(Mail("1")).c_str());
         Item.Set("@UidValidity", now);
         Check(listing);
         EXPECT_EQ(Notifier.TakeCalls().size(), forgets ? 1U : 0U) << before << " to " << now;
@@ -108,10 +116,12 @@ TEST_F(NewMail, ThePopupsMailIsKnownByItsPresentId) {
         {"3 msgs|3 ?unread|9 bytes\n" + mail("c", "3|400") + mail("b", "2|400") + mail("a", "1|400"), "2|400\n"},
         {"1 msgs|1 ?unread|9 bytes\n" + mail("c", "3|400"), ""},
         {"2 msgs|2 ?unread|9 bytes\n" + mail("b", "3|400") + mail("b", "2|400"), ""},
+        // Another mail with the same Message-Id.
+        {"1 msgs|1 ?unread|9 bytes\n" + Mail("b", "X-Message-Id: 2|400\nSubject: copied\n"), ""},
     };
     for (const auto& [listing, wantedId] : CASES) {
         Item.Set("@X-DeleteMessageId", "3|400\n");
-        Item.Set("@X-DeleteMail", "b");
+        Item.Set("@X-DeleteMail", Identity(mail("b", "2|400")).c_str());
         Check(listing);
         EXPECT_EQ(Value("@X-DeleteMessageId"), wantedId) << listing;
     }

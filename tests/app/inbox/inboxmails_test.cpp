@@ -148,15 +148,20 @@ TEST_F(INBOXTEST, SendersAreAddedOnce) {
         record.Set("FromEmail", address);
         return record;
     };
-    const STRINGARRAY jane = mail("Jane", "jane@x.org"), other = mail("Janet", "JANE@X.ORG"),
-                      bare = mail("b@x.org", "B@x.org"), near = mail("Ann", "aa@b.org"),
-                      sly = mail("hi\ngmail.com\n;the", "s@x.org");
+    const STRINGARRAY jane = mail("Jane Roe", "jane@x.org"), other = mail("Janet", "JANE@X.ORG"),
+                      bare = mail("b@x.org", "b@x.org"), near = mail("Ann Lee", "aa@b.org");
+    // Words that would be everybody's.
+    const STRINGARRAY sly[] = {mail("hi\ngmail.com\n; @", "s@x.org"), mail("com", "t@x.org"), mail("*x", "*@*"),
+                               mail(".", "."), mail("Ann Gray", "example")};
     EXPECT_EQ(AddSenders(file, {&jane}), LISTED::NOT_READ);
     ASSERT_TRUE(STRING("Joe; a@b.org\n\n").Save(file.Text(), "w"));
-    EXPECT_EQ(AddSenders(file, {&jane, &other, &bare, &near, &sly}), LISTED::DONE);
+    EXPECT_EQ(AddSenders(file, {&jane, &other, &bare, &near, &sly[0], &sly[1], &sly[2], &sly[3], &sly[4]}),
+              LISTED::DONE);
     STRING list;
     ASSERT_TRUE(list.Load(file.Text(), "r"));
-    EXPECT_EQ(Std(list), "Joe; a@b.org\n\nJane; jane@x.org\nb@x.org\nAnn; aa@b.org\nhi gmail.com ,the; s@x.org");
+    EXPECT_EQ(
+        Std(list),
+        "Joe; a@b.org\n\nJane Roe; jane@x.org\nb@x.org\nAnn Lee; aa@b.org\nhi gmail.com; s@x.org\nt@x.org\nAnn Gray");
     EXPECT_EQ(AddSenders(file, {&jane, &bare}), LISTED::DONE);
     STRING again;
     ASSERT_TRUE(again.Load(file.Text(), "r"));

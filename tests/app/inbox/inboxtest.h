@@ -11,7 +11,8 @@ class INBOXTEST : public APPLICATIONTEST {
         STRINGARRAY item = Application.NewItem();
         item.Set("Name", "anna");
         EXPECT_TRUE(Application.AddItem(item));
-        for (const char* key : {"SpamDoMark", "SpamDoIgnore", "InboxDeleteToTrash", "LastInboxSortColumn"})
+        for (const char* key :
+             {"SpamDoMark", "SpamDoIgnore", "InboxDeleteToTrash", "LastInboxSortColumn", "InboxKeepMarks"})
             Application.pState.Set(key, "0");
     }
     STRINGARRAY& Item() { return Application.Items[0]; }

@@ -67,6 +67,8 @@ TEST_F(TrashMails, AreSentOnWithTheirMark) {
          "in it\n"},
         // As a POP3 server has sent it.
         {"From: a\n", "..two\n.\n.one\n.\n", "From: a\n\n\n..two\n..\n..one\n"},
+        // Nobody writes a line of one point by returns.
+        {"From: a\n\r.\n", "\r.\r\n\r\r.\n", "From: a\n..\n\n\n..\n"},
         {"From: a\n", "", "From: a\n\n\n"},
         // Of an IMAP mail the server's whole header goes on, as its type is needed to read it.
         {"X-SpamReason: a\nX-Transport: From: a@b\\r\\nContent-Type: text/html\\r\\nSubject: x\\r\\n\nFrom: a@b\n",
