@@ -4,7 +4,6 @@
 #include <string>
 #include <unordered_set>
 
-#include "app/filter/spamdefinitions.h"
 #include "corelib/base/ascii.h"
 
 namespace {
@@ -61,8 +60,6 @@ LISTED AddSenders(const STRING& file, const std::vector<const STRINGARRAY*>& mai
         known.insert(ASCII::Lower(address.View()));
         if (list.Length() > 0)
             list += "\n";
-        if (entry.View().starts_with(LIST_COMMENT))
-            list += " ";
         list += entry;
         added = true;
     }

@@ -167,10 +167,10 @@ TEST_F(INBOXTEST, SendersAreAddedOnce) {
     ASSERT_TRUE(again.Load(file.Text(), "r"));
     EXPECT_EQ(Std(again), Std(list));
     // A name that looks like a line for people is no such line.
-    const STRINGARRAY sign = mail("# 1", "s@x.org");
+    const STRINGARRAY sign = mail("# 1 a", "u@x.org");
     EXPECT_EQ(AddSenders(file, {&sign}), LISTED::DONE);
     ASSERT_TRUE(again.Load(file.Text(), "r"));
-    EXPECT_EQ(Std(again), Std(list) + "\n # 1; s@x.org");
+    EXPECT_EQ(Std(again), Std(list) + "\n1 a; u@x.org");
 }
 
 }  // namespace
