@@ -22,7 +22,7 @@ class METRICS : public ALERTMETRICS {
 class CANVAS : public ALERTCANVAS {
  public:
     void Fill(const ALERTRECT&, int32_t) override {}
-    void Frame(const ALERTRECT&, int32_t) override {}
+    void Button(const ALERTRECT&, int32_t, int32_t, ALERTPRESS) override {}
     void Write(ALERTFONT, ALERTPOINT, int32_t, std::string_view text) override { Bytes += text.size(); }
     size_t Bytes = 0;
 };

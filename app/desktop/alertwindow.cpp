@@ -187,7 +187,8 @@ LRESULT SEMITOOLTIP::WinProc(UINT message, WPARAM first, LPARAM second) {
             return MA_NOACTIVATE;
         case WM_LBUTTONDOWN:
         case WM_RBUTTONDOWN:
-            Click(message == WM_RBUTTONDOWN, PointOf(second));
+            if (GetTickCount64() - Born >= static_cast<ULONGLONG>(Setup.DeafMs))
+                Click(message == WM_RBUTTONDOWN, PointOf(second));
             return 0;
         case WM_MOUSEMOVE: {
             MovePointer(PointOf(second));

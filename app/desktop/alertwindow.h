@@ -27,6 +27,7 @@ struct ALERTSETUP {
     HWND Parent = nullptr;  // null: nobody is told
     LPARAM ClickValue = 0;  // of a click outside the buttons
     int Transparency = 0;   // low byte: 0 opaque to 255 invisible
+    int DeafMs = 0;         // it takes no clicks before
 };
 
 /// The small window in front of all others that tells of new mail. It shows at once, takes the focus only by TakeFocus,
@@ -73,6 +74,7 @@ class SEMITOOLTIP : public WINDOW, private DRAWNELEMENTS {
     FONTS Fonts;
     std::unique_ptr<ALERTLAYOUT> Layout;
     ALERTLOOK Look;
+    const ULONGLONG Born = GetTickCount64();
     bool Closing = false;
     DRAWNACCESS Access{*this};
 };

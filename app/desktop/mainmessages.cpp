@@ -308,9 +308,11 @@ void MAINWINDOW::ShowNextAlert() {
         Alerts.pop_front();
     }
     KillTimer(hWnd, TIMER_ALERT);
-    AlertWindow.reset();
     const STRINGARRAY& state = Application->pState;
     ALERTSETUP setup;
+    if (AlertWindow && AlertWindow->IsVisible())
+        setup.DeafMs = Times.AlertDeafMs;
+    AlertWindow.reset();
     setup.TextColor = request.TextColor;
     setup.BackColor = request.BackColor;
     setup.Font = state.Get("PopupFont");

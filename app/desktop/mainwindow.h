@@ -32,6 +32,7 @@ struct DESKTOPTIMES {
     int TrayStartMs = 300;        // the shell settles before the tray icon is made
     int AlertReadMs = 2000;       // an alert that is replaced can be read a little longer
     int AlertRightClickMs = 800;  // an alert after which the mail program starts
+    int AlertDeafMs = 500;        // a click so soon was meant for the alert that stood there before
 };
 
 /// The window with the list of items, its menus and tool bar, the tray icon and the alert: the front end of Windows.

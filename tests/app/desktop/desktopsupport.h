@@ -72,8 +72,8 @@ class DESKTOPTEST : public ::testing::Test {
         App = std::make_unique<VELMORAAPP>(ARGUMENTS("tarnwick", line.Text()));
         ASSERT_EQ(App->Start(NoFrontEnd), 0);
         Resources = std::make_unique<RESOURCELIBRARY>(ResourceFile ? STRING(ResourceFile) : App->LibraryPath());
-        Window = std::make_unique<MAINWINDOW>(*App,
-                                              DESKTOPTIMES{.TrayStartMs = 1, .AlertReadMs = 1, .AlertRightClickMs = 1});
+        Window = std::make_unique<MAINWINDOW>(
+            *App, DESKTOPTIMES{.TrayStartMs = 1, .AlertReadMs = 1, .AlertRightClickMs = 1, .AlertDeafMs = 0});
         Engine = std::make_unique<TARNWICK>(*Window, Nobody, App->Arguments(), App->Texts(), Checks);
         Window->SetApplication(Engine.get());
         ASSERT_TRUE(Engine->Open()) << Std(Engine->StartError());

@@ -275,6 +275,13 @@ TEST_F(Notice, OpeningAlertsLeavesNoHandlesBehind) {
     ALERTSETUP setup;
     setup.Parent = Window->hWnd;
     ExpectNoHandleGrowth([&] { SEMITOOLTIP("one\n\x1b[b]two \x1b[*=1]three", setup); });
+    // A click that was meant for the one before it.
+    for (const int deafMs : {3600000, 0}) {
+        setup.DeafMs = deafMs;
+        const SEMITOOLTIP alert("one", setup);
+        SendMessageW(alert.hWnd, WM_LBUTTONDOWN, 0, 0);
+        EXPECT_EQ(alert.IsVisible(), deafMs != 0);
+    }
 }
 
 }  // namespace
