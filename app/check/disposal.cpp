@@ -265,11 +265,7 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
     if (marks.Queued)
         deletions += std::exchange(again, {});
     item.Set("@DeleteMessageId", STRING(std::string_view(deletions)));
-    std::vector<std::string_view> ids;
-    const std::vector<MAILNAME> queued = QueuedByUser(item);
-    for (const MAILNAME& mail : queued)
-        ids.emplace_back(mail.Id);
-    AddIds(item, "@DeleteMessageId", ids);
+    AddToDeletions(item, QueuedByUser(item));
     item.Set("@RetryMessageId", STRING(std::string_view(again)));
     item.Set("@MoveMessageId", STRING(std::string_view(moves)));
     // A listing with gaps tells of no mail that it has gone.

@@ -1,5 +1,6 @@
 #include "app/check/items.h"
 
+#include <algorithm>
 #include <string>
 #include <unordered_set>
 
@@ -113,7 +114,17 @@ STRING TakeIds(STRINGARRAY& item, const char* key) {
 }
 
 MAILNAME NameOf(const STRINGARRAY& record) {
-    return {std::string(record["X-Message-Id"].View()), std::to_string(IdentityOf(record))};
+    const std::string id(record["X-Message-Id"].View());
+    // By POP3 the size stands after the number.
+    const std::string size = id.substr(std::min(id.find('|'), id.size()));
+    return {id, std::to_string(IdentityOf(record)) + ' ' + std::string(record["X-Datetime"].View()) + size};
+}
+
+void AddToDeletions(STRINGARRAY& item, const std::vector<MAILNAME>& mails) {
+    std::vector<std::string_view> ids;
+    for (const MAILNAME& mail : mails)
+        ids.emplace_back(mail.Id);
+    AddIds(item, "@DeleteMessageId", ids);
 }
 
 void QueueDeletion(STRINGARRAY& item, const std::vector<MAILNAME>& mails) {
@@ -125,10 +136,7 @@ void QueueDeletion(STRINGARRAY& item, const std::vector<MAILNAME>& mails) {
             all += Lines(mail);
         return STRING(std::string_view(all));
     });
-    std::vector<std::string_view> ids;
-    for (const MAILNAME& mail : mails)
-        ids.emplace_back(mail.Id);
-    AddIds(item, "@DeleteMessageId", ids);
+    AddToDeletions(item, mails);
 }
 
 std::vector<MAILNAME> QueuedByUser(const STRINGARRAY& item) {

@@ -32,7 +32,7 @@ void AddIds(STRINGARRAY& item, const char* key, const std::vector<std::string_vi
 STRING TakeIds(STRINGARRAY& item, const char* key);
 
 /// A mail by its name on the server, which another mail may have at the next check, and by what it is (see IdentityOf,
-/// in decimal): a Message-Id alone may be a stranger's copy.
+/// with its date and size): a Message-Id alone may be a stranger's copy, and nightly reports have the same words.
 struct MAILNAME {
     std::string Id, Identity;
 };
@@ -40,6 +40,8 @@ MAILNAME NameOf(const STRINGARRAY& record);
 /// Queues mails that a person wants deleted (@DeleteMessageId). What is queued while a check runs outlives the check's
 /// own verdicts: it is remembered in @QueuedByUser until it is carried out.
 void QueueDeletion(STRINGARRAY& item, const std::vector<MAILNAME>& mails);
+/// Adds their ids to @DeleteMessageId alone.
+void AddToDeletions(STRINGARRAY& item, const std::vector<MAILNAME>& mails);
 /// What a person has queued and no check has carried out.
 std::vector<MAILNAME> QueuedByUser(const STRINGARRAY& item);
 /// Calls `change` with each of them, in one step; those for which it is false are forgotten.

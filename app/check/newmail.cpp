@@ -163,14 +163,11 @@ void RenewQueued(STRINGARRAY& item, const RECORDARRAY& records) {
         return;
     const IDSNOW now(records);
     std::unordered_set<std::string> old;
-    std::vector<std::string> renewed;
     ChangeQueued(item, [&](MAILNAME& mail) {
         if (now.Has(mail))
             return true;
         old.insert(mail.Id);
         mail.Id = now.Of(mail.Identity);
-        if (!mail.Id.empty())
-            renewed.push_back(mail.Id);
         return !mail.Id.empty();
     });
     if (old.empty())
@@ -184,7 +181,7 @@ void RenewQueued(STRINGARRAY& item, const RECORDARRAY& records) {
         }
         return STRING(std::string_view(kept));
     });
-    AddIds(item, "@DeleteMessageId", {renewed.begin(), renewed.end()});
+    AddToDeletions(item, QueuedByUser(item));
 }
 
 /// Mails without the copy that the trash should have, for the row's text. Those that were deleted all the same stay

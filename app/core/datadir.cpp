@@ -145,10 +145,11 @@ STRING DataDirFault(const TEXTS& texts, const STRING& directory, const STRING& c
         return DataDirText(texts, TEXT_DIR_MISSING, directory);
     if (FILES::SamePlace(directory.Text(), current.Text()))
         return {};
-    const STRING lock = OSYS::FilePath(directory.Text(), DATADIR_LOCKFILE);
-    if (!OSYS::OpenFile(lock.Text(), "w").IsOpen())
+    // A name of its own: another program that runs there has its lock.
+    const STRING trial = OSYS::FilePath(directory.Text(), "tarnwick-trial.tmp");
+    if (!OSYS::OpenFile(trial.Text(), "w").IsOpen())
         return DataDirText(texts, TEXT_DIR_UNWRITABLE, directory);
-    (void)FILES::Remove(lock.Text());  // it may as well stay
+    (void)FILES::Remove(trial.Text());  // it may as well stay
     return {};
 }
 

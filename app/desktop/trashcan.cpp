@@ -80,7 +80,6 @@ void TRASHCAN::ApplyChanges(bool automatic) {
     Trace("TRASHCAN::DeleteThem done\n");
     if (!may)
         return;
-    Application.Trash().Recount();
     Main.SetMainTitle();
     FillListview();
     SetTitle(Mails->Title());

@@ -59,13 +59,14 @@ int INBOXMAILS::Apply() {
     // What waits for its check may come up marked again; it has its copy.
     std::unordered_set<std::string> queued;
     for (const MAILNAME& mail : QueuedByUser(*item))
-        queued.insert(mail.Identity);
+        queued.insert(mail.Id + mail.Identity);
     std::vector<int> going;
     int failed = 0;
     for (int i = 0; i < Count(); ++i) {
         if (!IsMarked(i))
             continue;
-        if (copies && !queued.contains(NameOf(Mails[i]).Identity) && !Application.Trash().SaveToTrash(Mails[i]))
+        const auto [id, identity] = NameOf(Mails[i]);
+        if (copies && !queued.contains(id + identity) && !Application.Trash().SaveToTrash(Mails[i]))
             ++failed;
         else
             going.push_back(i);

@@ -123,20 +123,22 @@ bool MAILROWS::MustAsk(bool automatic) const {
     return State.GetNumber(automatic ? "InboxAskApplyAuto" : "InboxAskApply") != 0;
 }
 
-std::string MAILROWS::Name(int mail) const {
-    return std::string(Mails[mail]["MessageId"].View()) + '\n' + std::string(Mails[mail]["X-Message-Id"].View());
-}
-
 std::vector<int> MAILROWS::Find(const std::vector<std::string>& names) const {
-    std::unordered_map<std::string_view, int> found;
+    if (names.empty())
+        return {};
+    std::unordered_map<std::string, std::vector<int>> found;
     for (const std::string& name : names)
-        found.emplace(name, -1);
-    for (int i = Count() - 1; i >= 0 && !names.empty(); --i)
+        found[name];
+    for (int i = Count() - 1; i >= 0; --i)
         if (const auto it = found.find(Name(i)); it != found.end())
-            it->second = i;
+            it->second.push_back(i);
     std::vector<int> mails;
-    for (const std::string& name : names)
-        if (const int mail = found[name]; mail != -1)
-            mails.push_back(mail);
+    for (const std::string& name : names) {
+        std::vector<int>& equal = found[name];
+        if (equal.empty())
+            continue;
+        mails.push_back(equal.back());
+        equal.pop_back();
+    }
     return mails;
 }

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "app/check/items.h"
 #include "app/check/mailrecords.h"
 #include "app/core/commands.h"
 #include "corelib/base/recordarray.h"
@@ -58,9 +59,10 @@ class MAILROWS {
     /// Whether its mark was changed since the mails were read.
     bool IsTouched(int mail) const { return Mails[mail].GetNumber("@Touched") != 0; }
 
-    /// What tells a mail from others, also in the next listing: for a selection that outlives this one.
-    std::string Name(int mail) const;
-    /// The mails of those names that there are, in the order of the names.
+    /// What tells a mail from others, also in the next listing, whatever its id is there: for a selection that outlives
+    /// this one.
+    virtual std::string Name(int mail) const { return NameOf(Mails[mail]).Identity; }
+    /// The mails of those names that there are, in the order of the names. Of equal mails each is given once.
     std::vector<int> Find(const std::vector<std::string>& names) const;
 
  protected:

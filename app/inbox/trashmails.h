@@ -19,6 +19,7 @@ class TRASHMAILS : public MAILROWS {
     int FindId(std::string_view id) const;
     /// The mail with its text, which is read when it is asked for: a copy of the record. The text is empty if its file
     /// has gone.
+    std::string Name(int mail) const override { return std::string(Mails[mail]["@File"].View()); }
     STRINGARRAY Whole(int mail) const override;
 
     /// Deletes the files of the marked copies, and takes them out of the list. How many could not be deleted; these

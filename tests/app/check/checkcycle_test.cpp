@@ -282,7 +282,7 @@ TEST_F(Check, KeepsWhatTheUserDeletesMeanwhile) {
 /// A mail without a subject and a text, by its Message-Id.
 MAILNAME Named(const MAILNAME& name) {
     STRINGARRAY record;
-    for (const char* key : {"Subject", "Body"})
+    for (const char* key : {"Subject", "Body", "X-Datetime"})
         record.Set(key, "");
     record.Set("MessageId", name.Identity.c_str());
     record.Set("X-Message-Id", name.Id.c_str());

@@ -116,12 +116,13 @@ TEST_F(NewMail, ThePopupsMailIsKnownByItsPresentId) {
         {"3 msgs|3 ?unread|9 bytes\n" + mail("c", "3|400") + mail("b", "2|400") + mail("a", "1|400"), "2|400\n"},
         {"1 msgs|1 ?unread|9 bytes\n" + mail("c", "3|400"), ""},
         {"2 msgs|2 ?unread|9 bytes\n" + mail("b", "3|400") + mail("b", "2|400"), ""},
-        // Another mail with the same Message-Id.
+        // Other mails with the same Message-Id.
+        {"1 msgs|1 ?unread|9 bytes\n" + mail("b", "2|401"), ""},
         {"1 msgs|1 ?unread|9 bytes\n" + Mail("b", "X-Message-Id: 2|400\nSubject: copied\n"), ""},
     };
     for (const auto& [listing, wantedId] : CASES) {
         Item.Set("@X-DeleteMessageId", "3|400\n");
-        Item.Set("@X-DeleteMail", Identity(mail("b", "2|400")).c_str());
+        Item.Set("@X-DeleteMail", Identity(mail("b", "3|400")).c_str());
         Check(listing);
         EXPECT_EQ(Value("@X-DeleteMessageId"), wantedId) << listing;
     }

@@ -24,6 +24,7 @@ TEST_F(TrashMails, AreMarkedAndGoButForThoseThatAreKept) {
     TRASHMAILS rows(Application);
     rows.Load();
     ASSERT_EQ(rows.Count(), 3);
+    EXPECT_EQ(rows.Find({rows.Name(2), rows.Name(0)}), (std::vector{2, 0}));
     EXPECT_EQ(Std(rows.Title()), "text 10004 $DIR - 3 text 3050 $DIR");
     const int second = rows.FindId("100000001");
     ASSERT_NE(second, -1);
