@@ -1,19 +1,10 @@
 // Addresses of /ADD: what is taken can be stored and sent to a server, and says the same when it is written anew.
 
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-
 #include "app/console/addaccount.h"
 #include "corelib/base/ascii.h"
+#include "fuzz/fuzz.h"
 
 namespace {
-
-void Require(bool condition) {
-    if (!condition)
-        __builtin_trap();
-}
 
 // Each byte as %41.
 std::string Encoded(const STRING& text) {
@@ -33,22 +24,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (ParseMailAddress({reinterpret_cast<const char*>(data), size}, address) != ADDRESSFAULT::None)
         return 0;
     const MAILBOXKIND& kind = KindOf(address.Type);
-    Require(kind.Scheme && address.User.Length() > 0 && kind.HasServer() == (address.Server.Length() > 0));
+    Always(kind.Scheme && address.User.Length() > 0 && kind.HasServer() == (address.Server.Length() > 0));
     for (const STRING& part : {address.User, address.Server})
         for (char c : part.View())
-            Require(static_cast<unsigned char>(c) >= 32 && c != 127 && c != '|');
+            Always(static_cast<unsigned char>(c) >= 32 && c != 127 && c != '|');
     STRINGARRAY item;
     MAILACCOUNT::SetAddress(item, address, "");
-    Require(MAILACCOUNT::Address(item) == address);
+    Always(MAILACCOUNT::Address(item) == address);
     const size_t colon = address.Server.View().find(':');
     if (colon != std::string_view::npos) {
         const std::string port(address.Server.View().substr(colon + 1));
-        Require(ASCII::IsNumber(port));
-        Require(atoi(port.c_str()) >= 1 && atoi(port.c_str()) <= 65535);
+        Always(ASCII::IsNumber(port));
+        Always(atoi(port.c_str()) >= 1 && atoi(port.c_str()) <= 65535);
     }
     const std::string server = (kind.HasServer() ? "@" : "") + std::string(address.Server.View());
     MAILADDRESS again;
-    Require(ParseMailAddress(kind.Scheme + Encoded(address.User) + server, again) == ADDRESSFAULT::None);
-    Require(again == address);
+    Always(ParseMailAddress(kind.Scheme + Encoded(address.User) + server, again) == ADDRESSFAULT::None);
+    Always(again == address);
     return 0;
 }

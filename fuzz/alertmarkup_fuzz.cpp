@@ -1,8 +1,5 @@
-#include <algorithm>
-#include <cstdint>
-#include <cstdlib>
-
 #include "app/notify/alertlayout.h"
+#include "fuzz/fuzz.h"
 
 namespace {
 
@@ -10,8 +7,7 @@ namespace {
 class METRICS : public ALERTMETRICS {
  public:
     bool Measure(ALERTFONT font, std::string_view text, ALERTSIZE& size) override {
-        if (text.empty())
-            abort();
+        Never(text.empty());
         const unsigned char first = static_cast<unsigned char>(text[0]);
         size.Width = first == 'W' ? INT32_MAX : first == 'w' ? INT32_MIN : static_cast<int>(text.size()) * 7;
         size.Height = first == 'H' ? INT32_MAX : 10 + static_cast<int>(font);
@@ -27,11 +23,6 @@ class CANVAS : public ALERTCANVAS {
     size_t Bytes = 0;
 };
 
-void Check(bool condition) {
-    if (!condition)
-        abort();
-}
-
 }  // namespace
 
 // Whatever the bytes: as many lines as line ends say, no more pieces and no more text than there were bytes for, and
@@ -39,28 +30,28 @@ void Check(bool condition) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     const std::vector<ALERTLINE> lines = ParseAlertMarkup(text);
-    Check(lines.size() == 1u + static_cast<size_t>(std::count(text.begin(), text.end(), '\n')));
+    Always(lines.size() == 1u + static_cast<size_t>(std::count(text.begin(), text.end(), '\n')));
     size_t pieces = 0;
     size_t bytes = 0;
     for (const ALERTLINE& line : lines) {
-        Check(!line.empty());
+        Always(!line.empty());
         pieces += line.size();
         for (const ALERTPIECE& piece : line)
             bytes += piece.Text.size();
     }
-    Check(pieces <= size + 1 && bytes <= size);
+    Always(pieces <= size + 1 && bytes <= size);
 
     METRICS metrics;
     const ALERTLAYOUT layout(text, metrics);
-    Check(layout.Buttons().size() <= MAX_ALERT_BUTTONS);
+    Always(layout.Buttons().size() <= MAX_ALERT_BUTTONS);
     for (const ALERTBUTTON& button : layout.Buttons()) {
         const ALERTRECT& rect = button.Rect;
-        Check(rect.Left <= rect.Right && rect.Top <= rect.Bottom);
+        Always(rect.Left <= rect.Right && rect.Top <= rect.Bottom);
         if (rect.Left < rect.Right && rect.Top < rect.Bottom)
-            Check(layout.ButtonAt({rect.Left, rect.Top}) != nullptr);
+            Always(layout.ButtonAt({rect.Left, rect.Top}) != nullptr);
     }
     const ALERTSIZE window = layout.WindowSize();
-    Check(window.Width >= 0 && window.Height >= 0);
+    Always(window.Width >= 0 && window.Height >= 0);
     PlaceAlert({0, 0, 1920, 1040}, window, static_cast<int>(size % 7));
     for (int state = 0; state < 4; ++state) {
         CANVAS canvas;
@@ -70,15 +61,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         look.Pressed = state & 1;
         look.Swapped = state & 2;
         layout.Paint(canvas, look);
-        Check(canvas.Bytes <= bytes + 3 * pieces);  // the dots of what is too wide
+        Always(canvas.Bytes <= bytes + 3 * pieces);  // the dots of what is too wide
     }
 
     const ALERTSIZE room{300, 200};
     const ALERTLAYOUT bounded(text, metrics, room);
-    Check(bounded.Buttons().size() == layout.Buttons().size());
+    Always(bounded.Buttons().size() == layout.Buttons().size());
     if (text.find('H') == text.npos) {
-        Check(bounded.WindowSize().Width <= room.Width);
-        Check(bounded.WindowSize().Height <= room.Height || !bounded.Buttons().empty());
+        Always(bounded.WindowSize().Width <= room.Width);
+        Always(bounded.WindowSize().Height <= room.Height || !bounded.Buttons().empty());
     }
     return 0;
 }

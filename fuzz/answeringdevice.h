@@ -1,12 +1,10 @@
 #pragma once
 
-#include <algorithm>
-#include <cstring>
 #include <functional>
 #include <mutex>
-#include <string>
 
 #include "corelib/net/baseio.h"
+#include "fuzz/fuzz.h"
 
 /// A device with a server in it, for conversations that no script can hold: it greets, and answers each line at once.
 class ANSWERINGDEVICE : public BASEIO {

@@ -1,6 +1,5 @@
-#include <cstdlib>
-
 #include "corelib/base/strings.h"
+#include "fuzz/fuzz.h"
 
 // Coding and decoding give the text back; decoding stands any text.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -8,9 +7,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     text.Unescape();
     text.FromBase64();
     for (bool breaklines : {false, true})
-        if (!(text.ToBase64(breaklines).FromBase64() == text))
-            abort();
-    if (!(text.Escape("={}").Unescape() == text))
-        abort();
+        Always(text.ToBase64(breaklines).FromBase64() == text);
+    Always(text.Escape("={}").Unescape() == text);
     return 0;
 }

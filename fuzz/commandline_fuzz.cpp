@@ -1,32 +1,21 @@
 // Command lines come from whoever starts the program: any text must split into words that look-ups can stand.
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-
 #include "app/core/arguments.h"
+#include "fuzz/fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string line(reinterpret_cast<const char*>(data), size);
     const ARGUMENTS arguments("tarnwick", line.c_str());
-    for (int i = 1; i < arguments.Count(); ++i) {
+    for (int i = 1; i < arguments.Count(); ++i)
         // Each word is a piece of the line, and blanks are only inside quoted ones.
-        if (line.find(arguments[i].Text()) == std::string::npos) {
-            abort();
-        }
-    }
+        Never(line.find(arguments[i].Text()) == std::string::npos);
     for (const char* name : {"WORKDIR", "LANG", "CHECK", ""}) {
         int n = 0;
         while (arguments.TestArgValue(name, n)) {
-            if (!arguments.GetArgValue(name, n).NotNull()) {
-                abort();
-            }
+            Never(!arguments.GetArgValue(name, n).NotNull());
             ++n;
         }
-        if (arguments.GetArgValue(name, n).NotNull() || n >= arguments.Count()) {
-            abort();
-        }
+        Never(arguments.GetArgValue(name, n).NotNull() || n >= arguments.Count());
         arguments.TestArg(name);
     }
     return 0;

@@ -1,9 +1,5 @@
-#include <algorithm>
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include "corelib/net/mxlookup.h"
+#include "fuzz/fuzz.h"
 
 // Whatever a name server sends: only a packet with our number and our question is taken for the answer, and a name that
 // is read out of one is a name. The seeds are packets; the question for a.example begins each query.
@@ -14,22 +10,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // In a block of its size, so that a read past its end is seen.
     const std::vector<char> block(data, data + size);
     const std::string_view packet(block.data(), block.size());
-    if (IsDnsAnswer(QUERY, packet) && (packet.substr(0, 2) != QUERY.substr(0, 2) || !(data[2] & 0x80)))
-        abort();
+    Never(IsDnsAnswer(QUERY, packet) && (packet.substr(0, 2) != QUERY.substr(0, 2) || !(data[2] & 0x80)));
     std::vector<DNSRECORD> records;
     ReadDnsAnswer(packet, records);
-    if (records.size() > size)
-        abort();
+    Never(records.size() > size);
     for (const DNSRECORD& record : records) {
         const std::string_view host = record.Host.View();
         const bool plain = std::all_of(host.begin(), host.end(), [](char c) { return c > ' ' && c < 127; });
         for (const int number : {record.Preference, record.Weight, record.Port})
-            if (number < 0 || number > 65535)
-                abort();
+            Never(number < 0 || number > 65535);
         const bool isService = record.Type == DNSTYPE_SRV;
-        if (host.size() > LONGEST_NAME || !plain || (record.Type != DNSTYPE_MX && !isService && !host.empty()) ||
-            (!isService && record.Weight + record.Port != 0))
-            abort();
+        Never(host.size() > LONGEST_NAME || !plain || (record.Type != DNSTYPE_MX && !isService && !host.empty()) ||
+              (!isService && record.Weight + record.Port != 0));
     }
     return 0;
 }

@@ -1,44 +1,10 @@
-#include <algorithm>
-#include <atomic>
-#include <cstdlib>
-#include <cstring>
-#include <string_view>
-
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
 #include "corelib/net/webget.h"
+#include "fuzz/saidserver.h"
 #include "tests/support/times.h"
 
 namespace {
-
-// A server that says all that it has to say and hangs up.
-class SERVER : public BASEIO {
- public:
-    explicit SERVER(std::string_view words) : BASEIO("", "", "", true), Words(words) { OpenStartGate(); }
-    ~SERVER() override { KillDaemon(); }
-    bool DevRead(char* buffer, int* length) override {
-        auto n = std::min(static_cast<size_t>(*length), Words.size());
-        memcpy(buffer, Words.data(), n);
-        Words.remove_prefix(n);
-        *length = static_cast<int>(n);
-        // What it said last is in the ring by now.
-        Online = n > 0;
-        return n > 0;
-    }
-    int DevWrite(const char*, int) override { return 1; }
-    int DevGetNumAvail() override { return static_cast<int>(Words.size()); }
-    bool IsUsable() override { return true; }
-    bool MakeCall(const char*) override { return true; }
-    bool AcceptCall() override { return false; }
-    bool DropCall() override { return true; }
-    STRING GetInfo(const char* key) override {
-        return strcmp(key, "ONLINE") == 0 ? STRING(Online ? "1" : "0") : BASEIO::GetInfo(key);
-    }
-
- private:
-    std::string_view Words;
-    std::atomic<bool> Online = true;
-};
 
 int CancelWhenDue(void* left, int kind, int) {
     return kind == WEBGET::CANCEL && --*static_cast<int*>(left) == 0;
@@ -59,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view words(reinterpret_cast<const char*>(data + 1), std::min(size - 1, MOST));
     int asksLeft = data[0];
 
-    SERVER server(words);
+    SAIDSERVER server(data + 1, words.size(), true);
     char line[64];
     TCP::ReadLine(server, line, sizeof line, SHRINKABLE::WebTimes.AnswerMs);
     STRING result = "";
@@ -68,11 +34,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const std::string_view mark : {"TCPIO 999 Timeout\r\n", "TCPIO 998 Canceled\r\n"})
         if (read.starts_with(mark))
             read.remove_prefix(mark.size());
-    if (words.find(read) == words.npos)
-        abort();
+    Never(words.find(read) == words.npos);
     const auto room = static_cast<size_t>(result.Length()) + MOST;
     WEBGET::Beautify(result);
-    if (result.View().size() > room)
-        abort();
+    Never(result.View().size() > room);
     return 0;
 }

@@ -1,30 +1,24 @@
-#include <cstdlib>
-#include <string_view>
-
 #include "corelib/base/ascii.h"
 #include "corelib/net/httptext.h"
 #include "corelib/net/webget.h"
+#include "fuzz/fuzz.h"
 
 // What a page holds: its text and attributes never grow, and a link leads to a document inside the host.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const STRING page(std::string_view(reinterpret_cast<const char*>(data), size));
     STRING text = page;
     HtmlToText(text, ' ');
-    if (text.Length() > page.Length() || text.Pos('\xff') != -1)
-        abort();
+    Never(text.Length() > page.Length() || text.Pos('\xff') != -1);
     const int before = text.Length();
     CollapseBlanks(text);
-    if (text.Length() > before)
-        abort();
-    if (AttributeValue(page, "href").Length() > page.Length())
-        abort();
+    Never(text.Length() > before);
+    Never(AttributeValue(page, "href").Length() > page.Length());
 
     STRING host = page.Line(1, WORD_NEVERNULL), doc = page.Line(2, WORD_NEVERNULL);
     const STRING url = page.Line(0, WORD_NEVERNULL);
     UrlToHostDoc(url, host, doc);
     const bool whole = ASCII::BeginsWith(url.View(), "http://");
-    if (doc.Length() == 0 || (!whole && doc.View().find("/../") != std::string_view::npos))
-        abort();
+    Never(doc.Length() == 0 || (!whole && doc.View().find("/../") != std::string_view::npos));
     HostCredentials().Delete(host.Text());
     return 0;
 }

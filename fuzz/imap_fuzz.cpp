@@ -1,12 +1,9 @@
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include "app/mailbox/imap.h"
 #include "app/mailbox/listing.h"
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
 #include "fuzz/answeringdevice.h"
+#include "fuzz/fuzz.h"
 #include "fuzz/saidserver.h"
 #include "tests/support/times.h"
 
@@ -27,15 +24,12 @@ void ReadWhatAServerSays(const uint8_t* data, size_t size) {
     SAIDSERVER server(data, size);
     STRING listing;
     if (!ImapRead(server, row.Call("", "", ""), "", IMAP_BODY_BYTES, listing)) {
-        if (!ASCII::BeginsWith(listing.View(), "-ERR "))
-            abort();
+        Never(!ASCII::BeginsWith(listing.View(), "-ERR "));
         return;
     }
-    if (!ASCII::IsDigit(listing.View().front()))
-        abort();
+    Never(!ASCII::IsDigit(listing.View().front()));
     for (const std::string& block : Blocks(listing))
-        if (block.find("Message-Id: ") == block.npos || block.find("\n\n") == block.npos)
-            abort();
+        Never(block.find("Message-Id: ") == block.npos || block.find("\n\n") == block.npos);
 }
 
 struct MAIL {
@@ -74,9 +68,8 @@ std::vector<std::string> ReadThreeMails(const MAIL& middle, bool flagsLast) {
     ANSWERINGDEVICE server("* OK hello\r\n", [&](const std::string& line) { return Answer(line, mails, flagsLast); });
     UNWATCHED row;
     STRING listing;
-    if (!ImapRead(server, row.Call("", "", ""), "", IMAP_BODY_BYTES, listing) ||
-        !listing.View().starts_with("3 msgs|3 unread|0 bytes\n"))
-        abort();
+    Never(!ImapRead(server, row.Call("", "", ""), "", IMAP_BODY_BYTES, listing) ||
+          !listing.View().starts_with("3 msgs|3 unread|0 bytes\n"));
     return Blocks(listing);
 }
 
@@ -87,9 +80,8 @@ void ReadWhatAMailSays(const uint8_t* data, size_t size) {
     const bool flagsLast = size % 2 == 0;
     const std::vector<std::string> plain = ReadThreeMails({}, flagsLast),
                                    blocks = ReadThreeMails({text.substr(0, half), text.substr(half)}, flagsLast);
-    if (plain.size() != 3 || blocks.size() != 3 || blocks[0] != plain[0] || blocks[2] != plain[2] ||
-        blocks[1].find("\nMessage-Id: 2\nSeen: 0\n\n") == plain[1].npos)
-        abort();
+    Never(plain.size() != 3 || blocks.size() != 3 || blocks[0] != plain[0] || blocks[2] != plain[2] ||
+          blocks[1].find("\nMessage-Id: 2\nSeen: 0\n\n") == plain[1].npos);
 }
 
 }  // namespace

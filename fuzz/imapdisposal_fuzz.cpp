@@ -1,10 +1,9 @@
-#include <cstdlib>
 #include <set>
-#include <string>
 
 #include "app/mailbox/imap.h"
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
+#include "fuzz/fuzz.h"
 #include "fuzz/saidserver.h"
 #include "tests/support/times.h"
 
@@ -20,8 +19,7 @@ class WATCHINGSERVER : public SAIDSERVER {
     }
     int DevWrite(const char* buffer, int length) override {
         std::string_view line(buffer, static_cast<size_t>(length));
-        if (line.find_first_of(std::string_view("\r\n\0", 3)) != line.size() - 2 || !line.ends_with("\r\n"))
-            abort();
+        Never(line.find_first_of(std::string_view("\r\n\0", 3)) != line.size() - 2 || !line.ends_with("\r\n"));
         line.remove_suffix(2);
         TakeWord(line);
         std::string word = TakeWord(line);
@@ -33,8 +31,7 @@ class WATCHINGSERVER : public SAIDSERVER {
                 Check(word, ids.substr(at, end - at));
                 at = end + 1;
             }
-            if ((word == "UID FETCH" && line != "(UID)") || (word == "UID STORE" && line != "+FLAGS (\\Deleted)"))
-                abort();
+            Never((word == "UID FETCH" && line != "(UID)") || (word == "UID STORE" && line != "+FLAGS (\\Deleted)"));
         }
         for (const char* known : {"LOGIN", "CAPABILITY", "SELECT", "UID FETCH", "UID COPY", "UID STORE", "UID EXPUNGE",
                                   "EXPUNGE", "LOGOUT"})
@@ -47,8 +44,7 @@ class WATCHINGSERVER : public SAIDSERVER {
     static std::string TakeWord(std::string_view& rest) { return std::string(ASCII::Take(rest, ' ')); }
     // Each step is one for an id that was asked for, and that has taken the step before.
     void Check(const std::string& word, const std::string& id) {
-        if (!Asked.contains(id) || !ASCII::IsNumber(id))
-            abort();
+        Never(!Asked.contains(id) || !ASCII::IsNumber(id));
         if (word == "UID FETCH")
             Last = id;
         else if (word == "UID EXPUNGE" ? !Marked.contains(id) : id != Last)

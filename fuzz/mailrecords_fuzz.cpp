@@ -1,14 +1,10 @@
 // A listing holds what mail servers sent: any bytes must become whole records, and a listing that has not changed since
 // the last check must hold nothing new.
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-
 #include "app/check/items.h"
 #include "app/check/mailrecords.h"
 #include "app/check/newmail.h"
+#include "fuzz/fuzz.h"
 
 namespace {
 
@@ -51,11 +47,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const int count = BuildMailHash(STRING(std::string_view("\n" + blocks)), records);
     if (count == 0)
         return 0;
-    for (int i = 0; i < count; ++i) {
-        if (records[i].Count() != 15 || records[i].Get("MessageId").Length() == 0 ||
-            records[i].Get("X-Message-Id").Length() == 0)
-            abort();
-    }
+    for (int i = 0; i < count; ++i)
+        Never(records[i].Count() != 15 || records[i].Get("MessageId").Length() == 0 ||
+              records[i].Get("X-Message-Id").Length() == 0);
 
     // With the true count, so that only what the mails hold matters.
     const STRING listing(std::string_view(std::to_string(count) + " msgs|? unread|0 bytes\n" + blocks));
@@ -68,7 +62,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     HandleNewMail(item, listing, item.Get("LastSeenIds"), false, {state, texts, trash, first}, popup);
     COUNTER second;
     HandleNewMail(item, listing, item.Get("LastSeenIds"), false, {state, texts, trash, second}, popup);
-    if (first.New != count || second.New != 0)
-        abort();
+    Never(first.New != count || second.New != 0);
     return 0;
 }

@@ -1,10 +1,7 @@
 // Address, subject and date fields are the sender's free text.
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-
 #include "app/common/mailtext.h"
+#include "fuzz/fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const STRING text(std::string_view(reinterpret_cast<const char*>(data), size));
@@ -12,25 +9,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     STRING name = text;
     STRING email;
     SplitAddress(name, email);
-    if (name.Length() > text.Length() || email.Length() > text.Length() || (name.Length() == 0 && email.Length() > 0))
-        abort();
+    Never(name.Length() > text.Length() || email.Length() > text.Length() ||
+          (name.Length() == 0 && email.Length() > 0));
     for (const STRING* part : {&name, &email}) {
         STRING cut = *part;
         cut.Strip('B', " \r\n\t");
-        if (cut.Length() != part->Length())
-            abort();
+        Never(cut.Length() != part->Length());
     }
 
     // Decoding never makes a text longer.
     STRING decoded = text;
     DecodeEncodedWords(decoded);
-    if (decoded.Length() > text.Length())
-        abort();
+    Never(decoded.Length() > text.Length());
 
     STRING date;
     STRING time;
     ParseDate(text, date, time);
-    if (date.Length() < 10 || time.Length() < 5)
-        abort();
+    Never(date.Length() < 10 || time.Length() < 5);
     return 0;
 }

@@ -1,13 +1,9 @@
 // Mailbox files: however the pieces fall in which a file comes, the mails are the same, each is bounded, and no byte of
 // one mail changes the others.
 
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "app/console/scoremails.h"
 #include "app/mailbox/pop3.h"
+#include "fuzz/fuzz.h"
 
 namespace {
 
@@ -30,16 +26,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     const std::string file(reinterpret_cast<const char*>(data) + 1, size - 1);
     const std::vector<std::string> mails = Read(file, file.size());
-    if (Read(file, size_t{data[0]} + 1) != mails)
-        __builtin_trap();
+    Never(Read(file, size_t{data[0]} + 1) != mails);
     for (const std::string& mail : mails)
-        if (mail.size() > MAIL_MAX || mail.find('\r') != mail.npos || mail.find('\0') != mail.npos)
-            __builtin_trap();
+        Never(mail.size() > MAIL_MAX || mail.find('\r') != mail.npos || mail.find('\0') != mail.npos);
     // Between two mails, the file adds its own and takes nothing.
     const std::string envelope = "From x@y Thu Jan  1 00:00:00 1970\n", mark(MARK);
     const std::vector<std::string> all =
         Read(envelope + mark + "\n" + envelope + file + "\n\n" + envelope + mark, POP_LINE);
-    if (all.size() < 3 || all.front() != mark || all.back() != mark)
-        __builtin_trap();
+    Never(all.size() < 3 || all.front() != mark || all.back() != mark);
     return 0;
 }

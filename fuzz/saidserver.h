@@ -1,19 +1,17 @@
 #pragma once
 
-#include <algorithm>
-#include <cstring>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <atomic>
 
-#include "app/mailbox/mailhandler.h"
 #include "corelib/net/tcpio.h"
+#include "fuzz/fuzz.h"
 
-/// A server that has said all that it will ever say before it is asked.
+/// A server that has said all that it will ever say before it is asked; and then hangs up, if it does so.
 class SAIDSERVER : public BASEIO {
  public:
-    SAIDSERVER(const uint8_t* data, size_t size)
-        : BASEIO("", "", "", true), Words(reinterpret_cast<const char*>(data), std::min(size, size_t{32768})) {
+    SAIDSERVER(const uint8_t* data, size_t size, bool hangsUp = false)
+        : BASEIO("", "", "", true),
+          Words(reinterpret_cast<const char*>(data), std::min(size, size_t{32768})),
+          HangsUp(hangsUp) {
         OpenStartGate();
     }
     ~SAIDSERVER() override { KillDaemon(); }
@@ -22,6 +20,8 @@ class SAIDSERVER : public BASEIO {
         memcpy(buffer, Words.data(), n);
         Words.remove_prefix(n);
         *length = static_cast<int>(n);
+        // What it said last is in the ring by now.
+        Online = n > 0 || !HangsUp;
         return n > 0;
     }
     int DevWrite(const char* bytes, int length) override {
@@ -34,24 +34,14 @@ class SAIDSERVER : public BASEIO {
     bool AcceptCall() override { return false; }
     bool DropCall() override { return true; }
 
+    STRING GetInfo(const char* key) override {
+        return HangsUp && strcmp(key, "ONLINE") == 0 ? STRING(Online ? "1" : "0") : BASEIO::GetInfo(key);
+    }
+
     std::vector<std::string> Heard;  // what was written, in its pieces
 
  private:
     std::string_view Words;
-};
-
-class NOTEXTS : public TEXTS {
-    STRING Get(int) const override { return ""; }
-};
-
-/// A call that nobody watches or stops.
-class QUIETCALL {
-    FRONTEND Nobody;
-    NOTEXTS Texts;
-    PROGRESS Progress{Nobody, Texts, 1};
-    STRINGARRAY NoKeys;
-    STOPQUESTION NeverStops;
-
- public:
-    const MAILBOXCALL Call{NoKeys, Progress, NoKeys, NeverStops, "", "", ""};
+    const bool HangsUp;
+    std::atomic<bool> Online = true;
 };

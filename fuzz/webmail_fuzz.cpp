@@ -1,18 +1,8 @@
-#include <algorithm>
-#include <cstdlib>
-#include <string_view>
-
 #include "app/mailbox/hotmail.h"
 #include "app/mailbox/hotmailpages.h"
 #include "app/mailbox/listing.h"
-
-namespace {
-
-class NOTEXTS : public TEXTS {
-    STRING Get(int) const override { return ""; }
-};
-
-}  // namespace
+#include "bench/unwatched.h"
+#include "fuzz/fuzz.h"
 
 // Whatever the web-mail service answers, what is made of it has the form that others rely on.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -22,9 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     STRINGARRAY jar;
     SetCookie(page, jar);
     const STRING header = CookieHeader(jar, "www.webmail.example");
-    if (jar.Count() > WebLimits.Cookies || header.Pos('\n') != -1 ||
-        header.View().starts_with("Cookie: ") != (jar.Count() > 0))
-        abort();
+    Never(jar.Count() > WebLimits.Cookies || header.Pos('\n') != -1 ||
+          header.View().starts_with("Cookie: ") != (jar.Count() > 0));
 
     STRING link, host, doc;
     HOTMAILPAGES::IsHomePage(page);
@@ -32,25 +21,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (!find(page, link))
             continue;
         UrlToHostDoc(link, "www.webmail.example", "/", host, doc);
-        if (!host.NotNull() || !doc.View().starts_with('/'))
-            abort();
+        Never(!host.NotNull() || !doc.View().starts_with('/'));
     }
     HOTMAILPAGES::MailText(page);
 
     const STRINGARRAY settings;
     const STOPQUESTION never = [] { return false; };
-    FRONTEND nobody;
-    NOTEXTS texts;
+    UNWATCHED row;
     WEBSESSION session(settings, never);
     STRING listing;
-    if (!HotmailListing(session, PROGRESS(nobody, texts, 1), "joe", 0, page, listing))
+    if (!HotmailListing(session, row, "joe", 0, page, listing))
         return listing == "-ERR 999 Mail table not found" ? 0 : (abort(), 1);
     int blocks = 0;
     LISTING::BLOCKCURSOR cursor(listing);
     for (std::string_view block; cursor.Next(block); ++blocks)
-        if (!block.starts_with("To: joe@"))
-            abort();
-    if (blocks != LISTING::ReadSummary(listing).Count)
-        abort();
+        Never(!block.starts_with("To: joe@"));
+    Never(blocks != LISTING::ReadSummary(listing).Count);
     return 0;
 }
