@@ -9,7 +9,6 @@
 #include "app/demo/pop3service.h"
 #include "app/demo/samplemail.h"
 #include "app/mailbox/account.h"
-#include "app/mailbox/imap.h"
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/recordarray.h"
 #include "tests/app/apptest.h"
@@ -27,27 +26,6 @@ class COUNTINGNOTIFIER : public NOTIFIER {
     }
     bool NothingNew(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) override { return false; }
     std::atomic<int> Reports = 0, Mails = 0;
-};
-
-/// A service on a mailbox of three mails, and what a client of ours needs.
-struct MAILBOX {
-    MAILBOX() : Service(Store, "demo", "demo") {
-        Store.Deliver("Subject: one\r\n\r\nline 1\r\nline 2\r\n");
-        Store.Deliver("Subject: two\r\n\r\n.\r\n..dots\r\n");
-        Store.Deliver("Subject: three\r\n\r\n");
-        EXPECT_TRUE(Service.Start());
-        Server.Format("127.0.0.1:%d", Service.Port());
-    }
-
-    DEMOSTORE Store;
-    IMAPSERVICE Service;
-    STRING Server;
-    FRONTEND FrontEnd;
-    NUMBEREDTEXTS Texts;
-    PROGRESS Progress{FrontEnd, Texts, 0};
-    STRINGARRAY Item, Settings;
-    STOPQUESTION StopAsked;
-    MAILBOXCALL Call() { return {Item, Progress, Settings, StopAsked, Server, "demo", "demo"}; }
 };
 
 }  // namespace
@@ -97,27 +75,7 @@ TEST(Demo, SpeaksToOtherClients) {
     EXPECT_EQ(store.Mails().size(), 1U);
 }
 
-TEST(Demo, ServesTheRealImapClient) {
-    MAILBOX box;
-    STRING result;
-    box.Item.Set("DoAltFolder", "0");
-    box.Item.Set("UidValidity", "1");
-    const MAILBOXCALL wrong{box.Item, box.Progress, box.Settings, box.StopAsked, box.Server, "demo", "wrong"};
-    EXPECT_FALSE(ImapGet(wrong, "", IMAP_BODY_BYTES, result));
-    ASSERT_TRUE(ImapGet(box.Call(), "", IMAP_BODY_BYTES, result)) << Std(result);
-    EXPECT_EQ(result.Line(0), "3 msgs|3 unread|0 bytes");
-    RECORDARRAY records(64, 64);
-    ASSERT_EQ(BuildMailHash(result, records), 3);
-    EXPECT_EQ(records[0]["Subject"], "three");
-    EXPECT_EQ(records[2]["Body"], "line 1\nline 2\n\n");
-    EXPECT_TRUE(ImapMove(box.Call(), records[1]["X-Message-Id"], "spam", result)) << Std(result);
-    EXPECT_TRUE(ImapDelete(box.Call(), records[0]["X-Message-Id"], result)) << Std(result);
-    ASSERT_EQ(box.Store.Mails().size(), 1U);
-    EXPECT_EQ(box.Store.Mails()[0]->Number, 1);
-    EXPECT_EQ(box.Store.Mails("spam").size(), 1U);
-}
-
-TEST(Demo, TellsATrialLoginTheCountAlone) {
+TEST(Demo, ServesTheRealClientsAndTellsATrialLoginTheCountAlone) {
     struct : FRONTEND {
         void SetItemStatus(int /*handle*/, const STRING& text) override { Read += text.Pos("3000") != -1; }
         int Read = 0;
@@ -127,8 +85,9 @@ TEST(Demo, TellsATrialLoginTheCountAlone) {
     FillSettings(settings, {{"PopupBackgroundColor", "1"}, {"PopupTextColor", "2"}});
     MAILHANDLING mailboxes(frontEnd, texts, settings);
     DEMOSTORE store;
-    for (int i = 0; i < 3; ++i)
-        store.Deliver("Subject: one\r\n\r\n");
+    for (const char* mail :
+         {"Subject: one\r\n\r\nline 1\r\nline 2\r\n", "Subject: two\r\n\r\n.\r\n..dots\r\n", "Subject: three\r\n\r\n"})
+        store.Deliver(mail);
     POP3SERVICE pop(store, "demo", "pw");
     IMAPSERVICE imap(store, "demo", "pw");
     for (const auto& [type, service] : {std::pair<int, DEMOSERVICE*>{ITEMTYPE_POP3, &pop}, {ITEMTYPE_IMAP, &imap}}) {
@@ -139,10 +98,25 @@ TEST(Demo, TellsATrialLoginTheCountAlone) {
         int handle = FIRST_ITEM_HANDLE;
         FixItem(item, settings, handle);
         MAILACCOUNT::SetAddress(item, {type, "demo", server}, "pw");
+        frontEnd.Read = 0;
         EXPECT_TRUE(TryLogin(item, mailboxes, texts, outcome)) << Std(outcome);
         EXPECT_EQ(Std(outcome), Std(FormatMailCount(texts, 3)));
         EXPECT_EQ(frontEnd.Read, 0);
         EXPECT_EQ(item.Get("@UidValidity"), "");
+        const STRING listing = mailboxes.GetMailbox(item);
+        RECORDARRAY records(64, 64);
+        ASSERT_EQ(BuildMailHash(listing, records), 3) << Std(listing);
+        EXPECT_EQ(records[0]["Subject"], "three");
+        if (type == ITEMTYPE_IMAP) {
+            EXPECT_EQ(listing.Line(0), "3 msgs|3 unread|0 bytes");
+            EXPECT_EQ(records[2]["Body"], "line 1\nline 2\n\n");
+            item.Set("UidValidity", item.Get("@UidValidity"));
+            EXPECT_TRUE(mailboxes.MoveMail(item, records[1]["X-Message-Id"], "spam", outcome)) << Std(outcome);
+            EXPECT_TRUE(mailboxes.DeleteMail(item, records[0]["X-Message-Id"], outcome)) << Std(outcome);
+            ASSERT_EQ(store.Mails().size(), 1U);
+            EXPECT_EQ(store.Mails()[0]->Number, 1);
+            EXPECT_EQ(store.Mails("spam").size(), 1U);
+        }
         MAILACCOUNT::SetPassword(item, "wrong");
         EXPECT_FALSE(TryLogin(item, mailboxes, texts, outcome));
         EXPECT_EQ(item.Get("LastRC"), "");

@@ -5,7 +5,6 @@
 #include "app/demo/mailstore.h"
 #include "app/demo/pop3service.h"
 #include "corelib/base/files.h"
-#include "corelib/base/recordarray.h"
 #include "corelib/net/sockets.h"
 #include "tests/app/console/programrun.h"
 #include "tests/servers/scriptedserver.h"
@@ -44,11 +43,10 @@ int CountLines(const std::string& text) {
 
 TEST(Program, ShowsTheDemo) {
     PROGRAMRUN program;
-    const auto first = program.Run({"/DEMO", "/ONCE", "/INBOX"});
-    EXPECT_EQ(first.Code, EXIT_GOOD);
+    const auto first = program.Run({"/DEMO", "/ONCE", "/INBOX"}, EXIT_GOOD);
     EXPECT_EQ(first.Err, "");
-    EXPECT_TRUE(Contains(first.Out, "Demo (POP3): 49 mails (38 new)")) << first.Out;
-    EXPECT_TRUE(Contains(first.Out, "    Ines Duarte: Umbrella found! (324 B)")) << first.Out;
+    EXPECT_PRED2(Contains, first.Out, "Demo (POP3): 49 mails (38 new)");
+    EXPECT_PRED2(Contains, first.Out, "    Ines Duarte: Umbrella found! (324 B)");
     EXPECT_TRUE(Contains(first.Out,
                          "    J\xc3\xbcrgen Wei\xc3\x9f: Re:\xc2\xa0R\xc3\xbc"
                          "ckfrage zum Angebot\n"))
@@ -59,25 +57,23 @@ TEST(Program, ShowsTheDemo) {
                              "Okafor, Tom (mountain guides' office): Route description for Sunday, with the detour"})
         EXPECT_TRUE(Contains(first.Out, std::string("    ") + line)) << first.Out;
     EXPECT_FALSE(Contains(first.Out, "    Best Meds Direct")) << "spam is no news";
-    EXPECT_TRUE(Contains(first.Out, "... and 18 more")) << first.Out;
-    EXPECT_TRUE(Contains(first.Out, " *J\xc3\xbcrgen Wei\xc3\x9f")) << first.Out;
+    EXPECT_PRED2(Contains, first.Out, "... and 18 more");
+    EXPECT_PRED2(Contains, first.Out, " *J\xc3\xbcrgen Wei\xc3\x9f");
     // Nothing of the progress of a check where there is no terminal.
     EXPECT_FALSE(Contains(first.Out, "Reading")) << first.Out;
     // Its spam is marked, and only that; the report of a mail is there for whoever asks.
-    EXPECT_TRUE(Contains(first.Out, " !*Best Meds Direct")) << first.Out;
-    EXPECT_TRUE(Contains(first.Out, "  *Bike Works")) << first.Out;
-    EXPECT_TRUE(Contains(first.Out, "\n  * unread, or not told by the server\n  ! spam: 100 points and more\n"))
-        << first.Out;
+    EXPECT_PRED2(Contains, first.Out, " !*Best Meds Direct");
+    EXPECT_PRED2(Contains, first.Out, "  *Bike Works");
+    EXPECT_PRED2(Contains, first.Out, "\n  * unread, or not told by the server\n  ! spam: 100 points and more\n");
     // The numbers go on from one mailbox to the next.
     const std::string number = first.Out.substr(first.Out.rfind("  *Jürgen Weiß") - 2, 2);
     const auto mail = program.Run({"/DEMO", "/SHOW:" + number});
-    EXPECT_TRUE(Contains(mail.Out, "\nJürgen Weiß -> ")) << number << mail.Out;
+    EXPECT_PRED2(Contains, mail.Out, "\nJürgen Weiß -> ");
     // What was seen is known to the next run, though its server has another port.
-    const auto second = program.Run({"-demo", "-once"});
-    EXPECT_EQ(second.Code, EXIT_GOOD);
-    EXPECT_TRUE(Contains(second.Out, "49 mails, nothing new")) << second.Out;
-    EXPECT_TRUE(Contains(second.Out, "Demo (IMAP): 17 mails (5 unread), nothing new")) << second.Out;
-    EXPECT_TRUE(Contains(second.Out, "Demo (web mail): 10 mails (4 unread), nothing new")) << second.Out;
+    const auto second = program.Run({"-demo", "-once"}, EXIT_GOOD);
+    EXPECT_PRED2(Contains, second.Out, "49 mails, nothing new");
+    EXPECT_PRED2(Contains, second.Out, "Demo (IMAP): 17 mails (5 unread), nothing new");
+    EXPECT_PRED2(Contains, second.Out, "Demo (web mail): 10 mails (4 unread), nothing new");
 }
 
 TEST(Program, ScoresAMailboxFile) {
@@ -88,20 +84,17 @@ TEST(Program, ScoresAMailboxFile) {
     WriteBytes(program.File("mail.mbox"), mbox);
     const std::string score = "/SCORE:" + Std(program.File("mail.mbox"));
     // The first run makes the data files; from then on they are the user's.
-    const auto first = program.Run({score});
-    EXPECT_EQ(first.Code, EXIT_GOOD);
+    const auto first = program.Run({score}, EXIT_GOOD);
     EXPECT_EQ(CountLines(first.Out), 2) << first.Out;
     WriteBytes(program.DataDir() || "\\spamdef.dat", "B|100/5|casino\r\n");
     const auto run = program.Run({"-score:" + score.substr(7)});
     EXPECT_EQ(run.Out, "0\t10\t1\t0\t<1@x>\n210\t210\t6\t0\t<2@x>\n") << run.Err;
     const auto reasons = program.Run({score, "/REASONS"});
-    EXPECT_TRUE(Contains(reasons.Out,
-                         "<2@x>\nSpam report. \n\n     10 * Recipients (not addressed to you)\n"
-                         "    100 ! Word 'casino'\n"))
-        << reasons.Out;
+    EXPECT_PRED2(Contains, reasons.Out,
+                 "<2@x>\nSpam report. \n\n     10 * Recipients (not addressed to you)\n"
+                 "    100 ! Word 'casino'\n");
     for (const char* file : {"nothing", "."}) {
-        const auto bad = program.Run({"/SCORE:" + Std(program.File(file))});
-        EXPECT_EQ(bad.Code, EXIT_NO_START);
+        const auto bad = program.Run({"/SCORE:" + Std(program.File(file))}, EXIT_NO_START);
         EXPECT_EQ(CountLines(bad.Err), 1) << bad.Err;
     }
     if (PROGRAMRUN::HasSignals()) {
@@ -125,29 +118,24 @@ TEST(Program, ScoresAMailboxFile) {
 TEST(Program, AddsAnAccountAndChecksIt) {
     PROGRAMRUN program;
     ACCOUNT account(program);
-    const auto none = program.Run({"/ONCE"});
-    EXPECT_EQ(none.Code, EXIT_NO_START);
-    EXPECT_TRUE(Contains(none.Err, "/ADD:pop3://")) << none.Err;
+    const auto none = program.Run({"/ONCE"}, EXIT_NO_START);
+    EXPECT_PRED2(Contains, none.Err, "/ADD:pop3://");
 
-    const auto added = program.Run({account.Add, account.Password});
-    EXPECT_EQ(added.Code, EXIT_GOOD) << added.Err;
+    const auto added = program.Run({account.Add, account.Password}, EXIT_GOOD);
     EXPECT_TRUE(
         added.Out.ends_with("The account joe@example.org has been added.\nIts login works: 1 mail.\n"
                             "Show the mails with: tarnwickc /ONCE /INBOX   Watch with: tarnwickc /CHECK\n"))
         << added.Out;
     EXPECT_FALSE(Contains(ReadBytes(program.DataDir() || "\\accounts.ini"), "secret word"));
 
-    auto once = program.Run({"/ONCE"});
-    EXPECT_EQ(once.Code, EXIT_GOOD) << once.Err;
+    auto once = program.Run({"/ONCE"}, EXIT_GOOD);
     EXPECT_EQ(once.Out, "joe@example.org: 1 mail (1 new)\n    Ann: first (75 B)\n");
     once = program.Run({"/ONCE"});
     EXPECT_EQ(once.Out, "joe@example.org: 1 mail, nothing new\n");
-    const auto shown = program.Run({"/SHOW:1"});
-    EXPECT_EQ(shown.Code, EXIT_GOOD) << shown.Err;
+    const auto shown = program.Run({"/SHOW:1"}, EXIT_GOOD);
     EXPECT_EQ(shown.Out, "\nAnn -> \nfirst\n\n\ntext\n");
     for (const char* number : {"0", "2", "x"}) {
-        const auto unknown = program.Run({std::string("/SHOW:") + number});
-        EXPECT_EQ(unknown.Code, EXIT_NO_START);
+        const auto unknown = program.Run({std::string("/SHOW:") + number}, EXIT_NO_START);
         EXPECT_EQ(unknown.Err, std::string("tarnwickc: there is no mail '") + number +
                                    "'. /ONCE /INBOX shows them with their numbers.\n");
     }
@@ -155,8 +143,8 @@ TEST(Program, AddsAnAccountAndChecksIt) {
     // A sender and a subject that try to write to the terminal, and a listing that keeps them as they are.
     account.Deliver("\x1b[2Jcl\xfc\xc2\x9b", "\x1b]0;x\x07");
     once = program.Run({"/ONCE", "/LISTING"});
-    EXPECT_TRUE(Contains(once.Out, "    ]0x: [2Jcl\xc3\xbc (64 B)\n")) << once.Out;
-    EXPECT_TRUE(Contains(once.Out, "\nSubject: \x1b[2Jcl\xfc\xc2\x9b\n")) << once.Out;
+    EXPECT_PRED2(Contains, once.Out, "    ]0x: [2Jcl\xc3\xbc (64 B)\n");
+    EXPECT_PRED2(Contains, once.Out, "\nSubject: \x1b[2Jcl\xfc\xc2\x9b\n");
     // Nor does the trace of what the server says.
     const auto traced = program.Run({"/ONCE", "/LOGDEBUG"});
     EXPECT_EQ(traced.Err.find_first_of("\x1b\x07\x9b"), std::string::npos) << traced.Err;
@@ -167,17 +155,13 @@ TEST(Program, AddsAnAccountAndChecksIt) {
     const char* const why =
         "Error: invalid user or password. Please check user name and password. Many providers want "
         "an app password, or allow encrypted logins only, which this program does not speak yet.\n";
-    const auto wrong = program.Run({account.Add, account.Password});
-    EXPECT_EQ(wrong.Code, EXIT_CHECK_FAILED);
-    EXPECT_TRUE(Contains(wrong.Out, "It has the new password now.")) << wrong.Out;
+    const auto wrong = program.Run({account.Add, account.Password}, EXIT_CHECK_FAILED);
+    EXPECT_PRED2(Contains, wrong.Out, "It has the new password now.");
     EXPECT_EQ(wrong.Err, std::string("tarnwickc: the account is kept, but its login has not worked. ") + why);
-    RECORDARRAY before(8, 8), items(8, 8);
-    ASSERT_EQ(before.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
-    EXPECT_EQ(before[0]["LastRC"], "2|2?") << "a trial is no check";
-    const auto refused = program.Run({"/ONCE"});
-    EXPECT_EQ(refused.Code, EXIT_CHECK_FAILED);
+    EXPECT_EQ(program.Accounts(1)[0]["LastRC"], "2|2?") << "a trial is no check";
+    const auto refused = program.Run({"/ONCE"}, EXIT_CHECK_FAILED);
     EXPECT_EQ(refused.Err, std::string("joe@example.org: ") + why);
-    ASSERT_EQ(items.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
+    RECORDARRAY items = program.Accounts(1);
     EXPECT_EQ(items[0]["LastRC"], "0E|0E");
     EXPECT_EQ(items[0]["LastSeenIds"], "<2@test>|<1@test>");
 }
@@ -194,16 +178,14 @@ TEST(Program, KeepsEveryLetterOfAnAccount) {
     for (std::string user : {"%CE%93%CE%B9%CF%8E%CF%81%CE%B3%CE%BF%CF%82%20%C3%BC%20%E6%97%A5", "Γιώργος ü 日"}) {
         if (user[0] != '%' && !PROGRAMRUN::HasSignals())
             continue;  // the shell of that system knows the machine's code page only
-        const auto added =
-            program.Run({"/ADD:pop3://" + user + "@" + host, "/PASSWORDFILE:" + Std(program.File("password"))});
-        EXPECT_EQ(added.Code, EXIT_GOOD) << added.Err;
+        const auto added = program.Run(
+            {"/ADD:pop3://" + user + "@" + host, "/PASSWORDFILE:" + Std(program.File("password"))}, EXIT_GOOD);
         EXPECT_TRUE(Contains(added.Out, "The account " + name)) << added.Out;
     }
     const std::string list = program.Run({"/LIST"}).Out;
     EXPECT_TRUE(Contains(list, "\n  1  " + name + "  POP3  " + host + "  Γιώργος ü 日  ") && CountLines(list) == 2)
         << list;
-    RECORDARRAY items(8, 8);
-    ASSERT_EQ(items.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
+    RECORDARRAY items = program.Accounts(1);
     EXPECT_EQ(items[0]["Name"], name);
     EXPECT_EQ(items[0]["Source2"], "κωδικός ü 日");
 }
@@ -211,8 +193,7 @@ TEST(Program, KeepsEveryLetterOfAnAccount) {
 TEST(Program, ListsAndRemovesAccounts) {
     PROGRAMRUN program;
     ACCOUNT first(program), second(program);
-    const auto empty = program.Run({"/LIST"});
-    EXPECT_EQ(empty.Code, EXIT_GOOD);
+    const auto empty = program.Run({"/LIST"}, EXIT_GOOD);
     EXPECT_TRUE(empty.Out.starts_with("There is no account yet.")) << empty.Out;
     // One user on two servers, with a line of the file for each.
     WriteBytes(program.File("password"), "secret word\nanother\n");
@@ -221,7 +202,7 @@ TEST(Program, ListsAndRemovesAccounts) {
                       other = "joe@example.org (POP3 " + host + ")";
     EXPECT_EQ(added.Code, EXIT_CHECK_FAILED);
     EXPECT_TRUE(Contains(added.Out, "The account " + other + " has been added.\nThe same /ADD")) << added.Out;
-    EXPECT_TRUE(Contains(added.Err, "has not worked. Error: invalid user or password.")) << added.Err;
+    EXPECT_PRED2(Contains, added.Err, "has not worked. Error: invalid user or password.");
     program.Run({"/ONCE"});
     auto list = program.Run({"/LIST"});
     const std::string row = host + "  joe@example.org  10 min  Error: invalid user";
@@ -229,17 +210,14 @@ TEST(Program, ListsAndRemovesAccounts) {
     EXPECT_TRUE(Contains(list.Out, "\n  1  joe@example.org  ") && Contains(list.Out, "  10 min  1 mail\n")) << list.Out;
     EXPECT_TRUE(Contains(list.Out, "\n  2  " + other + "  POP3  " + row)) << list.Out;
 
-    const auto unknown = program.Run({"/REMOVE:nobody"});
-    EXPECT_EQ(unknown.Code, EXIT_NO_START);
+    const auto unknown = program.Run({"/REMOVE:nobody"}, EXIT_NO_START);
     EXPECT_EQ(unknown.Err, "tarnwickc: there is no account 'nobody'. These are there:\n" + list.Out);
-    const auto removed = program.Run({"/REMOVE:JOE@example.org"});
-    EXPECT_EQ(removed.Code, EXIT_GOOD) << removed.Err;
+    const auto removed = program.Run({"/REMOVE:JOE@example.org"}, EXIT_GOOD);
     EXPECT_EQ(removed.Out, "The account joe@example.org has been removed. Its mail stays on the server.\n");
     EXPECT_EQ(first.Store.Mails().size(), 1U);
     // Two of one name, as another program or a hand may have made them: the number tells them apart.
     const STRING path = program.DataDir() || "\\accounts.ini";
-    RECORDARRAY items(8, 8);
-    ASSERT_EQ(items.LoadAll(path.Text()), 1);
+    RECORDARRAY items = program.Accounts(1);
     items.Add(items[0]);
     items[1].Set("UpdateSuspended", "1");
     ASSERT_EQ(items.SaveAll(path.Text()), 2);
@@ -255,10 +233,9 @@ TEST(Program, ListsAndRemovesAccounts) {
         items.Add(item);
     }
     ASSERT_EQ(items.SaveAll(path.Text()), 3);
-    EXPECT_EQ(program.Run({"/REMOVE:1", "/REMOVE:4"}).Code, EXIT_NO_START);
-    EXPECT_EQ(program.Run({"/REMOVE:1", "/REMOVE:2", "/REMOVE:a"}).Code, EXIT_GOOD);
-    ASSERT_EQ(items.LoadAll(path.Text()), 1);
-    EXPECT_EQ(items[0]["Name"], "zoo");
+    program.Run({"/REMOVE:1", "/REMOVE:4"}, EXIT_NO_START);
+    program.Run({"/REMOVE:1", "/REMOVE:2", "/REMOVE:a"}, EXIT_GOOD);
+    EXPECT_EQ(program.Accounts(1)[0]["Name"], "zoo");
 }
 
 TEST(Program, StopsATrialLogin) {
@@ -275,20 +252,15 @@ TEST(Program, StopsATrialLogin) {
     SOCKETS::Close(silent);
     EXPECT_EQ(stopped.Code, EXIT_CHECK_FAILED);
     EXPECT_EQ(stopped.Err, "") << "who breaks it off is told nothing of the server";
-    RECORDARRAY items(8, 8);
-    EXPECT_EQ(items.LoadAll((program.DataDir() || "\\accounts.ini").Text()), 1);
+    program.Accounts(1);
 }
 
 TEST(Program, TellsWhatGoesToTheTrash) {
     PROGRAMRUN program;
     ACCOUNT account(program);
-    ASSERT_EQ(program.Run({account.Add, account.Password}).Code, EXIT_GOOD);
+    program.Run({account.Add, account.Password}, EXIT_GOOD);
     WriteBytes(program.DataDir() || "\\spamdef.dat", "B|100/5|casino\r\n");
-    STRINGARRAY settings;
-    ASSERT_TRUE(settings.Load((program.DataDir() || "\\tarnwick.ini").Text()));
-    settings.Set("SpamDoTrash", "1");
-    settings.Set("SpamDoDomain", "0");
-    ASSERT_TRUE(settings.Save((program.DataDir() || "\\tarnwick.ini").Text()));
+    program.Change({{"SpamDoTrash", "1"}, {"SpamDoDomain", "0"}});
     account.Store.Deliver("From: Bad <b@x.example>\r\nSubject: \x1b[1mWin\r\n\r\ncasino casino\r\n");
     const auto once = program.Run({"/ONCE", "/INBOX"});
     const std::string trash = Std(FILES::NativePath((program.DataDir() || "\\trash").Text()));
@@ -306,28 +278,21 @@ TEST(Program, TellsWhatGoesToTheTrash) {
     EXPECT_TRUE(Contains(listed.Out, "\n100000000   Bad                      [1mWin ") &&
                 listed.Out.ends_with("  225\n"))
         << listed.Out;
-    const auto none = program.Run({"/RESTORE:100000000", "/RESTORE:1"});
-    EXPECT_EQ(none.Code, EXIT_NO_START);
+    const auto none = program.Run({"/RESTORE:100000000", "/RESTORE:1"}, EXIT_NO_START);
     EXPECT_EQ(none.Err, "tarnwickc: there is no copy '1' in the trash. /TRASH lists them.\n");
     // Nobody is named who could send it.
-    const auto unsent = program.Run({"/RESTORE:100000000"});
-    EXPECT_EQ(unsent.Code, EXIT_CHECK_FAILED);
+    const auto unsent = program.Run({"/RESTORE:100000000"}, EXIT_CHECK_FAILED);
     EXPECT_TRUE(unsent.Err.starts_with("The mail could not be sent on. Host not found\n") &&
                 Contains(unsent.Err, "SpamSmtp"))
         << unsent.Err;
     SCRIPTEDSERVER server(
         std::vector<SCRIPT>{{PLAY::Send("220 x\r\n250 x\r\n250 x\r\n250 x\r\n354 x\r\n552 no\r\n221 x\r\n")},
                             {PLAY::Send("220 x\r\n250 x\r\n250 x\r\n250 x\r\n354 x\r\n250 x\r\n221 x\r\n")}});
-    ASSERT_TRUE(settings.Load((program.DataDir() || "\\tarnwick.ini").Text()));
-    settings.Set("SpamSmtp", server.HostPort().c_str());
-    settings.Set("SpamSmtpTo", "me@home.example");
-    ASSERT_TRUE(settings.Save((program.DataDir() || "\\tarnwick.ini").Text()));
-    const auto refused = program.Run({"/RESTORE:100000000"});
-    EXPECT_EQ(refused.Code, EXIT_CHECK_FAILED);
-    EXPECT_TRUE(Contains(refused.Err, "552 no")) << refused.Err;
+    program.Change({{"SpamSmtp", server.HostPort().c_str()}, {"SpamSmtpTo", "me@home.example"}});
+    const auto refused = program.Run({"/RESTORE:100000000"}, EXIT_CHECK_FAILED);
+    EXPECT_PRED2(Contains, refused.Err, "552 no");
     server.Wait(0);
-    const auto sent = program.Run({"/RESTORE:100000000"});
-    EXPECT_EQ(sent.Code, EXIT_GOOD) << sent.Err;
+    const auto sent = program.Run({"/RESTORE:100000000"}, EXIT_GOOD);
     EXPECT_EQ(sent.Out, "The mail has been sent on to me@home.example.\n");
     server.Wait(0);
     EXPECT_TRUE(Contains(server.Transcript(), "\r\nSubject: [Tarnwick] \x1b[1mWin\r\n")) << server.Transcript();
@@ -347,15 +312,13 @@ TEST(Program, GivesAWebMailAccountItsNewPassword) {
             return program.Run({"/ADD:webmail://anna", "/PASSWORDFILE:" + Std(program.File("password"))});
         };
         ASSERT_EQ(add().Code, EXIT_CHECK_FAILED);
-        RECORDARRAY items(8, 8);
-        ASSERT_EQ(items.LoadAll(path.Text()), 1);
+        RECORDARRAY items = program.Accounts(1);
         EXPECT_EQ(items[0]["Source"], "hotmail|anna");
         items[0].Set("Source", source);
         items[0].Set("Source2", "old");
         ASSERT_TRUE(items.SaveAll(path.Text()));
         EXPECT_TRUE(Contains(add().Out, "It has the new password now.")) << source;
-        ASSERT_EQ(items.LoadAll(path.Text()), 1) << source;
-        EXPECT_EQ(items[0]["Source2"], "new");
+        EXPECT_EQ(program.Accounts(1)[0]["Source2"], "new");
     }
 }
 
@@ -363,32 +326,28 @@ TEST(Program, TellsACheckThatFails) {
     PROGRAMRUN program;
     {
         ACCOUNT account(program);
-        ASSERT_EQ(program.Run({account.Add, account.Password}).Code, EXIT_GOOD);
+        program.Run({account.Add, account.Password}, EXIT_GOOD);
     }
     // Nobody listens there any more.
-    const auto failed = program.Run({"/ONCE", "/INBOX"});
-    EXPECT_EQ(failed.Code, EXIT_CHECK_FAILED);
+    const auto failed = program.Run({"/ONCE", "/INBOX"}, EXIT_CHECK_FAILED);
     EXPECT_TRUE(failed.Err.starts_with("joe@example.org: Error: No connection to the server 127.0.0.1:")) << failed.Err;
-    EXPECT_TRUE(Contains(failed.Out, "joe@example.org - Error: No connection")) << failed.Out;
+    EXPECT_PRED2(Contains, failed.Out, "joe@example.org - Error: No connection");
     // A suspended account is not checked, so its old failure does not count.
     const STRING path = program.DataDir() || "\\accounts.ini";
-    RECORDARRAY items(8, 8);
-    ASSERT_EQ(items.LoadAll(path.Text()), 1);
+    RECORDARRAY items = program.Accounts(1);
     items[0].Set("UpdateSuspended", STRING("1"));
     ASSERT_TRUE(items.SaveAll(path.Text()));
-    const auto suspended = program.Run({"/ONCE"});
-    EXPECT_EQ(suspended.Code, EXIT_GOOD);
-    EXPECT_TRUE(Contains(suspended.Err, "all accounts are suspended")) << suspended.Err;
+    const auto suspended = program.Run({"/ONCE"}, EXIT_GOOD);
+    EXPECT_PRED2(Contains, suspended.Err, "all accounts are suspended");
     EXPECT_TRUE(Contains(suspended.Err, Std(FILES::NativePath(program.DataDir().Text())))) << suspended.Err;
 }
 
 TEST(Program, KeepsTheDemoOffOtherAccounts) {
     PROGRAMRUN program;
     ACCOUNT account(program);
-    ASSERT_EQ(program.Run({account.Add, account.Password}).Code, EXIT_GOOD);
-    const auto refused = program.Run({"/DEMO", "/ONCE"});
-    EXPECT_EQ(refused.Code, EXIT_NO_START);
-    EXPECT_TRUE(Contains(refused.Err, "the demo leaves alone")) << refused.Err;
+    program.Run({account.Add, account.Password}, EXIT_GOOD);
+    const auto refused = program.Run({"/DEMO", "/ONCE"}, EXIT_NO_START);
+    EXPECT_PRED2(Contains, refused.Err, "the demo leaves alone");
     EXPECT_TRUE(Contains(program.Run({"/ONCE"}).Out, "joe@example.org: 1 mail"));
 }
 
@@ -422,8 +381,7 @@ TEST(Program, RefusesInOneLine) {
 TEST(Program, ListsItsSwitches) {
     PROGRAMRUN program;
     for (const char* language : {"/LANG:GER", "/LANG:ENGL"}) {
-        const auto help = program.Run({"--help", language});
-        EXPECT_EQ(help.Code, EXIT_GOOD);
+        const auto help = program.Run({"--help", language}, EXIT_GOOD);
         EXPECT_FALSE(Contains(help.Out, "STR-ERR")) << help.Out;
         for (const char* form : {"/ADD:pop3://USER@HOST[:PORT]  ", "/ONCE  ", "/WORKDIR:DIRECTORY  ", "/HELP  "})
             EXPECT_TRUE(Contains(help.Out, form)) << help.Out;
@@ -436,24 +394,19 @@ TEST(Program, WatchesUntilItIsToldToEnd) {
         GTEST_SKIP() << "no signals on this system";
     PROGRAMRUN program;
     ACCOUNT account(program);
-    ASSERT_EQ(program.Run({account.Add, account.Password}).Code, EXIT_GOOD);
+    program.Run({account.Add, account.Password}, EXIT_GOOD);
     // A mail program, which is started for new mail in either way of running.
     const std::string script = FILES::NativePath(program.File("mailer").Text()).Text();
     WriteBytes(program.File("mailer"), "#!/bin/sh\necho started >>log\n");
     ASSERT_EQ(std::system(("chmod +x \"" + script + "\"").c_str()), 0);
-    STRINGARRAY settings;
-    ASSERT_TRUE(settings.Load((program.DataDir() || "\\tarnwick.ini").Text()));
-    for (const auto& [key, value] :
-         {std::pair{"EmailDoProgram", "1"}, {"EmailDoConfirmProgram", "0"}, {"EmailCmdline", script.c_str()}})
-        settings.Set(key, value);
-    ASSERT_TRUE(settings.Save((program.DataDir() || "\\tarnwick.ini").Text()));
+    program.Change({{"EmailDoProgram", "1"}, {"EmailDoConfirmProgram", "0"}, {"EmailCmdline", script.c_str()}});
     program.Run({"/ONCE"});
     for (const char* signal : {"INT", "TERM", "HUP"}) {
         account.Deliver(signal, "Ann <ann@example.org>");
         const auto watched = program.RunUntil(std::string("Ann: ") + signal, signal, {"/CHECK", "/INBOX"});
         EXPECT_EQ(watched.Code, EXIT_GOOD) << watched.Err;
         EXPECT_EQ(watched.Err, "");
-        EXPECT_TRUE(Contains(watched.Out, "\nEnding and saving ...\n")) << watched.Out;
+        EXPECT_PRED2(Contains, watched.Out, "\nEnding and saving ...\n");
         // The table comes at the end, of the state that was saved.
         EXPECT_TRUE(Contains(watched.Out, std::string("  *Ann                      ") + signal)) << watched.Out;
     }

@@ -2,6 +2,7 @@
 
 #include <initializer_list>
 
+#include "corelib/base/recordarray.h"
 #include "tests/support/testsupport.h"
 
 /// Starts the built program in a folder of its own and keeps what it said.
@@ -12,8 +13,14 @@ class PROGRAMRUN {
         std::string Out, Err;
     };
 
-    /// Runs it to its end, in English, with the data directory of this object unless `where` names another.
+    /// Runs it to its end, in English, with the data directory of this object unless `where` names another. The second
+    /// expects that exit code.
     RESULT Run(std::initializer_list<std::string> words) { return Start(words, DataDir()); }
+    RESULT Run(std::initializer_list<std::string> words, int code) {
+        RESULT result = Start(words, DataDir());
+        EXPECT_EQ(result.Code, code) << result.Out << result.Err;
+        return result;
+    }
     RESULT RunIn(const STRING& dataDir, std::initializer_list<std::string> words) { return Start(words, dataDir); }
     /// Runs it until its output holds `text`, and then sends it the signal. Not on Windows, which has none.
     /// With `outlives`, it starts with hang-ups ignored, must not end by the signal, and is ended by another.
@@ -23,6 +30,19 @@ class PROGRAMRUN {
 
     STRING DataDir() const { return Folder.File("data"); }
     STRING File(const char* name) const { return Folder.File(name); }
+    /// The accounts as they are stored, which are to be so many.
+    RECORDARRAY Accounts(int count) const {
+        RECORDARRAY items(8, 8);
+        EXPECT_EQ(items.LoadAll((DataDir() || "\\accounts.ini").Text()), count);
+        return items;
+    }
+    void Change(std::initializer_list<std::pair<const char*, STRING>> settings) const {
+        STRINGARRAY state;
+        EXPECT_TRUE(state.Load((DataDir() || "\\tarnwick.ini").Text()));
+        for (const auto& [key, value] : settings)
+            state.Set(key, value);
+        EXPECT_TRUE(state.Save((DataDir() || "\\tarnwick.ini").Text()));
+    }
 
  private:
     RESULT Start(std::initializer_list<std::string> words, const STRING& dataDir);

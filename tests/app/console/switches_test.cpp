@@ -1,6 +1,7 @@
 #include "app/console/switches.h"
 
 #include <initializer_list>
+#include <sstream>
 
 #include "tests/support/testsupport.h"
 
@@ -11,42 +12,19 @@ std::string Verdict(const char* word) {
     const char* words[] = {"tarnwickc", "/ONCE", word, "/INBOX"};
     const ARGUMENTS arguments(4, words);
     std::string named;
-    switch (CheckSwitches(arguments, named)) {
-        case SWITCHFAULT::None:
-            return "good";
-        case SWITCHFAULT::Unknown:
-            return "unknown " + named;
-        case SWITCHFAULT::NoValue:
-            return "no value " + named;
-    }
-    return "";
+    constexpr const char* VERDICTS[] = {"good", "unknown ", "no value "};
+    return VERDICTS[static_cast<int>(CheckSwitches(arguments, named))] + named;
 }
 
 }  // namespace
 
 TEST(Switches, AreKnownInEveryCase) {
-    for (const char* word : {"/once",
-                             "-ONCE",
-                             "/WorkDir:here",
-                             "/ADD:pop3://a@b:110",
-                             "/list",
-                             "-REMOVE:a",
-                             "-LOGIT",
-                             "/logit:file",
-                             "-LOG:4",
-                             "/LOGDBG",
-                             "-LANG:GER",
-                             "/?",
-                             "-?",
-                             "--help",
-                             "-h",
-                             "/HELP",
-                             "-CHECK",
-                             "/NOVERS",
-                             "/MIN",
-                             "/NOASSERT",
-                             "/LOGITCLOSE"})
-        EXPECT_EQ(Verdict(word), "good") << word;
+    std::istringstream words(
+        "/once -ONCE /WorkDir:here /ADD:pop3://a@b:110 /list -REMOVE:a -LOGIT /logit:file -LOG:4 /LOGDBG -LANG:GER /? "
+        "-? "
+        "--help -h /HELP -CHECK /NOVERS /MIN /NOASSERT /LOGITCLOSE");
+    for (std::string word; words >> word;)
+        EXPECT_EQ(Verdict(word.c_str()), "good") << word;
 }
 
 TEST(Switches, RefuseWhatIsNone) {
