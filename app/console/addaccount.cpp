@@ -13,6 +13,7 @@
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/utf8.h"
+#include "corelib/net/mxlookup.h"
 
 namespace {
 
@@ -42,12 +43,10 @@ bool PercentDecode(std::string_view text, STRING& result) {
 
 ADDRESSFAULT ServerFault(std::string_view server) {
     const size_t colon = server.find(':');
-    const std::string_view host = server.substr(0, colon);
-    for (char c : host)
-        if (!ASCII::IsLetterOrDigit(c) && c != '.' && c != '-' && c != '_')
-            return ADDRESSFAULT::Form;
-    if (host.empty() || colon == server.npos)
-        return host.empty() ? ADDRESSFAULT::Form : ADDRESSFAULT::None;
+    if (!IsHostName(server.substr(0, colon)))
+        return ADDRESSFAULT::Form;
+    if (colon == server.npos)
+        return ADDRESSFAULT::None;
     const std::string_view port = server.substr(colon + 1);
     int number = 0;
     const bool good = port.size() <= 5 && ASCII::ReadNumber(port, number) && number >= 1 && number <= PORT_MAX;

@@ -23,13 +23,13 @@ constexpr SERVICE SERVICES[] = {
     {&SERVERPROPOSAL::Sending, "_submission", "_submissions", "smtp.", SUBMISSION_PORT},
 };
 
-bool IsNoService(const DNSRECORD& record) {
-    return record.Host.Length() == 0 || record.Host.View() == ".";
+bool IsDomain(std::string_view name) {
+    return IsHostName(name) && name.size() <= LONGEST_DOMAIN;
 }
 
 bool IsUsable(const DNSRECORD& record) {
-    return record.Type == DNSTYPE_SRV && !IsNoService(record) && IsHostName(record.Host.View()) &&
-           record.Host.View().size() <= LONGEST_DOMAIN && record.Port > 0;
+    const std::string_view host = record.Host.View();
+    return record.Type == DNSTYPE_SRV && !IsNoHost(host) && IsDomain(host) && record.Port > 0;
 }
 
 /// Null if none can be used.
@@ -43,7 +43,8 @@ const DNSRECORD* Best(const std::vector<DNSRECORD>& records) {
 }
 
 bool SaysNone(const std::vector<DNSRECORD>& records) {
-    return std::ranges::any_of(records, [](const DNSRECORD& r) { return r.Type == DNSTYPE_SRV && IsNoService(r); });
+    return std::ranges::any_of(
+        records, [](const DNSRECORD& record) { return record.Type == DNSTYPE_SRV && IsNoHost(record.Host.View()); });
 }
 
 }  // namespace
@@ -66,7 +67,7 @@ STRING MailDomain(std::string_view address) {
 SERVERPROPOSAL ProposeServers(const STRING& domain, const SERVICEQUESTION& ask) {
     SERVERPROPOSAL proposal;
     proposal.Domain = domain;
-    const bool askable = ask && IsHostName(domain.View()) && domain.View().size() <= LONGEST_DOMAIN;
+    const bool askable = ask && IsDomain(domain.View());
     for (const SERVICE& service : SERVICES) {
         const auto records = [&](const char* name) {
             std::vector<DNSRECORD> found;
@@ -99,9 +100,10 @@ SERVERPROPOSAL ProposeServers(const STRING& domain, const SERVICEQUESTION& ask) 
 SERVERPROPOSAL ProposeServers(const STRING& domain, const STOPQUESTION& stopAsked) {
     DNSCLIENT dns;
     dns.Load();
-    const bool canAsk = dns.HasQuery();
-    return ProposeServers(domain, canAsk ? SERVICEQUESTION([&](const char* name, std::vector<DNSRECORD>& records) {
-                              return dns.Query(name, records, stopAsked, DNSTYPE_SRV);
-                          })
-                                         : SERVICEQUESTION());
+    SERVICEQUESTION ask;
+    if (dns.HasQuery())
+        ask = [&](const char* name, std::vector<DNSRECORD>& records) {
+            return dns.Query(name, records, stopAsked, DNSTYPE_SRV);
+        };
+    return ProposeServers(domain, ask);
 }

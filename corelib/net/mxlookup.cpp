@@ -15,12 +15,11 @@ namespace {
 
 constexpr int PREFERENCE_LIMIT = 999;  // a record from here on can't become the best
 
-/// What stands in place of a host where the domain takes no mail.
+}  // namespace
+
 bool IsNoHost(std::string_view host) {
     return host.empty() || host == ".";
 }
-
-}  // namespace
 
 bool IsHostName(std::string_view host) {
     return !host.empty() && std::all_of(host.begin(), host.end(), [](char c) {

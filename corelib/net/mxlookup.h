@@ -17,6 +17,8 @@ extern const DNSTIMES& DnsTimes;
 
 /// True for what may be called: the owner of a domain writes its records, and must not be able to name a port, too.
 bool IsHostName(std::string_view host);
+/// True for what stands in place of a host where the domain does not offer the service.
+bool IsNoHost(std::string_view host);
 
 /// Asks for the mail servers of a domain (MX records, RFC 1035 and RFC 5321 section 5).
 class MXLOOKUP {
