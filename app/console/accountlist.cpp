@@ -8,6 +8,7 @@
 #include "app/common/displaytext.h"
 #include "app/console/consoletexts.h"
 #include "app/console/session.h"
+#include "app/core/datadir.h"
 #include "app/core/tarnwick.h"
 #include "app/mailbox/account.h"
 
@@ -104,8 +105,6 @@ int RemoveAccounts(TARNWICK& application, const TEXTS& texts, const std::vector<
     }
     if (application.SaveTables(SAVE_ITEMS))
         return EXIT_GOOD;
-    STRING failed = texts.Get(TEXT_NOT_SAVED);
-    failed.Replace("$DIR", application.DataDir().Text());
-    message = Safe(failed);
+    message = Safe(DataDirText(texts, TEXT_NOT_SAVED, application.DataDir()));
     return EXIT_NO_START;
 }

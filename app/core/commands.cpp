@@ -3,6 +3,7 @@
 #include <string>
 
 #include "app/check/items.h"
+#include "app/core/datadir.h"
 #include "app/core/maintitle.h"
 #include "app/core/tarnwick.h"
 #include "app/notify/mailprogram.h"
@@ -175,20 +176,18 @@ bool COMMANDS::DoItemCommand(int command, const std::vector<int>& selected) {
         CHECKCYCLE::ForceRefresh(*item, command != COMMAND_CHECK_ITEMS_QUIETLY);
     }
     // A run that is killed would leave an account unwatched that its user has resumed.
-    if (command == COMMAND_SUSPEND_ITEMS && !Application.SaveTables(SAVE_ITEMS)) {
-        STRING text = Application.Texts().Get(TEXT_NOT_SAVED);
-        text.Replace("$DIR", Application.DataDir().Text());
-        FrontEnd.ShowMessage(Application.Texts().Get(TEXT_TITLE), text);
-    }
+    if (command == COMMAND_SUSPEND_ITEMS && !Application.SaveTables(SAVE_ITEMS))
+        FrontEnd.ShowMessage(Application.Texts().Get(TEXT_TITLE),
+                             DataDirText(Application.Texts(), TEXT_NOT_SAVED, Application.DataDir()));
     return true;
 }
 
 void COMMANDS::CheckAll(bool asNew) {
-    const auto takesPart = [this](int n) { return Application.Items[n].GetNumber("TrayCheck") != 0; };
-    int first = 0;
-    while (first < Application.Items.Count() && !takesPart(first))
-        ++first;
-    if (first == Application.Items.Count()) {
+    std::vector<STRINGARRAY*> checked;
+    for (int i = 0; i < Application.Items.Count(); ++i)
+        if (Application.Items[i].GetNumber("TrayCheck") != 0)
+            checked.push_back(&Application.Items[i]);
+    if (checked.empty()) {
         FrontEnd.ShowMessage(Application.Texts().Get(TEXT_TITLE), Application.Texts().Get(TEXT_NONE_TAKES_PART));
         return;
     }
@@ -197,13 +196,10 @@ void COMMANDS::CheckAll(bool asNew) {
                         .BackColor = Application.pState.GetNumber("PopupBackgroundColor"),
                         .DurationMs = CHECK_ALL_NOTICE_MS,
                         .Handle = 0});
-    for (int i = first; i < Application.Items.Count(); ++i) {
-        STRINGARRAY& item = Application.Items[i];
-        if (!takesPart(i))
-            continue;
+    for (STRINGARRAY* item : checked) {
         if (asNew)
-            item.Set("LastSeenIds", "");
-        CHECKCYCLE::ForceRefresh(item, true);
+            item->Set("LastSeenIds", "");
+        CHECKCYCLE::ForceRefresh(*item, true);
     }
 }
 

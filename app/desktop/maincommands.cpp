@@ -1,6 +1,7 @@
 #include <windowsx.h>
 
 #include "app/core/clickmodes.h"
+#include "app/core/datadir.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
 #include "app/desktop/mainwindow.h"
@@ -31,9 +32,7 @@ void MAINWINDOW::DoCommand(int command) {
 }
 
 void MAINWINDOW::ShowSaveError(int message) {
-    STRING text = App.Texts().Get(message);
-    text.Replace("$DIR", Application->DataDir().Text());
-    ShowError(hWnd, text, ProgramName());
+    ShowError(hWnd, DataDirText(App.Texts(), message, Application->DataDir()), ProgramName());
 }
 
 bool MAINWINDOW::DoWindowCommand(int command) {
