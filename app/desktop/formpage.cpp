@@ -43,6 +43,14 @@ STRING PushWarnedEditor(const STRING& value, const PUSHARGUMENT& argument, DATAD
 
 }  // namespace
 
+std::vector<STRING> SplitParts(const STRING& text) {
+    std::vector<STRING> parts;
+    WORDCURSOR words(text, "|");
+    for (std::string_view word; words.Next(word);)
+        parts.emplace_back(word);
+    return parts;
+}
+
 FORMPAGE::FORMPAGE(const DIALOGPARTS& parts, int page, STRINGARRAY& form, const LISTS& lists)
     : DATADIALOG(page, parts.Parent), Context(parts), Number(page), Form(form) {
     for (const FIELD& field : FieldsOf(page))
@@ -58,12 +66,7 @@ void FORMPAGE::Bind(const FIELD& field, const LISTS& lists) {
         const auto given = lists.find(field.Control);
         if (given != lists.end())
             return given->second;
-        std::vector<STRING> texts;
-        const STRING all = field.Low != 0 ? Context.Texts.Get(field.Low) : STRING("");
-        WORDCURSOR parts(all, "|");
-        for (std::string_view part; parts.Next(part);)
-            texts.emplace_back(part);
-        return texts;
+        return SplitParts(field.Low != 0 ? Context.Texts.Get(field.Low) : STRING(""));
     };
     switch (field.Kind) {
         case FIELDKIND::EDIT:
@@ -142,6 +145,11 @@ void FORMPAGE::Load() {
     SetControlText(ID_SAMPLE, Context.Texts.Get(TEXT_SAMPLE));
     UsualFont = reinterpret_cast<HFONT>(SendDlgItemMessageW(hWnd, ID_SAMPLE, WM_GETFONT, 0, 0));
     ShowSample();
+}
+
+void FORMPAGE::ShowResult(const STRING& text) {
+    SetControlText(ID_RESULT, text);
+    NotifyWinEvent(EVENT_OBJECT_VALUECHANGE, GetDlgItem(hWnd, ID_RESULT), OBJID_CLIENT, CHILDID_SELF);
 }
 
 void FORMPAGE::ShowSample() {

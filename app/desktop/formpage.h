@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <vector>
 
 #include "app/common/texts.h"
 #include "app/dialogs/fields.h"
@@ -10,8 +11,13 @@
 
 class PROGRAMSTARTER;
 
+/// The parts of a text that are split by "|".
+std::vector<STRING> SplitParts(const STRING& text);
+
 /// The tab control of dialogs with pages.
 inline constexpr int ID_TABS = 300;
+/// Where a page tells what a button's work has come to.
+inline constexpr int ID_RESULT = 290;
 
 /// What dialogs of the program need: the window that waits, or null; texts, and the start of programs. All of it
 /// outlives the dialog.
@@ -31,6 +37,16 @@ class FORMPAGE : public DATADIALOG {
     /// lists: what lists offer of which the tables do not tell.
     FORMPAGE(const DIALOGPARTS& parts, int page, STRINGARRAY& form, const LISTS& lists = {});
 
+    /// A button that calls a member function of the page's own class.
+    template <class PAGE, void (PAGE::*ACTION)()>
+    void AddAction(int button) {
+        AddPush(button,
+                [](const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
+                    (static_cast<PAGE&>(dialog).*ACTION)();
+                    return value;
+                },
+                {});
+    }
     /// A button that chooses the file of an edit field: `kind` names its kind for a person, such as TEXT_DATA_FILES.
     void AddBrowse(int button, int edit, int kind, const char* pattern);
     /// The file of an edit field is a sound: buttons that choose and play it, and the check box without which it does
@@ -49,6 +65,8 @@ class FORMPAGE : public DATADIALOG {
     STRING Complaint(int& control) const override;
     STRING Tip(int control) const override;
     void Load() override;
+    /// At ID_RESULT.
+    void ShowResult(const STRING& text);
 
  private:
     struct SOUND {

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "app/desktop/dialogs.h"
+#include "app/dialogs/background.h"
 #include "app/dialogs/itemform.h"
 #include "app/dialogs/logintest.h"
 #include "corelib/window/controls.h"
@@ -10,7 +11,7 @@
 namespace {
 
 constexpr int ID_NAME = 201, ID_KIND = 401, ID_SERVER = 204, ID_USER = 205, ID_PASSWORD = 206, ID_TEST = 101,
-              ID_RESULT = 290, ID_WEBMAIL = 280, ID_OTHER_FOLDER = 247, ID_FOLDER = 207;
+              ID_WEBMAIL = 280, ID_OTHER_FOLDER = 247, ID_FOLDER = 207;
 constexpr int ID_FILTER = 249, ID_MOVE = 243, ID_SPAM_FOLDER = 203;
 constexpr UINT WM__TESTED = WM_APP + 1;
 
@@ -21,16 +22,11 @@ std::vector<STRING> KindNames(const TEXTS& texts, const ITEMFORM& form) {
     return names;
 }
 
-/// What is missing in a field; null if nothing is, or it does not matter.
+/// What is wrong in a field; null if nothing is, or it does not matter.
 STRING FieldFault(const FORMPAGE& page, int control, int emptyText, bool mayHaveBar) {
-    STRING text = page.ControlText(control);
-    if (!IsWindowEnabled(GetDlgItem(page.hWnd, control)))
-        return {};
-    // It splits the two in the record.
-    if (!mayHaveBar && text.Pos('|') != -1)
-        return page.Parts().Texts.Get(TEXT_BAR);
-    text.Strip('B', " \t");
-    return text.Length() == 0 ? page.Parts().Texts.Get(emptyText) : STRING();
+    const bool matters = IsWindowEnabled(GetDlgItem(page.hWnd, control));
+    const int fault = matters ? EntryFault(page.ControlText(control), emptyText, mayHaveBar) : 0;
+    return fault != 0 ? page.Parts().Texts.Get(fault) : STRING();
 }
 
 /// The page of the mailbox, on which a login can be tried.
@@ -41,19 +37,14 @@ class MAILBOXPAGE : public FORMPAGE {
           Form(form),
           Record(record),
           Settings(settings) {
-        AddPush(ID_TEST,
-                [](const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
-                    static_cast<MAILBOXPAGE&>(dialog).BeginTest();
-                    return value;
-                },
-                {});
+        AddAction<MAILBOXPAGE, &MAILBOXPAGE::BeginTest>(ID_TEST);
         SetCheck([](const FORMPAGE& page, int& control) { return Fault(page, control); });
     }
 
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
         if (message == WM__TESTED && Test) {
-            ShowResult(Test->Outcome());
             Test.reset();
+            ShowOutcome(Outcome);
             EnableWindow(GetDlgItem(hWnd, ID_TEST), TRUE);
             return 0;
         }
@@ -94,25 +85,28 @@ class MAILBOXPAGE : public FORMPAGE {
         form.Values.Set("Source2", ControlText(ID_PASSWORD));
         STRINGARRAY record = Record;
         (void)form.Write(record);
-        ShowResult(Parts().Texts.Get(TEXT_LOGGING_IN));
+        ShowOutcome(Parts().Texts.Get(TEXT_LOGGING_IN));
         // The keyboard must not be left on it.
         SetFocus(GetDlgItem(hWnd, ID_PASSWORD));
         EnableWindow(GetDlgItem(hWnd, ID_TEST), FALSE);
-        Test = std::make_unique<LOGINTEST>(record, Settings, Parts().Texts,
-                                           [window = hWnd] { PostMessageW(window, WM__TESTED, 0, 0); });
+        Test = std::make_unique<BACKGROUND>(
+            [this, record, settings = Settings](const STOPQUESTION& stopAsked) {
+                Outcome = LoginOutcome(record, settings, Parts().Texts, stopAsked);
+            },
+            [window = hWnd] { PostMessageW(window, WM__TESTED, 0, 0); });
     }
 
-    void ShowResult(const STRING& text) {
+    void ShowOutcome(const STRING& text) {
         const HWND result = GetDlgItem(hWnd, ID_RESULT);
-        SetControlText(ID_RESULT, text);
         SetWindowLongW(result, GWL_STYLE, GetWindowLongW(result, GWL_STYLE) | WS_TABSTOP);
-        NotifyWinEvent(EVENT_OBJECT_VALUECHANGE, result, OBJID_CLIENT, CHILDID_SELF);
+        ShowResult(text);
     }
 
     ITEMFORM& Form;
     const STRINGARRAY& Record;
     const STRINGARRAY& Settings;
-    std::unique_ptr<LOGINTEST> Test;
+    STRING Outcome;
+    std::unique_ptr<BACKGROUND> Test;
 };
 
 // What a kind of mailbox does not have is not there to be filled in.

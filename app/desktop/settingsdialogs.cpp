@@ -23,14 +23,6 @@ STRING PushProxy(const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
     return value;
 }
 
-std::vector<STRING> Split(const STRING& text) {
-    std::vector<STRING> parts;
-    WORDCURSOR words(text, "|");
-    for (std::string_view word; words.Next(word);)
-        parts.emplace_back(word);
-    return parts;
-}
-
 // A copy is edited: other threads read the settings meanwhile.
 bool RunOver(FORMDIALOG& dialog, STRINGARRAY& state, const STRINGARRAY& before, const STRINGARRAY& form) {
     if (!dialog.Run())
@@ -57,7 +49,7 @@ bool EditOptions(const DIALOGPARTS& parts, STRINGARRAY& state, const STRING& dia
     add(PAGE_OPTIONS_NOTICE).AddSound(204, 104, 114, 241);
     add(PAGE_OPTIONS_POPUP);
     add(PAGE_OPTIONS_MAILPROGRAM).AddBrowse(102, 202, TEXT_PROGRAM_FILES, "*.exe");
-    add(PAGE_OPTIONS_CONNECTION, {{401, Split(dialEntries)}}).AddPush(101, PushProxy, {});
+    add(PAGE_OPTIONS_CONNECTION, {{401, SplitParts(dialEntries)}}).AddPush(101, PushProxy, {});
     return RunOver(dialog, state, before, form);
 }
 

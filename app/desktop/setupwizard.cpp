@@ -4,17 +4,16 @@
 #include "app/desktop/dialogs.h"
 #include "app/dialogs/background.h"
 #include "app/dialogs/setup.h"
+#include "app/notify/mailprogram.h"
 #include "corelib/net/tcpio.h"
 #include "corelib/system/registry.h"
 #include "corelib/window/controls.h"
 #include "corelib/window/datapush.h"
 #include "corelib/window/messages.h"
-#include "corelib/window/widetext.h"
 #include "corelib/window/wizard.h"
 
 namespace {
 
-constexpr int ID_RESULT = 290;
 constexpr UINT WM__FOUND = WM_APP + 1, WM__CALLED = WM_APP + 2;
 
 STRING RegistryText(const char* key, const char* subkey, const char* value) {
@@ -28,18 +27,12 @@ STRING RegistryText(const char* key, const char* subkey, const char* value) {
     return STRING("");
 }
 
-STRING Expanded(const STRING& text) {
-    wchar_t room[1024];
-    const DWORD length = ExpandEnvironmentStringsW(WideText(text).c_str(), room, 1024);
-    return length > 0 && length <= 1024 ? FromWide(room) : text;
-}
-
-SETUPMACHINE LookAtMachine(const STRING& dialEntries) {
+SETUPMACHINE LookAtMachine(PROGRAMSTARTER& programs, const STRING& dialEntries) {
     STRING owner = RegistryText("Software\\Microsoft\\Windows", "CurrentVersion", "RegisteredOwner");
     if (owner.Length() == 0)
         owner = RegistryText("Software\\Microsoft\\Windows NT", "CurrentVersion", "RegisteredOwner");
     const STRING command = RegistryText("SOFTWARE\\Classes\\mailto\\shell\\open", "command", "");
-    return {Expanded(ProgramOfCommand(command)), dialEntries, owner};
+    return {programs.Expand(ProgramOfCommand(command)), dialEntries, owner};
 }
 
 /// Proposes a server for the address in one field by filling in another one. Nothing else on the page waits for it.
@@ -52,17 +45,15 @@ struct PROPOSER {
 class SETUPPAGE : public FORMPAGE {
  public:
     SETUPPAGE(const DIALOGPARTS& parts, int page, STRINGARRAY& form, const SETUPMACHINE& machine)
-        : FORMPAGE(parts, page, form, Lists(page, machine)), Page(page), Values(form), Machine(machine) {
+        : FORMPAGE(parts, page, form,
+                   page == PAGE_SETUP_CONNECTION ? LISTS{{401, SplitParts(machine.DialEntries)}} : LISTS{}),
+          Page(page),
+          Values(form),
+          Machine(machine) {
         switch (page) {
             case PAGE_SETUP_CONNECTION:
                 AddBrowse(102, 207, TEXT_PROGRAM_FILES, "*.exe");
-                AddPush(103,
-                        [](const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
-                            auto& self = static_cast<SETUPPAGE&>(dialog);
-                            self.SetControlText(207, self.Machine.MailProgram);
-                            return value;
-                        },
-                        {});
+                AddAction<SETUPPAGE, &SETUPPAGE::EnterMailProgram>(103);
                 for (const int control : {401, LabelOf(401)})
                     Disable(control, 222, RULE_CLEAR);
                 if (machine.MailProgram.Length() == 0)
@@ -81,12 +72,7 @@ class SETUPPAGE : public FORMPAGE {
                 break;
             case PAGE_SETUP_SENDING:
                 AddProposer(102, 202, 201);
-                AddPush(101,
-                        [](const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
-                            static_cast<SETUPPAGE&>(dialog).BeginCall();
-                            return value;
-                        },
-                        {});
+                AddAction<SETUPPAGE, &SETUPPAGE::BeginCall>(101);
                 break;
             default:
                 break;
@@ -116,17 +102,6 @@ class SETUPPAGE : public FORMPAGE {
     }
 
  private:
-    // What lists offer of which the tables of fields do not tell.
-    static LISTS Lists(int page, const SETUPMACHINE& machine) {
-        if (page != PAGE_SETUP_CONNECTION)
-            return {};
-        std::vector<STRING> entries;
-        WORDCURSOR words(machine.DialEntries, "|");
-        for (std::string_view entry; words.Next(entry);)
-            entries.emplace_back(entry);
-        return {{401, entries}};
-    }
-
     // The form as the controls are now.
     STRINGARRAY Entered() const {
         STRINGARRAY entered = Values;
@@ -143,18 +118,15 @@ class SETUPPAGE : public FORMPAGE {
         Asker.Button = button;
         Asker.Address = address;
         Asker.Server = server;
-        AddPush(button,
-                [](const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
-                    static_cast<SETUPPAGE&>(dialog).AskOrStop();
-                    return value;
-                },
-                {});
+        AddAction<SETUPPAGE, &SETUPPAGE::AskOrStop>(button);
     }
+
+    void EnterMailProgram() { SetControlText(207, Machine.MailProgram); }
 
     void AskOrStop() {
         if (Asker.Asking) {
             StopAsking();
-            Say(STRING(""));
+            ShowResult(STRING(""));
             return;
         }
         const STRING domain = MailDomain(ControlText(Asker.Address).View());
@@ -165,7 +137,7 @@ class SETUPPAGE : public FORMPAGE {
         }
         STRING text = Parts().Texts.Get(TEXT_SETUP_ASKING);
         text.Replace("$1", domain.Text());
-        Say(text);
+        ShowResult(text);
         SetControlText(Asker.Button, Parts().Texts.Part(TEXT_SETUP_BUTTON, 1));
         Asker.Asking = std::make_unique<BACKGROUND>(
             [this, domain](const STOPQUESTION& stopAsked) { Asker.Found = ProposeServers(domain, stopAsked); },
@@ -195,12 +167,11 @@ class SETUPPAGE : public FORMPAGE {
         }
         if (service->Origin != OFFEREDSERVICE::NONE)
             SetControlText(Asker.Server, service->Server);
-        Say(ProposalText(Parts().Texts, found, *service));
+        ShowResult(ProposalText(Parts().Texts, found, *service));
     }
 
     void BeginCall() {
-        STRING server = ControlText(201);
-        server.Strip('B', " \t");
+        const STRING server = Stripped(ControlText(201));
         if (server.Length() == 0 || Calling)
             return;
         Called = server;
@@ -228,11 +199,6 @@ class SETUPPAGE : public FORMPAGE {
         ShowError(hWnd, text, Title());
     }
 
-    void Say(const STRING& text) {
-        SetControlText(ID_RESULT, text);
-        NotifyWinEvent(EVENT_OBJECT_VALUECHANGE, GetDlgItem(hWnd, ID_RESULT), OBJID_CLIENT, CHILDID_SELF);
-    }
-
     const int Page;
     STRINGARRAY& Values;
     const SETUPMACHINE& Machine;
@@ -244,7 +210,7 @@ class SETUPPAGE : public FORMPAGE {
 }  // namespace
 
 bool RunSetup(const DIALOGPARTS& parts, STRINGARRAY& state, RECORDARRAY& items, const STRING& dialEntries) {
-    SETUP setup(state, items, LookAtMachine(dialEntries));
+    SETUP setup(state, items, LookAtMachine(parts.Programs, dialEntries));
     WIZARD wizard(DIALOG_SETUP, parts.Parent, STRING(), parts.Texts.Get(TEXT_SETUP_CANCEL), -1);
     for (const int page : SETUP::ORDER) {
         wizard.AddStep(

@@ -148,9 +148,7 @@ bool EditType(const DIALOGPARTS& parts, RECORDARRAY& types, int place) {
     });
     if (!dialog.Run())
         return false;
-    STRING name = form.Get("Name");
-    name.Strip('B', " \t");
-    form.Set("Name", name);
+    form.Set("Name", Stripped(form.Get("Name")));
     types[place] = form;
     return true;
 }

@@ -1,6 +1,7 @@
 #include "app/dialogs/fields.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -244,6 +245,22 @@ std::span<const NEEDED> AllNeeds() {
 std::span<const FIELD> FieldsOf(int page) {
     const std::span<const FIELD> found = PartOf(FIELDS, page);
     return found.empty() ? PartOf(SETUP_FIELDS, page) : found;
+}
+
+bool IsPart(const char* key) {
+    return strchr(key, '.') != nullptr;
+}
+
+STRING Stripped(STRING text, const char* blanks) {
+    text.Strip('B', blanks);
+    return text;
+}
+
+int EntryFault(const STRING& text, int emptyText, bool mayHaveBar) {
+    if (Stripped(text).Length() == 0)
+        return emptyText;
+    // It splits server and user in the record.
+    return !mayHaveBar && text.Pos('|') != -1 ? TEXT_BAR : 0;
 }
 
 STRING HelpOf(const TEXTS& texts, int page, int control) {

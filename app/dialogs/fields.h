@@ -65,5 +65,15 @@ std::span<const NEEDED> AllNeeds();
 /// Also of the setup wizard's pages.
 std::span<const FIELD> FieldsOf(int page);
 
+/// Whether a field's key names a part that only the dialog has.
+bool IsPart(const char* key);
+
+/// What a person has entered, without blanks around it.
+STRING Stripped(STRING text, const char* blanks = " \t");
+
+/// What is wrong with an entry that must not be empty, nor have a bar unless it may, as the number of a text; 0 if
+/// nothing is.
+int EntryFault(const STRING& text, int emptyText, bool mayHaveBar = false);
+
 /// What a control is for; null for one that needs no words.
 STRING HelpOf(const TEXTS& texts, int page, int control);

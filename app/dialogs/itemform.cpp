@@ -10,10 +10,6 @@ namespace {
 
 constexpr const char* NAMES[] = {"Name", "Source.Server", "Source.User", "AltFolder", "SpamFolder"};
 
-bool IsPart(const char* key) {
-    return STRING(key).Pos('.') != -1;
-}
-
 }  // namespace
 
 bool StoreChanges(STRINGARRAY& record, const STRINGARRAY& before, const STRINGARRAY& after) {
@@ -70,13 +66,9 @@ const MAILBOXKIND& ITEMFORM::Kind() const {
 
 bool ITEMFORM::Write(STRINGARRAY& record) const {
     STRINGARRAY values = Values;
-    for (const char* name : NAMES) {
-        if (!IsChanged(name))
-            continue;
-        STRING text = values.Get(name);
-        text.Strip('B', " \t");
-        values.Set(name, text);
-    }
+    for (const char* name : NAMES)
+        if (IsChanged(name))
+            values.Set(name, Stripped(values.Get(name)));
     const MAILBOXKIND& kind = Kind();
     const bool moved = IsSuccessor || IsChanged("Type.Kind") || IsChanged("Source.Server") || IsChanged("Source.User");
     if (kind.IsKnown() && (moved || IsChanged("Source2")))

@@ -8,7 +8,6 @@
 namespace {
 
 constexpr int WEBMAIL_SECONDS = 600;
-constexpr const char* BLANKS = " \t";
 
 /// A mail program that is known by a part of its path, and what it is told. Of several that fit the last one holds: a
 /// program may lie in another one's folder.
@@ -25,13 +24,8 @@ constexpr KNOWNPROGRAM KNOWN_PROGRAMS[] = {{"OUTLOOK", "Outlook", nullptr, "/c i
 /// The keys of a page, besides parts of their own.
 void TakeOver(STRINGARRAY& to, const STRINGARRAY& from, int page) {
     for (const FIELD& field : FieldsOf(page))
-        if (STRING(field.Key).Pos('.') == -1)
+        if (!IsPart(field.Key))
             to.Set(field.Key, from.Get(field.Key));
-}
-
-STRING Stripped(STRING text, const char* chars = BLANKS) {
-    text.Strip('B', chars);
-    return text;
 }
 
 const MAILBOXKIND& KindOfForm(const STRINGARRAY& form) {
@@ -47,11 +41,11 @@ bool SETUP::HasQuestions(int page) const {
 }
 
 STRINGARRAY SETUP::Begin(int page) const {
+    if (const auto left = Left.find(page); left != Left.end())
+        return left->second;
     STRINGARRAY form(8, 8);
     for (const FIELD& field : FieldsOf(page))
         form.Set(field.Key, State.Exists(field.Key) ? State.Get(field.Key) : STRING(""));
-    if (const auto left = Left.find(page); left != Left.end())
-        return left->second;
     switch (page) {
         case PAGE_SETUP_CONNECTION:
             form.Set("ConnectionType", "0");
@@ -96,14 +90,9 @@ int SETUP::Fault(int page, const STRINGARRAY& form, int& control) {
                   {"Source.Server", 201, TEXT_NO_SERVER, kind.HasServer()}};
     for (const auto& field : fields) {
         control = field.Control;
-        const STRING text = Stripped(form.Get(field.Key));
-        if (!field.Matters)
-            continue;
-        if (text.Length() == 0)
-            return field.Empty;
-        // It splits the two in the record.
-        if (text.Pos('|') != -1)
-            return TEXT_BAR;
+        const int fault = field.Matters ? EntryFault(form.Get(field.Key), field.Empty) : 0;
+        if (fault != 0)
+            return fault;
     }
     return 0;
 }
@@ -204,7 +193,7 @@ void SETUP::AddLists(STRING words) {
 STRING ProgramOfCommand(const STRING& command) {
     constexpr std::string_view ENDING = ".exe";
     STRING path = command.View().empty() ? STRING("") : command;
-    path.Strip('L', BLANKS);
+    path.Strip('L', " \t");
     if (const int end = path.iPos(ENDING.data()); end != -1)
         path = path.Left(end + static_cast<int>(ENDING.size()));
     if (path.View().starts_with('"'))
@@ -213,19 +202,10 @@ STRING ProgramOfCommand(const STRING& command) {
 }
 
 STRING ProposalText(const TEXTS& texts, const SERVERPROPOSAL& proposal, const OFFEREDSERVICE& service) {
-    const auto number = [&] {
-        switch (service.Origin) {
-            case OFFEREDSERVICE::NAMED:
-                return TEXT_SETUP_NAMED;
-            case OFFEREDSERVICE::ENCRYPTED:
-                return TEXT_SETUP_ENCRYPTED;
-            case OFFEREDSERVICE::NONE:
-                return TEXT_SETUP_NO_SERVICE;
-            default:
-                return proposal.Silent ? TEXT_SETUP_SILENT : TEXT_SETUP_USUAL;
-        }
-    };
-    STRING text = texts.Get(number());
+    // In the order of the origins.
+    const int numbers[] = {TEXT_SETUP_NAMED, TEXT_SETUP_ENCRYPTED,
+                           proposal.Silent ? TEXT_SETUP_SILENT : TEXT_SETUP_USUAL, TEXT_SETUP_NO_SERVICE};
+    STRING text = texts.Get(numbers[service.Origin]);
     text.Replace("$1", proposal.Domain.Text());
     return text;
 }

@@ -1,11 +1,11 @@
 #include "app/dialogs/typesform.h"
 
+#include "app/dialogs/fields.h"
 #include "app/notify/mailtypes.h"
 #include "corelib/base/trace.h"
 
 int TYPESFORM::NameFault(const RECORDARRAY& types, const STRING& name, int place) {
-    STRING stripped = name;
-    stripped.Strip('B', " \t");
+    const STRING stripped = Stripped(name);
     if (stripped.Length() == 0)
         return TEXT_TYPE_NO_NAME;
     const int other = types.FindRecord("Name", stripped.Text());
@@ -16,10 +16,8 @@ int TYPESFORM::Add(const STRING& name, int& message) {
     message = NameFault(Types, name, -1);
     if (message != 0)
         return -1;
-    STRING stripped = name;
-    stripped.Strip('B', " \t");
     auto record = std::make_unique<STRINGARRAY>(64, 64);
-    record->Set("Name", stripped);
+    record->Set("Name", Stripped(name));
     FillTypeDefaults(*record);
     Types.AddOwned(std::move(record));
     return Types.Count() - 1;

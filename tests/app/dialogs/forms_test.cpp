@@ -1,4 +1,5 @@
 #include "app/check/items.h"
+#include "app/dialogs/background.h"
 #include "app/dialogs/fields.h"
 #include "app/dialogs/itemform.h"
 #include "app/dialogs/logintest.h"
@@ -132,7 +133,6 @@ class LoginTest : public ::testing::Test {
         }
     } Texts;
     STRINGARRAY Settings;
-    std::atomic<int> Done = 0;
 };
 
 TEST_F(LoginTest, TellsTheServersAnswer) {
@@ -142,10 +142,8 @@ TEST_F(LoginTest, TellsTheServersAnswer) {
         SCRIPTEDSERVER server({PLAY::Send("+OK\r\n"), PLAY::Expect("USER anna"), PLAY::Send("+OK\r\n"),
                                PLAY::Expect("PASS secret"), PLAY::Send(answer), PLAY::Expect("STAT"),
                                PLAY::Send("+OK 3 900\r\n"), PLAY::Expect("QUIT"), PLAY::Send("+OK\r\n")});
-        LOGINTEST test(At(server.Port()), Settings, Texts, [this] { ++Done; });
-        ASSERT_TRUE(Eventually([this] { return Done == 1; }));
-        EXPECT_NE(test.Outcome().Pos(said), -1) << Std(test.Outcome());
-        Done = 0;
+        const STRING outcome = LoginOutcome(At(server.Port()), Settings, Texts, {});
+        EXPECT_NE(outcome.Pos(said), -1) << Std(outcome);
     }
 }
 
@@ -153,10 +151,13 @@ TEST_F(LoginTest, IsBrokenOffWithItsDialog) {
     FillSettings(Settings, {});
     SCRIPTEDSERVER server({PLAY::Send("+OK\r\n"), PLAY::Expect("USER anna"), PLAY::Silence()});
     const auto start = std::chrono::steady_clock::now();
+    bool done = false;
     {
-        LOGINTEST test(At(server.Port()), Settings, Texts, [this] { ++Done; });
+        const BACKGROUND login(
+            [&](const STOPQUESTION& stopAsked) { (void)LoginOutcome(At(server.Port()), Settings, Texts, stopAsked); },
+            [&] { done = true; });
     }
-    EXPECT_EQ(Done, 1);
+    EXPECT_TRUE(done);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
