@@ -35,16 +35,16 @@ class ITEMLOCK {
 }  // namespace
 
 bool MAINWINDOW::DoDialogCommand(int command) {
-    static constexpr std::pair<int, void (MAINWINDOW::*)()> DIALOGS[] = {
-        {COMMAND_ADD_ITEM, &MAINWINDOW::AddItem},
-        {COMMAND_EDIT_ITEM, &MAINWINDOW::EditItem},
-        {COMMAND_TYPES, &MAINWINDOW::EditTypes},
-        {COMMAND_SETTINGS, &MAINWINDOW::EditOptions},
-        {COMMAND_TRAY_SETTINGS, &MAINWINDOW::EditOptions},
-        {COMMAND_SPAM_LISTS, &MAINWINDOW::EditSpamLists},
-        {COMMAND_SPAM_EXPERT, &MAINWINDOW::EditSpamExpert},
-        {COMMAND_SPAM_SETTINGS, &MAINWINDOW::EditSpamAll},
-        {COMMAND_DATA_DIRECTORY, &MAINWINDOW::EditDataDir},
+    static constexpr std::pair<int, void (*)(MAINWINDOW&)> DIALOGS[] = {
+        {COMMAND_ADD_ITEM, [](MAINWINDOW& self) { self.AddItem(); }},
+        {COMMAND_EDIT_ITEM, [](MAINWINDOW& self) { self.EditItem(); }},
+        {COMMAND_TYPES, [](MAINWINDOW& self) { self.EditTypes(); }},
+        {COMMAND_SETTINGS, [](MAINWINDOW& self) { self.EditOptions(PAGE_OPTIONS_PROGRAM); }},
+        {COMMAND_TRAY_SETTINGS, [](MAINWINDOW& self) { self.EditOptions(PAGE_OPTIONS_PROGRAM); }},
+        {COMMAND_SPAM_LISTS, [](MAINWINDOW& self) { self.EditSpam(true, false); }},
+        {COMMAND_SPAM_EXPERT, [](MAINWINDOW& self) { self.EditSpam(false, true); }},
+        {COMMAND_SPAM_SETTINGS, [](MAINWINDOW& self) { self.EditSpam(true, true); }},
+        {COMMAND_DATA_DIRECTORY, [](MAINWINDOW& self) { self.EditDataDir(); }},
     };
     for (const auto& [number, dialog] : DIALOGS) {
         if (number != command)
@@ -56,13 +56,13 @@ bool MAINWINDOW::DoDialogCommand(int command) {
 }
 
 // The tray icon's menu can be reached while a dialog is open: two of them would store over each other.
-void MAINWINDOW::OpenDialog(void (MAINWINDOW::*dialog)()) {
+void MAINWINDOW::OpenDialog(void (*dialog)(MAINWINDOW&)) {
     if (DialogOpen || !IsWindowEnabled(hWnd)) {
         ShowInFront();
         return;
     }
     DialogOpen = true;
-    (this->*dialog)();
+    dialog(*this);
     DialogOpen = false;
 }
 
@@ -105,11 +105,7 @@ void MAINWINDOW::EditTypes() {
         ShowSaveError(TEXT_SETTINGS_NOT_SAVED);
 }
 
-void MAINWINDOW::EditOptions() {
-    EditOptionsAt(PAGE_OPTIONS_PROGRAM);
-}
-
-void MAINWINDOW::EditOptionsAt(int page) {
+void MAINWINDOW::EditOptions(int page) {
     STRINGARRAY& state = Application->pState;
     const bool started = state.GetNumber("DlgAutoRun") != 0;
     WINRAS dialup;
@@ -141,18 +137,6 @@ void MAINWINDOW::EditSpam(bool lists, bool expert) {
     ArrangeControls();
 }
 
-void MAINWINDOW::EditSpamLists() {
-    EditSpam(true, false);
-}
-
-void MAINWINDOW::EditSpamExpert() {
-    EditSpam(false, true);
-}
-
-void MAINWINDOW::EditSpamAll() {
-    EditSpam(true, true);
-}
-
 void MAINWINDOW::EditDataDir() {
     if (App.Arguments().TestArgValue("WORKDIR", 0))
         ShowInfo(hWnd, App.Texts().Get(TEXT_DIR_NAMED), ProgramName());
@@ -176,11 +160,7 @@ void MAINWINDOW::ShowSettings() {
 
 void MAINWINDOW::OfferMailProgram() {
     if (!DialogOpen && ::AskYesNo(hWnd, App.Texts().Get(TEXT_NO_MAIL_PROGRAM), ProgramName()))
-        OpenDialog(&MAINWINDOW::EditMailProgram);
-}
-
-void MAINWINDOW::EditMailProgram() {
-    EditOptionsAt(PAGE_OPTIONS_MAILPROGRAM);
+        OpenDialog([](MAINWINDOW& self) { self.EditOptions(PAGE_OPTIONS_MAILPROGRAM); });
 }
 
 void MAINWINDOW::RunSetupWizard() {

@@ -134,16 +134,11 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     bool DoWindowCommand(int command);
     bool DoDialogCommand(int command);
     /// Unless a dialog is open already, which comes to the front then.
-    void OpenDialog(void (MAINWINDOW::*dialog)());
+    void OpenDialog(void (*dialog)(MAINWINDOW&));
     DIALOGPARTS Parts() const;
     void EditTypes();
-    void EditOptions();
-    void EditOptionsAt(int page);
-    void EditMailProgram();
+    void EditOptions(int page);
     void EditSpam(bool lists, bool expert);
-    void EditSpamLists();
-    void EditSpamExpert();
-    void EditSpamAll();
     void EditDataDir();
     void ShowSettings();
     // The windows of mails.

@@ -24,11 +24,7 @@ FONTHANDLE MakeFont(int points, int weight) {
 }  // namespace
 
 WIZARD::WIZARD(int dialog, HWND parent, const STRING& title, const STRING& canceltext, int subtitlesize)
-    : DATADIALOG(dialog, parent),
-      Waiting(parent),
-      Heading(title),
-      CancelText(canceltext),
-      SubtitlePoints(subtitlesize) {}
+    : DATADIALOG(dialog, parent), Heading(title), CancelText(canceltext), SubtitlePoints(subtitlesize) {}
 
 WIZARD::~WIZARD() {
     ASSERTION(!this->pSubDlg, "!this->pSubDlg");
@@ -37,21 +33,20 @@ WIZARD::~WIZARD() {
 }
 
 void WIZARD::AddStep(const STEP& step, PAGEFUNCTION function) {
-    if (!ASSERTION(Count < steps.size(), "this->Howmany < this->Max"))
-        return;
-    steps[Count++] = {step, std::move(function)};
+    if (ASSERTION(Steps.size() < Max, "this->Howmany < this->Max"))
+        Steps.push_back({step, std::move(function)});
 }
 
 bool WIZARD::Run() {
-    if (Count == 0 || !Create(Waiting))
+    if (Steps.empty() || !Create(Waiting))
         return false;
     if (Heading.Length() > 0)
         SetTitle(Heading);
     NextText = ControlText(ID_NEXT);
     const bool enabled = Waiting && !EnableWindow(Waiting, FALSE);
-    Walk.emplace(Count);
+    Walk.emplace(Steps.size());
     while (!Walk->IsOver()) {
-        const ENTRY& entry = steps[Walk->Page()];
+        const ENTRY& entry = Steps[Walk->Page()];
         ASSERTION(entry.Step.idstep != 0, "steps[step].idstep!=0");
         const PAGEEND end = entry.Function(*this, entry.Step);
         if (!Walk->IsOver())
@@ -101,7 +96,7 @@ void WIZARD::ShowPage() {
 void WIZARD::SetButtons() {
     const HWND back = GetDlgItem(hWnd, ID_BACK), next = GetDlgItem(hWnd, ID_NEXT);
     ShowWindow(back, Walk->IsFirst() ? SW_HIDE : SW_SHOW);
-    EnableWindow(back, !steps[Walk->Page()].Step.NoBack);
+    EnableWindow(back, !Steps[Walk->Page()].Step.NoBack);
     SetControlText(ID_NEXT, Walk->IsLast() ? STRING(IsGermanResourceModule() ? "Fertig" : "Done") : NextText);
     SendMessageW(hWnd, DM_SETDEFID, ID_NEXT, 0);
     SendMessageW(hWnd, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(next), TRUE);

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <array>
 #include <functional>
 #include <optional>
+#include <vector>
 
 #include "corelib/base/pagewalk.h"
 #include "corelib/window/datadialog.h"
@@ -53,10 +53,9 @@ class WIZARD : public DATADIALOG {
     PAGEEND Wait();
 
     DATADIALOG* pSubDlg = nullptr;
-    std::array<ENTRY, 32> steps;
-    size_t Count = 0;
+    static constexpr size_t Max = 32;
+    std::vector<ENTRY> Steps;
     std::optional<PAGEWALK> Walk;  // while it runs
-    const HWND Waiting;
     const STRING Heading;
     const STRING CancelText;
     STRING NextText;
