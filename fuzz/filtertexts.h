@@ -1,9 +1,10 @@
 #pragma once
 
 #include "app/common/texts.h"
+#include "app/core/settings.h"
 #include "corelib/base/stringarray.h"
 
-/// What a scan asks for beside its table: texts, and the settings that it reads.
+/// What a scan or a check asks for beside its table: texts, and the settings, with all verdicts off.
 struct FILTERSTATE {
     class PLAINTEXTS : public TEXTS {
      public:
@@ -11,19 +12,13 @@ struct FILTERSTATE {
     };
 
     FILTERSTATE() {
+        for (const SETTING& setting : SETTINGS)
+            State.Set(setting.Key, setting.Kind == SETTINGKIND::DATAFILE ? "" : setting.Default);
         for (const auto& [key, value] : {std::pair{"SpamDistrLists", "3"},
-                                         {"SpamHaveDistrLists", "1"},
-                                         {"SpamBccReceiver", "2"},
-                                         {"SpamMultiReicipients", "1"},
                                          {"SpamMyEmail", "me@example.org"},
-                                         {"SpamMinWords", "3"},
                                          {"SpamDoDomain", "0"},
+                                         {"SpamDoIgnore", "0"},
                                          {"SpamDomainExceptions", ""},
-                                         {"SpamFilterDisabled", "0"},
-                                         {"SpamVarsFile", ""},
-                                         {"SpamFilename", ""},
-                                         {"SpamMyFriends", ""},
-                                         {"SpamBadSenders", ""},
                                          {"SpamMyInterests", ""},
                                          {"SpamBadDynaWords", "a;!;*b*"},
                                          {"SpamBadSubject", ""}})

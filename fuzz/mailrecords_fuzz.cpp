@@ -4,6 +4,7 @@
 #include "app/check/items.h"
 #include "app/check/mailrecords.h"
 #include "app/check/newmail.h"
+#include "fuzz/filtertexts.h"
 #include "fuzz/fuzz.h"
 
 namespace {
@@ -22,23 +23,6 @@ class COUNTER : public NOTIFIER {
     int New = 0;
 };
 
-// The settings, with all verdicts off.
-STRINGARRAY MakeState() {
-    STRINGARRAY state;
-    for (const char* key :
-         {"PopupBackgroundColor", "PopupTextColor", "SpamDoDelete", "SpamDeletePoints", "SpamDoTrash",
-          "SpamTrashPoints", "SpamDoMove", "SpamMovePoints", "SpamDoIgnore", "SpamIgnorePoints", "TrashKeepUncopied"})
-        state.Set(key, "");
-    return state;
-}
-
-STRINGARRAY MakeItem(const STRINGARRAY& state) {
-    STRINGARRAY item;
-    int handle = FIRST_ITEM_HANDLE;
-    FixItem(item, state, handle);
-    return item;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -53,8 +37,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     // With the true count, so that only what the mails hold matters.
     const STRING listing(std::string_view(std::to_string(count) + " msgs|? unread|0 bytes\n" + blocks));
-    const STRINGARRAY state = MakeState();
-    STRINGARRAY item = MakeItem(state);
+    static const FILTERSTATE filter;
+    const STRINGARRAY& state = filter.State;
+    STRINGARRAY item;
+    int handle = FIRST_ITEM_HANDLE;
+    FixItem(item, state, handle);
     TRASHSTORE trash;
     const SAMETEXT texts;
     bool popup = false;

@@ -339,6 +339,8 @@ TEST_P(Dialogs, SayWhatIsWrong) {
                  {0, 1, 204, "", TEXT_NO_SERVER},
                  {0, 1, 205, "a|b", TEXT_BAR},
                  {0, 0, 202, "9999", 0},
+                 {0, 0, 202, "", 0},
+                 {0, 0, 202, "99999999999", 0},
                  {0, 0, 203, "75", 0},
                  {1, 0, 201, "", TEXT_TYPE_NO_NAME},
                  {1, 0, 204, "none", TEXT_NO_SOUND},
@@ -409,24 +411,19 @@ TEST_P(Dialogs, KeepWhatTheyCannotShowAndTellOfTheShortestPeriod) {
 TEST_P(Dialogs, TryALogin) {
     SCRIPTEDSERVER server({PLAY::Send("+OK\r\n"), PLAY::Expect("USER user"), PLAY::Send("+OK\r\n"),
                            PLAY::Expect("PASS other"), PLAY::Send("-ERR not today\r\n")});
-    SCRIPTEDSERVER silent({PLAY::Silence()});
     STRINGARRAY item = Unlike(SHEETS[0]), settings;
     item["Type"] = "1";
     settings["DoHttpProxy"] = "0";
     EXPECT_FALSE(RunWith([&] { return EditItem(Parts(), item, settings); },
                          [&] {
                              Set(1, 206, "other");
-                             for (const SCRIPTEDSERVER* where : {&server, &silent}) {
-                                 Set(1, 204, where->HostPort().c_str());
-                                 ClickOn(1, 101);
-                                 EXPECT_FALSE(IsWindowEnabled(On(1, 101)));
-                                 EXPECT_EQ(Text(1, 290), Std(Texts.Get(TEXT_LOGGING_IN)));
-                                 if (where == &server) {
-                                     EXPECT_TRUE(PumpUntil([&] { return IsWindowEnabled(On(1, 101)) != 0; }));
-                                     EXPECT_NE(Text(1, 290).find("not today"), std::string::npos);
-                                 }
-                             }
-                             // The dialog goes in the middle of the second one.
+                             Set(1, 204, server.HostPort().c_str());
+                             ClickOn(1, 101);
+                             EXPECT_FALSE(IsWindowEnabled(On(1, 101)));
+                             EXPECT_EQ(Text(1, 290), Std(Texts.Get(TEXT_LOGGING_IN)));
+                             EXPECT_TRUE(PumpUntil([&] { return IsWindowEnabled(On(1, 101)) != 0; }));
+                             EXPECT_NE(Text(1, 290).find("not today"), std::string::npos);
+                             ClickOn(1, 101);  // the dialog goes in the middle of this one
                          }));
     EXPECT_EQ(Std(item.Get("Source")), "server|user");
 }
@@ -445,8 +442,6 @@ TEST_P(Dialogs, EditTheListOfTypes) {
             all += Std(types[i].Get("Name")) + " ";
         return all;
     };
-    EXPECT_FALSE(RunWith([&] { return EditTypes(Parts(), types); }, [&] { ClickOn(0, 106); }));
-    EXPECT_EQ(order(), "one two three ");
     EXPECT_TRUE(RunWith([&] { return EditTypes(Parts(), types); },
                         [&] {
                             EXPECT_FALSE(IsWindowEnabled(On(0, 105)));

@@ -226,6 +226,14 @@ TEST_F(Lifecycle, ThePositionComesBack) {
     EXPECT_EQ(place(), (std::vector<LONG>{8, 8, 400, 350}));
     Window->Move(120, 90, 500, 300);
     Window->Show(SW_MINIMIZE);
+    Pump();
+    EXPECT_FALSE(Window->IsVisible());
+    SetFocus(nullptr);
+    Command(COMMAND_SHOW_WINDOW);
+    EXPECT_TRUE(Window->IsVisible() && !IsIconic(Window->hWnd));
+    EXPECT_EQ(GetFocus(), Window->List().Handle());
+    EXPECT_EQ(place(), (std::vector<LONG>{120, 90, 500, 300})) << "from the tray";
+    Window->Show(SW_MINIMIZE);
     Close();
     Open(TWO_ITEMS);
     EXPECT_EQ(place(), (std::vector<LONG>{120, 90, 500, 300}));

@@ -198,30 +198,31 @@ TEST_F(MainWindow, TheSelectionOfTheLastRunComesBackOnceAndOtherwiseTheFirst) {
 TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
     Open("[#0]\r\nName=a\r\nType=1\r\nUpdateSuspended=1\r\n\r\n[#1]\r\nName=b\r\nType=1\r\n\r\n",
          "EmailDoSound=1\r\nEmailDoSoundLoop=1\r\nEmailSoundLoopRep=60\r\n");
-#define MAILS \
-    "-" NUMBER(COMMAND_INBOX_WINDOW) " -" NUMBER(COMMAND_MAIL_VIEW) " -" NUMBER(COMMAND_MAIL_ANSWER) " -" NUMBER( \
-        COMMAND_MAIL_REASON) " -" NUMBER(COMMAND_MAIL_MARK) " -" NUMBER(COMMAND_MAIL_UNMARK) " -" NUMBER(         \
-        COMMAND_MAIL_APPLY) " -" NUMBER(COMMAND_MAIL_FRIEND) " -" NUMBER(COMMAND_MAIL_BAD_SENDER) " "
-    constexpr const char *NONE =
-        "-" NUMBER(COMMAND_EDIT_ITEM) " -" NUMBER(COMMAND_DELETE_ITEMS) " -" NUMBER(COMMAND_CHECK_ITEMS) " -" NUMBER(
-            COMMAND_CHECK_ITEMS_QUIETLY) " -" NUMBER(
-            COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(COMMAND_SUSPEND_ITEMS) " -" NUMBER(COMMAND_ITEM_MAIL_PROGRAM) " -" NUMBER(COMMAND_INBOX) " " MAILS
-        "-" NUMBER(COMMAND_STOP_SOUND) " ",
-        *ALL_BUTTONS = NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_ADD_ITEM) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
-            COMMAND_INBOX) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(COMMAND_CHECK_ITEMS) " " NUMBER(COMMAND_SPAM_LISTS) " ",
-        *ALL_BUT_SPAM = NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_ADD_ITEM) " " NUMBER(COMMAND_EDIT_ITEM) " " NUMBER(
-            COMMAND_INBOX) " " NUMBER(COMMAND_TRASHCAN) " " NUMBER(COMMAND_CHECK_ITEMS) " ";
+    const auto listed = [](const char* mark, const std::vector<int>& commands) {
+        std::string list;
+        for (const int command : commands)
+            list += mark + std::to_string(command) + " ";
+        return list;
+    };
+    const std::string mails = listed("-", {COMMAND_INBOX_WINDOW, COMMAND_MAIL_VIEW, COMMAND_MAIL_ANSWER,
+                                           COMMAND_MAIL_REASON, COMMAND_MAIL_MARK, COMMAND_MAIL_UNMARK,
+                                           COMMAND_MAIL_APPLY, COMMAND_MAIL_FRIEND, COMMAND_MAIL_BAD_SENDER}),
+                      silent = listed("-", {COMMAND_STOP_SOUND}),
+                      none = listed("-", {COMMAND_EDIT_ITEM, COMMAND_DELETE_ITEMS, COMMAND_CHECK_ITEMS,
+                                          COMMAND_CHECK_ITEMS_QUIETLY, COMMAND_SHOW_ITEMS_MAILS, COMMAND_SUSPEND_ITEMS,
+                                          COMMAND_ITEM_MAIL_PROGRAM, COMMAND_INBOX}) +
+                             mails + silent,
+                      always = listed("", {COMMAND_MAIL_PROGRAM, COMMAND_NEW_MAIL, COMMAND_ADD_ITEM}),
+                      ofOne = always +
+                              listed("", {COMMAND_EDIT_ITEM, COMMAND_INBOX, COMMAND_TRASHCAN, COMMAND_CHECK_ITEMS}),
+                      spam = listed("", {COMMAND_SPAM_LISTS});
     // In the bar "-": not possible, "+": with a mark. Buttons: that can be pressed.
-    const std::tuple<const char*, std::function<void()>, const char*, const char*> steps[] = {
-        {"none selected", [&] { Select(0, false); }, NONE,
-         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_ADD_ITEM) " " NUMBER(
-             COMMAND_TRASHCAN) " " NUMBER(COMMAND_SPAM_LISTS) " "},
-        {"one", [&] { Select(1); }, MAILS "-" NUMBER(COMMAND_STOP_SOUND) " ", ALL_BUTTONS},
+    const std::tuple<const char*, std::function<void()>, std::string, std::string> steps[] = {
+        {"none selected", [&] { Select(0, false); }, none, always + listed("", {COMMAND_TRASHCAN}) + spam},
+        {"one", [&] { Select(1); }, mails + silent, ofOne + spam},
         {"both", [&] { Select(0); },
-         "-" NUMBER(COMMAND_EDIT_ITEM) " -" NUMBER(COMMAND_SHOW_ITEMS_MAILS) " -" NUMBER(
-             COMMAND_INBOX) " " MAILS "-" NUMBER(COMMAND_STOP_SOUND) " ",
-         NUMBER(COMMAND_MAIL_PROGRAM) " " NUMBER(COMMAND_NEW_MAIL) " " NUMBER(COMMAND_ADD_ITEM) " " NUMBER(
-             COMMAND_TRASHCAN) " " NUMBER(COMMAND_CHECK_ITEMS) " " NUMBER(COMMAND_SPAM_LISTS) " "},
+         listed("-", {COMMAND_EDIT_ITEM, COMMAND_SHOW_ITEMS_MAILS, COMMAND_INBOX}) + mails + silent,
+         always + listed("", {COMMAND_TRASHCAN, COMMAND_CHECK_ITEMS}) + spam},
         {"the other, which is suspended, as all is and the filter, while the sound goes on",
          [&] {
              Select(1, false);
@@ -229,9 +230,9 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
              Command(COMMAND_SUSPEND);
              TellNewMail();
          },
-         "+" NUMBER(COMMAND_SUSPEND_ITEMS) " " MAILS "+" NUMBER(COMMAND_SUSPEND) " -" NUMBER(
-             COMMAND_SPAM_LISTS) " +" NUMBER(COMMAND_SPAM_FILTER_OFF) " ",
-         ALL_BUT_SPAM},
+         listed("+", {COMMAND_SUSPEND_ITEMS}) + mails + listed("+", {COMMAND_SUSPEND}) +
+             listed("-", {COMMAND_SPAM_LISTS}) + listed("+", {COMMAND_SPAM_FILTER_OFF}),
+         ofOne},
     };
     const auto& bar = *static_cast<NEWTOOLBAR*>(
         reinterpret_cast<WINDOW*>(GetWindowLongPtrW(GetDlgItem(Window->hWnd, 3), GWLP_USERDATA)));
@@ -254,7 +255,7 @@ TEST_F(MainWindow, CommandsFollowTheStateInMenusAndToolBar) {
     SendMessageW(bar.hWnd, WM_CONTEXTMENU, WPARAM(bar.hWnd), MAKELPARAM(300, 60));  // would wait: it has no menu
     for (const int command : {COMMAND_TRAY_SUSPEND, COMMAND_SPAM_FILTER_OFF, COMMAND_SUSPEND_ITEMS})
         Command(command);
-    EXPECT_EQ(MenuLook(GetMenu(Window->hWnd)), NONE) << "the last one takes the selection off";
+    EXPECT_EQ(MenuLook(GetMenu(Window->hWnd)), none) << "the last one takes the selection off";
     EXPECT_EQ(Rows().front(), "a|-");
 }
 
@@ -486,21 +487,6 @@ TEST_F(MainWindow, KeysGiveTheirCommandsOnceAndNotWhereTheToolBarNeedsThem) {
     keys[VK_CONTROL] = 0;
     SetKeyboardState(keys);
     EXPECT_EQ(Window->SelectedItems().size(), 2U);
-}
-
-TEST_F(MainWindow, ComesBackFromTheTrayAsItWasWithTheFocusOnTheList) {
-    Open(TWO_ITEMS);
-    const RECT before = Window->Rect();
-    Window->Show(SW_MINIMIZE);
-    Pump();
-    EXPECT_FALSE(Window->IsVisible());
-    SetFocus(nullptr);
-    Command(COMMAND_SHOW_WINDOW);
-    EXPECT_TRUE(Window->IsVisible());
-    EXPECT_FALSE(IsIconic(Window->hWnd));
-    EXPECT_EQ(GetFocus(), Window->List().Handle());
-    const RECT after = Window->Rect();
-    EXPECT_TRUE(EqualRect(&before, &after));
 }
 
 }  // namespace

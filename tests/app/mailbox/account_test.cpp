@@ -1,7 +1,5 @@
 #include "app/mailbox/account.h"
 
-#include <set>
-
 #include "tests/support/testsupport.h"
 
 namespace {

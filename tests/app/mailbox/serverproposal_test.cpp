@@ -1,7 +1,5 @@
 #include "app/mailbox/serverproposal.h"
 
-#include <map>
-
 #include "tests/support/testsupport.h"
 
 namespace {
@@ -9,20 +7,10 @@ namespace {
 constexpr int UNKNOWN_NAME = 9003;
 
 DNSRECORD Service(const char* host, int port, int priority = 0, int weight = 0) {
-    DNSRECORD record;
-    record.Type = DNSTYPE_SRV;
-    record.Host = host;
-    record.Port = port;
-    record.Preference = priority;
-    record.Weight = weight;
-    return record;
+    return {DNSTYPE_SRV, priority, weight, port, host};
 }
 
-DNSRECORD Alias() {
-    DNSRECORD record;
-    record.Type = 5;
-    return record;
-}
+const DNSRECORD ALIAS{5, 0, 0, 0, ""};
 
 using ZONE = std::map<std::string, std::vector<DNSRECORD>>;
 
@@ -56,8 +44,7 @@ TEST(ServerProposal, TakesWhatTheDomainSays) {
     const std::pair<ZONE, const char*> cases[] = {
         {{}, "Uimap.x.example Upop.x.example Usmtp.x.example 12 6"},
         {{{"_imap", {Service("i.y.example", 143)}}}, "Ni.y.example Upop.x.example Usmtp.x.example 22 5"},
-        {{{"_pop3", {Alias(), Service("p", 1110)}}, {"_imaps", {Service("i", 993)}}},
-         "Ei Np:1110 Usmtp.x.example 11 5"},
+        {{{"_pop3", {ALIAS, Service("p", 1110)}}, {"_imaps", {Service("i", 993)}}}, "Ei Np:1110 Usmtp.x.example 11 5"},
         // What is not encrypted comes first, as nothing else can be used yet.
         {{{"_imap", {Service("plain", 143)}}, {"_imaps", {Service("tls", 993)}}, {"_submissions", {Service("s", 465)}}},
          "Nplain Upop.x.example Es 22 5"},

@@ -141,8 +141,7 @@ TEST_F(TcpIo, TellsWhyACallFails) {
 }
 
 TEST_F(TcpIo, GivesUpOnASilentHost) {
-    SHRINKABLE::TcpTimes.StopLookMs = 20;
-    SHRINKABLE::TcpTimes.ConnectMs = 60;
+    SHRINKABLE::TcpTimes = {.ConnectMs = 60, .StopLookMs = 20};
     uint16_t port = 0;
     HELDSOCKET deaf = Deaf(SOCKETS::LOOPBACK, &port);
     const std::vector<SOCKETREF> callers = FillQueue(port);
@@ -172,8 +171,7 @@ TEST_F(TcpIo, GivesUpOnALookUpThatTakesTooLong) {
         EXPECT_FALSE(device.MakeCall(destination.c_str()));
         EXPECT_STOPPED(stop);
     }
-    SHRINKABLE::TcpTimes.ConnectMs = 40;
-    SHRINKABLE::TcpTimes.StopLookMs = 10;
+    SHRINKABLE::TcpTimes = {.ConnectMs = 40, .StopLookMs = 10};
     TCPIPIO device("", "", "");
     EXPECT_FALSE(device.MakeCall(name.c_str()));
     EXPECT_EQ(LastErrors(device), "4098 500 Host not found");
@@ -225,10 +223,7 @@ TEST_F(TcpIo, ABigWriteArrivesWhole) {
 }
 
 TEST_F(TcpIo, APeerThatIsTooSlowEndsTheConversation) {
-    SHRINKABLE::TcpTimes.SlowMs = 60;
-    SHRINKABLE::TcpTimes.QuickMs = 10;
-    SHRINKABLE::TcpTimes.SlowBytesPerSecond = 1 << 20;
-    SHRINKABLE::TcpTimes.StopLookMs = 10;
+    SHRINKABLE::TcpTimes = {.StopLookMs = 10, .SlowMs = 60, .SlowBytesPerSecond = 1 << 20, .QuickMs = 10};
     SCRIPTEDSERVER server({SCRIPT{Drip(std::string(100000, 'd'))}, SCRIPT{Deafness()}, SCRIPT{Send("quick")}});
     TCPIPIO device("", "", "");
     ASSERT_TRUE(device.MakeCall(server.HostPort().c_str()));
@@ -263,8 +258,7 @@ TEST_F(TcpIo, ManyQuickRepliesAndOurOwnTimeAreNotSlow) {
         script.push_back(ExpectPrefix("NOOP"));
         script.push_back(Drip("+ done so far\n"));
     }
-    SHRINKABLE::TcpTimes.SlowMs = 20;
-    SHRINKABLE::TcpTimes.SlowBytesPerSecond = 1 << 20;
+    SHRINKABLE::TcpTimes = {.SlowMs = 20, .SlowBytesPerSecond = 1 << 20};
     for (const bool quickIsFree : {true, false}) {
         SHRINKABLE::TcpTimes.QuickMs = quickIsFree ? 10000 : 0;
         SCRIPTEDSERVER server(script);

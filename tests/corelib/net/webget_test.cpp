@@ -167,9 +167,7 @@ TEST_F(WebGet, AStopEndsItWhateverTheServerDoes) {
 }
 
 TEST_F(WebGet, AServerThatIsTooSlowIsATimeOut) {
-    SHRINKABLE::TcpTimes.QuickMs = 0;
-    SHRINKABLE::TcpTimes.SlowMs = 50;
-    SHRINKABLE::TcpTimes.SlowBytesPerSecond = 1 << 20;
+    SHRINKABLE::TcpTimes = {.SlowMs = 50, .SlowBytesPerSecond = 1 << 20, .QuickMs = 0};
     SHRINKABLE::WebTimes.AnswerMs = 20000;
     SCRIPTEDSERVER server(SCRIPT{PLAY::Send("HTTP/1.0 200 OK\r\n\r\n"), PLAY::Drip(std::string(100000, 'b'))});
     STRING result;
