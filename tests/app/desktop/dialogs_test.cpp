@@ -465,7 +465,7 @@ TEST_P(Dialogs, EditTheListOfTypes) {
                                 EXPECT_NE(Said.find("one"), Said.npos);
                             }
                             // The type at that place now, in its own dialog.
-                            Later([this] {
+                            Later([] {
                                 const HWND front = GetActiveWindow();
                                 EXPECT_EQ(Std(WINDOW(GetDlgItem(front, 201)).Title()), "four");
                                 WINDOW(GetDlgItem(front, 201)).SetTitle(" 4 ");
