@@ -13,6 +13,10 @@ else()
 endif()
 
 find_package(Threads REQUIRED)
+# Windows brings TLS along.
+if(NOT WIN32)
+    find_package(OpenSSL 3 REQUIRED)
+endif()
 
 # Warnings count as errors on every compiler; they are set per target, so that outside code stays out of it.
 add_library(tw_options INTERFACE)

@@ -50,6 +50,12 @@ bool RINGBUFFER::Write(const char* data, int length) {
     return fits;
 }
 
+void RINGBUFFER::Clear() {
+    MUTEXHOLD hold(Mutex);
+    ReadIndex = WriteIndex = 0;
+    DataAvailable.Reset();
+}
+
 void RINGBUFFER::Abandon() {
     MUTEXHOLD hold(Mutex);
     Abandoned = true;

@@ -19,6 +19,8 @@ class RINGBUFFER {
     bool Write(const char* data, int length);
     /// There will be no reader any more: a waiting Write gives up, and later ones fail at once if there is no room.
     void Abandon();
+    /// Throws away what waits to be read. Writer's thread.
+    void Clear();
     /// Bytes that wait to be read.
     int Avail();
 

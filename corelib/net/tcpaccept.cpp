@@ -56,6 +56,7 @@ void TCPIPIO::ReleaseListener(const SOCKETREF& listener, bool forced) {
 }
 
 bool TCPIPIO::AcceptCall() {
+    ForgetTls();
     BUSY busy(AcceptIdle);
     bool waiting;
     {

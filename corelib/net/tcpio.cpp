@@ -21,6 +21,14 @@ namespace {
 
 constexpr uint32_t DUMP_LEVEL = 519;
 constexpr uint32_t NO_ADDRESS = 0xffffffff;
+// What a session may have to send without being asked to give anything.
+constexpr size_t MOST_UNASKED_BYTES = 65536;
+
+// The kinds of records that a handshake can begin with.
+constexpr char TLS_ALERT = 21;
+constexpr char TLS_HANDSHAKE = 22;
+constexpr const char* IN_CLEAR = "the server speaks without TLS";
+constexpr const char* HUNG_UP = "the server hung up";
 
 // The order is that of the search.
 constexpr struct {
@@ -38,6 +46,9 @@ constexpr struct {
     {TCPERR_BIND, 500, "Bind failed"},
     {TCPERR_ACCEPT, 500, "Accept failed"},
     {TCPERR_RECV, 500, "Recv failed"},
+    {TCPERR_TLS_FAILED, 500, "TLS failed"},
+    {TCPERR_TLS_UNTRUSTED, 500, "Certificate not trusted"},
+    {TCPERR_TLS_CUT, 400, "Connection cut off"},
     {TCPERR_NONE, 200, "No Error"},
 };
 
@@ -59,6 +70,16 @@ void HexDump(const char* tag, const char* bytes, int length) {
     }
 }
 
+// The host of a destination; what comes back is the rest, from the separator on, or empty.
+std::string_view SplitDestination(std::string_view text, STRING& host) {
+    text = ASCII::TrimLeft(text, " :*");
+    size_t split = text.find(' ');
+    if (split == std::string_view::npos)
+        split = text.find(':');
+    host = STRING(text.substr(0, split));
+    return split == std::string_view::npos ? std::string_view() : text.substr(split);
+}
+
 void TraceResolved(int error) {
     Trace("TCPIPIO::~Resolv LastError-WSABASEERR= %d\n", error);
 }
@@ -71,9 +92,10 @@ TCPIPIO::TCPIPIO(const char* ownId, const char* callType, const char* keepOnErro
       CallerId("<unknown>"),
       AcceptIdle(false),
       ReadIdle(false),
-      WriteIdle(false) {
+      WriteIdle(false),
+      TlsMoved(false) {
     if (Usable) {
-        memset(ReadAhead, 0, sizeof ReadAhead);
+        memset(Received, 0, sizeof Received);
         HostName = SOCKETS::HostName();
     }
     ReadsWhatIsThere = true;
@@ -133,15 +155,8 @@ void TCPIPIO::GoOnline(const SOCKETREF& connection, const STRING& callerId) {
 
 bool TCPIPIO::Resolv(const char* destination, STRING& hostText, STRING& portText, bool noReverse, int limitMs,
                      HOST& host) const {
-    std::string_view text = FailOnNull(destination, "Resolv");
-    text = ASCII::TrimLeft(text, " :*");
-    size_t split = text.find(' ');
-    if (split == std::string_view::npos)
-        split = text.find(':');
-    portText = "23";
-    if (split != std::string_view::npos)
-        portText = STRING(text.substr(split + 1));
-    hostText = STRING(text.substr(0, split));
+    const std::string_view text = SplitDestination(FailOnNull(destination, "Resolv"), hostText);
+    portText = text.empty() ? STRING("23") : STRING(text.substr(1));
 
     const std::string_view name = hostText.View();
     const bool isName = std::any_of(name.begin(), name.end(), ASCII::IsLetter);
@@ -225,6 +240,8 @@ SOCKETREF TCPIPIO::Connect(const char* destination) {
 bool TCPIPIO::MakeCall(const char* destination) {
     if (!ASSERTION(!IsOnline(), "this->Socket==-1"))
         DropCall();
+    ForgetTls();
+    Destination = destination;
     PaceIn = PaceOut = PACE();
     PaceIn.Asked();
     // The call counts as made even if the peer has ended it by now: what it sent before that is there to be read.
@@ -235,11 +252,24 @@ bool TCPIPIO::MakeCall(const char* destination) {
 }
 
 bool TCPIPIO::DropCall() {
-    Drop(PresentCall());
+    const SOCKETREF connection = PresentCall();
+    if (connection) {
+        const std::string notice = [&] {
+            std::lock_guard hold(TlsGuard);
+            if (Tls)
+                Tls->Close();
+            return Tls ? Tls->TakeOutgoing() : std::string();
+        }();
+        // A courtesy: a peer that does not take it at once goes without.
+        if (!notice.empty())
+            SOCKETS::SendAll(connection->Number, notice.data(), static_cast<int>(notice.size()), 0,
+                             [](int) { return false; });
+    }
+    Drop(connection);
     return !IsOnline();
 }
 
-void TCPIPIO::Drop(const SOCKETREF& connection) {
+void TCPIPIO::Drop(const SOCKETREF& connection, int32_t tlsError) {
     Trace("TCPIPIO::DropCall socket= %d\n", static_cast<int>(Socket.load()));
     SOCKETREF listener;
     bool present;
@@ -252,6 +282,7 @@ void TCPIPIO::Drop(const SOCKETREF& connection) {
             Connection.reset();
             listener.swap(InCallListener);
             LastError = TCPERR_NONE;
+            TlsError = tlsError;
             CallerId = "<unknown>";
         }
     }
@@ -276,6 +307,42 @@ void TCPIPIO::ReadError(const SOCKETREF& connection, int32_t error) {
         LastError = error;
 }
 
+TCPIPIO::TAKEN TCPIPIO::TakeReceived(const SOCKETREF& connection, int count) {
+    std::lock_guard holdTls(TlsGuard);
+    std::lock_guard hold(Guard);
+    // The owner has dropped the call meanwhile: nobody wants its bytes, least of all as those of a new call.
+    if (Connection != connection)
+        return TAKEN::OVER;
+    ReadAhead = Received;
+    ReadAheadFill = count;
+    ReadAheadPos = 0;
+    if (!Tls)
+        return TAKEN::MORE;
+    using STATE = TLSSESSION::STATE;
+    const bool wasShaking = Tls->State() == STATE::SHAKING;
+    Decrypted.clear();
+    // In the words of a library this would be the wrong version of something.
+    if (TlsReceived == 0 && Received[0] != TLS_HANDSHAKE && Received[0] != TLS_ALERT)
+        Tls->Break(IN_CLEAR);
+    STATE state = Tls->Take({Received, static_cast<size_t>(count)}, Decrypted);
+    TlsReceived += count;
+    ReadAhead = Decrypted.data();
+    ReadAheadFill = static_cast<int>(Decrypted.size());
+    if (wasShaking) {
+        TlsMoved.Set();
+        // Who waits for the handshake takes a failure from there, and has an alert to send before the end.
+        if (state == STATE::SHAKING || state == STATE::FAILED)
+            return TAKEN::MORE;
+        Ring.Clear();
+        return TAKEN::STARTED;
+    }
+    if (state == STATE::UP && Tls->OutgoingBytes() > MOST_UNASKED_BYTES) {
+        Tls->Break("the server asks for too much");
+        state = STATE::FAILED;
+    }
+    return state == STATE::UP ? TAKEN::MORE : TAKEN::OVER;
+}
+
 bool TCPIPIO::DevRead(char* buffer, int* length) {
     BUSY busy(ReadIdle);
     const int room = *length;
@@ -293,36 +360,52 @@ bool TCPIPIO::DevRead(char* buffer, int* length) {
             break;
         // Blocks only if nothing is there, and only until something is. Asking for a bufferful delivers the same as
         // asking first how much there is, with one system call for each arrival instead of three.
-        received = SOCKETS::Recv(connection->Number, ReadAhead, sizeof ReadAhead);
+        received = SOCKETS::Recv(connection->Number, Received, sizeof Received);
         if (received <= 0)
             break;
-        drained = received < static_cast<int>(sizeof ReadAhead);
-        {
-            std::lock_guard hold(Guard);
-            // The owner has dropped the call meanwhile: nobody wants its bytes, least of all as those of a new call.
-            if (Connection != connection)
-                break;
-            ReadAheadFill = received;
-            ReadAheadPos = 0;
-        }
-        HexDump("RECV", ReadAhead, received);
+        HexDump("RECV", Received, received);
+        drained = received < static_cast<int>(sizeof Received);
+        const TAKEN taken = TakeReceived(connection, received);
+        if (taken == TAKEN::STARTED)
+            count = 0;
+        if (taken != TAKEN::OVER)
+            continue;
+        // What it said before its end is read after the drop, as far as it does not fit.
+        count += TakeReadAhead(buffer + count, room - count);
+        Drop(connection, TlsVerdict());
+        break;
     }
     if (received < 0) {
         ReadError(connection, TCPERR_RECV);
         Trace("TCPIPIO::DevRead read error rc=%d, lasterror= %d\n", received, static_cast<int>(LastError.load()));
         if (atoi(KeepOnError) == 0)
-            Drop(connection);
+            Drop(connection, TlsVerdict());
         *length = 0;
         return false;
     }
     if (received == 0) {
         ReadError(connection, TCPERR_DISCONNECTED);
         Trace("TCPIPIO::DevRead read disconnect rc=%d, lasterror= %d\n", received, static_cast<int>(LastError.load()));
-        Drop(connection);
+        Drop(connection, TlsVerdict());
     }
     *length = count;
     LastActivity = CLOCK::Seconds();
     return true;
+}
+
+int TCPIPIO::SendBytes(const SOCKETREF& connection, std::string_view bytes) {
+    int looked = 0;
+    const int length = static_cast<int>(bytes.size());
+    const int rc = SOCKETS::SendAll(connection->Number, bytes.data(), length, TcpTimes.StopLookMs, [&](int sent) {
+        PaceOut.Moved(sent - looked);
+        PaceOut.Waited(TcpTimes.StopLookMs);
+        looked = sent;
+        return !IsStopped() && !PaceOut.IsTooSlow();
+    });
+    PaceOut.Moved(length - looked);
+    if (rc >= 0)
+        HexDump("SEND", bytes.data(), length);
+    return rc;
 }
 
 int TCPIPIO::DevWrite(const char* buffer, int length) {
@@ -330,22 +413,116 @@ int TCPIPIO::DevWrite(const char* buffer, int length) {
     const SOCKETREF connection = PresentCall();
     if (!connection)
         return 0;
-    int looked = 0;
-    const int rc = SOCKETS::SendAll(connection->Number, buffer, length, TcpTimes.StopLookMs, [&](int sent) {
-        PaceOut.Moved(sent - looked);
-        PaceOut.Waited(TcpTimes.StopLookMs);
-        looked = sent;
-        return !IsStopped() && !PaceOut.IsTooSlow();
-    });
-    PaceOut.Moved(length - looked);
+    HasWritten = true;
+    std::string_view bytes(buffer, static_cast<size_t>(length));
+    std::string encrypted;
+    {
+        std::lock_guard hold(TlsGuard);
+        if (Tls) {
+            if (!Tls->Give(bytes))
+                return 0;
+            encrypted = Tls->TakeOutgoing();
+            bytes = encrypted;
+        }
+    }
+    const int rc = SendBytes(connection, bytes);
     if (rc < 0) {
         Trace("TCPIPIO::DevWrite error rc=%d \n", rc);
-        Drop(connection);
+        Drop(connection, TlsVerdict());
         return rc;
     }
-    HexDump("SEND", buffer, length);
     LastActivity = CLOCK::Seconds();
     return 1;
+}
+
+void TCPIPIO::ForgetTls() {
+    std::lock_guard hold(TlsGuard);
+    Tls.reset();
+    TlsError = TCPERR_NONE;
+    TlsReceived = 0;
+    HasWritten = false;
+}
+
+TLSREPORT TCPIPIO::TlsReport() {
+    std::lock_guard hold(TlsGuard);
+    return Tls ? Tls->Report() : TLSREPORT();
+}
+
+int32_t TCPIPIO::TlsVerdict() {
+    std::lock_guard hold(TlsGuard);
+    if (!Tls || Tls->State() == TLSSESSION::STATE::CLOSED)
+        return TCPERR_NONE;
+    if (Tls->State() == TLSSESSION::STATE::UP)
+        return TCPERR_TLS_CUT;
+    if (Tls->State() == TLSSESSION::STATE::SHAKING) {
+        Tls->Break(HUNG_UP);
+        TlsMoved.Set();
+    }
+    const TLSREPORT& report = Tls->Report();
+    return report.Faults != TLSFAULT_NONE && !report.Accepted ? TCPERR_TLS_UNTRUSTED : TCPERR_TLS_FAILED;
+}
+
+bool TCPIPIO::StartTls(const TLSWISH& wish) {
+    const SOCKETREF connection = PresentCall();
+    if (!WasOnline)
+        return false;
+    TLSWISH whole = wish;
+    if (whole.ServerName.Length() == 0)
+        SplitDestination(Destination.View(), whole.ServerName);
+    {
+        std::lock_guard hold(TlsGuard);
+        if (!ASSERTION(!Tls, "!Tls"))
+            return false;
+        Tls = TLSSESSION::Create(whole, Destination);
+        if (!connection) {
+            Tls->Break(HUNG_UP);
+            TlsError = TCPERR_TLS_FAILED;
+            return false;
+        }
+    }
+    PaceIn.Asked();
+    int32_t error = Shake(connection);
+    const TLSREPORT report = TlsReport();
+    if (report.Protocol.Length() > 0)
+        Trace("TCPIPIO::StartTls %s %s resumed= %d\n", report.Protocol.Text(), report.Cipher.Text(), report.Resumed);
+    if (error == TCPERR_NONE && report.Failure.Length() == 0)
+        return true;
+    if (error == TCPERR_NONE)
+        error = TlsVerdict();
+    Drop(connection, error);
+    Trace("TCPIPIO::StartTls error: %s\n", GetInfo("LASTERRORSTRING").Text());
+    return false;
+}
+
+int32_t TCPIPIO::Shake(const SOCKETREF& connection) {
+    int64_t looked = CLOCK::DayMilliSeconds(), waited = 0, received = 0;
+    for (;;) {
+        std::string bytes;
+        TLSSESSION::STATE state;
+        TlsMoved.Reset();
+        {
+            std::lock_guard hold(TlsGuard);
+            // A server that waits for commands in clear would wait for ever.
+            if (Tls->State() == TLSSESSION::STATE::SHAKING && !HasWritten && Ring.Avail() > 0)
+                Tls->Break(IN_CLEAR);
+            bytes = Tls->TakeOutgoing();
+            state = Tls->State();
+            PaceIn.Moved(TlsReceived - received);
+            received = TlsReceived;
+        }
+        // What cannot be sent is noticed where the server's end is.
+        if (!bytes.empty())
+            SendBytes(connection, bytes);
+        if (state != TLSSESSION::STATE::SHAKING)
+            return TCPERR_NONE;
+        if (IsStopped() || IsTooSlow() || waited >= TcpTimes.HandshakeMs)
+            return TCPERR_NO_RESPONSE;
+        TlsMoved.Wait(TcpTimes.StopLookMs);
+        const int64_t now = CLOCK::DayMilliSeconds();
+        PaceIn.Waited(now - looked);
+        waited += std::max<int64_t>(now - looked, 0);
+        looked = now;
+    }
 }
 
 int TCPIPIO::DevGetNumAvail() {
@@ -364,6 +541,13 @@ int TCPIPIO::DevGetNumAvail() {
         return 0;
     }
     return count;
+}
+
+STRING TCPIPIO::TlsReason(int32_t error) {
+    const TLSREPORT report = TlsReport();
+    if (error == TCPERR_TLS_UNTRUSTED)
+        return STRING(": ") || report.WhyUntrusted();
+    return error == TCPERR_TLS_FAILED && report.Failure.Length() > 0 ? STRING(": ") || report.Failure : STRING("");
 }
 
 STRING TCPIPIO::GetInfo(const char* key) {
@@ -389,14 +573,16 @@ STRING TCPIPIO::GetInfo(const char* key) {
         idle.Format("%lu", static_cast<unsigned long>(CLOCK::Seconds() - last));
         return idle;
     }
-    const int32_t error = IsTooSlow() ? TCPERR_TOO_SLOW : LastError.load();
+    int32_t error = IsTooSlow() ? TCPERR_TOO_SLOW : TlsError.load();
+    if (error == TCPERR_NONE)
+        error = LastError;
     const auto* row = std::find_if(std::begin(ErrorTable), std::end(ErrorTable),
                                    [&](const auto& entry) { return entry.Error == error; });
     const bool known = row != std::end(ErrorTable);
     if (upper == "LASTERROR")
         return Decimal(error);
     if (upper == "LASTERRORSTRING")
-        return known ? STRING(row->Text) : Decimal(error);
+        return known ? STRING(row->Text) || TlsReason(error) : Decimal(error);
     if (upper == "LASTERRORCLASS")
         return Decimal(known ? row->Class : 599);
     ASSERTION_INFO(false, "FALSE", (STRING("*") || upper || "*").Text());

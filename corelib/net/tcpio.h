@@ -2,14 +2,19 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
+#include <string>
+#include <string_view>
 
 #include "corelib/net/baseio.h"
 #include "corelib/net/sockets.h"
+#include "corelib/net/tlsio.h"
 
 /// The pauses and limits of devices, in ms. Tests shrink them.
 struct TCPTIMES {
     int ConnectMs = 60000;         // a connection that does not come up, and a look-up of its host before that
+    int HandshakeMs = 60000;       // of TLS
     int NoDeviceMs = 250;          // a device without a read of its own
     int ReadFailedMs = 100;        // after a failed read
     int RingFullMs = 100;          // while the reader is behind
@@ -40,11 +45,17 @@ enum TCPERROR : int32_t {
     TCPERR_LISTEN = 4102,
     TCPERR_ACCEPT = 4103,
     TCPERR_BIND = 4104,
-    TCPERR_TOO_SLOW = 4105
+    TCPERR_TOO_SLOW = 4105,
+    TCPERR_TLS_FAILED = 4106,     // the handshake, or what came after it, is no TLS that both sides speak
+    TCPERR_TLS_UNTRUSTED = 4107,  // the certificate: see TlsReport
+    TCPERR_TLS_CUT = 4108         // the end came without TLS's notice: something may be missing
 };
 
-/// The device for TCP. Lives for one conversation; destruction drops the call. No class derives from it: its daemon
-/// thread runs as soon as its constructor is through.
+/// The device for TCP, in clear or from StartTls on over TLS. Lives for one conversation; destruction drops the call.
+/// No class derives from it: its daemon thread runs as soon as its constructor is through.
+///
+/// The errors of TLS stay LastError after the drop that they make, until the next call. A peer that hangs up without
+/// TLS's notice makes one, too; who has got all there was to get does not ask.
 class TCPIPIO final : public BASEIO {
  public:
     /// ownId: for AcceptCall, the port to listen on as decimal text.
@@ -59,6 +70,15 @@ class TCPIPIO final : public BASEIO {
     bool AcceptCall() override;
     bool DropCall() override;
     STRING GetInfo(const char* key) override;
+
+    /// Goes over to TLS within TcpTimes.HandshakeMs, with a stop and the pace that reads have: true once all that is
+    /// read and written is encrypted and the certificate is good, or the accepted one. Else the call has been dropped,
+    /// and LastError and TlsReport tell why. Owner's thread. What the server has said that is not read by now is thrown
+    /// away: anybody may have said it. If nothing was written to it yet, a server that says something is an error: it
+    /// does not speak TLS.
+    [[nodiscard]] bool StartTls(const TLSWISH& wish);
+    /// Of the last StartTls for this call, also after the drop. Any thread.
+    TLSREPORT TlsReport();
 
     /// Nothing in the program sets these two. The first lets AcceptCall ask for the peer's name; the second stands in
     /// place of TcpTimes.ConnectMs, -1 for none.
@@ -96,12 +116,25 @@ class TCPIPIO final : public BASEIO {
     SOCKETREF Connect(const char* destination);
     /// Makes this the present call.
     void GoOnline(const SOCKETREF& connection, const STRING& callerId);
-    /// Ends a call if it is still the present one.
-    void Drop(const SOCKETREF& connection);
+    /// Ends a call if it is still the present one. The error outlasts the call.
+    void Drop(const SOCKETREF& connection, int32_t tlsError = TCPERR_NONE);
     /// Stores the error if that call is still the present one.
     void ReadError(const SOCKETREF& connection, int32_t error);
     SOCKETREF PresentCall();
     int TakeReadAhead(char* buffer, int room);
+    /// Makes what was received what can be read: over TLS, what it says. STARTED: all that came before was in clear,
+    /// and does not count. OVER: the call has ended, by that or by the owner. Daemon thread.
+    enum class TAKEN { MORE, STARTED, OVER };
+    TAKEN TakeReceived(const SOCKETREF& connection, int count);
+    /// Carries the handshake on as far as it comes; an error if it takes too long.
+    int32_t Shake(const SOCKETREF& connection);
+    /// What TLS has to say of the present call's end, TCPERR_NONE if nothing.
+    int32_t TlsVerdict();
+    void ForgetTls();
+    /// As DevWrite, without the drop. Owner's thread.
+    int SendBytes(const SOCKETREF& connection, std::string_view bytes);
+    /// What LASTERRORSTRING says after the error's own text.
+    STRING TlsReason(int32_t error);
     void SetCallerId(const STRING& text);
 
     /// One listening socket for all devices that wait on the same port.
@@ -130,9 +163,20 @@ class TCPIPIO final : public BASEIO {
     EVENTSEM AcceptIdle;
     EVENTSEM ReadIdle;
     EVENTSEM WriteIdle;
-    // Filled by the daemon thread, which alone writes into the bytes; fill and position are guarded.
-    char ReadAhead[8192];
+    // The daemon thread alone writes into the bytes; fill and position of those that are to be read are guarded.
+    char Received[8192];
+    std::string Decrypted;
+    const char* ReadAhead = Received;
     int ReadAheadFill = 0;
     int ReadAheadPos = 0;
+    // The owner's thread encrypts, the daemon thread decrypts. Only the owner's sends what the session has to send: so
+    // records stay in order, and a peer that does not read keeps nobody from reading.
+    std::mutex TlsGuard;              // may be held when Guard is asked for
+    std::unique_ptr<TLSSESSION> Tls;  // guarded by TlsGuard, as is the next one
+    int64_t TlsReceived = 0;
+    EVENTSEM TlsMoved;  // the handshake may have come further
+    std::atomic<int32_t> TlsError = TCPERR_NONE;
+    bool HasWritten = false;  // owner's thread
+    STRING Destination;
     std::atomic<int64_t> LastActivity = 0;  // seconds; -1 unknown
 };

@@ -1,0 +1,68 @@
+#include "corelib/net/tlsio.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "corelib/base/ascii.h"
+#include "corelib/base/utf8.h"
+#include "corelib/net/sockets.h"
+
+namespace {
+
+constexpr size_t SHOWN_BYTES = 200;
+
+constexpr struct {
+    TLSFAULT Fault;
+    const char* Text;
+} FaultTexts[] = {
+    {TLSFAULT_EXPIRED, "expired"},
+    {TLSFAULT_NOT_YET_VALID, "not yet valid"},
+    {TLSFAULT_OTHER_NAME, "other name"},
+    {TLSFAULT_UNKNOWN_ISSUER, "unknown issuer"},
+    {TLSFAULT_SELF_SIGNED, "self-signed"},
+    {TLSFAULT_REVOKED, "revoked"},
+    {TLSFAULT_WEAK, "weak"},
+    {TLSFAULT_OTHER, "not valid"},
+};
+
+}  // namespace
+
+STRING TLSREPORT::Why() const {
+    STRING why("");
+    for (const auto& [fault, text] : FaultTexts) {
+        if (!(Faults & fault))
+            continue;
+        if (why.Length() > 0)
+            why += ", ";
+        why += text;
+        if (fault == TLSFAULT_UNKNOWN_ISSUER && UnknownIssuer.Length() > 0)
+            why += STRING(" ") || UnknownIssuer;
+    }
+    return why;
+}
+
+STRING TLS::ShownText(std::string_view text) {
+    std::string shown(UTF8::IsValid(text) ? UTF8::Cut(text, SHOWN_BYTES) : "?");
+    std::erase_if(shown, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127; });
+    return STRING(std::string_view(shown));
+}
+
+STRING TLS::Hex(std::string_view bytes) {
+    STRING text("");
+    for (const char c : bytes)
+        text.AppendFormat("%02x", static_cast<unsigned char>(c));
+    return text;
+}
+
+bool TLS::SameSha256(const STRING& trusted, const STRING& sha256) {
+    std::string digits;
+    std::copy_if(trusted.View().begin(), trusted.View().end(), std::back_inserter(digits),
+                 [](char c) { return c != ' ' && c != ':'; });
+    return !digits.empty() && ASCII::Equal(digits, sha256.View());
+}
+
+bool TLS::IsAddress(const STRING& serverName) {
+    uint32_t address;
+    return std::none_of(serverName.View().begin(), serverName.View().end(), ASCII::IsLetter) &&
+           SOCKETS::ParseAddress(serverName.Text(), &address);
+}

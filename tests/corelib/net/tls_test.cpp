@@ -1,0 +1,241 @@
+#include "corelib/net/tcpio.h"
+#include "corelib/net/tcpline.h"
+#include "tests/servers/scriptedserver.h"
+#include "tests/servers/tlsserver.h"
+#include "tests/support/stopsoon.h"
+#include "tests/support/times.h"
+
+using namespace TLSPLAY;
+
+namespace {
+
+constexpr int LONG_MS = 20000;
+
+class Tls : public testing::Test {
+ protected:
+    ~Tls() override { SHRINKABLE::TcpTimes = {}; }
+};
+
+std::string Line(BASEIO& device) {
+    char buffer[256];
+    TCP::ReadLine(device, buffer, sizeof buffer, LONG_MS);
+    return buffer;
+}
+
+// All that comes until the end.
+std::string All(BASEIO& device) {
+    std::string all;
+    for (;;) {
+        char buffer[8192];
+        int length = sizeof buffer;
+        if (!device.Read(buffer, &length, LONG_MS, nullptr))
+            return all;
+        all.append(buffer, static_cast<size_t>(length));
+    }
+}
+
+std::string Error(BASEIO& device) {
+    return Std(device.GetInfo("LASTERRORSTRING"));
+}
+
+std::string Counted(int bytes) {
+    std::string text;
+    while (text.size() < static_cast<size_t>(bytes))
+        text += std::to_string(text.size()) + "\n";
+    return text.substr(0, static_cast<size_t>(bytes));
+}
+
+// A greeting, one command and its reply, and the end with a notice.
+std::vector<TLSSTEP> ShortTalk() {
+    return {TLSPLAY::Tls(), Send("hello\r\n"), Expect("QUIT"), Send("bye\r\n"), Notify()};
+}
+
+}  // namespace
+
+TEST_F(Tls, ACertificateIsTrustedOrToldWhyNot) {
+    const struct {
+        const char* Certificate;
+        const char* ServerName;
+        const char* Why;  // empty: it is good
+    } cases[] = {
+        {"good", "", ""},
+        {"good", "localhost", ""},
+        {"good", "LocalHost.", ""},
+        {"good", "127.0.0.2", "other name"},
+        {"good", "localhost.example", "other name"},
+        {"ecdsa", "localhost", ""},
+        {"chain", "localhost", ""},
+        {"ip", "127.0.0.1", ""},
+        {"ip", "localhost", "other name"},
+        {"wildcard", "mail.test.example", ""},
+        {"wildcard", "test.example", "other name"},
+        {"wildcard", "a.mail.test.example", "other name"},
+        {"nochain", "localhost", "unknown issuer Tests Intermediate"},
+        {"self", "localhost", "self-signed"},
+        {"unknown", "localhost", "unknown issuer Nobody's Root"},
+        {"expired", "localhost", "expired"},
+        {"future", "localhost", "not yet valid"},
+        {"other", "localhost", "other name"},
+        {"bad", "localhost", "expired, other name, unknown issuer Nobody's Root"},
+    };
+    for (const auto& [certificate, name, why] : cases) {
+        SCOPED_TRACE(std::string(certificate) + " for " + name);
+        // As the user may accept it; and with another one accepted.
+        for (const bool accepted : {false, true}) {
+            TLSSERVER server(certificate, ShortTalk());
+            TCPIPIO device("", "", "");
+            ASSERT_TRUE(device.MakeCall(server.HostPort().Text()));
+            const STRING another = server.Sha256().Left(63) || (server.Sha256()[63] == '0' ? "1" : "0");
+            const bool good = device.StartTls({name, accepted ? server.Sha256() : another});
+            const TLSREPORT report = device.TlsReport();
+            EXPECT_EQ(Std(report.Why()), why);
+            EXPECT_EQ(report.Sha256, server.Sha256());
+            EXPECT_EQ(report.ValidFrom.Length(), 10);
+            EXPECT_EQ(good, !*why || accepted);
+            if (good) {
+                EXPECT_EQ(Line(device), "hello");
+                EXPECT_EQ(device.Write("QUIT\r\n", -1), 1);
+                EXPECT_EQ(All(device), "bye\r\n");
+                EXPECT_EQ(Error(device), "No Error");
+            } else {
+                EXPECT_EQ(Error(device),
+                          "Certificate not trusted: " + std::string(why) + "; SHA-256 " + Std(server.Sha256()));
+                EXPECT_EQ(device.GetInfo("LASTERROR"), NUMBER(4107));
+                EXPECT_EQ(device.GetInfo("ONLINE"), "0");
+                EXPECT_EQ(device.Write("QUIT\r\n", -1), 0);
+            }
+            const TLSSERVER::OUTCOME outcome = server.Over();
+            EXPECT_EQ(outcome.Received, good ? "QUIT\r\n" : "");
+            printf("%-9s %-20s %-8s %s\n", certificate, name, accepted ? "accepted" : "", Std(report.Why()).c_str());
+        }
+    }
+}
+
+TEST_F(Tls, CarriesMegabytesBothWaysInEachVersionWhateverTheServerDoesMeanwhile) {
+    constexpr int BYTES = 1 << 20;
+    const struct {
+        const char* Version;
+        TLSSTEP Meanwhile;
+    } cases[] = {
+        {"1.2", Drip(0)},
+        {"1.3", Drip(0)},
+        {"1.3", UpdateKeys()},
+    };
+    for (const auto& [version, meanwhile] : cases) {
+        SCOPED_TRACE(std::string(version) + " " + meanwhile.first);
+        TLSSERVER server("good", {Lowest(version), Highest(version), TLSPLAY::Tls(), meanwhile, SendBig(BYTES),
+                                  meanwhile, Sink(BYTES), Expect("QUIT"), Notify()});
+        TCPIPIO device("", "", "");
+        ASSERT_TRUE(device.MakeCall(server.HostPort().Text()));
+        ASSERT_TRUE(device.StartTls({})) << Error(device);
+        EXPECT_EQ(Std(device.TlsReport().Protocol), "TLSv" + std::string(version));
+        const std::string sent = Counted(BYTES);
+        std::string come(BYTES, '?');
+        int length = BYTES;
+        EXPECT_TRUE(device.Read(come.data(), &length, LONG_MS, nullptr));
+        EXPECT_TRUE(come == sent) << length;
+        EXPECT_EQ(device.Write(sent.data(), BYTES), 1);
+        EXPECT_EQ(device.Write("QUIT\r\n", -1), 1);
+        EXPECT_EQ(All(device), "");
+        EXPECT_EQ(Error(device), "No Error");
+        const TLSSERVER::OUTCOME outcome = server.Over();
+        EXPECT_TRUE(outcome.Received == sent + "QUIT\r\n") << outcome.Received.size() << " " << outcome.Problem;
+    }
+}
+
+TEST_F(Tls, WhatCameAheadOfTheHandshakeIsThrownAway) {
+    TLSSERVER server("good", {Send("+OK\r\n"), Expect("STLS"), Send("+OK go on\r\n+OK injected\r\n"), TLSPLAY::Tls(),
+                              Send("+OK real\r\n"), Notify()});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().Text()));
+    EXPECT_EQ(Line(device), "+OK");
+    EXPECT_EQ(device.Write("STLS\r\n", -1), 1);
+    EXPECT_EQ(Line(device), "+OK go on");
+    ASSERT_TRUE(device.StartTls({})) << Error(device);
+    EXPECT_EQ(All(device), "+OK real\r\n");
+}
+
+TEST_F(Tls, ThereAreNoNewHandshakesInAConversation) {
+    TLSSERVER server("good", {Highest("1.2"), TLSPLAY::Tls(), Send("hello\r\n"), Renegotiate(), Send("after\r\n"),
+                              Expect("QUIT"), Send("never\r\n")});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().Text()));
+    ASSERT_TRUE(device.StartTls({})) << Error(device);
+    EXPECT_EQ(Line(device), "hello");
+    // Some servers go on after the refusal, this one does not.
+    device.Write("QUIT\r\n", -1);
+    EXPECT_EQ(All(device).find("never"), std::string::npos);
+    EXPECT_NE(Error(device), "No Error");
+    EXPECT_NE(server.Over().Problem, "");
+}
+
+TEST_F(Tls, AnEndWithoutNoticeIsAnError) {
+    TLSSERVER server("good", {TLSPLAY::Tls(), Send("half a li")});
+    TCPIPIO device("", "", "");
+    ASSERT_TRUE(device.MakeCall(server.HostPort().Text()));
+    ASSERT_TRUE(device.StartTls({})) << Error(device);
+    EXPECT_EQ(All(device), "half a li");
+    EXPECT_EQ(Error(device), "Connection cut off");
+    // A new call knows nothing of it.
+    TLSSERVER next("good", ShortTalk());
+    ASSERT_TRUE(device.MakeCall(next.HostPort().Text()));
+    EXPECT_EQ(Error(device), "No Error");
+    ASSERT_TRUE(device.StartTls({})) << Error(device);
+    EXPECT_EQ(Line(device), "hello");
+}
+
+TEST_F(Tls, AHandshakeThatComesToNothingEndsWithAReason) {
+    const struct {
+        std::vector<TLSSTEP> Script;
+        const char* Error;
+    } cases[] = {
+        {{Send("+OK who speaks first\r\n"), Silence()}, "TLS failed: the server speaks without TLS"},
+        {{}, "TLS failed: the server hung up"},
+        {{Raw("HTTP/1.0 400 no\r\n\r\n"), Silence()}, "TLS failed: the server speaks without TLS"},
+        {{Silence()}, "No response"},
+        {{Drip(20000), TLSPLAY::Tls()}, "No response"},
+    };
+    for (const auto& [script, error] : cases) {
+        SHRINKABLE::TcpTimes = {.HandshakeMs = STRING(error) == "No response" ? 60 : LONG_MS, .StopLookMs = 10};
+        TLSSERVER server("good", script);
+        TCPIPIO device("", "", "");
+        ASSERT_TRUE(device.MakeCall(server.HostPort().Text()));
+        EXPECT_FALSE(device.StartTls({}));
+        EXPECT_EQ(Error(device), error);
+        EXPECT_EQ(device.GetInfo("ONLINE"), "0");
+        device.DropCall();
+        server.Over();
+    }
+}
+
+TEST_F(Tls, AStopEndsAHandshake) {
+    const STOPSOON stop;
+    TLSSERVER server("good", {Silence()});
+    TCPIPIO device("", "", "");
+    device.SetStopQuestion(stop.Question());
+    ASSERT_TRUE(device.MakeCall(server.HostPort().Text()));
+    EXPECT_FALSE(device.StartTls({}));
+    EXPECT_STOPPED(stop);
+}
+
+TEST_F(Tls, ASessionIsResumedForTheSameTrustOnly) {
+    for (const char* version : {"1.2", "1.3"}) {
+        std::vector<TLSSTEP> script = ShortTalk();
+        script.insert(script.begin(), Highest(version));
+        TLSSERVER server("self", script, 4);
+        std::string resumed;
+        const STRING none("");
+        for (const STRING& trusted : {server.Sha256(), server.Sha256(), none, server.Sha256()}) {
+            TCPIPIO device("", "", "");
+            ASSERT_TRUE(device.MakeCall(server.HostPort().Text()));
+            EXPECT_EQ(device.StartTls({"localhost", trusted}), trusted.Length() > 0);
+            const TLSREPORT report = device.TlsReport();
+            EXPECT_EQ(report.Sha256, server.Sha256());
+            resumed += report.Resumed ? '1' : '0';
+            EXPECT_EQ(Line(device), trusted.Length() > 0 ? "hello" : "");
+            device.Write("QUIT\r\n", -1);
+            All(device);
+        }
+        EXPECT_EQ(resumed, "0101") << version;
+    }
+}
