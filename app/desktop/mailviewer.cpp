@@ -91,9 +91,7 @@ class VIEWER : public DIALOG {
         button.SetTitle(DeleteLabel);
         button.Show(DeleteLabel.Length() > 0 ? SW_SHOW : SW_HIDE);
         Size = ClientRect();
-        // A dialog that changes its size shows one, which would be the system's.
-        SendMessageW(hWnd, WM_SETICON, ICON_SMALL, static_cast<LPARAM>(GetClassLongPtrW(Owner().hWnd, GCLP_HICONSM)));
-        SendMessageW(hWnd, WM_SETICON, ICON_BIG, static_cast<LPARAM>(GetClassLongPtrW(Owner().hWnd, GCLP_HICON)));
+        TakeIconsOf(Owner().hWnd);
         ShowText();
         CONTROL(hWnd, ID_TEXT).SetFocus();
         Center(Owner().hWnd);

@@ -259,6 +259,8 @@ LRESULT DATADIALOG::WinProc(UINT message, WPARAM first, LPARAM second) {
             // Whoever shows a page places it, and sees to the focus.
             if (GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD)
                 return 0;
+            if (Waiting)
+                TakeIconsOf(Waiting);
             Center(Waiting);
             return 1;
         case WM_CLOSE:

@@ -278,6 +278,13 @@ void WINDOW::Center(HWND reference) {
     Move(x, y);
 }
 
+void WINDOW::TakeIconsOf(HWND other) {
+    for (const auto& [size, ofClass] : {std::pair(ICON_SMALL, GCLP_HICONSM), std::pair(ICON_BIG, GCLP_HICON)}) {
+        const LRESULT own = SendMessageW(other, WM_GETICON, size, 0);
+        SendMessageW(hWnd, WM_SETICON, size, own ? own : static_cast<LPARAM>(GetClassLongPtrW(other, ofClass)));
+    }
+}
+
 void WINDOW::SetTransparency(int alpha, int key) {
     alpha = std::max(alpha, 0);
     if (alpha >= 255)

@@ -80,6 +80,8 @@ class WINDOW {
     /// Puts the window into the middle of a visible reference, else of the work area, and inside the work area of that
     /// screen, its left and top first.
     void Center(HWND reference);
+    /// Shows the icons of that window, or of its class, as its own: a dialog has none, and would show the system's.
+    void TakeIconsOf(HWND other);
     /// alpha 0 (invisible) to 255 (nothing happens); or, with a key other than -1, makes that colour invisible.
     void SetTransparency(int alpha, int key);
 

@@ -42,6 +42,9 @@ bool WIZARD::Run() {
         return false;
     if (Heading.Length() > 0)
         SetTitle(Heading);
+    // Owned by a window that is hidden it would have no place in the taskbar, and could not be found again.
+    if (Waiting && !IsWindowVisible(Waiting))
+        SetWindowLongW(hWnd, GWL_EXSTYLE, GetWindowLongW(hWnd, GWL_EXSTYLE) | WS_EX_APPWINDOW);
     NextText = ControlText(ID_NEXT);
     const bool enabled = Waiting && !EnableWindow(Waiting, FALSE);
     Walk.emplace(Steps.size());
