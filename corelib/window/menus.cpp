@@ -72,8 +72,9 @@ void MENU::Popup(HWND owner, const POINT* at) {
         point = *at;
     else
         GetCursorPos(&point);
-    // Without these two a tray icon's menu does not close when the user clicks elsewhere.
-    SetForegroundWindow(owner);
+    // Without these two a tray icon's menu does not close when the user clicks elsewhere. A dialog that is open over
+    // the owner keeps the keyboard.
+    SetForegroundWindow(GetLastActivePopup(owner));
     TrackPopupMenu(Handle, TPM_RIGHTBUTTON, point.x, point.y, 0, owner, nullptr);
     PostMessageW(owner, WM_NULL, 0, 0);
 }

@@ -96,6 +96,11 @@ TEST_F(Lifecycle, ASecondStartRaisesTheFirst) {
         Later([&] {
             const HWND dialog = GetActiveWindow();
             raise("with a dialog", dialog);
+            Later([&] {
+                EXPECT_EQ(GetForegroundWindow(), dialog) << "the tray icon's menu leaves it the keyboard";
+                EndMenu();
+            });
+            SendMessageW(Window->hWnd, WM__TASKBAR, 0, WM_RBUTTONDOWN);
             SetForegroundWindow(other.hWnd);
             Command(COMMAND_SHOW_WINDOW);
             EXPECT_EQ(GetForegroundWindow(), dialog) << "by the tray icon";
