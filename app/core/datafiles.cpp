@@ -107,6 +107,8 @@ void DATAFILES::LoadSettings() {
 
 void DATAFILES::RunSetupWizard() {
     Tables.FrontEnd.RunSetupWizard();
+    // Not at the end only: after a run that is killed the user would be asked all of it once more.
+    (void)SaveSettings();
     for (int i = 0; i < Tables.Items.Count(); ++i) {
         if (!Tables.Items[i].Exists("@Handle")) {
             FixItem(Tables.Items[i], Tables.State, Tables.NextHandle, true);
@@ -209,6 +211,9 @@ void DATAFILES::UpgradeSettings(const STRING& dialEntries) {
         RunSetupWizard();
     }
     state.Set("Version", PROGRAM_VERSION);
+    if (version.View() != PROGRAM_VERSION) {
+        (void)SaveSettings();
+    }
 }
 
 void DATAFILES::MovePaths(const char* oldDir) {
