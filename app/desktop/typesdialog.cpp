@@ -111,7 +111,7 @@ class TYPESDIALOG : public DATADIALOG {
             return;
         STRING question = Context.Texts.Get(TEXT_DELETE_ONE);
         question.Replace("$(n)", Form.Types[place].Get("Name").Text());
-        if (!AskYesNo(hWnd, question, Context.Texts.Get(TEXT_TITLE)))
+        if (!AskYesNo(hWnd, question, Context.Texts.Get(TEXT_TITLE), true))
             return;
         Form.Delete(place);
         Fill(place);

@@ -18,6 +18,8 @@ int TYPESFORM::Add(const STRING& name, int& message) {
         return -1;
     auto record = std::make_unique<STRINGARRAY>(64, 64);
     record->Set("Name", Stripped(name));
+    // White, or what is shown in its own colours would be black on black until the user has chosen some.
+    record->Set("Color", "16777215");
     FillTypeDefaults(*record);
     Types.AddOwned(std::move(record));
     return Types.Count() - 1;

@@ -86,6 +86,7 @@ TEST(TypesForm, KeepsNamesApartAndTheOrder) {
         EXPECT_EQ(form.Add(name, message), -1);
         EXPECT_EQ(message, fault);
     }
+    EXPECT_NE(form.Types[0].GetNumber("Color"), form.Types[0].GetNumber("TextColor")) << "it could not be read";
     EXPECT_EQ(TYPESFORM::NameFault(form.Types, "A", 1), 0);
     EXPECT_EQ(TYPESFORM::NameFault(form.Types, "B", 1), TEXT_TYPE_EXISTS);
     const auto order = [&] {
