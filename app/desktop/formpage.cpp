@@ -1,5 +1,7 @@
 #include "app/desktop/formpage.h"
 
+#include <algorithm>
+
 #include "app/dialogs/itemform.h"
 #include "app/notify/mailprogram.h"
 #include "corelib/window/controls.h"
@@ -173,6 +175,9 @@ LRESULT FORMPAGE::WinProc(UINT message, WPARAM first, LPARAM second) {
         return reinterpret_cast<LRESULT>(GetStockObject(DC_BRUSH));
     }
     const LRESULT result = DATADIALOG::WinProc(message, first, second);
+    if (message == WM_COMMAND && (HIWORD(first) == EN_CHANGE || HIWORD(first) == CBN_SELCHANGE) &&
+        std::ranges::find(ResultFields, LOWORD(first)) != ResultFields.end() && ControlText(ID_RESULT).Length() > 0)
+        ShowResult(STRING(""));
     if (message == WM_COMMAND && HIWORD(first) == BN_CLICKED && Colors.size() >= 2)
         ShowSample();
     return result;

@@ -67,6 +67,8 @@ class FORMPAGE : public DATADIALOG {
     void Load() override;
     /// At ID_RESULT.
     void ShowResult(const STRING& text);
+    /// What ShowResult tells is about these fields: it goes as soon as the user changes one.
+    void SetResultFields(std::vector<int> fields) { ResultFields = std::move(fields); }
 
  private:
     struct SOUND {
@@ -85,6 +87,7 @@ class FORMPAGE : public DATADIALOG {
     std::vector<const DATAPUSH*> Colors;  // background and text
     const DATAPUSH* Font = nullptr;
     HFONT UsualFont = nullptr;
+    std::vector<int> ResultFields;
     FONTHANDLE SampleFont;
 };
 

@@ -39,6 +39,7 @@ class MAILBOXPAGE : public FORMPAGE {
           Settings(settings) {
         AddAction<MAILBOXPAGE, &MAILBOXPAGE::BeginTest>(ID_TEST);
         SetCheck([](const FORMPAGE& page, int& control) { return Fault(page, control); });
+        SetResultFields({ID_KIND, ID_SERVER, ID_USER, ID_PASSWORD});
     }
 
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {

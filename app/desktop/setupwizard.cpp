@@ -118,6 +118,7 @@ class SETUPPAGE : public FORMPAGE {
         Asker.Button = button;
         Asker.Address = address;
         Asker.Server = server;
+        SetResultFields({address, server});
         AddAction<SETUPPAGE, &SETUPPAGE::AskOrStop>(button);
     }
 

@@ -60,12 +60,16 @@ STRINGARRAY SETUP::Begin(int page) const {
             break;
         case PAGE_SETUP_USER:
             form.Set("SpamMyEmail.Name", Machine.Owner);
+            for (int i = 0; i < Items.Count(); ++i)
+                if (const STRING user = MAILACCOUNT::Address(Items[i]).User; user.Pos('@') > 0)
+                    form.Set("SpamMyEmail.Addresses", user);
             break;
         case PAGE_SETUP_SENDING:
             for (int i = 0; i < Items.Count() && State.Get("SpamSmtp").Length() == 0; ++i) {
                 const int type = Items[i].GetNumber("Type");
+                // Its port is one for reading.
                 if (type == ITEMTYPE_POP3 || type == ITEMTYPE_IMAP)
-                    form.Set("SpamSmtp", MAILACCOUNT::Address(Items[i]).Server);
+                    form.Set("SpamSmtp", MAILACCOUNT::Address(Items[i]).Server.Word(0, ":", WORD_NEVERNULL));
             }
             break;
         case PAGE_SETUP_HABITS:

@@ -423,6 +423,9 @@ TEST_P(Dialogs, TryALogin) {
                              EXPECT_EQ(Text(1, 290), Std(Texts.Get(TEXT_LOGGING_IN)));
                              EXPECT_TRUE(PumpUntil([&] { return IsWindowEnabled(On(1, 101)) != 0; }));
                              EXPECT_NE(Text(1, 290).find("not today"), std::string::npos);
+                             Set(1, 206, "another");
+                             EXPECT_EQ(Text(1, 290), "") << "that was another password";
+                             Set(1, 206, "other");
                              ClickOn(1, 101);  // the dialog goes in the middle of this one
                          }));
     EXPECT_EQ(Std(item.Get("Source")), "server|user");

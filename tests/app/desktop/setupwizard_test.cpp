@@ -90,6 +90,8 @@ TEST_F(SetupWizard, LeadsToAnAccountAndItsFirstCheckByTheKeyboard) {
     Begin({[&] {
                EXPECT_FALSE(IsWindowVisible(GetDlgItem(Frame, WIZARD::ID_BACK)));
                EXPECT_EQ(GetFocus(), GetDlgItem(Frame, WIZARD::ID_NEXT)) << "the keyboard is in it";
+               EXPECT_TRUE(GetWindowLongW(Frame, GWL_EXSTYLE) & WS_EX_APPWINDOW) << "nothing else is in the taskbar";
+               EXPECT_TRUE(SendMessageW(Frame, WM_GETICON, ICON_BIG, 0));
                Alt('l');
                next();
            },
@@ -111,6 +113,8 @@ TEST_F(SetupWizard, LeadsToAnAccountAndItsFirstCheckByTheKeyboard) {
                 [&] {
                     EXPECT_EQ(Text(201), "pop.m\xc3\xbc.example");
                     EXPECT_NE(Text(290).find("only the usual name"), std::string::npos) << Text(290);
+                    Type('v', "2");
+                    EXPECT_EQ(Text(290), "") << "it was said of another server";
                     Alt('b');
                 }),
            next,
@@ -129,7 +133,7 @@ TEST_F(SetupWizard, LeadsToAnAccountAndItsFirstCheckByTheKeyboard) {
                Enter();
            },
            [&] {
-               EXPECT_EQ(Text(201), server);
+               EXPECT_EQ(Text(201), "127.0.0.1") << "without the port for reading";
                EXPECT_EQ(Text(202), "j\xc3\xb6@x.example");
                next();
            },

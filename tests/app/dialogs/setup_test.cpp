@@ -173,10 +173,12 @@ TEST_F(Setup, StoresTheUserAndWhatIsWanted) {
     }
 }
 
-TEST_F(Setup, ProposesTheServerOfTheLastAccountForSendingOn) {
-    for (const char* record : {"Type=1\nSource=first|u", "Type=2\nSource=last|u", "Type=3\nSource=hotmail|u"})
+TEST_F(Setup, ProposesWhatTheAccountsTell) {
+    EXPECT_EQ(Std(Wizard.Begin(PAGE_SETUP_USER).Get("SpamMyEmail.Addresses")), "");
+    for (const char* record : {"Type=1\nSource=first|u@x", "Type=2\nSource=last:1143|@u", "Type=3\nSource=hotmail|u"})
         Items.Add(STRINGARRAY(STRING(record), 8, 8));
     EXPECT_EQ(Std(Wizard.Begin(PAGE_SETUP_SENDING).Get("SpamSmtp")), "last");
+    EXPECT_EQ(Std(Wizard.Begin(PAGE_SETUP_USER).Get("SpamMyEmail.Addresses")), "u@x");
     State.Set("SpamSmtp", "mine");
     EXPECT_EQ(Std(Wizard.Begin(PAGE_SETUP_SENDING).Get("SpamSmtp")), "mine");
     EXPECT_EQ(Leave(PAGE_SETUP_SENDING, {{"SpamSmtp", " s "}, {"SpamSmtpTo", " ; me@x;"}}), 0);
