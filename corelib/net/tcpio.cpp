@@ -80,6 +80,10 @@ std::string_view SplitDestination(std::string_view text, STRING& host) {
     return split == std::string_view::npos ? std::string_view() : text.substr(split);
 }
 
+bool IsShaking(const TLSSESSION& session) {
+    return session.State() == TLSSESSION::STATE::SHAKING || session.State() == TLSSESSION::STATE::CHECKING;
+}
+
 void TraceResolved(int error) {
     Trace("TCPIPIO::~Resolv LastError-WSABASEERR= %d\n", error);
 }
@@ -308,8 +312,8 @@ void TCPIPIO::ReadError(const SOCKETREF& connection, int32_t error) {
 }
 
 TCPIPIO::TAKEN TCPIPIO::TakeReceived(const SOCKETREF& connection, int count) {
-    std::lock_guard holdTls(TlsGuard);
-    std::lock_guard hold(Guard);
+    std::unique_lock holdTls(TlsGuard);
+    std::unique_lock hold(Guard);
     // The owner has dropped the call meanwhile: nobody wants its bytes, least of all as those of a new call.
     if (Connection != connection)
         return TAKEN::OVER;
@@ -326,6 +330,22 @@ TCPIPIO::TAKEN TCPIPIO::TakeReceived(const SOCKETREF& connection, int count) {
         Tls->Break(IN_CLEAR);
     STATE state = Tls->Take({Received, static_cast<size_t>(count)}, Decrypted);
     TlsReceived += count;
+    if (state == STATE::CHECKING) {
+        const std::function<TLSVERDICT()> check = Tls->Check();
+        hold.unlock();
+        holdTls.unlock();
+        const std::optional<TLSVERDICT> verdict = AwaitOrAbandon<TLSVERDICT>(
+            check, [&] { return PresentCall() != connection; }, TcpTimes.HandshakeMs, TcpTimes.StopLookMs);
+        holdTls.lock();
+        hold.lock();
+        if (Connection != connection)
+            return TAKEN::OVER;
+        if (verdict)
+            Tls->Judge(*verdict);
+        else
+            Tls->Break("the certificate could not be checked");
+        state = Tls->Take({}, Decrypted);
+    }
     ReadAhead = Decrypted.data();
     ReadAheadFill = static_cast<int>(Decrypted.size());
     if (wasShaking) {
@@ -454,7 +474,7 @@ int32_t TCPIPIO::TlsVerdict() {
         return TCPERR_NONE;
     if (Tls->State() == TLSSESSION::STATE::UP)
         return TCPERR_TLS_CUT;
-    if (Tls->State() == TLSSESSION::STATE::SHAKING) {
+    if (IsShaking(*Tls)) {
         Tls->Break(HUNG_UP);
         TlsMoved.Set();
     }
@@ -498,22 +518,22 @@ int32_t TCPIPIO::Shake(const SOCKETREF& connection) {
     int64_t looked = CLOCK::DayMilliSeconds(), waited = 0, received = 0;
     for (;;) {
         std::string bytes;
-        TLSSESSION::STATE state;
+        bool shaking;
         TlsMoved.Reset();
         {
             std::lock_guard hold(TlsGuard);
             // A server that waits for commands in clear would wait for ever.
-            if (Tls->State() == TLSSESSION::STATE::SHAKING && !HasWritten && Ring.Avail() > 0)
+            if (IsShaking(*Tls) && !HasWritten && Ring.Avail() > 0)
                 Tls->Break(IN_CLEAR);
             bytes = Tls->TakeOutgoing();
-            state = Tls->State();
+            shaking = IsShaking(*Tls);
             PaceIn.Moved(TlsReceived - received);
             received = TlsReceived;
         }
         // What cannot be sent is noticed where the server's end is.
         if (!bytes.empty())
             SendBytes(connection, bytes);
-        if (state != TLSSESSION::STATE::SHAKING)
+        if (!shaking)
             return TCPERR_NONE;
         if (IsStopped() || IsTooSlow() || waited >= TcpTimes.HandshakeMs)
             return TCPERR_NO_RESPONSE;

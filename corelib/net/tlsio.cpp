@@ -61,8 +61,38 @@ bool TLS::SameSha256(const STRING& trusted, const STRING& sha256) {
     return !digits.empty() && ASCII::Equal(digits, sha256.View());
 }
 
+namespace {
+
+bool ReadAddress(const STRING& serverName, uint32_t* address) {
+    return std::none_of(serverName.View().begin(), serverName.View().end(), ASCII::IsLetter) &&
+           SOCKETS::ParseAddress(serverName.Text(), address);
+}
+
+}  // namespace
+
 bool TLS::IsAddress(const STRING& serverName) {
     uint32_t address;
-    return std::none_of(serverName.View().begin(), serverName.View().end(), ASCII::IsLetter) &&
-           SOCKETS::ParseAddress(serverName.Text(), &address);
+    return ReadAddress(serverName, &address);
+}
+
+bool TLS::IsAddress(const STRING& serverName, std::string_view bytes) {
+    uint32_t address;
+    if (bytes.size() != 4 || !ReadAddress(serverName, &address))
+        return false;
+    return std::equal(bytes.begin(), bytes.end(), std::begin({24, 16, 8, 0}), [&](char byte, int shift) {
+        return static_cast<unsigned char>(byte) == (address >> shift & 255);
+    });
+}
+
+bool TLS::NameMatches(std::string_view name, const STRING& serverName) {
+    std::string_view host = serverName.View();
+    if (IsAddress(serverName))
+        return false;
+    if (name.starts_with("*.")) {
+        name.remove_prefix(1);
+        host.remove_prefix(std::min(host.find('.'), host.size()));
+        if (name.find('.', 1) == std::string_view::npos)
+            return false;
+    }
+    return !name.empty() && ASCII::Equal(name, host);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -52,16 +53,23 @@ struct TLSREPORT {
     STRING WhyUntrusted() const { return Why() || "; SHA-256 " || Sha256; }
 };
 
+/// What there is to say against a certificate.
+struct TLSVERDICT {
+    uint32_t Faults = TLSFAULT_NONE;
+    STRING UnknownIssuer = "";
+};
+
 /// The client's side of a conversation in TLS 1.2 or 1.3, without any network: bytes in, bytes out. One thread at a
 /// time. Sessions that servers give are kept, a few of them for an hour, and used for the next conversation with the
 /// same peer, name and trust.
 class TLSSESSION {
  public:
     enum class STATE {
-        SHAKING,  // the handshake is going on
-        UP,       // names and issuers are good, or the certificate is the accepted one
-        CLOSED,   // the peer has said that nothing more comes
-        FAILED    // see the report
+        SHAKING,   // the handshake is going on
+        CHECKING,  // it is over, and waits for the verdict; not with every system
+        UP,        // names and issuers are good, or the certificate is the accepted one
+        CLOSED,    // the peer has said that nothing more comes
+        FAILED     // see the report
     };
 
     /// peer: names the other end for resumption, as host:port. The session has bytes to send as soon as it is made.
@@ -75,6 +83,11 @@ class TLSSESSION {
     virtual STATE Take(std::string_view bytes, std::string& plain) = 0;
     /// Turns a text into bytes to send; false unless the session is up.
     [[nodiscard]] virtual bool Give(std::string_view plain) = 0;
+    /// While CHECKING: what to call for the verdict, in any thread. It may go to the network for as long as it likes,
+    /// and owns all that it touches.
+    virtual std::function<TLSVERDICT()> Check() { return {}; }
+    /// Takes the verdict, after which the session is UP or FAILED.
+    virtual void Judge(const TLSVERDICT& /*verdict*/) {}
     /// Nothing more will be given: makes the notice for the peer.
     virtual void Close() = 0;
 
@@ -107,7 +120,11 @@ STRING ShownText(std::string_view text);
 STRING Hex(std::string_view bytes);
 /// True if `trusted`, as a user or a file writes it, is this SHA-256.
 bool SameSha256(const STRING& trusted, const STRING& sha256);
-/// True for a dotted address, which has no name to be told to the server.
+/// True for a dotted address, which has no name to be told to the server; and if its four bytes are these.
 bool IsAddress(const STRING& serverName);
+bool IsAddress(const STRING& serverName, std::string_view bytes);
+/// True if a name of a certificate is this host's, or stands for it with "*" as its whole first label and two at least
+/// after it.
+bool NameMatches(std::string_view name, const STRING& serverName);
 
 }  // namespace TLS

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <ctime>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
 #include <openssl/x509v3.h>
+#include <unistd.h>
 
 namespace {
 
@@ -64,11 +66,12 @@ CERTIFICATES::CERTIFICATE CERTIFICATES::Make(const WANTED& wanted, const KEY& ke
 
 CERTIFICATES::CERTIFICATES() {
     const KEY rsa = NewKey(2048), curve = NewKey(0), weak = NewKey(1024);
-    const auto issuer = [](const char* subject, const IDENTITY* above) {
+    const auto issuer = [](const std::string& subject, const IDENTITY* above) {
         const KEY key = NewKey(0);
-        return IDENTITY{subject, key, Make({subject, ""}, key, above), {}};
+        return IDENTITY{subject, key, Make({subject.c_str(), ""}, key, above), {}};
     };
-    Ca = issuer("Tests Root", nullptr);
+    // Systems find issuers by their names: what an earlier run that was killed has left behind is none of this one's.
+    Ca = issuer("Tests Root " + std::to_string(getpid()) + " of " + std::to_string(time(nullptr)), nullptr);
     const IDENTITY middle = issuer("Tests Intermediate", &Ca), stranger = issuer("Nobody's Root", nullptr);
     constexpr const char* HERE = "DNS:localhost,IP:127.0.0.1";
     constexpr const char* ELSEWHERE = "DNS:other.example";

@@ -14,11 +14,10 @@ class PEERPROCESS {
     PEERPROCESS& operator=(const PEERPROCESS&) = delete;
     /// directory: as this system writes it.
     void Start(const std::string& directory);
+    /// As long as the object lives, this process trusts the root that the peer has left there.
+    void TrustRoot(const TEMPDIR& directory);
 
  private:
     struct PARTS;
     std::unique_ptr<PARTS> Parts;
 };
-
-/// From now on this process trusts the root that the peer has left there.
-void TrustRoot(const TEMPDIR& directory);

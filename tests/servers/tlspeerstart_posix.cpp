@@ -14,6 +14,6 @@ void PEERPROCESS::Start(const std::string& directory) {
     Parts->Process.Start({TLSPEER, directory});
 }
 
-void TrustRoot(const TEMPDIR& directory) {
+void PEERPROCESS::TrustRoot(const TEMPDIR& directory) {
     setenv("SSL_CERT_FILE", directory.Native("root.pem").c_str(), 1);
 }

@@ -33,7 +33,7 @@ class PEER {
             port = ReadBytes(Directory.File("port"));
             return !port.empty();
         })) << "the peer does not start";
-        TrustRoot(Directory);
+        Process.TrustRoot(Directory);
         EXPECT_TRUE(SOCKETS::Connect(Control.Number, SOCKETS::LOOPBACK, static_cast<uint16_t>(atoi(port.c_str()))));
     }
     void Tell(const std::string& line) const {

@@ -11,6 +11,13 @@ namespace {
 
 constexpr int LONG_MS = 20000;
 
+// Wine's TLS ends with version 1.2.
+#ifdef _WIN32
+constexpr const char* NEWEST = "1.2";
+#else
+constexpr const char* NEWEST = "1.3";
+#endif
+
 class Tls : public testing::Test {
  protected:
     ~Tls() override { SHRINKABLE::TcpTimes = {}; }
@@ -118,8 +125,8 @@ TEST_F(Tls, CarriesMegabytesBothWaysInEachVersionWhateverTheServerDoesMeanwhile)
         TLSSTEP Meanwhile;
     } cases[] = {
         {"1.2", Drip(0)},
-        {"1.3", Drip(0)},
-        {"1.3", UpdateKeys()},
+        {NEWEST, Drip(0)},
+        {NEWEST, STRING(NEWEST) == "1.3" ? UpdateKeys() : Drip(0)},
     };
     for (const auto& [version, meanwhile] : cases) {
         SCOPED_TRACE(std::string(version) + " " + meanwhile.first);
@@ -156,15 +163,12 @@ TEST_F(Tls, WhatCameAheadOfTheHandshakeIsThrownAway) {
 }
 
 TEST_F(Tls, ThereAreNoNewHandshakesInAConversation) {
-    TLSSERVER server("good", {Highest("1.2"), TLSPLAY::Tls(), Send("hello\r\n"), Renegotiate(), Send("after\r\n"),
-                              Expect("QUIT"), Send("never\r\n")});
+    TLSSERVER server("good", {Highest("1.2"), TLSPLAY::Tls(), Expect("NEXT"), Renegotiate(), Silence()});
     TCPIPIO device("", "", "");
     ASSERT_TRUE(device.MakeCall(server.HostPort().Text()));
     ASSERT_TRUE(device.StartTls({})) << Error(device);
-    EXPECT_EQ(Line(device), "hello");
-    // Some servers go on after the refusal, this one does not.
-    device.Write("QUIT\r\n", -1);
-    EXPECT_EQ(All(device).find("never"), std::string::npos);
+    // The refusal goes out with something else. Some servers go on after it, this one does not.
+    EXPECT_TRUE(Eventually([&] { return device.Write("NEXT\r\n", -1) != 1; }));
     EXPECT_NE(Error(device), "No Error");
     EXPECT_NE(server.Over().Problem, "");
 }
@@ -219,7 +223,7 @@ TEST_F(Tls, AStopEndsAHandshake) {
 }
 
 TEST_F(Tls, ASessionIsResumedForTheSameTrustOnly) {
-    for (const char* version : {"1.2", "1.3"}) {
+    for (const char* version : {"1.2", NEWEST}) {
         std::vector<TLSSTEP> script = ShortTalk();
         script.insert(script.begin(), Highest(version));
         TLSSERVER server("self", script, 4);
@@ -236,6 +240,9 @@ TEST_F(Tls, ASessionIsResumedForTheSameTrustOnly) {
             device.Write("QUIT\r\n", -1);
             All(device);
         }
+#ifndef _WIN32
+        // Windows judges the certificate anew each time, and Wine resumes nothing.
         EXPECT_EQ(resumed, "0101") << version;
+#endif
     }
 }
