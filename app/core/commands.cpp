@@ -211,7 +211,8 @@ void COMMANDS::CheckShown() {
 }
 
 STRING DeleteQuestion(const TEXTS& texts, int items, const STRING& name) {
-    STRING question = texts.Get(items == 1 ? TEXT_DELETE_ONE : TEXT_DELETE_MANY);
+    STRING question =
+        items == 1 ? texts.Get(TEXT_DELETE_ONE) || texts.Get(TEXT_MAIL_STAYS) : texts.Get(TEXT_DELETE_MANY);
     question.Replace("$(n)", items == 1 ? name.Text() : std::to_string(items).c_str());
     return question;
 }
