@@ -144,8 +144,6 @@ int AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const MAILADDRE
     if (known != -1)
         MAILACCOUNT::SetPassword(application.Items[known], password);
     bool saved = known != -1 ? application.SaveTables(SAVE_ITEMS) : application.AddItem(item);
-    if (application.pState.GetNumber("ConnectionType") == -1)
-        application.pState.Set("ConnectionType", "0");
     saved = application.SaveSettings() && saved;
     if (!saved) {
         frontEnd.PrintError(text(CTEXT_NOT_SAVED, DISPLAYTEXT::Path(application.DataDir())));

@@ -207,14 +207,6 @@ bool CONSOLEFRONTEND::TakeDueTimer(int timer, bool once) {
     return true;
 }
 
-void CONSOLEFRONTEND::RunSetupWizard() {
-    // Nobody is asked how the machine is connected: where a terminal program runs there is a line that is always up.
-    // That there is no account yet is told once everything has been read.
-    TARNWICK* application = Application;
-    if (application && application->Items.Count() > 0 && application->pState.GetNumber("ConnectionType") == -1)
-        application->pState.Set("ConnectionType", STRING("0"));
-}
-
 bool CONSOLEFRONTEND::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
     // On a terminal the popup has told it.
     if (Terminal && report.PopupShown)

@@ -64,7 +64,6 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     void SetItemStatus(int handle, const STRING& text) override;
     void ShowMessage(const STRING& title, const STRING& text) override;
     bool AskYesNo(const STRING& title, const STRING& text) override;
-    void RunSetupWizard() override;
     void PostQuit() override { Quit.Set(); }
 
     // NOTIFIER

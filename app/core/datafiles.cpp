@@ -107,6 +107,9 @@ void DATAFILES::LoadSettings() {
 
 void DATAFILES::RunSetupWizard() {
     Tables.FrontEnd.RunSetupWizard();
+    // Until the user says otherwise the line counts as always up.
+    if (Tables.State.GetNumber("ConnectionType") == -1)
+        Tables.State.Set("ConnectionType", "0");
     // Not at the end only: after a run that is killed the user would be asked all of it once more.
     (void)SaveSettings();
     for (int i = 0; i < Tables.Items.Count(); ++i) {
