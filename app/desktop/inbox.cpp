@@ -12,9 +12,9 @@
 #include "app/inbox/inboxmails.h"
 #include "app/inbox/mailview.h"
 #include "app/inbox/senderlist.h"
+#include "app/notify/mailprogram.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
-#include "corelib/system/registry.h"
 #include "corelib/window/messages.h"
 #include "corelib/window/widetext.h"
 
@@ -70,9 +70,7 @@ INBOX::~INBOX() {
 }
 
 void INBOX::Open() {
-    REGISTRY mailer(ROOT_LOCAL_MACHINE, "SOFTWARE\\Classes\\mailto\\shell\\open", "command", REGISTRY_READ);
-    if (const STRING command = mailer.IsOpen() ? mailer.Read("") : STRING(); command.Length() > 0)
-        DefaultMailer = Application.Programs().Expand(command);
+    DefaultMailer = Application.Programs().Expand(MailtoCommand());
     CreateToolbar();
     List = std::make_unique<LISTVIEW>(hWnd, LIST_ID, LVS_OWNERDATA);
     CreateColumns();

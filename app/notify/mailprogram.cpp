@@ -7,6 +7,7 @@
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/osys.h"
+#include "corelib/system/registry.h"
 
 namespace {
 
@@ -66,6 +67,10 @@ uintptr_t FindMailProgramWindow(const STRINGARRAY& state, PROGRAMSTARTER& starte
             return window;
     }
     return 0;
+}
+
+STRING MailtoCommand() {
+    return RegistryText("SOFTWARE\\Classes\\mailto\\shell\\open", "command", "");
 }
 
 void StartMailProgram(const STRINGARRAY* item, const STRINGARRAY& state, FRONTEND& frontEnd, const TEXTS& texts,

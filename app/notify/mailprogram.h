@@ -27,6 +27,10 @@ class PROGRAMSTARTER {
 /// The platform's own.
 std::unique_ptr<PROGRAMSTARTER> MakeProgramStarter();
 
+/// The command line that the system starts for mail addresses, with its environment variables as they stand; empty if
+/// there is none. The user's own choice goes before the machine's.
+STRING MailtoCommand();
+
 /// The window of a mail program that runs already, 0 for none: by the parts of the setting EmailWindowTitle, if
 /// EmailDoWindowCheck is on.
 uintptr_t FindMailProgramWindow(const STRINGARRAY& state, PROGRAMSTARTER& starter);

@@ -44,3 +44,6 @@ class REGISTRY {
  private:
     intptr_t hkApp = 0;
 };
+
+/// The text value of key\subkey of the user, or of the machine if he has none; empty without either.
+STRING RegistryText(const char* key, const char* subkey, const char* value);

@@ -26,6 +26,17 @@ HFONT MessageFont() {
     return font.get();
 }
 
+HWND MakeTipWindow(HWND owner, int width) {
+    constexpr int LONG_TIP_MS = 30000;
+    const HWND tips = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX,
+                                      0, 0, 0, 0, owner, nullptr, GetModuleHandleW(nullptr), nullptr);
+    if (width > 0) {
+        SendMessageW(tips, TTM_SETMAXTIPWIDTH, 0, ScalePixels(width));
+        SendMessageW(tips, TTM_SETDELAYTIME, TTDT_AUTOPOP, LONG_TIP_MS);
+    }
+    return tips;
+}
+
 CONTROL::CONTROL(const wchar_t* className, DWORD style, DWORD extendedStyle, HWND parent, int id)
     : WINDOW(static_cast<HWND>(nullptr)) {
     NeedCommonControls();

@@ -5,6 +5,10 @@
 /// The system's font for texts in windows, at this display's size. It stays with the process.
 HFONT MessageFont();
 
+/// A window for tips over the parts of another one, with which it goes. width: where its lines are broken, in pixels at
+/// 96 dots per inch; such long tips stay half a minute. 0: each tip is one line.
+HWND MakeTipWindow(HWND owner, int width = 0);
+
 /// A control: a child window of one of the system's classes. Bound to one that is there (which stays when the object
 /// goes), or made by the object (in the message font). A missing one leaves Hwnd() null; operations then do nothing.
 class CONTROL : public WINDOW {

@@ -119,19 +119,14 @@ STRING DATADIALOG::FirstComplaint(int& control) const {
 }
 
 void DATADIALOG::MakeTips() {
-    constexpr int TIP_WIDTH = 300, TIP_MS = 30000;
+    constexpr int TIP_WIDTH = 300;
     HWND tips = nullptr;
     for (HWND child = GetWindow(hWnd, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
         std::wstring text = WideText(Tip(GetDlgCtrlID(child)));
         if (text.empty())
             continue;
-        if (!tips) {
-            // It goes with the dialog, which owns it.
-            tips = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0,
-                                   0, 0, 0, hWnd, nullptr, GetModuleHandleW(nullptr), nullptr);
-            SendMessageW(tips, TTM_SETMAXTIPWIDTH, 0, ScalePixels(TIP_WIDTH));
-            SendMessageW(tips, TTM_SETDELAYTIME, TTDT_AUTOPOP, TIP_MS);
-        }
+        if (!tips)
+            tips = MakeTipWindow(hWnd, TIP_WIDTH);
         TOOLINFOW tool{};
         tool.cbSize = sizeof tool;
         tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;

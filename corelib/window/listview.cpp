@@ -16,7 +16,6 @@ constexpr uint32_t INSERT_LEVEL = 7;
 constexpr int SMALL_IMAGE = 16;
 constexpr int HEAD_WIDTH = 120;
 constexpr int TIP_WIDTH = 400;
-constexpr int TIP_MS = 30000;  // a long text takes some time to read
 constexpr int EMPTY_TEXT_MARGIN = 12;
 constexpr int HEAD_MARGINS = 36;  // with room for the arrow of the order
 
@@ -66,16 +65,13 @@ LRESULT LISTVIEW::WinProc(UINT message, WPARAM first, LPARAM second) {
 void LISTVIEW::SetRowTip(std::function<STRING(int row)> text) {
     RowTip = std::move(text);
     ListView_SetExtendedListViewStyleEx(hWnd, LVS_EX_LABELTIP, 0);
-    Tips = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0, 0, 0, 0,
-                           hWnd, nullptr, nullptr, nullptr);
+    Tips = MakeTipWindow(hWnd, TIP_WIDTH);
     wchar_t none[] = L"";
     TOOLINFOW tool{};
     tool.cbSize = TTTOOLINFOW_V1_SIZE;
     tool.hwnd = hWnd;
     tool.lpszText = none;
     SendMessageW(Tips, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
-    SendMessageW(Tips, TTM_SETMAXTIPWIDTH, 0, ScalePixels(TIP_WIDTH));
-    SendMessageW(Tips, TTM_SETDELAYTIME, TTDT_AUTOPOP, TIP_MS);
 }
 
 void LISTVIEW::FollowPointer(UINT message, WPARAM first, LPARAM second) {

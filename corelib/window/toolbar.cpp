@@ -59,8 +59,7 @@ NEWTOOLBAR::NEWTOOLBAR(HWND parent, int id)
       Images(IMAGE),
       DisabledImages(IMAGE) {
     Trace("NEWTOOLBAR::NEWTOOLBAR\n");
-    Tips = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0, 0, 0, 0,
-                           hWnd, nullptr, GetModuleHandleW(nullptr), nullptr);
+    Tips = MakeTipWindow(hWnd);
     Resize();
     Trace("NEWTOOLBAR::NEWTOOLBAR done\n");
 }

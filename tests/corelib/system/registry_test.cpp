@@ -39,6 +39,17 @@ TEST_F(Registry, KeepsTextsAsTheyAre) {
     EXPECT_FALSE(key.Read("absent").NotNull());
 }
 
+TEST_F(Registry, TakesTheUsersValueBeforeTheMachines) {
+    const auto found = [] { return Std(RegistryText("Software\\TarnwickTest", "Values", "Both")); };
+    EXPECT_EQ(found(), "");
+    for (const auto& [root, value] : {std::pair(ROOT_LOCAL_MACHINE, "all"), {ROOT_CURRENT_USER, "own"}}) {
+        ASSERT_TRUE(REGISTRY(COMPANY, "Values", root).Write("Both", value));
+        EXPECT_EQ(found(), value);
+    }
+    for (const intptr_t root : {ROOT_LOCAL_MACHINE, ROOT_CURRENT_USER})
+        REGISTRY(COMPANY, "Values", root).Delete("Both");
+}
+
 TEST_F(Registry, KeepsBytesAsTheyAre) {
     REGISTRY key(COMPANY, "Values", ROOT_CURRENT_USER);
     std::string bytes;
