@@ -116,8 +116,9 @@ void MAINWINDOW::EditOptions(int page) {
     // A copy that was moved names its new place.
     const bool starts = state.GetNumber("DlgAutoRun") != 0;
     const STRING name = App.Texts().Get(TEXT_REGISTRY_NAME);
-    if (starts ? !OSYS::AutoStart(name.Text(), OSYS::AUTOSTART_SELF)
-               : started && !OSYS::AutoStart(name.Text(), nullptr))
+    const bool done = OSYS::AutoStart(name.Text(), starts ? OSYS::AUTOSTART_SELF : nullptr);
+    // An entry that settings lost on the way do not know of goes too; mostly there is none.
+    if (!done && (starts || started))
         ShowError(hWnd, App.Texts().Get(TEXT_AUTOSTART_FAILED), ProgramName());
     if (state.GetNumber("ConnectionType") != 0 && state.GetNumber("ConnectionDunDial") != 0)
         ShowHint(hWnd, App.Texts().Get(TEXT_DIAL_WARNING), App.Texts().Get(TEXT_DIAL_WARNING_TITLE),
@@ -164,13 +165,9 @@ void MAINWINDOW::OfferMailProgram() {
 }
 
 void MAINWINDOW::RunSetupWizard() {
-    STRINGARRAY& state = Application->pState;
     // The demo asks nobody: it brings its own accounts.
-    if (!App.Arguments().TestArg("DEMO")) {
-        WINRAS dialup;
-        (void)RunSetup(Parts(), state, Application->Items, dialup.EnumEntries());
-    }
-    // Until the user says otherwise the line counts as always up.
-    if (state.GetNumber("ConnectionType") == -1)
-        state.Set("ConnectionType", "0");
+    if (App.Arguments().TestArg("DEMO"))
+        return;
+    WINRAS dialup;
+    (void)RunSetup(Parts(), Application->pState, Application->Items, dialup.EnumEntries());
 }

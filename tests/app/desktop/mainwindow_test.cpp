@@ -1,6 +1,7 @@
 #include "app/desktop/mainwindow.h"
 
 #include "app/notify/traydisplay.h"
+#include "corelib/system/registry.h"
 #include "corelib/window/fontvalue.h"
 #include "tests/app/desktop/desktopsupport.h"
 #include "tests/support/accesstest.h"
@@ -382,6 +383,28 @@ TEST_F(MainWindow, OptionsAreSeenAndStoredAtOnce) {
     Command(COMMAND_SETTINGS);
     EXPECT_FALSE(IsWindowVisible(bar));
     EXPECT_TRUE(IsStored("DlgHideToolbar=1"));
+}
+
+TEST_F(MainWindow, StartsWithWindowsOnlyIfTheOptionsSaySo) {
+    Open(TWO_ITEMS);
+    const STRING name = App->Texts().Get(TEXT_REGISTRY_NAME);
+    const auto entry = [&] {
+        return REGISTRY(ROOT_CURRENT_USER, "Software\\Microsoft\\Windows\\CurrentVersion", "Run", REGISTRY_READ)
+            .Read(name.Text());
+    };
+    // Settings that got lost have left it there.
+    ASSERT_TRUE(OSYS::AutoStart(name.Text(), "left.exe"));
+    for (const bool changed : {false, true, true, false}) {
+        Later([changed] {
+            const HWND dialog = GetActiveWindow();
+            for (HWND page = nullptr; changed && (page = FindWindowExW(dialog, page, L"#32770", nullptr));)
+                if (GetDlgItem(page, 403))  // the first page
+                    SendDlgItemMessageW(page, 244, BM_CLICK, 0, 0);
+            SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+        });
+        Command(COMMAND_SETTINGS);
+        EXPECT_EQ(entry().NotNull(), Engine->pState.GetNumber("DlgAutoRun") != 0);
+    }
 }
 
 TEST_F(MainWindow, StaysInReachWhileTheShellIsGoneAndComesBackToIt) {
