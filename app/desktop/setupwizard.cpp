@@ -16,23 +16,11 @@ namespace {
 
 constexpr UINT WM__FOUND = WM_APP + 1, WM__CALLED = WM_APP + 2;
 
-STRING RegistryText(const char* key, const char* subkey, const char* value) {
-    // The user's own goes before the machine's.
-    for (const intptr_t root : {ROOT_CURRENT_USER, ROOT_LOCAL_MACHINE}) {
-        REGISTRY registry(root, key, subkey, REGISTRY_READ);
-        const STRING text = registry.IsOpen() ? registry.Read(value) : STRING();
-        if (text.Length() > 0)
-            return text;
-    }
-    return STRING("");
-}
-
 SETUPMACHINE LookAtMachine(PROGRAMSTARTER& programs, const STRING& dialEntries) {
     STRING owner = RegistryText("Software\\Microsoft\\Windows", "CurrentVersion", "RegisteredOwner");
     if (owner.Length() == 0)
         owner = RegistryText("Software\\Microsoft\\Windows NT", "CurrentVersion", "RegisteredOwner");
-    const STRING command = RegistryText("SOFTWARE\\Classes\\mailto\\shell\\open", "command", "");
-    return {programs.Expand(ProgramOfCommand(command)), dialEntries, owner};
+    return {programs.Expand(ProgramOfCommand(MailtoCommand())), dialEntries, owner};
 }
 
 /// Proposes a server for the address in one field by filling in another one. Nothing else on the page waits for it.
@@ -176,6 +164,7 @@ class SETUPPAGE : public FORMPAGE {
         if (server.Length() == 0 || Calling)
             return;
         Called = server;
+        ShowResult(Parts().Texts.Get(TEXT_CONNECTING) || server);
         Calling = std::make_unique<BACKGROUND>(
             [this, server](const STOPQUESTION& stopAsked) {
                 TCPIPIO device(nullptr, nullptr, nullptr);
@@ -191,6 +180,7 @@ class SETUPPAGE : public FORMPAGE {
 
     void ShowCall() {
         Calling.reset();
+        ShowResult(STRING(""));
         if (!Fault.NotNull()) {
             ShowInfo(hWnd, Called || " ok!", Title());
             return;

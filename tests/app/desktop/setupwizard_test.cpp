@@ -135,7 +135,15 @@ TEST_F(SetupWizard, LeadsToAnAccountAndItsFirstCheckByTheKeyboard) {
            [&] {
                EXPECT_EQ(Text(201), "127.0.0.1") << "without the port for reading";
                EXPECT_EQ(Text(202), "j\xc3\xb6@x.example");
-               next();
+               Type('v', server);
+               Alt('t');
+               EXPECT_EQ(Text(290), "Connecting to " + server);
+           },
+           Once([this] { return GetDlgItem(Frame, MESSAGE_TEXT) != nullptr; }, Answer(IDOK)),
+           [&] {
+               EXPECT_EQ(Said, server + " ok!");
+               heads.push_back(Head());
+               Alt('n');
            },
            [&] {
                EXPECT_GT(LISTBOX(GetDlgItem(Page, 401)).SelectedText().Length(), 0) << "the stored weight";
@@ -203,25 +211,23 @@ TEST_F(SetupWizard, CanBeCancelledOnEachPage) {
 
 TEST_F(SetupWizard, OffersDialUpEntriesAndLeavesNoHandles) {
     Open(TWO_ITEMS);
-    ExpectNoHandleGrowth(
-        [&] {
-            Acts = {[this] {
-                        const LISTBOX entries(Page, 401);
-                        EXPECT_EQ(std::pair(entries.Count(), Std(entries.SelectedText())),
-                                  std::pair(2, std::string("one")));
-                        EXPECT_FALSE(IsWindowEnabled(entries.Hwnd()));
-                        Alt('d');
-                        EXPECT_TRUE(IsWindowEnabled(entries.Hwnd()));
-                        DialogKey(Frame, VK_ESCAPE);
-                    },
-                    Answer(IDNO)};
-            Later([this] { Next(); });
-            STRINGARRAY state = Engine->pState;
-            RECORDARRAY items(1, 1);
-            EXPECT_FALSE(RunSetup({Window->hWnd, App->Texts(), Engine->Programs()}, state, items, "one|two"));
-            EXPECT_EQ(Std(state.Get("ConnectionType")), "0") << "a page that was cancelled stores nothing";
-        },
-        25);
+    ExpectNoHandleGrowth([&] {
+        Acts = {[this] {
+                    const LISTBOX entries(Page, 401);
+                    EXPECT_EQ(std::pair(entries.Count(), Std(entries.SelectedText())),
+                              std::pair(2, std::string("one")));
+                    EXPECT_FALSE(IsWindowEnabled(entries.Hwnd()));
+                    Alt('d');
+                    EXPECT_TRUE(IsWindowEnabled(entries.Hwnd()));
+                    DialogKey(Frame, VK_ESCAPE);
+                },
+                Answer(IDNO)};
+        Later([this] { Next(); });
+        STRINGARRAY state = Engine->pState;
+        RECORDARRAY items(1, 1);
+        EXPECT_FALSE(RunSetup({Window->hWnd, App->Texts(), Engine->Programs()}, state, items, "one|two"));
+        EXPECT_EQ(Std(state.Get("ConnectionType")), "0") << "a page that was cancelled stores nothing";
+    });
 }
 
 }  // namespace
