@@ -2,6 +2,7 @@
 #include <cwchar>
 #include <cwctype>
 
+#include "app/common/texts.h"
 #include "tests/support/testsupport.h"
 
 // After what has names that it has, too.
@@ -33,6 +34,7 @@ struct TEMPLATE {
     std::vector<CONTROLTEXT> Controls;
 };
 
+constexpr int ANSWER = 290, TABS = 300;                            // where a button's work is told; a dialog's pages
 constexpr int VIEWER = 2040;                                       // whose button says what the program wants
 constexpr int WIZARD = 2070, FIRST_STEP = 2071, LAST_STEP = 2077;  // the frame, and its pages
 
@@ -204,6 +206,20 @@ TEST_P(DialogTemplates, HaveALetterForEachFieldAndANameForTheBlind) {
             // Each way leads by the keyboard, but for the buttons of a group after its first.
             const bool radio = button && (control.Style & BS_TYPEMASK) == BS_AUTORADIOBUTTON;
             EXPECT_TRUE(radio || answer || !(button || control.IsField()) || (control.Style & WS_TABSTOP));
+        }
+    }
+}
+
+TEST_P(DialogTemplates, HaveAHintForEachFieldAndButton) {
+    const std::set<int> plain = {0, -1, 65535, IDOK, IDCANCEL, ANSWER, TABS};
+    for (const auto& [number, dialog] : All) {
+        for (const CONTROLTEXT& control : dialog.Controls) {
+            if (number == VIEWER || number == WIZARD || control.IsText() || control.IsGroup() ||
+                plain.contains(control.Id))
+                continue;
+            wchar_t hint[2];
+            EXPECT_GT(LoadStringW(Module, static_cast<UINT>(HELP_TEXT(number, control.Id)), hint, 2), 0)
+                << number << " " << control.Id;
         }
     }
 }
