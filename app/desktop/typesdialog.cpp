@@ -148,7 +148,9 @@ bool EditType(const DIALOGPARTS& parts, RECORDARRAY& types, int place) {
     });
     if (!dialog.Run())
         return false;
-    form.Set("Name", Stripped(form.Get("Name")));
+    // A stored one may have blanks around it.
+    if (form.Get("Name") != types[place].Get("Name"))
+        form.Set("Name", Stripped(form.Get("Name")));
     types[place] = form;
     return true;
 }

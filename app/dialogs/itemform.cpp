@@ -27,7 +27,7 @@ bool StoreChanges(STRINGARRAY& record, const STRINGARRAY& before, const STRINGAR
 bool IsSoundFile(const STRING& path) {
     constexpr int HEAD = 12;
     STRING bytes;
-    return FILES::ReadAll(path.Text(), false, bytes) && bytes.Length() >= HEAD && bytes.View().starts_with("RIFF") &&
+    return FILES::ReadHead(path.Text(), HEAD, bytes) && bytes.Length() == HEAD && bytes.View().starts_with("RIFF") &&
            bytes.View().substr(8).starts_with("WAVE");
 }
 

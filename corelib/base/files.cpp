@@ -1,6 +1,7 @@
 #include "corelib/base/files.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <iterator>
 #include <mutex>
@@ -59,13 +60,20 @@ OTHERFOLDER& OtherFolder() {
 
 }  // namespace
 
+bool ReadHead(const char* path, int bytes, STRING& out) {
+    // Not piece by piece into a STRING, which grows in small steps.
+    std::string content;
+    if (!FILESPLATFORM::ReadBytes(path, bytes, content))
+        return false;
+    out = STRING(std::string_view(content));
+    return true;
+}
+
 bool ReadAll(const char* path, bool text, STRING& out) {
-    STRING content("");
-    if (!FILESPLATFORM::ReadBytes(path, content))
+    if (!ReadHead(path, INT_MAX, out))
         return false;
     if (text)
-        FromTextForm(content);
-    out = std::move(content);
+        FromTextForm(out);
     return true;
 }
 

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -128,21 +127,22 @@ bool FlushFolder(const char* folder) {
 
 namespace FILESPLATFORM {
 
-bool ReadBytes(const char* path, STRING& content) {
+bool ReadBytes(const char* path, int most, std::string& content) {
     DESCRIPTOR file(open(FILES::NativePath(path).Text(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status;
     if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
         return false;
     char buffer[65536];
     for (;;) {
-        ssize_t got = read(file.Get(), buffer, sizeof buffer);
+        const size_t left = static_cast<size_t>(most) - content.size();
+        ssize_t got = read(file.Get(), buffer, std::min(sizeof buffer, left));
         if (got < 0 && errno == EINTR)
             continue;
-        if (got < 0 || (got > 0 && content.Length() > INT_MAX - 1 - static_cast<int>(got)))
+        if (got < 0 || (got > 0 && content.size() + static_cast<size_t>(got) > STRING::MAX_LENGTH))
             return false;
         if (got == 0)
             return true;
-        content.AppendBytes(buffer, static_cast<int>(got));
+        content.append(buffer, static_cast<size_t>(got));
     }
 }
 

@@ -1,4 +1,4 @@
-#include <climits>
+#include <algorithm>
 #include <windows.h>
 
 #include "corelib/base/clock.h"
@@ -136,20 +136,21 @@ bool FlushFolder(const char* folder) {
 
 namespace FILESPLATFORM {
 
-bool ReadBytes(const char* path, STRING& content) {
+bool ReadBytes(const char* path, int most, std::string& content) {
     FILEHOLD file(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
     if (!file.IsOpen())
         return false;
     char buffer[65536];
     for (;;) {
         DWORD got = 0;
-        if (!ReadFile(file.Get(), buffer, sizeof buffer, &got, nullptr))
+        const size_t left = static_cast<size_t>(most) - content.size();
+        if (!ReadFile(file.Get(), buffer, static_cast<DWORD>(std::min(sizeof buffer, left)), &got, nullptr))
             return false;
         if (got == 0)
             return true;
-        if (content.Length() > INT_MAX - 1 - static_cast<int>(got))
+        if (content.size() + got > STRING::MAX_LENGTH)
             return false;
-        content.AppendBytes(buffer, static_cast<int>(got));
+        content.append(buffer, got);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "corelib/base/files.h"
@@ -13,8 +14,8 @@ inline constexpr const char* TEMPORARY_MARK = ".velmora-";
 inline constexpr size_t TEMPORARY_LENGTHS[] = {6, 16};
 inline constexpr const char* TEMPORARY_END = ".tmp";
 
-/// Appends all bytes of a regular file to content; false if it cannot be read.
-[[nodiscard]] bool ReadBytes(const char* path, STRING& content);
+/// Appends the first bytes of a regular file to content, `most` of them or all; false if it cannot be read.
+[[nodiscard]] bool ReadBytes(const char* path, int most, std::string& content);
 /// Writes beside the file, flushes to the disk and renames over it; false, and the old file as it was, on failure.
 [[nodiscard]] bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS links);
 /// Whether files can be made in a directory.

@@ -136,6 +136,8 @@ class Dialogs : public ::testing::TestWithParam<int> {
     static std::string Value(const FIELD& field, int n) {
         if (STRING(field.Key) == "EmailCmdline")
             return Std(OSYS::ProgramPath());  // a program that is there
+        if (STRING(field.Key) == "Name")
+            return " stored with blanks ";
         if (STRING(field.Key) == "ConnectionDunAny")
             return "0";  // so that one can be chosen
         switch (field.Kind) {

@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "app/check/items.h"
 #include "app/dialogs/background.h"
 #include "app/dialogs/fields.h"
@@ -119,6 +121,10 @@ TEST(Sounds, AreKnownByTheirBeginning) {
         EXPECT_EQ(IsSoundFile(dir.File("file")), sound) << bytes;
     }
     EXPECT_FALSE(IsSoundFile(dir.File("missing")) || IsSoundFile(dir.Path()));
+    // As long as a film: the window waits for the look at it.
+    WriteBytes(dir.File("file"), table[0].first);
+    std::filesystem::resize_file(dir.Native("file"), 3LL << 30);
+    EXPECT_TRUE(IsSoundFile(dir.File("file")));
 }
 
 class LoginTest : public ::testing::Test {

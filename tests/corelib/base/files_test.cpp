@@ -1,5 +1,6 @@
 #include "corelib/base/files.h"
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 
@@ -20,6 +21,20 @@ TEST(FilesTest, TextFormOnDisk) {
     WriteBytes(file, "");
     ASSERT_TRUE(FILES::ReadAll(file.Text(), true, text));
     EXPECT_TRUE(text.NotNull());
+}
+
+// The move of a data directory copies all that lies there, such as a log of months.
+TEST(FilesTest, ALongFileIsReadAtTheSpeedOfTheDisk) {
+    TEMPDIR dir;
+    WriteBytes(dir.File("log"), "begin");
+    std::filesystem::resize_file(dir.Native("log"), 64 << 20);
+    STRING text;
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_TRUE(FILES::ReadAll(dir.File("log").Text(), false, text));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+    EXPECT_EQ(text.Length(), 64 << 20);
+    ASSERT_TRUE(FILES::ReadHead(dir.File("log").Text(), 3, text));
+    EXPECT_EQ(text, "beg");
 }
 
 TEST(FilesTest, FailuresLeaveTheOldFile) {
