@@ -174,7 +174,7 @@ STRING DataDirText(const TEXTS& texts, int id, const STRING& directory) {
 }
 
 bool MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir, const char* pending,
-                 const char* patterns) {
+                 const char* patterns, const std::function<bool(const STRING& newDir)>& settle) {
     STRING newDir(pending);
     const bool copy = newDir.ChopFirst('*');
     DYNARRAY<STRING> sources(64, 64);
@@ -185,6 +185,10 @@ bool MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, co
         frontEnd.ShowMessage(texts.Get(TEXT_PRODUCT), DataDirText(texts, TEXT_DIR_MISSING, newDir));
     } else if (copy && !same) {
         ok = CopyFiles(frontEnd, texts, oldDir, newDir.Text(), patterns, sources);
+        if (ok && settle && !settle(newDir)) {
+            frontEnd.ShowMessage(texts.Get(TEXT_PRODUCT), DataDirText(texts, TEXT_DIR_UNWRITABLE, newDir));
+            ok = false;
+        }
     }
     REGISTRY store(COMPANY, product, ROOT_CURRENT_USER);
     // The old files go last: whenever this ends, the directory that is stored has all of them.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
 #include "app/core/arguments.h"
@@ -20,10 +22,12 @@ void RemoveLeftovers(const STRING& directory);
 
 /// Carries out the pending change: copies the files that match `patterns` (split by "|") if asked, deletes them in the
 /// old place only when all were copied, and stores the new directory. Where that is the old one, in whatever spelling,
-/// nothing is to do but to drop the request. True on success; otherwise the old directory stays the one in use, a
-/// message has told each file that could not be copied, and the request is gone.
+/// nothing is to do but to drop the request. Before the new one is stored, `settle` is given it, to make the copies
+/// there fit for it: a run that ends at any moment leaves them so. True on success; otherwise the old directory stays
+/// the one in use, a message has told each file that could not be copied, and the request is gone.
 [[nodiscard]] bool MoveDataDir(FRONTEND& frontEnd, const TEXTS& texts, const char* product, const char* oldDir,
-                               const char* pending, const char* patterns);
+                               const char* pending, const char* patterns,
+                               const std::function<bool(const STRING& newDir)>& settle = {});
 
 /// The directory that the user has asked for and that the next start takes, without "*"; empty if there is none.
 STRING WantedDataDir(const char* product);

@@ -43,6 +43,22 @@ bool HoldTheSame(const STRING& path, const char* other) {
     return left.Load(path.Text(), "r") && right.Load(other, "r") && left == right;
 }
 
+/// The settings that name files of one directory name those of the other; true if there was one.
+bool PointAt(STRINGARRAY& settings, const char* oldDir, const char* newDir) {
+    const STRING olddir(oldDir);
+    bool any = false;
+    if (!ASSERTION(olddir.NotNull(), "olddir.NotNull()"))
+        return any;
+    for (const char* key : {"SpamMyFriends", "SpamBadSenders", "SpamFilename", "SpamVarsFile"}) {
+        STRING path = settings.Exists(key) ? settings.Get(key) : STRING("");
+        if (ReplaceDirectory(oldDir, newDir, path)) {
+            settings.Set(key, path);
+            any = true;
+        }
+    }
+    return any;
+}
+
 void SubtractOne(STRINGARRAY& table, const char* key) {
     table.SetNumber(key, int64_t{table.GetNumber(key)} - 1);
 }
@@ -220,16 +236,14 @@ void DATAFILES::UpgradeSettings(const STRING& dialEntries) {
 }
 
 void DATAFILES::MovePaths(const char* oldDir) {
-    const STRING olddir(oldDir);
-    if (!ASSERTION(olddir.NotNull(), "olddir.NotNull()")) {
-        return;
-    }
-    for (const char* key : {"SpamMyFriends", "SpamBadSenders", "SpamFilename", "SpamVarsFile"}) {
-        STRING path = Tables.State.Get(key);
-        if (ReplaceDirectory(oldDir, DataDir.Text(), path)) {
-            Tables.State.Set(key, path);
-        }
-    }
+    (void)PointAt(Tables.State, oldDir, DataDir.Text());
+}
+
+bool DATAFILES::MoveStoredPaths(const char* oldDir, const char* newDir) {
+    const STRING path = OSYS::FilePath(newDir, FILE_SETTINGS);
+    STRINGARRAY stored;
+    // Without any the start makes new ones.
+    return !stored.Load(path.Text()) || !PointAt(stored, oldDir, newDir) || stored.Save(path.Text());
 }
 
 bool DATAFILES::SaveTables(int mask) {

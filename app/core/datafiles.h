@@ -41,6 +41,8 @@ class DATAFILES {
     void UpgradeSettings(const STRING& dialEntries);
     /// Points the settings that name files at the new place after the data directory has moved.
     void MovePaths(const char* oldDir);
+    /// The same in the settings that are stored in the new place. False if they cannot be written.
+    [[nodiscard]] static bool MoveStoredPaths(const char* oldDir, const char* newDir);
 
     /// SAVE_ITEMS and SAVE_TYPES write these tables; SAVE_ALL takes the run-time fields off the items first, and is
     /// only for the end of a run. False if a file could not be written; the old file is then as it was.

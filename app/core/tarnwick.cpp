@@ -64,8 +64,8 @@ bool TARNWICK::Open() {
     Files->LoadTables();
     Files->UpgradeSettings(Dialler->EnumEntries());
     if (oldDirectory.NotNull()) {
+        // Settings of an older name have just been read, and a move may have left all files where they were.
         Files->MovePaths(oldDirectory.Text());
-        // Not at the end only: a run that is killed would leave the lists of the filter behind.
         (void)Files->SaveSettings();  // the end of the run writes them again
     }
     return true;
@@ -95,7 +95,10 @@ bool TARNWICK::FindDataDir(STRING& oldDirectory) {
     if (made && !same && !LockDataDir(newDirectory, newLock)) {
         return false;
     }
-    if (MoveDataDir(FrontEnd, TextTable, product.Text(), Directory.Text(), pending.Text(), "*.*") && !same) {
+    const auto settle = [this](const STRING& newDir) {
+        return DATAFILES::MoveStoredPaths(Directory.Text(), newDir.Text());
+    };
+    if (MoveDataDir(FrontEnd, TextTable, product.Text(), Directory.Text(), pending.Text(), "*.*", settle) && !same) {
         oldDirectory = Directory;
         Directory = newDirectory;
         DirectoryLock = std::move(newLock);

@@ -209,6 +209,24 @@ TEST_F(DataDir, AFailedCopyKeepsTheOldPlaceAndDropsTheRequest) {
     EXPECT_EQ(Store.Get("ApplicationDataDir.New"), "<none>");
 }
 
+TEST_F(DataDir, CopiesAreMadeFitBeforeTheirPlaceHolds) {
+    const STRING from = Temp.File("from"), to = Temp.File("to");
+    Store.Set("ApplicationDataDir", from);
+    ASSERT_TRUE(OSYS::MakeDirectories(from.Text()));
+    WriteBytes(Temp.File("from\\a.ini"), "a");
+    for (const bool good : {false, true}) {
+        const auto settle = [&](const STRING& place) {
+            EXPECT_EQ(place, to);
+            EXPECT_EQ(ReadBytes(Temp.File("to\\a.ini")), "a");
+            EXPECT_EQ(Store.Get("ApplicationDataDir"), Std(from));
+            return good;
+        };
+        EXPECT_EQ(MoveDataDir(FrontEnd, Texts, PRODUCT, from.Text(), (STRING("*") || to).Text(), "*.*", settle), good);
+        EXPECT_EQ(FrontEnd.Messages.size(), 1U);
+        EXPECT_EQ(OSYS::FileExists(Temp.File("from\\a.ini").Text()), !good);
+    }
+}
+
 TEST_F(DataDir, APlaceThatCannotBeMadeIsRefused) {
     WriteBytes(Temp.File("file"), "x");
     for (const STRING& pending : {Temp.File("file\\to"), STRING("*") || Temp.File("file\\to"), STRING("*")}) {

@@ -112,15 +112,16 @@ TEST_F(Tarnwick, TheDataMoveWithTheirPathsAtTheNextStart) {
     }
     Store.Set("ApplicationDataDir.New", STRING("*") || to);
     {
+        STRINGARRAY early;  // as a run leaves it that is killed while it asks the user
+        FrontEnd.Wizard = [&] { EXPECT_TRUE(early.Load(Data.File("to\\tarnwick.ini").Text())); };
         TARNWICK app(FrontEnd, Notifier, *Arguments, Texts, Quick);
         ASSERT_TRUE(app.Open());
         EXPECT_EQ(Std(app.DataDir()), Std(to));
         EXPECT_EQ(app.pState.GetNumber("PopupDuration"), 99);
         EXPECT_EQ(Std(app.pState.Get("SpamFilename")), Std(to) + "\\spamdef.dat");
         EXPECT_TRUE(OSYS::FileIsDirectory(Data.File("to\\trash").Text()));
-        STRINGARRAY saved;
-        ASSERT_TRUE(saved.Load(Data.File("to\\tarnwick.ini").Text()));
-        EXPECT_EQ(saved.Get("SpamFilename"), app.pState.Get("SpamFilename")) << "for the case that this run is killed";
+        EXPECT_EQ(early.Get("SpamFilename"), app.pState.Get("SpamFilename"));
+        FrontEnd.Wizard = nullptr;
         // The new place is locked in its turn.
         TARNWICK second(FrontEnd, Notifier, *Arguments, Texts, Quick);
         EXPECT_FALSE(second.Open());
