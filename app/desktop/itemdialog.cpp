@@ -23,9 +23,9 @@ std::vector<STRING> KindNames(const TEXTS& texts, const ITEMFORM& form) {
 }
 
 /// What is wrong in a field; null if nothing is, or it does not matter.
-STRING FieldFault(const FORMPAGE& page, int control, int emptyText, bool mayHaveBar) {
+STRING FieldFault(const FORMPAGE& page, int control, int (*faultOf)(const STRING& text)) {
     const bool matters = IsWindowEnabled(GetDlgItem(page.hWnd, control));
-    const int fault = matters ? EntryFault(page.ControlText(control), emptyText, mayHaveBar) : 0;
+    const int fault = matters ? faultOf(page.ControlText(control)) : 0;
     return fault != 0 ? page.Parts().Texts.Get(fault) : STRING();
 }
 
@@ -61,13 +61,12 @@ class MAILBOXPAGE : public FORMPAGE {
             const bool entered = page.ControlText(ID_SERVER).Length() > 0 || page.ControlText(ID_USER).Length() > 0;
             return entered ? page.Parts().Texts.Get(TEXT_NO_KIND) : STRING();
         }
-        for (const auto& [field, text] : {std::pair{ID_SERVER, TEXT_NO_SERVER}, {ID_USER, TEXT_NO_USER}}) {
-            control = field;
-            const STRING fault = FieldFault(page, field, text, false);
-            if (fault.NotNull())
-                return fault;
-        }
-        return {};
+        control = ID_SERVER;
+        const STRING fault = FieldFault(page, control, ServerFault);
+        if (fault.NotNull())
+            return fault;
+        control = ID_USER;
+        return FieldFault(page, control, [](const STRING& text) { return EntryFault(text, TEXT_NO_USER); });
     }
 
     void BeginTest() {
@@ -144,7 +143,7 @@ bool EditItem(const DIALOGPARTS& parts, STRINGARRAY& record, const STRINGARRAY& 
     FORMPAGE& general = dialog.AddForm(title(0), std::make_unique<FORMPAGE>(parts, PAGE_ITEM_GENERAL, form.Values));
     general.SetCheck([](const FORMPAGE& page, int& control) {
         control = ID_NAME;
-        return FieldFault(page, control, TEXT_NO_NAME, true);
+        return FieldFault(page, control, [](const STRING& text) { return EntryFault(text, TEXT_NO_NAME, true); });
     });
     FORMPAGE& mailbox = dialog.AddForm(title(1), std::make_unique<MAILBOXPAGE>(parts, form, record, settings));
     FORMPAGE& more = dialog.AddForm(title(2), std::make_unique<FORMPAGE>(parts, PAGE_ITEM_MORE, form.Values));

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "corelib/base/ascii.h"
+
 namespace {
 
 using enum FIELDKIND;
@@ -261,6 +263,20 @@ int EntryFault(const STRING& text, int emptyText, bool mayHaveBar) {
         return emptyText;
     // It splits server and user in the record.
     return !mayHaveBar && text.Pos('|') != -1 ? TEXT_BAR : 0;
+}
+
+int ServerFault(const STRING& text) {
+    constexpr int PORT_MAX = 65535;
+    const STRING server = Stripped(text);
+    const size_t end = server.View().find_first_of(": ");
+    const int fault = EntryFault(server.Left(static_cast<int>(std::min(end, server.View().size()))), TEXT_NO_SERVER);
+    if (fault != 0 || end == std::string_view::npos)
+        return fault;
+    const std::string_view port = ASCII::TrimLeft(server.View().substr(end), ": ");
+    int number = 0;
+    const bool good = (!port.empty() && ASCII::IsLetter(port.front())) ||
+                      (ASCII::ReadNumber(port, number) && number > 0 && number <= PORT_MAX);
+    return good ? EntryFault(server, 0) : TEXT_BAD_SERVER_PORT;
 }
 
 STRING HelpOf(const TEXTS& texts, int page, int control) {

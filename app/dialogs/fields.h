@@ -74,6 +74,8 @@ STRING Stripped(STRING text, const char* blanks = " \t");
 /// What is wrong with an entry that must not be empty, nor have a bar unless it may, as the number of a text; 0 if
 /// nothing is.
 int EntryFault(const STRING& text, int emptyText, bool mayHaveBar = false);
+/// The same of a server, which may have a port after a colon or a blank: a number, or the name of a service.
+int ServerFault(const STRING& text);
 
 /// What a control is for; null for one that needs no words.
 STRING HelpOf(const TEXTS& texts, int page, int control);

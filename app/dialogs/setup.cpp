@@ -86,19 +86,13 @@ int SETUP::Fault(int page, const STRINGARRAY& form, int& control) {
     if (page != PAGE_SETUP_ACCOUNT)
         return 0;
     const MAILBOXKIND& kind = KindOfForm(form);
-    const struct {
-        const char* Key;
-        int Control, Empty;
-        bool Matters;
-    } fields[] = {{"Source.User", 202, TEXT_NO_USER, kind.HasUser},
-                  {"Source.Server", 201, TEXT_NO_SERVER, kind.HasServer()}};
-    for (const auto& field : fields) {
-        control = field.Control;
-        const int fault = field.Matters ? EntryFault(form.Get(field.Key), field.Empty) : 0;
-        if (fault != 0)
-            return fault;
-    }
-    return 0;
+    control = 202;
+    int fault = kind.HasUser ? EntryFault(form.Get("Source.User"), TEXT_NO_USER) : 0;
+    if (fault != 0)
+        return fault;
+    control = 201;
+    fault = kind.HasServer() ? ServerFault(form.Get("Source.Server")) : 0;
+    return fault;
 }
 
 int SETUP::Leave(int page, const STRINGARRAY& form) {

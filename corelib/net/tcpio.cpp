@@ -208,9 +208,12 @@ SOCKETREF TCPIPIO::Connect(const char* destination) {
         LastError = TCPERR_HOST_NOT_FOUND;
         return nullptr;
     }
-    const char first = portText.Text()[0];
-    const uint16_t port =
-        ASCII::IsDigit(first) ? static_cast<uint16_t>(atoi(portText)) : SOCKETS::ServiceByName(portText.Text());
+    uint16_t port = 0;
+    // A number that is none of a port must not become another one: a password would go there.
+    if (ASCII::IsDigit(portText.Text()[0]))
+        (void)ASCII::ReadNumber(portText.View(), port);
+    else
+        port = SOCKETS::ServiceByName(portText.Text());
     const SOCKETS::SOCK s = port != 0 ? SOCKETS::Open() : SOCKETS::NONE;
     if (s == SOCKETS::NONE) {
         LastError = TCPERR_NO_SERVICE;

@@ -343,6 +343,7 @@ TEST_P(Dialogs, SayWhatIsWrong) {
         int Text;  // 0: of a number
     } table[] = {{0, 0, 201, " \t", TEXT_NO_NAME},
                  {0, 1, 204, "", TEXT_NO_SERVER},
+                 {0, 1, 204, "server:65679", TEXT_BAD_SERVER_PORT},
                  {0, 1, 205, "a|b", TEXT_BAR},
                  {0, 0, 202, "9999", 0},
                  {0, 0, 202, "", 0},

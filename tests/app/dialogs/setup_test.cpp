@@ -132,14 +132,24 @@ TEST_F(Setup, MakesTheFirstAccount) {
 }
 
 TEST_F(Setup, RefusesAnAccountWithoutAMailbox) {
-    const std::tuple<const char*, const char*, const char*, int, int> cases[] = {{"1", "s", "u", 0, 201},
-                                                                                 {"2", " ", "u", TEXT_NO_SERVER, 201},
-                                                                                 {"1", "", "", TEXT_NO_USER, 202},
-                                                                                 {"1", "s|t", "u", TEXT_BAR, 201},
-                                                                                 {"2", "s", "u|v", TEXT_BAR, 202},
-                                                                                 {"3", "", "u", 0, 201},
-                                                                                 {"3", "", "\t", TEXT_NO_USER, 202},
-                                                                                 {"0", "", "", 0, 201}};
+    const std::tuple<const char*, const char*, const char*, int, int> cases[] = {
+        {"1", "s", "u", 0, 201},
+        {"2", " ", "u", TEXT_NO_SERVER, 201},
+        {"1", "", "", TEXT_NO_USER, 202},
+        {"1", "s|t", "u", TEXT_BAR, 201},
+        {"2", "s", "u|v", TEXT_BAR, 202},
+        {"1", "s:65535", "u", 0, 201},
+        {"1", " s pop3 ", "u", 0, 201},
+        {"1", "s:143|t", "u", TEXT_BAD_SERVER_PORT, 201},
+        {"1", ":25", "u", TEXT_NO_SERVER, 201},
+        {"1", "s:", "u", TEXT_BAD_SERVER_PORT, 201},
+        {"1", "s:0", "u", TEXT_BAD_SERVER_PORT, 201},
+        {"2", "s 65679", "u", TEXT_BAD_SERVER_PORT, 201},
+        {"2", "s:-1", "u", TEXT_BAD_SERVER_PORT, 201},
+        {"2", "s:143x", "u", TEXT_BAD_SERVER_PORT, 201},
+        {"3", "", "u", 0, 201},
+        {"3", "", "\t", TEXT_NO_USER, 202},
+        {"0", "", "", 0, 201}};
     for (const auto& [type, server, user, fault, field] : cases) {
         STRINGARRAY form = Wizard.Begin(PAGE_SETUP_ACCOUNT);
         form.Set("Type", type);

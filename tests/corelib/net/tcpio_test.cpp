@@ -122,6 +122,7 @@ TEST_F(TcpIo, TellsWhyACallFails) {
         {noHost + ":110", "4098 500 Host not found", noHost.substr(0, 255)},
         {"127.0.0.1:no-such-service", "4097 500 No TCP/IP socket or service", "127.0.0.1"},
         {"127.0.0.1:0", "4097 500 No TCP/IP socket or service", "127.0.0.1"},
+        {"127.0.0.1:65559", "4097 500 No TCP/IP socket or service", "127.0.0.1"},  // not 23
         {"127.0.0.1:" + std::to_string(ClosedPort()), "4096 400 No response", "127.0.0.1"},
         // Nothing can be an address of its own; the broadcast address takes no calls.
         {":", "4096 400 No response", ""},
