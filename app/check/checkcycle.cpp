@@ -60,6 +60,17 @@ class STAMP {
     STRING Values[std::size(KEYS)];
 };
 
+/// A check that is under way, which may have listed already, and the one after it.
+constexpr int ENOUGH_FORCED = 2;
+
+void ChangeForced(STRINGARRAY& item, int (*change)(int)) {
+    item.Change("@ForceRefresh", [change](const STRING& text) {
+        STRING number;
+        number.Format("%d", change(atoi(text)));
+        return number;
+    });
+}
+
 /// Takes the line end off a list of ids.
 void CutLineEnd(STRINGARRAY& item, const char* key) {
     item.Change(key, [](STRING ids) {
@@ -302,13 +313,21 @@ bool CHECKCYCLE::NeedsRefresh(STRINGARRAY& item) {
 void CHECKCYCLE::Refreshed(STRINGARRAY& item) {
     item.SetNumber("LastRefresh", CLOCK::Seconds());
     item.Set("LastRefreshString", OSYS::DateText() || " / " || OSYS::TimeText());
-    item.SetNumber("@ForceRefresh", std::max(item.GetNumber("@ForceRefresh") - 1, 0));
+    ChangeForced(item, [](int forced) { return std::max(forced - 1, 0); });
     item.Set("@ForcePopup", "0");
 }
 
 void CHECKCYCLE::ForceRefresh(STRINGARRAY& item, bool popup) {
     item.SetNumber("@ForcePopup", popup);
-    item.SetNumber("@ForceRefresh", item.GetNumber("@ForceRefresh") + 1);
+    ChangeForced(item, [](int forced) { return forced + 1; });
+}
+
+void CHECKCYCLE::ForceRefreshType(int type) {
+    const MUTEXHOLD hold(itemMutex);
+    for (int i = 0; i < Parts.Items.Count(); ++i)
+        if (Parts.Items[i].GetNumber("Type") == type)
+            ChangeForced(Parts.Items[i],
+                         [](int forced) { return std::max(forced, std::min(forced + 1, ENOUGH_FORCED)); });
 }
 
 bool CHECKCYCLE::SetItemState(STRINGARRAY& item, int kind, int value) {

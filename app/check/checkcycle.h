@@ -75,6 +75,9 @@ class CHECKCYCLE {
     /// Requests one more check, for which popup means that the user wants an answer even if nothing is new. Any
     /// thread.
     static void ForceRefresh(STRINGARRAY& item, bool popup);
+    /// A mailbox of that Type has said that it has changed: one more check of its items is enough, however often it
+    /// says so, and nobody waits for an answer. Any thread.
+    void ForceRefreshType(int type);
     /// kind: ITEMSTATE_LOCKED or ITEMSTATE_INUPDATE; value 0 or 1: true on success, false if the other of the two
     /// states holds. value ITEMSTATE_ASK: true if the item is in a check. Any thread.
     bool SetItemState(STRINGARRAY& item, int kind, int value);

@@ -26,7 +26,9 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
       Starter(MakeProgramStarter()),
       Teller(pState, Items, Types, frontEnd, texts, *Starter),
       Check(std::make_unique<CHECKCYCLE>(
-          CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler, times})) {
+          CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler, times})),
+      Store([this] { Check->ForceRefreshType(ITEMTYPE_MAPI); }) {
+    Mail->SetMapi(&Store);
     const STOPQUESTION stopAsked = [this] { return Check->IsStopRequested(); };
     Mail->SetStopQuestion(stopAsked);
     Spam->SetStopQuestion(stopAsked);
@@ -38,6 +40,8 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
 TARNWICK::~TARNWICK() {
     Stop();
     Check->Wait(WAIT_FOREVER);
+    Store.End();
+    Trace("TARNWICK::~TARNWICK hMapiClass completed\n");
     Trace("TARNWICK::~TARNWICK hThread completed\n");
     if (Files && !Saved) {
         SaveAll();
@@ -138,6 +142,11 @@ bool TARNWICK::LockDataDir(const STRING& directory, OSYS::FILEHANDLE& lock) {
 }
 
 void TARNWICK::Start() {
+    for (int i = 0; i < Items.Count(); ++i) {
+        if (MAILACCOUNT::Kind(Items[i]).HasSession) {
+            Store.Begin();
+        }
+    }
     Check->Start();
     if (Arguments.TestArg("CHECK")) {
         ForceRefreshAll(true);
@@ -178,6 +187,9 @@ STRINGARRAY TARNWICK::NewItem() {
 }
 
 bool TARNWICK::AddItem(const STRINGARRAY& item) {
+    if (MAILACCOUNT::Kind(item).HasSession) {
+        Store.Begin();
+    }
     auto record = std::make_unique<STRINGARRAY>(item);
     CHECKCYCLE::ForceRefresh(*record, false);
     Items.AddOwned(std::move(record));
@@ -191,13 +203,5 @@ bool TARNWICK::RemoveItem(int index) {
 void TARNWICK::ForceRefreshAll(bool popup) {
     for (int i = 0; i < Items.Count(); ++i) {
         CHECKCYCLE::ForceRefresh(Items[i], popup);
-    }
-}
-
-void TARNWICK::ForceRefreshType(int type, bool popup) {
-    for (int i = 0; i < Items.Count(); ++i) {
-        if (Items[i].GetNumber("Type") == type) {
-            CHECKCYCLE::ForceRefresh(Items[i], popup);
-        }
     }
 }

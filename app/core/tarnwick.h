@@ -11,6 +11,7 @@
 #include "app/common/texts.h"
 #include "app/core/arguments.h"
 #include "app/core/datafiles.h"
+#include "app/mailbox/mapistore.h"
 #include "app/notify/notification.h"
 #include "corelib/base/locks.h"
 #include "corelib/base/recordarray.h"
@@ -62,9 +63,8 @@ class TARNWICK {
     /// Index of the item with that handle or name (without regard to case), -1 if none.
     int FindHandle(int handle) const { return ::FindHandle(Items, handle); }
     int FindName(const char* name) const { return Items.FindRecord("Name", name); }
-    /// Requests a check of every item, or of those of one Type.
+    /// Requests a check of every item.
     void ForceRefreshAll(bool popup);
-    void ForceRefreshType(int type, bool popup);
 
     /// See DATAFILES. Front end's thread; SAVE_ALL is the end's own.
     [[nodiscard]] bool SaveTables(int mask) { return Files && Files->SaveTables(mask); }
@@ -76,6 +76,8 @@ class TARNWICK {
     CHECKCYCLE& Cycle() { return *Check; }
     MAILHANDLING& Mailboxes() { return *Mail; }
     SPAMFILTER& Filter() { return *Spam; }
+    /// The session of the local message store; Start begins it where an item needs it.
+    MAPISTORE& Mapi() { return Store; }
     TRASHSTORE& Trash() { return TrashStore; }
     NOTIFICATION& Notification() { return Teller; }
     /// The mail servers of domains, for whoever makes a filter of its own.
@@ -118,5 +120,6 @@ class TARNWICK {
     std::unique_ptr<PROGRAMSTARTER> Starter;
     NOTIFICATION Teller;
     std::unique_ptr<CHECKCYCLE> Check;
+    MAPISTORE Store;
     bool Saved = false;
 };

@@ -62,7 +62,7 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
             return 0;
         case WM_POWERBROADCAST:
             if (Application && (first == PBT_APMRESUMESUSPEND || first == PBT_APMRESUMESTANDBY))
-                Application->ForceRefreshType(ITEMTYPE_MAPI, false);
+                Application->Cycle().ForceRefreshType(ITEMTYPE_MAPI);
             return WINDOW::WinProc(message, first, second);
         case WM_COMMAND:
             if (HIWORD(first) > 1)

@@ -54,9 +54,6 @@ class SETUPPAGE : public FORMPAGE {
                     Disable(control, 226, RULE_SET);
                 for (const int control : {201, LabelOf(201), 104})
                     Disable(control, 223, RULE_SET);
-                // What cannot be read yet is not offered.
-                if (!KindOf(ITEMTYPE_MAPI).Scheme)
-                    Withdraw(226, true);
                 break;
             case PAGE_SETUP_SENDING:
                 AddProposer(102, 202, 201);

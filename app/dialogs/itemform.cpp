@@ -37,10 +37,10 @@ ITEMFORM::ITEMFORM(const STRINGARRAY& record) : Values(32, 32), Before(0, 8), Is
     if (IsSuccessor)
         kind = &KindOf(kind->Successor);
     for (const MAILBOXKIND& other : AllKinds())
-        if (other.Scheme)
+        if (other.CanBeNew())
             Kinds.push_back(&other);
     // It can stay what it is.
-    if (ASSERTION(kind->Handler, "FALSE") && !kind->Scheme)
+    if (ASSERTION(kind->Handler, "FALSE") && !kind->CanBeNew())
         Kinds.push_back(kind);
 
     const auto found = std::ranges::find(Kinds, kind);

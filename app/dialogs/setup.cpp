@@ -143,7 +143,8 @@ void SETUP::StoreMailProgram() {
 
 int SETUP::AddAccount(const STRINGARRAY& form) {
     const MAILBOXKIND& kind = KindOfForm(form);
-    const MAILADDRESS address = {kind.Type, Stripped(form.Get("Source.User")), Stripped(form.Get("Source.Server"))};
+    const STRING user = kind.StoredUser ? STRING(kind.StoredUser) : Stripped(form.Get("Source.User"));
+    const MAILADDRESS address = {kind.Type, user, Stripped(form.Get("Source.Server"))};
     int period = kind.HasUser ? form.GetNumber("TimingCyclic") : 0;
     const bool raised = kind.Type == ITEMTYPE_HOTMAIL && period > 0 && period < WEBMAIL_SECONDS;
     if (raised)

@@ -36,7 +36,8 @@ void SetAddress(STRINGARRAY& item, const MAILADDRESS& address, const STRING& pas
     const MAILBOXKIND& kind = KindOf(address.Type);
     const STRING server = kind.HasServer() ? address.Server : STRING(kind.StoredServer);
     item.SetNumber("Type", address.Type);
-    item.Set("Source", CODEPAGE::ToUtf8(server || "|" || (kind.HasUser ? address.User : STRING(""))));
+    const bool hasUser = kind.HasUser || (kind.StoredUser && address.User == kind.StoredUser);
+    item.Set("Source", CODEPAGE::ToUtf8(server || "|" || (hasUser ? address.User : STRING(""))));
     SetPassword(item, kind.HasUser ? password : STRING(""));
 }
 

@@ -4,42 +4,14 @@
 
 #include "app/mailbox/hotmail.h"
 #include "app/mailbox/imap.h"
-#include "app/mailbox/listing.h"
+#include "app/mailbox/mapi.h"
 #include "app/mailbox/pop3.h"
 
 namespace {
 
-constexpr const char* NOT_IN_THIS_BUILD = "This build cannot read this kind of mailbox";
-
-bool GetNothing(const MAILBOXCALL&, STRING& result) {
-    result = LISTING::ErrorText(NOT_IN_THIS_BUILD);
-    return false;
-}
-
-bool DeleteNothing(const MAILBOXCALL&, const STRING&, STRING& error) {
-    error = NOT_IN_THIS_BUILD;
-    return false;
-}
-
-bool MoveNothing(const MAILBOXCALL&, const STRING&, const STRING&, STRING& error) {
-    error = NOT_IN_THIS_BUILD;
-    return false;
-}
-
-// Of a kind that has no file of its own yet: it says so to the user.
-constexpr MAILHANDLER NO_HANDLER = {GetNothing, DeleteNothing, MoveNothing};
-
 constexpr const char* WEB = "hotmail";  // whatever the service is called, files have it so
 
 constexpr MAILBOXKIND KINDS[] = {
-    {.Type = ITEMTYPE_MAPI,
-     .Name = PART_KIND_MAPI,
-     .Handler = &NO_HANDLER,
-     .StoredServer = "mapi",
-     .HasUser = false,
-     .CanDelete = true,
-     .CanMove = true,
-     .IsFiltered = true},
     {.Type = ITEMTYPE_POP3,
      .Name = PART_KIND_POP3,
      .Handler = &PopHandler,
@@ -68,6 +40,16 @@ constexpr MAILBOXKIND KINDS[] = {
      .Domain = HOTMAIL_MAIL_DOMAIN,
      .StartPage = "http://www.hotmail.com/",
      .MinSeconds = 60},
+    {.Type = ITEMTYPE_MAPI,
+     .Name = PART_KIND_MAPI,
+     .Handler = &MapiHandler,
+     .HasSession = true,
+     .StoredServer = "mapi",
+     .StoredUser = "Mapi",
+     .HasUser = false,
+     .CanDelete = true,
+     .CanMove = true,
+     .IsFiltered = true},
     // Kinds of earlier versions' files.
     {.Type = 4, .StoredServer = WEB, .StartPage = "http://mail.example.com/", .Successor = ITEMTYPE_HOTMAIL},
     {.Type = 5, .StoredServer = WEB, .StartPage = "http://mail.example.net/", .Successor = ITEMTYPE_HOTMAIL},

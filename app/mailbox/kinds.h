@@ -14,10 +14,12 @@ struct MAILBOXKIND {
     int Type = -1;
     TEXTPART Name = {};                    // of TEXT_KINDS
     const MAILHANDLER* Handler = nullptr;  // null: its accounts are kept, and cannot be read
-    const char* Scheme = nullptr;          // of its addresses, with "://"; null: no new accounts of it
+    const char* Scheme = nullptr;          // of its addresses, with "://"; null: it has none
     int Port = 0;                          // where a server is asked that names none
     const char* Greeting = nullptr;        // how a server's first line begins; null: it does not speak first
+    bool HasSession = false;               // of this machine, see MAPISTORE; no server
     const char* StoredServer = nullptr;    // fills the server's place in a record; null: each account has its server
+    const char* StoredUser = nullptr;      // may stand in the user's place of a kind that has none
     const char* Domain = nullptr;     // of the service that all accounts are with, whose refusals are those of HTTP
     const char* StartPage = nullptr;  // where a person reads the mail; null: in the mail program
     int MinSeconds = 0;               // the shortest period
@@ -31,6 +33,8 @@ struct MAILBOXKIND {
 
     bool IsKnown() const { return Type >= 0; }
     bool HasServer() const { return !StoredServer; }
+    /// Of which a person can add accounts.
+    bool CanBeNew() const { return Scheme || HasSession; }
 };
 
 /// All kinds, with those of earlier versions' files.

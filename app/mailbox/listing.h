@@ -20,6 +20,8 @@ inline constexpr const char* ID_HEADER = "X-Message-Id";
 inline constexpr const char* MESSAGEID_HEADER = "Message-Id";
 inline constexpr const char* SEEN_HEADER = "Seen";
 inline constexpr const char* TRANSPORT_HEADER = "X-Transport";
+/// "no": the body is what a person reads, in UTF-8, whatever the mail's own header says of it.
+inline constexpr const char* MIME_HEADER = "Mime";
 
 /// True if a peer's first bytes are those of an encrypted conversation (a TLS record, RFC 8446 section 5.1): it took
 /// our words for the beginning of one.

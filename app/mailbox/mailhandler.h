@@ -5,6 +5,8 @@
 #include "corelib/base/stopquestion.h"
 #include "corelib/base/stringarray.h"
 
+class MAPISTORE;
+
 /// Shows how far a conversation is, in the row of its item.
 class PROGRESS {
  public:
@@ -30,7 +32,8 @@ struct MAILBOXCALL {
     STRING Server;
     STRING User;
     STRING Password;
-    bool SummaryOnly = false;  // the listing is wanted without its mails
+    bool SummaryOnly = false;   // the listing is wanted without its mails
+    MAPISTORE* Mapi = nullptr;  // the program's session, if it has one
 };
 
 /// What each kind of mailbox offers. A handler connects, logs on, does its work, logs off and disconnects within one

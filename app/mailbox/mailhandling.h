@@ -21,6 +21,9 @@ class MAILHANDLING : public MAILBOXES {
     /// Who knows that the program is to end; nobody at first. Not while a call runs.
     void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
 
+    /// The session of the local message store, which outlives this; none at first. Not while a call runs.
+    void SetMapi(MAPISTORE* mapi) { Mapi = mapi; }
+
     STRING GetMailbox(STRINGARRAY& item) override { return Get(item, false); }
     STRING GetSummary(STRINGARRAY& item) override { return Get(item, true).Line(0, WORD_NEVERNULL); }
     bool DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) override;
@@ -36,4 +39,5 @@ class MAILHANDLING : public MAILBOXES {
     const TEXTS& TextTable;
     const STRINGARRAY* Settings;
     STOPQUESTION StopAsked = [] { return false; };
+    MAPISTORE* Mapi = nullptr;
 };

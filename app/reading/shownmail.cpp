@@ -82,7 +82,11 @@ std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
         }
         body = single;
     }
-    const std::string text = ReadableText(JoinedFields(WholeHeader(record).View()), body.substr(0, READ_BYTES));
+    // A mailbox that has read the mail itself tells it in its own lines.
+    const bool isRead = SHOWNMAIL::ServerHeader(record).NotNull() &&
+                        ReadHeaderField(record["Header"].View(), LISTING::MIME_HEADER) == "no";
+    const std::string header = isRead ? std::string() : JoinedFields(WholeHeader(record).View());
+    const std::string text = ReadableText(header, body.substr(0, READ_BYTES));
     std::string lines;
     for (std::string_view rest = text; !rest.empty();)
         lines.append(ASCII::TrimRight(DISPLAYTEXT::Safe(ASCII::Take(rest, '\n')), " ")).push_back('\n');

@@ -112,7 +112,7 @@ TEST_F(Setup, MakesTheFirstAccount) {
         {"2", "h:1143", "ann@x", "0", "Mail h:1143/2/h:1143|ann@x/p\xc3\xa4ss\n/0/1", 0},
         {"3", "left over", "ann", "60", "Mail hotmail/3/hotmail|ann/p\xc3\xa4ss\n/600/1", TEXT_PERIOD_RAISED},
         {"3", "", "ann", "0", "Mail hotmail/3/hotmail|ann/p\xc3\xa4ss\n/0/1", 0},
-        {"0", "x", "y", "700", "Mail mapi/0/mapi|//0/1", 0},
+        {"0", "x", "y", "700", "Mail mapi/0/mapi|Mapi//0/1", 0},
     };
     for (const auto& [type, server, user, period, record, told] : cases) {
         EXPECT_EQ(Leave(PAGE_SETUP_ACCOUNT, {{"Type", type},

@@ -1,0 +1,132 @@
+#include "app/mailbox/mapi.h"
+
+#include <memory>
+#include <string>
+
+#include "app/mailbox/mapilisting.h"
+#include "app/mailbox/mapistore.h"
+#include "corelib/base/ascii.h"
+#include "corelib/base/trace.h"
+
+namespace {
+
+STRING Number(int number) {
+    STRING text;
+    text.Format("%d", number);
+    return text;
+}
+
+bool IsName(const STRING& name, const STRING& folder) {
+    const std::string_view whole = name.View();
+    const STRING target = STRING("- ") || folder;
+    const std::string_view end = target.View();
+    return ASCII::Equal(whole, folder.View()) ||
+           (whole.size() >= end.size() && ASCII::Equal(whole.substr(whole.size() - end.size()), end));
+}
+
+/// What the session has listed, for as long as it does so.
+struct LISTED {
+    LISTING::WRITER Blocks;
+    int Count = 0, Unread = 0;
+};
+
+bool MoveAll(const MAILBOXCALL& call, const STRING& ids, int text, int folder) {
+    int running = 0;
+    WORDCURSOR lines(ids, "\n");
+    for (std::string_view line; lines.Next(line);) {
+        if (line.empty())
+            continue;
+        if (call.StopAsked())
+            return false;
+        call.Progress.Show(text, STRING(" ") || Number(++running));
+        const auto moved = call.Mapi->Do(
+            MAPISTORE::CHANGES,
+            [id = std::string(line), folder](MAPICLASS& mapi, const STOPQUESTION& stopAsked) {
+                return !stopAsked() && mapi.MoveInboxMessage(id, folder);
+            },
+            call.StopAsked);
+        if (!moved.value_or(false))
+            return false;
+    }
+    return true;
+}
+
+bool Get(const MAILBOXCALL& call, STRING& result) {
+    const bool wanted = call.Item.GetNumber("DownloadMailTexts") != 0;
+    return MapiGet(call, call.SummaryOnly ? MAPICLASS::NO_TEXTS : wanted ? MAPI_BODY_BYTES : 0, result);
+}
+
+}  // namespace
+
+const MAILHANDLER MapiHandler = {Get, MapiDelete, MapiMove};
+
+bool MapiGet(const MAILBOXCALL& call, int bytes, STRING& result) {
+    const auto fail = [&](int text) {
+        result = LISTING::ErrorText(call.Progress.Text(text).Text());
+        return false;
+    };
+    if (!ASSERTION(call.Mapi, "this->pMapiClass"))
+        return fail(TEXT_NO_MAIL_SESSION);
+    call.Progress.Show(TEXT_READING, "");
+    const auto listed = std::make_shared<LISTED>();
+    const auto done = call.Mapi->Do(
+        MAPISTORE::LISTS,
+        [listed, bytes](MAPICLASS& mapi, const STOPQUESTION& stopAsked) {
+            return mapi.GetInboxMessages(bytes, [&](const MAPIMESSAGE& mail) {
+                ++listed->Count;
+                listed->Unread += !mail.IsRead;
+                if (bytes != MAPICLASS::NO_TEXTS)
+                    AppendMapiBlock(listed->Blocks, mail, bytes);
+                return !stopAsked() && listed->Blocks.Length() < MapiTimes.ListingBytes;
+            });
+        },
+        call.StopAsked);
+    if (!done)
+        return fail(TEXT_NO_MAIL_SESSION);
+    if (!*done)
+        return fail(TEXT_NO_MAIL_LIST);
+    result = listed->Blocks.Take(LISTING::SummaryLine(Number(listed->Count), Number(listed->Unread), true, "0").View());
+    return true;
+}
+
+bool MapiDelete(const MAILBOXCALL& call, const STRING& ids, STRING& error) {
+    Trace("TARNWICK::MapiDelete %s\n", ids.Text());
+    const bool done = call.Mapi && MoveAll(call, ids, TEXT_DELETING, MAPICLASS::WASTEBASKET);
+    error = done ? "OK" : "MAPI delete error!";
+    Trace("TARNWICK::MapiDelete done %s\n", error.Text());
+    return done;
+}
+
+bool MapiMove(const MAILBOXCALL& call, const STRING& ids, const STRING& folder, STRING& error) {
+    Trace("TARNWICK::MapiMove to %s\n", folder.Text());
+    error = "";
+    const auto found = std::make_shared<int>(-1);
+    const auto searched =
+        call.Mapi ? call.Mapi->Do(
+                        MAPISTORE::CHANGES,
+                        [folder, found](MAPICLASS& mapi, const STOPQUESTION&) {
+                            for (int i = 0; i < mapi.QueryHowManyMailFolders(); ++i) {
+                                const STRING name = mapi.GetMailFolderName(i);
+                                Trace("TARNWICK::MapiMove searching for %s in %s\n", folder.Text(), name.Text());
+                                if (folder.Length() == 0 || !IsName(name, folder))
+                                    continue;
+                                Trace("TARNWICK::MapiMove found %s in %s\n", folder.Text(), name.Text());
+                                *found = i;
+                                return true;
+                            }
+                            return false;
+                        },
+                        call.StopAsked)
+                  : std::optional<bool>();
+    if (!searched)
+        return false;
+    bool done = false;
+    if (!*searched) {
+        error = STRING("Folder ") || folder || " not found";
+    } else {
+        done = MoveAll(call, ids, TEXT_MOVING, *found);
+        error = done ? "OK" : "MAPI move error!";
+    }
+    Trace("TARNWICK::MapiMove done ok= %d\n", done);
+    return done;
+}

@@ -1,0 +1,680 @@
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <cstring>
+#include <functional>
+#include <list>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+#include <windows.h>
+// These need the one above.
+#include <objidl.h>
+// And these need both.
+#include <mapicode.h>
+#include <mapidefs.h>
+#include <mapitags.h>
+#include <mapiutil.h>
+#include <mapix.h>
+
+#include "tests/servers/mapi/mapiserver.h"
+
+// What the program does not call says so, parameter by parameter as the platform's headers have it.
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+#define NOTHING           \
+    override {            \
+        return Unknown(); \
+    }
+
+namespace {
+
+constexpr ULONG STRINGS_CUT = 255, STREAMED_FROM = 4096;
+
+struct FOLDERDATA {
+    const char *Store, *Name, *Kind;
+    int Parent;
+};
+/// Their numbers are their ids.
+constexpr FOLDERDATA FOLDERS[] = {
+    {"Personal", "Top", "", -1},
+    {"Personal", "Inbox", "IPF.Note", 0},
+    {"Personal", "Deleted Items", "IPF.Note", 0},
+    {"Personal", "Junk", "IPF.Note", 0},
+    {"Personal", "Old", "IPF.Note", 3},
+    {"Personal", "Contacts", "IPF.Contact", 0},
+    {"Archive", "Top", "", -1},
+    {"Archive", "Junk", "IPF.Note", 6},
+    {"Archive", "K\xF6nnte\nsein", "IPF.Note", 6},
+};
+constexpr int INBOX = 1, BASKET = 2;
+constexpr const char* STORES[] = {"Personal", "Archive"};
+
+struct LYING {
+    STOREDMAIL Mail;
+    std::string Id;
+    int Folder;
+};
+
+struct STATE {
+    std::recursive_mutex Guard;
+    std::list<LYING> Mails;
+    std::map<std::string, LYING*> ById;
+    std::string Failing;
+    int NextId = 0, LogOns = 0, OpensLeft = -1, Initialized = 0, SessionNow = 0;
+    std::atomic<bool> Blocking = false, Blocked = false;
+    bool IsDown = false;
+    int Objects = 0, TooMany = 0;
+    std::set<void*> Buffers, Rows;
+};
+STATE State;
+
+HRESULT Unknown() {
+    return MAPI_E_NO_SUPPORT;
+}
+
+/// Whether a call works; it leaves the process in another directory, as providers do.
+HRESULT Works(const char* call) {
+    SetCurrentDirectoryW(L"C:\\windows");
+    const std::lock_guard hold(State.Guard);
+    return State.IsDown ? MAPI_E_NETWORK_ERROR : State.Failing == call ? MAPI_E_CALL_FAILED : S_OK;
+}
+
+/// An object that is counted. It is never freed, so that a release too many is found, and no crash; only what it holds.
+template <class BASE>
+struct COUNTED : BASE {
+    COUNTED() { ++State.Objects; }
+    STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++References; }
+    STDMETHODIMP_(ULONG) Release() override {
+        const std::lock_guard hold(State.Guard);
+        if (References == 0)
+            ++State.TooMany;
+        else if (--References == 0) {
+            --State.Objects;
+            Empty();
+        }
+        return References;
+    }
+    virtual void Empty() {}
+    std::atomic<ULONG> References = 1;
+};
+
+void* NewBlock(size_t size, std::set<void*>& kind) {
+    const std::lock_guard hold(State.Guard);
+    void* block = calloc(1, size + 1);
+    kind.insert(block);
+    return block;
+}
+
+void FreeBlock(void* block, std::set<void*>& kind) {
+    const std::lock_guard hold(State.Guard);
+    if (!block)
+        return;
+    if (kind.erase(block) == 0)
+        ++State.TooMany;
+    else
+        free(block);
+}
+
+std::string FolderId(int folder, bool lasting) {
+    return std::string(lasting ? "L" : "S") + static_cast<char>(folder + 1);
+}
+
+int FolderOf(ULONG length, const ENTRYID* id) {
+    const auto* bytes = reinterpret_cast<const char*>(id);
+    const int folder = length == 2 && (*bytes == 'L' || *bytes == 'S') ? bytes[1] - 1 : -1;
+    return folder < static_cast<int>(std::size(FOLDERS)) ? folder : -1;
+}
+
+/// A value with its text or bytes, as long as its owner lives.
+struct VALUE {
+    ULONG Tag;
+    std::string Bytes;
+    LONG Number = 0;
+};
+using VALUES = std::vector<VALUE>;
+
+VALUE Missing(ULONG tag, SCODE error = MAPI_E_NOT_FOUND) {
+    return {CHANGE_PROP_TYPE(tag, PT_ERROR), "", error};
+}
+
+void Put(SPropValue& to, const VALUE& value, char*& room) {
+    to.ulPropTag = value.Tag;
+    const auto bytes = static_cast<ULONG>(value.Bytes.size());
+    memcpy(room, value.Bytes.c_str(), bytes + 1);
+    switch (PROP_TYPE(value.Tag)) {
+        case PT_STRING8:
+            to.Value.lpszA = room;
+            break;
+        case PT_BINARY:
+            to.Value.bin = {bytes, reinterpret_cast<BYTE*>(room)};
+            break;
+        case PT_BOOLEAN:
+            to.Value.b = static_cast<unsigned short>(value.Number);
+            break;
+        case PT_SYSTIME: {
+            const SYSTEMTIME time = {2026, 3, 2, 3, 5, 6, 7, 0};
+            SystemTimeToFileTime(&time, &to.Value.ft);
+            break;
+        }
+        default:
+            to.Value.l = value.Number;
+    }
+    room += bytes + 1;
+}
+
+/// The values in one block, freed by MAPIFreeBuffer.
+SPropValue* Packed(const VALUES& values) {
+    size_t size = values.size() * (sizeof(SPropValue) + 1);
+    for (const VALUE& value : values)
+        size += value.Bytes.size();
+    auto* props = static_cast<SPropValue*>(NewBlock(size, State.Buffers));
+    char* room = reinterpret_cast<char*>(props + values.size());
+    for (size_t i = 0; i < values.size(); ++i)
+        Put(props[i], values[i], room);
+    return props;
+}
+
+VALUE MailValue(const LYING& lying, ULONG tag) {
+    const STOREDMAIL& mail = lying.Mail;
+    switch (tag) {
+        case PR_SENDER_NAME_A:
+            return {tag, mail.SenderName};
+        case PR_SENDER_EMAIL_ADDRESS_A:
+            return {tag, mail.SenderAddress};
+        case PR_DISPLAY_TO_A:
+            return {tag, mail.To};
+        case PR_SUBJECT_A:
+            return {tag, mail.Subject};
+        case PR_BODY_A:
+            return {tag, mail.Body};
+        case PR_TRANSPORT_MESSAGE_HEADERS_A:
+            return mail.Transport ? VALUE{tag, *mail.Transport} : Missing(tag);
+        case PR_MESSAGE_SIZE:
+            return {tag, "", static_cast<LONG>(mail.Body.size())};
+        case PR_MESSAGE_FLAGS:
+            return {tag, "", mail.IsRead ? LONG{MSGFLAG_READ} : 0};
+        case PR_CREATION_TIME:
+            return {tag, ""};
+        case PR_ENTRYID:
+            return mail.HasId ? VALUE{tag, lying.Id} : Missing(tag);
+        default:
+            return Missing(tag);
+    }
+}
+
+VALUE RowValue(const LYING& lying, ULONG tag) {
+    VALUE value = MailValue(lying, tag);
+    if (tag != PR_ENTRYID && (lying.Mail.RowSaysLess || (tag == PR_BODY_A && value.Bytes.size() > STRINGS_CUT)))
+        return Missing(tag, MAPI_E_NOT_ENOUGH_MEMORY);
+    if (PROP_TYPE(tag) == PT_STRING8)
+        value.Bytes.resize(std::min<size_t>(value.Bytes.size(), STRINGS_CUT));
+    return value;
+}
+
+VALUE FolderValue(int folder, ULONG tag, bool lasting) {
+    const FOLDERDATA& data = FOLDERS[folder];
+    switch (tag) {
+        case PR_DISPLAY_NAME_A:
+            return {tag, data.Name};
+        case PR_ENTRYID:
+            return {tag, FolderId(folder, lasting)};
+        case PR_CONTAINER_CLASS_A:
+            return {tag, data.Kind};
+        case PR_SUBFOLDERS:
+            return {tag, "",
+                    std::ranges::any_of(FOLDERS, [&](const FOLDERDATA& other) { return other.Parent == folder; })};
+        default:
+            return Missing(tag);
+    }
+}
+
+struct NOTABLE : IMAPITable {
+    MAPI_IMAPITABLE_METHODS(NOTHING)
+};
+struct TABLE : COUNTED<NOTABLE> {
+    using ROW = std::function<VALUE(ULONG)>;
+    explicit TABLE(std::vector<ROW> rows) : Rows(std::move(rows)) {}
+    STDMETHODIMP SetColumns(SPropTagArray* columns, ULONG) override {
+        Columns.assign(columns->aulPropTag, columns->aulPropTag + columns->cValues);
+        return Works("SetColumns");
+    }
+    HRESULT All(SRowSet** filled) const {
+        if (const HRESULT result = Works("HrQueryAllRows"); result != S_OK)
+            return result;
+        auto* set = static_cast<SRowSet*>(NewBlock(sizeof(SRowSet) + Rows.size() * sizeof(SRow), State.Rows));
+        for (const ROW& row : Rows) {
+            VALUES values;
+            for (const ULONG tag : Columns)
+                values.push_back(row(tag));
+            set->aRow[set->cRows++] = {0, static_cast<ULONG>(values.size()), Packed(values)};
+        }
+        *filled = set;
+        return S_OK;
+    }
+    void Empty() override {
+        std::exchange(Rows, {});
+        std::exchange(Columns, {});
+    }
+    std::vector<ROW> Rows;
+    std::vector<ULONG> Columns;
+};
+
+struct NOSTREAM : IStream {
+    HRESULT STDMETHODCALLTYPE Write(const void*, ULONG, ULONG*) NOTHING HRESULT STDMETHODCALLTYPE
+        Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) NOTHING HRESULT STDMETHODCALLTYPE
+        SetSize(ULARGE_INTEGER) NOTHING HRESULT STDMETHODCALLTYPE
+        CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) NOTHING HRESULT STDMETHODCALLTYPE
+        Commit(DWORD) NOTHING HRESULT STDMETHODCALLTYPE Revert() NOTHING HRESULT STDMETHODCALLTYPE
+        LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) NOTHING HRESULT STDMETHODCALLTYPE
+        UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) NOTHING HRESULT STDMETHODCALLTYPE
+        Stat(STATSTG*, DWORD) NOTHING HRESULT STDMETHODCALLTYPE Clone(IStream**) NOTHING
+};
+struct STREAM : COUNTED<NOSTREAM> {
+    explicit STREAM(std::string text) : Text(std::move(text)) {}
+    HRESULT STDMETHODCALLTYPE Read(void* to, ULONG size, ULONG* count) override {
+        // In pieces of its own choice.
+        *count = static_cast<ULONG>(Text.copy(static_cast<char*>(to), std::min<size_t>(size, 1000), At));
+        At += *count;
+        return S_OK;
+    }
+    std::string Text;
+    size_t At = 0;
+};
+
+struct NOPROPS : IMAPIProp {
+    MAPI_IMAPIPROP_METHODS(NOTHING)
+};
+struct MESSAGE : COUNTED<NOPROPS> {
+    explicit MESSAGE(const LYING& lying) : Lying(lying) {}
+    STDMETHODIMP OpenProperty(ULONG tag, LPCIID, ULONG, ULONG, IUnknown** stream) override {
+        *stream = new STREAM(MailValue(Lying, tag).Bytes);
+        return S_OK;
+    }
+    const LYING& Lying;
+};
+
+struct NOFOLDER : IMAPIFolder {
+    MAPI_IMAPIPROP_METHODS(NOTHING)
+    MAPI_IMAPICONTAINER_METHODS(NOTHING)
+    MAPI_IMAPIFOLDER_METHODS(NOTHING)
+};
+
+/// Tells the sinks, in a thread of its own.
+class TELLER {
+ public:
+    ~TELLER() { Stop(); }
+    ULONG Install(IMAPIAdviseSink* sink) {
+        const std::lock_guard hold(Guard);
+        sink->AddRef();
+        Sinks[++Next] = sink;
+        if (!Thread.joinable())
+            Thread = std::thread([this] { Run(); });
+        return Next;
+    }
+    void Remove(ULONG connection) {
+        IMAPIAdviseSink* sink = nullptr;
+        {
+            const std::lock_guard hold(Guard);
+            if (Sinks.contains(connection))
+                sink = Sinks.extract(connection).mapped();
+        }
+        if (!sink)
+            return;
+        Stop();
+        sink->Release();
+    }
+    int Count() {
+        const std::lock_guard hold(Guard);
+        return static_cast<int>(Sinks.size());
+    }
+    void Tell(bool await) {
+        std::unique_lock hold(Guard);
+        if (Sinks.empty())
+            return;
+        ++Wanted;
+        Changed.notify_all();
+        Changed.wait(hold, [&] { return !await || Told >= Wanted; });
+    }
+
+ private:
+    void Stop() {
+        {
+            const std::lock_guard hold(Guard);
+            Ending = true;
+            Changed.notify_all();
+        }
+        if (Thread.joinable())
+            Thread.join();
+        Ending = false;
+    }
+    void Run() {
+        std::unique_lock hold(Guard);
+        for (;;) {
+            Changed.wait(hold, [&] { return Ending || Told < Wanted; });
+            if (Ending)
+                return;
+            const auto sinks = Sinks;
+            hold.unlock();
+            NOTIFICATION notification = {};
+            notification.ulEventType = fnevObjectModified;
+            for (const auto& [connection, sink] : sinks)
+                sink->OnNotify(1, &notification);
+            hold.lock();
+            ++Told;
+            Changed.notify_all();
+        }
+    }
+
+    std::mutex Guard;
+    std::condition_variable Changed;
+    std::map<ULONG, IMAPIAdviseSink*> Sinks;
+    std::thread Thread;
+    ULONG Next = 0;
+    int Wanted = 0, Told = 0;
+    bool Ending = false;
+};
+TELLER Teller;
+
+struct FOLDEROBJECT : COUNTED<NOFOLDER> {
+    explicit FOLDEROBJECT(int folder) : Folder(folder) {}
+    STDMETHODIMP GetContentsTable(ULONG, IMAPITable** table) override {
+        if (const HRESULT result = Works("GetContentsTable"); result != S_OK)
+            return result;
+        const std::lock_guard hold(State.Guard);
+        std::vector<TABLE::ROW> rows;
+        for (const LYING& lying : State.Mails)
+            if (lying.Folder == Folder)
+                rows.push_back([&lying](ULONG tag) { return RowValue(lying, tag); });
+        *table = new TABLE(std::move(rows));
+        return S_OK;
+    }
+    STDMETHODIMP GetHierarchyTable(ULONG, IMAPITable** table) override {
+        if (const HRESULT result = Works("GetHierarchyTable"); result != S_OK)
+            return result;
+        std::vector<TABLE::ROW> rows;
+        for (int i = 0; i < static_cast<int>(std::size(FOLDERS)); ++i)
+            if (FOLDERS[i].Parent == Folder)
+                rows.push_back([i](ULONG tag) { return FolderValue(i, tag, false); });
+        *table = new TABLE(std::move(rows));
+        return S_OK;
+    }
+    STDMETHODIMP CopyMessages(ENTRYLIST* list, LPCIID, void* target, ULONG, IMAPIProgress*, ULONG flags) override {
+        if (const HRESULT result = Works("CopyMessages"); result != S_OK)
+            return result;
+        {
+            const std::lock_guard hold(State.Guard);
+            const auto found = State.ById.find(std::string(reinterpret_cast<char*>(list->lpbin->lpb), list->lpbin->cb));
+            if (list->cValues != 1 || flags != MESSAGE_MOVE || found == State.ById.end() ||
+                found->second->Folder != Folder)
+                return MAPI_W_PARTIAL_COMPLETION;
+            found->second->Folder = static_cast<FOLDEROBJECT*>(static_cast<NOFOLDER*>(target))->Folder;
+        }
+        Teller.Tell(true);
+        return S_OK;
+    }
+    const int Folder;
+};
+
+struct NOSTORE : IMsgStore {
+    MAPI_IMAPIPROP_METHODS(NOTHING)
+    MAPI_IMSGSTORE_METHODS(NOTHING)
+};
+struct STOREOBJECT : COUNTED<NOSTORE> {
+    STOREOBJECT(int store, int session) : Store(store), OfSession(session) {}
+    STDMETHODIMP GetProps(SPropTagArray* tags, ULONG, ULONG* count, SPropValue** values) override {
+        if (const HRESULT result = Works("GetProps"); result != S_OK)
+            return result;
+        const ULONG tag = tags->aulPropTag[0];
+        VALUE value = Missing(tag);
+        if (tag == PR_IPM_SUBTREE_ENTRYID)
+            value = {tag, FolderId(Store == 0 ? 0 : 6, true)};
+        if (tag == PR_IPM_WASTEBASKET_ENTRYID && Store == 0 && State.Failing != "wastebasket")
+            value = {tag, FolderId(BASKET, true)};
+        *count = 1;
+        *values = Packed({value});
+        return PROP_TYPE(value.Tag) == PT_ERROR ? MAPI_W_ERRORS_RETURNED : S_OK;
+    }
+    STDMETHODIMP GetReceiveFolder(LPTSTR, ULONG, ULONG* length, ENTRYID** id, LPTSTR*) override {
+        if (const HRESULT result = Works("GetReceiveFolder"); result != S_OK)
+            return result;
+        *length = 2;
+        *id = static_cast<ENTRYID*>(NewBlock(2, State.Buffers));
+        memcpy(*id, FolderId(INBOX, true).data(), 2);
+        return S_OK;
+    }
+    STDMETHODIMP Advise(ULONG length, ENTRYID* id, ULONG mask, IMAPIAdviseSink* sink, ULONG* connection) override {
+        if (FolderOf(length, id) != INBOX || mask != fnevObjectModified)
+            return MAPI_E_INVALID_PARAMETER;
+        if (const HRESULT result = Works("Advise"); result != S_OK)
+            return result;
+        *connection = Teller.Install(sink);
+        return S_OK;
+    }
+    STDMETHODIMP Unadvise(ULONG connection) override {
+        Teller.Remove(connection);
+        return S_OK;
+    }
+    STDMETHODIMP OpenEntry(ULONG length, ENTRYID* id, LPCIID, ULONG, ULONG* type, IUnknown** object) override {
+        if (const HRESULT result = Works("OpenEntry"); result != S_OK)
+            return result;
+        const std::lock_guard hold(State.Guard);
+        if (OfSession != State.SessionNow)
+            return MAPI_E_END_OF_SESSION;
+        const int folder = FolderOf(length, id);
+        if (folder >= 0) {
+            if (std::strcmp(FOLDERS[folder].Store, STORES[Store]) != 0)
+                return MAPI_E_NOT_FOUND;
+            *type = MAPI_FOLDER;
+            *object = new FOLDEROBJECT(folder);
+            return S_OK;
+        }
+        if (State.OpensLeft >= 0 && State.OpensLeft-- == 0) {
+            State.IsDown = true;
+            ++State.SessionNow;
+        }
+        const auto found = State.ById.find(std::string(reinterpret_cast<char*>(id), length));
+        if (State.IsDown || found == State.ById.end() || found->second->Mail.Vanishes)
+            return MAPI_E_NOT_FOUND;
+        *type = MAPI_MESSAGE;
+        *object = new MESSAGE(*found->second);
+        return S_OK;
+    }
+    const int Store, OfSession;
+};
+
+struct NOSESSION : IMAPISession {
+    MAPI_IMAPISESSION_METHODS(NOTHING)
+};
+struct SESSION : COUNTED<NOSESSION> {
+    SESSION() : Number(++State.SessionNow) {}
+    STDMETHODIMP GetMsgStoresTable(ULONG, IMAPITable** table) override {
+        if (const HRESULT result = Works("GetMsgStoresTable"); result != S_OK)
+            return result;
+        std::vector<TABLE::ROW> rows;
+        for (int i : {1, 0})
+            rows.push_back([i](ULONG tag) -> VALUE {
+                if (tag == PR_DISPLAY_NAME_A)
+                    return {tag, STORES[i]};
+                if (tag == PR_ENTRYID)
+                    return {tag, std::string("M") + static_cast<char>(i)};
+                return {tag, "", i == 0 ? LONG{STATUS_DEFAULT_STORE | STATUS_NO_PRIMARY_IDENTITY} : 0};
+            });
+        *table = new TABLE(std::move(rows));
+        return S_OK;
+    }
+    STDMETHODIMP OpenMsgStore(ULONG_PTR, ULONG length, ENTRYID* id, LPCIID, ULONG flags, IMsgStore** store) override {
+        if (const HRESULT result = Works("OpenMsgStore"); result != S_OK)
+            return result;
+        const auto* bytes = reinterpret_cast<const char*>(id);
+        if (length != 2 || *bytes != 'M' || flags != MDB_WRITE)
+            return MAPI_E_INVALID_ENTRYID;
+        *store = new STOREOBJECT(bytes[1], Number);
+        return S_OK;
+    }
+    STDMETHODIMP Logoff(ULONG_PTR, ULONG, ULONG) override { return S_OK; }
+    const int Number;
+};
+
+struct NOSINK : IMAPIAdviseSink {};
+struct SINK : COUNTED<NOSINK> {
+    SINK(LPNOTIFCALLBACK function, void* context) : Function(function), Context(context) {}
+    STDMETHODIMP_(ULONG) OnNotify(ULONG count, NOTIFICATION* notifications) override {
+        return static_cast<ULONG>(Function(Context, count, notifications));
+    }
+    const LPNOTIFCALLBACK Function;
+    void* const Context;
+};
+
+struct SERVER : MAPISERVER {
+    void Reset() override {
+        const std::lock_guard hold(State.Guard);
+        State.ById.clear();
+        State.Mails.clear();
+        State.Failing.clear();
+        State.LogOns = State.Objects = State.TooMany = State.Initialized = 0;
+        State.OpensLeft = -1;
+        State.IsDown = false;
+        State.Buffers.clear();
+        State.Rows.clear();
+    }
+    void Add(const STOREDMAIL& mail) override {
+        {
+            const std::lock_guard hold(State.Guard);
+            std::string id = "mail";
+            for (int shift = 24; shift >= 0; shift -= 8)
+                id += static_cast<char>(State.NextId >> shift);
+            ++State.NextId;
+            State.Mails.push_back({mail, id, INBOX});
+            State.ById[id] = &State.Mails.back();
+        }
+        Teller.Tell(false);
+    }
+    int Count(const char* folder) override {
+        const std::lock_guard hold(State.Guard);
+        return static_cast<int>(std::ranges::count_if(State.Mails, [&](const LYING& lying) {
+            const FOLDERDATA& data = FOLDERS[lying.Folder];
+            return std::string(data.Store) + "/" + data.Name == folder;
+        }));
+    }
+    int Sinks() override { return Teller.Count(); }
+    void BlockLogOn(bool block) override { State.Blocking = block; }
+    bool IsBlocked() override { return State.Blocked; }
+    int LogOns() override { return State.LogOns; }
+    void Fail(const char* call) override {
+        const std::lock_guard hold(State.Guard);
+        State.Failing = call ? call : "";
+        State.IsDown = false;
+    }
+    void ShutDownAfter(int opened) override {
+        const std::lock_guard hold(State.Guard);
+        State.OpensLeft = opened;
+        State.IsDown = false;
+    }
+    std::string Leftovers() override {
+        const std::lock_guard hold(State.Guard);
+        const std::pair<const char*, int> counts[] = {{"objects", State.Objects},
+                                                      {"buffers", static_cast<int>(State.Buffers.size())},
+                                                      {"row sets", static_cast<int>(State.Rows.size())},
+                                                      {"releases too many", State.TooMany},
+                                                      {"initializations", State.Initialized},
+                                                      {"sinks", Teller.Count()}};
+        std::string text;
+        for (const auto& [what, count] : counts)
+            if (count != 0)
+                text += std::to_string(count) + " " + what + " ";
+        return text;
+    }
+};
+SERVER Server;
+
+}  // namespace
+
+extern "C" {
+
+__declspec(dllexport) MAPISERVER* TestStore() {
+    return &Server;
+}
+
+__declspec(dllexport) HRESULT WINAPI MAPIInitialize(void*) {
+    if (const HRESULT result = Works("MAPIInitialize"); result != S_OK)
+        return result;
+    ++State.Initialized;
+    return S_OK;
+}
+
+__declspec(dllexport) void WINAPI MAPIUninitialize() {
+    --State.Initialized;
+}
+
+__declspec(dllexport) HRESULT WINAPI MAPILogonEx(ULONG_PTR, LPTSTR, LPTSTR, ULONG flags, IMAPISession** session) {
+    while (State.Blocking) {
+        State.Blocked = true;
+        Sleep(1);
+    }
+    State.Blocked = false;
+    if (const HRESULT result = Works("MAPILogonEx"); result != S_OK)
+        return result;
+    if (flags != 0x48)
+        return MAPI_E_INVALID_PARAMETER;
+    const std::lock_guard hold(State.Guard);
+    ++State.LogOns;
+    *session = new SESSION;
+    return S_OK;
+}
+
+__declspec(dllexport) SCODE WINAPI MAPIAllocateBuffer(ULONG size, void** buffer) {
+    *buffer = NewBlock(size, State.Buffers);
+    return S_OK;
+}
+
+__declspec(dllexport) ULONG WINAPI MAPIFreeBuffer(void* buffer) {
+    FreeBlock(buffer, State.Buffers);
+    return 0;
+}
+
+__declspec(dllexport) void WINAPI FreeProws(SRowSet* rows) {
+    if (!rows)
+        return;
+    {
+        const std::lock_guard hold(State.Guard);
+        if (!State.Rows.contains(rows)) {
+            ++State.TooMany;
+            return;
+        }
+    }
+    for (ULONG i = 0; i < rows->cRows; ++i)
+        FreeBlock(rows->aRow[i].lpProps, State.Buffers);
+    FreeBlock(rows, State.Rows);
+}
+
+__declspec(dllexport) HRESULT WINAPI HrQueryAllRows(IMAPITable* table, SPropTagArray*, SRestriction*, SSortOrderSet*,
+                                                    LONG, SRowSet** rows) {
+    return static_cast<TABLE*>(table)->All(rows);
+}
+
+__declspec(dllexport) HRESULT WINAPI HrGetOneProp(IMAPIProp* object, ULONG tag, SPropValue** value) {
+    VALUE found;
+    if (const auto* folder = dynamic_cast<FOLDEROBJECT*>(object))
+        found = FolderValue(folder->Folder, tag, true);
+    else
+        found = MailValue(dynamic_cast<MESSAGE*>(object)->Lying, tag);
+    if (PROP_TYPE(found.Tag) == PT_ERROR)
+        return found.Number;
+    if (found.Bytes.size() > STREAMED_FROM)
+        return MAPI_E_NOT_ENOUGH_MEMORY;
+    *value = Packed({found});
+    return S_OK;
+}
+
+__declspec(dllexport) HRESULT WINAPI HrAllocAdviseSink(LPNOTIFCALLBACK function, void* context,
+                                                       IMAPIAdviseSink** sink) {
+    *sink = new SINK(function, context);
+    return S_OK;
+}
+}
