@@ -187,9 +187,6 @@ STRINGARRAY TARNWICK::NewItem() {
 }
 
 bool TARNWICK::AddItem(const STRINGARRAY& item) {
-    if (MAILACCOUNT::Kind(item).HasSession) {
-        Store.Begin();
-    }
     auto record = std::make_unique<STRINGARRAY>(item);
     CHECKCYCLE::ForceRefresh(*record, false);
     Items.AddOwned(std::move(record));

@@ -64,15 +64,17 @@ FORMPAGE::FORMPAGE(const DIALOGPARTS& parts, int page, STRINGARRAY& form, const 
 
 void FORMPAGE::Bind(const FIELD& field, const LISTS& lists) {
     STRING& value = Form[field.Key];
+    const auto given = [&] {
+        const auto found = lists.find(field.Control);
+        return found != lists.end() ? found->second : std::vector<STRING>();
+    };
     const auto list = [&] {
-        const auto given = lists.find(field.Control);
-        if (given != lists.end())
-            return given->second;
-        return SplitParts(field.Low != 0 ? Context.Texts.Get(field.Low) : STRING(""));
+        return lists.contains(field.Control) ? given()
+                                             : SplitParts(field.Low != 0 ? Context.Texts.Get(field.Low) : STRING(""));
     };
     switch (field.Kind) {
         case FIELDKIND::EDIT:
-            Add<DATAEDIT>(field.Control, value, field.High);
+            Add<DATAEDIT>(field.Control, value, field.High, given());
             break;
         case FIELDKIND::NUMBER:
             Add<DATANUMBER>(field.Control, value, field.Low, field.High);

@@ -9,6 +9,7 @@
 #include "corelib/base/stringarray.h"
 #include "corelib/window/datapages.h"
 
+class MAPISTORE;
 class PROGRAMSTARTER;
 
 /// The parts of a text that are split by "|".
@@ -25,6 +26,7 @@ struct DIALOGPARTS {
     HWND Parent;
     const TEXTS& Texts;
     PROGRAMSTARTER& Programs;
+    MAPISTORE* Mapi = nullptr;  // the program's session, where accounts of it can be made
 };
 
 /// A page of a dialog, or a dialog of one page, as the tables of fields and needs describe it, over a form: a table

@@ -5,6 +5,7 @@
 #include "app/dialogs/background.h"
 #include "app/dialogs/itemform.h"
 #include "app/dialogs/logintest.h"
+#include "app/mailbox/mapistore.h"
 #include "corelib/window/controls.h"
 #include "corelib/window/messages.h"
 
@@ -27,6 +28,18 @@ STRING FieldFault(const FORMPAGE& page, int control, int (*faultOf)(const STRING
     const bool matters = IsWindowEnabled(GetDlgItem(page.hWnd, control));
     const int fault = matters ? faultOf(page.ControlText(control)) : 0;
     return fault != 0 ? page.Parts().Texts.Get(fault) : STRING();
+}
+
+/// What the field of the folder for spam offers; on a server it is the user who knows.
+FORMPAGE::LISTS MailFolders(const DIALOGPARTS& parts, const MAILBOXKIND& kind) {
+    const bool isKnown = kind.HasSession && parts.Mapi;
+    return {{ID_SPAM_FOLDER, isKnown ? parts.Mapi->FolderNames() : std::vector<STRING>()}};
+}
+
+/// What a kind needs besides a record.
+void BeginSession(const DIALOGPARTS& parts, const MAILBOXKIND& kind) {
+    if (kind.HasSession && parts.Mapi)
+        parts.Mapi->Begin();
 }
 
 /// The page of the mailbox, on which a login can be tried.
@@ -85,13 +98,14 @@ class MAILBOXPAGE : public FORMPAGE {
         form.Values.Set("Source2", ControlText(ID_PASSWORD));
         STRINGARRAY record = Record;
         (void)form.Write(record);
+        BeginSession(Parts(), form.Kind());
         ShowOutcome(Parts().Texts.Get(TEXT_LOGGING_IN));
         // The keyboard must not be left on it.
         SetFocus(GetDlgItem(hWnd, ID_PASSWORD));
         EnableWindow(GetDlgItem(hWnd, ID_TEST), FALSE);
         Test = std::make_unique<BACKGROUND>(
             [this, record, settings = Settings](const STOPQUESTION& stopAsked) {
-                Outcome = LoginOutcome(record, settings, Parts().Texts, stopAsked);
+                Outcome = LoginOutcome(record, settings, Parts().Texts, stopAsked, Parts().Mapi);
             },
             [window = hWnd] { PostMessageW(window, WM__TESTED, 0, 0); });
     }
@@ -146,11 +160,13 @@ bool EditItem(const DIALOGPARTS& parts, STRINGARRAY& record, const STRINGARRAY& 
         return FieldFault(page, control, [](const STRING& text) { return EntryFault(text, TEXT_NO_NAME, true); });
     });
     FORMPAGE& mailbox = dialog.AddForm(title(1), std::make_unique<MAILBOXPAGE>(parts, form, record, settings));
-    FORMPAGE& more = dialog.AddForm(title(2), std::make_unique<FORMPAGE>(parts, PAGE_ITEM_MORE, form.Values));
+    FORMPAGE& more = dialog.AddForm(
+        title(2), std::make_unique<FORMPAGE>(parts, PAGE_ITEM_MORE, form.Values, MailFolders(parts, form.Kind())));
     more.AddBrowse(102, 204, TEXT_PROGRAM_FILES, "*.exe");
     AddKindRules(parts, form, mailbox, more);
     if (!dialog.Run())
         return false;
+    BeginSession(parts, form.Kind());
     if (form.Write(record))
         ShowInfo(parts.Parent, parts.Texts.Get(TEXT_PERIOD_RAISED), parts.Texts.Get(TEXT_TITLE));
     return true;

@@ -67,7 +67,7 @@ void MAINWINDOW::OpenDialog(void (*dialog)(MAINWINDOW&)) {
 }
 
 DIALOGPARTS MAINWINDOW::Parts() const {
-    return {hWnd, App.Texts(), Application->Programs()};
+    return {hWnd, App.Texts(), Application->Programs(), &Application->Mapi()};
 }
 
 void MAINWINDOW::AddItem() {

@@ -5,10 +5,11 @@
 #include "app/mailbox/mailhandling.h"
 
 STRING LoginOutcome(const STRINGARRAY& item, const STRINGARRAY& settings, const TEXTS& texts,
-                    const STOPQUESTION& stopAsked) {
+                    const STOPQUESTION& stopAsked, MAPISTORE* mapi) {
     FRONTEND nobody;  // the account's row tells of checks only
     MAILHANDLING mailboxes(nobody, texts, settings);
     mailboxes.SetStopQuestion(stopAsked);
+    mailboxes.SetMapi(mapi);
     STRING said;
     if (!TryLogin(item, mailboxes, texts, said))
         return said;

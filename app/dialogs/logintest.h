@@ -4,6 +4,9 @@
 #include "corelib/base/stopquestion.h"
 #include "corelib/base/stringarray.h"
 
-/// A trial login to the item's mailbox, in any thread: how it went, for a person.
+class MAPISTORE;
+
+/// A trial login to the item's mailbox, in any thread: how it went, for a person. mapi: the program's session, for the
+/// local message store.
 STRING LoginOutcome(const STRINGARRAY& item, const STRINGARRAY& settings, const TEXTS& texts,
-                    const STOPQUESTION& stopAsked);
+                    const STOPQUESTION& stopAsked, MAPISTORE* mapi = nullptr);

@@ -41,7 +41,13 @@ void DATAEDIT::Load(DATADIALOG& dialog) {
     if (!IsThere(e.Hwnd(), "e.Hwnd()"))
         return;
     STRING text = Value->View().empty() ? STRING("") : *Value;
-    if (GetWindowLongW(e.Hwnd(), GWL_STYLE) & ES_MULTILINE) {
+    if (stricmp(e.ClassName().Text(), "COMBOBOX", false) == 0) {
+        LISTBOX list(dialog.hWnd, Control);
+        list.Clear();
+        for (const STRING& offered : Offered)
+            list.Add(offered);
+        SendMessageW(e.Hwnd(), CB_LIMITTEXT, static_cast<WPARAM>(Limit), 0);
+    } else if (GetWindowLongW(e.Hwnd(), GWL_STYLE) & ES_MULTILINE) {
         // The control knows no other end of a line.
         text.Replace("\r\n", "\n");
         text.Replace("\n", "\r\n");

@@ -39,15 +39,17 @@ class DATAITEM {
     STRING* const Value;
 };
 
-/// An edit field for at most `limit` characters.
+/// An edit field for at most `limit` characters; one that is a combo box offers texts besides.
 class DATAEDIT : public DATAITEM {
  public:
-    DATAEDIT(int control, STRING& value, int limit) : DATAITEM(control, value), Limit(limit) {}
+    DATAEDIT(int control, STRING& value, int limit, std::vector<STRING> offered = {})
+        : DATAITEM(control, value), Limit(limit), Offered(std::move(offered)) {}
     void Load(DATADIALOG& dialog) override;
     void Store(DATADIALOG& dialog) override;
 
  private:
     const int Limit;
+    const std::vector<STRING> Offered;
     STRING Shown;
 };
 

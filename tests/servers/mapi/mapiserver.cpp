@@ -20,6 +20,7 @@
 #include <mapitags.h>
 #include <mapiutil.h>
 #include <mapix.h>
+#include <psapi.h>
 
 #include "tests/servers/mapi/mapiserver.h"
 
@@ -589,6 +590,11 @@ struct SERVER : MAPISERVER {
             if (count != 0)
                 text += std::to_string(count) + " " + what + " ";
         return text;
+    }
+    size_t MemoryInUse() override {
+        PROCESS_MEMORY_COUNTERS counters = {};
+        K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+        return counters.PagefileUsage;
     }
 };
 SERVER Server;

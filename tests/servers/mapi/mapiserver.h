@@ -39,6 +39,8 @@ class MAPISERVER {
 
     /// What the program has not given back, and what it has given back once too often: empty if all is well.
     virtual std::string Leftovers() = 0;
+    /// Of the process, in bytes.
+    virtual size_t MemoryInUse() = 0;
 
  protected:
     ~MAPISERVER() = default;
