@@ -12,7 +12,7 @@
 
 /// How long the program waits for MAPI, and how much it takes. Tests shrink it.
 struct MAPITIMES {
-    int LogOnMs = 5000;             // a check, for a log-on that may be asking the user for something
+    int LogOnMs = 5000;              // a check, for a log-on that may be asking the user for something
     int CallMs = 600000;             // what a check asks for; then the session counts as lost
     int LogOffMs = 2000;             // the end of the program
     int LookMs = 20;                 // between two questions whether the program is to end

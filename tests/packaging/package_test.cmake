@@ -5,6 +5,10 @@ execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --component prog
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 # On Windows there is nothing but the system besides.
 if(OBJDUMP)
+    file(GLOB foreign installed/*mapi*)
+    if(foreign)
+        message(FATAL_ERROR "a message store of the tests' own: ${foreign}")
+    endif()
     set(system "advapi32|comctl32|gdi32|kernel32|msvcrt|ole32|oleacc|oleaut32|shell32|user32|uxtheme|ws2_32")
     file(GLOB binaries installed/*.exe installed/*.dll)
     foreach(binary IN LISTS binaries)
