@@ -13,8 +13,8 @@ WEBLIMITS WebLimits;
 
 namespace {
 
-constexpr const char* HTTP = "http://";
-constexpr int HTTP_LENGTH = 7;
+constexpr std::string_view HTTP = "http://";
+constexpr std::string_view HTTPS = "https://";
 constexpr int NO_STATUS = 999;
 constexpr int CANCELED = 998;
 
@@ -33,6 +33,21 @@ void SplitUrl(const STRING& url, STRING& host, STRING& doc) {
     STRING path = url.Word(1, "/", 1 | WORD_NEVERNULL);
     host = url.Word(0, "/");
     doc = STRING("/") || path;
+}
+
+bool IsSecure(const STRING& hostOrUrl) {
+    return ASCII::BeginsWith(hostOrUrl.View(), HTTPS);
+}
+
+// The same for a link with its scheme, which a secure host keeps; false for one without.
+bool SplitLink(const STRING& url, STRING& host, STRING& doc) {
+    const std::string_view scheme = IsSecure(url) ? HTTPS : HTTP;
+    if (!ASCII::BeginsWith(url.View(), scheme))
+        return false;
+    SplitUrl(url.Mid(static_cast<int>(scheme.size())), host, doc);
+    if (scheme == HTTPS && host.NotNull())
+        host = STRING(HTTPS) || host;
+    return true;
 }
 
 // The words of one Set-Cookie line.
@@ -96,9 +111,7 @@ STRING CookieHeader(const STRINGARRAY& cookies, const STRING& host) {
 
 void UrlToHostDoc(const STRING& url, const STRING& baseHost, const char* baseDir, STRING& hostOut, STRING& docOut) {
     Trace("TARNWICK::UrlToHostDoc(%s)\n", url.Text());
-    if (ASCII::BeginsWith(url.View(), HTTP)) {
-        SplitUrl(url.Mid(HTTP_LENGTH), hostOut, docOut);
-    } else {
+    if (!SplitLink(url, hostOut, docOut)) {
         docOut = STRING(baseDir) || url;
         hostOut = baseHost;
     }
@@ -140,14 +153,19 @@ int WEBSESSION::FollowRedirects(CLIENT& client, int status, STRING& result) {
         if (!location.NotNull())
             break;
         location.Replace("%3a", ":", false);
-        if (!ASCII::BeginsWith(location.View(), HTTP)) {
+        STRING host, doc;
+        if (!SplitLink(location, host, doc)) {
             if (!location.View().starts_with('/'))
                 location = PresentDoc.Left(static_cast<int>(PresentDoc.View().rfind('/') + 1)) || location;
-            location = STRING(HTTP) || PresentHost || location;
+            host = PresentHost;
+            doc = location;
         }
-        STRING host, doc;
-        SplitUrl(location.Mid(HTTP_LENGTH), host, doc);
         ASSERTION(host.NotNull() && doc.NotNull(), "host.NotNull() && doc.NotNull()");
+        // What was protected so far would travel readable, cookies first of all.
+        if (IsSecure(PresentHost) && !IsSecure(host)) {
+            result = STRING("TCPIO 999 Redirected from https to http\n") || result;
+            return NO_STATUS;
+        }
         status = Request(client, host, doc, result);
         if (TraceLevel(6, "MAILGET webget\n")) {
             STRING file;
@@ -163,7 +181,8 @@ int WEBSESSION::FollowRedirects(CLIENT& client, int status, STRING& result) {
 int WEBSESSION::WebPost(const STRING& url, const STRING& body, const STRING& user, const STRING& password,
                         STRING& result) {
     CLIENT client(*this);
-    SplitUrl(url, PresentHost, PresentDoc);
+    if (!SplitLink(url, PresentHost, PresentDoc))
+        SplitUrl(url, PresentHost, PresentDoc);
     client.AddLine("Accept-Language: en-us");
     client.AddLine("Accept-Encoding: gzip, deflate");
     const STRING cookies = CookieHeader(Cookies, PresentHost);

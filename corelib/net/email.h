@@ -6,6 +6,7 @@
 #include "corelib/base/strings.h"
 
 class BASEIO;
+class TCPIPIO;
 
 /// Time-outs of the dialogue, in ms.
 struct EMAILTIMES {
@@ -13,7 +14,21 @@ struct EMAILTIMES {
     int ReplyMs = 5000;  // to each command
 };
 
-/// Sends one finished message by SMTP (RFC 5321), without extensions. Nothing is added to the message.
+/// How a server for outgoing mail wants to be called.
+struct SMTPACCESS {
+    enum SECURITY { CLEAR = 0, TLS = 1, STARTTLS = 2 };
+    /// With TLS from the first byte on port 465 where the host names none; with STARTTLS, which is never left out, on
+    /// 587; in clear on 25.
+    int Security = CLEAR;
+    /// Goes with the password as AUTH PLAIN, or LOGIN where the server knows no better; empty: no login.
+    STRING User = "";
+    STRING Password = "";
+    /// The SHA-256 of a certificate to be accepted (TLSWISH); empty: none.
+    STRING Trusted = "";
+};
+
+/// Sends one finished message by SMTP (RFC 5321). Nothing is added to the message. Without an access that asks for more
+/// no extensions are used.
 class EMAIL {
  public:
     /// Texts may be null. Blanks around the addresses and the host go; an empty sender becomes "anonymous". The subject
@@ -32,12 +47,22 @@ class EMAIL {
     /// line of "." ends the message, and the server takes what stands after it for commands. An address with control
     /// bytes could do the same, and is refused before a connection is made.
     [[nodiscard]] bool SendMail(const STRING& message, char* error, int errorSize) const;
+    void SetAccess(const SMTPACCESS& access) { Access = access; }
     void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
 
-    /// The conversation over a call that is up, from the greeting on; `last` gets the server's last line.
+    /// The conversation over a call that is up, from the greeting on, without the access; `last` gets the server's last
+    /// line.
     [[nodiscard]] bool Converse(BASEIO& device, const STRING& message, STRING& last) const;
 
  private:
+    /// All up to the login, the greeting included. What was asked for and cannot be had ends it.
+    [[nodiscard]] bool Enter(TCPIPIO& device, STRING& last) const;
+    /// ways: the server's, as it has named them.
+    [[nodiscard]] bool LogIn(BASEIO& device, const STRING& ways, STRING& last) const;
+    bool UsesAccess() const { return Access.Security != SMTPACCESS::CLEAR || Access.User.Length() > 0; }
+    /// From MAIL on.
+    [[nodiscard]] bool HandOver(BASEIO& device, const STRING& sender, const STRING& receiver, const STRING& message,
+                                STRING& last) const;
     /// Call and conversation; `last` gets what SendMail puts into error.
     [[nodiscard]] bool Deliver(const STRING& message, STRING& last) const;
 
@@ -47,5 +72,6 @@ class EMAIL {
     STRING SmtpHost;
     STRING Extra;
     EMAILTIMES Times;
+    SMTPACCESS Access;
     STOPQUESTION StopAsked;
 };

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr std::string_view HTTP = "http://";
+constexpr std::string_view HTTPS = "https://";
 
 // Takes the element in front of each "/../" out, and "." elements.
 STRING NormalizePath(std::string_view path) {
@@ -39,8 +40,9 @@ STRING NormalizePath(std::string_view path) {
 
 void UrlToHostDoc(const STRING& url, STRING& host, STRING& doc) {
     const STRING directory = OSYS::FileDirectory(doc.NotNull() ? doc.Ptr() : "");
-    if (ASCII::BeginsWith(url.View(), HTTP)) {
-        const std::string_view rest = url.View().substr(HTTP.size());
+    const bool secure = ASCII::BeginsWith(url.View(), HTTPS);
+    if (secure || ASCII::BeginsWith(url.View(), HTTP)) {
+        const std::string_view rest = url.View().substr(secure ? HTTPS.size() : HTTP.size());
         const size_t slash = rest.find('/');
         host = STRING(rest.substr(0, slash));
         doc = STRING(slash == rest.npos ? std::string_view("/") : rest.substr(slash));
@@ -61,6 +63,8 @@ void UrlToHostDoc(const STRING& url, STRING& host, STRING& doc) {
         host.DeleteLeft(at + 1);
         HostCredentials().Set(host.Text(), credential);
     }
+    if (secure)
+        host = STRING(HTTPS) || host;
     Trace("WEBGET::UrlToHostDoc returns %s %s\n", host.Text(), doc.Text());
 }
 

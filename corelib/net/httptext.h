@@ -7,7 +7,7 @@
 /// The little that reading a web page takes: links, tags, entities, attributes. All linear in the text.
 
 /// Resolves a link against the present host and document, which become the link's. A credential in front of the host
-/// ("user:password@host") goes into HostCredentials.
+/// ("user:password@host") goes into HostCredentials. A secure host keeps its "https://".
 void UrlToHostDoc(const STRING& url, STRING& host, STRING& doc);
 
 /// Takes the tags out of `text`, each becoming one `replacement`, and turns the entities of German umlauts, the sharp s

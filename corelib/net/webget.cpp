@@ -36,7 +36,9 @@ constexpr size_t HEADER_REST_BYTES = 4096;
 constexpr uint32_t MOST_RESERVED = 4 << 20;  // for a length that the server tells
 constexpr int PASSES = 3;                    // the first try, one with the proxy's answer, one with the host's
 constexpr int NO_STATUS = 999;
+constexpr int MOST_PROXY_LINES = 100;
 constexpr int CANCELED = 998;
+constexpr std::string_view HTTPS = "https://";
 constexpr const char* CANCELED_LINE = "TCPIO 998 Canceled";
 
 // A line of the request: nothing that came from a page ends it early.
@@ -195,13 +197,22 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
     STRING target = host ? host : "", document = doc ? doc : "";
     Trace("WEBGET::Get(%s '%s', '%s', <output>);\n", Method.Text(), target.Text(), document.Text());
 
+    const bool secure = ASCII::BeginsWith(target.View(), HTTPS);
+    if (secure)
+        target.DeleteLeft(static_cast<int>(HTTPS.size()));
     STRING credential = TakeCredential(target);
     if (credential.NotNull())
         HostCredentials().Set(target.Text(), credential);
     else if (HostCredentials().Exists(target.Text()))
         credential = HostCredentials().Get(target.Text());
     const STRING hostLine = STRING("Host: ") || target;
-    if (Proxy.Length() > 0) {
+    if (secure)
+        AddPort(target, ":443");
+    const STRING secureHost = target;
+    if (Proxy.Length() > 0 && secure) {
+        target = Proxy;
+        AddPort(target, " 8080");
+    } else if (Proxy.Length() > 0) {
         document = STRING("http://") || target || document;
         target = Proxy;
         AddPort(target, " 8080");
@@ -230,11 +241,14 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
             status = atoi(error);
             break;
         }
-        SendRequest(device, document, hostLine, proxyAnswer, hostAnswer);
-        char line[STATUS_LINE_BYTES];
-        const bool answered = TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs);
-        result = answered && *line ? STRING(line) : STRING("WEBGET 999 Read Timeout");
-        result.Append("\n");
+        bool answered = false;
+        if (!secure || Secure(device, secureHost, proxyAnswer, result)) {
+            SendRequest(device, document, hostLine, secure ? STRING("") : proxyAnswer, hostAnswer);
+            char line[STATUS_LINE_BYTES];
+            answered = TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs);
+            result = answered && *line ? STRING(line) : STRING("WEBGET 999 Read Timeout");
+            result.Append("\n");
+        }
         // A server that has not said a word in all that time is not waited for a second time.
         if (answered)
             ReadData(device, result);
@@ -262,6 +276,29 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
     NextLines.clear();
     Method = "GET";
     return status;
+}
+
+bool WEBGET::Secure(TCPIPIO& device, const STRING& host, const STRING& proxyAnswer, STRING& result) {
+    if (Proxy.Length() > 0) {
+        Send(device, STRING("CONNECT ") || host || " HTTP/1.0");
+        Send(device, STRING("Host: ") || host);
+        if (proxyAnswer.Length() > 0)
+            Send(device, STRING("Proxy-Authorization: ") || proxyAnswer);
+        char line[STATUS_LINE_BYTES] = "";
+        bool more = TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs);
+        const STRING first = more && *line ? STRING(line) : STRING("WEBGET 999 Read Timeout");
+        // Its header goes as far as an empty line; what it says of itself is not looked at.
+        for (int lines = 0; more && *line && lines < MOST_PROXY_LINES; ++lines)
+            more = TCP::ReadLine(device, line, sizeof line, WebTimes.AnswerMs);
+        if (atoi(first.Word(1, " ", WORD_NEVERNULL)) != 200 || !more) {
+            result = first || "\n";
+            return false;
+        }
+    }
+    if (device.StartTls({host.Word(0, ": ", WORD_NEVERNULL), ""}))
+        return true;
+    result = STRING("TCPIO ") || device.GetInfo("LASTERROR") || " " || device.GetInfo("LASTERRORSTRING");
+    return false;
 }
 
 void WEBGET::SendRequest(BASEIO& device, const STRING& doc, const STRING& hostLine, const STRING& proxyAnswer,
@@ -345,6 +382,9 @@ void WEBGET::ReadData(BASEIO& device, STRING& result) {
     }
     if (late)
         text.insert(0, "TCPIO 999 Timeout\r\n");
+    const bool isWhole = body.Expected != BODYCOUNT::UNKNOWN && body.Bytes >= body.Expected;
+    if (!isWhole && !cancelled && !late && atoi(device.GetInfo("LASTERROR")) == TCPERR_TLS_CUT)
+        text.insert(0, "TCPIO 4108 Connection cut off\r\n");
     // A matter for developers, who run the program where its source lies.
     if (body.Expected != BODYCOUNT::UNKNOWN && body.Bytes < body.Expected && OSYS::FileExists("debug.cpp"))
         ASSERTION(false, "FALSE");

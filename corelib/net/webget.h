@@ -7,6 +7,8 @@
 #include "corelib/base/stringarray.h"
 #include "corelib/net/baseio.h"
 
+class TCPIPIO;
+
 /// Time-outs in ms and bounds in bytes of the HTTP client. Tests shrink them.
 struct WEBTIMES {
     int AnswerMs = 45000;              // for the status line, and again for all that follows it
@@ -23,6 +25,7 @@ extern const WEBTIMES& WebTimes;
 ///   "TCPIO " LastError " " LastErrorString   no connection
 ///   "WEBGET 999 Read Timeout"                no status line
 ///   "TCPIO 999 Timeout"                      in front of what had come when the time was up
+///   "TCPIO 4108 Connection cut off"          in front of what had come over TLS when its end did not
 ///   "TCPIO 998 Canceled"                     in front of what had come when the callback cancelled, or the program
 ///                                            is to end
 class WEBGET {
@@ -47,7 +50,8 @@ class WEBGET {
 
     /// Fetches a document; the number in the first line of `result` comes back, 999 without one. host: a name or
     /// address, with ":port" or " port" after it (80 without one) and a credential and "@" in front, which later
-    /// requests to that host remember. Null counts as empty.
+    /// requests to that host remember. With "https://" in front of all the conversation is over TLS (port 443 without
+    /// one), through a proxy by CONNECT, and never in clear. Null counts as empty.
     int Get(const char* host, const char* doc, STRING& result);
     /// The same with a form's body, which is sent as it is, a line end after it.
     int Post(const char* host, const char* doc, STRING& result, const STRING& body);
@@ -62,6 +66,9 @@ class WEBGET {
 
  private:
     int Fetch(const char* host, const char* doc, STRING& result);
+    /// Goes over to TLS, after the proxy, if there is one, has made the connection. False with what went wrong as the
+    /// result: a refusal of the proxy as it came.
+    bool Secure(TCPIPIO& device, const STRING& host, const STRING& proxyAnswer, STRING& result);
     void SendRequest(BASEIO& device, const STRING& doc, const STRING& hostLine, const STRING& proxyAnswer,
                      const STRING& hostAnswer) const;
     bool IsStopped() const { return StopAsked && StopAsked(); }

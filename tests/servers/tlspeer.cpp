@@ -103,6 +103,12 @@ class CONVERSATION {
             return Put(text.substr(0, static_cast<size_t>(number)));
         } else if (word == "expect") {
             return Expect(FromHex(value));
+        } else if (word == "head") {
+            size_t end;
+            while ((end = Pending.starts_with("\r\n") ? 0 : Pending.find("\r\n\r\n")) == std::string::npos)
+                if (!More())
+                    return false;
+            Pending.erase(0, end == 0 ? 2 : end + 4);
         } else if (word == "sink") {
             while (Pending.size() < static_cast<size_t>(number))
                 if (!More())
@@ -115,7 +121,7 @@ class CONVERSATION {
             SSL_renegotiate(Ssl);
             SSL_do_handshake(Ssl);
             return Flush();
-        } else if (word == "notify") {
+        } else if (word == "notify" && Ssl) {
             SSL_shutdown(Ssl);
             return Flush();
         } else if (word == "silence") {

@@ -36,6 +36,10 @@ inline TLSSTEP CutAfter(int bytes) {
 inline TLSSTEP Expect(std::string_view start) {
     return {"expect", ToHex(start)};
 }
+/// Its lines up to an empty one.
+inline TLSSTEP TakeHead() {
+    return {"head", ""};
+}
 inline TLSSTEP Send(std::string_view text) {
     return {"send", ToHex(text)};
 }

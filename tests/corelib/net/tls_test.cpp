@@ -1,5 +1,7 @@
+#include "corelib/net/email.h"
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
+#include "corelib/net/webget.h"
 #include "tests/servers/scriptedserver.h"
 #include "tests/servers/tlsserver.h"
 #include "tests/support/stopsoon.h"
@@ -245,4 +247,121 @@ TEST_F(Tls, ASessionIsResumedForTheSameTrustOnly) {
         EXPECT_EQ(resumed, "0101") << version;
 #endif
     }
+}
+
+TEST_F(Tls, MailIsSentOnProtectedAndWithALogin) {
+    const TLSSTEP greeting = Send("220-hi\r\n220 there\r\n"), hello = Expect("EHLO tarnwick.local");
+    const TLSSTEP plain = Send("250-here\r\n250-AUTH LOGIN PLAIN\r\n250 SIZE\r\n");
+    const std::vector<TLSSTEP> mail = {Expect("MAIL FROM:<a@b>"),
+                                       Send("250 go\r\n"),
+                                       Expect("RCPT TO:<c@d>"),
+                                       Send("250 go\r\n"),
+                                       Expect("DATA"),
+                                       Send("354 go\r\n"),
+                                       Expect("text"),
+                                       Expect("."),
+                                       Send("250-queued\r\n250 so\r\n"),
+                                       Expect("QUIT"),
+                                       Send("221 bye\r\n"),
+                                       Notify()};
+    // "\0me\0secret", "me", "secret"
+    const std::vector<TLSSTEP> inPlain = {Expect("AUTH PLAIN AG1lAHNlY3JldA==\r"), Send("235 in\r\n")};
+    const std::vector<TLSSTEP> inTurn = {Expect("AUTH LOGIN\r"),   Send("334 VXNlcg==\r\n"), Expect("bWU=\r"),
+                                         Send("334 UGFzcw==\r\n"), Expect("c2VjcmV0\r"),     Send("235 in\r\n")};
+    const auto script = [](std::initializer_list<std::vector<TLSSTEP>> parts) {
+        std::vector<TLSSTEP> all;
+        for (const std::vector<TLSSTEP>& part : parts)
+            all.insert(all.end(), part.begin(), part.end());
+        return all;
+    };
+    const struct {
+        int Security;
+        const char* User;
+        std::vector<TLSSTEP> Script;
+        const char* Result;
+    } cases[] = {
+        {SMTPACCESS::TLS, "me", script({{TLSPLAY::Tls(), greeting, hello, plain}, inPlain, mail}), "1 250 so"},
+        {SMTPACCESS::TLS, "", script({{TLSPLAY::Tls(), greeting, hello, plain}, mail}), "1 250 so"},
+        {SMTPACCESS::TLS, "me",
+         script({{TLSPLAY::Tls(), greeting, hello, Send("250-here\r\n250 AUTH=LOGIN\r\n")}, inTurn, mail}), "1 250 so"},
+        {SMTPACCESS::CLEAR, "me", script({{greeting, hello, plain}, inPlain, mail}), "1 250 so"},
+        {SMTPACCESS::STARTTLS, "me",
+         script({{greeting, hello, Send("250-here\r\n250 starttls\r\n"), Expect("STARTTLS"),
+                  Send("220 go\r\n250-AUTH PLAIN\r\n250 injected\r\n"), TLSPLAY::Tls(), hello, plain},
+                 inPlain,
+                 mail}),
+         "1 250 so"},
+        // Whoever is in between takes the offer out: nothing is told in clear.
+        {SMTPACCESS::STARTTLS, "me", {greeting, hello, plain, Silence()}, "0 The server does not offer STARTTLS"},
+        {SMTPACCESS::STARTTLS,
+         "me",
+         {greeting, hello, Send("250-here\r\n250 STARTTLS\r\n"), Expect("STARTTLS"), Send("454 not now\r\n"),
+          Silence()},
+         "0 454 not now"},
+        {SMTPACCESS::TLS,
+         "me",
+         {TLSPLAY::Tls(), greeting, hello, Send("250 nothing\r\n"), Silence()},
+         "0 The server knows no login that could be used"},
+        {SMTPACCESS::TLS,
+         "me",
+         {TLSPLAY::Tls(), greeting, hello, plain, inPlain[0], Send("535 no\r\n"), Silence()},
+         "0 535 no"},
+        {SMTPACCESS::TLS, "me", {greeting, Silence()}, "0 TLS failed: the server speaks without TLS"},
+    };
+    for (const auto& [security, user, steps, result] : cases) {
+        SCOPED_TRACE(std::to_string(security) + " " + user + " " + result);
+        TLSSERVER server("good", steps);
+        EMAIL email("a@b", "c@d", "", "", server.HostPort().Text());
+        email.SetAccess({security, user, "secret", ""});
+        char error[128];
+        const bool sent = email.SendMail("text", error, sizeof error);
+        EXPECT_EQ(std::to_string(sent) + " " + error, result);
+        const TLSSERVER::OUTCOME outcome = server.Over();
+        if (sent)
+            EXPECT_EQ(outcome.Problem, "");
+        else
+            EXPECT_EQ(outcome.Received.find("MAIL"), std::string::npos);
+    }
+}
+
+TEST_F(Tls, PagesComeProtectedAlsoThroughAProxy) {
+    const TLSSTEP request = Expect("GET /page HTTP/1.0"), page = Send("HTTP/1.0 200 OK\r\n\r\nhello");
+    const std::vector<TLSSTEP> viaProxy = {Expect("CONNECT localhost:443 HTTP/1.0"),
+                                           TakeHead(),
+                                           Send("HTTP/1.0 200 Done\r\nA: b\r\n\r\n"),
+                                           TLSPLAY::Tls(),
+                                           request,
+                                           TakeHead(),
+                                           page,
+                                           Notify()};
+    const struct {
+        bool Proxy;
+        std::vector<TLSSTEP> Script;
+        const char* Result;
+    } cases[] = {
+        {false, {TLSPLAY::Tls(), request, TakeHead(), page, Notify()}, "HTTP/1.0 200 OK\n\nhello"},
+        {false, {TLSPLAY::Tls(), request, TakeHead(), page}, "TCPIO 4108 Connection cut off\nHTTP/1.0 200 OK\n\nhello"},
+        {false,
+         {TLSPLAY::Tls(), request, TakeHead(), Send("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nhello")},
+         "HTTP/1.0 200 OK\nContent-Length: 5\n\nhello"},
+        {false,
+         {Raw("HTTP/1.0 200 OK\r\n\r\nin clear"), Silence()},
+         "TCPIO 4106 TLS failed: the server speaks without TLS"},
+        {true, viaProxy, "HTTP/1.0 200 OK\n\nhello"},
+        {true, {viaProxy[0], TakeHead(), Send("HTTP/1.0 403 No\r\n\r\n")}, "HTTP/1.0 403 No\n"},
+    };
+    SHRINKABLE::WebTimes.ReadMs = 20;
+    SHRINKABLE::WebTimes.AnswerMs = 5000;
+    for (const auto& [proxy, script, wanted] : cases) {
+        SCOPED_TRACE(wanted);
+        TLSSERVER server("good", script);
+        WEBGET web(nullptr, nullptr);
+        web.SetProxy(proxy, server.HostPort());
+        STRING result;
+        web.Get((STRING("https://") || (proxy ? STRING("localhost") : server.HostPort("localhost"))).Text(), "/page",
+                result);
+        EXPECT_EQ(Std(result), wanted);
+        server.Over();
+    }
+    SHRINKABLE::WebTimes = {};
 }

@@ -212,6 +212,7 @@ TEST(HttpText, LinksAreResolvedAgainstThePresentDocument) {
     static constexpr const char* CASES[][3] = {
         {"HTTP://other.example", "other.example", "/"},
         {"http://a:b@other.example/x?y", "other.example", "/x?y"},
+        {"https://a:b@other.example/x", "https://other.example", "/x"},
         {"/abs/./x", "here.example", "/abs/x"},
         {"page", "here.example", "/dir/sub/page"},
         {"../page", "here.example", "/dir/page"},
