@@ -162,9 +162,8 @@ void MAPISTORE::Begin() {
     Thread = OSYS::CreateThread(Body, own.get(), nullptr);
     if (!Thread)
         return;
-    (void)own.release();  // the thread's
     const std::lock_guard hold(Shared->Guard);
-    Shared->Begun = true;
+    Shared->Begun = own.release() != nullptr;  // it is the thread's now
 }
 
 void MAPISTORE::End() {

@@ -65,7 +65,7 @@ TEST(MapiListing, NothingOfAMailEndsItsBlockOrItsLine) {
         const std::string empty = Block(mail, 0);
         EXPECT_EQ(empty.substr(empty.find("\n\n") + 2), "\1");
     }
-    const std::string hostile = std::string("a\r\nMessage-Id: 66\n\n*\n\1\0", 24) + "\n.\n";
+    const std::string hostile = std::string("a\r\nMessage-Id: 66\n\n*\n\1\0", 23) + "\n.\n";
     const std::string plain = Block(Mail());
     for (std::string MAPIMESSAGE::* text : {&MAPIMESSAGE::SenderName, &MAPIMESSAGE::SenderAddress,
                                             &MAPIMESSAGE::DisplayTo, &MAPIMESSAGE::Subject, &MAPIMESSAGE::Transport}) {

@@ -27,6 +27,10 @@
 // What the program does not call says so, parameter by parameter as the platform's headers have it.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+#ifdef __clang__
+// It takes the headers' methods for such as throw nothing.
+#pragma clang diagnostic ignored "-Wmicrosoft-exception-spec"
+#endif
 #define NOTHING           \
     override {            \
         return Unknown(); \
@@ -603,22 +607,22 @@ SERVER Server;
 
 extern "C" {
 
-__declspec(dllexport) MAPISERVER* TestStore() {
+MAPISERVER* TestStore() {
     return &Server;
 }
 
-__declspec(dllexport) HRESULT WINAPI MAPIInitialize(void*) {
+HRESULT WINAPI MAPIInitialize(void*) {
     if (const HRESULT result = Works("MAPIInitialize"); result != S_OK)
         return result;
     ++State.Initialized;
     return S_OK;
 }
 
-__declspec(dllexport) void WINAPI MAPIUninitialize() {
+void WINAPI MAPIUninitialize() {
     --State.Initialized;
 }
 
-__declspec(dllexport) HRESULT WINAPI MAPILogonEx(ULONG_PTR, LPTSTR, LPTSTR, ULONG flags, IMAPISession** session) {
+HRESULT WINAPI MAPILogonEx(ULONG_PTR, LPTSTR, LPTSTR, ULONG flags, IMAPISession** session) {
     while (State.Blocking) {
         State.Blocked = true;
         Sleep(1);
@@ -634,17 +638,17 @@ __declspec(dllexport) HRESULT WINAPI MAPILogonEx(ULONG_PTR, LPTSTR, LPTSTR, ULON
     return S_OK;
 }
 
-__declspec(dllexport) SCODE WINAPI MAPIAllocateBuffer(ULONG size, void** buffer) {
+SCODE WINAPI MAPIAllocateBuffer(ULONG size, void** buffer) {
     *buffer = NewBlock(size, State.Buffers);
     return S_OK;
 }
 
-__declspec(dllexport) ULONG WINAPI MAPIFreeBuffer(void* buffer) {
+ULONG WINAPI MAPIFreeBuffer(void* buffer) {
     FreeBlock(buffer, State.Buffers);
     return 0;
 }
 
-__declspec(dllexport) void WINAPI FreeProws(SRowSet* rows) {
+void WINAPI FreeProws(SRowSet* rows) {
     if (!rows)
         return;
     {
@@ -659,12 +663,11 @@ __declspec(dllexport) void WINAPI FreeProws(SRowSet* rows) {
     FreeBlock(rows, State.Rows);
 }
 
-__declspec(dllexport) HRESULT WINAPI HrQueryAllRows(IMAPITable* table, SPropTagArray*, SRestriction*, SSortOrderSet*,
-                                                    LONG, SRowSet** rows) {
+HRESULT WINAPI HrQueryAllRows(IMAPITable* table, SPropTagArray*, SRestriction*, SSortOrderSet*, LONG, SRowSet** rows) {
     return static_cast<TABLE*>(table)->All(rows);
 }
 
-__declspec(dllexport) HRESULT WINAPI HrGetOneProp(IMAPIProp* object, ULONG tag, SPropValue** value) {
+HRESULT WINAPI HrGetOneProp(IMAPIProp* object, ULONG tag, SPropValue** value) {
     VALUE found;
     if (const auto* folder = dynamic_cast<FOLDEROBJECT*>(object))
         found = FolderValue(folder->Folder, tag, true);
@@ -678,8 +681,7 @@ __declspec(dllexport) HRESULT WINAPI HrGetOneProp(IMAPIProp* object, ULONG tag, 
     return S_OK;
 }
 
-__declspec(dllexport) HRESULT WINAPI HrAllocAdviseSink(LPNOTIFCALLBACK function, void* context,
-                                                       IMAPIAdviseSink** sink) {
+HRESULT WINAPI HrAllocAdviseSink(LPNOTIFCALLBACK function, void* context, IMAPIAdviseSink** sink) {
     *sink = new SINK(function, context);
     return S_OK;
 }
