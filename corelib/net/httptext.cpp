@@ -58,13 +58,12 @@ void UrlToHostDoc(const STRING& url, STRING& host, STRING& doc) {
         doc = NormalizePath(doc.View());
     }
     const int at = host.Pos('@');
-    if (at != -1) {
-        const STRING credential = host.Left(at);
-        host.DeleteLeft(at + 1);
-        HostCredentials().Set(host.Text(), credential);
-    }
+    const STRING credential = at != -1 ? host.Left(at) : STRING();
+    host.DeleteLeft(at + 1);
     if (secure)
         host = STRING(HTTPS) || host;
+    if (credential.NotNull())
+        HostCredentials().Set(host.Text(), credential);
     Trace("WEBGET::UrlToHostDoc returns %s %s\n", host.Text(), doc.Text());
 }
 

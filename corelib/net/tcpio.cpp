@@ -395,21 +395,21 @@ bool TCPIPIO::DevRead(char* buffer, int* length) {
             continue;
         // What it said before its end is read after the drop, as far as it does not fit.
         count += TakeReadAhead(buffer + count, room - count);
-        Drop(connection, TlsVerdict());
+        Drop(connection, TlsVerdict(connection));
         break;
     }
     if (received < 0) {
         ReadError(connection, TCPERR_RECV);
         Trace("TCPIPIO::DevRead read error rc=%d, lasterror= %d\n", received, static_cast<int>(LastError.load()));
         if (atoi(KeepOnError) == 0)
-            Drop(connection, TlsVerdict());
+            Drop(connection, TlsVerdict(connection));
         *length = 0;
         return false;
     }
     if (received == 0) {
         ReadError(connection, TCPERR_DISCONNECTED);
         Trace("TCPIPIO::DevRead read disconnect rc=%d, lasterror= %d\n", received, static_cast<int>(LastError.load()));
-        Drop(connection, TlsVerdict());
+        Drop(connection, TlsVerdict(connection));
     }
     *length = count;
     LastActivity = CLOCK::Seconds();
@@ -451,7 +451,7 @@ int TCPIPIO::DevWrite(const char* buffer, int length) {
     const int rc = SendBytes(connection, bytes);
     if (rc < 0) {
         Trace("TCPIPIO::DevWrite error rc=%d \n", rc);
-        Drop(connection, TlsVerdict());
+        Drop(connection, TlsVerdict(connection));
         return rc;
     }
     LastActivity = CLOCK::Seconds();
@@ -471,9 +471,9 @@ TLSREPORT TCPIPIO::TlsReport() {
     return Tls ? Tls->Report() : TLSREPORT();
 }
 
-int32_t TCPIPIO::TlsVerdict() {
+int32_t TCPIPIO::TlsVerdict(const SOCKETREF& connection) {
     std::lock_guard hold(TlsGuard);
-    if (!Tls || Tls->State() == TLSSESSION::STATE::CLOSED)
+    if (!Tls || Tls->State() == TLSSESSION::STATE::CLOSED || PresentCall() != connection)
         return TCPERR_NONE;
     if (Tls->State() == TLSSESSION::STATE::UP)
         return TCPERR_TLS_CUT;
@@ -511,7 +511,7 @@ bool TCPIPIO::StartTls(const TLSWISH& wish) {
     if (error == TCPERR_NONE && report.Failure.Length() == 0)
         return true;
     if (error == TCPERR_NONE)
-        error = TlsVerdict();
+        error = TlsVerdict(connection);
     Drop(connection, error);
     Trace("TCPIPIO::StartTls error: %s\n", GetInfo("LASTERRORSTRING").Text());
     return false;

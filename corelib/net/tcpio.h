@@ -128,8 +128,8 @@ class TCPIPIO final : public BASEIO {
     TAKEN TakeReceived(const SOCKETREF& connection, int count);
     /// Carries the handshake on as far as it comes; an error if it takes too long.
     int32_t Shake(const SOCKETREF& connection);
-    /// What TLS has to say of the present call's end, TCPERR_NONE if nothing.
-    int32_t TlsVerdict();
+    /// What TLS has to say of the call's end, TCPERR_NONE if nothing or it is not the present one.
+    int32_t TlsVerdict(const SOCKETREF& connection);
     void ForgetTls();
     /// As DevWrite, without the drop. Owner's thread.
     int SendBytes(const SOCKETREF& connection, std::string_view bytes);

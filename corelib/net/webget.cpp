@@ -201,14 +201,17 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
     if (secure)
         target.DeleteLeft(static_cast<int>(HTTPS.size()));
     STRING credential = TakeCredential(target);
+    // What was for a protected line stays on it.
+    const STRING known = secure ? STRING(HTTPS) || target : target;
     if (credential.NotNull())
-        HostCredentials().Set(target.Text(), credential);
-    else if (HostCredentials().Exists(target.Text()))
-        credential = HostCredentials().Get(target.Text());
+        HostCredentials().Set(known.Text(), credential);
+    else if (HostCredentials().Exists(known.Text()))
+        credential = HostCredentials().Get(known.Text());
     const STRING hostLine = STRING("Host: ") || target;
     if (secure)
         AddPort(target, ":443");
-    const STRING secureHost = target;
+    STRING secureHost = target;
+    secureHost.Replace(" ", ":");
     if (Proxy.Length() > 0 && secure) {
         target = Proxy;
         AddPort(target, " 8080");

@@ -88,6 +88,8 @@ class CONVERSATION {
             LowestVersion = value == "1.2" ? TLS1_2_VERSION : TLS1_3_VERSION;
         } else if (word == "cutafter") {
             Left = number;
+        } else if (word == "flip") {
+            Flipped = number;
         } else if (word == "drip") {
             DripMicroseconds = number;
         } else if (word == "tls") {
@@ -246,6 +248,8 @@ class CONVERSATION {
         const bool cut = Left >= 0 && Left <= static_cast<int>(bytes.size());
         if (cut)
             bytes.resize(static_cast<size_t>(Left));
+        if (Flipped >= static_cast<int>(Sent) && Flipped < static_cast<int>(Sent + bytes.size()))
+            bytes[static_cast<size_t>(Flipped) - Sent] ^= 0x11;
         Left -= Left >= 0 ? static_cast<int>(bytes.size()) : 0;
         Sent += bytes.size();
         while (!bytes.empty()) {
@@ -267,6 +271,7 @@ class CONVERSATION {
     BIO* Outgoing = nullptr;
     int LowestVersion = TLS1_2_VERSION, HighestVersion = TLS1_3_VERSION;
     int Left = -1;
+    int Flipped = -1;
     size_t Sent = 0;
     int DripMicroseconds = 0;
     std::string Pending;

@@ -32,6 +32,10 @@ inline TLSSTEP Drip(int microseconds) {
 inline TLSSTEP CutAfter(int bytes) {
     return {"cutafter", std::to_string(bytes)};
 }
+/// Two bits of that byte on the wire are other ones.
+inline TLSSTEP Damage(int byte) {
+    return {"flip", std::to_string(byte)};
+}
 /// The client's next line begins with this.
 inline TLSSTEP Expect(std::string_view start) {
     return {"expect", ToHex(start)};

@@ -190,6 +190,47 @@ TEST_F(Tls, AnEndWithoutNoticeIsAnError) {
     EXPECT_EQ(Line(device), "hello");
 }
 
+TEST_F(Tls, WhatIsCutOrDamagedAnywhereNeverPassesForWhatTheServerSaid) {
+    SHRINKABLE::TcpTimes = {.HandshakeMs = 200, .StopLookMs = 2};
+    constexpr int SIGNATURE_VARIES = 8;
+    const std::string whole = "hello\r\n" + Counted(40);
+    for (const char* version : {"1.2", NEWEST}) {
+        const std::vector<TLSSTEP> talk = {Highest(version), TLSPLAY::Tls(), Send("hello\r\n"), SendBig(40), Notify()};
+        // What was read, and whether it passes for all that there was.
+        const auto read = [&](const std::vector<TLSSTEP>& script, std::vector<int>* records) {
+            TLSSERVER server("ecdsa", script);
+            TCPIPIO device("", "", "");
+            EXPECT_TRUE(device.MakeCall(server.HostPort().Text()));
+            const std::string text = device.StartTls({}) ? All(device) : "";
+            const bool passes = Error(device) == "No Error";
+            device.DropCall();
+            const TLSSERVER::OUTCOME outcome = server.Over();
+            if (records)
+                *records = outcome.Records;
+            EXPECT_TRUE(whole.starts_with(text)) << text;
+            EXPECT_TRUE(!passes || text == whole) << text;
+            return passes;
+        };
+        std::vector<int> records;
+        ASSERT_TRUE(read(talk, &records));
+        std::set<int> places;
+        for (const int end : records)
+            places.insert({end - 1, end, end + 1, end + 3});
+        for (int place = 0; place < records.back(); place += 31)
+            places.insert(place);
+        for (const int place : places) {
+            SCOPED_TRACE(std::string(version) + " byte " + std::to_string(place));
+            std::vector<TLSSTEP> script = talk;
+            script.insert(script.begin(), CutAfter(place));
+            // A signature is some bytes longer or shorter each time.
+            const bool passes = read(script, nullptr);
+            EXPECT_TRUE(!passes || place + SIGNATURE_VARIES >= records.back());
+            script.front() = Damage(place);
+            read(script, nullptr);
+        }
+    }
+}
+
 TEST_F(Tls, AHandshakeThatComesToNothingEndsWithAReason) {
     const struct {
         std::vector<TLSSTEP> Script;

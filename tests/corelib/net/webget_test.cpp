@@ -226,6 +226,7 @@ TEST(HttpText, LinksAreResolvedAgainstThePresentDocument) {
         EXPECT_EQ(doc, wantedDoc) << url;
     }
     EXPECT_EQ(HostCredentials().Get("other.example"), "a:b");
+    EXPECT_EQ(HostCredentials().Get("https://other.example"), "a:b");
 }
 
 TEST(HttpText, MarkUpBecomesText) {
