@@ -20,9 +20,10 @@ std::string Encoded(const STRING& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    MAILADDRESS address;
-    if (ParseMailAddress({reinterpret_cast<const char*>(data), size}, address) != ADDRESSFAULT::None)
+    ACCOUNTWISH wish;
+    if (ParseMailAddress({reinterpret_cast<const char*>(data), size}, wish) != ADDRESSFAULT::None)
         return 0;
+    const MAILADDRESS& address = wish.Address;
     const MAILBOXKIND& kind = KindOf(address.Type);
     Always(kind.Scheme && address.User.Length() > 0 && kind.HasServer() == (address.Server.Length() > 0));
     for (const STRING& part : {address.User, address.Server})
@@ -38,8 +39,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         Always(atoi(port.c_str()) >= 1 && atoi(port.c_str()) <= 65535);
     }
     const std::string server = (kind.HasServer() ? "@" : "") + std::string(address.Server.View());
-    MAILADDRESS again;
-    Always(ParseMailAddress(kind.Scheme + Encoded(address.User) + server, again) == ADDRESSFAULT::None);
-    Always(again == address);
+    ACCOUNTWISH again;
+    const std::string scheme(MAILACCOUNT::Scheme(address.Type, wish.Security).View());
+    Always(ParseMailAddress(scheme + Encoded(address.User) + server, again) == ADDRESSFAULT::None);
+    Always(again.Address == address && again.Security == wish.Security);
     return 0;
 }

@@ -22,6 +22,8 @@ constexpr ITEMKEY STORED_KEYS[] = {
     {"Type", "", "1"},
     {"Source", ""},
     {"Source2", ""},
+    {"Security", "", "1"},
+    {"TrustedCertificate", ""},
     {"ShowTooltip", ""},
     {"DoSpecialMailProgram", ""},
     {"SpecialMailProgram", ""},

@@ -29,6 +29,9 @@ constexpr struct {
     {"Not supported!", TEXT_NO_MOVE},
     {"Unknown Error", TEXT_UNKNOWN_FAULT},
     {"TLS only", TEXT_ENCRYPTED_PORT},
+    {"No STARTTLS", TEXT_NO_STARTTLS},
+    {"No login method", TEXT_NO_LOGIN_WAY},
+    {"Connection cut off", TEXT_HUNG_UP},
 };
 
 // Does the text hold one of those words, in any case?
@@ -88,18 +91,20 @@ REPLY::REPLY(std::string_view text) : Text(text) {
 
 // The server of the item as its user wrote it, and its port.
 struct PLACE {
-    explicit PLACE(const STRINGARRAY& item) {
+    explicit PLACE(const STRINGARRAY& item) : Security(MAILACCOUNT::Security(item).Kind) {
         Server = MAILACCOUNT::Address(item).Host();
         const std::string_view text = Server.View();
         const size_t mark = text.find_last_of(": ");
         if (mark != text.npos && ASCII::IsNumber(text.substr(mark + 1)))
             Port = text.substr(mark + 1);
         else
-            Port = std::to_string(MAILACCOUNT::Kind(item).Port);
+            Port = std::to_string(Security == SECURITY_TLS ? MAILACCOUNT::Kind(item).TlsPort
+                                                           : MAILACCOUNT::Kind(item).Port);
     }
     // To a plain greeting of ours such a port answers with silence or a hang-up.
-    bool IsEncrypted() const { return Port == "995" || Port == "993" || Port == "465"; }
+    bool IsEncrypted() const { return Security == SECURITY_NONE && (Port == "995" || Port == "993" || Port == "465"); }
 
+    const int Security;
     STRING Server;
     std::string Port;
 };
@@ -114,6 +119,49 @@ std::string Plain(std::string_view text) {
 // A sentence that another one can follow.
 std::string Ended(const std::string& text) {
     return std::string_view(".!?").find(text.back()) != std::string_view::npos ? text : text + ".";
+}
+
+// Logins that are refused for another reason than their words, by a code or by what providers say.
+constexpr struct {
+    int Text;
+    std::string_view Codes, Words;  // split by "|"
+} REFUSALS[] = {
+    {TEXT_APP_PASSWORD, "", "application-specific password|app password|app-specific|application password"},
+    {TEXT_WEB_LOGIN, "WEBALERT", "web login|web browser"},
+    {TEXT_ENCRYPTED_LOGIN, "PRIVACYREQUIRED", "tls|ssl|encrypt|plaintext|plain text"},
+    {TEXT_ACCOUNT_IN_USE, "IN-USE|INUSE|LIMIT", "too many|in use"},
+    {TEXT_SERVER_TROUBLE, "UNAVAILABLE|SYS/TEMP|LOGIN-DELAY", ""},
+    {TEXT_ACCOUNT_LOCKED, "CONTACTADMIN|EXPIRED|SYS/PERM", "locked|disabled|suspended"},
+};
+
+// Is one of the texts, split by "|", true of `matches`?
+template <class MATCHES>
+bool AnyOf(std::string_view texts, MATCHES matches) {
+    while (!texts.empty())
+        if (matches(ASCII::Take(texts, '|')))
+            return true;
+    return false;
+}
+
+// The certificate's faults, as their report has them, in the user's language.
+STRING FaultTexts(std::string_view faults, const TEXTS& texts) {
+    constexpr std::string_view NAMES[] = {"expired",     "not yet valid", "other name", "unknown issuer",
+                                          "self-signed", "revoked",       "weak",       "not valid"};
+    STRING all("");
+    while (!faults.empty()) {
+        // A name in it may hold commas.
+        const std::string_view fault = Trimmed(ASCII::Take(faults, ','));
+        const auto name = std::ranges::find_if(NAMES, [&](std::string_view each) { return fault.starts_with(each); });
+        all += all.Length() > 0 ? ", " : "";
+        if (name == std::end(NAMES)) {
+            all.AppendBytes(fault);
+            continue;
+        }
+        all += texts.Part(TEXT_CERTIFICATE_FAULTS, static_cast<int>(name - std::begin(NAMES)));
+        if (const std::string_view whose = Trimmed(fault.substr(name->size())); !whose.empty())
+            all += STRING(" (") || STRING(whose) || ")";
+    }
+    return all;
 }
 
 class EXPLANATION {
@@ -133,6 +181,8 @@ class EXPLANATION {
             // Numbers of our own side stand in front of its reasons, and a web server's in front of its own words.
             if (const int text = OwnReason(rest))
                 return Own(text);
+            if (const std::string why = OfTls(rest); !why.empty())
+                return why;
             if (Kind.Domain)
                 return WebStatus(number);
             if (number.starts_with("999 "))
@@ -140,6 +190,8 @@ class EXPLANATION {
         } else if (const int text = OwnReason(number)) {
             return Own(text);
         }
+        if (const std::string why = OfTls(number); !why.empty())
+            return why;
         const bool foreign = std::ranges::any_of(AllKinds(), [&](const MAILBOXKIND& other) {
             return other.Type != Kind.Type && other.Greeting && plain.starts_with(other.Greeting);
         });
@@ -157,7 +209,23 @@ class EXPLANATION {
     }
     std::string Own(int text) const {
         const bool silent = text == TEXT_NO_ANSWER || text == TEXT_HUNG_UP;
+        if (text == TEXT_NO_LOGIN_WAY && Place.Security == SECURITY_NONE)
+            text = TEXT_ENCRYPTED_LOGIN;
         return Text(silent && Place.IsEncrypted() ? TEXT_ENCRYPTED_PORT : text);
+    }
+    // Why a line is not protected as it should be; empty if that is not what has failed.
+    std::string OfTls(std::string_view reason) const {
+        if (const std::string digits = RefusedCertificate(STRING(reason)).Text(); !digits.empty()) {
+            reason.remove_prefix(std::min(reason.find(": "), reason.size()) + 2);
+            STRING text = Texts.Get(TEXT_UNTRUSTED);
+            text.Replace("$1", FaultTexts(reason.substr(0, reason.rfind("; SHA-256 ")), Texts).Text());
+            text.Replace("$2", digits.c_str());
+            return std::string(text.View());
+        }
+        constexpr std::string_view FAILED = "TLS failed";
+        if (!reason.starts_with(FAILED))
+            return {};
+        return Text(TEXT_TLS_FAILED, std::string(ASCII::TrimLeft(reason.substr(FAILED.size()), ": ")));
     }
     std::string WebStatus(std::string_view status) const {
         if (status.find("401 ") != status.npos || status.find("403 ") != status.npos)
@@ -166,7 +234,10 @@ class EXPLANATION {
     }
     std::string Refusal(const REPLY& reply) const {
         const std::string words(reply.Text);
-        const bool byCode = reply.Code.starts_with("AUTH") || reply.Code == "PRIVACYREQUIRED";
+        const auto why = std::ranges::find_if(REFUSALS, [&](const auto& refusal) {
+            return AnyOf(refusal.Codes, [&](std::string_view code) { return ASCII::Equal(code, reply.Code); });
+        });
+        const bool byCode = reply.Code.starts_with("AUTH") || why != std::end(REFUSALS);
         const bool otherCode = !reply.Code.empty() && !byCode && reply.Code != "ALERT";
         const bool login =
             Kind.HasServer() &&
@@ -175,10 +246,13 @@ class EXPLANATION {
                                                             "credential", "user name", "username"}))));
         if (!login)
             return words.empty() ? Text(TEXT_REFUSED) : words;
-        const bool encrypted =
-            reply.Code == "PRIVACYREQUIRED" || Holds(words, {"tls", "ssl", "encrypt", "plaintext", "plain text"});
-        return Ended(words.empty() ? Text(TEXT_LOGIN_REFUSED) : words) + " " +
-               Text(encrypted ? TEXT_ENCRYPTED_LOGIN : TEXT_LOGIN_ADVICE);
+        const auto told = std::ranges::find_if(REFUSALS, [&](const auto& refusal) {
+            return AnyOf(refusal.Words, [&](std::string_view each) { return ASCII::Holds(words, each); });
+        });
+        const int advice = why != std::end(REFUSALS)    ? why->Text
+                           : told != std::end(REFUSALS) ? told->Text
+                                                        : TEXT_LOGIN_ADVICE;
+        return Ended(words.empty() ? Text(TEXT_LOGIN_REFUSED) : words) + " " + Text(advice);
     }
     std::string Text(int id) const {
         if (id == TEXT_ENCRYPTED_PORT)
@@ -198,6 +272,19 @@ class EXPLANATION {
 };
 
 }  // namespace
+
+STRING RefusedCertificate(const STRING& reason) {
+    constexpr std::string_view MARK = "Certificate not trusted", DIGITS = "; SHA-256 ";
+    constexpr size_t SHA256_DIGITS = 64;
+    const std::string_view line = reason.View().substr(0, reason.View().find('\n'));
+    const size_t at = line.rfind(DIGITS);
+    if (line.find(MARK) == line.npos || at == line.npos)
+        return "";
+    const std::string_view digits = Trimmed(line.substr(at + DIGITS.size()));
+    const bool good =
+        digits.size() == SHA256_DIGITS && std::ranges::all_of(digits, [](char c) { return ASCII::HexValue(c) >= 0; });
+    return good ? STRING(digits) : STRING("");
+}
 
 STRING PersonText(const STRING& value, const STRINGARRAY& item, const TEXTS& texts) {
     const STRING line = value.Line(0, WORD_NEVERNULL);

@@ -6,9 +6,10 @@
 #include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 
-bool TryLogin(const STRINGARRAY& item, MAILBOXES& mailboxes, const TEXTS& texts, STRING& outcome) {
+bool TryLogin(const STRINGARRAY& item, MAILBOXES& mailboxes, const TEXTS& texts, STRING& outcome, STRING& certificate) {
     STRINGARRAY copy = item;
     const STRING summary = mailboxes.GetSummary(copy);
+    certificate = RefusedCertificate(summary);
     if (!ASCII::BeginsWith(summary.View(), "-ERR")) {
         outcome = FormatMailCount(texts, LISTING::ReadSummary(summary).Count);
         return true;
@@ -16,4 +17,10 @@ bool TryLogin(const STRINGARRAY& item, MAILBOXES& mailboxes, const TEXTS& texts,
     MAILACCOUNT::SetCounts(copy, {.Failed = true});
     outcome = PersonText(texts.Get(TEXT_CHECK_FAILED) || summary.Mid(5), copy, texts);
     return false;
+}
+
+STRING TrustQuestion(const TEXTS& texts, const STRING& outcome) {
+    STRING text = texts.Get(TEXT_TRUST_QUESTION);
+    text.Replace("$1", outcome.Text());
+    return text;
 }

@@ -40,7 +40,11 @@ std::string StateText(const STRINGARRAY& item, const TEXTS& texts) {
 /// "?" for a kind that this program does not know, or no longer.
 std::string KindName(const STRINGARRAY& item, const TEXTS& texts) {
     const MAILBOXKIND& kind = MAILACCOUNT::Kind(item);
-    return kind.Handler ? Safe(texts.Part(TEXT_KINDS, kind.Name)) : "?";
+    const STRING name = texts.Part(TEXT_KINDS, kind.Name);
+    const int security = MAILACCOUNT::Security(item).Kind;
+    if (!kind.Handler)
+        return "?";
+    return Safe(security == SECURITY_NONE ? name : name || ", " || texts.Part(TEXT_SECURITIES, security));
 }
 
 bool IsCalled(const STRINGARRAY& item, const std::string& name) {
@@ -72,29 +76,35 @@ std::string AccountTable(const TARNWICK& application, const TEXTS& texts) {
     return table;
 }
 
-int RemoveAccounts(TARNWICK& application, const TEXTS& texts, const std::vector<STRING>& names, std::string& message) {
+int FindAccount(const TARNWICK& application, const TEXTS& texts, const STRING& name, std::string& message) {
     if (application.Items.Count() == 0) {
         message = ConsoleText(texts, CTEXT_NO_ACCOUNTS, CommandName());
-        return EXIT_NO_START;
+        return -1;
     }
+    const std::string wanted = Safe(name);
+    std::vector<int> found;
+    for (int i = 0; i < application.Items.Count(); ++i)
+        if (IsCalled(application.Items[i], wanted))
+            found.push_back(i);
+    const int number = atoi(name);
+    if (found.empty() && number >= 1 && number <= application.Items.Count() && wanted == std::to_string(number))
+        found.push_back(number - 1);
+    if (found.size() == 1)
+        return found[0];
+    message = ConsoleText(texts, found.empty() ? CTEXT_NO_SUCH_ACCOUNT : CTEXT_SEVERAL_ACCOUNTS, wanted) + "\n" +
+              AccountTable(application, texts);
+    message.pop_back();
+    return -1;
+}
+
+int RemoveAccounts(TARNWICK& application, const TEXTS& texts, const std::vector<STRING>& names, std::string& message) {
     // All are found before the first one goes: the numbers are those of the table that the user has seen.
     std::vector<int> handles;
     for (const STRING& name : names) {
-        const std::string wanted = Safe(name);
-        std::vector<int> found;
-        for (int i = 0; i < application.Items.Count(); ++i)
-            if (IsCalled(application.Items[i], wanted))
-                found.push_back(i);
-        const int number = atoi(name);
-        if (found.empty() && number >= 1 && number <= application.Items.Count() && wanted == std::to_string(number))
-            found.push_back(number - 1);
-        if (found.size() != 1) {
-            message = ConsoleText(texts, found.empty() ? CTEXT_NO_SUCH_ACCOUNT : CTEXT_SEVERAL_ACCOUNTS, wanted) +
-                      "\n" + AccountTable(application, texts);
-            message.pop_back();
+        const int index = FindAccount(application, texts, name, message);
+        if (index == -1)
             return EXIT_NO_START;
-        }
-        handles.push_back(application.Items[found[0]].GetNumber("@Handle"));
+        handles.push_back(application.Items[index].GetNumber("@Handle"));
     }
     for (const int handle : handles) {
         const STRINGARRAY* const item = application.FindItem(handle);

@@ -5,6 +5,7 @@
 
 #include "app/check/trylogin.h"
 #include "app/common/displaytext.h"
+#include "app/console/accountlist.h"
 #include "app/console/consolefrontend.h"
 #include "app/console/consoletexts.h"
 #include "app/console/session.h"
@@ -57,8 +58,6 @@ int FaultText(ADDRESSFAULT fault) {
     switch (fault) {
         case ADDRESSFAULT::Scheme:
             return CTEXT_BAD_SCHEME;
-        case ADDRESSFAULT::Encrypted:
-            return CTEXT_ENCRYPTED_SCHEME;
         case ADDRESSFAULT::Port:
             return CTEXT_BAD_PORT;
         default:
@@ -66,35 +65,29 @@ int FaultText(ADDRESSFAULT fault) {
     }
 }
 
-// Is it the kind's scheme with the "s" of an encrypted connection, such as imaps://?
-bool IsEncryptedScheme(std::string_view text, const MAILBOXKIND& kind) {
-    const std::string_view prefix = kind.Scheme ? kind.Scheme : "";
-    const size_t name = prefix.find(':');
-    return kind.HasServer() && name != prefix.npos && ASCII::BeginsWith(text, prefix.substr(0, name)) &&
-           ASCII::BeginsWith(text.substr(name), "s://");
-}
-
 // Finds the server of a plain address, and tells what was found. False, with an error, if the domain names none.
-bool FindServer(TARNWICK& application, CONSOLEFRONTEND& frontEnd, MAILADDRESS& address) {
+bool FindServer(TARNWICK& application, CONSOLEFRONTEND& frontEnd, ACCOUNTWISH& wish) {
     const auto text = [&](int id, const STRING& value) {
         return ConsoleText(application.Texts(), id, DISPLAYTEXT::Safe(value.View()));
     };
-    const SERVERPROPOSAL proposal = ProposeServers(MailDomain(address.User.View()),
-                                                   [&application] { return application.Cycle().IsStopRequested(); });
-    if (TakeProposal(proposal, address)) {
-        const bool plain = proposal.Of(address.Type).Origin == OFFEREDSERVICE::NAMED;
-        frontEnd.Print(text(plain ? CTEXT_SERVER_NAMED : CTEXT_SERVER_ENCRYPTED, address.Server));
+    const STRING user = wish.Address.User;
+    const SERVERPROPOSAL proposal =
+        ProposeServers(MailDomain(user.View()), [&application] { return application.Cycle().IsStopRequested(); });
+    if (TakeProposal(proposal, wish)) {
+        frontEnd.Print(
+            text(CTEXT_SERVER_NAMED, MAILACCOUNT::Scheme(wish.Address.Type, wish.Security) || wish.Address.Server));
         return true;
     }
     std::string guesses;
     for (const int type : {ITEMTYPE_IMAP, ITEMTYPE_POP3})
         if (const OFFEREDSERVICE& service = proposal.Of(type); service.Origin == OFFEREDSERVICE::USUAL)
             guesses += "\n    /ADD:" +
-                       DISPLAYTEXT::Safe((STRING(KindOf(type).Scheme) || address.User || "@" || service.Server).View());
+                       DISPLAYTEXT::Safe(
+                           (MAILACCOUNT::Scheme(type, service.Security()) || user || "@" || service.Server).View());
     frontEnd.PrintError(text(guesses.empty()   ? CTEXT_SERVER_NONE
                              : proposal.Silent ? CTEXT_SERVER_SILENT
                                                : CTEXT_SERVER_UNNAMED,
-                             address.User) +
+                             user) +
                         guesses);
     return false;
 }
@@ -126,23 +119,30 @@ STRING NewName(const TARNWICK& application, const MAILADDRESS& address) {
     return free;
 }
 
-// Adds the account, or gives it the new password, and tries its login. An exit code.
-int AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const MAILADDRESS& address,
+// Adds the account, or gives it the new password and security, and tries its login. An exit code.
+int AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const ACCOUNTWISH& wish,
                const std::function<STRING(const std::string& name)>& askPassword) {
     const auto text = [&](int id, const std::string& value) { return ConsoleText(application.Texts(), id, value); };
-    const int known = FindAddress(application, address);
+    const int known = FindAddress(application, wish.Address);
     STRINGARRAY item = known != -1 ? application.Items[known] : application.NewItem();
     if (known == -1)
-        item.Set("Name", NewName(application, address));
+        item.Set("Name", NewName(application, wish.Address));
     const std::string name = DISPLAYTEXT::Safe(item.Get("Name").View());
     const STRING password = askPassword(name);
     if (password.Length() == 0) {
         frontEnd.PrintError(text(CTEXT_NO_PASSWORD, name));
         return EXIT_NO_START;
     }
-    MAILACCOUNT::SetAddress(item, address, password);
-    if (known != -1)
-        MAILACCOUNT::SetPassword(application.Items[known], password);
+    if (known == -1) {
+        MAILACCOUNT::SetAddress(item, wish.Address, password);
+        MAILACCOUNT::SetSecurity(item, wish.Security);
+    } else {
+        STRINGARRAY& present = application.Items[known];
+        MAILACCOUNT::SetPassword(present, password);
+        // One of old stays as it is if it can.
+        if (MAILACCOUNT::Kind(present).HasServer() && MAILACCOUNT::Security(present).Kind != wish.Security)
+            MAILACCOUNT::SetSecurity(present, wish.Security);
+    }
     bool saved = known != -1 ? application.SaveTables(SAVE_ITEMS) : application.AddItem(item);
     saved = application.SaveSettings() && saved;
     if (!saved) {
@@ -150,26 +150,81 @@ int AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const MAILADDRE
         return EXIT_NO_START;
     }
     frontEnd.Print(text(known != -1 ? CTEXT_DUPLICATE : CTEXT_ADDED, name));
-    STRING outcome;
-    if (TryLogin(item, application.Mailboxes(), application.Texts(), outcome)) {
-        frontEnd.Print(text(CTEXT_LOGIN_GOOD, DISPLAYTEXT::Safe(outcome.View())));
-        return EXIT_GOOD;
-    }
-    // Whoever breaks it off knows why there is no outcome.
-    if (application.Cycle().IsStopRequested())
-        return EXIT_CHECK_FAILED;
-    frontEnd.PrintError(text(CTEXT_LOGIN_BAD, DISPLAYTEXT::Safe(outcome.View())));
-    return EXIT_CHECK_FAILED;
+    return ShowLogin(application, frontEnd, FindAddress(application, wish.Address));
 }
 
 }  // namespace
 
-ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address) {
+int ShowLogin(TARNWICK& application, CONSOLEFRONTEND& frontEnd, int index) {
+    STRINGARRAY& item = application.Items[index];
+    const auto text = [&](int id, const std::string& value) { return ConsoleText(application.Texts(), id, value); };
+    const auto isStopped = [&] { return application.Cycle().IsStopRequested(); };
+    STRING outcome, certificate;
+    bool good = TryLogin(item, application.Mailboxes(), application.Texts(), outcome, certificate);
+    if (!good && !isStopped() && certificate.Length() > 0 &&
+        frontEnd.AskYesNo(item.Get("Name"), TrustQuestion(application.Texts(), outcome))) {
+        MAILACCOUNT::SetTrustedCertificate(item, certificate);
+        if (!application.SaveTables(SAVE_ITEMS)) {
+            frontEnd.PrintError(text(CTEXT_NOT_SAVED, DISPLAYTEXT::Path(application.DataDir())));
+            return EXIT_NO_START;
+        }
+        good = TryLogin(item, application.Mailboxes(), application.Texts(), outcome, certificate);
+    }
+    if (good) {
+        frontEnd.Print(text(CTEXT_LOGIN_GOOD, DISPLAYTEXT::Safe(outcome.View())));
+        return EXIT_GOOD;
+    }
+    // Whoever breaks it off knows why there is no outcome.
+    if (isStopped())
+        return EXIT_CHECK_FAILED;
+    frontEnd.PrintError(text(CTEXT_LOGIN_BAD, DISPLAYTEXT::Safe(outcome.View())));
+    if (certificate.Length() > 0)
+        frontEnd.PrintError(text(CTEXT_TRUST_HINT, CommandName() +
+                                                       " \"/TRUST:" + DISPLAYTEXT::Safe(item.Get("Name").View()) + "=" +
+                                                       certificate.Text() + "\""));
+    return EXIT_CHECK_FAILED;
+}
+
+int TrustCertificate(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const STRING& text) {
+    const TEXTS& texts = application.Texts();
+    const auto refuse = [&](const std::string& message) {
+        frontEnd.PrintError(message);
+        return EXIT_NO_START;
+    };
+    constexpr size_t SHA256_DIGITS = 64;
+    const size_t mark = text.View().rfind('=');
+    std::string digits =
+        ASCII::Lower(mark == std::string_view::npos ? std::string_view("?") : text.View().substr(mark + 1));
+    std::erase_if(digits, [](char c) { return c == ':' || c == ' '; });
+    const bool good =
+        digits.size() == SHA256_DIGITS && std::ranges::all_of(digits, [](char c) { return ASCII::HexValue(c) >= 0; });
+    if (!good && !digits.empty())
+        return refuse(ConsoleText(texts, CTEXT_BAD_FINGERPRINT, DISPLAYTEXT::Safe(text.View())));
+    std::string message;
+    const int index = FindAccount(application, texts, STRING(text.View().substr(0, mark)), message);
+    if (index == -1)
+        return refuse(message);
+    MAILACCOUNT::SetTrustedCertificate(application.Items[index], STRING(std::string_view(digits)));
+    const std::string name = DISPLAYTEXT::Safe(application.Items[index].Get("Name").View());
+    const int handle = application.Items[index].GetNumber("@Handle");
+    if (!application.SaveTables(SAVE_ITEMS))
+        return refuse(ConsoleText(texts, CTEXT_NOT_SAVED, DISPLAYTEXT::Path(application.DataDir())));
+    frontEnd.Print(ConsoleText(texts, good ? CTEXT_TRUSTED : CTEXT_TRUST_ENDED, name));
+    return ShowLogin(application, frontEnd, application.FindHandle(handle));
+}
+
+ADDRESSFAULT ParseMailAddress(std::string_view text, ACCOUNTWISH& wish) {
+    MAILADDRESS& address = wish.Address;
     for (const MAILBOXKIND& kind : AllKinds()) {
-        const std::string_view prefix = kind.Scheme ? kind.Scheme : "";
-        if (prefix.empty() || !ASCII::BeginsWith(text, prefix))
+        STRING prefix;
+        for (wish.Security = SECURITY_NONE; wish.Security <= SECURITY_STARTTLS; ++wish.Security) {
+            prefix = MAILACCOUNT::Scheme(kind.Type, wish.Security);
+            if (prefix.Length() > 0 && ASCII::BeginsWith(text, prefix.View()))
+                break;
+        }
+        if (wish.Security > SECURITY_STARTTLS)
             continue;
-        text.remove_prefix(prefix.size());
+        text.remove_prefix(static_cast<size_t>(prefix.Length()));
         if (text.ends_with('/'))
             text.remove_suffix(1);
         address.Type = kind.Type;
@@ -184,9 +239,7 @@ ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address) {
         address.Server = STRING(text.substr(at + 1));
         return ServerFault(address.Server.View());
     }
-    const bool encrypted =
-        std::ranges::any_of(AllKinds(), [&](const MAILBOXKIND& kind) { return IsEncryptedScheme(text, kind); });
-    return encrypted ? ADDRESSFAULT::Encrypted : ADDRESSFAULT::Scheme;
+    return ADDRESSFAULT::Scheme;
 }
 
 bool IsPlainAddress(std::string_view text, MAILADDRESS& address) {
@@ -197,10 +250,11 @@ bool IsPlainAddress(std::string_view text, MAILADDRESS& address) {
     return ServerFault(text.substr(at + 1)) == ADDRESSFAULT::None;
 }
 
-bool TakeProposal(const SERVERPROPOSAL& proposal, MAILADDRESS& address) {
-    address.Type = proposal.BestType(ITEMTYPE_IMAP);
-    const OFFEREDSERVICE& service = proposal.Of(address.Type);
-    address.Server = service.Server;
+bool TakeProposal(const SERVERPROPOSAL& proposal, ACCOUNTWISH& wish) {
+    wish.Address.Type = proposal.BestType(ITEMTYPE_IMAP);
+    const OFFEREDSERVICE& service = proposal.Of(wish.Address.Type);
+    wish.Address.Server = service.Server;
+    wish.Security = service.Security();
     return service.IsNamed();
 }
 
@@ -211,9 +265,9 @@ int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vec
         frontEnd.PrintError(ConsoleText(texts, id, value));
         return EXIT_NO_START;
     };
-    std::vector<MAILADDRESS> accounts(addresses.size());
+    std::vector<ACCOUNTWISH> accounts(addresses.size());
     for (size_t i = 0; i < addresses.size(); ++i) {
-        if (IsPlainAddress(addresses[i].View(), accounts[i])) {
+        if (IsPlainAddress(addresses[i].View(), accounts[i].Address)) {
             if (!FindServer(application, frontEnd, accounts[i]))
                 return EXIT_NO_START;
             continue;
@@ -228,6 +282,10 @@ int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vec
         return refuse(CTEXT_PASSWORD_FILE, DISPLAYTEXT::Path(passwordFile));
     if (passwords.View().starts_with(UTF8::MARK))
         passwords.DeleteLeft(static_cast<int>(UTF8::MARK.size()));
+    const auto readable = std::ranges::find(accounts, static_cast<int>(SECURITY_NONE), &ACCOUNTWISH::Security);
+    if (readable != accounts.end())
+        frontEnd.Print(
+            ConsoleText(texts, CTEXT_READABLE, MAILACCOUNT::Scheme(readable->Address.Type, SECURITY_NONE).Text()));
     int worst = EXIT_GOOD;
     for (size_t i = 0; i < accounts.size() && !application.Cycle().IsStopRequested(); ++i) {
         const int code = AddAccount(application, frontEnd, accounts[i], [&](const std::string& name) {

@@ -10,18 +10,31 @@
 class CONSOLEFRONTEND;
 class TARNWICK;
 
-/// Encrypted: the scheme is that of a connection which is not spoken yet, such as imaps://.
-enum class ADDRESSFAULT { None, Scheme, Encrypted, Form, Port };
+enum class ADDRESSFAULT { None, Scheme, Form, Port };
+
+/// A mailbox, and how the line to its server is protected.
+struct ACCOUNTWISH {
+    MAILADDRESS Address;
+    int Security = SECURITY_TLS;
+};
 
 /// Takes an address apart: scheme://user@host[:port], or scheme://user for a kind without servers; the user is
-/// percent-encoded (RFC 3986). No part of it may be empty, hold a control byte or a "|"; a port is 1 to 65535. There is
-/// no password in it.
-ADDRESSFAULT ParseMailAddress(std::string_view text, MAILADDRESS& address);
+/// percent-encoded (RFC 3986). The scheme tells the security (see MAILACCOUNT::Scheme). No part of it may be empty,
+/// hold a control byte or a "|"; a port is 1 to 65535. There is no password in it.
+ADDRESSFAULT ParseMailAddress(std::string_view text, ACCOUNTWISH& wish);
 
 /// True for a plain mail address, user@domain, which names no server: `address` gets the user.
 bool IsPlainAddress(std::string_view text, MAILADDRESS& address);
-/// The kind and the server that the domain of a plain address names; false if it names none.
-bool TakeProposal(const SERVERPROPOSAL& proposal, MAILADDRESS& address);
+/// The kind, the server and its security that the domain of a plain address names; false if it names none.
+bool TakeProposal(const SERVERPROPOSAL& proposal, ACCOUNTWISH& wish);
+
+/// Tries the account's login and tells how that went. Where it fails for the certificate of the server, the person at
+/// the terminal is asked whether to trust it from now on; nobody else is, and is told how to. An exit code.
+[[nodiscard]] int ShowLogin(TARNWICK& application, CONSOLEFRONTEND& frontEnd, int index);
+
+/// Lets an account trust the certificate that "ACCOUNT=SHA256" names, 64 hexadecimal digits, which ":" and blanks may
+/// split, and tries its login; without digits it trusts none any more. An exit code; what is wrong is printed.
+[[nodiscard]] int TrustCertificate(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const STRING& text);
 
 /// Adds the accounts that the addresses name, none if one of these is no address, and saves. For a plain mail address
 /// the domain is asked for its servers. The passwords are the lines of passwordFile (in the program's form of paths;

@@ -11,6 +11,7 @@
 #include "app/console/consoletexts.h"
 #include "app/filter/spamfilter.h"
 #include "app/inbox/mailview.h"
+#include "app/mailbox/account.h"
 #include "app/mailbox/listing.h"
 #include "app/reading/shownmail.h"
 #include "corelib/base/headerblock.h"
@@ -137,7 +138,10 @@ int MailCount(const STRINGARRAY& item) {
 std::string MailTable(const STRINGARRAY& item, const TEXTS& texts, const TABLELOOK& look) {
     const STRING listing = item.Get("@FileStore");
     RECORDARRAY mails(MAILHASH_SLOTS, MAILHASH_SLOTS);
-    std::string table = Safe(item.Get("Name")) + " - " + Safe(PersonText(item.Get("LastValue"), item, texts)) + "\n";
+    const int security = MAILACCOUNT::Security(item).Kind;
+    const std::string mark = security == SECURITY_NONE ? "" : " [" + Safe(texts.Part(TEXT_SECURITIES, security)) + "]";
+    std::string table =
+        Safe(item.Get("Name")) + mark + " - " + Safe(PersonText(item.Get("LastValue"), item, texts)) + "\n";
     if (listing.Length() == 0)
         return table;  // not read in this run, so nobody knows its mails
     if (MailCount(item) == 0)

@@ -175,16 +175,18 @@ std::vector<STRING> SESSION::Values(const char* name) const {
 
 // Carries out the switches that are about the accounts themselves, until one fails. Without any there is no exit code.
 std::optional<int> SESSION::ChangeAccounts(TARNWICK& application) {
-    const std::vector<STRING> added = Values("ADD"), removed = Values("REMOVE");
-    if (added.empty() && removed.empty() && !Has("LIST"))
+    const std::vector<STRING> added = Values("ADD"), trusted = Values("TRUST"), removed = Values("REMOVE");
+    if (added.empty() && trusted.empty() && removed.empty() && !Has("LIST"))
         return std::nullopt;
     int code = EXIT_GOOD;
+    application.Cycle().SetStopQuestion([] { return StopAsked.load(); });
     if (!added.empty()) {
-        application.Cycle().SetStopQuestion([] { return StopAsked.load(); });
         code = AddAccounts(application, FrontEnd, added, App.Arguments().GetArgValue("PASSWORDFILE", 0));
     }
     // As they are saved: the numbers in the table are those of the next run, too.
     application.Items.SortByKey("Name", 0);
+    for (size_t i = 0; i < trusted.size() && code == EXIT_GOOD; ++i)
+        code = TrustCertificate(application, FrontEnd, trusted[i]);
     if (!removed.empty() && code == EXIT_GOOD) {
         std::string message;
         code = RemoveAccounts(application, App.Texts(), removed, message);

@@ -8,10 +8,11 @@
 namespace {
 
 constexpr SWITCH SWITCHES[] = {
-    {"ADD", "/ADD:pop3://USER@HOST[:PORT]"},
+    {"ADD", "/ADD:imaps://USER@HOST[:PORT]"},
     {"PASSWORDFILE", "/PASSWORDFILE:FILE"},
     {"LIST", "/LIST"},
     {"REMOVE", "/REMOVE:ACCOUNT"},
+    {"TRUST", "/TRUST:ACCOUNT=SHA256"},
     {"ONCE", "/ONCE"},
     {"INBOX", "/INBOX"},
     {"SHOW", "/SHOW:NUMBER"},

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 #include "app/check/items.h"
 #include "app/core/datadir.h"
@@ -57,6 +58,11 @@ bool PointAt(STRINGARRAY& settings, const char* oldDir, const char* newDir) {
         }
     }
     return any;
+}
+
+/// Keys of which a record from before has none, and looks as it did as long as nobody has chosen anything.
+bool SaysNothing(const STRINGARRAY& item, std::string_view key) {
+    return (key == "Security" || key == "TrustedCertificate") && item.Get(key.data()).Length() == 0;
 }
 
 void SubtractOne(STRINGARRAY& table, const char* key) {
@@ -252,7 +258,7 @@ bool DATAFILES::SaveTables(int mask) {
             STRINGARRAY& item = Tables.Items[i];
             const DYNARRAY<STRING> keys = item.GetKeys();
             for (int k = 0; k < keys.Count(); ++k) {
-                if (keys[k][0] == '@') {
+                if (keys[k][0] == '@' || SaysNothing(item, keys[k].Text())) {
                     item.Delete(keys[k].Text());
                 }
             }

@@ -61,14 +61,31 @@ struct DEMO::MAILBOX {
             Store.Deliver(SampleMail(i, now), "", i / kind.Every < kind.Seen);
     }
 
+    // Web mail goes through a proxy in clear.
+    void Protect(const std::shared_ptr<const TLSIDENTITY>& identity) {
+        if (identity && KindOf(Kind.Type).HasServer()) {
+            Service->SetIdentity(identity);
+            Certificate = identity->Sha256();
+        }
+    }
+    void StoreAddress(STRINGARRAY& item, const STRING& server) const {
+        MAILACCOUNT::SetAddress(item, {Kind.Type, DEMO_USER, server}, DEMO_PASSWORD);
+        MAILACCOUNT::SetSecurity(item, Certificate.Length() > 0 ? SECURITY_TLS : SECURITY_NONE);
+        MAILACCOUNT::SetTrustedCertificate(item, Certificate);
+    }
+
     const KIND& Kind;
     DEMOSTORE Store;
     std::unique_ptr<DEMOSERVICE> Service;
+    STRING Certificate = "";
 };
 
 DEMO::DEMO(int arrivalMs) : ArrivalMs(arrivalMs) {
-    for (const KIND& kind : KINDS)
+    const std::shared_ptr<const TLSIDENTITY> identity = TLSIDENTITY::Create();
+    for (const KIND& kind : KINDS) {
         Mailboxes.push_back(std::make_unique<MAILBOX>(kind));
+        Mailboxes.back()->Protect(identity);
+    }
 }
 
 DEMO::~DEMO() {
@@ -97,15 +114,14 @@ bool DEMO::AddAccounts(TARNWICK& application) {
         server.Format("127.0.0.1:%d", mailbox->Service->Port());
         if (!KindOf(mailbox->Kind.Type).HasServer())
             UseProxy(application, server);
-        const MAILADDRESS address{mailbox->Kind.Type, DEMO_USER, server};
         if (const int known = find(mailbox->Kind.Name); known < application.Items.Count()) {
-            // An earlier run has left it, with what it has seen; only the port is another one.
-            MAILACCOUNT::SetAddress(application.Items[known], address, DEMO_PASSWORD);
+            // An earlier run has left it, with what it has seen; only port and certificate are others.
+            mailbox->StoreAddress(application.Items[known], server);
             continue;
         }
         STRINGARRAY item = application.NewItem();
         item.Set("Name", STRING(mailbox->Kind.Name));
-        MAILACCOUNT::SetAddress(item, address, DEMO_PASSWORD);
+        mailbox->StoreAddress(item, server);
         item.Set("TimingCyclic", STRING(DEMO_CHECK_SECONDS));
         // The demo goes on with the items in memory.
         (void)application.AddItem(item);

@@ -74,9 +74,55 @@ void DEMOSERVICE::Serve() {
     }
 }
 
+namespace {
+
+/// What a session says and hears, in clear or over TLS.
+class WIRE {
+ public:
+    WIRE(SOCKETS::SOCK connection, std::unique_ptr<TLSSESSION> tls) : Connection(connection), Tls(std::move(tls)) {}
+
+    /// What was to be said before there was somebody to hear it goes out when there is.
+    bool Say(std::string_view bytes) {
+        if (!Tls)
+            return SendAll(Connection, bytes);
+        Unsaid.append(bytes);
+        if (Tls->State() == TLSSESSION::STATE::UP && !Unsaid.empty())
+            (void)Tls->Give(std::exchange(Unsaid, {}));  // its state tells
+        return SendAll(Connection, Tls->TakeOutgoing()) && Tls->State() != TLSSESSION::STATE::FAILED;
+    }
+    /// False at the end of the conversation.
+    bool Hear(std::string& heard) {
+        char buffer[1024];
+        const int got = SOCKETS::Recv(Connection, buffer, sizeof buffer);
+        if (got <= 0)
+            return false;
+        const std::string_view bytes(buffer, static_cast<size_t>(got));
+        if (Tls)
+            return Tls->Take(bytes, heard) != TLSSESSION::STATE::CLOSED || !heard.empty();
+        heard = bytes;
+        return true;
+    }
+    ~WIRE() {
+        if (!Tls)
+            return;
+        Tls->Close();
+        SendAll(Connection, Tls->TakeOutgoing());
+    }
+    WIRE(const WIRE&) = delete;
+    WIRE& operator=(const WIRE&) = delete;
+
+ private:
+    const SOCKETS::SOCK Connection;
+    const std::unique_ptr<TLSSESSION> Tls;
+    std::string Unsaid;
+};
+
+}  // namespace
+
 void DEMOSERVICE::Converse(SOCKETS::SOCK connection) {
     const std::unique_ptr<DEMOSESSION> session = MakeSession();
-    if (!SendAll(connection, session->Greeting()))
+    WIRE wire(connection, Identity ? Identity->Serve() : nullptr);
+    if (!wire.Say(session->Greeting()))
         return;
     int idle = 0;
     while (!Stopping && idle < IDLE_LIMIT_MS && !session->Ended()) {
@@ -85,9 +131,8 @@ void DEMOSERVICE::Converse(SOCKETS::SOCK connection) {
             continue;
         }
         idle = 0;
-        char buffer[1024];
-        const int got = SOCKETS::Recv(connection, buffer, sizeof buffer);
-        if (got <= 0 || !SendAll(connection, session->Receive(std::string_view(buffer, static_cast<size_t>(got)))))
+        std::string heard;
+        if (!wire.Hear(heard) || !wire.Say(heard.empty() ? std::string() : session->Receive(heard)))
             return;
     }
 }

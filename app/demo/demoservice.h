@@ -5,8 +5,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "corelib/net/sockets.h"
+#include "corelib/net/tlsidentity.h"
 #include "corelib/system/osys.h"
 
 /// The server's side of one conversation, without its connection: bytes go in, replies come out.
@@ -48,6 +50,8 @@ class DEMOSERVICE {
     DEMOSERVICE(const DEMOSERVICE&) = delete;
     DEMOSERVICE& operator=(const DEMOSERVICE&) = delete;
 
+    /// From the first byte on its conversations are over TLS then. Before Start; null: in clear.
+    void SetIdentity(std::shared_ptr<const TLSIDENTITY> identity) { Identity = std::move(identity); }
     /// Starts to listen; false if the machine gives no port.
     [[nodiscard]] bool Start();
     uint16_t Port() const { return BoundPort; }
@@ -58,6 +62,7 @@ class DEMOSERVICE {
     void Converse(SOCKETS::SOCK connection);
 
     const SESSIONMAKER MakeSession;
+    std::shared_ptr<const TLSIDENTITY> Identity;
     SOCKETS::SOCK Listener = SOCKETS::NONE;
     uint16_t BoundPort = 0;
     OSYS::THREADHANDLE hThread;

@@ -1,6 +1,7 @@
 #include <initializer_list>
 #include <memory>
 
+#include "app/check/trylogin.h"
 #include "app/desktop/dialogs.h"
 #include "app/dialogs/background.h"
 #include "app/dialogs/itemform.h"
@@ -12,7 +13,7 @@
 namespace {
 
 constexpr int ID_NAME = 201, ID_KIND = 401, ID_SERVER = 204, ID_USER = 205, ID_PASSWORD = 206, ID_TEST = 101,
-              ID_WEBMAIL = 280, ID_OTHER_FOLDER = 247, ID_FOLDER = 207;
+              ID_WEBMAIL = 280, ID_OTHER_FOLDER = 247, ID_FOLDER = 207, ID_SECURITY = 402, ID_CERTIFICATE = 208;
 constexpr int ID_FILTER = 249, ID_MOVE = 243, ID_SPAM_FOLDER = 203;
 constexpr UINT WM__TESTED = WM_APP + 1;
 
@@ -60,6 +61,7 @@ class MAILBOXPAGE : public FORMPAGE {
             Test.reset();
             ShowOutcome(Outcome);
             EnableWindow(GetDlgItem(hWnd, ID_TEST), TRUE);
+            AskForTrust();
             return 0;
         }
         if (message == WM_DESTROY)
@@ -96,6 +98,9 @@ class MAILBOXPAGE : public FORMPAGE {
         form.Values.Set("Source.Server", ControlText(ID_SERVER));
         form.Values.Set("Source.User", ControlText(ID_USER));
         form.Values.Set("Source2", ControlText(ID_PASSWORD));
+        form.Values.Set("TrustedCertificate", ControlText(ID_CERTIFICATE));
+        if (const int security = LISTBOX(hWnd, ID_SECURITY).Selected(); security != form.Values.GetNumber("Security"))
+            form.Values.SetNumber("Security", security);
         STRINGARRAY record = Record;
         (void)form.Write(record);
         BeginSession(Parts(), form.Kind());
@@ -105,7 +110,7 @@ class MAILBOXPAGE : public FORMPAGE {
         EnableWindow(GetDlgItem(hWnd, ID_TEST), FALSE);
         Test = std::make_unique<BACKGROUND>(
             [this, record, settings = Settings](const STOPQUESTION& stopAsked) {
-                Outcome = LoginOutcome(record, settings, Parts().Texts, stopAsked, Parts().Mapi);
+                Outcome = LoginOutcome(record, settings, Parts().Texts, stopAsked, Certificate, Parts().Mapi);
             },
             [window = hWnd] { PostMessageW(window, WM__TESTED, 0, 0); });
     }
@@ -119,7 +124,16 @@ class MAILBOXPAGE : public FORMPAGE {
     ITEMFORM& Form;
     const STRINGARRAY& Record;
     const STRINGARRAY& Settings;
-    STRING Outcome;
+    // Whoever tries the login is there to be asked.
+    void AskForTrust() {
+        if (Certificate.Length() == 0 ||
+            !AskYesNo(hWnd, TrustQuestion(Parts().Texts, Outcome), Parts().Texts.Get(TEXT_TITLE), true))
+            return;
+        SetControlText(ID_CERTIFICATE, Certificate);
+        BeginTest();
+    }
+
+    STRING Outcome, Certificate;
     std::unique_ptr<BACKGROUND> Test;
 };
 
@@ -134,7 +148,7 @@ void AddKindRules(const DIALOGPARTS& parts, const ITEMFORM& form, FORMPAGE& mail
                     page.Disable(target, mailbox, ID_KIND, RULE_EQUALS, names[i]);
         };
         if (!kind.HasServer())
-            disable(mailbox, {ID_SERVER});
+            disable(mailbox, {ID_SERVER, ID_SECURITY});
         if (!kind.HasUser)
             disable(mailbox, {ID_USER, ID_PASSWORD});
         if (!kind.HasFolders)

@@ -184,6 +184,10 @@ void ITEMLIST::SetItemColumn(int handle, int column, const STRING& text) {
 STRING ITEMLIST::RowTip(int row) const {
     STRING text = List.GetItemText(row, NAME_COLUMN) || ": " || List.GetItemText(row, RESULT_COLUMN);
     const STRINGARRAY* const item = Application.FindItem(static_cast<int>(List.RowData(row)));
+    if (const int security = item ? MAILACCOUNT::Security(*item).Kind : static_cast<int>(SECURITY_NONE);
+        security != SECURITY_NONE)
+        text += STRING("\n") || Application.Texts().Get(TEXT_PROTECTED) ||
+                Application.Texts().Part(TEXT_SECURITIES, security);
     const STRING checked = item ? item->Get("LastRefreshString") : STRING();
     if (checked.Length() > 0)
         text +=

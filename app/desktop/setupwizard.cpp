@@ -52,7 +52,9 @@ class SETUPPAGE : public FORMPAGE {
                 for (const int control :
                      {201, 202, 203, 204, 104, LabelOf(201), LabelOf(202), LabelOf(203), LabelOf(204)})
                     Disable(control, 226, RULE_SET);
-                for (const int control : {201, LabelOf(201), 104})
+                for (const int control : {401, LabelOf(401)})
+                    Disable(control, 226, RULE_SET);
+                for (const int control : {201, LabelOf(201), 104, 401, LabelOf(401)})
                     Disable(control, 223, RULE_SET);
                 break;
             case PAGE_SETUP_SENDING:
@@ -150,6 +152,8 @@ class SETUPPAGE : public FORMPAGE {
             const int type = found.BestType(imap ? ITEMTYPE_IMAP : ITEMTYPE_POP3);
             CheckRadioButton(hWnd, 221, 226, type == ITEMTYPE_IMAP ? 222 : 221);
             service = &found.Of(type);
+            if (service->Origin != OFFEREDSERVICE::NONE)
+                LISTBOX(hWnd, 401).Select(service->Security());
         }
         if (service->Origin != OFFEREDSERVICE::NONE)
             SetControlText(Asker.Server, service->Server);

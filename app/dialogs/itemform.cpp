@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr const char* NAMES[] = {"Name", "Source.Server", "Source.User", "AltFolder", "SpamFolder"};
+constexpr const char* NAMES[] = {"Name",      "Source.Server", "Source.User",
+                                 "AltFolder", "SpamFolder",    "TrustedCertificate"};
 
 }  // namespace
 
@@ -70,7 +71,12 @@ bool ITEMFORM::Write(STRINGARRAY& record) const {
         if (IsChanged(name))
             values.Set(name, Stripped(values.Get(name)));
     const MAILBOXKIND& kind = Kind();
-    const bool moved = IsSuccessor || IsChanged("Type.Kind") || IsChanged("Source.Server") || IsChanged("Source.User");
+    if (IsChanged("Security"))
+        values.Set("Source.Server",
+                   MAILACCOUNT::FollowPort(values.Get("Source.Server"), kind.Type, Before.GetNumber("Security"),
+                                           Values.GetNumber("Security")));
+    const bool moved = IsSuccessor || IsChanged("Security") || IsChanged("Type.Kind") || IsChanged("Source.Server") ||
+                       IsChanged("Source.User");
     if (kind.IsKnown() && (moved || IsChanged("Source2")))
         MAILACCOUNT::SetAddress(record, {kind.Type, values.Get("Source.User"), values.Get("Source.Server")},
                                 values.Get("Source2"));

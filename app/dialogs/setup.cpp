@@ -56,6 +56,7 @@ STRINGARRAY SETUP::Begin(int page) const {
             break;
         case PAGE_SETUP_ACCOUNT:
             form.SetNumber("Type", ITEMTYPE_POP3);
+            form.SetNumber("Security", SECURITY_TLS);
             form.Set("TimingCyclic", "600");
             break;
         case PAGE_SETUP_USER:
@@ -152,6 +153,7 @@ int SETUP::AddAccount(const STRINGARRAY& form) {
     STRINGARRAY item(64, 64);
     item.Set("Name", STRING("Mail ") || (kind.HasServer() ? address.Server : STRING(kind.StoredServer)));
     MAILACCOUNT::SetAddress(item, address, form.Get("Source2"));
+    MAILACCOUNT::SetSecurity(item, kind.HasServer() ? form.GetNumber("Security") : static_cast<int>(SECURITY_TLS));
     item.SetNumber("TimingCyclic", period);
     item.Set("TrayCheck", "1");
     Items.Add(item);
@@ -202,7 +204,7 @@ STRING ProgramOfCommand(const STRING& command) {
 
 STRING ProposalText(const TEXTS& texts, const SERVERPROPOSAL& proposal, const OFFEREDSERVICE& service) {
     // In the order of the origins.
-    const int numbers[] = {TEXT_SETUP_NAMED, TEXT_SETUP_ENCRYPTED,
+    const int numbers[] = {TEXT_SETUP_ENCRYPTED, TEXT_SETUP_NAMED,
                            proposal.Silent ? TEXT_SETUP_SILENT : TEXT_SETUP_USUAL, TEXT_SETUP_NO_SERVICE};
     STRING text = texts.Get(numbers[service.Origin]);
     text.Replace("$1", proposal.Domain.Text());

@@ -1,5 +1,6 @@
 #include "app/mailbox/account.h"
 
+#include <string>
 #include <utility>
 
 #include "corelib/base/ascii.h"
@@ -45,6 +46,48 @@ void SetPassword(STRINGARRAY& item, STRING password) {
     password = CODEPAGE::ToUtf8(password);
     password.SetFlags(password.GetFlags() | STRINGFLAG_BINARY);
     item.Set("Source2", std::move(password));
+}
+
+MAILSECURITY Security(const STRINGARRAY& item) {
+    const auto value = [&item](const char* key) { return item.Exists(key) ? item.Get(key) : STRING(""); };
+    const STRING kind = value("Security");
+    if (kind.Length() == 0 || Kind(item).TlsPort == 0)
+        return {};
+    // Whatever else stands there is no wish for a line that others can read.
+    const int security = kind == "0" ? SECURITY_NONE : kind == "2" ? SECURITY_STARTTLS : SECURITY_TLS;
+    return {security, true, value("TrustedCertificate")};
+}
+
+void SetSecurity(STRINGARRAY& item, int kind) {
+    item.SetNumber("Security", kind);
+}
+
+void SetTrustedCertificate(STRINGARRAY& item, const STRING& sha256) {
+    item.Set("TrustedCertificate", sha256);
+}
+
+STRING Scheme(int type, int security) {
+    const MAILBOXKIND& kind = KindOf(type);
+    // Without a server there is nothing to choose.
+    if (!kind.Scheme || (!kind.HasServer() && security != SECURITY_TLS))
+        return "";
+    const char* const ends[] = {"://", "s://", "+tls://"};
+    const STRING scheme(kind.Scheme);
+    return kind.HasServer() ? scheme.Word(0, ":") || ends[security] : scheme;
+}
+
+STRING Destination(const STRING& server, int type, int security) {
+    const MAILBOXKIND& kind = KindOf(type);
+    return server || (":" + std::to_string(security == SECURITY_TLS ? kind.TlsPort : kind.Port)).c_str();
+}
+
+STRING FollowPort(const STRING& server, int type, int before, int after) {
+    const MAILBOXKIND& kind = KindOf(type);
+    const auto usual = [&](int security) { return security == SECURITY_TLS ? kind.TlsPort : kind.Port; };
+    const std::string end = ":" + std::to_string(usual(before));
+    const std::string_view text = server.View();
+    return usual(before) != usual(after) && text.ends_with(end) ? STRING(text.substr(0, text.size() - end.size()))
+                                                                : server;
 }
 
 MAILCOUNTS Counts(const STRINGARRAY& item) {

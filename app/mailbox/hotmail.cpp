@@ -71,11 +71,12 @@ int MetaRefresh(WEBSESSION& session, STRING& page) {
 
 /// Logs in and goes on to the inbox page. The status number of the way to the inbox; 200 is a page, which may be
 /// another one than the inbox. `page` is where it ended, or a text whose word 1 is a number.
-int LogIn(WEBSESSION& session, const STRING& user, const STRING& password, STRING& page) {
+int LogIn(WEBSESSION& session, const MAILBOXCALL& call, STRING& page) {
     STRING login = LOGIN_DOC;
-    login.Replace("$(USER)", user.Text());
-    login.Replace("$(PASS)", password.Text());
-    int status = session.WebFetch(HOTMAIL_LOGIN_HOST, login, page);
+    login.Replace("$(USER)", call.User.Text());
+    login.Replace("$(PASS)", call.Password.Text());
+    const STRING scheme = call.Security.Kind == SECURITY_NONE ? "" : "https://";
+    int status = session.WebFetch(scheme || HOTMAIL_LOGIN_HOST, login, page);
     if (status == GOOD) {
         status = MetaRefresh(session, page);
         if (status == NO_REFRESH)
@@ -149,7 +150,7 @@ bool HotmailGet(const MAILBOXCALL& call, const STRING& host, bool fetchBody, STR
     call.Progress.Show(TEXT_CONNECTING, host);
     WEBSESSION session(call.Settings, call.StopAsked);
     STRING page;
-    const int status = LogIn(session, call.User, call.Password, page);
+    const int status = LogIn(session, call, page);
     if (status != GOOD) {
         STRING message = page.Line(0, WORD_NEVERNULL).Word(1, " ", 1 | WORD_NEVERNULL);
         if (message.Length() == 0)
@@ -165,7 +166,7 @@ int HotmailDelete(const MAILBOXCALL& call, const STRING& ids) {
     call.Progress.Show(TEXT_CONNECTING, HOTMAIL_DISPLAY_HOST);
     WEBSESSION session(call.Settings, call.StopAsked);
     STRING page;
-    const int status = LogIn(session, call.User, call.Password, page);
+    const int status = LogIn(session, call, page);
     if (status != GOOD)
         return status;
     const STRING target = session.Host() || DELETE_DOC;

@@ -8,7 +8,7 @@
 /// IMAP (RFC 3501) with LOGIN, SELECT, SEARCH, FETCH, STORE, COPY, EXPUNGE and LOGOUT on port 143; a server text of the
 /// form host:port reaches any port. Reading changes no flag: content is fetched with BODY.PEEK only.
 
-inline constexpr int IMAP_PORT = 143;
+inline constexpr int IMAP_PORT = 143, IMAPS_PORT = 993;
 
 /// Time-outs and pauses, and the most that a server may say. Tests shrink them.
 struct IMAPTIMES {

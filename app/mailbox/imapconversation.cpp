@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "app/mailbox/account.h"
 #include "app/mailbox/imap.h"
 #include "app/mailbox/imapreply.h"
 #include "app/mailbox/listing.h"
+#include "app/mailbox/protection.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
 #include "corelib/base/codepage.h"
@@ -42,26 +44,35 @@ STRING Quoted(std::string_view text, std::string_view escaped) {
     return STRING(std::string_view(result += '"'));
 }
 
-bool HasOtherLetters(const STRING& text) {
-    return std::ranges::any_of(text.View(), [](char c) { return (c & 0x80) != 0; });
-}
-
 // Letters outside ASCII stay as they are, and servers take them in quotes only.
 STRING LoginName(const STRING& user) {
-    if (HasOtherLetters(user))
+    if (LOGIN::HasOtherLetters(user))
         return Quoted(MAILACCOUNT::Printable(user).View(), "\"\\");
     return std::ranges::all_of(user.View(), ASCII::IsLetterOrDigit) ? user : Quoted(user.Escape("").View(), "\"");
 }
 
+// As an argument of LOGIN that the server takes in whatever bytes it holds. `secret` gets a piece more for each time
+// that the server has to ask for it.
+void AppendArgument(IMAPCONVERSATION::SECRET& secret, const STRING& text, bool unasked) {
+    const auto last = [&]() -> std::string& { return secret.Answers.empty() ? secret.AtOnce : secret.Answers.back(); };
+    const std::string_view bytes = text.View();
+    if (std::ranges::all_of(bytes, [](char c) { return c >= ' ' && c < '\x7f'; })) {
+        last().append(" ").append(Quoted(bytes, "\"\\").View());
+        return;
+    }
+    last() += " {" + std::to_string(bytes.size()) + (unasked ? "+}\r\n" : "}");
+    unasked ? last().append(bytes) : secret.Answers.emplace_back(bytes);
+}
+
 STRING LoginPassword(const STRING& password) {
     const STRING plain = MAILACCOUNT::Printable(password);
-    return HasOtherLetters(plain) ? Quoted(plain.View(), "\"\\") : plain;
+    return LOGIN::HasOtherLetters(plain) ? Quoted(plain.View(), "\"\\") : plain;
 }
 
 // A folder's name as servers have it (RFC 3501, 5.1.3). A name of ASCII alone stands as the user has given it, which
 // may be this form already.
 STRING ModifiedUtf7(const STRING& name) {
-    if (!HasOtherLetters(name))
+    if (!LOGIN::HasOtherLetters(name))
         return name;
     const STRING utf8 = CODEPAGE::ToUtf8(name);
     std::string result;
@@ -102,41 +113,106 @@ bool IsQuoted(std::string_view text) {
 
 }  // namespace
 
-IMAPCONVERSATION::IMAPCONVERSATION(BASEIO& device, const MAILBOXCALL& call)
-    : Device(device), Server(call.Server), User(call.User), Password(call.Password) {
+IMAPCONVERSATION::IMAPCONVERSATION(BASEIO& device, const MAILBOXCALL& call) : Device(device), Call(call) {
     Device.SetStopQuestion(call.StopAsked);
 }
 
+bool IMAPCONVERSATION::DeviceFailed() {
+    Unconnected = OfConnection = true;
+    Last = Device.GetInfo("LastErrorString");
+    return false;
+}
+
 bool IMAPCONVERSATION::Connect() {
-    if (!Device.MakeCall((Server || (":" + std::to_string(IMAP_PORT)).c_str()).Text())) {
-        Unconnected = OfConnection = true;
-        Last = Device.GetInfo("LastErrorString");
-        return false;
-    }
+    if (!CallServer(Device, Call, ITEMTYPE_IMAP))
+        return DeviceFailed();
     Begin();
-    return End(ReadLine(), GREETING_TAG);
+    if (!End(ReadLine(), GREETING_TAG))
+        return false;
+    if (Call.Security.Kind != SECURITY_STARTTLS)
+        return true;
+    if (!Ask("STARTTLS"))
+        return IsAnswered() ? Fail(NO_STARTTLS) : false;
+    // What was said before may have been anybody's word.
+    CapabilityKnown = false;
+    CapabilityList.clear();
+    return StartTls(Device, Call) || DeviceFailed();
 }
 
 bool IMAPCONVERSATION::LogIn() {
-    // What the server can do may be more once somebody has logged on.
-    CapabilityKnown = HasUidPlus;
-    STRING bare = Password;
+    STRING bare = Call.Password;
     bare.Strip('B', " ");
-    return Ask(STRING("LOGIN ") || LoginName(User) || " " || LoginPassword(bare),
+    return Call.Security.IsModern ? LogInByBestWay(bare) : LogInAsOfOld(bare);
+}
+
+bool IMAPCONVERSATION::LogInAsOfOld(const STRING& password) {
+    TagName = "IMAPCMD";
+    // What the server can do may be more once somebody has logged on.
+    CapabilityKnown = Has("UIDPLUS");
+    return Ask(STRING("LOGIN ") || LoginName(Call.User) || " " || LoginPassword(password),
                [this](std::string_view line) { LearnCapability(line); });
 }
 
-bool IMAPCONVERSATION::Ask(const STRING& command, const LISTENER& hear) {
+bool IMAPCONVERSATION::LogInByBestWay(const STRING& password) {
+    const auto learn = [this](std::string_view line) { LearnCapability(line); };
+    if (!CapabilityKnown && !Ask("CAPABILITY", learn) && !IsAnswered())
+        return false;
+    const LOGIN::MECHANISM mechanism = LOGIN::Best(CapabilityList, "AUTH=");
+    if (mechanism == LOGIN::MECHANISM::NONE && Has("LOGINDISABLED"))
+        return Fail(NO_LOGIN_WAY);
+    SECRET secret;
+    STRING command("LOGIN");
+    if (mechanism != LOGIN::MECHANISM::NONE) {
+        command = STRING("AUTHENTICATE ") || LOGIN::Name(mechanism);
+        secret.Answers = LOGIN::Answers(mechanism, Call.User, password);
+        if (secret.Answers.size() == 1 && Has("SASL-IR")) {
+            secret.AtOnce = " " + secret.Answers[0];
+            secret.Answers.clear();
+        }
+    } else {
+        AppendArgument(secret, Call.User, Has("LITERAL+"));
+        AppendArgument(secret, password, Has("LITERAL+"));
+    }
+    TagName = "IMAPCMD";
+    NextTag = 0;
+    CapabilityKnown = Has("UIDPLUS");
+    std::string alert, farewell;
+    const bool good = Ask(
+        command,
+        [&](std::string_view line) {
+            LearnCapability(line);
+            if (alert.empty())
+                alert = IMAPREPLY::Alert(line);
+            if (ASCII::BeginsWith(line, "* BYE"))
+                farewell = line.substr(0, LAST_LINE_BYTES);
+        },
+        secret);
+    if (good)
+        return true;
+    if (Lost && !farewell.empty())
+        Fail(farewell.c_str());
+    else if (Answered && !alert.empty() && !ASCII::Holds(Last.View(), alert))
+        Last = Last || " " || alert.substr(0, LAST_LINE_BYTES).c_str();
+    return false;
+}
+
+bool IMAPCONVERSATION::Ask(const STRING& command, const LISTENER& hear, const SECRET& secret) {
     STRING line;
-    line.Format("IMAPCMD_%u ", NextTag++);
+    line.Format("%s_%u ", TagName, NextTag++);
     const std::string tag(line.View());
     line += command;
     Begin();
-    TCP::WriteCommand(Device, line.Text(), nullptr, 0, 0);
+    if (secret.AtOnce.empty())
+        TCP::WriteCommand(Device, line.Text(), nullptr, 0, 0);
+    else
+        TCP::WriteSecret(Device, line.Text(), secret.AtOnce);
+    auto answer = secret.Answers.begin();
     bool whole = ReadLine();
     Trace("TCP::WriteCommand %s returned %s\n", line.Text(), Line.c_str());
     while (whole && !Line.starts_with(tag)) {
-        if (hear)
+        if (answer != secret.Answers.end() && Line.starts_with('+'))
+            TCP::WriteSecret(Device, "", *answer++);
+        else if (hear)
             hear(Line);
         whole = ReadLine();
     }
@@ -233,7 +309,7 @@ bool IMAPCONVERSATION::CanExpungeByUid() {
     if (!CapabilityKnown)
         Ask("CAPABILITY", [this](std::string_view line) { LearnCapability(line); });
     CapabilityKnown = true;
-    return HasUidPlus;
+    return Has("UIDPLUS");
 }
 
 bool IMAPCONVERSATION::Fail(const char* text) {
@@ -243,5 +319,8 @@ bool IMAPCONVERSATION::Fail(const char* text) {
 }
 
 void IMAPCONVERSATION::LearnCapability(std::string_view line) {
-    CapabilityKnown = IMAPREPLY::ReadCapability(line, "UIDPLUS", HasUidPlus) || CapabilityKnown;
+    if (const std::optional<std::string_view> list = IMAPREPLY::Capabilities(line)) {
+        CapabilityKnown = true;
+        CapabilityList = *list;
+    }
 }

@@ -4,7 +4,9 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "app/mailbox/login.h"
 #include "app/mailbox/mailhandler.h"
 #include "corelib/net/baseio.h"
 
@@ -17,13 +19,20 @@ class IMAPCONVERSATION {
     /// From now on the device asks the call's stop question.
     IMAPCONVERSATION(BASEIO& device, const MAILBOXCALL& call);
 
-    /// Connects and hears the greeting; true if the server wants to talk to somebody who has yet to log on.
+    /// Connects, over a line that is protected as the call's Security wants it, and hears the greeting; true if the
+    /// server wants to talk to somebody who has yet to log on.
     [[nodiscard]] bool Connect();
+    /// False, with the server's words, which hold what it wants a person to know.
     [[nodiscard]] bool LogIn();
 
+    /// What goes with a command, and into no trace: directly after it, and at each "+" of the server.
+    struct SECRET {
+        std::string AtOnce;
+        std::vector<std::string> Answers;
+    };
     /// Sends a command with the next tag in front, and hears its reply up to the line with that tag; true if the server
     /// agrees. While the bytes of a literal pass, none of them is taken for anything else.
-    bool Ask(const STRING& command, const LISTENER& hear = {});
+    bool Ask(const STRING& command, const LISTENER& hear = {}, const SECRET& secret = {});
     /// True if the last reply came to its end, whatever it said.
     bool IsAnswered() const { return Answered; }
     /// True if it did not, as the server hung up.
@@ -59,13 +68,18 @@ class IMAPCONVERSATION {
     void Begin();
     [[nodiscard]] bool End(bool whole, std::string_view tag);
     void LearnCapability(std::string_view line);
+    [[nodiscard]] bool DeviceFailed();
+    [[nodiscard]] bool LogInAsOfOld(const STRING& password);
+    [[nodiscard]] bool LogInByBestWay(const STRING& password);
+    bool Has(std::string_view capability) const { return LOGIN::HoldsWord(CapabilityList, capability); }
 
     BASEIO& Device;
-    const STRING Server, User, Password;
+    const MAILBOXCALL& Call;
     std::string Line;  // the one that is read, or was read last
     STRING Last;
-    int64_t Bytes = 0;  // of the present reply
-    int64_t Start = 0;  // of the present reply, in s
+    int64_t Bytes = 0;                // of the present reply
+    int64_t Start = 0;                // of the present reply, in s
+    const char* TagName = "IMAPPRE";  // until the login
     uint32_t NextTag = 0;
     bool Answered = false;
     bool Lost = false;
@@ -73,5 +87,5 @@ class IMAPCONVERSATION {
     bool OfConnection = false;  // the last line
     bool Unconnected = false;
     bool CapabilityKnown = false;
-    bool HasUidPlus = false;
+    std::string CapabilityList;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "app/mailbox/login.h"
 #include "corelib/base/ascii.h"
 
 namespace IMAPREPLY {
@@ -96,10 +97,7 @@ class ITEMS {
 bool HoldsFlag(std::string_view list, std::string_view flag) {
     list.remove_prefix(list.starts_with('('));
     list.remove_suffix(list.ends_with(')'));
-    while (!list.empty())
-        if (ASCII::Equal(ASCII::Take(list, ' '), flag))
-            return true;
-    return false;
+    return LOGIN::HoldsWord(list, flag);
 }
 
 }  // namespace
@@ -176,7 +174,7 @@ bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers) {
     return true;
 }
 
-bool ReadCapability(std::string_view line, std::string_view wanted, bool& has) {
+std::optional<std::string_view> Capabilities(std::string_view line) {
     constexpr std::string_view NAME = "CAPABILITY ";
     const bool own = line.starts_with(UNTAGGED) && ASCII::BeginsWith(line.substr(UNTAGGED.size()), NAME);
     if (own) {
@@ -184,13 +182,21 @@ bool ReadCapability(std::string_view line, std::string_view wanted, bool& has) {
     } else {
         ASCII::Take(line, ' ');
         if (!ASCII::Equal(ASCII::Take(line, ' '), "OK") || !line.starts_with('['))
-            return false;
+            return std::nullopt;
         line = line.substr(1, line.find(']') - 1);
         if (!ASCII::BeginsWith(line, NAME))
-            return false;
+            return std::nullopt;
     }
-    has = HoldsFlag(line.substr(NAME.size()), wanted);
-    return true;
+    return line.substr(NAME.size());
+}
+
+std::string_view Alert(std::string_view line) {
+    ASCII::Take(line, ' ');
+    ASCII::Take(line, ' ');
+    if (!ASCII::BeginsWith(line, "[ALERT]") && !ASCII::BeginsWith(line, "[WEBALERT"))
+        return {};
+    ASCII::Take(line, ']');
+    return ASCII::TrimLeft(line, " ");
 }
 
 void TakeFetch(std::string_view line, uint32_t number, FETCHED& fetched) {

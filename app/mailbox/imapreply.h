@@ -32,8 +32,13 @@ bool ReadUidValidity(std::string_view line, uint32_t& validity);
 /// Adds the numbers of a line "* SEARCH ..."; false for another line. What is no number is passed over.
 [[nodiscard]] bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers);
 
-/// If the line lists what the server can do, in a line of its own or after an OK: stores whether `wanted` is among it.
-[[nodiscard]] bool ReadCapability(std::string_view line, std::string_view wanted, bool& has);
+/// What the server can do, split by blanks, if the line lists it, on its own or after an OK; of a line that does not,
+/// nothing.
+std::optional<std::string_view> Capabilities(std::string_view line);
+
+/// What stands after "[ALERT]" or "[WEBALERT ...]" in the server's own words, which are for the user; empty for another
+/// line.
+std::string_view Alert(std::string_view line);
 
 /// What was said of one mail.
 struct FETCHED {

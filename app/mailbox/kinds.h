@@ -16,6 +16,7 @@ struct MAILBOXKIND {
     const MAILHANDLER* Handler = nullptr;  // null: its accounts are kept, and cannot be read
     const char* Scheme = nullptr;          // of its addresses, with "://"; null: it has none
     int Port = 0;                          // where a server is asked that names none
+    int TlsPort = 0;                       // and over TLS from the first byte
     const char* Greeting = nullptr;        // how a server's first line begins; null: it does not speak first
     bool HasSession = false;               // of this machine, see MAPISTORE; no server
     const char* StoredServer = nullptr;    // fills the server's place in a record; null: each account has its server

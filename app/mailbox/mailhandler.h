@@ -2,6 +2,7 @@
 
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
+#include "app/mailbox/account.h"
 #include "corelib/base/stopquestion.h"
 #include "corelib/base/stringarray.h"
 
@@ -32,6 +33,7 @@ struct MAILBOXCALL {
     STRING Server;
     STRING User;
     STRING Password;
+    MAILSECURITY Security = {};
     bool SummaryOnly = false;   // the listing is wanted without its mails
     MAPISTORE* Mapi = nullptr;  // the program's session, if it has one
 };

@@ -11,6 +11,7 @@ bool MAILHANDLING::WithHandler(STRINGARRAY& item, WORK work) {
     PROGRESS progress(FrontEnd, TextTable, item.GetNumber("@Handle"));
     const MAILADDRESS address = MAILACCOUNT::Address(item);
     MAILBOXCALL call{item, progress, *Settings, StopAsked, address.Server, address.User, MAILACCOUNT::Password(item)};
+    call.Security = MAILACCOUNT::Security(item);
     call.Mapi = Mapi;
     return work(*kind.Handler, call);
 }

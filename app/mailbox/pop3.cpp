@@ -6,9 +6,12 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/mailbox/account.h"
 #include "app/mailbox/listing.h"
+#include "app/mailbox/login.h"
+#include "app/mailbox/protection.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 #include "corelib/net/tcpio.h"
@@ -29,6 +32,11 @@ constexpr const char* SILENT = "999 Read Timeout";
 constexpr const char* NO_END = "999 TOP reply without end";
 constexpr const char* BAD_STAT = "999 STAT result error";
 constexpr const char* BAD_LIST = "999 LIST result error";
+
+constexpr const char* NO_CAPA_END = "999 CAPA reply without end";
+
+constexpr int MOST_CAPABILITIES = 200;
+constexpr size_t MOST_COMMAND_BYTES = 255;  // RFC 2449
 
 STRING Join(const char* word, std::string_view argument) {
     STRING command = word;
@@ -76,8 +84,8 @@ class TALK {
     }
 
     bool LogOn();
-    /// Sends a command and reads its one line of reply. True if the server agrees.
-    bool Ask(const STRING& command);
+    /// Sends a command and reads its one line of reply. True if the server agrees. What no trace shows stands after it.
+    bool Ask(const STRING& command, std::string_view secret = {});
     /// STAT, and what it says.
     bool AskState(MAILDROP& drop);
     /// LIST for a mail. True only if the answer is about this mail.
@@ -91,6 +99,11 @@ class TALK {
 
  private:
     bool IsStopped() const { return Call.StopAsked && Call.StopAsked(); }
+    bool Connect();
+    bool DeviceFailed();
+    bool Authenticate(const STRING& user, const STRING& password);
+    bool UseSasl(const STRING& user, const STRING& password);
+    bool AskCapabilities();
     bool Fail(const char* reason);
     bool NoAnswer();
     bool Heed(bool whole);
@@ -100,6 +113,8 @@ class TALK {
     const MAILBOXCALL& Call;
     const char* Fault = nullptr;  // what ended the conversation, if it was not the server's word
     bool LoggedOn = false;
+    bool TakesUser = false;  // and PASS, or so it says
+    LOGIN::MECHANISM Mechanism = LOGIN::MECHANISM::NONE;
     char Reply[POP_LINE] = "";
     char Line[POP_LINE];  // of a mail
 };
@@ -126,28 +141,117 @@ bool TALK::Heed(bool whole) {
     return ASCII::BeginsWith(Reply, "+OK");
 }
 
-bool TALK::Ask(const STRING& command) {
+bool TALK::Ask(const STRING& command, std::string_view secret) {
     if (IsStopped())
         return Fail(STOPPED);
     bool whole = false;
-    TCP::WriteCommand(Device, command.Text(), Reply, sizeof Reply, PopTimes.ReplyMs, &whole);
+    if (secret.empty()) {
+        TCP::WriteCommand(Device, command.Text(), Reply, sizeof Reply, PopTimes.ReplyMs, &whole);
+    } else {
+        TCP::WriteSecret(Device, command.Text(), secret);
+        TCP::ReadLine(Device, Reply, sizeof Reply, PopTimes.ReplyMs, &whole);
+    }
     return Heed(whole);
+}
+
+bool TALK::DeviceFailed() {
+    const STRING error = Device.GetInfo("LastErrorString");
+    Trace("TCP::PopGet error: %s\n", error.Text());
+    snprintf(Reply, sizeof Reply, "%s%s", ERROR_PREFIX, error.Text());
+    return false;
+}
+
+/// Up to the greeting, over a line that is protected as it has to be.
+bool TALK::Connect() {
+    if (!CallServer(Device, Call, ITEMTYPE_POP3))
+        return DeviceFailed();
+    bool whole = false;
+    TCP::ReadLine(Device, Reply, sizeof Reply, PopTimes.GreetingMs, &whole);
+    if (!Heed(whole))
+        return false;
+    if (Call.Security.Kind != SECURITY_STARTTLS)
+        return true;
+    if (!Ask("STLS"))
+        return IsRefused() ? Fail(NO_STARTTLS) : false;
+    return StartTls(Device, Call) || DeviceFailed();
 }
 
 bool TALK::LogOn() {
     STRING user = Call.User, password = Call.Password;
     user.Strip('B', " ");
     password.Strip('B', " ");
-    if (!Device.MakeCall((Call.Server || (":" + std::to_string(POP3_PORT)).c_str()).Text())) {
-        const STRING error = Device.GetInfo("LastErrorString");
-        Trace("TCP::PopGet error: %s\n", error.Text());
-        snprintf(Reply, sizeof Reply, "%s%s", ERROR_PREFIX, error.Text());
+    if (!Connect())
         return false;
-    }
-    bool whole = false;
-    TCP::ReadLine(Device, Reply, sizeof Reply, PopTimes.GreetingMs, &whole);
-    return Heed(whole) && Ask(Join("USER ", MAILACCOUNT::Printable(user).View())) &&
+    if (Call.Security.IsModern)
+        return Authenticate(user, password);
+    return Ask(Join("USER ", MAILACCOUNT::Printable(user).View())) &&
            Ask(Join("PASS ", MAILACCOUNT::Printable(password).View()));
+}
+
+/// Each way to log in that there may be, the usual one as far as possible: whether there are others is asked only where
+/// it matters.
+bool TALK::Authenticate(const STRING& user, const STRING& password) {
+    const std::string stamp(Call.Security.Kind == SECURITY_NONE ? LOGIN::TimeStamp(Reply) : std::string_view());
+    const std::string digest = stamp.empty() ? stamp : LOGIN::ApopDigest(stamp, password);
+    if (!digest.empty()) {
+        if (Ask("APOP ", (MAILACCOUNT::Printable(user) || " " || digest.c_str()).View()))
+            return true;
+        // Servers greet so whom they cannot prove a password to, too. A code tells more.
+        if (!IsRefused() || strchr(Reply, '['))
+            return false;
+    }
+    const bool isForeign = LOGIN::HasOtherLetters(user) || LOGIN::HasOtherLetters(password);
+    if (isForeign && AskCapabilities() && Mechanism != LOGIN::MECHANISM::NONE)
+        return UseSasl(user, password);
+    if (Fault)
+        return false;
+    const bool isUserTaken = Ask("USER ", MAILACCOUNT::Printable(user).View());
+    if (isUserTaken && Ask("PASS ", MAILACCOUNT::Printable(password).View()))
+        return true;
+    if (isForeign || !IsRefused())
+        return false;
+    // The password may be good, and only the way wrong. USER and PASS are PLAIN to servers, which have USER on their
+    // lists without it, too.
+    const STRING refusal(Reply);
+    const bool listed = AskCapabilities();
+    const bool wasPlain = isUserTaken && TakesUser && Mechanism == LOGIN::MECHANISM::PLAIN;
+    if (listed && Mechanism != LOGIN::MECHANISM::NONE && !wasPlain)
+        return UseSasl(user, password);
+    Fault = nullptr;
+    snprintf(Reply, sizeof Reply, "%s", refusal.Text());
+    return false;
+}
+
+bool TALK::UseSasl(const STRING& user, const STRING& password) {
+    const std::vector<std::string> answers = LOGIN::Answers(Mechanism, user, password);
+    const STRING command = Join("AUTH ", LOGIN::Name(Mechanism));
+    // One answer can go at once, if the line does not get too long.
+    const bool atOnce =
+        answers.size() == 1 && answers[0].size() + static_cast<size_t>(command.Length()) < MOST_COMMAND_BYTES;
+    bool good = atOnce ? Ask(command || " ", answers[0]) : Ask(command);
+    // A server that does not know of that asks for it all the same.
+    for (const std::string& answer : answers)
+        good = good || (!Fault && Reply[0] == '+' && Ask("", answer));
+    return good;
+}
+
+/// CAPA, and what it says about logins (RFC 2449). Whoever does not know it says nothing.
+bool TALK::AskCapabilities() {
+    if (!Ask("CAPA"))
+        return false;
+    for (int lines = 0; lines < MOST_CAPABILITIES; ++lines) {
+        bool whole = false;
+        if (IsStopped() || !TCP::ReadLine(Device, Reply, sizeof Reply, PopTimes.ReplyMs, &whole) || !whole)
+            return NoAnswer();
+        std::string_view line = Reply;
+        if (line == ".")
+            return true;
+        const std::string_view name = ASCII::Take(line, ' ');
+        TakesUser = TakesUser || ASCII::Equal(name, "USER");
+        if (ASCII::Equal(name, "SASL"))
+            Mechanism = LOGIN::Best(line);
+    }
+    return Fail(NO_CAPA_END);
 }
 
 bool TALK::AskState(MAILDROP& drop) {

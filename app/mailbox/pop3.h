@@ -8,7 +8,7 @@
 /// POP3 (RFC 1939) with USER and PASS, STAT, LIST, TOP, DELE and QUIT on port 110; a server text of the form host:port
 /// reaches any port. Mail is never fetched: a body's first lines come from TOP.
 
-inline constexpr int POP3_PORT = 110;
+inline constexpr int POP3_PORT = 110, POP3S_PORT = 995;
 
 /// Time-outs in ms, and the most that a listing may take. Tests shrink them.
 struct POPTIMES {

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 
+#include "app/mailbox/imap.h"
+#include "app/mailbox/pop3.h"
 #include "corelib/base/ascii.h"
 
 namespace {
 
-constexpr int SUBMISSION_PORT = 587;
+constexpr int SUBMISSION_PORT = 587, SUBMISSIONS_PORT = 465;
 constexpr size_t LONGEST_DOMAIN = 253;
 constexpr const char* BLANKS = " \t\r\n";
 
@@ -15,12 +17,12 @@ struct SERVICE {
     const char* Name;
     const char* Encrypted;
     const char* UsualHost;
-    int Port;
+    int Port, TlsPort;
 };
 constexpr SERVICE SERVICES[] = {
-    {&SERVERPROPOSAL::Imap, "_imap", "_imaps", "imap.", 143},
-    {&SERVERPROPOSAL::Pop, "_pop3", "_pop3s", "pop.", 110},
-    {&SERVERPROPOSAL::Sending, "_submission", "_submissions", "smtp.", SUBMISSION_PORT},
+    {&SERVERPROPOSAL::Imap, "_imap", "_imaps", "imap.", IMAP_PORT, IMAPS_PORT},
+    {&SERVERPROPOSAL::Pop, "_pop3", "_pop3s", "pop.", POP3_PORT, POP3S_PORT},
+    {&SERVERPROPOSAL::Sending, "_submission", "_submissions", "smtp.", SUBMISSION_PORT, SUBMISSIONS_PORT},
 };
 
 bool IsDomain(std::string_view name) {
@@ -50,7 +52,8 @@ bool SaysNone(const std::vector<DNSRECORD>& records) {
 }  // namespace
 
 int SERVERPROPOSAL::BestType(int preferred) const {
-    const auto rank = [this](int type) { return Of(type).Origin; };
+    // Both kinds that are named are safe.
+    const auto rank = [this](int type) { return std::max(Of(type).Origin, OFFEREDSERVICE::NAMED); };
     const int other = preferred == ITEMTYPE_IMAP ? ITEMTYPE_POP3 : ITEMTYPE_IMAP;
     return rank(other) < rank(preferred) ? other : preferred;
 }
@@ -79,15 +82,19 @@ SERVERPROPOSAL ProposeServers(const STRING& domain, const SERVICEQUESTION& ask) 
                 found.clear();
             return found;
         };
-        const std::vector<DNSRECORD> plain = records(service.Name);
-        const std::vector<DNSRECORD> encrypted = Best(plain) ? std::vector<DNSRECORD>() : records(service.Encrypted);
         OFFEREDSERVICE& offered = proposal.*service.Place;
-        if (const DNSRECORD* best = Best(plain)) {
-            offered = {OFFEREDSERVICE::NAMED, best->Host};
-            if (best->Port != service.Port)
-                offered.Server.AppendFormat(":%d", best->Port);
-        } else if (const DNSRECORD* host = Best(encrypted)) {
-            offered = {OFFEREDSERVICE::ENCRYPTED, host->Host};
+        const auto offer = [&offered](OFFEREDSERVICE::ORIGIN origin, const DNSRECORD& record, int usualPort) {
+            offered = {origin, record.Host};
+            if (record.Port != usualPort)
+                offered.Server.AppendFormat(":%d", record.Port);
+        };
+        // What is protected from the first byte on leaves nobody in between a choice (RFC 8314).
+        const std::vector<DNSRECORD> encrypted = records(service.Encrypted);
+        const std::vector<DNSRECORD> plain = Best(encrypted) ? std::vector<DNSRECORD>() : records(service.Name);
+        if (const DNSRECORD* best = Best(encrypted)) {
+            offer(OFFEREDSERVICE::ENCRYPTED, *best, service.TlsPort);
+        } else if (const DNSRECORD* named = Best(plain)) {
+            offer(OFFEREDSERVICE::NAMED, *named, service.Port);
         } else if (SaysNone(plain) || SaysNone(encrypted)) {
             offered = {OFFEREDSERVICE::NONE, STRING("")};
         } else {

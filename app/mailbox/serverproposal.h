@@ -11,8 +11,8 @@
 /// Where a domain offers one service for mail.
 struct OFFEREDSERVICE {
     enum ORIGIN {
-        NAMED,      // by the domain
-        ENCRYPTED,  // by the domain, for encrypted connections alone: the host, without the port of these
+        ENCRYPTED,  // by the domain, for conversations over TLS
+        NAMED,      // by the domain, for those that begin in the clear
         USUAL,      // the domain says nothing: its usual name
         NONE        // the domain says that there is none
     };
@@ -20,6 +20,8 @@ struct OFFEREDSERVICE {
     STRING Server;  // host, or host:port where that is not the service's own; empty for NONE
 
     bool IsNamed() const { return Origin == NAMED || Origin == ENCRYPTED; }
+    /// What a new account is to have there.
+    int Security() const { return Origin == NAMED ? SECURITY_STARTTLS : SECURITY_TLS; }
 };
 
 /// What is proposed for a mail address (RFC 6186).

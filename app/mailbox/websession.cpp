@@ -128,6 +128,11 @@ class WEBSESSION::CLIENT : public WEBGET {
 };
 
 int WEBSESSION::Request(CLIENT& client, const STRING& host, const STRING& doc, STRING& result) {
+    // What was protected so far would travel readable, cookies first of all.
+    if (IsSecure(PresentHost) && !IsSecure(host)) {
+        result = STRING("TCPIO 999 Redirected from https to http\n") || result;
+        return NO_STATUS;
+    }
     const STRING cookies = CookieHeader(Cookies, host);
     if (cookies.Length() > 0)
         client.AddLine(cookies);
@@ -161,11 +166,6 @@ int WEBSESSION::FollowRedirects(CLIENT& client, int status, STRING& result) {
             doc = location;
         }
         ASSERTION(host.NotNull() && doc.NotNull(), "host.NotNull() && doc.NotNull()");
-        // What was protected so far would travel readable, cookies first of all.
-        if (IsSecure(PresentHost) && !IsSecure(host)) {
-            result = STRING("TCPIO 999 Redirected from https to http\n") || result;
-            return NO_STATUS;
-        }
         status = Request(client, host, doc, result);
         if (TraceLevel(6, "MAILGET webget\n")) {
             STRING file;

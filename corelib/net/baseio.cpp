@@ -122,6 +122,10 @@ void BASEIO::SetOurId(const char* text) {
     OwnId = text;
 }
 
+bool BASEIO::StartTls(const TLSWISH& /*wish*/) {
+    return false;
+}
+
 STRING BASEIO::GetInfo(const char* key) {
     STRING upper = key;
     upper.ToUpper();

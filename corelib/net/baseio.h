@@ -11,6 +11,8 @@
 #include "corelib/net/ringbuffer.h"
 #include "corelib/system/osys.h"
 
+struct TLSWISH;
+
 /// Judges a peer by what it brings, or takes, while it is waited for. What passes without a wait costs nothing, and
 /// the first moments after each request are free, up to a total: many short replies, each of them quick, are no slow
 /// conversation. The limits stand in TcpTimes.
@@ -57,6 +59,8 @@ class BASEIO {
     [[nodiscard]] virtual bool MakeCall(const char* destination) = 0;
     [[nodiscard]] virtual bool AcceptCall() = 0;
     virtual bool DropCall() = 0;
+    /// Goes over to TLS; false, as for a device without it, if that fails.
+    [[nodiscard]] virtual bool StartTls(const TLSWISH& wish);
     virtual void SetNotifyCallback(NOTIFYFUNCTION function, void* argument);
     virtual void SetFeedCallback(FEEDFUNCTION function, void* argument);
     virtual void SetCallType(const char* text);

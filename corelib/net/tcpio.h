@@ -76,7 +76,7 @@ class TCPIPIO final : public BASEIO {
     /// and LastError and TlsReport tell why. Owner's thread. What the server has said that is not read by now is thrown
     /// away: anybody may have said it. If nothing was written to it yet, a server that says something is an error: it
     /// does not speak TLS.
-    [[nodiscard]] bool StartTls(const TLSWISH& wish);
+    bool StartTls(const TLSWISH& wish) override;
     /// Of the last StartTls for this call, also after the drop. Any thread.
     TLSREPORT TlsReport();
 

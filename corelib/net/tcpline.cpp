@@ -17,6 +17,14 @@ bool TCP::WriteCommand(BASEIO& device, const char* command, char* reply, int rep
     return ok;
 }
 
+void TCP::WriteSecret(BASEIO& device, const char* command, std::string_view secret) {
+    STRING line = command;
+    line.AppendBytes(secret);
+    line.Append("\r\n");
+    Trace("TCP::WriteCommand before %s...\n", command);
+    device.Write(line.Text(), line.Length());
+}
+
 bool TCP::ReadLine(BASEIO& device, char* buffer, int size, int timeoutMs, bool* whole) {
     memset(buffer, 0, static_cast<size_t>(size));
     int count = size - 1;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "corelib/net/baseio.h"
 
 /// The line exchange that POP3, IMAP and SMTP share.
@@ -9,6 +11,9 @@ namespace TCP {
 /// returns and tells what ReadLine does; otherwise true. The trace shows commands as they are.
 bool WriteCommand(BASEIO& device, const char* command, char* reply, int replySize, int timeoutMs,
                   bool* whole = nullptr);
+
+/// Sends command, secret and CR LF; the trace shows the command alone.
+void WriteSecret(BASEIO& device, const char* command, std::string_view secret);
 
 /// Reads one line of at most size-1 bytes into buffer, without its line break and without any "\r". A longer line comes
 /// in pieces; what has come of a line when timeoutMs has passed comes as if it were the line. False, with an empty

@@ -8,6 +8,7 @@
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
+#include "corelib/net/tlsidentity.h"
 #include "corelib/net/tlsio.h"
 
 namespace {
@@ -161,8 +162,23 @@ TLSFAULT FaultOf(int error) {
     }
 }
 
+using KEYREF = std::unique_ptr<EVP_PKEY, FREES<EVP_PKEY_free>>;
+using CERTIFICATEREF = std::unique_ptr<X509, FREES<X509_free>>;
+
 class OPENSSLSESSION final : public TLSSESSION {
  public:
+    /// The server's side.
+    OPENSSLSESSION(X509* certificate, EVP_PKEY* key) {
+        ERR_clear_error();
+        Context.reset(SSL_CTX_new(TLS_server_method()));
+        if (!Context || SSL_CTX_set_min_proto_version(Context.get(), TLS1_2_VERSION) != 1 ||
+            SSL_CTX_use_certificate(Context.get(), certificate) != 1 ||
+            SSL_CTX_use_PrivateKey(Context.get(), key) != 1 || !MakeSsl()) {
+            Fail();
+            return;
+        }
+        SSL_set_accept_state(Ssl.get());
+    }
     OPENSSLSESSION(const TLSWISH& wish, const STRING& peer)
         : Trusted(wish.Trusted), SessionKey(peer || "\n" || wish.ServerName || "\n" || wish.Trusted) {
         ERR_clear_error();
@@ -234,12 +250,8 @@ class OPENSSLSESSION final : public TLSSESSION {
         SSL_CTX_set_cert_verify_callback(Context.get(), Verify, this);
         SSL_CTX_set_session_cache_mode(Context.get(), SSL_SESS_CACHE_CLIENT | SSL_SESS_CACHE_NO_INTERNAL);
         SSL_CTX_sess_set_new_cb(Context.get(), KeepSession);
-        Ssl.reset(SSL_new(Context.get()));
-        FromPeer = BIO_new(BIO_s_mem());
-        ToPeer = BIO_new(BIO_s_mem());
-        if (!Ssl || !FromPeer || !ToPeer)
+        if (!MakeSsl())
             return false;
-        SSL_set_bio(Ssl.get(), FromPeer, ToPeer);
         SSL_set_app_data(Ssl.get(), this);
         name.ChopLast('.');
         X509_VERIFY_PARAM* check = SSL_get0_param(Ssl.get());
@@ -254,6 +266,16 @@ class OPENSSLSESSION final : public TLSSESSION {
         SSL_set_connect_state(Ssl.get());
         Shake();
         TakeFromSsl();
+        return true;
+    }
+
+    bool MakeSsl() {
+        Ssl.reset(SSL_new(Context.get()));
+        FromPeer = BIO_new(BIO_s_mem());
+        ToPeer = BIO_new(BIO_s_mem());
+        if (!Ssl || !FromPeer || !ToPeer)
+            return false;
+        SSL_set_bio(Ssl.get(), FromPeer, ToPeer);
         return true;
     }
 
@@ -351,7 +373,46 @@ class OPENSSLSESSION final : public TLSSESSION {
     std::array<char, 16384> Record;
 };
 
+class OPENSSLIDENTITY final : public TLSIDENTITY {
+ public:
+    OPENSSLIDENTITY() : Key(EVP_EC_gen("P-256")), Certificate(X509_new()) {
+        if (IsUsable() && Sign())
+            Digest = Sha256Of(Certificate.get());
+    }
+    std::unique_ptr<TLSSESSION> Serve() const override {
+        return std::make_unique<OPENSSLSESSION>(Certificate.get(), Key.get());
+    }
+
+ private:
+    bool IsUsable() const { return Key && Certificate; }
+    bool Sign() {
+        constexpr long SECONDS = 30L * 24 * 3600;
+        X509* const made = Certificate.get();
+        X509_set_version(made, X509_VERSION_3);
+        ASN1_INTEGER_set_int64(X509_get_serialNumber(made), time(nullptr));
+        X509_gmtime_adj(X509_getm_notBefore(made), -SECONDS);
+        X509_gmtime_adj(X509_getm_notAfter(made), SECONDS);
+        X509_NAME* const name = X509_get_subject_name(made);
+        const auto* text = reinterpret_cast<const unsigned char*>("127.0.0.1");
+        X509_NAME_add_entry_by_NID(name, NID_commonName, MBSTRING_ASC, text, -1, -1, 0);
+        X509_set_issuer_name(made, name);
+        X509_set_pubkey(made, Key.get());
+        const std::unique_ptr<X509_EXTENSION, FREES<X509_EXTENSION_free>> names(
+            X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, "IP:127.0.0.1"));
+        return names && X509_add_ext(made, names.get(), -1) == 1 && X509_sign(made, Key.get(), EVP_sha256()) > 0;
+    }
+
+    const KEYREF Key;
+    const CERTIFICATEREF Certificate;
+};
+
 }  // namespace
+
+std::shared_ptr<const TLSIDENTITY> TLSIDENTITY::Create() {
+    auto made = std::make_shared<const OPENSSLIDENTITY>();
+    ERR_clear_error();
+    return made->Sha256().Length() > 0 ? made : nullptr;
+}
 
 std::unique_ptr<TLSSESSION> TLSSESSION::Create(const TLSWISH& wish, const STRING& peer) {
     return std::make_unique<OPENSSLSESSION>(wish, peer);

@@ -18,7 +18,7 @@ bool SpeaksNewLanguage() {
 
 }  // namespace
 
-DOVECOT::DOVECOT() : Owner(geteuid()), Group(getegid()) {
+DOVECOT::DOVECOT(DOVECOTLOGINS logins) : Logins(std::move(logins)), Owner(geteuid()), Group(getegid()) {
     if (Owner == 0) {
         const passwd* package = getpwnam("dovecot");
         if (!package) {
@@ -36,6 +36,11 @@ DOVECOT::DOVECOT() : Owner(geteuid()), Group(getegid()) {
     }
     while (ImapPort == Port)
         ImapPort = FreePort();
+    if (!Logins.Certificate.empty()) {
+        PopTlsPort = FreePort();
+        ImapTlsPort = FreePort();
+        std::ofstream(Directory.Native("server.pem")) << Logins.Certificate;
+    }
     const std::string config = Directory.Native("dovecot.conf");
     std::ofstream(config) << Configuration();
 
@@ -46,19 +51,28 @@ std::string DOVECOT::Configuration() const {
     std::ostringstream text;
     const bool isNew = SpeaksNewLanguage();
     if (isNew)
-        text << "dovecot_config_version = 2.4.0\ndovecot_storage_version = 2.4.0\nauth_allow_cleartext = yes\n"
+        text << "dovecot_config_version = 2.4.0\ndovecot_storage_version = 2.4.0\nauth_allow_cleartext = "
+             << (Logins.ClearToo ? "yes" : "no") << "\n"
              << "mail_driver = maildir\nmail_path = " << Boxes() << "/%{user}\n";
     else
-        text << "disable_plaintext_auth = no\nmail_location = maildir:" << Boxes() << "/%u\n";
+        text << "disable_plaintext_auth = " << (Logins.ClearToo ? "no" : "yes")
+             << "\nmail_location = maildir:" << Boxes() << "/%u\n";
     text << "protocols = pop3 imap\n"
-            "listen = 127.0.0.1\n"
-            "ssl = no\n"
+            "listen = 127.0.0.1, 127.0.0.2\n"
             "auth_failure_delay = 0\n"
             "auth_username_chars =\n"
             "first_valid_uid = 1\n"
             "first_valid_gid = 1\n"
+         << "auth_mechanisms = " << Logins.Mechanisms << "\n"
          << "base_dir = " << Directory.Native("run") << "\n"
          << "log_path = " << Directory.Native("log") << "\n";
+    const std::string pem = Directory.Native("server.pem");
+    if (Logins.Certificate.empty())
+        text << "ssl = no\n";
+    else if (isNew)
+        text << "ssl = yes\nssl_server_cert_file = " << pem << "\nssl_server_key_file = " << pem << "\n";
+    else
+        text << "ssl = yes\nssl_cert = <" << pem << "\nssl_key = <" << pem << "\n";
     std::ostringstream known;
     const char* end = isNew ? "\n" : " ";
     known << "uid=" << Owner << end << "gid=" << Group << end << "home=" << Boxes() << (isNew ? "/%{user}" : "/%u");
@@ -77,12 +91,13 @@ std::string DOVECOT::Configuration() const {
     }
     // Without a root to change it, no process gets a root directory of its own; and wrong passwords cost no time.
     text << "service anvil {\n  chroot =\n  unix_listener anvil-auth-penalty {\n    mode = 0\n  }\n}\n";
-    auto login = [&](const char* protocol, int port) {
+    auto login = [&](const char* protocol, int port, int tlsPort) {
         text << "service " << protocol << "-login {\n  chroot =\n  inet_listener " << protocol
-             << " {\n    port = " << port << "\n  }\n  inet_listener " << protocol << "s {\n    port = 0\n  }\n}\n";
+             << " {\n    port = " << port << "\n  }\n  inet_listener " << protocol << "s {\n    port = " << tlsPort
+             << "\n    ssl = " << (tlsPort > 0 ? "yes" : "no") << "\n  }\n}\n";
     };
-    login("pop3", Port);
-    login("imap", ImapPort);
+    login("pop3", Port, PopTlsPort);
+    login("imap", ImapPort, ImapTlsPort);
     return text.str();
 }
 

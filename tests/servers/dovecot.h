@@ -5,15 +5,27 @@
 #include "tests/servers/maildir.h"
 #include "tests/servers/serverprocess.h"
 
+/// What logins a Dovecot takes.
+struct DOVECOTLOGINS {
+    std::string Certificate = {};  // key and chain in one file: it speaks TLS, too
+    bool ClearToo = true;          // passwords on lines without TLS, but for those from its own address
+    const char* Mechanisms = "plain";
+};
+
 /// A private Dovecot on loopback that speaks POP3 and, on another port, IMAP. Any user name logs on with the password
 /// "secret" and has a mailbox of its own. Runs as whoever runs the test; for root, who gets no mail from a Dovecot, its
 /// processes and mail belong to the package's own user. Posix only.
 class DOVECOT : public LOCALSERVER {
  public:
-    DOVECOT();
+    explicit DOVECOT(DOVECOTLOGINS logins = {});
     /// The servers as an item names them: host and port.
     STRING PopServer() const { return HostPort(); }
     STRING ImapServer() const { return LoopbackAddress(ImapPort); }
+    /// With TLS from the first byte.
+    STRING PopTlsServer() const { return LoopbackAddress(PopTlsPort); }
+    STRING ImapTlsServer() const { return LoopbackAddress(ImapTlsPort); }
+    /// What it has written into its log.
+    std::string Log() const { return ReadFile(Directory.Native("log")); }
 
     /// A folder of the user's on the disk, the inbox without a name. It has to be there before the user sees it.
     MAILDIR Mailbox(const std::string& user, const std::string& folder = "") const;
@@ -31,7 +43,8 @@ class DOVECOT : public LOCALSERVER {
  private:
     std::string Configuration() const;
 
+    const DOVECOTLOGINS Logins;
     uid_t Owner;
     gid_t Group;
-    int ImapPort = FreePort();
+    int ImapPort = FreePort(), PopTlsPort = 0, ImapTlsPort = 0;
 };

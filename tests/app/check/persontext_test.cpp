@@ -3,6 +3,8 @@
 #include "app/check/items.h"
 #include "tests/support/testsupport.h"
 
+#define SHA256 "0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef"
+
 namespace {
 
 // Texts that show their numbers and what is filled in.
@@ -10,8 +12,11 @@ class SHORTTEXTS : public TEXTS {
  public:
     STRING Get(int id) const override {
         STRING text;
-        text.Format(id == 10201 || id == 10202 || id == 10204 || id == 10213 ? "<%d $1>" : "<%d>", id);
-        return id == 3006 ? STRING("Error: ") : text;
+        text.Format(id == 10201 || id == 10202 || id == 10204 || id == 10213 || id == 10224 ? "<%d $1>" : "<%d>", id);
+        return id == 3006    ? STRING("Error: ")
+               : id == 10225 ? STRING("<10225 $1|$2>")
+               : id == 10226 ? STRING("old|early|other|unknown|own|gone|weak|bad")
+                             : text;
     }
 };
 
@@ -69,8 +74,26 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
         {"[AUTH] Plaintext authentication disallowed", "Plaintext authentication disallowed. <10209>"},
         {"[AUTH]", "<10207>. <10208>"},
         {"401 Unauthorized", "<10207> <10208>", WEB, "|me"},
+        // What is known of it tells what to do.
+        {"IMAPCMD_0 NO [ALERT] Application-specific password required: https://x.example",
+         "Application-specific password required: https://x.example. <10216>", IMAP},
+        {"IMAPCMD_0 NO [ALERT] Please log in via your web browser", "Please log in via your web browser. <10217>",
+         IMAP},
+        {"IMAPCMD_0 NO [WEBALERT https://x.example] Go there", "Go there. <10217>", IMAP},
+        {"-ERR [IN-USE] Unable to lock maildrop", "Unable to lock maildrop. <10218>"},
+        {"* BYE [UNAVAILABLE] Later", "Later. <10221>", IMAP},
+        {"[SYS/TEMP] Temporary authentication failure", "Temporary authentication failure. <10221>"},
+        {"[AUTH] This account is locked", "This account is locked. <10219>"},
+        {"IMAPCMD_2 NO [LIMIT] Too many messages", "Too many messages. <10218>", IMAP},
+        // Lines that were not protected as they should be.
+        {"999 No STARTTLS", "<10222>"},
+        {"999 No login method", "<10209>", IMAP},
+        {"TLS failed", "<10224 >"},
+        {"TCPIO 4106 TLS failed: no cipher", "<10224 no cipher>", WEB, "|me"},
+        {"Certificate not trusted: expired, unknown issuer A, B & C, other name; SHA-256 " SHA256,
+         "<10225 old, unknown (A), B & C, other|" SHA256 ">"},
+        {"Certificate not trusted: weak; SHA-256 12", "Certificate not trusted: weak; SHA-256 12", POP},
         // Any other refusal stays the server's own.
-        {"[SYS/TEMP] Temporary authentication failure", "Temporary authentication failure"},
         {"IMAPCMD_3 NO Mailbox does not exist", "Mailbox does not exist", IMAP},
         {"IMAPCMD_3 NO", "<10206>", IMAP},
         {"* BYE", "<10206>", IMAP},

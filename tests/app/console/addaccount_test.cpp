@@ -5,30 +5,36 @@
 namespace {
 
 std::string Parsed(std::string_view text) {
-    MAILADDRESS address;
-    constexpr const char* FAULTS[] = {"", "scheme", "encrypted", "form", "port"};
-    if (const ADDRESSFAULT fault = ParseMailAddress(text, address); fault != ADDRESSFAULT::None)
+    ACCOUNTWISH wish;
+    constexpr const char* FAULTS[] = {"", "scheme", "form", "port"};
+    if (const ADDRESSFAULT fault = ParseMailAddress(text, wish); fault != ADDRESSFAULT::None)
         return FAULTS[static_cast<int>(fault)];
-    return std::to_string(address.Type) + " [" + Std(address.User) + "] at [" + Std(address.Server) + "]";
+    const MAILADDRESS& address = wish.Address;
+    return std::to_string(address.Type) + "-+*"[wish.Security] + " [" + Std(address.User) + "] at [" +
+           Std(address.Server) + "]";
 }
 
 }  // namespace
 
 TEST(AddAccount, TakesAddressesApart) {
     const std::pair<std::string_view, const char*> cases[] = {
-        {"pop3://joe@mail.example.org", "1 [joe] at [mail.example.org]"},
-        {"POP3://joe@mail.example.org/", "1 [joe] at [mail.example.org]"},
-        {"pop3://joe@127.0.0.1:65535", "1 [joe] at [127.0.0.1:65535]"},
+        {"pop3://joe@mail.example.org", "1- [joe] at [mail.example.org]"},
+        {"POP3://joe@mail.example.org/", "1- [joe] at [mail.example.org]"},
+        {"pop3://joe@127.0.0.1:65535", "1- [joe] at [127.0.0.1:65535]"},
         // The last "@" is the one in front of the server.
-        {"pop3://joe@example.org@pop.example.org:1", "1 [joe@example.org] at [pop.example.org:1]"},
-        {"pop3://joe%40example.org@host", "1 [joe@example.org] at [host]"},
-        {"webmail://joe%2Bx/", "3 [joe+x] at []"},
+        {"pop3://joe@example.org@pop.example.org:1", "1- [joe@example.org] at [pop.example.org:1]"},
+        {"pop3://joe%40example.org@host", "1- [joe@example.org] at [host]"},
+        {"webmail://joe%2Bx/", "3+ [joe+x] at []"},
         {"webmail://joe@host", "form"},
-        {"imap://joe@mail.example.org:143", "2 [joe] at [mail.example.org:143]"},
+        {"imap://joe@mail.example.org:143", "2- [joe] at [mail.example.org:143]"},
         {"joe@host", "scheme"},
         {"pop3:/joe@host", "scheme"},
-        {"imaps://joe@host", "encrypted"},
-        {"POP3S://joe@host:995", "encrypted"},
+        {"imaps://joe@host", "2+ [joe] at [host]"},
+        {"POP3S://joe@host:995", "1+ [joe] at [host:995]"},
+        {"imap+tls://joe@host", "2* [joe] at [host]"},
+        {"pop3+TLS://joe@host", "1* [joe] at [host]"},
+        {"imap+ssl://joe@host", "scheme"},
+        {"webmail+tls://joe", "scheme"},
         {"webmails://joe", "scheme"},
         {"pop3://", "form"},
         {"pop3://@host", "form"},
@@ -57,19 +63,21 @@ TEST(AddAccount, TakesAddressesApart) {
 TEST(AddAccount, FindsTheServerOfAPlainAddress) {
     using enum OFFEREDSERVICE::ORIGIN;
     const auto result = [](std::string_view text, OFFEREDSERVICE::ORIGIN imap, OFFEREDSERVICE::ORIGIN pop) {
-        MAILADDRESS address;
-        if (!IsPlainAddress(text, address))
+        ACCOUNTWISH wish;
+        const MAILADDRESS& address = wish.Address;
+        if (!IsPlainAddress(text, wish.Address))
             return std::string("other");
         const SERVERPROPOSAL proposal{STRING("d"), {imap, STRING("i")}, {pop, STRING("p")}, {}};
-        const bool named = TakeProposal(proposal, address);
-        return (named ? std::to_string(address.Type) + " " + Std(address.Server) + " as " : "unnamed ") +
+        const bool named = TakeProposal(proposal, wish);
+        return (named ? std::to_string(address.Type) + "-+*"[wish.Security] + " " + Std(address.Server) + " as "
+                      : "unnamed ") +
                Std(address.User);
     };
     const std::tuple<std::string_view, OFFEREDSERVICE::ORIGIN, OFFEREDSERVICE::ORIGIN, const char*> cases[] = {
-        {"joe@d.example", NAMED, NAMED, "2 i as joe@d.example"},
-        {"joe@d.example", ENCRYPTED, NAMED, "1 p as joe@d.example"},
-        {"joe@d.example", ENCRYPTED, USUAL, "2 i as joe@d.example"},
-        {"j\xc3\xb6@d.example", NONE, ENCRYPTED, "1 p as j\xc3\xb6@d.example"},
+        {"joe@d.example", NAMED, NAMED, "2* i as joe@d.example"},
+        {"joe@d.example", NAMED, ENCRYPTED, "2* i as joe@d.example"},
+        {"joe@d.example", NAMED, USUAL, "2* i as joe@d.example"},
+        {"j\xc3\xb6@d.example", NONE, ENCRYPTED, "1+ p as j\xc3\xb6@d.example"},
         {"joe@d.example", USUAL, NONE, "unnamed joe@d.example"},
     };
     for (const auto& [text, imap, pop, expected] : cases)

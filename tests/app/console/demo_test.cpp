@@ -92,14 +92,14 @@ TEST(Demo, ServesTheRealClientsAndTellsATrialLoginTheCountAlone) {
     IMAPSERVICE imap(store, "demo", "pw");
     for (const auto& [type, service] : {std::pair<int, DEMOSERVICE*>{ITEMTYPE_POP3, &pop}, {ITEMTYPE_IMAP, &imap}}) {
         ASSERT_TRUE(service->Start());
-        STRING server, outcome;
+        STRING server, outcome, certificate;
         server.Format("127.0.0.1:%d", service->Port());
         STRINGARRAY item;
         int handle = FIRST_ITEM_HANDLE;
         FixItem(item, settings, handle);
         MAILACCOUNT::SetAddress(item, {type, "demo", server}, "pw");
         frontEnd.Read = 0;
-        EXPECT_TRUE(TryLogin(item, mailboxes, texts, outcome)) << Std(outcome);
+        EXPECT_TRUE(TryLogin(item, mailboxes, texts, outcome, certificate)) << Std(outcome);
         EXPECT_EQ(Std(outcome), Std(FormatMailCount(texts, 3)));
         EXPECT_EQ(frontEnd.Read, 0);
         EXPECT_EQ(item.Get("@UidValidity"), "");
@@ -118,7 +118,7 @@ TEST(Demo, ServesTheRealClientsAndTellsATrialLoginTheCountAlone) {
             EXPECT_EQ(store.Mails("spam").size(), 1U);
         }
         MAILACCOUNT::SetPassword(item, "wrong");
-        EXPECT_FALSE(TryLogin(item, mailboxes, texts, outcome));
+        EXPECT_FALSE(TryLogin(item, mailboxes, texts, outcome, certificate));
         EXPECT_EQ(item.Get("LastRC"), "");
     }
 }

@@ -8,6 +8,7 @@
 #include "corelib/net/sockets.h"
 #include "tests/app/console/programrun.h"
 #include "tests/servers/scriptedserver.h"
+#include "tests/servers/tlsserver.h"
 
 namespace {
 
@@ -119,7 +120,7 @@ TEST(Program, AddsAnAccountAndChecksIt) {
     PROGRAMRUN program;
     ACCOUNT account(program);
     const auto none = program.Run({"/ONCE"}, EXIT_NO_START);
-    EXPECT_PRED2(Contains, none.Err, "/ADD:pop3://");
+    EXPECT_PRED2(Contains, none.Err, "/ADD:imaps://");
 
     const auto added = program.Run({account.Add, account.Password}, EXIT_GOOD);
     EXPECT_TRUE(
@@ -154,7 +155,7 @@ TEST(Program, AddsAnAccountAndChecksIt) {
     WriteBytes(program.File("password"), "wrong\n");
     const char* const why =
         "Error: invalid user or password. Please check user name and password. Many providers want "
-        "an app password, or allow encrypted logins only, which this program does not speak yet.\n";
+        "an app password here, which you get on their web pages.\n";
     const auto wrong = program.Run({account.Add, account.Password}, EXIT_CHECK_FAILED);
     EXPECT_PRED2(Contains, wrong.Out, "It has the new password now.");
     EXPECT_EQ(wrong.Err, std::string("tarnwickc: the account is kept, but its login has not worked. ") + why);
@@ -299,6 +300,32 @@ TEST(Program, TellsWhatGoesToTheTrash) {
     EXPECT_EQ(program.Run({"/TRASH"}).Out, listed.Out) << "the copy stays";
 }
 
+TEST(Program, TrustsACertificateThatIsNamedToIt) {
+    using namespace TLSPLAY;
+    PROGRAMRUN program;
+    const std::vector<TLSSTEP> script = {
+        Tls(),           Send("+OK\r\n"),    Expect("USER joe\r\n"), Send("+OK\r\n"),    Expect("PASS secret\r\n"),
+        Send("+OK\r\n"), Expect("STAT\r\n"), Send("+OK 7 700\r\n"),  Expect("QUIT\r\n"), Send("+OK\r\n")};
+    const TLSSERVER server("self", script, 4);
+    WriteBytes(program.File("password"), "secret\n");
+    const std::string host = Std(server.HostPort()), digits = Std(server.Sha256()), name = "joe@" + host;
+    const std::string hint = "tarnwickc \"/TRUST:" + name + "=" + digits + "\"\n";
+    const auto added =
+        program.Run({"/ADD:pop3s://joe@" + host, "/PASSWORDFILE:" + Std(program.File("password"))}, EXIT_CHECK_FAILED);
+    EXPECT_TRUE(Contains(added.Err, "Its SHA-256 is " + digits) && added.Err.ends_with(hint)) << added.Err;
+    EXPECT_EQ(program.Accounts(1)[0]["TrustedCertificate"], "") << "nobody was asked";
+    EXPECT_PRED2(Contains, program.Run({"/LIST"}).Out, "  POP3, TLS  ");
+    for (const std::string& value : {name, name + "=" + digits.substr(1), name + "=" + digits.substr(1) + "x"})
+        EXPECT_PRED2(Contains, program.Run({"/TRUST:" + value}, EXIT_NO_START).Err, "is not ACCOUNT=SHA256");
+    EXPECT_PRED2(Contains, program.Run({"/TRUST:ann=" + digits}, EXIT_NO_START).Err, "there is no account 'ann'");
+    const auto another = program.Run({"/TRUST:1=" + std::string(64, '0')}, EXIT_CHECK_FAILED);
+    EXPECT_TRUE(another.Err.ends_with(hint)) << another.Err;
+    const auto trusted = program.Run({"/TRUST:1=" + digits}, EXIT_GOOD);
+    EXPECT_PRED2(Contains, trusted.Out, "Its login works: 7 mails.");
+    const auto ended = program.Run({"/TRUST:1="}, EXIT_CHECK_FAILED);
+    EXPECT_TRUE(ended.Err.ends_with(hint)) << ended.Err;
+}
+
 // However it was stored: by the dialog, or by this switch in earlier versions.
 TEST(Program, GivesAWebMailAccountItsNewPassword) {
     for (const char* source : {"hotmail|anna", "|anna"}) {
@@ -383,7 +410,7 @@ TEST(Program, ListsItsSwitches) {
     for (const char* language : {"/LANG:GER", "/LANG:ENGL"}) {
         const auto help = program.Run({"--help", language}, EXIT_GOOD);
         EXPECT_FALSE(Contains(help.Out, "STR-ERR")) << help.Out;
-        for (const char* form : {"/ADD:pop3://USER@HOST[:PORT]  ", "/ONCE  ", "/WORKDIR:DIRECTORY  ", "/HELP  "})
+        for (const char* form : {"/ADD:imaps://USER@HOST[:PORT]  ", "/ONCE  ", "/WORKDIR:DIRECTORY  ", "/HELP  "})
             EXPECT_TRUE(Contains(help.Out, form)) << help.Out;
         EXPECT_EQ(ReadBytes(program.DataDir() || "\\tarnwick.ini"), "");
     }

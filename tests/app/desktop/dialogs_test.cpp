@@ -12,6 +12,7 @@
 #include "corelib/window/controls.h"
 #include "corelib/window/widetext.h"
 #include "tests/servers/scriptedserver.h"
+#include "tests/servers/tlsserver.h"
 #include "tests/support/windowtest.h"
 
 namespace {
@@ -274,10 +275,10 @@ TEST_P(Dialogs, OfferWhatIsPossible) {
     STRINGARRAY item = Unlike(SHEETS[0]);
     RunWith([&] { return SHEETS[0].Run(Parts(), item); },
             [&] {
-                const std::vector<int> mailbox = {204, LabelOf(204), 205, 206, 247, 207, LabelOf(207), 280},
+                const std::vector<int> mailbox = {204, LabelOf(204), 205, 206, 247, 207, LabelOf(207), 280, 402},
                                        more = {249, 243, 203};
                 const std::tuple<int, const char*, const char*> kinds[] = {
-                    {0, "11110000", "100"}, {1, "11111110", "111"}, {2, "00110001", "000"}, {1, "11111110", "111"}};
+                    {0, "111100001", "100"}, {1, "111111101", "111"}, {2, "001100010", "000"}, {1, "111111101", "111"}};
                 for (const auto& [kind, here, there] : kinds) {
                     Select(1, 401, kind);
                     EXPECT_EQ(possible(1, mailbox), here) << kind;
@@ -420,6 +421,7 @@ TEST_P(Dialogs, TryALogin) {
                            PLAY::Expect("PASS other"), PLAY::Send("-ERR not today\r\n")});
     STRINGARRAY item = Unlike(SHEETS[0]), settings;
     item["Type"] = "1";
+    item["Security"] = "";
     settings["DoHttpProxy"] = "0";
     EXPECT_FALSE(RunWith([&] { return EditItem(Parts(), item, settings); },
                          [&] {
@@ -436,6 +438,32 @@ TEST_P(Dialogs, TryALogin) {
                              ClickOn(1, 101);  // the dialog goes in the middle of this one
                          }));
     EXPECT_EQ(Std(item.Get("Source")), "server|user");
+}
+
+TEST_P(Dialogs, AskWhetherToTrustACertificate) {
+    using namespace TLSPLAY;
+    const TLSSERVER server("self",
+                           {Tls(), Send("+OK\r\n"), Expect("USER user"), Send("+OK\r\n"), Expect("PASS"),
+                            Send("+OK\r\n"), Expect("STAT"), Send("+OK 3 90\r\n"), Expect("QUIT"), Send("+OK\r\n")},
+                           2);
+    STRINGARRAY item = Unlike(SHEETS[0]), settings;
+    item["Type"] = "1";
+    item["Security"] = "1";
+    item["TrustedCertificate"] = "";
+    item["Source"] = server.HostPort() || "|user";
+    settings["DoHttpProxy"] = "0";
+    const auto isTried = [&] { return IsWindowEnabled(On(1, 101)) != 0; };
+    EXPECT_TRUE(RunWith([&] { return EditItem(Parts(), item, settings); },
+                        [&] {
+                            Answer(IDYES);
+                            ClickOn(1, 101);
+                            EXPECT_TRUE(PumpUntil([&] { return Text(1, 208).size() == 64; }));
+                            EXPECT_TRUE(PumpUntil(isTried));
+                            EXPECT_NE(Text(1, 290).find('3'), std::string::npos) << Text(1, 290);
+                            PressOk();
+                        }));
+    EXPECT_NE(Said.find(Std(server.Sha256())), std::string::npos) << Said;
+    EXPECT_EQ(Std(item.Get("TrustedCertificate")), Std(server.Sha256()));
 }
 
 TEST_P(Dialogs, EditTheListOfTypes) {

@@ -1,6 +1,7 @@
 #include "app/demo/mailstore.h"
 #include "app/demo/pop3service.h"
 #include "app/desktop/dialogs.h"
+#include "app/mailbox/account.h"
 #include "corelib/window/controls.h"
 #include "corelib/window/wizard.h"
 #include "tests/app/desktop/desktopsupport.h"
@@ -123,6 +124,8 @@ TEST_F(SetupWizard, LeadsToAnAccountAndItsFirstCheckByTheKeyboard) {
                Type('u', " j\xc3\xb6@x.example ");
                Type('v', server);
                Type('p', "p\xc3\xa4ss");
+               EXPECT_EQ(LISTBOX(Page, 401).Selected(), SECURITY_TLS);
+               LISTBOX(Page, 401).Select(SECURITY_NONE);
                Alt('n');
            },
            [&] {

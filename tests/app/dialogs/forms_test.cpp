@@ -47,6 +47,7 @@ TEST(ItemForm, StoresWhatWasChanged) {
         {"2", "a|b", "125", {{"TimingCyclic.Minutes", "3"}}, "Näme;2;a|b;secret;185;"},
         {"1", "a|b", "125", {{"Source2", "nü"}}, "Näme;1;a|b;nü;125;"},
         {"1", "a|b", "0", {{"Source.Server", " c:143 "}, {"Source.User", "d"}}, "Näme;1;c:143|d;secret;0;"},
+        {"2", "c:143|d", "0", {{"Security", "1"}}, "Näme;2;c|d;secret;0;"},
         {"1", "a|b", "30", {{"Type.Kind", "2"}}, "Näme;3;hotmail|b;secret;60;", true},
         {"3", "hotmail|b", "0", {}, "Näme;3;hotmail|b;secret;0;"},
         {"5", "hotmail|b", "60", {}, "Näme;3;hotmail|b;secret;60;"},
@@ -149,7 +150,8 @@ TEST_F(LoginTest, TellsTheServersAnswer) {
         SCRIPTEDSERVER server({PLAY::Send("+OK\r\n"), PLAY::Expect("USER anna"), PLAY::Send("+OK\r\n"),
                                PLAY::Expect("PASS secret"), PLAY::Send(answer), PLAY::Expect("STAT"),
                                PLAY::Send("+OK 3 900\r\n"), PLAY::Expect("QUIT"), PLAY::Send("+OK\r\n")});
-        const STRING outcome = LoginOutcome(At(server.Port()), Settings, Texts, {});
+        STRING certificate;
+        const STRING outcome = LoginOutcome(At(server.Port()), Settings, Texts, {}, certificate);
         EXPECT_NE(outcome.Pos(said), -1) << Std(outcome);
     }
 }
@@ -159,9 +161,12 @@ TEST_F(LoginTest, IsBrokenOffWithItsDialog) {
     SCRIPTEDSERVER server({PLAY::Send("+OK\r\n"), PLAY::Expect("USER anna"), PLAY::Silence()});
     const auto start = std::chrono::steady_clock::now();
     bool done = false;
+    STRING certificate;
     {
         const BACKGROUND login(
-            [&](const STOPQUESTION& stopAsked) { (void)LoginOutcome(At(server.Port()), Settings, Texts, stopAsked); },
+            [&](const STOPQUESTION& stopAsked) {
+                (void)LoginOutcome(At(server.Port()), Settings, Texts, stopAsked, certificate);
+            },
             [&] { done = true; });
     }
     EXPECT_TRUE(done);

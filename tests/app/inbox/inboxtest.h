@@ -9,6 +9,7 @@ class INBOXTEST : public APPLICATIONTEST {
  protected:
     INBOXTEST() {
         STRINGARRAY item = Application.NewItem();
+        item.Set("Security", "");
         item.Set("Name", "anna");
         EXPECT_TRUE(Application.AddItem(item));
         for (const char* key :

@@ -87,4 +87,33 @@ TEST(Kinds, AreToldApart) {
     }
 }
 
+TEST(MailAccount, SecurityTellsSchemeAndPort) {
+    constexpr int POP = ITEMTYPE_POP3, IMAP = ITEMTYPE_IMAP;
+    const std::tuple<int, int, const char*, const char*> ways[] = {
+        {POP, SECURITY_NONE, "pop3://", "h:110"},      {POP, SECURITY_TLS, "pop3s://", "h:995"},
+        {IMAP, SECURITY_TLS, "imaps://", "h:993"},     {IMAP, SECURITY_STARTTLS, "imap+tls://", "h:143"},
+        {ITEMTYPE_HOTMAIL, SECURITY_NONE, "", "h:80"}, {ITEMTYPE_HOTMAIL, SECURITY_TLS, "webmail://", "h:443"}};
+    for (const auto& [type, security, scheme, destination] : ways) {
+        EXPECT_EQ(Std(MAILACCOUNT::Scheme(type, security)), scheme);
+        EXPECT_EQ(Std(MAILACCOUNT::Destination("h", type, security)), destination);
+    }
+    const std::tuple<const char*, int, int, const char*> changes[] = {
+        {"h:143", SECURITY_STARTTLS, SECURITY_TLS, "h"},
+        {"h:993", SECURITY_TLS, SECURITY_NONE, "h"},
+        {"h:143", SECURITY_NONE, SECURITY_STARTTLS, "h:143"},
+        {"h:1143", SECURITY_NONE, SECURITY_TLS, "h:1143"}};
+    for (const auto& [server, before, after, follows] : changes)
+        EXPECT_EQ(Std(MAILACCOUNT::FollowPort(server, IMAP, before, after)), follows);
+    STRINGARRAY item;
+    item.SetNumber("Type", IMAP);
+    EXPECT_FALSE(MAILACCOUNT::Security(item).IsModern);
+    for (const auto& [stored, kind] : {std::pair{"", 0}, {"0", 0}, {"1", 1}, {"2", 2}, {"3", 1}, {"no", 1}}) {
+        item.Set("Security", stored);
+        EXPECT_EQ(MAILACCOUNT::Security(item).IsModern, *stored != 0);
+        EXPECT_EQ(MAILACCOUNT::Security(item).Kind, kind);
+    }
+    item.SetNumber("Type", ITEMTYPE_MAPI);
+    EXPECT_EQ(MAILACCOUNT::Security(item).Kind, SECURITY_NONE) << "there is no line";
+}
+
 }  // namespace

@@ -66,10 +66,10 @@ class WebMail : public testing::Test {
                 found.emplace_back(line.substr(0, line.find('\r')));
         return found;
     }
-    STRING Get() {
+    STRING Get(int security = SECURITY_NONE) {
         STRINGARRAY item;
         const PROGRESS progress = Row.Progress();
-        const MAILBOXCALL call{item, progress, Settings, StopAsked, "", "jörg", "p&w日"};
+        const MAILBOXCALL call{item, progress, Settings, StopAsked, "", "jörg", "p&w日", {security, true, ""}};
         STRING result = "from before";
         const bool good = HotmailHandler.Get(call, result);
         EXPECT_EQ(good, !result.View().starts_with("-ERR ")) << Std(result);
@@ -98,6 +98,14 @@ TEST_F(WebMail, RedirectsAreFollowedToTheLetter) {
         EXPECT_EQ(Sent("GET ").back(), request);
         EXPECT_EQ(Sent("Cookie: "), std::vector<std::string>{"Cookie: a=1"});
     }
+}
+
+TEST_F(WebMail, WithSecurityTheProxySeesNoRequest) {
+    Play({"HTTP/1.0 502 not there\r\n\r\n"});
+    EXPECT_EQ(Get(SECURITY_TLS), "-ERR 502 not there");
+    ASSERT_TRUE(Server->Wait());
+    EXPECT_TRUE(Server->Transcript().starts_with("CONNECT login.webmail.example:443 HTTP/1.")) << Server->Transcript();
+    EXPECT_TRUE(Sent("GET ").empty());
 }
 
 TEST_F(WebMail, AFormIsFilledInAndItsRedirectFollowed) {

@@ -214,6 +214,114 @@ TEST(ImapGet, GreetingAndNamesOnTheWire) {
     }
 }
 
+TEST(ImapLogin, TheBestWayThatAServerTakes) {
+    const auto can = [](const std::string& words) {
+        return EXCHANGE{"CAPABILITY", "* CAPABILITY IMAP4rev1 " + words + "\r\n" + DONE};
+    };
+    const auto greeted = [](const std::string& words) { return "* OK [CAPABILITY IMAP4rev1 " + words + "] hello\r\n"; };
+    const std::string bare = GREETING, idle = greeted("IDLE"),
+                      plain = greeted("AUTH=LOGIN auth=plain SASL-IR LOGINDISABLED"), literals = greeted("LITERAL+");
+    const EXCHANGE logIn{"LOGIN \"joe\" \"pw\"", DONE};
+    const std::string atOnce = "AUTHENTICATE PLAIN AGpvZQBwdw==";
+    const struct {
+        const char* What;
+        std::string Greeting;
+        const char* User;
+        const char* Password;
+        std::vector<EXCHANGE> Asked, LogIn;
+        std::string Error = {};  // none: it works
+    } cases[] = {
+        {"told by the greeting", idle, "joe", "pw", {}, {logIn}},
+        {"told when asked", bare, "joe", "pw", {can("IDLE")}, {logIn}},
+        {"not told", bare, "joe", "pw", {{"CAPABILITY", "$BAD what\r\n"}}, {logIn}},
+        {"one message, at once", plain, "joe", "pw", {}, {{atOnce, DONE}}},
+        {"one message, when asked",
+         bare,
+         "joe",
+         "pw",
+         {can("AUTH=PLAIN")},
+         {{"AUTHENTICATE PLAIN", "+\r\n"}, {">AGpvZQBwdw==", DONE}}},
+        {"two messages",
+         bare,
+         "joe",
+         "pw",
+         {can("AUTH=LOGIN")},
+         {{"AUTHENTICATE LOGIN", "+ VXNlcm5hbWU6\r\n"}, {">am9l", "+ UGFzc3dvcmQ6\r\n"}, {">cHc=", DONE}}},
+        {"no login in the clear",
+         bare,
+         "joe",
+         "pw",
+         {can("LOGINDISABLED AUTH=GSSAPI")},
+         {},
+         "-ERR 999 No login method"},
+        {"quotes", idle, "a\"b", "p\\ w{9}", {}, {{"LOGIN \"a\\\"b\" \"p\\\\ w{9}\"", DONE}}},
+        {"other bytes, when asked",
+         idle,
+         "jö",
+         "p\x01ä",
+         {},
+         {{"LOGIN {3}", "+ go\r\n"}, {">jö {4}", "+ on\r\n"}, {">p\x01ä", DONE}}},
+        {"a literal is refused", idle, "jö", "ä", {}, {{"LOGIN {3}", "$NO letters\r\n"}}, "-ERR IMAPCMD_0 NO letters"},
+        {"other bytes, at once", literals, "jö", "ä", {}, {{"LOGIN {3+}", ""}, {">jö {2+}", ""}, {">ä", DONE}}},
+        {"asked for more than there is", plain, "joe", "pw", {}, {{atOnce, "+\r\n$NO no\r\n"}}, "-ERR IMAPCMD_0 NO no"},
+        {"refused",
+         idle,
+         "joe",
+         "pw",
+         {},
+         {{logIn.first, "$NO [AUTHENTICATIONFAILED] wrong\r\n"}},
+         "-ERR IMAPCMD_0 NO [AUTHENTICATIONFAILED] wrong"},
+        {"what it wants said",
+         idle,
+         "joe",
+         "pw",
+         {},
+         {{logIn.first,
+           "* OK [CAPABILITY X]\r\n* NO [WEBALERT https://x.example/?a=1] Web login required.\r\n$NO [ALERT] Go "
+           "there\r\n"}},
+         "-ERR IMAPCMD_0 NO [ALERT] Go there Web login required."},
+        {"it leaves",
+         idle,
+         "joe",
+         "pw",
+         {},
+         {{logIn.first, "* BYE [UNAVAILABLE] later\r\n"}},
+         "-ERR * BYE [UNAVAILABLE] later"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.What);
+        std::vector<EXCHANGE> rest = c.LogIn, exchanges = c.Asked;
+        if (c.Error.empty())
+            rest.insert(rest.end(), {{"SELECT INBOX", "* 0 EXISTS\r\n" + DONE}, {"LOGOUT", DONE}});
+        // Tags count from the login on; what is asked before it has others.
+        for (auto& [command, reply] : exchanges) {
+            command = "IMAPPRE_0 " + command;
+            reply = reply.find('$') == reply.npos ? reply : Replaced(reply, "$", "IMAPPRE_0 ");
+        }
+        int number = -1;
+        for (auto& [command, reply] : rest) {
+            const bool goesOn = command.starts_with('>');
+            const std::string tag = "IMAPCMD_" + std::to_string(goesOn ? number : ++number) + " ";
+            command = goesOn ? command.substr(1) : tag + command;
+            reply = reply.find('$') == reply.npos ? reply : Replaced(reply, "$", tag);
+            exchanges.emplace_back(command, reply);
+        }
+        SCRIPT script = ServerScript(c.Greeting, exchanges);
+        if (std::string_view(c.What) == "it leaves")
+            script.push_back(PLAY::Cut());
+        SHORTTIMES times(8000);
+        SCRIPTEDSERVER server(script);
+        RECORDINGROW row;
+        MAILBOXCALL call = row.Call(STRING(server.HostPort()), c.User, c.Password);
+        call.Security.IsModern = true;
+        STRING result;
+        const bool ok = ImapGet(call, "", 0, result);
+        const std::string listed = "0 msgs|? unread|0 bytes\n";
+        EXPECT_EQ(Problem(server, exchanges, {ok, Std(result)}, {c.Error.empty(), c.Error.empty() ? listed : c.Error}),
+                  "");
+    }
+}
+
 TEST(ImapGet, FoldersOnTheWireAndUnderWhatTheirUidsAreValid) {
     const std::string validity = "* OK [UIDVALIDITY 4294967295] ok\r\n* 0 EXISTS\r\n" + DONE;
     const std::tuple<const char*, const char*, std::string, const char*> cases[] = {

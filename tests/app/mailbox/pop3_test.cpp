@@ -160,6 +160,83 @@ TEST(PopGet, NeitherAMailNorTheirNumberFillsTheMemory) {
     }
 }
 
+TEST(PopLogin, EachWayThatAServerMayTakeAndNoMoreWordsThanThat) {
+    const EXCHANGE stat{"STAT", "+OK 0 0\r\n"}, quit{"QUIT", OK}, user{"USER joe", OK},
+        noUser{"USER joe", "-ERR no\r\n"}, wrong{"PASS pw", "-ERR [AUTH] wrong\r\n"}, noCapa{"CAPA", "-ERR what\r\n"},
+        plain{"AUTH PLAIN AGpvZQBwdw==", OK};
+    const auto capa = [](const std::string& lines) { return EXCHANGE{"CAPA", "+OK\r\n" + lines + ".\r\n"}; };
+    const std::string listed = "0 msgs|0 ?unread|0 bytes\n", stamp = "+OK <1896.697170952@dbc.mtview.ca.us>\r\n";
+    const EXCHANGE sasl = capa("TOP\r\nSASL LOGIN PLAIN\r\n"), both = capa("USER\r\nsasl plain\r\n");
+    const struct {
+        const char* What;
+        std::string Greeting;
+        const char* User;
+        const char* Password;
+        std::vector<EXCHANGE> LogIn;
+        std::string Error = {};  // none: it works
+    } cases[] = {
+        {"usual", GREETING, "joe", "pw", {user, {"PASS pw", OK}}},
+        {"proved", stamp, "mrose", "tanstaaf", {{"APOP mrose c4c9334bac560ecc979e58001b3e22fb", OK}}},
+        {"no time stamp", "+OK <hello> <a b@c>\r\n", "joe", "pw", {user, {"PASS pw", OK}}},
+        {"not proved",
+         stamp,
+         "mrose",
+         "tanstaaf",
+         {{"APOP mrose c4c9334bac560ecc979e58001b3e22fb", "-ERR what\r\n"}, {"USER mrose", OK}, {"PASS tanstaaf", OK}}},
+        {"in use",
+         stamp,
+         "mrose",
+         "tanstaaf",
+         {{"APOP mrose c4c9334bac560ecc979e58001b3e22fb", "-ERR [IN-USE] x\r\n"}},
+         "-ERR [IN-USE] x"},
+        {"wrong", GREETING, "joe", "pw", {user, wrong, both}, "-ERR [AUTH] wrong"},
+        {"wrong, and nothing else is known", GREETING, "joe", "pw", {user, wrong, noCapa}, "-ERR [AUTH] wrong"},
+        {"USER refused", GREETING, "joe", "pw", {noUser, both, plain}},
+        {"USER absent", GREETING, "joe", "pw", {user, wrong, sasl, plain}},
+        {"USER for another mechanism",
+         GREETING,
+         "joe",
+         "pw",
+         {user, wrong, capa("USER\r\nSASL LOGIN\r\n"), {"AUTH LOGIN", "+\r\n"}, {"am9l", "-ERR no\r\n"}},
+         "-ERR no"},
+        {"no way", GREETING, "joe", "pw", {noUser, capa("SASL CRAM-MD5 PLAINER\r\n")}, "-ERR no"},
+        {"refused again", GREETING, "joe", "pw", {noUser, both, {plain.first, "-ERR nor so\r\n"}}, "-ERR nor so"},
+        {"asked for once more", GREETING, "joe", "pw", {noUser, both, {plain.first, "+ \r\n"}, {"AGpvZQBwdw==", OK}}},
+        {"asked for without end",
+         GREETING,
+         "joe",
+         "pw",
+         {noUser, both, {plain.first, "+ \r\n"}, {"AGpvZQBwdw==", "+\r\n"}},
+         "-ERR +"},
+        {"in two pieces",
+         GREETING,
+         "joe",
+         "pw",
+         {noUser,
+          capa("SASL LOGIN\r\n"),
+          {"AUTH LOGIN", "+ VXNlcm5hbWU6\r\n"},
+          {"am9l", "+ UGFzc3dvcmQ6\r\n"},
+          {"cHc=", OK}}},
+        {"other letters", GREETING, "jö", "pä ss", {sasl, {"AUTH PLAIN AGrDtgBww6Qgc3M=", OK}}},
+        {"other letters as they are", GREETING, "jö", "pä ss", {noCapa, {"USER jö", OK}, {"PASS pä ss", OK}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.What);
+        std::vector<EXCHANGE> exchanges = c.LogIn;
+        if (c.Error.empty())
+            exchanges.insert(exchanges.end(), {stat, quit});
+        SHORTTIMES times(8000);
+        SCRIPTEDSERVER server(ServerScript(c.Greeting, exchanges));
+        RECORDINGROW row;
+        MAILBOXCALL call = row.Call(STRING(server.HostPort()), c.User, c.Password);
+        call.Security.IsModern = true;
+        STRING result;
+        const bool ok = PopGet(call, 0, result);
+        EXPECT_EQ(Problem(server, exchanges, {ok, Std(result)}, {c.Error.empty(), c.Error.empty() ? listed : c.Error}),
+                  "");
+    }
+}
+
 TEST(PopDelete, AllOrNothing) {
     const EXCHANGE list2 = WHOLE[LIST2], delete2{"DELE 2", OK}, list1 = WHOLE[LIST1], quit{"QUIT", OK};
     struct {

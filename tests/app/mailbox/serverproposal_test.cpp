@@ -32,7 +32,7 @@ std::string Proposed(const ZONE& zone, const STRING& domain = "x.example") {
     });
     std::string text;
     for (const OFFEREDSERVICE* service : {&proposal.Imap, &proposal.Pop, &proposal.Sending})
-        text += "NEU-"[service->Origin == OFFEREDSERVICE::NONE ? 3 : service->Origin] + Std(service->Server) + " ";
+        text += "ENU-"[service->Origin == OFFEREDSERVICE::NONE ? 3 : service->Origin] + Std(service->Server) + " ";
     return text + std::to_string(proposal.BestType(ITEMTYPE_POP3)) + std::to_string(proposal.BestType(ITEMTYPE_IMAP)) +
            (proposal.Silent ? " silent " : " ") + std::to_string(asked);
 }
@@ -43,23 +43,23 @@ TEST(ServerProposal, TakesWhatTheDomainSays) {
     const std::string longName = std::string(250, 'x') + ".example";
     const std::pair<ZONE, const char*> cases[] = {
         {{}, "Uimap.x.example Upop.x.example Usmtp.x.example 12 6"},
-        {{{"_imap", {Service("i.y.example", 143)}}}, "Ni.y.example Upop.x.example Usmtp.x.example 22 5"},
-        {{{"_pop3", {ALIAS, Service("p", 1110)}}, {"_imaps", {Service("i", 993)}}}, "Ei Np:1110 Usmtp.x.example 11 5"},
-        // What is not encrypted comes first, as nothing else can be used yet.
+        {{{"_imap", {Service("i.y.example", 143)}}}, "Ni.y.example Upop.x.example Usmtp.x.example 22 6"},
+        {{{"_pop3", {ALIAS, Service("p", 1110)}}, {"_imaps", {Service("i", 993)}}}, "Ei Np:1110 Usmtp.x.example 12 5"},
+        // What is encrypted comes first.
         {{{"_imap", {Service("plain", 143)}}, {"_imaps", {Service("tls", 993)}}, {"_submissions", {Service("s", 465)}}},
-         "Nplain Upop.x.example Es 22 5"},
-        {{{"_submission", {Service("s", 587)}}}, "Uimap.x.example Upop.x.example Ns 12 5"},
+         "Etls Upop.x.example Es 22 4"},
+        {{{"_submission", {Service("s", 587)}}}, "Uimap.x.example Upop.x.example Ns 12 6"},
         // The lowest priority, then the most weight.
         {{{"_imap", {Service("a", 143, 9, 9), Service("b", 143, 1, 1), Service("c", 143, 1, 5), Service("d", 143, 2)}}},
-         "Nc Upop.x.example Usmtp.x.example 22 5"},
+         "Nc Upop.x.example Usmtp.x.example 22 6"},
         // "." is the domain's word that there is none; an encrypted one is better than that.
         {{{"_imap", {Service(".", 0)}}, {"_pop3", {Service(".", 0)}}, {"_pop3s", {Service("p", 995)}}},
-         "- Ep Usmtp.x.example 11 6"},
+         "- Ep Usmtp.x.example 11 5"},
         // No record chooses what is called beside a host and a port.
         {{{"_imap",
            {Service("h:110", 143, 1), Service("a b", 143, 1), Service("h\r\nx", 143, 1), Service("h|u", 143, 1),
             Service(longName.c_str(), 143), Service("good", 0), Service("last", 144, 8)}}},
-         "Nlast:144 Upop.x.example Usmtp.x.example 22 5"},
+         "Nlast:144 Upop.x.example Usmtp.x.example 22 6"},
         {{{"silent", {}}}, "Uimap.x.example Upop.x.example Usmtp.x.example 12 silent 1"},
     };
     for (const auto& [zone, result] : cases)

@@ -1,0 +1,60 @@
+#include "app/mailbox/login.h"
+
+#include <algorithm>
+
+#include "corelib/base/ascii.h"
+#include "corelib/net/md5.h"
+
+namespace LOGIN {
+
+namespace {
+
+std::string Base64(std::string_view bytes) {
+    return std::string(STRING(bytes).ToBase64().View());
+}
+
+}  // namespace
+
+MECHANISM Best(std::string_view words, std::string_view prefix) {
+    for (const MECHANISM mechanism : {MECHANISM::PLAIN, MECHANISM::LOGIN})
+        if (HoldsWord(words, std::string(prefix) + Name(mechanism)))
+            return mechanism;
+    return MECHANISM::NONE;
+}
+
+const char* Name(MECHANISM mechanism) {
+    return mechanism == MECHANISM::PLAIN ? "PLAIN" : mechanism == MECHANISM::LOGIN ? "LOGIN" : "";
+}
+
+std::vector<std::string> Answers(MECHANISM mechanism, const STRING& user, const STRING& password) {
+    if (mechanism == MECHANISM::LOGIN)
+        return {Base64(user.View()), Base64(password.View())};
+    std::string message(1, '\0');
+    message.append(user.View()).append(1, '\0').append(password.View());
+    return {Base64(message)};
+}
+
+std::string_view TimeStamp(std::string_view greeting) {
+    const size_t open = greeting.find('<'), close = greeting.find('>', std::min(open, greeting.size()));
+    if (close == greeting.npos)
+        return {};
+    const std::string_view stamp = greeting.substr(open, close + 1 - open);
+    return stamp.find('@') != stamp.npos && stamp.find(' ') == stamp.npos ? stamp : std::string_view();
+}
+
+std::string ApopDigest(std::string_view timeStamp, const STRING& password) {
+    return Md5Hex(std::string(timeStamp).append(password.View()));
+}
+
+bool HoldsWord(std::string_view words, std::string_view word) {
+    while (!words.empty())
+        if (ASCII::Equal(ASCII::Take(words, ' '), word))
+            return true;
+    return false;
+}
+
+bool HasOtherLetters(const STRING& text) {
+    return std::ranges::any_of(text.View(), [](char c) { return (c & 0x80) != 0; });
+}
+
+}  // namespace LOGIN
