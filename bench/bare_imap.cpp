@@ -22,7 +22,8 @@ bool Ask(CONNECTION& server, const std::string& command, std::string& text) {
     return line.compare(tag.size(), 3, "OK ") == 0;
 }
 
-bool ReadMailbox(int port, const char* user, const char* password, const std::string& bytes, std::string& listing) {
+bool ReadMailbox(const char* port, const char* user, const char* password, const std::string& bytes,
+                 std::string& listing) {
     CONNECTION server(port);
     std::string ids;
     if (!server.ReadLine(ids) || !Ask(server, std::string("LOGIN ") + user + " " + password, listing) ||
@@ -48,7 +49,7 @@ bool ReadMailbox(int port, const char* user, const char* password, const std::st
 int main(int argc, char** argv) {
     return MeasureClient(argc, argv, [](char** words) {
         std::string listing;
-        const bool ok = ReadMailbox(atoi(words[0]), words[1], words[2], words[3], listing);
+        const bool ok = ReadMailbox(words[0], words[1], words[2], words[3], listing);
         return ok ? static_cast<long>(listing.size()) : -1;
     });
 }

@@ -1,5 +1,5 @@
 // The yardstick for PopGet: the same dialogue by the plainest means, one thread, one blocking socket, a read buffer.
-// usage: bare_pop3 PORT USER PASSWORD LINES
+// usage: bare_pop3 [tls:]PORT USER PASSWORD LINES
 
 #include "bench/bareclient.h"
 #include "bench/report.h"
@@ -10,7 +10,7 @@ bool Ask(CONNECTION& server, const std::string& command, std::string& reply) {
     return server.Send(command + "\r\n") && server.ReadLine(reply) && reply.starts_with("+OK");
 }
 
-bool ReadMailbox(int port, const char* user, const char* password, const char* lines, std::string& listing) {
+bool ReadMailbox(const char* port, const char* user, const char* password, const char* lines, std::string& listing) {
     CONNECTION server(port);
     std::string line;
     if (!server.ReadLine(line) || !Ask(server, std::string("USER ") + user, line) ||
@@ -40,7 +40,7 @@ bool ReadMailbox(int port, const char* user, const char* password, const char* l
 int main(int argc, char** argv) {
     return MeasureClient(argc, argv, [](char** words) {
         std::string listing;
-        const bool ok = ReadMailbox(atoi(words[0]), words[1], words[2], words[3], listing);
+        const bool ok = ReadMailbox(words[0], words[1], words[2], words[3], listing);
         return ok ? static_cast<long>(listing.size()) : -1;
     });
 }

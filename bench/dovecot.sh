@@ -5,6 +5,7 @@
 bin=${1:?usage: bench/$protocol.sh BUILD_DIR [RUNS]}/bin
 runs=${2:-5}
 port=${PORT:-21110}
+tls_port=$((port + 1))
 dir=$(mktemp -d /tmp/mail-bench.XXXXXX)
 chmod 755 "$dir"
 server=
@@ -13,6 +14,11 @@ finish() {
     rm -rf "$dir"
 }
 trap finish EXIT
+
+# Its certificate is its own root, for our programs as well.
+openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj /CN=bench \
+    -addext subjectAltName=IP:127.0.0.1 -keyout "$dir/key.pem" -out "$dir/certificate.pem" 2>/dev/null
+export SSL_CERT_FILE=$dir/certificate.pem
 
 # Dovecot gives no mail to root, so root lends it a user of its own.
 if [ "$(id -u)" = 0 ]; then
@@ -29,7 +35,9 @@ protocols = $protocol
 listen = 127.0.0.1
 base_dir = $dir/run
 log_path = $dir/log
-ssl = no
+ssl = yes
+ssl_cert = <$dir/certificate.pem
+ssl_key = <$dir/key.pem
 disable_plaintext_auth = no
 first_valid_uid = 1
 $users
@@ -51,7 +59,8 @@ service $protocol-login {
     port = $port
   }
   inet_listener ${protocol}s {
-    port = 0
+    port = $tls_port
+    ssl = yes
   }
 }
 CONF
@@ -86,7 +95,8 @@ done
 
 median() { sort -n | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
 figure() { cut -d' ' -f"$2" "$dir/$1" | median; }
-run() { taskset -c 0 "$bin/$1" "$port" "box$2" secret "$3"; }
+# run CLIENT MAILS AMOUNT [PORT]
+run() { taskset -c 0 "$bin/$1" "${4:-$port}" "box$2" secret "$3"; }
 
 # compare MAILS AMOUNT: a row of figures, ours and the bare client's; AMOUNT of each body, as the protocol counts it.
 heading() {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Compares PopGet, and then the whole program, with a bare client that holds the same dialogue: a private Dovecot on
-# loopback, server and client pinned to one processor, alternating runs. Needs dovecot-pop3d and taskset.
+# loopback, server and client pinned to one processor, alternating runs. Needs dovecot-pop3d, openssl and taskset.
 # usage: bench/pop3.sh BUILD_DIR [RUNS]     (the build tree of the preset "bench"; RUNS of each client, 5 by default)
 set -eu
 
@@ -11,6 +11,19 @@ heading lines PopGet
 for lines in 0 100; do
     for mails in 1000 5000 10000; do compare $mails $lines; done
 done
+
+# Over TLS, against ourselves in clear and against the bare client over TLS.
+: >"$dir/clear" >"$dir/tls" >"$dir/bare"
+for _ in $(seq "$runs"); do
+    run pop3_bench 5000 100 >>"$dir/clear"
+    run pop3_bench 5000 100 "tls:$tls_port" >>"$dir/tls"
+    run bare_pop3 5000 100 "tls:$tls_port" >>"$dir/bare"
+done
+awk -v w="$(figure tls 2)" -v c="$(figure tls 3)" -v cw="$(figure clear 2)" -v cc="$(figure clear 3)" \
+    -v bw="$(figure bare 2)" -v bc="$(figure bare 3)" 'BEGIN {
+    printf "5,000 mails over TLS: %.0f ms, processor %.0f ms\n", w, c
+    printf "against clear: wall %.2f, processor %.2f; against the bare client over TLS: wall %.2f, processor %.2f\n", w / cw, c / cc, w / bw, c / bc
+}'
 
 # The whole program: start, listing, records, detection, save. What one more mail costs, from 1,000 to 5,000 mails.
 once() {
