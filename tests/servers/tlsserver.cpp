@@ -26,7 +26,6 @@ std::string FromHex(const std::string& digits) {
 class PEER {
  public:
     PEER() {
-        SOCKETS::Startup();
         Process.Start(Directory.Native());
         std::string port;
         EXPECT_TRUE(Eventually([&] {
@@ -59,6 +58,7 @@ class PEER {
  private:
     TEMPDIR Directory;
     PEERPROCESS Process;
+    const bool HasSockets = SOCKETS::Startup();
     HELDSOCKET Control{SOCKETS::Open()};
     std::string Said;
 };
