@@ -86,7 +86,10 @@ class MAILBOXPAGE : public FORMPAGE {
 
     void BeginTest() {
         int control = 0;
-        const STRING fault = Fault(*this, control);
+        STRING fault = Fault(*this, control);
+        // Without a kind an account can be kept, and not be tried.
+        if (!fault.NotNull() && control == ID_KIND)
+            fault = Parts().Texts.Get(TEXT_NO_KIND);
         if (fault.NotNull()) {
             ShowError(hWnd, fault, Parts().Texts.Get(TEXT_TITLE));
             SetFocus(GetDlgItem(hWnd, control));

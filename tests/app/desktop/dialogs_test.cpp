@@ -396,6 +396,10 @@ TEST_P(Dialogs, KeepWhatTheyCannotShowAndTellOfTheShortestPeriod) {
                             EXPECT_EQ(Said, Std(Texts.Get(TEXT_NO_KIND)));
                             Set(1, 204, "");
                             Set(1, 205, "");
+                            Said.clear();
+                            Answer(IDOK);
+                            ClickOn(1, 101);  // there is nothing that a login could be tried with
+                            EXPECT_EQ(Said, Std(Texts.Get(TEXT_NO_KIND)));
                             PressOk();
                         }));
     EXPECT_EQ(All(item), before);
