@@ -2,9 +2,9 @@
 #include "app/mailbox/listing.h"
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
-#include "fuzz/answeringdevice.h"
 #include "fuzz/fuzz.h"
 #include "fuzz/saidserver.h"
+#include "tests/servers/answeringdevice.h"
 #include "tests/support/times.h"
 
 namespace {

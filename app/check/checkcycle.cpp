@@ -402,6 +402,7 @@ bool CHECKCYCLE::CheckItem(STRINGARRAY& item, int handle, bool& popupOpened) {
             return false;
         }
         item.Set("@FileStore", std::move(listing));
+        item.Set("@KnownMails", item.Get("@ListedMails"));
         // The records of the mails are gone by now, in pieces that would else stay with the program until it ends.
         OSYS::ReleaseFreeMemory();
         Parts.FrontEnd.ListingChanged(handle);

@@ -42,6 +42,7 @@ constexpr ITEMKEY STORED_KEYS[] = {
     {"DoSpamFilter", "1"},
     {"DoSpamMove", "0"},
     {"SpamFolder", "spam"},
+    {"FastCheck", "", "1"},  // a check asks for what is new only
     {"DoAltFolder", "0"},
     {"AltFolder", ""},
     // Run-time keys that may come from the file of an edit and are emptied by the check that first looks at them.
@@ -59,10 +60,11 @@ constexpr const char* COLOUR_KEYS[] = {"PopupBackgroundColor", "PopupTextColor"}
 constexpr const char* TEXT_KEYS[] = {"Name", "Source", "SpamFolder", "AltFolder", "UidValidity"};
 
 /// Run-time keys that start afresh in each run, whatever a file says.
-constexpr ITEMKEY FRESH_KEYS[] = {{"@Showing", "0"},       {"@ForceRefresh", "0"}, {"@ForcePopup", "0"},
-                                  {"@SuppressPopup", "0"}, {"@InUpdate", "0"},     {"@Locked", "0"},
-                                  {"@MoveDelError", "0"},  {"@LostCopies", "0"},   {"@DisposedMails", ""},
-                                  {"@RetryMessageId", ""}, {"@X-DeleteMail", ""},  {"@QueuedByUser", ""}};
+constexpr ITEMKEY FRESH_KEYS[] = {
+    {"@Showing", "0"},      {"@ForceRefresh", "0"},  {"@ForcePopup", "0"},   {"@SuppressPopup", "0"},
+    {"@InUpdate", "0"},     {"@Locked", "0"},        {"@MoveDelError", "0"}, {"@LostCopies", "0"},
+    {"@DisposedMails", ""}, {"@RetryMessageId", ""}, {"@X-DeleteMail", ""},  {"@QueuedByUser", ""},
+    {"@KnownMails", ""},    {"@ListedMails", ""},    {"@FastDoubts", "0"},   {"@PlainChecks", "0"}};
 
 // Two lines for each: neither of the names holds a line end.
 std::string Lines(const MAILNAME& mail) {

@@ -74,10 +74,10 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
             std::replace(report.begin(), report.end(), '\n', REASON_LINE_END);
             reports += report.size();
             if (reports <= REPORTS_BYTES)
-                header = "X-SpamReason: " + report + "\n";
+                header = LISTING::REASON_HEADER + (": " + report + "\n");
         }
         sum += score.Result;
-        header += "X-SpamPoints: " + std::to_string(score.Result) + "\n";
+        header += LISTING::POINTS_HEADER + (": " + std::to_string(score.Result) + "\n");
         bytes += header.size() + block.size() + 1;
         headers.push_back(std::move(header));
         blocks.push_back(block);

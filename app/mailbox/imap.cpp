@@ -6,8 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "app/mailbox/imapblock.h"
 #include "app/mailbox/imapconversation.h"
 #include "app/mailbox/imapreply.h"
+#include "app/mailbox/knownmails.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/clock.h"
@@ -18,8 +20,6 @@ namespace {
 
 constexpr const char* NO_EXISTS = "IMAP99 BAD 'EXISTS' not found";
 constexpr const char* NO_SEARCH = "IMAP99 BAD SEARCH result error";
-constexpr const char* NO_SIZE = "IMAP99 BAD SIZE result error";
-constexpr const char* NO_UID = "IMAP99 BAD UID (not found)";
 
 // Bytes of a UID EXPUNGE beyond which the next UIDs get a command of their own.
 constexpr int UIDS_BYTES = 900;
@@ -53,15 +53,37 @@ STRING Validity(const STRING& folder, uint32_t number) {
 class READER {
  public:
     READER(IMAPCONVERSATION& talk, const MAILBOXCALL& call, int bytes)
-        : Talk(talk), Call(call), Bytes(bytes), NoText(call.Progress.Text(TEXT_NOT_FETCHED)) {}
+        : Talk(talk), Call(call), Bytes(bytes), Blocks(talk, call, bytes) {}
 
-    bool ReadFolder(const STRING& name) {
-        if (!Talk.Select(name, Folder))
+    bool ReadFolder(const STRING& name, bool fast) {
+        if (!Talk.Select(name, Folder, fast))
             return false;
         if (Folder.Count < 0)
             return Talk.Fail(NO_EXISTS);
         if (Folder.Count == 0 || Call.SummaryOnly)
             return true;
+        bool plain = true;
+        if (fast) {
+            const std::string scope = std::string(Call.Server.View()) + "|" + Call.User.Text() + "|" +
+                                      Validity(name, Folder.Validity).Text() + "|" + std::to_string(Bytes);
+            if (!IMAP::ReadFolderFast(Talk, Call, Blocks, scope, Folder, Result, plain) && !plain)
+                return false;
+        }
+        return !plain || ReadPlainly();
+    }
+    uint32_t UidValidity() const { return Folder.Validity; }
+    STRING Take() {
+        if (Result.NotNull())
+            return Result;
+        STRING count, unread = "?";
+        count.Format("%d", Folder.Count);
+        if (FlagsKnown)
+            unread.Format("%d", Folder.Count - Seen);
+        return Listing.Take(LISTING::SummaryLine(count, unread, true, "0").View());
+    }
+
+ private:
+    bool ReadPlainly() {
         std::vector<uint32_t> numbers;
         bool found = false;
         if (!Talk.Ask("SEARCH ALL",
@@ -74,146 +96,24 @@ class READER {
         for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) {
             if (Listing.Length() + (position - 1) * ImapTimes.MailPrice >= ImapTimes.ListingBytes)
                 break;
-            if (!ReadMail(*number, position++))
+            Blocks.ShowPosition(position++, Folder.Count);
+            IMAPMAIL mail;
+            if (!Blocks.Ask(*number, mail))
                 return false;
+            FlagsKnown = FlagsKnown || mail.FlagsKnown;
+            Seen += mail.Seen;
+            Blocks.Append(mail, Listing);
         }
         return true;
-    }
-    uint32_t UidValidity() const { return Folder.Validity; }
-    STRING Take() {
-        STRING count, unread = "?";
-        count.Format("%d", Folder.Count);
-        if (FlagsKnown)
-            unread.Format("%d", Folder.Count - Seen);
-        return Listing.Take(LISTING::SummaryLine(count, unread, true, "0").View());
-    }
-
- private:
-    bool ReadMail(uint32_t number, int position) {
-        STRING text;
-        text.Format(" %d/%d", position, Folder.Count);
-        Call.Progress.Show(TEXT_READING, text);
-        // Small commands, one mail after the other, so that the row shows how far it is.
-        if (!Fetch(number, "(RFC822.SIZE)"))
-            return false;
-        if (Mail.BadSize)
-            return Talk.Fail(NO_SIZE);
-        if (Mail.Size) {
-            const auto size = std::min<uint64_t>(*Mail.Size, std::numeric_limits<int>::max());
-            text.Format("%s: %d\n", LISTING::SIZE_HEADER, static_cast<int>(size));
-            Listing.Append(text.View());
-        }
-        if (!Fetch(number, "(BODY.PEEK[HEADER])"))
-            return false;
-        if (HasShortText())
-            AppendField(LISTING::TRANSPORT_HEADER, STRING(std::string_view(*Mail.Text)).Escape("").View());
-        if (!Fetch(number, "(BODY.PEEK[HEADER.FIELDS (DATE TO FROM SUBJECT MESSAGE-ID)] FLAGS)"))
-            return false;
-        AppendFields();
-        const bool seen = Mail.Seen;
-        FlagsKnown = FlagsKnown || Mail.FlagsKnown;
-        Seen += seen;
-        // A server that refuses but tells is good enough.
-        Fetch(number, "(UID)");
-        if (!Talk.IsAnswered())
-            return false;
-        if (Mail.Uid == 0)
-            return Talk.Fail(NO_UID);
-        AppendField(LISTING::MESSAGEID_HEADER, Number(Mail.Uid).View());
-        AppendField(LISTING::SEEN_HEADER, seen ? "1" : "0");
-        Listing.Append("\n");
-        if (!AppendBody(number))
-            return false;
-        Listing.Append(std::string_view(&LISTING::BLOCK_END, 1));
-        return true;
-    }
-
-    bool Fetch(uint32_t number, const char* what) {
-        Mail = {};
-        return Talk.Ask(Join("FETCH ", Number(number)) || " " || what,
-                        [&](std::string_view line) { IMAPREPLY::TakeFetch(line, number, Mail); });
-    }
-
-    // A text of five digits' length is left out.
-    bool HasShortText() const { return Mail.Text && Mail.Text->size() <= 9999; }
-
-    // The header lines that everybody wants.
-    void AppendFields() {
-        constexpr const char* NAMES[] = {"From: ", "To: ", "Subject: ", "Date: "};
-        std::string_view fields[std::size(NAMES)];
-        ForEachLine([&](std::string_view line) {
-            for (size_t i = 0; i < std::size(NAMES); ++i)
-                if (fields[i].empty() && ASCII::BeginsWith(line, NAMES[i]))
-                    fields[i] = line;
-        });
-        for (std::string_view field : fields) {
-            if (field.empty())
-                continue;
-            AppendClean(field);
-            Listing.Append("\n");
-        }
-    }
-
-    bool AppendBody(uint32_t number) {
-        STRING part;
-        part.Format("(BODY.PEEK[1]<0.%d>)", Bytes);
-        Mail.Text.reset();
-        if (Bytes > 0) {
-            Fetch(number, part.Text());
-            if (!Talk.IsAnswered())
-                return false;
-        }
-        if (!HasShortText()) {
-            Listing.Append(NoText.View());
-            Listing.Append("\n");
-            return true;
-        }
-        ForEachLine([&](std::string_view line) {
-            if (line == "*" || line == ".")
-                Listing.Append(" ");
-            AppendClean(line);
-            Listing.Append("\n");
-        });
-        return true;
-    }
-
-    // Walks over the lines of the fetched text. What stands after the last line break is a line, too, and be it empty.
-    template <class WORK>
-    void ForEachLine(WORK work) {
-        if (!Mail.Text)
-            return;
-        std::erase(*Mail.Text, '\r');
-        std::string_view rest = *Mail.Text;
-        for (size_t end = 0; end != rest.npos; rest.remove_prefix(end == rest.npos ? 0 : end + 1)) {
-            end = rest.find('\n');
-            work(rest.substr(0, end));
-        }
-    }
-
-    void AppendField(const char* name, std::string_view value) {
-        Listing.Append(name);
-        Listing.Append(": ");
-        AppendClean(value);
-        Listing.Append("\n");
-    }
-
-    // What a mail says can hold the byte that ends a block, and the one that ends a text.
-    void AppendClean(std::string_view text) {
-        constexpr std::string_view ENDS("\0\1", 2);
-        for (size_t end; (end = text.find_first_of(ENDS)) != text.npos; text.remove_prefix(end + 1)) {
-            Listing.Append(text.substr(0, end));
-            Listing.Append(" ");
-        }
-        Listing.Append(text);
     }
 
     IMAPCONVERSATION& Talk;
     const MAILBOXCALL& Call;
     const int Bytes;
-    const STRING NoText;
+    IMAPBLOCKS Blocks;
     LISTING::WRITER Listing;
+    STRING Result;  // of the fast way
     IMAPCONVERSATION::FOLDER Folder;
-    IMAPREPLY::FETCHED Mail;  // as the last FETCH told
     int Seen = 0;
     bool FlagsKnown = false;
 };
@@ -315,12 +215,13 @@ bool ImapRead(BASEIO& device, const MAILBOXCALL& call, const STRING& folder, int
     call.Progress.Show(TEXT_CONNECTING, call.Server);
     IMAPCONVERSATION talk(device, call);
     READER reader(talk, call, bytes);
+    const bool fast = FASTCHECK::IsDue(call);
     bool ok = talk.Connect() && talk.LogIn();
     if (talk.IsUnconnected())
         Trace("TCP::PopGet error: %s\n", talk.LastLine().Text());
-    if (ok)
+    if (ok && !fast)
         CLOCK::Sleep(ImapTimes.PauseMs);
-    ok = ok && reader.ReadFolder(folder);
+    ok = ok && reader.ReadFolder(folder, fast);
     // All is there: a server that has gone by now has nothing to add.
     if (!ok || (!talk.Ask("LOGOUT") && !talk.IsLost())) {
         result = LISTING::ErrorText(talk.LastLine().Text());

@@ -197,22 +197,41 @@ bool IMAPCONVERSATION::LogInByBestWay(const STRING& password) {
 }
 
 bool IMAPCONVERSATION::Ask(const STRING& command, const LISTENER& hear, const SECRET& secret) {
-    STRING line;
-    line.Format("%s_%u ", TagName, NextTag++);
-    const std::string tag(line.View());
-    line += command;
+    const uint32_t number = Send(command, secret.AtOnce);
     Begin();
-    if (secret.AtOnce.empty())
-        TCP::WriteCommand(Device, line.Text(), nullptr, 0, 0);
-    else
-        TCP::WriteSecret(Device, line.Text(), secret.AtOnce);
+    const bool whole = ReadLine();
+    Trace("TCP::WriteCommand %s%s returned %s\n", TagOf(number).c_str(), command.Text(), Line.c_str());
     auto answer = secret.Answers.begin();
-    bool whole = ReadLine();
-    Trace("TCP::WriteCommand %s returned %s\n", line.Text(), Line.c_str());
-    while (whole && !Line.starts_with(tag)) {
-        if (answer != secret.Answers.end() && Line.starts_with('+'))
+    return HearOut(whole, number, [&](std::string_view line) {
+        if (answer != secret.Answers.end() && line.starts_with('+'))
             TCP::WriteSecret(Device, "", *answer++);
         else if (hear)
+            hear(line);
+    });
+}
+
+uint32_t IMAPCONVERSATION::Send(const STRING& command, const std::string& secret) {
+    const STRING line = STRING(TagOf(NextTag).c_str()) || command;
+    if (secret.empty())
+        TCP::WriteCommand(Device, line.Text(), nullptr, 0, 0);
+    else
+        TCP::WriteSecret(Device, line.Text(), secret);
+    return NextTag++;
+}
+
+std::string IMAPCONVERSATION::TagOf(uint32_t command) const {
+    return std::string(TagName) + "_" + std::to_string(command) + " ";
+}
+
+bool IMAPCONVERSATION::Hear(uint32_t command, const LISTENER& hear) {
+    Begin();
+    return HearOut(ReadLine(), command, hear);
+}
+
+bool IMAPCONVERSATION::HearOut(bool whole, uint32_t command, const LISTENER& hear) {
+    const std::string tag = TagOf(command);
+    while (whole && !Line.starts_with(tag)) {
+        if (hear)
             hear(Line);
         whole = ReadLine();
     }
@@ -287,14 +306,18 @@ bool IMAPCONVERSATION::IsWithinLimits() {
     return !Endless;
 }
 
-bool IMAPCONVERSATION::Select(const STRING& name, FOLDER& folder) {
+bool IMAPCONVERSATION::Select(const STRING& name, FOLDER& folder, bool withModSeq) {
     folder = {};
-    return Ask(STRING("SELECT ") || (name.Length() > 0 ? FolderName(name) : STRING("INBOX")),
-               [&](std::string_view line) {
-                   if (folder.Count < 0)
-                       IMAPREPLY::ReadExists(line, folder.Count);
-                   IMAPREPLY::ReadUidValidity(line, folder.Validity);
-               });
+    STRING command = STRING("SELECT ") || (name.Length() > 0 ? FolderName(name) : STRING("INBOX"));
+    if (withModSeq && Has("CONDSTORE"))
+        command += " (CONDSTORE)";
+    return Ask(command, [&](std::string_view line) {
+        if (folder.Count < 0)
+            IMAPREPLY::ReadExists(line, folder.Count);
+        IMAPREPLY::ReadCode(line, "UIDVALIDITY", folder.Validity);
+        IMAPREPLY::ReadCode(line, "UIDNEXT", folder.UidNext);
+        IMAPREPLY::ReadCode(line, "HIGHESTMODSEQ", folder.ModSeq);
+    });
 }
 
 STRING IMAPCONVERSATION::FolderName(const STRING& name) {

@@ -33,6 +33,10 @@ class IMAPCONVERSATION {
     /// Sends a command with the next tag in front, and hears its reply up to the line with that tag; true if the server
     /// agrees. While the bytes of a literal pass, none of them is taken for anything else.
     bool Ask(const STRING& command, const LISTENER& hear = {}, const SECRET& secret = {});
+    /// The same in two steps, of which the second may come after the first of other commands: the number of the command
+    /// that is sent goes to Hear, in the order of sending.
+    uint32_t Send(const STRING& command, const std::string& secret = {});
+    bool Hear(uint32_t command, const LISTENER& hear = {});
     /// True if the last reply came to its end, whatever it said.
     bool IsAnswered() const { return Answered; }
     /// True if it did not, as the server hung up.
@@ -41,9 +45,11 @@ class IMAPCONVERSATION {
     struct FOLDER {
         int Count = -1;         // mails; -1: the server does not tell
         uint32_t Validity = 0;  // under another one UIDs name other mails; 0: the server does not tell
+        uint32_t UidNext = 0;   // 0: the server does not tell
+        uint64_t ModSeq = 0;    // another one with each change (RFC 7162); 0: the server does not tell
     };
-    /// Selects a folder, "" for the inbox.
-    [[nodiscard]] bool Select(const STRING& name, FOLDER& folder);
+    /// Selects a folder, "" for the inbox. withModSeq: the server is asked for ModSeq if it has said that it knows it.
+    [[nodiscard]] bool Select(const STRING& name, FOLDER& folder, bool withModSeq = false);
     /// A folder's name as it stands in commands: nothing in it ends the argument or the line.
     static STRING FolderName(const STRING& name);
 
@@ -66,7 +72,9 @@ class IMAPCONVERSATION {
     [[nodiscard]] bool ReadLiteral(int64_t bytes, int64_t kept);
     bool IsWithinLimits();
     void Begin();
+    std::string TagOf(uint32_t command) const;
     [[nodiscard]] bool End(bool whole, std::string_view tag);
+    bool HearOut(bool whole, uint32_t command, const LISTENER& hear);
     void LearnCapability(std::string_view line);
     [[nodiscard]] bool DeviceFailed();
     [[nodiscard]] bool LogInAsOfOld(const STRING& password);

@@ -100,7 +100,46 @@ bool HoldsFlag(std::string_view list, std::string_view flag) {
     return LOGIN::HoldsWord(list, flag);
 }
 
+// The number from "* n WORD".
+template <class NUMBER>
+bool ReadCounted(std::string_view line, std::string_view word, NUMBER& number) {
+    uint64_t read;
+    if (!line.starts_with(UNTAGGED))
+        return false;
+    line.remove_prefix(UNTAGGED.size());
+    if (!ReadNumber(ASCII::Take(line, ' '), std::numeric_limits<NUMBER>::max(), read) || !ASCII::Equal(line, word))
+        return false;
+    number = static_cast<NUMBER>(read);
+    return true;
+}
+
+// Cuts "* number FETCH (" off the line.
+bool TakeFetchStart(std::string_view& line, uint32_t& number) {
+    constexpr std::string_view FETCH = "FETCH (";
+    uint64_t read;
+    if (!line.starts_with(UNTAGGED))
+        return false;
+    line.remove_prefix(UNTAGGED.size());
+    if (!ReadNumber(ASCII::Take(line, ' '), UINT32_MAX, read) || !ASCII::BeginsWith(line, FETCH))
+        return false;
+    line.remove_prefix(FETCH.size());
+    number = static_cast<uint32_t>(read);
+    return true;
+}
+
 }  // namespace
+
+bool ReadFetchNumber(std::string_view line, uint32_t& number) {
+    return TakeFetchStart(line, number);
+}
+
+std::optional<std::string> FETCHED::TakeText() {
+    std::optional<std::string> text;
+    for (SECTION& section : Sections)
+        if (section.Text)
+            text = std::move(section.Text);
+    return text;
+}
 
 int64_t LiteralAhead(std::string_view line, size_t from) {
     if (!line.ends_with('}') || !line.starts_with(UNTAGGED))
@@ -141,24 +180,31 @@ bool IsGood(std::string_view line, std::string_view tag, bool whole) {
 }
 
 bool ReadExists(std::string_view line, int& count) {
-    uint64_t number;
-    if (!line.starts_with(UNTAGGED))
+    return ReadCounted(line, "EXISTS", count);
+}
+
+bool ReadExpunge(std::string_view line, uint32_t& number) {
+    return ReadCounted(line, "EXPUNGE", number);
+}
+
+bool ReadCode(std::string_view line, std::string_view code, uint64_t& number) {
+    constexpr std::string_view START = "* OK [";
+    if (!ASCII::BeginsWith(line, START))
         return false;
-    line.remove_prefix(UNTAGGED.size());
-    if (!ReadNumber(ASCII::Take(line, ' '), std::numeric_limits<int>::max(), number) || !ASCII::Equal(line, "EXISTS"))
+    line = line.substr(START.size(), line.find(']') - START.size());
+    uint64_t read;
+    if (!ASCII::Equal(ASCII::Take(line, ' '), code) || !ReadNumber(line, UINT64_MAX, read))
         return false;
-    count = static_cast<int>(number);
+    number = read;
     return true;
 }
 
-bool ReadUidValidity(std::string_view line, uint32_t& validity) {
-    constexpr std::string_view START = "* OK [UIDVALIDITY ";
-    uint64_t number;
-    if (!ASCII::BeginsWith(line, START) ||
-        !ReadNumber(line.substr(START.size(), line.find(']') - START.size()), UINT32_MAX, number))
-        return false;
-    validity = static_cast<uint32_t>(number);
-    return true;
+bool ReadCode(std::string_view line, std::string_view code, uint32_t& number) {
+    uint64_t read;
+    const bool fits = ReadCode(line, code, read) && read <= UINT32_MAX;
+    if (fits)
+        number = static_cast<uint32_t>(read);
+    return fits;
 }
 
 bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers) {
@@ -200,15 +246,11 @@ std::string_view Alert(std::string_view line) {
 }
 
 void TakeFetch(std::string_view line, uint32_t number, FETCHED& fetched) {
-    constexpr std::string_view FETCH = "FETCH (";
+    uint32_t told;
+    if (!TakeFetchStart(line, told) || (number != ANY_MAIL && told != number))
+        return;
     uint64_t value;
-    if (!line.starts_with(UNTAGGED))
-        return;
-    line.remove_prefix(UNTAGGED.size());
-    if (!ReadNumber(ASCII::Take(line, ' '), UINT32_MAX, value) || (number != ANY_MAIL && value != number) ||
-        !ASCII::BeginsWith(line, FETCH))
-        return;
-    ITEMS items(line.substr(FETCH.size()));
+    ITEMS items(line);
     std::optional<std::string> text;
     for (std::string_view name; !(name = items.TakeName()).empty();) {
         const std::string_view plain = items.TakeValue(text);
@@ -221,8 +263,8 @@ void TakeFetch(std::string_view line, uint32_t number, FETCHED& fetched) {
                 fetched.Size = value;
         } else if (ASCII::Equal(name, "UID")) {
             fetched.Uid = ReadNumber(plain, UINT32_MAX, value) ? static_cast<uint32_t>(value) : 0;
-        } else if (ASCII::BeginsWith(name, "BODY[") && text) {
-            fetched.Text = std::move(text);
+        } else if (ASCII::BeginsWith(name, "BODY[")) {
+            fetched.Sections.push_back({std::string(name), std::move(text)});
         }
     }
 }

@@ -26,8 +26,12 @@ bool IsGood(std::string_view line, std::string_view tag, bool whole);
 /// The number of mails, from "* n EXISTS".
 bool ReadExists(std::string_view line, int& count);
 
-/// The number from "* OK [UIDVALIDITY n]".
-bool ReadUidValidity(std::string_view line, uint32_t& validity);
+/// The number n from "* OK [CODE n]", for the code of that name.
+bool ReadCode(std::string_view line, std::string_view code, uint32_t& number);
+bool ReadCode(std::string_view line, std::string_view code, uint64_t& number);
+
+/// The number of a mail that has gone, from "* n EXPUNGE": the numbers after it are one less from then on.
+bool ReadExpunge(std::string_view line, uint32_t& number);
 
 /// Adds the numbers of a line "* SEARCH ..."; false for another line. What is no number is passed over.
 [[nodiscard]] bool ReadSearch(std::string_view line, std::vector<uint32_t>& numbers);
@@ -44,11 +48,20 @@ std::string_view Alert(std::string_view line);
 struct FETCHED {
     bool FlagsKnown = false;
     bool Seen = false;
-    bool BadSize = false;             // a size that is no number
-    std::optional<uint64_t> Size;     // bytes
-    uint32_t Uid = 0;                 // 0: none
-    std::optional<std::string> Text;  // of a BODY[...]: from a literal or a quoted text; NIL is none
+    bool BadSize = false;          // a size that is no number
+    std::optional<uint64_t> Size;  // bytes
+    uint32_t Uid = 0;              // 0: none
+    struct SECTION {
+        std::string Name;                 // "BODY[...]"
+        std::optional<std::string> Text;  // from a literal or a quoted text; NIL is none
+    };
+    std::vector<SECTION> Sections;
+    /// The last text that was told; it is gone from here then.
+    std::optional<std::string> TakeText();
 };
+
+/// The number of the mail that a line "* number FETCH (...)" tells of; false for any other line.
+bool ReadFetchNumber(std::string_view line, uint32_t& number);
 
 /// Stands for the number of whatever mail a line tells of.
 inline constexpr uint32_t ANY_MAIL = 0;

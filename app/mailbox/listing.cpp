@@ -55,6 +55,16 @@ bool TakeReplyEnd(std::string_view& body) {
     return has;
 }
 
+std::string_view TakeVerdict(std::string_view& block) {
+    std::string_view rest = block;
+    for (const char* name : {REASON_HEADER, POINTS_HEADER})
+        if (rest.starts_with(name))
+            ASCII::Take(rest, '\n');
+    const std::string_view verdict = block.substr(0, block.size() - rest.size());
+    block = rest;
+    return verdict;
+}
+
 int CountBlocks(const STRING& listing) {
     BLOCKCURSOR blocks(listing);
     int count = 0;

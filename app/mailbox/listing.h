@@ -22,6 +22,9 @@ inline constexpr const char* SEEN_HEADER = "Seen";
 inline constexpr const char* TRANSPORT_HEADER = "X-Transport";
 /// "no": the body is what a person reads, in UTF-8, whatever the mail's own header says of it.
 inline constexpr const char* MIME_HEADER = "Mime";
+/// Lines that the spam filter puts on top of those.
+inline constexpr const char* REASON_HEADER = "X-SpamReason";
+inline constexpr const char* POINTS_HEADER = "X-SpamPoints";
 
 /// True if a peer's first bytes are those of an encrypted conversation (a TLS record, RFC 8446 section 5.1): it took
 /// our words for the beginning of one.
@@ -57,6 +60,9 @@ class BLOCKCURSOR {
 /// Takes the line off that ends a reply of a POP3 server (RFC 1939 section 3), which stands in the blocks of such a
 /// mailbox only; true if it was there. Points at the beginning of the lines above it are doubled then.
 bool TakeReplyEnd(std::string_view& body);
+
+/// Cuts the lines off a block that the spam filter has put on top of it; empty if there are none.
+std::string_view TakeVerdict(std::string_view& block);
 
 /// How many blocks a listing has.
 int CountBlocks(const STRING& listing);

@@ -19,6 +19,7 @@ bool MAILHANDLING::WithHandler(STRINGARRAY& item, WORK work) {
 STRING MAILHANDLING::Get(STRINGARRAY& item, bool summaryOnly) {
     Trace("TARNWICK::GetMailbox %s\n", item.Get("Name").Text());
     item.Set("@InUpdate", "1");
+    item.Set("@ListedMails", "");
     STRING text;
     const bool listed = WithHandler(item, [&](const MAILHANDLER& handler, MAILBOXCALL& call) {
         call.SummaryOnly = summaryOnly;

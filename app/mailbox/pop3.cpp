@@ -9,8 +9,10 @@
 #include <vector>
 
 #include "app/mailbox/account.h"
+#include "app/mailbox/knownmails.h"
 #include "app/mailbox/listing.h"
 #include "app/mailbox/login.h"
+#include "app/mailbox/popconversation.h"
 #include "app/mailbox/protection.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
@@ -30,6 +32,7 @@ constexpr const char* DISCONNECTED = "Remote disconnected";
 constexpr const char* STOPPED = "Stopped";
 constexpr const char* SILENT = "999 Read Timeout";
 constexpr const char* NO_END = "999 TOP reply without end";
+constexpr const char* NO_LIST_END = "999 LIST reply without end";
 constexpr const char* BAD_STAT = "999 STAT result error";
 constexpr const char* BAD_LIST = "999 LIST result error";
 
@@ -63,65 +66,17 @@ bool IsAbsurd(std::string_view word) {
     return ASCII::IsNumber(digits) && !ASCII::ReadNumber(word, number);
 }
 
-/// A mail as the server names it.
-struct MAILNUMBER {
-    int Number = 0;
-    int64_t Size = 0;
-    bool IsNamed = false;  // the server has told both
-};
+}  // namespace
 
-/// What STAT says, in its own words too.
-struct MAILDROP {
-    int Count = 0;
-    STRING CountText, SizeText;
-};
-
-/// One conversation. Error() says why it has ended if something in it fails.
-class TALK {
- public:
-    TALK(BASEIO& device, const MAILBOXCALL& call) : Device(device), Call(call) {
-        Device.SetStopQuestion(call.StopAsked);
-    }
-
-    bool LogOn();
-    /// Sends a command and reads its one line of reply. True if the server agrees. What no trace shows stands after it.
-    bool Ask(const STRING& command, std::string_view secret = {});
-    /// STAT, and what it says.
-    bool AskState(MAILDROP& drop);
-    /// LIST for a mail. True only if the answer is about this mail.
-    bool AskSize(MAILNUMBER& mail);
-    /// Reads what TOP shows, up to and with the line that ends it.
-    bool ReadMail(LISTING::WRITER& listing);
-    /// The server has said no to the last command, and only that: the conversation can go on.
-    bool IsRefused() const { return !Fault && ASCII::BeginsWith(Reply, "-ERR"); }
-    /// "-ERR " and the server's line or what has gone wrong; nothing after it if the server did not answer the log-on.
-    STRING Error() const { return Fault ? STRING(ERROR_PREFIX) || Fault : LISTING::ErrorText(Reply); }
-
- private:
-    bool IsStopped() const { return Call.StopAsked && Call.StopAsked(); }
-    bool Connect();
-    bool DeviceFailed();
-    bool Authenticate(const STRING& user, const STRING& password);
-    bool UseSasl(const STRING& user, const STRING& password);
-    bool AskCapabilities();
-    bool Fail(const char* reason);
-    bool NoAnswer();
-    bool Heed(bool whole);
-    bool ReadPiece(int& length);
-
-    BASEIO& Device;
-    const MAILBOXCALL& Call;
-    const char* Fault = nullptr;  // what ended the conversation, if it was not the server's word
-    bool LoggedOn = false;
-    bool TakesUser = false;  // and PASS, or so it says
-    LOGIN::MECHANISM Mechanism = LOGIN::MECHANISM::NONE;
-    char Reply[POP_LINE] = "";
-    char Line[POP_LINE];  // of a mail
-};
+namespace POP3 {
 
 bool TALK::Fail(const char* reason) {
     Fault = reason;
     return false;
+}
+
+STRING TALK::Error() const {
+    return Fault ? STRING(ERROR_PREFIX) || Fault : LISTING::ErrorText(Reply);
 }
 
 bool TALK::NoAnswer() {
@@ -174,6 +129,36 @@ bool TALK::Connect() {
     if (!Ask("STLS"))
         return IsRefused() ? Fail(NO_STARTTLS) : false;
     return StartTls(Device, Call) || DeviceFailed();
+}
+
+void TALK::Send(const STRING& commands) {
+    STRING bytes(commands);
+    bytes.Replace("\n", "\r\n");
+    Trace("TALK::Send %s\n", commands.Text());
+    Device.Write(bytes.Text(), bytes.Length());
+}
+
+bool TALK::Hear() {
+    if (IsStopped())
+        return Fail(STOPPED);
+    bool whole = false;
+    TCP::ReadLine(Device, Reply, sizeof Reply, PopTimes.ReplyMs, &whole);
+    return Heed(whole);
+}
+
+bool TALK::HearLines(const std::function<void(std::string_view line, bool whole)>& hear) {
+    for (int64_t bytes = 0; bytes <= PopTimes.ListBytes;) {
+        int length = 0;
+        if (!ReadPiece(length))
+            return false;
+        const bool whole = Line[length - 1] == '\n';
+        const std::string_view line = ASCII::TrimRight(std::string_view(Line, static_cast<size_t>(length)), "\r\n");
+        if (whole && line == ".")
+            return true;
+        hear(line, whole);
+        bytes += length;
+    }
+    return Fail(NO_LIST_END);
 }
 
 bool TALK::LogOn() {
@@ -235,8 +220,10 @@ bool TALK::UseSasl(const STRING& user, const STRING& password) {
     return good;
 }
 
-/// CAPA, and what it says about logins (RFC 2449). Whoever does not know it says nothing.
+/// CAPA, and what it says about logins and about commands ahead of replies (RFC 2449). Whoever does not know it says
+/// nothing.
 bool TALK::AskCapabilities() {
+    CapabilitiesAsked = true;
     if (!Ask("CAPA"))
         return false;
     for (int lines = 0; lines < MOST_CAPABILITIES; ++lines) {
@@ -248,6 +235,7 @@ bool TALK::AskCapabilities() {
             return true;
         const std::string_view name = ASCII::Take(line, ' ');
         TakesUser = TakesUser || ASCII::Equal(name, "USER");
+        Pipelines = Pipelines || ASCII::Equal(name, "PIPELINING");
         if (ASCII::Equal(name, "SASL"))
             Mechanism = LOGIN::Best(line);
     }
@@ -255,8 +243,10 @@ bool TALK::AskCapabilities() {
 }
 
 bool TALK::AskState(MAILDROP& drop) {
-    if (!Ask("STAT"))
-        return false;
+    return Ask("STAT") && TakeState(drop);
+}
+
+bool TALK::TakeState(MAILDROP& drop) {
     LoggedOn = true;
     std::string_view rest = Reply;
     NextWord(rest);
@@ -271,15 +261,19 @@ bool TALK::AskState(MAILDROP& drop) {
 }
 
 bool TALK::AskSize(MAILNUMBER& mail) {
-    if (!Ask(Join("LIST ", Decimal(mail.Number).View())))
-        return false;
+    return Ask(Join("LIST ", Decimal(mail.Number).View())) && TakeSize(mail);
+}
+
+bool TALK::TakeSize(MAILNUMBER& mail, bool mustName) {
     std::string_view rest = Reply;
     NextWord(rest);
     const std::string_view first = NextWord(rest), size = NextWord(rest);
     int number = mail.Number;
-    mail.IsNamed = ASCII::ReadNumber(first, number) && ASCII::ReadNumber(size, mail.Size);
+    const bool isNumbered = ASCII::ReadNumber(first, number);
+    mail.IsNamed = isNumbered && ASCII::ReadNumber(size, mail.Size);
     // A reply about another mail is that to another command.
-    return (number == mail.Number && !IsAbsurd(first) && !IsAbsurd(size)) || Fail(BAD_LIST);
+    return ((isNumbered || !mustName) && number == mail.Number && !IsAbsurd(first) && !IsAbsurd(size)) ||
+           Fail(BAD_LIST);
 }
 
 /// A line with its end, or as much of it as the buffer has room for.
@@ -327,21 +321,36 @@ bool TALK::ReadMail(LISTING::WRITER& listing) {
     return Fail(NO_END);
 }
 
-/// One mail as a block of the listing.
-bool ShowMail(TALK& talk, int number, int lines, LISTING::WRITER& listing) {
-    MAILNUMBER mail{.Number = number};
+STRING TopCommand(int number, int lines) {
     STRING text;
     text.Format("TOP %d %d", number, lines);
-    if (!talk.AskSize(mail) || !talk.Ask(text))
-        return false;
-    const STRING size = Decimal(mail.Size);
-    text.Format("%s: %s\n%s: %d|%s\n", LISTING::SIZE_HEADER, size.Text(), LISTING::ID_HEADER, number, size.Text());
-    listing.Append(text.View());
+    return text;
+}
+
+std::string HeadLines(const MAILNUMBER& mail) {
+    const std::string size = std::to_string(mail.Size);
+    return std::string(LISTING::SIZE_HEADER) + ": " + size + "\n" + LISTING::ID_HEADER + ": " +
+           std::to_string(mail.Number) + "|" + size + "\n";
+}
+
+bool AppendMail(TALK& talk, const MAILNUMBER& mail, LISTING::WRITER& listing) {
+    listing.Append(HeadLines(mail));
     if (!talk.ReadMail(listing))
         return false;
     listing.Append(std::string_view(&LISTING::BLOCK_END, 1));
     return true;
 }
+
+bool ShowMail(TALK& talk, int number, int lines, LISTING::WRITER& listing) {
+    MAILNUMBER mail{.Number = number};
+    return talk.AskSize(mail) && talk.Ask(TopCommand(number, lines)) && AppendMail(talk, mail, listing);
+}
+
+}  // namespace POP3
+
+namespace {
+
+using namespace POP3;
 
 bool ShowAll(TALK& talk, const MAILBOXCALL& call, int lines, STRING& result) {
     MAILDROP drop;
@@ -424,7 +433,8 @@ bool PopRead(BASEIO& device, const MAILBOXCALL& call, int lines, STRING& result)
     result = "";
     call.Progress.Show(TEXT_CONNECTING, call.Server);
     TALK talk(device, call);
-    const bool ok = talk.LogOn() && ShowAll(talk, call, lines, result);
+    const bool fast = FASTCHECK::IsDue(call);
+    const bool ok = talk.LogOn() && (fast ? ShowAllFast : ShowAll)(talk, call, lines, result);
     if (!ok)
         result = talk.Error();
     device.DropCall();

@@ -15,6 +15,7 @@ struct POPTIMES {
     int GreetingMs = 40000;
     int ReplyMs = 10000;             // any other line
     int64_t MailBytes = 16 << 20;    // what is kept of one mail: nobody's mail takes the room of the others
+    int64_t ListBytes = 64 << 20;    // of a reply that has a line for each mail
     int64_t ListingBytes = 1 << 30;  // reading ends after the mail that passes this: no server fills the memory
     int64_t MailPrice = 3072;        // counted beside its bytes for each mail: what its record takes at least
 };

@@ -160,6 +160,11 @@ void STRINGARRAY::Set(const char* key, STRING&& value) {
     (*this)[key] = std::move(value);
 }
 
+void STRINGARRAY::Look(const char* key, const std::function<void(const STRING&)>& look) const {
+    std::lock_guard hold(*Keys.pLock);
+    look((*this)[key]);
+}
+
 void STRINGARRAY::Change(const char* key, const std::function<STRING(const STRING&)>& change) {
     std::lock_guard hold(*Keys.pLock);
     STRING& value = (*this)[key];

@@ -44,6 +44,9 @@ class STRINGARRAY {
     void Set(const char* key, const STRING& value);
     void Set(const char* key, STRING&& value);
     void SetNumber(const char* key, int64_t value);
+    /// Shows the value where it lies, under the lock: for long values, of which a copy costs. `look` must not touch a
+    /// table.
+    void Look(const char* key, const std::function<void(const STRING&)>& look) const;
     /// Stores what `change` makes of the value, with nothing of another thread's in between. It must not touch a table.
     void Change(const char* key, const std::function<STRING(const STRING&)>& change);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/mailbox/imap.h"
+#include "app/mailbox/listing.h"
 #include "app/mailbox/pop3.h"
 #include "corelib/net/tcpio.h"
 #include "tests/app/apptest.h"
@@ -106,4 +107,16 @@ inline std::string Problem(SCRIPTEDSERVER& server, const std::vector<EXCHANGE>& 
 
 inline bool IsSilent(const std::vector<EXCHANGE>& exchanges) {
     return std::any_of(exchanges.begin(), exchanges.end(), [](const EXCHANGE& e) { return e.second.empty(); });
+}
+
+/// Makes a listing the item's last one, as a check does that has filtered it.
+inline void StoreListing(STRINGARRAY& item, const std::string& listing) {
+    const STRING text{std::string_view(listing)};
+    std::string stored = listing.substr(0, listing.find('\n') + 1);
+    LISTING::BLOCKCURSOR blocks(text);
+    const char* separator = "";
+    for (std::string_view block; blocks.Next(block); separator = "\1")
+        stored.append(separator).append("X-SpamReason: y\fz\nX-SpamPoints: 7\n").append(block);
+    item.Set("@FileStore", STRING(std::string_view(stored)));
+    item.Set("@KnownMails", item.Exists("@ListedMails") ? item.Get("@ListedMails") : STRING(""));
 }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <cstring>
 #include <functional>
 #include <mutex>
+#include <string>
 
 #include "corelib/net/baseio.h"
-#include "fuzz/fuzz.h"
 
 /// A device with a server in it, for conversations that no script can hold: it greets, and answers each line at once.
 class ANSWERINGDEVICE : public BASEIO {
@@ -29,8 +30,10 @@ class ANSWERINGDEVICE : public BASEIO {
         return n > 0;
     }
     int DevWrite(const char* buffer, int length) override {
-        const std::string line(buffer, static_cast<size_t>(length));
-        std::string answer = Answer(line.substr(0, line.find('\r')));
+        std::string answer;
+        std::string_view lines(buffer, static_cast<size_t>(length));
+        for (size_t end; (end = lines.find("\r\n")) != lines.npos; lines.remove_prefix(end + 2))
+            answer += Answer(std::string(lines.substr(0, end)));
         const std::lock_guard hold(Guard);
         Words += answer;
         WakeDaemon();

@@ -1,0 +1,205 @@
+#include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "app/mailbox/knownmails.h"
+#include "app/mailbox/popconversation.h"
+#include "corelib/base/trace.h"
+
+namespace POP3 {
+
+namespace {
+
+// What may be on its way to a server: less than what any system takes of a peer that is busy saying something.
+constexpr int WINDOW_BYTES = 4096;
+
+// A mail as UIDL and LIST have it.
+struct ENTRY {
+    std::string Id;
+    int64_t Size = -1;  // not told
+    int Place = -1;     // in the last listing
+};
+
+class FASTREADER {
+ public:
+    FASTREADER(TALK& talk, const MAILBOXCALL& call, int lines)
+        : Talk(talk),
+          Call(call),
+          Lines(lines),
+          Known(call.Item, (call.Server || "|" || call.User || "|" || std::to_string(lines).c_str()).Text()),
+          Listing(Known) {}
+
+    bool Read(STRING& result) {
+        if (!Talk.LearnCapabilities())
+            return false;
+        Pipelines = Talk.CanPipeline();
+        if (!AskLists())
+            return false;
+        for (int number = Drop.Count; number >= Oldest; --number)
+            if (!IsKnown(number))
+                Wanted.push_back(number);
+        for (int number = Drop.Count; number >= Oldest && !IsFull(); --number)
+            if (!Add(number))
+                return false;
+        if (Listing.Count() == 0 && Drop.Count > 0)
+            return false;
+        // With replies still to come the listing is full, and nobody waits for them.
+        if (IsQuitSent && NextToHear == Wanted.size())
+            Talk.Hear();
+        else if (NextToSend == NextToHear)
+            Talk.Ask("QUIT");
+        result = Listing.Take(Call.Item, LISTING::SummaryLine(Drop.CountText, Drop.CountText, false, Drop.SizeText));
+        return true;
+    }
+
+ private:
+    // Asks something whose command has gone ahead if the server likes that.
+    bool Ask(const char* command) { return Pipelines ? Talk.Hear() : Talk.Ask(command); }
+
+    bool AskLists() {
+        if (Pipelines)
+            Talk.Send("STAT\nUIDL\nLIST\n");
+        if (!Ask("STAT") || !Talk.TakeState(Drop))
+            return false;
+        // As many as a listing can hold.
+        const int64_t most = PopTimes.ListingBytes / std::max<int64_t>(PopTimes.MailPrice, 1);
+        Oldest = static_cast<int>(std::max<int64_t>(Drop.Count - most, 1));
+        bool named = Ask("UIDL");
+        if (!named && !Talk.IsRefused())
+            return false;
+        if (named && !Talk.HearLines([&](std::string_view line, bool whole) {
+                ENTRY* entry = EntryOf(line);
+                named = named && whole && (!entry || (entry->Id.empty() && !line.empty()));
+                if (named && entry)
+                    entry->Id = line;
+            }))
+            return false;
+        std::unordered_set<std::string_view> ids;
+        for (const auto& [number, entry] : Entries)
+            named = named && ids.insert(entry.Id).second;
+        if (!named) {
+            Trace("POP3::ShowAllFast no ids to know mails by\n");
+            Entries.clear();
+        }
+        // Without ids the sizes serve only to spare a command for each mail.
+        if (!Pipelines && !named)
+            return true;
+        if (!Ask("LIST"))
+            return Talk.IsRefused();
+        return Talk.HearLines([this](std::string_view line, bool whole) {
+            ENTRY* entry = EntryOf(line);
+            if (entry && (!whole || !ASCII::ReadNumber(line, entry->Size)))
+                entry->Size = -1;
+        });
+    }
+
+    // The mail that a line of UIDL or LIST begins with; the line becomes the rest. Null if no mail has that number.
+    ENTRY* EntryOf(std::string_view& line) {
+        int number = 0;
+        const bool has = ASCII::ReadNumber(ASCII::Take(line, ' '), number) && number >= Oldest && number <= Drop.Count;
+        return has ? &Entries[number] : nullptr;
+    }
+
+    bool IsKnown(int number) {
+        const auto found = Entries.find(number);
+        if (found == Entries.end())
+            return false;
+        ENTRY& entry = found->second;
+        if (!entry.Id.empty() && entry.Size >= 0)
+            entry.Place = Known.Find(entry.Id, static_cast<uint64_t>(entry.Size));
+        return entry.Place >= 0;
+    }
+
+    bool IsFull() const { return Listing.Length() + Listing.Count() * PopTimes.MailPrice >= PopTimes.ListingBytes; }
+
+    // False ends it all; a mail that is refused is left out.
+    bool Add(int number) {
+        const auto found = Entries.find(number);
+        const ENTRY entry = found == Entries.end() ? ENTRY() : found->second;
+        MAILNUMBER mail{.Number = number, .Size = entry.Size, .IsNamed = true};
+        if (entry.Place >= 0) {
+            Listing.AddKnown(entry.Place, HeadLines(mail));
+            return true;
+        }
+        STRING position;
+        position.Format(" %d/%d", Drop.Count - number + 1, Drop.Count);
+        Call.Progress.Show(TEXT_READING, position);
+        bool shown = false, goesOn = true;
+        if (Pipelines) {
+            goesOn = HearMail(mail, shown);
+        } else {
+            shown = entry.Size >= 0 ? Talk.Ask(TopCommand(number, Lines)) && AppendMail(Talk, mail, Listing.Fetched())
+                                    : ShowMail(Talk, number, Lines, Listing.Fetched());
+            goesOn = shown || Talk.IsRefused();
+        }
+        if (shown)
+            Listing.AddFetched(Listing.EndBlock(), entry.Id);
+        return goesOn;
+    }
+
+    // Of each mail LIST goes ahead of TOP: its reply says what mail it is about. So replies that are missing, too many
+    // or mixed up cannot make one mail's text that of another.
+    void FillWindow() {
+        if (WindowBytes > WINDOW_BYTES / 2 || IsQuitSent)
+            return;
+        STRING commands;
+        for (; NextToSend < Wanted.size() && WindowBytes < WINDOW_BYTES; ++NextToSend) {
+            const STRING pair = CommandsFor(Wanted[NextToSend]);
+            commands += pair;
+            WindowBytes += pair.Length();
+        }
+        IsQuitSent = NextToSend == Wanted.size();
+        if (IsQuitSent)
+            commands += "QUIT\n";
+        if (commands.Length() > 0)
+            Talk.Send(commands);
+    }
+
+    STRING CommandsFor(int number) const {
+        STRING list;
+        list.Format("LIST %d\n", number);
+        return list || TopCommand(number, Lines) || "\n";
+    }
+
+    bool HearMail(MAILNUMBER& mail, bool& shown) {
+        FillWindow();
+        WindowBytes -= CommandsFor(mail.Number).Length();
+        ++NextToHear;
+        mail.Size = 0;
+        const bool sized = Talk.Hear() && Talk.TakeSize(mail, true);
+        if (!sized && !Talk.IsRefused())
+            return false;
+        if (!Talk.Hear())
+            return Talk.IsRefused();
+        shown = sized;
+        // What nobody can name is heard, and left out.
+        LISTING::WRITER unused;
+        return AppendMail(Talk, mail, sized ? Listing.Fetched() : unused);
+    }
+
+    TALK& Talk;
+    const MAILBOXCALL& Call;
+    const int Lines;
+    const KNOWNMAILS Known;
+    NEXTLISTING Listing;
+    MAILDROP Drop;
+    int Oldest = 1;  // the lowest number that a listing has room for
+    std::unordered_map<int, ENTRY> Entries;
+    bool Pipelines = false;
+    std::vector<int> Wanted;  // numbers of mails that are not known
+    size_t NextToSend = 0, NextToHear = 0;
+    int WindowBytes = 0;  // of commands whose replies are still to come
+    bool IsQuitSent = false;
+};
+
+}  // namespace
+
+bool ShowAllFast(TALK& talk, const MAILBOXCALL& call, int lines, STRING& result) {
+    const bool ok = FASTREADER(talk, call, lines).Read(result);
+    if (!ok && !talk.IsRefused() && !(call.StopAsked && call.StopAsked()))
+        FASTCHECK::Doubt(call.Item, talk.Error());
+    return ok;
+}
+
+}  // namespace POP3
