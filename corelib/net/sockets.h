@@ -30,6 +30,9 @@ void Close(SOCK s);
 bool SetBlocking(SOCK s, bool blocking);
 /// Sends small pieces at once, instead of gathering them while the peer has not acknowledged others.
 void SetNoDelay(SOCK s);
+/// Acknowledges what comes next at once: a peer that sends a reply in pieces may wait for that before each of them. On
+/// some systems only for the moment, so it is said again after each Recv.
+void AcknowledgeAtOnce(SOCK s);
 /// Makes a connection, or starts it on a socket that does not block; address and port in host order. False if it has
 /// failed at once.
 bool Connect(SOCK s, uint32_t address, uint16_t port);

@@ -97,6 +97,13 @@ void SOCKETS::SetNoDelay(SOCK s) {
     setsockopt(static_cast<int>(s), IPPROTO_TCP, TCP_NODELAY, &flag, sizeof flag);
 }
 
+void SOCKETS::AcknowledgeAtOnce([[maybe_unused]] SOCK s) {
+#ifdef TCP_QUICKACK
+    int flag = 1;
+    setsockopt(static_cast<int>(s), IPPROTO_TCP, TCP_QUICKACK, &flag, sizeof flag);
+#endif
+}
+
 bool SOCKETS::Connect(SOCK s, uint32_t address, uint16_t port) {
     sockaddr_in to = SocketAddress(address, port);
     return connect(static_cast<int>(s), reinterpret_cast<sockaddr*>(&to), sizeof to) == 0 || errno == EINPROGRESS;

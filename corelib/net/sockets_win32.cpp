@@ -68,6 +68,14 @@ void SOCKETS::SetNoDelay(SOCK s) {
     setsockopt(Native(s), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&flag), sizeof flag);
 }
 
+// Here it is a property of the socket, which Recv need not say again; but once is not much more than that.
+void SOCKETS::AcknowledgeAtOnce(SOCK s) {
+    constexpr DWORD SET_ACK_FREQUENCY = 0x98000017;  // SIO_TCP_SET_ACK_FREQUENCY
+    int every = 1;
+    DWORD unused = 0;
+    WSAIoctl(Native(s), SET_ACK_FREQUENCY, &every, sizeof every, nullptr, 0, &unused, nullptr, nullptr);
+}
+
 bool SOCKETS::Connect(SOCK s, uint32_t address, uint16_t port) {
     sockaddr_in to = SocketAddress(address, port);
     return connect(Native(s), reinterpret_cast<sockaddr*>(&to), sizeof to) == 0 || WSAGetLastError() == WSAEWOULDBLOCK;

@@ -234,6 +234,8 @@ SOCKETREF TCPIPIO::Connect(const char* destination) {
     ASSERTION_INFO(ready != SOCKETS::READY::Error, "rc!=SOCKET_ERROR",
                    (STRING("WSAGetLastError=") || Decimal(SOCKETS::LastError())).Text());
     SOCKETS::SetBlocking(s, true);
+    SOCKETS::SetNoDelay(s);
+    SOCKETS::AcknowledgeAtOnce(s);
     if (ready != SOCKETS::READY::Writable) {
         LastError = TCPERR_NO_RESPONSE;
         return nullptr;
@@ -388,6 +390,8 @@ bool TCPIPIO::DevRead(char* buffer, int* length) {
             break;
         HexDump("RECV", Received, received);
         drained = received < static_cast<int>(sizeof Received);
+        if (drained)
+            SOCKETS::AcknowledgeAtOnce(connection->Number);
         const TAKEN taken = TakeReceived(connection, received);
         if (taken == TAKEN::STARTED)
             count = 0;
