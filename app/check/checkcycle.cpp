@@ -403,6 +403,7 @@ bool CHECKCYCLE::CheckItem(STRINGARRAY& item, int handle, bool& popupOpened) {
         }
         item.Set("@FileStore", std::move(listing));
         item.Set("@KnownMails", item.Get("@ListedMails"));
+        item.Set("@VerdictBasis", Parts.Filter.Basis());
         // The records of the mails are gone by now, in pieces that would else stay with the program until it ends.
         OSYS::ReleaseFreeMemory();
         Parts.FrontEnd.ListingChanged(handle);

@@ -60,11 +60,12 @@ constexpr const char* COLOUR_KEYS[] = {"PopupBackgroundColor", "PopupTextColor"}
 constexpr const char* TEXT_KEYS[] = {"Name", "Source", "SpamFolder", "AltFolder", "UidValidity"};
 
 /// Run-time keys that start afresh in each run, whatever a file says.
-constexpr ITEMKEY FRESH_KEYS[] = {
-    {"@Showing", "0"},      {"@ForceRefresh", "0"},  {"@ForcePopup", "0"},   {"@SuppressPopup", "0"},
-    {"@InUpdate", "0"},     {"@Locked", "0"},        {"@MoveDelError", "0"}, {"@LostCopies", "0"},
-    {"@DisposedMails", ""}, {"@RetryMessageId", ""}, {"@X-DeleteMail", ""},  {"@QueuedByUser", ""},
-    {"@KnownMails", ""},    {"@ListedMails", ""},    {"@FastDoubts", "0"},   {"@PlainChecks", "0"}};
+constexpr ITEMKEY FRESH_KEYS[] = {{"@Showing", "0"},       {"@ForceRefresh", "0"}, {"@ForcePopup", "0"},
+                                  {"@SuppressPopup", "0"}, {"@InUpdate", "0"},     {"@Locked", "0"},
+                                  {"@MoveDelError", "0"},  {"@LostCopies", "0"},   {"@DisposedMails", ""},
+                                  {"@RetryMessageId", ""}, {"@X-DeleteMail", ""},  {"@QueuedByUser", ""},
+                                  {"@KnownMails", ""},     {"@ListedMails", ""},   {"@FastDoubts", "0"},
+                                  {"@PlainChecks", "0"},   {"@VerdictBasis", ""}};
 
 // Two lines for each: neither of the names holds a line end.
 std::string Lines(const MAILNAME& mail) {

@@ -6,6 +6,7 @@
 #include "app/filter/senderchecks.h"
 #include "app/filter/spamvariables.h"
 #include "app/mailbox/account.h"
+#include "app/mailbox/knownmails.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/trace.h"
 
@@ -43,6 +44,54 @@ bool SPAMFILTER::IsFiltered(const STRINGARRAY& item) const {
            item.GetNumber("DoSpamFilter") != 0;
 }
 
+// FNV-1a over all that a verdict may depend on beside the mail. Without a table no mail is scored.
+STRING SPAMFILTER::BasisOf(const SPAMTABLE* table) const {
+    uint64_t hash = 0xcbf29ce484222325;
+    const auto add = [&hash](std::string_view text) {
+        for (const char c : text)
+            hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+        hash = (hash ^ 0xff) * 0x100000001b3;
+    };
+    if (table) {
+        for (int i = 0; i < table->Words.Count(); ++i) {
+            const SPAMWORD& row = table->Words[i];
+            add(row.Word.View());
+            add(std::to_string(row.Flags) + " " + std::to_string(row.Points) + " " + std::to_string(row.Significance));
+        }
+        add(table->Vars.AsText().View());
+        const DYNARRAY<STRING> keys = State.GetKeys();
+        for (int i = 0; i < keys.Count(); ++i) {
+            if (!keys[i].View().starts_with("Spam"))
+                continue;
+            add(keys[i].View());
+            add(State.Get(keys[i].Text()).View());
+        }
+        // Reports are in the user's language.
+        add(Texts.Get(TEXT_RESULT).View());
+    }
+    return STRING(std::string_view(std::to_string(hash)));
+}
+
+// The filter's lines on top of each mail that the last listing had, too; empty for the others.
+std::vector<std::string> SPAMFILTER::KnownVerdicts(const STRINGARRAY& item) const {
+    if (!item.Exists("@VerdictBasis") || !(item.Get("@VerdictBasis") == LatestBasis))
+        return {};
+    const std::vector<int> places = NEXTLISTING::Places(item);
+    std::vector<std::string> verdicts(places.size());
+    if (places.empty())
+        return verdicts;
+    item.Look("@FileStore", [&](const STRING& last) {
+        std::vector<std::string_view> lines;
+        LISTING::BLOCKCURSOR cursor(last);
+        for (std::string_view block; cursor.Next(block);)
+            lines.push_back(LISTING::TakeVerdict(block));
+        for (size_t i = 0; i < places.size(); ++i)
+            if (places[i] >= 0 && static_cast<size_t>(places[i]) < lines.size())
+                verdicts[i] = lines[static_cast<size_t>(places[i])];
+    });
+    return verdicts;
+}
+
 STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
     Trace("TARNWICK::SpamFilter\n");
     std::shared_ptr<const SPAMTABLE> table;
@@ -51,6 +100,8 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
         table = LoadTable();
         scanner = std::make_unique<WORDSCANNER>(*table, State, Texts, false, StopAsked);
     }
+    LatestBasis = BasisOf(table.get());
+    std::vector<std::string> known = KnownVerdicts(item);
     MXMEMORY mx(Mx);
     const LISTING::SUMMARY summary = LISTING::ReadSummary(listing);
     const int handle = item.GetNumber("@Handle");
@@ -65,7 +116,13 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
     for (std::string_view block; walk.Next(block);) {
         SPAMSCORE score;
         std::string header;
-        if (scanner) {
+        if (blocks.size() < known.size())
+            header = std::move(known[blocks.size()]);
+        const bool isKnown = !header.empty();
+        if (isKnown) {
+            reports += header.size();
+            score.Result = atoi(STRING(std::string_view(header).substr(header.rfind(':') + 1)));
+        } else if (scanner) {
             STRING status = progress;
             status.AppendFormat(" %d/%d", static_cast<int>(blocks.size()) + 1, summary.Count);
             FrontEnd.SetItemStatus(handle, status);
@@ -77,7 +134,8 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
                 header = LISTING::REASON_HEADER + (": " + report + "\n");
         }
         sum += score.Result;
-        header += LISTING::POINTS_HEADER + (": " + std::to_string(score.Result) + "\n");
+        if (!isKnown)
+            header += LISTING::POINTS_HEADER + (": " + std::to_string(score.Result) + "\n");
         bytes += header.size() + block.size() + 1;
         headers.push_back(std::move(header));
         blocks.push_back(block);

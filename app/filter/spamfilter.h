@@ -2,6 +2,8 @@
 
 #include <memory>
 #include <mutex>
+#include <string>
+#include <vector>
 
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
@@ -35,7 +37,11 @@ class SPAMFILTER {
 
     /// The listing with X-SpamPoints and X-SpamReason on top of each of its mails. An item that is not filtered gets 0
     /// points everywhere. An empty block ends the listing. A text that begins "-ERR " if it was stopped. Work thread.
+    /// A mail of the item's last listing (see NEXTLISTING::Places) keeps its verdict if that has the same basis, as the
+    /// item's @VerdictBasis tells.
     STRING SpamFilter(const STRINGARRAY& item, const STRING& listing);
+    /// What the verdicts of the last listing rest on: lists, variables and settings, as a number. Work thread.
+    const STRING& Basis() const { return LatestBasis; }
 
     /// Scores one mail by the definitions that were loaded last. `report`, which may be null, gets the report for a
     /// person. handle and status: for the progress in the item's row. memory: that of a check of many mails; null for
@@ -49,6 +55,8 @@ class SPAMFILTER {
                     std::string* report, int handle, const STRING& status);
     bool IsStopped() const { return StopAsked && StopAsked(); }
     std::string Report(const WORDSCANNER& scanner, const SPAMSCORE& score) const;
+    STRING BasisOf(const SPAMTABLE* table) const;
+    std::vector<std::string> KnownVerdicts(const STRINGARRAY& item) const;
     std::shared_ptr<const SPAMTABLE> LoadTable();
     std::shared_ptr<const SPAMTABLE> Table();
 
@@ -57,6 +65,7 @@ class SPAMFILTER {
     FRONTEND& FrontEnd;
     MXLOOKUP& Mx;
     STOPQUESTION StopAsked;
+    STRING LatestBasis;
     std::mutex Guard;                              // of the pointer
     std::shared_ptr<const SPAMTABLE> LatestTable;  // null until the first load
 };

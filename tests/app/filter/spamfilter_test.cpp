@@ -1,5 +1,7 @@
 #include "app/filter/spamfilter.h"
 
+#include <functional>
+
 #include "tests/app/filter/fakemx.h"
 #include "tests/app/filter/filtertest.h"
 
@@ -47,6 +49,36 @@ TEST_F(Filter, PutsPointsAndReasonsOnTopOfEachMail) {
     EXPECT_TRUE(Run("3 msgs\nTo: me@here.example\n\ncasino\1\1lost")
                     .ends_with("X-SpamPoints: 3\nTo: me@here.example\n\ncasino"));
     EXPECT_EQ(Run("0 msgs|0 unread|0 bytes\n"), "0 msgs|0 unread|0 bytes\n");
+}
+
+TEST_F(Filter, AKnownMailKeepsItsVerdictAsLongAsThatHasTheSameBasis) {
+    State.Set("SpamVarsFile", Dir.File("vars.dat"));
+    const std::string listing = "2 msgs\nTo: me@here.example\nX-SpamPoints: 9\n\ncasino\1To: new@x.example\n\n\1";
+    const std::string known = "2 msgs\nX-SpamReason: why: so\nX-SpamPoints: 77\nTo: me@here.example\nX-SpamPoints: 9\n";
+    Run(listing);
+    Item.Set("@FileStore", "2 msgs\nX-SpamPoints: 5\nTo: x\n\n\1X-SpamReason: why: so\nX-SpamPoints: 77\nTo: me\n\n");
+    Item.Set("@ListedMails", "scope\nstate\n1 id\n-1 another\n");
+    const auto isKept = [&] {
+        const std::string now = Run(listing);
+        EXPECT_NE(now.find("\nX-SpamPoints: 0\nTo: new@x.example\n"), now.npos) << now;
+        const bool kept = now.starts_with(known + "\ncasino\1X-SpamReason: ");
+        EXPECT_TRUE(kept || now.find("\nX-SpamPoints: 0\nTo: me@here.example\nX-SpamPoints: 9\n") != now.npos) << now;
+        Item.Set("@VerdictBasis", Spam.Basis());
+        return kept;
+    };
+    EXPECT_FALSE(isKept()) << "nobody knows what it rests on";
+    EXPECT_TRUE(isKept());
+    const std::pair<const char*, std::function<void()>> changes[] = {
+        {"a row", [&] { Define("B|1001/2|casino\n"); }},
+        {"a setting", [&] { State.Set("SpamMinWords", "4"); }},
+        {"a variable", [&] { EXPECT_TRUE(STRING("AddrNotToMe=11\n").Save(Dir.File("vars.dat").Text(), "w")); }},
+        {"a list", [&] { State.Set("SpamMyInterests", "golf"); }},
+    };
+    for (const auto& [what, change] : changes) {
+        change();
+        EXPECT_FALSE(isKept()) << what;
+        EXPECT_TRUE(isKept()) << what;
+    }
 }
 
 TEST_F(Filter, LeavesWhatIsNotFilteredAtNothing) {
