@@ -225,13 +225,31 @@ std::string IMAPCONVERSATION::TagOf(uint32_t command) const {
 
 bool IMAPCONVERSATION::Hear(uint32_t command, const LISTENER& hear) {
     Begin();
-    return HearOut(ReadLine(), command, hear);
+    const auto early = EarlyEnds.find(command);
+    if (early == EarlyEnds.end())
+        return HearOut(ReadLine(), command, hear);
+    Line = std::move(early->second);
+    EarlyEnds.erase(early);
+    return End(true, TagOf(command));
+}
+
+// True if the line ends the reply to a command that was sent after that one.
+bool IMAPCONVERSATION::KeepEarlyEnd(uint32_t after) {
+    if (!Line.starts_with(TagName))
+        return false;
+    for (uint32_t command = after + 1; command < NextTag; ++command) {
+        if (Line.starts_with(TagOf(command))) {
+            EarlyEnds[command] = Line;
+            return true;
+        }
+    }
+    return false;
 }
 
 bool IMAPCONVERSATION::HearOut(bool whole, uint32_t command, const LISTENER& hear) {
     const std::string tag = TagOf(command);
     while (whole && !Line.starts_with(tag)) {
-        if (hear)
+        if (!KeepEarlyEnd(command) && hear)
             hear(Line);
         whole = ReadLine();
     }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,8 +34,8 @@ class IMAPCONVERSATION {
     /// Sends a command with the next tag in front, and hears its reply up to the line with that tag; true if the server
     /// agrees. While the bytes of a literal pass, none of them is taken for anything else.
     bool Ask(const STRING& command, const LISTENER& hear = {}, const SECRET& secret = {});
-    /// The same in two steps, of which the second may come after the first of other commands: the number of the command
-    /// that is sent goes to Hear, in the order of sending.
+    /// The same in two steps, of which the second may come after the first of other commands. The number of the command
+    /// that is sent goes to Hear; what is said to commands that are heard later is heard by then, too.
     uint32_t Send(const STRING& command, const std::string& secret = {});
     bool Hear(uint32_t command, const LISTENER& hear = {});
     /// True if the last reply came to its end, whatever it said.
@@ -74,6 +75,7 @@ class IMAPCONVERSATION {
     void Begin();
     std::string TagOf(uint32_t command) const;
     [[nodiscard]] bool End(bool whole, std::string_view tag);
+    bool KeepEarlyEnd(uint32_t after);
     bool HearOut(bool whole, uint32_t command, const LISTENER& hear);
     void LearnCapability(std::string_view line);
     [[nodiscard]] bool DeviceFailed();
@@ -89,6 +91,8 @@ class IMAPCONVERSATION {
     int64_t Start = 0;                // of the present reply, in s
     const char* TagName = "IMAPPRE";  // until the login
     uint32_t NextTag = 0;
+    std::map<uint32_t, std::string>
+        EarlyEnds;  // of commands that are over, and have yet to be heard: the line that says so
     bool Answered = false;
     bool Lost = false;
     bool Endless = false;

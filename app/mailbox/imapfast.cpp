@@ -185,26 +185,27 @@ class FASTREADER {
     }
 
     bool HearTexts(uint32_t command, const std::vector<uint32_t>& uids) {
-        std::unordered_map<uint32_t, IMAPMAIL> mails;
         Talk.Hear(command, [&](std::string_view line) {
             uint32_t number;
             if (IMAPREPLY::ReadExpunge(line, number))
                 Forget(number);
             IMAPREPLY::FETCHED told;
             IMAPREPLY::TakeFetch(line, IMAPREPLY::ANY_MAIL, told);
-            if (told.Uid && IsWhole(told))
-                mails.try_emplace(told.Uid, Mail(told));
+            const ENTRY* entry = told.Uid && IsWhole(told) ? Find(told.Uid) : nullptr;
+            if (entry && entry->Place < 0 && entry->Block.Length == 0)
+                Told.try_emplace(told.Uid, Mail(told));
         });
         for (const uint32_t uid : uids) {
-            const auto mail = mails.find(uid);
+            const auto mail = Told.find(uid);
             ENTRY* entry = Find(uid);
-            if (!entry || mail == mails.end())
+            if (!entry || mail == Told.end())
                 continue;
             Blocks.ShowPosition(static_cast<int>(&Entries.back() - entry) + 1, Folder.Count);
             mail->second.Uid = uid;
             mail->second.Size = entry->Size;
             mail->second.Seen = entry->Seen;
             Add(*entry, mail->second);
+            Told.erase(mail);
         }
         return Talk.IsAnswered();
     }
@@ -270,7 +271,9 @@ class FASTREADER {
     const KNOWNMAILS Known;
     NEXTLISTING Listing;
     std::vector<ENTRY> Entries;  // by number, so by UID
-    uint32_t Hidden = 0;         // mails before them, for which a listing has no room
+    // By UID, until the command that asked for them is over: servers work on several commands at once.
+    std::unordered_map<uint32_t, IMAPMAIL> Told;
+    uint32_t Hidden = 0;  // mails before them, for which a listing has no room
 };
 
 }  // namespace

@@ -294,6 +294,7 @@ struct FOLDERSERVER {
                     "\n\n<2993>\n\1";
         return text;
     }
+    std::string ReplyTo(const std::string& command) const { return Reply(command); }
     std::vector<MAIL> Mails;
     int Validity = 1;
     bool HasModSeq = false;
@@ -435,6 +436,29 @@ TEST(ImapFast, WhatIsKnownIsNotAskedFor) {
         EXPECT_EQ(server.Get(item), (OUTCOME{true, FOLDERSERVER::Listing(c.Listed.empty() ? c.Mails : c.Listed)}));
         EXPECT_EQ(server.Heard, c.Asked + "LOGOUT\n");
     }
+}
+
+// A server may work on several commands at once, and be over with the second first.
+TEST(ImapFast, RepliesMayComeInAnyOrder) {
+    FOLDERSERVER server;
+    for (int uid = 1; uid <= 100; ++uid)
+        server.Mails.push_back({uid, 100, uid % 2 == 0});
+    SHORTTIMES times(8000);
+    STRINGARRAY item;
+    ASSERT_EQ(server.Get(item), (OUTCOME{true, FOLDERSERVER::Listing(server.Mails)}));
+    const std::string plain = server.Heard;
+    std::istringstream commands(plain);
+    std::string list, newer, older;
+    for (std::string* command : {&list, &newer, &older})
+        std::getline(commands, *command);
+    // The tags are those of this very conversation: log-on, SELECT and the list come first.
+    const std::string first = server.ReplyTo(newer), second = server.ReplyTo(older);
+    const auto tagged = [](const std::string& reply, const char* tag) { return Replaced(reply, "$", tag); };
+    server.Said[newer] = tagged(second, "IMAPCMD_4 ") + tagged(first, "IMAPCMD_3 ");
+    server.Said[older] = "* OK\r\n";
+    STRINGARRAY other;
+    EXPECT_EQ(server.Get(other), (OUTCOME{true, FOLDERSERVER::Listing(server.Mails)}));
+    EXPECT_EQ(server.Heard, plain);
 }
 
 // Many commands are on their way at once; what ends them ends the check, and the next one is plain.
