@@ -7,7 +7,7 @@ set -eu
 
 root=$(cd "$(dirname "$0")" && pwd)
 later=${2:-3}
-for protocol in pop3 imap; do
+for protocol in ${PROTOCOLS:-pop3 imap}; do
     (
         set -- "$1" 1
         PORT=$([ $protocol = pop3 ] && echo 21310 || echo 21320)
@@ -15,6 +15,7 @@ for protocol in pop3 imap; do
         line=$((port + 5))
         python3 "$root/delay.py" $line "$port" 20 &
         proxy=$!
+        until (exec 3<>"/dev/tcp/127.0.0.1/$line") 2>/dev/null; do sleep 0.1; done
         trap 'kill $proxy; finish' EXIT
         # New mails for a mailbox: ten more at each call.
         cat >"$dir/deliver" <<'DELIVER'
@@ -26,7 +27,7 @@ for i in 0 1 2 3 4 5 6 7 8 9; do
     chown --reference="$1" "$1/new/$n.new"
 done
 DELIVER
-        seconds() { (TIMEFORMAT=%R; time "$@" >/dev/null 2>"$dir/err") 2>&1; }
+        seconds() { (TIMEFORMAT=%R; time "$@" >/dev/null 2>"$dir/err" || sed 's/^/    /' "$dir/err") 2>&1; }
         peer() { # MAILS PORT: one run of the other program
             if [ $protocol = pop3 ]; then
                 mkdir -p "$dir/mpop/$1"/{cur,new,tmp}
@@ -42,11 +43,14 @@ User box$1
 Pass secret
 SSLType None
 AuthMechs LOGIN
+
 IMAPStore far
 Account a
+
 MaildirStore near
 Path $dir/mbsync/$1/
 Inbox $dir/mbsync/$1/inbox
+
 Channel c
 Far :far:
 Near :near:
@@ -58,7 +62,7 @@ RC
                 seconds mbsync -q -c "$dir/mbsync/rc$1" c
             fi
         }
-        for mails in 1000 5000 10000; do
+        for mails in ${MAILS:-1000 5000 10000}; do
             "$bin/bare_$protocol" "$port" box$mails secret 0 >/dev/null # the server's own caches
             deliver="sh $dir/deliver $dir/mail/box$mails"
             for at in $line $port; do
