@@ -67,7 +67,7 @@ RC
             deliver="sh $dir/deliver $dir/mail/box$mails"
             for at in $line $port; do
                 echo "$protocol $mails, $([ $at = $line ] && echo 'a line of 40 ms' || echo loopback)"
-                "$bin/check_bench" $protocol $at box$mails 1 "$deliver" $((later + 1)) | awk '{ print (NR == 1 ? "  first" : "  later"), "wall", $2, "ms, processor", $3, "ms, peak", $4, "KB, mails", $1 }'
+                (cd "$dir" && "$bin/check_bench" $protocol $at box$mails 1 "$deliver" $((later + 1))) | awk '{ print (NR == 1 ? "  first" : "  later"), "wall", $2, "ms, processor", $3, "ms, peak", $4, "KB, mails", $1 }'
                 rm -rf "$dir/mpop" "$dir/mbsync"
                 echo "  peer first $(peer $mails $at) s"
                 for _ in $(seq "$later"); do $deliver && echo "  peer later $(peer $mails $at) s"; done

@@ -19,8 +19,9 @@ std::vector<std::string> Blocks(const STRING& listing) {
 
 // Whatever an IMAP server says, reading ends, and what comes out is an error, or a listing in which nothing that the
 // server said can end a block.
-void ReadWhatAServerSays(const uint8_t* data, size_t size) {
+void ReadWhatAServerSays(const uint8_t* data, size_t size, bool fast) {
     UNWATCHED row;
+    row.Item.Set("FastCheck", fast ? "1" : "0");
     SAIDSERVER server(data, size);
     STRING listing;
     if (!ImapRead(server, row.Call("", "", ""), "", IMAP_BODY_BYTES, listing)) {
@@ -45,12 +46,23 @@ std::string Answer(const std::string& line, const MAIL (&mails)[3], bool flagsLa
         return "* 3 EXISTS\r\n* OK [UIDVALIDITY 7] ok\r\n" + done;
     if (command.starts_with("SEARCH"))
         return "* SEARCH 1 2 3\r\n" + done;
+    const auto literal = [](const std::string& text) { return "{" + std::to_string(text.size()) + "}\r\n" + text; };
+    std::string many;
+    for (const char number : {'1', '2', '3'}) {
+        const MAIL& mail = mails[number - '1'];
+        many += std::string("* ") + number + " FETCH (UID " + number;
+        if (command.starts_with("UID FETCH "))
+            many += " BODY[HEADER] " + literal(mail.Header) + " BODY[HEADER.FIELDS (X)] " + literal(mail.Header) +
+                    " BODY[1]<0> " + literal(mail.Body.substr(0, IMAP_BODY_BYTES));
+        many += " FLAGS () RFC822.SIZE 9)\r\n";
+    }
+    if (command.starts_with("UID FETCH ") || command.starts_with("FETCH 1:3 "))
+        return many + done;
     if (!command.starts_with("FETCH "))
         return done;
     const char number = command[6];
     const MAIL& mail = mails[number - '1'];
     const auto holds = [&](const char* text) { return command.find(text) != command.npos; };
-    const auto literal = [](const std::string& text) { return "{" + std::to_string(text.size()) + "}\r\n" + text; };
     std::string items = holds("SIZE") ? "RFC822.SIZE 9" : std::string("UID ") + number;
     if (holds("FLAGS") && flagsLast)
         items = "BODY[HEADER.FIELDS (X)] " + literal(mail.Header) + " FLAGS ()";
@@ -63,10 +75,11 @@ std::string Answer(const std::string& line, const MAIL (&mails)[3], bool flagsLa
     return std::string("* ") + number + " FETCH (" + items + ")\r\n" + done;
 }
 
-std::vector<std::string> ReadThreeMails(const MAIL& middle, bool flagsLast) {
+std::vector<std::string> ReadThreeMails(const MAIL& middle, bool flagsLast, bool fast) {
     const MAIL mails[] = {{"From: a\r\n\r\n", "first\r\n"}, middle, {"Subject: c\r\n\r\n", "third"}};
     ANSWERINGDEVICE server("* OK hello\r\n", [&](const std::string& line) { return Answer(line, mails, flagsLast); });
     UNWATCHED row;
+    row.Item.Set("FastCheck", fast ? "1" : "0");
     STRING listing;
     Never(!ImapRead(server, row.Call("", "", ""), "", IMAP_BODY_BYTES, listing) ||
           !listing.View().starts_with("3 msgs|3 unread|0 bytes\n"));
@@ -78,8 +91,10 @@ void ReadWhatAMailSays(const uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     const size_t end = text.find("\r\n\r\n"), half = end == text.npos ? size / 2 : end + 4;
     const bool flagsLast = size % 2 == 0;
-    const std::vector<std::string> plain = ReadThreeMails({}, flagsLast),
-                                   blocks = ReadThreeMails({text.substr(0, half), text.substr(half)}, flagsLast);
+    const MAIL middle{text.substr(0, half), text.substr(half)};
+    const std::vector<std::string> plain = ReadThreeMails({}, flagsLast, false),
+                                   blocks = ReadThreeMails(middle, flagsLast, false);
+    Never(ReadThreeMails(middle, flagsLast, true) != blocks);
     Never(plain.size() != 3 || blocks.size() != 3 || blocks[0] != plain[0] || blocks[2] != plain[2] ||
           blocks[1].find("\nMessage-Id: 2\nSeen: 0\n\n") == plain[1].npos);
 }
@@ -90,7 +105,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     SHRINKABLE::TcpTimes.ReadFailedMs = 1;
     SHRINKABLE::ImapTimes.PauseMs = 0;
     SHRINKABLE::ImapTimes.LineMs = 4;
-    ReadWhatAServerSays(data, size);
+    for (const bool fast : {false, true})
+        ReadWhatAServerSays(data, size, fast);
     // This one answers.
     SHRINKABLE::ImapTimes.LineMs = 10000;
     ReadWhatAMailSays(data, size);

@@ -10,8 +10,9 @@ namespace {
 
 constexpr size_t MOST_BYTES = 12000;  // of a mail: the server says more, and not more than it can
 
-bool Read(std::string_view said, STRING& listing) {
+bool Read(std::string_view said, STRING& listing, bool fast = false) {
     UNWATCHED row;
+    row.Item.Set("FastCheck", fast ? "1" : "0");
     SAIDSERVER server(reinterpret_cast<const uint8_t*>(said.data()), said.size());
     return PopRead(server, row.Call("", "", ""), 0, listing);
 }
@@ -42,13 +43,22 @@ void ReadAnything(std::string_view said) {
     Never(ok && blocks != summary.Count);
 }
 
-// One mail's bytes change no other mail's block, nor any mail's id.
-void ReadBetweenTwo(std::string_view mail) {
-    const std::string said =
-        "+OK\r\n+OK\r\n+OK\r\n+OK 3 900\r\n+OK 3 300\r\n+OK\r\nA: 3\r\n\r\n..\r\n.\r\n+OK 2 400\r\n+OK\r\n" +
-        Sent(mail) + "+OK 1 200\r\n+OK\r\nA: 1\r\n\r\nx\r\n.\r\n+OK\r\n";
+// The same of a check that sends its commands ahead.
+void ReadAnythingFast(std::string_view said) {
     STRING listing;
-    Never(!Read(said, listing) || !listing.View().starts_with("3 msgs|3 ?unread|900 bytes\n"));
+    const std::string start = "+OK\r\n+OK\r\n+OK\r\n+OK\r\nPIPELINING\r\n.\r\n";
+    const bool ok = Read(start + std::string(said), listing, true);
+    Never(ok ? !ASCII::IsDigit(listing.View().front()) : !ASCII::BeginsWith(listing.View(), "-ERR "));
+}
+
+// One mail's bytes change no other mail's block, nor any mail's id.
+void ReadBetweenTwo(std::string_view mail, bool fast) {
+    const std::string ahead = "+OK\r\nPIPELINING\r\n.\r\n", lists = "+OK\r\n1 a\r\n.\r\n+OK\r\n2 400\r\n.\r\n";
+    const std::string said = "+OK\r\n+OK\r\n+OK\r\n" + (fast ? ahead : "") + "+OK 3 900\r\n" + (fast ? lists : "") +
+                             "+OK 3 300\r\n+OK\r\nA: 3\r\n\r\n..\r\n.\r\n+OK 2 400\r\n+OK\r\n" + Sent(mail) +
+                             "+OK 1 200\r\n+OK\r\nA: 1\r\n\r\nx\r\n.\r\n+OK\r\n";
+    STRING listing;
+    Never(!Read(said, listing, fast) || !listing.View().starts_with("3 msgs|3 ?unread|900 bytes\n"));
     LISTING::BLOCKCURSOR cursor(listing);
     std::string_view block;
     for (const std::string_view expected :
@@ -67,8 +77,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     SHRINKABLE::PopTimes.GreetingMs = SHRINKABLE::PopTimes.ReplyMs = 4;
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     ReadAnything(bytes);
+    ReadAnythingFast(bytes);
     // This server says it all, however long the machine takes to hear it.
     SHRINKABLE::PopTimes.GreetingMs = SHRINKABLE::PopTimes.ReplyMs = 20000;
-    ReadBetweenTwo(bytes.substr(0, MOST_BYTES));
+    for (const bool fast : {false, true})
+        ReadBetweenTwo(bytes.substr(0, MOST_BYTES), fast);
     return 0;
 }

@@ -4,6 +4,7 @@
 
 #include "tests/app/mailbox/mailboxsupport.h"
 #include "tests/servers/answeringdevice.h"
+#include "tests/support/stopsoon.h"
 #include "tests/support/times.h"
 
 namespace {
@@ -317,6 +318,32 @@ TEST(PopFast, ADoubtMakesTheNextCheckAPlainOne) {
                               plain == OUTCOME{true, Listing({1, 2, 3, 4, 5})};
             return good ? "" : testing::PrintToString(outcome) + testing::PrintToString(plain);
         });
+    }
+}
+
+TEST(PopFast, AWindowEndsWithTheServerAndWithTheProgram) {
+    const SCRIPT start = ServerScript(GREETING, {WHOLE[USER], WHOLE[PASS], {"CAPA", "+OK\r\nPIPELINING\r\n.\r\n"}});
+    for (const bool goes : {true, false}) {
+        SHORTTIMES times(8000);
+        SCRIPT script = start;
+        script.push_back(PLAY::ReadUntil("LIST\r\n"));
+        script.push_back(PLAY::Send("+OK 2 70\r\n+OK\r\n.\r\n+OK\r\n.\r\n"));
+        script.push_back(PLAY::ReadUntil("QUIT\r\n"));
+        script.push_back(PLAY::Send("+OK 2 40\r\n+OK\r\nA: b\r\n"));
+        if (goes)
+            script.push_back(PLAY::Cut());
+        SCRIPTEDSERVER server(script);
+        RECORDINGROW row;
+        const STOPSOON stop;
+        if (!goes)
+            row.StopAsked = stop.Question();
+        row.Item.Set("FastCheck", "1");
+        STRING result;
+        EXPECT_FALSE(PopGet(row.Call(STRING(server.HostPort())), 0, result));
+        EXPECT_EQ(result, goes ? "-ERR Remote disconnected" : "-ERR Stopped");
+        EXPECT_EQ(row.Item.Exists("@PlainChecks"), goes) << "an end of ours is no doubt";
+        if (!goes)
+            EXPECT_STOPPED(stop);
     }
 }
 
