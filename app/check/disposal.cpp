@@ -1,5 +1,6 @@
 #include "app/check/disposal.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
@@ -274,6 +275,13 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
     if (sure.IsCredible())
         now.Store(item);
     return marks;
+}
+
+bool IsEveryMailSpam(const STRINGARRAY& state) {
+    constexpr const char* VERDICTS_KEYS[][2] = {
+        {"SpamDoDelete", "SpamDeletePoints"}, {"SpamDoTrash", "SpamTrashPoints"}, {"SpamDoMove", "SpamMovePoints"}};
+    return std::ranges::any_of(VERDICTS_KEYS,
+                               [&](const auto& keys) { return VERDICT(state, keys[0], keys[1]).Applies(0); });
 }
 
 void ForgetTries(STRINGARRAY& item) {

@@ -31,6 +31,9 @@ struct SPAMPARTS {
 /// deletion again (@RetryMessageId) when it is due. What a person has queued meanwhile stays queued.
 SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announced, const SPAMPARTS& parts);
 
+/// True if a mail without any points may be sent away: all are looked at as spam is.
+bool IsEveryMailSpam(const STRINGARRAY& state);
+
 /// The server has refused what was queued: if the mails are still there at the next good check, they are queued again,
 /// with the copies that they have.
 void ForgetTries(STRINGARRAY& item);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <string_view>
 
 #include "corelib/base/headerblock.h"
 #include "corelib/base/recordarray.h"
@@ -9,8 +11,11 @@
 /// Makes a record of each block of a listing and puts them into hash, which is emptied first; their number. The keys,
 /// all of which are always present, are To, From, FromEmail, Subject, MessageId, X-Message-Id, Content-Type, X-Ignore,
 /// Header, Seen, Body, X-Datetime, X-SpamPoints, X-SpamReason and X-Size. Time and memory are linear in the listing.
-/// Ends early, with some of the records, if the program is to end.
-int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& stopAsked = {});
+/// Ends early, with some of the records, if the program is to end. A record for which isBrief says yes has an empty
+/// Header and an empty Body, which are most of what it costs.
+using ISBRIEF = std::function<bool(int index, std::string_view block)>;
+int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& stopAsked = {},
+                  const ISBRIEF& isBrief = {});
 
 /// What a mail is, over checks and runs, whatever its id on the server: id, subject and text together, as a number that
 /// is the same in every build.

@@ -13,6 +13,7 @@
 #include "app/check/items.h"
 #include "app/check/mailrecords.h"
 #include "app/common/formats.h"
+#include "app/mailbox/knownmails.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 
@@ -98,8 +99,9 @@ void KeepUnlistedIds(const RECORDARRAY& records, int claimed, const STRING& oldI
 }
 
 /// Fills records from the listing, which claims to hold `claimed` mails.
-void ReadRecords(const STRING& listing, int claimed, RECORDARRAY& records, const STOPQUESTION& stopAsked) {
-    const int found = BuildMailHash(listing, records, stopAsked);
+void ReadRecords(const STRING& listing, int claimed, RECORDARRAY& records, const STOPQUESTION& stopAsked,
+                 const ISBRIEF& isBrief) {
+    const int found = BuildMailHash(listing, records, stopAsked, isBrief);
     if (stopAsked && stopAsked())
         return;
     if (found == 1 && claimed == 0) {
@@ -110,6 +112,20 @@ void ReadRecords(const STRING& listing, int claimed, RECORDARRAY& records, const
     STRING info;
     info.Format("howmany= %d, numnow= %d, see mailhash.dat", found, claimed);
     ASSERTION_QUIET(found == claimed, "howmany==numnow", info.Text());
+}
+
+/// Which mails' texts nobody will look at in this check: they were there at the last one, are no spam, and stand too
+/// far down for any list that a person is shown. None if something is told of mails by what they are.
+ISBRIEF BriefMails(const STRINGARRAY& item) {
+    for (const char* key : {"@QueuedByUser", "@X-DeleteMessageId", "@DisposedMails", "TrashedMails"})
+        if (item.Get(key).Length() > 0)
+            return {};
+    return [places = NEXTLISTING::Places(item)](int index, std::string_view block) {
+        constexpr int LISTED = 32;
+        const bool isKnown =
+            index >= LISTED && static_cast<size_t>(index) < places.size() && places[static_cast<size_t>(index)] >= 0;
+        return isKnown && LISTING::TakeVerdict(block).ends_with(": 0\n");
+    };
 }
 
 /// True if all ids so far have become those of other mails: what was queued by them is given up.
@@ -195,8 +211,11 @@ int CountUncopied(STRINGARRAY& item, const SPAMMARKS& marks) {
 }  // namespace
 
 void RenewQueuedIds(STRINGARRAY& item) {
+    // Asked first: the listing is a large one.
+    if (item.Get("@QueuedByUser").Length() == 0)
+        return;
     const STRING listing = item.Get("@FileStore");
-    if (listing.Length() == 0 || item.Get("@QueuedByUser").Length() == 0)
+    if (listing.Length() == 0)
         return;
     RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);
     BuildMailHash(listing, records);
@@ -211,11 +230,16 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     const LISTING::SUMMARY summary = LISTING::ReadSummary(listing);
     const int numNow = summary.Count;
     RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);
-    ReadRecords(listing, numNow, records, parts.StopAsked);
+    // With a threshold that every mail reaches all of them may be sent away.
+    const bool all = asked || showAll || IsEveryMailSpam(parts.State);
+    ReadRecords(listing, numNow, records, parts.StopAsked, all ? ISBRIEF() : BriefMails(item));
 
     const bool otherIds = HasOtherIds(item);
     SPAMMARKS marks{.Stopped = parts.StopAsked && parts.StopAsked()};
     if (!marks.Stopped) {
+        // Queued while the records were made: now their texts matter.
+        if (item.Get("@QueuedByUser").Length() > 0)
+            BuildMailHash(listing, records, parts.StopAsked);
         RenewQueued(item, records);
         marks = MarkBySpamVerdict(item, records, numNow, {parts.State, parts.Trash, parts.StopAsked});
     }

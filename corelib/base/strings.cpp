@@ -199,7 +199,9 @@ void STRING::Make(int l, const char* text) {
         int keep = std::min(newSize, oldLength);
         if (keep > 0)
             memcpy(block, Buffer, static_cast<size_t>(keep));
-        memset(block + keep, 0, static_cast<size_t>(newSize - keep));
+        // What the text is copied to need not be touched twice.
+        const int filled = text ? l : keep;
+        memset(block + filled, 0, static_cast<size_t>(newSize - filled));
         former = std::exchange(Buffer, block);
         BufLen = newSize;
         // Each growth copies the whole text, so larger texts grow in larger steps; small ones, of which there are

@@ -81,4 +81,20 @@ TEST_F(MailRecords, OnlyATabContinuesAField) {
     EXPECT_EQ(Std(Hash[0].Get("Body")), "body\r\n");
 }
 
+TEST_F(MailRecords, ABriefOneLacksTheTextsAndNothingElse) {
+    const STRING listing =
+        "2 msgs\nFrom: A <a@x.example>\nSubject: one\n\ttwo\nsubject: three\nMessage-Id:\n\t<1>\nX-Size: 2048\n\nTo: "
+        "b\n\1"
+        "X-SpamReason: why\nX-SpamPoints: 0\nX-Message-Id: 1|5\nToo: c\nSeen: yes\nDate: d\r\n\r\nbody\n";
+    RECORDARRAY whole(4, 4), brief(4, 4);
+    BuildMailHash(listing, whole);
+    ASSERT_EQ(BuildMailHash(listing, brief, {}, [](int, std::string_view) { return true; }), 2);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_GT(whole[i].Get("Header").Length() * whole[i].Get("Body").Length(), 0);
+        for (const char* key : {"Header", "Body"})
+            whole[i].Set(key, "");
+        EXPECT_EQ(brief[i].AsText(), whole[i].AsText());
+    }
+}
+
 }  // namespace
