@@ -9,7 +9,7 @@ root=$(cd "$(dirname "$0")" && pwd)
 later=${2:-3}
 for protocol in ${PROTOCOLS:-pop3 imap}; do
     (
-        set -- "$1" 1
+        set -- "$(cd "$1" && pwd)" 1
         PORT=$([ $protocol = pop3 ] && echo 21310 || echo 21320)
         . "$root/dovecot.sh"
         line=$((port + 5))
