@@ -1,6 +1,7 @@
 #include "app/mailbox/mapi.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "app/mailbox/mapilisting.h"
@@ -16,12 +17,39 @@ STRING Number(int number) {
     return text;
 }
 
-bool IsName(const STRING& name, const STRING& folder) {
-    const std::string_view whole = name.View();
-    const STRING target = STRING("- ") || folder;
-    const std::string_view end = target.View();
-    return ASCII::Equal(whole, folder.View()) ||
-           (whole.size() >= end.size() && ASCII::Equal(whole.substr(whole.size() - end.size()), end));
+bool EndsWith(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() && ASCII::Equal(text.substr(text.size() - end.size()), end);
+}
+
+/// A folder that holds mail, in the session that has named it so.
+struct TARGET {
+    int Index = MAPICLASS::WASTEBASKET;
+    STRING Name;
+
+    /// A session that was made anew meanwhile may have numbered its folders otherwise.
+    bool IsStill(const MAPICLASS& mapi) const {
+        return Index == MAPICLASS::WASTEBASKET || mapi.GetMailFolderName(Index) == Name;
+    }
+};
+
+/// By its whole name or, where no folder has that, by what follows the name of its store. Null if there is none.
+std::optional<TARGET> FindFolder(const MAPICLASS& mapi, const STRING& folder) {
+    const auto find = [&](bool (*isMeant)(std::string_view name, std::string_view wanted),
+                          const STRING& wanted) -> std::optional<TARGET> {
+        for (int i = 0; i < mapi.QueryHowManyMailFolders(); ++i) {
+            const STRING name = mapi.GetMailFolderName(i);
+            Trace("TARNWICK::MapiMove searching for %s in %s\n", folder.Text(), name.Text());
+            if (!isMeant(name.View(), wanted.View()))
+                continue;
+            Trace("TARNWICK::MapiMove found %s in %s\n", folder.Text(), name.Text());
+            return TARGET{i, name};
+        }
+        return {};
+    };
+    if (folder.Length() == 0)
+        return {};
+    const auto whole = find(ASCII::Equal, folder);
+    return whole ? whole : find(EndsWith, STRING("- ") || folder);
 }
 
 /// What the session has listed, for as long as it does so.
@@ -30,19 +58,19 @@ struct LISTED {
     int Count = 0, Unread = 0;
 };
 
-bool MoveAll(const MAILBOXCALL& call, const STRING& ids, int text, int folder) {
+bool MoveAll(const MAILBOXCALL& call, const STRING& ids, int text, const TARGET& target) {
     int running = 0;
     WORDCURSOR lines(ids, "\n");
     for (std::string_view line; lines.Next(line);) {
         if (line.empty())
             continue;
-        if (call.StopAsked())
+        if (call.StopAsked && call.StopAsked())
             return false;
         call.Progress.Show(text, STRING(" ") || Number(++running));
         const auto moved = call.Mapi->Do(
             MAPISTORE::CHANGES,
-            [id = std::string(line), folder](MAPICLASS& mapi, const STOPQUESTION& stopAsked) {
-                return !stopAsked() && mapi.MoveInboxMessage(id, folder);
+            [id = std::string(line), target](MAPICLASS& mapi, const STOPQUESTION& stopAsked) {
+                return !stopAsked() && target.IsStill(mapi) && mapi.MoveInboxMessage(id, target.Index);
             },
             call.StopAsked);
         if (!moved.value_or(false))
@@ -91,7 +119,7 @@ bool MapiGet(const MAILBOXCALL& call, int bytes, STRING& result) {
 
 bool MapiDelete(const MAILBOXCALL& call, const STRING& ids, STRING& error) {
     Trace("TARNWICK::MapiDelete %s\n", ids.Text());
-    const bool done = call.Mapi && MoveAll(call, ids, TEXT_DELETING, MAPICLASS::WASTEBASKET);
+    const bool done = call.Mapi && MoveAll(call, ids, TEXT_DELETING, {});
     error = done ? "OK" : "MAPI delete error!";
     Trace("TARNWICK::MapiDelete done %s\n", error.Text());
     return done;
@@ -100,31 +128,20 @@ bool MapiDelete(const MAILBOXCALL& call, const STRING& ids, STRING& error) {
 bool MapiMove(const MAILBOXCALL& call, const STRING& ids, const STRING& folder, STRING& error) {
     Trace("TARNWICK::MapiMove to %s\n", folder.Text());
     error = "";
-    const auto found = std::make_shared<int>(-1);
-    const auto searched =
-        call.Mapi ? call.Mapi->Do(
-                        MAPISTORE::CHANGES,
-                        [folder, found](MAPICLASS& mapi, const STOPQUESTION&) {
-                            for (int i = 0; i < mapi.QueryHowManyMailFolders(); ++i) {
-                                const STRING name = mapi.GetMailFolderName(i);
-                                Trace("TARNWICK::MapiMove searching for %s in %s\n", folder.Text(), name.Text());
-                                if (folder.Length() == 0 || !IsName(name, folder))
-                                    continue;
-                                Trace("TARNWICK::MapiMove found %s in %s\n", folder.Text(), name.Text());
-                                *found = i;
-                                return true;
-                            }
-                            return false;
-                        },
-                        call.StopAsked)
-                  : std::optional<bool>();
+    // In the session's hands: it may go on searching when nobody waits any more.
+    const auto found = std::make_shared<std::optional<TARGET>>();
+    const auto search = [folder, found](MAPICLASS& mapi, const STOPQUESTION&) {
+        *found = FindFolder(mapi, folder);
+        return true;
+    };
+    const auto searched = call.Mapi ? call.Mapi->Do(MAPISTORE::CHANGES, search, call.StopAsked) : std::optional<bool>();
     if (!searched)
         return false;
     bool done = false;
-    if (!*searched) {
+    if (*searched && !*found) {
         error = STRING("Folder ") || folder || " not found";
     } else {
-        done = MoveAll(call, ids, TEXT_MOVING, *found);
+        done = *searched && MoveAll(call, ids, TEXT_MOVING, **found);
         error = done ? "OK" : "MAPI move error!";
     }
     Trace("TARNWICK::MapiMove done ok= %d\n", done);

@@ -40,7 +40,7 @@ std::string JoinedHeader(std::string_view header) {
 
 /// What a stranger says of the recipients. That a mail is to the user nobody but the store says.
 std::string OfStranger(STRING value) {
-    value.Replace(OWNER_TOKEN.data(), "me");
+    value.Replace(OWNER_TOKEN.data(), "(me)");
     return OneLine(std::string(value.View()));
 }
 

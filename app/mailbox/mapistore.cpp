@@ -87,7 +87,7 @@ std::shared_ptr<TASK> MAPISTORE::SHARED::Next(MAPIWAIT& wait) {
         const std::lock_guard hold(Guard);
         if (Ending)
             return nullptr;
-        if (!Tasks.empty()) {
+        while (!Tasks.empty()) {
             const std::shared_ptr<TASK> task = Tasks.front();
             Tasks.pop_front();
             if (!task->Abandoned) {
@@ -117,6 +117,8 @@ void MAPISTORE::SHARED::Run() {
         const bool isOpen = mapi->IsUpAndRunning() && mapi->IsInboxOpen();
         std::optional<bool> result;
         if (isOpen) {
+            // What others have changed until now is news.
+            MAPIWAIT::HandleMessages();
             ChangesItself = task->Kind == CHANGES;
             result = task->Work(*mapi, [&] { return task->Abandoned.load(); });
             // What has been changed is told while it is known by whom.
@@ -178,8 +180,10 @@ void MAPISTORE::End() {
             Shared->Wait->Wake();
     }
     // One that waits for something that does not come is left behind.
-    if (Thread && !OSYS::WaitThread(Thread, MapiTimes.LogOffMs))
+    if (Thread && !OSYS::WaitThread(Thread, MapiTimes.LogOffMs)) {
         Trace("TARNWICK::~TARNWICK hMapiClass does not end\n");
+        Thread = {};
+    }
 }
 
 std::vector<STRING> MAPISTORE::FolderNames() const {
@@ -192,7 +196,8 @@ std::optional<bool> MAPISTORE::Do(KIND kind, WORK work, const STOPQUESTION& stop
     std::unique_lock hold(shared.Guard);
     const auto await = [&](int limitMs, const std::function<bool()>& isThere) {
         const std::chrono::milliseconds look(MapiTimes.LookMs);
-        for (int waited = 0; !isThere() && waited < limitMs && !stopAsked(); waited += MapiTimes.LookMs)
+        const auto isStopped = [&] { return stopAsked && stopAsked(); };
+        for (int waited = 0; !isThere() && waited < limitMs && !isStopped(); waited += MapiTimes.LookMs)
             shared.Finished.wait_for(hold, look);
         return isThere();
     };

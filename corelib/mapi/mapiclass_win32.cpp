@@ -27,6 +27,8 @@ namespace {
 constexpr size_t ROW_TEXT = 255;
 /// More of a header, or of a body of any length, is nothing that a mail needs.
 constexpr size_t HEADER_BYTES = 65536, BODY_BYTES = 16 << 20;
+/// Bytes of an entry id: its flags, and whose it is.
+constexpr size_t SHORTEST_ID = 8;
 /// Folders lie in each other no deeper, unless the store is broken.
 constexpr int MOST_LEVELS = 64;
 
@@ -159,6 +161,41 @@ enum INBOXCOLUMN {
     ENTRY_ID
 };
 
+/// Whom the sink tells. A provider may call one in a thread of its own even after it has given it back: the number by
+/// which it was known stands for nobody then. All lives as long as the process.
+class SINKTARGET {
+ public:
+    static ULONG_PTR Set(void (*function)(void*), void* context) {
+        const HOLD hold;
+        Function = function;
+        Context = context;
+        return ++Number;
+    }
+    /// Waits for a call that is under way.
+    static void Clear(ULONG_PTR number) {
+        const HOLD hold;
+        if (number == Number)
+            Function = nullptr;
+    }
+    static void Tell(ULONG_PTR number) {
+        const HOLD hold;
+        if (number == Number && Function)
+            Function(Context);
+    }
+
+ private:
+    static inline SRWLOCK Guard = SRWLOCK_INIT;
+    struct HOLD {
+        HOLD() { AcquireSRWLockExclusive(&Guard); }
+        ~HOLD() { ReleaseSRWLockExclusive(&Guard); }
+        HOLD(const HOLD&) = delete;
+        HOLD& operator=(const HOLD&) = delete;
+    };
+    static inline ULONG_PTR Number = 0;
+    static inline void* Context = nullptr;
+    static inline void (*Function)(void*) = nullptr;
+};
+
 struct STORE {
     std::string Name, Id;
     bool IsDefault;
@@ -187,10 +224,13 @@ struct MAPICLASS::PARTS {
 
     [[nodiscard]] bool Load(const STRING& path);
     [[nodiscard]] bool LogOn();
-    void CloseInbox() {
+    void ReleaseCallback() {
+        SINKTARGET::Clear(Sink);
         if (MDBMainObject && ulAdviseConnection != 0)
-            MDBMainObject->Unadvise(ulAdviseConnection);
-        ulAdviseConnection = 0;
+            MDBMainObject->Unadvise(std::exchange(ulAdviseConnection, 0));
+    }
+    void CloseInbox() {
+        ReleaseCallback();
         MDBMainObject.reset();
         Inbox.clear();
     }
@@ -309,7 +349,7 @@ struct MAPICLASS::PARTS {
     std::string Inbox;
     bool IsUpAndRunning = false;
     ULONG ulAdviseConnection = 0;
-    std::pair<void (*)(void*), void*> Callback;
+    ULONG_PTR Sink = 0;
     std::vector<STORE> Stores;
     std::vector<FOLDER> ContactFolders, MailFolders;
 };
@@ -517,14 +557,13 @@ bool MAPICLASS::SetInboxCallback(void (*function)(void* context), void* context)
         !ASSERTION(Parts->ulAdviseConnection == 0, "this->ulAdviseConnection==0"))
         return false;
     const DIRECTORYKEEPER keep;
-    Parts->Callback = {function, context};
+    Parts->Sink = SINKTARGET::Set(function, context);
     FILLED<IMAPIAdviseSink> filled;
-    const LPNOTIFCALLBACK call = [](void* parts, ULONG, NOTIFICATION*) -> LONG {
-        const auto& [told, about] = static_cast<const PARTS*>(parts)->Callback;
-        told(about);
+    const LPNOTIFCALLBACK call = [](void* number, ULONG, NOTIFICATION*) -> LONG {
+        SINKTARGET::Tell(reinterpret_cast<ULONG_PTR>(number));
         return 0;
     };
-    if (Parts->AllocAdviseSink(call, Parts.get(), filled) != S_OK) {
+    if (Parts->AllocAdviseSink(call, reinterpret_cast<void*>(Parts->Sink), filled) != S_OK) {
         Trace("MAPICLASS::SetInboxCallback HrAllocAdviceSink failed\n");
         return false;
     }
@@ -542,8 +581,7 @@ bool MAPICLASS::SetInboxCallback(void (*function)(void* context), void* context)
 
 void MAPICLASS::ReleaseInboxCallback() {
     const DIRECTORYKEEPER keep;
-    if (Parts->MDBMainObject && Parts->ulAdviseConnection != 0)
-        Parts->MDBMainObject->Unadvise(std::exchange(Parts->ulAdviseConnection, 0));
+    Parts->ReleaseCallback();
 }
 
 bool MAPICLASS::GetInboxMessages(int bytes, const std::function<bool(const MAPIMESSAGE&)>& take) {
@@ -644,7 +682,8 @@ bool MAPICLASS::MoveInboxMessage(const std::string& id, int folder) {
         return false;
     };
     const std::string entry = FromHex(id);
-    if (entry.empty())
+    // A mail without an id of its own goes by a number here, which is shorter than any.
+    if (entry.size() < SHORTEST_ID)
         return false;
     const OBJECT<IMAPIFolder> inbox = PARTS::OpenEntry<IMAPIFolder>(*Parts->MDBMainObject, Parts->Inbox, MAPI_MODIFY);
     if (!inbox)

@@ -1,5 +1,7 @@
 #include "app/mailbox/mapi.h"
 
+#include <thread>
+
 #include "app/mailbox/listing.h"
 #include "app/mailbox/mapistore.h"
 #include "tests/app/mailbox/mailboxsupport.h"
@@ -113,7 +115,7 @@ TEST_F(Mapi, AsksMessagesForWhatRowsLackOrCut) {
              "Seen: yes\n\n" + std::string(255, 'b') + "ü end\1", std::string("To: far@x.test\nCc: \nFrom"),
              "To: " + subject + "<{me}>\n", "\n\n" + std::string(4096, 'u') + "\1",
              // Gone when it was to be opened, and of no mail of this machine's for that.
-             std::string("To: Lena me\nCc: \nFrom: Anna <a@x.test>\nSubject: gone\n"),
+             std::string("To: Lena (me)\nCc: \nFrom: Anna <a@x.test>\nSubject: gone\n"),
              std::string("X-Transport: \nSeen: no\n\n<empty>\1"), std::string("Subject: no id\nMessage-Id: \n")})
         EXPECT_NE(listed.Result.find(part), std::string::npos) << part;
     EXPECT_EQ(LISTING::CountBlocks(STRING(listed.Result)), 4);
@@ -249,6 +251,35 @@ TEST_F(Mapi, ALogOnThatStandsStillHoldsNobodyUp) {
     Server.BlockLogOn(false);
     EXPECT_TRUE(Eventually([&] { return Server.LogOns() == 2 && Server.Leftovers().empty(); }));
     EXPECT_EQ(Changes, 1);
+}
+
+TEST_F(Mapi, WorkThatNobodyWaitsForHoldsNobodyUp) {
+    OpenAndWait();
+    SHRINKABLE::MapiTimes.CallMs = 2000;
+    std::atomic<bool> begun = false, ends = false, isQueued = false;
+    const auto good = [](MAPICLASS&, const STOPQUESTION&) { return true; };
+    std::thread first([&] {
+        const auto slow = [&](MAPICLASS&, const STOPQUESTION&) {
+            begun = true;
+            return Eventually([&] { return ends.load(); });
+        };
+        EXPECT_EQ(Store->Do(MAPISTORE::LISTS, slow, {}), true);
+    });
+    EXPECT_TRUE(Eventually([&] { return begun.load(); }));
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(Store->Do(MAPISTORE::LISTS, good, [] { return true; }), false);
+    std::thread last([&] {
+        EXPECT_EQ(Store->Do(MAPISTORE::LISTS, good,
+                            [&] {
+                                isQueued = true;
+                                return false;
+                            }),
+                  true);
+    });
+    EXPECT_TRUE(Eventually([&] { return isQueued.load(); }));
+    ends = true;
+    first.join();
+    last.join();
 }
 
 TEST_F(Mapi, TheTimeOfAListingGrowsWithTheMailsAndItsMemoryDoesNot) {

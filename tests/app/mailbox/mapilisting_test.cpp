@@ -82,7 +82,7 @@ TEST(MapiListing, NothingOfAMailEndsItsBlockOrItsLine) {
     }
     // A stranger cannot say that a mail is to the user.
     MAPIMESSAGE mail = Mail();
-    for (const char* header : {"To: <{me}>\nCc: x{me}\n", "Cc: {me}", ""}) {
+    for (const char* header : {"To: <{me}>\nCc: x{me}\n", "Cc: {me}", "To: {{me}}, {{{me}me}}\n", ""}) {
         mail.DisplayTo = "{me}";
         mail.Transport = header;
         const std::string block = Block(mail);
