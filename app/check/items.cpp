@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "app/check/mailrecords.h"
+#include "app/mailbox/protection.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/codepage.h"
 
@@ -50,7 +51,8 @@ constexpr ITEMKEY STORED_KEYS[] = {
     {"@DeleteMessageId", ""},
     {"@X-DeleteMessageId", ""},
     {"@FileStore", ""},
-    {"@UidValidity", ""},  // as the last listing told
+    {REFUSED_CERTIFICATE, ""},  // of the last call
+    {"@UidValidity", ""},       // as the last listing told
 };
 
 /// Keys whose default is the setting of the same name.

@@ -5,7 +5,9 @@
 #include <string>
 
 #include "app/mailbox/account.h"
+#include "app/mailbox/protection.h"
 #include "corelib/base/ascii.h"
+#include "corelib/base/utf8.h"
 
 namespace {
 
@@ -143,6 +145,8 @@ bool AnyOf(std::string_view texts, MATCHES matches) {
     return false;
 }
 
+constexpr size_t MOST_OF_A_NAME = 80;  // bytes
+
 // The certificate's faults, as their report has them, in the user's language.
 STRING FaultTexts(std::string_view faults, const TEXTS& texts) {
     constexpr std::string_view NAMES[] = {"expired",     "not yet valid", "other name", "unknown issuer",
@@ -159,7 +163,7 @@ STRING FaultTexts(std::string_view faults, const TEXTS& texts) {
         }
         all += texts.Part(TEXT_CERTIFICATE_FAULTS, static_cast<int>(name - std::begin(NAMES)));
         if (const std::string_view whose = Trimmed(fault.substr(name->size())); !whose.empty())
-            all += STRING(" (") || STRING(whose) || ")";
+            all += STRING(" (\"") || STRING(UTF8::Cut(whose, MOST_OF_A_NAME)) || "\")";
     }
     return all;
 }
@@ -167,7 +171,11 @@ STRING FaultTexts(std::string_view faults, const TEXTS& texts) {
 class EXPLANATION {
  public:
     EXPLANATION(const STRINGARRAY& item, const TEXTS& texts)
-        : Kind(MAILACCOUNT::Kind(item)), Place(item), Texts(texts) {}
+        : Kind(MAILACCOUNT::Kind(item)),
+          Place(item),
+          Refused(Place.Security != SECURITY_NONE && item.Exists(REFUSED_CERTIFICATE) ? item.Get(REFUSED_CERTIFICATE)
+                                                                                      : STRING("")),
+          Texts(texts) {}
 
     std::string Of(std::string_view reason) const {
         if (reason.empty())
@@ -215,11 +223,13 @@ class EXPLANATION {
     }
     // Why a line is not protected as it should be; empty if that is not what has failed.
     std::string OfTls(std::string_view reason) const {
-        if (const std::string digits = RefusedCertificate(STRING(reason)).Text(); !digits.empty()) {
-            reason.remove_prefix(std::min(reason.find(": "), reason.size()) + 2);
+        // Of a certificate that was there, and not of one that a server tells of.
+        if (Refused.Length() > 0 && CertificateDigits(reason) == Refused) {
+            ASCII::Take(reason, ':');
             STRING text = Texts.Get(TEXT_UNTRUSTED);
-            text.Replace("$1", FaultTexts(reason.substr(0, reason.rfind("; SHA-256 ")), Texts).Text());
-            text.Replace("$2", digits.c_str());
+            // First what is sure: the rest may hold what a stranger has put into a name.
+            text.Replace("$1", Refused.Text());
+            text.Replace("$2", FaultTexts(reason.substr(0, reason.rfind("; SHA-256 ")), Texts).Text());
             return std::string(text.View());
         }
         constexpr std::string_view FAILED = "TLS failed";
@@ -268,23 +278,11 @@ class EXPLANATION {
 
     const MAILBOXKIND& Kind;
     const PLACE Place;
+    const STRING Refused;
     const TEXTS& Texts;
 };
 
 }  // namespace
-
-STRING RefusedCertificate(const STRING& reason) {
-    constexpr std::string_view MARK = "Certificate not trusted", DIGITS = "; SHA-256 ";
-    constexpr size_t SHA256_DIGITS = 64;
-    const std::string_view line = reason.View().substr(0, reason.View().find('\n'));
-    const size_t at = line.rfind(DIGITS);
-    if (line.find(MARK) == line.npos || at == line.npos)
-        return "";
-    const std::string_view digits = Trimmed(line.substr(at + DIGITS.size()));
-    const bool good =
-        digits.size() == SHA256_DIGITS && std::ranges::all_of(digits, [](char c) { return ASCII::HexValue(c) >= 0; });
-    return good ? STRING(digits) : STRING("");
-}
 
 STRING PersonText(const STRING& value, const STRINGARRAY& item, const TEXTS& texts) {
     const STRING line = value.Line(0, WORD_NEVERNULL);

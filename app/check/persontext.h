@@ -8,7 +8,3 @@
 /// wrong, as a sentence in the user's language, with what to do about it where that is known; a server's own words
 /// stay, without those of its protocol and without control bytes. Empty only where nothing is recorded.
 STRING PersonText(const STRING& value, const STRINGARRAY& item, const TEXTS& texts);
-
-/// The SHA-256, in hexadecimal, of the certificate that a check has failed for, by the same value or a device's words;
-/// empty if it was not that.
-STRING RefusedCertificate(const STRING& value);

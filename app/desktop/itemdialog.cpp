@@ -77,7 +77,7 @@ class MAILBOXPAGE : public FORMPAGE {
             return entered ? page.Parts().Texts.Get(TEXT_NO_KIND) : STRING();
         }
         control = ID_SERVER;
-        const STRING fault = FieldFault(page, control, ServerFault);
+        STRING fault = FieldFault(page, control, ServerFault);
         if (fault.NotNull())
             return fault;
         control = ID_USER;

@@ -135,8 +135,8 @@ bool TRASHMAILS::SendOn(const STRINGARRAY& whole, const STRINGARRAY& state, cons
     EMAIL email(plain ? from.Text() : "", state.Get("SpamSmtpTo").Text(), whole["Subject"].Text(), "",
                 state.Get("SpamSmtp").Text());
     email.SetStopQuestion(stopAsked);
-    email.SetAccess({static_cast<int>(state.GetNumber("SpamSmtpSecurity")), state.Get("SpamSmtpUser"),
-                     state.Get("SpamSmtpPassword"), state.Get("SpamSmtpTrusted")});
+    email.SetAccess({static_cast<SMTPACCESS::SECURITY>(MAILACCOUNT::ReadSecurity(state.Get("SpamSmtpSecurity"))),
+                     state.Get("SpamSmtpUser"), state.Get("SpamSmtpPassword"), state.Get("SpamSmtpTrusted")});
     char words[ERROR_BYTES] = "";
     const bool sent = email.SendMail(MessageToSendOn(whole), words, sizeof words);
     error = words;

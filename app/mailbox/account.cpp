@@ -53,9 +53,11 @@ MAILSECURITY Security(const STRINGARRAY& item) {
     const STRING kind = value("Security");
     if (kind.Length() == 0 || Kind(item).TlsPort == 0)
         return {};
-    // Whatever else stands there is no wish for a line that others can read.
-    const int security = kind == "0" ? SECURITY_NONE : kind == "2" ? SECURITY_STARTTLS : SECURITY_TLS;
-    return {security, true, value("TrustedCertificate")};
+    return {ReadSecurity(kind), true, value("TrustedCertificate")};
+}
+
+SECURITY ReadSecurity(const STRING& stored) {
+    return stored.Length() == 0 || stored == "0" ? SECURITY_NONE : stored == "2" ? SECURITY_STARTTLS : SECURITY_TLS;
 }
 
 void SetSecurity(STRINGARRAY& item, int kind) {

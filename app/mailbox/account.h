@@ -55,6 +55,8 @@ STRING Password(const STRINGARRAY& item);
 void SetAddress(STRINGARRAY& item, const MAILADDRESS& address, const STRING& password);
 void SetPassword(STRINGARRAY& item, STRING password);
 
+/// Of a stored value. What nobody here has written is no wish for a line that others can read.
+SECURITY ReadSecurity(const STRING& stored);
 MAILSECURITY Security(const STRINGARRAY& item);
 /// Makes the item's login a modern one.
 void SetSecurity(STRINGARRAY& item, int kind);

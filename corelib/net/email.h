@@ -19,7 +19,7 @@ struct SMTPACCESS {
     enum SECURITY { CLEAR = 0, TLS = 1, STARTTLS = 2 };
     /// With TLS from the first byte on port 465 where the host names none; with STARTTLS, which is never left out, on
     /// 587; in clear on 25.
-    int Security = CLEAR;
+    SECURITY Security = CLEAR;
     /// Goes with the password as AUTH PLAIN, or LOGIN where the server knows no better; empty: no login.
     STRING User = "";
     STRING Password = "";

@@ -1,8 +1,10 @@
 #include "app/check/persontext.h"
 
 #include "app/check/items.h"
+#include "app/mailbox/protection.h"
 #include "tests/support/testsupport.h"
 
+#define OTHER_SHA256 "fffffffff0123456789abcdef0123456789abcdef0123456789abcdef0123456"
 #define SHA256 "0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef"
 
 namespace {
@@ -26,6 +28,10 @@ std::string Shown(const char* value, int type = ITEMTYPE_POP3, const char* sourc
     item.SetNumber("Type", type);
     item.Set("Source", source);
     item.Set("LastRC", counts);
+    if (strstr(value, "Certificate")) {
+        item.SetNumber("Security", SECURITY_TLS);
+        item.Set(REFUSED_CERTIFICATE, SHA256);
+    }
     return Std(PersonText(value, item, SHORTTEXTS()));
 }
 
@@ -91,8 +97,11 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
         {"TLS failed", "<10224 >"},
         {"TCPIO 4106 TLS failed: no cipher", "<10224 no cipher>", WEB, "|me"},
         {"Certificate not trusted: expired, unknown issuer A, B & C, other name; SHA-256 " SHA256,
-         "<10225 old, unknown (A), B & C, other|" SHA256 ">"},
+         "<10225 " SHA256 "|old, unknown (\"A\"), B & C, other>"},
         {"Certificate not trusted: weak; SHA-256 12", "Certificate not trusted: weak; SHA-256 12", POP},
+        // One that there has not been.
+        {"Certificate not trusted: expired; SHA-256 " OTHER_SHA256,
+         "Certificate not trusted: expired; SHA-256 " OTHER_SHA256, POP},
         // Any other refusal stays the server's own.
         {"IMAPCMD_3 NO Mailbox does not exist", "Mailbox does not exist", IMAP},
         {"IMAPCMD_3 NO", "<10206>", IMAP},

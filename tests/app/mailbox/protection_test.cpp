@@ -1,3 +1,5 @@
+#include "app/mailbox/protection.h"
+
 #include "tests/app/mailbox/mailboxsupport.h"
 #include "tests/servers/tlsserver.h"
 
@@ -84,8 +86,9 @@ TEST(Protection, NoPasswordLeavesBeforeTheLineIsAsSafeAsItHasToBe) {
         const bool ok = c.Type == ITEMTYPE_POP3 ? PopGet(call, 0, result) : ImapGet(call, "", 0, result);
         const TLSSERVER::OUTCOME outcome = server.Over();
         EXPECT_EQ(ok, !c.Result.starts_with("-ERR"));
-        EXPECT_EQ(Std(result), c.Result + (c.Result.ends_with("SHA-256 ") ? Std(server.Sha256()) : ""))
-            << outcome.Problem;
+        const std::string refused = c.Result.ends_with("SHA-256 ") ? Std(server.Sha256()) : "";
+        EXPECT_EQ(Std(result), c.Result + refused) << outcome.Problem;
+        EXPECT_EQ(Std(call.Item.Get(REFUSED_CERTIFICATE)), refused);
         if (!ok) {
             EXPECT_EQ(outcome.Received.find("pw"), std::string::npos) << outcome.Received;
             EXPECT_EQ(outcome.Received.find("AGpv"), std::string::npos) << outcome.Received;

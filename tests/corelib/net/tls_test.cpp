@@ -353,7 +353,7 @@ TEST_F(Tls, MailIsSentOnProtectedAndWithALogin) {
         SCOPED_TRACE(std::to_string(security) + " " + user + " " + result);
         TLSSERVER server("good", steps);
         EMAIL email("a@b", "c@d", "", "", server.HostPort().Text());
-        email.SetAccess({security, user, "secret", ""});
+        email.SetAccess({static_cast<SMTPACCESS::SECURITY>(security), user, "secret", ""});
         char error[128];
         const bool sent = email.SendMail("text", error, sizeof error);
         EXPECT_EQ(std::to_string(sent) + " " + error, result);
