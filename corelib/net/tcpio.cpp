@@ -23,12 +23,17 @@ constexpr uint32_t DUMP_LEVEL = 519;
 constexpr uint32_t NO_ADDRESS = 0xffffffff;
 // What a session may have to send without being asked to give anything.
 constexpr size_t MOST_UNASKED_BYTES = 65536;
+// Of a handshake, the longest chain of certificates and all: no server needs as much.
+constexpr int64_t MOST_HANDSHAKE_BYTES = 262144;
 
 // The kinds of records that a handshake can begin with.
 constexpr char TLS_ALERT = 21;
 constexpr char TLS_HANDSHAKE = 22;
 constexpr const char* IN_CLEAR = "the server speaks without TLS";
 constexpr const char* HUNG_UP = "the server hung up";
+constexpr const char* UNFINISHED = "the server did not finish the handshake";
+constexpr const char* UNCHECKED = "the certificate could not be checked";
+constexpr const char* TALKATIVE = "the server says too much before the line is protected";
 
 // The order is that of the search.
 constexpr struct {
@@ -333,8 +338,10 @@ TCPIPIO::TAKEN TCPIPIO::TakeReceived(const SOCKETREF& connection, int count) {
     // In the words of a library this would be the wrong version of something.
     if (TlsReceived == 0 && Received[0] != TLS_HANDSHAKE && Received[0] != TLS_ALERT)
         Tls->Break(IN_CLEAR);
-    STATE state = Tls->Take({Received, static_cast<size_t>(count)}, Decrypted);
     TlsReceived += count;
+    if (wasShaking && TlsReceived > MOST_HANDSHAKE_BYTES)
+        Tls->Break(TALKATIVE);
+    STATE state = Tls->Take({Received, static_cast<size_t>(count)}, Decrypted);
     if (state == STATE::CHECKING) {
         const std::function<TLSVERDICT()> check = Tls->Check();
         hold.unlock();
@@ -345,10 +352,11 @@ TCPIPIO::TAKEN TCPIPIO::TakeReceived(const SOCKETREF& connection, int count) {
         hold.lock();
         if (Connection != connection)
             return TAKEN::OVER;
-        if (verdict)
+        // Who waits for the handshake may have given up meanwhile.
+        if (verdict && Tls->State() == STATE::CHECKING)
             Tls->Judge(*verdict);
         else
-            Tls->Break("the certificate could not be checked");
+            Tls->Break(UNCHECKED);
         state = Tls->Take({}, Decrypted);
     }
     ReadAhead = Decrypted.data();
@@ -521,6 +529,12 @@ bool TCPIPIO::StartTls(const TLSWISH& wish) {
     return false;
 }
 
+void TCPIPIO::ThrowAwayRing() {
+    char bytes[8192];
+    for (int count = sizeof bytes; Ring.Read(bytes, &count, 0, nullptr);)
+        count = sizeof bytes;
+}
+
 int32_t TCPIPIO::Shake(const SOCKETREF& connection) {
     int64_t looked = CLOCK::DayMilliSeconds(), waited = 0, received = 0;
     for (;;) {
@@ -532,6 +546,13 @@ int32_t TCPIPIO::Shake(const SOCKETREF& connection) {
             // A server that waits for commands in clear would wait for ever.
             if (IsShaking(*Tls) && !HasWritten && Ring.Avail() > 0)
                 Tls->Break(IN_CLEAR);
+            // The daemon thread must find room for what came in clear, or it never gets to the handshake.
+            if (IsShaking(*Tls))
+                ThrowAwayRing();
+            if (IsShaking(*Tls) && (IsTooSlow() || waited >= TcpTimes.HandshakeMs)) {
+                Tls->Break(Tls->State() == TLSSESSION::STATE::CHECKING ? UNCHECKED : UNFINISHED);
+                return TCPERR_TLS_FAILED;
+            }
             bytes = Tls->TakeOutgoing();
             shaking = IsShaking(*Tls);
             PaceIn.Moved(TlsReceived - received);
@@ -542,7 +563,7 @@ int32_t TCPIPIO::Shake(const SOCKETREF& connection) {
             SendBytes(connection, bytes);
         if (!shaking)
             return TCPERR_NONE;
-        if (IsStopped() || IsTooSlow() || waited >= TcpTimes.HandshakeMs)
+        if (IsStopped())
             return TCPERR_NO_RESPONSE;
         TlsMoved.Wait(TcpTimes.StopLookMs);
         const int64_t now = CLOCK::DayMilliSeconds();

@@ -128,6 +128,8 @@ class TCPIPIO final : public BASEIO {
     TAKEN TakeReceived(const SOCKETREF& connection, int count);
     /// Carries the handshake on as far as it comes; an error if it takes too long.
     int32_t Shake(const SOCKETREF& connection);
+    /// Empties the ring as its reader. Owner's thread.
+    void ThrowAwayRing();
     /// What TLS has to say of the call's end, TCPERR_NONE if nothing or it is not the present one.
     int32_t TlsVerdict(const SOCKETREF& connection);
     void ForgetTls();

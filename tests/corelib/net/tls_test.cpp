@@ -232,23 +232,37 @@ TEST_F(Tls, WhatIsCutOrDamagedAnywhereNeverPassesForWhatTheServerSaid) {
 }
 
 TEST_F(Tls, AHandshakeThatComesToNothingEndsWithAReason) {
+    // Empty ones, which a client that shakes hands passes over.
+    std::string helloRequests;
+    while (helloRequests.size() < 300000)
+        helloRequests += std::string("\x16\3\3\0\4\0\0\0\0", 9);
+    const std::string unfinished = "the server did not finish the handshake", clear = "the server speaks without TLS";
     const struct {
         std::vector<TLSSTEP> Script;
-        const char* Error;
+        bool Asked;  // the handshake, after which the server says more than what the device has room for
+        std::string Error;
     } cases[] = {
-        {{Send("+OK who speaks first\r\n"), Silence()}, "TLS failed: the server speaks without TLS"},
-        {{}, "TLS failed: the server hung up"},
-        {{Raw("HTTP/1.0 400 no\r\n\r\n"), Silence()}, "TLS failed: the server speaks without TLS"},
-        {{Silence()}, "No response"},
-        {{Drip(20000), TLSPLAY::Tls()}, "No response"},
+        {{Send("+OK who speaks first\r\n"), Silence()}, false, clear},
+        {{}, false, "the server hung up"},
+        {{Raw("HTTP/1.0 400 no\r\n\r\n"), Silence()}, false, clear},
+        {{Silence()}, false, unfinished},
+        {{Drip(20000), TLSPLAY::Tls()}, false, unfinished},
+        {{Highest("1.2"), Raw(helloRequests), Silence()},
+         false,
+         "the server says too much before the line is protected"},
+        {{Expect("STLS"), SendBig(200000), TLSPLAY::Tls()}, true, clear},
     };
-    for (const auto& [script, error] : cases) {
-        SHRINKABLE::TcpTimes = {.HandshakeMs = STRING(error) == "No response" ? 60 : LONG_MS, .StopLookMs = 10};
+    for (const auto& [script, asked, error] : cases) {
+        SHRINKABLE::TcpTimes = {.HandshakeMs = error == unfinished ? 60 : 3000, .StopLookMs = 10};
         TLSSERVER server("good", script);
         TCPIPIO device("", "", "");
         ASSERT_TRUE(device.MakeCall(server.HostPort().Text()));
+        if (asked) {
+            EXPECT_EQ(device.Write("STLS\r\n", -1), 1);
+            EXPECT_TRUE(Eventually([&] { return device.NumAvail() > 57000; }));
+        }
         EXPECT_FALSE(device.StartTls({}));
-        EXPECT_EQ(Error(device), error);
+        EXPECT_EQ(Error(device), "TLS failed: " + error);
         EXPECT_EQ(device.GetInfo("ONLINE"), "0");
         device.DropCall();
         server.Over();
