@@ -41,13 +41,29 @@ constexpr int CANCELED = 998;
 constexpr std::string_view HTTPS = "https://";
 constexpr const char* CANCELED_LINE = "TCPIO 998 Canceled";
 
-// A line of the request: nothing that came from a page ends it early.
-void Send(BASEIO& device, const STRING& text) {
+// Nothing that came from a page ends a line of the request early.
+STRING OneLine(const STRING& text) {
     STRING line = text;
     char* const begin = line.Data();
     char* const end = begin + line.Length();
     line.Truncate(static_cast<int>(std::remove_if(begin, end, [](char c) { return c == '\r' || c == '\n'; }) - begin));
-    TCP::WriteCommand(device, line.Text(), nullptr, 0, 0);
+    return line;
+}
+
+void Send(BASEIO& device, const STRING& text) {
+    TCP::WriteCommand(device, OneLine(text).Text(), nullptr, 0, 0);
+}
+
+// Both as one line. What a protected line keeps from others must not lie in a log.
+void Send(BASEIO& device, const STRING& text, const STRING& rest, bool isSecret) {
+    if (isSecret)
+        TCP::WriteSecret(device, OneLine(text).Text(), OneLine(rest).View());
+    else
+        Send(device, text || rest);
+}
+
+STRING WithoutQuery(const STRING& document) {
+    return document.Left(static_cast<int>(std::min(document.View().find('?'), document.View().size())));
 }
 
 // Splits a credential and "@" off the front of a host; null if there is none.
@@ -120,8 +136,12 @@ class BODYCOUNT {
         EVENT event = NOTHING;
         InHeader = LineLength != 0;
         if (ASCII::BeginsWith(Line, NAME)) {
-            Expected = static_cast<uint32_t>(atoi(STRING(Line.c_str() + NAME.size()))) + 1;
-            event = LENGTH_SEEN;
+            // Of a length that is none nothing is known: what is cut must not pass for whole.
+            int32_t length = 0;
+            const bool known =
+                ASCII::ReadNumber(ASCII::Trim(std::string_view(Line).substr(NAME.size()), " \t"), length);
+            Expected = known ? static_cast<uint32_t>(length) + 1 : UNKNOWN;
+            event = known ? LENGTH_SEEN : NOTHING;
         }
         Line.clear();
         LineLength = 0;
@@ -195,14 +215,16 @@ int WEBGET::Post(const char* host, const char* doc, STRING& result, const STRING
 
 int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
     STRING target = host ? host : "", document = doc ? doc : "";
-    Trace("WEBGET::Get(%s '%s', '%s', <output>);\n", Method.Text(), target.Text(), document.Text());
-
     const bool secure = ASCII::BeginsWith(target.View(), HTTPS);
-    if (secure)
+    if (!secure)
+        Trace("WEBGET::Get(%s '%s', '%s', <output>);\n", Method.Text(), target.Text(), document.Text());
+    else
         target.DeleteLeft(static_cast<int>(HTTPS.size()));
     STRING credential = TakeCredential(target);
     // What was for a protected line stays on it.
     const STRING known = secure ? STRING(HTTPS) || target : target;
+    if (secure)
+        Trace("WEBGET::Get(%s '%s', '%s', <output>);\n", Method.Text(), known.Text(), WithoutQuery(document).Text());
     if (credential.NotNull())
         HostCredentials().Set(known.Text(), credential);
     else if (HostCredentials().Exists(known.Text()))
@@ -246,7 +268,7 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
         }
         bool answered = false;
         if (!secure || Secure(device, secureHost, proxyAnswer, result)) {
-            SendRequest(device, document, hostLine, secure ? STRING("") : proxyAnswer, hostAnswer);
+            SendRequest(device, document, hostLine, secure ? STRING("") : proxyAnswer, hostAnswer, secure);
             char line[STATUS_LINE_BYTES];
             answered = TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs);
             result = answered && *line ? STRING(line) : STRING("WEBGET 999 Read Timeout");
@@ -267,10 +289,10 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
         // What was answered once is not answered again: a refused password would be sent for ever.
         if (status == 407 && proxyAnswer.Length() == 0 && ProxyAuthorization.Length() > 0) {
             proxyAnswer = ProxyAuthorization;
-            Trace("WEBGET::proxyauth=%s\n", proxyAnswer.Text());
+            Trace("WEBGET::proxyauth=%s\n", secure ? "..." : proxyAnswer.Text());
         } else if (status == 401 && hostAnswer.Length() == 0 && credential.Length() > 0) {
             hostAnswer = STRING("basic ") || credential.ToBase64();
-            Trace("WEBGET::hostauth=%s\n", hostAnswer.Text());
+            Trace("WEBGET::hostauth=%s\n", secure ? "..." : hostAnswer.Text());
         } else {
             break;
         }
@@ -286,7 +308,7 @@ bool WEBGET::Secure(TCPIPIO& device, const STRING& host, const STRING& proxyAnsw
         Send(device, STRING("CONNECT ") || host || " HTTP/1.0");
         Send(device, STRING("Host: ") || host);
         if (proxyAnswer.Length() > 0)
-            Send(device, STRING("Proxy-Authorization: ") || proxyAnswer);
+            Send(device, "Proxy-Authorization: ", proxyAnswer, true);
         char line[STATUS_LINE_BYTES] = "";
         bool more = TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs);
         const STRING first = more && *line ? STRING(line) : STRING("WEBGET 999 Read Timeout");
@@ -305,17 +327,18 @@ bool WEBGET::Secure(TCPIPIO& device, const STRING& host, const STRING& proxyAnsw
 }
 
 void WEBGET::SendRequest(BASEIO& device, const STRING& doc, const STRING& hostLine, const STRING& proxyAnswer,
-                         const STRING& hostAnswer) const {
-    Send(device, Method || " " || doc || " HTTP/1.0");
+                         const STRING& hostAnswer, bool secure) const {
+    const STRING shown = WithoutQuery(doc);
+    Send(device, Method || " " || shown, doc.Mid(shown.Length()) || " HTTP/1.0", secure);
     Send(device, hostLine);
     for (const char* line : STANDING_HEADERS)
         Send(device, line);
     if (proxyAnswer.Length() > 0)
-        Send(device, STRING("Proxy-Authorization: ") || proxyAnswer);
+        Send(device, "Proxy-Authorization: ", proxyAnswer, secure);
     if (hostAnswer.Length() > 0)
-        Send(device, STRING("Authorization: ") || hostAnswer);
+        Send(device, "Authorization: ", hostAnswer, secure);
     for (const STRING& line : NextLines)
-        Send(device, line);
+        Send(device, "", line, secure);
 }
 
 void WEBGET::Report(KIND kind, int64_t value) {

@@ -1,3 +1,4 @@
+#include "corelib/base/trace.h"
 #include "corelib/net/email.h"
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
@@ -400,6 +401,9 @@ TEST_F(Tls, PagesComeProtectedAlsoThroughAProxy) {
          {TLSPLAY::Tls(), request, TakeHead(), Send("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nhello")},
          "HTTP/1.0 200 OK\nContent-Length: 5\n\nhello"},
         {false,
+         {TLSPLAY::Tls(), request, TakeHead(), Send("HTTP/1.0 200 OK\r\nContent-Length: -1\r\n\r\nhello")},
+         "TCPIO 4108 Connection cut off\nHTTP/1.0 200 OK\nContent-Length: -1\n\nhello"},
+        {false,
          {Raw("HTTP/1.0 200 OK\r\n\r\nin clear"), Silence()},
          "TCPIO 4106 TLS failed: the server speaks without TLS"},
         {true, viaProxy, "HTTP/1.0 200 OK\n\nhello"},
@@ -419,4 +423,32 @@ TEST_F(Tls, PagesComeProtectedAlsoThroughAProxy) {
         server.Over();
     }
     SHRINKABLE::WebTimes = {};
+}
+
+TEST_F(Tls, TheTraceOfAProtectedPageHoldsNoSecret) {
+    const TEMPDIR directory;
+    SHRINKABLE::WebTimes.ReadMs = 20;
+    ASSERT_TRUE(LogOption((STRING("/logit:") || directory.File("log")).Text()));
+    // Each asks who it is, and gets no other answer than the first.
+    const std::vector<TLSSTEP> host = {TLSPLAY::Tls(),          Expect("POST /f?login=Secret HTTP/1.0"), TakeHead(),
+                                       Expect("passwd=Secret"), Send("HTTP/1.0 401 Who?\r\n\r\n"),       Notify()};
+    const std::vector<TLSSTEP> proxy = {Expect("CONNECT"), TakeHead(), Send("HTTP/1.0 407 Who?\r\n\r\n")};
+    for (const bool viaProxy : {false, true}) {
+        TLSSERVER server("good", viaProxy ? proxy : host, 2);
+        WEBGET web(nullptr, nullptr);
+        web.SetProxy(viaProxy, STRING("me:Secret@") || server.HostPort());
+        web.AddLine("Cookie: session=Secret");
+        STRING result;
+        EXPECT_EQ(web.Post((STRING("https://me:Secret@") || server.HostPort("localhost")).Text(), "/f?login=Secret",
+                           result, "passwd=Secret"),
+                  viaProxy ? 407 : 401);
+        EXPECT_EQ(server.Over().Problem, "");
+    }
+    LogOption("/LOGITCLOSE");
+    SHRINKABLE::WebTimes = {};
+    const std::string log = ReadBytes(directory.File("log"));
+    for (const char* part : {"'/f', <output>", "before POST /f...", "hostauth=...", "proxyauth=..."})
+        EXPECT_NE(log.find(part), std::string::npos) << part;
+    for (const char* part : {"Secret", "bWU6U2VjcmV0"})
+        EXPECT_EQ(log.find(part), std::string::npos) << log;
 }
