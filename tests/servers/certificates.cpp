@@ -82,6 +82,8 @@ CERTIFICATES::CERTIFICATES() {
     add("good", rsa, {"localhost", HERE}, &Ca);
     add("ecdsa", curve, {"localhost", HERE}, &Ca);
     add("ip", curve, {"an address", "IP:127.0.0.1"}, &Ca);
+    // "localhost", a zero byte and ".evil"
+    add("zero", curve, {"localhost", "DER:3011820F6C6F63616C686F7374002E6576696C"}, &Ca);
     add("wildcard", curve, {"some hosts", "DNS:*.test.example"}, &Ca);
     add("chain", curve, {"localhost", HERE}, &middle, {middle.Own});
     add("nochain", curve, {"localhost", HERE}, &middle);

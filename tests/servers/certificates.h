@@ -21,7 +21,8 @@ class CERTIFICATES {
     /// The certificate that all but "self" and "unknown" lead to.
     const CERTIFICATE& Root() const { return Ca.Own; }
     /// By name, "good" for one that there is not:
-    /// good, ecdsa, ip, wildcard (*.test.example), chain (with its intermediate), nochain (without), self, unknown,
+    /// good, ecdsa, ip, zero (its name goes on after a zero byte), wildcard (*.test.example), chain (with its
+    /// intermediate), nochain (without), self, unknown,
     /// expired, future, other (another name), bad (expired, another name, unknown issuer), weak (a short key)
     const IDENTITY& Get(const std::string& name) const;
     const std::vector<IDENTITY>& All() const { return Made; }

@@ -77,6 +77,7 @@ TEST_F(Tls, ACertificateIsTrustedOrToldWhyNot) {
         {"chain", "localhost", ""},
         {"ip", "127.0.0.1", ""},
         {"ip", "localhost", "other name"},
+        {"zero", "localhost", "other name"},
         {"wildcard", "mail.test.example", ""},
         {"wildcard", "test.example", "other name"},
         {"wildcard", "a.mail.test.example", "other name"},
@@ -248,10 +249,13 @@ TEST_F(Tls, AHandshakeThatComesToNothingEndsWithAReason) {
         {{Raw("HTTP/1.0 400 no\r\n\r\n"), Silence()}, false, clear},
         {{Silence()}, false, unfinished},
         {{Drip(20000), TLSPLAY::Tls()}, false, unfinished},
+        {{Expect("STLS"), SendBig(200000), TLSPLAY::Tls()}, true, clear},
+#ifndef _WIN32
+        // The other library ends it at the first of them.
         {{Highest("1.2"), Raw(helloRequests), Silence()},
          false,
          "the server says too much before the line is protected"},
-        {{Expect("STLS"), SendBig(200000), TLSPLAY::Tls()}, true, clear},
+#endif
     };
     for (const auto& [script, asked, error] : cases) {
         SHRINKABLE::TcpTimes = {.HandshakeMs = error == unfinished ? 60 : 3000, .StopLookMs = 10};
