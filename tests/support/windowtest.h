@@ -28,10 +28,13 @@ void TypeKey(HWND window, int key);
 /// How many pixels of a part of a window are of another colour, once all that waits is drawn.
 int PixelsUnlike(HWND window, const RECT& part, COLORREF colour);
 
+/// This thread's windows of hints, whether they show or not.
+std::vector<HWND> HintWindows();
+
 /// Handles of this process: pictures, fonts and the like, and windows, menus and icons.
 int GdiHandles();
 int UserHandles();
 
 /// Runs `open` often enough that a handle left each time stands out, and expects that none is. Callers announce
 /// nothing.
-void ExpectNoHandleGrowth(const std::function<void()>& open, int times = 100);
+void ExpectNoHandleGrowth(const std::function<void()>& open, int times = 40);

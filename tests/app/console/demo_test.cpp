@@ -1,5 +1,7 @@
 #include "app/demo/demo.h"
 
+#include <gmock/gmock.h>
+
 #include "app/check/items.h"
 #include "app/check/mailrecords.h"
 #include "app/check/trylogin.h"
@@ -8,9 +10,12 @@
 #include "app/demo/imapservice.h"
 #include "app/demo/pop3service.h"
 #include "app/demo/samplemail.h"
+#include "app/demo/webmailservice.h"
 #include "app/mailbox/account.h"
+#include "app/mailbox/hotmail.h"
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/recordarray.h"
+#include "corelib/net/webget.h"
 #include "tests/app/apptest.h"
 #include "tests/app/core/coresupport.h"
 
@@ -29,51 +34,6 @@ class COUNTINGNOTIFIER : public NOTIFIER {
 };
 
 }  // namespace
-
-// What our own clients do not say.
-TEST(Demo, SpeaksToOtherClients) {
-    DEMOSTORE store;
-    store.Deliver("Subject: one\r\nTo: a,\r\n b\r\nX: y\r\n\r\nline 1\r\n.line 2\r\n");
-    store.Deliver("Subject: two\r\n\r\n", "", true);
-    store.Deliver("Subject: three\r\n\r\n");
-    POP3SESSION pop(store, "demo", "pass word");
-    IMAPSESSION imap(store, "demo", "pass word");
-    // Lines are split by "|".
-    constexpr const char* DIALOGUE[][2] = {
-        {"STAT", "-ERR unknown command|"},
-        {"PASS pass word", "-ERR invalid user or password|"},
-        {"user demo", "+OK|"},
-        {"PASS pass word", "+OK logged in|"},
-        {"UIDL 2", "+OK 2 demo2|"},
-        {"RETR 1", "+OK|Subject: one|To: a,| b|X: y||line 1|..line 2|.|"},
-        {"DELE 1", "+OK deleted|"},
-        {"TOP 1 9", "-ERR no such message|"},
-        {"LIST", "+OK|2 16|3 18|.|"},
-        {"RSET", "+OK|"},
-        {"QUIT", "+OK bye|"},
-        {"a SELECT INBOX", "a BAD unknown command or arguments|"},
-        {"a login \"demo\" \"pass word\"", "a OK logged in|"},
-        {"a EXAMINE other", "a NO no such folder|"},
-        {"a SELECT INBOX",
-         "* FLAGS (\\Seen \\Deleted)|* OK [PERMANENTFLAGS (\\Seen \\Deleted)]|* 3 EXISTS|* 0 RECENT|"
-         "* OK [UIDVALIDITY 1]|a OK [READ-WRITE] selected|"},
-        {"a SEARCH 2:* UNSEEN", "* SEARCH 3|a OK done|"},
-        {"a FETCH 1 (BODY[HEADER.FIELDS (to CC)] FLAGS)",
-         "* 1 FETCH (BODY[HEADER.FIELDS (TO CC)] {14}|To: a,| b|| FLAGS (\\Seen))|a OK done|"},
-        {"a COPY 1 nowhere", "a NO [TRYCREATE] no such folder|"},
-        {"a STORE 1 +FLAGS (\\deleted)", "* 1 FETCH (FLAGS (\\Seen \\Deleted))|a OK done|"},
-        {"a STORE 3 FLAGS.SILENT \\Deleted", "a OK done|"},
-        {"a EXPUNGE", "* 3 EXPUNGE|* 1 EXPUNGE|a OK done|"},
-    };
-    for (const auto& [command, wanted] : DIALOGUE) {
-        std::string reply = command[1] == ' ' ? imap.Reply(command) : pop.Reply(command);
-        for (size_t at; (at = reply.find("\r\n")) != reply.npos;)
-            reply.replace(at, 2, "|");
-        EXPECT_EQ(reply, wanted) << command;
-    }
-    EXPECT_TRUE(pop.Ended());
-    EXPECT_EQ(store.Mails().size(), 1U);
-}
 
 TEST(Demo, ServesTheRealClientsAndTellsATrialLoginTheCountAlone) {
     struct : FRONTEND {
@@ -120,6 +80,49 @@ TEST(Demo, ServesTheRealClientsAndTellsATrialLoginTheCountAlone) {
         MAILACCOUNT::SetPassword(item, "wrong");
         EXPECT_FALSE(TryLogin(item, mailboxes, texts, outcome, certificate));
         EXPECT_EQ(item.Get("LastRC"), "");
+    }
+}
+
+TEST(Demo, ServesWebMailToItsRealClientInAllEditions) {
+    using WEBMAILPAGES::EDITION;
+    FRONTEND frontEnd;
+    const NUMBEREDTEXTS texts;
+    const PROGRESS progress{frontEnd, texts, 0};
+    const STOPQUESTION never = [] { return false; };
+    STRINGARRAY item, settings;
+    for (const EDITION edition : {EDITION::English, EDITION::German, EDITION::French}) {
+        DEMOSTORE store;
+        store.Deliver("From: Tom <tom@example.net>\r\nSubject: Hi & <you>\r\n\r\nline 1\r\n", "", true);
+        store.Deliver("From: =?ISO-8859-1?Q?J=FCrgen_Wei=DF?= <j@example.com>\r\nSubject: \r\n\r\n");
+        store.Deliver("From: bare@example.org\r\nSubject: =?UTF-8?B?R3LDvMOfZQ==?= 3\r\n\r\n");
+        WEBMAILSERVICE service(store, "demo", "pw", edition);
+        ASSERT_TRUE(service.Start());
+        STRING proxy, page;
+        proxy.Format("127.0.0.1:%d", service.Port());
+        FillSettings(settings, {{"DoHttpProxy", "1"}, {"HttpProxy", proxy.Text()}});
+        const auto call = [&](const char* password) {
+            return MAILBOXCALL{item, progress, settings, never, "", "demo", password};
+        };
+        const auto get = [&](const char* password, bool fetchBody = false) {
+            STRING result;
+            (void)HotmailGet(call(password), "", fetchBody, result);
+            return Std(result);
+        };
+        EXPECT_EQ(get("wrong"), "-ERR 999 No meta http-equiv found");
+        EXPECT_THAT(
+            get("pw"),
+            testing::AllOf(testing::StartsWith("3 msgs|2 unread|0 bytes\n"),
+                           testing::HasSubstr("\nFrom: J\xfcrgen Wei\xdf\nSubject: \nMessage-Id: MSG2\n"),
+                           testing::HasSubstr("\nFrom: Tom\nSubject: Hi\xa0&amp;\xa0&lt;you&gt;\nMessage-Id: MSG1\n")));
+        EXPECT_THAT(get("pw", true), testing::HasSubstr("\n\nline 1\n"));
+        EXPECT_THAT(get("pw"), testing::StartsWith("3 msgs|0 unread|0 bytes\n"));
+        EXPECT_EQ(HotmailDelete(call("wrong"), "MSG3"), 999);
+        // Without its cookie nobody gets in.
+        WEBSESSION(settings, never)
+            .WebPost("www.webmail.example/cgi-bin/HoTMaiL", "_HMaction=delete&MSG3=on", "", "", page);
+        EXPECT_EQ(HotmailDelete(call("pw"), "\nMSG2\nMSG99\nMSG1\n"), 200);
+        ASSERT_EQ(store.Mails().size(), 1U);
+        EXPECT_EQ(store.Mails()[0]->Number, 3);
     }
 }
 

@@ -12,14 +12,18 @@
 
 namespace {
 
+constexpr bool ADDED = true;
+
 /// A mailbox, and the switches that add it as an account.
 struct ACCOUNT {
-    explicit ACCOUNT(const PROGRAMRUN& program) : Service(Store, "joe@example.org", "secret word") {
+    explicit ACCOUNT(PROGRAMRUN& program, bool added = false) : Service(Store, "joe@example.org", "secret word") {
         EXPECT_TRUE(Service.Start());
         Deliver("first", "Ann <ann@example.org>");
         Add = "/ADD:pop3://joe%40example.org@127.0.0.1:" + std::to_string(Service.Port());
         WriteBytes(program.File("password"), "secret word\r\nnot this line\r\n");
         Password = "/PASSWORDFILE:" + Std(program.File("password"));
+        if (added)
+            program.Run({Add, Password}, EXIT_GOOD);
     }
     void Deliver(const std::string& subject, const std::string& from) {
         Store.Deliver("From: " + from + "\r\nSubject: " + subject + "\r\nMessage-Id: <" + std::to_string(++Count) +
@@ -217,11 +221,10 @@ TEST(Program, ListsAndRemovesAccounts) {
     EXPECT_EQ(removed.Out, "The account joe@example.org has been removed. Its mail stays on the server.\n");
     EXPECT_EQ(first.Store.Mails().size(), 1U);
     // Two of one name, as another program or a hand may have made them: the number tells them apart.
-    const STRING path = program.DataDir() || "\\accounts.ini";
     RECORDARRAY items = program.Accounts(1);
     items.Add(items[0]);
     items[1].Set("UpdateSuspended", "1");
-    ASSERT_EQ(items.SaveAll(path.Text()), 2);
+    program.Store(items);
     EXPECT_TRUE(Contains(program.Run({"/REMOVE:" + other}).Err, "several accounts are called '" + other + "'"));
     list = program.Run({"/REMOVE:2", "/LIST"});
     EXPECT_TRUE(Contains(list.Out, row)) << list.Out;
@@ -233,7 +236,7 @@ TEST(Program, ListsAndRemovesAccounts) {
         item.Set("Name", name);
         items.Add(item);
     }
-    ASSERT_EQ(items.SaveAll(path.Text()), 3);
+    program.Store(items);
     program.Run({"/REMOVE:1", "/REMOVE:4"}, EXIT_NO_START);
     program.Run({"/REMOVE:1", "/REMOVE:2", "/REMOVE:a"}, EXIT_GOOD);
     EXPECT_EQ(program.Accounts(1)[0]["Name"], "zoo");
@@ -258,8 +261,7 @@ TEST(Program, StopsATrialLogin) {
 
 TEST(Program, TellsWhatGoesToTheTrash) {
     PROGRAMRUN program;
-    ACCOUNT account(program);
-    program.Run({account.Add, account.Password}, EXIT_GOOD);
+    ACCOUNT account(program, ADDED);
     WriteBytes(program.DataDir() || "\\spamdef.dat", "B|100/5|casino\r\n");
     program.Change({{"SpamDoTrash", "1"}, {"SpamDoDomain", "0"}});
     account.Store.Deliver("From: Bad <b@x.example>\r\nSubject: \x1b[1mWin\r\n\r\ncasino casino\r\n");
@@ -328,42 +330,37 @@ TEST(Program, TrustsACertificateThatIsNamedToIt) {
 
 // However it was stored: by the dialog, or by this switch in earlier versions.
 TEST(Program, GivesAWebMailAccountItsNewPassword) {
-    for (const char* source : {"hotmail|anna", "|anna"}) {
-        PROGRAMRUN program;
-        const STRING path = program.DataDir() || "\\accounts.ini";
-        WriteBytes(program.File("password"), "new\n");
-        // Its service is not asked for: nobody listens there.
-        ASSERT_TRUE(OSYS::MakeDirectories(program.DataDir().Text()));
-        WriteBytes(program.DataDir() || "\\tarnwick.ini", "DoHttpProxy=1\r\nHttpProxy=127.0.0.1:1\r\n");
-        const auto add = [&] {
-            return program.Run({"/ADD:webmail://anna", "/PASSWORDFILE:" + Std(program.File("password"))});
-        };
-        ASSERT_EQ(add().Code, EXIT_CHECK_FAILED);
-        RECORDARRAY items = program.Accounts(1);
-        EXPECT_EQ(items[0]["Source"], "hotmail|anna");
-        items[0].Set("Source", source);
-        items[0].Set("Source2", "old");
-        ASSERT_TRUE(items.SaveAll(path.Text()));
-        EXPECT_TRUE(Contains(add().Out, "It has the new password now.")) << source;
-        EXPECT_EQ(program.Accounts(1)[0]["Source2"], "new");
+    PROGRAMRUN program;
+    WriteBytes(program.File("password"), "new\n");
+    // Its service is not asked for: nobody listens there.
+    ASSERT_TRUE(OSYS::MakeDirectories(program.DataDir().Text()));
+    WriteBytes(program.DataDir() || "\\tarnwick.ini", "DoHttpProxy=1\r\nHttpProxy=127.0.0.1:1\r\n");
+    for (const char* source : {"", "hotmail|anna", "|anna"}) {
+        if (*source) {
+            RECORDARRAY items = program.Accounts(1);
+            items[0].Set("Source", source);
+            items[0].Set("Source2", "old");
+            program.Store(items);
+        }
+        const std::string password = "/PASSWORDFILE:" + Std(program.File("password"));
+        const auto added = program.Run({"/ADD:webmail://anna", password}, EXIT_CHECK_FAILED);
+        EXPECT_EQ(Contains(added.Out, "It has the new password now."), *source != 0) << source;
+        EXPECT_EQ(Std(program.Accounts(1)[0]["Source"] || program.Accounts(1)[0]["Source2"]),
+                  (*source ? source : "hotmail|anna") + std::string("new"));
     }
 }
 
 TEST(Program, TellsACheckThatFails) {
     PROGRAMRUN program;
-    {
-        ACCOUNT account(program);
-        program.Run({account.Add, account.Password}, EXIT_GOOD);
-    }
+    ACCOUNT(program, ADDED);
     // Nobody listens there any more.
     const auto failed = program.Run({"/ONCE", "/INBOX"}, EXIT_CHECK_FAILED);
     EXPECT_TRUE(failed.Err.starts_with("joe@example.org: Error: No connection to the server 127.0.0.1:")) << failed.Err;
     EXPECT_PRED2(Contains, failed.Out, "joe@example.org - Error: No connection");
     // A suspended account is not checked, so its old failure does not count.
-    const STRING path = program.DataDir() || "\\accounts.ini";
     RECORDARRAY items = program.Accounts(1);
     items[0].Set("UpdateSuspended", STRING("1"));
-    ASSERT_TRUE(items.SaveAll(path.Text()));
+    program.Store(items);
     const auto suspended = program.Run({"/ONCE"}, EXIT_GOOD);
     EXPECT_PRED2(Contains, suspended.Err, "all accounts are suspended");
     EXPECT_TRUE(Contains(suspended.Err, Std(FILES::NativePath(program.DataDir().Text())))) << suspended.Err;
@@ -371,8 +368,7 @@ TEST(Program, TellsACheckThatFails) {
 
 TEST(Program, KeepsTheDemoOffOtherAccounts) {
     PROGRAMRUN program;
-    ACCOUNT account(program);
-    program.Run({account.Add, account.Password}, EXIT_GOOD);
+    ACCOUNT account(program, ADDED);
     const auto refused = program.Run({"/DEMO", "/ONCE"}, EXIT_NO_START);
     EXPECT_PRED2(Contains, refused.Err, "the demo leaves alone");
     EXPECT_TRUE(Contains(program.Run({"/ONCE"}).Out, "joe@example.org: 1 mail"));
@@ -420,8 +416,7 @@ TEST(Program, WatchesUntilItIsToldToEnd) {
     if (!PROGRAMRUN::HasSignals())
         GTEST_SKIP() << "no signals on this system";
     PROGRAMRUN program;
-    ACCOUNT account(program);
-    program.Run({account.Add, account.Password}, EXIT_GOOD);
+    ACCOUNT account(program, ADDED);
     // A mail program, which is started for new mail in either way of running.
     const std::string script = FILES::NativePath(program.File("mailer").Text()).Text();
     WriteBytes(program.File("mailer"), "#!/bin/sh\necho started >>log\n");

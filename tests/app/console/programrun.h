@@ -36,6 +36,9 @@ class PROGRAMRUN {
         EXPECT_EQ(items.LoadAll((DataDir() || "\\accounts.ini").Text()), count);
         return items;
     }
+    void Store(RECORDARRAY& items) const {
+        EXPECT_EQ(items.SaveAll((DataDir() || "\\accounts.ini").Text()), items.Count());
+    }
     void Change(std::initializer_list<std::pair<const char*, STRING>> settings) const {
         STRINGARRAY state;
         EXPECT_TRUE(state.Load((DataDir() || "\\tarnwick.ini").Text()));

@@ -9,15 +9,12 @@ namespace {
 
 constexpr const char* PRODUCT = "TarnwickTest";
 
-bool LinkDirectory(const std::string& target, const std::string& link) {
+bool Link(const std::string& target, const std::string& link) {
     std::error_code error;
-    std::filesystem::create_directory_symlink(target, link, error);
-    return !error;
-}
-
-bool LinkFile(const std::string& target, const std::string& link) {
-    std::error_code error;
-    std::filesystem::create_symlink(target, link, error);
+    if (std::filesystem::is_directory(target))
+        std::filesystem::create_directory_symlink(target, link, error);
+    else
+        std::filesystem::create_symlink(target, link, error);
     return !error;
 }
 
@@ -90,7 +87,7 @@ TEST_F(DataDir, PendingIsAnotherPlaceAndNoOtherSpelling) {
     const STRING data = Temp.File("Data");
     Store.Set("ApplicationDataDir", data);
     ASSERT_TRUE(OSYS::MakeDirectories(Temp.File("Data\\sub").Text()));
-    const bool links = LinkDirectory(Temp.Native("Data"), Temp.Native("link"));
+    const bool links = Link(Temp.Native("Data"), Temp.Native("link"));
     const bool oneCase = OSYS::FileIsDirectory(Temp.File("dATA").Text());
     const std::string slashes = Temp.Native("Data/sub/..") + "/";
     const std::pair<STRING, bool> cases[] = {
@@ -122,7 +119,7 @@ TEST_F(DataDir, AMoveOntoItselfLosesNothing) {
     ASSERT_TRUE(OSYS::MakeDirectories(from.Text()));
     Store.Set("ApplicationDataDir", from);
     WriteBytes(Temp.File("from\\a.ini"), "a");
-    LinkDirectory(Temp.Native("from"), Temp.Native("link"));
+    Link(Temp.Native("from"), Temp.Native("link"));
     for (const char* spelling : {"from", "from\\", "from\\.", ".\\from", "new\\..\\from", "link"}) {
         Store.Set("ApplicationDataDir.New", "x");
         if (std::string_view(spelling) == "link" && !OSYS::FileIsDirectory(Temp.File("link").Text()))
@@ -148,15 +145,15 @@ TEST_F(DataDir, LinksBetweenTheOldPlaceAndTheNewOneLoseNothing) {
     WriteBytes(Temp.File("from\\a.ini"), "a");
     WriteBytes(Temp.File("from\\b.ini"), "b");
     WriteBytes(Temp.File("to\\c.ini"), "c");
-    if (!LinkFile(Temp.Native("from/a.ini"), Temp.Native("to/a.ini")))
+    if (!Link(Temp.Native("from/a.ini"), Temp.Native("to/a.ini")))
         GTEST_SKIP() << "no links here";
-    LinkFile(Temp.Native("from/a.ini"), Temp.Native("to/b.ini"));
-    LinkFile(Temp.Native("from/b.ini"), Temp.Native("from/l.ini"));
+    Link(Temp.Native("from/a.ini"), Temp.Native("to/b.ini"));
+    Link(Temp.Native("from/b.ini"), Temp.Native("from/l.ini"));
     EXPECT_TRUE(Move(Temp.File("from"), STRING("*") || Temp.File("to")));
     for (const auto& [name, text] : {std::pair("a.ini", "a"), {"b.ini", "b"}, {"l.ini", "b"}, {"c.ini", "c"}})
         EXPECT_EQ(ReadBytes(Temp.File("to") || "\\" || name), text) << name;
     // What already lies in the new place, and is only linked in the old one, stays there.
-    LinkFile(Temp.Native("to/c.ini"), Temp.Native("from/c.ini"));
+    Link(Temp.Native("to/c.ini"), Temp.Native("from/c.ini"));
     EXPECT_FALSE(Move(Temp.File("from"), STRING("*") || Temp.File("to")));
     EXPECT_EQ(ReadBytes(Temp.File("to\\c.ini")), "c");
     EXPECT_EQ(ReadBytes(Temp.File("from\\c.ini")), "c");

@@ -71,7 +71,7 @@ class DESKTOPTEST : public ::testing::Test {
         const STRING line = STRING("/LANG:") || language || " \"/WORKDIR:" || Data.Path() || "\"";
         App = std::make_unique<VELMORAAPP>(ARGUMENTS("tarnwick", line.Text()));
         ASSERT_EQ(App->Start(NoFrontEnd), 0);
-        Resources = std::make_unique<RESOURCELIBRARY>(ResourceFile ? STRING(ResourceFile) : App->LibraryPath());
+        Resources = std::make_unique<RESOURCELIBRARY>(App->LibraryPath());
         Window = std::make_unique<MAINWINDOW>(
             *App, DESKTOPTIMES{.TrayStartMs = 1, .AlertReadMs = 1, .AlertRightClickMs = 1, .AlertDeafMs = 0});
         Engine = std::make_unique<TARNWICK>(*Window, Nobody, App->Arguments(), App->Texts(), Checks);
@@ -150,7 +150,6 @@ class DESKTOPTEST : public ::testing::Test {
     TEMPDIR Data;
     FRONTEND NoFrontEnd;
     NOTIFIER Nobody;
-    const char* ResourceFile = nullptr;  // in place of the language library's menus, dialogs and pictures
     std::unique_ptr<RESOURCELIBRARY> Resources;
     std::unique_ptr<VELMORAAPP> App;
     std::unique_ptr<MAINWINDOW> Window;

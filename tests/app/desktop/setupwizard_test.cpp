@@ -86,10 +86,8 @@ TEST_F(SetupWizard, LeadsToAnAccountAndItsFirstCheckByTheKeyboard) {
         EXPECT_FALSE(Window->IsVisible()) << "the main window comes after it";
         Enter();
     };
-    std::string notes;
     Checks.TurnMs = 1;
     Begin({[&] {
-               EXPECT_FALSE(IsWindowVisible(GetDlgItem(Frame, WIZARD::ID_BACK)));
                EXPECT_EQ(GetFocus(), GetDlgItem(Frame, WIZARD::ID_NEXT)) << "the keyboard is in it";
                EXPECT_TRUE(GetWindowLongW(Frame, GWL_EXSTYLE) & WS_EX_APPWINDOW) << "nothing else is in the taskbar";
                EXPECT_TRUE(SendMessageW(Frame, WM_GETICON, ICON_BIG, 0));
@@ -99,13 +97,8 @@ TEST_F(SetupWizard, LeadsToAnAccountAndItsFirstCheckByTheKeyboard) {
            // Nothing was entered: it is told, and the page stays.
            [&] { Enter(); }, Answer(IDOK),
            [&] {
-               notes += Said;
+               EXPECT_EQ(Said, "Please enter your user name.");
                EXPECT_EQ(GetFocus(), GetDlgItem(Page, 202));
-               Alt('s');  // no address to ask about
-           },
-           Answer(IDOK),
-           [&] {
-               notes += Said;
                // A domain of other bytes than host names have is asked of nobody.
                Type('u', "j\xc3\xb6@m\xc3\xbc.example");
                Alt('s');
@@ -159,9 +152,6 @@ TEST_F(SetupWizard, LeadsToAnAccountAndItsFirstCheckByTheKeyboard) {
            }});
     EXPECT_EQ(heads, (std::vector<std::string>{"Connection and mail program", "Connection and mail program",
                                                "Your first account", "About you", "Sending on", "That is all"}));
-    EXPECT_EQ(notes,
-              "Please enter your user name.Please enter your whole mail address first, such as "
-              "name@example.org.");
     EXPECT_EQ(Setting("ConnectionType"), "0");
     EXPECT_EQ(Setting("SpamMyEmail"), "J\xc3\xb6rg\r\nj\xc3\xb6@x.example\r\nb");
     EXPECT_EQ(Setting("SpamHaveDistrLists"), "0");
@@ -177,34 +167,26 @@ TEST_F(SetupWizard, LeadsToAnAccountAndItsFirstCheckByTheKeyboard) {
 
 TEST_F(SetupWizard, CanBeCancelledOnEachPage) {
     // How many pages go before; whether an account is there then.
-    for (const int before : {0, 1, 2, 3, 4, 5}) {
-        std::vector<ACT> acts;
-        for (int page = 0; page < before; ++page)
-            acts.emplace_back([this, page] {
-                if (page == 1) {
-                    Type('b', "me");
-                    Type('s', "127.0.0.1:9");
-                }
+    for (const size_t before : {0, 1, 2, 5}) {
+        std::vector<ACT> acts(before, [this] { Enter(); });
+        if (before > 1)
+            acts[1] = [this] {
+                Type('b', "me");
+                Type('s', "127.0.0.1:9");
                 Enter();
-            });
-        const auto cancel = [this] { DialogKey(Frame, VK_ESCAPE); };
+            };
         std::string head;
+        const ACT cancel = [&] {
+            EXPECT_TRUE(head.empty() || head == Head());
+            head = Head();
+            DialogKey(Frame, VK_ESCAPE);
+        };
         // Yes goes on with the setup, on the same page.
-        acts.insert(acts.end(), {[&] {
-                                     head = Head();
-                                     cancel();
-                                 },
-                                 Answer(IDYES),
-                                 [&] {
-                                     EXPECT_EQ(Head(), head);
-                                     cancel();
-                                 },
-                                 Answer(IDNO)});
+        acts.insert(acts.end(), {cancel, Answer(IDYES), cancel, Answer(IDNO)});
         Begin(acts, "GER");
         EXPECT_EQ(Engine->Items.Count(), before > 1 ? 1 : 0) << before;
         EXPECT_EQ(Setting("ConnectionType"), "0");
         EXPECT_EQ(Setting("SpamMyEmail").find("example") == std::string::npos, before > 2) << before;
-        EXPECT_TRUE(IsWindowEnabled(Window->hWnd));
         Window->Started();
         Pump();
         EXPECT_TRUE(IsWindowEnabled(Window->hWnd)) << "no other dialog comes up";

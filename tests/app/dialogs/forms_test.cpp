@@ -128,36 +128,10 @@ TEST(Sounds, AreKnownByTheirBeginning) {
     EXPECT_TRUE(IsSoundFile(dir.File("file")));
 }
 
-class LoginTest : public ::testing::Test {
- protected:
-    STRINGARRAY At(int port) {
-        STRING source;
-        source.Format("127.0.0.1:%d|anna", port);
-        return Item("1", source.Text(), "60");
-    }
-    struct : NUMBERTEXTS {
-        STRING Get(int id) const override {
-            return id == TEXT_LOGIN_WORKS ? STRING("works: $1") : NUMBERTEXTS::Get(id);
-        }
-    } Texts;
-    STRINGARRAY Settings;
-};
-
-TEST_F(LoginTest, TellsTheServersAnswer) {
-    FillSettings(Settings, {});
-    const std::pair<const char*, const char*> table[] = {{"+OK in\r\n", "works: "}, {"-ERR not you\r\n", "not you"}};
-    for (const auto& [answer, said] : table) {
-        SCRIPTEDSERVER server({PLAY::Send("+OK\r\n"), PLAY::Expect("USER anna"), PLAY::Send("+OK\r\n"),
-                               PLAY::Expect("PASS secret"), PLAY::Send(answer), PLAY::Expect("STAT"),
-                               PLAY::Send("+OK 3 900\r\n"), PLAY::Expect("QUIT"), PLAY::Send("+OK\r\n")});
-        STRING certificate;
-        const STRING outcome = LoginOutcome(At(server.Port()), Settings, Texts, {}, certificate);
-        EXPECT_NE(outcome.Pos(said), -1) << Std(outcome);
-    }
-}
-
-TEST_F(LoginTest, IsBrokenOffWithItsDialog) {
-    FillSettings(Settings, {});
+TEST(LoginTest, IsBrokenOffWithItsDialog) {
+    const NUMBERTEXTS texts;
+    STRINGARRAY settings;
+    FillSettings(settings, {});
     SCRIPTEDSERVER server({PLAY::Send("+OK\r\n"), PLAY::Expect("USER anna"), PLAY::Silence()});
     const auto start = std::chrono::steady_clock::now();
     bool done = false;
@@ -165,7 +139,8 @@ TEST_F(LoginTest, IsBrokenOffWithItsDialog) {
     {
         const BACKGROUND login(
             [&](const STOPQUESTION& stopAsked) {
-                (void)LoginOutcome(At(server.Port()), Settings, Texts, stopAsked, certificate);
+                (void)LoginOutcome(Item("1", (server.HostPort() + "|anna").c_str(), "60"), settings, texts, stopAsked,
+                                   certificate);
             },
             [&] { done = true; });
     }

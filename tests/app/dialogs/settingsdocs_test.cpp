@@ -130,29 +130,19 @@ TEST(SettingsDocs, AreMadeOfTheDialogs) {
     EXPECT_EQ(ReadBytes(FILES::SystemPath(TW_DOCS "/settings.md")), made) << "docs/make-settings makes it anew";
 }
 
-// What a dialog binds exists, and everybody finds words for it in both languages.
-TEST(Fields, AreKeysWithWords) {
+TEST(Fields, AreKeysOfTheirRecord) {
     STRINGARRAY state(8, 8), item(64, 64), type(16, 16);
     for (const SETTING& setting : SETTINGS)
         state.Set(setting.Key, setting.Default);
     int handle = FIRST_ITEM_HANDLE;
     FixItem(item, state, handle);
     FillTypeDefaults(type);
-    const STRING directory = OSYS::FileDirectory(OSYS::ProgramPath().Text());
-    for (const int language : {LANGUAGE_ENGLISH, LANGUAGE_GERMAN}) {
-        LANGUAGELIBRARY texts;
-        STRING path;
-        ASSERT_EQ(texts.Load(directory.Text(), language, path), language);
-        for (const FIELD& field : AllFields()) {
-            SCOPED_TRACE(field.Page * 1000 + field.Control);
-            const STRINGARRAY& record = field.Page / 10 == DIALOG_ITEM / 10 ? item
-                                        : field.Page == DIALOG_TYPE         ? type
-                                                                            : state;
-            const STRING key = STRING(field.Key).Word(0, ".", WORD_NEVERNULL);
-            EXPECT_TRUE(field.Page == DIALOG_DATADIR || record.Exists(key.Text())) << Std(key);
-            EXPECT_GT(HelpOf(texts, field.Page, field.Control).Length(), 10);
-            EXPECT_TRUE(field.Kind != FIELDKIND::LIST || field.Low == 0 || texts.Get(field.Low).Pos('|') > 0);
-        }
+    for (const FIELD& field : AllFields()) {
+        const STRINGARRAY& record = field.Page / 10 == DIALOG_ITEM / 10 ? item
+                                    : field.Page == DIALOG_TYPE         ? type
+                                                                        : state;
+        const STRING key = STRING(field.Key).Word(0, ".", WORD_NEVERNULL);
+        EXPECT_TRUE(field.Page == DIALOG_DATADIR || record.Exists(key.Text())) << field.Page << " " << Std(key);
     }
 }
 

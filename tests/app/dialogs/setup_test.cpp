@@ -77,6 +77,8 @@ TEST_F(Setup, GoesThroughItsPages) {
 TEST_F(Setup, TakesTheMailProgramAndKnowsSome) {
     EXPECT_EQ(Std(Wizard.Begin(PAGE_SETUP_CONNECTION).Get("EntryToMonitor")), "one");
     EXPECT_EQ(Std(Wizard.Begin(PAGE_SETUP_CONNECTION).Get("EmailCmdline")), "C:\\mail.exe");
+    const char* const keys[] = {"EmailDoProgram",    "EmailDoWindowCheck",  "EmailWindowTitle",
+                                "EmailCmdlineInbox", "EmailCmdlineNewMail", "EmailDoSound"};
     const std::tuple<const char*, const char*> cases[] = {
         {"", "|||||"},
         {"c:\\x\\mail.exe", "0|||||1"},
@@ -87,12 +89,10 @@ TEST_F(Setup, TakesTheMailProgramAndKnowsSome) {
     };
     for (const auto& [path, settings] : cases) {
         std::string found;
-        for (const char* key : {"EmailDoProgram", "EmailDoWindowCheck", "EmailWindowTitle", "EmailCmdlineInbox",
-                                "EmailCmdlineNewMail", "EmailDoSound"})
+        for (const char* key : keys)
             State.Set(key, "");
         EXPECT_EQ(Leave(PAGE_SETUP_CONNECTION, {{"EmailCmdline", path}, {"ConnectionType", "1"}}), 0);
-        for (const char* key : {"EmailDoProgram", "EmailDoWindowCheck", "EmailWindowTitle", "EmailCmdlineInbox",
-                                "EmailCmdlineNewMail", "EmailDoSound"})
+        for (const char* key : keys)
             found += (found.empty() && key[7] == 'P' ? "" : "|") + In(key);
         EXPECT_EQ(found, settings) << path;
         EXPECT_EQ(In("ConnectionType"), "1");

@@ -80,6 +80,10 @@ TEST_F(TrashMails, AreSentOnWithTheirMark) {
         mail.Set("Body", test.Body);
         EXPECT_EQ(Std(MessageToSendOn(mail)), test.Sent);
     }
+    Throw("X-Transport: From: a@b\\r\\nContent-Type: text/html\\r\\n\nFrom: a@b\n\n<p>\n");
+    TRASHMAILS rows(Application);
+    rows.Load();
+    EXPECT_EQ(Std(MessageToSendOn(rows.Whole(0))), "From: a@b\nContent-Type: text/html\n\n\n<p>\n");
 
     mail.Set("FromEmail", "s@example.org");
     mail.Set("Subject", "x");
