@@ -1,5 +1,7 @@
-// What a person does with mails, on real servers: they read them, throw them away, and send one on to themselves.
+// What happens to mails on real servers: spam goes by itself; a person reads the others, throws some away, and sends
+// one on to themselves.
 
+#include "app/filter/smtpverify.h"
 #include "app/inbox/inboxmails.h"
 #include "app/inbox/mailview.h"
 #include "app/inbox/trashmails.h"
@@ -25,9 +27,11 @@ class InboxOnServers : public INBOXTEST {
  protected:
     InboxOnServers() {
         SHRINKABLE::ImapTimes.PauseMs = 0;
-        Application.pState.Set("InboxDeleteToTrash", "1");
+        for (const char* key : {"InboxDeleteToTrash", "SpamDoDelete", "SpamDoTrash"})
+            Application.pState.Set(key, "1");
         Application.pState.Set("SpamDoDomain", "0");
         Application.pState.Set("EmailDoPopup", "0");  // a check would wait for it
+        WriteBytes(Application.pState.Get("SpamFilename"), "B|190/3|keepable\r\nB|590/3|terrible\r\n");
     }
     ~InboxOnServers() override { SHRINKABLE::ImapTimes = {}; }
     /// The rows of the item after a check of that mailbox.
@@ -38,9 +42,9 @@ class InboxOnServers : public INBOXTEST {
         EXPECT_FALSE(MAILACCOUNT::Counts(Item()).Failed) << Std(Item().Get("LastValue"));
         Rows.Show(Handle());
     }
-    int Find(const std::string& row) const {
-        for (int i = 0; i < Rows.Count(); ++i)
-            if (Rows.RowText(i).starts_with(row))
+    static int Find(const MAILROWS& rows, const std::string& row) {
+        for (int i = 0; i < rows.Count(); ++i)
+            if (rows.RowText(i).starts_with(row))
                 return i;
         ADD_FAILURE() << row;
         return 0;
@@ -49,7 +53,7 @@ class InboxOnServers : public INBOXTEST {
     INBOXMAILS Rows{Application};
 };
 
-TEST_F(InboxOnServers, DeletesWhatIsMarkedAndSendsACopyOn) {
+TEST_F(InboxOnServers, LoseSpamAndWhatIsMarkedAndSendACopyOn) {
     DOVECOT boxes;
     ASSERT_EQ(boxes.Problem(), "");
     const MAILSERVER server(&boxes);
@@ -61,24 +65,28 @@ TEST_F(InboxOnServers, DeletesWhatIsMarkedAndSendsACopyOn) {
         {ITEMTYPE_POP3, boxes.PopServer(), "joe", "reader"}, {ITEMTYPE_IMAP, boxes.ImapServer(), "ann", "second"}};
     for (const auto& [type, host, user, receiver] : KINDS) {
         const std::string stays1 = Mail(1, "Subject: one\n"), stays3 = Mail(3, "Subject: three\n");
-        for (const std::string& mail : {stays1, Mail(2, "Subject: two\n"), stays3, Mail(4, SPLIT) + "=C3=84pfel\n..\n"})
+        for (const std::string& mail :
+             {stays1, Mail(2, "Subject: two\n"), stays3, Mail(4, SPLIT) + "=C3=84pfel\n..\n",
+              Mail(5, "Subject: poor\n") + "keepable offer\n", Mail(6, "Subject: poorest\n") + "terrible offer\n"})
             boxes.Deliver(user, mail);
         Check(type, user, host);
-        ASSERT_EQ(Rows.Count(), 4);
-        Rows.Mark({Find("Sender\tGrüße\t"), Find("Sender\ttwo\t")}, true);
+        ASSERT_EQ(Rows.Count(), 6);
+        Rows.Mark({Find(Rows, "Sender\tGrüße\t"), Find(Rows, "Sender\ttwo\t")}, true);
         EXPECT_EQ(Rows.Apply(), 0);
-        EXPECT_EQ(boxes.Inbox(user).size(), 4U) << "it goes at the next check";
+        EXPECT_EQ(boxes.Inbox(user).size(), 6U) << "they go at the next check";
         Check(type, user, host);
         EXPECT_EQ(boxes.Inbox(user), (std::vector<std::string>{stays1, stays3}));
         EXPECT_EQ(Rows.Count(), 2);
 
         TRASHMAILS trash(Application);
         trash.Load();
-        EXPECT_EQ(trash.Count(), 2);
-        const int copy = trash.RowText(0).starts_with("Sender\tGrüße\t") ? 0 : 1;
-        EXPECT_EQ(trash.RowText(1 - copy).substr(0, 11), "Sender\ttwo\t");
+        EXPECT_EQ(trash.Count(), 3) << "a deletion wins over a copy";
+        const int copy = Find(trash, "Sender\tGrüße\t");
+        Find(trash, "Sender\ttwo\t");
+        EXPECT_NE(Std(trash.Whole(Find(trash, "Sender\tpoor\t")).Get("Body")).find("keepable offer"),
+                  std::string::npos);
         if (!server.Obstacle().empty()) {
-            trash.Mark({0, 1}, true);
+            trash.Mark({0, 1, 2}, true);
             EXPECT_EQ(trash.Apply(), 0);
             continue;
         }
@@ -92,12 +100,18 @@ TEST_F(InboxOnServers, DeletesWhatIsMarkedAndSendsACopyOn) {
         EXPECT_EQ(Rows.RowText(0).substr(0, 26), "Sender\t[Tarnwick] Grüße\t");
         EXPECT_NE(ViewOf(Rows.Mail(0), Texts).Readable.Pos("\nText 4\r\nÄpfel\r\n..\r\n"), -1)
             << ViewOf(Rows.Mail(0), Texts).Readable.Text();
-        trash.Mark({0, 1}, true);
+        trash.Mark({0, 1, 2}, true);
         EXPECT_EQ(trash.Apply(), 0);
         EXPECT_EQ(Copies(), 0U);
     }
     if (!server.Obstacle().empty())
         GTEST_SKIP() << "without sending on: " << server.Obstacle();
+    for (const auto& [address, wanted] :
+         {std::pair("reader@delivered.example", 250), {"nobody@delivered.example", 550}}) {
+        int code = 0;
+        EXPECT_TRUE(VerifySenderSmtp(server.HostPort(), address, code)) << server.Log();
+        EXPECT_EQ(code, wanted) << address;
+    }
 }
 
 }  // namespace

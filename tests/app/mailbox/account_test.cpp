@@ -75,18 +75,6 @@ TEST(MailAccount, ReadsItsCountsFromAnyText) {
     }
 }
 
-// A row that was copied and left half as it was.
-TEST(Kinds, AreToldApart) {
-    std::set<int> types;
-    std::set<std::string> schemes;
-    for (const MAILBOXKIND& kind : AllKinds()) {
-        EXPECT_TRUE(types.insert(kind.Type).second) << kind.Type;
-        EXPECT_TRUE(!kind.Scheme || schemes.insert(kind.Scheme).second) << kind.Scheme;
-        // What can be added has a name, can be read, and can be asked somewhere.
-        EXPECT_TRUE(!kind.Scheme || (kind.Handler && kind.Port > 0 && kind.HasServer() == !kind.Domain)) << kind.Type;
-    }
-}
-
 TEST(MailAccount, SecurityTellsSchemeAndPort) {
     constexpr int POP = ITEMTYPE_POP3, IMAP = ITEMTYPE_IMAP;
     const std::tuple<int, int, const char*, const char*> ways[] = {

@@ -186,10 +186,4 @@ TEST_F(WebMail, FailuresKeepTheirWords) {
     EXPECT_EQ(Get(), "-ERR 4096 No response");
 }
 
-TEST_F(WebMail, AStopEndsACircleOfRedirects) {
-    Play({"HTTP/1.0 302 Found\r\nLocation: again\r\n\r\n"});
-    StopAsked = [&] { return Server->Connections() > 5; };
-    EXPECT_EQ(Get(), "-ERR 998 Canceled");
-}
-
 }  // namespace

@@ -121,30 +121,4 @@ TYPED_TEST(ImapServers, DeletesAndMovesWhatItIsToldAndNothingElse) {
     EXPECT_EQ(this->Server.Mailbox().Texts(), (std::vector<std::string>{SECOND}));
 }
 
-using ImapDovecot = ImapServers<DOVECOTUSER>;
-
-TEST_F(ImapDovecot, AFolderIsFoundUnderTheNameThatPeopleRead) {
-    const MAILDIR drafts = Server.Mailbox("Entw&APw-rfe &- &ZeVnLA-");
-    drafts.Create();
-    STRING error;
-    EXPECT_TRUE(Mailboxes.MoveMail(Item, STRING(Ids(Get())[0]), "Entwürfe & 日本", error)) << Std(error);
-    EXPECT_EQ(drafts.Texts(), (std::vector<std::string>{THIRD}));
-    Item.Set("DoAltFolder", "1");
-    for (const char* name : {"Entwürfe & 日本", "\"Entwürfe & 日本\"", "Entw&APw-rfe &- &ZeVnLA-"}) {
-        Item.Set("AltFolder", name);
-        EXPECT_TRUE(Get().starts_with("1 msgs|")) << name;
-    }
-}
-
-// Only this server lets a client say which mails are to be expunged.
-TEST_F(ImapDovecot, WhatAnotherProgramHasMarkedStays) {
-    Server.Mailbox().Deliver(SECOND, "ST");
-    const std::vector<std::string> ids = Ids(Get());
-    ASSERT_EQ(ids.size(), 4U);
-    STRING error;
-    EXPECT_TRUE(Mailboxes.DeleteMail(Item, STRING(ids[1] + "\n" + ids[2]), error)) << Std(error);
-    EXPECT_EQ(Server.Mailbox().Texts(), (std::vector<std::string>{FIRST, SECOND}));
-    EXPECT_EQ(Server.Mailbox().Flags(), (std::vector<std::string>{"S", "ST"}));
-}
-
 }  // namespace

@@ -5,6 +5,7 @@
 #include "app/mailbox/pop3.h"
 #include "corelib/net/tcpio.h"
 #include "tests/app/apptest.h"
+#include "tests/servers/answeringdevice.h"
 #include "tests/servers/scriptedserver.h"
 #include "tests/support/times.h"
 
@@ -120,3 +121,43 @@ inline void StoreListing(STRINGARRAY& item, const std::string& listing) {
     item.Set("@FileStore", STRING(std::string_view(stored)));
     item.Set("@KnownMails", item.Exists("@ListedMails") ? item.Get("@ListedMails") : STRING(""));
 }
+
+/// A check of a server that is asked ahead and answers each line. The item keeps what is learnt.
+template <class READ>
+OUTCOME ReadFast(STRINGARRAY& item, const std::string& greeting, ANSWERINGDEVICE::ANSWER answer, READ read) {
+    ANSWERINGDEVICE device(greeting, std::move(answer));
+    RECORDINGROW row;
+    row.Item = item;
+    row.Item.Set("FastCheck", "1");
+    STRING result = "from before";
+    const bool ok = read(device, row.Call("server"), result);
+    item = row.Item;
+    return {ok, Std(result)};
+}
+
+/// The first "$" of a reply of an IMAP server is its command's tag and a blank.
+inline std::string WithTag(std::string reply, const std::string& tag) {
+    const size_t at = reply.find('$');
+    return at == reply.npos ? reply : reply.replace(at, 1, tag);
+}
+
+/// Expects that checks of such a server by the fast way, from nothing and with a listing to go on from, come to this.
+template <class MAKESERVER>
+void ExpectTheSameFast(MAKESERVER makeServer, const OUTCOME& expected, bool isSilent) {
+    Patiently(isSilent, [&] {
+        auto server = makeServer();
+        STRINGARRAY item;
+        for (int check = 0; check < 2; ++check) {
+            const OUTCOME outcome = server.Get(item);
+            if (outcome.Ok != expected.Ok || (outcome.Ok && outcome != expected))
+                return testing::PrintToString(outcome);
+            StoreListing(item, outcome.Ok ? outcome.Result : "");
+        }
+        return std::string();
+    });
+}
+
+/// Expect that the fast way to read a mailbox comes to the same, where a server says this to the commands for its POP3
+/// mails 1 and 2, or for its IMAP mail 7; without tags.
+void ExpectPopTheSameFast(const std::vector<EXCHANGE>& exchanges, const OUTCOME& expected, bool isSilent);
+void ExpectImapTheSameFast(const std::vector<EXCHANGE>& exchanges, const OUTCOME& expected, bool isSilent);

@@ -15,6 +15,7 @@ class Mapi : public ::testing::Test {
     Mapi() {
         Server.Reset();
         SHRINKABLE::MapiTimes.LookMs = 1;
+        Row.StopAsked = [] { return false; };
     }
     ~Mapi() override {
         Server.BlockLogOn(false);
@@ -72,7 +73,6 @@ class Mapi : public ::testing::Test {
 const OUTCOME NO_SESSION = {false, "-ERR <2969>"}, NO_LIST = {false, "-ERR <2970>"};
 
 TEST_F(Mapi, ListsWhatTheStoreHas) {
-    Row.StopAsked = [] { return false; };
     OpenAndWait();
     EXPECT_EQ(Get(), (OUTCOME{true, "0 msgs|0 unread|0 bytes\n"}));
     Server.Add({"J\xFCrgen", "j@x.test", "Lena", "Gr\xFC\xDF\x65", "a\r\n.\r\nb", "To: <me@x.test>\r\nCC: c@x.test\r\n",
@@ -98,7 +98,6 @@ TEST_F(Mapi, ListsWhatTheStoreHas) {
 }
 
 TEST_F(Mapi, AsksMessagesForWhatRowsLackOrCut) {
-    Row.StopAsked = [] { return false; };
     const std::string subject(300, 's'), body = std::string(255, 'b') + "\xFC end",
                                          line = "X: " + std::string(90, 'x') + "\r\n";
     std::string header;
@@ -126,7 +125,6 @@ TEST_F(Mapi, AsksMessagesForWhatRowsLackOrCut) {
 }
 
 TEST_F(Mapi, MovesAndDeletes) {
-    Row.StopAsked = [] { return false; };
     OpenAndWait();
     for (int i = 0; i < 6; ++i)
         Server.Add({"a", "b", "c", "s", "t", {}});
@@ -167,7 +165,6 @@ TEST_F(Mapi, MovesAndDeletes) {
 }
 
 TEST_F(Mapi, WithoutASessionThereIsOnlyAText) {
-    Row.StopAsked = [] { return false; };
     for (const char* call : {"MAPIInitialize", "MAPILogonEx", "GetMsgStoresTable", "SetColumns", "HrQueryAllRows"}) {
         Server.Fail(call);
         Changes = 0;
@@ -206,7 +203,6 @@ TEST_F(Mapi, WithoutASessionThereIsOnlyAText) {
 }
 
 TEST_F(Mapi, ALostSessionIsMadeAnew) {
-    Row.StopAsked = [] { return false; };
     OpenAndWait();
     for (int i = 0; i < 10; ++i)
         Server.Add({"a", "b", "c", "s", "t", {}});
@@ -228,7 +224,6 @@ TEST_F(Mapi, ALostSessionIsMadeAnew) {
 }
 
 TEST_F(Mapi, ALogOnThatStandsStillHoldsNobodyUp) {
-    Row.StopAsked = [] { return false; };
     SHRINKABLE::MapiTimes.LogOnMs = 5;
     SHRINKABLE::MapiTimes.LogOffMs = 5;
     Server.BlockLogOn(true);
@@ -283,7 +278,6 @@ TEST_F(Mapi, WorkThatNobodyWaitsForHoldsNobodyUp) {
 }
 
 TEST_F(Mapi, TheTimeOfAListingGrowsWithTheMailsAndItsMemoryDoesNot) {
-    Row.StopAsked = [] { return false; };
     OpenAndWait();
     const auto time = [&](int mails) {
         for (int i = 0; i < mails; ++i)
