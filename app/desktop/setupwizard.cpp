@@ -152,11 +152,11 @@ class SETUPPAGE : public FORMPAGE {
             const int type = found.BestType(imap ? ITEMTYPE_IMAP : ITEMTYPE_POP3);
             CheckRadioButton(hWnd, 221, 226, type == ITEMTYPE_IMAP ? 222 : 221);
             service = &found.Of(type);
-            if (service->Origin != OFFEREDSERVICE::NONE)
-                LISTBOX(hWnd, 401).Select(service->Security());
         }
-        if (service->Origin != OFFEREDSERVICE::NONE)
+        if (service->Origin != OFFEREDSERVICE::NONE) {
             SetControlText(Asker.Server, service->Server);
+            LISTBOX(hWnd, 401).Select(service->Security());
+        }
         ShowResult(ProposalText(Parts().Texts, found, *service));
     }
 
@@ -165,15 +165,16 @@ class SETUPPAGE : public FORMPAGE {
         if (server.Length() == 0 || Calling)
             return;
         Called = server;
+        const int security = LISTBOX(hWnd, 401).Selected();
+        const char* const port = security == SECURITY_TLS ? ":465" : security == SECURITY_STARTTLS ? ":587" : ":25";
         ShowResult(Parts().Texts.Get(TEXT_CONNECTING) || server);
         Calling = std::make_unique<BACKGROUND>(
-            [this, server](const STOPQUESTION& stopAsked) {
+            [this, server, port](const STOPQUESTION& stopAsked) {
                 TCPIPIO device(nullptr, nullptr, nullptr);
                 device.SetStopQuestion(stopAsked);
                 const bool hasPort = server.Pos(':') != -1;
-                Fault = device.MakeCall((hasPort ? server : server || ":25").Text())
-                            ? STRING()
-                            : device.GetInfo("LASTERRORSTRING");
+                Fault = device.MakeCall((hasPort ? server : server || port).Text()) ? STRING()
+                                                                                    : device.GetInfo("LASTERRORSTRING");
                 device.DropCall();
             },
             [window = hWnd] { PostMessageW(window, WM__CALLED, 0, 0); });

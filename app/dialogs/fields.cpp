@@ -226,6 +226,9 @@ constexpr FIELD SETUP_FIELDS[] = {
 
     {PAGE_SETUP_SENDING, 201, EDIT, "SpamSmtp", 0, 96},
     {PAGE_SETUP_SENDING, 202, EDIT, "SpamSmtpTo", 0, 96},
+    {PAGE_SETUP_SENDING, 401, LIST, "SpamSmtpSecurity", TEXT_SECURITIES},
+    {PAGE_SETUP_SENDING, 203, EDIT, "SpamSmtpUser", 0, 96},
+    {PAGE_SETUP_SENDING, 204, EDIT, "SpamSmtpPassword", 0, 96},
 
     {PAGE_SETUP_HABITS, 401, LIST, "SpamMultiReicipients", TEXT_RECIPIENT_WEIGHTS},
     {PAGE_SETUP_HABITS, 241, CHECK, "SpamHaveDistrLists"},

@@ -69,8 +69,15 @@ STRINGARRAY SETUP::Begin(int page) const {
             for (int i = 0; i < Items.Count() && State.Get("SpamSmtp").Length() == 0; ++i) {
                 const int type = Items[i].GetNumber("Type");
                 // Its port is one for reading.
-                if (type == ITEMTYPE_POP3 || type == ITEMTYPE_IMAP)
-                    form.Set("SpamSmtp", MAILACCOUNT::Address(Items[i]).Server.Word(0, ":", WORD_NEVERNULL));
+                if (type != ITEMTYPE_POP3 && type != ITEMTYPE_IMAP)
+                    continue;
+                const MAILADDRESS address = MAILACCOUNT::Address(Items[i]);
+                form.Set("SpamSmtp", address.Server.Word(0, ":", WORD_NEVERNULL));
+                // A password that is read in clear is not proposed for more of that.
+                const int security = MAILACCOUNT::Security(Items[i]).Kind;
+                form.SetNumber("SpamSmtpSecurity", security);
+                form.Set("SpamSmtpUser", security == SECURITY_NONE ? STRING("") : address.User);
+                form.Set("SpamSmtpPassword", security == SECURITY_NONE ? STRING("") : MAILACCOUNT::Password(Items[i]));
             }
             break;
         case PAGE_SETUP_HABITS:
@@ -113,6 +120,7 @@ int SETUP::Leave(int page, const STRINGARRAY& form) {
             TakeOver(State, form, page);
             State.Set("SpamSmtp", Stripped(form.Get("SpamSmtp")));
             State.Set("SpamSmtpTo", Stripped(form.Get("SpamSmtpTo"), "; "));
+            State.Set("SpamSmtpUser", Stripped(form.Get("SpamSmtpUser")));
             return 0;
         case PAGE_SETUP_LISTS:
             Left[page] = form;

@@ -185,12 +185,19 @@ TEST_F(Setup, StoresTheUserAndWhatIsWanted) {
 
 TEST_F(Setup, ProposesWhatTheAccountsTell) {
     EXPECT_EQ(Std(Wizard.Begin(PAGE_SETUP_USER).Get("SpamMyEmail.Addresses")), "");
-    for (const char* record : {"Type=1\nSource=first|u@x", "Type=2\nSource=last:1143|@u", "Type=3\nSource=hotmail|u"})
+    for (const char* record : {"Type=1\nSource=first|u@x\nSource2=p",
+                               "Type=2\nSource=last:1143|@u\nSource2=pw\nSecurity=2", "Type=3\nSource=hotmail|u"})
         Items.Add(STRINGARRAY(STRING(record), 8, 8));
     EXPECT_EQ(Std(Wizard.Begin(PAGE_SETUP_SENDING).Get("SpamSmtp")), "last");
     EXPECT_EQ(Std(Wizard.Begin(PAGE_SETUP_USER).Get("SpamMyEmail.Addresses")), "u@x");
+    const auto login = [](const STRINGARRAY& form) {
+        return Std(form.Get("SpamSmtpSecurity")) + Std(form.Get("SpamSmtpUser")) + Std(form.Get("SpamSmtpPassword"));
+    };
+    EXPECT_EQ(login(Wizard.Begin(PAGE_SETUP_SENDING)), "2@upw");
+    Items[1].Set("Security", "0");
+    EXPECT_EQ(login(Wizard.Begin(PAGE_SETUP_SENDING)), "0");
     State.Set("SpamSmtp", "mine");
     EXPECT_EQ(Std(Wizard.Begin(PAGE_SETUP_SENDING).Get("SpamSmtp")), "mine");
-    EXPECT_EQ(Leave(PAGE_SETUP_SENDING, {{"SpamSmtp", " s "}, {"SpamSmtpTo", " ; me@x;"}}), 0);
-    EXPECT_EQ(In("SpamSmtp") + "/" + In("SpamSmtpTo"), "s/me@x");
+    EXPECT_EQ(Leave(PAGE_SETUP_SENDING, {{"SpamSmtp", " s "}, {"SpamSmtpTo", " ; me@x;"}, {"SpamSmtpUser", " u"}}), 0);
+    EXPECT_EQ(In("SpamSmtp") + "/" + In("SpamSmtpTo") + "/" + In("SpamSmtpUser"), "s/me@x/u");
 }
