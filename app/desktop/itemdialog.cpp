@@ -151,7 +151,7 @@ void AddKindRules(const DIALOGPARTS& parts, const ITEMFORM& form, FORMPAGE& mail
                     page.Disable(target, mailbox, ID_KIND, RULE_EQUALS, names[i]);
         };
         if (!kind.HasServer())
-            disable(mailbox, {ID_SERVER, ID_SECURITY});
+            disable(mailbox, {ID_SERVER, ID_SECURITY, ID_CERTIFICATE});
         if (!kind.HasUser)
             disable(mailbox, {ID_USER, ID_PASSWORD});
         if (!kind.HasFolders)
@@ -181,6 +181,8 @@ bool EditItem(const DIALOGPARTS& parts, STRINGARRAY& record, const STRINGARRAY& 
         title(2), std::make_unique<FORMPAGE>(parts, PAGE_ITEM_MORE, form.Values, MailFolders(parts, form.Kind())));
     more.AddBrowse(102, 204, TEXT_PROGRAM_FILES, "*.exe");
     AddKindRules(parts, form, mailbox, more);
+    for (const int target : {ID_CERTIFICATE, LabelOf(ID_CERTIFICATE)})
+        mailbox.Disable(target, ID_SECURITY, RULE_EQUALS, parts.Texts.Part(TEXT_SECURITIES, SECURITY_NONE));
     if (!dialog.Run())
         return false;
     BeginSession(parts, form.Kind());

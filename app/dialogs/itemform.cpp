@@ -75,6 +75,9 @@ bool ITEMFORM::Write(STRINGARRAY& record) const {
         values.Set("Source.Server",
                    MAILACCOUNT::FollowPort(values.Get("Source.Server"), kind.Type, Before.GetNumber("Security"),
                                            Values.GetNumber("Security")));
+    // It was the certificate of the server that stood there.
+    if (IsChanged("Source.Server") && !IsChanged("TrustedCertificate"))
+        values.Set("TrustedCertificate", "");
     const bool moved = IsSuccessor || IsChanged("Security") || IsChanged("Type.Kind") || IsChanged("Source.Server") ||
                        IsChanged("Source.User");
     if (kind.IsKnown() && (moved || IsChanged("Source2")))

@@ -215,6 +215,9 @@ STRING ProposalText(const TEXTS& texts, const SERVERPROPOSAL& proposal, const OF
     const int numbers[] = {TEXT_SETUP_ENCRYPTED, TEXT_SETUP_NAMED,
                            proposal.Silent ? TEXT_SETUP_SILENT : TEXT_SETUP_USUAL, TEXT_SETUP_NO_SERVICE};
     STRING text = texts.Get(numbers[service.Origin]);
+    // Answers of the name service can be anybody's: a server of another domain is to be known by its name.
+    if (service.IsNamed() && !service.IsOf(proposal.Domain))
+        text = text || " " || texts.Get(TEXT_SETUP_FOREIGN);
     text.Replace("$1", proposal.Domain.Text());
     return text;
 }

@@ -51,6 +51,15 @@ bool SaysNone(const std::vector<DNSRECORD>& records) {
 
 }  // namespace
 
+bool OFFEREDSERVICE::IsOf(const STRING& domain) const {
+    std::string_view host = Server.View();
+    host = host.substr(0, host.find(':'));
+    if (host.size() <= domain.View().size())
+        return ASCII::Equal(host, domain.View());
+    host.remove_prefix(host.size() - domain.View().size() - 1);
+    return host[0] == '.' && ASCII::Equal(host.substr(1), domain.View());
+}
+
 int SERVERPROPOSAL::BestType(int preferred) const {
     // Both kinds that are named are safe.
     const auto rank = [this](int type) { return std::max(Of(type).Origin, OFFEREDSERVICE::NAMED); };

@@ -19,6 +19,8 @@ struct OFFEREDSERVICE {
     ORIGIN Origin = USUAL;
     STRING Server;  // host, or host:port where that is not the service's own; empty for NONE
 
+    /// Stands in that domain.
+    bool IsOf(const STRING& domain) const;
     bool IsNamed() const { return Origin == NAMED || Origin == ENCRYPTED; }
     /// What a new account is to have there.
     int Security() const { return Origin == NAMED ? SECURITY_STARTTLS : SECURITY_TLS; }

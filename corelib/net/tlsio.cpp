@@ -1,6 +1,7 @@
 #include "corelib/net/tlsio.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 #include "corelib/base/ascii.h"
@@ -44,6 +45,11 @@ STRING TLSREPORT::Why() const {
 STRING TLS::ShownText(std::string_view text) {
     std::string shown(UTF8::IsValid(text) ? UTF8::Cut(text, SHOWN_BYTES) : "?");
     std::erase_if(shown, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127; });
+    // Lines, and directions of reading, that would make of what stands around it something else.
+    for (const char* mark : {"\u061c", "\u200e", "\u200f", "\u2028", "\u2029", "\u202a", "\u202b", "\u202c", "\u202d",
+                             "\u202e", "\u2066", "\u2067", "\u2068", "\u2069"})
+        for (size_t at = 0; (at = shown.find(mark, at)) != shown.npos;)
+            shown.erase(at, strlen(mark));
     return STRING(std::string_view(shown));
 }
 

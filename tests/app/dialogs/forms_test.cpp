@@ -20,6 +20,7 @@ STRINGARRAY Item(const char* type, const char* source, const char* period) {
     item["Source"] = source;
     item["Source2"] = "secret";
     item["TimingCyclic"] = period;
+    item["TrustedCertificate"] = "ab";
     int handle = FIRST_ITEM_HANDLE;
     FixItem(item, state, handle);
     return item;
@@ -27,7 +28,7 @@ STRINGARRAY Item(const char* type, const char* source, const char* period) {
 
 std::string Summary(const STRINGARRAY& item) {
     std::string all;
-    for (const char* key : {"Name", "Type", "Source", "Source2", "TimingCyclic"})
+    for (const char* key : {"Name", "Type", "Source", "Source2", "TimingCyclic", "TrustedCertificate"})
         all += Std(item.Get(key)) + ";";
     return all;
 }
@@ -41,17 +42,17 @@ TEST(ItemForm, StoresWhatWasChanged) {
         const char* After;
         bool Raised = false;
     } table[] = {
-        {"1", "pop.example|anna", "125", {}, "Näme;1;pop.example|anna;secret;125;"},
-        {"2", "imap.example|anna|x", "600 s", {}, "Näme;2;imap.example|anna|x;secret;600 s;"},
-        {"2", "a|b", "", {{"Name", " new\t"}}, "new;2;a|b;secret;;"},
-        {"2", "a|b", "125", {{"TimingCyclic.Minutes", "3"}}, "Näme;2;a|b;secret;185;"},
-        {"1", "a|b", "125", {{"Source2", "nü"}}, "Näme;1;a|b;nü;125;"},
-        {"1", "a|b", "0", {{"Source.Server", " c:143 "}, {"Source.User", "d"}}, "Näme;1;c:143|d;secret;0;"},
-        {"2", "c:143|d", "0", {{"Security", "1"}}, "Näme;2;c|d;secret;0;"},
-        {"1", "a|b", "30", {{"Type.Kind", "2"}}, "Näme;3;hotmail|b;secret;60;", true},
-        {"3", "hotmail|b", "0", {}, "Näme;3;hotmail|b;secret;0;"},
-        {"5", "hotmail|b", "60", {}, "Näme;3;hotmail|b;secret;60;"},
-        {"0", "mapi|", "600", {}, "Näme;0;mapi|;secret;600;"},
+        {"1", "pop.example|anna", "125", {}, "Näme;1;pop.example|anna;secret;125;ab;"},
+        {"2", "imap.example|anna|x", "600 s", {}, "Näme;2;imap.example|anna|x;secret;600 s;ab;"},
+        {"2", "a|b", "", {{"Name", " new\t"}}, "new;2;a|b;secret;;ab;"},
+        {"2", "a|b", "125", {{"TimingCyclic.Minutes", "3"}}, "Näme;2;a|b;secret;185;ab;"},
+        {"1", "a|b", "125", {{"Source2", "nü"}}, "Näme;1;a|b;nü;125;ab;"},
+        {"1", "a|b", "0", {{"Source.Server", " c:143 "}, {"Source.User", "d"}}, "Näme;1;c:143|d;secret;0;;"},
+        {"2", "c:143|d", "0", {{"Security", "1"}}, "Näme;2;c|d;secret;0;ab;"},
+        {"1", "a|b", "30", {{"Type.Kind", "2"}}, "Näme;3;hotmail|b;secret;60;ab;", true},
+        {"3", "hotmail|b", "0", {}, "Näme;3;hotmail|b;secret;0;ab;"},
+        {"5", "hotmail|b", "60", {}, "Näme;3;hotmail|b;secret;60;ab;"},
+        {"0", "mapi|", "600", {}, "Näme;0;mapi|;secret;600;ab;"},
     };
     for (const auto& row : table) {
         STRINGARRAY item = Item(row.Type, row.Source, row.Period);
@@ -75,7 +76,7 @@ TEST(ItemForm, KeepsAKindThatItDoesNotKnow) {
         if (chosen)
             form.Values.Set("Type.Kind", "0");
         EXPECT_FALSE(form.Write(item));
-        EXPECT_EQ(Summary(item), chosen ? "Näme;1;what|ever;secret;60;" : "Näme;9;what|ever;secret;60;");
+        EXPECT_EQ(Summary(item), chosen ? "Näme;1;what|ever;secret;60;ab;" : "Näme;9;what|ever;secret;60;ab;");
     }
 }
 

@@ -76,3 +76,10 @@ TEST(ServerProposal, FindsTheDomainOfAnAddress) {
     for (const auto& [address, domain] : cases)
         EXPECT_EQ(Std(MailDomain(address)), domain) << address;
 }
+
+TEST(ServerProposal, TellsServersOfTheDomainFromOthers) {
+    for (const char* own : {"x.example", "Mail.X.example:993", "a.b.x.example"})
+        EXPECT_TRUE((OFFEREDSERVICE{OFFEREDSERVICE::NAMED, own}.IsOf("x.example"))) << own;
+    for (const char* other : {"", "example", "evilx.example", "x.example.org", "host:1"})
+        EXPECT_FALSE((OFFEREDSERVICE{OFFEREDSERVICE::NAMED, other}.IsOf("x.example"))) << other;
+}

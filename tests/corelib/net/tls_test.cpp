@@ -122,6 +122,14 @@ TEST_F(Tls, ACertificateIsTrustedOrToldWhyNot) {
     }
 }
 
+TEST(TlsText, ShowsNothingOfACertificateThatWouldChangeWhatStandsAroundIt) {
+    const std::pair<const char*, const char*> cases[] = {{"M\u00fcller CA\n\x1b[1m", "M\u00fcller CA[1m"},
+                                                         {"a\u202egro.live\u2066b\u2029", "agro.liveb"},
+                                                         {"\xff", "?"}};
+    for (const auto& [text, shown] : cases)
+        EXPECT_EQ(Std(TLS::ShownText(text)), shown);
+}
+
 TEST_F(Tls, CarriesMegabytesBothWaysInEachVersionWhateverTheServerDoesMeanwhile) {
     constexpr int BYTES = 1 << 20;
     const struct {
