@@ -19,10 +19,10 @@ std::string Encoded(const STRING& text) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+FUZZ_TARGET(text) {
     ACCOUNTWISH wish;
-    if (ParseMailAddress({reinterpret_cast<const char*>(data), size}, wish) != ADDRESSFAULT::None)
-        return 0;
+    if (ParseMailAddress(text, wish) != ADDRESSFAULT::None)
+        return;
     const MAILADDRESS& address = wish.Address;
     const MAILBOXKIND& kind = KindOf(address.Type);
     Always(kind.Scheme && address.User.Length() > 0 && kind.HasServer() == (address.Server.Length() > 0));
@@ -43,5 +43,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string scheme(MAILACCOUNT::Scheme(address.Type, wish.Security).View());
     Always(ParseMailAddress(scheme + Encoded(address.User) + server, again) == ADDRESSFAULT::None);
     Always(again.Address == address && again.Security == wish.Security);
-    return 0;
 }

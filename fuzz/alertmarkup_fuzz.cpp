@@ -27,8 +27,7 @@ class CANVAS : public ALERTCANVAS {
 
 // Whatever the bytes: as many lines as line ends say, no more pieces and no more text than there were bytes for, and
 // buttons that can be hit where they stand, and are all there in a small room too.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+FUZZ_TARGET(text) {
     const std::vector<ALERTLINE> lines = ParseAlertMarkup(text);
     Always(lines.size() == 1u + static_cast<size_t>(std::count(text.begin(), text.end(), '\n')));
     size_t pieces = 0;
@@ -39,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         for (const ALERTPIECE& piece : line)
             bytes += piece.Text.size();
     }
-    Always(pieces <= size + 1 && bytes <= size);
+    Always(pieces <= text.size() + 1 && bytes <= text.size());
 
     METRICS metrics;
     const ALERTLAYOUT layout(text, metrics);
@@ -52,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const ALERTSIZE window = layout.WindowSize();
     Always(window.Width >= 0 && window.Height >= 0);
-    PlaceAlert({0, 0, 1920, 1040}, window, static_cast<int>(size % 7));
+    PlaceAlert({0, 0, 1920, 1040}, window, static_cast<int>(text.size() % 7));
     for (int state = 0; state < 4; ++state) {
         CANVAS canvas;
         ALERTLOOK look;
@@ -71,5 +70,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         Always(bounded.WindowSize().Width <= room.Width);
         Always(bounded.WindowSize().Height <= room.Height || !bounded.Buttons().empty());
     }
-    return 0;
 }

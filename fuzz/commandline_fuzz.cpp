@@ -3,12 +3,11 @@
 #include "app/core/arguments.h"
 #include "fuzz/fuzz.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string line(reinterpret_cast<const char*>(data), size);
-    const ARGUMENTS arguments("tarnwick", line.c_str());
+FUZZ_TARGET(text) {
+    const ARGUMENTS arguments("tarnwick", std::string(text).c_str());
     for (int i = 1; i < arguments.Count(); ++i)
         // Each word is a piece of the line, and blanks are only inside quoted ones.
-        Never(line.find(arguments[i].Text()) == std::string::npos);
+        Never(text.find(arguments[i].Text()) == text.npos);
     for (const char* name : {"WORKDIR", "LANG", "CHECK", ""}) {
         int n = 0;
         while (arguments.TestArgValue(name, n)) {
@@ -18,5 +17,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         Never(arguments.GetArgValue(name, n).NotNull() || n >= arguments.Count());
         arguments.TestArg(name);
     }
-    return 0;
 }

@@ -17,3 +17,12 @@ inline void Never(bool found) {
 inline void Always(bool holds) {
     Never(!holds);
 }
+
+/// A target, and the bytes that it tries.
+#define FUZZ_TARGET(text)                                                     \
+    static void Try(std::string_view text);                                   \
+    extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) { \
+        Try({reinterpret_cast<const char*>(data), size});                     \
+        return 0;                                                             \
+    }                                                                         \
+    static void Try(std::string_view text)

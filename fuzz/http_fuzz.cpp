@@ -1,8 +1,6 @@
-#include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
 #include "corelib/net/webget.h"
 #include "fuzz/saidserver.h"
-#include "tests/support/times.h"
 
 namespace {
 
@@ -14,18 +12,17 @@ int CancelWhenDue(void* left, int kind, int) {
 
 // Whatever a web server says, reading ends; what was read is what it said, as far as it was wanted, and what it is
 // turned into stays within its bound. The first byte chooses when the callback cancels.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+FUZZ_TARGET(bytes) {
     constexpr size_t MOST = 32768;
-    if (size == 0)
-        return 0;
-    SHRINKABLE::TcpTimes.ReadFailedMs = 1;
+    if (bytes.empty())
+        return;
     SHRINKABLE::WebTimes.AnswerMs = 4;
     SHRINKABLE::WebTimes.ReadMs = 1;
     SHRINKABLE::WebTimes.DecodedBytes = MOST;
-    const std::string_view words(reinterpret_cast<const char*>(data + 1), std::min(size - 1, MOST));
-    int asksLeft = data[0];
+    const std::string_view words = bytes.substr(1, MOST);
+    int asksLeft = static_cast<unsigned char>(bytes[0]);
 
-    SAIDSERVER server(data + 1, words.size(), true);
+    SAIDSERVER server(words, true);
     char line[64];
     TCP::ReadLine(server, line, sizeof line, SHRINKABLE::WebTimes.AnswerMs);
     STRING result = "";
@@ -38,5 +35,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto room = static_cast<size_t>(result.Length()) + MOST;
     WEBGET::Beautify(result);
     Never(result.View().size() > room);
-    return 0;
 }

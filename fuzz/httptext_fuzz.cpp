@@ -4,8 +4,8 @@
 #include "fuzz/fuzz.h"
 
 // What a page holds: its text and attributes never grow, and a link leads to a document inside the host.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const STRING page(std::string_view(reinterpret_cast<const char*>(data), size));
+FUZZ_TARGET(bytes) {
+    const STRING page(bytes);
     STRING text = page;
     HtmlToText(text, ' ');
     Never(text.Length() > page.Length() || text.Pos('\xff') != -1);
@@ -20,5 +20,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const bool whole = ASCII::BeginsWith(url.View(), "http://");
     Never(doc.Length() == 0 || (!whole && doc.View().find("/../") != std::string_view::npos));
     HostCredentials().Delete(host.Text());
-    return 0;
 }

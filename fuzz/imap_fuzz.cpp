@@ -2,10 +2,7 @@
 #include "app/mailbox/listing.h"
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
-#include "fuzz/fuzz.h"
 #include "fuzz/saidserver.h"
-#include "tests/servers/answeringdevice.h"
-#include "tests/support/times.h"
 
 namespace {
 
@@ -19,10 +16,10 @@ std::vector<std::string> Blocks(const STRING& listing) {
 
 // Whatever an IMAP server says, reading ends, and what comes out is an error, or a listing in which nothing that the
 // server said can end a block.
-void ReadWhatAServerSays(const uint8_t* data, size_t size, bool fast) {
+void ReadWhatAServerSays(std::string_view said, bool fast) {
     UNWATCHED row;
     row.Item.Set("FastCheck", fast ? "1" : "0");
-    SAIDSERVER server(data, size);
+    SAIDSERVER server(said);
     STRING listing;
     if (!ImapRead(server, row.Call("", "", ""), "", IMAP_BODY_BYTES, listing)) {
         Never(!ASCII::BeginsWith(listing.View(), "-ERR "));
@@ -87,10 +84,9 @@ std::vector<std::string> ReadThreeMails(const MAIL& middle, bool flagsLast, bool
 }
 
 // A mail of these bytes is one mail, and the ones beside it are what they are without it.
-void ReadWhatAMailSays(const uint8_t* data, size_t size) {
-    const std::string text(reinterpret_cast<const char*>(data), size);
-    const size_t end = text.find("\r\n\r\n"), half = end == text.npos ? size / 2 : end + 4;
-    const bool flagsLast = size % 2 == 0;
+void ReadWhatAMailSays(const std::string& text) {
+    const size_t end = text.find("\r\n\r\n"), half = end == text.npos ? text.size() / 2 : end + 4;
+    const bool flagsLast = text.size() % 2 == 0;
     const MAIL middle{text.substr(0, half), text.substr(half)};
     const std::vector<std::string> plain = ReadThreeMails({}, flagsLast, false),
                                    blocks = ReadThreeMails(middle, flagsLast, false);
@@ -101,14 +97,12 @@ void ReadWhatAMailSays(const uint8_t* data, size_t size) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    SHRINKABLE::TcpTimes.ReadFailedMs = 1;
+FUZZ_TARGET(text) {
     SHRINKABLE::ImapTimes.PauseMs = 0;
     SHRINKABLE::ImapTimes.LineMs = 4;
     for (const bool fast : {false, true})
-        ReadWhatAServerSays(data, size, fast);
+        ReadWhatAServerSays(text, fast);
     // This one answers.
     SHRINKABLE::ImapTimes.LineMs = 10000;
-    ReadWhatAMailSays(data, size);
-    return 0;
+    ReadWhatAMailSays(std::string(text));
 }

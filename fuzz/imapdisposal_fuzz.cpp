@@ -3,16 +3,14 @@
 #include "app/mailbox/imap.h"
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
-#include "fuzz/fuzz.h"
 #include "fuzz/saidserver.h"
-#include "tests/support/times.h"
 
 namespace {
 
 // Holds what the client says against what it was told.
 class WATCHINGSERVER : public SAIDSERVER {
  public:
-    WATCHINGSERVER(const uint8_t* data, size_t size, const STRING& ids) : SAIDSERVER(data, size) {
+    WATCHINGSERVER(std::string_view words, const STRING& ids) : SAIDSERVER(words) {
         WORDCURSOR lines(ids, "\n");
         for (std::string_view id; lines.Next(id);)
             Asked.insert(std::string(id.substr(std::min(id.find_first_not_of('0'), id.size()))));
@@ -62,11 +60,10 @@ class WATCHINGSERVER : public SAIDSERVER {
 // Whatever an IMAP server says, and whatever ids and names there are, a disposal ends, each command is one line, and
 // only mails that were asked for are copied, marked and expunged. The first lines are ids ("|" between them), folder,
 // user and password; the server says the rest.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    SHRINKABLE::TcpTimes.ReadFailedMs = 1;
+FUZZ_TARGET(bytes) {
     SHRINKABLE::ImapTimes.LineMs = 4;
     SHRINKABLE::ImapTimes.PauseMs = 0;
-    std::string_view rest(reinterpret_cast<const char*>(data), size);
+    std::string_view rest = bytes;
     STRING words[4];
     for (STRING& word : words) {
         word = STRING(rest.substr(0, rest.find('\n')));
@@ -77,9 +74,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     row.Item.Set("DoAltFolder", words[1].Length() % 2 ? "1" : "0");
     row.Item.Set("AltFolder", words[2]);
     row.Item.Set("UidValidity", words[1].Length() % 3 ? "" : "7");
-    WATCHINGSERVER server(reinterpret_cast<const uint8_t*>(rest.data()), rest.size(), words[0]);
+    WATCHINGSERVER server(rest, words[0]);
     STRING error;
     (void)ImapDispose(server, row.Call("", words[2], words[3]), words[0], words[1].Length() ? &words[1] : nullptr,
                       error);
-    return 0;
 }

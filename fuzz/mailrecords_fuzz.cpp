@@ -25,12 +25,12 @@ class COUNTER : public NOTIFIER {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string blocks(reinterpret_cast<const char*>(data), size);
+FUZZ_TARGET(bytes) {
+    const std::string blocks(bytes);
     RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);
     const int count = BuildMailHash(STRING(std::string_view("\n" + blocks)), records);
     if (count == 0)
-        return 0;
+        return;
     for (int i = 0; i < count; ++i)
         Never(records[i].Count() != 15 || records[i].Get("MessageId").Length() == 0 ||
               records[i].Get("X-Message-Id").Length() == 0);
@@ -50,5 +50,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     COUNTER second;
     HandleNewMail(item, listing, item.Get("LastSeenIds"), false, {state, texts, trash, second}, popup);
     Never(first.New != count || second.New != 0);
-    return 0;
 }

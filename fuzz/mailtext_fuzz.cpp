@@ -3,8 +3,8 @@
 #include "app/common/mailtext.h"
 #include "fuzz/fuzz.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const STRING text(std::string_view(reinterpret_cast<const char*>(data), size));
+FUZZ_TARGET(bytes) {
+    const STRING text(bytes);
 
     STRING name = text;
     STRING email;
@@ -26,5 +26,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     STRING time;
     ParseDate(text, date, time);
     Never(date.Length() < 10 || time.Length() < 5);
-    return 0;
 }

@@ -21,12 +21,12 @@ std::vector<std::string> Read(std::string_view file, size_t piece) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size == 0)
-        return 0;
-    const std::string file(reinterpret_cast<const char*>(data) + 1, size - 1);
+FUZZ_TARGET(bytes) {
+    if (bytes.empty())
+        return;
+    const std::string file(bytes.substr(1));
     const std::vector<std::string> mails = Read(file, file.size());
-    Never(Read(file, size_t{data[0]} + 1) != mails);
+    Never(Read(file, size_t{static_cast<unsigned char>(bytes[0])} + 1) != mails);
     for (const std::string& mail : mails)
         Never(mail.size() > MAIL_MAX || mail.find('\r') != mail.npos || mail.find('\0') != mail.npos);
     // Between two mails, the file adds its own and takes nothing.
@@ -34,5 +34,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::vector<std::string> all =
         Read(envelope + mark + "\n" + envelope + file + "\n\n" + envelope + mark, POP_LINE);
     Never(all.size() < 3 || all.front() != mark || all.back() != mark);
-    return 0;
 }

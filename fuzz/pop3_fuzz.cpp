@@ -2,9 +2,7 @@
 #include "app/mailbox/pop3.h"
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
-#include "fuzz/fuzz.h"
 #include "fuzz/saidserver.h"
-#include "tests/support/times.h"
 
 namespace {
 
@@ -13,7 +11,7 @@ constexpr size_t MOST_BYTES = 12000;  // of a mail: the server says more, and no
 bool Read(std::string_view said, STRING& listing, bool fast = false) {
     UNWATCHED row;
     row.Item.Set("FastCheck", fast ? "1" : "0");
-    SAIDSERVER server(reinterpret_cast<const uint8_t*>(said.data()), said.size());
+    SAIDSERVER server(said);
     return PopRead(server, row.Call("", "", ""), 0, listing);
 }
 
@@ -72,15 +70,12 @@ void ReadBetweenTwo(std::string_view mail, bool fast) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    SHRINKABLE::TcpTimes.ReadFailedMs = 1;
+FUZZ_TARGET(bytes) {
     SHRINKABLE::PopTimes.GreetingMs = SHRINKABLE::PopTimes.ReplyMs = 4;
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     ReadAnything(bytes);
     ReadAnythingFast(bytes);
     // This server says it all, however long the machine takes to hear it.
     SHRINKABLE::PopTimes.GreetingMs = SHRINKABLE::PopTimes.ReplyMs = 20000;
     for (const bool fast : {false, true})
         ReadBetweenTwo(bytes.substr(0, MOST_BYTES), fast);
-    return 0;
 }

@@ -1,8 +1,7 @@
 #include "app/mailbox/pop3.h"
 #include "bench/unwatched.h"
-#include "fuzz/fuzz.h"
+#include "corelib/base/ascii.h"
 #include "fuzz/saidserver.h"
-#include "tests/support/times.h"
 
 namespace {
 
@@ -29,34 +28,31 @@ bool Agrees(std::string_view reply, const std::string& number, const std::string
 }  // namespace
 
 // Whatever a server says, a mail is deleted only if it was asked for, and if the line before says that it has its size.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    SHRINKABLE::TcpTimes.ReadFailedMs = 1;
+FUZZ_TARGET(said) {
     SHRINKABLE::PopTimes.GreetingMs = SHRINKABLE::PopTimes.ReplyMs = 4;
     UNWATCHED row;
-    SAIDSERVER server(data, size);
+    SAIDSERVER server(said);
     STRING error;
     const bool ok = PopErase(server, row.Call("", "", ""), IDS, error);
 
-    std::vector<std::string_view> lines;
-    for (std::string_view rest(reinterpret_cast<const char*>(data), size); !rest.empty();) {
-        lines.push_back(rest.substr(0, rest.find('\n')));
-        rest.remove_prefix(std::min(lines.back().size() + 1, rest.size()));
-    }
-    bool quit = false;
-    for (size_t i = 0; i < server.Heard.size(); ++i) {
-        const std::string& command = server.Heard[i];
-        quit = command == "QUIT\r\n";
-        if (!command.starts_with("DELE "))
+    const auto linesOf = [](std::string_view rest) {
+        std::vector<std::string> lines;
+        while (!rest.empty())
+            lines.emplace_back(ASCII::Take(rest, '\n'));
+        return lines;
+    };
+    const std::vector<std::string> lines = linesOf(said), commands = linesOf(server.Heard);
+    Never(ok && !server.Heard.ends_with("QUIT\r\n"));
+    for (size_t i = 0; i < commands.size(); ++i) {
+        if (!commands[i].starts_with("DELE "))
             continue;
-        const std::string number = command.substr(5, command.size() - 7);
+        const std::string number = commands[i].substr(5, commands[i].size() - 6);
         const std::string wanted = "\n" + number + "|";
         const std::string ids = std::string("\n") + IDS;
         const size_t at = ids.find(wanted);
-        Never(at == ids.npos || server.Heard[i - 1] != "LIST " + number + "\r\n");
+        Never(at == ids.npos || commands[i - 1] != "LIST " + number + "\r");
         const size_t start = at + wanted.size();
         // The greeting comes first: the reply to a command is the line after as many.
         Never(!Agrees(lines.at(i), number, ids.substr(start, ids.find('\n', start) - start)));
     }
-    Never(ok && !quit);
-    return 0;
 }

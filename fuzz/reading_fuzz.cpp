@@ -22,8 +22,7 @@ void Check(std::string_view text) {
 }  // namespace
 
 // A mail: its header and body are read as a person would read them.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string_view mail(reinterpret_cast<const char*>(data), size);
+FUZZ_TARGET(mail) {
     const std::string header = JoinedFields(HeaderBlock(mail));
     Check(HeaderWords(header, "koi8-r"));
     Check(ReadableText(header, BodyBlock(mail)));
@@ -35,5 +34,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         for (const std::string& text : {shown.Sender, shown.Recipient, shown.Subject, SHOWNMAIL::Text(records[i])})
             Check(text);
     }
-    return 0;
 }

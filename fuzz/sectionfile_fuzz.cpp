@@ -5,14 +5,14 @@
 #include "fuzz/fuzz.h"
 
 // A file of records with any content is read without harm, and what was kept is saved and read back the same.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+FUZZ_TARGET(text) {
     static const STRING file = [] {
         STRING name;
         name.Format("sectionfile-%d.ini", static_cast<int>(getpid()));
         return name;
     }();
-    if (!FILES::ReplaceAll(file.Text(), std::string_view(reinterpret_cast<const char*>(data), size), false))
-        return 0;
+    if (!FILES::ReplaceAll(file.Text(), text, false))
+        return;
     RECORDARRAY records(64, 64);
     (void)records.LoadAll(file.Text());
     (void)records.SaveAll(file.Text());
@@ -25,5 +25,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (int i = 0; i < count; ++i)
         Never(back.Count() != count || !(back[i].AsText() == records[i].AsText()));
     (void)FILES::Remove(file.Text());
-    return 0;
 }

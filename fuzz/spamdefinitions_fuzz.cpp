@@ -3,9 +3,9 @@
 #include "app/filter/spamvariables.h"
 #include "app/filter/wordscanner.h"
 #include "fuzz/filtertexts.h"
+#include "fuzz/fuzz.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+FUZZ_TARGET(bytes) {
     static FILTERSTATE filter;
     SPAMWORDS words;
     words.AddDefinitions(STRING(bytes));
@@ -18,5 +18,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // The words against the text that they stand in.
     const std::string message = "From: " + std::string(bytes.substr(0, 200)) + "\n\n" + std::string(bytes);
     scanner.Scan(message);
-    return 0;
 }

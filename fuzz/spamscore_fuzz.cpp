@@ -25,8 +25,7 @@ SPAMTABLE MakeTable() {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+FUZZ_TARGET(bytes) {
     static FILTERSTATE filter;
     static const SPAMTABLE table = MakeTable();
     WORDSCANNER fast(table, filter.State, filter.Texts);
@@ -44,5 +43,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     item.Set("DoSpamFilter", "1");
     item.Set("@Handle", "1");
     whole.SpamFilter(item, STRING(bytes));
-    return 0;
 }

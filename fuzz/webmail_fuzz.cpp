@@ -5,8 +5,7 @@
 #include "fuzz/fuzz.h"
 
 // Whatever the web-mail service answers, what is made of it has the form that others rely on.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+FUZZ_TARGET(bytes) {
     STRING page(bytes);
 
     STRINGARRAY jar;
@@ -31,11 +30,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     WEBSESSION session(settings, never);
     STRING listing;
     if (!HotmailListing(session, row, "joe", 0, page, listing))
-        return listing == "-ERR 999 Mail table not found" ? 0 : (abort(), 1);
+        return Always(listing == "-ERR 999 Mail table not found");
     int blocks = 0;
     LISTING::BLOCKCURSOR cursor(listing);
     for (std::string_view block; cursor.Next(block); ++blocks)
         Never(!block.starts_with("To: joe@"));
     Never(blocks != LISTING::ReadSummary(listing).Count);
-    return 0;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstring>
 #include <functional>
 #include <mutex>
@@ -27,6 +28,7 @@ class ANSWERINGDEVICE : public BASEIO {
             Said = 0;
         }
         *length = static_cast<int>(n);
+        IsOver = n == 0;
         return n > 0;
     }
     int DevWrite(const char* buffer, int length) override {
@@ -48,6 +50,9 @@ class ANSWERINGDEVICE : public BASEIO {
     bool MakeCall(const char*) override { return true; }
     bool AcceptCall() override { return false; }
     bool DropCall() override { return true; }
+
+ protected:
+    std::atomic<bool> IsOver = false;  // nothing was left at the last look, and all before is with the client
 
  private:
     const ANSWER Answer;

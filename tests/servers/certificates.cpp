@@ -65,7 +65,7 @@ CERTIFICATES::CERTIFICATE CERTIFICATES::Make(const WANTED& wanted, const KEY& ke
 }
 
 CERTIFICATES::CERTIFICATES() {
-    const KEY rsa = NewKey(2048), curve = NewKey(0), weak = NewKey(1024);
+    const KEY rsa = NewKey(2048), curve = NewKey(0);
     const auto issuer = [](const std::string& subject, const IDENTITY* above) {
         const KEY key = NewKey(0);
         return IDENTITY{subject, key, Make({subject.c_str(), ""}, key, above), {}};
@@ -93,7 +93,6 @@ CERTIFICATES::CERTIFICATES() {
     add("future", curve, {"localhost", HERE, 10, 20}, &Ca);
     add("other", curve, {"other.example", ELSEWHERE}, &Ca);
     add("bad", curve, {"other.example", ELSEWHERE, -20, -10}, &stranger);
-    add("weak", weak, {"localhost", HERE}, &Ca);
 }
 
 const CERTIFICATES::IDENTITY& CERTIFICATES::Get(const std::string& name) const {

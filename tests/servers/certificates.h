@@ -23,9 +23,8 @@ class CERTIFICATES {
     /// By name, "good" for one that there is not:
     /// good, ecdsa, ip, zero (its name goes on after a zero byte), wildcard (*.test.example), chain (with its
     /// intermediate), nochain (without), self, unknown,
-    /// expired, future, other (another name), bad (expired, another name, unknown issuer), weak (a short key)
+    /// expired, future, other (another name), bad (expired, another name, unknown issuer)
     const IDENTITY& Get(const std::string& name) const;
-    const std::vector<IDENTITY>& All() const { return Made; }
 
     static std::string Pem(const CERTIFICATE& certificate);
     static std::string Pem(const KEY& key);

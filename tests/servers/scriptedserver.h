@@ -22,40 +22,26 @@ using SCRIPT = std::vector<STEP>;
 
 namespace PLAY {
 
+struct MAKER {
+    STEP::KIND Kind;
+    STEP operator()(std::string text = "") const { return {Kind, std::move(text)}; }
+};
+
 /// The client's next line, without its line break, is exactly this (any other: see SCRIPTEDSERVER::Mismatch).
-inline STEP Expect(std::string line) {
-    return {STEP::EXPECT, std::move(line)};
-}
+inline constexpr MAKER Expect{STEP::EXPECT};
 /// The client's next line begins with this; "" takes any line.
-inline STEP ExpectPrefix(std::string start) {
-    return {STEP::EXPECT_PREFIX, std::move(start)};
-}
+inline constexpr MAKER ExpectPrefix{STEP::EXPECT_PREFIX};
 /// Takes what the client sends up to and with these bytes: "\r\n\r\n" the head of an HTTP request, "\r\n.\r\n" a mail.
-inline STEP ReadUntil(std::string bytes) {
-    return {STEP::READ_UNTIL, std::move(bytes)};
-}
-/// Sends the bytes as they are: line breaks are the caller's.
-inline STEP Send(std::string bytes) {
-    return {STEP::SEND, std::move(bytes)};
-}
-/// Sends the bytes one at a time, each as a packet of its own.
-inline STEP Drip(std::string bytes) {
-    return {STEP::DRIP, std::move(bytes)};
-}
+inline constexpr MAKER ReadUntil{STEP::READ_UNTIL};
+/// Sends the bytes as they are, line breaks are the caller's; or one at a time, each as a packet of its own.
+inline constexpr MAKER Send{STEP::SEND}, Drip{STEP::DRIP};
 /// Closes the connection. If the client has sent bytes that no step has taken, it gets a reset.
-inline STEP Cut() {
-    return {STEP::CUT, {}};
-}
+inline constexpr MAKER Cut{STEP::CUT};
 /// Says nothing more, and holds the connection until the client goes or the server is stopped. The end of a script does
 /// the same.
-inline STEP Silence() {
-    return {STEP::SILENCE, {}};
-}
-
+inline constexpr MAKER Silence{STEP::SILENCE};
 /// Reads nothing more either, until the server is stopped: what the client sends piles up.
-inline STEP Deafness() {
-    return {STEP::DEAFNESS, {}};
-}
+inline constexpr MAKER Deafness{STEP::DEAFNESS};
 
 }  // namespace PLAY
 

@@ -11,6 +11,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <map>
 #include <netinet/tcp.h>
 #include <openssl/err.h>
 #include <sstream>
@@ -20,32 +22,17 @@
 #include <utility>
 
 #include "tests/servers/certificates.h"
+#include "tests/servers/hexdigits.h"
 
 namespace {
 
 using SCRIPT = std::vector<std::pair<std::string, std::string>>;
 
 struct OUTCOME {
-    bool Resumed = false;
-    std::string ServerName;
     std::string Received;  // in clear or decrypted
     std::string Problem;
     std::string Records;  // after how many bytes each of them was out
 };
-
-std::string FromHex(const std::string& digits) {
-    std::string bytes;
-    for (size_t i = 0; i + 1 < digits.size(); i += 2)
-        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-    return bytes;
-}
-std::string ToHex(const std::string& bytes) {
-    std::string digits;
-    for (const char c : bytes)
-        for (const int digit : {c >> 4 & 15, c & 15})
-            digits += "0123456789abcdef"[digit];
-    return digits;
-}
 
 int Listen(int* port) {
     const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -80,59 +67,37 @@ class CONVERSATION {
     }
 
  private:
+    static constexpr size_t NOT_YET = std::string::npos;
+
     bool Step(const std::string& word, const std::string& value) {
         const int number = atoi(value.c_str());
-        if (word == "max") {
-            HighestVersion = value == "1.2" ? TLS1_2_VERSION : TLS1_3_VERSION;
-        } else if (word == "min") {
-            LowestVersion = value == "1.2" ? TLS1_2_VERSION : TLS1_3_VERSION;
-        } else if (word == "cutafter") {
-            Left = number;
-        } else if (word == "flip") {
-            Flipped = number;
-        } else if (word == "drip") {
-            DripMicroseconds = number;
-        } else if (word == "tls") {
-            return StartTls();
-        } else if (word == "raw") {
-            return PutRaw(FromHex(value));
-        } else if (word == "send") {
-            return Put(FromHex(value));
-        } else if (word == "big") {
-            std::string text;
-            while (text.size() < static_cast<size_t>(number))
-                text += std::to_string(text.size()) + "\n";
-            return Put(text.substr(0, static_cast<size_t>(number)));
-        } else if (word == "expect") {
-            return Expect(FromHex(value));
-        } else if (word == "head") {
-            size_t end;
-            while ((end = Pending.starts_with("\r\n") ? 0 : Pending.find("\r\n\r\n")) == std::string::npos)
-                if (!More())
-                    return false;
-            Pending.erase(0, end == 0 ? 2 : end + 4);
-        } else if (word == "sink") {
-            while (Pending.size() < static_cast<size_t>(number))
-                if (!More())
-                    return false;
-            Pending.erase(0, static_cast<size_t>(number));
-        } else if (word == "update") {
-            return SSL_key_update(Ssl, SSL_KEY_UPDATE_REQUESTED) == 1 && Shake();
-        } else if (word == "renegotiate") {
+        const std::string bytes = FromHex(value);
+        const auto set = [](int& what, int to) {
+            what = to;
+            return true;
+        };
+        const int version = bytes == "1.2" ? TLS1_2_VERSION : TLS1_3_VERSION;
+        const std::map<std::string, std::function<bool()>> words = {
+            {"max", [&] { return set(HighestVersion, version); }},
+            {"min", [&] { return set(LowestVersion, version); }},
+            {"cutafter", [&] { return set(Left, number); }},
+            {"flip", [&] { return set(Flipped, number); }},
+            {"drip", [&] { return set(DripMicroseconds, number); }},
+            {"tls", [&] { return StartTls(); }},
+            {"raw", [&] { return PutRaw(bytes); }},
+            {"send", [&] { return Put(bytes); }},
+            {"big", [&] { return PutBig(static_cast<size_t>(number)); }},
+            {"expect", [&] { return Expect(bytes); }},
+            {"head", [&] { return TakeTo([&] { return Pending.starts_with("\r\n") ? 2 : After("\r\n\r\n"); }); }},
+            {"sink",
+             [&] { return TakeTo([&] { return Pending.size() < size_t(number) ? NOT_YET : size_t(number); }); }},
+            {"update", [&] { return SSL_key_update(Ssl, SSL_KEY_UPDATE_REQUESTED) == 1 && Shake(); }},
             // The client's answer is noticed with the next that is read.
-            SSL_renegotiate(Ssl);
-            SSL_do_handshake(Ssl);
-            return Flush();
-        } else if (word == "notify" && Ssl) {
-            SSL_shutdown(Ssl);
-            return Flush();
-        } else if (word == "silence") {
-            while (More()) {
-            }
-        } else if (word == "cut") {
-            return false;
-        }
-        return true;
+            {"renegotiate", [&] { return SSL_renegotiate(Ssl), SSL_do_handshake(Ssl), Flush(); }},
+            {"notify", [&] { return !Ssl || (SSL_shutdown(Ssl), Flush()); }},
+            {"silence", [&] { return !TakeTo([] { return NOT_YET; }); }},
+        };
+        return words.at(word)();
     }
 
     bool StartTls() {
@@ -150,12 +115,7 @@ class CONVERSATION {
         SSL_set_accept_state(Ssl);
         BIO_write(In, Pending.data(), static_cast<int>(Pending.size()));
         Pending.clear();
-        if (!Shake())
-            return false;
-        Out.Resumed = SSL_session_reused(Ssl) == 1;
-        const char* name = SSL_get_servername(Ssl, TLSEXT_NAMETYPE_host_name);
-        Out.ServerName = name ? name : "";
-        return true;
+        return Shake();
     }
 
     bool Shake() {
@@ -213,16 +173,31 @@ class CONVERSATION {
                 return Fail("the client hung up without notice");
         }
     }
-    bool Expect(const std::string& start) {
-        size_t end;
-        while ((end = Pending.find('\n')) == std::string::npos)
+    // Where what comes next ends, with its mark.
+    size_t After(const std::string& mark) const {
+        const size_t at = Pending.find(mark);
+        return at == NOT_YET ? at : at + mark.size();
+    }
+    template <class END>
+    bool TakeTo(END end) {
+        while (end() == NOT_YET)
             if (!More())
                 return false;
-        const std::string line = Pending.substr(0, end + 1);
-        Pending.erase(0, end + 1);
-        return line.starts_with(start) || Fail("expected " + start + ", the client sent " + line);
+        Taken = Pending.substr(0, end());
+        Pending.erase(0, Taken.size());
+        return true;
+    }
+    bool Expect(const std::string& start) {
+        return TakeTo([this] { return After("\n"); }) &&
+               (Taken.starts_with(start) || Fail("expected " + start + ", the client sent " + Taken));
     }
 
+    bool PutBig(size_t size) {
+        std::string text;
+        while (text.size() < size)
+            text += std::to_string(text.size()) + "\n";
+        return Put(text.substr(0, size));
+    }
     bool Put(const std::string& text) {
         if (!Ssl)
             return PutRaw(text);
@@ -274,7 +249,7 @@ class CONVERSATION {
     int Flipped = -1;
     size_t Sent = 0;
     int DripMicroseconds = 0;
-    std::string Pending;
+    std::string Pending, Taken;
     OUTCOME Out;
 };
 
@@ -324,8 +299,7 @@ void Serve(int control, const CERTIFICATES& certificates) {
             } else if (word == "over") {
                 if (player.joinable())
                     player.join();
-                answer = std::string(outcome.Resumed ? "1" : "0") + "," + ToHex(outcome.ServerName) + "," +
-                         ToHex(outcome.Received) + "," + ToHex(outcome.Problem) + "," + outcome.Records + "\n";
+                answer = ToHex(outcome.Received) + "," + ToHex(outcome.Problem) + "," + outcome.Records + "\n";
             } else {
                 script.emplace_back(word, value);
             }

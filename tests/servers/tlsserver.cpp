@@ -5,22 +5,7 @@
 #include "corelib/net/sockets.h"
 #include "tests/servers/tlspeerstart.h"
 
-std::string TLSPLAY::ToHex(std::string_view bytes) {
-    std::string digits;
-    for (const char c : bytes)
-        for (const int digit : {c >> 4 & 15, c & 15})
-            digits += "0123456789abcdef"[digit];
-    return digits;
-}
-
 namespace {
-
-std::string FromHex(const std::string& digits) {
-    std::string bytes;
-    for (size_t i = 0; i + 1 < digits.size(); i += 2)
-        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-    return bytes;
-}
 
 // The program and the connection that tells it what to play.
 class PEER {
@@ -87,10 +72,9 @@ STRING TLSSERVER::HostPort(const char* host) const {
 TLSSERVER::OUTCOME TLSSERVER::Over() const {
     Peer().Tell("over\n");
     std::istringstream answer(Peer().Answer());
-    std::string resumed, name, received, problem, records;
-    for (std::string* part : {&resumed, &name, &received, &problem})
-        std::getline(answer, *part, ',');
-    OUTCOME outcome{resumed == "1", FromHex(name), FromHex(received), FromHex(problem), {}};
+    std::string received, problem;
+    std::getline(std::getline(answer, received, ','), problem, ',');
+    OUTCOME outcome{FromHex(received), FromHex(problem), {}};
     for (int record; answer >> record;)
         outcome.Records.push_back(record);
     return outcome;

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/servers/hexdigits.h"
 #include "tests/support/testsupport.h"
 
 /// A step of the server's side of a conversation over TLS: a word and a value that tests/servers/tlspeer.cpp knows.
@@ -12,67 +13,33 @@ using TLSSTEP = std::pair<std::string, std::string>;
 
 namespace TLSPLAY {
 
-std::string ToHex(std::string_view bytes);
+/// Makes such a step of its word: with nothing, with a number, or with any bytes.
+struct MAKER {
+    const char* Word;
+    TLSSTEP operator()() const { return {Word, ""}; }
+    TLSSTEP operator()(int number) const { return {Word, std::to_string(number)}; }
+    TLSSTEP operator()(std::string_view bytes) const { return {Word, ToHex(bytes)}; }
+};
 
 /// The handshake; what stands before it is in clear. The lowest and the highest version, "1.2" or "1.3", come ahead.
-inline TLSSTEP Tls() {
-    return {"tls", ""};
-}
-inline TLSSTEP Lowest(std::string version) {
-    return {"min", std::move(version)};
-}
-inline TLSSTEP Highest(std::string version) {
-    return {"max", std::move(version)};
-}
-/// From now on the bytes on the wire come one at a time with that pause.
-inline TLSSTEP Drip(int microseconds) {
-    return {"drip", std::to_string(microseconds)};
-}
+inline constexpr MAKER Tls{"tls"}, Lowest{"min"}, Highest{"max"};
+/// From now on the bytes on the wire come one at a time with that pause: microseconds.
+inline constexpr MAKER Drip{"drip"};
 /// The connection ends after that many bytes on the wire.
-inline TLSSTEP CutAfter(int bytes) {
-    return {"cutafter", std::to_string(bytes)};
-}
+inline constexpr MAKER CutAfter{"cutafter"};
 /// Two bits of that byte on the wire are other ones.
-inline TLSSTEP Damage(int byte) {
-    return {"flip", std::to_string(byte)};
-}
-/// The client's next line begins with this.
-inline TLSSTEP Expect(std::string_view start) {
-    return {"expect", ToHex(start)};
-}
-/// Its lines up to an empty one.
-inline TLSSTEP TakeHead() {
-    return {"head", ""};
-}
-inline TLSSTEP Send(std::string_view text) {
-    return {"send", ToHex(text)};
-}
-/// The first bytes of the lines "0", "2", "4" ..., each the number of bytes that come before it.
-inline TLSSTEP SendBig(int bytes) {
-    return {"big", std::to_string(bytes)};
-}
-/// Takes that many bytes.
-inline TLSSTEP Sink(int bytes) {
-    return {"sink", std::to_string(bytes)};
-}
-/// Bytes as they are, past TLS.
-inline TLSSTEP Raw(std::string_view bytes) {
-    return {"raw", ToHex(bytes)};
-}
-inline TLSSTEP UpdateKeys() {
-    return {"update", ""};
-}
-inline TLSSTEP Renegotiate() {
-    return {"renegotiate", ""};
-}
+inline constexpr MAKER Damage{"flip"};
+/// The client's next line begins with this; its lines up to an empty one; that many bytes.
+inline constexpr MAKER Expect{"expect"}, TakeHead{"head"}, Sink{"sink"};
+/// A text; bytes as they are, past TLS.
+inline constexpr MAKER Send{"send"}, Raw{"raw"};
+/// The first bytes of the lines "0", "2", "4" ..., that many, each line the number of bytes that come before it.
+inline constexpr MAKER SendBig{"big"};
+inline constexpr MAKER UpdateKeys{"update"}, Renegotiate{"renegotiate"};
 /// The notice before the end, which the end of a script does not give.
-inline TLSSTEP Notify() {
-    return {"notify", ""};
-}
+inline constexpr MAKER Notify{"notify"};
 /// Reads on until the client hangs up.
-inline TLSSTEP Silence() {
-    return {"silence", ""};
-}
+inline constexpr MAKER Silence{"silence"};
 
 }  // namespace TLSPLAY
 
@@ -89,8 +56,6 @@ class TLSSERVER {
     const STRING& Sha256() const { return Digest; }
 
     struct OUTCOME {
-        bool Resumed = false;
-        std::string ServerName;    // that the client has told
         std::string Received;      // decrypted, or in clear ahead of the handshake
         std::string Problem;       // what did not go as the script has it
         std::vector<int> Records;  // how many bytes had been sent after each of them

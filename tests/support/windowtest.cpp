@@ -14,13 +14,7 @@ bool IsWine() {
 }
 
 struct DRAWINGENTRY {
-    uint64_t Object;
-    uint16_t Owner;
-    uint16_t Count;
-    uint16_t Unique;
-    uint8_t Type;
-    uint8_t Flags;
-    uint64_t User;
+    uint8_t Before[14], Type, Rest[9];
 };
 
 class NEEDSDISPLAY : public testing::Environment {

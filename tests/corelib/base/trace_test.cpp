@@ -1,6 +1,7 @@
 #include "corelib/base/trace.h"
 
 #include <filesystem>
+#include <regex>
 
 #include "corelib/base/files.h"
 #include "tests/support/testsupport.h"
@@ -16,33 +17,12 @@ class TraceTest : public testing::Test {
     TEMPDIR Dir;
 };
 
-// With "#" for each "[ssss.cc:thread]".
+// With "#" for each "[ssss.cc:thread]"; for each number, and its sign.
 std::string WithoutTimes(const std::string& text) {
-    std::string masked;
-    for (size_t i = 0; i < text.size(); ++i) {
-        unsigned seconds, hundredths, thread;
-        int end = 0;
-        sscanf(&text[i], "[%4u.%2u:%x]%n", &seconds, &hundredths, &thread, &end);
-        const bool whole = end >= 13 && text[i + 5] == '.' && text[i + 8] == ':';
-        masked += whole ? '#' : text[i];
-        i += whole ? end - 1 : 0;
-    }
-    return masked;
+    return std::regex_replace(text, std::regex("\\[[ 0-9]{4}\\.[0-9]{2}:[0-9A-Fa-f]+\\]"), "#");
 }
-
-// With "#" for each number, and its sign.
 std::string WithoutNumbers(const std::string& text) {
-    std::string masked;
-    for (char c : text) {
-        if (!isdigit(static_cast<unsigned char>(c))) {
-            masked += c;
-        } else if (!masked.ends_with('#')) {
-            if (masked.ends_with('-'))
-                masked.pop_back();
-            masked += '#';
-        }
-    }
-    return masked;
+    return std::regex_replace(text, std::regex("-?[0-9]+"), "#");
 }
 
 const char* Asked = nullptr;

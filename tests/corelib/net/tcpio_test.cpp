@@ -41,10 +41,8 @@ HELDSOCKET Deaf(uint32_t address, uint16_t* port) {
 }
 
 // A clock that goes back an hour, 30 ms after its making.
-class STEPBACK : public CLOCK::SOURCE {
+class STEPBACK : public FAKECLOCK {
  public:
-    STEPBACK() : Former(CLOCK::SetSource(this)) {}
-    ~STEPBACK() override { CLOCK::SetSource(Former); }
     int Elapsed() const {
         auto passed = std::chrono::steady_clock::now() - Start;
         return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(passed).count());
@@ -53,11 +51,9 @@ class STEPBACK : public CLOCK::SOURCE {
         const int elapsed = Elapsed();
         return 1772600767000 + elapsed - (elapsed >= 30 ? 3600000 : 0);
     }
-    void Sleep(int) override {}
 
  private:
     const std::chrono::steady_clock::time_point Start = std::chrono::steady_clock::now();
-    CLOCK::SOURCE* Former;
 };
 
 // Shrinks times for the length of a test.

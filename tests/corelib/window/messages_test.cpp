@@ -14,40 +14,24 @@ constexpr const char* PRODUCT = "WindowTest";
 constexpr const char* TITLE = "A hint of the test";
 constexpr int ID_NEVER = 101;
 
-// A user who, in another thread, answers each window with the title.
-class USER {
- public:
-    USER(int button, bool never) : Thread([this, button, never] { Answer(button, never); }) {}
-    ~USER() { Stop(); }
-    int Seen() {
-        Stop();
-        return Windows;
-    }
+HWND Front() {
+    return FindWindowW(nullptr, WideText(std::string_view(TITLE)).c_str());
+}
 
- private:
-    void Stop() {
-        Done = true;
-        if (Thread.joinable())
-            Thread.join();
-    }
-    void Answer(int button, bool never) {
-        while (!Done) {
-            const HWND window = FindWindowW(nullptr, WideText(std::string_view(TITLE)).c_str());
-            if (window && IsWindowVisible(window)) {
-                if (never)
-                    SendMessageW(GetDlgItem(window, ID_NEVER), BM_CLICK, 0, 0);
-                ++Windows;
-                PostMessageW(window, WM_COMMAND, static_cast<WPARAM>(button), 0);
-                while (IsWindow(window))
-                    Sleep(1);
-            }
-            Sleep(1);
-        }
-    }
-    std::atomic<bool> Done = false;
-    int Windows = 0;
-    std::thread Thread;
-};
+// Whether a window came, which got the answer.
+bool Seen(const std::function<void()>& ask, int button, bool never) {
+    bool looked = false, seen = false;
+    Later([&] {
+        looked = true;
+        seen = Front() != nullptr;
+        if (seen && never)
+            SendMessageW(GetDlgItem(Front(), ID_NEVER), BM_CLICK, 0, 0);
+        PostMessageW(Front(), WM_COMMAND, static_cast<WPARAM>(button), 0);
+    });
+    ask();
+    EXPECT_TRUE(PumpUntil([&] { return looked; }));
+    return seen;
+}
 
 TEST(HINTS, AreRememberedInTheRegistryOrATable) {
     // For each two calls: the button, whether it is for good, in a table, the answer of both, and their windows.
@@ -62,10 +46,8 @@ TEST(HINTS, AreRememberedInTheRegistryOrATable) {
         STRINGARRAY table;
         table.AllowNewKeys(false);
         STRINGARRAY* const state = inTable ? &table : nullptr;
-        USER user(button, never);
-        for (int call = 0; call < 2; ++call)
-            EXPECT_EQ(AskHint(nullptr, "One\nTwo", TITLE, PRODUCT, "Hint", state), answer);
-        EXPECT_EQ(user.Seen(), windows);
+        const auto ask = [&] { EXPECT_EQ(AskHint(nullptr, "One\nTwo", TITLE, PRODUCT, "Hint", state), answer); };
+        EXPECT_EQ(Seen(ask, button, never) + Seen(ask, button, never), windows);
         EXPECT_TRUE(table.IsLocked());
         EXPECT_EQ(table.Exists("Hint"), inTable && never);
     }
@@ -75,7 +57,7 @@ TEST(ASSERTIONS, AreAskedAboutOneAtATime) {
     bool another = false;
     Later([&] {
         another = AskToGoOn(TITLE, "another");
-        PostMessageW(FindWindowW(nullptr, WideText(std::string_view(TITLE)).c_str()), WM_COMMAND, IDNO, 0);
+        PostMessageW(Front(), WM_COMMAND, IDNO, 0);
     });
     EXPECT_FALSE(AskToGoOn(TITLE, "one"));
     EXPECT_TRUE(another);

@@ -78,6 +78,11 @@ struct STATE {
 };
 STATE State;
 
+// Ends a call that does not work.
+#define NEEDS(call)                                                         \
+    if (const HRESULT result_of_call = Works(call); result_of_call != S_OK) \
+    return result_of_call
+
 HRESULT Unknown() {
     return MAPI_E_NO_SUPPORT;
 }
@@ -152,24 +157,16 @@ void Put(SPropValue& to, const VALUE& value, char*& room) {
     to.ulPropTag = value.Tag;
     const auto bytes = static_cast<ULONG>(value.Bytes.size());
     memcpy(room, value.Bytes.c_str(), bytes + 1);
-    switch (PROP_TYPE(value.Tag)) {
-        case PT_STRING8:
-            to.Value.lpszA = room;
-            break;
-        case PT_BINARY:
-            to.Value.bin = {bytes, reinterpret_cast<BYTE*>(room)};
-            break;
-        case PT_BOOLEAN:
-            to.Value.b = static_cast<unsigned short>(value.Number);
-            break;
-        case PT_SYSTIME: {
-            const SYSTEMTIME time = {2026, 3, 2, 3, 5, 6, 7, 0};
-            SystemTimeToFileTime(&time, &to.Value.ft);
-            break;
-        }
-        default:
-            to.Value.l = value.Number;
-    }
+    const SYSTEMTIME time = {2026, 3, 2, 3, 5, 6, 7, 0};
+    const ULONG type = PROP_TYPE(value.Tag);
+    if (type == PT_STRING8)
+        to.Value.lpszA = room;
+    else if (type == PT_BINARY)
+        to.Value.bin = {bytes, reinterpret_cast<BYTE*>(room)};
+    else if (type == PT_SYSTIME)
+        SystemTimeToFileTime(&time, &to.Value.ft);
+    else
+        to.Value.l = value.Number;
     room += bytes + 1;
 }
 
@@ -185,32 +182,28 @@ SPropValue* Packed(const VALUES& values) {
     return props;
 }
 
+VALUE Chosen(const VALUES& values, ULONG tag) {
+    const auto at = std::ranges::find(values, tag, &VALUE::Tag);
+    return at == values.end() ? Missing(tag) : *at;
+}
+
 VALUE MailValue(const LYING& lying, ULONG tag) {
     const STOREDMAIL& mail = lying.Mail;
-    switch (tag) {
-        case PR_SENDER_NAME_A:
-            return {tag, mail.SenderName};
-        case PR_SENDER_EMAIL_ADDRESS_A:
-            return {tag, mail.SenderAddress};
-        case PR_DISPLAY_TO_A:
-            return {tag, mail.To};
-        case PR_SUBJECT_A:
-            return {tag, mail.Subject};
-        case PR_BODY_A:
-            return {tag, mail.Body};
-        case PR_TRANSPORT_MESSAGE_HEADERS_A:
-            return mail.Transport ? VALUE{tag, *mail.Transport} : Missing(tag);
-        case PR_MESSAGE_SIZE:
-            return {tag, "", static_cast<LONG>(mail.Body.size())};
-        case PR_MESSAGE_FLAGS:
-            return {tag, "", mail.IsRead ? LONG{MSGFLAG_READ} : 0};
-        case PR_CREATION_TIME:
-            return {tag, ""};
-        case PR_ENTRYID:
-            return mail.HasId ? VALUE{tag, lying.Id} : Missing(tag);
-        default:
-            return Missing(tag);
-    }
+    const std::map<ULONG, const std::string*> texts = {
+        {PR_SENDER_NAME_A, &mail.SenderName},
+        {PR_SENDER_EMAIL_ADDRESS_A, &mail.SenderAddress},
+        {PR_DISPLAY_TO_A, &mail.To},
+        {PR_SUBJECT_A, &mail.Subject},
+        {PR_BODY_A, &mail.Body},
+        {PR_TRANSPORT_MESSAGE_HEADERS_A, mail.Transport ? &*mail.Transport : nullptr},
+        {PR_ENTRYID, mail.HasId ? &lying.Id : nullptr},
+    };
+    if (const auto text = texts.find(tag); text != texts.end())
+        return text->second ? VALUE{tag, *text->second} : Missing(tag);
+    return Chosen({{PR_MESSAGE_SIZE, "", static_cast<LONG>(mail.Body.size())},
+                   {PR_MESSAGE_FLAGS, "", mail.IsRead ? LONG{MSGFLAG_READ} : 0},
+                   {PR_CREATION_TIME, ""}},
+                  tag);
 }
 
 VALUE RowValue(const LYING& lying, ULONG tag) {
@@ -224,19 +217,12 @@ VALUE RowValue(const LYING& lying, ULONG tag) {
 
 VALUE FolderValue(int folder, ULONG tag, bool lasting) {
     const FOLDERDATA& data = FOLDERS[folder];
-    switch (tag) {
-        case PR_DISPLAY_NAME_A:
-            return {tag, data.Name};
-        case PR_ENTRYID:
-            return {tag, FolderId(folder, lasting)};
-        case PR_CONTAINER_CLASS_A:
-            return {tag, data.Kind};
-        case PR_SUBFOLDERS:
-            return {tag, "",
-                    std::ranges::any_of(FOLDERS, [&](const FOLDERDATA& other) { return other.Parent == folder; })};
-        default:
-            return Missing(tag);
-    }
+    const bool hasFolders = std::ranges::count(FOLDERS, folder, &FOLDERDATA::Parent) > 0;
+    return Chosen({{PR_DISPLAY_NAME_A, data.Name},
+                   {PR_ENTRYID, FolderId(folder, lasting)},
+                   {PR_CONTAINER_CLASS_A, data.Kind},
+                   {PR_SUBFOLDERS, "", hasFolders}},
+                  tag);
 }
 
 struct NOTABLE : IMAPITable {
@@ -250,8 +236,7 @@ struct TABLE : COUNTED<NOTABLE> {
         return Works("SetColumns");
     }
     HRESULT All(SRowSet** filled) const {
-        if (const HRESULT result = Works("HrQueryAllRows"); result != S_OK)
-            return result;
+        NEEDS("HrQueryAllRows");
         auto* set = static_cast<SRowSet*>(NewBlock(sizeof(SRowSet) + Rows.size() * sizeof(SRow), State.Rows));
         for (const ROW& row : Rows) {
             VALUES values;
@@ -310,28 +295,21 @@ struct NOFOLDER : IMAPIFolder {
     MAPI_IMAPIFOLDER_METHODS(NOTHING)
 };
 
-/// Tells the sinks, in a thread of its own.
+/// Tells the sinks, each time in a thread of its own.
 class TELLER {
  public:
-    ~TELLER() { Stop(); }
     ULONG Install(IMAPIAdviseSink* sink) {
         const std::lock_guard hold(Guard);
         sink->AddRef();
         Sinks[++Next] = sink;
-        if (!Thread.joinable())
-            Thread = std::thread([this] { Run(); });
         return Next;
     }
     void Remove(ULONG connection) {
-        IMAPIAdviseSink* sink = nullptr;
-        {
-            const std::lock_guard hold(Guard);
-            if (Sinks.contains(connection))
-                sink = Sinks.extract(connection).mapped();
-        }
-        if (!sink)
+        std::unique_lock hold(Guard);
+        if (!Sinks.contains(connection))
             return;
-        Stop();
+        IMAPIAdviseSink* const sink = Sinks.extract(connection).mapped();
+        Done.wait(hold, [this] { return Telling == 0; });
         sink->Release();
     }
     int Count() {
@@ -342,55 +320,32 @@ class TELLER {
         std::unique_lock hold(Guard);
         if (Sinks.empty())
             return;
-        ++Wanted;
-        Changed.notify_all();
-        Changed.wait(hold, [&] { return !await || Told >= Wanted; });
-    }
-
- private:
-    void Stop() {
-        {
-            const std::lock_guard hold(Guard);
-            Ending = true;
-            Changed.notify_all();
-        }
-        if (Thread.joinable())
-            Thread.join();
-        Ending = false;
-    }
-    void Run() {
-        std::unique_lock hold(Guard);
-        for (;;) {
-            Changed.wait(hold, [&] { return Ending || Told < Wanted; });
-            if (Ending)
-                return;
-            const auto sinks = Sinks;
-            hold.unlock();
+        ++Telling;
+        std::thread([this, sinks = Sinks] {
             NOTIFICATION notification = {};
             notification.ulEventType = fnevObjectModified;
             for (const auto& [connection, sink] : sinks)
                 sink->OnNotify(1, &notification);
-            hold.lock();
-            ++Told;
-            Changed.notify_all();
-        }
+            const std::lock_guard told(Guard);
+            --Telling;
+            Done.notify_all();
+        }).detach();
+        Done.wait(hold, [&] { return !await || Telling == 0; });
     }
 
+ private:
     std::mutex Guard;
-    std::condition_variable Changed;
+    std::condition_variable Done;
     std::map<ULONG, IMAPIAdviseSink*> Sinks;
-    std::thread Thread;
     ULONG Next = 0;
-    int Wanted = 0, Told = 0;
-    bool Ending = false;
+    int Telling = 0;
 };
 TELLER Teller;
 
 struct FOLDEROBJECT : COUNTED<NOFOLDER> {
     explicit FOLDEROBJECT(int folder) : Folder(folder) {}
     STDMETHODIMP GetContentsTable(ULONG, IMAPITable** table) override {
-        if (const HRESULT result = Works("GetContentsTable"); result != S_OK)
-            return result;
+        NEEDS("GetContentsTable");
         const std::lock_guard hold(State.Guard);
         std::vector<TABLE::ROW> rows;
         for (const LYING& lying : State.Mails)
@@ -400,8 +355,7 @@ struct FOLDEROBJECT : COUNTED<NOFOLDER> {
         return S_OK;
     }
     STDMETHODIMP GetHierarchyTable(ULONG, IMAPITable** table) override {
-        if (const HRESULT result = Works("GetHierarchyTable"); result != S_OK)
-            return result;
+        NEEDS("GetHierarchyTable");
         std::vector<TABLE::ROW> rows;
         for (int i = 0; i < static_cast<int>(std::size(FOLDERS)); ++i)
             if (FOLDERS[i].Parent == Folder)
@@ -410,8 +364,7 @@ struct FOLDEROBJECT : COUNTED<NOFOLDER> {
         return S_OK;
     }
     STDMETHODIMP CopyMessages(ENTRYLIST* list, LPCIID, void* target, ULONG, IMAPIProgress*, ULONG flags) override {
-        if (const HRESULT result = Works("CopyMessages"); result != S_OK)
-            return result;
+        NEEDS("CopyMessages");
         {
             const std::lock_guard hold(State.Guard);
             const auto found = State.ById.find(std::string(reinterpret_cast<char*>(list->lpbin->lpb), list->lpbin->cb));
@@ -433,8 +386,7 @@ struct NOSTORE : IMsgStore {
 struct STOREOBJECT : COUNTED<NOSTORE> {
     STOREOBJECT(int store, int session) : Store(store), OfSession(session) {}
     STDMETHODIMP GetProps(SPropTagArray* tags, ULONG, ULONG* count, SPropValue** values) override {
-        if (const HRESULT result = Works("GetProps"); result != S_OK)
-            return result;
+        NEEDS("GetProps");
         const ULONG tag = tags->aulPropTag[0];
         VALUE value = Missing(tag);
         if (tag == PR_IPM_SUBTREE_ENTRYID)
@@ -446,8 +398,7 @@ struct STOREOBJECT : COUNTED<NOSTORE> {
         return PROP_TYPE(value.Tag) == PT_ERROR ? MAPI_W_ERRORS_RETURNED : S_OK;
     }
     STDMETHODIMP GetReceiveFolder(LPTSTR, ULONG, ULONG* length, ENTRYID** id, LPTSTR*) override {
-        if (const HRESULT result = Works("GetReceiveFolder"); result != S_OK)
-            return result;
+        NEEDS("GetReceiveFolder");
         *length = 2;
         *id = static_cast<ENTRYID*>(NewBlock(2, State.Buffers));
         memcpy(*id, FolderId(INBOX, true).data(), 2);
@@ -456,8 +407,7 @@ struct STOREOBJECT : COUNTED<NOSTORE> {
     STDMETHODIMP Advise(ULONG length, ENTRYID* id, ULONG mask, IMAPIAdviseSink* sink, ULONG* connection) override {
         if (FolderOf(length, id) != INBOX || mask != fnevObjectModified)
             return MAPI_E_INVALID_PARAMETER;
-        if (const HRESULT result = Works("Advise"); result != S_OK)
-            return result;
+        NEEDS("Advise");
         *connection = Teller.Install(sink);
         return S_OK;
     }
@@ -466,8 +416,7 @@ struct STOREOBJECT : COUNTED<NOSTORE> {
         return S_OK;
     }
     STDMETHODIMP OpenEntry(ULONG length, ENTRYID* id, LPCIID, ULONG, ULONG* type, IUnknown** object) override {
-        if (const HRESULT result = Works("OpenEntry"); result != S_OK)
-            return result;
+        NEEDS("OpenEntry");
         const std::lock_guard hold(State.Guard);
         if (OfSession != State.SessionNow)
             return MAPI_E_END_OF_SESSION;
@@ -499,23 +448,19 @@ struct NOSESSION : IMAPISession {
 struct SESSION : COUNTED<NOSESSION> {
     SESSION() : Number(++State.SessionNow) {}
     STDMETHODIMP GetMsgStoresTable(ULONG, IMAPITable** table) override {
-        if (const HRESULT result = Works("GetMsgStoresTable"); result != S_OK)
-            return result;
+        NEEDS("GetMsgStoresTable");
         std::vector<TABLE::ROW> rows;
         for (int i : {1, 0})
             rows.push_back([i](ULONG tag) -> VALUE {
-                if (tag == PR_DISPLAY_NAME_A)
-                    return {tag, STORES[i]};
-                if (tag == PR_ENTRYID)
-                    return {tag, std::string("M") + static_cast<char>(i)};
-                return {tag, "", i == 0 ? LONG{STATUS_DEFAULT_STORE | STATUS_NO_PRIMARY_IDENTITY} : 0};
+                const LONG flags = i == 0 ? LONG{STATUS_DEFAULT_STORE | STATUS_NO_PRIMARY_IDENTITY} : 0;
+                const std::string id = std::string("M") + static_cast<char>(i);
+                return Chosen({{PR_DISPLAY_NAME_A, STORES[i]}, {PR_ENTRYID, id}, {tag, "", flags}}, tag);
             });
         *table = new TABLE(std::move(rows));
         return S_OK;
     }
     STDMETHODIMP OpenMsgStore(ULONG_PTR, ULONG length, ENTRYID* id, LPCIID, ULONG flags, IMsgStore** store) override {
-        if (const HRESULT result = Works("OpenMsgStore"); result != S_OK)
-            return result;
+        NEEDS("OpenMsgStore");
         const auto* bytes = reinterpret_cast<const char*>(id);
         if (length != 2 || *bytes != 'M' || flags != MDB_WRITE)
             return MAPI_E_INVALID_ENTRYID;
@@ -612,8 +557,7 @@ MAPISERVER* TestStore() {
 }
 
 HRESULT WINAPI MAPIInitialize(void*) {
-    if (const HRESULT result = Works("MAPIInitialize"); result != S_OK)
-        return result;
+    NEEDS("MAPIInitialize");
     ++State.Initialized;
     return S_OK;
 }
@@ -628,8 +572,7 @@ HRESULT WINAPI MAPILogonEx(ULONG_PTR, LPTSTR, LPTSTR, ULONG flags, IMAPISession*
         Sleep(1);
     }
     State.Blocked = false;
-    if (const HRESULT result = Works("MAPILogonEx"); result != S_OK)
-        return result;
+    NEEDS("MAPILogonEx");
     if (flags != 0x48)
         return MAPI_E_INVALID_PARAMETER;
     const std::lock_guard hold(State.Guard);
@@ -668,11 +611,9 @@ HRESULT WINAPI HrQueryAllRows(IMAPITable* table, SPropTagArray*, SRestriction*, 
 }
 
 HRESULT WINAPI HrGetOneProp(IMAPIProp* object, ULONG tag, SPropValue** value) {
-    VALUE found;
-    if (const auto* folder = dynamic_cast<FOLDEROBJECT*>(object))
-        found = FolderValue(folder->Folder, tag, true);
-    else
-        found = MailValue(dynamic_cast<MESSAGE*>(object)->Lying, tag);
+    const auto* const folder = dynamic_cast<FOLDEROBJECT*>(object);
+    const VALUE found =
+        folder ? FolderValue(folder->Folder, tag, true) : MailValue(dynamic_cast<MESSAGE*>(object)->Lying, tag);
     if (PROP_TYPE(found.Tag) == PT_ERROR)
         return found.Number;
     if (found.Bytes.size() > STREAMED_FROM)
