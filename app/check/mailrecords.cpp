@@ -145,6 +145,22 @@ int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& 
     return hash.Count();
 }
 
+void AddTexts(const STRING& listing, RECORDARRAY& hash, const std::vector<int>& indexes) {
+    LISTING::BLOCKCURSOR blocks(listing);
+    std::string_view block;
+    int at = -1;
+    for (const int index : indexes) {
+        STRINGARRAY& record = hash[index];
+        if (record["Header"].Length() > 0)
+            continue;
+        while (at < index && blocks.Next(block))
+            ++at;
+        const std::string_view lines = HeaderBlock(block);
+        record["Header"] = UnfoldedHeader(lines);
+        record["Body"] = STRING(BodyBlock(block.substr(lines.size())));
+    }
+}
+
 uint64_t IdentityOf(const STRINGARRAY& record) {
     // FNV-1a
     uint64_t hash = 0xcbf29ce484222325;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string_view>
+#include <vector>
 
 #include "corelib/base/headerblock.h"
 #include "corelib/base/recordarray.h"
@@ -16,6 +17,9 @@
 using ISBRIEF = std::function<bool(int index, std::string_view block)>;
 int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& stopAsked = {},
                   const ISBRIEF& isBrief = {});
+
+/// Puts into these of its records, which were made so and stand in order, the texts that brief ones lack.
+void AddTexts(const STRING& listing, RECORDARRAY& hash, const std::vector<int>& indexes);
 
 /// What a mail is, over checks and runs, whatever its id on the server: id, subject and text together, as a number that
 /// is the same in every build.

@@ -250,6 +250,8 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     const STRING known = otherIds ? STRING("") : lastSeenIds;
     const SEENIDS oldIds(known);
     COUNTS counts = CountRecords(records, oldIds);
+    // A mail that was there before may be new all the same, say as it was spam to be ignored until now.
+    AddTexts(listing, records, counts.New);
     if (records.Count() < numNow && !showAll)
         KeepUnlistedIds(records, numNow, known, counts.SeenIds);
     while (counts.SeenIds.ends_with('|'))

@@ -80,11 +80,15 @@ std::vector<std::string> SPAMFILTER::KnownVerdicts(const STRINGARRAY& item) cons
     std::vector<std::string> verdicts(places.size());
     if (places.empty())
         return verdicts;
+    const STRING unasked = Texts.Get(TEXT_NO_NAME_SERVICE);
     item.Look("@FileStore", [&](const STRING& last) {
         std::vector<std::string_view> lines;
         LISTING::BLOCKCURSOR cursor(last);
-        for (std::string_view block; cursor.Next(block);)
-            lines.push_back(LISTING::TakeVerdict(block));
+        for (std::string_view block; cursor.Next(block);) {
+            const std::string_view verdict = LISTING::TakeVerdict(block);
+            // Without a name service there was no more than half a verdict.
+            lines.push_back(verdict.find(unasked.View()) == verdict.npos ? verdict : std::string_view());
+        }
         for (size_t i = 0; i < places.size(); ++i)
             if (places[i] >= 0 && static_cast<size_t>(places[i]) < lines.size())
                 verdicts[i] = lines[static_cast<size_t>(places[i])];

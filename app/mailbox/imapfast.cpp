@@ -66,16 +66,30 @@ class FASTREADER {
     }
 
  private:
-    // What is the same as long as nothing has come, gone or got other flags.
+    // What is the same as long as nothing has come, gone or got other flags: but a server whose ModSeq stands still
+    // while mails come knows nothing of flags, either. So it counts once it has been seen to grow with them, and until
+    // it is seen not to.
     std::string State() const {
         if (Folder.UidNext == 0 || Folder.ModSeq == 0)
             return {};
-        return std::to_string(Folder.Count) + " " + std::to_string(Folder.UidNext) + " " +
-               std::to_string(Folder.ModSeq);
+        return (IsModSeqTrue() ? "true " : "new ") + Counters();
+    }
+    std::string Counters() const {
+        return std::to_string(Folder.ModSeq) + " " + std::to_string(Folder.UidNext) + " " +
+               std::to_string(Folder.Count);
+    }
+    bool IsModSeqTrue() const {
+        std::string_view state = Known.State();
+        const bool wasTrue = ASCII::Take(state, ' ') == "true";
+        uint64_t modSeq = 0;
+        uint32_t uidNext = 0;
+        if (!ASCII::ReadNumber(ASCII::Take(state, ' '), modSeq) || !ASCII::ReadNumber(ASCII::Take(state, ' '), uidNext))
+            return false;
+        return uidNext == Folder.UidNext ? wasTrue && modSeq <= Folder.ModSeq
+                                         : uidNext < Folder.UidNext && modSeq < Folder.ModSeq;
     }
     bool IsUnchanged() const {
-        const std::string state = State();
-        return !state.empty() && Folder.Validity && state == Known.State() && Known.Count() == Folder.Count;
+        return Folder.Validity && Known.State() == "true " + Counters() && Known.Count() == Folder.Count;
     }
     static bool IsFull(int64_t bytes, int mails) {
         return bytes + mails * ImapTimes.MailPrice >= ImapTimes.ListingBytes;
@@ -163,8 +177,10 @@ class FASTREADER {
             batches.pop_back();
         size_t sent = 0;
         for (size_t heard = 0; heard < batches.size(); ++heard) {
-            for (; sent < std::min(heard + WINDOW_COMMANDS, batches.size()); ++sent)
+            for (; sent < std::min(heard + WINDOW_COMMANDS, batches.size()); ++sent) {
                 batches[sent].Command = Talk.Send(CommandFor(batches[sent].Uids));
+                OldestAsked = batches[sent].Uids.back();
+            }
             if (!HearTexts(batches[heard].Command, batches[heard].Uids))
                 return false;
             // What is on its way then is the last.
@@ -192,7 +208,8 @@ class FASTREADER {
             IMAPREPLY::FETCHED told;
             IMAPREPLY::TakeFetch(line, IMAPREPLY::ANY_MAIL, told);
             const ENTRY* entry = told.Uid && IsWhole(told) ? Find(told.Uid) : nullptr;
-            if (entry && entry->Place < 0 && entry->Block.Length == 0)
+            // Nobody keeps more of it than what has been asked for.
+            if (entry && entry->Place < 0 && entry->Block.Length == 0 && entry->Uid >= OldestAsked)
                 Told.try_emplace(told.Uid, Mail(told));
         });
         for (const uint32_t uid : uids) {
@@ -273,7 +290,8 @@ class FASTREADER {
     std::vector<ENTRY> Entries;  // by number, so by UID
     // By UID, until the command that asked for them is over: servers work on several commands at once.
     std::unordered_map<uint32_t, IMAPMAIL> Told;
-    uint32_t Hidden = 0;  // mails before them, for which a listing has no room
+    uint32_t OldestAsked = 0;  // the lowest UID in the commands so far
+    uint32_t Hidden = 0;       // mails before them, for which a listing has no room
 };
 
 }  // namespace

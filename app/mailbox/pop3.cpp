@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "app/mailbox/account.h"
@@ -35,6 +36,7 @@ constexpr const char* NO_END = "999 TOP reply without end";
 constexpr const char* NO_LIST_END = "999 LIST reply without end";
 constexpr const char* BAD_STAT = "999 STAT result error";
 constexpr const char* BAD_LIST = "999 LIST result error";
+constexpr const char* BAD_UIDL = "999 UIDL result error";
 
 constexpr const char* NO_CAPA_END = "999 CAPA reply without end";
 
@@ -264,6 +266,19 @@ bool TALK::AskSize(MAILNUMBER& mail) {
     return Ask(Join("LIST ", Decimal(mail.Number).View())) && TakeSize(mail);
 }
 
+bool TALK::AskId(int number, std::string& id) {
+    id.clear();
+    if (!Ask(Join("UIDL ", Decimal(number).View())))
+        return IsRefused();
+    std::string_view rest = Reply;
+    NextWord(rest);
+    int told = 0;
+    if (!ASCII::ReadNumber(NextWord(rest), told) || told != number)
+        return Fail(BAD_UIDL);
+    id = NextWord(rest);
+    return true;
+}
+
 bool TALK::TakeSize(MAILNUMBER& mail, bool mustName) {
     std::string_view rest = Reply;
     NextWord(rest);
@@ -378,7 +393,7 @@ bool ShowAll(TALK& talk, const MAILBOXCALL& call, int lines, STRING& result) {
     return true;
 }
 
-bool EraseOne(TALK& talk, const STRING& id) {
+bool EraseOne(TALK& talk, const STRING& id, const std::unordered_map<std::string, std::string>& known) {
     const STRING id1 = id.Word(0, "|", WORD_NEVERNULL), id2 = id.Word(1, "|", WORD_NEVERNULL);
     ASSERTION(id1.Length() > 0 && id2.Length() > 0, "id1.Length()>0 && id2.Length()>0");
     MAILNUMBER mail;
@@ -386,14 +401,29 @@ bool EraseOne(TALK& talk, const STRING& id) {
     // Only a mail that is still the same one goes; any other is left alone, and so is what is no id.
     if (!ASCII::ReadNumber(id1.View(), mail.Number) || !ASCII::ReadNumber(id2.View(), size))
         return true;
-    return talk.AskSize(mail) &&
-           (!mail.IsNamed || mail.Size != size || talk.Ask(Join("DELE ", Decimal(mail.Number).View())));
+    if (!talk.AskSize(mail))
+        return false;
+    if (!mail.IsNamed || mail.Size != size)
+        return true;
+    // One that has taken its place may have its size, too, as reports that come each day do.
+    const auto before = known.find(HeadLines(mail));
+    if (before != known.end()) {
+        std::string now;
+        if (!talk.AskId(mail.Number, now))
+            return false;
+        if (now != before->second) {
+            Trace("TARNWICK::PopDelete %s is another mail now, which stays\n", id.Text());
+            return true;
+        }
+    }
+    return talk.Ask(Join("DELE ", Decimal(mail.Number).View()));
 }
 
-bool EraseAll(TALK& talk, const PROGRESS& progress, const STRING& ids) {
+bool EraseAll(TALK& talk, const MAILBOXCALL& call, const STRING& ids) {
     MAILDROP drop;
     if (!talk.AskState(drop))
         return false;
+    const std::unordered_map<std::string, std::string> known = KnownIds(call);
     int running = 0;
     WORDCURSOR lines(ids, "\n");
     for (std::string_view line; lines.Next(line);) {
@@ -403,9 +433,9 @@ bool EraseAll(TALK& talk, const PROGRESS& progress, const STRING& ids) {
         STRING position;
         Trace("TARNWICK::PopDelete delete %s\n", id.Text());
         position.Format(" %d", ++running);
-        progress.Show(TEXT_DELETING, position);
+        call.Progress.Show(TEXT_DELETING, position);
         // The connection is dropped without QUIT, which takes back every DELE so far.
-        if (!EraseOne(talk, id))
+        if (!EraseOne(talk, id, known))
             return false;
     }
     return talk.Ask("QUIT");
@@ -450,7 +480,7 @@ bool PopErase(BASEIO& device, const MAILBOXCALL& call, const STRING& ids, STRING
     Trace("TARNWICK::PopDelete  %s\n", ids.Text());
     call.Progress.Show(TEXT_CONNECTING, call.Server);
     TALK talk(device, call);
-    const bool ok = talk.LogOn() && EraseAll(talk, call.Progress, ids);
+    const bool ok = talk.LogOn() && EraseAll(talk, call, ids);
     if (!ok)
         error = talk.Error().Mid(static_cast<int>(strlen(ERROR_PREFIX)));
     device.DropCall();

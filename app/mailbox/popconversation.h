@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "app/mailbox/listing.h"
 #include "app/mailbox/login.h"
@@ -46,6 +47,8 @@ class TALK {
     bool AskState(MAILDROP& drop);
     /// LIST for a mail. True only if the answer is about this mail.
     bool AskSize(MAILNUMBER& mail);
+    /// UIDL for a mail; without an id if the server does not tell one. True only if the answer is about this mail.
+    bool AskId(int number, std::string& id);
     /// Several commands, one a line, whose replies are heard one after the other.
     void Send(const STRING& commands);
     /// The first line of the next reply. True if the server agrees.
@@ -98,5 +101,7 @@ bool ShowMail(TALK& talk, int number, int lines, LISTING::WRITER& listing);
 /// Reads the mailbox into a listing: what the last one holds is taken from there, and commands go ahead of replies
 /// where the server says that they may. What comes out is what comes out of asking for one mail after the other.
 bool ShowAllFast(TALK& talk, const MAILBOXCALL& call, int lines, STRING& result);
+/// The unique ids of the mails of the item's last listing, as far as a fast check has learnt them, by their head lines.
+std::unordered_map<std::string, std::string> KnownIds(const MAILBOXCALL& call);
 
 }  // namespace POP3

@@ -21,14 +21,24 @@ struct ENTRY {
     int Place = -1;     // in the last listing
 };
 
+// Under what ids mean the same mails, and blocks are the same texts.
+std::string ScopeOf(const MAILBOXCALL& call, int lines) {
+    return (call.Server || "|" || call.User || "|" || std::to_string(lines).c_str()).Text();
+}
+
+// Mails that the last listing of an item lacks, as the server refused to show them.
+int CountMissing(const STRINGARRAY& item) {
+    int missing = 0;
+    if (item.Exists("@FileStore"))
+        item.Look("@FileStore",
+                  [&](const STRING& last) { missing = LISTING::ReadSummary(last).Count - LISTING::CountBlocks(last); });
+    return missing;
+}
+
 class FASTREADER {
  public:
     FASTREADER(TALK& talk, const MAILBOXCALL& call, int lines)
-        : Talk(talk),
-          Call(call),
-          Lines(lines),
-          Known(call.Item, (call.Server || "|" || call.User || "|" || std::to_string(lines).c_str()).Text()),
-          Listing(Known) {}
+        : Talk(talk), Call(call), Lines(lines), Known(call.Item, ScopeOf(call, lines)), Listing(Known) {}
 
     bool Read(STRING& result) {
         if (!Talk.LearnCapabilities())
@@ -51,6 +61,14 @@ class FASTREADER {
             Talk.Ask("QUIT");
         result = Listing.Take(Call.Item, LISTING::SummaryLine(Drop.CountText, Drop.CountText, false, Drop.SizeText));
         return true;
+    }
+
+    // Why the next check should be a plain one; empty if there is no reason. A server may refuse mails that are broken,
+    // and does so again then; or commands that come ahead, though it has said that it takes them.
+    STRING Doubt(bool isRead) const {
+        if (!isRead)
+            return Talk.IsRefused() && !Pipelines ? STRING("") : Talk.Error();
+        return Pipelines && Refused > 0 && Refused > CountMissing(Call.Item) ? STRING("mails refused") : STRING("");
     }
 
  private:
@@ -170,8 +188,10 @@ class FASTREADER {
         const bool sized = Talk.Hear() && Talk.TakeSize(mail, true);
         if (!sized && !Talk.IsRefused())
             return false;
-        if (!Talk.Hear())
+        if (!Talk.Hear()) {
+            ++Refused;
             return Talk.IsRefused();
+        }
         shown = sized;
         // What nobody can name is heard, and left out.
         LISTING::WRITER unused;
@@ -191,15 +211,30 @@ class FASTREADER {
     size_t NextToSend = 0, NextToHear = 0;
     int WindowBytes = 0;  // of commands whose replies are still to come
     bool IsQuitSent = false;
+    int Refused = 0;  // mails whose commands came ahead
 };
 
 }  // namespace
 
 bool ShowAllFast(TALK& talk, const MAILBOXCALL& call, int lines, STRING& result) {
-    const bool ok = FASTREADER(talk, call, lines).Read(result);
-    if (!ok && !talk.IsRefused() && !(call.StopAsked && call.StopAsked()))
-        FASTCHECK::Doubt(call.Item, talk.Error());
+    FASTREADER reader(talk, call, lines);
+    const bool ok = reader.Read(result);
+    const STRING doubt = reader.Doubt(ok);
+    if (doubt.Length() > 0 && !(call.StopAsked && call.StopAsked()))
+        FASTCHECK::Doubt(call.Item, doubt);
     return ok;
+}
+
+std::unordered_map<std::string, std::string> KnownIds(const MAILBOXCALL& call) {
+    const bool withTexts = call.Item.Exists("DownloadMailTexts") && call.Item.GetNumber("DownloadMailTexts");
+    std::unordered_map<std::string, std::string> ids;
+    KNOWNMAILS(call.Item, ScopeOf(call, withTexts ? POP_BODY_LINES : 0))
+        .ForEach([&ids](std::string_view block, std::string_view id) {
+            const size_t end = block.find('\n', block.find('\n') + 1);
+            if (!id.empty())
+                ids.emplace(block.substr(0, end + 1), id);
+        });
+    return ids;
 }
 
 }  // namespace POP3

@@ -91,6 +91,7 @@ class RECORDINGNOTIFIER : public NOTIFIER {
         Calls.push_back("new " + Std(report.Status) + Std(report.NewText) + " last " +
                         std::to_string(report.NewMails.back()) + (report.ShowAll ? " all" : "") +
                         (report.Unknown ? " unknown" : ""));
+        LastBody = Std(report.Records[report.NewMails.back()]["Body"]);
         return Popup;
     }
     bool NothingNew(STRINGARRAY& /*item*/, const CHECKREPORT& /*report*/) override {
@@ -111,6 +112,7 @@ class RECORDINGNOTIFIER : public NOTIFIER {
     std::vector<std::string> TakeCalls() { return std::exchange(Calls, {}); }
 
     bool Popup = false;
+    std::string LastBody;  // of the last new mail
     std::function<void()> OnCall;
 
  private:

@@ -165,6 +165,23 @@ TEST_F(NewMail, AnswersWhoAsks) {
     EXPECT_TRUE(PopupOpened);
 }
 
+TEST_F(NewMail, WhatIsNewHasItsTextsThoughTheMailWasThereBefore) {
+    std::string listing = "40 msgs|40 unread|0 bytes\n", known = "scope\nstate\n";
+    for (int i = 0; i < 40; ++i) {
+        listing += "X-SpamPoints: 0\n" + Mail(std::to_string(i));
+        known += std::to_string(i) + " id\n";
+    }
+    Check(listing);
+    Item.Set("@ListedMails", known.c_str());
+    STRING ids = Item.Get("LastSeenIds");
+    ids.Replace("|37|", "|");
+    Item.Set("LastSeenIds", ids);
+    Notifier.TakeCalls();
+    Check(listing);
+    EXPECT_EQ(Notifier.TakeCalls(), LIST{"new 40 mails (40 unread) (1 new) last 37"});
+    EXPECT_EQ(Notifier.LastBody, "body\n");
+}
+
 TEST_F(NewMail, NoIdMakesAMailNewForEver) {
     const TEMPDIR dir;
     for (const std::string& id :

@@ -79,6 +79,9 @@ TEST_F(Filter, AKnownMailKeepsItsVerdictAsLongAsThatHasTheSameBasis) {
         EXPECT_FALSE(isKept()) << what;
         EXPECT_TRUE(isKept()) << what;
     }
+    Item.Set("@FileStore",
+             "2 msgs\nX-SpamPoints: 5\n\n\1X-SpamReason: <3018>\nX-SpamPoints: 77\nTo: me@here.example\n\n");
+    EXPECT_FALSE(isKept()) << "the name service was not there";
 }
 
 TEST_F(Filter, LeavesWhatIsNotFilteredAtNothing) {
