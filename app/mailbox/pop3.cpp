@@ -263,7 +263,7 @@ bool TALK::TakeState(MAILDROP& drop) {
 }
 
 bool TALK::AskSize(MAILNUMBER& mail) {
-    return Ask(Join("LIST ", Decimal(mail.Number).View())) && TakeSize(mail);
+    return Ask(ListCommand(mail.Number)) && TakeSize(mail);
 }
 
 bool TALK::AskId(int number, std::string& id) {
@@ -334,6 +334,10 @@ bool TALK::ReadMail(LISTING::WRITER& listing) {
         atStart = whole;
     }
     return Fail(NO_END);
+}
+
+STRING ListCommand(int number) {
+    return Join("LIST ", Decimal(number).View());
 }
 
 STRING TopCommand(int number, int lines) {

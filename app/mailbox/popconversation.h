@@ -53,6 +53,7 @@ class TALK {
     void Send(const STRING& commands);
     /// The first line of the next reply. True if the server agrees.
     bool Hear();
+    const char* Told() const { return Reply; }
     /// The lines of a reply of several, without their ends; those that are too long come in pieces.
     bool HearLines(const std::function<void(std::string_view line, bool whole)>& hear);
     /// What the reply to STAT, or to LIST for a mail, says: as AskState and AskSize. mustName: a reply that does not
@@ -90,6 +91,7 @@ class TALK {
     char Line[POP_LINE];  // of a mail
 };
 
+STRING ListCommand(int number);
 STRING TopCommand(int number, int lines);
 /// The lines of ours at the top of a mail's block.
 std::string HeadLines(const MAILNUMBER& mail);

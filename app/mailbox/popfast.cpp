@@ -52,12 +52,12 @@ class FASTREADER {
         for (int number = Drop.Count; number >= Oldest && !IsFull(); --number)
             if (!Add(number))
                 return false;
+        if (!IsInStep())
+            return false;
         if (Listing.Count() == 0 && Drop.Count > 0)
             return false;
         // With replies still to come the listing is full, and nobody waits for them.
-        if (IsQuitSent && NextToHear == Wanted.size())
-            Talk.Hear();
-        else if (NextToSend == NextToHear)
+        if (!IsQuitSent && NextToSend == NextToHear)
             Talk.Ask("QUIT");
         result = Listing.Take(Call.Item, LISTING::SummaryLine(Drop.CountText, Drop.CountText, false, Drop.SizeText));
         return true;
@@ -67,7 +67,7 @@ class FASTREADER {
     // and does so again then; or commands that come ahead, though it has said that it takes them.
     STRING Doubt(bool isRead) const {
         if (!isRead)
-            return Talk.IsRefused() && !Pipelines ? STRING("") : Talk.Error();
+            return Talk.IsRefused() && !Pipelines && Listing.Count() == 0 ? STRING("") : Talk.Error();
         return Pipelines && Refused > 0 && Refused > CountMissing(Call.Item) ? STRING("mails refused") : STRING("");
     }
 
@@ -134,7 +134,7 @@ class FASTREADER {
     // False ends it all; a mail that is refused is left out.
     bool Add(int number) {
         const auto found = Entries.find(number);
-        const ENTRY entry = found == Entries.end() ? ENTRY() : found->second;
+        ENTRY entry = found == Entries.end() ? ENTRY() : found->second;
         MAILNUMBER mail{.Number = number, .Size = entry.Size, .IsNamed = true};
         if (entry.Place >= 0) {
             Listing.AddKnown(entry.Place, HeadLines(mail));
@@ -145,15 +145,27 @@ class FASTREADER {
         Call.Progress.Show(TEXT_READING, position);
         bool shown = false, goesOn = true;
         if (Pipelines) {
-            goesOn = HearMail(mail, shown);
+            bool sure = false;
+            goesOn = HearMail(mail, shown, sure);
+            // This once the text may be what it is; another check asks again.
+            if (!sure)
+                entry.Id.clear();
         } else {
             shown = entry.Size >= 0 ? Talk.Ask(TopCommand(number, Lines)) && AppendMail(Talk, mail, Listing.Fetched())
                                     : ShowMail(Talk, number, Lines, Listing.Fetched());
+            LastUnnamed = entry.Size >= 0 ? number : 0;
             goesOn = shown || Talk.IsRefused();
         }
         if (shown)
-            Listing.AddFetched(Listing.EndBlock(), entry.Id);
+            Listing.AddFetched(Listing.EndBlock(), entry.Size >= 0 ? entry.Id : std::string());
         return goesOn;
+    }
+
+    // What TOP shows does not say what mail it is. Had a reply come too many, those after it would be those to other
+    // commands, up to this one, which tells.
+    bool IsInStep() {
+        MAILNUMBER mail{.Number = LastUnnamed};
+        return LastUnnamed == 0 || (Talk.Ask(ListCommand(LastUnnamed)) && Talk.TakeSize(mail, true));
     }
 
     // Of each mail LIST goes ahead of TOP: its reply says what mail it is about. So replies that are missing, too many
@@ -174,13 +186,9 @@ class FASTREADER {
             Talk.Send(commands);
     }
 
-    STRING CommandsFor(int number) const {
-        STRING list;
-        list.Format("LIST %d\n", number);
-        return list || TopCommand(number, Lines) || "\n";
-    }
+    STRING CommandsFor(int number) const { return ListCommand(number) || "\n" || TopCommand(number, Lines) || "\n"; }
 
-    bool HearMail(MAILNUMBER& mail, bool& shown) {
+    bool HearMail(MAILNUMBER& mail, bool& shown, bool& sure) {
         FillWindow();
         WindowBytes -= CommandsFor(mail.Number).Length();
         ++NextToHear;
@@ -188,14 +196,21 @@ class FASTREADER {
         const bool sized = Talk.Hear() && Talk.TakeSize(mail, true);
         if (!sized && !Talk.IsRefused())
             return false;
+        const std::string named = Talk.Told();
         if (!Talk.Hear()) {
             ++Refused;
             return Talk.IsRefused();
         }
         shown = sized;
+        // The same words twice may be one reply twice, and the one to TOP be taken for the text.
+        const bool another = Talk.Told() != named;
         // What nobody can name is heard, and left out.
         LISTING::WRITER unused;
-        return AppendMail(Talk, mail, sized ? Listing.Fetched() : unused);
+        if (!AppendMail(Talk, mail, sized ? Listing.Fetched() : unused))
+            return false;
+        // So may the one to QUIT be.
+        sure = (!IsQuitSent || NextToHear < Wanted.size() || Talk.Hear()) && another;
+        return true;
     }
 
     TALK& Talk;
@@ -211,7 +226,8 @@ class FASTREADER {
     size_t NextToSend = 0, NextToHear = 0;
     int WindowBytes = 0;  // of commands whose replies are still to come
     bool IsQuitSent = false;
-    int Refused = 0;  // mails whose commands came ahead
+    int LastUnnamed = 0;  // the last number for which TOP stood alone
+    int Refused = 0;      // mails whose commands came ahead
 };
 
 }  // namespace

@@ -209,7 +209,7 @@ class OPENSSLSESSION final : public TLSSESSION {
             size_t count = 0;
             const int rc = SSL_read_ex(Ssl.get(), Record.data(), Record.size(), &count);
             if (rc != 1) {
-                Judge(rc);
+                JudgeOutcome(rc);
                 break;
             }
             plain.append(Record.data(), count);
@@ -282,7 +282,7 @@ class OPENSSLSESSION final : public TLSSESSION {
     void Shake() {
         const int rc = SSL_do_handshake(Ssl.get());
         if (rc != 1) {
-            Judge(rc);
+            JudgeOutcome(rc);
             return;
         }
         Present = STATE::UP;
@@ -295,7 +295,7 @@ class OPENSSLSESSION final : public TLSSESSION {
     }
 
     // What a call that did not succeed means.
-    void Judge(int rc) {
+    void JudgeOutcome(int rc) {
         switch (SSL_get_error(Ssl.get(), rc)) {
             case SSL_ERROR_WANT_READ:
             case SSL_ERROR_WANT_WRITE:

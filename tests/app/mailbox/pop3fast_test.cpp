@@ -157,6 +157,7 @@ TEST(PopFast, ADoubtMakesTheNextCheckAPlainOne) {
         const char* What;
         std::string List5, Top5, List4, Top4;  // what the server says to these commands
         const char* Error;
+        bool Ahead = true;
     } cases[] = {
         {"replies mixed up", reply4, top4, reply5, top5, "-ERR 999 LIST result error"},
         {"texts mixed up", reply5, reply4, top4, top5, "-ERR 999 LIST result error"},
@@ -165,6 +166,7 @@ TEST(PopFast, ADoubtMakesTheNextCheckAPlainOne) {
         {"the last is missing", reply5, top5, reply4, "", "-ERR 999 Read Timeout"},
         {"a reply twice", reply5, top5 + top5, reply4, top4, "-ERR 999 LIST result error"},
         {"the end is missing", reply5, "+OK\r\nM: 5\r\n", reply4, top4, "-ERR 999 LIST result error"},
+        {"a reply twice, with nothing ahead", reply5, top5 + top5, reply4, top4, "-ERR 999 LIST result error", false},
         {"commands refused", reply5, "-ERR busy\r\n", "-ERR busy\r\n", "-ERR busy\r\n", nullptr},
     };
     for (const auto& c : cases) {
@@ -179,12 +181,12 @@ TEST(PopFast, ADoubtMakesTheNextCheckAPlainOne) {
                 exchange.second = said[exchange.first];
         Patiently(true, [&] {
             STRINGARRAY item = later.Item;
-            OUTCOME outcome = MODEL(broken, true, uidl).Get(item), expected{!c.Error, c.Error ? c.Error : first3};
+            OUTCOME outcome = MODEL(broken, c.Ahead, uidl).Get(item), expected{!c.Error, c.Error ? c.Error : first3};
             const int first = item.GetNumber("@PlainChecks");
             const OUTCOME plain = later.Server->Get(item);
             const bool isPlain = later.Server->Heard.find("CAPA") == std::string::npos;
             // Then a fast one, and after the second doubt three plain ones.
-            MODEL(broken, true, uidl).Get(item);
+            MODEL(broken, c.Ahead, uidl).Get(item);
             const bool good = outcome == expected && first == 1 && item.GetNumber("@PlainChecks") == 3 && isPlain &&
                               plain == OUTCOME{true, Listing({1, 2, 3, 4, 5})};
             return good ? "" : testing::PrintToString(outcome) + testing::PrintToString(plain);
