@@ -158,8 +158,19 @@ bool IMAPCONVERSATION::LogInByBestWay(const STRING& password) {
     if (!CapabilityKnown && !Ask("CAPABILITY", learn) && !IsAnswered())
         return false;
     const LOGIN::MECHANISM mechanism = LOGIN::Best(CapabilityList, "AUTH=");
-    if (mechanism == LOGIN::MECHANISM::NONE && Has("LOGINDISABLED"))
+    const bool knowsLogin = !Has("LOGINDISABLED");
+    if (mechanism == LOGIN::MECHANISM::NONE && !knowsLogin)
         return Fail(NO_LOGIN_WAY);
+    TagName = "IMAPCMD";
+    NextTag = 0;
+    if (LogInBy(mechanism, password))
+        return true;
+    // Some servers do not know what they list.
+    const bool isUnknown = Answered && ASCII::BeginsWith(Last.Word(1, " ", WORD_NEVERNULL).View(), "BAD");
+    return isUnknown && knowsLogin && mechanism != LOGIN::MECHANISM::NONE && LogInBy(LOGIN::MECHANISM::NONE, password);
+}
+
+bool IMAPCONVERSATION::LogInBy(LOGIN::MECHANISM mechanism, const STRING& password) {
     SECRET secret;
     STRING command("LOGIN");
     if (mechanism != LOGIN::MECHANISM::NONE) {
@@ -173,8 +184,6 @@ bool IMAPCONVERSATION::LogInByBestWay(const STRING& password) {
         AppendArgument(secret, Call.User, Has("LITERAL+"));
         AppendArgument(secret, password, Has("LITERAL+"));
     }
-    TagName = "IMAPCMD";
-    NextTag = 0;
     CapabilityKnown = Has("UIDPLUS");
     std::string alert, farewell;
     const bool good = Ask(

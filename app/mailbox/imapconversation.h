@@ -81,6 +81,8 @@ class IMAPCONVERSATION {
     [[nodiscard]] bool DeviceFailed();
     [[nodiscard]] bool LogInAsOfOld(const STRING& password);
     [[nodiscard]] bool LogInByBestWay(const STRING& password);
+    /// NONE: by LOGIN.
+    [[nodiscard]] bool LogInBy(LOGIN::MECHANISM mechanism, const STRING& password);
     bool Has(std::string_view capability) const { return LOGIN::HoldsWord(CapabilityList, capability); }
 
     BASEIO& Device;

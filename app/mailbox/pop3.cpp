@@ -170,15 +170,26 @@ bool TALK::LogOn() {
     if (!Connect())
         return false;
     if (Call.Security.IsModern)
-        return Authenticate(user, password);
+        return Authenticate(user, password) || (LeftOverProof() && Connect() && Authenticate(user, password));
     return Ask(Join("USER ", MAILACCOUNT::Printable(user).View())) &&
            Ask(Join("PASS ", MAILACCOUNT::Printable(password).View()));
+}
+
+/// True if the server has gone once APOP was refused, as some do that know no passwords to prove. There is nothing of
+/// the conversation left then.
+bool TALK::LeftOverProof() {
+    if (!ProofRefused || Fault != DISCONNECTED)
+        return false;
+    Fault = nullptr;
+    Device.DropCall();
+    return true;
 }
 
 /// Each way to log in that there may be, the usual one as far as possible: whether there are others is asked only where
 /// it matters.
 bool TALK::Authenticate(const STRING& user, const STRING& password) {
-    const std::string stamp(Call.Security.Kind == SECURITY_NONE ? LOGIN::TimeStamp(Reply) : std::string_view());
+    const bool provable = Call.Security.Kind == SECURITY_NONE && !ProofRefused;
+    const std::string stamp(provable ? LOGIN::TimeStamp(Reply) : std::string_view());
     const std::string digest = stamp.empty() ? stamp : LOGIN::ApopDigest(stamp, password);
     if (!digest.empty()) {
         if (Ask("APOP ", (MAILACCOUNT::Printable(user) || " " || digest.c_str()).View()))
@@ -186,6 +197,7 @@ bool TALK::Authenticate(const STRING& user, const STRING& password) {
         // Servers greet so whom they cannot prove a password to, too. A code tells more.
         if (!IsRefused() || strchr(Reply, '['))
             return false;
+        ProofRefused = true;
     }
     const bool isForeign = LOGIN::HasOtherLetters(user) || LOGIN::HasOtherLetters(password);
     if (isForeign && AskCapabilities() && Mechanism != LOGIN::MECHANISM::NONE)

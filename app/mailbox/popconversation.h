@@ -72,6 +72,7 @@ class TALK {
     bool Connect();
     bool DeviceFailed();
     bool Authenticate(const STRING& user, const STRING& password);
+    bool LeftOverProof();
     bool UseSasl(const STRING& user, const STRING& password);
     bool AskCapabilities();
     bool Fail(const char* reason);
@@ -83,6 +84,7 @@ class TALK {
     const MAILBOXCALL& Call;
     const char* Fault = nullptr;  // what ended the conversation, if it was not the server's word
     bool LoggedOn = false;
+    bool ProofRefused = false;  // APOP
     bool CapabilitiesAsked = false;
     bool Pipelines = false;
     bool TakesUser = false;  // and PASS, or so it says

@@ -226,6 +226,17 @@ TEST(PopLogin, EachWayThatAServerMayTakeAndNoMoreWordsThanThat) {
     }
 }
 
+TEST(PopLogin, CallsAgainWhereAServerGoesOverARefusedProof) {
+    const std::string stamp = "+OK <1896.697170952@dbc.mtview.ca.us>\r\n";
+    SCRIPT proof = ServerScript(stamp, {{"APOP mrose c4c9334bac560ecc979e58001b3e22fb", "-ERR no\r\n"}});
+    proof.push_back(PLAY::Cut());
+    SHORTTIMES times(8000);
+    SCRIPTEDSERVER server(
+        {proof,
+         ServerScript(stamp, {{"USER mrose", OK}, {"PASS tanstaaf", OK}, {"STAT", "+OK 0 0\r\n"}, {"QUIT", OK}})});
+    EXPECT_EQ(Get(server, "mrose", "tanstaaf", true), (OUTCOME{true, "0 msgs|0 ?unread|0 bytes\n"}));
+}
+
 TEST(PopDelete, AllOrNothing) {
     const EXCHANGE list2 = WHOLE[LIST2], delete2{"DELE 2", OK}, list1 = WHOLE[LIST1], quit{"QUIT", OK};
     struct {
