@@ -98,6 +98,7 @@ std::string DOVECOT::Configuration() const {
     };
     login("pop3", Port, PopTlsPort);
     login("imap", ImapPort, ImapTlsPort);
+    text << "service auth {\n  inet_listener sasl {\n    port = " << LoginPort << "\n  }\n}\n";
     return text.str();
 }
 

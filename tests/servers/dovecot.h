@@ -39,6 +39,8 @@ class DOVECOT : public LOCALSERVER {
     std::string Boxes() const { return Directory.Native("mail"); }
     uid_t BoxOwner() const { return Owner; }
     gid_t BoxGroup() const { return Group; }
+    /// Where it proves the logins of another server.
+    STRING LoginServer() const { return LoopbackAddress(LoginPort); }
 
  private:
     std::string Configuration() const;
@@ -46,5 +48,5 @@ class DOVECOT : public LOCALSERVER {
     const DOVECOTLOGINS Logins;
     uid_t Owner;
     gid_t Group;
-    int ImapPort = FreePort(), PopTlsPort = 0, ImapTlsPort = 0;
+    int ImapPort = FreePort(), LoginPort = FreePort(), PopTlsPort = 0, ImapTlsPort = 0;
 };

@@ -8,6 +8,7 @@
 #include "app/mailbox/account.h"
 #include "app/mailbox/imap.h"
 #include "tests/app/inbox/inboxtest.h"
+#include "tests/servers/certificates.h"
 #include "tests/servers/mailserver.h"
 #include "tests/support/times.h"
 
@@ -56,14 +57,16 @@ class InboxOnServers : public INBOXTEST {
 TEST_F(InboxOnServers, LoseSpamAndWhatIsMarkedAndSendACopyOn) {
     DOVECOT boxes;
     ASSERT_EQ(boxes.Problem(), "");
-    const MAILSERVER server(&boxes);
+    const CERTIFICATES certificates;
+    const MAILSERVER server(&boxes, CERTIFICATES::ServerPem(certificates.Get("good")));
     if (server.Obstacle().empty()) {
         ASSERT_EQ(server.Problem(), "");
     }
-    Application.pState.Set("SpamSmtp", server.HostPort());
-    const std::tuple<int, STRING, const char*, const char*> KINDS[] = {
-        {ITEMTYPE_POP3, boxes.PopServer(), "joe", "reader"}, {ITEMTYPE_IMAP, boxes.ImapServer(), "ann", "second"}};
-    for (const auto& [type, host, user, receiver] : KINDS) {
+    Application.pState.Set("SpamSmtpTrusted", STRING(CERTIFICATES::Sha256(certificates.Get("good").Own)));
+    const std::tuple<int, STRING, const char*, const char*, int, STRING> KINDS[] = {
+        {ITEMTYPE_POP3, boxes.PopServer(), "joe", "reader", SECURITY_STARTTLS, server.SubmissionServer()},
+        {ITEMTYPE_IMAP, boxes.ImapServer(), "ann", "second", SECURITY_TLS, server.TlsServer()}};
+    for (const auto& [type, host, user, receiver, security, sender] : KINDS) {
         const std::string stays1 = Mail(1, "Subject: one\n"), stays3 = Mail(3, "Subject: three\n");
         for (const std::string& mail :
              {stays1, Mail(2, "Subject: two\n"), stays3, Mail(4, SPLIT) + "=C3=84pfel\n..\n",
@@ -91,8 +94,16 @@ TEST_F(InboxOnServers, LoseSpamAndWhatIsMarkedAndSendACopyOn) {
             continue;
         }
         Application.pState.Set("SpamSmtpTo", STRING(receiver) || "@delivered.example");
-        STRING error;
-        EXPECT_TRUE(TRASHMAILS::SendOn(trash.Whole(copy), Application.pState, {}, error)) << Std(error);
+        Application.pState.Set("SpamSmtp", sender);
+        Application.pState.SetNumber("SpamSmtpSecurity", security);
+        for (const auto& [name, password, good] :
+             {std::tuple("", "", false), {user, "wrong", false}, {user, "secret", true}}) {
+            Application.pState.Set("SpamSmtpUser", name);
+            Application.pState.Set("SpamSmtpPassword", password);
+            STRING error;
+            EXPECT_EQ(TRASHMAILS::SendOn(trash.Whole(copy), Application.pState, {}, error), good)
+                << Std(error) << server.Log();
+        }
         ASSERT_TRUE(Eventually([&, name = receiver] { return boxes.Inbox(name).size() == 1; })) << server.Log();
         // As the one who gets it reads it.
         Check(type, receiver, host);
