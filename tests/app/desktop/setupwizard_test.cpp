@@ -99,6 +99,11 @@ TEST_F(SetupWizard, LeadsToAnAccountAndItsFirstCheckByTheKeyboard) {
            [&] {
                EXPECT_EQ(Said, "Please enter your user name.");
                EXPECT_EQ(GetFocus(), GetDlgItem(Page, 202));
+               Alt('s');  // no address to ask about
+           },
+           Answer(IDOK),
+           [&] {
+               EXPECT_EQ(Said, "Please enter your whole mail address first, such as name@example.org.");
                // A domain of other bytes than host names have is asked of nobody.
                Type('u', "j\xc3\xb6@m\xc3\xbc.example");
                Alt('s');
