@@ -15,6 +15,8 @@
 /// What the two ways to read a POP3 mailbox share: the conversation, and what makes a block of what a server shows.
 namespace POP3 {
 
+inline constexpr const char* ERROR_PREFIX = "-ERR ";
+
 /// A mail as the server names it.
 struct MAILNUMBER {
     int Number = 0;
