@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr int BRIEF_FIELDS = 5;
+
 /// The header lines as the records hold them. Only a tab continues a field: a line that begins with a blank is a line
 /// of its own, which no field name matches.
 STRING UnfoldedHeader(std::string_view lines) {
@@ -74,12 +76,18 @@ STRING IdFromContent(const STRING& to, const STRING& from, const STRING& subject
     return id;
 }
 
-std::unique_ptr<STRINGARRAY> MakeRecord(std::string_view block, bool isBrief) {
+// Records are many, and most of their values are far shorter than a string's usual block.
+void Put(STRINGARRAY& record, const char* key, std::string_view value) {
+    constexpr int SMALL_BLOCK = 16;
+    STRING small(SMALL_BLOCK);
+    small.AppendBytes(value);
+    record[key] = std::move(small);
+}
+
+std::unique_ptr<STRINGARRAY> MakeRecord(std::string_view block) {
     const std::string_view lines = HeaderBlock(block);
-    STRING headerLines;
-    if (!isBrief || lines.find("\n\t") != lines.npos || lines.find('\r') != lines.npos)
-        headerLines = UnfoldedHeader(lines);
-    const FIELDS fields(headerLines.NotNull() ? headerLines.View() : lines);
+    STRING headerLines = UnfoldedHeader(lines);
+    const FIELDS fields(headerLines.View());
 
     STRING to = fields.Get("To");
     STRING from = fields.Get("From");
@@ -106,14 +114,8 @@ std::unique_ptr<STRINGARRAY> MakeRecord(std::string_view block, bool isBrief) {
         seen = "1";
 
     constexpr int FIELDS = 15;
-    constexpr int SMALL_BLOCK = 16;
     auto record = std::make_unique<STRINGARRAY>(FIELDS, FIELDS);
-    // Records are many, and most of their values are far shorter than a string's usual block.
-    const auto put = [&record](const char* key, const STRING& value) {
-        STRING small(SMALL_BLOCK);
-        small.AppendBytes(value.View());
-        (*record)[key] = std::move(small);
-    };
+    const auto put = [&record](const char* key, const STRING& value) { Put(*record, key, value.View()); };
     put("Content-Type", fields.Get("Content-Type"));
     put("From", from);
     put("FromEmail", fromEmail);
@@ -127,8 +129,42 @@ std::unique_ptr<STRINGARRAY> MakeRecord(std::string_view block, bool isBrief) {
     put("X-Size", FormatSize(atoi64(fields.Get(LISTING::SIZE_HEADER))));
     put("X-SpamPoints", fields.Get("X-SpamPoints"));
     put("X-SpamReason", fields.Get("X-SpamReason"));
-    (*record)["Header"] = isBrief ? STRING("") : std::move(headerLines);
-    (*record)["Body"] = isBrief ? STRING("") : STRING(BodyBlock(block.substr(lines.size())));
+    (*record)["Header"] = std::move(headerLines);
+    (*record)["Body"] = STRING(BodyBlock(block.substr(lines.size())));
+    return record;
+}
+
+// What a record is known by and counted by, found without a look at more than its header's lines. Null if one of them
+// needs more than that.
+std::unique_ptr<STRINGARRAY> MakeBriefRecord(std::string_view block) {
+    static constexpr std::string_view NAMES[] = {LISTING::MESSAGEID_HEADER, LISTING::SEEN_HEADER, LISTING::ID_HEADER,
+                                                 LISTING::POINTS_HEADER};
+    static constexpr const char* KEYS[] = {"MessageId", "Seen", "X-Message-Id", "X-SpamPoints"};
+    std::string_view values[std::size(NAMES)];
+    while (!block.empty() && !block.starts_with('\n')) {
+        const std::string_view line = ASCII::Take(block, '\n');
+        if (line.ends_with('\r'))
+            return nullptr;
+        for (size_t i = 0; i < std::size(NAMES); ++i) {
+            const std::string_view name = NAMES[i];
+            if (!values[i].empty() || line.size() <= name.size() || line[name.size()] != ':' ||
+                !ASCII::BeginsWith(line, name))
+                continue;
+            values[i] = ASCII::TrimLeft(line.substr(name.size() + 1), " \t");
+            if (values[i].empty() || block.starts_with('\t'))
+                return nullptr;
+        }
+    }
+    if (values[0].empty())
+        return nullptr;
+    if (values[1].starts_with('y'))
+        values[1] = "1";
+    if (values[2].empty())
+        values[2] = values[0];
+    auto record = std::make_unique<STRINGARRAY>(BRIEF_FIELDS, BRIEF_FIELDS);
+    for (size_t i = 0; i < std::size(KEYS); ++i)
+        Put(*record, KEYS[i], values[i]);
+    Put(*record, "X-Ignore", "0");
     return record;
 }
 
@@ -139,25 +175,24 @@ int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& 
     hash.DeleteAll();
     LISTING::BLOCKCURSOR blocks(listing);
     std::string_view block;
-    while (!(stopAsked && stopAsked()) && blocks.Next(block))
-        hash.AddOwned(MakeRecord(block, isBrief && isBrief(hash.Count(), block)));
+    while (!(stopAsked && stopAsked()) && blocks.Next(block)) {
+        auto record = isBrief && isBrief(hash.Count(), block) ? MakeBriefRecord(block) : nullptr;
+        hash.AddOwned(record ? std::move(record) : MakeRecord(block));
+    }
     Trace("TARNWICK::BuildMailHash done\n");
     return hash.Count();
 }
 
-void AddTexts(const STRING& listing, RECORDARRAY& hash, const std::vector<int>& indexes) {
+void CompleteRecords(const STRING& listing, RECORDARRAY& hash, const std::vector<int>& indexes) {
     LISTING::BLOCKCURSOR blocks(listing);
     std::string_view block;
     int at = -1;
     for (const int index : indexes) {
-        STRINGARRAY& record = hash[index];
-        if (record["Header"].Length() > 0)
+        if (hash[index].Count() != BRIEF_FIELDS)
             continue;
         while (at < index && blocks.Next(block))
             ++at;
-        const std::string_view lines = HeaderBlock(block);
-        record["Header"] = UnfoldedHeader(lines);
-        record["Body"] = STRING(BodyBlock(block.substr(lines.size())));
+        hash[index] = std::move(*MakeRecord(block));
     }
 }
 

@@ -238,9 +238,10 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     SPAMMARKS marks{.Stopped = parts.StopAsked && parts.StopAsked()};
     if (!marks.Stopped) {
         // Queued while the records were made: now their texts matter.
-        if (item.Get("@QueuedByUser").Length() > 0)
+        if (item.Get("@QueuedByUser").Length() > 0) {
             BuildMailHash(listing, records, parts.StopAsked);
-        RenewQueued(item, records);
+            RenewQueued(item, records);
+        }
         marks = MarkBySpamVerdict(item, records, numNow, {parts.State, parts.Trash, parts.StopAsked});
     }
     if (marks.Stopped)
@@ -251,7 +252,7 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     const SEENIDS oldIds(known);
     COUNTS counts = CountRecords(records, oldIds);
     // A mail that was there before may be new all the same, say as it was spam to be ignored until now.
-    AddTexts(listing, records, counts.New);
+    CompleteRecords(listing, records, counts.New);
     if (records.Count() < numNow && !showAll)
         KeepUnlistedIds(records, numNow, known, counts.SeenIds);
     while (counts.SeenIds.ends_with('|'))

@@ -12,6 +12,7 @@
 
 #include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
+#include "corelib/base/largeblock.h"
 #include "corelib/base/trace.h"
 
 namespace {
@@ -96,6 +97,8 @@ int stricmp(const char* p1, const char* p2, bool nullaware) {
 }
 
 char* AllocBlock(int size) {
+    if (size >= LARGEBLOCK::LEAST)
+        return LARGEBLOCK::Alloc(size);
     if (size == POOL_BLOCK) {
         BLOCKPOOL& pool = Pool();
         if (!pool.Closed) {
@@ -113,6 +116,10 @@ char* AllocBlock(int size) {
 void FreeBlock(char* block, int size) {
     if (!block)
         return;
+    if (size >= LARGEBLOCK::LEAST) {
+        LARGEBLOCK::Free(block, size);
+        return;
+    }
     if (size == POOL_BLOCK) {
         BLOCKPOOL& pool = Pool();
         if (!pool.Closed) {
@@ -199,9 +206,10 @@ void STRING::Make(int l, const char* text) {
         int keep = std::min(newSize, oldLength);
         if (keep > 0)
             memcpy(block, Buffer, static_cast<size_t>(keep));
-        // What the text is copied to need not be touched twice.
+        // What the text is copied to need not be touched twice, nor what is clear.
         const int filled = text ? l : keep;
-        memset(block + filled, 0, static_cast<size_t>(newSize - filled));
+        if (newSize < LARGEBLOCK::LEAST)
+            memset(block + filled, 0, static_cast<size_t>(newSize - filled));
         former = std::exchange(Buffer, block);
         BufLen = newSize;
         // Each growth copies the whole text, so larger texts grow in larger steps; small ones, of which there are
