@@ -181,6 +181,7 @@ TEST(PopFast, ADoubtMakesTheNextCheckAPlainOne) {
                 exchange.second = said[exchange.first];
         Patiently(true, [&] {
             STRINGARRAY item = later.Item;
+            item.Set("@PlainChecks", "0");
             OUTCOME outcome = MODEL(broken, c.Ahead, uidl).Get(item), expected{!c.Error, c.Error ? c.Error : first3};
             const int first = item.GetNumber("@PlainChecks");
             const OUTCOME plain = later.Server->Get(item);
