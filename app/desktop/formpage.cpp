@@ -64,17 +64,14 @@ FORMPAGE::FORMPAGE(const DIALOGPARTS& parts, int page, STRINGARRAY& form, const 
 
 void FORMPAGE::Bind(const FIELD& field, const LISTS& lists) {
     STRING& value = Form[field.Key];
-    const auto given = [&] {
-        const auto found = lists.find(field.Control);
-        return found != lists.end() ? found->second : std::vector<STRING>();
-    };
     const auto list = [&] {
-        return lists.contains(field.Control) ? given()
-                                             : SplitParts(field.Low != 0 ? Context.Texts.Get(field.Low) : STRING(""));
+        const auto given = lists.find(field.Control);
+        return given != lists.end() ? given->second
+                                    : SplitParts(field.Low != 0 ? Context.Texts.Get(field.Low) : STRING(""));
     };
     switch (field.Kind) {
         case FIELDKIND::EDIT:
-            Add<DATAEDIT>(field.Control, value, field.High, given());
+            Add<DATAEDIT>(field.Control, value, field.High);
             break;
         case FIELDKIND::NUMBER:
             Add<DATANUMBER>(field.Control, value, field.Low, field.High);

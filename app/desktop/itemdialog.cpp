@@ -31,12 +31,6 @@ STRING FieldFault(const FORMPAGE& page, int control, int (*faultOf)(const STRING
     return fault != 0 ? page.Parts().Texts.Get(fault) : STRING();
 }
 
-/// What the field of the folder for spam offers; on a server it is the user who knows.
-FORMPAGE::LISTS MailFolders(const DIALOGPARTS& parts, const MAILBOXKIND& kind) {
-    const bool isKnown = kind.HasSession && parts.Mapi;
-    return {{ID_SPAM_FOLDER, isKnown ? parts.Mapi->FolderNames() : std::vector<STRING>()}};
-}
-
 /// What a kind needs besides a record.
 void BeginSession(const DIALOGPARTS& parts, const MAILBOXKIND& kind) {
     if (kind.HasSession && parts.Mapi)
@@ -140,6 +134,61 @@ class MAILBOXPAGE : public FORMPAGE {
     std::unique_ptr<BACKGROUND> Test;
 };
 
+/// The page of programs and spam. Which folders the local message store has is known once there is a session, which
+/// begins when the user asks for them; on a server it is the user who knows.
+class MOREPAGE : public FORMPAGE {
+ public:
+    MOREPAGE(const DIALOGPARTS& parts, ITEMFORM& form, const FORMPAGE& mailbox)
+        : FORMPAGE(parts, PAGE_ITEM_MORE, form.Values), Form(form), Mailbox(mailbox) {
+        AddBrowse(102, 204, TEXT_PROGRAM_FILES, "*.exe");
+    }
+
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override {
+        if (message == WM_COMMAND && first == MAKEWPARAM(ID_SPAM_FOLDER, CBN_DROPDOWN))
+            OfferFolders();
+        if (message == WM_TIMER && first == FOLDERS_TIMER) {
+            KillTimer(hWnd, FOLDERS_TIMER);
+            const HWND field = GetDlgItem(hWnd, ID_SPAM_FOLDER);
+            if (SendMessageW(field, CB_GETDROPPEDSTATE, 0, 0) && OfferFolders())
+                // It has the height that it was opened with.
+                for (const WPARAM open : {FALSE, TRUE})
+                    SendMessageW(field, CB_SHOWDROPDOWN, open, 0);
+            return 0;
+        }
+        return FORMPAGE::WinProc(message, first, second);
+    }
+
+ private:
+    /// True if it has changed what is offered. It goes on looking while there is nothing.
+    bool OfferFolders() {
+        const int chosen = LISTBOX(Mailbox.hWnd, ID_KIND).Selected();
+        std::vector<STRING> names;
+        if (chosen != -1 && Form.Kinds[static_cast<size_t>(chosen)]->HasSession && Parts().Mapi) {
+            Parts().Mapi->Begin();
+            names = Parts().Mapi->FolderNames();
+            if (names.empty())
+                SetTimer(hWnd, FOLDERS_TIMER, FOLDERS_LOOK_MS, nullptr);
+        }
+        if (names == Offered)
+            return false;
+        LISTBOX list(hWnd, ID_SPAM_FOLDER);
+        // The list takes what was typed along.
+        const STRING typed = ControlText(ID_SPAM_FOLDER);
+        list.Clear();
+        for (const STRING& name : names)
+            list.Add(name);
+        SetControlText(ID_SPAM_FOLDER, typed);
+        Offered = std::move(names);
+        return true;
+    }
+
+    static constexpr UINT_PTR FOLDERS_TIMER = 1;
+    static constexpr UINT FOLDERS_LOOK_MS = 200;
+    const ITEMFORM& Form;
+    const FORMPAGE& Mailbox;
+    std::vector<STRING> Offered;
+};
+
 // What a kind of mailbox does not have is not there to be filled in.
 void AddKindRules(const DIALOGPARTS& parts, const ITEMFORM& form, FORMPAGE& mailbox, FORMPAGE& more) {
     const std::vector<STRING> names = KindNames(parts.Texts, form);
@@ -177,9 +226,7 @@ bool EditItem(const DIALOGPARTS& parts, STRINGARRAY& record, const STRINGARRAY& 
         return FieldFault(page, control, [](const STRING& text) { return EntryFault(text, TEXT_NO_NAME, true); });
     });
     FORMPAGE& mailbox = dialog.AddForm(title(1), std::make_unique<MAILBOXPAGE>(parts, form, record, settings));
-    FORMPAGE& more = dialog.AddForm(
-        title(2), std::make_unique<FORMPAGE>(parts, PAGE_ITEM_MORE, form.Values, MailFolders(parts, form.Kind())));
-    more.AddBrowse(102, 204, TEXT_PROGRAM_FILES, "*.exe");
+    FORMPAGE& more = dialog.AddForm(title(2), std::make_unique<MOREPAGE>(parts, form, mailbox));
     AddKindRules(parts, form, mailbox, more);
     for (const int target : {ID_CERTIFICATE, LabelOf(ID_CERTIFICATE)})
         mailbox.Disable(target, ID_SECURITY, RULE_EQUALS, parts.Texts.Part(TEXT_SECURITIES, SECURITY_NONE));

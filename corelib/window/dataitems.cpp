@@ -42,10 +42,6 @@ void DATAEDIT::Load(DATADIALOG& dialog) {
         return;
     STRING text = Value->View().empty() ? STRING("") : *Value;
     if (stricmp(e.ClassName().Text(), "COMBOBOX", false) == 0) {
-        LISTBOX list(dialog.hWnd, Control);
-        list.Clear();
-        for (const STRING& offered : Offered)
-            list.Add(offered);
         SendMessageW(e.Hwnd(), CB_LIMITTEXT, static_cast<WPARAM>(Limit), 0);
     } else if (GetWindowLongW(e.Hwnd(), GWL_STYLE) & ES_MULTILINE) {
         // The control knows no other end of a line.

@@ -39,17 +39,15 @@ class DATAITEM {
     STRING* const Value;
 };
 
-/// An edit field for at most `limit` characters; one that is a combo box offers texts besides.
+/// An edit field for at most `limit` characters; also that of a combo box, which offers what its dialog adds to it.
 class DATAEDIT : public DATAITEM {
  public:
-    DATAEDIT(int control, STRING& value, int limit, std::vector<STRING> offered = {})
-        : DATAITEM(control, value), Limit(limit), Offered(std::move(offered)) {}
+    DATAEDIT(int control, STRING& value, int limit) : DATAITEM(control, value), Limit(limit) {}
     void Load(DATADIALOG& dialog) override;
     void Store(DATADIALOG& dialog) override;
 
  private:
     const int Limit;
-    const std::vector<STRING> Offered;
     STRING Shown;
 };
 

@@ -1,4 +1,6 @@
+#include "app/desktop/dialogs.h"
 #include "app/desktop/inbox.h"
+#include "corelib/window/controls.h"
 #include "tests/app/desktop/desktopsupport.h"
 #include "tests/servers/mapi/mapitestlibrary.h"
 
@@ -71,6 +73,44 @@ TEST_F(MapiAccount, ALogOnThatStandsStillLeavesTheWindowAlive) {
     Add("first");
     Server.BlockLogOn(false);
     EXPECT_TRUE(Shows("local|1 mail (1 unread)")) << Rows().front();
+}
+
+TEST_F(MapiAccount, TheDialogOffersFoldersOnceTheyAreKnown) {
+    Open(TWO_ITEMS);
+    Engine->Mapi().SetLibrary(MapiTestLibrary());
+    Server.BlockLogOn(true);
+    STRINGARRAY item(64, 64);
+    int handle = FIRST_ITEM_HANDLE;
+    FixItem(item, Engine->pState, handle);
+    item["Type"] = "1";
+    Later([&] {
+        const HWND dialog = GetActiveWindow();
+        std::vector<HWND> pages;
+        for (HWND page = nullptr; (page = FindWindowExW(dialog, page, L"#32770", nullptr));)
+            pages.insert(pages.begin(), page);
+        EXPECT_EQ(pages.size(), 3U);
+        const LISTBOX folders(pages[2], 203);
+        WINDOW(folders.hWnd).SetTitle("Kept");
+        const auto show = [&](int kind) {
+            LISTBOX(pages[1], 401).Select(kind);
+            for (const WPARAM open : {FALSE, TRUE})
+                folders.Send(CB_SHOWDROPDOWN, open);
+        };
+        show(1);
+        Pump();
+        EXPECT_EQ(Server.LogOns(), 0) << "a server's folders are its user's business";
+        show(3);
+        EXPECT_TRUE(PumpUntil([&] { return Server.IsBlocked(); }));
+        EXPECT_EQ(folders.Count(), 0);
+        Server.BlockLogOn(false);
+        EXPECT_TRUE(PumpUntil([&] { return folders.Count() == 6; }));
+        EXPECT_EQ(Std(folders.TextAt(0) || " " || folders.Title()), "Archive - Junk Kept");
+        EXPECT_EQ(folders.Send(CB_GETDROPPEDSTATE), TRUE);
+        show(0);
+        EXPECT_EQ(folders.Count(), 0);
+        PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+    });
+    EXPECT_FALSE(EditItem({Window->hWnd, App->Texts(), Engine->Programs(), &Engine->Mapi()}, item, Engine->pState));
 }
 
 TEST_F(MapiAccount, WithoutTheLibraryItSaysSoAndNothingWorse) {
