@@ -56,6 +56,7 @@ std::optional<TARGET> FindFolder(const MAPICLASS& mapi, const STRING& folder) {
 struct LISTED {
     LISTING::WRITER Blocks;
     int Count = 0, Unread = 0;
+    bool IsWhole = true;
 };
 
 bool MoveAll(const MAILBOXCALL& call, const STRING& ids, int text, const TARGET& target) {
@@ -100,18 +101,24 @@ bool MapiGet(const MAILBOXCALL& call, int bytes, STRING& result) {
     const auto done = call.Mapi->Do(
         MAPISTORE::LISTS,
         [listed, bytes](MAPICLASS& mapi, const STOPQUESTION& stopAsked) {
+            int next = bytes;
             return mapi.GetInboxMessages(bytes, [&](const MAPIMESSAGE& mail) {
                 ++listed->Count;
                 listed->Unread += !mail.IsRead;
                 if (bytes != MAPICLASS::NO_TEXTS)
-                    AppendMapiBlock(listed->Blocks, mail, bytes);
-                return !stopAsked() && listed->Blocks.Length() < MapiTimes.ListingBytes;
+                    AppendMapiBlock(listed->Blocks, mail, next == MAPICLASS::NO_TEXTS ? 0 : next);
+                // A mail that is left out would count as gone, and as new once there is room for it.
+                const int64_t length = listed->Blocks.Length();
+                if (length >= MapiTimes.ListingBytes)
+                    next = MAPICLASS::NO_TEXTS;
+                listed->IsWhole = length < MapiTimes.ListingBytes + MapiTimes.ListingBytes / 2;
+                return stopAsked() || !listed->IsWhole ? MAPICLASS::NO_MORE : next;
             });
         },
         call.StopAsked);
     if (!done)
         return fail(TEXT_NO_MAIL_SESSION);
-    if (!*done)
+    if (!*done || !listed->IsWhole)
         return fail(TEXT_NO_MAIL_LIST);
     result = listed->Blocks.Take(LISTING::SummaryLine(Number(listed->Count), Number(listed->Unread), true, "0").View());
     return true;

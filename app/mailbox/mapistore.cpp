@@ -1,6 +1,7 @@
 #include "app/mailbox/mapistore.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -36,6 +37,7 @@ struct MAPISTORE::SHARED {
     }
     void Run();
     std::unique_ptr<MAPICLASS> LogOn();
+    void LogOnAnew(std::unique_ptr<MAPICLASS>& mapi, const TASK& task);
     std::shared_ptr<TASK> Next(MAPIWAIT& wait);
     static void Callback(void* lpvContext);
 
@@ -49,7 +51,8 @@ struct MAPISTORE::SHARED {
     std::deque<std::shared_ptr<TASK>> Tasks;
     std::shared_ptr<TASK> Current;
     MAPIWAIT* Wait = nullptr;  // while the thread runs
-    bool Begun = false, Ending = false, LoggedOn = false;
+    bool Begun = false, Ending = false;
+    bool LoggedOn = false;  // not while it is at it
     std::vector<STRING> FolderNames;
 };
 
@@ -82,6 +85,17 @@ std::unique_ptr<MAPICLASS> MAPISTORE::SHARED::LogOn() {
     return mapi;
 }
 
+void MAPISTORE::SHARED::LogOnAnew(std::unique_ptr<MAPICLASS>& mapi, const TASK& task) {
+    {
+        const std::lock_guard hold(Guard);
+        LoggedOn = false;
+    }
+    mapi.reset();
+    mapi = LogOn();
+    if (task.Abandoned)
+        Tell();
+}
+
 std::shared_ptr<TASK> MAPISTORE::SHARED::Next(MAPIWAIT& wait) {
     for (;; wait.Wait()) {
         const std::lock_guard hold(Guard);
@@ -104,19 +118,21 @@ void MAPISTORE::SHARED::Run() {
         const std::lock_guard hold(Guard);
         Wait = &wait;
     }
+    using TIME = std::chrono::steady_clock;
     std::unique_ptr<MAPICLASS> mapi = LogOn();
+    TIME::time_point tried = TIME::now();
     const bool everUp = mapi->IsUpAndRunning();
     bool lost = false;
     Finished.notify_all();
     Tell();
     while (const std::shared_ptr<TASK> task = Next(wait)) {
-        if (lost && everUp) {
-            mapi.reset();
-            mapi = LogOn();
+        if (lost && everUp && TIME::now() - tried >= std::chrono::milliseconds(MapiTimes.RetryMs)) {
+            LogOnAnew(mapi, *task);
+            tried = TIME::now();
         }
         const bool isOpen = mapi->IsUpAndRunning() && mapi->IsInboxOpen();
         std::optional<bool> result;
-        if (isOpen) {
+        if (isOpen && !task->Abandoned) {
             // What others have changed until now is news.
             MAPIWAIT::HandleMessages();
             ChangesItself = task->Kind == CHANGES;
@@ -194,14 +210,19 @@ std::vector<STRING> MAPISTORE::FolderNames() const {
 std::optional<bool> MAPISTORE::Do(KIND kind, WORK work, const STOPQUESTION& stopAsked) {
     SHARED& shared = *Shared;
     std::unique_lock hold(shared.Guard);
-    const auto await = [&](int limitMs, const std::function<bool()>& isThere) {
+    const auto await = [&](const std::function<bool()>& isThere) {
         const std::chrono::milliseconds look(MapiTimes.LookMs);
-        const auto isStopped = [&] { return stopAsked && stopAsked(); };
-        for (int waited = 0; !isThere() && waited < limitMs && !isStopped(); waited += MapiTimes.LookMs)
+        int logOnMs = MapiTimes.LogOnMs, callMs = MapiTimes.CallMs;
+        while (!isThere() && !(stopAsked && stopAsked())) {
+            int& left = shared.LoggedOn ? callMs : logOnMs;
+            if (left <= 0)
+                break;
+            left -= MapiTimes.LookMs;
             shared.Finished.wait_for(hold, look);
+        }
         return isThere();
     };
-    if (!shared.Begun || !await(MapiTimes.LogOnMs, [&] { return shared.LoggedOn; }) || !shared.Wait)
+    if (!shared.Begun || !await([&] { return shared.LoggedOn; }) || !shared.Wait)
         return {};
     // Held up for good, as it seems.
     if (shared.Current && shared.Current->Abandoned)
@@ -211,8 +232,9 @@ std::optional<bool> MAPISTORE::Do(KIND kind, WORK work, const STOPQUESTION& stop
     task->Work = std::move(work);
     shared.Tasks.push_back(task);
     shared.Wait->Wake();
-    if (await(MapiTimes.CallMs, [&] { return task->Done; }))
+    if (await([&] { return task->Done; }))
         return task->Result;
     task->Abandoned = true;
-    return false;
+    // It stands still at a log-on that it has needed.
+    return shared.LoggedOn ? std::optional<bool>(false) : std::optional<bool>();
 }

@@ -13,10 +13,11 @@
 /// How long the program waits for MAPI, and how much it takes. Tests shrink it.
 struct MAPITIMES {
     int LogOnMs = 5000;              // a check, for a log-on that may be asking the user for something
+    int RetryMs = 60000;             // at least, between a log-on and the next one
     int CallMs = 600000;             // what a check asks for; then the session counts as lost
     int LogOffMs = 2000;             // the end of the program
     int LookMs = 20;                 // between two questions whether the program is to end
-    int64_t ListingBytes = 1 << 30;  // reading ends after the mail that passes this
+    int64_t ListingBytes = 1 << 30;  // no text is read after the mail that passes this; half more ends the listing
 };
 extern const MAPITIMES& MapiTimes;
 

@@ -48,11 +48,11 @@ class MAPICLASS {
     bool SetInboxCallback(void (*function)(void* context), void* context);
     void ReleaseInboxCallback();
 
-    /// Hands over the messages of the open inbox one by one, until `take` wants no more, with at most `bytes` bytes of
-    /// each body; -1: all that there is room for. NO_TEXTS opens none of them, which is for counting. False if the
-    /// inbox cannot be listed.
-    static constexpr int NO_TEXTS = -2;
-    [[nodiscard]] bool GetInboxMessages(int bytes, const std::function<bool(const MAPIMESSAGE&)>& take);
+    /// Hands over the messages of the open inbox one by one, with at most `bytes` bytes of a body; -1: all that there
+    /// is room for. NO_TEXTS does not open the message: there is neither a body nor a header then, only what the table
+    /// has. `take` gives the bytes of the next one, or NO_MORE. False if the inbox cannot be listed.
+    static constexpr int NO_TEXTS = -2, NO_MORE = -3;
+    [[nodiscard]] bool GetInboxMessages(int bytes, const std::function<int(const MAPIMESSAGE&)>& take);
     /// Moves the message with that Id into a folder that holds mail, or into the wastebasket.
     static constexpr int WASTEBASKET = -1;
     [[nodiscard]] bool MoveInboxMessage(const std::string& id, int folder);

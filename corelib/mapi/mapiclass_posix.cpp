@@ -47,7 +47,7 @@ bool MAPICLASS::SetInboxCallback(void (*)(void*), void*) {
 
 void MAPICLASS::ReleaseInboxCallback() {}
 
-bool MAPICLASS::GetInboxMessages(int, const std::function<bool(const MAPIMESSAGE&)>&) {
+bool MAPICLASS::GetInboxMessages(int, const std::function<int(const MAPIMESSAGE&)>&) {
     return false;
 }
 

@@ -1,3 +1,4 @@
+#include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
 #include "corelib/mapi/mapiparts_win32.h"
 
@@ -5,13 +6,14 @@ using namespace MAPIPARTS;
 
 namespace {
 
-/// Folders lie in each other no deeper, unless the store is broken.
+/// Folders lie in each other no deeper, and nobody chooses among more of them, unless the store is broken.
 constexpr int MOST_LEVELS = 64;
+constexpr size_t MOST_FOLDERS = 4096;
 
-/// A name, for a line of a list.
+/// A name, for a line of a list, as a person can enter it.
 std::string OneLine(std::string text) {
     std::ranges::replace_if(text, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
-    return text;
+    return std::string(ASCII::Trim(text, " "));
 }
 
 using STORECOLUMNS = COLUMNS<PR_DISPLAY_NAME_A, PR_ENTRYID, PR_RESOURCE_FLAGS>;
@@ -56,21 +58,19 @@ bool SESSION::Load(const STRING& path) {
 
 bool SESSION::LogOn() {
     const char* failed = "MAPIInitiatlize";
-    FILLED<IMAPISession> session;
-    FILLED<IMAPITable> table;
     ROWS rows(nullptr, {FreeRows});
-    if (Initialize(nullptr) == S_OK) {
+    if (SUCCEEDED(Initialize(nullptr))) {
         IsInitialized = true;
         failed = "MAPILogonEx";
-        if (LogonEx(0, nullptr, nullptr, MAPI_USE_DEFAULT | MAPI_ALLOW_OTHERS, session) == S_OK) {
-            Session.reset(session.Value);
-            failed = "GetMsgStoresTable";
-            if (Session->GetMsgStoresTable(0, table) == S_OK) {
-                StoresTable.reset(table.Value);
-                rows = AllRows<STORECOLUMNS>(*StoresTable, failed);
-            }
-        }
+        Session = GivenObject<IMAPISession>(
+            [&](IMAPISession** to) { return LogonEx(0, nullptr, nullptr, MAPI_USE_DEFAULT | MAPI_ALLOW_OTHERS, to); });
     }
+    if (Session) {
+        failed = "GetMsgStoresTable";
+        StoresTable = GivenObject<IMAPITable>([&](IMAPITable** to) { return Session->GetMsgStoresTable(0, to); });
+    }
+    if (StoresTable)
+        rows = AllRows<STORECOLUMNS>(*StoresTable, failed);
     if (!rows) {
         Trace("MAPICLASS::Constructor %s failed\n", failed);
         return false;
@@ -138,42 +138,50 @@ void MAPICLASS::TraceAllFolders() {
         const PARTS::BUFFER<SPropValue> lpspva = Parts->PropOf(*store, PR_IPM_SUBTREE_ENTRYID);
         if (!lpspva)
             Trace("MAPICLASS::TraceAllFolders GetProps failed\n");
-        else if (ASSERTION(lpspva->ulPropTag == PR_IPM_SUBTREE_ENTRYID, "lpspva[0].ulPropTag==PR_IPM_SUBTREE_ENTRYID"))
-            Parts->TraceOneFolder(i, *store, BytesOf(*lpspva), 0);
+        else if (ASSERTION(lpspva->ulPropTag == PR_IPM_SUBTREE_ENTRYID,
+                           "lpspva[0].ulPropTag==PR_IPM_SUBTREE_ENTRYID")) {
+            const std::string top = BytesOf(*lpspva);
+            PARTS::WALK walk = {i, *store, {top}, 0};
+            Parts->TraceOneFolder(walk, top, 0);
+        }
     }
 }
 
-void SESSION::TraceOneFolder(size_t storeIndex, IMsgStore& store, const std::string& id, int level) {
+void SESSION::TraceOneFolder(WALK& walk, const std::string& id, int level) {
     const auto fail = [](const char* failed) { Trace("MAPICLASS::QueryAndTraceOneFolder %s failed\n", failed); };
-    const OBJECT<IMAPIFolder> folder = OpenEntry<IMAPIFolder>(store, id);
+    const OBJECT<IMAPIFolder> folder = OpenFolder(walk.Store, id);
     if (!folder)
         return fail("OpenEntry");
-    FILLED<IMAPITable> table;
-    if (folder->GetHierarchyTable(0, table) != S_OK)
+    const auto hierarchy = GivenObject<IMAPITable>([&](IMAPITable** to) { return folder->GetHierarchyTable(0, to); });
+    if (!hierarchy)
         return fail("GetHierarchyTable");
-    const OBJECT<IMAPITable> hierarchy(table.Value);
     const char* failed;
     const ROWS rows = AllRows<FOLDERCOLUMNS>(*hierarchy, failed);
     if (!rows)
         return fail(failed);
-    for (ULONG i = 0; i < rows->cRows; ++i) {
+    walk.Rows += rows->cRows;
+    for (ULONG i = 0; i < rows->cRows && walk.Seen.size() < MOST_FOLDERS; ++i) {
         const SPropValue* row = rows->aRow[i].lpProps;
         // The id in a table may be good for a while only.
         std::string lasting = BytesOf(row[1]);
-        const OBJECT<IMAPIFolder> below = OpenEntry<IMAPIFolder>(store, lasting);
+        const OBJECT<IMAPIFolder> below = OpenFolder(walk.Store, lasting);
         HRESULT result = S_OK;
         if (below)
-            if (const BUFFER<SPropValue> own = OneProp(*below, PR_ENTRYID, result))
+            if (const BUFFER<SPropValue> own = OneProp(*below, PR_ENTRYID, result); own && !BytesOf(*own).empty())
                 lasting = BytesOf(*own);
-        if (!below || result != S_OK) {
+        if (!below || FAILED(result)) {
             fail(below ? "HrGetOneProp" : "OpenEntry");
             continue;
         }
+        // Folders of a broken store may lie in themselves.
+        if (!walk.Seen.insert(lasting).second)
+            continue;
         const std::string_view kind = TextOf(row[2]);
         if (kind == "IPF.Note" || kind == "IPF.Contact")
             (kind == "IPF.Note" ? MailFolders : ContactFolders)
-                .push_back({storeIndex, OneLine(FromAnsi(TextOf(row[0]))), lasting});
-        if (PROP_TYPE(row[3].ulPropTag) == PT_BOOLEAN && row[3].Value.b && level < MOST_LEVELS)
-            TraceOneFolder(storeIndex, store, lasting, level + 1);
+                .push_back({walk.StoreIndex, OneLine(FromAnsi(TextOf(row[0]))), lasting});
+        if (PROP_TYPE(row[3].ulPropTag) == PT_BOOLEAN && row[3].Value.b && level < MOST_LEVELS &&
+            walk.Rows < MOST_FOLDERS)
+            TraceOneFolder(walk, lasting, level + 1);
     }
 }

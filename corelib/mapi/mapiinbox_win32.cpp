@@ -121,15 +121,14 @@ bool MAPICLASS::OpenInboxFolder() {
         return false;
     }
     ULONG length = 0;
-    FILLED<ENTRYID> id;
     char kind[] = "IPM.Note";
-    const HRESULT result = store->GetReceiveFolder(reinterpret_cast<LPTSTR>(kind), 0, &length, id, nullptr);
-    const PARTS::BUFFER<ENTRYID> owned = Parts->Own(id);
-    if (result != S_OK || !owned || length == 0) {
+    const PARTS::BUFFER<ENTRYID> id = Parts->GivenBuffer<ENTRYID>(
+        [&](ENTRYID** to) { return store->GetReceiveFolder(reinterpret_cast<LPTSTR>(kind), 0, &length, to, nullptr); });
+    if (!id || length == 0) {
         Trace("MAPICLASS::OpenInboxFolder GetReceiveFolder failed\n");
         return false;
     }
-    Parts->Inbox.assign(reinterpret_cast<const char*>(owned.get()), length);
+    Parts->Inbox.assign(reinterpret_cast<const char*>(id.get()), length);
     Parts->MDBMainObject = std::move(store);
     return true;
 }
@@ -150,19 +149,19 @@ bool MAPICLASS::SetInboxCallback(void (*function)(void* context), void* context)
         return false;
     const DIRECTORYKEEPER keep;
     Parts->Sink = SINKTARGET::Set(function, context);
-    FILLED<IMAPIAdviseSink> filled;
     const LPNOTIFCALLBACK call = [](void* number, ULONG, NOTIFICATION*) -> LONG {
         SINKTARGET::Tell(reinterpret_cast<ULONG_PTR>(number));
         return 0;
     };
-    if (Parts->AllocAdviseSink(call, reinterpret_cast<void*>(Parts->Sink), filled) != S_OK) {
+    const auto sink = GivenObject<IMAPIAdviseSink>(
+        [&](IMAPIAdviseSink** to) { return Parts->AllocAdviseSink(call, reinterpret_cast<void*>(Parts->Sink), to); });
+    if (!sink) {
         Trace("MAPICLASS::SetInboxCallback HrAllocAdviceSink failed\n");
         return false;
     }
-    const OBJECT<IMAPIAdviseSink> sink(filled.Value);
     ULONG connection = 0;
-    if (Parts->MDBMainObject->Advise(LengthOf(Parts->Inbox), EntryOf(Parts->Inbox), fnevObjectModified, sink.get(),
-                                     &connection) != S_OK) {
+    if (FAILED(Parts->MDBMainObject->Advise(LengthOf(Parts->Inbox), EntryOf(Parts->Inbox), fnevObjectModified,
+                                            sink.get(), &connection))) {
         Trace("MAPICLASS::SetInboxCallback Advise failed\n");
         return false;
     }
@@ -176,7 +175,7 @@ void MAPICLASS::ReleaseInboxCallback() {
     Parts->ReleaseCallback();
 }
 
-bool MAPICLASS::GetInboxMessages(int bytes, const std::function<bool(const MAPIMESSAGE&)>& take) {
+bool MAPICLASS::GetInboxMessages(int bytes, const std::function<int(const MAPIMESSAGE&)>& take) {
     Trace("MAPICLASS::GetInboxMessages\n");
     if (!ASSERTION(this->IsUpAndRunning(), "this->IsUpAndRunning()") ||
         !ASSERTION(Parts->MDBMainObject != nullptr, "this->MDBMainObject!=NULL"))
@@ -184,35 +183,30 @@ bool MAPICLASS::GetInboxMessages(int bytes, const std::function<bool(const MAPIM
     const DIRECTORYKEEPER keep;
     const char* failed = "OpenEntry";
     PARTS::ROWS rows(nullptr, {Parts->FreeRows});
-    {
-        FILLED<IMAPITable> table;
-        const OBJECT<IMAPIFolder> inbox = PARTS::OpenEntry<IMAPIFolder>(*Parts->MDBMainObject, Parts->Inbox);
-        if (inbox) {
-            failed = "GetContentsTable";
-            if (inbox->GetContentsTable(0, table) == S_OK) {
-                const OBJECT<IMAPITable> contents(table.Value);
-                rows = Parts->AllRows<INBOXCOLUMNS>(*contents, failed);
-            }
-        }
+    if (const auto inbox = PARTS::OpenFolder(*Parts->MDBMainObject, Parts->Inbox)) {
+        failed = "GetContentsTable";
+        if (const auto contents =
+                GivenObject<IMAPITable>([&](IMAPITable** to) { return inbox->GetContentsTable(0, to); }))
+            rows = Parts->AllRows<INBOXCOLUMNS>(*contents, failed);
     }
     if (!rows) {
         Trace("MAPICLASS::GetInboxMessages %s failed\n", failed);
         return false;
     }
-    for (ULONG i = 0; i < rows->cRows; ++i)
-        if (!take(Parts->Read(rows->aRow[i].lpProps, bytes)))
-            break;
+    for (ULONG i = 0; i < rows->cRows && bytes != NO_MORE; ++i)
+        bytes = take(Parts->Read(rows->aRow[i].lpProps, bytes));
     Trace("MAPICLASS::GetInboxMessages done\n");
     return true;
 }
 
 MAPIMESSAGE SESSION::Read(const SPropValue* row, int bytes) const {
     MAPIMESSAGE mail;
-    mail.SenderName = FromAnsi(TextOf(row[SENDER_NAME]));
-    mail.SenderAddress = FromAnsi(TextOf(row[SENDER_ADDRESS]));
-    mail.DisplayTo = FromAnsi(TextOf(row[DISPLAY_TO]));
-    mail.Subject = FromAnsi(TextOf(row[SUBJECT]));
-    mail.Body = TextOf(row[BODY]);
+    const auto text = [&](INBOXCOLUMN column) { return FromAnsi(TextOf(row[column]).substr(0, HEADER_BYTES)); };
+    mail.SenderName = text(SENDER_NAME);
+    mail.SenderAddress = text(SENDER_ADDRESS);
+    mail.DisplayTo = text(DISPLAY_TO);
+    mail.Subject = text(SUBJECT);
+    mail.Body = TextOf(row[BODY]).substr(0, BODY_BYTES);
     mail.Date = DateOf(row[CREATION_TIME]);
     mail.Size = static_cast<uint32_t>(NumberOf(row[SIZE_COLUMN]));
     mail.IsRead = (NumberOf(row[FLAGS_COLUMN]) & MSGFLAG_READ) != 0;
@@ -221,7 +215,7 @@ MAPIMESSAGE SESSION::Read(const SPropValue* row, int bytes) const {
     if (bytes == MAPICLASS::NO_TEXTS)
         return mail;
     // It may have gone since the table was read: the row is what there is of it then.
-    if (const OBJECT<IMAPIProp> message = OpenEntry<IMAPIProp>(*MDBMainObject, id))
+    if (const auto message = OpenEntry<IMAPIProp, MAPI_MESSAGE>(*MDBMainObject, id))
         ReadMore(*message, row, bytes, mail);
     else
         mail.Body.clear();
@@ -234,7 +228,9 @@ MAPIMESSAGE SESSION::Read(const SPropValue* row, int bytes) const {
 void SESSION::ReadMore(IMAPIProp& message, const SPropValue* row, int bytes, MAPIMESSAGE& mail) const {
     HRESULT result;
     // What the table could not say.
-    const auto isMissing = [&](INBOXCOLUMN column) { return PROP_TYPE(row[column].ulPropTag) == PT_ERROR; };
+    const auto isMissing = [&](INBOXCOLUMN column) {
+        return PROP_TYPE(row[column].ulPropTag) != PROP_TYPE(INBOXCOLUMNS::TAG[column]);
+    };
     const std::pair<INBOXCOLUMN, std::string*> texts[] = {{SENDER_NAME, &mail.SenderName},
                                                           {SENDER_ADDRESS, &mail.SenderAddress},
                                                           {DISPLAY_TO, &mail.DisplayTo},
@@ -242,7 +238,7 @@ void SESSION::ReadMore(IMAPIProp& message, const SPropValue* row, int bytes, MAP
     bool exists;
     for (const auto& [column, text] : texts)
         if (isMissing(column) || TextOf(row[column]).size() >= ROW_TEXT)
-            if (const auto whole = LongText(message, INBOXCOLUMNS::Array()->aulPropTag[column], HEADER_BYTES, exists))
+            if (const auto whole = LongText(message, INBOXCOLUMNS::TAG[column], HEADER_BYTES, exists))
                 *text = FromAnsi(*whole);
     if (isMissing(CREATION_TIME))
         if (const BUFFER<SPropValue> value = OneProp(message, PR_CREATION_TIME, result))
@@ -277,7 +273,7 @@ bool MAPICLASS::MoveInboxMessage(const std::string& id, int folder) {
     // A mail without an id of its own goes by a number here, which is shorter than any.
     if (entry.size() < SHORTEST_ID)
         return false;
-    const OBJECT<IMAPIFolder> inbox = PARTS::OpenEntry<IMAPIFolder>(*Parts->MDBMainObject, Parts->Inbox, MAPI_MODIFY);
+    const auto inbox = PARTS::OpenFolder(*Parts->MDBMainObject, Parts->Inbox, MAPI_MODIFY);
     if (!inbox)
         return fail("OpenEntry");
     OBJECT<IMsgStore> other;
@@ -288,7 +284,7 @@ bool MAPICLASS::MoveInboxMessage(const std::string& id, int folder) {
             return fail("Wastebasket GetProps");
         if (basket->ulPropTag != PR_IPM_WASTEBASKET_ENTRYID)
             return false;
-        target = PARTS::OpenEntry<IMAPIFolder>(*Parts->MDBMainObject, BytesOf(*basket), MAPI_MODIFY);
+        target = PARTS::OpenFolder(*Parts->MDBMainObject, BytesOf(*basket), MAPI_MODIFY);
         if (!target)
             return fail("Wastebasket OpenEntry");
     } else {
@@ -301,14 +297,14 @@ bool MAPICLASS::MoveInboxMessage(const std::string& id, int folder) {
         if (!home.IsDefault)
             other = Parts->OpenStore(home);
         if (home.IsDefault || other)
-            target = PARTS::OpenEntry<IMAPIFolder>(other ? *other : *Parts->MDBMainObject, named.Id, MAPI_MODIFY);
+            target = PARTS::OpenFolder(other ? *other : *Parts->MDBMainObject, named.Id, MAPI_MODIFY);
         if (!target)
             return fail("Normalfolder OpenEntry");
     }
-    FILLED<void> filled;
-    if (Parts->AllocateBuffer(LengthOf(entry), filled) != S_OK)
+    const PARTS::BUFFER<void> bytes =
+        Parts->GivenBuffer<void>([&](void** to) { return Parts->AllocateBuffer(LengthOf(entry), to); });
+    if (!bytes)
         return false;
-    const PARTS::BUFFER<void> bytes = Parts->Own(filled);
     memcpy(bytes.get(), entry.data(), entry.size());
     SBinary message = {LengthOf(entry), static_cast<BYTE*>(bytes.get())};
     ENTRYLIST list = {1, &message};

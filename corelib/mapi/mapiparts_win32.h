@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -31,12 +32,17 @@ struct RELEASER {
 template <class INTERFACE>
 using OBJECT = std::unique_ptr<INTERFACE, RELEASER<INTERFACE>>;
 
-/// What one of MAPI's calls gives, on its way to its owner.
-template <class TYPE>
-struct FILLED {
-    TYPE* Value = nullptr;
-    operator TYPE**() { return &Value; }
-};
+/// What a call stores in its argument: null if it fails, which may leave anything there. A warning comes with the
+/// thing.
+template <class TYPE, class CALL>
+TYPE* Given(const CALL& call) {
+    TYPE* value = nullptr;
+    return SUCCEEDED(call(&value)) ? value : nullptr;
+}
+template <class INTERFACE, class CALL>
+OBJECT<INTERFACE> GivenObject(const CALL& call) {
+    return OBJECT<INTERFACE>(Given<INTERFACE>(call));
+}
 
 struct LIBRARY {
     ~LIBRARY() {
@@ -86,6 +92,7 @@ inline ENTRYID* EntryOf(const std::string& id) {
 /// Columns of a table.
 template <ULONG... TAGS>
 struct COLUMNS {
+    static constexpr ULONG TAG[] = {TAGS...};
     static constexpr ULONG COUNT = sizeof...(TAGS);
     static SPropTagArray* Array() {
         static struct {
@@ -136,9 +143,9 @@ struct SESSION {
     };
     template <class TYPE>
     using BUFFER = std::unique_ptr<TYPE, BUFFERFREER>;
-    template <class TYPE>
-    BUFFER<TYPE> Own(const FILLED<TYPE>& filled) const {
-        return {filled.Value, {FreeBuffer}};
+    template <class TYPE, class CALL>
+    BUFFER<TYPE> GivenBuffer(const CALL& call) const {
+        return {Given<TYPE>(call), {FreeBuffer}};
     }
 
     struct ROWSFREER {
@@ -151,51 +158,48 @@ struct SESSION {
     template <class WANTED>
     ROWS AllRows(IMAPITable& table, const char*& failed) const {
         failed = "SetColumns";
-        FILLED<SRowSet> rows;
-        if (table.SetColumns(WANTED::Array(), 0) == S_OK) {
-            failed = "HrQueryAllRows";
-            if (QueryAllRows(&table, nullptr, nullptr, nullptr, 0, rows) != S_OK)
-                rows.Value = nullptr;
-        }
-        ROWS owned(rows.Value, {FreeRows});
-        const bool good = owned && std::all_of(owned->aRow, owned->aRow + owned->cRows,
-                                               [](const SRow& row) { return row.cValues >= WANTED::COUNT; });
-        return good ? std::move(owned) : ROWS(nullptr, {FreeRows});
+        if (FAILED(table.SetColumns(WANTED::Array(), 0)))
+            return ROWS(nullptr, {FreeRows});
+        failed = "HrQueryAllRows";
+        ROWS rows(Given<SRowSet>([&](SRowSet** to) { return QueryAllRows(&table, nullptr, nullptr, nullptr, 0, to); }),
+                  {FreeRows});
+        if (rows && !std::all_of(rows->aRow, rows->aRow + rows->cRows,
+                                 [](const SRow& row) { return row.lpProps && row.cValues >= WANTED::COUNT; }))
+            rows.reset();
+        return rows;
     }
 
     OBJECT<IMsgStore> OpenStore(const STORE& store) const {
-        FILLED<IMsgStore> opened;
-        if (Session->OpenMsgStore(0, LengthOf(store.Id), EntryOf(store.Id), nullptr, MDB_WRITE, opened) != S_OK)
-            return nullptr;
-        return OBJECT<IMsgStore>(opened.Value);
+        return GivenObject<IMsgStore>([&](IMsgStore** to) {
+            return Session->OpenMsgStore(0, LengthOf(store.Id), EntryOf(store.Id), nullptr, MDB_WRITE, to);
+        });
     }
-    template <class INTERFACE>
+    /// Null also for an object of another kind than MAPI_FOLDER, MAPI_MESSAGE.
+    template <class INTERFACE, ULONG KIND>
     static OBJECT<INTERFACE> OpenEntry(IMsgStore& store, const std::string& id, ULONG flags = 0) {
-        FILLED<IUnknown> opened;
-        ULONG type = 0;
-        if (id.empty() || store.OpenEntry(LengthOf(id), EntryOf(id), nullptr, flags, &type, opened) != S_OK)
-            return nullptr;
-        return OBJECT<INTERFACE>(static_cast<INTERFACE*>(opened.Value));
+        ULONG kind = KIND;
+        OBJECT<IUnknown> opened;
+        if (!id.empty())
+            opened = GivenObject<IUnknown>(
+                [&](IUnknown** to) { return store.OpenEntry(LengthOf(id), EntryOf(id), nullptr, flags, &kind, to); });
+        return OBJECT<INTERFACE>(kind == KIND ? static_cast<INTERFACE*>(opened.release()) : nullptr);
+    }
+    static OBJECT<IMAPIFolder> OpenFolder(IMsgStore& store, const std::string& id, ULONG flags = 0) {
+        return OpenEntry<IMAPIFolder, MAPI_FOLDER>(store, id, flags);
     }
     BUFFER<SPropValue> OneProp(IMAPIProp& object, ULONG tag, HRESULT& result) const {
-        FILLED<SPropValue> value;
-        result = GetOneProp(&object, tag, value);
-        BUFFER<SPropValue> owned = Own(value);
-        if (result != S_OK)
-            owned.reset();
-        return owned;
+        return GivenBuffer<SPropValue>([&](SPropValue** to) { return result = GetOneProp(&object, tag, to); });
     }
 
     /// One property of a store, for which it may answer with an error in another tag.
     BUFFER<SPropValue> PropOf(IMsgStore& store, ULONG tag) const {
         SPropTagArray tags = {1, {tag}};
         ULONG count = 0;
-        FILLED<SPropValue> value;
-        const HRESULT result = store.GetProps(&tags, 0, &count, value);
-        BUFFER<SPropValue> owned = Own(value);
-        if (FAILED(result) || count == 0)
-            owned.reset();
-        return owned;
+        BUFFER<SPropValue> value =
+            GivenBuffer<SPropValue>([&](SPropValue** to) { return store.GetProps(&tags, 0, &count, to); });
+        if (count == 0)
+            value.reset();
+        return value;
     }
 
     /// A text of a message, of which `limit` bytes are wanted. Null if it has none; also where it cannot be read, which
@@ -204,25 +208,35 @@ struct SESSION {
         HRESULT result;
         const BUFFER<SPropValue> value = OneProp(message, tag, result);
         exists = result != MAPI_E_NOT_FOUND;
-        if (value)
+        if (value && PROP_TYPE(value->ulPropTag) == PT_STRING8)
             return std::string(TextOf(*value).substr(0, limit));
         // What is too long for a value comes in a stream.
-        FILLED<IUnknown> opened;
-        if (result != MAPI_E_NOT_ENOUGH_MEMORY || message.OpenProperty(tag, &__uuidof(IStream), 0, 0, opened) != S_OK)
+        if (result != MAPI_E_NOT_ENOUGH_MEMORY)
             return {};
-        const OBJECT<IStream> stream(static_cast<IStream*>(opened.Value));
+        const OBJECT<IUnknown> opened = GivenObject<IUnknown>(
+            [&](IUnknown** to) { return message.OpenProperty(tag, &__uuidof(IStream), 0, 0, to); });
+        if (!opened)
+            return {};
+        auto* const stream = static_cast<IStream*>(opened.get());
         std::string text;
         for (char piece[4096]; text.size() < limit;) {
             ULONG count = 0;
             const size_t room = std::min(sizeof piece, limit - text.size());
             if (FAILED(stream->Read(piece, static_cast<ULONG>(room), &count)) || count == 0)
                 break;
-            text.append(piece, count);
+            text.append(piece, std::min<size_t>(count, room));
         }
         return text;
     }
 
-    void TraceOneFolder(size_t storeIndex, IMsgStore& store, const std::string& id, int level);
+    /// The look at the folders of one store.
+    struct WALK {
+        const size_t StoreIndex;
+        IMsgStore& Store;
+        std::set<std::string> Seen;  // by their ids
+        size_t Rows = 0;             // of all that lie below those
+    };
+    void TraceOneFolder(WALK& walk, const std::string& id, int level);
     MAPIMESSAGE Read(const SPropValue* row, int bytes) const;
     void ReadMore(IMAPIProp& message, const SPropValue* row, int bytes, MAPIMESSAGE& mail) const;
 

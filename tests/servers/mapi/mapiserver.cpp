@@ -6,6 +6,7 @@
 #include <list>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -54,9 +55,9 @@ constexpr FOLDERDATA FOLDERS[] = {
     {"Personal", "Contacts", "IPF.Contact", 0},
     {"Archive", "Top", "", -1},
     {"Archive", "Junk", "IPF.Note", 6},
-    {"Archive", "K\xF6nnte\nsein", "IPF.Note", 6},
+    {"Archive", "K\xF6nnte\nsein ", "IPF.Note", 6},
 };
-constexpr int INBOX = 1, BASKET = 2;
+constexpr int INBOX = 1, BASKET = 2, OLD = 4;
 constexpr const char* STORES[] = {"Personal", "Archive"};
 
 struct LYING {
@@ -71,6 +72,9 @@ struct STATE {
     std::map<std::string, LYING*> ById;
     std::string Failing;
     int NextId = 0, LogOns = 0, OpensLeft = -1, Initialized = 0, SessionNow = 0;
+    int Calls = 0, FaultAt = -1, Below = 0, NextFolder = 0;
+    MAPIFAULT Fault = MAPIFAULT::FAILS;
+    bool FaultIsNow = false;
     std::atomic<bool> Blocking = false, Blocked = false;
     bool IsDown = false;
     int Objects = 0, TooMany = 0;
@@ -79,19 +83,41 @@ struct STATE {
 STATE State;
 
 // Ends a call that does not work.
-#define NEEDS(call)                                                         \
-    if (const HRESULT result_of_call = Works(call); result_of_call != S_OK) \
-    return result_of_call
+#define NEEDS(call)                       \
+    if (const auto ending = Ending(call)) \
+    return *ending
 
 HRESULT Unknown() {
     return MAPI_E_NO_SUPPORT;
 }
 
-/// Whether a call works; it leaves the process in another directory, as providers do.
-HRESULT Works(const char* call) {
-    SetCurrentDirectoryW(L"C:\\windows");
+bool IsNow(MAPIFAULT fault) {
+    return State.FaultIsNow && State.Fault == fault;
+}
+
+/// How a call ends that does not work; it leaves the process in another directory, as providers do.
+std::optional<HRESULT> Ending(const char* call) {
+    constexpr const wchar_t* OTHER_DIRECTORY = L"C:\\windows";
+    // Changing it costs Wine more than all the rest.
+    wchar_t directory[MAX_PATH];
+    if (GetCurrentDirectoryW(MAX_PATH, directory) == 0 || wcscmp(directory, OTHER_DIRECTORY) != 0)
+        SetCurrentDirectoryW(OTHER_DIRECTORY);
     const std::lock_guard hold(State.Guard);
-    return State.IsDown ? MAPI_E_NETWORK_ERROR : State.Failing == call ? MAPI_E_CALL_FAILED : S_OK;
+    State.FaultIsNow = State.Calls++ == State.FaultAt;
+    State.IsDown = State.IsDown || IsNow(MAPIFAULT::SHUTS_DOWN);
+    if (IsNow(MAPIFAULT::GIVES_NOTHING))
+        return S_OK;
+    if (State.IsDown)
+        return MAPI_E_NETWORK_ERROR;
+    if (State.Failing == call || IsNow(MAPIFAULT::FAILS))
+        return MAPI_E_CALL_FAILED;
+    return {};
+}
+
+/// What one that works comes back with.
+HRESULT Done() {
+    const std::lock_guard hold(State.Guard);
+    return IsNow(MAPIFAULT::WARNS) ? MAPI_W_NO_SERVICE : S_OK;
 }
 
 /// An object that is counted. It is never freed, so that a release too many is found, and no crash; only what it holds.
@@ -135,9 +161,14 @@ std::string FolderId(int folder, bool lasting) {
     return std::string(lasting ? "L" : "S") + static_cast<char>(folder + 1);
 }
 
+/// One below Old, that is another one each time.
+std::string NextFolderId() {
+    return FolderId(OLD, true) + std::to_string(State.NextFolder++);
+}
+
 int FolderOf(ULONG length, const ENTRYID* id) {
     const auto* bytes = reinterpret_cast<const char*>(id);
-    const int folder = length == 2 && (*bytes == 'L' || *bytes == 'S') ? bytes[1] - 1 : -1;
+    const int folder = length >= 2 && (*bytes == 'L' || *bytes == 'S') ? bytes[1] - 1 : -1;
     return folder < static_cast<int>(std::size(FOLDERS)) ? folder : -1;
 }
 
@@ -151,6 +182,19 @@ using VALUES = std::vector<VALUE>;
 
 VALUE Missing(ULONG tag, SCODE error = MAPI_E_NOT_FOUND) {
     return {CHANGE_PROP_TYPE(tag, PT_ERROR), "", error};
+}
+
+/// A value as no store should have it.
+void Spoil(SPropValue& value) {
+    const ULONG type = PROP_TYPE(value.ulPropTag);
+    if (IsNow(MAPIFAULT::OTHER_TYPES)) {
+        value.ulPropTag = CHANGE_PROP_TYPE(value.ulPropTag, (type == PT_LONG ? PT_UNICODE : PT_LONG));
+        value.Value.ul = 7;
+    }
+    if (IsNow(MAPIFAULT::NULL_VALUES) && type == PT_STRING8)
+        value.Value.lpszA = nullptr;
+    else if (IsNow(MAPIFAULT::NULL_VALUES))
+        value.Value.bin = {1000, nullptr};
 }
 
 void Put(SPropValue& to, const VALUE& value, char*& room) {
@@ -177,8 +221,10 @@ SPropValue* Packed(const VALUES& values) {
         size += value.Bytes.size();
     auto* props = static_cast<SPropValue*>(NewBlock(size, State.Buffers));
     char* room = reinterpret_cast<char*>(props + values.size());
-    for (size_t i = 0; i < values.size(); ++i)
+    for (size_t i = 0; i < values.size(); ++i) {
         Put(props[i], values[i], room);
+        Spoil(props[i]);
+    }
     return props;
 }
 
@@ -215,11 +261,12 @@ VALUE RowValue(const LYING& lying, ULONG tag) {
     return value;
 }
 
-VALUE FolderValue(int folder, ULONG tag, bool lasting) {
+VALUE FolderValue(int folder, ULONG tag, const std::string& id) {
     const FOLDERDATA& data = FOLDERS[folder];
-    const bool hasFolders = std::ranges::count(FOLDERS, folder, &FOLDERDATA::Parent) > 0;
+    const bool hasFolders =
+        (folder == OLD && State.Below != 0) || std::ranges::count(FOLDERS, folder, &FOLDERDATA::Parent) > 0;
     return Chosen({{PR_DISPLAY_NAME_A, data.Name},
-                   {PR_ENTRYID, FolderId(folder, lasting)},
+                   {PR_ENTRYID, id},
                    {PR_CONTAINER_CLASS_A, data.Kind},
                    {PR_SUBFOLDERS, "", hasFolders}},
                   tag);
@@ -233,7 +280,8 @@ struct TABLE : COUNTED<NOTABLE> {
     explicit TABLE(std::vector<ROW> rows) : Rows(std::move(rows)) {}
     STDMETHODIMP SetColumns(SPropTagArray* columns, ULONG) override {
         Columns.assign(columns->aulPropTag, columns->aulPropTag + columns->cValues);
-        return Works("SetColumns");
+        NEEDS("SetColumns");
+        return Done();
     }
     HRESULT All(SRowSet** filled) const {
         NEEDS("HrQueryAllRows");
@@ -242,10 +290,14 @@ struct TABLE : COUNTED<NOTABLE> {
             VALUES values;
             for (const ULONG tag : Columns)
                 values.push_back(row(tag));
-            set->aRow[set->cRows++] = {0, static_cast<ULONG>(values.size()), Packed(values)};
+            // One column more is none that anybody has asked for.
+            if (IsNow(MAPIFAULT::OTHER_WIDTHS))
+                set->cRows % 2 == 0 ? values.push_back({PR_ENTRYID, "x"}) : values.pop_back();
+            SPropValue* const props = Packed(values);
+            set->aRow[set->cRows++] = {0, static_cast<ULONG>(values.size()), props};
         }
         *filled = set;
-        return S_OK;
+        return Done();
     }
     void Empty() override {
         std::exchange(Rows, {});
@@ -268,10 +320,13 @@ struct NOSTREAM : IStream {
 struct STREAM : COUNTED<NOSTREAM> {
     explicit STREAM(std::string text) : Text(std::move(text)) {}
     HRESULT STDMETHODCALLTYPE Read(void* to, ULONG size, ULONG* count) override {
+        NEEDS("Read");
         // In pieces of its own choice.
         *count = static_cast<ULONG>(Text.copy(static_cast<char*>(to), std::min<size_t>(size, 1000), At));
         At += *count;
-        return S_OK;
+        if (IsNow(MAPIFAULT::OTHER_WIDTHS))
+            *count += 1000000;
+        return Done();
     }
     std::string Text;
     size_t At = 0;
@@ -283,8 +338,9 @@ struct NOPROPS : IMAPIProp {
 struct MESSAGE : COUNTED<NOPROPS> {
     explicit MESSAGE(const LYING& lying) : Lying(lying) {}
     STDMETHODIMP OpenProperty(ULONG tag, LPCIID, ULONG, ULONG, IUnknown** stream) override {
+        NEEDS("OpenProperty");
         *stream = new STREAM(MailValue(Lying, tag).Bytes);
-        return S_OK;
+        return Done();
     }
     const LYING& Lying;
 };
@@ -309,8 +365,20 @@ class TELLER {
         if (!Sinks.contains(connection))
             return;
         IMAPIAdviseSink* const sink = Sinks.extract(connection).mapped();
-        Done.wait(hold, [this] { return Telling == 0; });
-        sink->Release();
+        Quiet.wait(hold, [this] { return Telling == 0; });
+        if (KeepsSinks)
+            Kept.push_back(sink);
+        else
+            sink->Release();
+    }
+    /// Sinks that are given back are kept; and told, once that is over.
+    void Keep(bool keep) {
+        KeepsSinks = keep;
+        NOTIFICATION notification = {};
+        for (IMAPIAdviseSink* const sink : std::exchange(Kept, {})) {
+            sink->OnNotify(1, &notification);
+            sink->Release();
+        }
     }
     int Count() {
         const std::lock_guard hold(Guard);
@@ -328,22 +396,24 @@ class TELLER {
                 sink->OnNotify(1, &notification);
             const std::lock_guard told(Guard);
             --Telling;
-            Done.notify_all();
+            Quiet.notify_all();
         }).detach();
-        Done.wait(hold, [&] { return !await || Telling == 0; });
+        Quiet.wait(hold, [&] { return !await || Telling == 0; });
     }
 
  private:
     std::mutex Guard;
-    std::condition_variable Done;
+    std::condition_variable Quiet;
     std::map<ULONG, IMAPIAdviseSink*> Sinks;
+    std::vector<IMAPIAdviseSink*> Kept;
+    bool KeepsSinks = false;
     ULONG Next = 0;
     int Telling = 0;
 };
 TELLER Teller;
 
 struct FOLDEROBJECT : COUNTED<NOFOLDER> {
-    explicit FOLDEROBJECT(int folder) : Folder(folder) {}
+    FOLDEROBJECT(int folder, std::string id) : Folder(folder), Id(std::move(id)) {}
     STDMETHODIMP GetContentsTable(ULONG, IMAPITable** table) override {
         NEEDS("GetContentsTable");
         const std::lock_guard hold(State.Guard);
@@ -352,16 +422,19 @@ struct FOLDEROBJECT : COUNTED<NOFOLDER> {
             if (lying.Folder == Folder)
                 rows.push_back([&lying](ULONG tag) { return RowValue(lying, tag); });
         *table = new TABLE(std::move(rows));
-        return S_OK;
+        return Done();
     }
     STDMETHODIMP GetHierarchyTable(ULONG, IMAPITable** table) override {
         NEEDS("GetHierarchyTable");
         std::vector<TABLE::ROW> rows;
         for (int i = 0; i < static_cast<int>(std::size(FOLDERS)); ++i)
             if (FOLDERS[i].Parent == Folder)
-                rows.push_back([i](ULONG tag) { return FolderValue(i, tag, false); });
+                rows.push_back([i](ULONG tag) { return FolderValue(i, tag, FolderId(i, false)); });
+        for (int i = 0; Folder == OLD && i < std::abs(State.Below); ++i)
+            rows.push_back(
+                [id = State.Below > 0 ? NextFolderId() : Id](ULONG tag) { return FolderValue(OLD, tag, id); });
         *table = new TABLE(std::move(rows));
-        return S_OK;
+        return Done();
     }
     STDMETHODIMP CopyMessages(ENTRYLIST* list, LPCIID, void* target, ULONG, IMAPIProgress*, ULONG flags) override {
         NEEDS("CopyMessages");
@@ -376,7 +449,9 @@ struct FOLDEROBJECT : COUNTED<NOFOLDER> {
         Teller.Tell(true);
         return S_OK;
     }
+    void Empty() override { std::exchange(Id, {}); }
     const int Folder;
+    std::string Id;
 };
 
 struct NOSTORE : IMsgStore {
@@ -402,14 +477,14 @@ struct STOREOBJECT : COUNTED<NOSTORE> {
         *length = 2;
         *id = static_cast<ENTRYID*>(NewBlock(2, State.Buffers));
         memcpy(*id, FolderId(INBOX, true).data(), 2);
-        return S_OK;
+        return Done();
     }
     STDMETHODIMP Advise(ULONG length, ENTRYID* id, ULONG mask, IMAPIAdviseSink* sink, ULONG* connection) override {
         if (FolderOf(length, id) != INBOX || mask != fnevObjectModified)
             return MAPI_E_INVALID_PARAMETER;
         NEEDS("Advise");
         *connection = Teller.Install(sink);
-        return S_OK;
+        return Done();
     }
     STDMETHODIMP Unadvise(ULONG connection) override {
         Teller.Remove(connection);
@@ -425,8 +500,9 @@ struct STOREOBJECT : COUNTED<NOSTORE> {
             if (std::strcmp(FOLDERS[folder].Store, STORES[Store]) != 0)
                 return MAPI_E_NOT_FOUND;
             *type = MAPI_FOLDER;
-            *object = new FOLDEROBJECT(folder);
-            return S_OK;
+            const std::string bytes(reinterpret_cast<char*>(id), length);
+            *object = new FOLDEROBJECT(folder, length == 2 ? FolderId(folder, true) : bytes);
+            return Done();
         }
         if (State.OpensLeft >= 0 && State.OpensLeft-- == 0) {
             State.IsDown = true;
@@ -437,7 +513,7 @@ struct STOREOBJECT : COUNTED<NOSTORE> {
             return MAPI_E_NOT_FOUND;
         *type = MAPI_MESSAGE;
         *object = new MESSAGE(*found->second);
-        return S_OK;
+        return Done();
     }
     const int Store, OfSession;
 };
@@ -457,7 +533,7 @@ struct SESSION : COUNTED<NOSESSION> {
                 return Chosen({{PR_DISPLAY_NAME_A, STORES[i]}, {PR_ENTRYID, id}, {tag, "", flags}}, tag);
             });
         *table = new TABLE(std::move(rows));
-        return S_OK;
+        return Done();
     }
     STDMETHODIMP OpenMsgStore(ULONG_PTR, ULONG length, ENTRYID* id, LPCIID, ULONG flags, IMsgStore** store) override {
         NEEDS("OpenMsgStore");
@@ -465,7 +541,7 @@ struct SESSION : COUNTED<NOSESSION> {
         if (length != 2 || *bytes != 'M' || flags != MDB_WRITE)
             return MAPI_E_INVALID_ENTRYID;
         *store = new STOREOBJECT(bytes[1], Number);
-        return S_OK;
+        return Done();
     }
     STDMETHODIMP Logoff(ULONG_PTR, ULONG, ULONG) override { return S_OK; }
     const int Number;
@@ -488,7 +564,8 @@ struct SERVER : MAPISERVER {
         State.Mails.clear();
         State.Failing.clear();
         State.LogOns = State.Objects = State.TooMany = State.Initialized = 0;
-        State.OpensLeft = -1;
+        State.OpensLeft = State.FaultAt = -1;
+        State.Below = 0;
         State.IsDown = false;
         State.Buffers.clear();
         State.Rows.clear();
@@ -526,6 +603,15 @@ struct SERVER : MAPISERVER {
         State.OpensLeft = opened;
         State.IsDown = false;
     }
+    void FaultAt(int call, MAPIFAULT fault) override {
+        const std::lock_guard hold(State.Guard);
+        State.FaultAt = call;
+        State.Fault = fault;
+        State.Calls = 0;
+    }
+    int Calls() override { return State.Calls; }
+    void FoldersBelow(int folders) override { State.Below = folders; }
+    void TellLate(bool late) override { Teller.Keep(late); }
     std::string Leftovers() override {
         const std::lock_guard hold(State.Guard);
         const std::pair<const char*, int> counts[] = {{"objects", State.Objects},
@@ -557,9 +643,10 @@ MAPISERVER* TestStore() {
 }
 
 HRESULT WINAPI MAPIInitialize(void*) {
-    NEEDS("MAPIInitialize");
+    if (const auto ending = Ending("MAPIInitialize"); ending && FAILED(*ending))
+        return *ending;
     ++State.Initialized;
-    return S_OK;
+    return Done();
 }
 
 void WINAPI MAPIUninitialize() {
@@ -578,12 +665,13 @@ HRESULT WINAPI MAPILogonEx(ULONG_PTR, LPTSTR, LPTSTR, ULONG flags, IMAPISession*
     const std::lock_guard hold(State.Guard);
     ++State.LogOns;
     *session = new SESSION;
-    return S_OK;
+    return Done();
 }
 
 SCODE WINAPI MAPIAllocateBuffer(ULONG size, void** buffer) {
+    NEEDS("MAPIAllocateBuffer");
     *buffer = NewBlock(size, State.Buffers);
-    return S_OK;
+    return Done();
 }
 
 ULONG WINAPI MAPIFreeBuffer(void* buffer) {
@@ -611,19 +699,21 @@ HRESULT WINAPI HrQueryAllRows(IMAPITable* table, SPropTagArray*, SRestriction*, 
 }
 
 HRESULT WINAPI HrGetOneProp(IMAPIProp* object, ULONG tag, SPropValue** value) {
+    NEEDS("HrGetOneProp");
     const auto* const folder = dynamic_cast<FOLDEROBJECT*>(object);
     const VALUE found =
-        folder ? FolderValue(folder->Folder, tag, true) : MailValue(dynamic_cast<MESSAGE*>(object)->Lying, tag);
+        folder ? FolderValue(folder->Folder, tag, folder->Id) : MailValue(dynamic_cast<MESSAGE*>(object)->Lying, tag);
     if (PROP_TYPE(found.Tag) == PT_ERROR)
         return found.Number;
     if (found.Bytes.size() > STREAMED_FROM)
         return MAPI_E_NOT_ENOUGH_MEMORY;
     *value = Packed({found});
-    return S_OK;
+    return Done();
 }
 
 HRESULT WINAPI HrAllocAdviseSink(LPNOTIFCALLBACK function, void* context, IMAPIAdviseSink** sink) {
+    NEEDS("HrAllocAdviseSink");
     *sink = new SINK(function, context);
-    return S_OK;
+    return Done();
 }
 }

@@ -13,10 +13,21 @@ struct STOREDMAIL {
     bool RowSaysLess = false;  // but for its id, the row has errors only
 };
 
+/// What goes wrong in a call.
+enum class MAPIFAULT {
+    FAILS,
+    SHUTS_DOWN,     // from then on
+    WARNS,          // and works
+    GIVES_NOTHING,  // and tells of no error
+    OTHER_TYPES,    // of the properties that it gives
+    NULL_VALUES,    // in place of texts and bytes
+    OTHER_WIDTHS,   // rows with a column too many or too few, more bytes than there was room for
+};
+
 /// What the library of the tests can be made to do, by its export "TestStore". Rows cut texts at 255 bytes,
-/// and do not have longer bodies; properties of more than 4096 bytes come in streams only. Nearly every call changes
-/// the current directory. Two stores: "Personal" with Inbox, Deleted Items, Junk, Contacts and, below Junk, Old;
-/// "Archive" with Junk and Kept.
+/// and do not have longer bodies; properties of more than 4096 bytes come in streams only. Every call that can fail
+/// changes the current directory. Two stores: "Personal" with Inbox, Deleted Items, Junk, Contacts and, below Junk,
+/// Old; "Archive" with Junk and one whose name has an umlaut, a line end and a blank at its end.
 class MAPISERVER {
  public:
     /// As at the beginning, with an empty inbox.
@@ -36,6 +47,14 @@ class MAPISERVER {
     virtual void Fail(const char* call) = 0;
     /// After so many messages have been opened all sessions are of no use any more; -1: never.
     virtual void ShutDownAfter(int opened) = 0;
+
+    /// What goes wrong in the call with that number, from 0 on; and how many calls there have been since.
+    virtual void FaultAt(int call, MAPIFAULT fault) = 0;
+    virtual int Calls() = 0;
+    /// Below Old and each folder below it lie so many others without an end; if negative, so many times itself.
+    virtual void FoldersBelow(int folders) = 0;
+    /// Sinks that are given back are kept from now on; false: they are told of a change at last, and freed.
+    virtual void TellLate(bool late) = 0;
 
     /// What the program has not given back, and what it has given back once too often: empty if all is well.
     virtual std::string Leftovers() = 0;
