@@ -20,6 +20,21 @@ constexpr const char* KEYS[] = {"From",         "FromEmail",    "Header",     "M
                                 "Subject",      "To",           "X-Datetime", "X-Message-Id", "X-Size",
                                 "X-SpamPoints", "X-SpamReason", "X-TrashId"};
 
+/// The header of a mail whose text a person can read already, whatever it had been made of.
+STRING HeaderOfReadText(const STRING& server) {
+    std::string header;
+    for (std::string_view rest = server.View(); !rest.empty();) {
+        const std::string_view line = ASCII::TrimRight(ASCII::Take(rest, '\n'), "\r");
+        if (line.empty())
+            break;
+        if (!ASCII::BeginsWith(line, "Content-") && !ASCII::BeginsWith(line, "Mime-Version:"))
+            header.append(line).push_back('\n');
+    }
+    return STRING(
+        std::string_view(header.append("Mime-Version: 1.0\nContent-Type: text/plain; charset=utf-8\n"
+                                       "Content-Transfer-Encoding: 8bit\n")));
+}
+
 }  // namespace
 
 TRASHMAILS::TRASHMAILS(TARNWICK& application) : MAILROWS(application.pState), Application(application) {}
@@ -100,7 +115,8 @@ STRING MessageToSendOn(const STRINGARRAY& whole) {
     STRING text = whole["Header"];
     // What the program has put on top tells little of the mail where the server's own header is there, too.
     if (const STRING server = SHOWNMAIL::ServerHeader(whole); server.NotNull())
-        text = STRING(ReadHeaderField(text.View(), REASON).NotNull() ? "X-SpamReason:\n" : "") || server;
+        text = STRING(ReadHeaderField(text.View(), REASON).NotNull() ? "X-SpamReason:\n" : "") ||
+               (SHOWNMAIL::IsRead(whole) ? HeaderOfReadText(server) : server);
     text = text || "\n\n" || whole["Body"];
     // The sender takes returns off lines, so that another line than the one looked at here could be the end.
     text.Replace("\r", "", 1);

@@ -82,15 +82,18 @@ std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
         }
         body = single;
     }
-    // A mailbox that has read the mail itself tells it in its own lines.
-    const bool isRead = SHOWNMAIL::ServerHeader(record).NotNull() &&
-                        ReadHeaderField(record["Header"].View(), LISTING::MIME_HEADER) == "no";
-    const std::string header = isRead ? std::string() : JoinedFields(WholeHeader(record).View());
+    const std::string header = SHOWNMAIL::IsRead(record) ? std::string() : JoinedFields(WholeHeader(record).View());
     const std::string text = ReadableText(header, body.substr(0, READ_BYTES));
     std::string lines;
     for (std::string_view rest = text; !rest.empty();)
         lines.append(ASCII::TrimRight(DISPLAYTEXT::Safe(ASCII::Take(rest, '\n')), " ")).push_back('\n');
     return lines;
+}
+
+bool SHOWNMAIL::IsRead(const STRINGARRAY& record) {
+    // A mailbox tells it in its own lines.
+    return SHOWNMAIL::ServerHeader(record).NotNull() &&
+           ReadHeaderField(record["Header"].View(), LISTING::MIME_HEADER) == "no";
 }
 
 STRING SHOWNMAIL::ServerHeader(const STRINGARRAY& record) {

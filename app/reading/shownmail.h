@@ -20,5 +20,7 @@ std::string Text(const STRINGARRAY& record);
 
 /// The header as the server sent it, where the listing carries it whole beside the block's own lines; else null.
 STRING ServerHeader(const STRINGARRAY& record);
+/// The body is what a person reads, in UTF-8, whatever that header says of it.
+bool IsRead(const STRINGARRAY& record);
 
 }  // namespace SHOWNMAIL

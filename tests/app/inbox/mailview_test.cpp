@@ -24,6 +24,15 @@ TEST(MailView, ShowsHeaderBodyAndWhatAPersonReads) {
     // As a POP3 server has sent it.
     EXPECT_EQ(Std(ViewOf(Record("From: a@b\n\n..one\n.two\n.\n"), texts).Readable), ".one\r\n.two\r\n");
 
+    // The local message store has read it; a stranger cannot say that of a mail of a server.
+    const std::string encoded = "X-Transport: Content-Transfer-Encoding: quoted-printable\\n\nMime: no\n\n=41 Grüße\n";
+    EXPECT_EQ(Std(ViewOf(Record(encoded.c_str()), texts).Readable), "=41 Grüße\r\n");
+    EXPECT_EQ(Std(ViewOf(Record("X-Message-Id: 1|2\nMime: no\nX-Transport: x\nContent-Transfer-Encoding: "
+                                "quoted-printable\n\n=41\n"),
+                         texts)
+                      .Readable),
+              "A\r\n");
+
     const MAILVIEW whole = ViewOf(Record("X-Transport: Received: y\\r\\nSubject: y\\r\\n\nFrom: a@b\n\nx\n"), texts);
     EXPECT_EQ(Std(whole.Header), "Received: y\r\nSubject: y\r\n");
     EXPECT_EQ(Std(whole.Subject), "y");

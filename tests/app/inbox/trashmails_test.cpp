@@ -74,6 +74,12 @@ TEST_F(TrashMails, AreSentOnWithTheirMark) {
         // Of an IMAP mail the server's whole header goes on, as its type is needed to read it.
         {"X-SpamReason: a\nX-Transport: From: a@b\\r\\nContent-Type: text/html\\r\\nSubject: x\\r\\n\nFrom: a@b\n",
          "<p>", "X-Tarnwick: Keep\nFrom: a@b\nContent-Type: text/html\nSubject: [Tarnwick] x\n\n\n<p>\n"},
+        // The local message store has taken the text out of it.
+        {"X-SpamReason: a\nMime: no\nX-Transport: From: a@b\\nMIME-version: 1.0\\nContent-Type: text/html\\nSubject: "
+         "x\\ncontent-transfer-encoding: base64\\n\\nX: y\\n\n",
+         "Grüße",
+         "X-Tarnwick: Keep\nFrom: a@b\nSubject: [Tarnwick] x\nMime-Version: 1.0\nContent-Type: text/plain; "
+         "charset=utf-8\nContent-Transfer-Encoding: 8bit\n\n\nGrüße\n"},
     };
     for (const auto& test : CASES) {
         mail.Set("Header", test.Header);
