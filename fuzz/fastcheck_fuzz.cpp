@@ -40,6 +40,7 @@ struct MAIL {
     std::string Id;
     uint32_t Uid = 0;
     bool Seen = false;
+    int ModSeq = 0;
     std::string Text() const { return "M: " + std::to_string(Serial) + "\r\n\r\n"; }
 };
 
@@ -58,11 +59,11 @@ class MAILBOX {
             else if (what < 6)
                 Mails.erase(Mails.begin() + (mail - Mails.data()));
             else if (what == 6)
-                mail->Seen = !mail->Seen;
+                mail->Seen = !mail->Seen, mail->ModSeq = ModSeq;
             else if (what == 7)
                 Validity = static_cast<uint32_t>(Choices.Next(3));
             else if (Choices.Next(2) == 1)  // an id comes back with another mail, which has another size
-                *mail = {++Serial, mail->Size + 10, mail->Id, mail->Uid};
+                *mail = {++Serial, mail->Size + 10, mail->Id, mail->Uid, false, ModSeq};
             else
                 mail->Id = Mails[0].Id;
         }
@@ -105,7 +106,7 @@ class MAILBOX {
     void Add() {
         static constexpr const char* IDS[] = {"id", "", "1 ", "\x7f"};
         ++Serial;
-        MAIL mail{Serial, 1 + Choices.Next(3), IDS[Choices.Next(4)] + std::to_string(Serial), UidNext++};
+        MAIL mail{Serial, 1 + Choices.Next(3), IDS[Choices.Next(4)] + std::to_string(Serial), UidNext++, false, ModSeq};
         if (Choices.Next(8) == 7)
             mail.Id = std::string(130, 'x') + mail.Id;
         Mails.push_back(mail);
@@ -297,14 +298,17 @@ class IMAPSERVER {
             reply = "* " + std::to_string(gone + 1) + " EXPUNGE\r\n";
             Disturbs = false;
         } else if (Disturbs) {
-            reply = "* 2 FETCH (FLAGS (x))\r\n* " + std::to_string(mails.size() + 1) + " EXISTS\r\n* X {3}\r\n* 1\r\n";
+            reply = "* " + std::to_string(mails.size() + 1) + " EXISTS\r\n* X {3}\r\n* 1\r\n";
+            if (!mails.empty())
+                reply += std::string("* 1 FETCH (FLAGS (") + (mails[0].Seen ? "\\Seen" : "x") + "))\r\n";
         }
-        const size_t items = command.find(" (");
+        const size_t items = command.find(" ("), changed = command.find("CHANGEDSINCE ");
+        const int since = changed == command.npos ? -1 : atoi(command.c_str() + changed + 13);
         const std::string set = "," + command.substr(byUid ? 10 : 6, items - (byUid ? 10 : 6)) + ",";
         for (size_t number = 1; number <= mails.size(); ++number) {
             const MAIL& mail = mails[number - 1];
             const std::string name = std::to_string(byUid ? mail.Uid : number);
-            if (set.find(":") == set.npos && set.find("," + name + ",") == set.npos)
+            if (mail.ModSeq <= since || (set.find(":") == set.npos && set.find("," + name + ",") == set.npos))
                 continue;
             reply += "* " + std::to_string(number) + " FETCH (" + Items(command.substr(items), mail) + ")\r\n";
         }

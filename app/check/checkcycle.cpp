@@ -34,10 +34,12 @@ bool TakeListing(STRING& text) {
     if (ASCII::BeginsWith(text.View(), ERROR_PREFIX))
         return false;
     const int count = LISTING::ReadSummary(text).Count;
-    const int blocks = LISTING::CountBlocks(text);
-    const bool broken = !ASCII::IsDigit(std::as_const(text)[0]) || (count > 0 && blocks == 0);
+    std::string_view block;
+    const bool broken =
+        !ASCII::IsDigit(std::as_const(text)[0]) || (count > 0 && !LISTING::BLOCKCURSOR(text).Next(block));
     if (broken) {
-        Trace("TARNWICK::UpdateItem %d mails in a listing of %s\n", blocks, text.Line(0, WORD_NEVERNULL).Text());
+        Trace("TARNWICK::UpdateItem %d mails in a listing of %s\n", LISTING::CountBlocks(text),
+              text.Line(0, WORD_NEVERNULL).Text());
         text = BROKEN_LISTING;
     }
     return !broken;

@@ -57,6 +57,8 @@ class IMAPCONVERSATION {
     /// True if the server takes the names of the mails that are to be expunged. Asks it at most once, after LogIn.
     bool CanExpungeByUid();
 
+    /// Tells what has other flags since some ModSeq, or so it has said.
+    bool CanAskChanges() const { return Has("CONDSTORE"); }
     /// Puts an error of our own in the place of the last line; false.
     bool Fail(const char* text);
     /// The greeting, or the line with the last command's tag, at most 4095 bytes of it, or an error text in its place;

@@ -38,7 +38,7 @@ class FASTREADER {
             result = Listing.TakeLast(Call.Item);
             return true;
         }
-        if (!AskList(plain) || plain)
+        if (!AskChanges() || (Entries.empty() && !AskList(plain)) || plain)
             return false;
         for (ENTRY& entry : Entries)
             entry.Place = Known.Find(std::to_string(entry.Uid), *entry.Size);
@@ -78,15 +78,21 @@ class FASTREADER {
         return std::to_string(Folder.ModSeq) + " " + std::to_string(Folder.UidNext) + " " +
                std::to_string(Folder.Count);
     }
-    bool IsModSeqTrue() const {
+    // Reads what Counters has said of the last listing. True if ModSeq counted there.
+    bool ReadCounters(IMAPCONVERSATION::FOLDER& before) const {
         std::string_view state = Known.State();
-        const bool wasTrue = ASCII::Take(state, ' ') == "true";
-        uint64_t modSeq = 0;
-        uint32_t uidNext = 0;
-        if (!ASCII::ReadNumber(ASCII::Take(state, ' '), modSeq) || !ASCII::ReadNumber(ASCII::Take(state, ' '), uidNext))
+        const bool isTrue = ASCII::Take(state, ' ') == "true";
+        return ASCII::ReadNumber(ASCII::Take(state, ' '), before.ModSeq) &&
+               ASCII::ReadNumber(ASCII::Take(state, ' '), before.UidNext) && ASCII::ReadNumber(state, before.Count) &&
+               isTrue;
+    }
+    bool IsModSeqTrue() const {
+        IMAPCONVERSATION::FOLDER before;
+        const bool wasTrue = ReadCounters(before);
+        if (before.ModSeq == 0 || before.UidNext == 0)
             return false;
-        return uidNext == Folder.UidNext ? wasTrue && modSeq <= Folder.ModSeq
-                                         : uidNext < Folder.UidNext && modSeq < Folder.ModSeq;
+        return before.UidNext == Folder.UidNext ? wasTrue && before.ModSeq <= Folder.ModSeq
+                                                : before.UidNext < Folder.UidNext && before.ModSeq < Folder.ModSeq;
     }
     bool IsUnchanged() const {
         return Folder.Validity && Known.State() == "true " + Counters() && Known.Count() == Folder.Count;
@@ -99,12 +105,71 @@ class FASTREADER {
         return IsFull(Listing.Fetched().Length(), static_cast<int>(&Entries.back() - &entry));
     }
 
+    static int64_t MostMails() { return ImapTimes.ListingBytes / std::max<int64_t>(ImapTimes.MailPrice, 1); }
+
+    // Asks for what is new and for what has other flags, and takes all else from the last listing. No entries if not
+    // every mail of that is still there, or what is said does not show it. False ends the conversation.
+    bool AskChanges() {
+        IMAPCONVERSATION::FOLDER before;
+        if (!ReadCounters(before) || !IsModSeqTrue() || !Talk.CanAskChanges() || Known.Count() != before.Count ||
+            Folder.Count < before.Count || Folder.Count > MostMails())
+            return true;
+        Entries.resize(static_cast<size_t>(Folder.Count));
+        const auto were = static_cast<size_t>(before.Count);
+        size_t at = were;
+        Known.ForEach([&](std::string_view block, std::string_view id, uint64_t size) {
+            ENTRY& entry = Entries[--at];
+            if (!ASCII::ReadNumber(id, entry.Uid))
+                entry.Uid = 0;
+            entry.Size = size;
+            entry.FlagsKnown = true;
+            entry.Seen = block.substr(0, block.find("\n\n")).ends_with('1');
+        });
+        bool isSure = true;
+        const std::string command = "FETCH 1:" + std::to_string(Folder.Count) +
+                                    " (UID FLAGS RFC822.SIZE) (CHANGEDSINCE " + std::to_string(before.ModSeq) + ")";
+        const bool good = Talk.Ask(STRING(std::string_view(command)), [&](std::string_view line) {
+            uint32_t number;
+            isSure = isSure && !IMAPREPLY::ReadExpunge(line, number);
+            if (!IMAPREPLY::ReadFetchNumber(line, number) || number == 0 || number > Entries.size())
+                return;
+            IMAPREPLY::FETCHED told;
+            IMAPREPLY::TakeFetch(line, number, told);
+            ENTRY& entry = Entries[number - 1];
+            isSure = isSure && !told.BadSize && (!told.Uid || !entry.Uid || entry.Uid == told.Uid);
+            Learn(entry, told);
+        });
+        // One that has gone, and has one that came in its place in the count, moves those after it.
+        if (!good || !isSure || !AreWhole() || (Entries.size() > were && Entries[were].Uid < before.UidNext))
+            Entries.clear();
+        return Talk.IsAnswered();
+    }
+
+    static void Learn(ENTRY& entry, const IMAPREPLY::FETCHED& told) {
+        if (told.Uid)
+            entry.Uid = told.Uid;
+        if (told.Size)
+            entry.Size = told.Size;
+        entry.FlagsKnown = entry.FlagsKnown || told.FlagsKnown;
+        entry.Seen = told.FlagsKnown ? told.Seen : entry.Seen;
+    }
+
+    // True if all is known of each mail, and UIDs grow.
+    bool AreWhole() const {
+        uint32_t before = 0;
+        for (const ENTRY& entry : Entries) {
+            if (entry.Uid <= before || !entry.Size || !entry.FlagsKnown)
+                return false;
+            before = entry.Uid;
+        }
+        return true;
+    }
+
     // UID, flags and size of all that a listing has room for, the newest first. `plain`: what is said is not what every
     // server can say of all of them.
     bool AskList(bool& plain) {
-        const int64_t most = ImapTimes.ListingBytes / std::max<int64_t>(ImapTimes.MailPrice, 1);
         const uint32_t count = static_cast<uint32_t>(Folder.Count);
-        const uint32_t oldest = static_cast<uint32_t>(std::max<int64_t>(int64_t{Folder.Count} - most, 0)) + 1;
+        const uint32_t oldest = static_cast<uint32_t>(std::max<int64_t>(int64_t{Folder.Count} - MostMails(), 0)) + 1;
         std::vector<std::vector<ENTRY>> pieces;
         for (uint32_t last = count, first; last >= oldest && !plain; last = first - 1) {
             first = std::max(oldest, last >= LIST_MAILS ? last - LIST_MAILS + 1 : 1);
@@ -114,11 +179,7 @@ class FASTREADER {
         for (auto piece = pieces.rbegin(); piece != pieces.rend(); ++piece)
             Entries.insert(Entries.end(), piece->begin(), piece->end());
         Hidden = oldest - 1;
-        uint32_t before = 0;
-        for (const ENTRY& entry : Entries) {
-            plain = plain || entry.Uid <= before || !entry.Size || !entry.FlagsKnown;
-            before = entry.Uid;
-        }
+        plain = plain || !AreWhole();
         if (plain)
             Trace("IMAP::ReadFolderFast the list of mails is not a plain one\n");
         return true;
@@ -144,12 +205,7 @@ class FASTREADER {
                 mails.emplace_back();
             ENTRY& entry = mails[at];
             plain = plain || told.BadSize || (entry.Uid && told.Uid && entry.Uid != told.Uid);
-            if (told.Uid)
-                entry.Uid = told.Uid;
-            if (told.Size)
-                entry.Size = told.Size;
-            entry.FlagsKnown = entry.FlagsKnown || told.FlagsKnown;
-            entry.Seen = told.FlagsKnown ? told.Seen : entry.Seen;
+            Learn(entry, told);
         });
         plain = plain || !good || mails.size() != size_t{last} - first + 1;
         return Talk.IsAnswered();

@@ -88,12 +88,12 @@ int KNOWNMAILS::Find(std::string_view id, uint64_t size) const {
     return found != Places.end() && Mails[static_cast<size_t>(found->second)].Size == size ? found->second : -1;
 }
 
-void KNOWNMAILS::ForEach(const std::function<void(std::string_view block, std::string_view id)>& show) const {
+void KNOWNMAILS::ForEach(const SHOW& show) const {
     if (Mails.empty())
         return;
     Item.Look(LAST_LISTING, [&](const STRING& listing) {
         for (const MAIL& mail : Mails)
-            show(listing.View().substr(mail.From, mail.Length), mail.Id);
+            show(listing.View().substr(mail.From, mail.Length), mail.Id, mail.Size);
     });
 }
 

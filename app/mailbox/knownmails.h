@@ -36,9 +36,10 @@ class KNOWNMAILS {
     std::string_view State() const { return ListingState; }
     /// The place of a mail in the listing; -1 if there is none of that id and that size.
     int Find(std::string_view id, uint64_t size) const;
-    /// Shows each block of the listing, without the filter's lines, and its mail's id, which may be empty. `show` must
-    /// not touch the item.
-    void ForEach(const std::function<void(std::string_view block, std::string_view id)>& show) const;
+    /// Shows each block of the listing, without the filter's lines, its mail's id, which may be empty, and size. `show`
+    /// must not touch the item.
+    using SHOW = std::function<void(std::string_view block, std::string_view id, uint64_t size)>;
+    void ForEach(const SHOW& show) const;
     /// The bytes that its block took.
     int64_t Length(int place) const { return static_cast<int64_t>(Mails[static_cast<size_t>(place)].Length); }
 

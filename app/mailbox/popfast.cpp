@@ -245,7 +245,7 @@ std::unordered_map<std::string, std::string> KnownIds(const MAILBOXCALL& call) {
     const bool withTexts = call.Item.Exists("DownloadMailTexts") && call.Item.GetNumber("DownloadMailTexts");
     std::unordered_map<std::string, std::string> ids;
     KNOWNMAILS(call.Item, ScopeOf(call, withTexts ? POP_BODY_LINES : 0))
-        .ForEach([&ids](std::string_view block, std::string_view id) {
+        .ForEach([&ids](std::string_view block, std::string_view id, uint64_t) {
             const size_t end = block.find('\n', block.find('\n') + 1);
             if (!id.empty())
                 ids.emplace(block.substr(0, end + 1), id);

@@ -1,6 +1,7 @@
 // Checks of an IMAP folder that send their commands ahead and go on from what the last one has listed.
 
 #include <algorithm>
+#include <climits>
 #include <map>
 
 #include "app/mailbox/imap.h"
@@ -17,6 +18,7 @@ struct FOLDERSERVER {
     struct MAIL {
         int Uid, Size = 100;
         bool Seen = false;
+        int ModSeq = 0;
     };
     OUTCOME Get(STRINGARRAY& item) {
         Heard.clear();
@@ -48,6 +50,8 @@ struct FOLDERSERVER {
         if (command == "SEARCH ALL")
             reply = "* SEARCH";
         const bool byUid = command.starts_with("UID FETCH "), isList = command.ends_with("(UID FLAGS RFC822.SIZE)");
+        const size_t since = command.find("CHANGEDSINCE ");
+        const int changedSince = since == command.npos ? INT_MAX : atoi(command.c_str() + since + 13);
         for (size_t i = 0; i < Mails.size(); ++i) {
             const MAIL& mail = Mails[i];
             const std::string number = std::to_string(i + 1), uid = std::to_string(mail.Uid),
@@ -56,7 +60,7 @@ struct FOLDERSERVER {
             if (command == "SEARCH ALL")
                 reply += " " + number;
             if (!(byUid ? set.find("," + uid + ",") != set.npos
-                        : isList || command.starts_with("FETCH " + number + " ")))
+                        : isList || mail.ModSeq > changedSince || command.starts_with("FETCH " + number + " ")))
                 continue;
             reply += "* " + number + " FETCH (X x";
             if (wants("UID"))
@@ -111,6 +115,10 @@ TEST(ImapFast, WhatIsKnownIsNotAskedFor) {
     };
     const std::string plain = "SEARCH ALL\n" + alone("3") + alone("2") + alone("1");
     const std::string plain3 = list(3) + "\n" + plain, alone4 = list(4) + "\n" + texts("9") + "\n" + alone("4");
+    const auto changes = [&](int count) { return list(count) + " (CHANGEDSINCE 5)"; };
+    const std::string listed = changes(3) + "\n" + list(3);
+    const MAILS changedAndCome = {{4, 100, true, 6}, {6, 100, true}, {8}, {9, 100, true, 6}},
+                goneAndCome = {{4}, {8}, {9, 100, false, 6}};
     const MAILS fourth = {{4}, {6, 100, true}, {8}, {9}};
     const struct {
         const char* What;
@@ -130,7 +138,29 @@ TEST(ImapFast, WhatIsKnownIsNotAskedFor) {
         {"other UIDs", before, list(3) + "\n" + texts("4,6,8") + "\n", {}, {}, {}, 2},
         {"a server that says nothing of UIDs", before, list(3) + "\n" + texts("4,6,8") + "\n", {}, {}, {}, 0},
         {"nothing has changed", before, "", {}, {}, {}, 1, true},
-        {"something has changed", {{4}, {6}, {8}}, list(3) + "\n", {}, {}, {}, 1, true, 6},
+        {"something has changed", {{4}, {6, 100, false, 6}, {8}}, changes(3) + "\n", {}, {}, {}, 1, true, 6},
+        {"one has changed, one come", changedAndCome, changes(4) + "\n" + texts("9") + "\n", {}, {}, {}, 1, true, 6},
+        {"one has gone, one come", goneAndCome, listed + "\n" + texts("9") + "\n", {}, {}, {}, 1, true, 6},
+        {"one goes meanwhile", before, listed + "\n", changes(3), "* 3 EXPUNGE\r\n%", {}, 1, true, 6},
+        {"changes not told",
+         changedAndCome,
+         changes(4) + "\n" + list(4) + "\n" + texts("9") + "\n",
+         changes(4),
+         "$BAD\r\n",
+         {},
+         1,
+         true,
+         6},
+        {"a new one not told",
+         changedAndCome,
+         changes(4) + "\n" + list(4) + "\n" + texts("9") + "\n",
+         changes(4),
+         "$OK\r\n",
+         {},
+         1,
+         true,
+         6},
+        {"two have gone", {{8}}, list(1) + "\n", {}, {}, {}, 1, true, 6},
         {"a number of changes that stands still", {{4}, {6}, {8}}, list(3) + "\n", {}, {}, {}, 1, true, 5, 5},
         {"a UID twice", {{4}, {6, 100, true}, {6}}, plain3},
         {"UIDs that fall", before, plain3, list(3), "* 1 FETCH (UID 7)\r\n%"},
