@@ -15,7 +15,10 @@ int CodedByte(std::string_view text) {
 }  // namespace
 
 void AppendBase64(std::string& out, std::string_view text) {
-    out += STRING(text).FromBase64().View();
+    // The sign that nothing follows has the bytes of a last group read that was cut off.
+    STRING whole(text);
+    whole.AppendBytes("=");
+    out += whole.FromBase64().View();
 }
 
 void AppendQuotedPrintable(std::string& out, std::string_view text) {

@@ -119,6 +119,8 @@ inline constexpr SETTING SETTINGS[] = {
     {"SpamFilename", "spamdef.dat", SETTINGKIND::DATAFILE},
     {"SpamVarsFile", "spamvars.dat", SETTINGKIND::DATAFILE},
     {"SpamMinWords", "3"},
+    // Words are looked for: 0 in the lines of a mail as they came, 1 also in what a person reads of it.
+    {"SpamDecode", "0", SETTINGKIND::FIXED, 0, "1"},
     // A mail whose copy for the trash cannot be written: 0 deletes it all the same, 1 keeps it on the server.
     {"TrashKeepUncopied", "0", SETTINGKIND::FIXED, 0, "1"},
     // Marks that were set or taken by hand, when a new listing comes: 0 go, 1 stay.

@@ -133,6 +133,7 @@ constexpr FIELD FIELDS[] = {
     {PAGE_SPAM_FILES, 202, EDIT, "SpamFilename", 0, MAX_LIST_PATH},
     {PAGE_SPAM_FILES, 203, EDIT, "SpamVarsFile", 0, MAX_LIST_PATH},
     {PAGE_SPAM_FILES, 210, NUMBER, "SpamMinWords", 1, 100},
+    {PAGE_SPAM_FILES, 241, CHECK, "SpamDecode"},
 
     {PAGE_SPAM_SENDING, 202, EDIT, "SpamSmtp", 0, MAX_LIST_PATH},
     {PAGE_SPAM_SENDING, 401, LIST, "SpamSmtpSecurity", TEXT_SECURITIES},

@@ -4,6 +4,7 @@
 #include <limits>
 #include <string>
 
+#include "app/reading/letterfold.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
@@ -151,6 +152,18 @@ void SPAMWORDS::AddDefinition(std::string_view line) {
 void SPAMWORDS::ResolveMarkers() {
     for (SPAMWORD& row : Rows)
         ResolveMarkersOf(row);
+}
+
+bool SPAMWORDS::FoldLetters() {
+    bool changed = false;
+    for (SPAMWORD& row : Rows) {
+        const std::string folded = LETTERFOLD::FoldedWord(row.Word.View());
+        if (folded == row.Word.View())
+            continue;
+        row.Word = STRING(std::string_view(folded));
+        changed = true;
+    }
+    return changed;
 }
 
 bool SPAMWORDS::WriteLog(const char* file) const {

@@ -47,6 +47,8 @@ class SPAMWORDS {
     void AddDefinitions(const STRING& text);
     /// Turns the markers of all words ("~" and "*") into flags. Once, when all rows are there.
     void ResolveMarkers();
+    /// Folds all words as the decoded view of a mail is; true if that changed one.
+    bool FoldLetters();
     /// Writes the report of the table, a line a row.
     [[nodiscard]] bool WriteLog(const char* file) const;
 

@@ -1,8 +1,10 @@
 #include "app/filter/spamfilter.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
+#include "app/filter/decodedview.h"
 #include "app/filter/senderchecks.h"
 #include "app/filter/spamvariables.h"
 #include "app/mailbox/account.h"
@@ -182,7 +184,10 @@ SPAMSCORE SPAMFILTER::SpamFilterMessage(const char* message, STRING* report, int
 
 SPAMSCORE SPAMFILTER::Score(const SPAMTABLE& table, WORDSCANNER& scanner, MXMEMORY& mx, std::string_view message,
                             std::string* report, int handle, const STRING& status) {
-    scanner.Scan(message);
+    std::optional<DECODEDVIEW> view;
+    if (State.GetNumber("SpamDecode") != 0)
+        view.emplace(message);
+    scanner.Scan(message, view ? &*view : nullptr);
     if (IsStopped())
         return {};
     const bool suspect = scanner.Exceptions == 0 && scanner.Significant >= State.GetNumber("SpamMinWords");

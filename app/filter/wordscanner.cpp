@@ -30,6 +30,17 @@ size_t Position(std::string_view line, std::string_view word, size_t start, bool
     return withCase ? line.find(word, start) : ASCII::Find(line, word, start);
 }
 
+uint32_t ZoneOf(std::string_view headerLine) {
+    return ASCII::BeginsWith(headerLine, "Subject:") ? SPAMFLAG_SUBJECT
+           : ASCII::BeginsWith(headerLine, "From:")  ? SPAMFLAG_FROM
+                                                     : SPAMFLAG_TO;
+}
+
+/// Of a zone in the order of sender, receivers, subject, body.
+size_t PlaceOf(uint32_t zone) {
+    return static_cast<size_t>(std::countr_zero(zone & (HEADER_ZONES | SPAMFLAG_BODY)));
+}
+
 /// The significance of a mail's first hit of a mailing-list row, by how many lists the user says to read.
 int MailingSignificance(int distrLists) {
     return distrLists == 2 ? 1 : distrLists >= 3 ? 2 : 0;
@@ -43,7 +54,11 @@ int CutOff(double points) {
 }  // namespace
 
 SPAMTABLE::SPAMTABLE(SPAMWORDS&& words, STRINGARRAY&& vars)
-    : Words(std::move(words)), Vars(std::move(vars)), InHeader(Words, HEADER_ZONES), InBody(Words, SPAMFLAG_BODY) {}
+    : Words(std::move(words)), Vars(std::move(vars)), InHeader(Words, HEADER_ZONES), InBody(Words, SPAMFLAG_BODY) {
+    SPAMWORDS folded = Words;
+    if (folded.FoldLetters())
+        FoldedRows = std::make_unique<const SPAMTABLE>(std::move(folded), STRINGARRAY());
+}
 
 size_t WORDSEARCH::EndOfLetters(size_t from) {
     if (from < LettersStart || from >= LettersEnd) {
@@ -100,6 +115,7 @@ int WORDSEARCH::FindSpamWord(int start) {
 WORDSCANNER::WORDSCANNER(const SPAMTABLE& table, const STRINGARRAY& state, const TEXTS& texts, bool plainSearch,
                          STOPQUESTION stopAsked)
     : Table(table),
+      Rows(&table),
       State(state),
       Texts(texts),
       PlainSearch(plainSearch),
@@ -114,9 +130,10 @@ WORDSCANNER::WORDSCANNER(const SPAMTABLE& table, const STRINGARRAY& state, const
       MailingLabel(texts.Get(TEXT_MAILING)),
       WordLabel(texts.Get(TEXT_WORD)),
       SubjectLabel(texts.Get(TEXT_SUBJECT_CHECK)),
-      RecipientsLabel(texts.Get(TEXT_RECIPIENT_CHECK)) {}
+      RecipientsLabel(texts.Get(TEXT_RECIPIENT_CHECK)),
+      DecodedRemarks(texts.Get(TEXT_DECODED)) {}
 
-void WORDSCANNER::Scan(std::string_view message) {
+void WORDSCANNER::Scan(std::string_view message, const DECODEDVIEW* view) {
     TotalPoints = Significant = Exceptions = LastSignificance = 0;
     SubjectLine = FromValue = "";
     ToLine = "To: ";
@@ -128,6 +145,9 @@ void WORDSCANNER::Scan(std::string_view message) {
     InHeader = true;
     BodyLines = 0;
     SeenMailing = false;
+    InView = false;
+    Rows = &Table;
+    HitsAsCame.assign(view ? static_cast<size_t>(Table.Words.Count()) : 0, {});
 
     // A zero byte ends the text, as it does everywhere.
     message = message.substr(0, message.find('\0'));
@@ -148,6 +168,47 @@ void WORDSCANNER::Scan(std::string_view message) {
         if (StopsAfter(line.size() + 1))
             return;
     }
+    if (view)
+        ScanView(*view);
+}
+
+void WORDSCANNER::ScanView(const DECODEDVIEW& view) {
+    InView = true;
+    Rows = &Table.Folded();
+    HasFalseLetters = view.HasFalseLetters;
+    for (std::string_view rest = view.HeaderDiffers ? view.Header : std::string_view(); !rest.empty();) {
+        const std::string_view line = ASCII::Take(rest, '\n');
+        Zone = ZoneOf(line);
+        SearchLine(line);
+        if (StopsAfter(line.size() + 1))
+            return;
+    }
+    BodyLines = 0;
+    for (std::string_view rest = view.BodyDiffers ? view.Body : std::string_view(); !rest.empty(); ++BodyLines) {
+        const std::string_view line = ASCII::Take(rest, '\n');
+        Zone = BodyLines < TOP_LINES ? SPAMFLAG_BODY | SPAMFLAG_BODYTOP : SPAMFLAG_BODY;
+        SearchLine(line);
+        if (StopsAfter(line.size() + 1))
+            return;
+    }
+}
+
+// Counts a hit of the row in this zone; true for one of the view that the lines as they came had, too.
+bool WORDSCANNER::IsKnownHit(int row) {
+    if (HitsAsCame.empty())
+        return false;
+    uint32_t& hits = HitsAsCame[static_cast<size_t>(row)][PlaceOf(Zone)];
+    if (!InView)
+        ++hits;
+    return InView && hits > 0 && hits-- > 0;
+}
+
+std::string WORDSCANNER::Remark(std::string_view remark) const {
+    std::string text(remark);
+    if (InView)
+        text.append(text.empty() ? "" : ", ")
+            .append(DecodedRemarks.Word(static_cast<int>(PlaceOf(Zone)), "|", WORD_NEVERNULL).View());
+    return text;
 }
 
 // True once the program is to end. Asked from time to time, by the work done.
@@ -213,21 +274,28 @@ void WORDSCANNER::ScanHeaderLine(std::string_view wholeLine) {
 }
 
 void WORDSCANNER::SearchLine(std::string_view line) {
-    // "free ! !" is read as "free!!", and "$ 100" after a blank without that blank.
     Line.clear();
-    for (size_t i = 0; i < line.size(); ++i) {
-        if (line[i] != ' ' || i + 1 == line.size() || (line[i + 1] != '!' && line[i + 1] != '$'))
-            Line += line[i];
-        if (i % STOP_LOOK_BYTES == STOP_LOOK_BYTES - 1 && StopsAfter(STOP_LOOK_BYTES))
+    for (std::string_view rest = line; !rest.empty();) {
+        Line += rest.substr(0, STOP_LOOK_BYTES);
+        rest.remove_prefix(std::min(rest.size(), STOP_LOOK_BYTES));
+        if (!rest.empty() && StopsAfter(STOP_LOOK_BYTES))
             return;
     }
+    // "free ! !" is read as "free!!", and "$ 100" after a blank without that blank.
+    if (Line.find('!') != Line.npos || Line.find('$') != Line.npos) {
+        size_t kept = 0;
+        for (size_t i = 0; i < Line.size(); ++i)
+            if (Line[i] != ' ' || i + 1 == Line.size() || (Line[i + 1] != '!' && Line[i + 1] != '$'))
+                Line[kept++] = Line[i];
+        Line.resize(kept);
+    }
     if (PlainSearch) {
-        for (int row = 0; row < Table.Words.Count(); ++row)
+        for (int row = 0; row < Rows->Words.Count(); ++row)
             SearchRow(row);
         return;
     }
     WORDINDEX::ROWSET rows{};
-    const WORDINDEX& index = Zone & SPAMFLAG_BODY ? Table.InBody : Table.InHeader;
+    const WORDINDEX& index = Zone & SPAMFLAG_BODY ? Rows->InBody : Rows->InHeader;
     index.Find(Line, rows, StopAsked);
     for (size_t part = 0; part < rows.size(); ++part) {
         while (rows[part] != 0) {
@@ -251,10 +319,13 @@ void WORDSCANNER::SearchLine(std::string_view line) {
 }
 
 void WORDSCANNER::SearchRow(int row) {
-    const SPAMWORD& word = Table.Words[row];
+    const SPAMWORD& word = Rows->Words[row];
     if (!(Zone & word.Flags))
         return;
     if (IsFound(row) && (word.Flags & SPAMFLAG_EXCEPTION))
+        return;
+    // Whoever writes a friend's address in other letters is none.
+    if (InView && HasFalseLetters && (Zone & SPAMFLAG_FROM) && (word.Flags & SPAMFLAG_EXCEPTION))
         return;
     WORDSEARCH search(word.Flags, word.Word.View(), Line);
     for (int start = 0, position; (position = search.FindSpamWord(start)) != -1; start = position + 1) {
@@ -274,7 +345,21 @@ double WORDSCANNER::DynamicPoints(double points, const WORDSEARCH& search) const
 }
 
 void WORDSCANNER::Hit(int row, WORDSEARCH& search, int position) {
-    const SPAMWORD& word = Table.Words[row];
+    const SPAMWORD& word = Rows->Words[row];
+    const bool isKnown = IsKnownHit(row);
+    if (Zone & SPAMFLAG_FROM) {
+        // What has been recognised of a sender is used up: a shorter row does not find it again.
+        const auto at = static_cast<size_t>(position);
+        const size_t end = std::min(at + word.Word.View().size() + static_cast<size_t>(search.Overrun) +
+                                        static_cast<size_t>(search.Exclamations),
+                                    Line.size());
+        for (size_t i = std::max(at, search.OverwrittenEnd()); i < end; ++i)
+            Line[i] = '@';
+        search.SetOverwritten(end);
+        LineOverwritten = true;
+    }
+    if (isKnown)
+        return;
     double points = word.Points;
     int significance = word.Significance;
     const STRING* label = &WordLabel;
@@ -291,17 +376,6 @@ void WORDSCANNER::Hit(int row, WORDSEARCH& search, int position) {
     }
     if (IsFound(row) || (word.Flags & SPAMFLAG_NOWORD))
         significance = 0;
-    if (Zone & SPAMFLAG_FROM) {
-        // What has been recognised of a sender is used up: a shorter row does not find it again.
-        const auto at = static_cast<size_t>(position);
-        const size_t end = std::min(at + word.Word.View().size() + static_cast<size_t>(search.Overrun) +
-                                        static_cast<size_t>(search.Exclamations),
-                                    Line.size());
-        for (size_t i = std::max(at, search.OverwrittenEnd()); i < end; ++i)
-            Line[i] = '@';
-        search.SetOverwritten(end);
-        LineOverwritten = true;
-    }
     if (!IsFound(row) && (word.Flags & SPAMFLAG_EXCEPTION)) {
         label = &ExceptionLabel;
         remark = &ExceptionRemark;
@@ -312,8 +386,8 @@ void WORDSCANNER::Hit(int row, WORDSEARCH& search, int position) {
     SetFound(row, true);
     if (TraceWanted(2))
         TraceLevel(2, "TARNWICK::SpamFilter '%s'/0x%04x found in %s\n", word.Word.Text(), word.Flags, Line.c_str());
-    const std::string text = std::string(label->View()) + " '" + std::string(word.Word.View()) + "'";
-    AddReportLine(whole, significance, text, remark ? remark->View() : std::string_view());
+    const std::string text = std::string(label->View()) + " '" + std::string(Table.Words[row].Word.View()) + "'";
+    AddReportLine(whole, significance, text, Remark(remark ? remark->View() : std::string_view()));
 }
 
 void WORDSCANNER::Count(int points, int significance) {

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/common/texts.h"
+#include "app/filter/decodedview.h"
 #include "app/filter/spamdefinitions.h"
 #include "app/filter/wordindex.h"
 #include "corelib/base/stopquestion.h"
@@ -12,10 +16,15 @@
 /// The definitions as scans use them: complete, and never changed again.
 struct SPAMTABLE {
     SPAMTABLE(SPAMWORDS&& words, STRINGARRAY&& vars);
+    /// The same rows for what has been folded as the decoded view is.
+    const SPAMTABLE& Folded() const { return FoldedRows ? *FoldedRows : *this; }
     const SPAMWORDS Words;
     const STRINGARRAY Vars;
     const WORDINDEX InHeader;
     const WORDINDEX InBody;
+
+ private:
+    std::unique_ptr<const SPAMTABLE> FoldedRows;  // null where folding changes no word
 };
 
 /// The search of one row on one line.
@@ -48,14 +57,19 @@ class WORDSEARCH {
 };
 
 /// Scores the text of one mail after the other: header lines, an empty line, body lines. Points say how bad a mail is,
-/// significant indications on how many grounds.
+/// significant indications on how many grounds. With a decoded view the lines as they came are searched first, then the
+/// view's. Of a row's hits in the view, in each of the zones sender, receivers, subject and body, the first ones are
+/// those that the lines as they came had there already, as many as those were: so a row counts as often as in whichever
+/// view has it more often there. What is searched is the only thing that the view adds: the checks of subject, sender
+/// and receivers see the lines as they came.
 class WORDSCANNER {
  public:
     /// plainSearch looks for every row in every line, without the index; the results are the same.
     /// A scan breaks off, with whatever it has found by then, once stopAsked says yes.
     WORDSCANNER(const SPAMTABLE& table, const STRINGARRAY& state, const TEXTS& texts, bool plainSearch = false,
                 STOPQUESTION stopAsked = {});
-    void Scan(std::string_view message);
+    /// view: that of the message; null for none.
+    void Scan(std::string_view message, const DECODEDVIEW* view = nullptr);
     /// Adds to the totals, which stay within the range of an int.
     void Count(int points, int significance);
 
@@ -71,6 +85,9 @@ class WORDSCANNER {
  private:
     void AddReportLine(int points, int significance, std::string_view text, std::string_view remark);
     void ScanHeaderLine(std::string_view wholeLine);
+    void ScanView(const DECODEDVIEW& view);
+    bool IsKnownHit(int row);
+    std::string Remark(std::string_view remark) const;
     void EndHeader();
     void SearchLine(std::string_view line);
     void SearchRow(int row);
@@ -80,19 +97,27 @@ class WORDSCANNER {
     bool IsFound(int row) const;
     bool StopsAfter(size_t work);
 
+    static constexpr size_t ZONES = 4;
+
     const SPAMTABLE& Table;
+    const SPAMTABLE* Rows;  // those for what is searched now
     const STRINGARRAY& State;
     const TEXTS& Texts;
     const bool PlainSearch;
     const STOPQUESTION StopAsked;
     const int DynaUppercase, DynaSubject, DynaBodyTop, DynaExclamation;
     const int DistrLists;
-    const STRING ExceptionLabel, ExceptionRemark, MailingLabel, WordLabel, SubjectLabel, RecipientsLabel;
+    const STRING ExceptionLabel, ExceptionRemark, MailingLabel, WordLabel, SubjectLabel, RecipientsLabel,
+        DecodedRemarks;
 
     // The state of one scan.
     size_t DetailsLimit = 0;
     uint32_t Zone = 0;
     bool InHeader = true;
+    bool InView = false;
+    bool HasFalseLetters = false;  // the header lines of the view
+    std::vector<std::array<uint32_t, ZONES>>
+        HitsAsCame;  // of each row, if there is a view; those that it has not had yet
     int BodyLines = 0;
     bool SeenMailing = false;
     STRING ToLine, CcLine;

@@ -1,9 +1,12 @@
 #include "app/reading/htmltext.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
+#include <unordered_set>
 
 #include "app/reading/htmlentities.h"
+#include "app/reading/htmlsight.h"
 #include "corelib/base/ascii.h"
 
 namespace {
@@ -12,17 +15,93 @@ constexpr size_t NONE = std::string_view::npos;
 constexpr std::string_view BLANKS = " \t\r\n\f";
 constexpr size_t CHARSET_WITHIN = 4096;  // bytes in which a page tells its charset
 
-constexpr std::string_view UNSEEN[] = {"script", "style", "title", "template", "object", "applet", "select", "svg"};
-// A line of their own; the second row with an empty one in front.
-constexpr std::string_view BLOCKS[] = {"div",   "li",     "tr",      "dt",      "dd",     "address", "center", "hr",
-                                       "form",  "option", "section", "article", "header", "footer",  "nav",    "main",
-                                       "aside", "figure", "tbody",   "thead",   "tfoot",  "caption", "body"};
-constexpr std::string_view PARAGRAPHS[] = {"p",  "h1", "h2", "h3",    "h4",         "h5",  "h6",
-                                           "ul", "ol", "dl", "table", "blockquote", "pre", "fieldset"};
+/// What a tag does to the text.
+enum class EFFECT { None, Unseen, NewLine, Block, Paragraph, Item, Cell, Preformatted };
+struct TAG {
+    uint64_t Name;
+    EFFECT Effect;
+};
+// A block is a line of its own; a paragraph has an empty one in front.
+constexpr auto TAGS = [] {
+    std::array tags{
+        TAG{HtmlName("address"), EFFECT::Block},
+        TAG{HtmlName("applet"), EFFECT::Unseen},
+        TAG{HtmlName("article"), EFFECT::Block},
+        TAG{HtmlName("aside"), EFFECT::Block},
+        TAG{HtmlName("blockquote"), EFFECT::Paragraph},
+        TAG{HtmlName("body"), EFFECT::Block},
+        TAG{HtmlName("br"), EFFECT::NewLine},
+        TAG{HtmlName("caption"), EFFECT::Block},
+        TAG{HtmlName("center"), EFFECT::Block},
+        TAG{HtmlName("dd"), EFFECT::Block},
+        TAG{HtmlName("div"), EFFECT::Block},
+        TAG{HtmlName("dl"), EFFECT::Paragraph},
+        TAG{HtmlName("dt"), EFFECT::Block},
+        TAG{HtmlName("fieldset"), EFFECT::Paragraph},
+        TAG{HtmlName("figure"), EFFECT::Block},
+        TAG{HtmlName("footer"), EFFECT::Block},
+        TAG{HtmlName("form"), EFFECT::Block},
+        TAG{HtmlName("h1"), EFFECT::Paragraph},
+        TAG{HtmlName("h2"), EFFECT::Paragraph},
+        TAG{HtmlName("h3"), EFFECT::Paragraph},
+        TAG{HtmlName("h4"), EFFECT::Paragraph},
+        TAG{HtmlName("h5"), EFFECT::Paragraph},
+        TAG{HtmlName("h6"), EFFECT::Paragraph},
+        TAG{HtmlName("header"), EFFECT::Block},
+        TAG{HtmlName("hr"), EFFECT::Block},
+        TAG{HtmlName("li"), EFFECT::Item},
+        TAG{HtmlName("main"), EFFECT::Block},
+        TAG{HtmlName("nav"), EFFECT::Block},
+        TAG{HtmlName("object"), EFFECT::Unseen},
+        TAG{HtmlName("ol"), EFFECT::Paragraph},
+        TAG{HtmlName("option"), EFFECT::Block},
+        TAG{HtmlName("p"), EFFECT::Paragraph},
+        TAG{HtmlName("pre"), EFFECT::Preformatted},
+        TAG{HtmlName("script"), EFFECT::Unseen},
+        TAG{HtmlName("section"), EFFECT::Block},
+        TAG{HtmlName("select"), EFFECT::Unseen},
+        TAG{HtmlName("style"), EFFECT::Unseen},
+        TAG{HtmlName("svg"), EFFECT::Unseen},
+        TAG{HtmlName("table"), EFFECT::Paragraph},
+        TAG{HtmlName("tbody"), EFFECT::Block},
+        TAG{HtmlName("td"), EFFECT::Cell},
+        TAG{HtmlName("template"), EFFECT::Unseen},
+        TAG{HtmlName("tfoot"), EFFECT::Block},
+        TAG{HtmlName("th"), EFFECT::Cell},
+        TAG{HtmlName("thead"), EFFECT::Block},
+        TAG{HtmlName("title"), EFFECT::Unseen},
+        TAG{HtmlName("tr"), EFFECT::Block},
+        TAG{HtmlName("ul"), EFFECT::Paragraph},
+    };
+    std::ranges::sort(tags, {}, &TAG::Name);
+    return tags;
+}();
 
-template <class LIST>
-bool In(const LIST& list, std::string_view name) {
-    return std::ranges::find(list, name) != std::end(list);
+EFFECT EffectOf(uint64_t name) {
+    const auto* const tag = std::ranges::lower_bound(TAGS, name, {}, &TAG::Name);
+    return tag != TAGS.end() && tag->Name == name ? tag->Effect : EFFECT::None;
+}
+
+using BYTES = std::array<bool, 256>;
+constexpr BYTES MakeBytes(std::string_view members) {
+    BYTES bytes{};
+    for (const char c : members)
+        bytes[static_cast<unsigned char>(c)] = true;
+    return bytes;
+}
+constexpr BYTES STOPS = MakeBytes("<& \t\r\n\f");  // at which a run of plain text ends
+constexpr BYTES TAG_STOPS = MakeBytes("\"'>");
+constexpr bool Is(const BYTES& bytes, char c) {
+    return bytes[static_cast<unsigned char>(c)];
+}
+
+/// The plain text at the beginning, with the single blanks in it.
+size_t PlainText(std::string_view text) {
+    size_t at = 1;
+    while (at < text.size() &&
+           (!Is(STOPS, text[at]) || (text[at] == ' ' && at + 1 < text.size() && !Is(STOPS, text[at + 1]))))
+        ++at;
+    return at;
 }
 
 /// Puts the text together: line ends and blanks come only when something follows them.
@@ -62,27 +141,83 @@ class LINES {
     bool Gap = false;
 };
 
-/// Cuts the tag at the text's beginning off; gives its name in lower case, with the "/" of an end tag. A tag that never
-/// ends takes all.
-std::string TakeTag(std::string_view& text) {
-    const bool end = text.size() > 1 && text[1] == '/';
-    size_t at = end ? 2 : 1;
-    while (at < text.size() && (ASCII::IsLetterOrDigit(text[at])))
-        ++at;
-    std::string name = (end ? "/" : "") + ASCII::Lower(text.substr(end ? 2 : 1, at - (end ? 2 : 1)));
-    char quote = 0;
-    for (char before = 0; at < text.size(); before = BLANKS.find(text[at]) == NONE ? text[at] : before, ++at) {
-        const char c = text[at];
-        if (quote != 0)
-            quote = c == quote ? '\0' : quote;
-        else if ((c == '"' || c == '\'') && before == '=')
-            quote = c;
-        else if (c == '>')
-            break;
+struct TAGPARTS {
+    uint64_t Name = 0;
+    std::string_view Letters;  // the name as it stands there
+    bool IsEnd = false;
+    std::string_view Attributes;
+};
+
+/// Cuts the tag at the text's beginning off. A tag that never ends takes all.
+TAGPARTS TakeTag(std::string_view& text) {
+    TAGPARTS tag;
+    tag.IsEnd = text.size() > 1 && text[1] == '/';
+    size_t at = tag.IsEnd ? 2 : 1;
+    for (const size_t first = at; at < text.size() && ASCII::IsLetterOrDigit(text[at]); ++at) {
+        if (at - first < sizeof tag.Name)
+            tag.Name = tag.Name << 8 | ASCII::Lower(text[at]);
+        tag.Letters = text.substr(first, at + 1 - first);
     }
+    const size_t begin = at;
+    for (; at < text.size() && text[at] != '>'; ++at) {
+        if (!Is(TAG_STOPS, text[at]))
+            continue;
+        // A quote opens a value after "=" alone.
+        size_t before = at;
+        while (before > begin && ASCII::IsSpace(text[before - 1]))
+            --before;
+        if (before == begin || text[before - 1] != '=')
+            continue;
+        at = std::min(text.find(text[at], at + 1), text.size() - 1);
+    }
+    tag.Attributes = text.substr(begin, at - begin);
     text.remove_prefix(std::min(at + 1, text.size()));
-    return name;
+    return tag;
 }
+
+/// The hosts that a page's links lead to, each once.
+class HOSTS {
+ public:
+    void Take(uint64_t tag, std::string_view attributes) {
+        if (tag != HtmlName("a") && tag != HtmlName("area") && tag != HtmlName("img") && tag != HtmlName("form"))
+            return;
+        HTMLATTRIBUTES walk(attributes);
+        for (std::string_view name, value; walk.Next(name, value);) {
+            if (ASCII::Equal(name, "href") || ASCII::Equal(name, "src") || ASCII::Equal(name, "action"))
+                TakeLink(value);
+        }
+    }
+    const std::string& Line() const { return Text; }
+
+ private:
+    void TakeLink(std::string_view link) {
+        constexpr size_t LINK_BYTES = 600;
+        std::string plain;
+        for (link = link.substr(0, LINK_BYTES); !link.empty();) {
+            if (link[0] == '&') {
+                TakeEntity(link, plain);
+            } else {
+                if (!ASCII::IsSpace(link[0]))
+                    plain += link[0];
+                link.remove_prefix(1);
+            }
+        }
+        const std::string_view all = plain;
+        const size_t start = all.find("//");
+        if (start == NONE || all.substr(0, start).find_first_of("/?#") != NONE)
+            return;
+        std::string_view host = all.substr(start + 2);
+        host = host.substr(0, host.find_first_of("/?#\\"));
+        host.remove_prefix(host.rfind('@') + 1);
+        host = host.substr(0, host.find(':'));
+        if (!host.empty() && Known.size() < MOST && Known.insert(ASCII::Lower(host)).second)
+            Text.append(Text.empty() ? "" : " ").append(host);
+    }
+
+    static constexpr size_t MOST = 200;
+    std::unordered_set<std::string> Known;
+    std::string Text;
+};
 
 /// Cuts all up to and with `mark` off, or all if there is none.
 void SkipPast(std::string_view& text, std::string_view mark) {
@@ -97,8 +232,11 @@ bool BeginsTag(std::string_view text) {
 
 }  // namespace
 
-std::string HtmlText(std::string_view html) {
+std::string HtmlText(std::string_view html, READBY reader) {
     LINES lines;
+    HTMLSIGHT sight;
+    HOSTS hosts;
+    const bool isFilter = reader == READBY::Filter;
     int preformatted = 0;
     while (!html.empty()) {
         const char c = html.front();
@@ -107,40 +245,59 @@ std::string HtmlText(std::string_view html) {
         } else if (c == '<' && html.size() > 1 && (html[1] == '!' || html[1] == '?')) {
             SkipPast(html, ">");
         } else if (c == '<' && BeginsTag(html)) {
-            const std::string tag = TakeTag(html);
-            const std::string_view name = std::string_view(tag).substr(tag.starts_with('/') ? 1 : 0);
-            if (!tag.starts_with('/') && In(UNSEEN, name)) {
-                SkipPast(html, "</" + tag);
-                SkipPast(html, ">");
-            } else if (name == "br") {
-                lines.NewLine();
-            } else if (In(PARAGRAPHS, name)) {
-                lines.Break(2);
-            } else if (In(BLOCKS, name)) {
-                lines.Break(1);
-            } else if (name == "td" || name == "th") {
-                lines.Blank();
+            const TAGPARTS tag = TakeTag(html);
+            const EFFECT effect = EffectOf(tag.Name);
+            if (effect == EFFECT::Unseen) {
+                if (!tag.IsEnd) {
+                    SkipPast(html, "</" + std::string(tag.Letters));
+                    SkipPast(html, ">");
+                }
+                if (tag.Name == HtmlName("style"))
+                    sight.SeesStyleSheet();
+                continue;
             }
-            if (tag == "li")
+            if (isFilter && tag.IsEnd) {
+                sight.End(tag.Name);
+            } else if (isFilter) {
+                sight.Begin(tag.Name, tag.Attributes);
+                if (!sight.IsHidden())
+                    hosts.Take(tag.Name, tag.Attributes);
+            }
+            if (effect == EFFECT::NewLine)
+                lines.NewLine();
+            else if (effect == EFFECT::Paragraph || effect == EFFECT::Preformatted)
+                lines.Break(2);
+            else if (effect == EFFECT::Block || effect == EFFECT::Item)
+                lines.Break(1);
+            else if (effect == EFFECT::Cell)
+                lines.Blank();
+            if (effect == EFFECT::Item && !tag.IsEnd && !sight.IsHidden())
                 lines.Character("- ");
-            preformatted = std::clamp(preformatted + (tag == "pre" ? 1 : tag == "/pre" ? -1 : 0), 0, 1);
+            if (effect == EFFECT::Preformatted)
+                preformatted = tag.IsEnd ? 0 : 1;
         } else if (c == '&') {
             std::string character;
             TakeEntity(html, character);
-            character == " " ? lines.Blank() : lines.Character(character);
-        } else if (BLANKS.find(c) != NONE) {
+            if (!sight.IsHidden())
+                character == " " ? lines.Blank() : lines.Character(character);
+        } else if (Is(STOPS, c) && c != '<') {
             if (preformatted > 0 && c == '\n')
                 lines.NewLine();
-            else if (preformatted > 0 && c != '\r')
+            else if (preformatted > 0 && c != '\r' && !sight.IsHidden())
                 lines.Character({&c, 1});
             else
                 lines.Blank();
             html.remove_prefix(1);
         } else {
-            const size_t plain = std::min(html.find_first_of("<& \t\r\n\f", 1), html.size());
-            lines.Character(html.substr(0, plain));
+            const size_t plain = PlainText(html);
+            if (!sight.IsHidden())
+                lines.Character(html.substr(0, plain));
             html.remove_prefix(plain);
         }
+    }
+    if (!hosts.Line().empty()) {
+        lines.Break(1);
+        lines.Character(hosts.Line());
     }
     return lines.Take();
 }

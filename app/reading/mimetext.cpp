@@ -4,7 +4,6 @@
 
 #include "app/common/transfercoding.h"
 #include "app/reading/headerwords.h"
-#include "app/reading/htmltext.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/codepage.h"
 #include "corelib/base/headerblock.h"
@@ -55,6 +54,7 @@ std::string InUtf8(std::string_view bytes, std::string_view charset) {
 
 class READER {
  public:
+    explicit READER(READBY reader) : For(reader) {}
     std::string Read(const PART& part, int depth) {
         if (++Parts > MOST_PARTS || depth > DEEPEST)
             return {};
@@ -77,12 +77,12 @@ class READER {
     }
 
  private:
-    static std::string ReadPage(const PART& part) {
+    std::string ReadPage(const PART& part) const {
         const std::string bytes = part.Decoded();
         std::string charset = HeaderParameter(part.ContentType.View(), "charset");
         if (charset.empty())
             charset = HtmlCharset(bytes);
-        return HtmlText(InUtf8(bytes, charset));
+        return HtmlText(InUtf8(bytes, charset), For);
     }
 
     std::string ReadParts(const PART& whole, int depth) {
@@ -113,7 +113,11 @@ class READER {
                 text += text.ends_with('\n') ? "\n" : "\n\n";
             text += words;
         }
-        return alternatives && text.find_first_not_of(BLANKS) == NONE ? page : text;
+        if (!alternatives)
+            return text;
+        const bool takesPage =
+            For == READBY::Filter ? page.find_first_not_of(BLANKS) != NONE : text.find_first_not_of(BLANKS) == NONE;
+        return takesPage ? page : text;
     }
 
     /// Cuts all up to and with the next line that begins with the boundary off.
@@ -150,6 +154,7 @@ class READER {
         return true;
     }
 
+    const READBY For;
     int Parts = 0;
 };
 
@@ -203,6 +208,6 @@ std::string JoinedFields(std::string_view header) {
     return joined;
 }
 
-std::string ReadableText(std::string_view header, std::string_view body) {
-    return READER().Read(PART(header, body), 0);
+std::string ReadableText(std::string_view header, std::string_view body, READBY reader) {
+    return READER(reader).Read(PART(header, body), 0);
 }

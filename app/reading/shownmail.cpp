@@ -15,10 +15,18 @@ namespace {
 /// More of a body is no text that a person reads, and only takes its time.
 constexpr size_t READ_BYTES = 2'000'000;
 
+STRING HeaderOfServer(std::string_view header) {
+    // Blocks with an id line of ours hold the mail's own lines, of which a stranger may call one so.
+    if (ReadHeaderField(header, LISTING::ID_HEADER).NotNull())
+        return STRING();
+    const STRING whole = ReadHeaderField(header, LISTING::TRANSPORT_HEADER);
+    return whole.Length() > 0 ? whole.Unescape() : STRING();
+}
+
 /// The server's header, or the block's own lines where those are all of it.
-STRING WholeHeader(const STRINGARRAY& record) {
-    STRING whole = SHOWNMAIL::ServerHeader(record);
-    return whole.NotNull() ? whole : record["Header"];
+std::string WholeHeader(std::string_view header) {
+    const STRING whole = HeaderOfServer(header);
+    return JoinedFields(whole.NotNull() ? whole.View() : header);
 }
 
 /// A comma in an encoded word ends no address: as its code it stands for itself alone.
@@ -44,7 +52,7 @@ STRING WithCodedMarks(std::string_view value) {
 /// The fields of the server's header, and the charset of the mail's text, in which careless programs write them.
 struct FIELDS {
     explicit FIELDS(const STRINGARRAY& record)
-        : Lines(JoinedFields(WholeHeader(record).View())),
+        : Lines(WholeHeader(record["Header"].View())),
           Charset(HeaderParameter(ReadHeaderField(Lines, "Content-Type").View(), "charset")) {}
     std::string Shown(const STRING& value) const {
         return std::string(ASCII::Trim(DISPLAYTEXT::Safe(HeaderWords(value.View(), Charset)), " "));
@@ -72,18 +80,27 @@ SHOWNMAIL::HEADER SHOWNMAIL::Header(const STRINGARRAY& record) {
     return {fields.Person(record, "From"), fields.Person(record, "To"), fields.Shown(fields.Value(record, "Subject"))};
 }
 
-std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
-    std::string_view body = record["Body"].View();
-    std::string single;
-    if (LISTING::TakeReplyEnd(body)) {
-        for (std::string_view rest = body; !rest.empty();) {
+SHOWNMAIL::SOURCE::SOURCE(std::string_view header, std::string_view body) : Body(body) {
+    const STRING server = HeaderOfServer(header);
+    IsOwnHeader = !server.NotNull();
+    Fields = JoinedFields(IsOwnHeader ? header : server.View());
+    // A mailbox tells it in its own lines.
+    IsRead = !IsOwnHeader && ReadHeaderField(header, LISTING::MIME_HEADER) == "no";
+    if (LISTING::TakeReplyEnd(Body) && (Body.starts_with("..") || Body.find("\n..") != Body.npos)) {
+        for (std::string_view rest = Body; !rest.empty();) {
             const std::string_view line = ASCII::Take(rest, '\n');
-            single.append(line.substr(line.starts_with("..") ? 1 : 0)).push_back('\n');
+            Single.append(line.substr(line.starts_with("..") ? 1 : 0)).push_back('\n');
         }
-        body = single;
+        Body = Single;
     }
-    const std::string header = SHOWNMAIL::IsRead(record) ? std::string() : JoinedFields(WholeHeader(record).View());
-    const std::string text = ReadableText(header, body.substr(0, READ_BYTES));
+}
+
+std::string SHOWNMAIL::SOURCE::Text(READBY reader) const {
+    return ReadableText(IsRead ? std::string_view() : Fields, Body.substr(0, READ_BYTES), reader);
+}
+
+std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
+    const std::string text = SOURCE(record["Header"].View(), record["Body"].View()).Text(READBY::Person);
     std::string lines;
     for (std::string_view rest = text; !rest.empty();)
         lines.append(ASCII::TrimRight(DISPLAYTEXT::Safe(ASCII::Take(rest, '\n')), " ")).push_back('\n');
@@ -91,16 +108,9 @@ std::string SHOWNMAIL::Text(const STRINGARRAY& record) {
 }
 
 bool SHOWNMAIL::IsRead(const STRINGARRAY& record) {
-    // A mailbox tells it in its own lines.
-    return SHOWNMAIL::ServerHeader(record).NotNull() &&
-           ReadHeaderField(record["Header"].View(), LISTING::MIME_HEADER) == "no";
+    return SOURCE(record["Header"].View(), {}).IsRead;
 }
 
 STRING SHOWNMAIL::ServerHeader(const STRINGARRAY& record) {
-    // Blocks with an id line of ours hold the mail's own lines, of which a stranger may call one so.
-    const std::string_view header = record["Header"].View();
-    if (ReadHeaderField(header, LISTING::ID_HEADER).NotNull())
-        return STRING();
-    const STRING whole = ReadHeaderField(header, LISTING::TRANSPORT_HEADER);
-    return whole.Length() > 0 ? whole.Unescape() : STRING();
+    return HeaderOfServer(record["Header"].View());
 }

@@ -1,5 +1,6 @@
 #include "corelib/base/codepage.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -15,8 +16,9 @@ constexpr std::array<uint16_t, 32> UPPER_CONTROLS = {0x20ac, 0,      0x201a, 0x0
                                                      0,      0x2018, 0x2019, 0x201c, 0x201d, 0x2022, 0x2013, 0x2014,
                                                      0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0,      0x017e, 0x0178};
 
-/// The byte of a character; -1 if the code page lacks it.
-int ByteOf(char32_t code) {
+}  // namespace
+
+int CODEPAGE::ByteOf(char32_t code) {
     if (code < 0x80 || (code >= 0xa0 && code <= 0xff)) {
         return static_cast<int>(code);
     }
@@ -27,8 +29,6 @@ int ByteOf(char32_t code) {
     }
     return -1;
 }
-
-}  // namespace
 
 STRING CODEPAGE::FromUtf8(std::string_view utf8) {
     STRING result(std::string_view{});
@@ -51,6 +51,13 @@ void CODEPAGE::AppendUtf8(std::string& out, char byte) {
 
 void CODEPAGE::AppendGuessed(std::string& out, std::string_view text) {
     while (!text.empty()) {
+        const auto* const end =
+            std::ranges::find_if(text, [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+        const auto plain = static_cast<size_t>(end - text.begin());
+        out += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty())
+            return;
         const std::string_view before = text;
         if (UTF8::Take(text) == UTF8::INVALID)
             AppendUtf8(out, before.front());

@@ -17,6 +17,8 @@ STRING ToUtf8(STRING value);
 void AppendGuessed(std::string& out, std::string_view text);
 /// Appends the character of one byte; "?" for the five bytes that the code page does not use.
 void AppendUtf8(std::string& out, char byte);
+/// The byte of a character; -1 if the code page lacks it.
+int ByteOf(char32_t code);
 /// For whoever reads nothing else. A character that the code page lacks becomes "?", and so does a byte that is no
 /// UTF-8. Never null.
 STRING FromUtf8(std::string_view utf8);

@@ -67,5 +67,16 @@ bool CHARSET::AppendUtf8(std::string& out, std::string_view charset, std::string
         return false;
     const std::string name = ASCII::Lower(charset);
     const auto* const row = std::ranges::find_if(NAMES, [&](const CHARSETNAME& known) { return name == known.Name; });
+    const bool isWestern = row != std::end(NAMES) && row->CodePage == 1252;
+    const bool holdsAscii = isWestern || name.starts_with("iso-8859-") || name.starts_with("windows-12");
+    if (holdsAscii && std::ranges::none_of(text, [](char c) { return static_cast<unsigned char>(c) >= 0x80; })) {
+        out += text;
+        return true;
+    }
+    if (isWestern) {
+        for (const char byte : text)
+            CODEPAGE::AppendUtf8(out, byte);
+        return true;
+    }
     return ConvertToUtf8(row != std::end(NAMES) ? *row : CHARSETNAME{name.c_str(), name.c_str(), 0}, text, out);
 }

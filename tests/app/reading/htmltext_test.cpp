@@ -1,5 +1,8 @@
 #include "app/reading/htmltext.h"
 
+#include <algorithm>
+
+#include "corelib/base/ascii.h"
 #include "tests/support/testsupport.h"
 
 namespace {
@@ -30,6 +33,51 @@ TEST(HtmlText, IsWhatAPersonReads) {
     };
     for (const auto& test : CASES)
         EXPECT_EQ(HtmlText(test.Html), test.Text) << test.Html;
+}
+
+// For the filter: v stands for what is seen, x for what is not.
+TEST(HtmlText, LeavesOutForTheFilterWhatNobodySees) {
+    const char* const CASES[][2] = {
+        {"<div style='display : NONE'>x<p>x</div>v", "v"},
+        {"<span style=\"color:#fff\">x</span>v<font color=white>x</font>", "v"},
+        {"<td bgcolor='#000'><font color=\"#0a0000\">x</font><font color=red>v</font>", "v"},
+        {"<body bgcolor=black text=black>x<p style='color:rgb(255, 255, 255)'>v", "v"},
+        {"<p style='background:url(x.png)'><b style='color:white'>v</b>", "v"},
+        {"<style>.a{background:red}</style><p class=a style='color:white'>v", "v"},
+        {"<p style='font-size:0'>x<b style='font-size:12px'>v</b><i style='font-size:120%'>x</i><i "
+         "style=font-size:1px>x</i>",
+         "v"},
+        {"<p style='visibility:hidden'>x<b style='visibility:visible'>v</b>", "v"},
+        {"<div style='max-height:0px;overflow:hidden !important'>x</div><div style='max-height:0'>v</div>", "v"},
+        {"<i style=opacity:0>x</i><i style='opacity:0.4'>v</i><b hidden>x</b>", "v"},
+        // What is not ended is ended by what follows, as in any browser.
+        {"<p style='display:none'>x<p>v", "v"},
+        {"<p><span style='display:none'>x<div>v</div>", "v"},
+        {"<div><b style='display:none'>x</div>v", "v"},
+        {"<table><tr><td style='display:none'>x<td>v<tr style='display:none'><td>x<td>x<tr><td>v</table>", "v v"},
+        {"<ul><li style='display:none'>x<li>v</ul>", "- v"},
+        {"<br style='display:none'>v", "v"},
+        {"</p></div></b>v<b style='display:none'>x", "v"},
+        {"V&#8203;<b></b>v", "V\u200bv"},
+        {"<a href='https://u:p@Shop.example:80/?x'>v</a><a href=\"&#104;ttp://shop.example\">v</a><img "
+         "src=//pix.example/1>"
+         "<a href='mailto:x@y'>v</a><p style='display:none'><a href=http://x.example></p>",
+         "vvv  Shop.example pix.example"},
+    };
+    for (const auto& [html, text] : CASES) {
+        std::string read = HtmlText(html, READBY::Filter);
+        std::ranges::replace(read, '\n', ' ');
+        EXPECT_EQ(ASCII::TrimRight(read, " "), text) << html;
+        EXPECT_NE(HtmlText(html).find('v'), std::string::npos);
+    }
+    // Each element costs the same, however many are open.
+    std::string deep, wide;
+    for (int i = 0; i < 30000; ++i) {
+        deep += "<div style='display:none'><p>x";
+        wide += "<p style='color:red'>v</x>";
+    }
+    EXPECT_EQ(HtmlText(deep, READBY::Filter), "");
+    EXPECT_GT(HtmlText(wide, READBY::Filter).size(), 60000U);
 }
 
 TEST(HtmlText, TellsItsCharset) {
