@@ -62,10 +62,9 @@ class MAILBOX {
                 mail->Seen = !mail->Seen, mail->ModSeq = ModSeq;
             else if (what == 7)
                 Validity = static_cast<uint32_t>(Choices.Next(3));
-            else if (Choices.Next(2) == 1)  // an id comes back with another mail, which has another size
-                *mail = {++Serial, mail->Size + 10, mail->Id, mail->Uid, false, ModSeq};
-            else
-                mail->Id = Mails[0].Id;
+            else  // an id comes back with another mail, or is that of two; no two such mails have one size
+                *mail = {++Serial,  10 * Serial, Choices.Next(2) == 1 ? mail->Id : Mails[0].Id,
+                         mail->Uid, false,       ModSeq};
         }
     }
     // Of the replies to come, one will not be what it should.

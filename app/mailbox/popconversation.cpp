@@ -178,8 +178,8 @@ bool TALK::Authenticate(const STRING& user, const STRING& password) {
     if (!digest.empty()) {
         if (Ask("APOP ", (MAILACCOUNT::Printable(user) || " " || digest.c_str()).View()))
             return true;
-        // Servers greet so whom they cannot prove a password to, too. A code tells more.
-        if (!IsRefused() || strchr(Reply, '['))
+        // Servers greet so whom they cannot prove a password to, too. A code other than that of bad words tells more.
+        if (!IsRefused() || (strchr(Reply, '[') && !ASCII::Holds(Reply, "[AUTH]")))
             return false;
         ProofRefused = true;
     }
