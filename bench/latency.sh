@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Whole checks over a line that delays each direction by 20 ms, and on loopback, beside mpop and mbsync, which fetch
 # whole mails: the first check of a mailbox, and later ones with 10 new mails each. Needs dovecot-pop3d, dovecot-imapd,
-# mpop, isync and python3.
+# mpop, isync and python3. With OTHERS=1 fetchmail and curl, too, as far as they are installed: fetchmail asks for one
+# mail after the other; curl, which knows no mails, fetches all at first, and later a list and the last ten.
 # usage: bench/latency.sh BUILD_DIR [CHECKS]     (the build tree of the preset "bench"; later checks, 3 by default)
 set -eu
 
@@ -62,6 +63,22 @@ RC
                 seconds mbsync -q -c "$dir/mbsync/rc$1" c
             fi
         }
+        others() { # MAILS PORT first|later
+            [ -n "${OTHERS:-}" ] || return 0
+            if command -v fetchmail >/dev/null; then
+                printf 'poll 127.0.0.1 protocol %s port %s uidl user box%s password secret keep mda "cat >/dev/null" sslproto ""\n' \
+                    $protocol "$2" "$1" >"$dir/fetchmailrc"
+                chmod 600 "$dir/fetchmailrc"
+                echo "  fetchmail $3 $(seconds fetchmail -s -f "$dir/fetchmailrc" -i "$dir/fetchids$1" --pidfile "$dir/fetchmail.pid") s"
+            fi
+            command -v curl >/dev/null || return 0
+            local url=$protocol://127.0.0.1:$2/ of='' count all
+            [ $protocol = pop3 ] || of='INBOX/;MAILINDEX='
+            count=$(($(find "$dir/mail/box$1/cur" "$dir/mail/box$1/new" -type f | wc -l)))
+            all="$url$of[1-$count]"
+            [ "$3" = first ] || all="$url$of[$((count - 9))-$count]"
+            echo "  curl $3 $(seconds curl -sS --user "box$1:secret" "$url" "$all") s"
+        }
         for mails in ${MAILS:-1000 5000 10000}; do
             "$bin/bare_$protocol" "$port" box$mails secret 0 >/dev/null # the server's own caches
             deliver="sh $dir/deliver $dir/mail/box$mails"
@@ -69,8 +86,14 @@ RC
                 echo "$protocol $mails, $([ $at = $line ] && echo 'a line of 40 ms' || echo loopback)"
                 (cd "$dir" && "$bin/check_bench" $protocol $at box$mails 1 "$deliver" $((later + 1))) | awk '{ print (NR == 1 ? "  first" : "  later"), "wall", $2, "ms, processor", $3, "ms, peak", $4, "KB, mails", $1 }'
                 rm -rf "$dir/mpop" "$dir/mbsync"
+                rm -f "$dir/fetchids$mails"
                 echo "  peer first $(peer $mails $at) s"
-                for _ in $(seq "$later"); do $deliver && echo "  peer later $(peer $mails $at) s"; done
+                others $mails $at first
+                for _ in $(seq "$later"); do
+                    $deliver
+                    echo "  peer later $(peer $mails $at) s"
+                    others $mails $at later
+                done
             done
         done
     )
