@@ -7,6 +7,7 @@
 #include "app/mailbox/imap.h"
 #include "app/mailbox/imapreply.h"
 #include "tests/app/mailbox/mailboxsupport.h"
+#include "tests/support/stopsoon.h"
 
 namespace {
 
@@ -241,6 +242,28 @@ TEST(ImapFast, AnEndInAWindowIsADoubt) {
         const OUTCOME outcome = server.Get(item);
         return outcome.Ok || item.GetNumber("@PlainChecks") != 1 ? testing::PrintToString(outcome) : "";
     });
+}
+
+TEST(ImapFast, AWindowEndsWithTheProgram) {
+    std::string list;
+    for (int uid = 1; uid <= 600; ++uid)
+        list += "* " + std::to_string(uid) + " FETCH (UID " + std::to_string(uid) + " FLAGS () RFC822.SIZE 9)\r\n";
+    SCRIPT script = ServerScript(
+        GREETING, {{"IMAPCMD_0 LOGIN joe pw", "IMAPCMD_0 OK\r\n"},
+                   {"IMAPCMD_1 SELECT INBOX", "* 600 EXISTS\r\n* OK [UIDVALIDITY 1] x\r\nIMAPCMD_1 OK\r\n"},
+                   {"IMAPCMD_2 FETCH 1:600 (UID FLAGS RFC822.SIZE)", list + "IMAPCMD_2 OK\r\n"}});
+    script.push_back(PLAY::ReadUntil("IMAPCMD_10 UID FETCH"));
+    script.push_back(PLAY::Send("* 600 FETCH (UID 600 BODY[HEADER] {50}\r\nx"));
+    SHORTTIMES times(8000);
+    SCRIPTEDSERVER server(script);
+    RECORDINGROW row;
+    const STOPSOON stop;
+    row.StopAsked = stop.Question();
+    row.Item.Set("FastCheck", "1");
+    STRING result;
+    EXPECT_FALSE(ImapGet(row.Call(STRING(server.HostPort())), "", 0, result));
+    EXPECT_STOPPED(stop);
+    EXPECT_FALSE(row.Item.Exists("@PlainChecks")) << "an end of ours is no doubt";
 }
 
 // A server that says to each command what it says in these exchanges, of mail 7, which is its only one and has another
