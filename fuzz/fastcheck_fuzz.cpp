@@ -5,12 +5,12 @@
 #include <vector>
 
 #include "app/mailbox/imap.h"
-#include "app/mailbox/listing.h"
 #include "app/mailbox/pop3.h"
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
 #include "corelib/net/tcpio.h"
 #include "fuzz/fuzz.h"
+#include "fuzz/listingblocks.h"
 #include "tests/servers/answeringdevice.h"
 #include "tests/support/times.h"
 
@@ -115,14 +115,6 @@ class MAILBOX {
     int LieAt = -1, LieKind = 0, Replies = 0;
     std::string Held;
 };
-
-std::vector<std::string> Blocks(const STRING& listing) {
-    std::vector<std::string> blocks;
-    LISTING::BLOCKCURSOR cursor(listing);
-    for (std::string_view block; cursor.Next(block);)
-        blocks.emplace_back(block);
-    return blocks;
-}
 
 // As a check keeps a listing.
 void Keep(STRINGARRAY& item, const STRING& listing) {

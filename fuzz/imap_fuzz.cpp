@@ -1,18 +1,10 @@
 #include "app/mailbox/imap.h"
-#include "app/mailbox/listing.h"
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
+#include "fuzz/listingblocks.h"
 #include "fuzz/saidserver.h"
 
 namespace {
-
-std::vector<std::string> Blocks(const STRING& listing) {
-    std::vector<std::string> blocks;
-    LISTING::BLOCKCURSOR cursor(listing);
-    for (std::string_view block; cursor.Next(block);)
-        blocks.emplace_back(block);
-    return blocks;
-}
 
 // Whatever an IMAP server says, reading ends, and what comes out is an error, or a listing in which nothing that the
 // server said can end a block.
