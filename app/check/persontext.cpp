@@ -34,6 +34,7 @@ constexpr struct {
     {"No STARTTLS", TEXT_NO_STARTTLS},
     {"No login method", TEXT_NO_LOGIN_WAY},
     {"Connection cut off", TEXT_HUNG_UP},
+    {"No password", TEXT_LOCKED_PASSWORD},
 };
 
 // Does the text hold one of those words, in any case?

@@ -109,6 +109,9 @@ int SESSION::Run() {
     if (fault != SWITCHFAULT::None)
         return Refuse(
             Text(fault == SWITCHFAULT::Unknown ? CTEXT_UNKNOWN_SWITCH : CTEXT_SWITCH_VALUE, DISPLAYTEXT::Safe(word)));
+    const STRING store = App.Arguments().GetArgValue("PASSWORDS", 0);
+    if (store.NotNull() && !ASCII::Equal(store.View(), "plain") && !ASCII::Equal(store.View(), "sealed"))
+        return Refuse(Text(CTEXT_BAD_PASSWORDS, DISPLAYTEXT::Safe(store.View())));
     FrontEnd.SetResultsOnly(App.Arguments().TestArgValue("SCORE", 0) || Has("LIST") || Has("TRASH"));
     TERMINAL::OnStop([] { StopAsked = true; });
     if (Has("DEMO")) {
@@ -176,8 +179,13 @@ std::vector<STRING> SESSION::Values(const char* name) const {
 // Carries out the switches that are about the accounts themselves, until one fails. Without any there is no exit code.
 std::optional<int> SESSION::ChangeAccounts(TARNWICK& application) {
     const std::vector<STRING> added = Values("ADD"), trusted = Values("TRUST"), removed = Values("REMOVE");
+    // The start has seen to it.
+    const STRING store = App.Arguments().GetArgValue("PASSWORDS", 0);
+    if (store.NotNull())
+        FrontEnd.Print(
+            Text(application.pState.GetNumber("PasswordStore") == 1 ? CTEXT_PASSWORDS_SEALED : CTEXT_PASSWORDS_PLAIN));
     if (added.empty() && trusted.empty() && removed.empty() && !Has("LIST"))
-        return std::nullopt;
+        return store.NotNull() ? std::optional(EXIT_GOOD) : std::nullopt;
     int code = EXIT_GOOD;
     application.Cycle().SetStopQuestion([] { return StopAsked.load(); });
     if (!added.empty()) {

@@ -13,6 +13,7 @@ constexpr SWITCH SWITCHES[] = {
     {"LIST", "/LIST"},
     {"REMOVE", "/REMOVE:ACCOUNT"},
     {"TRUST", "/TRUST:ACCOUNT=SHA256"},
+    {"PASSWORDS", "/PASSWORDS:plain|sealed"},
     {"ONCE", "/ONCE"},
     {"INBOX", "/INBOX"},
     {"SHOW", "/SHOW:NUMBER"},

@@ -7,6 +7,7 @@
 #include "app/check/items.h"
 #include "app/core/datadir.h"
 #include "app/core/settings.h"
+#include "app/mailbox/account.h"
 #include "app/notify/mailtypes.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
@@ -18,6 +19,7 @@ namespace {
 constexpr const char* FILE_SETTINGS = "tarnwick.ini";
 constexpr const char* FILE_ITEMS = "accounts.ini";
 constexpr const char* FILE_TYPES = "mailtypes.ini";
+constexpr const char* SMTP_PASSWORD = "SpamSmtpPassword";
 constexpr const char* FILE_SPAMDEF = "spamdef.dat";
 constexpr const char* FILE_SPAMDEF_DEFAULT = "def_spamdef.dat";
 
@@ -121,6 +123,7 @@ void DATAFILES::LoadSettings() {
     }
     state.AllowNewKeys(true);
     FillSettingDefaults(state, Tables.Texts, DataDir.Text(), isNew);
+    Passwords.Open(state, SMTP_PASSWORD);
     state.AllowNewKeys(false);
     if (isNew) {
         (void)SaveSettings();  // the end of the run writes them again
@@ -159,6 +162,7 @@ void DATAFILES::LoadTables() {
     }
     for (int i = 0; i < Tables.Items.Count(); ++i) {
         FixItem(Tables.Items[i], Tables.State, Tables.NextHandle);
+        Passwords.Open(Tables.Items[i], MAILACCOUNT::PASSWORD_KEY);
     }
     for (int i = 0; i < Tables.Types.Count(); ++i) {
         FillTypeDefaults(Tables.Types[i]);
@@ -268,7 +272,11 @@ bool DATAFILES::SaveTables(int mask) {
     bool ok = true;
     if (mask & SAVE_ITEMS) {
         Tables.Items.SortByKey("Name", 0);
-        ok = SaveRecords(FILE_ITEMS, Tables.Items);
+        std::vector<STRINGARRAY> instead;
+        for (int i = 0; i < Tables.Items.Count(); ++i)
+            instead.push_back(Passwords.ForFile(Tables.Items[i], MAILACCOUNT::PASSWORD_KEY, SealsPasswords()));
+        ok = SaveRecords(FILE_ITEMS, Tables.Items, instead);
+        TellSealingTrouble();
     }
     if (mask & SAVE_TYPES) {
         ok = SaveRecords(FILE_TYPES, Tables.Types) && ok;
@@ -276,11 +284,31 @@ bool DATAFILES::SaveTables(int mask) {
     return ok;
 }
 
-bool DATAFILES::SaveRecords(const char* name, const RECORDARRAY& table) {
+bool DATAFILES::StorePasswords(bool sealed) {
+    Tables.State.SetNumber("PasswordStore", sealed ? 1 : 0);
+    return SaveSettings() && SaveTables(SAVE_ITEMS);
+}
+
+bool DATAFILES::SealsPasswords() const {
+    return Tables.State.GetNumber("PasswordStore") == 1;
+}
+
+/// Not a word in a file of what its user has typed is a loss that has to be told.
+void DATAFILES::TellSealingTrouble() {
+    const STRING trouble = Passwords.TakeTrouble();
+    if (trouble.Length() == 0 || SealingToldOf)
+        return;
+    SealingToldOf = true;
+    STRING text = Tables.Texts.Get(TEXT_NOT_SEALED);
+    text.Replace("$1", trouble.Text());
+    Tables.FrontEnd.ShowMessage(Tables.Texts.Get(TEXT_TITLE), text);
+}
+
+bool DATAFILES::SaveRecords(const char* name, const RECORDARRAY& table, const std::vector<STRINGARRAY>& instead) {
     const STRING path = Path(name);
     (void)FILES::MakePrivate(path.Text());  // a new directory has no such file
     const int count = table.Count();
-    const bool ok = table.SaveAll(path.Text()) == count && (count > 0 || IsEmptyFile(path));
+    const bool ok = table.SaveAll(path.Text(), instead) == count && (count > 0 || IsEmptyFile(path));
     if (!ok) {
         Trace("DATAFILES::SaveTables %s could not be written\n", path.Text());
     }
@@ -290,7 +318,9 @@ bool DATAFILES::SaveRecords(const char* name, const RECORDARRAY& table) {
 bool DATAFILES::SaveSettings() {
     const STRING path = Path(FILE_SETTINGS);
     (void)FILES::MakePrivate(path.Text());  // a new directory has no such file
-    const bool ok = Tables.State.Save(path.Text());
+    const STRINGARRAY instead = Passwords.ForFile(Tables.State, SMTP_PASSWORD, SealsPasswords());
+    const bool ok = Tables.State.Save(path.Text(), &instead);
+    TellSealingTrouble();
     if (!ok) {
         Trace("DATAFILES::SaveSettings %s could not be written\n", path.Text());
     }

@@ -2,6 +2,7 @@
 
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
+#include "app/core/storedpasswords.h"
 #include "corelib/base/recordarray.h"
 
 /// For the mask of SaveTables.
@@ -48,15 +49,22 @@ class DATAFILES {
     /// only for the end of a run. False if a file could not be written; the old file is then as it was.
     [[nodiscard]] bool SaveTables(int mask);
     [[nodiscard]] bool SaveSettings();
+    /// Passwords stand sealed in the files, or readable, from now on. False if a file could not be written.
+    [[nodiscard]] bool StorePasswords(bool sealed);
 
  private:
     bool IsNewDirectory() const;
     void RunSetupWizard();
-    [[nodiscard]] bool SaveRecords(const char* name, const RECORDARRAY& table);
+    [[nodiscard]] bool SaveRecords(const char* name, const RECORDARRAY& table,
+                                   const std::vector<STRINGARRAY>& instead = {});
+    bool SealsPasswords() const;
+    void TellSealingTrouble();
     void KeepDamaged(const STRING& path);
     void UpdateDefinitions(STRING& buffer);
     void CreateMissing(const char* name, const char* defaultName, STRING& buffer);
 
     DATATABLES Tables;
     STRING DataDir;
+    STOREDPASSWORDS Passwords;
+    bool SealingToldOf = false;
 };

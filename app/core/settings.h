@@ -97,6 +97,7 @@ inline constexpr SETTING SETTINGS[] = {
     {"SpamSmtpSecurity", "0"},
     {"SpamSmtpUser", ""},
     {"SpamSmtpPassword", ""},
+    {"PasswordStore", "0", SETTINGKIND::FIXED, 0, "1"},
     {"SpamSmtpTrusted", ""},
     {"SpamDoIgnore", "1"},
     {"SpamIgnorePoints", "100"},

@@ -7,6 +7,7 @@
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/mailhandling.h"
 #include "app/notify/mailprogram.h"
+#include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
 
@@ -66,6 +67,9 @@ bool TARNWICK::Open() {
     STRING unused;
     Mx->GetAddr(nullptr, unused, unused);
     Files->LoadTables();
+    for (const bool sealed : {false, true})
+        if (ASCII::Equal(Arguments.GetArgValue("PASSWORDS", 0).View(), sealed ? "sealed" : "plain"))
+            (void)Files->StorePasswords(sealed);  // the end of the run writes them again
     Files->UpgradeSettings(Dialler->EnumEntries());
     if (oldDirectory.NotNull()) {
         // Settings of an older name have just been read, and a move may have left all files where they were.

@@ -30,7 +30,12 @@ MAILADDRESS Address(const STRINGARRAY& item) {
 }
 
 STRING Password(const STRINGARRAY& item) {
-    return item.Get("Source2");
+    return item.Get(PASSWORD_KEY);
+}
+
+bool IsPasswordLocked(const STRINGARRAY& item) {
+    const STRING sealed = STRING(PASSWORD_KEY) || SEALED_SUFFIX;
+    return Password(item).Length() == 0 && item.Exists(sealed.Text()) && item.Get(sealed.Text()).Length() > 0;
 }
 
 void SetAddress(STRINGARRAY& item, const MAILADDRESS& address, const STRING& password) {
@@ -45,7 +50,10 @@ void SetAddress(STRINGARRAY& item, const MAILADDRESS& address, const STRING& pas
 void SetPassword(STRINGARRAY& item, STRING password) {
     password = CODEPAGE::ToUtf8(password);
     password.SetFlags(password.GetFlags() | STRINGFLAG_BINARY);
-    item.Set("Source2", std::move(password));
+    // One that nobody could open stays until there is another.
+    if (password.Length() > 0 || (item.Exists(PASSWORD_KEY) && Password(item).Length() > 0))
+        item.Delete((STRING(PASSWORD_KEY) || SEALED_SUFFIX).Text());
+    item.Set(PASSWORD_KEY, std::move(password));
 }
 
 MAILSECURITY Security(const STRINGARRAY& item) {

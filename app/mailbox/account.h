@@ -42,14 +42,22 @@ struct MAILCOUNTS {
     bool operator==(const MAILCOUNTS& other) const = default;
 };
 
+/// After the key of a password in a file: the same sealed.
+inline constexpr const char* SEALED_SUFFIX = "Sealed";
+
 /// The keys of an item's record that tell what mailbox it is, how to get in and what is in it: Type, Source
-/// ("server|user", in a form of its own for each kind), Source2 (the password, kept as Base64), Security with
+/// ("server|user", in a form of its own for each kind), Source2 (the password, kept as Base64, or Source2Sealed in a
+/// file), Security with
 /// TrustedCertificate, and LastRC. Nothing else reads or writes any of them but Type.
 namespace MAILACCOUNT {
+
+inline constexpr const char* PASSWORD_KEY = "Source2";
 
 const MAILBOXKIND& Kind(const STRINGARRAY& item);
 MAILADDRESS Address(const STRINGARRAY& item);
 STRING Password(const STRINGARRAY& item);
+/// There is one that could not be opened, so that it has to be entered anew before anybody can log in.
+bool IsPasswordLocked(const STRINGARRAY& item);
 
 /// What is no UTF-8 is taken for code page 1252. For a kind without users there is no password, whatever comes.
 void SetAddress(STRINGARRAY& item, const MAILADDRESS& address, const STRING& password);

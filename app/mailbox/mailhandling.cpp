@@ -3,6 +3,13 @@
 #include "app/mailbox/account.h"
 #include "corelib/base/trace.h"
 
+namespace {
+
+// Nobody knocks with an empty one: servers count what fails.
+constexpr const char* LOCKED_PASSWORD = "-ERR 999 No password";
+
+}  // namespace
+
 template <class WORK>
 bool MAILHANDLING::WithHandler(STRINGARRAY& item, WORK work) {
     const MAILBOXKIND& kind = MAILACCOUNT::Kind(item);
@@ -21,10 +28,12 @@ STRING MAILHANDLING::Get(STRINGARRAY& item, bool summaryOnly) {
     item.Set("@InUpdate", "1");
     item.Set("@ListedMails", "");
     STRING text;
-    const bool listed = WithHandler(item, [&](const MAILHANDLER& handler, MAILBOXCALL& call) {
-        call.SummaryOnly = summaryOnly;
-        return handler.Get(call, text);
-    });
+    if (MAILACCOUNT::IsPasswordLocked(item))
+        text = LOCKED_PASSWORD;
+    const bool listed = text.Length() == 0 && WithHandler(item, [&](const MAILHANDLER& handler, MAILBOXCALL& call) {
+                            call.SummaryOnly = summaryOnly;
+                            return handler.Get(call, text);
+                        });
     if (!listed && text.Length() == 0)
         text = "-ERR Unknown Error";
     Trace("TARNWICK::GetMailbox rc= %s\n", text.Line(0).Text());
@@ -34,9 +43,10 @@ STRING MAILHANDLING::Get(STRINGARRAY& item, bool summaryOnly) {
 
 bool MAILHANDLING::DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) {
     Trace("TARNWICK::DeleteMail rc= %s\n", ids.Text());
-    error = "";
-    bool ok = WithHandler(
-        item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) { return handler.Delete(call, ids, error); });
+    error = MAILACCOUNT::IsPasswordLocked(item) ? LOCKED_PASSWORD : "";
+    bool ok = error.Length() == 0 && WithHandler(item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) {
+                  return handler.Delete(call, ids, error);
+              });
     Trace("TARNWICK::DeleteMail ok= %d/%s\n", ok, error.Text());
     return ok;
 }
@@ -44,10 +54,10 @@ bool MAILHANDLING::DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& erro
 // Its lines in the trace are those of DeleteMail: to the server a move is a deletion with a copy made first.
 bool MAILHANDLING::MoveMail(STRINGARRAY& item, const STRING& ids, const STRING& folder, STRING& error) {
     Trace("TARNWICK::DeleteMail rc= %s\n", ids.Text());
-    error = "";
-    bool ok = WithHandler(item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) {
-        return handler.Move(call, ids, folder, error);
-    });
+    error = MAILACCOUNT::IsPasswordLocked(item) ? LOCKED_PASSWORD : "";
+    bool ok = error.Length() == 0 && WithHandler(item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) {
+                  return handler.Move(call, ids, folder, error);
+              });
     Trace("TARNWICK::DeleteMail ok= %d/%s\n", ok, error.Text());
     return ok;
 }

@@ -30,12 +30,13 @@ void RECORDARRAY::SortByKeys(const char* const* keys, int count, int flags) {
     SortKeyCount = 0;
 }
 
-int RECORDARRAY::SaveAll(const char* filename) const {
+int RECORDARRAY::SaveAll(const char* filename, const std::vector<STRINGARRAY>& instead) const {
     std::lock_guard hold(*pLock);
     STRING text("");
     for (int i = 0; i < ItemCount; ++i) {
         text.AppendFormat("[#%d]\n", i);
-        text += ppItems[i]->AsText();
+        text +=
+            ppItems[i]->AsText(static_cast<size_t>(i) < instead.size() ? &instead[static_cast<size_t>(i)] : nullptr);
         text.AppendBytes("\n", 1);
     }
     return FILES::ReplaceAll(filename, text.View(), true) ? ItemCount : 0;

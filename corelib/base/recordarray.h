@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "corelib/base/stringarray.h"
 
 /// An array of records with a file form of sections: "[#0]", the record's text form, an empty line, "[#1]", ...
@@ -19,8 +21,9 @@ class RECORDARRAY : public DYNARRAY<STRINGARRAY> {
     void SortByKey(const char* key, int flags) { SortByKeys(&key, 1, flags); }
     void SortByKeys(const char* const* keys, int count, int flags);
 
-    /// Writes all records, replacing the file whole; their number, 0 also on failure.
-    [[nodiscard]] int SaveAll(const char* filename) const;
+    /// Writes all records, replacing the file whole; their number, 0 also on failure. instead: for the first records,
+    /// values that stand there in place of their own.
+    [[nodiscard]] int SaveAll(const char* filename, const std::vector<STRINGARRAY>& instead = {}) const;
     /// Reads records into the array, which should be empty; their number, 0 also on failure. What is damaged is passed
     /// over with a line in the trace, and what can be kept is kept.
     [[nodiscard]] int LoadAll(const char* filename);

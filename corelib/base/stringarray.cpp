@@ -214,11 +214,12 @@ void STRINGARRAY::Sort() {
     arrange(Values);
 }
 
-STRING STRINGARRAY::AsText() const {
+STRING STRINGARRAY::AsText(const STRINGARRAY* instead) const {
     std::lock_guard hold(*Keys.pLock);
     STRING result("");
     for (int i = 0; i < Keys.ItemCount; ++i) {
-        const STRING& value = *Values.ppItems[i];
+        const int other = instead ? instead->Find(Keys.ppItems[i]->Text()) : -1;
+        const STRING& value = other != -1 ? instead->ValueAt(other) : *Values.ppItems[i];
         result += *Keys.ppItems[i];
         result.AppendBytes("=", 1);
         if (value.GetFlags() & STRINGFLAG_BINARY) {
@@ -233,8 +234,8 @@ STRING STRINGARRAY::AsText() const {
     return result;
 }
 
-bool STRINGARRAY::Save(const char* filename) const {
-    return AsText().Save(filename, "w");
+bool STRINGARRAY::Save(const char* filename, const STRINGARRAY* instead) const {
+    return AsText(instead).Save(filename, "w");
 }
 
 bool STRINGARRAY::Load(const char* filename) {

@@ -58,10 +58,10 @@ class STRINGARRAY {
     /// Stable, by key.
     void Sort();
 
-    /// The text form, each line ended by "\n".
-    STRING AsText() const;
+    /// The text form, each line ended by "\n". instead: values that stand there in place of the table's own.
+    STRING AsText(const STRINGARRAY* instead = nullptr) const;
     /// Writes the text form to a file (CR LF on disk); false on failure, and the old file is then as it was.
-    [[nodiscard]] bool Save(const char* filename) const;
+    [[nodiscard]] bool Save(const char* filename, const STRINGARRAY* instead = nullptr) const;
     /// Replaces the table by a file's content and unlocks it; false on failure, and the table is then unchanged.
     [[nodiscard]] bool Load(const char* filename);
 

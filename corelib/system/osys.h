@@ -17,6 +17,9 @@ namespace OSYS {
 // Files and paths.
 bool FileExists(const char* name);
 bool FileIsDirectory(const char* name);
+/// Where the program keeps what is of this user and machine alone, apart from the data directory: `tarnwick` in the
+/// user's configuration directory, or what TARNWICK_REGISTRY names. Posix only.
+STRING ProgramConfigDirectory();
 /// The text before the last of `\`, `:` and `/`; "." if there is none.
 STRING FileDirectory(const char* path);
 /// dir, a `\` unless dir ends in one, then name. A null or empty dir stands for the current directory.

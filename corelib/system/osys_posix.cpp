@@ -192,6 +192,12 @@ int GetOsType() {
     return 0;
 }
 
+STRING ProgramConfigDirectory() {
+    const STRING chosen = Variable("TARNWICK_REGISTRY"), config = ConfigDirectory();
+    return chosen.NotNull() ? FILES::SystemPath(chosen.Text())
+                            : FilePath((config.NotNull() ? config : STRING(".")).Text(), "tarnwick");
+}
+
 STRING Environment(const char* name) {
     return getenv(name);
 }

@@ -34,16 +34,9 @@ STOREKEY* Key(intptr_t key) {
 }
 
 STRING StoreDirectory() {
-    if (const char* chosen = getenv("TARNWICK_REGISTRY"); chosen && *chosen)
-        return FILES::SystemPath(chosen);
-    STRING base;
-    if (const char* config = getenv("XDG_CONFIG_HOME"); config && *config)
-        base = FILES::SystemPath(config);
-    else if (const char* home = getenv("HOME"); home && *home)
-        base = OSYS::FilePath(FILES::SystemPath(home).Text(), ".config");
-    else
-        base = ".";
-    return OSYS::FilePath(base.Text(), "tarnwick\\registry");
+    const char* const chosen = getenv("TARNWICK_REGISTRY");
+    const STRING directory = OSYS::ProgramConfigDirectory();
+    return chosen && *chosen ? directory : OSYS::FilePath(directory.Text(), "registry");
 }
 
 // Parts of a key path, and the names of values, are of no case in a registry. The path makes one file name, each path

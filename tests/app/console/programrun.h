@@ -2,6 +2,8 @@
 
 #include <initializer_list>
 
+#include "app/core/storedpasswords.h"
+#include "app/mailbox/account.h"
 #include "corelib/base/recordarray.h"
 #include "tests/support/testsupport.h"
 
@@ -34,6 +36,8 @@ class PROGRAMRUN {
     RECORDARRAY Accounts(int count) const {
         RECORDARRAY items(8, 8);
         EXPECT_EQ(items.LoadAll((DataDir() || "\\accounts.ini").Text()), count);
+        for (int i = 0; i < items.Count(); ++i)
+            STOREDPASSWORDS().Open(items[i], MAILACCOUNT::PASSWORD_KEY);
         return items;
     }
     void Store(RECORDARRAY& items) const {

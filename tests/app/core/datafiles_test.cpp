@@ -311,6 +311,61 @@ TEST_F(DataFiles, FilesWithPasswordsAreMadePrivate) {
     expectPrivate(" is written");
 }
 
+TEST_F(DataFiles, PasswordsAreSealedInANewDirectory) {
+    const char* const PLAIN = "Source2=={{c2VjcmV0}}\r\n";
+    FrontEnd.Wizard = [this] {
+        Items.Add(STRINGARRAY(STRING("Name=a"), 8, 8));
+        MAILACCOUNT::SetAddress(Items[0], {1, "u", "s"}, "secret");
+    };
+    const auto save = [this] {
+        State.Set("SpamSmtpPassword", State.Get("SpamSmtpPassword").Length() > 0 ? "posted" : "");
+        EXPECT_TRUE(Files->SaveSettings() && Files->SaveTables(SAVE_ITEMS));
+        return InData("accounts.ini");
+    };
+    const auto password = [this] { return Std(MAILACCOUNT::Password(Items[0])); };
+    Start();
+    State.Set("SpamSmtpPassword", "posted");
+    const std::string sealed = save();
+    EXPECT_EQ(sealed.find("c2VjcmV0"), sealed.npos) << "nor as Base64";
+    EXPECT_EQ(InData("tarnwick.ini").find("posted"), std::string::npos);
+    FrontEnd.Wizard = {};
+    Start();
+    EXPECT_EQ(password() + Std(State.Get("SpamSmtpPassword")), "secretposted");
+    const auto sealedLine = [](const std::string& text) { return text.substr(text.find("Source2Sealed"), 60); };
+    EXPECT_EQ(sealedLine(save()), sealedLine(sealed)) << "the same password is not sealed anew";
+
+    // As after a move to another machine.
+    const auto replaced = [](std::string text, const std::string& from, const std::string& to) {
+        return text.replace(text.find(from), from.size(), to);
+    };
+    WriteData("accounts.ini", replaced(sealed, "Sealed=", "Sealed=x"));
+    Start();
+    EXPECT_TRUE(MAILACCOUNT::IsPasswordLocked(Items[0]));
+    MAILACCOUNT::SetAddress(Items[0], {1, "u2", "s"}, MAILACCOUNT::Password(Items[0]));
+    WriteData("accounts.ini", replaced(replaced(save(), "Sealed=x", "Sealed="), "s|u2", "s|u"));
+    Start();
+    EXPECT_EQ(password(), "secret") << "it was not lost";
+    MAILACCOUNT::SetPassword(Items[0], "other");
+    save();
+    Start();
+    EXPECT_EQ(password(), "other");
+    MAILACCOUNT::SetPassword(Items[0], "");
+    save();
+    Start();
+    EXPECT_FALSE(MAILACCOUNT::IsPasswordLocked(Items[0])) << "somebody has taken it away";
+
+    MAILACCOUNT::SetPassword(Items[0], "secret");
+    EXPECT_TRUE(Files->StorePasswords(false));
+    EXPECT_NE(InData("accounts.ini").find(PLAIN), std::string::npos) << InData("accounts.ini");
+    EXPECT_EQ(InData("accounts.ini").find("Sealed"), std::string::npos);
+    EXPECT_NE(InData("tarnwick.ini").find("SpamSmtpPassword=posted\r\n"), std::string::npos);
+    WriteData("tarnwick.ini", replaced(InData("tarnwick.ini"), "PasswordStore=0", "Mine=0"));
+    Start();
+    EXPECT_NE(save().find(PLAIN), std::string::npos) << "as ever in a directory of before";
+    EXPECT_TRUE(Files->StorePasswords(true));
+    EXPECT_EQ(InData("accounts.ini").find("c2VjcmV0"), std::string::npos);
+}
+
 TEST_F(DataFiles, DamagedFilesAreReadAsFarAsTheyGoAndNothingIsThrownAway) {
     WriteData("accounts.ini", "[#0]\r\nName=one\r\n\r\n[#1]\r\nName=two\r\nSource2=={{c2V");
     Start();
