@@ -76,7 +76,7 @@ bool ITEMFORM::Write(STRINGARRAY& record) const {
                    MAILACCOUNT::FollowPort(values.Get("Source.Server"), kind.Type, Before.GetNumber("Security"),
                                            Values.GetNumber("Security")));
     // It was the certificate of the server that stood there.
-    if (IsChanged("Source.Server") && !IsChanged("TrustedCertificate"))
+    if (kind.IsKnown() && IsChanged("Source.Server") && !IsChanged("TrustedCertificate"))
         values.Set("TrustedCertificate", "");
     const bool moved = IsSuccessor || IsChanged("Security") || IsChanged("Type.Kind") || IsChanged("Source.Server") ||
                        IsChanged("Source.User");
