@@ -145,6 +145,10 @@ STRING MessageToSendOn(const STRINGARRAY& whole) {
 bool TRASHMAILS::SendOn(const STRINGARRAY& whole, const STRINGARRAY& state, const STOPQUESTION& stopAsked,
                         STRING& error) {
     constexpr int ERROR_BYTES = 246;
+    if (MAILACCOUNT::IsPasswordLocked(state, "SpamSmtpPassword")) {
+        error = "The password cannot be opened";
+        return false;
+    }
     // Only an address goes into the command with it.
     const STRING& from = whole["FromEmail"];
     const bool plain = from.View().find_first_of(" <>") == std::string_view::npos;

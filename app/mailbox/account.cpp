@@ -33,9 +33,9 @@ STRING Password(const STRINGARRAY& item) {
     return item.Get(PASSWORD_KEY);
 }
 
-bool IsPasswordLocked(const STRINGARRAY& item) {
-    const STRING sealed = STRING(PASSWORD_KEY) || SEALED_SUFFIX;
-    return Password(item).Length() == 0 && item.Exists(sealed.Text()) && item.Get(sealed.Text()).Length() > 0;
+bool IsPasswordLocked(const STRINGARRAY& record, const char* key) {
+    const STRING sealed = STRING(key) || SEALED_SUFFIX;
+    return record.Get(key).Length() == 0 && record.Exists(sealed.Text()) && record.Get(sealed.Text()).Length() > 0;
 }
 
 void SetAddress(STRINGARRAY& item, const MAILADDRESS& address, const STRING& password) {

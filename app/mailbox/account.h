@@ -56,8 +56,9 @@ inline constexpr const char* PASSWORD_KEY = "Source2";
 const MAILBOXKIND& Kind(const STRINGARRAY& item);
 MAILADDRESS Address(const STRINGARRAY& item);
 STRING Password(const STRINGARRAY& item);
-/// There is one that could not be opened, so that it has to be entered anew before anybody can log in.
-bool IsPasswordLocked(const STRINGARRAY& item);
+/// There is one that could not be opened, so that it has to be entered anew before anybody can log in. Of any record
+/// that holds passwords.
+bool IsPasswordLocked(const STRINGARRAY& record, const char* key = PASSWORD_KEY);
 
 /// What is no UTF-8 is taken for code page 1252. For a kind without users there is no password, whatever comes.
 void SetAddress(STRINGARRAY& item, const MAILADDRESS& address, const STRING& password);

@@ -31,12 +31,6 @@ TEST(Sealing, ShowsATextToNobodyElse) {
         EXPECT_NE(Std(sealed), Std(Sealed(text))) << "equal passwords do not look so";
         EXPECT_NE(Std(SEALING::Keeper(sealed)), "");
     }
-    const STRING good = Sealed("secret");
-    for (int i = 0; i < good.Length(); i += 7) {
-        std::string other(good.View());
-        other[static_cast<size_t>(i)] = other[static_cast<size_t>(i)] == 'A' ? 'B' : 'A';
-        EXPECT_EQ(Opened(STRING(std::string_view(other))).substr(0, 4), "not:") << other;
-    }
     for (const char* other : {"", "k1:", "k1:AAAA", "s1:AAAA", "w1:AAAA", "x1:AAAA", "secret"})
         EXPECT_EQ(Opened(other).substr(0, 4), "not:") << other;
 }
@@ -54,6 +48,12 @@ TEST(Sealing, KeepsItsKeyApartAndForItself) {
     fs::permissions(file, fs::perms(0644));
     EXPECT_EQ(Opened(sealed), "secret");
     EXPECT_EQ(fs::status(file).permissions(), fs::perms(0600)) << "mended";
+
+    for (int i = 0; i < sealed.Length(); i += 7) {
+        std::string other(sealed.View());
+        other[static_cast<size_t>(i)] = other[static_cast<size_t>(i)] == 'A' ? 'B' : 'A';
+        EXPECT_EQ(Opened(STRING(std::string_view(other))).substr(0, 4), "not:") << other;
+    }
 
     fs::rename(file, dir.Native("lost"));
     EXPECT_EQ(Opened(sealed), "not: the key file " + file.string() + " is missing");
