@@ -124,6 +124,7 @@ unsigned CHECKCYCLE::WorkThread() {
 }
 
 void CHECKCYCLE::Turn() {
+    Parts.Filter.Learn();
     if (suspended)
         return;
     if (static_cast<int>(IsOnline()) != lastOnline) {

@@ -31,7 +31,8 @@ std::string ScoreLine(const SPAMSCORE& score, const std::string& mail) {
            DISPLAYTEXT::Safe(id.View()) + "\n";
 }
 
-/// Reads bytes until the end or an error, of which the latter gives false.
+}  // namespace
+
 bool ReadPieces(const STRING& file, const std::function<bool()>& stopped,
                 const std::function<void(std::string_view)>& take) {
     const bool standardInput = file.View() == "-";
@@ -49,8 +50,6 @@ bool ReadPieces(const STRING& file, const std::function<bool()>& stopped,
     }
     return true;
 }
-
-}  // namespace
 
 void MBOXREADER::Put(std::string_view bytes) {
     while (!bytes.empty()) {
@@ -72,11 +71,11 @@ void MBOXREADER::PutLine() {
     std::string_view text = Line;
     if (whole)
         text.remove_suffix(1);
-    if (begins && BehindEmptyLine && text.starts_with(SEPARATOR)) {
+    if (begins && BehindEmptyLine && !OneMail && text.starts_with(SEPARATOR)) {
         EndMail();
         InMail = true;
     } else if (InMail) {
-        if (begins && IsQuotedSeparator(text))
+        if (begins && !OneMail && IsQuotedSeparator(text))
             text.remove_prefix(1);
         if (begins && !InHeader)
             ++BodyLines;
@@ -104,7 +103,7 @@ void MBOXREADER::EndMail() {
     if (InMail)
         Take(Mail);
     Mail.clear();
-    InMail = false;
+    InMail = OneMail;
     InHeader = true;
     BodyLines = 0;
 }
@@ -121,6 +120,7 @@ bool ScoreMails(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const TEXTS& t
     MXMEMORY servers(application.MailServers());
     SPAMFILTER filter(state, texts, nobody, application.MailServers());
     filter.SetStopQuestion(stopped);
+    filter.SetLearning(&application.Lessons());
     filter.LoadSpamDefinitions();
     int mails = 0;
     MBOXREADER reader([&](const std::string& mail) {

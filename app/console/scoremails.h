@@ -12,8 +12,9 @@
 /// header, the first body lines, long lines in pieces. So memory does not grow with the file.
 class MBOXREADER {
  public:
-    /// `take` gets each mail, complete.
-    explicit MBOXREADER(std::function<void(const std::string& mail)> take) : Take(std::move(take)) {}
+    /// `take` gets each mail, complete. oneMail: the file is a mail itself, without such lines.
+    explicit MBOXREADER(std::function<void(const std::string& mail)> take, bool oneMail = false)
+        : Take(std::move(take)), OneMail(oneMail), InMail(oneMail) {}
     void Put(std::string_view bytes);
     /// The file ends here.
     void End();
@@ -23,14 +24,19 @@ class MBOXREADER {
     void EndMail();
 
     std::function<void(const std::string&)> Take;
+    const bool OneMail;
     std::string Line;
     std::string Mail;
     bool BeginsLine = true;       // Line holds the start of a line, not a later piece
     bool BehindEmptyLine = true;  // where a mail may begin
-    bool InMail = false;
+    bool InMail;
     bool InHeader = true;
     int BodyLines = 0;
 };
+
+/// Reads bytes of a file ("-": standard input) until its end or a stop; false after an error.
+bool ReadPieces(const STRING& file, const std::function<bool()>& stopped,
+                const std::function<void(std::string_view)>& take);
 
 /// Scores each mail of a mbox file ("-": standard input) by the lists and settings of the application and prints a line
 /// for it: result, points, indications, exceptions and message id, split by tabs; with reasons, the report below it.

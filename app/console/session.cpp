@@ -12,6 +12,7 @@
 #include "app/console/addaccount.h"
 #include "app/console/consolefrontend.h"
 #include "app/console/consoletexts.h"
+#include "app/console/learnmails.h"
 #include "app/console/mailtable.h"
 #include "app/console/scoremails.h"
 #include "app/console/switches.h"
@@ -21,6 +22,7 @@
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
 #include "app/demo/demo.h"
+#include "app/filter/learning.h"
 #include "app/mailbox/account.h"
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/ascii.h"
@@ -79,6 +81,7 @@ class SESSION {
     std::vector<STRING> Values(const char* name) const;
     std::optional<int> ChangeAccounts(TARNWICK& application);
     std::optional<int> UseTrash(TARNWICK& application);
+    std::optional<int> Learn(TARNWICK& application);
     int CheckOnce(TARNWICK& application);
     int Watch(TARNWICK& application);
     void StartPostedPrograms(COMMANDS& commands);
@@ -142,6 +145,8 @@ int SESSION::RunApplication(TARNWICK& application) {
     if (const std::optional<int> code = ChangeAccounts(application))
         return *code;
     if (const std::optional<int> code = UseTrash(application))
+        return *code;
+    if (const std::optional<int> code = Learn(application))
         return *code;
     const STRING mails = App.Arguments().GetArgValue("SCORE", 0);
     if (mails.NotNull()) {
@@ -217,6 +222,23 @@ std::optional<int> SESSION::UseTrash(TARNWICK& application) {
     if (code == EXIT_GOOD && Has("TRASH"))
         FrontEnd.PrintRaw(TrashTable(application, TableColumns()));
     return code;
+}
+
+// The same for those that teach the filter.
+std::optional<int> SESSION::Learn(TARNWICK& application) {
+    const std::vector<STRING> good = Values("LEARNGOOD"), spam = Values("LEARNSPAM");
+    if (good.empty() && spam.empty())
+        return std::nullopt;
+    std::string message;
+    for (const bool isSpam : {false, true}) {
+        for (const STRING& mails : isSpam ? spam : good) {
+            if (!LearnMails(application, FrontEnd, mails, isSpam, [] { return StopAsked.load(); }, message))
+                return Refuse(message);
+        }
+    }
+    if (!application.Lessons().Close())
+        return Refuse(Text(CTEXT_NOT_LEARNED, DISPLAYTEXT::Path(application.DataFile(LEARNED_FILE))));
+    return StopAsked ? EXIT_CHECK_FAILED : EXIT_GOOD;
 }
 
 int SESSION::CheckOnce(TARNWICK& application) {

@@ -36,6 +36,8 @@ constexpr SWITCH SWITCHES[] = {
     {"LOG", "/LOG:LEVEL"},
     {"NOASSERT", "/NOASSERT"},
     {"HELP", "/HELP"},
+    {"LEARNGOOD", "/LEARNGOOD:FILE"},
+    {"LEARNSPAM", "/LEARNSPAM:FILE"},
 };
 
 bool AsksForHelp(std::string_view word) {

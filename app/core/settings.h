@@ -122,6 +122,8 @@ inline constexpr SETTING SETTINGS[] = {
     {"SpamMinWords", "3"},
     // Words are looked for: 0 in the lines of a mail as they came, 1 also in what a person reads of it.
     {"SpamDecode", "0", SETTINGKIND::FIXED, 0, "1"},
+    // What the user does with mails teaches the filter, and what it has learnt counts: 0 no, 1 yes.
+    {"SpamLearn", "0", SETTINGKIND::FIXED, 0, "1"},
     // A mail whose copy for the trash cannot be written: 0 deletes it all the same, 1 keeps it on the server.
     {"TrashKeepUncopied", "0", SETTINGKIND::FIXED, 0, "1"},
     // Marks that were set or taken by hand, when a new listing comes: 0 go, 1 stay.

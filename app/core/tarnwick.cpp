@@ -23,6 +23,7 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
       Dialler(std::make_unique<WINRAS>()),
       Mail(std::make_unique<MAILHANDLING>(frontEnd, texts, pState)),
       Mx(std::make_unique<SYSTEMMXLOOKUP>()),
+      Learnt(std::make_unique<LEARNING>(pState)),
       Spam(std::make_unique<SPAMFILTER>(pState, texts, frontEnd, *Mx)),
       Starter(MakeProgramStarter()),
       Teller(pState, Items, Types, frontEnd, texts, *Starter),
@@ -33,6 +34,7 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
     const STOPQUESTION stopAsked = [this] { return Check->IsStopRequested(); };
     Mail->SetStopQuestion(stopAsked);
     Spam->SetStopQuestion(stopAsked);
+    Spam->SetLearning(Learnt.get());
     Mx->SetStopQuestion(stopAsked);
     Teller.SetListener(&listener);
     Teller.SetCycle(Check.get());
@@ -76,7 +78,20 @@ bool TARNWICK::Open() {
         Files->MovePaths(oldDirectory.Text());
         (void)Files->SaveSettings();  // the end of the run writes them again
     }
+    OpenLessons();
     return true;
+}
+
+void TARNWICK::OpenLessons() {
+    const STRING file = DataFile(LEARNED_FILE);
+    STRING kept;
+    const LEARNING::OPENED opened = Learnt->Open(file, kept);
+    if (opened == LEARNING::OPENED::GOOD)
+        return;
+    const bool damaged = opened == LEARNING::OPENED::DAMAGED;
+    STRING text = TextTable.Get(damaged ? TEXT_LEARNED_DAMAGED : TEXT_LEARNED_LEFT_ALONE);
+    text.Replace("$FILE", FILES::NativePath((damaged ? kept : file).Text()).Text());
+    FrontEnd.ShowMessage(TextTable.Get(TEXT_PRODUCT), text);
 }
 
 bool TARNWICK::FindDataDir(STRING& oldDirectory) {
@@ -181,6 +196,7 @@ void TARNWICK::EndSession(const std::function<void()>& meanwhile) {
 void TARNWICK::SaveAll() {
     // The trace tells of a failure: the run is over, and nobody may be asked when the session ends.
     (void)Files->SaveTables(SAVE_ALL);
+    (void)Learnt->Close();
     (void)Files->SaveSettings();
 }
 

@@ -18,6 +18,7 @@
 #include "corelib/system/osys.h"
 
 class DIALUP;
+class LEARNING;
 class MAILHANDLING;
 class MXLOOKUP;
 class PROGRAMSTARTER;
@@ -78,6 +79,7 @@ class TARNWICK {
     SPAMFILTER& Filter() { return *Spam; }
     /// The session of the local message store; Start begins it where an item needs it.
     MAPISTORE& Mapi() { return Store; }
+    LEARNING& Lessons() { return *Learnt; }
     TRASHSTORE& Trash() { return TrashStore; }
     NOTIFICATION& Notification() { return Teller; }
     /// The mail servers of domains, for whoever makes a filter of its own.
@@ -101,6 +103,7 @@ class TARNWICK {
     void RemoveLeftoversIfLocked();
     /// The data directory is known: so is where logs and the last popup go.
     void SettleOwnFiles();
+    void OpenLessons();
     void SaveAll();
 
     FRONTEND& FrontEnd;
@@ -115,6 +118,7 @@ class TARNWICK {
     std::unique_ptr<DIALUP> Dialler;
     std::unique_ptr<MAILHANDLING> Mail;
     std::unique_ptr<MXLOOKUP> Mx;
+    std::unique_ptr<LEARNING> Learnt;
     std::unique_ptr<SPAMFILTER> Spam;
     TRASHSTORE TrashStore;
     std::unique_ptr<PROGRAMSTARTER> Starter;

@@ -11,7 +11,6 @@
 #include "app/desktop/windowids.h"
 #include "app/inbox/inboxmails.h"
 #include "app/inbox/mailview.h"
-#include "app/inbox/senderlist.h"
 #include "app/notify/mailprogram.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
@@ -517,11 +516,8 @@ void INBOX::ListSenders(int command, const std::vector<int>& mails) {
                      &Application.pState))
             return;
     }
-    std::vector<const STRINGARRAY*> records;
-    for (const int mail : mails)
-        records.push_back(&Mails->Mail(mail));
-    const STRING file = Application.pState.Get(bad ? "SpamBadSenders" : "SpamMyFriends");
-    if (AddSenders(file, records) == LISTED::NOT_WRITTEN) {
+    if (Mails->ListSenders(mails, bad) == LISTED::NOT_WRITTEN) {
+        const STRING file = Application.pState.Get(bad ? "SpamBadSenders" : "SpamMyFriends");
         STRING text = Application.Texts().Get(TEXT_LIST_NOT_WRITTEN);
         text.Replace("$FILE", file.Text(), 1);
         ShowError(hWnd, text, ProgramName());

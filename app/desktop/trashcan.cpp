@@ -124,7 +124,8 @@ void TRASHCAN::SendOn(int mail) {
 unsigned TRASHCAN::SendBody(void* self) {
     auto& can = *static_cast<TRASHCAN*>(self);
     can.Arrived = TRASHMAILS::SendOn(
-        can.Mail, can.Settings, [&can] { return can.Stop || can.Application.Cycle().IsStopRequested(); }, can.Error);
+        can.Application.Lessons(), can.Mail, can.Settings,
+        [&can] { return can.Stop || can.Application.Cycle().IsStopRequested(); }, can.Error);
     PostMessageW(can.hWnd, WM__SENTON, 0, 0);
     return 0;
 }

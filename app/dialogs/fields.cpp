@@ -134,6 +134,7 @@ constexpr FIELD FIELDS[] = {
     {PAGE_SPAM_FILES, 203, EDIT, "SpamVarsFile", 0, MAX_LIST_PATH},
     {PAGE_SPAM_FILES, 210, NUMBER, "SpamMinWords", 1, 100},
     {PAGE_SPAM_FILES, 241, CHECK, "SpamDecode"},
+    {PAGE_SPAM_FILES, 242, CHECK, "SpamLearn"},
 
     {PAGE_SPAM_SENDING, 202, EDIT, "SpamSmtp", 0, MAX_LIST_PATH},
     {PAGE_SPAM_SENDING, 401, LIST, "SpamSmtpSecurity", TEXT_SECURITIES},

@@ -33,7 +33,7 @@ bool IsSearchedField(std::string_view line) {
 DECODEDVIEW::DECODEDVIEW(std::string_view mail) {
     mail = mail.substr(0, mail.find('\0'));
     const std::string_view header = HeaderBlock(mail), body = BodyBlock(mail.substr(header.size()));
-    const SHOWNMAIL::SOURCE source(header, body);
+    SHOWNMAIL::SOURCE source(header, body);
     const std::string charset = HeaderParameter(ReadHeaderField(source.Fields, "Content-Type").View(), "charset");
     const std::string fields = SearchedLines(source.IsOwnHeader ? source.Fields : JoinedFields(header));
     for (std::string_view rest = fields; !rest.empty();) {
@@ -45,4 +45,5 @@ DECODEDVIEW::DECODEDVIEW(std::string_view mail) {
     HeaderDiffers = Header != SearchedLines(header);
     Body = LETTERFOLD::Folded(source.Text(READBY::Filter));
     BodyDiffers = Body != source.Body;
+    Fields = std::move(source.Fields);
 }

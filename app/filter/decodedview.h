@@ -10,6 +10,7 @@ struct DECODEDVIEW {
     /// A block of a listing, or a whole mail.
     explicit DECODEDVIEW(std::string_view mail);
 
+    std::string Fields;  // of the mail's header, one to a line, as they came
     std::string Header;  // lines that begin "Subject:", "From:", "To:" and "Cc:"
     std::string Body;    // ends with a line of the hosts of links, if there are any; see HtmlText
     bool HeaderDiffers = false, BodyDiffers = false;

@@ -68,6 +68,8 @@ STRING SPAMFILTER::BasisOf(const SPAMTABLE* table) const {
             add(keys[i].View());
             add(State.Get(keys[i].Text()).View());
         }
+        if (Lessons && Lessons->IsOn())
+            add(std::to_string(Lessons->Version()));
         // Reports are in the user's language.
         add(Texts.Get(TEXT_RESULT).View());
     }
@@ -185,11 +187,14 @@ SPAMSCORE SPAMFILTER::SpamFilterMessage(const char* message, STRING* report, int
 SPAMSCORE SPAMFILTER::Score(const SPAMTABLE& table, WORDSCANNER& scanner, MXMEMORY& mx, std::string_view message,
                             std::string* report, int handle, const STRING& status) {
     std::optional<DECODEDVIEW> view;
-    if (State.GetNumber("SpamDecode") != 0)
+    const bool decodes = State.GetNumber("SpamDecode") != 0, learns = Lessons && Lessons->IsOn();
+    if (decodes || learns)
         view.emplace(message);
-    scanner.Scan(message, view ? &*view : nullptr);
+    scanner.Scan(message, decodes ? &*view : nullptr);
     if (IsStopped())
         return {};
+    if (learns)
+        CountLearned(scanner, *view);
     const bool suspect = scanner.Exceptions == 0 && scanner.Significant >= State.GetNumber("SpamMinWords");
     if (suspect) {
         int significance = scanner.LastSignificance;
@@ -207,6 +212,18 @@ SPAMSCORE SPAMFILTER::Score(const SPAMTABLE& table, WORDSCANNER& scanner, MXMEMO
     // The line reads like one of the mail types; whoever evaluates traces knows it so.
     Trace("TARNWICK::GetTypeIndex returns typendx= %d\n", score.Result);
     return score;
+}
+
+// What was learnt is one ground beside others: alone it makes no mail a spam, whatever the user has set.
+void SPAMFILTER::CountLearned(WORDSCANNER& scanner, const DECODEDVIEW& view) const {
+    const LEARNEDVERDICT verdict = Lessons->Judge(view);
+    if (verdict.Kind == LEARNEDVERDICT::SILENT)
+        return;
+    const int significance = verdict.Points > 0 && scanner.Significant > 0 ? 1 : 0;
+    scanner.Count(verdict.Points, significance);
+    const STRING remark = Texts.Part(TEXT_LEARNED, verdict.Kind);
+    scanner.Details += SpamReportLine(verdict.Points, significance, Texts.Part(TEXT_LEARNED, 0).View(),
+                                      std::string(remark.View()) + ", " + std::to_string(verdict.Percent) + " %");
 }
 
 std::string SPAMFILTER::Report(const WORDSCANNER& scanner, const SPAMSCORE& score) const {

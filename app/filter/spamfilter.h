@@ -7,6 +7,7 @@
 
 #include "app/common/frontend.h"
 #include "app/common/texts.h"
+#include "app/filter/learning.h"
 #include "app/filter/mxmemory.h"
 #include "app/filter/wordscanner.h"
 #include "corelib/net/mxlookup.h"
@@ -31,6 +32,16 @@ class SPAMFILTER {
     /// comes back is of no use. Not while a mail is scored.
     void SetStopQuestion(STOPQUESTION stopAsked) { StopAsked = std::move(stopAsked); }
 
+    /// What the user teaches; nothing at first. It outlives the filter.
+    void SetLearning(LEARNING* learning) { Lessons = learning; }
+    /// Carries out the lessons that wait. Work thread.
+    void Learn() {
+        if (Lessons)
+            Lessons->Work(StopAsked);
+    }
+    /// Whether the settings let mails of that item be filtered.
+    bool IsFiltered(const STRINGARRAY& item) const;
+
     /// Reads the spam variables and the word table anew; the number of rows. Any thread: a scan that runs goes on with
     /// the table it has.
     int LoadSpamDefinitions();
@@ -50,7 +61,7 @@ class SPAMFILTER {
                                 MXMEMORY* memory = nullptr);
 
  private:
-    bool IsFiltered(const STRINGARRAY& item) const;
+    void CountLearned(WORDSCANNER& scanner, const DECODEDVIEW& view) const;
     SPAMSCORE Score(const SPAMTABLE& table, WORDSCANNER& scanner, MXMEMORY& mx, std::string_view message,
                     std::string* report, int handle, const STRING& status);
     bool IsStopped() const { return StopAsked && StopAsked(); }
@@ -64,6 +75,7 @@ class SPAMFILTER {
     const TEXTS& Texts;
     FRONTEND& FrontEnd;
     MXLOOKUP& Mx;
+    LEARNING* Lessons = nullptr;
     STOPQUESTION StopAsked;
     STRING LatestBasis;
     std::mutex Guard;                              // of the pointer

@@ -6,6 +6,7 @@
 #include "app/check/mailrecords.h"
 #include "app/common/formats.h"
 #include "app/core/tarnwick.h"
+#include "app/filter/spamfilter.h"
 #include "corelib/base/clock.h"
 
 namespace {
@@ -34,8 +35,8 @@ void INBOXMAILS::Show(int handle) {
         Mails[i].Set("Deleted", marks && Mails[i].GetNumber("X-SpamPoints") >= markPoints ? "1" : "0");
     }
     TakeShown();
-    Mark(Find(marked), true);
-    Mark(Find(unmarked), false);
+    SetMarks(Find(marked), true);
+    SetMarks(Find(unmarked), false);
 }
 
 STRING INBOXMAILS::Title() const {
@@ -77,9 +78,18 @@ int INBOXMAILS::Apply() {
     if (copies && !Application.Trash().Flush())
         return failed + static_cast<int>(going.size());
     std::vector<MAILNAME> names;
-    for (const int mail : going)
+    for (const int mail : going) {
         names.push_back(NameOf(Mails[mail]));
+        Teach(mail, true);
+    }
     QueueDeletion(*item, names);
-    Mark(going, false);
+    SetMarks(going, false);
     return failed;
+}
+
+// What goes from a mailbox that is not filtered may be anything.
+void INBOXMAILS::Teach(int mail, bool isSpam) {
+    const STRINGARRAY* const item = Application.FindItem(Handle);
+    if (item && Application.Filter().IsFiltered(*item))
+        Application.Lessons().Teach(Mails[mail], isSpam);
 }

@@ -23,6 +23,8 @@ class INBOXMAILS : public MAILROWS {
     int Apply() override;
 
  private:
+    void Teach(int mail, bool isSpam) override;
+
     TARNWICK& Application;
     int Handle = -1;
 };

@@ -58,6 +58,21 @@ int MAILROWS::CountMarked() const {
 }
 
 void MAILROWS::Mark(const std::vector<int>& mails, bool marked) {
+    SetMarks(mails, marked);
+    for (const int mail : mails)
+        Teach(mail, marked);
+}
+
+LISTED MAILROWS::ListSenders(const std::vector<int>& mails, bool bad) {
+    std::vector<const STRINGARRAY*> records;
+    for (const int mail : mails) {
+        records.push_back(&Mails[mail]);
+        Teach(mail, bad);
+    }
+    return AddSenders(State.Get(bad ? "SpamBadSenders" : "SpamMyFriends"), records);
+}
+
+void MAILROWS::SetMarks(const std::vector<int>& mails, bool marked) {
     for (const int mail : mails) {
         Mails[mail].Set("Deleted", marked ? "1" : "0");
         Mails[mail].Set("@Touched", "1");

@@ -6,6 +6,7 @@
 #include "app/check/items.h"
 #include "app/check/mailrecords.h"
 #include "app/core/commands.h"
+#include "app/inbox/senderlist.h"
 #include "corelib/base/recordarray.h"
 
 /// Pictures of a row, by their numbers.
@@ -41,7 +42,10 @@ class MAILROWS {
     bool IsMarked(int mail) const { return Mails[mail].GetNumber("Deleted") != 0; }
     bool HasMarked() const { return CountMarked() > 0; }
     int CountMarked() const;
+    /// By hand: from it the filter learns.
     void Mark(const std::vector<int>& mails, bool marked);
+    /// Adds the senders to the list of friends or of bad senders, see AddSenders; from it the filter learns, too.
+    LISTED ListSenders(const std::vector<int>& mails, bool bad);
 
     /// All mails in the order of the last sort column.
     std::vector<int> Sorted() const;
@@ -69,6 +73,10 @@ class MAILROWS {
     /// To be called whenever Mails was filled anew.
     void TakeShown();
     void Remove(int mail);
+    /// Without any lesson.
+    void SetMarks(const std::vector<int>& mails, bool marked);
+    /// What a person does with a mail tells the filter what it is. By default nobody listens.
+    virtual void Teach(int /*mail*/, bool /*isSpam*/) {}
 
     STRINGARRAY& State;
     RECORDARRAY Mails{MAILHASH_SLOTS, MAILHASH_SLOTS};

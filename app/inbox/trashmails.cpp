@@ -1,6 +1,7 @@
 #include "app/inbox/trashmails.h"
 
 #include "app/core/tarnwick.h"
+#include "app/filter/learning.h"
 #include "app/mailbox/listing.h"
 #include "app/reading/shownmail.h"
 #include "corelib/base/ascii.h"
@@ -142,8 +143,8 @@ STRING MessageToSendOn(const STRINGARRAY& whole) {
     return message;
 }
 
-bool TRASHMAILS::SendOn(const STRINGARRAY& whole, const STRINGARRAY& state, const STOPQUESTION& stopAsked,
-                        STRING& error) {
+bool TRASHMAILS::SendOn(LEARNING& lessons, const STRINGARRAY& whole, const STRINGARRAY& state,
+                        const STOPQUESTION& stopAsked, STRING& error) {
     constexpr int ERROR_BYTES = 246;
     if (MAILACCOUNT::IsPasswordLocked(state, "SpamSmtpPassword")) {
         error = "The password cannot be opened";
@@ -161,5 +162,8 @@ bool TRASHMAILS::SendOn(const STRINGARRAY& whole, const STRINGARRAY& state, cons
     const bool sent = email.SendMail(MessageToSendOn(whole), words, sizeof words);
     error = words;
     // The sender of messages takes a refusal for done, but here the copy may be the last one.
-    return sent && words[0] == '2';
+    const bool arrived = sent && words[0] == '2';
+    if (arrived)
+        lessons.Teach(whole, false);
+    return arrived;
 }

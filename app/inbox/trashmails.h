@@ -3,6 +3,7 @@
 #include "app/inbox/mailrows.h"
 #include "corelib/base/stopquestion.h"
 
+class LEARNING;
 class TARNWICK;
 
 /// The copies in the trash. All come up marked: what lies there is to go, and who wants to keep a copy takes the mark
@@ -29,8 +30,9 @@ class TRASHMAILS : public MAILROWS {
     /// Sends the copy on to the user's own address, so that it reaches the real mailbox: with a mark in its subject
     /// that the filter takes for an exception, and without the filter's report. The copy stays. False with the server's
     /// words, or why there was no conversation. Blocks as EMAIL does: for a thread of its own.
-    static bool SendOn(const STRINGARRAY& whole, const STRINGARRAY& state, const STOPQUESTION& stopAsked,
-                       STRING& error);
+    /// What arrived is a lesson for the filter: it was no spam. Marks are none here, where all that lies is to go.
+    static bool SendOn(LEARNING& lessons, const STRINGARRAY& whole, const STRINGARRAY& state,
+                       const STOPQUESTION& stopAsked, STRING& error);
 
  private:
     STRING TextFile(int mail) const;

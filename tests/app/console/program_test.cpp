@@ -120,6 +120,37 @@ TEST(Program, ScoresAMailboxFile) {
     EXPECT_TRUE(Contains(ReadBytes(program.DataDir() || "\\tarnwick.ini"), "SpamDoDomain=1\r\n"));
 }
 
+TEST(Program, LearnsFromMailboxFiles) {
+    PROGRAMRUN program;
+    for (const bool isSpam : {false, true}) {
+        std::string mbox;
+        for (int i = 0; i < 60; ++i)
+            mbox += "From x@y Thu Jan  1 00:00:00 1970\nMessage-Id: <" + std::to_string(i) + (isSpam ? "@s" : "@g") +
+                    ">\n\n" + (isSpam ? "pills without prescription" : "agenda of the committee") + "\n\n";
+        WriteBytes(program.File(isSpam ? "spam" : "good"), mbox);
+    }
+    WriteBytes(program.File("one"), "Message-Id: <one>\n\nFrom here on, pills\n\nFrom there\n");
+    const auto file = [&](const char* name) { return Std(program.File(name)); };
+    const auto run =
+        program.Run({"/LEARNGOOD:" + file("good"), "/LEARNSPAM:" + file("spam"), "/LEARNSPAM:" + file("one")});
+    EXPECT_EQ(run.Code, EXIT_GOOD);
+    EXPECT_PRED2(Contains, run.Out + run.Err, ": 60 / 60\n");
+    EXPECT_PRED2(Contains, run.Out + run.Err, ": 1 / 1\n");
+    EXPECT_PRED2(Contains, ReadBytes(program.DataDir() || "\\learned.dat"), "\r\nmails 60 61\r\n");
+    const auto again = program.Run({"/LEARNSPAM:" + file("good")});
+    EXPECT_PRED2(Contains, again.Out + again.Err, ": 60 / 60\n");
+    EXPECT_PRED2(Contains, ReadBytes(program.DataDir() || "\\learned.dat"), "\r\nmails 0 121\r\n");
+    (void)program.Run({"/LEARNGOOD:" + file("good")});
+    const auto scored = program.Run({"/SCORE:" + file("spam"), "/REASONS"});
+    EXPECT_PRED2(Contains, scored.Out, " Learned words (spam, ");
+    WriteBytes(program.DataDir() || "\\learned.dat", "nonsense");
+    const auto damaged = program.Run({"/SCORE:" + file("spam")});
+    EXPECT_PRED2(Contains, damaged.Err, "learned.dat.bad");
+    WriteBytes(program.File("text"), "no mail at all\n");
+    for (const char* bad : {"text", "nothing"})
+        EXPECT_EQ(program.Run({"/LEARNGOOD:" + file(bad)}, EXIT_NO_START).Code, EXIT_NO_START);
+}
+
 TEST(Program, AddsAnAccountAndChecksIt) {
     PROGRAMRUN program;
     ACCOUNT account(program);

@@ -30,6 +30,14 @@ TEST(MboxReader, TakesMailsApart) {
     EXPECT_TRUE(Read("", 1).empty());
 }
 
+TEST(MboxReader, TakesAFileThatIsOneMail) {
+    std::vector<std::string> mails;
+    MBOXREADER reader([&](const std::string& mail) { mails.push_back(mail); }, true);
+    reader.Put("A: 1\n\none\n\nFrom here\n>From there\n");
+    reader.End();
+    EXPECT_EQ(mails, std::vector<std::string>{"A: 1\n\none\n\nFrom here\n>From there\n"});
+}
+
 TEST(MboxReader, CutsAMailAsACheckDoes) {
     std::string body;
     for (int line = 1; line <= 200; ++line)

@@ -101,7 +101,7 @@ TEST_F(InboxOnServers, LoseSpamAndWhatIsMarkedAndSendACopyOn) {
             Application.pState.Set("SpamSmtpUser", name);
             Application.pState.Set("SpamSmtpPassword", password);
             STRING error;
-            EXPECT_EQ(TRASHMAILS::SendOn(trash.Whole(copy), Application.pState, {}, error), good)
+            EXPECT_EQ(TRASHMAILS::SendOn(Application.Lessons(), trash.Whole(copy), Application.pState, {}, error), good)
                 << Std(error) << server.Log();
         }
         ASSERT_TRUE(Eventually([&, name = receiver] { return boxes.Inbox(name).size() == 1; })) << server.Log();

@@ -1,5 +1,6 @@
 #include "app/inbox/inboxmails.h"
 
+#include "app/filter/spamfilter.h"
 #include "app/inbox/senderlist.h"
 #include "corelib/base/clock.h"
 #include "tests/app/inbox/inboxtest.h"
@@ -171,6 +172,41 @@ TEST_F(INBOXTEST, SendersAreAddedOnce) {
     EXPECT_EQ(AddSenders(file, {&sign}), LISTED::DONE);
     ASSERT_TRUE(again.Load(file.Text(), "r"));
     EXPECT_EQ(Std(again), Std(list) + "\n1 a; u@x.org");
+}
+
+TEST_F(INBOXTEST, TeachesTheFilterByWhatAPersonDoes) {
+    STRINGARRAY& state = Application.pState;
+    for (const char* key : {"SpamLearn", "SpamDoMark"})
+        state.Set(key, "1");
+    state.Set("SpamMarkPoints", "100");
+    state.Set("InboxKeepMarks", "1");
+    List({Block(1, "a", 0, 1), Block(2, "b", 0, 1), Block(3, "c", 500, 1)});
+    INBOXMAILS rows(Application);
+    rows.Show(Handle());
+    const auto learnt = [&] {
+        Application.Filter().Learn();
+        const LEARNINGSTORE::COUNTS mails = Application.Lessons().Mails();
+        return std::to_string(mails.Good) + "/" + std::to_string(mails.Spam);
+    };
+    EXPECT_EQ(learnt(), "0/0") << "a mark of the filter is no lesson";
+    rows.Mark({0, 1}, true);
+    EXPECT_EQ(learnt(), "0/2");
+    rows.Mark({1}, false);
+    EXPECT_EQ(learnt(), "1/1");
+    rows.Show(Handle());
+    EXPECT_EQ(learnt(), "1/1");
+    EXPECT_EQ(rows.Apply(), 0);
+    EXPECT_EQ(learnt(), "1/2") << "the one that the filter had marked goes by the user's will, too";
+    EXPECT_EQ(rows.ListSenders({1}, true), LISTED::DONE);
+    EXPECT_EQ(learnt(), "0/3");
+    EXPECT_EQ(rows.ListSenders({1}, false), LISTED::DONE);
+    EXPECT_EQ(learnt(), "1/2");
+    Item().Set("DoSpamFilter", "0");
+    rows.Mark({0, 1, 2}, false);
+    Item().Set("DoSpamFilter", "1");
+    state.Set("SpamLearn", "0");
+    rows.Mark({0, 1, 2}, false);
+    EXPECT_EQ(learnt(), "1/2");
 }
 
 }  // namespace
