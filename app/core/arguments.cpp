@@ -50,7 +50,8 @@ std::vector<std::string> CompletePaths(int argc, const char* const* argv) {
     std::vector<std::string> words(argv, argv + argc);
     for (size_t i = 1; i < words.size(); ++i) {
         PutSlash(words[i]);
-        for (const char* name : {"/WORKDIR:", "/PASSWORDFILE:", "/SCORE:", "/LOGIT:", "/LOGITHARD:"}) {
+        for (const char* name :
+             {"/WORKDIR:", "/PASSWORDFILE:", "/SCORE:", "/LEARNGOOD:", "/LEARNSPAM:", "/LOGIT:", "/LOGITHARD:"}) {
             const size_t length = std::string_view(name).size();
             if (words[i].size() <= length || !ASCII::BeginsWith(words[i], name)) {
                 continue;

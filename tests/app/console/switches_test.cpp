@@ -27,6 +27,19 @@ TEST(Switches, AreKnownInEveryCase) {
         EXPECT_EQ(Verdict(word.c_str()), "good") << word;
 }
 
+TEST(Switches, NameFilesFromWhereTheyAreTyped) {
+    int count = 0;
+    const SWITCH* all = AllSwitches(count);
+    for (int i = 0; i < count; ++i) {
+        const std::string form = all[i].Form;
+        if (form.find(":FILE") == form.npos && form.find(":DIRECTORY") == form.npos)
+            continue;
+        const std::string word = std::string("/") + all[i].Name + ":here";
+        const char* words[] = {"tarnwickc", word.c_str()};
+        EXPECT_GT(CompletePaths(2, words)[1].size(), word.size()) << form;
+    }
+}
+
 TEST(Switches, RefuseWhatIsNone) {
     for (const char* word : {"/ONC", "/ONCES", "once", "", "/", "-", "/:", "--once", "/ONCE:1", "/HELP:x"})
         EXPECT_EQ(Verdict(word), std::string("unknown ") + word);
