@@ -8,6 +8,7 @@
 #include "app/mailbox/protection.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/utf8.h"
+#include "corelib/net/tcpio.h"
 
 namespace {
 
@@ -104,8 +105,8 @@ struct PLACE {
             Port = std::to_string(Security == SECURITY_TLS ? MAILACCOUNT::Kind(item).TlsPort
                                                            : MAILACCOUNT::Kind(item).Port);
     }
-    // To a plain greeting of ours such a port answers with silence or a hang-up.
-    bool IsEncrypted() const { return Security == SECURITY_NONE && (Port == "995" || Port == "993" || Port == "465"); }
+    // Such a port waits for a handshake: whoever waits for a greeting there gets silence or a hang-up.
+    bool IsEncrypted() const { return Security != SECURITY_TLS && (Port == "995" || Port == "993" || Port == "465"); }
 
     const int Security;
     STRING Server;
@@ -236,6 +237,8 @@ class EXPLANATION {
         constexpr std::string_view FAILED = "TLS failed";
         if (!reason.starts_with(FAILED))
             return {};
+        if (Kind.HasServer() && Place.Security == SECURITY_TLS && reason.ends_with(TLS_IN_CLEAR))
+            return Text(TEXT_PLAIN_PORT, Place.Port);
         return Text(TEXT_TLS_FAILED, std::string(ASCII::TrimLeft(reason.substr(FAILED.size()), ": ")));
     }
     std::string WebStatus(std::string_view status) const {

@@ -29,7 +29,6 @@ constexpr int64_t MOST_HANDSHAKE_BYTES = 262144;
 // The kinds of records that a handshake can begin with.
 constexpr char TLS_ALERT = 21;
 constexpr char TLS_HANDSHAKE = 22;
-constexpr const char* IN_CLEAR = "the server speaks without TLS";
 constexpr const char* HUNG_UP = "the server hung up";
 constexpr const char* UNFINISHED = "the server did not finish the handshake";
 constexpr const char* UNCHECKED = "the certificate could not be checked";
@@ -337,7 +336,7 @@ TCPIPIO::TAKEN TCPIPIO::TakeReceived(const SOCKETREF& connection, int count) {
     Decrypted.clear();
     // In the words of a library this would be the wrong version of something.
     if (TlsReceived == 0 && Received[0] != TLS_HANDSHAKE && Received[0] != TLS_ALERT)
-        Tls->Break(IN_CLEAR);
+        Tls->Break(TLS_IN_CLEAR);
     TlsReceived += count;
     if (wasShaking && TlsReceived > MOST_HANDSHAKE_BYTES)
         Tls->Break(TALKATIVE);
@@ -545,7 +544,7 @@ int32_t TCPIPIO::Shake(const SOCKETREF& connection) {
             std::lock_guard hold(TlsGuard);
             // A server that waits for commands in clear would wait for ever.
             if (IsShaking(*Tls) && !HasWritten && Ring.Avail() > 0)
-                Tls->Break(IN_CLEAR);
+                Tls->Break(TLS_IN_CLEAR);
             // The daemon thread must find room for what came in clear, or it never gets to the handshake.
             if (IsShaking(*Tls))
                 ThrowAwayRing();

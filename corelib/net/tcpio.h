@@ -51,6 +51,9 @@ enum TCPERROR : int32_t {
     TCPERR_TLS_CUT = 4108         // the end came without TLS's notice: something may be missing
 };
 
+/// The last of the error's words where a server begins to talk although it was to shake hands.
+inline constexpr const char* TLS_IN_CLEAR = "the server speaks without TLS";
+
 /// The device for TCP, in clear or from StartTls on over TLS. Lives for one conversation; destruction drops the call.
 /// No class derives from it: its daemon thread runs as soon as its constructor is through.
 ///

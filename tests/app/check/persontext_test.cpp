@@ -14,7 +14,9 @@ class SHORTTEXTS : public TEXTS {
  public:
     STRING Get(int id) const override {
         STRING text;
-        text.Format(id == 10201 || id == 10202 || id == 10204 || id == 10213 || id == 10224 ? "<%d $1>" : "<%d>", id);
+        text.Format(
+            id == 10201 || id == 10202 || id == 10204 || id == 10213 || id == 10224 || id == 10230 ? "<%d $1>" : "<%d>",
+            id);
         return id == 3006    ? STRING("Error: ")
                : id == 10225 ? STRING("<10225 $1|$2>")
                : id == 10226 ? STRING("old|early|other|unknown|own|gone|weak|bad")
@@ -23,11 +25,12 @@ class SHORTTEXTS : public TEXTS {
 };
 
 std::string Shown(const char* value, int type = ITEMTYPE_POP3, const char* source = "pop.x:110|me",
-                  const char* counts = FAILED_COUNTS) {
+                  const char* counts = FAILED_COUNTS, int security = SECURITY_NONE) {
     STRINGARRAY item;
     item.SetNumber("Type", type);
     item.Set("Source", source);
     item.Set("LastRC", counts);
+    item.SetNumber("Security", security);
     if (strstr(value, "Certificate")) {
         item.SetNumber("Security", SECURITY_TLS);
         item.Set(REFUSED_CERTIFICATE, SHA256);
@@ -44,12 +47,15 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
         const char* Shown;     // after the same
         int Type = ITEMTYPE_POP3;
         const char* Source = "pop.x:110|me";
+        int Security = SECURITY_NONE;
     } cases[] = {
         // Silence, hang-ups and ports on which everybody else speaks first in another way.
         {"", "<10200>"},
         {"", "<10204 995>", POP, "pop.x:995|me"},
         {"Remote disconnected", "<10203>"},
         {"Remote disconnected", "<10204 993>", IMAP, "imap.x:993|me"},
+        {"", "<10204 993>", IMAP, "imap.x:993|me", SECURITY_STARTTLS},
+        {"", "<10200>", IMAP, "imap.x:993|me", SECURITY_TLS},
         {"Recv failed", "<10203>", POP, "pop995|me"},
         {"999 TLS only", "<10204 1110>", POP, "pop.x:1110|me"},
         {"999 TLS only", "<10204 143>", IMAP, "imap.x|me"},
@@ -88,6 +94,9 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
         {"999 No STARTTLS", "<10222>"},
         {"999 No login method", "<10209>", IMAP},
         {"TLS failed", "<10224 >"},
+        {"TLS failed: the server speaks without TLS", "<10230 143>", IMAP, "imap.x:143|me", SECURITY_TLS},
+        {"TLS failed: the server speaks without TLS", "<10224 the server speaks without TLS>", IMAP, "imap.x|me",
+         SECURITY_STARTTLS},
         {"TCPIO 4106 TLS failed: no cipher", "<10224 no cipher>", WEB, "|me"},
         {"Certificate not trusted: expired, unknown issuer A, B & C, other name; SHA-256 " SHA256,
          "<10225 " SHA256 "|old, unknown (\"A\"), B & C, other>"},
@@ -106,7 +115,7 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
         {"no | bars", "no | bars"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(Shown((std::string("Error: ") + c.Recorded).c_str(), c.Type, c.Source),
+        EXPECT_EQ(Shown((std::string("Error: ") + c.Recorded).c_str(), c.Type, c.Source, FAILED_COUNTS, c.Security),
                   std::string("Error: ") + c.Shown);
     // As a file may keep it, and as a run in another language has recorded it.
     EXPECT_EQ(Shown("Error:"), "Error: <10200>");

@@ -95,3 +95,23 @@ TEST(Protection, NoPasswordLeavesBeforeTheLineIsAsSafeAsItHasToBe) {
         }
     }
 }
+
+TEST(Protection, AMailThatIsCutOffIsNoneThoughTheLineWasProtected) {
+    const STEPS pop = STEPS{Tls(), Send("+OK\r\n")} + Answer("USER joe", "+OK\r\n") + Answer("PASS pw", "+OK\r\n") +
+                      Answer("STAT", "+OK 1 40\r\n") + Answer("LIST 1", "+OK 1 40\r\n") +
+                      STEPS{Expect("TOP 1 0"), Send("+OK\r\nSubject: a\r\n")};
+    const STEPS imap = STEPS{Tls(), Send("* OK [CAPABILITY AUTH=PLAIN SASL-IR] hi\r\n")} +
+                       STEPS{Expect("AUTHENTICATE"), Send("IMAPCMD_0 OK\r\n"), Expect("SELECT")} +
+                       STEPS{Send("* 1 EXISTS\r\nIMAPCMD_1 OK\r\n"), Expect("IMAPCMD_2 "), Send("* 1 FETCH (UID 7 ")};
+    for (const int type : {ITEMTYPE_POP3, ITEMTYPE_IMAP}) {
+        SHORTTIMES times(8000);
+        const TLSSERVER server("good", type == ITEMTYPE_POP3 ? pop : imap);
+        RECORDINGROW row;
+        MAILBOXCALL call = row.Call(server.HostPort("localhost"));
+        call.Security = {SECURITY_TLS, true, ""};
+        STRING result;
+        EXPECT_FALSE(type == ITEMTYPE_POP3 ? PopGet(call, 0, result) : ImapGet(call, "", 0, result));
+        const TLSSERVER::OUTCOME outcome = server.Over();
+        EXPECT_EQ(Std(result), "-ERR Remote disconnected") << outcome.Received << outcome.Problem;
+    }
+}
