@@ -170,6 +170,15 @@ STRING FaultTexts(std::string_view faults, const TEXTS& texts) {
     return all;
 }
 
+// As people compare them, and as a window can break them into lines.
+STRING InGroups(std::string_view digits) {
+    constexpr size_t GROUP = 8;
+    STRING groups("");
+    for (; !digits.empty(); digits.remove_prefix(std::min(GROUP, digits.size())))
+        groups += STRING(groups.Length() > 0 ? " " : "") || STRING(digits.substr(0, GROUP));
+    return groups;
+}
+
 class EXPLANATION {
  public:
     EXPLANATION(const STRINGARRAY& item, const TEXTS& texts)
@@ -230,7 +239,7 @@ class EXPLANATION {
             ASCII::Take(reason, ':');
             STRING text = Texts.Get(TEXT_UNTRUSTED);
             // First what is sure: the rest may hold what a stranger has put into a name.
-            text.Replace("$1", Refused.Text());
+            text.Replace("$1", InGroups(Refused.View()).Text());
             text.Replace("$2", FaultTexts(reason.substr(0, reason.rfind("; SHA-256 ")), Texts).Text());
             return std::string(text.View());
         }

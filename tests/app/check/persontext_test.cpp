@@ -99,7 +99,8 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
          SECURITY_STARTTLS},
         {"TCPIO 4106 TLS failed: no cipher", "<10224 no cipher>", WEB, "|me"},
         {"Certificate not trusted: expired, unknown issuer A, B & C, other name; SHA-256 " SHA256,
-         "<10225 " SHA256 "|old, unknown (\"A\"), B & C, other>"},
+         "<10225 01234567 89abcdef 01234567 89abcdef 01234567 89abcdef 01234567 89abcdef|old, unknown (\"A\"), B & C, "
+         "other>"},
         {"Certificate not trusted: weak; SHA-256 12", "Certificate not trusted: weak; SHA-256 12", POP},
         // One that there has not been.
         {"Certificate not trusted: expired; SHA-256 " OTHER_SHA256,

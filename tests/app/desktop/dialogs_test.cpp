@@ -453,6 +453,7 @@ TEST_F(Dialogs, AskWhetherToTrustACertificate) {
         EXPECT_NE(Text(1, 290).find('3'), std::string::npos) << Text(1, 290);
         PressOk();
     }));
+    std::erase(Said, ' ');
     EXPECT_NE(Said.find(Std(server.Sha256())), std::string::npos) << Said;
     EXPECT_EQ(Std(item.Get("TrustedCertificate")), Std(server.Sha256()));
 }
