@@ -15,7 +15,7 @@ class SHORTTEXTS : public TEXTS {
     STRING Get(int id) const override {
         STRING text;
         text.Format(
-            id == 10201 || id == 10202 || id == 10204 || id == 10213 || id == 10224 || id == 10230 ? "<%d $1>" : "<%d>",
+            id == 10201 || id == 10202 || id == 10204 || id == 10213 || id == 10224 || id == 10239 ? "<%d $1>" : "<%d>",
             id);
         return id == 3006    ? STRING("Error: ")
                : id == 10225 ? STRING("<10225 $1|$2>")
@@ -94,7 +94,7 @@ TEST(PersonText, TellsWhyACheckHasFailed) {
         {"999 No STARTTLS", "<10222>"},
         {"999 No login method", "<10209>", IMAP},
         {"TLS failed", "<10224 >"},
-        {"TLS failed: the server speaks without TLS", "<10230 143>", IMAP, "imap.x:143|me", SECURITY_TLS},
+        {"TLS failed: the server speaks without TLS", "<10239 143>", IMAP, "imap.x:143|me", SECURITY_TLS},
         {"TLS failed: the server speaks without TLS", "<10224 the server speaks without TLS>", IMAP, "imap.x|me",
          SECURITY_STARTTLS},
         {"TCPIO 4106 TLS failed: no cipher", "<10224 no cipher>", WEB, "|me"},
