@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         Never(words.size() > MAILWORDS_MOST);
         for (const std::string& word : words)
             Never(word.empty() || word.size() > MAILWORD_BYTES || word.find_first_of(" \n\r\t") != word.npos);
-        for (uint64_t mail = 0; mail < 2 * LEARNING_FIRST_MAILS; ++mail)
+        for (uint64_t mail = 0; mail < uint64_t{2} * LEARNING_FIRST_MAILS; ++mail)
             Never(!store.Learn(words, mail, mail % 2 == 0, 1));
         const LEARNEDVERDICT verdict = JudgeWords(store, words);
         Never(verdict.Kind == LEARNEDVERDICT::SILENT || verdict.Percent < 0 || verdict.Percent > 100);

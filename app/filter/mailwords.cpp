@@ -73,7 +73,7 @@ class COLLECTOR {
                 continue;
             std::string word = InStore(piece);
             if (pairs && !before.empty())
-                Add(before + "_" + word);
+                Add(before.append("_").append(word));
             Add(std::string(prefix) + word);
             before = pairs ? std::move(word) : std::string();
         }

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr size_t NONE = std::string_view::npos;
-constexpr std::string_view BLANKS = " \t\r\n\f";
 constexpr size_t CHARSET_WITHIN = 4096;  // bytes in which a page tells its charset
 
 /// What a tag does to the text.

@@ -94,7 +94,7 @@ constexpr RANGE UNSEEN[] = {{0xAD, 0xAD},     {0x300, 0x36F},   {0x61C, 0x61C}, 
 constexpr RANGE BLANKS[] = {{0xA0, 0xA0},     {0x1680, 0x1680}, {0x2000, 0x200A}, {0x2028, 0x2029},
                             {0x202F, 0x202F}, {0x205F, 0x205F}, {0x2800, 0x2800}, {0x3000, 0x3000}};
 // Whole scripts, for speed.
-constexpr RANGE NO_LIKENESS[] = {{0x0590, 0x10FF}, {0x3040, 0x9FFF}, {0xAC00, 0xD7A3}};
+constexpr RANGE NO_LIKENESS[] = {{0x0620, 0x10FF}, {0x3041, 0x3163}, {0x3165, 0x9FFF}, {0xAC00, 0xD7A3}};
 constexpr char32_t DIAERESIS = 0x308;
 
 constexpr bool InOrder() {
@@ -163,29 +163,24 @@ std::string_view PlainSign(char32_t c) {
 }
 
 /// A letter with the two dots that follow it is one of the code page.
-bool TakeDots(std::string& out) {
-    constexpr std::string_view PLAIN = "AOUaou", DOTTED = "\xC4\xD6\xDC\xE4\xF6\xFC";
-    const size_t place = out.empty() ? PLAIN.npos : PLAIN.find(out.back());
-    if (place == PLAIN.npos)
-        return false;
-    out.back() = DOTTED[place];
-    return true;
+void TakeDots(std::string& out) {
+    constexpr std::string_view PLAIN_LETTERS = "AOUaou", DOTTED = "\xC4\xD6\xDC\xE4\xF6\xFC";
+    const size_t place = out.empty() ? DOTTED.npos : PLAIN_LETTERS.find(out.back());
+    if (place != DOTTED.npos)
+        out.back() = DOTTED[place];
 }
 
 void AppendFolded(std::string& out, char32_t c, std::string_view bytes, bool* disguised) {
     const auto in = [c](const RANGE& range) { return In(c, range); };
-    if (c == UTF8::INVALID) {
+    if (c == UTF8::INVALID || std::ranges::any_of(NO_LIKENESS, in)) {
         out += bytes;
     } else if (c > 0xA0 && c < 0x100 && c != 0xAD && c != 0xB4) {
         out += static_cast<char>(c);
-    } else if (c == DIAERESIS && TakeDots(out)) {
-        return;
     } else if (std::ranges::any_of(BLANKS, in) || c < 0xA0) {
         out += ' ';
     } else if (std::ranges::any_of(UNSEEN, in)) {
-        return;
-    } else if (std::ranges::any_of(NO_LIKENESS, in)) {
-        out += bytes;
+        if (c == DIAERESIS)
+            TakeDots(out);
     } else if (const char letter = LookOf(c)) {
         out += letter;
         if (disguised)

@@ -165,7 +165,7 @@ TEST_F(BothViews, CountForEachRowWhatTheRicherOneHas) {
                 }
                 return count;
             };
-            expected += std::max(hits(mail), hits(view.Header + "\n" + view.Body)) * word.Points;
+            expected += int64_t{word.Points} * std::max(hits(mail), hits(view.Header + "\n" + view.Body));
         }
         EXPECT_EQ(fast.TotalPoints, expected) << mail;
     }
