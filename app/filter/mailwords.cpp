@@ -1,6 +1,6 @@
 #include "app/filter/mailwords.h"
 
-#include <array>
+#include <algorithm>
 #include <unordered_set>
 #include <utility>
 
@@ -46,8 +46,12 @@ std::string InStore(std::string_view folded) {
 class COLLECTOR {
  public:
     bool IsFull() const { return Words.size() >= MAILWORDS_MOST; }
+    /// What has blanks or control characters would tear the lines of the store, and is none.
     void Add(std::string word) {
-        if (!IsFull() && word.size() <= MAILWORD_BYTES && Known.insert(word).second)
+        const bool isWord = word.size() <= MAILWORD_BYTES && std::ranges::none_of(word, [](char c) {
+                                return static_cast<unsigned char>(c) <= ' ' || c == 0x7F;
+                            });
+        if (!IsFull() && isWord && Known.insert(word).second)
             Words.push_back(std::move(word));
     }
     /// The words of a text, each with the prefix, and if it is wanted pairs of those that follow each other.

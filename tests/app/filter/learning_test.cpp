@@ -35,6 +35,9 @@ TEST(MailWords, AreThoseThatTellMails) {
     for (int i = 0; i < 20000; ++i)
         many += "w" + std::to_string(i) + " ";
     EXPECT_EQ(MailWords(DECODEDVIEW(many)).size(), MAILWORDS_MOST);
+    // Bytes that would tear the lines of the store, or end its file.
+    EXPECT_EQ(words("X-Y\x1A: z\nno field\nContent-Transfer-Encoding: a\rb\nReply-To: a@b\x1A\r.example\n\n"),
+              "h:content-transfer-encoding h:reply-to ");
     EXPECT_EQ(MailNumber(DECODEDVIEW(Mail(1, "a", "b"))), MailNumber(DECODEDVIEW("X-Size: 1\n" + Mail(1, "a", "cut"))));
     EXPECT_NE(MailNumber(DECODEDVIEW(Mail(1, "a", "b"))), MailNumber(DECODEDVIEW(Mail(2, "a", "b"))));
     EXPECT_NE(MailNumber(DECODEDVIEW("\na")), MailNumber(DECODEDVIEW("\nb")));
