@@ -184,11 +184,14 @@ std::vector<STRING> SESSION::Values(const char* name) const {
 // Carries out the switches that are about the accounts themselves, until one fails. Without any there is no exit code.
 std::optional<int> SESSION::ChangeAccounts(TARNWICK& application) {
     const std::vector<STRING> added = Values("ADD"), trusted = Values("TRUST"), removed = Values("REMOVE");
-    // The start has seen to it.
     const STRING store = App.Arguments().GetArgValue("PASSWORDS", 0);
-    if (store.NotNull())
-        FrontEnd.Print(
-            Text(application.pState.GetNumber("PasswordStore") == 1 ? CTEXT_PASSWORDS_SEALED : CTEXT_PASSWORDS_PLAIN));
+    if (store.NotNull()) {
+        // The start has seen to it, and said what stood in the way.
+        const bool sealed = application.pState.GetNumber("PasswordStore") == 1;
+        if (sealed != ASCII::Equal(store.View(), "sealed"))
+            return EXIT_NO_START;
+        FrontEnd.Print(Text(sealed ? CTEXT_PASSWORDS_SEALED : CTEXT_PASSWORDS_PLAIN));
+    }
     if (added.empty() && trusted.empty() && removed.empty() && !Has("LIST"))
         return store.NotNull() ? std::optional(EXIT_GOOD) : std::nullopt;
     int code = EXIT_GOOD;

@@ -285,6 +285,11 @@ bool DATAFILES::SaveTables(int mask) {
 }
 
 bool DATAFILES::StorePasswords(bool sealed) {
+    // Those that stand there readable must not be lost by it.
+    if (sealed && !Passwords.CanSeal()) {
+        TellSealingTrouble();
+        return false;
+    }
     Tables.State.SetNumber("PasswordStore", sealed ? 1 : 0);
     return SaveSettings() && SaveTables(SAVE_ITEMS);
 }

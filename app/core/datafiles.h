@@ -49,7 +49,8 @@ class DATAFILES {
     /// only for the end of a run. False if a file could not be written; the old file is then as it was.
     [[nodiscard]] bool SaveTables(int mask);
     [[nodiscard]] bool SaveSettings();
-    /// Passwords stand sealed in the files, or readable, from now on. False if a file could not be written.
+    /// Passwords stand sealed in the files, or readable, from now on. False if a file could not be written, or nothing
+    /// can be sealed here: then all stays as it was.
     [[nodiscard]] bool StorePasswords(bool sealed);
 
  private:

@@ -57,6 +57,10 @@ STRINGARRAY STOREDPASSWORDS::ForFile(STRINGARRAY& record, const char* key, bool 
     return file;
 }
 
+bool STOREDPASSWORDS::CanSeal() {
+    return SEALING::Seal("", Trouble).Length() > 0;
+}
+
 STRING STOREDPASSWORDS::TakeTrouble() {
     return std::exchange(Trouble, STRING(""));
 }

@@ -21,6 +21,8 @@ class STOREDPASSWORDS {
     /// Before a record is written: what stands in the file in place of values of the table, which gets the sealed text.
     /// A password that cannot be sealed is not in the file.
     STRINGARRAY ForFile(STRINGARRAY& record, const char* key, bool sealed);
+    /// Whether a password can be sealed here and now.
+    bool CanSeal();
     /// Why one could not be sealed since this was last asked; empty if none.
     STRING TakeTrouble();
 

@@ -7,6 +7,7 @@
 #include "corelib/base/files.h"
 #include "resources/commands.h"
 #include "tests/app/core/coresupport.h"
+#include "tests/corelib/system/systemsupport.h"
 
 namespace {
 
@@ -362,6 +363,15 @@ TEST_F(DataFiles, PasswordsAreSealedInANewDirectory) {
     WriteData("tarnwick.ini", replaced(InData("tarnwick.ini"), "PasswordStore=0", "Mine=0"));
     Start();
     EXPECT_NE(save().find(PLAIN), std::string::npos) << "as ever in a directory of before";
+#ifndef _WIN32
+    {
+        const VARIABLE nowhere("TARNWICK_REGISTRY", "/proc/nothing");
+        FrontEnd.Messages.clear();
+        EXPECT_FALSE(Files->StorePasswords(true));
+        EXPECT_NE(save().find(PLAIN), std::string::npos) << "what cannot be sealed is not lost";
+        EXPECT_EQ(FrontEnd.Messages.size(), 1U);
+    }
+#endif
     EXPECT_TRUE(Files->StorePasswords(true));
     EXPECT_EQ(InData("accounts.ini").find("c2VjcmV0"), std::string::npos);
 }
