@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "corelib/base/ascii.h"
+#include "corelib/base/hexdigits.h"
 #include "corelib/base/trace.h"
 #include "corelib/mapi/mapiparts_win32.h"
 
@@ -15,27 +16,6 @@ constexpr size_t ROW_TEXT = 255;
 constexpr size_t HEADER_BYTES = 65536, BODY_BYTES = 16 << 20;
 /// Bytes of an entry id: its flags, and whose it is.
 constexpr size_t SHORTEST_ID = 8;
-
-std::string ToHex(std::string_view bytes) {
-    std::string text;
-    text.reserve(2 * bytes.size());
-    for (const char c : bytes)
-        for (const int shift : {4, 0})
-            text += "0123456789abcdef"[static_cast<unsigned char>(c) >> shift & 15];
-    return text;
-}
-
-/// Empty if it is none.
-std::string FromHex(std::string_view text) {
-    std::string bytes;
-    for (; text.size() >= 2; text.remove_prefix(2)) {
-        const int byte = ASCII::HexByte(text);
-        if (byte < 0)
-            return {};
-        bytes += static_cast<char>(byte);
-    }
-    return text.empty() ? bytes : std::string();
-}
 
 std::string DateOf(const SPropValue& value) {
     static constexpr const char* DAYS[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
@@ -211,7 +191,7 @@ MAPIMESSAGE SESSION::Read(const SPropValue* row, int bytes) const {
     mail.Size = static_cast<uint32_t>(NumberOf(row[SIZE_COLUMN]));
     mail.IsRead = (NumberOf(row[FLAGS_COLUMN]) & MSGFLAG_READ) != 0;
     const std::string id = BytesOf(row[ENTRY_ID]);
-    mail.Id = ToHex(id);
+    mail.Id = HEX::ToHex(id);
     if (bytes == MAPICLASS::NO_TEXTS)
         return mail;
     // It may have gone since the table was read: the row is what there is of it then.
@@ -269,7 +249,7 @@ bool MAPICLASS::MoveInboxMessage(const std::string& id, int folder) {
         Trace("MAPICLASS::MoveInboxMessage %s failed\n", failed);
         return false;
     };
-    const std::string entry = FromHex(id);
+    const std::string entry = HEX::FromHex(id);
     // A mail without an id of its own goes by a number here, which is shorter than any.
     if (entry.size() < SHORTEST_ID)
         return false;

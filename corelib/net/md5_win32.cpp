@@ -4,8 +4,8 @@
 #include <bcrypt.h>
 // clang-format on
 
+#include "corelib/base/hexdigits.h"
 #include "corelib/net/md5.h"
-#include "corelib/net/tlsio.h"
 
 std::string Md5Hex(std::string_view bytes) {
     constexpr ULONG DIGEST_BYTES = 16;
@@ -22,5 +22,5 @@ std::string Md5Hex(std::string_view bytes) {
     if (hash)
         BCryptDestroyHash(hash);
     BCryptCloseAlgorithmProvider(algorithm, 0);
-    return good ? std::string(TLS::Hex({reinterpret_cast<const char*>(digest), DIGEST_BYTES}).View()) : std::string();
+    return good ? HEX::ToHex({reinterpret_cast<const char*>(digest), DIGEST_BYTES}) : std::string();
 }

@@ -53,13 +53,6 @@ STRING TLS::ShownText(std::string_view text) {
     return STRING(std::string_view(shown));
 }
 
-STRING TLS::Hex(std::string_view bytes) {
-    STRING text("");
-    for (const char c : bytes)
-        text.AppendFormat("%02x", static_cast<unsigned char>(c));
-    return text;
-}
-
 bool TLS::SameSha256(const STRING& trusted, const STRING& sha256) {
     std::string digits;
     std::copy_if(trusted.View().begin(), trusted.View().end(), std::back_inserter(digits),

@@ -117,7 +117,6 @@ namespace TLS {
 
 /// A text of a certificate as TLSREPORT shows it.
 STRING ShownText(std::string_view text);
-STRING Hex(std::string_view bytes);
 /// True if `trusted`, as a user or a file writes it, is this SHA-256.
 bool SameSha256(const STRING& trusted, const STRING& sha256);
 /// True for a dotted address, which has no name to be told to the server; and if its four bytes are these.

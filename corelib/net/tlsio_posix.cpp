@@ -8,6 +8,7 @@
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
+#include "corelib/base/hexdigits.h"
 #include "corelib/net/tlsidentity.h"
 #include "corelib/net/tlsio.h"
 
@@ -121,7 +122,7 @@ STRING Sha256Of(const X509* certificate) {
     std::array<unsigned char, 32> digest{};
     unsigned length = 0;
     X509_digest(certificate, EVP_sha256(), digest.data(), &length);
-    return TLS::Hex({reinterpret_cast<char*>(digest.data()), digest.size()});
+    return STRING(std::string_view(HEX::ToHex({reinterpret_cast<char*>(digest.data()), digest.size()})));
 }
 
 void Describe(X509* certificate, TLSREPORT& report) {

@@ -17,6 +17,7 @@
 #include <string>
 #include <utility>
 
+#include "corelib/base/hexdigits.h"
 #include "corelib/base/widepath.h"
 #include "corelib/net/tlsio.h"
 
@@ -107,7 +108,8 @@ STRING Sha256Of(const CERT_CONTEXT* certificate) {
         BCryptDestroyHash(hash);
     if (algorithm)
         BCryptCloseAlgorithmProvider(algorithm, 0);
-    return good ? TLS::Hex({reinterpret_cast<char*>(digest.data()), digest.size()}) : STRING("");
+    return good ? STRING(std::string_view(HEX::ToHex({reinterpret_cast<char*>(digest.data()), digest.size()})))
+                : STRING("");
 }
 
 // The system's own comparison takes the subject's name where there are no others, and does not know addresses

@@ -9,6 +9,7 @@
 
 #include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
+#include "corelib/base/hexdigits.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/keyring_posix.h"
 #include "corelib/system/osys.h"
@@ -37,24 +38,9 @@ unsigned char* Raw(std::string& text, size_t at = 0) {
     return reinterpret_cast<unsigned char*>(text.data() + at);
 }
 
-std::string ToHex(const std::string& bytes) {
-    std::string text;
-    for (const char c : bytes)
-        for (const int digit : {static_cast<unsigned char>(c) >> 4, c & 15})
-            text += "0123456789abcdef"[digit];
-    return text;
-}
-
 /// False for anything but a key.
-bool FromHex(std::string_view text, std::string& bytes) {
-    text = ASCII::Trim(text, " \t\r\n");
-    bytes.clear();
-    for (size_t i = 0; i + 1 < text.size() && text.size() == 2 * KEY_BYTES; i += 2) {
-        const int high = ASCII::HexValue(text[i]), low = ASCII::HexValue(text[i + 1]);
-        if (high < 0 || low < 0)
-            return false;
-        bytes += static_cast<char>(high << 4 | low);
-    }
+bool ReadKey(std::string_view digits, std::string& bytes) {
+    bytes = HEX::FromHex(ASCII::Trim(digits, " \t\r\n"));
     return bytes.size() == KEY_BYTES;
 }
 
@@ -81,7 +67,7 @@ bool ReadKeyFile(std::string& bytes, STRING& trouble) {
         const bool mended = FILES::MakePrivate(path.Text());
         Trace("SEALING: others could read %s, mended= %d\n", path.Text(), static_cast<int>(mended));
     }
-    if (FILES::ReadHead(path.Text(), 1024, text) && FromHex(text.View(), bytes))
+    if (FILES::ReadHead(path.Text(), 1024, text) && ReadKey(text.View(), bytes))
         return true;
     trouble = STRING("the key file ") || FILES::NativePath(path.Text()) || " is damaged";
     return false;
@@ -103,7 +89,7 @@ bool MakeKeyFile(std::string& bytes, STRING& trouble) {
         return false;
     const std::string beside = std::string(native.View()) + "." + std::to_string(getpid());
     const int file = open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    std::string text = ToHex(key) + "\n";
+    std::string text = HEX::ToHex(key) + "\n";
     const bool written =
         file != -1 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) && fsync(file) == 0;
     if (file != -1)
@@ -127,9 +113,9 @@ bool ReadKeyring(std::string& bytes, bool make, STRING& trouble) {
     if (OfKeyring.empty() && trouble.Length() == 0) {
         std::string text;
         const KEYRING::ANSWER answer = KEYRING::Look(text, trouble);
-        bool good = answer == KEYRING::ANSWER::FOUND && FromHex(text, OfKeyring);
+        bool good = answer == KEYRING::ANSWER::FOUND && ReadKey(text, OfKeyring);
         if (answer == KEYRING::ANSWER::ABSENT && make && MakeKey(OfKeyring))
-            good = KEYRING::Keep(text = ToHex(OfKeyring), trouble);
+            good = KEYRING::Keep(text = HEX::ToHex(OfKeyring), trouble);
         SEALING::Wipe(text);
         if (!good)
             SEALING::Wipe(OfKeyring);

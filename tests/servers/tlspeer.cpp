@@ -21,8 +21,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include "corelib/base/hexdigits.h"
 #include "tests/servers/certificates.h"
-#include "tests/servers/hexdigits.h"
 
 namespace {
 
@@ -71,7 +71,7 @@ class CONVERSATION {
 
     bool Step(const std::string& word, const std::string& value) {
         const int number = atoi(value.c_str());
-        const std::string bytes = FromHex(value);
+        const std::string bytes = HEX::FromHex(value);
         const auto set = [](int& what, int to) {
             what = to;
             return true;
@@ -299,7 +299,8 @@ void Serve(int control, const CERTIFICATES& certificates) {
             } else if (word == "over") {
                 if (player.joinable())
                     player.join();
-                answer = ToHex(outcome.Received) + "," + ToHex(outcome.Problem) + "," + outcome.Records + "\n";
+                answer =
+                    HEX::ToHex(outcome.Received) + "," + HEX::ToHex(outcome.Problem) + "," + outcome.Records + "\n";
             } else {
                 script.emplace_back(word, value);
             }

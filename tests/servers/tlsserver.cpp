@@ -74,7 +74,7 @@ TLSSERVER::OUTCOME TLSSERVER::Over() const {
     std::istringstream answer(Peer().Answer());
     std::string received, problem;
     std::getline(std::getline(answer, received, ','), problem, ',');
-    OUTCOME outcome{FromHex(received), FromHex(problem), {}};
+    OUTCOME outcome{HEX::FromHex(received), HEX::FromHex(problem), {}};
     for (int record; answer >> record;)
         outcome.Records.push_back(record);
     return outcome;

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/servers/hexdigits.h"
+#include "corelib/base/hexdigits.h"
 #include "tests/support/testsupport.h"
 
 /// A step of the server's side of a conversation over TLS: a word and a value that tests/servers/tlspeer.cpp knows.
@@ -18,7 +18,7 @@ struct MAKER {
     const char* Word;
     TLSSTEP operator()() const { return {Word, ""}; }
     TLSSTEP operator()(int number) const { return {Word, std::to_string(number)}; }
-    TLSSTEP operator()(std::string_view bytes) const { return {Word, ToHex(bytes)}; }
+    TLSSTEP operator()(std::string_view bytes) const { return {Word, HEX::ToHex(bytes)}; }
 };
 
 /// The handshake; what stands before it is in clear. The lowest and the highest version, "1.2" or "1.3", come ahead.
