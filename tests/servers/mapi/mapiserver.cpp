@@ -6,10 +6,6 @@
 
 // What the program does not call says so, parameter by parameter as the platform's headers have it.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
-#ifdef __clang__
-// It takes the headers' methods for such as throw nothing.
-#pragma clang diagnostic ignored "-Wmicrosoft-exception-spec"
-#endif
 #define NOTHING           \
     override {            \
         return Unknown(); \

@@ -28,6 +28,10 @@
 
 // The platform's interfaces have none.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+#ifdef __clang__
+// It takes the headers' methods for such as throw nothing.
+#pragma clang diagnostic ignored "-Wmicrosoft-exception-spec"
+#endif
 
 constexpr ULONG STRINGS_CUT = 255, STREAMED_FROM = 4096;
 
