@@ -1,6 +1,6 @@
 # What makes up the product: one folder with everything beside the program, which runs from anywhere.
 #   cmake --install build/windows --component program --prefix FOLDER
-#   (cd build/windows && cpack)
+#   (cd build/windows && cpack)      the installer and a zip; elsewhere a tar file
 
 foreach(target IN ITEMS tarnwick tarnwickc)
     if(TARGET ${target})
@@ -25,16 +25,24 @@ file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/license.txt" CONTENT "${license}${lib
 install(FILES "${CMAKE_BINARY_DIR}/license.txt" DESTINATION . COMPONENT program)
 
 if(WIN32)
-    set(CPACK_GENERATOR ZIP)
+    set(CPACK_GENERATOR External)
+    set(CPACK_EXTERNAL_ENABLE_STAGING ON)
+    set(CPACK_EXTERNAL_PACKAGE_SCRIPT "${CMAKE_SOURCE_DIR}/packaging/windows/package.cmake")
+    tw_version_numbers(CPACK_TARNWICK_NUMBERS ".")
+    set(CPACK_TARNWICK_EPOCH "${TW_RELEASE_EPOCH}")
+    set(CPACK_TARNWICK_ICON "${CMAKE_SOURCE_DIR}/resources/icons/ico/program.ico")
+    set(CPACK_TARNWICK_SYMBOLS "${CMAKE_BINARY_DIR}/symbols")
+    set(CPACK_TARNWICK_OBJCOPY "${CMAKE_OBJCOPY}")
+    set(CPACK_TARNWICK_STRIP "${CMAKE_STRIP}")
     set(system win64)
 else()
     set(CPACK_GENERATOR TGZ)
+    set(CPACK_STRIP_FILES ON)
     string(TOLOWER "${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}" system)
 endif()
 set(CPACK_PACKAGE_FILE_NAME "tarnwick-${PROJECT_VERSION}-${system}")
-# With this generator cpack builds nothing by itself.
+# With these generators cpack builds nothing by itself.
 set(CPACK_INSTALL_COMMANDS "\"${CMAKE_COMMAND}\" --build \"${CMAKE_BINARY_DIR}\" --target ${programs} english german")
 set(CPACK_PACKAGE_VENDOR "Velmora")
 set(CPACK_VERBATIM_VARIABLES ON)
-set(CPACK_STRIP_FILES ON)
 include(CPack)

@@ -10,9 +10,7 @@ function(tw_resources target)
         set(TW_FILE_TYPE VFT_DLL)
         set(TW_FILE ${target}.dll)
     endif()
-    # A number with a leading zero would be an octal one.
-    string(REGEX REPLACE "^0+([0-9])" "\\1" minor "${PROJECT_VERSION_MINOR}")
-    set(TW_VERSION_NUMBERS "${PROJECT_VERSION_MAJOR},${minor},0,0")
+    tw_version_numbers(TW_VERSION_NUMBERS ",")
 
     set(version "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")
     configure_file("${CMAKE_SOURCE_DIR}/resources/version.rc.in" "${version}" @ONLY)

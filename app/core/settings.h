@@ -4,7 +4,7 @@
 #include "corelib/base/stringarray.h"
 
 /// The version that this program stores in the settings.
-inline constexpr const char* PROGRAM_VERSION = "2.02";
+inline constexpr const char* PROGRAM_VERSION = TARNWICK_VERSION;
 /// Stands after the version wherever a person sees it.
 inline constexpr const char* PROGRAM_VERSION_SUFFIX = "";
 

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr const char* BUILD_STAMP = __DATE__ " " __TIME__;
-
 const char* SystemName() {
     if (STRING("/") == FILES::NativePath("\\")) {
         return "<unknown>\n";  // none of the family
@@ -88,7 +86,7 @@ int VELMORAAPP::Start(FRONTEND& frontEnd) {
 void VELMORAAPP::TraceBanner() const {
     Trace("%s Version %s%s\n", Library.Get(TEXT_PRODUCT).Text(), PROGRAM_VERSION, PROGRAM_VERSION_SUFFIX);
     Trace("Started %s %s\n", OSYS::DateText().Text(), OSYS::TimeText().Text());
-    Trace("Compiled %s\n", BUILD_STAMP);
+    Trace("Compiled %s\n", TARNWICK_BUILD_STAMP);
     Trace("Current Directory: %s (exe directory)\n", OSYS::GetCurrentDir().Text());
     Trace("Working Directory: %s (gWorkDir, program started from here)\n", gWorkDir.Text());
     Trace("Running under \n");

@@ -42,6 +42,6 @@ int AssertCount();
 /// when the assertion fails). Each gives the condition as a bool.
 #define ASSERTION(condition, text) ASSERTION_INFO(condition, text, nullptr)
 #define ASSERTION_INFO(condition, text, info) \
-    ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, false), false))
+    ((condition) ? true : (Assert(false, text, __FILE_NAME__, __LINE__, info, false), false))
 #define ASSERTION_QUIET(condition, text, info) \
-    ((condition) ? true : (Assert(false, text, __FILE__, __LINE__, info, true), false))
+    ((condition) ? true : (Assert(false, text, __FILE_NAME__, __LINE__, info, true), false))

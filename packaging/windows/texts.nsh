@@ -1,0 +1,28 @@
+; The installer's own words, in both languages.
+!macro Text name english german
+    LangString ${name} ${LANG_ENGLISH} "${english}"
+    LangString ${name} ${LANG_GERMAN} "${german}"
+!macroend
+!define Text "!insertmacro Text"
+
+${Text} TEXT_CHOICE_HEAD "Installation of ${PRODUCT} ${VERSION}" "Installation von ${PRODUCT} ${VERSION}"
+${Text} TEXT_CHOICE_SUB "Who is to use ${PRODUCT}, and when does it start?" "Wer soll ${PRODUCT} benutzen, und wann startet es?"
+${Text} TEXT_FOR_WHOM "Install ${PRODUCT}" "${PRODUCT} installieren"
+${Text} TEXT_FOR_ME "for &me only (takes no administrator's rights)" "nur für &mich (ohne Rechte eines Administrators)"
+${Text} TEXT_FOR_ALL "for &all users of this computer" "für &alle Benutzer dieses Computers"
+${Text} TEXT_AUTOSTART "&Start ${PRODUCT} when I log on to Windows" "${PRODUCT} beim Anmelden an Windows &starten"
+${Text} TEXT_UPDATE_NOTE "If ${PRODUCT} is running, it is asked to end before its files are replaced. Your accounts, settings and lists stay as they are." "Wenn ${PRODUCT} läuft, wird es gebeten, sich zu beenden, bevor seine Dateien ersetzt werden. Ihre Konten, Einstellungen und Listen bleiben, wie sie sind."
+${Text} TEXT_RUN "Start ${PRODUCT} now" "${PRODUCT} jetzt starten"
+${Text} TEXT_ENDING "${PRODUCT} is running and is asked to end ..." "${PRODUCT} läuft und wird gebeten, sich zu beenden ..."
+${Text} TEXT_BUSY "This program is still running, or its file is in use:$\r$\n$Busy$\r$\n$\r$\nPlease end it and try again." "Dieses Programm läuft noch, oder seine Datei wird benutzt:$\r$\n$Busy$\r$\n$\r$\nBitte beenden Sie es, und versuchen Sie es noch einmal."
+${Text} TEXT_RIGHTS "Only an administrator can install ${PRODUCT} for all users. Without these rights, please install it for yourself only." "Nur ein Administrator kann ${PRODUCT} für alle Benutzer installieren. Ohne diese Rechte installieren Sie es bitte nur für sich selbst."
+${Text} TEXT_NEWER "${PRODUCT} $OldVersion is installed, which is newer than ${VERSION}.$\r$\n$\r$\nDo you want to replace it by the older version?" "${PRODUCT} $OldVersion ist installiert und neuer als ${VERSION}.$\r$\n$\r$\nWollen Sie es durch die ältere Version ersetzen?"
+${Text} TEXT_TOO_LONG "The path of this folder is too long for Windows. Please choose a shorter one:$\r$\n$INSTDIR" "Der Pfad dieses Ordners ist für Windows zu lang. Bitte wählen Sie einen kürzeren:$\r$\n$INSTDIR"
+${Text} TEXT_UNWRITABLE "Nothing can be written to this folder. Please choose another one, or look for what protects it:$\r$\n$INSTDIR" "In diesen Ordner kann nicht geschrieben werden. Bitte wählen Sie einen anderen, oder sehen Sie nach, was ihn schützt:$\r$\n$INSTDIR"
+${Text} TEXT_SPACE "There is not enough room on the disk. ${PRODUCT} needs ${KILOBYTES} KB in this folder:$\r$\n$INSTDIR" "Auf dem Datenträger ist nicht genug Platz. ${PRODUCT} braucht ${KILOBYTES} KB in diesem Ordner:$\r$\n$INSTDIR"
+${Text} TEXT_UN_HEAD "Removal of ${PRODUCT}" "${PRODUCT} entfernen"
+${Text} TEXT_UN_SUB "What is to go, and what is to stay?" "Was soll weg, und was soll bleiben?"
+${Text} TEXT_UN_WHERE "${PRODUCT} will be removed from this folder:$\r$\n$INSTDIR" "${PRODUCT} wird aus diesem Ordner entfernt:$\r$\n$INSTDIR"
+${Text} TEXT_UN_DATA "&Delete my accounts, settings, lists and trash, too" "Auch meine Konten, Einstellungen, Listen und den Papierkorb &löschen"
+${Text} TEXT_UN_DATA_NOTE "Otherwise they stay, and a later installation finds them again. Mail on your servers is not touched either way." "Sonst bleiben sie, und eine spätere Installation findet sie wieder. Mails auf Ihren Servern bleiben in jedem Fall unberührt."
+${Text} TEXT_UN_RIGHTS "${PRODUCT} was installed for all users. Only an administrator can remove it." "${PRODUCT} wurde für alle Benutzer installiert. Nur ein Administrator kann es entfernen."
