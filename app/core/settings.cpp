@@ -2,6 +2,8 @@
 
 #include "corelib/base/codepage.h"
 
+const char* const PROGRAM_VERSION = TARNWICK_VERSION;
+
 namespace {
 
 // Of the others the lists of the filter stay bytes, as they are held against those of mails, and paths are what the

@@ -4,7 +4,7 @@
 #include "corelib/base/stringarray.h"
 
 /// The version that this program stores in the settings.
-inline constexpr const char* PROGRAM_VERSION = TARNWICK_VERSION;
+extern const char* const PROGRAM_VERSION;
 /// Stands after the version wherever a person sees it.
 inline constexpr const char* PROGRAM_VERSION_SUFFIX = "";
 

@@ -194,8 +194,17 @@ FunctionEnd
 
 Function .onInit
     SetRegView 64
-    StrCpy $GivenDir $INSTDIR
     Call ReadLanguage
+    StrCpy $GivenDir $INSTDIR
+    ${If} $GivenDir == ""
+        ; NSIS drops a folder that cannot be, and would install elsewhere without a word.
+        System::Call 'kernel32::GetCommandLineW() w .r0'
+        ClearErrors
+        ${GetOptions} $0 "/D=" $INSTDIR
+        ${IfNot} ${Errors}
+            ${Fail} ${CODE_UNWRITABLE} "$(TEXT_UNWRITABLE)"
+        ${EndIf}
+    ${EndIf}
     !insertmacro Option $AutoStart "/AUTOSTART="
     !insertmacro HasOption $ForAll "/ALLUSERS"
     !insertmacro HasOption $2 "/CURRENTUSER"

@@ -20,7 +20,8 @@ foreach(file IN LISTS files)
     if(file MATCHES "\\.(exe|dll)$")
         get_filename_component(base "${file}" NAME)
         run("${CPACK_TARNWICK_OBJCOPY}" --only-keep-debug "${stage}/${file}" "${symbols}/${base}.debug")
-        run("${CPACK_TARNWICK_STRIP}" "${stage}/${file}")
+        # With -p the linker's time stamp stays, which is none.
+        run("${CPACK_TARNWICK_STRIP}" -p "${stage}/${file}")
     endif()
 endforeach()
 

@@ -1,4 +1,3 @@
-#include "app/core/settings.h"
 #include "tests/resources/menus.h"
 #include "tests/support/testsupport.h"
 
@@ -68,12 +67,12 @@ TEST_P(LanguageLibrary, TellsTheVersionThatTheProgramTells) {
         UINT length = 0;
         const std::wstring name = std::wstring(L"\\StringFileInfo\\") + file.Language + L"\\ProductVersion";
         ASSERT_TRUE(VerQueryValueW(block.data(), name.c_str(), reinterpret_cast<void**>(&text), &length)) << name;
-        const std::string_view version = PROGRAM_VERSION;
+        const std::string_view version = TARNWICK_VERSION;
         EXPECT_EQ(std::wstring(text), std::wstring(version.begin(), version.end()));
         VS_FIXEDFILEINFO* binary = nullptr;
         ASSERT_TRUE(VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&binary), &length));
         EXPECT_EQ(HIWORD(binary->dwFileVersionMS) + LOWORD(binary->dwFileVersionMS) / 100.0,
-                  std::stod(PROGRAM_VERSION));
+                  std::stod(TARNWICK_VERSION));
     }
 }
 
