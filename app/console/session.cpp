@@ -29,6 +29,7 @@
 #include "corelib/base/files.h"
 #include "corelib/base/strings.h"
 #include "corelib/base/trace.h"
+#include "corelib/system/crashreport.h"
 
 namespace {
 
@@ -381,6 +382,7 @@ void SESSION::PrintMails(TARNWICK& application) {
 
 int RunConsole(int argc, char** argv) {
     TERMINAL::Prepare();
+    CRASHREPORT::Install(CRASHREPORT::NOTICE::Console);
     const int code = SESSION(argc, argv).Run();
     ClosePool();
     return code;

@@ -10,6 +10,7 @@
 #include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
+#include "corelib/system/crashreport.h"
 
 TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts,
                    const CHECKTIMES& times)
@@ -139,6 +140,7 @@ void TARNWICK::RemoveLeftoversIfLocked() {
 
 void TARNWICK::SettleOwnFiles() {
     FILES::SetDataDirectory(Directory.Text());
+    CRASHREPORT::Settle();
     // A directory that was named for this run has a last popup of its own: it tells of other mailboxes.
     Teller.SetPopupFile(Arguments.TestArgValue("WORKDIR", 0) ? DataFile(LAST_POPUP_FILE)
                                                              : FILES::OwnFile(LAST_POPUP_FILE));

@@ -5,6 +5,7 @@
 #include "app/core/settings.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
+#include "corelib/system/crashreport.h"
 #include "corelib/system/osys.h"
 
 namespace {
@@ -77,7 +78,9 @@ int VELMORAAPP::Start(FRONTEND& frontEnd) {
         return EXIT_NO_LANGUAGE;
     }
     SetTraceLanguage(LanguageId);
-    SetApplicationName((Library.Get(TEXT_PRODUCT) || " " || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX).Text());
+    const STRING name = Library.Get(TEXT_PRODUCT) || " " || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX;
+    SetApplicationName(name.Text());
+    CRASHREPORT::Prepare(name, Library.Get(TEXT_CRASHED));
     TraceBanner();
     Minimized = Args.TestArg("MIN");
     return 0;

@@ -10,6 +10,7 @@
 #include "app/desktop/mainwindow.h"
 #include "app/desktop/windowids.h"
 #include "corelib/base/trace.h"
+#include "corelib/system/crashreport.h"
 #include "corelib/window/messages.h"
 #include "corelib/window/widetext.h"
 
@@ -40,6 +41,7 @@ bool RaiseFirst() {
 }  // namespace
 
 int RunDesktop(int argc, const char* const* argv) {
+    CRASHREPORT::Install(CRASHREPORT::NOTICE::Window);
     std::vector<std::string> words = CompletePaths(argc, argv);
     AddDemoDirectory(words);
     VELMORAAPP app{ARGUMENTS(words)};

@@ -9,6 +9,7 @@
 #include "app/desktop/mainwindow.h"
 #include "app/filter/spamfilter.h"
 #include "corelib/net/mxlookup.h"
+#include "corelib/system/registry.h"
 #include "corelib/window/messages.h"
 
 namespace {
@@ -107,6 +108,13 @@ void MAINWINDOW::EditTypes() {
 
 void MAINWINDOW::EditOptions(int page) {
     STRINGARRAY& state = Application->pState;
+    const STRING name = App.Texts().Get(TEXT_REGISTRY_NAME);
+    // The installer writes and deletes the same entry. One that names another copy says nothing of this one.
+    const STRING entry =
+        REGISTRY(ROOT_CURRENT_USER, "Software\\Microsoft\\Windows\\CurrentVersion", "Run", REGISTRY_READ)
+            .Read(name.Text());
+    if (!entry.NotNull() || stricmp(entry.Ptr(), OSYS::ProgramPath().Ptr(), false) == 0)
+        state.Set("DlgAutoRun", entry.NotNull() ? "1" : "0");
     const bool started = state.GetNumber("DlgAutoRun") != 0;
     WINRAS dialup;
     if (!::EditOptions(Parts(), state, dialup.EnumEntries(), page))
@@ -115,7 +123,6 @@ void MAINWINDOW::EditOptions(int page) {
         ShowSaveError(TEXT_SETTINGS_NOT_SAVED);
     // A copy that was moved names its new place.
     const bool starts = state.GetNumber("DlgAutoRun") != 0;
-    const STRING name = App.Texts().Get(TEXT_REGISTRY_NAME);
     const bool done = OSYS::AutoStart(name.Text(), starts ? OSYS::AUTOSTART_SELF : nullptr);
     // An entry that settings lost on the way do not know of goes too; mostly there is none.
     if (!done && (starts || started))

@@ -8,6 +8,7 @@
 
 #include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
+#include "corelib/system/crashreport.h"
 #include "corelib/system/dirscan.h"
 
 struct THREADSTATE {
@@ -129,6 +130,7 @@ THREADHANDLE CreateThread(unsigned (*routine)(void*), void* argument, uint32_t* 
     uint32_t number = ++counter;
     try {
         state->Thread = std::thread([routine, argument, weak = std::weak_ptr(state)] {
+            const CRASHREPORT::THREADGUARD guard;
             routine(argument);
             if (auto strong = weak.lock())
                 strong->Ended.Set();

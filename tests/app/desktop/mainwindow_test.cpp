@@ -386,6 +386,12 @@ TEST_F(MainWindow, OptionsHoldAtOnce) {
         REGISTRY entries(ROOT_CURRENT_USER, "Software\\Microsoft\\Windows\\CurrentVersion", "Run", REGISTRY_READ);
         EXPECT_EQ(entries.Read(name.Text()).NotNull(), Engine->pState.GetNumber("DlgAutoRun") != 0);
     }
+    // The installer has made an entry, or taken it away: the setting follows.
+    for (const char* const entry : {OSYS::AUTOSTART_SELF, static_cast<const char*>(nullptr)}) {
+        ASSERT_TRUE(OSYS::AutoStart(name.Text(), entry));
+        change(0);
+        EXPECT_EQ(Engine->pState.GetNumber("DlgAutoRun") != 0, entry != nullptr);
+    }
 }
 
 TEST_F(MainWindow, StaysInReachWhileTheShellIsGoneAndComesBackToIt) {
