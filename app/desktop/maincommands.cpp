@@ -18,8 +18,14 @@ void MAINWINDOW::DoCommand(int command) {
     if (!Application)
         return;
     bool done = Engine->DoCommand(command, SelectedItems());
-    if (command == COMMAND_EXIT || command == COMMAND_QUIT)
-        Vanish();
+    if (command == COMMAND_EXIT || command == COMMAND_QUIT) {
+        // The installer may ask for it while the program still starts: what asks the user then, such as the setup
+        // wizard, would wait hidden for ever.
+        if (Rows)
+            Vanish();
+        else
+            PostQuit();
+    }
     if (done && DeselectsItems(command))
         Rows->Deselect();
     if (!done)

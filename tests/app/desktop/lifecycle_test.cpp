@@ -138,6 +138,19 @@ TEST_F(Lifecycle, TheProgramBeginsAndEndsAsAWhole) {
     }
 }
 
+// As the installer asks it to.
+TEST_F(Lifecycle, TheProgramEndsAlsoOutOfTheSetupWizard) {
+    const TEMPDIR data;
+    const PROCESS_INFORMATION process = StartProgramOver(data.File("new"));
+    EXPECT_TRUE(PumpUntil([] {
+        const HWND wizard = FindWindowW(L"#32770", L"Tarnwick setup");
+        return wizard && IsWindowVisible(wizard);
+    }));
+    const HWND window = FindWindowW(WideText(std::string_view(MAINWINDOW_CLASS)).c_str(), nullptr);
+    PostMessageW(window, WM_COMMAND, COMMAND_QUIT, 0);
+    EXPECT_EQ(WaitForEnd(process), 0);
+}
+
 TEST_F(Lifecycle, ClosingIntoTheTrayExplainsItselfUntilTheUserKnows) {
     Open(TWO_ITEMS, "DlgCloseMinimize=1\r\n");
     for (const bool first : {true, false}) {
