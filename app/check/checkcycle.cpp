@@ -389,8 +389,7 @@ bool CHECKCYCLE::CheckItem(STRINGARRAY& item, int handle, bool& popupOpened) {
     ASSERTION(newdata.Length() > 0, "newdata.NotNull()");
 
     if (TakeListing(newdata)) {
-        STRING listing = Parts.Filter.SpamFilter(item, newdata);
-        newdata = STRING();
+        STRING listing = Parts.Filter.SpamFilter(item, std::move(newdata));
         if (IsStopRequested())
             return false;
         const STAMP before(item);

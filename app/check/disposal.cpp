@@ -63,29 +63,34 @@ int NumberOf(std::string_view id) {
 /// Tells the mails that the server has surely named from those that a mail's own bytes may have made up.
 class SUREIDS {
  public:
-    SUREIDS(const RECORDARRAY& records, int announced, const MAILBOXKIND& kind)
-        : Announced(announced), HasNumbers(kind.HasNumberIds), Credible(!HasNumbers || records.Count() <= announced) {
-        for (int i = 0; Credible && i < records.Count(); ++i)
-            ++Blocks[KeyOf(records[i])];
-    }
-    bool Contains(const STRINGARRAY& record) const {
-        const int number = HasNumbers ? NumberOf(IdOf(record)) : 1;
-        return Credible && number >= 1 && number <= Announced && Blocks.at(KeyOf(record)) == 1;
+    SUREIDS(const MAILRECORDS& records, int announced, const MAILBOXKIND& kind)
+        : Records(records),
+          Announced(announced),
+          HasNumbers(kind.HasNumberIds),
+          Credible(!HasNumbers || records.Count() <= announced) {}
+    bool Contains(int index) {
+        if (!Credible)
+            return false;
+        if (Blocks.empty())
+            for (int i = 0; i < Records.Count(); ++i)
+                ++Blocks[KeyOf(i)];
+        const int number = HasNumbers ? NumberOf(Records.DisposalId(index)) : 1;
+        return number >= 1 && number <= Announced && Blocks.at(KeyOf(index)) == 1;
     }
     /// False if there are more blocks than mails: then none is sure.
     bool IsCredible() const { return Credible; }
 
  private:
-    static std::string_view IdOf(const STRINGARRAY& record) { return record["X-Message-Id"].View(); }
-    std::string_view KeyOf(const STRINGARRAY& record) const {
-        const std::string_view id = IdOf(record);
+    std::string_view KeyOf(int index) const {
+        const std::string_view id = Records.DisposalId(index);
         return HasNumbers ? id.substr(0, id.find('|')) : id;
     }
 
+    const MAILRECORDS& Records;
     const int Announced;
     const bool HasNumbers;
     const bool Credible;
-    std::unordered_map<std::string_view, int> Blocks;  // pieces of the records
+    std::unordered_map<std::string_view, int> Blocks;  // once one is asked for; pieces of the records
 };
 
 /// How far the disposal of a mail has come that is still on the server.
@@ -174,12 +179,12 @@ struct DECISION {
 
 }  // namespace
 
-SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announced, const SPAMPARTS& parts) {
+SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, MAILRECORDS& records, int announced, const SPAMPARTS& parts) {
     // Nothing sets the error mark to more than "0" so far; a failed deletion may one day.
     if (item.GetNumber("DoSpamFilter") == 0 || item.GetNumber("@MoveDelError") != 0)
         return {};
     const VERDICTS verdicts(item, parts.State);
-    const SUREIDS sure(records, announced, MAILACCOUNT::Kind(item));
+    SUREIDS sure(records, announced, MAILACCOUNT::Kind(item));
     if (!sure.IsCredible())
         Trace("TARNWICK::MarkBySpamVerdict %d mails announced, %d listed: nothing is disposed of\n", announced,
               records.Count());
@@ -192,10 +197,12 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
     for (int i = 0; i < records.Count(); ++i) {
         if (parts.StopAsked && parts.StopAsked())
             return {.Stopped = true};
+        if (records.IsBrief(i))
+            continue;
         STRINGARRAY& record = records[i];
         const int points = record.GetNumber("X-SpamPoints");
         ROAD road = verdicts.RoadOf(points);
-        if (road != ROAD::STAYS && !sure.Contains(record)) {
+        if (road != ROAD::STAYS && !sure.Contains(i)) {
             if (sure.IsCredible())
                 Trace("TARNWICK::MarkBySpamVerdict %s is no sure id, its mail stays\n",
                       record.Get("X-Message-Id").Text());
@@ -278,8 +285,10 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announc
 }
 
 bool IsEveryMailSpam(const STRINGARRAY& state) {
-    constexpr const char* VERDICTS_KEYS[][2] = {
-        {"SpamDoDelete", "SpamDeletePoints"}, {"SpamDoTrash", "SpamTrashPoints"}, {"SpamDoMove", "SpamMovePoints"}};
+    constexpr const char* VERDICTS_KEYS[][2] = {{"SpamDoDelete", "SpamDeletePoints"},
+                                                {"SpamDoTrash", "SpamTrashPoints"},
+                                                {"SpamDoMove", "SpamMovePoints"},
+                                                {"SpamDoIgnore", "SpamIgnorePoints"}};
     return std::ranges::any_of(VERDICTS_KEYS,
                                [&](const auto& keys) { return VERDICT(state, keys[0], keys[1]).Applies(0); });
 }

@@ -2,7 +2,6 @@
 
 #include "app/check/notifier.h"
 #include "app/check/trashstore.h"
-#include "corelib/base/recordarray.h"
 #include "corelib/base/stopquestion.h"
 
 /// What the marking of a check's mails came to.
@@ -29,9 +28,9 @@ struct SPAMPARTS {
 /// server has announced, in a listing of no more blocks than mails. A mail that has been queued before and is still
 /// there, because the server keeps it, is neither copied again nor a reason for another pass; the next check tries its
 /// deletion again (@RetryMessageId) when it is due. What a person has queued meanwhile stays queued.
-SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, RECORDARRAY& records, int announced, const SPAMPARTS& parts);
+SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, MAILRECORDS& records, int announced, const SPAMPARTS& parts);
 
-/// True if a mail without any points may be sent away: all are looked at as spam is.
+/// True if a mail without any points may be sent away or be no news: all are looked at as spam is.
 bool IsEveryMailSpam(const STRINGARRAY& state);
 
 /// The server has refused what was queued: if the mails are still there at the next good check, they are queued again,

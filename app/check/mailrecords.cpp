@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr int BRIEF_FIELDS = 5;
-
 /// The header lines as the records hold them. Only a tab continues a field: a line that begins with a blank is a line
 /// of its own, which no field name matches.
 STRING UnfoldedHeader(std::string_view lines) {
@@ -134,17 +132,63 @@ std::unique_ptr<STRINGARRAY> MakeRecord(std::string_view block) {
     return record;
 }
 
-// What a record is known by and counted by, found without a look at more than its header's lines. Null if one of them
+}  // namespace
+
+int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& stopAsked) {
+    Trace("TARNWICK::BuildMailHash\n");
+    hash.DeleteAll();
+    LISTING::BLOCKCURSOR blocks(listing);
+    std::string_view block;
+    while (!(stopAsked && stopAsked()) && blocks.Next(block))
+        hash.AddOwned(MakeRecord(block));
+    Trace("TARNWICK::BuildMailHash done\n");
+    return hash.Count();
+}
+
+int MAILRECORDS::Read(const STRING& listing, const STOPQUESTION& stopAsked, const ISBRIEF& isBrief) {
+    DeleteAll();
+    if (!isBrief)
+        return BuildMailHash(listing, *this, stopAsked);
+    LISTING::BLOCKCURSOR blocks(listing);
+    std::string_view block;
+    while (!(stopAsked && stopAsked()) && blocks.Next(block)) {
+        BRIEF mail;
+        const bool isOne = isBrief(Count(), block) && ReadBrief(block, mail);
+        AddOwned(isOne ? std::make_unique<STRINGARRAY>(0, 0) : MakeRecord(block));
+        Briefs.push_back(isOne ? mail : BRIEF());
+    }
+    Trace("MAILRECORDS::Read %d records\n", Count());
+    return Count();
+}
+
+void MAILRECORDS::Complete(const STRING& listing, const std::vector<int>& indexes) {
+    LISTING::BLOCKCURSOR blocks(listing);
+    std::string_view block;
+    int at = -1;
+    for (const int index : indexes) {
+        if (!IsBrief(index))
+            continue;
+        while (at < index && blocks.Next(block))
+            ++at;
+        (*this)[index] = std::move(*MakeRecord(block));
+        Briefs[static_cast<size_t>(index)] = {};
+    }
+}
+
+void MAILRECORDS::DeleteAll() {
+    RECORDARRAY::DeleteAll();
+    Briefs.clear();
+}
+
+// What a record is known by and counted by, found without a look at more than its header's lines. False if one of them
 // needs more than that.
-std::unique_ptr<STRINGARRAY> MakeBriefRecord(std::string_view block) {
-    static constexpr std::string_view NAMES[] = {LISTING::MESSAGEID_HEADER, LISTING::SEEN_HEADER, LISTING::ID_HEADER,
-                                                 LISTING::POINTS_HEADER};
-    static constexpr const char* KEYS[] = {"MessageId", "Seen", "X-Message-Id", "X-SpamPoints"};
+bool MAILRECORDS::ReadBrief(std::string_view block, BRIEF& mail) {
+    static constexpr std::string_view NAMES[] = {LISTING::MESSAGEID_HEADER, LISTING::ID_HEADER, LISTING::SEEN_HEADER};
     std::string_view values[std::size(NAMES)];
     while (!block.empty() && !block.starts_with('\n')) {
         const std::string_view line = ASCII::Take(block, '\n');
         if (line.ends_with('\r'))
-            return nullptr;
+            return false;
         for (size_t i = 0; i < std::size(NAMES); ++i) {
             const std::string_view name = NAMES[i];
             if (!values[i].empty() || line.size() <= name.size() || line[name.size()] != ':' ||
@@ -152,48 +196,33 @@ std::unique_ptr<STRINGARRAY> MakeBriefRecord(std::string_view block) {
                 continue;
             values[i] = ASCII::TrimLeft(line.substr(name.size() + 1), " \t");
             if (values[i].empty() || block.starts_with('\t'))
-                return nullptr;
+                return false;
         }
     }
-    if (values[0].empty())
-        return nullptr;
-    if (values[1].starts_with('y'))
-        values[1] = "1";
-    if (values[2].empty())
-        values[2] = values[0];
-    auto record = std::make_unique<STRINGARRAY>(BRIEF_FIELDS, BRIEF_FIELDS);
-    for (size_t i = 0; i < std::size(KEYS); ++i)
-        Put(*record, KEYS[i], values[i]);
-    Put(*record, "X-Ignore", "0");
-    return record;
+    mail.MessageId = values[0];
+    mail.DisposalId = values[1].empty() ? values[0] : values[1];
+    mail.Seen = values[2].starts_with('y') || atoi(STRING(values[2])) != 0;
+    return !mail.MessageId.empty();
 }
 
-}  // namespace
-
-int BuildMailHash(const STRING& listing, RECORDARRAY& hash, const STOPQUESTION& stopAsked, const ISBRIEF& isBrief) {
-    Trace("TARNWICK::BuildMailHash\n");
-    hash.DeleteAll();
-    LISTING::BLOCKCURSOR blocks(listing);
-    std::string_view block;
-    while (!(stopAsked && stopAsked()) && blocks.Next(block)) {
-        auto record = isBrief && isBrief(hash.Count(), block) ? MakeBriefRecord(block) : nullptr;
-        hash.AddOwned(record ? std::move(record) : MakeRecord(block));
-    }
-    Trace("TARNWICK::BuildMailHash done\n");
-    return hash.Count();
+const MAILRECORDS::BRIEF* MAILRECORDS::Brief(int index) const {
+    const auto at = static_cast<size_t>(index);
+    return at < Briefs.size() && !Briefs[at].MessageId.empty() ? &Briefs[at] : nullptr;
 }
 
-void CompleteRecords(const STRING& listing, RECORDARRAY& hash, const std::vector<int>& indexes) {
-    LISTING::BLOCKCURSOR blocks(listing);
-    std::string_view block;
-    int at = -1;
-    for (const int index : indexes) {
-        if (hash[index].Count() != BRIEF_FIELDS)
-            continue;
-        while (at < index && blocks.Next(block))
-            ++at;
-        hash[index] = std::move(*MakeRecord(block));
-    }
+std::string_view MAILRECORDS::MessageId(int index) const {
+    const BRIEF* const mail = Brief(index);
+    return mail ? mail->MessageId : (*this)[index]["MessageId"].View();
+}
+
+std::string_view MAILRECORDS::DisposalId(int index) const {
+    const BRIEF* const mail = Brief(index);
+    return mail ? mail->DisposalId : (*this)[index]["X-Message-Id"].View();
+}
+
+bool MAILRECORDS::IsSeen(int index) const {
+    const BRIEF* const mail = Brief(index);
+    return mail ? mail->Seen : (*this)[index].GetNumber("Seen") != 0;
 }
 
 uint64_t IdentityOf(const STRINGARRAY& record) {

@@ -20,9 +20,9 @@
 namespace {
 
 /// An id as it stands in the list of ids, which bars split and which may be the word for all mails.
-std::string ListForm(const STRING& id) {
+std::string ListForm(std::string_view id) {
     constexpr char SUBSTITUTE = '!';
-    std::string form(id.View());
+    std::string form(id);
     std::replace(form.begin(), form.end(), '|', SUBSTITUTE);
     if (ASCII::Equal(form, SHOW_ALL_IDS))
         form[0] = SUBSTITUTE;
@@ -51,7 +51,8 @@ class SEENIDS {
     }
     SEENIDS(const SEENIDS&) = delete;
     SEENIDS& operator=(const SEENIDS&) = delete;
-    bool Contains(const STRING& id) const { return Ids.contains(ASCII::Lower(ListForm(id))); }
+    /// id: as it stands in the list.
+    bool Contains(std::string_view id) const { return Ids.contains(ASCII::Lower(id)); }
 
  private:
     const std::string Text;
@@ -65,17 +66,16 @@ struct COUNTS {
     std::string SeenIds;  // the ids of all records that count, split by "|"
 };
 
-COUNTS CountRecords(const RECORDARRAY& records, const SEENIDS& oldIds) {
+COUNTS CountRecords(const MAILRECORDS& records, const SEENIDS& oldIds) {
     COUNTS counts;
     for (int i = 0; i < records.Count(); ++i) {
-        const STRINGARRAY& record = records[i];
-        if (record.GetNumber("X-Ignore") != 0)
+        if (!records.IsBrief(i) && records[i].GetNumber("X-Ignore") != 0)
             continue;
-        const STRING& id = record["MessageId"];
-        counts.SeenIds.append(ListForm(id)).append("|");
+        const std::string id = ListForm(records.MessageId(i));
+        counts.SeenIds.append(id).append("|");
         if (!oldIds.Contains(id))
             counts.New.push_back(i);
-        if (record.GetNumber("Seen") == 0)
+        if (!records.IsSeen(i))
             ++counts.Unseen;
     }
     return counts;
@@ -84,10 +84,10 @@ COUNTS CountRecords(const RECORDARRAY& records, const SEENIDS& oldIds) {
 /// Fewer mails were listed than the server has: what was there at the last check and is not listed now may be one of
 /// the others, and would come as new again. At most as many are kept as the server claims mails, the oldest, which
 /// stand last.
-void KeepUnlistedIds(const RECORDARRAY& records, int claimed, const STRING& oldIds, std::string& seenIds) {
+void KeepUnlistedIds(const MAILRECORDS& records, int claimed, const STRING& oldIds, std::string& seenIds) {
     std::unordered_set<std::string> listed;
     for (int i = 0; i < records.Count(); ++i)
-        listed.insert(ASCII::Lower(ListForm(records[i]["MessageId"])));
+        listed.insert(ASCII::Lower(ListForm(records.MessageId(i))));
     std::vector<std::string_view> unlisted;
     for (const std::string_view id : SplitIds(oldIds.View())) {
         if (!id.empty() && !listed.contains(ASCII::Lower(id)))
@@ -99,9 +99,9 @@ void KeepUnlistedIds(const RECORDARRAY& records, int claimed, const STRING& oldI
 }
 
 /// Fills records from the listing, which claims to hold `claimed` mails.
-void ReadRecords(const STRING& listing, int claimed, RECORDARRAY& records, const STOPQUESTION& stopAsked,
-                 const ISBRIEF& isBrief) {
-    const int found = BuildMailHash(listing, records, stopAsked, isBrief);
+void ReadRecords(const STRING& listing, int claimed, MAILRECORDS& records, const STOPQUESTION& stopAsked,
+                 const MAILRECORDS::ISBRIEF& isBrief) {
+    const int found = records.Read(listing, stopAsked, isBrief);
     if (stopAsked && stopAsked())
         return;
     if (found == 1 && claimed == 0) {
@@ -116,7 +116,7 @@ void ReadRecords(const STRING& listing, int claimed, RECORDARRAY& records, const
 
 /// Which mails' texts nobody will look at in this check: they were there at the last one, are no spam, and stand too
 /// far down for any list that a person is shown. None if something is told of mails by what they are.
-ISBRIEF BriefMails(const STRINGARRAY& item) {
+MAILRECORDS::ISBRIEF BriefMails(const STRINGARRAY& item) {
     for (const char* key : {"@QueuedByUser", "@X-DeleteMessageId", "@DisposedMails", "TrashedMails"})
         if (item.Get(key).Length() > 0)
             return {};
@@ -229,17 +229,17 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     const bool showAll = ASCII::Equal(lastSeenIds.View(), SHOW_ALL_IDS);
     const LISTING::SUMMARY summary = LISTING::ReadSummary(listing);
     const int numNow = summary.Count;
-    RECORDARRAY records(MAILHASH_SLOTS, MAILHASH_SLOTS);
+    MAILRECORDS records;
     // With a threshold that every mail reaches all of them may be sent away.
     const bool all = asked || showAll || IsEveryMailSpam(parts.State);
-    ReadRecords(listing, numNow, records, parts.StopAsked, all ? ISBRIEF() : BriefMails(item));
+    ReadRecords(listing, numNow, records, parts.StopAsked, all ? MAILRECORDS::ISBRIEF() : BriefMails(item));
 
     const bool otherIds = HasOtherIds(item);
     SPAMMARKS marks{.Stopped = parts.StopAsked && parts.StopAsked()};
     if (!marks.Stopped) {
         // Queued while the records were made: now their texts matter.
         if (item.Get("@QueuedByUser").Length() > 0) {
-            BuildMailHash(listing, records, parts.StopAsked);
+            records.Read(listing, parts.StopAsked);
             RenewQueued(item, records);
         }
         marks = MarkBySpamVerdict(item, records, numNow, {parts.State, parts.Trash, parts.StopAsked});
@@ -252,7 +252,7 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     const SEENIDS oldIds(known);
     COUNTS counts = CountRecords(records, oldIds);
     // A mail that was there before may be new all the same, say as it was spam to be ignored until now.
-    CompleteRecords(listing, records, counts.New);
+    records.Complete(listing, counts.New);
     if (records.Count() < numNow && !showAll)
         KeepUnlistedIds(records, numNow, known, counts.SeenIds);
     while (counts.SeenIds.ends_with('|'))

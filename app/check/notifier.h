@@ -2,11 +2,11 @@
 
 #include <vector>
 
-#include "corelib/base/recordarray.h"
+#include "app/check/mailrecords.h"
 
 /// What a check found, for whoever tells the user.
 struct CHECKREPORT {
-    RECORDARRAY& Records;              // all mails of the listing, in its order
+    MAILRECORDS& Records;              // all mails of the listing, in its order
     const std::vector<int>& NewMails;  // indexes of the records that are new, in their order
     bool ShowAll;                      // the user asked to see all mails as new
     bool Unknown;                      // the unread count is not exact

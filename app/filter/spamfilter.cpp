@@ -1,7 +1,9 @@
 #include "app/filter/spamfilter.h"
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "app/filter/decodedview.h"
@@ -16,6 +18,35 @@ namespace {
 
 // The reports of all mails of a listing. After it mails get none, and their points all the same.
 constexpr size_t REPORTS_BYTES = 1 << 29;
+
+// The first line and the blocks of a listing, with a header on top of each block, in the listing's own memory as far as
+// that goes.
+STRING WithHeaders(STRING listing, const STRING& line, const std::vector<std::string_view>& blocks,
+                   const std::vector<std::string>& headers) {
+    size_t bytes = static_cast<size_t>(line.Length()) + 1;
+    for (size_t i = 0; i < blocks.size(); ++i)
+        bytes += headers[i].size() + blocks[i].size() + (i > 0);
+    const char* const before = listing.View().data();
+    // A line that ends at a zero byte stands for more.
+    const bool grows = blocks.empty() || blocks[0].data() - before == line.Length() + 1;
+    STRING beside;
+    STRING& result = grows ? listing : beside;
+    result.Make(static_cast<int>(bytes), nullptr);
+    const char* const from = listing.View().data();
+    char* at = result.Data() + bytes;
+    // From the last to the first: none is moved to where another one still stands.
+    for (size_t i = blocks.size(); i-- > 0;) {
+        at -= blocks[i].size();
+        memmove(at, from + (blocks[i].data() - before), blocks[i].size());
+        at -= headers[i].size();
+        headers[i].copy(at, headers[i].size());
+        if (i > 0)
+            *--at = LISTING::BLOCK_END;
+    }
+    *--at = '\n';
+    line.View().copy(result.Data(), static_cast<size_t>(line.Length()));
+    return std::move(result);
+}
 
 }  // namespace
 
@@ -100,7 +131,7 @@ std::vector<std::string> SPAMFILTER::KnownVerdicts(const STRINGARRAY& item) cons
     return verdicts;
 }
 
-STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
+STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, STRING listing) {
     Trace("TARNWICK::SpamFilter\n");
     std::shared_ptr<const SPAMTABLE> table;
     std::unique_ptr<WORDSCANNER> scanner;
@@ -119,7 +150,7 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
     std::vector<std::string> headers;
     std::vector<std::string_view> blocks;
     int64_t sum = 0;
-    size_t bytes = static_cast<size_t>(summary.Line.Length()) + 1, reports = 0;
+    size_t reports = 0;
     LISTING::BLOCKCURSOR walk(listing);
     for (std::string_view block; walk.Next(block);) {
         SPAMSCORE score;
@@ -144,24 +175,12 @@ STRING SPAMFILTER::SpamFilter(const STRINGARRAY& item, const STRING& listing) {
         sum += score.Result;
         if (!isKnown)
             header += LISTING::POINTS_HEADER + (": " + std::to_string(score.Result) + "\n");
-        bytes += header.size() + block.size() + 1;
         headers.push_back(std::move(header));
         blocks.push_back(block);
         if (IsStopped())
             return LISTING::ErrorText("Stopped");
     }
-    STRING result;
-    result.Make(static_cast<int>(bytes - (blocks.empty() ? 0 : 1)), nullptr);
-    char* at = result.Data();
-    const auto put = [&at](std::string_view piece) { at = std::copy(piece.begin(), piece.end(), at); };
-    put(summary.Line.View());
-    put("\n");
-    for (size_t i = 0; i < blocks.size(); ++i) {
-        if (i > 0)
-            put({&LISTING::BLOCK_END, 1});
-        put(headers[i]);
-        put(blocks[i]);
-    }
+    STRING result = WithHeaders(std::move(listing), summary.Line, blocks, headers);
     Trace("TARNWICK::SpamFilter done, total msgs %d, total points %d\n", scanner ? static_cast<int>(blocks.size()) : 0,
           static_cast<int>(sum));
     return result;

@@ -50,7 +50,7 @@ class SPAMFILTER {
     /// points everywhere. An empty block ends the listing. A text that begins "-ERR " if it was stopped. Work thread.
     /// A mail of the item's last listing (see NEXTLISTING::Places) keeps its verdict if that has the same basis, as the
     /// item's @VerdictBasis tells.
-    STRING SpamFilter(const STRINGARRAY& item, const STRING& listing);
+    STRING SpamFilter(const STRINGARRAY& item, STRING listing);
     /// What the verdicts of the last listing rest on: lists, variables and settings, as a number. Work thread.
     const STRING& Basis() const { return LatestBasis; }
 

@@ -4,6 +4,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "app/mailbox/imapblock.h"
@@ -74,7 +75,7 @@ class READER {
     uint32_t UidValidity() const { return Folder.Validity; }
     STRING Take() {
         if (Result.NotNull())
-            return Result;
+            return std::move(Result);
         STRING count, unread = "?";
         count.Format("%d", Folder.Count);
         if (FlagsKnown)

@@ -204,7 +204,7 @@ void NOTIFICATION::PostPopup(STRINGARRAY& item, const CHECKREPORT& report, const
         const STRING& id = last["X-Message-Id"];
         int same = 0;
         for (int i = 0; i < report.Records.Count(); ++i)
-            same += report.Records[i]["X-Message-Id"] == id;
+            same += report.Records.DisposalId(i) == id;
         item.Set("@X-DeleteMessageId", same == 1 ? id || "\n" : STRING(""));
         item.Set("@X-DeleteMail", NameOf(last).Identity.c_str());
         const std::lock_guard hold(Guard);

@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <sys/mman.h>
 
-#include "corelib/base/largeblock.h"
+#include "corelib/base/largeblockplatform.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ size_t Rounded(int size) {
 
 }  // namespace
 
-char* LARGEBLOCK::Alloc(int size) {
+char* LARGEBLOCK::Map(int size) {
     const size_t bytes = Rounded(size);
     void* const room = mmap(nullptr, bytes + HUGE_PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (room == MAP_FAILED)
@@ -31,6 +31,14 @@ char* LARGEBLOCK::Alloc(int size) {
     return start + before;
 }
 
-void LARGEBLOCK::Free(char* block, int size) {
+void LARGEBLOCK::Unmap(char* block, int size) {
     munmap(block, Rounded(size));
+}
+
+void LARGEBLOCK::Lend(char* block, int size) {
+#ifdef MADV_FREE
+    madvise(block, Rounded(size), MADV_FREE);
+#else
+    madvise(block, Rounded(size), MADV_DONTNEED);
+#endif
 }

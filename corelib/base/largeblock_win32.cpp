@@ -1,12 +1,16 @@
 #include <windows.h>
 
-#include "corelib/base/largeblock.h"
+#include "corelib/base/largeblockplatform.h"
 
-char* LARGEBLOCK::Alloc(int size) {
+char* LARGEBLOCK::Map(int size) {
     return static_cast<char*>(
         VirtualAlloc(nullptr, static_cast<size_t>(size), MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
 }
 
-void LARGEBLOCK::Free(char* block, int /*size*/) {
+void LARGEBLOCK::Unmap(char* block, int /*size*/) {
     VirtualFree(block, 0, MEM_RELEASE);
+}
+
+void LARGEBLOCK::Lend(char* block, int size) {
+    VirtualAlloc(block, static_cast<size_t>(size), MEM_RESET, PAGE_READWRITE);
 }

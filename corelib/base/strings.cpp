@@ -96,7 +96,7 @@ int stricmp(const char* p1, const char* p2, bool nullaware) {
     }
 }
 
-char* AllocBlock(int size) {
+char* AllocBlock(int& size) {
     if (size >= LARGEBLOCK::LEAST)
         return LARGEBLOCK::Alloc(size);
     if (size == POOL_BLOCK) {
@@ -206,7 +206,7 @@ void STRING::Make(int l, const char* text) {
         int keep = std::min(newSize, oldLength);
         if (keep > 0)
             memcpy(block, Buffer, static_cast<size_t>(keep));
-        // What the text is copied to need not be touched twice, nor what is clear.
+        // What the text is copied to need not be touched twice, nor what may be much.
         const int filled = text ? l : keep;
         if (newSize < LARGEBLOCK::LEAST)
             memset(block + filled, 0, static_cast<size_t>(newSize - filled));

@@ -22,8 +22,9 @@ const char* FailOnNull(const char* p, const char* tag);
 /// one gives 1. Otherwise NULL goes through FailOnNull. Below 0, 0 or above 0.
 int stricmp(const char* p1, const char* p2, bool nullaware);
 
-/// The 96-byte blocks of string buffers come from a pool of at most 127 blocks; other sizes from the heap.
-char* AllocBlock(int size);
+/// The 96-byte blocks of string buffers come from a pool of at most 127 blocks, very large ones from the system (see
+/// LARGEBLOCK), which then have more bytes than `size` has asked for; other sizes from the heap.
+char* AllocBlock(int& size);
 void FreeBlock(char* block, int size);
 
 /// Frees the pool for good, at the very end of the program. Strings may still be freed and made afterwards.

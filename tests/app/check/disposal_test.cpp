@@ -34,7 +34,7 @@ class Disposal : public testing::Test {
     using MAIL = std::pair<std::string, const char*>;  // id and body
     /// A check that lists these mails, each of 200 points: what is queued, and a "!" if a pass is to come at once.
     std::string List(const std::vector<MAIL>& mails, int announced = -1) {
-        RECORDARRAY records(8, 8);
+        MAILRECORDS records;
         for (const auto& [id, body] : mails)
             records.Add(Mail("200", id, body));
         Marks = MarkBySpamVerdict(Item, records, announced < 0 ? records.Count() : announced, {State, Trash});
@@ -50,7 +50,7 @@ class Disposal : public testing::Test {
     }
     /// What becomes of mails of these points: lists for deletion and moving, then the points of the ignored ones.
     std::string Mark(std::initializer_list<const char*> points) {
-        RECORDARRAY records(8, 8);
+        MAILRECORDS records;
         for (const char* p : points)
             records.Add(Mail(p, std::to_string(records.Count() + 1) + "|" + p));
         Item.Set("@DeleteMessageId", "old\n");

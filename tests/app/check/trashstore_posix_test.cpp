@@ -70,11 +70,11 @@ TEST(FlushedTrash, IsOnTheDiskBeforeAMailIsQueued) {
         FillSettings(state, {{"SpamDoTrash", "1"}, {"TrashKeepUncopied", keepUncopied}});
         int handle = FIRST_ITEM_HANDLE;
         FixItem(item, state, handle, true);
-        RECORDARRAY records(8, 8);
-        BuildMailHash(
+        MAILRECORDS records;
+        records.Read(
             "3 msgs\nX-Message-Id: 3|5\nX-SpamPoints: 200\n\nx\n\1X-Message-Id: 2|5\n\nx\n\1"
             "X-Message-Id: 1|5\nX-SpamPoints: 200\n\nx\n\1",
-            records);
+            {});
         Flushes.clear();
         FolderProblem = problem;
         const SPAMMARKS marks = MarkBySpamVerdict(item, records, 3, {state, trash});

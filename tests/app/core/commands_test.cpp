@@ -41,7 +41,7 @@ class Commands : public APPLICATIONTEST {
         for (const char* key : {"EmailDoSound", "EmailDoSoundLoop"})
             state.Set(key, "1");
         state.Set("SoundEmail", Data.File("accounts.ini"));
-        RECORDARRAY records(1, 1);
+        MAILRECORDS records;
         Application.Notification().NewMail(Item(0), {records, {}, false, false, false, "", ""});
         EXPECT_TRUE(Application.Notification().IsSoundLooping());
         Journal.Take();

@@ -93,6 +93,8 @@ TEST_F(Filter, LeavesWhatIsNotFilteredAtNothing) {
     }
     State.Set("SpamFilterDisabled", "1");
     EXPECT_EQ(Run("1 msgs\nSubject: x\n\ncasino\1"), "1 msgs\nX-SpamPoints: 0\nSubject: x\n\ncasino");
+    const std::string cut = std::string("2 msgs") + '\0' + std::string(30, '-') + "\nA: long\n\n12\1B: x\n\n3\1";
+    EXPECT_EQ(Run(cut), "2 msgs\nX-SpamPoints: 0\nA: long\n\n12\1X-SpamPoints: 0\nB: x\n\n3") << "a shorter first line";
     EXPECT_TRUE(FrontEnd.Statuses.empty());
 }
 

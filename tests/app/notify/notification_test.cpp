@@ -56,7 +56,8 @@ class Notification : public testing::Test {
     std::string AlertText() const { return FrontEnd.Alerts.empty() ? "none" : Std(FrontEnd.Alerts.back().Text); }
 
     STRINGARRAY State;
-    RECORDARRAY Items{8, 8}, Types{8, 8}, Records{8, 8};
+    RECORDARRAY Items{8, 8}, Types{8, 8};
+    MAILRECORDS Records;
     std::vector<int> New;
     const TEXTTABLE Texts{{{TEXT_POPUP_HEAD, "New!"},
                            {TEXT_ASK_PROGRAM, "$NAME:$LIST?"},

@@ -2,6 +2,7 @@
 
 #include <climits>
 
+#include "corelib/base/largeblock.h"
 #include "tests/support/testsupport.h"
 
 TEST(StringTest, NullReadsAsItsTextWhereThePlatformWouldCrash) {
@@ -51,18 +52,40 @@ TEST(StringTest, LengthsEndAtTheTypesLimit) {
 }
 
 TEST(StringTest, BlocksOutliveTheirPool) {
+    int size = 96;
     std::vector<char*> blocks(130);
     for (char*& block : blocks)
-        block = AllocBlock(96);
+        block = AllocBlock(size);
     for (char* block : blocks)
         FreeBlock(block, 96);
-    char* pooled = AllocBlock(96);
+    char* pooled = AllocBlock(size);
     STRING before("made while there is a pool");
     ClosePool();
     STRING after("made when there is none");
     before = after;
     EXPECT_EQ(before, after);
     FreeBlock(pooled, 96);
+}
+
+TEST(StringTest, AVeryLargeOneHasTheMemoryOfTheLast) {
+    int first = LARGEBLOCK::LEAST, again = first + 1, large = 4 * first, small = first;
+    const int asked = first;
+    char* const block = AllocBlock(first);
+    EXPECT_GT(first, asked) << "some to grow into";
+    block[first - 1] = 'x';
+    FreeBlock(block, first);
+    char* const next = AllocBlock(again);
+    EXPECT_EQ(next, block);
+    EXPECT_EQ(again, first) << "as large as it is";
+    char* const other = AllocBlock(large);
+    EXPECT_NE(other, next);
+    FreeBlock(next, again);
+    FreeBlock(other, large);
+    // The last is what is kept, and far too large a one helps nobody.
+    char* const fresh = AllocBlock(small);
+    EXPECT_LT(small, large);
+    EXPECT_EQ(fresh[0], 0) << "not a used one";
+    FreeBlock(fresh, small);
 }
 
 TEST(StringTest, PiecesAreClippedAndNeverNull) {
