@@ -3,6 +3,7 @@
 # whole mails: the first check of a mailbox, and later ones with 10 new mails each. Needs dovecot-pop3d, dovecot-imapd,
 # mpop, isync and python3. With OTHERS=1 fetchmail and curl, too, as far as they are installed: fetchmail asks for one
 # mail after the other; curl, which knows no mails, fetches all at first, and later a list and the last ten.
+# bench/bare_later.py holds the conversation of a later check and does nothing with it: what the server takes.
 # usage: bench/latency.sh BUILD_DIR [CHECKS]     (the build tree of the preset "bench"; later checks, 3 by default)
 set -eu
 
@@ -93,6 +94,8 @@ RC
                     $deliver
                     echo "  peer later $(peer $mails $at) s"
                     others $mails $at later
+                    $deliver
+                    echo "  bare later $(python3 "$root/bare_later.py" $protocol $at box$mails)"
                 done
             done
         done
