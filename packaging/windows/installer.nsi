@@ -361,6 +361,7 @@ FunctionEnd
 
 Section
     SetRegView 64
+    Call CheckPlace
     ${If} $OldDir != ""
     ${AndIf} $OldDir != $INSTDIR
         StrCpy $R0 $OldDir
@@ -376,7 +377,6 @@ Section
         SetErrorLevel ${CODE_RUNNING}
         Abort "$(TEXT_BUSY)"
     ${EndIf}
-    Call CheckPlace
     !insertmacro ExtractFiles "${NEW}"
     SetOutPath "$INSTDIR"
 

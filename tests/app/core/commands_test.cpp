@@ -112,7 +112,8 @@ TEST_F(Commands, OfTheProgramAsAWhole) {
     EXPECT_EQ(Journal.Take(), (LIST{"blinking stops", "icon"}));
 
     EXPECT_TRUE(Doer.DoCommand(COMMAND_ABOUT, {}));
-    EXPECT_EQ(Journal.Take().back(), Numbered(TEXT_TITLE) + ": " + Numbered(TEXT_PRODUCT) + "\rVersion 2.02");
+    EXPECT_EQ(Journal.Take().back(),
+              Numbered(TEXT_TITLE) + ": " + Numbered(TEXT_PRODUCT) + "\rVersion " + PROGRAM_VERSION);
 
     EXPECT_TRUE(Doer.DoCommand(COMMAND_QUIT, {}));
     EXPECT_TRUE(Application.Cycle().IsStopRequested());
@@ -177,8 +178,9 @@ TEST(MainTitles, NameVersionAndWhatIsUnusual) {
     const TEXTTABLE texts(
         {{TEXT_TITLE, "Title"}, {TEXT_SUSPENDED, "(paused)"}, {TEXT_TRASHED, " - $HOWMANY in the trash"}});
     const ARGUMENTS plain("tarnwick");
-    EXPECT_EQ(Std(MainTitle(texts, plain, false, 0)), "Title 2.02");
-    EXPECT_EQ(Std(MainTitle(texts, plain, true, 2)), "Title 2.02 (paused) - 2 in the trash");
+    EXPECT_EQ(Std(MainTitle(texts, plain, false, 0)), std::string("Title ") + PROGRAM_VERSION);
+    EXPECT_EQ(Std(MainTitle(texts, plain, true, 2)),
+              std::string("Title ") + PROGRAM_VERSION + " (paused) - 2 in the trash");
     EXPECT_EQ(Std(MainTitle(texts, ARGUMENTS("tarnwick", "/novers"), false, 0)), "Title");
 }
 

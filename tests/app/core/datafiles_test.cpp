@@ -139,7 +139,7 @@ TEST_F(DataFiles, FirstStartRunsTheWizardAndMakesTheFilesFromTheDefaults) {
     EXPECT_EQ(FrontEnd.Wizards, 1);
     EXPECT_EQ(FrontEnd.Messages, std::vector<std::string>{Numbered(TEXT_TITLE) + ": " + Numbered(TEXT_WELCOME)});
     EXPECT_EQ(FrontEnd.Help, std::vector<int>{HELP_TOPIC_WELCOME});
-    EXPECT_EQ(Std(State.Get("Version")), "2.02");
+    EXPECT_EQ(Std(State.Get("Version")), PROGRAM_VERSION);
     EXPECT_EQ(Types.Count(), 1);
     EXPECT_EQ(Std(Types[0].Get("SpamPoints")), "1");
     EXPECT_TRUE(Types[0].IsLocked());
@@ -238,7 +238,7 @@ TEST_F(DataFiles, UpgradesRunByVersion) {
         EXPECT_EQ(OSYS::FileExists("spamcheck.log"), !logDeleted) << version;
         EXPECT_EQ(FrontEnd.Messages.size(), welcome ? 1U : 0U) << version;
         EXPECT_EQ(FrontEnd.Wizards, 0) << version;
-        EXPECT_EQ(Std(State.Get("Version")), "2.02") << version;
+        EXPECT_EQ(Std(State.Get("Version")), PROGRAM_VERSION) << version;
     }
 }
 
