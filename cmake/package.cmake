@@ -11,6 +11,7 @@ endforeach()
 install(TARGETS english german LIBRARY DESTINATION . COMPONENT program)
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/defaults/" DESTINATION . COMPONENT program)
 install(FILES "${CMAKE_SOURCE_DIR}/resources/sounds/jingling.wav" DESTINATION . COMPONENT program)
+install(DIRECTORY "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/help" DESTINATION . COMPONENT program)
 
 # On Windows the libraries are part of the programs.
 file(READ "${CMAKE_SOURCE_DIR}/LICENSE" license)

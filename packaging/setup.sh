@@ -9,7 +9,7 @@ want_packages() { wanted+=("$@"); }
 
 # What every build needs, and what the one for Windows and its programs need besides; no program of ours needs what Wine
 # recommends beyond that, which is a gigabyte.
-want_build_packages() { want_packages g++ cmake ninja-build pkg-config zlib1g-dev libssl-dev googletest libgmock-dev; }
+want_build_packages() { want_packages g++ cmake cmark-gfm ninja-build pkg-config zlib1g-dev libssl-dev googletest libgmock-dev; }
 want_windows_packages() {
     want_packages g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 fonts-wine fonts-liberation libgnutls30 \
         libxcomposite1 libxcursor1 libxfixes3 libxi6 libxinerama1 libxrandr2 libxrender1 nsis zip unzip

@@ -60,8 +60,10 @@
 #define COMMAND_TRASH_SEND_ON 2189
 #define COMMAND_TRASH_CLOSE 2190  // in the Trashcan's window; 2190 is another one in the main window's
 #define COMMAND_HELP_CONTENTS 2190
-#define COMMAND_HELP_FIRST_TOPIC 2191
-#define COMMAND_HELP_LAST_TOPIC 2194
+#define COMMAND_HELP_PROVIDERS 2191
+#define COMMAND_HELP_FILTER 2192
+#define COMMAND_HELP_QUESTIONS 2193
+#define COMMAND_HELP_FIRST_STEPS 2194
 #define COMMAND_WEB_PAGE 2195
 #define COMMAND_ABOUT 2199
 #define COMMAND_HELP_INTRODUCTION 2200
@@ -69,12 +71,12 @@
 #define COMMAND_TIP_OF_THE_DAY 2202
 #define COMMAND_QUIT 2299
 
-// The topics of the help file.
+// The topics of the help that no dialog or window has.
 #define HELP_TOPIC_INTRODUCTION 2000
-#define HELP_TOPIC_1 2802
-#define HELP_TOPIC_2 2801
-#define HELP_TOPIC_3 2804
+#define HELP_TOPIC_FILTER 2801
+#define HELP_TOPIC_PROVIDERS 2802
 #define HELP_TOPIC_WELCOME 2803
+#define HELP_TOPIC_QUESTIONS 2804
 
 // The menus, and the tables of keys: of the main window, and of a list of mails.
 #define MENU_TRAY 2000

@@ -19,6 +19,7 @@
 #include "app/console/terminal.h"
 #include "app/console/trash.h"
 #include "app/core/commands.h"
+#include "app/core/helppages.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
 #include "app/demo/demo.h"
@@ -139,6 +140,9 @@ void SESSION::PrintHelp() {
     const SWITCH* switches = AllSwitches(count);
     for (int i = 0; i < count; ++i)
         help += "  " + DISPLAYTEXT::Fit(switches[i].Form, FORM_COLUMNS) + " " + Text(CTEXT_HELP_ADD + i) + "\n";
+    const HELPPAGES pages(App.Texts(), App.WorkDir());
+    if (pages.AreThere())
+        help += "\n" + Text(CTEXT_HELP_PAGES, DISPLAYTEXT::Path(pages.Contents())) + "\n";
     FrontEnd.PrintRaw(help);
 }
 

@@ -1,6 +1,7 @@
 #include "app/core/commands.h"
 
 #include <string>
+#include <utility>
 
 #include "app/check/items.h"
 #include "app/core/datadir.h"
@@ -17,8 +18,10 @@ constexpr int CHECK_ALL_NOTICE_MS = 1500;
 constexpr int RESULT_COLUMN = 1;
 constexpr const char* NO_RESULT = "-";
 
-constexpr int HELP_TOPICS[] = {HELP_TOPIC_1, HELP_TOPIC_2, HELP_TOPIC_3,
-                               HELP_TOPIC_WELCOME};  // in the order of their commands
+constexpr std::pair<int, int> HELP_TOPICS[] = {
+    {COMMAND_HELP_CONTENTS, HELP_TOPIC_CONTENTS},   {COMMAND_HELP_INTRODUCTION, HELP_TOPIC_INTRODUCTION},
+    {COMMAND_HELP_PROVIDERS, HELP_TOPIC_PROVIDERS}, {COMMAND_HELP_FILTER, HELP_TOPIC_FILTER},
+    {COMMAND_HELP_QUESTIONS, HELP_TOPIC_QUESTIONS}, {COMMAND_HELP_FIRST_STEPS, HELP_TOPIC_WELCOME}};
 
 void SuspendOrResume(STRINGARRAY& item) {
     item.Set("UpdateSuspended", item.GetNumber("UpdateSuspended") != 0 ? "0" : "1");
@@ -131,15 +134,13 @@ bool COMMANDS::DoMailProgramCommand(int command, const std::vector<int>& selecte
 }
 
 bool COMMANDS::ShowHelp(int command) {
-    if (command == COMMAND_HELP_CONTENTS)
-        FrontEnd.ShowHelp(HELP_TOPIC_CONTENTS);
-    else if (command == COMMAND_HELP_INTRODUCTION)
-        FrontEnd.ShowHelp(HELP_TOPIC_INTRODUCTION);
-    else if (command >= COMMAND_HELP_FIRST_TOPIC && command <= COMMAND_HELP_LAST_TOPIC)
-        FrontEnd.ShowHelp(HELP_TOPICS[command - COMMAND_HELP_FIRST_TOPIC]);
-    else
-        return false;
-    return true;
+    for (const auto& [number, topic] : HELP_TOPICS) {
+        if (number != command)
+            continue;
+        FrontEnd.ShowHelp(topic);
+        return true;
+    }
+    return false;
 }
 
 bool DeselectsItems(int command) {

@@ -13,7 +13,7 @@
 #include "corelib/system/crashreport.h"
 
 TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts,
-                   const CHECKTIMES& times)
+                   const CHECKTIMES& times, PROGRAMSTARTER* programs)
     : pState(64, 64),
       Items(64, 64),
       Types(64, 64),
@@ -26,8 +26,9 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
       Mx(std::make_unique<SYSTEMMXLOOKUP>()),
       Learnt(std::make_unique<LEARNING>(pState)),
       Spam(std::make_unique<SPAMFILTER>(pState, texts, frontEnd, *Mx)),
-      Starter(MakeProgramStarter()),
-      Teller(pState, Items, Types, frontEnd, texts, *Starter),
+      OwnStarter(programs ? nullptr : MakeProgramStarter()),
+      Starter(programs ? *programs : *OwnStarter),
+      Teller(pState, Items, Types, frontEnd, texts, Starter),
       Check(std::make_unique<CHECKCYCLE>(
           CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler, times})),
       Store([this] { Check->ForceRefreshType(ITEMTYPE_MAPI); }) {

@@ -29,9 +29,10 @@ class SPAMFILTER;
 /// outlive it.
 class TARNWICK {
  public:
-    /// The listener is told of all that checks find, beside the user.
+    /// The listener is told of all that checks find, beside the user. programs: how programs are started, null for the
+    /// platform's own way.
     TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& arguments, const TEXTS& texts,
-             const CHECKTIMES& times = {});
+             const CHECKTIMES& times = {}, PROGRAMSTARTER* programs = nullptr);
     /// The normal end: waits for the work thread without limit and saves everything, unless EndSession has.
     ~TARNWICK();
     TARNWICK(const TARNWICK&) = delete;
@@ -85,7 +86,7 @@ class TARNWICK {
     /// The mail servers of domains, for whoever makes a filter of its own.
     MXLOOKUP& MailServers() { return *Mx; }
     /// How the platform starts programs.
-    PROGRAMSTARTER& Programs() { return *Starter; }
+    PROGRAMSTARTER& Programs() { return Starter; }
     const TEXTS& Texts() const { return TextTable; }
 
     STRINGARRAY pState;  // the settings
@@ -121,7 +122,8 @@ class TARNWICK {
     std::unique_ptr<LEARNING> Learnt;
     std::unique_ptr<SPAMFILTER> Spam;
     TRASHSTORE TrashStore;
-    std::unique_ptr<PROGRAMSTARTER> Starter;
+    const std::unique_ptr<PROGRAMSTARTER> OwnStarter;
+    PROGRAMSTARTER& Starter;
     NOTIFICATION Teller;
     std::unique_ptr<CHECKCYCLE> Check;
     MAPISTORE Store;

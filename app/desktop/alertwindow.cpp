@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <windowsx.h>
 
+#include "app/desktop/windowids.h"
 #include "corelib/base/trace.h"
 #include "corelib/window/fontvalue.h"
 #include "corelib/window/widetext.h"
@@ -125,6 +126,7 @@ SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)
     : WINDOW(WS_POPUP | WS_BORDER, "", 0, 0, 0, 0, nullptr, 0, nullptr, WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE),
       Text(text),
       Setup(setup) {
+    WindowId = ALERT_TOPIC;
     if (!ASSERTION(hWnd != nullptr, "FALSE"))
         return;
     if (Setup.Transparency != 0)

@@ -58,7 +58,9 @@ INBOX::INBOX(MAINWINDOW& main, TARNWICK& application, bool isPane, const FORM& f
       Application(application),
       Form(form),
       IsChild(isPane),
-      Mails(std::move(mails)) {}
+      Mails(std::move(mails)) {
+    WindowId = Form.Menu;  // as a pane, too
+}
 
 INBOX::~INBOX() {
     if (!IsChild)

@@ -1,6 +1,7 @@
 #include "app/desktop/mainwindow.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "app/common/texts.h"
 #include "app/core/maintitle.h"
@@ -63,6 +64,10 @@ MAINWINDOW::~MAINWINDOW() {
 void MAINWINDOW::SetApplication(TARNWICK* application) {
     Application = application;
     Engine = application ? std::make_unique<COMMANDS>(*application, *this, application->Programs()) : nullptr;
+    if (application)
+        SetHelp([this](HWND window, int control) { ShowHelpOf(window, control); });
+    else
+        SetHelp(nullptr);
 }
 
 void MAINWINDOW::Begin(bool minimized) {
@@ -91,6 +96,8 @@ void MAINWINDOW::Started() {
     FollowSelection();
     if (Application->pState.GetNumber("TrashcanVisible") != 0)
         SwitchTrashcan();
+    if (WelcomeTopic != 0)
+        ShowHelpOn(std::exchange(WelcomeTopic, 0));
 }
 
 void MAINWINDOW::MainDispatchLoop(int accelerators) {

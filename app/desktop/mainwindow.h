@@ -94,6 +94,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void ShowMessage(const STRING& title, const STRING& text) override;
     bool AskYesNo(const STRING& title, const STRING& text) override;
     void OfferMailProgram() override;
+    void ShowHelp(int topic) override;
     void RunSetupWizard() override;
     void PostQuit() override;
 
@@ -157,6 +158,9 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     bool GiveToInbox(int command);
     void ShowAlertItem();
     void ShowAlertMail();
+    // The help, on a control of a window of the program, or on a topic of its own.
+    void ShowHelpOf(HWND window, int control);
+    void ShowHelpOn(int topic, int control = 0);
     void AddItem();
     void EditItem();
     void DeleteItems();
@@ -182,6 +186,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     std::unique_ptr<SEMITOOLTIP> AlertWindow;
     std::mutex AlertGuard;
     std::deque<ALERTREQUEST> Alerts;  // that wait to be opened
+    int WelcomeTopic = 0;             // of the help, once the window is there
     int TrayIcon = 0;                 // its resource number, while it blinks too
     bool BlinkPhase = false;
     bool DialogOpen = false;

@@ -24,6 +24,8 @@ inline constexpr UINT_PTR TIMER_TRAY = 9;  // makes the tray icon after the star
 inline constexpr int INBOX_ID = 4;
 inline constexpr int SPLITTER_ID = 5;
 
+inline constexpr int ALERT_TOPIC = 2060;  // of the help; other windows have the number of their menu or dialog
+
 inline constexpr int INBOX_IN_WINDOW = 2;  // as InboxVisible: it stands in a window of its own
 
 inline constexpr const char* WINDOW_POSITION = "WindowPos";

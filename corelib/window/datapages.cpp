@@ -147,6 +147,9 @@ void DATAPAGES::FocusPage() {
 }
 
 LRESULT DATAPAGES::WinProc(UINT message, WPARAM first, LPARAM second) {
+    // Of the frame there is nothing to tell that would not be about the page.
+    if (message == WM_HELP && Howmany > 0)
+        return SendMessageW(Page().hWnd, message, first, second);
     if (message == WM_NOTIFY) {
         const NMHDR& notice = *reinterpret_cast<const NMHDR*>(second);
         if (notice.code == TCN_SELCHANGE && notice.idFrom == static_cast<UINT_PTR>(Tab))

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "corelib/base/trace.h"
 #include "corelib/system/registry.h"
@@ -13,7 +14,7 @@ constexpr UINT WM__CREATED = 1090;  // the constructors are through
 
 HMODULE Resources = nullptr;
 bool German = false;
-HELPFUNCTION Help = nullptr;
+HELPFUNCTION Help;
 
 RECT WorkArea(HMONITOR screen) {
     MONITORINFO monitor{};
@@ -86,7 +87,7 @@ RESOURCELIBRARY::~RESOURCELIBRARY() {
 }
 
 void SetHelp(HELPFUNCTION help) {
-    Help = help;
+    Help = std::move(help);
 }
 
 int ScalePixels(int pixels) {

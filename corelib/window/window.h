@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "corelib/base/strings.h"
@@ -25,7 +26,7 @@ class RESOURCELIBRARY {
 };
 
 /// Shows help on a control of a window (F1, or the question mark of a dialog's frame); without one set, nothing.
-using HELPFUNCTION = void (*)(HWND window, int control);
+using HELPFUNCTION = std::function<void(HWND window, int control)>;
 void SetHelp(HELPFUNCTION help);
 
 /// Sent to a window from its own thread: stores its id where the first parameter points.

@@ -133,6 +133,10 @@ void WIZARD::PaintHead(HDC dc) const {
 
 LRESULT WIZARD::WinProc(UINT message, WPARAM first, LPARAM second) {
     switch (message) {
+        case WM_HELP:
+            if (pSubDlg)
+                return SendMessageW(pSubDlg->hWnd, message, first, second);
+            break;
         case WM_ERASEBKGND:
             PaintHead(reinterpret_cast<HDC>(first));
             return 1;

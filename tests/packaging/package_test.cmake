@@ -1,5 +1,5 @@
 # The program as it is installed has all that it needs in its own folder, also if that is moved: it speaks German, and knows
-# by the word list that came with it that replica watches are spam.
+# by the word list that came with it that replica watches are spam, and has its help.
 file(REMOVE_RECURSE installed "a folder" data)
 execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --component program --prefix installed
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
@@ -22,6 +22,11 @@ if(OBJDUMP)
         endforeach()
     endforeach()
 endif()
+foreach(page IN ITEMS help.css english/index.html german/topic/2032-204.html german/pictures/dialog-item-2.png)
+    if(NOT EXISTS "${CMAKE_CURRENT_BINARY_DIR}/installed/help/${page}")
+        message(FATAL_ERROR "the help has no ${page}")
+    endif()
+endforeach()
 file(RENAME installed "a folder")
 execute_process(
     COMMAND ${EMULATOR} "${CMAKE_CURRENT_BINARY_DIR}/a folder/${PROGRAM}" /DEMO /ONCE /INBOX /LANG:GER /WORKDIR:data

@@ -66,7 +66,7 @@ class DESKTOPTEST : public ::testing::Test {
 
     /// items: the content of accounts.ini, settings: that of tarnwick.ini.
     void Open(const std::string& items, const std::string& settings = {}, const char* language = "ENGL") {
-        WriteBytes(Data.File("tarnwick.ini"), "ConnectionType=0\r\nVersion=2.02\r\n" + settings);
+        WriteBytes(Data.File("tarnwick.ini"), "ConnectionType=0\r\nVersion=" + Version + "\r\n" + settings);
         WriteBytes(Data.File("accounts.ini"), items);
         const STRING line = STRING("/LANG:") || language || " \"/WORKDIR:" || Data.Path() || "\"";
         App = std::make_unique<VELMORAAPP>(ARGUMENTS("tarnwick", line.Text()));
@@ -74,7 +74,7 @@ class DESKTOPTEST : public ::testing::Test {
         Resources = std::make_unique<RESOURCELIBRARY>(App->LibraryPath());
         Window = std::make_unique<MAINWINDOW>(
             *App, DESKTOPTIMES{.TrayStartMs = 1, .AlertReadMs = 1, .AlertRightClickMs = 1, .AlertDeafMs = 0});
-        Engine = std::make_unique<TARNWICK>(*Window, Nobody, App->Arguments(), App->Texts(), Checks);
+        Engine = std::make_unique<TARNWICK>(*Window, Nobody, App->Arguments(), App->Texts(), Checks, Programs);
         Window->SetApplication(Engine.get());
         ASSERT_TRUE(Engine->Open()) << Std(Engine->StartError());
         Window->Begin(false);
@@ -153,6 +153,8 @@ class DESKTOPTEST : public ::testing::Test {
     std::unique_ptr<RESOURCELIBRARY> Resources;
     std::unique_ptr<VELMORAAPP> App;
     std::unique_ptr<MAINWINDOW> Window;
-    CHECKTIMES Checks;  // of the engine that Open makes
+    CHECKTIMES Checks;                   // of the engine that Open makes
+    PROGRAMSTARTER* Programs = nullptr;  // its own, null: the platform's
+    std::string Version = "2.02";        // that has written the settings
     std::unique_ptr<TARNWICK> Engine;
 };
