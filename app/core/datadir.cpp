@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr const char* COMPANY = "Velmora";
 constexpr const char* VALUE_DIR = "ApplicationDataDir";
 constexpr const char* VALUE_PENDING = "ApplicationDataDir.New";
 constexpr const char* VALUE_OLD = "FilesDir";

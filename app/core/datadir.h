@@ -8,6 +8,8 @@
 
 /// Name of the file that keeps a second program off a data directory.
 inline constexpr const char* DATADIR_LOCKFILE = "tarnwick.lock";
+/// Under this name of company its values and its data lie.
+inline constexpr const char* COMPANY = "Velmora";
 
 /// The directory of all data files. /WORKDIR:path names it for this run; otherwise the store of named values knows it,
 /// and at a first start it is made below the user's application data, as Velmora\subdirectory. `pending` gets the

@@ -82,6 +82,8 @@ int RunDesktop(int argc, const char* const* argv) {
         window.Begin(app.StartMinimized());
         application.Start();
         window.Started();
+        if (!demo)
+            window.BeginTips();
         window.MainDispatchLoop(KEY_TABLE);
         window.End();
         // Waits for the work thread, which may still speak to the window.

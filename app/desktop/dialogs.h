@@ -3,6 +3,8 @@
 #include "app/desktop/formpage.h"
 #include "corelib/base/recordarray.h"
 
+class TIPS;
+
 // The dialogs of the program. Each comes back true on OK, with what the user has changed stored; otherwise all is as it
 // was. Another thread may go on reading and writing the record meanwhile: only changed keys are stored.
 
@@ -29,6 +31,9 @@
 /// True if the user reached the end. dialEntries: as for EditOptions.
 [[nodiscard]] bool RunSetup(const DIALOGPARTS& parts, STRINGARRAY& state, RECORDARRAY& items,
                             const STRING& dialEntries);
+
+/// Shows one tip after the other; there is at least one.
+void ShowTips(const DIALOGPARTS& parts, TIPS& tips);
 
 /// Asks for another data directory, which the next start takes. product: its name in the store of named values;
 /// current: the directory in use.

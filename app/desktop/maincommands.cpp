@@ -45,6 +45,7 @@ bool MAINWINDOW::DoWindowCommand(int command) {
     switch (command) {
         case COMMAND_SHOW_WINDOW:
             ShowInFront();
+            PostMessageW(hWnd, WM__TIP, 0, 0);
             return true;
         case COMMAND_INBOX:
             SwitchInbox();

@@ -46,6 +46,7 @@ bool MAINWINDOW::DoDialogCommand(int command) {
         {COMMAND_SPAM_EXPERT, [](MAINWINDOW& self) { self.EditSpam(false, true); }},
         {COMMAND_SPAM_SETTINGS, [](MAINWINDOW& self) { self.EditSpam(true, true); }},
         {COMMAND_DATA_DIRECTORY, [](MAINWINDOW& self) { self.EditDataDir(); }},
+        {COMMAND_TIP_OF_THE_DAY, [](MAINWINDOW& self) { self.ShowTip(); }},
     };
     for (const auto& [number, dialog] : DIALOGS) {
         if (number != command)
@@ -175,6 +176,7 @@ void MAINWINDOW::RunSetupWizard() {
     // The demo asks nobody: it brings its own accounts.
     if (App.Arguments().TestArg("DEMO"))
         return;
+    TipsComeByThemselves = false;  // this is enough for one start
     WINRAS dialup;
     (void)RunSetup(Parts(), Application->pState, Application->Items, dialup.EnumEntries());
 }

@@ -1,16 +1,35 @@
-// The main window's dealings with the help.
+// The main window's dealings with the help and the tip of the day.
 #include "app/core/helppages.h"
 #include "app/core/tarnwick.h"
+#include "app/core/tips.h"
 #include "app/core/velmoraapp.h"
+#include "app/desktop/dialogs.h"
 #include "app/desktop/mainwindow.h"
+#include "app/desktop/windowids.h"
+#include "corelib/base/files.h"
 #include "corelib/window/messages.h"
 
+namespace {
+
+STRING TipsFile(const VELMORAAPP& app) {
+    return OSYS::FilePath(app.WorkDir().Text(), app.Texts().Get(TEXT_TIPS_FILE).Text());
+}
+
+TIPS TipsOf(const VELMORAAPP& app) {
+    return {TipsFile(app), app.Texts().Get(TEXT_REGISTRY_NAME)};
+}
+
+}  // namespace
+
 void MAINWINDOW::ShowHelp(int topic) {
-    if (Rows)
+    if (Rows) {
         ShowHelpOn(topic);
+        return;
+    }
     // The welcome would cover the questions that a first start asks; and the demo is to be looked at.
-    else if (!App.Arguments().TestArg("DEMO"))
+    if (!App.Arguments().TestArg("DEMO"))
         WelcomeTopic = topic;
+    TipsComeByThemselves = false;
 }
 
 void MAINWINDOW::ShowHelpOf(HWND window, int control) {
@@ -27,4 +46,26 @@ void MAINWINDOW::ShowHelpOn(int topic, int control) {
     const HWND active = GetActiveWindow();
     if (fault.NotNull())
         ShowError(active ? active : hWnd, fault, ProgramName());
+}
+
+void MAINWINDOW::BeginTips() {
+    TipsBegun = true;
+    PostMessageW(hWnd, WM__TIP, 0, 0);
+}
+
+void MAINWINDOW::OfferTip() {
+    const bool seen = IsVisible() && !IsIconic(hWnd) && IsWindowEnabled(hWnd) && !Vanished;
+    if (TipsBegun && TipsComeByThemselves && Application && seen && TipsOf(App).IsDue())
+        OpenDialog([](MAINWINDOW& self) { self.ShowTip(); });
+}
+
+void MAINWINDOW::ShowTip() {
+    TIPS tips = TipsOf(App);
+    if (tips.Count() > 0) {
+        ShowTips(Parts(), tips);
+        return;
+    }
+    STRING text = App.Texts().Get(TEXT_NO_TIPS);
+    text.Replace("$FILE", FILES::NativePath(TipsFile(App).Text()).Text());
+    ShowError(hWnd, text, ProgramName());
 }

@@ -110,6 +110,9 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
         case WM__SPLITTER:
             OnSplitter();
             return 0;
+        case WM__TIP:
+            OfferTip();
+            return 0;
         case WM__ALERTCLICK:
             OnAlertClick(first, second);
             return 0;

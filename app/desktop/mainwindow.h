@@ -50,6 +50,8 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void Begin(bool minimized);
     /// After the application's start: what is done once the user sees the window.
     void Started();
+    /// From now on a tip comes by itself when the user opens the window, once a day.
+    void BeginTips();
     /// Handles messages, with the keys of that table, until PostQuit has been called.
     void MainDispatchLoop(int accelerators);
     /// Before the application goes: keeps what the next run shows again.
@@ -161,6 +163,9 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     // The help, on a control of a window of the program, or on a topic of its own.
     void ShowHelpOf(HWND window, int control);
     void ShowHelpOn(int topic, int control = 0);
+    // The tip of the day, by itself where that is wanted and in place, and on demand.
+    void OfferTip();
+    void ShowTip();
     void AddItem();
     void EditItem();
     void DeleteItems();
@@ -187,7 +192,9 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     std::mutex AlertGuard;
     std::deque<ALERTREQUEST> Alerts;  // that wait to be opened
     int WelcomeTopic = 0;             // of the help, once the window is there
-    int TrayIcon = 0;                 // its resource number, while it blinks too
+    bool TipsComeByThemselves = true;
+    bool TipsBegun = false;
+    int TrayIcon = 0;  // its resource number, while it blinks too
     bool BlinkPhase = false;
     bool DialogOpen = false;
     bool AlertWaits = false;  // for the present one to be read

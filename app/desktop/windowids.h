@@ -14,6 +14,7 @@ inline constexpr UINT WM__CALLS = 1030;             // calls of other threads wa
 inline constexpr UINT WM__INBOXCLOSED = 1031;       // first: the window that wants to be deleted
 inline constexpr UINT WM__TRASHCANCLOSED = 1032;    // the same
 inline constexpr UINT WM__SPLITTER = 1033;          // the splitter has moved
+inline constexpr UINT WM__TIP = 1034;               // the window has been opened, and may show a tip
 inline constexpr UINT WM__TASKBAR = 1088;           // from the tray icon; second: the mouse message
 
 inline constexpr UINT_PTR TIMER_ALERT = 1;       // ends the alert

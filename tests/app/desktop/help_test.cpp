@@ -4,8 +4,10 @@
 #include "tests/app/desktop/desktopsupport.h"
 // clang-format on
 
+#include "app/core/datadir.h"
 #include "app/desktop/inbox.h"
 #include "app/desktop/trashcan.h"
+#include "corelib/system/registry.h"
 
 namespace {
 
@@ -129,6 +131,75 @@ TEST_F(Help, WelcomesOnceTheWindowIsThere) {
     EXPECT_EQ(Opened(), "");
     Window->Started();
     EXPECT_EQ(Opened(), "2803");
+}
+
+/// The window over tips that come by themselves, none of which was shown today.
+class TipOfTheDay : public Help {
+ protected:
+    TipOfTheDay() { Forget(); }
+    ~TipOfTheDay() override { Forget(); }
+    static REGISTRY Store() { return {COMPANY, "Tarnwick", ROOT_CURRENT_USER}; }
+    static void Forget() {
+        for (const char* value : {"TipOfDayLast", "TipOfDayCount", "TipOfDayStyle", "TipOfDayDate"})
+            Store().Delete(value);
+    }
+    static HWND Dialog() { return FindWindowW(L"#32770", L"Tip of the day"); }
+    static std::string Shown(HWND dialog) { return Std(WINDOW(GetDlgItem(dialog, 290)).Title()); }
+};
+
+TEST_F(TipOfTheDay, GoesOnIsSwitchedOffAndLeavesByTheKeyboard) {
+    Open(TWO_ITEMS);
+    for (const bool off : {true, false}) {
+        InDialog(COMMAND_TIP_OF_THE_DAY, [&](HWND dialog, HWND) {
+            EXPECT_EQ(GetFocus(), GetDlgItem(dialog, 290));
+            EXPECT_EQ(IsDlgButtonChecked(dialog, 241), off ? BST_CHECKED : BST_UNCHECKED);
+            EXPECT_EQ(LOWORD(SendMessageW(dialog, DM_GETDEFID, 0, 0)), IDCANCEL);
+            const std::string first = Shown(dialog);
+            SendDlgItemMessageW(dialog, 101, BM_CLICK, 0, 0);
+            EXPECT_TRUE(!first.empty() && !Shown(dialog).empty() && Shown(dialog) != first);
+            EXPECT_EQ(Asked(GetDlgItem(dialog, 101)), "2050-101");
+            SendDlgItemMessageW(dialog, 241, BM_CLICK, 0, 0);
+            EXPECT_EQ(Std(Store().Read("TipOfDayStyle")), off ? "0" : "1");
+        });
+    }
+    EXPECT_EQ(Std(Store().Read("TipOfDayLast")), "4");
+    EXPECT_EQ(Std(Store().Read("TipOfDayCount")), "20");
+    for (const int key : {VK_ESCAPE, VK_RETURN}) {
+        Later([&] { DialogKey(Dialog(), key); });
+        Command(COMMAND_TIP_OF_THE_DAY);
+        EXPECT_EQ(Dialog(), nullptr) << key;
+    }
+}
+
+TEST_F(TipOfTheDay, ComesByItselfOnceTheUserOpensTheWindow) {
+    const auto offered = [&](const std::function<void()>& act) {
+        const UINT_PTR timer = SetTimer(nullptr, 0, 1, [](HWND, UINT, UINT_PTR, DWORD) {
+            if (const HWND dialog = Dialog())
+                PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+        });
+        const std::string before = Std(Store().Read("TipOfDayLast"));
+        act();
+        Pump();
+        KillTimer(nullptr, timer);
+        return Std(Store().Read("TipOfDayLast")) != before;
+    };
+    Open(TWO_ITEMS, "DlgStartMinimized=1\r\n");
+    EXPECT_FALSE(offered([&] { Command(COMMAND_SHOW_WINDOW); })) << "before the start is through";
+    Window->Show(SW_MINIMIZE);
+    EXPECT_FALSE(offered([&] { Window->BeginTips(); })) << "in the tray";
+    EXPECT_TRUE(offered([&] { Command(COMMAND_SHOW_WINDOW); }));
+    EXPECT_FALSE(offered([&] { Command(COMMAND_SHOW_WINDOW); })) << "once a day";
+    EXPECT_TRUE(Store().Write("TipOfDayDate", "2001-02-03"));
+    EXPECT_TRUE(Store().Write("TipOfDayStyle", "0"));
+    EXPECT_FALSE(offered([&] { Command(COMMAND_SHOW_WINDOW); })) << "switched off";
+    Store().Delete("TipOfDayStyle");
+    EXPECT_TRUE(offered([&] { Command(COMMAND_SHOW_WINDOW); }));
+    Close();
+    Store().Delete("TipOfDayDate");
+    Version = "0.98";
+    Later([] { SendMessageW(GetActiveWindow(), WM_COMMAND, IDOK, 0); });
+    Open(TWO_ITEMS);
+    EXPECT_FALSE(offered([&] { Window->BeginTips(); })) << "after a welcome";
 }
 
 }  // namespace
