@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/check/items.h"
+#include "app/check/mailrecords.h"
 #include "app/check/notifier.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
@@ -129,7 +130,7 @@ class DESKTOPTEST : public ::testing::Test {
     void TellNewMail() {
         Engine->pState.Set("SoundEmail", Data.File("accounts.ini"));  // any file that is there
         std::thread([this] {
-            RECORDARRAY records(1, 1);
+            MAILRECORDS records;
             const std::vector<int> none;
             Engine->Notification().NewMail(Engine->Items[0], {records, none, false, false, false, "", ""});
         }).join();

@@ -301,7 +301,7 @@ TEST_F(MailWindows, ThePopupsButtonsLeadToInboxAndMail) {
     Window->List().SelectOnly(Handle("beta"));
     Alpha().Set("@FileStore", ListingOf({Block(1, "hello", 0, 1)}));
     const auto tell = [&] {
-        RECORDARRAY records(1, 1);
+        MAILRECORDS records;
         BuildMailHash(Alpha().Get("@FileStore"), records);
         Engine->Notification().NewMail(Alpha(), {records, {0}, true, false, false, "", ""});
         Pump();
@@ -351,7 +351,7 @@ TEST_F(MailWindows, SendersGoIntoTheListsOrThePersonIsTold) {
 TEST_F(MailWindows, TheTrashcanEmptiesKeepsReadsAnewAndSendsOn) {
     Open(TWO_ITEMS, QUIET);
     const auto copy = [&](int number) {
-        RECORDARRAY records(1, 1);
+        MAILRECORDS records;
         BuildMailHash(ListingOf({Block(number, std::to_string(number), 100, 1)}), records);
         ASSERT_TRUE(Engine->Trash().SaveToTrash(records[0]));
     };
