@@ -34,7 +34,7 @@ struct SPAMWORD {
 class SPAMWORDS {
  public:
     /// The table has room for so many rows. What is added beyond is dropped and counted.
-    static constexpr int ROWS = 1024;
+    static constexpr int ROWS = 2048;
 
     int Count() const { return static_cast<int>(Rows.size()); }
     int Dropped() const { return Surplus; }
