@@ -36,6 +36,7 @@ constexpr struct {
     {"No login method", TEXT_NO_LOGIN_WAY},
     {"Connection cut off", TEXT_HUNG_UP},
     {"No password", TEXT_LOCKED_PASSWORD},
+    {"No proxy password", TEXT_LOCKED_PROXY},
 };
 
 // Does the text hold one of those words, in any case?

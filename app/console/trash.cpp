@@ -37,7 +37,8 @@ int RestoreMails(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::ve
     }
     for (const int mail : mails) {
         STRING error;
-        if (!TRASHMAILS::SendOn(application.Lessons(), trash.Whole(mail), application.pState, stopAsked, error)) {
+        if (!TRASHMAILS::SendOn(application.Lessons(), trash.Whole(mail), application.pState, texts, stopAsked,
+                                error)) {
             frontEnd.PrintError(DISPLAYTEXT::Safe((texts.Get(TEXT_NOT_SENT_ON) || error).View()));
             frontEnd.PrintError(ConsoleText(texts, CTEXT_SEND_ON_PLACE, DISPLAYTEXT::Path(application.DataDir())));
             return EXIT_CHECK_FAILED;

@@ -1,6 +1,7 @@
 #include "app/core/datafiles.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -19,7 +20,13 @@ namespace {
 constexpr const char* FILE_SETTINGS = "tarnwick.ini";
 constexpr const char* FILE_ITEMS = "accounts.ini";
 constexpr const char* FILE_TYPES = "mailtypes.ini";
-constexpr const char* SMTP_PASSWORD = "SpamSmtpPassword";
+/// Settings that hold a password: the proxy's stands in its address, "user:password@host".
+constexpr const char* SECRET_SETTINGS[] = {"SpamSmtpPassword", "HttpProxy"};
+
+bool HoldsPassword(const STRINGARRAY& settings, const char* key) {
+    return strcmp(key, "HttpProxy") != 0 || settings.Get(key).View().find('@') != std::string_view::npos;
+}
+
 constexpr const char* FILE_SPAMDEF = "spamdef.dat";
 constexpr const char* FILE_SPAMDEF_DEFAULT = "def_spamdef.dat";
 
@@ -123,7 +130,8 @@ void DATAFILES::LoadSettings() {
     }
     state.AllowNewKeys(true);
     FillSettingDefaults(state, Tables.Texts, DataDir.Text(), isNew);
-    Passwords.Open(state, SMTP_PASSWORD);
+    for (const char* key : SECRET_SETTINGS)
+        Passwords.Open(state, key);
     state.AllowNewKeys(false);
     if (isNew) {
         (void)SaveSettings();  // the end of the run writes them again
@@ -323,7 +331,13 @@ bool DATAFILES::SaveRecords(const char* name, const RECORDARRAY& table, const st
 bool DATAFILES::SaveSettings() {
     const STRING path = Path(FILE_SETTINGS);
     (void)FILES::MakePrivate(path.Text());  // a new directory has no such file
-    const STRINGARRAY instead = Passwords.ForFile(Tables.State, SMTP_PASSWORD, SealsPasswords());
+    STRINGARRAY instead(4, 4);
+    for (const char* key : SECRET_SETTINGS) {
+        const bool sealed = SealsPasswords() && HoldsPassword(Tables.State, key);
+        const STRINGARRAY one = Passwords.ForFile(Tables.State, key, sealed);
+        if (one.Exists(key))
+            instead.Set(key, one.Get(key));
+    }
     const bool ok = Tables.State.Save(path.Text(), &instead);
     TellSealingTrouble();
     if (!ok) {

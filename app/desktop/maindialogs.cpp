@@ -1,5 +1,6 @@
 // The main window's dealings with the dialogs of accounts and settings.
 #include <utility>
+#include <vector>
 
 #include "app/check/dialup.h"
 #include "app/core/tarnwick.h"
@@ -8,6 +9,7 @@
 #include "app/desktop/inbox.h"
 #include "app/desktop/mainwindow.h"
 #include "app/filter/spamfilter.h"
+#include "app/mailbox/account.h"
 #include "corelib/net/mxlookup.h"
 #include "corelib/system/registry.h"
 #include "corelib/window/messages.h"
@@ -83,20 +85,44 @@ void MAINWINDOW::AddItem() {
 }
 
 void MAINWINDOW::EditItem() {
-    STRINGARRAY* item = FirstSelected();
-    if (!item)
+    if (STRINGARRAY* item = FirstSelected())
+        EditItem(*item);
+}
+
+std::vector<STRINGARRAY*> MAINWINDOW::LockedAccounts() const {
+    std::vector<STRINGARRAY*> locked;
+    for (int i = 0; i < Application->Items.Count(); ++i) {
+        if (MAILACCOUNT::IsPasswordLocked(Application->Items[i]))
+            locked.push_back(&Application->Items[i]);
+    }
+    return locked;
+}
+
+void MAINWINDOW::AskPasswords() {
+    const std::vector<STRINGARRAY*> locked = LockedAccounts();
+    STRING names;
+    for (const STRINGARRAY* item : locked)
+        names = names || (names.Length() > 0 ? "\n" : "") || item->Get("Name");
+    STRING text = App.Texts().Get(TEXT_ASK_PASSWORDS);
+    text.Replace("$1", names.Text());
+    if (locked.empty() || !AskYesNo(App.Texts().Get(TEXT_TITLE), text))
         return;
+    for (STRINGARRAY* item : locked)
+        EditItem(*item);
+}
+
+void MAINWINDOW::EditItem(STRINGARRAY& item) {
     {
-        const ITEMLOCK lock(Application->Cycle(), *item);
+        const ITEMLOCK lock(Application->Cycle(), item);
         if (!lock.IsHeld()) {
             ShowError(hWnd, App.Texts().Get(TEXT_IN_CHECK), ProgramName());
             return;
         }
-        if (!::EditItem(Parts(), *item, Application->pState))
+        if (!::EditItem(Parts(), item, Application->pState))
             return;
     }
-    const int handle = item->GetNumber("@Handle");
-    CHECKCYCLE::ForceRefresh(*item, false);
+    const int handle = item.GetNumber("@Handle");
+    CHECKCYCLE::ForceRefresh(item, false);
     if (!Application->SaveTables(SAVE_ITEMS))
         ShowSaveError(TEXT_NOT_SAVED);
     Rows->FillListview(handle);

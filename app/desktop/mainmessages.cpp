@@ -113,6 +113,9 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
         case WM__TIP:
             OfferTip();
             return 0;
+        case WM__ASKPASSWORDS:
+            OpenDialog([](MAINWINDOW& self) { self.AskPasswords(); });
+            return 0;
         case WM__ALERTCLICK:
             OnAlertClick(first, second);
             return 0;

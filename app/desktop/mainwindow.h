@@ -4,6 +4,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 #include "app/common/frontend.h"
 #include "app/core/commands.h"
@@ -168,6 +169,9 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void ShowTip();
     void AddItem();
     void EditItem();
+    void EditItem(STRINGARRAY& item);
+    std::vector<STRINGARRAY*> LockedAccounts() const;
+    void AskPasswords();
     void DeleteItems();
     void EditList(const char* key);
     void ShowContextMenu(LPARAM place);

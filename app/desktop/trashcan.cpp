@@ -124,7 +124,7 @@ void TRASHCAN::SendOn(int mail) {
 unsigned TRASHCAN::SendBody(void* self) {
     auto& can = *static_cast<TRASHCAN*>(self);
     can.Arrived = TRASHMAILS::SendOn(
-        can.Application.Lessons(), can.Mail, can.Settings,
+        can.Application.Lessons(), can.Mail, can.Settings, can.Application.Texts(),
         [&can] { return can.Stop || can.Application.Cycle().IsStopRequested(); }, can.Error);
     PostMessageW(can.hWnd, WM__SENTON, 0, 0);
     return 0;

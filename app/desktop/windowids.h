@@ -15,6 +15,7 @@ inline constexpr UINT WM__INBOXCLOSED = 1031;       // first: the window that wa
 inline constexpr UINT WM__TRASHCANCLOSED = 1032;    // the same
 inline constexpr UINT WM__SPLITTER = 1033;          // the splitter has moved
 inline constexpr UINT WM__TIP = 1034;               // the window has been opened, and may show a tip
+inline constexpr UINT WM__ASKPASSWORDS = 1035;      // the user is asked for those that could not be opened
 inline constexpr UINT WM__TASKBAR = 1088;           // from the tray icon; second: the mouse message
 
 inline constexpr UINT_PTR TIMER_ALERT = 1;       // ends the alert

@@ -143,11 +143,11 @@ STRING MessageToSendOn(const STRINGARRAY& whole) {
     return message;
 }
 
-bool TRASHMAILS::SendOn(LEARNING& lessons, const STRINGARRAY& whole, const STRINGARRAY& state,
+bool TRASHMAILS::SendOn(LEARNING& lessons, const STRINGARRAY& whole, const STRINGARRAY& state, const TEXTS& texts,
                         const STOPQUESTION& stopAsked, STRING& error) {
     constexpr int ERROR_BYTES = 246;
     if (MAILACCOUNT::IsPasswordLocked(state, "SpamSmtpPassword")) {
-        error = "The password cannot be opened";
+        error = texts.Get(TEXT_LOCKED_SENDING);
         return false;
     }
     // Only an address goes into the command with it.

@@ -31,7 +31,7 @@ class TRASHMAILS : public MAILROWS {
     /// that the filter takes for an exception, and without the filter's report. The copy stays. False with the server's
     /// words, or why there was no conversation. Blocks as EMAIL does: for a thread of its own.
     /// What arrived is a lesson for the filter: it was no spam. Marks are none here, where all that lies is to go.
-    static bool SendOn(LEARNING& lessons, const STRINGARRAY& whole, const STRINGARRAY& state,
+    static bool SendOn(LEARNING& lessons, const STRINGARRAY& whole, const STRINGARRAY& state, const TEXTS& texts,
                        const STOPQUESTION& stopAsked, STRING& error);
 
  private:

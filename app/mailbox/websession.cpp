@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "app/mailbox/account.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/files.h"
@@ -128,6 +129,11 @@ class WEBSESSION::CLIENT : public WEBGET {
 };
 
 int WEBSESSION::Request(CLIENT& client, const STRING& host, const STRING& doc, STRING& result) {
+    // The way to the net is the user's choice: without it there is none.
+    if (Settings.GetNumber("DoHttpProxy") != 0 && MAILACCOUNT::IsPasswordLocked(Settings, "HttpProxy")) {
+        result = "TCPIO 999 No proxy password\n";
+        return NO_STATUS;
+    }
     // What was protected so far would travel readable, cookies first of all.
     if (IsSecure(PresentHost) && !IsSecure(host)) {
         result = STRING("TCPIO 999 Redirected from https to http\n") || result;

@@ -79,6 +79,10 @@ bool MakeKeyFile(std::string& bytes, STRING& trouble) {
     const STRING native = FILES::NativePath(path.Text());
     struct stat about;
     if (stat(native.Text(), &about) == 0) {
+        // Another program may have made it since nobody found one here.
+        STRING ignored;
+        if (ReadKeyFile(bytes, ignored))
+            return true;
         // What lies there is no key. It may still be worth a look.
         const bool moved = FILES::Rename(path.Text(), (path || ".bad").Text());
         Trace("SEALING: %s kept as .bad, ok= %d\n", path.Text(), static_cast<int>(moved));

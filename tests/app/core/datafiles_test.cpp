@@ -332,6 +332,13 @@ TEST_F(DataFiles, PasswordsAreSealedInANewDirectory) {
     FrontEnd.Wizard = {};
     Start();
     EXPECT_EQ(password() + Std(State.Get("SpamSmtpPassword")), "secretposted");
+    for (const char* proxy : {"me:proxied@p.example:3128", "p.example:3128"}) {
+        State.Set("HttpProxy", proxy);
+        save();
+        EXPECT_EQ(InData("tarnwick.ini").find("p.example") == std::string::npos, strchr(proxy, '@') != nullptr);
+        Start();
+        EXPECT_EQ(Std(State.Get("HttpProxy")), proxy);
+    }
     const auto sealedLine = [](const std::string& text) { return text.substr(text.find("Source2Sealed"), 60); };
     EXPECT_EQ(sealedLine(save()), sealedLine(sealed)) << "the same password is not sealed anew";
 

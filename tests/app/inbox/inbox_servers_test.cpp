@@ -101,7 +101,9 @@ TEST_F(InboxOnServers, LoseSpamAndWhatIsMarkedAndSendACopyOn) {
             Application.pState.Set("SpamSmtpUser", name);
             Application.pState.Set("SpamSmtpPassword", password);
             STRING error;
-            EXPECT_EQ(TRASHMAILS::SendOn(Application.Lessons(), trash.Whole(copy), Application.pState, {}, error), good)
+            EXPECT_EQ(TRASHMAILS::SendOn(Application.Lessons(), trash.Whole(copy), Application.pState,
+                                         Application.Texts(), {}, error),
+                      good)
                 << Std(error) << server.Log();
         }
         ASSERT_TRUE(Eventually([&, name = receiver] { return boxes.Inbox(name).size() == 1; })) << server.Log();

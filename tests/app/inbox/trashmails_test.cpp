@@ -95,13 +95,13 @@ TEST_F(TrashMails, AreSentOnWithTheirMark) {
     mail.Set("Subject", "x");
     Application.pState.Set("SpamSmtpTo", "me@example.org");
     STRING error;
-    EXPECT_FALSE(TRASHMAILS::SendOn(Application.Lessons(), mail, Application.pState, {}, error));
+    EXPECT_FALSE(TRASHMAILS::SendOn(Application.Lessons(), mail, Application.pState, Application.Texts(), {}, error));
     EXPECT_GT(error.Length(), 0);
     const auto newKeys = Application.pState.AllowNewKeys(true);
     Application.pState.Set("SpamSmtpPasswordSealed", "k1:of another machine");
     Application.pState.AllowNewKeys(!newKeys);
-    EXPECT_FALSE(TRASHMAILS::SendOn(Application.Lessons(), mail, Application.pState, {}, error));
-    EXPECT_EQ(Std(error), "The password cannot be opened");
+    EXPECT_FALSE(TRASHMAILS::SendOn(Application.Lessons(), mail, Application.pState, Application.Texts(), {}, error));
+    EXPECT_EQ(Std(error), Std(Application.Texts().Get(TEXT_LOCKED_SENDING)));
 }
 
 }  // namespace

@@ -184,6 +184,9 @@ TEST_F(WebMail, FailuresKeepTheirWords) {
     EXPECT_EQ(Row.Statuses.back(), "4096 <3001>www.webmail.example");
     Settings.Set("HttpProxy", STRING("127.0.0.1:" + std::to_string(ClosedPort())));
     EXPECT_EQ(Get(), "-ERR 4096 No response");
+    Settings.Set("HttpProxy", "");
+    Settings.Set("HttpProxySealed", "k1:of another machine");
+    EXPECT_EQ(Get(), "-ERR 999 No proxy password") << "and never without the proxy";
 }
 
 }  // namespace

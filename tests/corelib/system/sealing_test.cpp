@@ -1,7 +1,15 @@
 #include "corelib/system/sealing.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <vector>
 
+#ifndef _WIN32
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+#include "corelib/base/ascii.h"
 #include "tests/corelib/system/systemsupport.h"
 
 namespace {
@@ -68,6 +76,31 @@ TEST(Sealing, KeepsItsKeyApartAndForItself) {
     }
     EXPECT_EQ(Opened(Sealed("new")), "new");
     EXPECT_EQ(ReadBytes(dir.File("new\\one\\passwords.key.bad")).substr(0, 6), "no key") << "set aside";
+
+    // Programs that begin together share the first key, whoever's it is.
+    for (int round = 0; round < 8; ++round) {
+        const VARIABLE fresh("TARNWICK_REGISTRY", dir.Native(("race" + std::to_string(round)).c_str()));
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        std::vector<pid_t> programs;
+        for (int i = 0; i < 4; ++i) {
+            programs.push_back(fork());
+            if (programs.back() == 0) {
+                STRING none;
+                const STRING line = SEALING::Seal("secret", none) || "\n";
+                _exit(write(ends[1], line.Text(), static_cast<size_t>(line.Length())) == line.Length() ? 0 : 1);
+            }
+        }
+        close(ends[1]);
+        std::string all(4096, '\0');
+        for (const pid_t program : programs)
+            EXPECT_EQ(waitpid(program, nullptr, 0), program);
+        all.resize(static_cast<size_t>(read(ends[0], all.data(), all.size())));
+        close(ends[0]);
+        EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 4);
+        for (std::string_view rest = all; !rest.empty();)
+            EXPECT_EQ(Opened(STRING(ASCII::Take(rest, '\n'))), "secret");
+    }
 
     const VARIABLE nowhere("TARNWICK_REGISTRY", "/proc/nothing");
     STRING trouble;
