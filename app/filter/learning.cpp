@@ -41,7 +41,7 @@ LEARNING::OPENED LEARNING::Open(const STRING& file, STRING& kept) {
 bool LEARNING::Close() {
     Work({});
     const std::lock_guard hold(Guard);
-    return Write();
+    return Write() && !LeftAlone;
 }
 
 bool LEARNING::Write() {

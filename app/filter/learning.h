@@ -23,7 +23,7 @@ class LEARNING {
     /// is of a newer version, or cannot be read; nothing is learnt in this run.
     enum class OPENED { GOOD, DAMAGED, LEFT_ALONE };
     OPENED Open(const STRING& file, STRING& kept);
-    /// Carries all lessons out, and writes. False if the file could not be written.
+    /// Carries all lessons out, and writes. False if the file could not be written, or was left alone.
     [[nodiscard]] bool Close();
 
     /// A lesson: header lines, an empty line and the body, or the record of a mail with its Header and Body. Of very

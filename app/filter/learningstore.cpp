@@ -184,7 +184,7 @@ bool LEARNINGSTORE::ReadLines(std::string_view text) {
     const size_t lines = static_cast<size_t>(std::ranges::count(text, '\n'));
     Entries.reserve(std::min(lines, WORDS_MOST * 2));
     Letters.reserve(text.size());
-    MakeSlots(lines);
+    MakeSlots(std::min(lines, WORDS_MOST * 2));  // a damaged file may be nothing but line ends
     while ((line = ASCII::Take(text, '\n')) != LESSONS) {
         COUNTS counts;
         uint16_t day = 0;

@@ -16,6 +16,7 @@ constexpr std::string_view BLANKS = " \t\r\n\f";
 constexpr size_t DEEPEST = 256;   // elements within elements; deeper ones say nothing
 constexpr size_t LOOK_BACK = 64;  // for the element that an end tag ends, so that each costs the same
 constexpr size_t STYLE_BYTES = 2000;
+constexpr std::string_view LENGTHS[] = {"height", "max-height", "width", "max-width"};
 constexpr uint32_t LINK_COLOUR = 0x0000EE;
 constexpr uint32_t ALIKE = 12;  // a difference of colours, in each of their parts, that no eye sees
 
@@ -25,20 +26,32 @@ constexpr std::array<uint64_t, N> Packed(const std::string_view (&names)[N]) {
     std::ranges::transform(names, packed.begin(), HtmlName);
     return packed;
 }
-constexpr auto WITHOUT_END = Packed(
-    {"area", "base", "br", "col", "embed", "frame", "hr", "img", "input", "link", "meta", "source", "track", "wbr"});
+constexpr auto WITHOUT_END =
+    Packed({"area", "base", "basefont", "bgsound", "br", "col", "embed", "frame", "hr", "image", "img", "input",
+            "keygen", "link", "meta", "param", "source", "track", "wbr"});
 // What holds paragraphs, and those that end one that is open.
 constexpr auto HOLDERS = Packed({"div", "td", "th", "table", "li", "body", "html", "center", "form", "dd", "blockquote",
                                  "section", "article", "header", "footer", "main", "aside", "nav", "button"});
 constexpr auto END_PARAGRAPH =
     Packed({"p",  "div", "table", "ul",  "ol",   "dl",         "li",     "h1",      "h2",      "h3",     "h4",
             "h5", "h6",  "hr",    "pre", "form", "blockquote", "center", "section", "article", "header", "footer"});
+constexpr auto HEADINGS = Packed({"h1", "h2", "h3", "h4", "h5", "h6"});
+constexpr auto SECTIONS = Packed({"thead", "tbody", "tfoot"});
 constexpr uint64_t CELL = HtmlName("td"), HEAD_CELL = HtmlName("th"), ROW = HtmlName("tr"), TABLE = HtmlName("table"),
                    LIST_ITEM = HtmlName("li"), PARAGRAPH = HtmlName("p"), LINK = HtmlName("a"), BODY = HtmlName("body");
 
 template <class LIST>
 bool In(const LIST& list, uint64_t name) {
     return std::ranges::find(list, name) != std::end(list);
+}
+
+/// An element with one of these ends an open one with the same, unless one that may hold it stands between; or 0.
+uint64_t SiblingsOf(uint64_t name) {
+    if (name == LIST_ITEM || name == LINK)
+        return name;
+    if (name == HtmlName("dd") || name == HtmlName("dt"))
+        return HtmlName("dd");
+    return In(HEADINGS, name) ? HEADINGS[0] : 0;
 }
 
 bool IsAlike(uint32_t a, uint32_t b) {
@@ -58,7 +71,8 @@ std::string_view Trimmed(std::string_view text) {
     return text;
 }
 
-/// Of a length of letters: is it one that nobody reads, or is one at all? Percentages and the like are of another size.
+/// Of a length of letters: is it one that nobody reads, or is one at all? Percentages and the like are of another size,
+/// and one inch can be read.
 enum class SIZE { Tiny, Good, Relative };
 SIZE ReadSize(std::string_view value) {
     if (value.empty() || !(ASCII::IsDigit(value[0]) || value[0] == '.'))
@@ -67,7 +81,8 @@ SIZE ReadSize(std::string_view value) {
     const std::string_view unit = ASCII::TrimLeft(value, "0123456789.");
     if (ASCII::Equal(unit, "em") || unit == "%" || ASCII::Equal(unit, "rem"))
         return number < 0.05 ? SIZE::Tiny : SIZE::Relative;
-    return number <= 1 ? SIZE::Tiny : SIZE::Good;
+    const bool isSmall = unit.empty() || ASCII::Equal(unit, "px") || ASCII::Equal(unit, "pt");
+    return number == 0 || (isSmall && number <= 1) ? SIZE::Tiny : SIZE::Good;
 }
 
 }  // namespace
@@ -143,7 +158,7 @@ uint32_t HTMLSIGHT::ReadColour(std::string_view value) {
     return name != std::end(NAMES) ? name->second : UNKNOWN;
 }
 
-void HTMLSIGHT::Apply(ELEMENT& element, std::string_view property, std::string_view value, bool& cut, bool& low) {
+void HTMLSIGHT::Apply(ELEMENT& element, std::string_view property, std::string_view value, HIDINGS& hidings) {
     const auto set = [](uint32_t& colour, std::string_view name) {
         const uint32_t read = ReadColour(name);
         colour = read == UNCHANGED ? colour : read;
@@ -151,15 +166,18 @@ void HTMLSIGHT::Apply(ELEMENT& element, std::string_view property, std::string_v
     const auto is = [property](std::string_view name) { return ASCII::Equal(property, name); };
     switch (property.empty() ? 0 : ASCII::Lower(property[0])) {
         case 'd':
-            element.Gone = element.Gone || (is("display") && ASCII::Equal(value, "none"));
+            if (is("display"))
+                hidings.None = ASCII::Equal(value, "none");
             break;
         case 'v':
             if (is("visibility"))
                 element.Invisible = ASCII::Equal(value, "hidden") || ASCII::Equal(value, "collapse");
             break;
         case 'o':
-            element.Gone = element.Gone || (is("opacity") && ASCII::TrimLeft(value, "0.%").empty());
-            cut = cut || (is("overflow") && ASCII::Equal(value, "hidden"));
+            if (is("opacity"))
+                hidings.Clear = ASCII::TrimLeft(value, "0.%").empty();
+            else if (is("overflow"))
+                hidings.Cut = ASCII::Equal(value, "hidden");
             break;
         case 'f':
             if (is("font-size")) {
@@ -170,8 +188,10 @@ void HTMLSIGHT::Apply(ELEMENT& element, std::string_view property, std::string_v
         case 'm':
         case 'h':
         case 'w':
-            low = low || ((is("max-height") || is("max-width") || is("height") || is("width")) && !value.empty() &&
-                          ASCII::TrimLeft(value, "0pxPX").empty());
+            for (size_t i = 0; i < std::size(LENGTHS); ++i) {
+                if (is(LENGTHS[i]))
+                    hidings.Low.set(i, !value.empty() && ASCII::TrimLeft(value, "0pxPX").empty());
+            }
             break;
         case 'c':
             if (is("color"))
@@ -191,28 +211,30 @@ void HTMLSIGHT::Apply(ELEMENT& element, std::string_view property, std::string_v
     }
 }
 
-void HTMLSIGHT::ApplyStyle(ELEMENT& element, std::string_view style) {
-    bool cut = false, low = false;
+// Of two declarations of one property the last one holds.
+void HTMLSIGHT::ApplyStyle(ELEMENT& element, std::string_view style, HIDINGS& hidings) {
     for (style = style.substr(0, STYLE_BYTES); !style.empty();) {
         std::string_view value = ASCII::Take(style, ';');
         const std::string_view property = Trimmed(ASCII::Take(value, ':'));
-        Apply(element, property, Trimmed(value.substr(0, value.find('!'))), cut, low);
+        Apply(element, property, Trimmed(value.substr(0, value.find('!'))), hidings);
     }
-    element.Gone = element.Gone || (cut && low);
 }
 
 // An element that no end tag ends is ended by what cannot stand in it.
 void HTMLSIGHT::CloseImplied(uint64_t name) {
-    const bool isRow = name == ROW, isCell = name == CELL || name == HEAD_CELL, inTable = isRow || isCell;
-    if (!inTable && !In(END_PARAGRAPH, name))
+    const bool isRow = name == ROW, isCell = name == CELL || name == HEAD_CELL, isSection = In(SECTIONS, name),
+               inTable = isRow || isCell || isSection, endsParagraph = In(END_PARAGRAPH, name);
+    const uint64_t siblings = SiblingsOf(name);
+    if (!inTable && !endsParagraph && siblings == 0)
         return;
     for (size_t at = Open.size(), looked = 0; at > 1 && looked < LOOK_BACK; --at, ++looked) {
         const uint64_t open = Open[at - 1].Name;
-        const bool ends = inTable ? open == CELL || open == HEAD_CELL || (isRow && open == ROW)
-                                  : open == PARAGRAPH || (name == LIST_ITEM && open == LIST_ITEM);
+        const bool ends =
+            inTable ? open == CELL || open == HEAD_CELL || (!isCell && open == ROW) || (isSection && In(SECTIONS, open))
+                    : (endsParagraph && open == PARAGRAPH) || (siblings != 0 && SiblingsOf(open) == siblings);
         if (ends)
             Pop(at - 1);
-        if (ends && (!isRow || open == ROW))
+        if (ends && !isSection && (!isRow || open == ROW))
             return;
         if (!ends && (inTable ? open == TABLE || (isCell && open == ROW) : In(HOLDERS, open)))
             return;
@@ -221,7 +243,7 @@ void HTMLSIGHT::CloseImplied(uint64_t name) {
 
 void HTMLSIGHT::Pop(size_t to) {
     Open.resize(to);
-    Hidden = !Open.back().Shows();
+    Hidden = !IsLost && !Open.back().Shows();
 }
 
 void HTMLSIGHT::Begin(uint64_t name, std::string_view attributes) {
@@ -235,30 +257,31 @@ void HTMLSIGHT::Begin(uint64_t name, std::string_view attributes) {
     HTMLATTRIBUTES walk(attributes);
     std::string_view style;
     bool hasClass = false;
+    HIDINGS hidings;
     for (std::string_view key, value; walk.Next(key, value);) {
-        bool none = false;
         if (ASCII::Equal(key, "style"))
             style = value;
         else if (ASCII::Equal(key, "class") || ASCII::Equal(key, "id"))
             hasClass = true;
         else if (ASCII::Equal(key, "hidden"))
-            element.Gone = true;
+            hidings.None = true;
         else if (ASCII::Equal(key, "color") || (name == BODY && ASCII::Equal(key, "text")))
-            Apply(element, "color", value, none, none);
+            Apply(element, "color", value, hidings);
         else if (ASCII::Equal(key, "bgcolor"))
-            Apply(element, "background-color", value, none, none);
+            Apply(element, "background-color", value, hidings);
         else if (ASCII::Equal(key, "background"))
             element.Ground = UNKNOWN;
     }
     if (hasClass && HasStyleSheet)
         element.Colour = element.Ground = UNKNOWN;
     if (!style.empty())
-        ApplyStyle(element, style);
+        ApplyStyle(element, style, hidings);
+    element.Gone = element.Gone || hidings.None || hidings.Clear || (hidings.Cut && hidings.Low.any());
     // The page's ground is there for all that follows, whatever becomes of the element.
     if (name == BODY)
         Open.front() = element;
     Open.push_back(element);
-    Hidden = !element.Shows();
+    Hidden = !IsLost && !element.Shows();
 }
 
 void HTMLSIGHT::End(uint64_t name) {
@@ -266,6 +289,11 @@ void HTMLSIGHT::End(uint64_t name) {
         if (Open[at - 1].Name == name) {
             Pop(at - 1);
             return;
+        }
+        if (looked + 1 == LOOK_BACK && at > 2) {
+            // It may be further down. Who knows what is hidden then?
+            IsLost = true;
+            Hidden = false;
         }
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -46,12 +47,18 @@ class HTMLSIGHT {
         bool Shows() const;
     };
     static uint32_t ReadColour(std::string_view value);
-    static void Apply(ELEMENT& element, std::string_view property, std::string_view value, bool& cut, bool& low);
-    static void ApplyStyle(ELEMENT& element, std::string_view style);
+    /// What an element says of itself, from which it may be gone.
+    struct HIDINGS {
+        bool None = false, Clear = false, Cut = false;
+        std::bitset<4> Low;
+    };
+    static void Apply(ELEMENT& element, std::string_view property, std::string_view value, HIDINGS& hidings);
+    static void ApplyStyle(ELEMENT& element, std::string_view style, HIDINGS& hidings);
     void CloseImplied(uint64_t name);
     void Pop(size_t to);
 
     std::vector<ELEMENT> Open;  // the page itself first
     bool Hidden = false;
     bool HasStyleSheet = false;
+    bool IsLost = false;  // an end tag's element was not found: nothing counts as hidden from then on
 };

@@ -81,6 +81,11 @@ EFFECT EffectOf(uint64_t name) {
     return tag != TAGS.end() && tag->Name == name ? tag->Effect : EFFECT::None;
 }
 
+/// What a browser shows of these is seldom meant for a reader, but may be.
+bool IsShownBySome(uint64_t name) {
+    return name == HtmlName("object") || name == HtmlName("applet") || name == HtmlName("select");
+}
+
 using BYTES = std::array<bool, 256>;
 constexpr BYTES MakeBytes(std::string_view members) {
     BYTES bytes{};
@@ -224,6 +229,18 @@ void SkipPast(std::string_view& text, std::string_view mark) {
     text.remove_prefix(at == NONE ? text.size() : at + mark.size());
 }
 
+/// "--!>" ends a comment as well, as it does for browsers.
+void SkipComment(std::string_view& text) {
+    for (size_t at = text.find("--", 2); at != NONE; at = text.find("--", at + 1)) {
+        const std::string_view after = text.substr(at + 2);
+        if (after.starts_with('>') || after.starts_with("!>")) {
+            text = after.substr(after.find('>') + 1);
+            return;
+        }
+    }
+    text = {};
+}
+
 bool BeginsTag(std::string_view text) {
     return text.size() > 1 &&
            (ASCII::IsLetter(text[1]) || (text[1] == '/' && text.size() > 2 && ASCII::IsLetter(text[2])));
@@ -240,13 +257,13 @@ std::string HtmlText(std::string_view html, READBY reader) {
     while (!html.empty()) {
         const char c = html.front();
         if (c == '<' && html.starts_with("<!--")) {
-            SkipPast(html, "-->");
+            SkipComment(html);
         } else if (c == '<' && html.size() > 1 && (html[1] == '!' || html[1] == '?')) {
             SkipPast(html, ">");
         } else if (c == '<' && BeginsTag(html)) {
             const TAGPARTS tag = TakeTag(html);
             const EFFECT effect = EffectOf(tag.Name);
-            if (effect == EFFECT::Unseen) {
+            if (effect == EFFECT::Unseen && !(isFilter && IsShownBySome(tag.Name))) {
                 if (!tag.IsEnd) {
                     SkipPast(html, "</" + std::string(tag.Letters));
                     SkipPast(html, ">");

@@ -105,8 +105,11 @@ class READER {
             const bool isPage = part.Type != "text/plain";
             if (alternatives) {
                 std::string& choice = isPage ? page : text;
+                // Programs for mail differ in which of several pages they show.
                 if (choice.find_first_not_of(BLANKS) == NONE)
                     choice = std::move(words);
+                else if (For == READBY::Filter && part.Type == "text/html")
+                    choice += words;
                 continue;
             }
             if (!text.empty() && !text.ends_with("\n\n"))

@@ -146,6 +146,8 @@ TEST(Program, LearnsFromMailboxFiles) {
     WriteBytes(program.DataDir() || "\\learned.dat", "nonsense");
     const auto damaged = program.Run({"/SCORE:" + file("spam")});
     EXPECT_PRED2(Contains, damaged.Err, "learned.dat.bad");
+    WriteBytes(program.DataDir() || "\\learned.dat", "Tarnwick learnt words, form 9\n");
+    EXPECT_EQ(program.Run({"/LEARNGOOD:" + file("good")}, EXIT_NO_START).Code, EXIT_NO_START);
     WriteBytes(program.File("text"), "no mail at all\n");
     for (const char* bad : {"text", "nothing"})
         EXPECT_EQ(program.Run({"/LEARNGOOD:" + file(bad)}, EXIT_NO_START).Code, EXIT_NO_START);

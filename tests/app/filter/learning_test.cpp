@@ -233,7 +233,7 @@ TEST_F(Learning, KeepsItsFileWholeAndLeavesForeignOnesAlone) {
         EXPECT_EQ(other.Learn(Mail(1, "a", "b"), true), damaged);
         EXPECT_EQ(other.Judge(DECODEDVIEW("a")).Kind, LEARNEDVERDICT::SILENT);
         const std::string before = ReadBytes(damaged ? kept : file);
-        EXPECT_TRUE(other.Close());
+        EXPECT_EQ(other.Close(), damaged);
         EXPECT_EQ(ReadBytes(damaged ? kept : file), before) << "what cannot be read is not written over";
     }
 }

@@ -58,6 +58,14 @@ TEST(HtmlText, LeavesOutForTheFilterWhatNobodySees) {
         {"<ul><li style='display:none'>x<li>v</ul>", "- v"},
         {"<br style='display:none'>v", "v"},
         {"</p></div></b>v<b style='display:none'>x", "v"},
+        {"<dl><dt style='display:none'>x<dd>v</dl>", "v"},
+        {"<table><thead style='display:none'><tr><td>x<tbody><tr><td>v</table>", "v"},
+        {"<a style='display:none'>x<a href=y>v</a><h1 style='display:none'>x<h2>v", "v  v"},
+        {"<param style='display:none'>v<image hidden><object>v</object><select>v</select><!-- x --!>v", "vvvv"},
+        // The last word holds, and not every small number is a small size.
+        {"<div style='display:none;display:block'>v</div><p hidden style='display:block'>v", "v  v"},
+        {"<i style='opacity:0;opacity:1'>v</i><i style='overflow:hidden;width:0;width:auto'>v</i>", "vv"},
+        {"<i style=font-size:1pc>v</i><i style='font-size:.5IN'>v</i><i style='font-size:0in'>x</i>", "vv"},
         {"V&#8203;<b></b>v", "V\u200bv"},
         {"<a href='https://u:p@Shop.example:80/?x'>v</a><a href=\"&#104;ttp://shop.example\">v</a><img "
          "src=//pix.example/1>"
@@ -70,8 +78,11 @@ TEST(HtmlText, LeavesOutForTheFilterWhatNobodySees) {
         EXPECT_EQ(ASCII::TrimRight(read, " "), text) << html;
         EXPECT_NE(HtmlText(html).find('v'), std::string::npos);
     }
-    // Each element costs the same, however many are open.
-    std::string deep, wide;
+    // Each element costs the same, however many are open. An end that is not found in time ends what is hidden.
+    std::string deep, wide, far = "<div style='display:none'>x";
+    for (int i = 0; i < 70; ++i)
+        far += "<b>";
+    EXPECT_EQ(HtmlText(far + "</div>v", READBY::Filter), "v\n");
     for (int i = 0; i < 30000; ++i) {
         deep += "<div style='display:none'><p>x";
         wide += "<p style='color:red'>v</x>";

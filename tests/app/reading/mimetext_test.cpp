@@ -50,6 +50,10 @@ TEST(MimeText, IsWhatAPersonReads) {
     };
     for (const auto& test : CASES)
         EXPECT_EQ(ReadableText(JoinedFields(test.Header), test.Body), test.Text) << test.Case;
+    // Which page is shown nobody knows.
+    const char* const pages = "--=_b\nContent-Type: text/html\n\none\n--=_b\nContent-Type: text/html\n\ntwo\n--=_b--\n";
+    EXPECT_EQ(ReadableText(JoinedFields(ALTERNATIVES), pages, READBY::Filter), "one\ntwo\n");
+    EXPECT_EQ(ReadableText(JoinedFields(ALTERNATIVES), pages, READBY::Person), "one\n");
 }
 
 TEST(MimeText, EndsHoweverDeepAMailIs) {
