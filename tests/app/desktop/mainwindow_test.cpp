@@ -327,6 +327,7 @@ TEST_F(MainWindow, AccountsAreAddedEditedAndDeleted) {
 TEST_F(MainWindow, AsksForPasswordsThatCannotBeOpened) {
     std::string asked;
     int dialogs = 0;
+    Open("[#0]\r\nName=open\r\nType=1\r\nSource2=x\r\n\r\n[#1]\r\nName=locked\r\nType=1\r\nSource2Sealed=k1:x\r\n\r\n");
     Later([&] {
         asked = Std(WINDOW(GetDlgItem(GetActiveWindow(), 0xFFFF)).Title());
         PostMessageW(GetActiveWindow(), WM_COMMAND, IDYES, 0);
@@ -335,7 +336,7 @@ TEST_F(MainWindow, AsksForPasswordsThatCannotBeOpened) {
             PostMessageW(GetActiveWindow(), WM_COMMAND, IDCANCEL, 0);
         });
     });
-    Open("[#0]\r\nName=open\r\nType=1\r\nSource2=x\r\n\r\n[#1]\r\nName=locked\r\nType=1\r\nSource2Sealed=k1:x\r\n\r\n");
+    Window->Started();
     Pump();
     EXPECT_NE(asked.find("\nlocked\n"), std::string::npos) << asked;
     EXPECT_EQ(asked.find("open\n"), std::string::npos) << asked;
