@@ -238,10 +238,12 @@ void SPAMFILTER::CountLearned(WORDSCANNER& scanner, const DECODEDVIEW& view) con
     const LEARNEDVERDICT verdict = Lessons->Judge(view);
     if (verdict.Kind == LEARNEDVERDICT::SILENT)
         return;
-    const int significance = verdict.Points > 0 && scanner.Significant > 0 ? 1 : 0;
-    scanner.Count(verdict.Points, significance);
+    // Against a mail it counts beside another ground alone, however few the user wants.
+    const bool against = verdict.Points > 0, beside = scanner.Significant > 0;
+    const int points = against && !beside ? 0 : verdict.Points, significance = against && beside ? 1 : 0;
+    scanner.Count(points, significance);
     const STRING remark = Texts.Part(TEXT_LEARNED, verdict.Kind);
-    scanner.Details += SpamReportLine(verdict.Points, significance, Texts.Part(TEXT_LEARNED, 0).View(),
+    scanner.Details += SpamReportLine(points, significance, Texts.Part(TEXT_LEARNED, 0).View(),
                                       std::string(remark.View()) + ", " + std::to_string(verdict.Percent) + " %");
 }
 

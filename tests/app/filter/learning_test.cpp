@@ -156,7 +156,7 @@ TEST_F(Learning, IsOneGroundBesideOthersAndSavesMail) {
     const std::string spam = Mail(1, "pills", "order pills without prescription"),
                       good = Mail(2, "minutes", "the committee agenda for thursday\noffer cheap meeting"),
                       both = Mail(3, "pills", "order pills without prescription\noffer cheap");
-    State.Set("SpamMinWords", "1");
+    State.Set("SpamMinWords", "0");
     TeachMany(50, 49);
     EXPECT_EQ(Score(spam), "0 0/0") << "too little is known";
     EXPECT_EQ(Std(Report).find("<10231>"), std::string::npos);
