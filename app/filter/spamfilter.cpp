@@ -23,12 +23,14 @@ constexpr size_t REPORTS_BYTES = 1 << 29;
 // that goes.
 STRING WithHeaders(STRING listing, const STRING& line, const std::vector<std::string_view>& blocks,
                    const std::vector<std::string>& headers) {
+    if (blocks.empty())
+        return line || "\n";
     size_t bytes = static_cast<size_t>(line.Length()) + 1;
     for (size_t i = 0; i < blocks.size(); ++i)
         bytes += headers[i].size() + blocks[i].size() + (i > 0);
     const char* const before = listing.View().data();
     // A line that ends at a zero byte stands for more.
-    const bool grows = blocks.empty() || blocks[0].data() - before == line.Length() + 1;
+    const bool grows = blocks[0].data() - before == line.Length() + 1;
     STRING beside;
     STRING& result = grows ? listing : beside;
     result.Make(static_cast<int>(bytes), nullptr);
