@@ -35,7 +35,10 @@ STRING WithHeaders(STRING listing, const STRING& line, const std::vector<std::st
     STRING& result = grows ? listing : beside;
     result.Make(static_cast<int>(bytes), nullptr);
     const char* const from = listing.View().data();
-    char* at = result.Data() + bytes;
+    char* const begin = result.Data();
+    if (!begin)
+        return {};
+    char* at = begin + bytes;
     // From the last to the first: none is moved to where another one still stands.
     for (size_t i = blocks.size(); i-- > 0;) {
         at -= blocks[i].size();
@@ -46,7 +49,7 @@ STRING WithHeaders(STRING listing, const STRING& line, const std::vector<std::st
             *--at = LISTING::BLOCK_END;
     }
     *--at = '\n';
-    line.View().copy(result.Data(), static_cast<size_t>(line.Length()));
+    line.View().copy(begin, static_cast<size_t>(line.Length()));
     return std::move(result);
 }
 
