@@ -3,14 +3,17 @@
 #include <algorithm>
 #include <climits>
 #include <iterator>
+#include <optional>
 #include <string_view>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include "app/check/dialup.h"
 #include "app/check/disposal.h"
 #include "app/check/newmail.h"
 #include "app/check/persontext.h"
+#include "app/check/pushwatch.h"
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
@@ -124,17 +127,54 @@ unsigned CHECKCYCLE::WorkThread() {
 }
 
 void CHECKCYCLE::Turn() {
+    LookForSleep();
     Parts.Filter.Learn();
     if (suspended)
+        WatchForNews();
+    else
+        Look();
+    lastTurn = CLOCK::Seconds();
+}
+
+void CHECKCYCLE::LookForSleep() {
+    if (lastTurn != 0 && CLOCK::Seconds() - lastTurn > Parts.Times.SleepSeconds)
+        ConnectAnew();
+}
+
+void CHECKCYCLE::ConnectAnew() {
+    if (Parts.Push)
+        Parts.Push->Renew();
+}
+
+// The items whose servers may tell of news now. A line that was dialled for one pass is none to wait on.
+void CHECKCYCLE::WatchForNews() {
+    if (!Parts.Push)
         return;
+    std::vector<PUSHTARGET> targets;
+    if (!suspended && !dialledEntry.NotNull() && MayCheck()) {
+        const MUTEXHOLD hold(itemMutex);
+        for (int i = 0; i < Parts.Items.Count(); ++i)
+            if (std::optional<PUSHTARGET> target = PushTargetOf(Parts.Items[i]))
+                targets.push_back(*std::move(target));
+    }
+    Parts.Push->Watch(targets);
+}
+
+bool CHECKCYCLE::MayCheck() {
+    return IsOnline() && (Parts.State.GetNumber("ConnectionType") == CONNECTION_PERMANENT ||
+                          CLOCK::Seconds() - onlineSince > Parts.Times.SettleSeconds);
+}
+
+void CHECKCYCLE::Look() {
     if (static_cast<int>(IsOnline()) != lastOnline) {
         lastOnline = IsOnline();
         onlineSince = lastOnline ? CLOCK::Seconds() : 0;
     }
+    WatchForNews();
     const int type = Parts.State.GetNumber("ConnectionType");
     if (type != CONNECTION_PERMANENT && Parts.State.GetNumber("ConnectionDunDial") != 0 && !IsOnline())
         DialIfDue();
-    if (IsOnline() && (type == CONNECTION_PERMANENT || CLOCK::Seconds() - onlineSince > Parts.Times.SettleSeconds)) {
+    if (MayCheck()) {
         WalkItems();
         EndDialling();
     }
@@ -313,10 +353,12 @@ bool CHECKCYCLE::NeedsRefresh(STRINGARRAY& item) {
     return period >= 1 && last + period <= now;
 }
 
-void CHECKCYCLE::Refreshed(STRINGARRAY& item) {
+void CHECKCYCLE::Refreshed(STRINGARRAY& item, bool forced) {
     item.SetNumber("LastRefresh", CLOCK::Seconds());
     item.Set("LastRefreshString", OSYS::DateText() || " / " || OSYS::TimeText());
-    ChangeForced(item, [](int forced) { return std::max(forced - 1, 0); });
+    // What was asked for while it ran may not have been there yet when it listed.
+    if (forced)
+        ChangeForced(item, [](int checks) { return std::max(checks - 1, 0); });
     item.Set("@ForcePopup", "0");
 }
 
@@ -329,8 +371,21 @@ void CHECKCYCLE::ForceRefreshType(int type) {
     const MUTEXHOLD hold(itemMutex);
     for (int i = 0; i < Parts.Items.Count(); ++i)
         if (Parts.Items[i].GetNumber("Type") == type)
-            ChangeForced(Parts.Items[i],
-                         [](int forced) { return std::max(forced, std::min(forced + 1, ENOUGH_FORCED)); });
+            NewsOf(Parts.Items[i]);
+}
+
+void CHECKCYCLE::ForceRefreshItem(int handle) {
+    const MUTEXHOLD hold(itemMutex);
+    if (STRINGARRAY* const item = FindItem(Parts.Items, handle))
+        NewsOf(*item);
+}
+
+// Under itemMutex. One that waits to be checked will be told all.
+void CHECKCYCLE::NewsOf(STRINGARRAY& item) {
+    if (&item == inHands)
+        ChangeForced(item, [](int forced) { return std::max(forced, std::min(forced + 1, ENOUGH_FORCED)); });
+    else
+        ChangeForced(item, [](int forced) { return std::max(forced, 1); });
 }
 
 bool CHECKCYCLE::SetItemState(STRINGARRAY& item, int kind, int value) {
@@ -370,11 +425,15 @@ void CHECKCYCLE::UpdateItem(STRINGARRAY& item) {
     if (!IsStopRequested())
         Parts.Trash.Recount();
     Parts.FrontEnd.SetMainTitle();
+    // It may have taken long, and accounts be others by now.
+    if (running)
+        WatchForNews();
 }
 
 /// The check itself. False if the program is to end meanwhile: what came back may be half of the truth, and the item is
 /// as it was, but for a disposal that is done.
 bool CHECKCYCLE::CheckItem(STRINGARRAY& item, int handle, bool& popupOpened) {
+    const bool forced = item.GetNumber("@ForceRefresh") > 0;
     STRING newdata;
     STRING error("");
     if (CarryOutDisposal(item, error)) {
@@ -395,7 +454,7 @@ bool CHECKCYCLE::CheckItem(STRINGARRAY& item, int handle, bool& popupOpened) {
         const STAMP before(item);
         // Asked before the stamp of the check clears it.
         const bool asked = item.GetNumber("@ForcePopup") != 0;
-        Refreshed(item);
+        Refreshed(item, forced);
         newdata = HandleNewMail(
             item, listing, item.Get("LastSeenIds"), asked,
             {Parts.State, Parts.Texts, Parts.Trash, Parts.Notifier, [this] { return IsStopRequested(); }}, popupOpened);
@@ -410,7 +469,7 @@ bool CHECKCYCLE::CheckItem(STRINGARRAY& item, int handle, bool& popupOpened) {
         OSYS::ReleaseFreeMemory();
         Parts.FrontEnd.ListingChanged(handle);
     } else {
-        Refreshed(item);
+        Refreshed(item, forced);
         MAILACCOUNT::SetCounts(item, {.Failed = true});
         newdata = Parts.Texts.Get(TEXT_CHECK_FAILED) || newdata.Mid(5);
     }

@@ -15,12 +15,14 @@
 #include "corelib/system/osys.h"
 
 class DIALUP;
+class PUSHWATCH;
 class SPAMFILTER;
 class TRASHSTORE;
 
 /// Periods and pauses of the check cycle.
 struct CHECKTIMES {
     int TurnMs = 500;         // one turn of the work loop
+    int SleepSeconds = 15;    // missing between two turns, in which the machine must have slept
     int SettleSeconds = 5;    // a connection that came up by itself is used when more than this has passed
     int PopupPauseMs = 2500;  // between the popups of two items
 };
@@ -37,6 +39,7 @@ struct CHECKPARTS {
     NOTIFIER& Notifier;
     DIALUP& Dialup;
     CHECKTIMES Times = {};
+    PUSHWATCH* Push = nullptr;  // who is told of news by servers, if there is one
 };
 
 /// The work thread: decides twice a second whether the machine is online and which item is due, and checks one item
@@ -70,14 +73,18 @@ class CHECKCYCLE {
     /// True if the item is to be checked now. A LastRefresh that lies in the future (the clock was set back) is set to
     /// the present time.
     static bool NeedsRefresh(STRINGARRAY& item);
-    /// Stamps the item as checked.
-    static void Refreshed(STRINGARRAY& item);
+    /// Stamps the item as checked. forced: the check has answered a request, and not only its time had come.
+    static void Refreshed(STRINGARRAY& item, bool forced = true);
     /// Requests one more check, for which popup means that the user wants an answer even if nothing is new. Any
     /// thread.
     static void ForceRefresh(STRINGARRAY& item, bool popup);
     /// A mailbox of that Type has said that it has changed: one more check of its items is enough, however often it
     /// says so, and nobody waits for an answer. Any thread.
     void ForceRefreshType(int type);
+    /// The same of the mailbox of the item with that handle, if it still is there.
+    void ForceRefreshItem(int handle);
+    /// The machine may have slept. Any thread.
+    void ConnectAnew();
     /// kind: ITEMSTATE_LOCKED or ITEMSTATE_INUPDATE; value 0 or 1: true on success, false if the other of the two
     /// states holds. value ITEMSTATE_ASK: true if the item is in a check. Any thread.
     bool SetItemState(STRINGARRAY& item, int kind, int value);
@@ -107,6 +114,11 @@ class CHECKCYCLE {
  private:
     static unsigned ThreadBody(void* cycle);
     void Pause(int ms);
+    void LookForSleep();
+    void Look();
+    bool MayCheck();
+    void WatchForNews();
+    void NewsOf(STRINGARRAY& item);
     void DialIfDue();
     void WalkItems();
     void ShowCounts();
@@ -134,6 +146,7 @@ class CHECKCYCLE {
     int lastOnline = -1;
     int lastErrorMark = -999;
     STRING lastFailed;
+    int64_t lastTurn = 0;     // seconds since 1970, at its end
     int64_t onlineSince = 0;  // seconds since 1970, 0 when offline or dialled by this cycle
     STRING dialledEntry;      // of the connection that this cycle has dialled; null without one
 };

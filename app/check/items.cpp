@@ -44,6 +44,7 @@ constexpr ITEMKEY STORED_KEYS[] = {
     {"DoSpamMove", "0"},
     {"SpamFolder", "spam"},
     {"FastCheck", "", "1"},  // a check asks for what is new only
+    {"Push", "", "1"},       // the server tells of news, where it can
     {"DoAltFolder", "0"},
     {"AltFolder", ""},
     // Run-time keys that may come from the file of an edit and are emptied by the check that first looks at them.

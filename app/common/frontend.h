@@ -43,6 +43,8 @@ class FRONTEND {
     virtual void SetCell(int /*handle*/, int /*column*/, const STRING& /*text*/) {}
     /// The progress text of a running check, in the item's row.
     virtual void SetItemStatus(int /*handle*/, const STRING& /*text*/) {}
+    /// The item's server has begun, or ceased, to tell of news by itself.
+    virtual void ToldOfNews(int /*handle*/, bool /*active*/) {}
     /// A check of the item has stored a new listing; a window that shows it reads it again.
     virtual void ListingChanged(int /*handle*/) {}
 

@@ -104,6 +104,15 @@ void CONSOLEFRONTEND::ShowMessage(const STRING& title, const STRING& text) {
     Texts && !ResultsOnly ? Print(line) : PrintError(line);
 }
 
+void CONSOLEFRONTEND::ToldOfNews(int handle, bool active) {
+    const bool isNew = [&] {
+        const std::lock_guard hold(Lock);
+        return active && TalkativeServers.insert(handle).second;
+    }();
+    if (isNew)
+        Print(ItemName(handle) + ": " + Safe(Texts->Get(TEXT_TOLD_OF_NEWS)));
+}
+
 bool CONSOLEFRONTEND::CanAsk() const {
     return Terminal && TERMINAL::InputIsTerminal() && Texts;
 }

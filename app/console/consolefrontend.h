@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,7 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     void StopTimer(int timer) override;
     void SetCell(int handle, int column, const STRING& text) override;
     void SetItemStatus(int handle, const STRING& text) override;
+    void ToldOfNews(int handle, bool active) override;
     void ShowMessage(const STRING& title, const STRING& text) override;
     bool AskYesNo(const STRING& title, const STRING& text) override;
     void PostQuit() override { Quit.Set(); }
@@ -97,5 +99,6 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     std::vector<ALERTVIEW::KEY> AlertKeys;  // of the last popup that had some
     int64_t AlertEnd = 0;                   // by the clock's seconds
     std::deque<int> ProgramStarts;          // handles
+    std::set<int> TalkativeServers;         // handles of items whose servers have told of news
     std::map<int, std::string> LastErrors;  // by handle, so that a lasting error is told once
 };

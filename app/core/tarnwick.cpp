@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "app/check/dialup.h"
+#include "app/check/pushwatch.h"
 #include "app/core/datadir.h"
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/mailhandling.h"
@@ -29,10 +30,15 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
       OwnStarter(programs ? nullptr : MakeProgramStarter()),
       Starter(programs ? *programs : *OwnStarter),
       Teller(pState, Items, Types, frontEnd, texts, Starter),
+      Push(std::make_unique<PUSHWATCH>([this](int handle) { Check->ForceRefreshItem(handle); },
+                                       [this](int handle, bool active) { FrontEnd.ToldOfNews(handle, active); })),
       Check(std::make_unique<CHECKCYCLE>(
-          CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler, times})),
+          CHECKPARTS{pState, Items, frontEnd, texts, *Mail, *Spam, TrashStore, Teller, *Dialler, times, Push.get()})),
       Store([this] { Check->ForceRefreshType(ITEMTYPE_MAPI); }) {
     Mail->SetMapi(&Store);
+    Mail->SetRoomMaker([this](const STRINGARRAY& item) {
+        return Push->MakeRoom(item.GetNumber("@Handle"), MAILACCOUNT::Address(item));
+    });
     const STOPQUESTION stopAsked = [this] { return Check->IsStopRequested(); };
     Mail->SetStopQuestion(stopAsked);
     Spam->SetStopQuestion(stopAsked);
@@ -45,6 +51,7 @@ TARNWICK::TARNWICK(FRONTEND& frontEnd, NOTIFIER& listener, const ARGUMENTS& argu
 TARNWICK::~TARNWICK() {
     Stop();
     Check->Wait(WAIT_FOREVER);
+    Push->End();
     Store.End();
     Trace("TARNWICK::~TARNWICK hMapiClass completed\n");
     Trace("TARNWICK::~TARNWICK hThread completed\n");
@@ -177,6 +184,11 @@ void TARNWICK::Start() {
 
 void TARNWICK::Stop() {
     Check->Stop();
+    Push->Stop();
+}
+
+bool TARNWICK::IsToldOfNews(int handle) const {
+    return Push->IsActive(handle);
 }
 
 void TARNWICK::EndSession(const std::function<void()>& meanwhile) {
@@ -188,6 +200,7 @@ void TARNWICK::EndSession(const std::function<void()>& meanwhile) {
     if (meanwhile && Check->IsRunning())
         meanwhile();
     Check->Wait(WAIT_FOREVER);
+    Push->End();
     Saved = true;
     if (Files) {
         SaveAll();

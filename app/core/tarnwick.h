@@ -22,6 +22,7 @@ class LEARNING;
 class MAILHANDLING;
 class MXLOOKUP;
 class PROGRAMSTARTER;
+class PUSHWATCH;
 class SPAMFILTER;
 
 /// The application: owns the settings, the items, the mail types, the mailboxes and the work thread, and wires them.
@@ -80,6 +81,8 @@ class TARNWICK {
     SPAMFILTER& Filter() { return *Spam; }
     /// The session of the local message store; Start begins it where an item needs it.
     MAPISTORE& Mapi() { return Store; }
+    /// Whether the server of the item with that handle tells of news at the moment. Any thread.
+    bool IsToldOfNews(int handle) const;
     LEARNING& Lessons() { return *Learnt; }
     TRASHSTORE& Trash() { return TrashStore; }
     NOTIFICATION& Notification() { return Teller; }
@@ -125,6 +128,7 @@ class TARNWICK {
     const std::unique_ptr<PROGRAMSTARTER> OwnStarter;
     PROGRAMSTARTER& Starter;
     NOTIFICATION Teller;
+    std::unique_ptr<PUSHWATCH> Push;
     std::unique_ptr<CHECKCYCLE> Check;
     MAPISTORE Store;
     bool Saved = false;

@@ -18,7 +18,8 @@ constexpr const char* DEMO_DIRECTORY = "Velmora\\Tarnwick Demo";
 constexpr const char* DEMO_USER = "demo";
 constexpr const char* DEMO_PASSWORD = "demo";
 constexpr const char* DEMO_CHECK_SECONDS = "5";
-constexpr int BURST_EVERY = 3;  // arrivals
+constexpr const char* DEMO_PUSH_SECONDS = "3600";  // whose server tells by itself what arrives
+constexpr int BURST_EVERY = 3;                     // arrivals
 
 template <class SERVICE>
 std::unique_ptr<DEMOSERVICE> Serve(DEMOSTORE& store) {
@@ -72,6 +73,7 @@ struct DEMO::MAILBOX {
         MAILACCOUNT::SetAddress(item, {Kind.Type, DEMO_USER, server}, DEMO_PASSWORD);
         MAILACCOUNT::SetSecurity(item, Certificate.Length() > 0 ? SECURITY_TLS : SECURITY_NONE);
         MAILACCOUNT::SetTrustedCertificate(item, Certificate);
+        item.Set("Push", STRING("1"));
     }
 
     const KIND& Kind;
@@ -122,7 +124,7 @@ bool DEMO::AddAccounts(TARNWICK& application) {
         STRINGARRAY item = application.NewItem();
         item.Set("Name", STRING(mailbox->Kind.Name));
         mailbox->StoreAddress(item, server);
-        item.Set("TimingCyclic", STRING(DEMO_CHECK_SECONDS));
+        item.Set("TimingCyclic", STRING(KindOf(mailbox->Kind.Type).CanPush ? DEMO_PUSH_SECONDS : DEMO_CHECK_SECONDS));
         // The demo goes on with the items in memory.
         (void)application.AddItem(item);
     }

@@ -1,5 +1,6 @@
 #include "app/demo/demoservice.h"
 
+#include <list>
 #include <utility>
 
 namespace {
@@ -35,7 +36,31 @@ std::string LINESESSION::Receive(std::string_view bytes) {
     return replies;
 }
 
-DEMOSERVICE::DEMOSERVICE(SESSIONMAKER makeSession) : MakeSession(std::move(makeSession)) {
+struct DEMOSERVICE::CALLER {
+    CALLER(DEMOSERVICE& service, SOCKETS::SOCK connection) : Service(service), Connection(connection) {
+        Thread = OSYS::CreateThread(Body, this, nullptr);
+    }
+    ~CALLER() {
+        if (Thread)
+            OSYS::WaitThread(Thread, WAIT_FOREVER);
+        SOCKETS::Close(Connection);
+    }
+    CALLER(const CALLER&) = delete;
+    CALLER& operator=(const CALLER&) = delete;
+    bool HasEnded(int timeout) { return !Thread || OSYS::WaitThread(Thread, timeout); }
+    static unsigned Body(void* self) {
+        auto* const caller = static_cast<CALLER*>(self);
+        caller->Service.Converse(caller->Connection);
+        return 0;
+    }
+
+    DEMOSERVICE& Service;
+    const SOCKETS::SOCK Connection;
+    OSYS::THREADHANDLE Thread;
+};
+
+DEMOSERVICE::DEMOSERVICE(SESSIONMAKER makeSession, size_t mostConversations)
+    : MakeSession(std::move(makeSession)), MostConversations(mostConversations) {
     SOCKETS::Startup();
 }
 
@@ -63,14 +88,19 @@ unsigned DEMOSERVICE::ThreadBody(void* self) {
 }
 
 void DEMOSERVICE::Serve() {
+    std::list<CALLER> callers;
     while (!Stopping) {
+        callers.remove_if([](CALLER& caller) { return caller.HasEnded(0); });
+        if (callers.size() >= MostConversations) {
+            if (callers.front().HasEnded(LOOK_MS))
+                callers.pop_front();
+            continue;
+        }
         if (!SOCKETS::WaitReadable(Listener, LOOK_MS))
             continue;
         const SOCKETS::SOCK connection = SOCKETS::Accept(Listener, nullptr);
-        if (connection == SOCKETS::NONE)
-            continue;
-        Converse(connection);
-        SOCKETS::Close(connection);
+        if (connection != SOCKETS::NONE)
+            callers.emplace_back(*this, connection);
     }
 }
 
@@ -128,6 +158,9 @@ void DEMOSERVICE::Converse(SOCKETS::SOCK connection) {
     while (!Stopping && idle < IDLE_LIMIT_MS && !session->Ended()) {
         if (!SOCKETS::WaitReadable(connection, LOOK_MS)) {
             idle += LOOK_MS;
+            const std::string unasked = session->Unasked();
+            if (!unasked.empty() && !wire.Say(unasked))
+                return;
             continue;
         }
         idle = 0;

@@ -19,6 +19,8 @@ class DEMOSESSION {
     virtual std::string Greeting() const { return {}; }
     /// What it says to these bytes, which may end anywhere in what the client has to say.
     virtual std::string Receive(std::string_view bytes) = 0;
+    /// What it says without being asked, whenever there is time.
+    virtual std::string Unasked() { return {}; }
     /// It has said its last word.
     virtual bool Ended() const = 0;
 };
@@ -39,13 +41,13 @@ class LINESESSION : public DEMOSESSION {
     bool Done = false;
 };
 
-/// A server on a free port of the loopback address, with a thread of its own; one conversation at a time.
+/// A server on a free port of the loopback address, with threads of its own.
 class DEMOSERVICE {
  public:
     using SESSIONMAKER = std::function<std::unique_ptr<DEMOSESSION>()>;
-    /// Each conversation gets a session of its own, in the service's thread.
-    explicit DEMOSERVICE(SESSIONMAKER makeSession);
-    /// Ends a conversation that is under way.
+    /// Each conversation gets a session and a thread of its own; so many at the same time are the most.
+    explicit DEMOSERVICE(SESSIONMAKER makeSession, size_t mostConversations = 1);
+    /// Ends the conversations that are under way.
     virtual ~DEMOSERVICE();
     DEMOSERVICE(const DEMOSERVICE&) = delete;
     DEMOSERVICE& operator=(const DEMOSERVICE&) = delete;
@@ -58,10 +60,12 @@ class DEMOSERVICE {
 
  private:
     static unsigned ThreadBody(void* self);
+    struct CALLER;
     void Serve();
     void Converse(SOCKETS::SOCK connection);
 
     const SESSIONMAKER MakeSession;
+    const size_t MostConversations;
     std::shared_ptr<const TLSIDENTITY> Identity;
     SOCKETS::SOCK Listener = SOCKETS::NONE;
     uint16_t BoundPort = 0;

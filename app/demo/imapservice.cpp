@@ -11,6 +11,7 @@ namespace {
 
 constexpr const char* INBOX = "INBOX";
 constexpr const char* FOLDERS[] = {INBOX, "spam"};
+constexpr size_t MOST_CONVERSATIONS = 8;
 constexpr const char* DONE = "OK done";
 constexpr const char* UNKNOWN = "BAD unknown command or arguments";
 
@@ -117,12 +118,38 @@ IMAPSESSION::IMAPSESSION(DEMOSTORE& store, std::string user, std::string passwor
 
 std::string IMAPSESSION::Reply(std::string_view line) {
     std::string_view rest = line;
+    if (!IdleTag.empty()) {
+        const bool good = ASCII::Equal(line, "DONE");
+        return std::exchange(IdleTag, {}) + (good ? " OK done\r\n" : " BAD that is not DONE\r\n");
+    }
     const std::string tag = Word(rest), command = Word(rest);
     if (command.empty())
         return "* BAD no command\r\n";
+    if (IsSelected && ASCII::Equal(command, "IDLE")) {
+        IdleTag = tag;
+        return "+ idling\r\n";
+    }
     Untagged.clear();
     const std::string state = Carry(command, rest);
     return Untagged + tag + " " + state + "\r\n";
+}
+
+std::string IMAPSESSION::Unasked() {
+    std::string news;
+    if (IdleTag.empty())
+        return news;
+    const DEMOSTORE::MAILS present = Mailbox.Mails(Folder);
+    for (size_t i = Mails.size(); i-- > 0;) {
+        if (std::ranges::find(present, Mails[i]) != present.end())
+            continue;
+        news += "* " + std::to_string(i + 1) + " EXPUNGE\r\n";
+        Mails.erase(Mails.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+    if (present.size() > Mails.size())
+        news += "* " + std::to_string(present.size()) + " EXISTS\r\n";
+    Mails = present;
+    Deleted.assign(Mails.size(), false);
+    return news;
 }
 
 std::string IMAPSESSION::Carry(std::string_view command, std::string_view arguments) {
@@ -132,7 +159,7 @@ std::string IMAPSESSION::Carry(std::string_view command, std::string_view argume
         return DONE;
     }
     if (ASCII::Equal(command, "CAPABILITY")) {
-        Untagged = "* CAPABILITY IMAP4rev1\r\n";
+        Untagged = "* CAPABILITY IMAP4rev1 IDLE\r\n";
         return DONE;
     }
     if (ASCII::Equal(command, "NOOP"))
@@ -179,7 +206,8 @@ std::string IMAPSESSION::Select(std::string_view arguments, bool readOnly) {
     if (!IsSelected)
         return "NO no such folder";
     ReadOnly = readOnly;
-    Mails = Mailbox.Mails(ASCII::Equal(folder, INBOX) ? "" : folder);
+    Folder = ASCII::Equal(folder, INBOX) ? "" : folder;
+    Mails = Mailbox.Mails(Folder);
     Deleted.assign(Mails.size(), false);
     Untagged = "* FLAGS (\\Seen \\Deleted)\r\n* OK [PERMANENTFLAGS (\\Seen \\Deleted)]\r\n* " +
                std::to_string(Mails.size()) + " EXISTS\r\n* 0 RECENT\r\n* OK [UIDVALIDITY 1]\r\n";
@@ -339,4 +367,5 @@ std::string IMAPSESSION::Flags(size_t index) const {
 }
 
 IMAPSERVICE::IMAPSERVICE(DEMOSTORE& store, const std::string& user, const std::string& password)
-    : DEMOSERVICE([&store, user, password] { return std::make_unique<IMAPSESSION>(store, user, password); }) {}
+    : DEMOSERVICE([&store, user, password] { return std::make_unique<IMAPSESSION>(store, user, password); },
+                  MOST_CONVERSATIONS) {}

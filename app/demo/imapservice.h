@@ -16,6 +16,8 @@ class IMAPSESSION : public LINESESSION {
     std::string Greeting() const override { return "* OK IMAP4rev1 demo mailbox\r\n"; }
     /// Untagged lines, then the one with the tag.
     std::string Reply(std::string_view line) override;
+    /// To a client that waits for them: which mails have gone, and how many there are (RFC 2177).
+    std::string Unasked() override;
 
  private:
     // Each carries a command out, adds untagged lines to Untagged and gives what stands after the tag.
@@ -37,7 +39,8 @@ class IMAPSESSION : public LINESESSION {
     DEMOSTORE& Mailbox;
     const std::string User, Password;
     bool LoggedIn = false, IsSelected = false, ReadOnly = false;
-    std::string Untagged;
+    std::string Untagged, Folder;
+    std::string IdleTag;        // of a client that waits for news
     DEMOSTORE::MAILS Mails;     // of the selected folder
     std::vector<bool> Deleted;  // beside them
 };

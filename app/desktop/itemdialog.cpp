@@ -13,7 +13,8 @@
 namespace {
 
 constexpr int ID_NAME = 201, ID_KIND = 401, ID_SERVER = 204, ID_USER = 205, ID_PASSWORD = 206, ID_TEST = 101,
-              ID_WEBMAIL = 280, ID_OTHER_FOLDER = 247, ID_FOLDER = 207, ID_SECURITY = 402, ID_CERTIFICATE = 208;
+              ID_WEBMAIL = 280, ID_OTHER_FOLDER = 247, ID_FOLDER = 207, ID_SECURITY = 402, ID_CERTIFICATE = 208,
+              ID_PUSH = 248;
 constexpr int ID_FILTER = 249, ID_MOVE = 243, ID_SPAM_FOLDER = 203;
 constexpr UINT WM__TESTED = WM_APP + 1;
 
@@ -205,6 +206,8 @@ void AddKindRules(const DIALOGPARTS& parts, const ITEMFORM& form, FORMPAGE& mail
             disable(mailbox, {ID_USER, ID_PASSWORD});
         if (!kind.HasFolders)
             disable(mailbox, {ID_OTHER_FOLDER, ID_FOLDER});
+        if (!kind.CanPush)
+            disable(mailbox, {ID_PUSH});
         if (!kind.IsFiltered)
             disable(more, {ID_FILTER});
         if (!kind.CanMove)

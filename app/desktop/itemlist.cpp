@@ -188,6 +188,8 @@ STRING ITEMLIST::RowTip(int row) const {
         security != SECURITY_NONE)
         text += STRING("\n") || Application.Texts().Get(TEXT_PROTECTED) ||
                 Application.Texts().Part(TEXT_SECURITIES, security);
+    if (item && Application.IsToldOfNews(item->GetNumber("@Handle")))
+        text += STRING("\n") || Application.Texts().Get(TEXT_TOLD_OF_NEWS);
     const STRING checked = item ? item->Get("LastRefreshString") : STRING();
     if (checked.Length() > 0)
         text +=

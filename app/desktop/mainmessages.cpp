@@ -61,8 +61,10 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
             OnEndSession();
             return 0;
         case WM_POWERBROADCAST:
-            if (Application && (first == PBT_APMRESUMESUSPEND || first == PBT_APMRESUMESTANDBY))
+            if (Application && (first == PBT_APMRESUMESUSPEND || first == PBT_APMRESUMESTANDBY)) {
                 Application->Cycle().ForceRefreshType(ITEMTYPE_MAPI);
+                Application->Cycle().ConnectAnew();
+            }
             return WINDOW::WinProc(message, first, second);
         case WM_COMMAND:
             if (HIWORD(first) > 1)

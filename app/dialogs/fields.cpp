@@ -28,6 +28,7 @@ constexpr FIELD FIELDS[] = {
     {PAGE_ITEM_MAILBOX, 208, EDIT, "TrustedCertificate", 0, 95},
     {PAGE_ITEM_MAILBOX, 247, CHECK, "DoAltFolder"},
     {PAGE_ITEM_MAILBOX, 207, EDIT, "AltFolder", 0, 64},
+    {PAGE_ITEM_MAILBOX, 248, CHECK, "Push"},
     {PAGE_ITEM_MAILBOX, 241, CHECK, "DownloadMailTexts"},
 
     {PAGE_ITEM_MORE, 241, CHECK, "TrayCheck"},

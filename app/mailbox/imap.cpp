@@ -35,10 +35,6 @@ STRING Number(uint32_t number) {
     return text;
 }
 
-STRING ReadFolderName(const STRINGARRAY& item) {
-    return item.GetNumber("DoAltFolder") ? item.Get("AltFolder") : STRING("");
-}
-
 bool IsInbox(const STRING& folder) {
     return folder.Length() == 0 || stricmp(folder.Text(), "INBOX", false) == 0;
 }
@@ -133,7 +129,7 @@ class DISPOSAL {
             return false;
         const bool byUid = Talk.CanExpungeByUid();
         // UIDs mean nothing but in the folder that was listed.
-        const STRING folder = ReadFolderName(Call.Item);
+        const STRING folder = WatchedFolder(Call.Item);
         IMAPCONVERSATION::FOLDER selected;
         if (!Talk.Select(folder, selected))
             return false;
@@ -199,10 +195,14 @@ class DISPOSAL {
 
 bool Get(const MAILBOXCALL& call, STRING& result) {
     const int bytes = call.Item.GetNumber("DownloadMailTexts") ? IMAP_BODY_BYTES : 0;
-    return ImapGet(call, ReadFolderName(call.Item), bytes, result);
+    return ImapGet(call, WatchedFolder(call.Item), bytes, result);
 }
 
 }  // namespace
+
+STRING WatchedFolder(const STRINGARRAY& item) {
+    return item.GetNumber("DoAltFolder") ? item.Get("AltFolder") : STRING("");
+}
 
 const MAILHANDLER ImapHandler = {Get, ImapDelete, ImapMove};
 
@@ -245,7 +245,7 @@ bool ImapMove(const MAILBOXCALL& call, const STRING& ids, const STRING& folder, 
 }
 
 bool ImapDispose(BASEIO& device, const MAILBOXCALL& call, const STRING& ids, const STRING* folder, STRING& error) {
-    const STRING source = ReadFolderName(call.Item);
+    const STRING source = WatchedFolder(call.Item);
     // One folder may be told in several ways.
     const auto onTheWire = [](const STRING& name) { return IMAPCONVERSATION::FolderName(name); };
     if (folder && (onTheWire(source) == onTheWire(*folder) || (IsInbox(source) && IsInbox(*folder)))) {

@@ -25,6 +25,9 @@ extern const IMAPTIMES& ImapTimes;
 /// Bytes of the body that are asked for when an item's DownloadMailTexts is on.
 inline constexpr int IMAP_BODY_BYTES = 4096;
 
+/// The name of the folder that an item watches; empty for the inbox.
+STRING WatchedFolder(const STRINGARRAY& item);
+
 /// Reads a folder ("" for the inbox), newest mail first, with at most `bytes` bytes of each mail's first body part,
 /// into a listing, and stores in the item's @UidValidity under what its UIDs are valid. False,
 /// with "-ERR " and the server's last line, if anything at all went wrong; a server that is gone before it has

@@ -149,8 +149,9 @@ bool IMAPCONVERSATION::LogInAsOfOld(const STRING& password) {
     TagName = "IMAPCMD";
     // What the server can do may be more once somebody has logged on.
     CapabilityKnown = Has("UIDPLUS");
-    return Ask(STRING("LOGIN ") || LoginName(Call.User) || " " || LoginPassword(password),
-               [this](std::string_view line) { LearnCapability(line); });
+    SECRET secret;
+    secret.AtOnce = (STRING(" ") || LoginName(Call.User) || " " || LoginPassword(password)).View();
+    return Ask("LOGIN", [this](std::string_view line) { LearnCapability(line); }, secret);
 }
 
 bool IMAPCONVERSATION::LogInByBestWay(const STRING& password) {
@@ -334,10 +335,16 @@ bool IMAPCONVERSATION::IsWithinLimits() {
 }
 
 bool IMAPCONVERSATION::Select(const STRING& name, FOLDER& folder, bool withModSeq) {
+    return Open("SELECT ", name, withModSeq && Has("CONDSTORE") ? " (CONDSTORE)" : "", folder);
+}
+
+bool IMAPCONVERSATION::Examine(const STRING& name, FOLDER& folder) {
+    return Open("EXAMINE ", name, "", folder);
+}
+
+bool IMAPCONVERSATION::Open(STRING command, const STRING& name, const char* end, FOLDER& folder) {
     folder = {};
-    STRING command = STRING("SELECT ") || (name.Length() > 0 ? FolderName(name) : STRING("INBOX"));
-    if (withModSeq && Has("CONDSTORE"))
-        command += " (CONDSTORE)";
+    command += (name.Length() > 0 ? FolderName(name) : STRING("INBOX")) || end;
     return Ask(command, [&](std::string_view line) {
         if (folder.Count < 0)
             IMAPREPLY::ReadExists(line, folder.Count);
@@ -360,6 +367,42 @@ bool IMAPCONVERSATION::CanExpungeByUid() {
         Ask("CAPABILITY", [this](std::string_view line) { LearnCapability(line); });
     CapabilityKnown = true;
     return Has("UIDPLUS");
+}
+
+bool IMAPCONVERSATION::CanIdle() {
+    if (!Has("IDLE"))
+        Ask("CAPABILITY", [this](std::string_view line) { LearnCapability(line); });
+    return Has("IDLE");
+}
+
+bool IMAPCONVERSATION::BeginIdle(const LISTENER& hear) {
+    Idling = Send("IDLE");
+    IdleBytes = 0;
+    while (HearIdle(hear))
+        if (Line.starts_with('+'))
+            return true;
+    return false;
+}
+
+bool IMAPCONVERSATION::HearIdle(const LISTENER& hear) {
+    // Each line has its own time: nobody knows when it comes.
+    Begin();
+    bool whole = ReadLine();
+    IdleBytes += Bytes;
+    Endless = Endless || IdleBytes > ImapTimes.ReplyBytes;
+    whole = whole && !Endless;
+    const std::string tag = TagOf(Idling);
+    if (whole && !Line.starts_with(tag)) {
+        hear(Line);
+        return true;
+    }
+    (void)End(whole, tag);
+    return false;
+}
+
+bool IMAPCONVERSATION::EndIdle(const LISTENER& hear) {
+    TCP::WriteCommand(Device, "DONE", nullptr, 0, 0);
+    return Hear(Idling, hear);
 }
 
 bool IMAPCONVERSATION::Fail(const char* text) {

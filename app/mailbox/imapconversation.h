@@ -51,6 +51,8 @@ class IMAPCONVERSATION {
     };
     /// Selects a folder, "" for the inbox. withModSeq: the server is asked for ModSeq if it has said that it knows it.
     [[nodiscard]] bool Select(const STRING& name, FOLDER& folder, bool withModSeq = false);
+    /// The same only to look, which leaves even the marks of recent mails there as they are.
+    [[nodiscard]] bool Examine(const STRING& name, FOLDER& folder);
     /// A folder's name as it stands in commands: nothing in it ends the argument or the line.
     static STRING FolderName(const STRING& name);
 
@@ -59,6 +61,16 @@ class IMAPCONVERSATION {
 
     /// Tells what has other flags since some ModSeq, or so it has said.
     bool CanAskChanges() const { return Has("CONDSTORE"); }
+    /// True if the server tells of changes as they happen (RFC 2177). Asks it at most once, after LogIn.
+    bool CanIdle();
+    /// From now on it does so: false if it does not want to, or does not say so. What it tells is heard by each of
+    /// these, without a tag.
+    [[nodiscard]] bool BeginIdle(const LISTENER& hear);
+    /// Hears the next line; false if there comes none, or the server has ended it.
+    [[nodiscard]] bool HearIdle(const LISTENER& hear);
+    /// Ends it; false if the server does not say so.
+    [[nodiscard]] bool EndIdle(const LISTENER& hear);
+
     /// Puts an error of our own in the place of the last line; false.
     bool Fail(const char* text);
     /// The greeting, or the line with the last command's tag, at most 4095 bytes of it, or an error text in its place;
@@ -80,6 +92,7 @@ class IMAPCONVERSATION {
     bool KeepEarlyEnd(uint32_t after);
     bool HearOut(bool whole, uint32_t command, const LISTENER& hear);
     void LearnCapability(std::string_view line);
+    [[nodiscard]] bool Open(STRING command, const STRING& name, const char* end, FOLDER& folder);
     [[nodiscard]] bool DeviceFailed();
     [[nodiscard]] bool LogInAsOfOld(const STRING& password);
     [[nodiscard]] bool LogInByBestWay(const STRING& password);
@@ -95,6 +108,8 @@ class IMAPCONVERSATION {
     int64_t Start = 0;                // of the present reply, in s
     const char* TagName = "IMAPPRE";  // until the login
     uint32_t NextTag = 0;
+    uint32_t Idling = 0;    // the command
+    int64_t IdleBytes = 0;  // that it has brought
     std::map<uint32_t, std::string>
         EarlyEnds;  // of commands that are over, and have yet to be heard: the line that says so
     bool Answered = false;

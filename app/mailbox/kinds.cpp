@@ -32,6 +32,7 @@ constexpr MAILBOXKIND KINDS[] = {
      .CanDelete = true,
      .CanMove = true,
      .HasFolders = true,
+     .CanPush = true,
      .IsFiltered = true},
     {.Type = ITEMTYPE_HOTMAIL,
      .Name = PART_KIND_WEBMAIL,

@@ -28,6 +28,7 @@ struct MAILBOXKIND {
     bool CanDelete = false;           // by a verdict
     bool CanMove = false;
     bool HasFolders = false;  // of which another one than the inbox can be read
+    bool CanPush = false;     // its servers may tell of news by themselves
     bool IsFiltered = false;
     bool HasNumberIds = false;  // "number|size", which other mails get when one goes
     int Successor = -1;         // what an account becomes when it is edited; -1: the same

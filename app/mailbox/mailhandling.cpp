@@ -1,6 +1,7 @@
 #include "app/mailbox/mailhandling.h"
 
 #include "app/mailbox/account.h"
+#include "app/mailbox/imapidle.h"
 #include "corelib/base/trace.h"
 
 namespace {
@@ -10,8 +11,13 @@ constexpr const char* LOCKED_PASSWORD = "-ERR 999 No password";
 
 }  // namespace
 
+// Some servers say so, some hang up without a word.
+static bool WasTurnedAway(std::string_view said) {
+    return SaysCrowded(said) || said.ends_with("Remote disconnected");
+}
+
 template <class WORK>
-bool MAILHANDLING::WithHandler(STRINGARRAY& item, WORK work) {
+bool MAILHANDLING::WithHandler(STRINGARRAY& item, STRING& said, WORK work) {
     const MAILBOXKIND& kind = MAILACCOUNT::Kind(item);
     if (!ASSERTION(kind.Handler, "FALSE"))
         return false;
@@ -20,6 +26,11 @@ bool MAILHANDLING::WithHandler(STRINGARRAY& item, WORK work) {
     MAILBOXCALL call{item, progress, *Settings, StopAsked, address.Server, address.User, MAILACCOUNT::Password(item)};
     call.Security = MAILACCOUNT::Security(item);
     call.Mapi = Mapi;
+    if (work(*kind.Handler, call))
+        return true;
+    if (!kind.CanPush || !MakeRoom || !WasTurnedAway(said.View()) || StopAsked() || !MakeRoom(item))
+        return false;
+    said = "";
     return work(*kind.Handler, call);
 }
 
@@ -30,10 +41,11 @@ STRING MAILHANDLING::Get(STRINGARRAY& item, bool summaryOnly) {
     STRING text;
     if (MAILACCOUNT::IsPasswordLocked(item))
         text = LOCKED_PASSWORD;
-    const bool listed = text.Length() == 0 && WithHandler(item, [&](const MAILHANDLER& handler, MAILBOXCALL& call) {
-                            call.SummaryOnly = summaryOnly;
-                            return handler.Get(call, text);
-                        });
+    const bool listed =
+        text.Length() == 0 && WithHandler(item, text, [&](const MAILHANDLER& handler, MAILBOXCALL& call) {
+            call.SummaryOnly = summaryOnly;
+            return handler.Get(call, text);
+        });
     if (!listed && text.Length() == 0)
         text = "-ERR Unknown Error";
     Trace("TARNWICK::GetMailbox rc= %s\n", text.Line(0).Text());
@@ -44,7 +56,7 @@ STRING MAILHANDLING::Get(STRINGARRAY& item, bool summaryOnly) {
 bool MAILHANDLING::DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) {
     Trace("TARNWICK::DeleteMail rc= %s\n", ids.Text());
     error = MAILACCOUNT::IsPasswordLocked(item) ? LOCKED_PASSWORD : "";
-    bool ok = error.Length() == 0 && WithHandler(item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) {
+    bool ok = error.Length() == 0 && WithHandler(item, error, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) {
                   return handler.Delete(call, ids, error);
               });
     Trace("TARNWICK::DeleteMail ok= %d/%s\n", ok, error.Text());
@@ -55,7 +67,7 @@ bool MAILHANDLING::DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& erro
 bool MAILHANDLING::MoveMail(STRINGARRAY& item, const STRING& ids, const STRING& folder, STRING& error) {
     Trace("TARNWICK::DeleteMail rc= %s\n", ids.Text());
     error = MAILACCOUNT::IsPasswordLocked(item) ? LOCKED_PASSWORD : "";
-    bool ok = error.Length() == 0 && WithHandler(item, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) {
+    bool ok = error.Length() == 0 && WithHandler(item, error, [&](const MAILHANDLER& handler, const MAILBOXCALL& call) {
                   return handler.Move(call, ids, folder, error);
               });
     Trace("TARNWICK::DeleteMail ok= %d/%s\n", ok, error.Text());

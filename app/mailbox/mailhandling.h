@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <utility>
 
 #include "app/common/frontend.h"
@@ -24,6 +25,10 @@ class MAILHANDLING : public MAILBOXES {
     /// The session of the local message store, which outlives this; none at first. Not while a call runs.
     void SetMapi(MAPISTORE* mapi) { Mapi = mapi; }
 
+    /// Who can give up another connection to the server of an item whose call was turned away as there are enough: true
+    /// if it has done so. Nobody at first. Not while a call runs.
+    void SetRoomMaker(std::function<bool(const STRINGARRAY& item)> makeRoom) { MakeRoom = std::move(makeRoom); }
+
     STRING GetMailbox(STRINGARRAY& item) override { return Get(item, false); }
     STRING GetSummary(STRINGARRAY& item) override { return Get(item, true).Line(0, WORD_NEVERNULL); }
     bool DeleteMail(STRINGARRAY& item, const STRING& ids, STRING& error) override;
@@ -31,13 +36,15 @@ class MAILHANDLING : public MAILBOXES {
 
  private:
     STRING Get(STRINGARRAY& item, bool summaryOnly);
-    // Runs `work` with the handler of the item's Type; false without one.
+    // Runs `work` with the handler of the item's Type; false without one. `said`: the server's last word after that,
+    // empty before.
     template <class WORK>
-    [[nodiscard]] bool WithHandler(STRINGARRAY& item, WORK work);
+    [[nodiscard]] bool WithHandler(STRINGARRAY& item, STRING& said, WORK work);
 
     FRONTEND& FrontEnd;
     const TEXTS& TextTable;
     const STRINGARRAY* Settings;
     STOPQUESTION StopAsked = [] { return false; };
     MAPISTORE* Mapi = nullptr;
+    std::function<bool(const STRINGARRAY& item)> MakeRoom;
 };

@@ -73,12 +73,26 @@ void BASEIO::Daemon() {
         if (DevRead(buffer.get(), &length)) {
             if (length > 0)
                 Feed(buffer.get(), length);
+            Notify();
         } else {
             Drained = true;
+            Notify();
             PauseOver.Wait(TcpTimes.ReadFailedMs);
             PauseOver.Reset();
         }
     } while (!Kill.Wait(0));
+}
+
+void BASEIO::Notify() {
+    NOTIFYFUNCTION function;
+    void* argument;
+    {
+        std::lock_guard hold(FeedGuard);
+        function = NotifyFunction;
+        argument = NotifyArgument;
+    }
+    if (function)
+        function(argument);
 }
 
 void BASEIO::KillDaemon() {
@@ -102,6 +116,7 @@ int BASEIO::DevGetNumAvail() {
 }
 
 void BASEIO::SetNotifyCallback(NOTIFYFUNCTION function, void* argument) {
+    std::lock_guard hold(FeedGuard);
     NotifyFunction = function;
     NotifyArgument = argument;
 }

@@ -61,6 +61,8 @@ class BASEIO {
     virtual bool DropCall() = 0;
     /// Goes over to TLS; false, as for a device without it, if that fails.
     [[nodiscard]] virtual bool StartTls(const TLSWISH& wish);
+    /// Is called each time that something has come or the peer has gone, in the daemon thread, which it must not hold
+    /// up. What it works on outlives the device. Null: nobody is told.
     virtual void SetNotifyCallback(NOTIFYFUNCTION function, void* argument);
     virtual void SetFeedCallback(FEEDFUNCTION function, void* argument);
     virtual void SetCallType(const char* text);
@@ -116,9 +118,9 @@ class BASEIO {
     std::atomic<int32_t> LastError = 0;
     STRING LastErrorText;
     EVENTSEM StartGate;
+    // Guarded by FeedGuard.
     void* NotifyArgument = nullptr;
     NOTIFYFUNCTION NotifyFunction = nullptr;
-    // Guarded by FeedGuard.
     void* FeedArgument = nullptr;
     FEEDFUNCTION FeedFunction = nullptr;
 
@@ -130,4 +132,5 @@ class BASEIO {
 
     static unsigned DaemonEntry(void* self);
     void Daemon();
+    void Notify();
 };

@@ -33,6 +33,9 @@ void SetNoDelay(SOCK s);
 /// Acknowledges what comes next at once: a peer that sends a reply in pieces may wait for that before each of them. On
 /// some systems only for the moment, so it is said again after each Recv.
 void AcknowledgeAtOnce(SOCK s);
+/// Lets the system ask a silent peer whether it is still there, and end the connection if it does not answer: for the
+/// first time after that many seconds without a word, then at that distance, ten times.
+void SetKeepAlive(SOCK s, int afterSeconds, int everySeconds);
 /// Makes a connection, or starts it on a socket that does not block; address and port in host order. False if it has
 /// failed at once.
 bool Connect(SOCK s, uint32_t address, uint16_t port);

@@ -104,6 +104,19 @@ void SOCKETS::AcknowledgeAtOnce([[maybe_unused]] SOCK s) {
 #endif
 }
 
+void SOCKETS::SetKeepAlive(SOCK s, int afterSeconds, int everySeconds) {
+    const auto set = [s](int level, int option, int value) {
+        setsockopt(static_cast<int>(s), level, option, &value, sizeof value);
+    };
+    set(SOL_SOCKET, SO_KEEPALIVE, 1);
+#ifdef TCP_KEEPIDLE
+    constexpr int TIMES = 10;
+    set(IPPROTO_TCP, TCP_KEEPIDLE, afterSeconds);
+    set(IPPROTO_TCP, TCP_KEEPINTVL, everySeconds);
+    set(IPPROTO_TCP, TCP_KEEPCNT, TIMES);
+#endif
+}
+
 bool SOCKETS::Connect(SOCK s, uint32_t address, uint16_t port) {
     sockaddr_in to = SocketAddress(address, port);
     return connect(static_cast<int>(s), reinterpret_cast<sockaddr*>(&to), sizeof to) == 0 || errno == EINPROGRESS;

@@ -76,6 +76,16 @@ void SOCKETS::AcknowledgeAtOnce(SOCK s) {
     WSAIoctl(Native(s), SET_ACK_FREQUENCY, &every, sizeof every, nullptr, 0, &unused, nullptr, nullptr);
 }
 
+// The system itself asks ten times.
+void SOCKETS::SetKeepAlive(SOCK s, int afterSeconds, int everySeconds) {
+    constexpr DWORD KEEPALIVE_VALUES = 0x98000004;  // SIO_KEEPALIVE_VALS
+    struct {
+        u_long On, AfterMs, EveryMs;
+    } values = {1, static_cast<u_long>(afterSeconds) * 1000, static_cast<u_long>(everySeconds) * 1000};
+    DWORD unused = 0;
+    WSAIoctl(Native(s), KEEPALIVE_VALUES, &values, sizeof values, nullptr, 0, &unused, nullptr, nullptr);
+}
+
 bool SOCKETS::Connect(SOCK s, uint32_t address, uint16_t port) {
     sockaddr_in to = SocketAddress(address, port);
     return connect(Native(s), reinterpret_cast<sockaddr*>(&to), sizeof to) == 0 || WSAGetLastError() == WSAEWOULDBLOCK;

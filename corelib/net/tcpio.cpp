@@ -240,6 +240,7 @@ SOCKETREF TCPIPIO::Connect(const char* destination) {
     SOCKETS::SetBlocking(s, true);
     SOCKETS::SetNoDelay(s);
     SOCKETS::AcknowledgeAtOnce(s);
+    SOCKETS::SetKeepAlive(s, TcpTimes.KeepAliveSeconds, TcpTimes.KeepAliveEverySeconds);
     if (ready != SOCKETS::READY::Writable) {
         LastError = TCPERR_NO_RESPONSE;
         return nullptr;

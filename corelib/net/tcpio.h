@@ -13,16 +13,18 @@
 
 /// The pauses and limits of devices, in ms. Tests shrink them.
 struct TCPTIMES {
-    int ConnectMs = 60000;         // a connection that does not come up, and a look-up of its host before that
-    int HandshakeMs = 60000;       // of TLS
-    int NoDeviceMs = 250;          // a device without a read of its own
-    int ReadFailedMs = 100;        // after a failed read
-    int RingFullMs = 100;          // while the reader is behind
-    int StopLookMs = 100;          // between two looks at a peer, and two questions whether the program is to end
-    int SlowMs = 60000;            // waiting for a peer over which it must be faster than
-    int SlowBytesPerSecond = 200;  // this
-    int QuickMs = 500;             // waiting after a request that does not count
-    int FreeMs = 600000;           // of such waiting in a conversation
+    int ConnectMs = 60000;           // a connection that does not come up, and a look-up of its host before that
+    int HandshakeMs = 60000;         // of TLS
+    int NoDeviceMs = 250;            // a device without a read of its own
+    int ReadFailedMs = 100;          // after a failed read
+    int RingFullMs = 100;            // while the reader is behind
+    int StopLookMs = 100;            // between two looks at a peer, and two questions whether the program is to end
+    int SlowMs = 60000;              // waiting for a peer over which it must be faster than
+    int SlowBytesPerSecond = 200;    // this
+    int QuickMs = 500;               // waiting after a request that does not count
+    int FreeMs = 600000;             // of such waiting in a conversation
+    int KeepAliveSeconds = 120;      // of silence, after which the system asks whether the peer is still there;
+    int KeepAliveEverySeconds = 12;  // ten times at this distance, before it ends the call
 };
 extern const TCPTIMES& TcpTimes;
 

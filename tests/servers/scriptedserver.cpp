@@ -48,6 +48,7 @@ void SCRIPTEDSERVER::Stop() {
     HELDSOCKET waker(SOCKETS::Open());
     SOCKETS::Connect(waker.Number, SOCKETS::LOOPBACK, BoundPort);
     Acceptor.join();
+    GoOn();  // whoever waits sees that it is over
     for (auto& connection : All) {
         SOCKETREF socket;
         {
@@ -121,6 +122,12 @@ bool SCRIPTEDSERVER::Play(CONNECTION& connection, const STEP& step) {
             while (!Stopping)
                 std::this_thread::sleep_for(milliseconds(1));
             return false;
+        case STEP::AWAIT: {
+            std::unique_lock hold(Guard);
+            Over.wait(hold, [&] { return Passes > 0 || Stopping; });
+            --Passes;
+            return !Stopping;
+        }
         case STEP::CUT:
             break;
     }
@@ -184,6 +191,12 @@ bool SCRIPTEDSERVER::Wait(int connections) {
 std::string SCRIPTEDSERVER::Transcript() {
     std::lock_guard hold(Guard);
     return Received;
+}
+
+void SCRIPTEDSERVER::GoOn() {
+    const std::lock_guard hold(Guard);
+    ++Passes;
+    Over.notify_all();
 }
 
 int SCRIPTEDSERVER::Connections() {

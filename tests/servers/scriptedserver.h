@@ -14,7 +14,7 @@
 
 /// One step of a server's side of a conversation, made by the functions of PLAY.
 struct STEP {
-    enum KIND { EXPECT, EXPECT_PREFIX, READ_UNTIL, SEND, DRIP, CUT, SILENCE, DEAFNESS };
+    enum KIND { EXPECT, EXPECT_PREFIX, READ_UNTIL, SEND, DRIP, CUT, SILENCE, DEAFNESS, AWAIT };
     KIND Kind;
     std::string Text;
 };
@@ -42,6 +42,8 @@ inline constexpr MAKER Cut{STEP::CUT};
 inline constexpr MAKER Silence{STEP::SILENCE};
 /// Reads nothing more either, until the server is stopped: what the client sends piles up.
 inline constexpr MAKER Deafness{STEP::DEAFNESS};
+/// Goes on when the test says so: see SCRIPTEDSERVER::GoOn.
+inline constexpr MAKER Await{STEP::AWAIT};
 
 }  // namespace PLAY
 
@@ -63,6 +65,9 @@ class SCRIPTEDSERVER {
     std::string HostPort() const;
     /// From now on each new connection is cut as soon as that many bytes have been sent to it; -1: none is.
     void CutAfter(int bytes) { CutLimit = bytes; }
+
+    /// One more step that waits for this is passed, now or as soon as it comes.
+    void GoOn();
 
     /// Waits until that many connections have come and all that came are over; false after ten seconds.
     bool Wait(int connections = 1);
@@ -102,6 +107,7 @@ class SCRIPTEDSERVER {
     std::condition_variable Over;
     std::vector<std::unique_ptr<CONNECTION>> All;
     int Ended = 0;
+    int Passes = 0;  // of steps that wait
     std::string Received;
     std::string Difference;
     bool Asked = false;
