@@ -1,4 +1,5 @@
 #include "app/mailbox/imap.h"
+#include "app/mailbox/imapidle.h"
 #include "bench/unwatched.h"
 #include "corelib/base/ascii.h"
 #include "fuzz/listingblocks.h"
@@ -25,6 +26,19 @@ void ReadWhatAServerSays(std::string_view said, bool fast) {
 struct MAIL {
     std::string Header, Body;
 };
+
+// Nor is there an end to telling of news that hangs up or means anything else.
+void ListenToWhatAServerSays(std::string_view said) {
+    UNWATCHED row;
+    SAIDSERVER server(said, true);
+    IMAPIDLE idle(server, row.Call("", "", ""), "");
+    NEWS heard = NEWS::NONE;
+    if (idle.Begin(heard) == IMAPIDLE::STATE::GOOD && idle.Hear(heard) == IMAPIDLE::STATE::GOOD)
+        (void)idle.Renew(heard);
+    IMAPNEWS news;
+    while (!said.empty())
+        (void)news.Take(ASCII::Take(said, '\n'));
+}
 
 // What a correct server says to one command about three mails; flags stand after the text if `flagsLast` is set.
 std::string Answer(const std::string& line, const MAIL (&mails)[3], bool flagsLast) {
@@ -94,6 +108,7 @@ FUZZ_TARGET(text) {
     SHRINKABLE::ImapTimes.LineMs = 4;
     for (const bool fast : {false, true})
         ReadWhatAServerSays(text, fast);
+    ListenToWhatAServerSays(text);
     // This one answers.
     SHRINKABLE::ImapTimes.LineMs = 10000;
     ReadWhatAMailSays(std::string(text));

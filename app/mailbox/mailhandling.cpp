@@ -8,13 +8,14 @@ namespace {
 
 // Nobody knocks with an empty one: servers count what fails.
 constexpr const char* LOCKED_PASSWORD = "-ERR 999 No password";
-
-}  // namespace
+constexpr int MOST_ROOM = 5;
 
 // Some servers say so, some hang up without a word.
-static bool WasTurnedAway(std::string_view said) {
+bool WasTurnedAway(std::string_view said) {
     return SaysCrowded(said) || said.ends_with("Remote disconnected");
 }
+
+}  // namespace
 
 template <class WORK>
 bool MAILHANDLING::WithHandler(STRINGARRAY& item, STRING& said, WORK work) {
@@ -26,12 +27,14 @@ bool MAILHANDLING::WithHandler(STRINGARRAY& item, STRING& said, WORK work) {
     MAILBOXCALL call{item, progress, *Settings, StopAsked, address.Server, address.User, MAILACCOUNT::Password(item)};
     call.Security = MAILACCOUNT::Security(item);
     call.Mapi = Mapi;
-    if (work(*kind.Handler, call))
-        return true;
-    if (!kind.CanPush || !MakeRoom || !WasTurnedAway(said.View()) || StopAsked() || !MakeRoom(item))
-        return false;
-    said = "";
-    return work(*kind.Handler, call);
+    // Several have to make room where a server has let too many in.
+    for (int tries = 0; !work(*kind.Handler, call); ++tries) {
+        const bool mayHelp = kind.CanPush && MakeRoom && tries < MOST_ROOM && WasTurnedAway(said.View());
+        if (!mayHelp || StopAsked() || !MakeRoom(item))
+            return false;
+        said = "";
+    }
+    return true;
 }
 
 STRING MAILHANDLING::Get(STRINGARRAY& item, bool summaryOnly) {

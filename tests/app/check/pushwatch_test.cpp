@@ -376,6 +376,32 @@ TEST_F(ToldCycle, ChecksOnceMoreForWhatComesDuringACheck) {
     Told.ForceRefreshItem(handle + 1);
 }
 
+TEST_F(ToldCycle, WantsItForNewAccountsAndForOldOnesThatSaySo) {
+    const auto isWanted = [&](const char* text, bool isNew) {
+        STRINGARRAY item(STRING(text), 8, 8);
+        FixItem(item, State, NextHandle, isNew);
+        return PushTargetOf(item).has_value();
+    };
+    EXPECT_FALSE(isWanted("Type=2\nSource=host|joe\n", false));
+    EXPECT_TRUE(isWanted("Type=2\nSource=host|joe\n", true));
+    EXPECT_TRUE(isWanted("Type=2\nSource=host|joe\nPush=1\n", false));
+    EXPECT_FALSE(isWanted("Type=2\nSource=host|joe\nPush=0\n", true));
+    EXPECT_FALSE(isWanted("Type=1\nSource=host|joe\n", true)) << "POP3";
+    Item().Set("DoAltFolder", "1");
+    Item().Set("AltFolder", "Lists");
+    EXPECT_EQ(PushTargetOf(Item())->Folder, "Lists");
+}
+
+TEST_F(ToldCycle, RenewsWhenTheMachineHasSlept) {
+    ASSERT_TRUE(Becomes(true));
+    CHECKCYCLE slept{CHECKPARTS{
+        State, Items, FrontEnd, Texts, Mailboxes, Filter, Trash, Notifier, Dialup, {.SleepSeconds = -1}, &Watch}};
+    slept.Turn();
+    EXPECT_TRUE(Server.Transcript().ends_with("IDLE\r\n"));
+    slept.Turn();
+    EXPECT_TRUE(Eventually([&] { return Server.Transcript().ends_with("DONE\r\n"); }));
+}
+
 TEST_F(ToldCycle, WatchesAsLongAsTheAccountMayBeChecked) {
     ASSERT_TRUE(Becomes(true));
     const std::pair<std::function<void()>, std::function<void()>> changes[] = {
