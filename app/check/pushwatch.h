@@ -12,16 +12,16 @@
 
 /// Pauses of the watching for news.
 struct PUSHTIMES {
-    int64_t RenewMs = 25 * 60000;      // servers may hang up after half an hour without a word
-    int BackOffMs = 5000;              // after the first failure, and twice as long after each further one
-    int MostBackOffMs = 600000;        // up to this; at once after one that the next call would meet again
-    int64_t WellMs = 60000;            // what has lasted so long was no failure
-    int64_t UnableSeconds = 4 * 3600;  // a server that tells nothing is asked again after these
-    int SettleMs = 100;                // what comes together is told once
-    int GapMs = 1000;                  // between two tellings,
-    int MostGapMs = 60000;             // up to this while there are only marks to tell of, again and again
-    int RoomMs = 1000;                 // for a connection to go that is in somebody's way
-    int RoomPauseMs = 300;             // for its server to notice
+    int64_t RenewMs = 1500000;      // servers may hang up after half an hour without a word
+    int BackOffMs = 5000;           // after the first failure, and twice as long after each further one
+    int MostBackOffMs = 600000;     // up to this; at once after one that the next call would meet again
+    int64_t WellMs = 60000;         // what has lasted so long was no failure
+    int64_t UnableSeconds = 14400;  // a server that tells nothing is asked again after these
+    int SettleMs = 100;             // what comes together is told once
+    int GapMs = 1000;               // between two tellings,
+    int MostGapMs = 60000;          // up to this while there are only marks to tell of, again and again
+    int RoomMs = 1000;              // for a connection to go that is in somebody's way
+    int RoomPauseMs = 300;          // for its server to notice
 };
 
 /// Which folder is watched, and how to get there.
