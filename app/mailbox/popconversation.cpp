@@ -156,7 +156,7 @@ bool TALK::LogOn() {
     if (Call.Security.IsModern)
         return Authenticate(user, password) || (LeftOverProof() && Connect() && Authenticate(user, password));
     return Ask(Join("USER ", MAILACCOUNT::Printable(user).View())) &&
-           Ask(Join("PASS ", MAILACCOUNT::Printable(password).View()));
+           Ask("PASS ", MAILACCOUNT::Printable(password).View());
 }
 
 /// True if the server has gone once APOP was refused, as some do that know no passwords to prove. There is nothing of
