@@ -4,12 +4,12 @@
 #include <chrono>
 #include <functional>
 #include <future>
+#include <memory>
 #include <optional>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 #include "corelib/base/stopquestion.h"
+#include "corelib/system/osys.h"
 
 /// Calls of AwaitOrAbandon whose threads still run, those that nobody waits for any more among them.
 inline std::atomic<int> AbandonableCalls = 0;
@@ -24,16 +24,15 @@ std::optional<RESULT> AwaitOrAbandon(std::function<RESULT()> work, const STOPQUE
                                      int lookMs) {
     if (AbandonableCalls >= MOST_ABANDONABLE_CALLS || (stopAsked && stopAsked()))
         return {};
-    std::packaged_task<RESULT()> task([work = std::move(work)] {
-        RESULT result = work();
-        --AbandonableCalls;
-        return result;
-    });
-    std::future<RESULT> result = task.get_future();
+    const auto promise = std::make_shared<std::promise<RESULT>>();
+    std::future<RESULT> result = promise->get_future();
     ++AbandonableCalls;
-    try {
-        std::thread(std::move(task)).detach();
-    } catch (const std::system_error&) {
+    const bool begun = OSYS::RunAlone([promise, work = std::move(work)] {
+        RESULT found = work();
+        --AbandonableCalls;
+        promise->set_value(std::move(found));
+    });
+    if (!begun) {
         --AbandonableCalls;
         return {};
     }

@@ -6,9 +6,9 @@
 #include <memory>
 #include <mutex>
 #include <sys/stat.h>
-#include <thread>
 
 #include "corelib/base/trace.h"
+#include "corelib/system/osys.h"
 
 namespace {
 
@@ -83,15 +83,15 @@ OUTCOME InTime(const std::function<OUTCOME()>& call) {
         OUTCOME Outcome;
     };
     const auto shared = std::make_shared<SHARED>();
-    std::thread([shared, call] {
+    const bool begun = OSYS::RunAlone([shared, call] {
         OUTCOME outcome = call();
         const std::lock_guard lock(shared->Lock);
         shared->Outcome = std::move(outcome);
         shared->Over = true;
         shared->Change.notify_all();
-    }).detach();
+    });
     std::unique_lock lock(shared->Lock);
-    if (shared->Change.wait_for(lock, PATIENCE, [&] { return shared->Over; }))
+    if (begun && shared->Change.wait_for(lock, PATIENCE, [&] { return shared->Over; }))
         return std::move(shared->Outcome);
     OUTCOME late;
     late.Trouble = "the keyring does not answer";

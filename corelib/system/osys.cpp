@@ -2,24 +2,17 @@
 
 #include <algorithm>
 #include <exception>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 #include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/crashreport.h"
 #include "corelib/system/dirscan.h"
+#include "corelib/system/threadplatform.h"
 
 struct THREADSTATE {
-    std::thread Thread;
+    PLATFORMTHREAD Thread;
     EVENTSEM Ended{false};
-
-    // A handle that is dropped without a wait lets its thread run on.
-    ~THREADSTATE() {
-        if (Thread.joinable())
-            Thread.detach();
-    }
 };
 
 namespace OSYS {
@@ -28,6 +21,17 @@ namespace {
 
 uint32_t HandleNumber(const THREADHANDLE& thread) {
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(thread.get()));
+}
+
+THREADHANDLE BeginThread(std::function<void()> work) {
+    auto state = std::make_shared<THREADSTATE>();
+    const bool begun = state->Thread.Begin([work = std::move(work), weak = std::weak_ptr(state)] {
+        const CRASHREPORT::THREADGUARD guard;
+        work();
+        if (auto strong = weak.lock())
+            strong->Ended.Set();
+    });
+    return begun ? state : nullptr;
 }
 
 }  // namespace
@@ -125,23 +129,17 @@ STRING TimeIso() {
 THREADHANDLE CreateThread(unsigned (*routine)(void*), void* argument, uint32_t* id) {
     // The stack is the platform's default: 32 KB, which the threads were made with of old, is no longer enough for the
     // C library of every platform, and untouched stack costs nothing.
-    auto state = std::make_shared<THREADSTATE>();
     static std::atomic<uint32_t> counter = 0;
     uint32_t number = ++counter;
-    try {
-        state->Thread = std::thread([routine, argument, weak = std::weak_ptr(state)] {
-            const CRASHREPORT::THREADGUARD guard;
-            routine(argument);
-            if (auto strong = weak.lock())
-                strong->Ended.Set();
-        });
-    } catch (const std::system_error&) {
-        state.reset();
-    }
+    const THREADHANDLE state = BeginThread([routine, argument] { routine(argument); });
     if (id)
         *id = number;
     Trace("OSYS::CreateThread returned %08x\n", HandleNumber(state));
     return state;
+}
+
+bool RunAlone(std::function<void()> work) {
+    return BeginThread(std::move(work)) != nullptr;
 }
 
 bool WaitThread(THREADHANDLE& thread, int timeout) {
@@ -154,7 +152,7 @@ bool WaitThread(THREADHANDLE& thread, int timeout) {
             Trace("OSYS::WaitThread hThread=%08x timeout= %d failed\n", HandleNumber(thread), timeout);
         return false;
     }
-    thread->Thread.join();
+    thread->Thread.Join();
     thread.reset();
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "corelib/base/dynarray.h"
@@ -75,6 +76,8 @@ THREADHANDLE CreateThread(unsigned (*routine)(void*), void* argument, uint32_t* 
 /// Waits timeout ms (WAIT_FOREVER: no limit) for the end of a thread: true, and the handle is closed and cleared, or
 /// false on time-out. A timeout of 0 is a silent poll.
 bool WaitThread(THREADHANDLE& thread, int timeout);
+/// Runs work in a thread that nobody waits for, so work owns all that it touches. False if no thread is to be had.
+bool RunAlone(std::function<void()> work);
 /// Raises the calling thread a step above normal, where the system lets a program do that.
 void RaiseThreadPriority();
 

@@ -253,7 +253,6 @@ TEST_F(Push, ManyEndAtOnceWhereverTheyAre) {
         if (i % 5 == 4)
             targets.back().Security = {SECURITY_TLS, true, ""};
     }
-    targets.push_back(Target("192.0.2.1:143", 99));  // nobody answers there
     Watch->Watch(targets);
     EXPECT_TRUE(Eventually([&] { return Active >= 12; }));
     CLOCK::STOPWATCH watch;

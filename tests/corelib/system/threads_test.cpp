@@ -31,4 +31,24 @@ TEST(Threads, ValuesOfOneKeyAreNotLostBetweenTwo) {
         key.Delete(names.Word(i, "|").Text());
 }
 
+TEST(Threads, ManyEndWhileOthersBegin) {
+    constexpr int EACH = 100, AT_ONCE = 16;
+    auto ended = std::make_shared<std::atomic<int>>(0);
+    const auto run = [](void* argument) -> unsigned {
+        for (int i = 0; i < EACH; ++i) {
+            const auto& count = *static_cast<std::shared_ptr<std::atomic<int>>*>(argument);
+            EXPECT_TRUE(OSYS::RunAlone([count] { ++*count; }));
+            if (i % 4 == 0)
+                OSYS::CreateThread([](void*) -> unsigned { return 0; }, nullptr, nullptr);
+        }
+        return 0;
+    };
+    std::vector<OSYS::THREADHANDLE> threads;
+    for (int i = 0; i < AT_ONCE; ++i)
+        threads.push_back(OSYS::CreateThread(run, &ended, nullptr));
+    for (auto& thread : threads)
+        EXPECT_TRUE(OSYS::WaitThread(thread, WAIT_FOREVER));
+    EXPECT_TRUE(Eventually([&] { return *ended == EACH * AT_ONCE; }));
+}
+
 }  // namespace
