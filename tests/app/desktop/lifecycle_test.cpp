@@ -226,9 +226,14 @@ TEST_F(Lifecycle, TheEndOfTheSessionSavesAtOnce) {
 
 TEST_F(Lifecycle, AnAwakenedMachineAsksTheMessagingSystem) {
     Open("[#0]\r\nName=m\r\nType=0\r\nUpdateSuspended=1\r\n\r\n[#1]\r\nName=p\r\nType=1\r\nUpdateSuspended=1\r\n\r\n");
-    for (const WPARAM event : {PBT_APMSUSPEND, PBT_APMRESUMESUSPEND, PBT_APMRESUMESTANDBY, PBT_APMRESUMEAUTOMATIC})
+    const std::pair<WPARAM, int> events[] = {
+        {PBT_APMSUSPEND, 0}, {PBT_APMRESUMESUSPEND, 1}, {PBT_APMRESUMESTANDBY, 1}, {PBT_APMRESUMEAUTOMATIC, 0}};
+    STRINGARRAY& item = Engine->Items[Engine->FindName("m")];
+    for (const auto& [event, checks] : events) {
+        item.SetNumber("@ForceRefresh", 0);
         SendMessageW(Window->hWnd, WM_POWERBROADCAST, event, 0);
-    EXPECT_EQ(Engine->Items[Engine->FindName("m")].GetNumber("@ForceRefresh"), 2);
+        EXPECT_EQ(item.GetNumber("@ForceRefresh"), checks) << event;
+    }
     EXPECT_EQ(Engine->Items[Engine->FindName("p")].GetNumber("@ForceRefresh"), 0);
 }
 
