@@ -11,7 +11,7 @@
 std::string TrashTable(TARNWICK& application, int columns) {
     TRASHMAILS trash(application);
     trash.Load();
-    const std::string title = DISPLAYTEXT::Safe(trash.Title().View()) + "\n";
+    std::string title = DISPLAYTEXT::Safe(trash.Title().View()) + "\n";
     if (trash.Count() == 0)
         return title;
     std::vector<NAMEDMAIL> mails;

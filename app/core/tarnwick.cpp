@@ -216,6 +216,15 @@ void TARNWICK::SaveAll() {
     (void)Files->SaveSettings();
 }
 
+std::vector<int> TARNWICK::LockedAccounts() const {
+    std::vector<int> locked;
+    for (int i = 0; i < Items.Count(); ++i) {
+        if (MAILACCOUNT::IsPasswordLocked(Items[i]))
+            locked.push_back(Items[i].GetNumber("@Handle"));
+    }
+    return locked;
+}
+
 STRINGARRAY TARNWICK::NewItem() {
     STRINGARRAY item(64, 64);
     FixItem(item, pState, NextHandle, true);

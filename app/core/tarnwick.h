@@ -66,6 +66,8 @@ class TARNWICK {
     /// Index of the item with that handle or name (without regard to case), -1 if none.
     int FindHandle(int handle) const { return ::FindHandle(Items, handle); }
     int FindName(const char* name) const { return Items.FindRecord("Name", name); }
+    /// The handles of those whose sealed passwords could not be opened.
+    std::vector<int> LockedAccounts() const;
     /// Requests a check of every item.
     void ForceRefreshAll(bool popup);
 

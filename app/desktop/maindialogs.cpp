@@ -11,7 +11,6 @@
 #include "app/filter/spamfilter.h"
 #include "app/mailbox/account.h"
 #include "corelib/net/mxlookup.h"
-#include "corelib/system/registry.h"
 #include "corelib/window/messages.h"
 
 namespace {
@@ -89,26 +88,19 @@ void MAINWINDOW::EditItem() {
         EditItem(*item);
 }
 
-std::vector<STRINGARRAY*> MAINWINDOW::LockedAccounts() const {
-    std::vector<STRINGARRAY*> locked;
-    for (int i = 0; i < Application->Items.Count(); ++i) {
-        if (MAILACCOUNT::IsPasswordLocked(Application->Items[i]))
-            locked.push_back(&Application->Items[i]);
-    }
-    return locked;
-}
-
 void MAINWINDOW::AskPasswords() {
-    const std::vector<STRINGARRAY*> locked = LockedAccounts();
+    const std::vector<int> locked = Application->LockedAccounts();
     STRING names;
-    for (const STRINGARRAY* item : locked)
-        names = names || (names.Length() > 0 ? "\n" : "") || item->Get("Name");
+    for (const int handle : locked)
+        names = names || (names.Length() > 0 ? "\n" : "") || Application->FindItem(handle)->Get("Name");
     STRING text = App.Texts().Get(TEXT_ASK_PASSWORDS);
     text.Replace("$1", names.Text());
     if (locked.empty() || !AskYesNo(App.Texts().Get(TEXT_TITLE), text))
         return;
-    for (STRINGARRAY* item : locked)
-        EditItem(*item);
+    for (const int handle : locked) {
+        if (STRINGARRAY* const item = Application->FindItem(handle))
+            EditItem(*item);
+    }
 }
 
 void MAINWINDOW::EditItem(STRINGARRAY& item) {
@@ -137,9 +129,7 @@ void MAINWINDOW::EditOptions(int page) {
     STRINGARRAY& state = Application->pState;
     const STRING name = App.Texts().Get(TEXT_REGISTRY_NAME);
     // The installer writes and deletes the same entry. One that names another copy says nothing of this one.
-    const STRING entry =
-        REGISTRY(ROOT_CURRENT_USER, "Software\\Microsoft\\Windows\\CurrentVersion", "Run", REGISTRY_READ)
-            .Read(name.Text());
+    const STRING entry = OSYS::AutoStartCommand(name.Text());
     if (!entry.NotNull() || stricmp(entry.Ptr(), OSYS::ProgramPath().Ptr(), false) == 0)
         state.Set("DlgAutoRun", entry.NotNull() ? "1" : "0");
     const bool started = state.GetNumber("DlgAutoRun") != 0;

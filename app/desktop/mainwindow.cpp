@@ -99,8 +99,7 @@ void MAINWINDOW::Started() {
     if (WelcomeTopic != 0)
         ShowHelpOn(std::exchange(WelcomeTopic, 0));
     // Not here: a question lets nothing else go on.
-    if (!LockedAccounts().empty())
-        PostMessageW(hWnd, WM__ASKPASSWORDS, 0, 0);
+    PostMessageW(hWnd, WM__ASKPASSWORDS, 0, 0);
 }
 
 void MAINWINDOW::MainDispatchLoop(int accelerators) {

@@ -170,7 +170,6 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     void AddItem();
     void EditItem();
     void EditItem(STRINGARRAY& item);
-    std::vector<STRINGARRAY*> LockedAccounts() const;
     void AskPasswords();
     void DeleteItems();
     void EditList(const char* key);

@@ -355,7 +355,7 @@ bool IMAPCONVERSATION::Open(STRING command, const STRING& name, const char* end,
 }
 
 STRING IMAPCONVERSATION::FolderName(const STRING& name) {
-    const STRING plain = ModifiedUtf7(MAILACCOUNT::Printable(name));
+    STRING plain = ModifiedUtf7(MAILACCOUNT::Printable(name));
     const auto ordinary = [](char c) { return c > ' ' && !strchr("(){%*\"\\", c); };
     if (IsQuoted(plain.View()) || (plain.Length() > 0 && std::ranges::all_of(plain.View(), ordinary)))
         return plain;

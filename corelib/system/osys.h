@@ -102,6 +102,8 @@ void ScrollLock(int mode);
 /// Makes the program start with the user's session: value NULL removes the entry `name`, "<self>" (or AUTOSTART_SELF)
 /// writes the program's own path, any other text is written as it is. True on success.
 [[nodiscard]] bool AutoStart(const char* name, const char* value);
+/// The command of that entry; null if there is none.
+STRING AutoStartCommand(const char* name);
 inline constexpr const char* AUTOSTART_SELF = "<self>";
 /// The two halves of AutoStart on the platform, and the program's own path as such a command; null if unknown.
 STRING ProgramCommand();

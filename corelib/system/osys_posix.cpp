@@ -104,6 +104,17 @@ STRING EntryValue(STRING text) {
     return text;
 }
 
+// The text of such a value.
+STRING ReadEntryValue(std::string_view value) {
+    std::string text;
+    for (size_t i = 0; i < value.size(); ++i) {
+        const bool escaped = value[i] == '\\' && i + 1 < value.size();
+        const char c = escaped ? value[++i] : value[i];
+        text += escaped && c == 'n' ? '\n' : escaped && c == 'r' ? '\r' : c;
+    }
+    return STRING(std::string_view(text));
+}
+
 STRING AutoStartFile(const char* name) {
     STRING config = ConfigDirectory();
     if (!config.NotNull())
@@ -262,6 +273,22 @@ bool WriteAutoStart(const char* name, const STRING& command) {
     STRING text = STRING("[Desktop Entry]\nType=Application\nName=") || EntryValue(STRING(name)) || "\nExec=" ||
                   EntryValue(line) || "\n";
     return FILES::ReplaceAll(file.Text(), text.View(), false);
+}
+
+STRING AutoStartCommand(const char* name) {
+    const STRING file = AutoStartFile(name);
+    STRING text;
+    if (!file.NotNull() || !FILES::ReadAll(file.Text(), false, text))
+        return STRING();
+    for (std::string_view rest = text.View(), line; !rest.empty();) {
+        line = ASCII::Take(rest, '\n');
+        if (ASCII::Take(line, '=') != "Exec")
+            continue;
+        STRING command = ReadEntryValue(line);
+        command.Replace("%%", "%");
+        return command;
+    }
+    return STRING();
 }
 
 bool RemoveAutoStart(const char* name) {

@@ -206,6 +206,10 @@ bool WriteAutoStart(const char* name, const STRING& command) {
                            static_cast<DWORD>((wide.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
 }
 
+STRING AutoStartCommand(const char* name) {
+    return REGISTRY(ROOT_CURRENT_USER, RUN_KEY, nullptr, REGISTRY_READ).Read(name);
+}
+
 bool RemoveAutoStart(const char* name) {
     return REGISTRY(ROOT_CURRENT_USER, RUN_KEY, nullptr, REGISTRY_WRITE).Delete(name);
 }

@@ -23,6 +23,7 @@ TEST(PosixAutoStart, IsADesktopEntry) {
         EXPECT_TRUE(OSYS::AutoStart("Tarnwick", command));
         EXPECT_EQ(ReadBytes(file),
                   std::string("[Desktop Entry]\nType=Application\nName=Tarnwick\nExec=") + exec + "\n");
+        EXPECT_EQ(Std(OSYS::AutoStartCommand("Tarnwick")), command);
     }
     const std::string self = std::filesystem::read_symlink("/proc/self/exe");
     for (const char* value : {"<SELF>", OSYS::AUTOSTART_SELF}) {
@@ -31,6 +32,7 @@ TEST(PosixAutoStart, IsADesktopEntry) {
     }
     EXPECT_TRUE(OSYS::AutoStart("Tarnwick", nullptr));
     EXPECT_FALSE(OSYS::FileExists(file.Text()));
+    EXPECT_FALSE(OSYS::AutoStartCommand("Tarnwick").NotNull());
     EXPECT_FALSE(OSYS::AutoStart("Tarnwick", nullptr));
 }
 

@@ -16,7 +16,7 @@ TEST(WindowsAutoStart, IsAValueOfTheRunKey) {
     REGISTRY run(ROOT_CURRENT_USER, "Software\\Microsoft\\Windows\\CurrentVersion", "Run", REGISTRY_CREATE);
     ASSERT_TRUE(run.IsOpen());
     EXPECT_TRUE(OSYS::AutoStart(NAME, "\"c:\\a b\\mailer.exe\" /MIN"));
-    EXPECT_EQ(Std(run.Read(NAME)), "\"c:\\a b\\mailer.exe\" /MIN");
+    EXPECT_EQ(Std(OSYS::AutoStartCommand(NAME)), "\"c:\\a b\\mailer.exe\" /MIN");
     EXPECT_TRUE(OSYS::AutoStart(NAME, "<SELF>"));
     EXPECT_EQ(Std(run.Read(NAME)), Std(OSYS::ProgramPath()));
     // The text lies there with its terminator.
@@ -25,7 +25,7 @@ TEST(WindowsAutoStart, IsAValueOfTheRunKey) {
     EXPECT_EQ(run.Read(NAME, bytes, &size), 1);
     EXPECT_EQ(size, static_cast<int>((WidePath(OSYS::ProgramPath().Text()).size() + 1) * sizeof(wchar_t)));
     EXPECT_TRUE(OSYS::AutoStart(NAME, nullptr));
-    EXPECT_FALSE(run.Read(NAME).NotNull());
+    EXPECT_FALSE(OSYS::AutoStartCommand(NAME).NotNull());
     EXPECT_FALSE(OSYS::AutoStart(NAME, nullptr));
 }
 
