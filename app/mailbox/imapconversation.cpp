@@ -142,7 +142,10 @@ bool IMAPCONVERSATION::Connect() {
 bool IMAPCONVERSATION::LogIn() {
     STRING bare = Call.Password;
     bare.Strip('B', " ");
-    return Call.Security.IsModern ? LogInByBestWay(bare) : LogInAsOfOld(bare);
+    const bool good = Call.Security.IsModern ? LogInByBestWay(bare) : LogInAsOfOld(bare);
+    if (!good)
+        Last = LOGIN::WithoutPassword(Last, Call.User, bare);
+    return good;
 }
 
 bool IMAPCONVERSATION::LogInAsOfOld(const STRING& password) {
@@ -210,7 +213,9 @@ bool IMAPCONVERSATION::Ask(const STRING& command, const LISTENER& hear, const SE
     const uint32_t number = Send(command, secret.AtOnce);
     Begin();
     const bool whole = ReadLine();
-    Trace("TCP::WriteCommand %s%s returned %s\n", TagOf(number).c_str(), command.Text(), Line.c_str());
+    const bool isSecret = !secret.AtOnce.empty() || !secret.Answers.empty();
+    Trace("TCP::WriteCommand %s%s returned %s\n", TagOf(number).c_str(), command.Text(),
+          isSecret ? "..." : Line.c_str());
     auto answer = secret.Answers.begin();
     return HearOut(whole, number, [&](std::string_view line) {
         if (answer != secret.Answers.end() && line.starts_with('+'))

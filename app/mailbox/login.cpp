@@ -4,6 +4,7 @@
 
 #include "corelib/base/ascii.h"
 #include "corelib/net/md5.h"
+#include "corelib/net/tcpline.h"
 
 namespace LOGIN {
 
@@ -32,6 +33,13 @@ std::vector<std::string> Answers(MECHANISM mechanism, const STRING& user, const 
     std::string message(1, '\0');
     message.append(user.View()).append(1, '\0').append(password.View());
     return {Base64(message)};
+}
+
+STRING WithoutPassword(const STRING& said, const STRING& user, const STRING& password) {
+    std::vector<std::string> secrets{std::string(password.View())};
+    for (const MECHANISM mechanism : {MECHANISM::PLAIN, MECHANISM::LOGIN})
+        secrets.push_back(Answers(mechanism, user, password).back());
+    return TCP::WithoutSecrets(said, secrets);
 }
 
 std::string_view TimeStamp(std::string_view greeting) {

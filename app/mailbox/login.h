@@ -17,6 +17,9 @@ const char* Name(MECHANISM mechanism);
 /// What the client says, in Base64, a piece for each time that it is the client's turn (RFC 4616).
 std::vector<std::string> Answers(MECHANISM mechanism, const STRING& user, const STRING& password);
 
+/// What a server has said to a login, without the password that some repeat, in whatever form they were given it.
+STRING WithoutPassword(const STRING& said, const STRING& user, const STRING& password);
+
 /// The time stamp in the greeting of a POP3 server (RFC 1939 section 7); empty if there is none.
 std::string_view TimeStamp(std::string_view greeting);
 /// What APOP proves the password with; empty where the machine forbids MD5.

@@ -153,10 +153,13 @@ bool TALK::LogOn() {
     password.Strip('B', " ");
     if (!Connect())
         return false;
-    if (Call.Security.IsModern)
-        return Authenticate(user, password) || (LeftOverProof() && Connect() && Authenticate(user, password));
-    return Ask(Join("USER ", MAILACCOUNT::Printable(user).View())) &&
-           Ask("PASS ", MAILACCOUNT::Printable(password).View());
+    const bool good = Call.Security.IsModern ? Authenticate(user, password) ||
+                                                   (LeftOverProof() && Connect() && Authenticate(user, password))
+                                             : Ask(Join("USER ", MAILACCOUNT::Printable(user).View())) &&
+                                                   Ask("PASS ", MAILACCOUNT::Printable(password).View());
+    if (!good)
+        snprintf(Reply, sizeof Reply, "%s", LOGIN::WithoutPassword(STRING(Reply), user, password).Text());
+    return good;
 }
 
 /// True if the server has gone once APOP was refused, as some do that know no passwords to prove. There is nothing of

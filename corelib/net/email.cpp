@@ -162,11 +162,15 @@ bool EMAIL::Enter(TCPIPIO& device, STRING& last) const {
 }
 
 bool EMAIL::LogIn(BASEIO& device, const STRING& ways, STRING& last) const {
+    std::string both(1, '\0');
+    both.append(Access.User.View()).append(1, '\0').append(Access.Password.View());
     // Past the trace, which shows commands as they are.
     const auto tell = [&](const STRING& secret, const char* expected) {
         const STRING line = secret || "\r\n";
         device.Write(line.Text(), line.Length());
-        last = TakeReply(device, Times.ReplyMs);
+        const auto coded = [](std::string_view text) { return std::string(STRING(text).ToBase64().View()); };
+        last = TCP::WithoutSecrets(TakeReply(device, Times.ReplyMs),
+                                   {std::string(Access.Password.View()), coded(Access.Password.View()), coded(both)});
         return last.View().starts_with(expected);
     };
     const auto knows = [&](std::string_view way) {
@@ -177,11 +181,8 @@ bool EMAIL::LogIn(BASEIO& device, const STRING& ways, STRING& last) const {
         return false;
     };
     Trace("EMAIL::LogIn of %s, %s\n", ways.Text(), Access.User.Text());
-    if (knows("PLAIN")) {
-        std::string both(1, '\0');
-        both.append(Access.User.View()).append(1, '\0').append(Access.Password.View());
+    if (knows("PLAIN"))
         return tell(STRING("AUTH PLAIN ") || STRING(std::string_view(both)).ToBase64(), "235");
-    }
     if (knows("LOGIN"))
         return tell("AUTH LOGIN", "334") && tell(Access.User.ToBase64(), "334") &&
                tell(Access.Password.ToBase64(), "235");

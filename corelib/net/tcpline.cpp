@@ -25,6 +25,14 @@ void TCP::WriteSecret(BASEIO& device, const char* command, std::string_view secr
     device.Write(line.Text(), line.Length());
 }
 
+STRING TCP::WithoutSecrets(STRING said, const std::vector<std::string>& secrets) {
+    constexpr size_t LEAST = 4;
+    for (const std::string& secret : secrets)
+        if (secret.size() >= LEAST)
+            said.Replace(secret.c_str(), "***");
+    return said;
+}
+
 bool TCP::ReadLine(BASEIO& device, char* buffer, int size, int timeoutMs, bool* whole) {
     memset(buffer, 0, static_cast<size_t>(size));
     int count = size - 1;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "corelib/net/baseio.h"
 
@@ -14,6 +16,9 @@ bool WriteCommand(BASEIO& device, const char* command, char* reply, int replySiz
 
 /// Sends command, secret and CR LF; the trace shows the command alone.
 void WriteSecret(BASEIO& device, const char* command, std::string_view secret);
+/// What a peer has said, with "***" in place of secrets that it repeats. One of less than four bytes stays: any word
+/// might hold it.
+STRING WithoutSecrets(STRING said, const std::vector<std::string>& secrets);
 
 /// Reads one line of at most size-1 bytes into buffer, without its line break and without any "\r". A longer line comes
 /// in pieces; what has come of a line when timeoutMs has passed comes as if it were the line. False, with an empty

@@ -54,12 +54,9 @@ void Send(BASEIO& device, const STRING& text) {
     TCP::WriteCommand(device, OneLine(text).Text(), nullptr, 0, 0);
 }
 
-// Both as one line. What a protected line keeps from others must not lie in a log.
-void Send(BASEIO& device, const STRING& text, const STRING& rest, bool isSecret) {
-    if (isSecret)
-        TCP::WriteSecret(device, OneLine(text).Text(), OneLine(rest).View());
-    else
-        Send(device, text || rest);
+// Both as one line, of which no log gets the rest: passwords and cookies are there.
+void Send(BASEIO& device, const STRING& text, const STRING& secret) {
+    TCP::WriteSecret(device, OneLine(text).Text(), OneLine(secret).View());
 }
 
 STRING WithoutQuery(const STRING& document) {
@@ -216,15 +213,12 @@ int WEBGET::Post(const char* host, const char* doc, STRING& result, const STRING
 int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
     STRING target = host ? host : "", document = doc ? doc : "";
     const bool secure = ASCII::BeginsWith(target.View(), HTTPS);
-    if (!secure)
-        Trace("WEBGET::Get(%s '%s', '%s', <output>);\n", Method.Text(), target.Text(), document.Text());
-    else
+    if (secure)
         target.DeleteLeft(static_cast<int>(HTTPS.size()));
     STRING credential = TakeCredential(target);
     // What was for a protected line stays on it.
     const STRING known = secure ? STRING(HTTPS) || target : target;
-    if (secure)
-        Trace("WEBGET::Get(%s '%s', '%s', <output>);\n", Method.Text(), known.Text(), WithoutQuery(document).Text());
+    Trace("WEBGET::Get(%s '%s', '%s', <output>);\n", Method.Text(), known.Text(), WithoutQuery(document).Text());
     if (credential.NotNull())
         HostCredentials().Set(known.Text(), credential);
     else if (HostCredentials().Exists(known.Text()))
@@ -268,7 +262,7 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
         }
         bool answered = false;
         if (!secure || Secure(device, secureHost, proxyAnswer, result)) {
-            SendRequest(device, document, hostLine, secure ? STRING("") : proxyAnswer, hostAnswer, secure);
+            SendRequest(device, document, hostLine, secure ? STRING("") : proxyAnswer, hostAnswer);
             char line[STATUS_LINE_BYTES];
             answered = TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs);
             result = answered && *line ? STRING(line) : STRING("WEBGET 999 Read Timeout");
@@ -289,10 +283,10 @@ int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
         // What was answered once is not answered again: a refused password would be sent for ever.
         if (status == 407 && proxyAnswer.Length() == 0 && ProxyAuthorization.Length() > 0) {
             proxyAnswer = ProxyAuthorization;
-            Trace("WEBGET::proxyauth=%s\n", secure ? "..." : proxyAnswer.Text());
+            Trace("WEBGET::proxyauth=...\n");
         } else if (status == 401 && hostAnswer.Length() == 0 && credential.Length() > 0) {
             hostAnswer = STRING("basic ") || credential.ToBase64();
-            Trace("WEBGET::hostauth=%s\n", secure ? "..." : hostAnswer.Text());
+            Trace("WEBGET::hostauth=...\n");
         } else {
             break;
         }
@@ -308,7 +302,7 @@ bool WEBGET::Secure(TCPIPIO& device, const STRING& host, const STRING& proxyAnsw
         Send(device, STRING("CONNECT ") || host || " HTTP/1.0");
         Send(device, STRING("Host: ") || host);
         if (proxyAnswer.Length() > 0)
-            Send(device, "Proxy-Authorization: ", proxyAnswer, true);
+            Send(device, "Proxy-Authorization: ", proxyAnswer);
         char line[STATUS_LINE_BYTES] = "";
         bool more = TCP::WriteCommand(device, "", line, sizeof line, WebTimes.AnswerMs);
         const STRING first = more && *line ? STRING(line) : STRING("WEBGET 999 Read Timeout");
@@ -327,18 +321,18 @@ bool WEBGET::Secure(TCPIPIO& device, const STRING& host, const STRING& proxyAnsw
 }
 
 void WEBGET::SendRequest(BASEIO& device, const STRING& doc, const STRING& hostLine, const STRING& proxyAnswer,
-                         const STRING& hostAnswer, bool secure) const {
+                         const STRING& hostAnswer) const {
     const STRING shown = WithoutQuery(doc);
-    Send(device, Method || " " || shown, doc.Mid(shown.Length()) || " HTTP/1.0", secure);
+    Send(device, Method || " " || shown, doc.Mid(shown.Length()) || " HTTP/1.0");
     Send(device, hostLine);
     for (const char* line : STANDING_HEADERS)
         Send(device, line);
     if (proxyAnswer.Length() > 0)
-        Send(device, "Proxy-Authorization: ", proxyAnswer, secure);
+        Send(device, "Proxy-Authorization: ", proxyAnswer);
     if (hostAnswer.Length() > 0)
-        Send(device, "Authorization: ", hostAnswer, secure);
+        Send(device, "Authorization: ", hostAnswer);
     for (const STRING& line : NextLines)
-        Send(device, "", line, secure);
+        Send(device, "", line);
 }
 
 void WEBGET::Report(KIND kind, int64_t value) {

@@ -69,9 +69,9 @@ class WEBGET {
     /// Goes over to TLS, after the proxy, if there is one, has made the connection. False with what went wrong as the
     /// result: a refusal of the proxy as it came.
     bool Secure(TCPIPIO& device, const STRING& host, const STRING& proxyAnswer, STRING& result);
-    /// secure: the trace shows neither the query nor what the caller has added nor how it answers for itself.
+    /// The trace shows neither the query nor what the caller has added nor how it answers for itself.
     void SendRequest(BASEIO& device, const STRING& doc, const STRING& hostLine, const STRING& proxyAnswer,
-                     const STRING& hostAnswer, bool secure) const;
+                     const STRING& hostAnswer) const;
     bool IsStopped() const { return StopAsked && StopAsked(); }
     bool Cancelled() { return IsStopped() || (Callback && Callback(Argument, CANCEL, 0) != 0); }
     void Report(KIND kind, int64_t value);
