@@ -1,6 +1,7 @@
 #include "app/reading/mimetext.h"
 
 #include <algorithm>
+#include <map>
 
 #include "app/common/transfercoding.h"
 #include "app/reading/headerwords.h"
@@ -16,11 +17,24 @@ constexpr int DEEPEST = 8;  // parts within parts: each level reads the mail onc
 constexpr int MOST_PARTS = 1000;
 constexpr std::string_view BLANKS = " \t\r\n";
 
+/// A field's word, without comments and in no quotes, as careless senders write it.
+std::string FieldWord(std::string_view value) {
+    std::string word;
+    int depth = 0;
+    for (const char c : value) {
+        depth += c == '(' ? 1 : 0;
+        if (depth == 0 && c != '"' && (c != ' ' || !word.empty()))
+            word += c;
+        depth -= c == ')' && depth > 0 ? 1 : 0;
+    }
+    return ASCII::Lower(ASCII::Trim(std::string_view(word).substr(0, word.find(';')), BLANKS));
+}
+
 struct PART {
     explicit PART(std::string_view header, std::string_view body)
         : ContentType(ReadHeaderField(header, "Content-Type")),
           Disposition(ReadHeaderField(header, "Content-Disposition")),
-          Encoding(ASCII::Lower(ASCII::Trim(ReadHeaderField(header, "Content-Transfer-Encoding").View(), BLANKS))),
+          Encoding(FieldWord(ReadHeaderField(header, "Content-Transfer-Encoding").View())),
           Body(body) {
         const std::string_view field = ContentType.View();
         Type = ASCII::Lower(ASCII::Trim(field.substr(0, field.find(';')), BLANKS));
@@ -50,6 +64,77 @@ std::string InUtf8(std::string_view bytes, std::string_view charset) {
     if (charset.empty() || ASCII::Equal(charset, "us-ascii") || !CHARSET::AppendUtf8(text, charset, bytes))
         CODEPAGE::AppendGuessed(text, bytes);
     return text;
+}
+
+struct PARAMETER {
+    std::string_view Name;
+    std::string Value;
+};
+
+/// The next parameter after the field's value or the last parameter, which is cut off; false if there is none.
+bool TakeParameter(std::string_view& field, PARAMETER& parameter) {
+    while (true) {
+        size_t at = 0;
+        bool quoted = false;
+        for (; at < field.size() && (quoted || field[at] != ';'); ++at) {
+            if (field[at] == '\\' && quoted)
+                ++at;
+            else if (field[at] == '"')
+                quoted = !quoted;
+        }
+        if (at >= field.size())
+            return false;
+        field = ASCII::TrimLeft(field.substr(at + 1), BLANKS);
+        const size_t end = field.find_first_of("=;\"");
+        if (end != NONE && field[end] == '=')
+            break;
+    }
+    const size_t sign = field.find('=');
+    parameter.Name = ASCII::Trim(field.substr(0, sign), BLANKS);
+    const std::string_view value = ASCII::TrimLeft(field.substr(sign + 1), BLANKS);
+    if (!value.starts_with('"')) {
+        parameter.Value = value.substr(0, value.find_first_of("; \t\r\n"));
+        return true;
+    }
+    parameter.Value.clear();
+    for (size_t i = 1; i < value.size() && value[i] != '"'; ++i) {
+        if (value[i] == '\\' && i + 1 < value.size())
+            ++i;
+        parameter.Value += value[i];
+    }
+    return true;
+}
+
+struct PIECE {
+    std::string Text;
+    bool Encoded = false;
+};
+
+/// The pieces 0, 1, ... of a value, in UTF-8. The first one names the charset of those that are encoded:
+/// charset'language'percent.
+std::string Joined(const std::map<int, PIECE>& pieces) {
+    std::string bytes, charset;
+    int next = 0;
+    for (const auto& [number, piece] : pieces) {
+        if (number != next++)
+            break;
+        std::string_view text = piece.Text;
+        if (!piece.Encoded) {
+            bytes += text;
+            continue;
+        }
+        const size_t first = text.find('\''), second = text.find('\'', first + 1);
+        if (number == 0 && first != NONE && second != NONE) {
+            charset = text.substr(0, first);
+            text.remove_prefix(second + 1);
+        }
+        for (size_t i = 0; i < text.size(); ++i) {
+            const int byte = text[i] == '%' ? ASCII::HexByte(text.substr(i + 1)) : -1;
+            bytes += byte >= 0 ? static_cast<char>(byte) : text[i];
+            i += byte >= 0 ? 2 : 0;
+        }
+    }
+    return charset.empty() ? bytes : InUtf8(bytes, charset);
 }
 
 class READER {
@@ -164,34 +249,28 @@ class READER {
 }  // namespace
 
 std::string HeaderParameter(std::string_view field, std::string_view name) {
-    while (true) {
-        size_t at = 0;
-        bool quoted = false;
-        for (; at < field.size() && (quoted || field[at] != ';'); ++at) {
-            if (field[at] == '\\' && quoted)
-                ++at;
-            else if (field[at] == '"')
-                quoted = !quoted;
-        }
-        if (at >= field.size())
-            return {};
-        field = ASCII::TrimLeft(field.substr(at + 1), BLANKS);
-        if (!ASCII::BeginsWith(field, name))
+    std::map<int, PIECE> pieces;  // of a value in pieces, by their numbers
+    std::string plain;
+    bool hasPlain = false;
+    PARAMETER parameter;
+    while (TakeParameter(field, parameter)) {
+        std::string_view key = parameter.Name;
+        if (!ASCII::BeginsWith(key, name))
             continue;
-        const std::string_view rest = ASCII::TrimLeft(field.substr(name.size()), BLANKS);
-        if (!rest.starts_with('='))
-            continue;
-        std::string_view value = ASCII::TrimLeft(rest.substr(1), BLANKS);
-        if (!value.starts_with('"'))
-            return std::string(value.substr(0, value.find_first_of("; \t\r\n")));
-        std::string text;
-        for (size_t i = 1; i < value.size() && value[i] != '"'; ++i) {
-            if (value[i] == '\\' && i + 1 < value.size())
-                ++i;
-            text += value[i];
+        key.remove_prefix(name.size());
+        if (key.empty() && !hasPlain) {
+            plain = parameter.Value;
+            hasPlain = true;
         }
-        return text;
+        if (!key.starts_with('*'))
+            continue;
+        const bool encoded = key.ends_with('*');
+        int number = 0;
+        if (key == "*" || ASCII::ReadNumber(key.substr(1, key.size() - (encoded ? 2 : 1)), number))
+            pieces.try_emplace(number, PIECE{parameter.Value, encoded});
     }
+    // The form in pieces comes first: the other one is for programs that do not know it.
+    return pieces.contains(0) ? Joined(pieces) : plain;
 }
 
 std::string JoinedFields(std::string_view header) {

@@ -20,6 +20,7 @@ TEST(MimeText, IsWhatAPersonReads) {
          "Gr=FC=\n=DFe = 2=3D2=  \n!=", "Grüße = 2=2!"},
         {"Base64", "Content-Type: TEXT/PLAIN; format=flowed; charset=\"koi8-r\"\nContent-Transfer-Encoding: base64\n",
          "8NLJ\n18XU\n", "Привет"},
+        {"careless Base64", "Content-Transfer-Encoding: (so) \"Base64\" (it is)\n", "SGVsbG8=\n", "Hello"},
         {"an unknown charset", "Content-Type: text/plain; charset=x-none\n", "Grüße", "Grüße"},
         {"a page", "Content-Type: text/html\n", "<meta charset=koi8-r><p>\xF0\xD2\xC9</p>", "При\n"},
         {"the plain one of two", ALTERNATIVES,
@@ -54,6 +55,25 @@ TEST(MimeText, IsWhatAPersonReads) {
     const char* const pages = "--=_b\nContent-Type: text/html\n\none\n--=_b\nContent-Type: text/html\n\ntwo\n--=_b--\n";
     EXPECT_EQ(ReadableText(JoinedFields(ALTERNATIVES), pages, READBY::Filter), "one\ntwo\n");
     EXPECT_EQ(ReadableText(JoinedFields(ALTERNATIVES), pages, READBY::Person), "one\n");
+}
+
+TEST(MimeText, ReadsParametersInEachForm) {
+    const char* const cases[][2] = {
+        {"t/p; a=b", "b"},
+        {"t/p; aa=no; x; A = \"b; \\\"c\\\"\" ; a=second", "b; \"c\""},
+        {"t/p; a*=utf-8'de'Gr%C3%BC%c3%9fe%zz%4",
+         "Gr\xC3\xBC\xC3\x9F"
+         "e%zz%4"},
+        {"t/p; a=plain; a*=koi8-r''%F0%D2", "\xD0\x9F\xD1\x80"},
+        {"t/p; a*1=d; a*0=\"b c\"; a*3=lost", "b cd"},
+        {"t/p; a*0*=us-ascii''b%20; a*1=%20; a*2*=%21", "b %20!"},
+        {"t/p; a*1=d; a=plain", "plain"},
+        {"t/p; a*99999999999=x; a*-1=x; a*x=x; a**=x", ""},
+        {"t/p; b=\"; a=c", ""},
+        {"t/p", ""},
+    };
+    for (const auto& [field, value] : cases)
+        EXPECT_EQ(HeaderParameter(field, "a"), value) << field;
 }
 
 TEST(MimeText, EndsHoweverDeepAMailIs) {
