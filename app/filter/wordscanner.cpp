@@ -11,6 +11,7 @@
 #include "app/mailbox/listing.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/utf8.h"
 
 namespace {
 
@@ -89,7 +90,9 @@ int WORDSEARCH::FindSpamWord(int start) {
     // A row that consisted of markers only has nothing to look for.
     if (Word.empty() || from >= Line.size())
         return -1;
-    const size_t hit = Position(Line, Word, from, Flags & SPAMFLAG_UCASE);
+    size_t hit = Position(Line, Word, from, Flags & SPAMFLAG_UCASE);
+    while (HasUtf8 && hit != Line.npos && UTF8::IsWithin(Line, hit))
+        hit = Position(Line, Word, hit + 1, Flags & SPAMFLAG_UCASE);
     if (hit == Line.npos)
         return -1;
     const size_t behind = hit + Word.size();
@@ -327,7 +330,7 @@ void WORDSCANNER::SearchRow(int row) {
     // Whoever writes a friend's address in other letters is none.
     if (InView && HasFalseLetters && (Zone & SPAMFLAG_FROM) && (word.Flags & SPAMFLAG_EXCEPTION))
         return;
-    WORDSEARCH search(word.Flags, word.Word.View(), Line);
+    WORDSEARCH search(word.Flags, word.Word.View(), Line, InView);
     for (int start = 0, position; (position = search.FindSpamWord(start)) != -1; start = position + 1) {
         Hit(row, search, position);
         if (StopsAfter(static_cast<size_t>(position - start) + HIT_WORK))

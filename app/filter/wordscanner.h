@@ -30,8 +30,9 @@ struct SPAMTABLE {
 /// The search of one row on one line.
 class WORDSEARCH {
  public:
-    /// word and line outlive the search.
-    WORDSEARCH(uint32_t flags, std::string_view word, std::string_view line) : Flags(flags), Word(word), Line(line) {}
+    /// word and line outlive the search. hasUtf8: the line may hold letters in UTF-8, within which no word begins.
+    WORDSEARCH(uint32_t flags, std::string_view word, std::string_view line, bool hasUtf8 = false)
+        : Flags(flags), HasUtf8(hasUtf8), Word(word), Line(line) {}
     /// The next valid hit at or after start, -1 if there is none. An occurrence that is no hit ends the search, too.
     int FindSpamWord(int start);
     /// To be told when the bytes from a hit up to `end` have been overwritten; and up to where they have been.
@@ -48,6 +49,7 @@ class WORDSEARCH {
     size_t EndOfExclamations(size_t from);
 
     uint32_t Flags;
+    bool HasUtf8;
     std::string_view Word;
     std::string_view Line;
     // Where the runs end that were walked last: many hits in one long run walk it once.

@@ -36,6 +36,16 @@ char32_t Take(std::string_view& text) {
     return code;
 }
 
+bool IsWithin(std::string_view text, size_t at) {
+    constexpr size_t LONGEST = 4;
+    const auto goesOn = [](char byte) { return (byte & 0xC0) == 0x80; };
+    size_t begin = at;
+    while (begin > 0 && at - begin < LONGEST && goesOn(text[begin]))
+        --begin;
+    std::string_view rest = text.substr(begin);
+    return begin < at && Take(rest) != INVALID && text.size() - rest.size() > at;
+}
+
 bool IsValid(std::string_view text) {
     while (!text.empty())
         if (Take(text) == INVALID)

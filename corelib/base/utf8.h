@@ -14,6 +14,8 @@ inline constexpr std::string_view MARK = "\xef\xbb\xbf";
 
 /// Takes the first character off the text, which is not empty; INVALID if there is none, and one byte is taken then.
 char32_t Take(std::string_view& text);
+/// Whether the byte at that place belongs to a character that begins before it.
+bool IsWithin(std::string_view text, size_t at);
 /// Is all of the text UTF-8?
 bool IsValid(std::string_view text);
 /// What of the text has room in so many bytes, without a part of a character at its end.

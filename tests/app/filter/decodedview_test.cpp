@@ -101,6 +101,8 @@ TEST_F(BothViews, CountAnOccurrenceOnce) {
         {"F|10|ann@a.example;a.example", to + "From: a b <ann@a.example>\nSubject: =?utf-8?q?x?=\n\n", "10/1/0"},
         {"D|40|cheap", base64 + "\n" + Coded("1\n2\n3\nCHEAP!!"), "93/1/0"},
         {"D|40|cheap", base64 + "\n" + Coded("cheap"), "52/1/0"},
+        // Bytes of a letter that the code page lacks are no letters of that page.
+        {"B*|10|\x80\nB*|40|\xD0\x90", base64 + "\n" + Coded("\xD0\x90\xD0\x90\xD0\x80 \xE2\x82\xAC"), "90/0/0"},
         {"M|10|unsubscribe", html + "\nunsubscribe <b>unsub</b>scribe", "20/0/0"},
     };
     for (const auto& test : CASES)
