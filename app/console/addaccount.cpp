@@ -9,6 +9,7 @@
 #include "app/console/consolefrontend.h"
 #include "app/console/consoletexts.h"
 #include "app/console/session.h"
+#include "app/console/switches.h"
 #include "app/console/terminal.h"
 #include "app/core/tarnwick.h"
 #include "app/mailbox/mailhandling.h"
@@ -19,6 +20,7 @@
 namespace {
 
 constexpr int PORT_MAX = 65535;
+constexpr const char* INBOX = "INBOX";
 
 // Turns %41 into its byte; false for a "%" without two digits, a control byte and a "|", which splits the stored text.
 // A bare ":" is refused too: after it people write a password, which would end up in the account's name.
@@ -60,6 +62,8 @@ int FaultText(ADDRESSFAULT fault) {
             return CTEXT_BAD_SCHEME;
         case ADDRESSFAULT::Port:
             return CTEXT_BAD_PORT;
+        case ADDRESSFAULT::Password:
+            return CTEXT_PASSWORD_IN_ADDRESS;
         default:
             return CTEXT_BAD_ADDRESS;
     }
@@ -81,7 +85,7 @@ bool FindServer(TARNWICK& application, CONSOLEFRONTEND& frontEnd, ACCOUNTWISH& w
     std::string guesses;
     for (const int type : {ITEMTYPE_IMAP, ITEMTYPE_POP3})
         if (const OFFEREDSERVICE& service = proposal.Of(type); service.Origin == OFFEREDSERVICE::USUAL)
-            guesses += "\n    /ADD:" +
+            guesses += "\n    " + WithUsualForms("/ADD:") +
                        DISPLAYTEXT::Safe(
                            (MAILACCOUNT::Scheme(type, service.Security()) || user || "@" || service.Server).View());
     frontEnd.PrintError(text(guesses.empty()   ? CTEXT_SERVER_NONE
@@ -100,17 +104,25 @@ STRING AskPassword(const TEXTS& texts, const std::string& account) {
     return STRING(std::string_view(line));
 }
 
-int FindAddress(const TARNWICK& application, const MAILADDRESS& address) {
-    for (int i = 0; i < application.Items.Count(); ++i)
-        if (MAILACCOUNT::Address(application.Items[i]) == address)
+bool ReadsFolder(const STRINGARRAY& item, const STRING& folder) {
+    const STRING own = item.GetNumber("DoAltFolder") ? item.Get("AltFolder") : STRING("");
+    return folder.Length() == 0 || folder == (own.Length() > 0 ? own : STRING(INBOX));
+}
+
+int FindAccount(const TARNWICK& application, const ACCOUNTWISH& wish) {
+    for (int i = 0; i < application.Items.Count(); ++i) {
+        const STRINGARRAY& item = application.Items[i];
+        if (MAILACCOUNT::Address(item) == wish.Address && ReadsFolder(item, wish.Folder))
             return i;
+    }
     return -1;
 }
 
 // A name that no account has: one user may have mailboxes on several servers.
-STRING NewName(const TARNWICK& application, const MAILADDRESS& address) {
+STRING NewName(const TARNWICK& application, const MAILADDRESS& address, const STRING& folder) {
     const bool isWhole = address.User.Pos('@') != -1;
-    const STRING name = isWhole ? address.User : address.User || "@" || address.Host();
+    const STRING name = (isWhole ? address.User : address.User || "@" || address.Host()) ||
+                        (folder.Length() > 0 ? STRING(" ") || folder : STRING(""));
     const STRING kind = application.Texts().Part(TEXT_KINDS, KindOf(address.Type).Name);
     const STRING longer = name || " (" || (isWhole ? kind || " " || address.Host() : kind) || ")";
     STRING free = name;
@@ -123,10 +135,11 @@ STRING NewName(const TARNWICK& application, const MAILADDRESS& address) {
 int AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const ACCOUNTWISH& wish,
                const std::function<STRING(const std::string& name)>& askPassword) {
     const auto text = [&](int id, const std::string& value) { return ConsoleText(application.Texts(), id, value); };
-    const int known = FindAddress(application, wish.Address);
+    const int known = FindAccount(application, wish);
+    const STRING folder = wish.Folder == STRING(INBOX) ? STRING("") : wish.Folder;
     STRINGARRAY item = known != -1 ? application.Items[known] : application.NewItem();
     if (known == -1)
-        item.Set("Name", NewName(application, wish.Address));
+        item.Set("Name", NewName(application, wish.Address, folder));
     const std::string name = DISPLAYTEXT::Safe(item.Get("Name").View());
     const STRING password = askPassword(name);
     if (password.Length() == 0) {
@@ -136,6 +149,10 @@ int AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const ACCOUNTWI
     if (known == -1) {
         MAILACCOUNT::SetAddress(item, wish.Address, password);
         MAILACCOUNT::SetSecurity(item, wish.Security);
+        if (folder.Length() > 0) {
+            item.Set("DoAltFolder", "1");
+            item.Set("AltFolder", folder);
+        }
     } else {
         STRINGARRAY& present = application.Items[known];
         MAILACCOUNT::SetPassword(present, password);
@@ -150,7 +167,7 @@ int AddAccount(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const ACCOUNTWI
         return EXIT_NO_START;
     }
     frontEnd.Print(text(known != -1 ? CTEXT_DUPLICATE : CTEXT_ADDED, name));
-    return ShowLogin(application, frontEnd, FindAddress(application, wish.Address));
+    return ShowLogin(application, frontEnd, FindAccount(application, wish));
 }
 
 }  // namespace
@@ -179,8 +196,8 @@ int ShowLogin(TARNWICK& application, CONSOLEFRONTEND& frontEnd, int index) {
         return EXIT_CHECK_FAILED;
     frontEnd.PrintError(text(CTEXT_LOGIN_BAD, DISPLAYTEXT::Safe(outcome.View())));
     if (certificate.Length() > 0)
-        frontEnd.PrintError(text(CTEXT_TRUST_HINT, CommandName() +
-                                                       " \"/TRUST:" + DISPLAYTEXT::Safe(item.Get("Name").View()) + "=" +
+        frontEnd.PrintError(text(CTEXT_TRUST_HINT, CommandName() + " \"" + WithUsualForms("/TRUST:") +
+                                                       DISPLAYTEXT::Safe(item.Get("Name").View()) + "=" +
                                                        certificate.Text() + "\""));
     return EXIT_CHECK_FAILED;
 }
@@ -234,9 +251,19 @@ ADDRESSFAULT ParseMailAddress(std::string_view text, ACCOUNTWISH& wish) {
         }
         // The last one: users of many services are addresses themselves.
         const size_t at = text.rfind('@');
+        if (at != text.npos && text.substr(0, at).find(':') != text.npos)
+            return ADDRESSFAULT::Password;
         if (at == text.npos || !PercentDecode(text.substr(0, at), address.User))
             return ADDRESSFAULT::Form;
-        address.Server = STRING(text.substr(at + 1));
+        std::string_view server = text.substr(at + 1);
+        if (const size_t slash = server.find('/'); slash != server.npos && kind.HasFolders) {
+            if (!PercentDecode(server.substr(slash + 1), wish.Folder))
+                return ADDRESSFAULT::Form;
+            if (ASCII::Equal(wish.Folder.View(), INBOX))
+                wish.Folder = INBOX;
+            server = server.substr(0, slash);
+        }
+        address.Server = STRING(server);
         return ServerFault(address.Server.View());
     }
     return ADDRESSFAULT::Scheme;

@@ -10,17 +10,19 @@
 class CONSOLEFRONTEND;
 class TARNWICK;
 
-enum class ADDRESSFAULT { None, Scheme, Form, Port };
+enum class ADDRESSFAULT { None, Scheme, Form, Port, Password };
 
 /// A mailbox, and how the line to its server is protected.
 struct ACCOUNTWISH {
     MAILADDRESS Address;
     int Security = SECURITY_TLS;
+    STRING Folder = "";  // that is read; empty: whichever is, the inbox if the account is new
 };
 
-/// Takes an address apart: scheme://user@host[:port], or scheme://user for a kind without servers; the user is
-/// percent-encoded (RFC 3986). The scheme tells the security (see MAILACCOUNT::Scheme). No part of it may be empty,
-/// hold a control byte or a "|"; a port is 1 to 65535. There is no password in it.
+/// Takes an address apart: scheme://user@host[:port][/folder], the folder for a kind that has folders, or scheme://user
+/// for a kind without servers; user and folder are percent-encoded (RFC 3986). The scheme tells the security (see
+/// MAILACCOUNT::Scheme). No part of it may be empty, hold a control byte or a "|"; a port is 1 to 65535. There is no
+/// password in it.
 ADDRESSFAULT ParseMailAddress(std::string_view text, ACCOUNTWISH& wish);
 
 /// True for a plain mail address, user@domain, which names no server: `address` gets the user.

@@ -1,10 +1,11 @@
 #include "app/console/consoletexts.h"
 
 #include "app/common/displaytext.h"
+#include "app/console/switches.h"
 #include "corelib/system/osys.h"
 
 std::string ConsoleText(const TEXTS& texts, int id, const std::string& value) {
-    std::string text(texts.Get(id).View());
+    std::string text = WithUsualForms(std::string(texts.Get(id).View()));
     for (size_t place = 0; (place = text.find("$1", place)) != text.npos; place += value.size())
         text.replace(place, 2, value);
     return text;

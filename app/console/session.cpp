@@ -16,10 +16,12 @@
 #include "app/console/mailtable.h"
 #include "app/console/scoremails.h"
 #include "app/console/switches.h"
+#include "app/console/switchpages.h"
 #include "app/console/terminal.h"
 #include "app/console/trash.h"
 #include "app/core/commands.h"
 #include "app/core/helppages.h"
+#include "app/core/settings.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
 #include "app/demo/demo.h"
@@ -41,7 +43,7 @@ std::atomic<bool> StopAsked = false;
 std::atomic<CONSOLEFRONTEND*> AssertionAsker = nullptr;
 
 ARGUMENTS MakeArguments(int argc, char** argv) {
-    std::vector<std::string> words = CompletePaths(argc, argv);
+    std::vector<std::string> words = CompletePaths(WithSlashes({argv, argv + argc}));
     AddDemoDirectory(words);
     return ARGUMENTS(words);
 }
@@ -78,6 +80,7 @@ class SESSION {
         FrontEnd.PrintError(message);
         return EXIT_NO_START;
     }
+    std::string FaultOf(SWITCHFAULT fault, const std::string& word) const;
     void PrintHelp();
     int RunApplication(TARNWICK& application);
     std::vector<STRING> Values(const char* name) const;
@@ -105,15 +108,16 @@ int SESSION::Run() {
         SetAssertQuestion(
             [](const char* title, const char* text) { return AssertionAsker.load()->AskYesNo(title, text); });
     }
-    if (HelpWanted(App.Arguments())) {
-        PrintHelp();
+    if (HelpWanted(App.Arguments()) || Has("VERSION")) {
+        HelpWanted(App.Arguments())
+            ? PrintHelp()
+            : FrontEnd.PrintRaw(Text(TEXT_PRODUCT) + " " + PROGRAM_VERSION + PROGRAM_VERSION_SUFFIX + "\n");
         return EXIT_GOOD;
     }
     std::string word;
     const SWITCHFAULT fault = CheckSwitches(App.Arguments(), word);
     if (fault != SWITCHFAULT::None)
-        return Refuse(
-            Text(fault == SWITCHFAULT::Unknown ? CTEXT_UNKNOWN_SWITCH : CTEXT_SWITCH_VALUE, DISPLAYTEXT::Safe(word)));
+        return Refuse(FaultOf(fault, word));
     const STRING store = App.Arguments().GetArgValue("PASSWORDS", 0);
     if (store.NotNull() && !ASCII::Equal(store.View(), "plain") && !ASCII::Equal(store.View(), "sealed"))
         return Refuse(Text(CTEXT_BAD_PASSWORDS, DISPLAYTEXT::Safe(store.View())));
@@ -133,13 +137,17 @@ int SESSION::Run() {
     return code;
 }
 
+std::string SESSION::FaultOf(SWITCHFAULT fault, const std::string& word) const {
+    const std::string shown = DISPLAYTEXT::Safe(word);
+    if (fault == SWITCHFAULT::NoValue)
+        return Text(CTEXT_SWITCH_VALUE, shown) + FormOf(word);
+    const std::string nearest = NearestSwitch(word);
+    return Text(fault == SWITCHFAULT::Unknown ? CTEXT_UNKNOWN_SWITCH : CTEXT_SWITCH_SUPERFLUOUS, shown) +
+           (nearest.empty() ? "" : Text(CTEXT_NEAREST, nearest));
+}
+
 void SESSION::PrintHelp() {
-    constexpr int FORM_COLUMNS = 31;
-    std::string help = Text(CTEXT_USAGE) + "\n\n";
-    int count = 0;
-    const SWITCH* switches = AllSwitches(count);
-    for (int i = 0; i < count; ++i)
-        help += "  " + DISPLAYTEXT::Fit(switches[i].Form, FORM_COLUMNS) + " " + Text(CTEXT_HELP_ADD + i) + "\n";
+    std::string help = Text(CTEXT_USAGE) + "\n" + HelpText(App.Texts(), TableColumns());
     const HELPPAGES pages(App.Texts(), App.WorkDir());
     if (pages.AreThere())
         help += "\n" + Text(CTEXT_HELP_PAGES, DISPLAYTEXT::Path(pages.Contents())) + "\n";

@@ -46,8 +46,7 @@ std::vector<const char*> Pointers(const std::vector<std::string>& words) {
 
 }  // namespace
 
-std::vector<std::string> CompletePaths(int argc, const char* const* argv) {
-    std::vector<std::string> words(argv, argv + argc);
+std::vector<std::string> CompletePaths(std::vector<std::string> words) {
     for (size_t i = 1; i < words.size(); ++i) {
         PutSlash(words[i]);
         for (const char* name :

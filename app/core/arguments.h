@@ -50,7 +50,7 @@ class ARGUMENTS {
 /// The words of a command line, as the constructor splits it. Any bytes; never an empty word, unless it is quoted.
 DYNARRAY<STRING> SplitCommandLine(const char* commandLine);
 
-/// The words that a program was started with, in the form in which switches are read: one with a value begins with "/",
-/// also where the user has written "-". Their paths are made whole: the program makes its own directory the current
-/// one, and a user means the one in which the program was started.
-std::vector<std::string> CompletePaths(int argc, const char* const* argv);
+/// The words that a program was started with (its name first), in the form in which switches are read: one with a value
+/// begins with "/", also where the user has written "-". Their paths are made whole: the program makes its own
+/// directory the current one, and a user means the one in which the program was started.
+std::vector<std::string> CompletePaths(std::vector<std::string> words);

@@ -42,7 +42,7 @@ bool RaiseFirst() {
 
 int RunDesktop(int argc, const char* const* argv) {
     CRASHREPORT::Install(CRASHREPORT::NOTICE::Window);
-    std::vector<std::string> words = CompletePaths(argc, argv);
+    std::vector<std::string> words = CompletePaths({argv, argv + argc});
     AddDemoDirectory(words);
     VELMORAAPP app{ARGUMENTS(words)};
     MESSAGEBOXES boxes;

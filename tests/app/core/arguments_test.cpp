@@ -64,9 +64,9 @@ TEST(Arguments, TakesTheWordsOfAFile) {
 }
 
 TEST(Arguments, TakesADashForASlash) {
-    const char* const argv[] = {"-a:b", "-LANG:GER", "-workdir:-", "-logit", "-LOG5", "-noassert",
-                                "-min", "--a:b",     "-",          "-:b",    "-1:2",  "a:b"};
-    const std::vector<std::string> words = CompletePaths(12, argv);
+    const std::vector<std::string> given = {"-a:b", "-LANG:GER", "-workdir:-", "-logit", "-LOG5", "-noassert",
+                                            "-min", "--a:b",     "-",          "-:b",    "-1:2",  "a:b"};
+    const std::vector<std::string> words = CompletePaths(given);
     EXPECT_EQ(Joined(ARGUMENTS(words)),
               "[/LANG:GER][/workdir:-][/logit][/LOG5][/noassert][-min][--a:b][-][-:b][-1:2][a:b]");
     EXPECT_EQ(words[0], "-a:b") << "the program's own name";
