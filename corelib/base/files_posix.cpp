@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -172,6 +173,11 @@ bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS links) 
 }
 
 bool CanMakeFiles(const char* directory) {
+    // What packages have brought stays as it is, also when root runs the program: nobody would remove what it leaves.
+    const std::unique_ptr<char, decltype(&free)> whole(realpath(FILES::NativePath(directory).Text(), nullptr), &free);
+    if (whole && std::string_view(whole.get()).starts_with("/usr/") &&
+        !std::string_view(whole.get()).starts_with("/usr/local/"))
+        return false;
     // What the rights say is not all: the file system may be read-only.
     STRING inside;
     const DESCRIPTOR file(MakeTemporary(FILES::NativePath(directory) || "/try", inside));

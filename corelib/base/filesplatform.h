@@ -18,7 +18,7 @@ inline constexpr const char* TEMPORARY_END = ".tmp";
 [[nodiscard]] bool ReadBytes(const char* path, int most, std::string& content);
 /// Writes beside the file, flushes to the disk and renames over it; false, and the old file as it was, on failure.
 [[nodiscard]] bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS links);
-/// Whether files can be made in a directory.
+/// Whether files can be made in a directory; in those of the system, which packages fill, never.
 [[nodiscard]] bool CanMakeFiles(const char* directory);
 
 }  // namespace FILESPLATFORM

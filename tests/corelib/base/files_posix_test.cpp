@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "corelib/base/files.h"
+#include "corelib/base/filesplatform.h"
 #include "corelib/base/trace.h"
 #include "tests/support/sizelimit_posix.h"
 #include "tests/support/testsupport.h"
@@ -73,6 +74,15 @@ TEST(PosixFiles, TheModeIsKeptAndANewFileIsPrivate) {
     }
     EXPECT_FALSE(FILES::MakePrivate(dir.Path()));
     EXPECT_FALSE(FILES::MakePrivate(dir.File("missing").Text()));
+}
+
+// Root could write there; nothing would remove it with the package.
+TEST(PosixFiles, TheProgramLeavesNothingInTheFoldersOfPackages) {
+    TEMPDIR dir;
+    fs::create_symlink("/usr/lib", dir.Native("link"));
+    EXPECT_TRUE(FILESPLATFORM::CanMakeFiles(dir.Path()));
+    for (const STRING& folder : {STRING("\\usr\\lib"), dir.File("link")})
+        EXPECT_FALSE(FILESPLATFORM::CanMakeFiles(folder.Text())) << Std(folder);
 }
 
 TEST(PosixFiles, NoLogGoesThroughALink) {
