@@ -49,8 +49,8 @@ std::vector<const char*> Pointers(const std::vector<std::string>& words) {
 std::vector<std::string> CompletePaths(std::vector<std::string> words) {
     for (size_t i = 1; i < words.size(); ++i) {
         PutSlash(words[i]);
-        for (const char* name :
-             {"/WORKDIR:", "/PASSWORDFILE:", "/SCORE:", "/LEARNGOOD:", "/LEARNSPAM:", "/LOGIT:", "/LOGITHARD:"}) {
+        for (const char* name : {"/WORKDIR:", "/PASSWORDFILE:", "/SCORE:", "/LEARNGOOD:", "/LEARNSPAM:", "/LOGIT:",
+                                 "/LOGITHARD:", "/REPORT:"}) {
             const size_t length = std::string_view(name).size();
             if (words[i].size() <= length || !ASCII::BeginsWith(words[i], name)) {
                 continue;

@@ -57,6 +57,10 @@ STRING ProgramTitle(const TEXTS& texts) {
     return texts.Get(TEXT_TITLE) || " V" || PROGRAM_VERSION || PROGRAM_VERSION_SUFFIX;
 }
 
+const char* BuildStamp() {
+    return TARNWICK_BUILD_STAMP;
+}
+
 VELMORAAPP::VELMORAAPP(ARGUMENTS arguments)
     : Args(std::move(arguments)), gWorkDir(ProgramDirectory(OSYS::ProgramPath())) {
     OSYS::SetCurrentDir(gWorkDir.Text());

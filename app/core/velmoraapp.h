@@ -45,6 +45,8 @@ class VELMORAAPP {
 
 /// The language that the words ask for ("GER", "ENGL" or a number after /LANG:), else the user's.
 int LanguageFromArguments(const ARGUMENTS& arguments);
+/// Date and time of the build.
+const char* BuildStamp();
 /// The directory of the program file; in a development layout the one above its build folder.
 STRING ProgramDirectory(const STRING& programPath);
 /// What stands first in the title of the program's window: name and version.

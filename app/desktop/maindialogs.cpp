@@ -48,6 +48,7 @@ bool MAINWINDOW::DoDialogCommand(int command) {
         {COMMAND_SPAM_SETTINGS, [](MAINWINDOW& self) { self.EditSpam(true, true); }},
         {COMMAND_DATA_DIRECTORY, [](MAINWINDOW& self) { self.EditDataDir(); }},
         {COMMAND_TIP_OF_THE_DAY, [](MAINWINDOW& self) { self.ShowTip(); }},
+        {COMMAND_SAVE_REPORT, [](MAINWINDOW& self) { self.SaveReport(); }},
     };
     for (const auto& [number, dialog] : DIALOGS) {
         if (number != command)

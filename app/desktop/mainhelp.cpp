@@ -1,5 +1,6 @@
-// The main window's dealings with the help and the tip of the day.
+// The main window's dealings with the help, the tip of the day, and the report for whoever helps.
 #include "app/core/helppages.h"
+#include "app/core/report.h"
 #include "app/core/tarnwick.h"
 #include "app/core/tips.h"
 #include "app/core/velmoraapp.h"
@@ -68,4 +69,24 @@ void MAINWINDOW::ShowTip() {
     STRING text = App.Texts().Get(TEXT_NO_TIPS);
     text.Replace("$FILE", FILES::NativePath(TipsFile(App).Text()).Text());
     ShowError(hWnd, text, ProgramName());
+}
+
+void MAINWINDOW::SaveReport() {
+    const TEXTS& texts = App.Texts();
+    if (!::AskYesNo(hWnd, texts.Get(TEXT_REPORT_ASK), ProgramName()))
+        return;
+    constexpr int DOCUMENTS = 6;
+    STRING path = OSYS::FilePath(GetWin32SystemPath(DOCUMENTS).Text(), REPORT::FILE_NAME);
+    if (!FileDialog(hWnd, path, texts.Get(TEXT_REPORT_FILES), true))
+        return;
+    if (const STRING fault = REPORT::Save(*Application, App.Arguments(), path); fault.NotNull()) {
+        ShowError(hWnd, fault, ProgramName());
+        return;
+    }
+    STRING question = texts.Get(TEXT_REPORT_SAVED);
+    question.Replace("$FILE", path.Text());
+    STRING error;
+    const STRING argument = STRING("\"") || path || "\"";
+    if (::AskYesNo(hWnd, question, ProgramName()) && !Application->Programs().Start("notepad", argument, ".", error))
+        ShowError(hWnd, error, ProgramName());
 }

@@ -167,6 +167,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     // The tip of the day, by itself where that is wanted and in place, and on demand.
     void OfferTip();
     void ShowTip();
+    void SaveReport();
     void AddItem();
     void EditItem();
     void EditItem(STRINGARRAY& item);

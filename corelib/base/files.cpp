@@ -69,6 +69,14 @@ bool ReadHead(const char* path, int bytes, STRING& out) {
     return true;
 }
 
+bool ReadTail(const char* path, int bytes, STRING& out) {
+    std::string content;
+    if (!FILESPLATFORM::ReadLastBytes(path, bytes, content))
+        return false;
+    out = STRING(std::string_view(content));
+    return true;
+}
+
 bool ReadAll(const char* path, bool text, STRING& out) {
     if (!ReadHead(path, INT_MAX, out))
         return false;

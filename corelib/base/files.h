@@ -21,6 +21,8 @@ enum class LINKS { Follow, Replace };
 [[nodiscard]] bool ReadAll(const char* path, bool text, STRING& out);
 /// Reads no more than the first bytes of a file of any size, as they are; all if it has fewer.
 [[nodiscard]] bool ReadHead(const char* path, int bytes, STRING& out);
+/// Reads no more than the last bytes of a file of any size, also while it is being written; all if it has fewer.
+[[nodiscard]] bool ReadTail(const char* path, int bytes, STRING& out);
 /// Writes a file whole: beside the old one, flushed to the disk, renamed over it, so that a crash leaves the old or the
 /// new file and nothing between. text: "\n" becomes CR LF.
 [[nodiscard]] bool ReplaceAll(const char* path, std::string_view bytes, bool text);

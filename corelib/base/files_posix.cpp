@@ -128,10 +128,15 @@ bool FlushFolder(const char* folder) {
 
 namespace FILESPLATFORM {
 
-bool ReadBytes(const char* path, int most, std::string& content) {
+namespace {
+
+// From the beginning, or the last bytes.
+bool ReadPart(const char* path, int most, bool last, std::string& content) {
     DESCRIPTOR file(open(FILES::NativePath(path).Text(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status;
     if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    if (last && status.st_size > most && lseek(file.Get(), status.st_size - most, SEEK_SET) == -1)
         return false;
     char buffer[65536];
     for (;;) {
@@ -145,6 +150,16 @@ bool ReadBytes(const char* path, int most, std::string& content) {
             return true;
         content.append(buffer, static_cast<size_t>(got));
     }
+}
+
+}  // namespace
+
+bool ReadBytes(const char* path, int most, std::string& content) {
+    return ReadPart(path, most, false, content);
+}
+
+bool ReadLastBytes(const char* path, int most, std::string& content) {
+    return ReadPart(path, most, true, content);
 }
 
 bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS links) {

@@ -136,10 +136,10 @@ bool FlushFolder(const char* folder) {
 
 namespace FILESPLATFORM {
 
-bool ReadBytes(const char* path, int most, std::string& content) {
-    FILEHOLD file(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
-    if (!file.IsOpen())
-        return false;
+namespace {
+
+// From where the file stands.
+bool ReadOn(FILEHOLD& file, int most, std::string& content) {
     char buffer[65536];
     for (;;) {
         DWORD got = 0;
@@ -152,6 +152,22 @@ bool ReadBytes(const char* path, int most, std::string& content) {
             return false;
         content.append(buffer, got);
     }
+}
+
+}  // namespace
+
+bool ReadBytes(const char* path, int most, std::string& content) {
+    FILEHOLD file(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+    return file.IsOpen() && ReadOn(file, most, content);
+}
+
+bool ReadLastBytes(const char* path, int most, std::string& content) {
+    FILEHOLD file(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING);
+    LARGE_INTEGER size;
+    if (!file.IsOpen() || !GetFileSizeEx(file.Get(), &size))
+        return false;
+    size.QuadPart = std::max<LONGLONG>(size.QuadPart - most, 0);
+    return SetFilePointerEx(file.Get(), size, nullptr, FILE_BEGIN) && ReadOn(file, most, content);
 }
 
 bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS /*links*/) {

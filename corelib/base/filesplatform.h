@@ -16,6 +16,8 @@ inline constexpr const char* TEMPORARY_END = ".tmp";
 
 /// Appends the first bytes of a regular file to content, `most` of them or all; false if it cannot be read.
 [[nodiscard]] bool ReadBytes(const char* path, int most, std::string& content);
+/// The same with the last bytes, of a file that others may be writing.
+[[nodiscard]] bool ReadLastBytes(const char* path, int most, std::string& content);
 /// Writes beside the file, flushes to the disk and renames over it; false, and the old file as it was, on failure.
 [[nodiscard]] bool ReplaceBytes(const char* path, std::string_view bytes, FILES::LINKS links);
 /// Whether files can be made in a directory; in those of the system, which packages fill, never.

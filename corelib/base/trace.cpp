@@ -31,6 +31,7 @@ struct TRACESTATE {
     std::atomic<bool> Waits = false;  // for the data directory, to be opened there
     bool Hard = false;
     std::string Held;
+    STRING Name;     // of the open log
     STRING Refused;  // the name of a log that could not be opened
     std::atomic<bool> Debug = false;
     std::atomic<bool> NoAssert = false;
@@ -105,10 +106,11 @@ void OpenLog(const char* name, bool hard) {
     TRACESTATE& state = State();
     // Outside the mutex: a name of many bytes is traced itself when it becomes a STRING.
     const intptr_t log = TRACEPLATFORM::OpenLog(name, hard);
-    STRING refused = log == -1 ? STRING(name) : STRING();
+    STRING refused = log == -1 ? STRING(name) : STRING(), opened = log == -1 ? STRING() : STRING(name);
     std::lock_guard hold(state.Mutex);
     state.Log = log;
     state.Refused = std::move(refused);
+    state.Name = std::move(opened);
     state.LogActive = state.Log != -1;
 }
 
@@ -203,6 +205,12 @@ STRING SettleLog() {
             TRACEPLATFORM::WriteLog(state.Log, held.data(), static_cast<int>(held.size()));
     }
     return state.Refused;
+}
+
+STRING LogFile() {
+    TRACESTATE& state = State();
+    std::lock_guard hold(state.Mutex);
+    return state.Log == -1 ? STRING() : state.Name;
 }
 
 void SetApplicationName(const char* name) {

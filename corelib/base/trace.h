@@ -23,6 +23,9 @@ bool LogOption(const char* arg);
 /// written, null if all is well: none can be made, or what stands there is a link, through which none is written.
 STRING SettleLog();
 
+/// The file that the trace goes to; null if it goes to none.
+STRING LogFile();
+
 /// Name for the heads of assert.log and of the assertion box; initially "Velmora Application".
 void SetApplicationName(const char* name);
 /// 7 makes assertion texts German, all else English.

@@ -84,6 +84,8 @@ void RaiseThreadPriority();
 // The machine and the user.
 /// 0 not of the NT family (which every posix system is), 2 NT with major version 5, 1 any other NT.
 int GetOsType();
+/// The operating system with its version, for a person.
+STRING SystemName();
 /// The machine's name, or "<N/A>".
 STRING ComputerName();
 /// The value of an environment variable; null if it is not set.

@@ -8,6 +8,7 @@
 #include <locale.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/utsname.h>
 #include <time.h>
 #include <unistd.h>
 #include <utility>
@@ -211,6 +212,22 @@ STRING ProgramConfigDirectory() {
 
 STRING Environment(const char* name) {
     return getenv(name);
+}
+
+STRING SystemName() {
+    struct utsname about;
+    STRING name =
+        uname(&about) == 0 ? STRING(about.sysname) || " " || about.release || " " || about.machine : STRING("?");
+    STRING file;
+    constexpr int MOST = 8192;
+    if (!FILES::ReadHead("\\etc\\os-release", MOST, file))
+        return name;
+    for (std::string_view rest = file.View(); !rest.empty();) {
+        std::string_view line = ASCII::Take(rest, '\n');
+        if (ASCII::Take(line, '=') == "PRETTY_NAME")
+            name = name || ", " || STRING(ASCII::Trim(line, "\"'"));
+    }
+    return name;
 }
 
 STRING ComputerName() {

@@ -146,6 +146,21 @@ int GetOsType() {
     return (version & 0xFF) == 5 ? 2 : 1;
 }
 
+STRING SystemName() {
+    // The version that programs are told by other ways is the one that their manifest asks for.
+    OSVERSIONINFOW version{};
+    version.dwOSVersionInfoSize = sizeof version;
+    using QUESTION = LONG(WINAPI*)(OSVERSIONINFOW*);
+    const HMODULE library = GetModuleHandleW(L"ntdll.dll");
+    const auto ask = reinterpret_cast<QUESTION>(
+        reinterpret_cast<void*>(library ? GetProcAddress(library, "RtlGetVersion") : nullptr));
+    if (!ask || ask(&version) != 0)
+        return "Windows";
+    STRING name;
+    name.Format("Windows %lu.%lu.%lu", version.dwMajorVersion, version.dwMinorVersion, version.dwBuildNumber);
+    return name;
+}
+
 STRING Environment(const char* name) {
     const std::wstring wide = WidePath(name);
     const std::wstring value = GrownText(

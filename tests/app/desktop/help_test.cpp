@@ -7,6 +7,7 @@
 #include "app/core/datadir.h"
 #include "app/desktop/inbox.h"
 #include "app/desktop/trashcan.h"
+#include "corelib/base/widepath.h"
 #include "corelib/system/registry.h"
 
 namespace {
@@ -131,6 +132,36 @@ TEST_F(Help, WelcomesOnceTheWindowIsThere) {
     EXPECT_EQ(Opened(), "");
     Window->Started();
     EXPECT_EQ(Opened(), "2803");
+}
+
+// A question, the name of the file, and another question, one after the other.
+TEST_F(Help, SavesAReportAndShowsIt) {
+    Open(TWO_ITEMS);
+    const TEMPDIR folder;
+    const STRING file = folder.File("report \xc3\x9c.txt");
+    std::vector<std::string> said;
+    HWND last = Window->hWnd;
+    std::function<void()> answer = [&] {
+        const HWND front = GetActiveWindow();
+        if (!front || front == last || front == Window->hWnd) {
+            Later(answer);
+            return;
+        }
+        last = front;
+        said.push_back(Std(WINDOW(GetDlgItem(front, MESSAGE_TEXT)).Title()).substr(0, 18));
+        if (said.size() < 3)
+            Later(answer);
+        if (said.size() == 2) {
+            constexpr int OLD_NAME = 0x480, NEW_NAME = 0x47C;
+            SetDlgItemTextW(front, GetDlgItem(front, NEW_NAME) ? NEW_NAME : OLD_NAME, WidePath(file.Text()).c_str());
+        }
+        SendMessageW(front, WM_COMMAND, said.size() == 2 ? IDOK : IDYES, 0);
+    };
+    Later(answer);
+    Command(COMMAND_SAVE_REPORT);
+    EXPECT_EQ(said, (std::vector<std::string>{"A report is for wh", "", "The report is in t"}));
+    EXPECT_EQ(Browser.Take(), "notepad,\"" + Std(file) + "\",.");
+    EXPECT_EQ(ReadBytes(file).find("--- Tarnwick: report ---\r\n"), 0u);
 }
 
 /// The window over tips that come by themselves, none of which was shown today.
