@@ -28,7 +28,7 @@ want_server_packages() {
         echo "This machine has a Dovecot of its own, which is left as it is; the tests that need servers are left out." >&2
         return 1
     fi
-    want_packages dovecot-pop3d dovecot-imapd mailutils-imap4d dnsmasq-base nginx
+    want_packages dovecot-pop3d dovecot-imapd mailutils-imap4d dnsmasq-base nginx dbus-daemon
     if ! has_package postfix && dpkg-query -W -f='${db:Status-Status} ${Provides}\n' 2>/dev/null |
         grep -q '^installed .*mail-transport-agent'; then
         echo "This machine has another mail server than Postfix; the tests that need Postfix are skipped." >&2

@@ -217,12 +217,42 @@ bool CONSOLEFRONTEND::TakeDueTimer(int timer, bool once) {
 }
 
 bool CONSOLEFRONTEND::NewMail(STRINGARRAY& item, const CHECKREPORT& report) {
+    Notify(item, report);
     // On a terminal the popup has told it.
     if (Terminal && report.PopupShown)
         return false;
     PrintRaw(Safe(item.Get("Name")) + ": " + Safe(report.Status) + Safe(report.NewText) + "\n" +
              MailLines(report.Records, report.NewMails, MailSize));
     return false;
+}
+
+void CONSOLEFRONTEND::Notify(const STRINGARRAY& item, const CHECKREPORT& report) {
+    constexpr size_t SHOWN_MOST = 5;
+    constexpr int LINE_CHARACTERS = 100;
+    const size_t count = report.NewMails.size();
+    if (!Notices || count == 0)
+        return;
+    std::string body;
+    for (size_t i = 0; i < std::min(count, SHOWN_MOST); ++i) {
+        const std::string line = MailLine(report.Records[report.NewMails[i]], "", 0);
+        body += std::string(DISPLAYTEXT::FirstCharacters(ASCII::TrimLeft(line, " "), LINE_CHARACTERS)) + "\n";
+    }
+    if (count > SHOWN_MOST)
+        body += ConsoleText(*Texts, CTEXT_MORE, std::to_string(count - SHOWN_MOST));
+    const std::string mails = count == 1 ? ConsoleText(*Texts, CTEXT_NOTICE_ONE)
+                                         : ConsoleText(*Texts, CTEXT_NOTICE_MANY, std::to_string(count));
+    Notices->Show(item.GetNumber("@Handle"), (Safe(item.Get("Name")) + ": " + mails).c_str(),
+                  std::string(ASCII::TrimRight(body, "\n")).c_str());
+}
+
+void CONSOLEFRONTEND::TellNoticeTrouble(bool finish) {
+    if (!Notices)
+        return;
+    if (finish)
+        Notices->Finish();
+    const STRING trouble = Notices->TakeTrouble();
+    if (trouble.Length() > 0 && !std::exchange(NoticeTroubleTold, true))
+        PrintError(ConsoleText(*Texts, CTEXT_NOTIFY_TROUBLE, Safe(trouble)));
 }
 
 std::string CONSOLEFRONTEND::MailLines(const RECORDARRAY& records, const std::vector<int>& indexes,

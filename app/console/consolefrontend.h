@@ -4,6 +4,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
@@ -14,6 +15,7 @@
 #include "app/common/texts.h"
 #include "app/console/alertview.h"
 #include "corelib/base/locks.h"
+#include "corelib/system/desktopnotice.h"
 
 class TARNWICK;
 
@@ -54,6 +56,11 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     /// A question is open, which the next line of input answers.
     bool IsAsking() const { return Asking; }
 
+    /// From now on new mail is told by the desktop's notifications, too.
+    void BeginNotices() { Notices = std::make_unique<DESKTOPNOTICE>(); }
+    /// Tells the user, once, if that does not work. finish: first waits a moment for those that are under way.
+    void TellNoticeTrouble(bool finish);
+
     // FRONTEND
     void PostAlert(const ALERTREQUEST& request) override;
     void PlaySoundFile(const STRING& file) override;
@@ -77,6 +84,7 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     /// A line for each of the first mails, with how many more there are.
     std::string MailLines(const RECORDARRAY& records, const std::vector<int>& indexes,
                           const std::function<std::string(const STRINGARRAY&)>& detail) const;
+    void Notify(const STRINGARRAY& item, const CHECKREPORT& report);
     void ClearProgress();
     std::string ItemName(int handle) const;
 
@@ -90,6 +98,8 @@ class CONSOLEFRONTEND : public FRONTEND, public NOTIFIER {
     EVENTSEM Quit{false};
     std::mutex Lock;
     bool ProgressShown = false;
+    std::unique_ptr<DESKTOPNOTICE> Notices;  // null: none are wanted
+    bool NoticeTroubleTold = false;
     bool TrashTold = false;  // where copies lie; whichever thread makes the checks
     struct TIMER {
         int64_t Due;  // seconds, by the clock

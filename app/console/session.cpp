@@ -21,6 +21,7 @@
 #include "app/console/trash.h"
 #include "app/core/commands.h"
 #include "app/core/helppages.h"
+#include "app/core/report.h"
 #include "app/core/settings.h"
 #include "app/core/tarnwick.h"
 #include "app/core/velmoraapp.h"
@@ -87,6 +88,8 @@ class SESSION {
     std::optional<int> ChangeAccounts(TARNWICK& application);
     std::optional<int> UseTrash(TARNWICK& application);
     std::optional<int> Learn(TARNWICK& application);
+    int SaveReport(TARNWICK& application, const STRING& path);
+    void BeginNotices(const TARNWICK& application);
     int CheckOnce(TARNWICK& application);
     int Watch(TARNWICK& application);
     void StartPostedPrograms(COMMANDS& commands);
@@ -154,7 +157,28 @@ void SESSION::PrintHelp() {
     FrontEnd.PrintRaw(help);
 }
 
+int SESSION::SaveReport(TARNWICK& application, const STRING& path) {
+    if (const STRING fault = REPORT::Save(application, App.Arguments(), path); fault.NotNull())
+        return Refuse(DISPLAYTEXT::Safe(fault.View()));
+    FrontEnd.Print(Text(CTEXT_REPORT_SAVED, DISPLAYTEXT::Path(path)));
+    return EXIT_GOOD;
+}
+
+void SESSION::BeginNotices(const TARNWICK& application) {
+    if (!Has("NOTIFY") && application.pState.GetNumber("DesktopNotify") == 0)
+        return;
+    if (DESKTOPNOTICE::IsOfThisPlatform())
+        FrontEnd.BeginNotices();
+    else if (Has("NOTIFY"))
+        FrontEnd.PrintError(Text(CTEXT_NOTIFY_NOT_HERE));
+}
+
 int SESSION::RunApplication(TARNWICK& application) {
+    // With a check it tells of that check, too.
+    const STRING report = App.Arguments().GetArgValue("REPORT", 0);
+    const bool once = Has("ONCE") || !Values("SHOW").empty();
+    if (report.NotNull() && !once)
+        return SaveReport(application, report);
     if (const std::optional<int> code = ChangeAccounts(application))
         return *code;
     if (const std::optional<int> code = UseTrash(application))
@@ -184,7 +208,12 @@ int SESSION::RunApplication(TARNWICK& application) {
         suspended = suspended && application.Items[i].GetNumber("UpdateSuspended") != 0;
     if (suspended)
         FrontEnd.PrintError(Text(CTEXT_ALL_SUSPENDED, DISPLAYTEXT::Path(application.DataDir())));
-    return Has("ONCE") || !Values("SHOW").empty() ? CheckOnce(application) : Watch(application);
+    BeginNotices(application);
+    if (!once)
+        return Watch(application);
+    const int code = CheckOnce(application);
+    const int saved = report.NotNull() ? SaveReport(application, report) : EXIT_GOOD;
+    return saved == EXIT_GOOD ? code : saved;
 }
 
 std::vector<STRING> SESSION::Values(const char* name) const {
@@ -275,6 +304,7 @@ int SESSION::CheckOnce(TARNWICK& application) {
             StartPostedPrograms(commands);
         }
     }
+    FrontEnd.TellNoticeTrouble(true);
     PrintMails(application);
     for (const STRING& number : Values("SHOW")) {
         if (!PrintMail(application, number) && !StopAsked)
@@ -311,12 +341,14 @@ int SESSION::Watch(TARNWICK& application) {
         if (FrontEnd.TakeDueTimer(TIMER_LATER, true))
             commands.DoCommand(COMMAND_TRAY_SHOW_LAST_POPUP, {});
         StartPostedPrograms(commands);
+        FrontEnd.TellNoticeTrouble(false);
     }
     FrontEnd.Print(Text(CTEXT_ENDING));
     application.Stop();
     FrontEnd.WaitForQuit(WAIT_FOREVER);
     StartPostedPrograms(commands);
     FrontEnd.StopBlinking();
+    FrontEnd.TellNoticeTrouble(true);
     PrintMails(application);
     return EXIT_GOOD;
 }

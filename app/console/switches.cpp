@@ -12,7 +12,7 @@ namespace {
 constexpr SWITCH WATCHING[] = {
     {"CHECK", "check", nullptr, CTEXT_HELP_CHECK}, {"ONCE", "once", nullptr, CTEXT_HELP_ONCE},
     {"INBOX", "inbox", nullptr, CTEXT_HELP_INBOX}, {"LISTING", "listing", nullptr, CTEXT_HELP_LISTING},
-    {"DEMO", "demo", nullptr, CTEXT_HELP_DEMO},
+    {"DEMO", "demo", nullptr, CTEXT_HELP_DEMO},    {"NOTIFY", "notify", nullptr, CTEXT_HELP_NOTIFY},
 };
 constexpr SWITCH ACCOUNTS[] = {
     {"ADD", "add", "imaps://USER@HOST", CTEXT_HELP_ADD},
@@ -47,6 +47,7 @@ constexpr SWITCH TRACES[] = {
     {"LOGDEBUG", "log-debug", nullptr, CTEXT_HELP_LOGDEBUG},
     {"LOG", "log-level", "LEVEL", CTEXT_HELP_LOG},
     {"NOASSERT", "no-assert", nullptr, CTEXT_HELP_NOASSERT},
+    {"REPORT", "report", "FILE", CTEXT_HELP_REPORT},
 };
 constexpr SWITCH DESKTOP[] = {
     {"MIN", "min", nullptr, CTEXT_HELP_MIN},

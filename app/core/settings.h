@@ -74,6 +74,7 @@ inline constexpr SETTING SETTINGS[] = {
     {"EmailDoProgram", "0"},
     {"EmailDoConfirmProgram", "1"},
     {"EmailDoPopup", "1"},
+    {"DesktopNotify", "0"},
     {"EmailDoBlink", "1"},
     {"EmailDoScrollBlink", "0"},
     {"EmailTaskbarUnread", "1"},

@@ -443,6 +443,32 @@ TEST(Program, RefusesInOneLine) {
     EXPECT_EQ(ReadBytes(program.DataDir() || "\\accounts.ini"), "");
 }
 
+TEST(Program, SavesAReportOfACheck) {
+    PROGRAMRUN program;
+    const ACCOUNT account(program, ADDED);
+    const std::string report = "/REPORT:" + Std(program.File("report.txt")), log = "/LOGIT:" + Std(program.File("log"));
+    const auto run = program.Run({"/ONCE", log, "/LOG:15", report}, EXIT_GOOD);
+    EXPECT_PRED2(Contains, run.Out, "read it before you send it");
+    const std::string text = ReadBytes(program.File("report.txt"));
+    EXPECT_PRED2(Contains, text, ": POP3, server 127.0.0.1:");
+    EXPECT_PRED2(Contains, text, "TCP::WriteCommand STAT returned +OK 1 ");
+    for (const char* word : {"joe", "secret word", "example.org", "first"})
+        EXPECT_FALSE(Contains(text, word)) << word << "\n" << text;
+    WriteBytes(program.File("report.txt"), "a letter");
+    EXPECT_PRED2(Contains, program.Run({report}, EXIT_NO_START).Err, "choose another name");
+}
+
+TEST(Program, ChecksWithoutADesktop) {
+    PROGRAMRUN program;
+    const ACCOUNT account(program, ADDED);
+    putenv(const_cast<char*>("DBUS_SESSION_BUS_ADDRESS=unix:path=/nowhere/bus"));
+    const auto run = program.Run({"/ONCE", "/NOTIFY"}, EXIT_GOOD);
+    EXPECT_PRED2(Contains, run.Out, "1 mail (1 new)");
+    EXPECT_PRED2(Contains, run.Err,
+                 PROGRAMRUN::HasSignals() ? "cannot be told by the desktop's notifications: " : "is for other systems");
+    EXPECT_EQ(CountLines(run.Err), 1) << run.Err;
+}
+
 TEST(Program, ListsItsSwitches) {
     PROGRAMRUN program;
     for (const char* language : {"/LANG:GER", "/LANG:ENGL"}) {

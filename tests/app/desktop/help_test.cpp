@@ -159,7 +159,7 @@ TEST_F(Help, SavesAReportAndShowsIt) {
     };
     Later(answer);
     Command(COMMAND_SAVE_REPORT);
-    EXPECT_EQ(said, (std::vector<std::string>{"A report is for wh", "", "The report is in t"}));
+    EXPECT_EQ(said, (std::vector<std::string>{"A report holds ver", "", "The report is in t"}));
     EXPECT_EQ(Browser.Take(), "notepad,\"" + Std(file) + "\",.");
     EXPECT_EQ(ReadBytes(file).find("--- Tarnwick: report ---\r\n"), 0u);
 }
