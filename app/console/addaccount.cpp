@@ -15,6 +15,7 @@
 #include "app/mailbox/mailhandling.h"
 #include "corelib/base/ascii.h"
 #include "corelib/base/utf8.h"
+#include "corelib/base/wipe.h"
 #include "corelib/net/mxlookup.h"
 
 namespace {
@@ -101,7 +102,9 @@ STRING AskPassword(const TEXTS& texts, const std::string& account) {
         TERMINAL::WriteError(ConsoleText(texts, CTEXT_PASSWORD, account));
     std::string line;
     TERMINAL::ReadLine(line, true);
-    return STRING(std::string_view(line));
+    STRING password = Secret(STRING(line));
+    Wipe(line);
+    return password;
 }
 
 bool ReadsFolder(const STRINGARRAY& item, const STRING& folder) {
@@ -303,7 +306,7 @@ int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vec
         if (fault != ADDRESSFAULT::None)
             return refuse(FaultText(fault), DISPLAYTEXT::Safe(addresses[i].View()));
     }
-    STRING passwords;
+    STRING passwords = Secret("");
     const bool fromFile = passwordFile.Length() > 0;
     if (fromFile && !passwords.Load(passwordFile.Text(), "r"))
         return refuse(CTEXT_PASSWORD_FILE, DISPLAYTEXT::Path(passwordFile));

@@ -4,11 +4,12 @@
 
 #include "app/mailbox/account.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/wipe.h"
 #include "corelib/system/sealing.h"
 
 STOREDPASSWORDS::~STOREDPASSWORDS() {
     for (auto& [sealed, password] : Opened)
-        SEALING::Wipe(password);
+        Wipe(password);
 }
 
 void STOREDPASSWORDS::Open(STRINGARRAY& record, const char* key) {
@@ -22,10 +23,11 @@ void STOREDPASSWORDS::Open(STRINGARRAY& record, const char* key) {
         Trace("STOREDPASSWORDS::Open %s: %s\n", key, trouble.Text());
         return;
     }
-    STRING password{std::string_view(text)};
-    password.SetFlags(record.Get(key).GetFlags());
+    STRING password = Secret(STRING(text));
+    password.SetFlags(password.GetFlags() | record.Get(key).GetFlags());
     record.Set(key, std::move(password));
-    Opened[std::string(sealed.View())] = std::move(text);
+    Opened[std::string(sealed.View())] = text;
+    Wipe(text);
 }
 
 STRINGARRAY STOREDPASSWORDS::ForFile(STRINGARRAY& record, const char* key, bool sealed) {

@@ -1,10 +1,12 @@
 #include "app/mailbox/account.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
 #include "corelib/base/ascii.h"
 #include "corelib/base/codepage.h"
+#include "corelib/base/wipe.h"
 
 STRING MAILADDRESS::Host() const {
     const char* domain = KindOf(Type).Domain;
@@ -30,7 +32,7 @@ MAILADDRESS Address(const STRINGARRAY& item) {
 }
 
 STRING Password(const STRINGARRAY& item) {
-    return item.Get(PASSWORD_KEY);
+    return Secret(item.Get(PASSWORD_KEY));
 }
 
 bool IsPasswordLocked(const STRINGARRAY& record, const char* key) {
@@ -48,7 +50,7 @@ void SetAddress(STRINGARRAY& item, const MAILADDRESS& address, const STRING& pas
 }
 
 void SetPassword(STRINGARRAY& item, STRING password) {
-    password = CODEPAGE::ToUtf8(password);
+    password = CODEPAGE::ToUtf8(Secret(std::move(password)));
     password.SetFlags(password.GetFlags() | STRINGFLAG_BINARY);
     // One that nobody could open stays until there is another.
     if (password.Length() > 0 || (item.Exists(PASSWORD_KEY) && Password(item).Length() > 0))
@@ -114,11 +116,11 @@ void SetCounts(STRINGARRAY& item, const MAILCOUNTS& counts) {
 }
 
 STRING Printable(const STRING& text) {
-    std::string result;
-    for (char c : text.View())
-        if (static_cast<unsigned char>(c) >= ' ' && c != '\x7f')
-            result += c;
-    return STRING(std::string_view(result));
+    STRING result = text.NotNull() ? text : STRING("");
+    char* const end = std::remove_if(result.Data(), result.Data() + result.Length(),
+                                     [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; });
+    result.Truncate(static_cast<int>(end - result.Data()));
+    return result;
 }
 
 }  // namespace MAILACCOUNT

@@ -8,6 +8,7 @@
 #include "app/mailbox/listing.h"
 #include "corelib/base/files.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/wipe.h"
 #include "corelib/net/httptext.h"
 
 namespace {
@@ -72,7 +73,7 @@ int MetaRefresh(WEBSESSION& session, STRING& page) {
 /// Logs in and goes on to the inbox page. The status number of the way to the inbox; 200 is a page, which may be
 /// another one than the inbox. `page` is where it ended, or a text whose word 1 is a number.
 int LogIn(WEBSESSION& session, const MAILBOXCALL& call, STRING& page) {
-    STRING login = LOGIN_DOC;
+    STRING login = Secret(LOGIN_DOC);
     login.Replace("$(USER)", call.User.Text());
     login.Replace("$(PASS)", call.Password.Text());
     const STRING scheme = call.Security.Kind == SECURITY_NONE ? "" : "https://";

@@ -15,6 +15,7 @@
 #include "corelib/base/codepage.h"
 #include "corelib/base/trace.h"
 #include "corelib/base/utf8.h"
+#include "corelib/base/wipe.h"
 #include "corelib/net/tcpline.h"
 
 // No header of the program shows it: the tests alone write there (tests/support/times.h).
@@ -35,13 +36,14 @@ constexpr const char* HUNG_UP = "Remote disconnected";
 
 // In quotes, with a backslash in front of the bytes in `escaped`.
 STRING Quoted(std::string_view text, std::string_view escaped) {
-    std::string result = "\"";
-    for (char c : text) {
+    STRING result = Secret("\"");  // it may be one
+    for (const char& c : text) {
         if (escaped.find(c) != escaped.npos)
-            result += '\\';
-        result += c;
+            result.AppendBytes("\\", 1);
+        result.AppendBytes(&c, 1);
     }
-    return STRING(std::string_view(result += '"'));
+    result.AppendBytes("\"", 1);
+    return result;
 }
 
 // Letters outside ASCII stay as they are, and servers take them in quotes only.
@@ -54,14 +56,17 @@ STRING LoginName(const STRING& user) {
 // As an argument of LOGIN that the server takes in whatever bytes it holds. `secret` gets a piece more for each time
 // that the server has to ask for it.
 void AppendArgument(IMAPCONVERSATION::SECRET& secret, const STRING& text, bool unasked) {
-    const auto last = [&]() -> std::string& { return secret.Answers.empty() ? secret.AtOnce : secret.Answers.back(); };
+    const auto last = [&]() -> STRING& { return secret.Answers.empty() ? secret.AtOnce : secret.Answers.back(); };
     const std::string_view bytes = text.View();
     if (std::ranges::all_of(bytes, [](char c) { return c >= ' ' && c < '\x7f'; })) {
-        last().append(" ").append(Quoted(bytes, "\"\\").View());
+        last() += STRING(" ") || Quoted(bytes, "\"\\");
         return;
     }
-    last() += " {" + std::to_string(bytes.size()) + (unasked ? "+}\r\n" : "}");
-    unasked ? last().append(bytes) : secret.Answers.emplace_back(bytes);
+    last().AppendBytes(" {" + std::to_string(bytes.size()) + (unasked ? "+}\r\n" : "}"));
+    if (unasked)
+        last().AppendBytes(bytes);
+    else
+        secret.Answers.push_back(Secret(text));
 }
 
 STRING LoginPassword(const STRING& password) {
@@ -153,7 +158,7 @@ bool IMAPCONVERSATION::LogInAsOfOld(const STRING& password) {
     // What the server can do may be more once somebody has logged on.
     CapabilityKnown = Has("UIDPLUS");
     SECRET secret;
-    secret.AtOnce = (STRING(" ") || LoginName(Call.User) || " " || LoginPassword(password)).View();
+    secret.AtOnce = STRING(" ") || LoginName(Call.User) || " " || LoginPassword(password);
     return Ask("LOGIN", [this](std::string_view line) { LearnCapability(line); }, secret);
 }
 
@@ -175,13 +180,13 @@ bool IMAPCONVERSATION::LogInByBestWay(const STRING& password) {
 }
 
 bool IMAPCONVERSATION::LogInBy(LOGIN::MECHANISM mechanism, const STRING& password) {
-    SECRET secret;
+    SECRET secret{Secret(""), {}};
     STRING command("LOGIN");
     if (mechanism != LOGIN::MECHANISM::NONE) {
         command = STRING("AUTHENTICATE ") || LOGIN::Name(mechanism);
         secret.Answers = LOGIN::Answers(mechanism, Call.User, password);
         if (secret.Answers.size() == 1 && Has("SASL-IR")) {
-            secret.AtOnce = " " + secret.Answers[0];
+            secret.AtOnce = STRING(" ") || secret.Answers[0];
             secret.Answers.clear();
         }
     } else {
@@ -210,22 +215,22 @@ bool IMAPCONVERSATION::LogInBy(LOGIN::MECHANISM mechanism, const STRING& passwor
 }
 
 bool IMAPCONVERSATION::Ask(const STRING& command, const LISTENER& hear, const SECRET& secret) {
-    const uint32_t number = Send(command, secret.AtOnce);
+    const uint32_t number = Send(command, secret.AtOnce.View());
     Begin();
     const bool whole = ReadLine();
-    const bool isSecret = !secret.AtOnce.empty() || !secret.Answers.empty();
+    const bool isSecret = secret.AtOnce.Length() > 0 || !secret.Answers.empty();
     Trace("TCP::WriteCommand %s%s returned %s\n", TagOf(number).c_str(), command.Text(),
           isSecret ? "..." : Line.c_str());
     auto answer = secret.Answers.begin();
     return HearOut(whole, number, [&](std::string_view line) {
         if (answer != secret.Answers.end() && line.starts_with('+'))
-            TCP::WriteSecret(Device, "", *answer++);
+            TCP::WriteSecret(Device, "", (answer++)->View());
         else if (hear)
             hear(line);
     });
 }
 
-uint32_t IMAPCONVERSATION::Send(const STRING& command, const std::string& secret) {
+uint32_t IMAPCONVERSATION::Send(const STRING& command, std::string_view secret) {
     const STRING line = STRING(TagOf(NextTag).c_str()) || command;
     if (secret.empty())
         TCP::WriteCommand(Device, line.Text(), nullptr, 0, 0);

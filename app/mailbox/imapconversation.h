@@ -28,15 +28,15 @@ class IMAPCONVERSATION {
 
     /// What goes with a command, and into no trace: directly after it, and at each "+" of the server.
     struct SECRET {
-        std::string AtOnce;
-        std::vector<std::string> Answers;
+        STRING AtOnce;
+        std::vector<STRING> Answers;
     };
     /// Sends a command with the next tag in front, and hears its reply up to the line with that tag; true if the server
     /// agrees. While the bytes of a literal pass, none of them is taken for anything else.
     bool Ask(const STRING& command, const LISTENER& hear = {}, const SECRET& secret = {});
     /// The same in two steps, of which the second may come after the first of other commands. The number of the command
     /// that is sent goes to Hear; what is said to commands that are heard later is heard by then, too.
-    uint32_t Send(const STRING& command, const std::string& secret = {});
+    uint32_t Send(const STRING& command, std::string_view secret = {});
     bool Hear(uint32_t command, const LISTENER& hear = {});
     /// True if the last reply came to its end, whatever it said.
     bool IsAnswered() const { return Answered; }

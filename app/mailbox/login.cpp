@@ -3,18 +3,11 @@
 #include <algorithm>
 
 #include "corelib/base/ascii.h"
+#include "corelib/base/wipe.h"
 #include "corelib/net/md5.h"
 #include "corelib/net/tcpline.h"
 
 namespace LOGIN {
-
-namespace {
-
-std::string Base64(std::string_view bytes) {
-    return std::string(STRING(bytes).ToBase64().View());
-}
-
-}  // namespace
 
 MECHANISM Best(std::string_view words, std::string_view prefix) {
     for (const MECHANISM mechanism : {MECHANISM::PLAIN, MECHANISM::LOGIN})
@@ -27,16 +20,19 @@ const char* Name(MECHANISM mechanism) {
     return mechanism == MECHANISM::PLAIN ? "PLAIN" : mechanism == MECHANISM::LOGIN ? "LOGIN" : "";
 }
 
-std::vector<std::string> Answers(MECHANISM mechanism, const STRING& user, const STRING& password) {
+std::vector<STRING> Answers(MECHANISM mechanism, const STRING& user, const STRING& password) {
+    const STRING plain = Secret(password);
     if (mechanism == MECHANISM::LOGIN)
-        return {Base64(user.View()), Base64(password.View())};
-    std::string message(1, '\0');
-    message.append(user.View()).append(1, '\0').append(password.View());
-    return {Base64(message)};
+        return {user.ToBase64(), plain.ToBase64()};
+    STRING message = Secret(STRING(std::string_view("", 1)));
+    message.AppendBytes(user.View());
+    message.AppendBytes("", 1);
+    message += plain;
+    return {message.ToBase64()};
 }
 
 STRING WithoutPassword(const STRING& said, const STRING& user, const STRING& password) {
-    std::vector<std::string> secrets{std::string(password.View())};
+    std::vector<STRING> secrets{Secret(password)};
     for (const MECHANISM mechanism : {MECHANISM::PLAIN, MECHANISM::LOGIN})
         secrets.push_back(Answers(mechanism, user, password).back());
     return TCP::WithoutSecrets(said, secrets);
@@ -51,7 +47,9 @@ std::string_view TimeStamp(std::string_view greeting) {
 }
 
 std::string ApopDigest(std::string_view timeStamp, const STRING& password) {
-    return Md5Hex(std::string(timeStamp).append(password.View()));
+    STRING text = Secret(STRING(timeStamp));
+    text += password;
+    return Md5Hex(text.View());
 }
 
 bool HoldsWord(std::string_view words, std::string_view word) {

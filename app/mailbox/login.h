@@ -15,7 +15,7 @@ enum class MECHANISM { NONE, PLAIN, LOGIN };
 MECHANISM Best(std::string_view words, std::string_view prefix = {});
 const char* Name(MECHANISM mechanism);
 /// What the client says, in Base64, a piece for each time that it is the client's turn (RFC 4616).
-std::vector<std::string> Answers(MECHANISM mechanism, const STRING& user, const STRING& password);
+std::vector<STRING> Answers(MECHANISM mechanism, const STRING& user, const STRING& password);
 
 /// What a server has said to a login, without the password that some repeat, in whatever form they were given it.
 STRING WithoutPassword(const STRING& said, const STRING& user, const STRING& password);

@@ -25,7 +25,7 @@ constexpr const char* BAD_UIDL = "999 UIDL result error";
 constexpr const char* NO_CAPA_END = "999 CAPA reply without end";
 
 constexpr int MOST_CAPABILITIES = 200;
-constexpr size_t MOST_COMMAND_BYTES = 255;  // RFC 2449
+constexpr int MOST_COMMAND_BYTES = 255;  // RFC 2449
 
 STRING Join(const char* word, std::string_view argument) {
     STRING command = word;
@@ -209,15 +209,14 @@ bool TALK::Authenticate(const STRING& user, const STRING& password) {
 }
 
 bool TALK::UseSasl(const STRING& user, const STRING& password) {
-    const std::vector<std::string> answers = LOGIN::Answers(Mechanism, user, password);
+    const std::vector<STRING> answers = LOGIN::Answers(Mechanism, user, password);
     const STRING command = Join("AUTH ", LOGIN::Name(Mechanism));
     // One answer can go at once, if the line does not get too long.
-    const bool atOnce =
-        answers.size() == 1 && answers[0].size() + static_cast<size_t>(command.Length()) < MOST_COMMAND_BYTES;
-    bool good = atOnce ? Ask(command || " ", answers[0]) : Ask(command);
+    const bool atOnce = answers.size() == 1 && answers[0].Length() + command.Length() < MOST_COMMAND_BYTES;
+    bool good = atOnce ? Ask(command || " ", answers[0].View()) : Ask(command);
     // A server that does not know of that asks for it all the same.
-    for (const std::string& answer : answers)
-        good = good || (!Fault && Reply[0] == '+' && Ask("", answer));
+    for (const STRING& answer : answers)
+        good = good || (!Fault && Reply[0] == '+' && Ask("", answer.View()));
     return good;
 }
 

@@ -8,6 +8,7 @@
 #include "corelib/base/files.h"
 #include "corelib/base/headerblock.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/wipe.h"
 #include "corelib/net/webget.h"
 
 WEBLIMITS WebLimits;
@@ -124,7 +125,7 @@ class WEBSESSION::CLIENT : public WEBGET {
  public:
     explicit CLIENT(WEBSESSION& session) : WEBGET(nullptr, nullptr) {
         SetStopQuestion(session.StopAsked);
-        SetProxy(session.Settings.GetNumber("DoHttpProxy") != 0, session.Settings.Get("HttpProxy"));
+        SetProxy(session.Settings.GetNumber("DoHttpProxy") != 0, Secret(session.Settings.Get("HttpProxy")));
     }
 };
 
@@ -194,7 +195,7 @@ int WEBSESSION::WebPost(const STRING& url, const STRING& body, const STRING& use
     const STRING cookies = CookieHeader(Cookies, PresentHost);
     if (cookies.Length() > 0)
         client.AddLine(cookies);
-    STRING form = body;
+    STRING form = Secret(body);
     form.Replace("$(USER)", user.Text());
     form.Replace("$(PASS)", password.Text());
     client.Post(PresentHost.Text(), PresentDoc.Text(), result, form);

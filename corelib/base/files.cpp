@@ -9,6 +9,7 @@
 
 #include "corelib/base/ascii.h"
 #include "corelib/base/filesplatform.h"
+#include "corelib/base/wipe.h"
 
 namespace FILES {
 
@@ -65,7 +66,10 @@ bool ReadHead(const char* path, int bytes, STRING& out) {
     std::string content;
     if (!FILESPLATFORM::ReadBytes(path, bytes, content))
         return false;
-    out = STRING(std::string_view(content));
+    const bool isSecret = (out.GetFlags() & STRINGFLAG_SECRET) != 0;
+    out = isSecret ? Secret(STRING(content)) : STRING(content);
+    if (isSecret)
+        Wipe(content);
     return true;
 }
 

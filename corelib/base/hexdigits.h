@@ -21,6 +21,7 @@ inline std::string ToHex(std::string_view bytes) {
 /// In any case; empty for anything but digits by twos.
 inline std::string FromHex(std::string_view digits) {
     std::string bytes;
+    bytes.reserve(digits.size() / 2);
     for (; !digits.empty(); digits.remove_prefix(2)) {
         const int byte = ASCII::HexByte(digits);
         if (byte < 0)

@@ -2,10 +2,12 @@
 
 #include <array>
 #include <cstring>
+#include <string>
 
 #include "corelib/base/ascii.h"
 #include "corelib/base/strings.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/wipe.h"
 
 namespace {
 
@@ -39,6 +41,7 @@ constexpr auto CRC_TABLE = [] {
 STRING STRING::Escape(const char* chars) const {
     static const char HEX[] = "0123456789abcdef";
     STRING result("");
+    result.Flags = Flags & STRINGFLAG_SECRET;
     std::string_view text = View();
     size_t plain = 0;  // start of the bytes that stand as they are
     for (size_t i = 0; i < text.size(); ++i) {
@@ -84,6 +87,8 @@ STRING STRING::Unescape() const {
     STRING result("");
     std::string_view text = View();
     size_t i = 0;
+    // Not the text itself: passwords of files come through here, and reports lie about.
+    const auto place = [&] { return "byte " + std::to_string(i) + " of " + std::to_string(text.size()); };
     while (i < text.size()) {
         size_t slash = text.find('\\', i);
         result.AppendBytes(text.substr(i, slash == text.npos ? text.npos : slash - i));
@@ -114,12 +119,12 @@ STRING STRING::Unescape() const {
                 // If one of the two digits is missing the other is the value, and the text goes on after it.
                 int value = 0;
                 int high = i < text.size() ? ASCII::HexValue(text[i]) : -1;
-                if (ASSERTION_INFO(high >= 0, "isxdigit(xdigit[0])", Text())) {
+                if (ASSERTION_INFO(high >= 0, "isxdigit(xdigit[0])", place().c_str())) {
                     value = high;
                     ++i;
                 }
                 int low = i < text.size() ? ASCII::HexValue(text[i]) : -1;
-                if (ASSERTION_INFO(low >= 0, "isxdigit(xdigit[1])", Text())) {
+                if (ASSERTION_INFO(low >= 0, "isxdigit(xdigit[1])", place().c_str())) {
                     value = value * 16 + low;
                     ++i;
                 }
@@ -127,7 +132,7 @@ STRING STRING::Unescape() const {
                 break;
             }
             default:
-                ASSERTION_INFO(false, "FALSE", Text());
+                ASSERTION_INFO(false, "FALSE", place().c_str());
                 if (slash + 1 >= text.size())
                     return result;
         }
@@ -138,6 +143,7 @@ STRING STRING::Unescape() const {
 
 STRING STRING::ToBase64(bool breaklines) const {
     STRING result("");
+    result.Flags = Flags & STRINGFLAG_SECRET;
     std::string_view text = View();
     int column = 0;
     auto breakLine = [&] {
@@ -176,6 +182,7 @@ STRING STRING::ToBase64(bool breaklines) const {
 
 STRING STRING::FromBase64() const {
     STRING result("");
+    result.Flags = Flags & STRINGFLAG_SECRET;
     unsigned char group[4] = {};
     int filled = 0;
     for (char c : View()) {

@@ -14,6 +14,7 @@
 #include "corelib/base/files.h"
 #include "corelib/base/largeblock.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/wipe.h"
 
 namespace {
 
@@ -61,7 +62,30 @@ STRING Join(std::string_view left, std::string_view right) {
     return result;
 }
 
+void Release(char* block, int size, uint32_t flags) {
+    if (block && (flags & STRINGFLAG_SECRET))
+        Wipe(block, static_cast<size_t>(size));
+    FreeBlock(block, size);
+}
+
+STRING AsSecretAs(STRING text, uint32_t flags) {
+    text.SetFlags(text.GetFlags() | (flags & STRINGFLAG_SECRET));
+    return text;
+}
+
 }  // namespace
+
+void Wipe(char* bytes, size_t count) {
+    // A loop over volatile bytes is left in.
+    for (volatile char* at = bytes; count > 0; --count)
+        *at++ = 0;
+}
+
+void Wipe(std::string& text) {
+    text.resize(text.capacity());
+    Wipe(text.data(), text.size());
+    text.clear();
+}
 
 const char* FailOnNull(const char* p, const char* tag) {
     if (p)
@@ -164,7 +188,7 @@ STRING::STRING(STRING&& other) noexcept
       Flags(other.Flags) {}
 
 STRING::~STRING() {
-    FreeBlock(Buffer, BufLen);
+    Release(Buffer, BufLen, Flags);
 }
 
 STRING& STRING::operator=(const STRING& other) {
@@ -173,7 +197,7 @@ STRING& STRING::operator=(const STRING& other) {
     if (other.Buffer) {
         Make(other.StrLen, other.Buffer);
     } else {
-        FreeBlock(std::exchange(Buffer, nullptr), BufLen);
+        Release(std::exchange(Buffer, nullptr), BufLen, Flags);
         StrLen = BufLen = 0;
     }
     Flags = other.Flags;
@@ -183,7 +207,7 @@ STRING& STRING::operator=(const STRING& other) {
 STRING& STRING::operator=(STRING&& other) noexcept {
     if (this == &other)
         return *this;
-    FreeBlock(Buffer, BufLen);
+    Release(Buffer, BufLen, Flags);
     Buffer = std::exchange(other.Buffer, nullptr);
     StrLen = std::exchange(other.StrLen, 0);
     BufLen = std::exchange(other.BufLen, 0);
@@ -242,7 +266,7 @@ void STRING::Make(int l, const char* text) {
     }
     StrLen = l;
     Buffer[l] = 0;
-    FreeBlock(former, formerSize);
+    Release(former, formerSize, Flags);
 }
 
 STRING STRING::Right(int n) const {
@@ -258,7 +282,8 @@ STRING STRING::Mid(int start, int len) const {
     if (start >= length || (len < 0 && len != -1))
         return STRING("");
     int room = length - start;
-    return STRING(std::string_view(Buffer + start, static_cast<size_t>(len == -1 ? room : std::min(len, room))));
+    return AsSecretAs(
+        STRING(std::string_view(Buffer + start, static_cast<size_t>(len == -1 ? room : std::min(len, room)))), Flags);
 }
 
 STRING STRING::UpTo(int start, const char* chars) const {
@@ -306,6 +331,7 @@ void STRING::AppendBytes(const char* bytes, int n) {
 }
 
 STRING& STRING::operator+=(const STRING& other) {
+    Flags |= other.Flags & STRINGFLAG_SECRET;
     if (other.Buffer)
         AppendBytes(other.Buffer, other.StrLen);
     return *this;
@@ -426,18 +452,20 @@ char& STRING::operator[](int i) {
 
 STRING operator||(const STRING& left, const STRING& right) {
     if (right.NotNull())
-        return Join(left.View(), right.View().substr(0, strlen(right.Ptr())));
+        return AsSecretAs(Join(left.View(), right.View().substr(0, strlen(right.Ptr()))),
+                          left.GetFlags() | right.GetFlags());
     return left || static_cast<const char*>(nullptr);
 }
 
 STRING operator||(const STRING& left, const char* right) {
     right = FailOnNull(right, "STR::op2||");
-    return Join(left.View(), right ? std::string_view(right) : std::string_view());
+    return AsSecretAs(Join(left.View(), right ? std::string_view(right) : std::string_view()), left.GetFlags());
 }
 
 STRING operator||(const char* left, const STRING& right) {
     left = FailOnNull(left, "STR::op1||");
     const char* second = FailOnNull(right.Ptr(), "STR::op2||");
-    return Join(left ? std::string_view(left) : std::string_view(),
-                second ? std::string_view(second) : std::string_view());
+    return AsSecretAs(Join(left ? std::string_view(left) : std::string_view(),
+                           second ? std::string_view(second) : std::string_view()),
+                      right.GetFlags());
 }

@@ -9,6 +9,7 @@
 #include "corelib/base/ascii.h"
 #include "corelib/base/strings.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/wipe.h"
 
 namespace {
 
@@ -117,6 +118,7 @@ void STRING::Replace(const char* from, const char* to, bool casesensitive) {
     }
     // The result is put together piece by piece, so that a text with many hits takes linear time.
     STRING result(BlockSize);
+    result.Flags = Flags & STRINGFLAG_SECRET;
     result.Make(0, nullptr);
     int start = 0;
     for (; hit != -1; hit = find(start)) {

@@ -6,6 +6,7 @@
 
 #include "corelib/base/ascii.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/wipe.h"
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
 
@@ -162,15 +163,16 @@ bool EMAIL::Enter(TCPIPIO& device, STRING& last) const {
 }
 
 bool EMAIL::LogIn(BASEIO& device, const STRING& ways, STRING& last) const {
-    std::string both(1, '\0');
-    both.append(Access.User.View()).append(1, '\0').append(Access.Password.View());
+    const STRING password = Secret(Access.Password);
+    STRING both = Secret(STRING(std::string_view("", 1)));
+    both += Access.User;
+    both.AppendBytes("", 1);
+    both += password;
     // Past the trace, which shows commands as they are.
     const auto tell = [&](const STRING& secret, const char* expected) {
         const STRING line = secret || "\r\n";
         device.Write(line.Text(), line.Length());
-        const auto coded = [](std::string_view text) { return std::string(STRING(text).ToBase64().View()); };
-        last = TCP::WithoutSecrets(TakeReply(device, Times.ReplyMs),
-                                   {std::string(Access.Password.View()), coded(Access.Password.View()), coded(both)});
+        last = TCP::WithoutSecrets(TakeReply(device, Times.ReplyMs), {password, password.ToBase64(), both.ToBase64()});
         return last.View().starts_with(expected);
     };
     const auto knows = [&](std::string_view way) {
@@ -182,10 +184,9 @@ bool EMAIL::LogIn(BASEIO& device, const STRING& ways, STRING& last) const {
     };
     Trace("EMAIL::LogIn of %s, %s\n", ways.Text(), Access.User.Text());
     if (knows("PLAIN"))
-        return tell(STRING("AUTH PLAIN ") || STRING(std::string_view(both)).ToBase64(), "235");
+        return tell(STRING("AUTH PLAIN ") || both.ToBase64(), "235");
     if (knows("LOGIN"))
-        return tell("AUTH LOGIN", "334") && tell(Access.User.ToBase64(), "334") &&
-               tell(Access.Password.ToBase64(), "235");
+        return tell("AUTH LOGIN", "334") && tell(Access.User.ToBase64(), "334") && tell(password.ToBase64(), "235");
     last = "The server knows no login that could be used";
     return false;
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "corelib/base/trace.h"
+#include "corelib/base/wipe.h"
 
 bool TCP::WriteCommand(BASEIO& device, const char* command, char* reply, int replySize, int timeoutMs, bool* whole) {
     STRING line = command;
@@ -18,18 +19,18 @@ bool TCP::WriteCommand(BASEIO& device, const char* command, char* reply, int rep
 }
 
 void TCP::WriteSecret(BASEIO& device, const char* command, std::string_view secret) {
-    STRING line = command;
+    STRING line = Secret(command);
     line.AppendBytes(secret);
     line.Append("\r\n");
     Trace("TCP::WriteCommand before %s...\n", command);
     device.Write(line.Text(), line.Length());
 }
 
-STRING TCP::WithoutSecrets(STRING said, const std::vector<std::string>& secrets) {
-    constexpr size_t LEAST = 4;
-    for (const std::string& secret : secrets)
-        if (secret.size() >= LEAST)
-            said.Replace(secret.c_str(), "***");
+STRING TCP::WithoutSecrets(STRING said, const std::vector<STRING>& secrets) {
+    constexpr int LEAST = 4;
+    for (const STRING& secret : secrets)
+        if (secret.Length() >= LEAST)
+            said.Replace(secret.Text(), "***");
     return said;
 }
 

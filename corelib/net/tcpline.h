@@ -1,6 +1,5 @@
 #pragma once
 
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -18,7 +17,7 @@ bool WriteCommand(BASEIO& device, const char* command, char* reply, int replySiz
 void WriteSecret(BASEIO& device, const char* command, std::string_view secret);
 /// What a peer has said, with "***" in place of secrets that it repeats. One of less than four bytes stays: any word
 /// might hold it.
-STRING WithoutSecrets(STRING said, const std::vector<std::string>& secrets);
+STRING WithoutSecrets(STRING said, const std::vector<STRING>& secrets);
 
 /// Reads one line of at most size-1 bytes into buffer, without its line break and without any "\r". A longer line comes
 /// in pieces; what has come of a line when timeoutMs has passed comes as if it were the line. False, with an empty

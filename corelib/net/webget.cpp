@@ -8,6 +8,7 @@
 #include "corelib/base/clock.h"
 #include "corelib/base/headerblock.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/wipe.h"
 #include "corelib/net/gunzip.h"
 #include "corelib/net/tcpio.h"
 #include "corelib/net/tcpline.h"
@@ -195,7 +196,7 @@ int WEBGET::Get(const char* host, const char* doc, STRING& result) {
 }
 
 int WEBGET::Post(const char* host, const char* doc, STRING& result, const STRING& body) {
-    STRING lines = "Content-Type: application/x-www-form-urlencoded\nContent-Length: $(LENGTH)\n\n";
+    STRING lines = Secret("Content-Type: application/x-www-form-urlencoded\nContent-Length: $(LENGTH)\n\n");
     STRING length;
     length.Format("%d", body.Length());
     lines.Replace("$(LENGTH)", length.Text());
@@ -203,7 +204,7 @@ int WEBGET::Post(const char* host, const char* doc, STRING& result, const STRING
     // The empty line ends the header, and the body goes out after it as a line of its own.
     WORDCURSOR cursor(lines, "\n");
     for (std::string_view line; cursor.Next(line);)
-        AddLine(STRING(line));
+        AddLine(Secret(STRING(line)));
     Method = "POST";
     const int status = Fetch(host, doc, result);
     Beautify(result);
@@ -211,7 +212,8 @@ int WEBGET::Post(const char* host, const char* doc, STRING& result, const STRING
 }
 
 int WEBGET::Fetch(const char* host, const char* doc, STRING& result) {
-    STRING target = host ? host : "", document = doc ? doc : "";
+    // Either may hold a password.
+    STRING target = Secret(host ? host : ""), document = Secret(doc ? doc : "");
     const bool secure = ASCII::BeginsWith(target.View(), HTTPS);
     if (secure)
         target.DeleteLeft(static_cast<int>(HTTPS.size()));

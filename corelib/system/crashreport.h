@@ -5,7 +5,7 @@
 /// What a program leaves of itself that ends by a fault which nobody handles: a bad address, an exception that nobody
 /// catches, abort and the like. It goes to assert.log (see FILES::OwnFile): program, kind of fault, and the stack as
 /// modules and offsets in them, which packaging/where-crashed turns into lines of the code. Then the program ends as it
-/// would have without.
+/// would have without, but leaves no core.
 namespace CRASHREPORT {
 
 enum class NOTICE { Console, Window };  // standard error, or a message box where the platform has one

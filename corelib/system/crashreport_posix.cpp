@@ -5,6 +5,7 @@
 #include <link.h>
 #include <string>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
@@ -138,6 +139,11 @@ void Install() {
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     for (SIGNAL& signal : Signals)
         sigaction(signal.Number, &action, &signal.Before);
+    // In a core everybody's passwords would lie about; the report is there in its place.
+    rlimit cores{};
+    getrlimit(RLIMIT_CORE, &cores);
+    cores.rlim_cur = 0;
+    setrlimit(RLIMIT_CORE, &cores);
 }
 
 int FindModules(MODULE* modules, int room) {

@@ -20,7 +20,4 @@ STRING Seal(std::string_view text, STRING& trouble);
 /// Where the key is kept by which a text was sealed, in English; empty for anything else.
 STRING Keeper(const STRING& sealed);
 
-/// Overwrites a text before it goes.
-void Wipe(std::string& text);
-
 }  // namespace SEALING

@@ -1,7 +1,6 @@
 #include <fcntl.h>
 #include <memory>
 #include <mutex>
-#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
 #include <sys/stat.h>
@@ -11,6 +10,7 @@
 #include "corelib/base/files.h"
 #include "corelib/base/hexdigits.h"
 #include "corelib/base/trace.h"
+#include "corelib/base/wipe.h"
 #include "corelib/system/keyring_posix.h"
 #include "corelib/system/osys.h"
 #include "corelib/system/sealing.h"
@@ -30,7 +30,7 @@ STRING KeyringTrouble("");  // is not met twice in a run: each time may take as 
 /// A key for as long as it is needed.
 struct KEY {
     std::string Bytes;
-    ~KEY() { SEALING::Wipe(Bytes); }
+    ~KEY() { Wipe(Bytes); }
     const unsigned char* Raw() const { return reinterpret_cast<const unsigned char*>(Bytes.data()); }
 };
 
@@ -56,7 +56,7 @@ STRING KeyFile() {
 /// True if there is a key in the file; `trouble` says what else there is.
 bool ReadKeyFile(std::string& bytes, STRING& trouble) {
     const STRING path = KeyFile();
-    STRING text;
+    STRING text = Secret("");
     struct stat about;
     if (stat(FILES::NativePath(path.Text()).Text(), &about) != 0) {
         trouble = STRING("the key file ") || FILES::NativePath(path.Text()) || " is missing";
@@ -98,8 +98,8 @@ bool MakeKeyFile(std::string& bytes, STRING& trouble) {
         file != -1 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) && fsync(file) == 0;
     if (file != -1)
         close(file);
-    SEALING::Wipe(text);
-    SEALING::Wipe(key);
+    Wipe(text);
+    Wipe(key);
     // A link is made at once or not at all, and over nobody's file.
     const bool linked = written && link(beside.c_str(), native.Text()) == 0;
     unlink(beside.c_str());
@@ -120,9 +120,9 @@ bool ReadKeyring(std::string& bytes, bool make, STRING& trouble) {
         bool good = answer == KEYRING::ANSWER::FOUND && ReadKey(text, OfKeyring);
         if (answer == KEYRING::ANSWER::ABSENT && make && MakeKey(OfKeyring))
             good = KEYRING::Keep(text = HEX::ToHex(OfKeyring), trouble);
-        SEALING::Wipe(text);
+        Wipe(text);
         if (!good)
-            SEALING::Wipe(OfKeyring);
+            Wipe(OfKeyring);
         if (!good && trouble.Length() == 0)
             trouble = answer == KEYRING::ANSWER::NO_KEYRING ? "there is no keyring in this session"
                                                             : "the keyring does not have the key";
@@ -205,9 +205,4 @@ STRING SEALING::Keeper(const STRING& sealed) {
     return mark == BY_KEYRING ? STRING("your desktop's keyring")
            : mark == BY_FILE  ? STRING("the key file ") || FILES::NativePath(KeyFile().Text())
                               : STRING("");
-}
-
-void SEALING::Wipe(std::string& text) {
-    OPENSSL_cleanse(text.data(), text.size());
-    text.clear();
 }

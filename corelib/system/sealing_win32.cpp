@@ -60,8 +60,3 @@ bool SEALING::Open(const STRING& sealed, std::string& text, STRING& trouble) {
 STRING SEALING::Keeper(const STRING& sealed) {
     return sealed.View().starts_with(OURS) ? "your Windows account" : "";
 }
-
-void SEALING::Wipe(std::string& text) {
-    SecureZeroMemory(text.data(), text.size());
-    text.clear();
-}

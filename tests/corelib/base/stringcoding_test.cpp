@@ -1,4 +1,5 @@
 #include "corelib/base/strings.h"
+#include "corelib/base/trace.h"
 #include "tests/support/testsupport.h"
 
 namespace {
@@ -31,6 +32,15 @@ TEST(StringCodingTest, DamagedEscapesGoOnBehindTheirAssertion) {
         EXPECT_ASSERTIONS(assertions);
         EXPECT_EQ(Std(STRING(text).Unescape()), result) << text;
     }
+    // Passwords stand in files with escapes: no report shows the text.
+    LogOption("/LOGIT:escapes.log");
+    EXPECT_ASSERTIONS(1);
+    EXPECT_EQ(STRING("open\\sesame").Unescape(), "opensesame");
+    LogOption("/LOGITCLOSE");
+    const std::string log = ReadBytes(STRING("escapes.log"));
+    EXPECT_NE(log.find("byte 6 of 11"), log.npos) << log;
+    EXPECT_EQ(log.find("sesame"), log.npos) << log;
+    remove("escapes.log");
 }
 
 TEST(StringCodingTest, Base64RoundTripAndLineBreaks) {

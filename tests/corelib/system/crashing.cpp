@@ -2,6 +2,9 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string_view>
+#ifndef _WIN32
+#include <sys/resource.h>
+#endif
 
 #include "corelib/system/crashreport.h"
 #include "corelib/system/osys.h"
@@ -43,5 +46,10 @@ int main(int argc, char** argv) {
         Throw();
     if (how == "abort")
         std::abort();
+#ifndef _WIN32
+    rlimit cores{};
+    if (how == "core")
+        return getrlimit(RLIMIT_CORE, &cores) == 0 && cores.rlim_cur == 0 ? 0 : 1;
+#endif
     return 0;
 }

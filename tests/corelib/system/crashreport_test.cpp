@@ -2,6 +2,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <regex>
+#ifndef _WIN32
+#include <sys/resource.h>
+#endif
 
 #include "corelib/base/files.h"
 #include "corelib/system/osys.h"
@@ -69,6 +72,15 @@ INSTANTIATE_TEST_SUITE_P(, CrashReport,
                                          CRASH{"exception", "abort \\(0x3\\)", ""},
                                          CRASH{"abort", "abort \\(0x3\\)", ""}));
 #else
+TEST(CrashReportOnPosix, StandsInPlaceOfACoreWithPasswordsInIt) {
+    rlimit former{};
+    ASSERT_EQ(getrlimit(RLIMIT_CORE, &former), 0);
+    const rlimit all{former.rlim_max, former.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_CORE, &all), 0);
+    EXPECT_EQ(RunCrashing("core"), 0);
+    EXPECT_EQ(setrlimit(RLIMIT_CORE, &former), 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(, CrashReport,
                          testing::Values(CRASH{"address", "SIGSEGV, a bad address \\(0xb\\) at 0x10", "ReadFrom"},
                                          CRASH{"stack", "SIGSEGV, a bad address", "Deeper"},
