@@ -11,6 +11,7 @@
 #include "corelib/base/clock.h"
 #include "corelib/base/trace.h"
 #include "corelib/net/abandon.h"
+#include "corelib/net/sockets.h"
 #include "corelib/net/tcpio.h"
 
 bool PUSHTARGET::operator==(const PUSHTARGET& other) const {
@@ -35,10 +36,11 @@ struct NOTEXTS : TEXTS {
 };
 
 /// When news are told: what comes together once, and ever less often while there are only marks to tell of. A person
-/// who goes through mails elsewhere makes many of these, and so might a check.
+/// who goes through mails elsewhere makes many of these, and so might a check. Mail that comes without a rest may be
+/// none at all: a server that counts now so and now so would have its folder listed each second.
 class TELLING {
  public:
-    explicit TELLING(const PUSHTIMES& times) : Times(times), Gap(times.GapMs) {}
+    explicit TELLING(const PUSHTIMES& times) : Times(times), Gap(times.GapMs), MailGap(times.GapMs) {}
 
     void Heard(NEWS news) {
         if (news == NEWS::NONE)
@@ -50,14 +52,20 @@ class TELLING {
     bool IsPending() const { return Pending != NEWS::NONE; }
     /// ms until they are to be told.
     int64_t Left() {
-        const int64_t gap = Pending == NEWS::MAIL ? Times.GapMs : Gap;
+        const int64_t gap = Pending == NEWS::MAIL ? MailGap : Gap;
         const int64_t apart = EverTold ? gap - LastTold.Passed() : 0;
         return std::max<int64_t>({Times.SettleMs - Since.Passed(), apart, 0});
     }
     void Told() {
         constexpr int AGAIN = 4;  // times the gap
-        const bool again = EverTold && Pending == NEWS::MARKS && LastTold.Passed() < int64_t{AGAIN} * Gap;
-        Gap = again ? std::min(Gap * 2, Times.MostGapMs) : Times.GapMs;
+        constexpr int MANY = 10;
+        const bool isMail = Pending == NEWS::MAIL;
+        const bool again = EverTold && LastTold.Passed() < int64_t{AGAIN} * (isMail ? MailGap : Gap);
+        Gap = again && !isMail ? std::min(Gap * 2, Times.MostGapMs) : Times.GapMs;
+        if (isMail) {
+            InARow = again ? InARow + 1 : 0;
+            MailGap = InARow < MANY ? Times.GapMs : std::min(MailGap * 2, Times.MostMailGapMs);
+        }
         Pending = NEWS::NONE;
         EverTold = true;
         LastTold = CLOCK::STOPWATCH();
@@ -68,7 +76,8 @@ class TELLING {
     NEWS Pending = NEWS::NONE;
     CLOCK::STOPWATCH Since, LastTold;
     bool EverTold = false;
-    int Gap;
+    int Gap, MailGap;
+    int InARow = 0;  // tellings of mail
 };
 
 /// How long to wait after failures.
@@ -151,6 +160,11 @@ class PUSHWATCH::WATCHER {
     using STATE = IMAPIDLE::STATE;
 
     void Start();
+    void Rest(int64_t ms) {
+        RestMs = ms;
+        Rests = CLOCK::STOPWATCH();
+        Ended = true;
+    }
     static unsigned Body(void* self) {
         static_cast<WATCHER*>(self)->Run();
         return 0;
@@ -173,8 +187,9 @@ class PUSHWATCH::WATCHER {
     MAILADDRESS Address;  // Watch's thread, under the guard of all watchers
     std::atomic<bool> StopAsked = false, Changed = false, YieldAsked = false, RenewAsked = false, Active = false,
                       Ended = false;
-    int64_t RetryAt = 0;  // seconds, of a server that is unable; before Ended
-    TELLING Pace;         // the watcher's thread
+    int64_t RestMs = 0;      // of a server that is unable, as is the next one; before Ended
+    CLOCK::STOPWATCH Rests;  // which a clock that is set back does not prolong
+    TELLING Pace;            // the watcher's thread
     OSYS::THREADHANDLE Thread;
 };
 
@@ -184,8 +199,7 @@ void PUSHWATCH::WATCHER::Start() {
     Ended = Changed = YieldAsked = false;
     Thread = OSYS::CreateThread(Body, this, nullptr);
     if (!Thread) {
-        RetryAt = CLOCK::Seconds() + Shared->Times.MostBackOffMs / 1000;
-        Ended = true;
+        Rest(Shared->Times.MostBackOffMs);
     }
 }
 
@@ -202,7 +216,8 @@ void PUSHWATCH::WATCHER::Attend(const PUSHTARGET& target) {
         Changed = true;
         Woken.Set();
     }
-    if (!Ended || (same && CLOCK::Seconds() < RetryAt))
+    // A change may have come when the thread no longer asked for one.
+    if (!Ended || (same && !Changed && Rests.Passed() < RestMs))
         return;
     if (Thread)
         OSYS::WaitThread(Thread, WAIT_FOREVER);
@@ -271,7 +286,7 @@ PUSHWATCH::WATCHER::STATE PUSHWATCH::WATCHER::Listen(IMAPIDLE& talk, const PUSHT
         }
         if (state != STATE::GOOD)
             break;
-        if (heard != NEWS::NONE || IsToEnd())
+        if (heard != NEWS::NONE || talk.HasMore() || IsToEnd())
             continue;
         int64_t wait = times.RenewMs - round.Passed();
         if (Pace.IsPending())
@@ -332,8 +347,8 @@ void PUSHWATCH::WATCHER::Run() {
         }
         if (state == STATE::UNABLE) {
             Trace("PUSHWATCH::Run item %d: %s does not tell of news\n", Handle, target.Address.Server.Text());
-            RetryAt = CLOCK::Seconds() + Shared->Times.UnableSeconds;
-            break;
+            Rest(Shared->Times.UnableSeconds * 1000);
+            return;
         }
         if (lastedWell)
             backOff.Reset();
@@ -345,7 +360,7 @@ void PUSHWATCH::WATCHER::Run() {
         if (RenewAsked)
             backOff.Reset();
     }
-    Ended = true;
+    Rest(0);
 }
 
 // ---- any thread ----
@@ -371,8 +386,11 @@ void PUSHWATCH::Watch(const std::vector<PUSHTARGET>& targets) {
     for (const auto& watcher : Watchers)
         if (std::ranges::find(targets, watcher->ItemHandle(), &PUSHTARGET::Handle) == targets.end())
             watcher->Stop();
+    const int most = std::min(Shared->Times.MostWatched, SOCKETS::MostOpen() / 2);
     for (const PUSHTARGET& target : targets) {
         WATCHER* const known = Find(target.Handle);
+        if (!known && static_cast<int>(Watchers.size()) >= most)
+            continue;
         if (!known)
             Watchers.push_back(std::make_shared<WATCHER>(Shared, target));
         else if (!known->IsLeaving())  // else there would be two connections

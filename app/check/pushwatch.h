@@ -19,9 +19,11 @@ struct PUSHTIMES {
     int64_t UnableSeconds = 14400;  // a server that tells nothing is asked again after these
     int SettleMs = 100;             // what comes together is told once
     int GapMs = 1000;               // between two tellings,
-    int MostGapMs = 60000;          // up to this while there are only marks to tell of, again and again
+    int MostGapMs = 60000;          // up to this while there are only marks to tell of, again and again,
+    int MostMailGapMs = 15000;      // and to this after many tellings of mail without a rest
     int RoomMs = 1000;              // for a connection to go that is in somebody's way
     int RoomPauseMs = 300;          // for its server to notice
+    int MostWatched = 500;          // and half of what the system lets the program open: checks need the rest
 };
 
 /// Which folder is watched, and how to get there.
@@ -52,8 +54,8 @@ class PUSHWATCH {
     PUSHWATCH(const PUSHWATCH&) = delete;
     PUSHWATCH& operator=(const PUSHWATCH&) = delete;
 
-    /// Watches these from now on, and no others. A target that has changed is called anew at once. Does not wait. One
-    /// thread.
+    /// Watches these from now on, the first of them if they are too many, and no others. A target that has changed is
+    /// called anew at once. Does not wait. One thread.
     void Watch(const std::vector<PUSHTARGET>& targets);
     /// The machine has slept, or the network may be another one: all connections are tried at once. Any thread.
     void Renew();

@@ -73,11 +73,17 @@ void IMAPBLOCKS::ShowPosition(int position, int count) const {
 
 bool IMAPBLOCKS::Ask(uint32_t number, IMAPMAIL& mail) {
     IMAPREPLY::FETCHED fetched;
+    // Numbers are those of other mails once one before them has gone, which some servers tell in the middle: nobody's
+    // text may stand above another mail's UID, under which it would be deleted.
+    bool isOther = false;
     const auto fetch = [&](const std::string& what) {
         fetched = {};
         const std::string command = "FETCH " + std::to_string(number) + " (" + what + ")";
-        return Talk.Ask(STRING(std::string_view(command)),
-                        [&](std::string_view line) { IMAPREPLY::TakeFetch(line, number, fetched); });
+        return Talk.Ask(STRING(std::string_view(command)), [&](std::string_view line) {
+            uint32_t gone;
+            isOther = isOther || (IMAPREPLY::ReadExpunge(line, gone) && gone <= number);
+            IMAPREPLY::TakeFetch(line, number, fetched);
+        });
     };
     // Small commands, one mail after the other, so that the row shows how far it is.
     if (!fetch("RFC822.SIZE"))
@@ -98,13 +104,15 @@ bool IMAPBLOCKS::Ask(uint32_t number, IMAPMAIL& mail) {
     if (!Talk.IsAnswered())
         return false;
     mail.Uid = fetched.Uid;
-    if (mail.Uid == 0)
+    if (mail.Uid == 0 || isOther)
         return Talk.Fail(IMAP::NO_UID);
-    if (!WantsBody())
-        return true;
-    fetch(BodyItem());
-    mail.Body = fetched.TakeText();
-    return Talk.IsAnswered();
+    if (WantsBody()) {
+        fetch(BodyItem());
+        mail.Body = fetched.TakeText();
+    }
+    if (!Talk.IsAnswered())
+        return false;
+    return !isOther || Talk.Fail(IMAP::NO_UID);
 }
 
 void IMAPBLOCKS::Append(IMAPMAIL& mail, LISTING::WRITER& listing) const {

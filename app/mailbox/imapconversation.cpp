@@ -388,9 +388,14 @@ bool IMAPCONVERSATION::CanIdle() {
 bool IMAPCONVERSATION::BeginIdle(const LISTENER& hear) {
     Idling = Send("IDLE");
     IdleBytes = 0;
-    while (HearIdle(hear))
+    const int64_t asked = CLOCK::Seconds();
+    while (HearIdle(hear)) {
         if (Line.starts_with('+'))
             return true;
+        Endless = CLOCK::Seconds() - asked > ImapTimes.ReplySeconds;
+        if (Endless)
+            return End(false, TagOf(Idling));
+    }
     return false;
 }
 

@@ -65,10 +65,15 @@ IMAPIDLE::STATE IMAPIDLE::Listen(NEWS& heard) {
     return Talk.BeginIdle(Collect(heard)) ? STATE::GOOD : WhyNot(STATE::UNABLE);
 }
 
-IMAPIDLE::STATE IMAPIDLE::Hear(NEWS& heard) {
+bool IMAPIDLE::HasMore() {
     // What came ahead of the end is still to be heard.
-    const bool gone = Device.GetInfo("ONLINE") == "0";
-    while (gone || Device.NumAvail() > 0)
+    return Device.NumAvail() > 0 || Device.GetInfo("ONLINE") == "0";
+}
+
+IMAPIDLE::STATE IMAPIDLE::Hear(NEWS& heard) {
+    // Whoever talks without a pause leaves the caller time to tell what there was.
+    constexpr int MOST_LINES = 100;
+    for (int lines = 0; lines < MOST_LINES && HasMore(); ++lines)
         if (!Talk.HearIdle(Collect(heard)))
             return STATE::LOST;
     return STATE::GOOD;

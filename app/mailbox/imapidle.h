@@ -39,8 +39,10 @@ class IMAPIDLE {
     };
     /// Calls, logs in, and lets the server begin to tell. From then on `heard` collects what it has told.
     [[nodiscard]] STATE Begin(NEWS& heard);
-    /// Hears what has come by now, without waiting for more than the end of a line.
+    /// Hears what has come by now, some lines of it at most, without waiting for more than the end of a line.
     [[nodiscard]] STATE Hear(NEWS& heard);
+    /// True if something has come that is not heard yet, the end of the connection among it.
+    bool HasMore();
     /// Lets the server begin anew, before it takes the silence for an end.
     [[nodiscard]] STATE Renew(NEWS& heard);
     /// The server's last word on a failure, or our own.

@@ -20,6 +20,8 @@ void Cleanup();
 int LastError();
 int LastErrorOverBase();
 
+/// How many sockets and files together the system lets the program have open.
+int MostOpen();
 /// A TCP socket, or NONE.
 SOCK Open();
 /// Wakes all threads that are blocked in the socket; what they and others call on it from then on fails or reads as the

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
@@ -8,6 +9,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -73,6 +75,12 @@ int SOCKETS::LastError() {
 
 int SOCKETS::LastErrorOverBase() {
     return errno;
+}
+
+int SOCKETS::MostOpen() {
+    rlimit limit;
+    constexpr rlim_t MOST = 1 << 20;
+    return static_cast<int>(getrlimit(RLIMIT_NOFILE, &limit) == 0 ? std::min(limit.rlim_cur, MOST) : MOST);
 }
 
 SOCKETS::SOCK SOCKETS::Open() {

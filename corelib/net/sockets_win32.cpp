@@ -41,6 +41,10 @@ int SOCKETS::LastErrorOverBase() {
     return WSAGetLastError() - WSABASEERR;
 }
 
+int SOCKETS::MostOpen() {
+    return 1 << 20;  // memory is the limit there
+}
+
 SOCKETS::SOCK SOCKETS::Open() {
     SOCKET s = socket(AF_INET, SOCK_STREAM, 0);
     return s == INVALID_SOCKET ? NONE : static_cast<SOCK>(s);

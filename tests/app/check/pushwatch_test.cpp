@@ -7,6 +7,8 @@
 #include "app/mailbox/mailhandling.h"
 #include "corelib/net/tcpio.h"
 #include "tests/app/check/fakes.h"
+#include "tests/app/mailbox/mailboxsupport.h"
+#include "tests/servers/answeringdevice.h"
 #include "tests/servers/scriptedserver.h"
 #include "tests/support/times.h"
 
@@ -44,6 +46,7 @@ constexpr PUSHTIMES SHORT{.RenewMs = NEVER_MS,
                           .SettleMs = 0,
                           .GapMs = 0,
                           .MostGapMs = 0,
+                          .MostMailGapMs = 0,
                           .RoomPauseMs = 0};
 
 class Push : public testing::Test {
@@ -135,6 +138,107 @@ TEST_F(Push, TellsOnceOfWhatComesTogether) {
     EXPECT_TRUE(Eventually([&] { return Active == 0; }));
     EXPECT_EQ(News, 3) << "two mails of one renewal";
     EXPECT_EQ(server.Connections(), 1);
+}
+
+TEST_F(Push, TellsLessOftenOfMailThatComesWithoutARest) {
+    SCRIPT flapping;
+    for (int i = 0; i < 500; ++i)
+        for (const STEP& step : {PLAY::Await(), PLAY::Send("* 3 EXISTS\r\n* 4 EXISTS\r\n")})
+            flapping.push_back(step);
+    SCRIPTEDSERVER server(Idling(flapping));
+    PUSHTIMES times = SHORT;
+    times.GapMs = 5;
+    times.MostMailGapMs = NEVER_MS;
+    Begin(times);
+    Watch->Watch({Target(server.HostPort())});
+    ASSERT_TRUE(Comes(1));
+    const auto begin = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - begin < 200ms) {
+        server.GoOn();
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_LT(News, 22) << "40 at the first pace";
+}
+
+// A server whose words are ahead of what is heard of them.
+struct TALKER {
+    explicit TALKER(std::string words)
+        : Device("* OK\r\n", [words = std::move(words)](const std::string& line) {
+              const std::string tag = line.substr(0, line.find(' '));
+              return line.ends_with(" IDLE") ? words : tag + " OK [CAPABILITY IDLE] done\r\n";
+          }) {}
+    RECORDINGROW Row;
+    ANSWERINGDEVICE Device;
+    const MAILBOXCALL Call = Row.Call("server");
+    IMAPIDLE Talk{Device, Call, ""};
+    NEWS Heard = NEWS::NONE;
+};
+
+std::string Lines(int count) {
+    std::string lines;
+    for (int i = 0; i < count; ++i)
+        lines += "* OK still here\r\n";
+    return lines;
+}
+
+TEST_F(Push, HearsAServerThatTalksOnWithoutForgettingToTell) {
+    TALKER server("+ idling\r\n* 4 EXISTS\r\n" + Lines(5000));
+    ASSERT_EQ(server.Talk.Begin(server.Heard), IMAPIDLE::STATE::GOOD);
+    EXPECT_EQ(server.Talk.Hear(server.Heard), IMAPIDLE::STATE::GOOD);
+    EXPECT_EQ(server.Heard, NEWS::MAIL);
+    EXPECT_TRUE(server.Talk.HasMore());
+}
+
+TEST_F(Push, WaitsForConsentNoLongerThanForAReply) {
+    struct : CLOCK::SOURCE {
+        std::atomic<int64_t> Now = 0;
+        int64_t UnixMilliSeconds() override { return Now += 10; }
+        void Sleep(int /*ms*/) override { std::this_thread::yield(); }
+    } hurrying;
+    SHRINKABLE::ImapTimes.ReplySeconds = 60;
+    SHRINKABLE::ImapTimes.LineMs = NEVER_MS;
+    TALKER server(Lines(20000) + "+ idling\r\n");
+    CLOCK::SOURCE* const former = CLOCK::SetSource(&hurrying);
+    EXPECT_EQ(server.Talk.Begin(server.Heard), IMAPIDLE::STATE::LOST);
+    CLOCK::SetSource(former);
+    EXPECT_TRUE(server.Talk.HasMore());
+}
+
+TEST_F(Push, LeavesChecksTheirConnections) {
+    SCRIPTEDSERVER server(Idling({}));
+    PUSHTIMES times = SHORT;
+    times.MostWatched = 2;
+    Begin(times);
+    const std::vector<PUSHTARGET> targets = {Target(server.HostPort()), Target(server.HostPort(), 2),
+                                             Target(server.HostPort(), 3)};
+    for (int i = 0; i < 5; ++i) {
+        Watch->Watch(targets);
+        ASSERT_TRUE(Eventually([&] { return Active == 2; }));
+    }
+    EXPECT_FALSE(Watch->IsActive(3));
+    EXPECT_TRUE(Eventually([&] {
+        Watch->Watch({targets[1], targets[2]});
+        return Watch->IsActive(3);
+    }));
+    EXPECT_EQ(server.Connections(), 3);
+}
+
+TEST_F(Push, AsksAnUnableServerAgainWhateverTheClockSays) {
+    SCRIPTEDSERVER server({Idling({}, "IMAPCMD_2 NO not now\r\n"), Idling({})});
+    FAKECLOCK clock;
+    PUSHTIMES times = SHORT;
+    times.UnableSeconds = 100;
+    Begin(times);
+    const auto comes = [&](int connections) {
+        Watch->Watch({Target(server.HostPort())});
+        std::this_thread::sleep_for(2ms);
+        return server.Connections() == connections;
+    };
+    EXPECT_TRUE(comes(1) && server.Wait(1) && comes(1) && comes(1));
+    clock.Advance(-86400000);
+    EXPECT_TRUE(comes(1));
+    clock.Advance(101000);
+    EXPECT_TRUE(Eventually([&] { return comes(2); }));
 }
 
 TEST_F(Push, CallsAgainWhereTheConnectionHasBeenLost) {
