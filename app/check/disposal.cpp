@@ -210,6 +210,8 @@ SPAMMARKS MarkBySpamVerdict(STRINGARRAY& item, MAILRECORDS& records, int announc
         }
         if (road != ROAD::STAYS || verdicts.Ignores(points))
             record.Set("X-Ignore", "1");
+        if (road != ROAD::STAYS)
+            marks.Condemned.push_back(i);
         // A mail that was sent away keeps its mark as long as it is listed, also while its points are others.
         if (!sure.IsCredible() || (road == ROAD::STAYS && before.IsEmpty()))
             continue;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "app/check/notifier.h"
 #include "app/check/trashstore.h"
 #include "corelib/base/stopquestion.h"
@@ -10,7 +12,8 @@ struct SPAMMARKS {
     int Lost = 0;         // mails queued for deletion of which no copy could be written
     int Uncopied = 0;     // mails that stay on the server, of which none could be written
     SENTAWAY SentAway = {};
-    bool Stopped = false;  // the program is to end: the item is as it was
+    std::vector<int> Condemned = {};  // indexes of all that a verdict sends away, in this check or in others
+    bool Stopped = false;             // the program is to end: the item is as it was
 };
 
 /// What the marking works with beside the item.

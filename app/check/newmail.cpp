@@ -246,6 +246,9 @@ STRING HandleNewMail(STRINGARRAY& item, const STRING& listing, const STRING& las
     }
     if (marks.Stopped)
         return STRING();
+    // What is condemned has been looked at: a server that gives the id of a mail that has gone to another one must not
+    // pass the verdict on.
+    NEXTLISTING::Forget(item, marks.Condemned);
 
     RenewPopupId(item, records);
     const STRING known = otherIds ? STRING("") : lastSeenIds;

@@ -14,6 +14,8 @@ constexpr const char* LISTED = "@ListedMails";
 constexpr const char* DOUBTS = "@FastDoubts";
 constexpr const char* PLAIN_CHECKS = "@PlainChecks";
 
+constexpr std::string_view FORGOTTEN = "-";  // in the place of a mail's place
+
 constexpr int MOST_DOUBTS = 10;
 constexpr size_t ID_BYTES = 128;  // servers that know the standard need 70
 
@@ -74,8 +76,8 @@ KNOWNMAILS::KNOWNMAILS(const STRINGARRAY& item, std::string scope)
         for (std::string_view block; !notes.empty() && cursor.Next(block);) {
             LISTING::TakeVerdict(block);
             std::string_view id = ASCII::Take(notes, '\n');
-            ASCII::Take(id, ' ');
-            if (!id.empty())
+            const bool isForgotten = ASCII::Take(id, ' ') == FORGOTTEN;
+            if (!id.empty() && !isForgotten)
                 Places.emplace(id, Count());
             const auto from = static_cast<size_t>(block.data() - listing.View().data());
             Mails.push_back({from, block.size(), SizeOf(block), id});
@@ -170,6 +172,28 @@ STRING NEXTLISTING::TakeLast(STRINGARRAY& item) {
     STRING head;
     item.Look(LAST_LISTING, [&](const STRING& last) { head = last.Line(0, WORD_NEVERNULL) || "\n"; });
     return Take(item, head);
+}
+
+void NEXTLISTING::Forget(STRINGARRAY& item, const std::vector<int>& places) {
+    if (places.empty())
+        return;
+    item.Change(LISTED, [&](const STRING& notes) {
+        constexpr int BEFORE = 2;  // lines
+        std::string result;
+        std::string_view rest = notes.View();
+        auto next = places.begin();
+        for (int line = 0; !rest.empty(); ++line) {
+            std::string_view note = ASCII::Take(rest, '\n');
+            const bool isOne = next != places.end() && *next + BEFORE == line;
+            next += isOne;
+            if (isOne) {
+                ASCII::Take(note, ' ');
+                result.append(FORGOTTEN).append(" ");
+            }
+            result.append(note).push_back('\n');
+        }
+        return STRING(std::string_view(result));
+    });
 }
 
 std::vector<int> NEXTLISTING::Places(const STRINGARRAY& item) {

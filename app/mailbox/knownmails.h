@@ -92,6 +92,9 @@ class NEXTLISTING {
 
     /// Where each block of the listing just made stands in the last one, by @ListedMails; -1: nowhere.
     static std::vector<int> Places(const STRINGARRAY& item);
+    /// These mails of the listing just made, their places in ascending order, will not be found: the next check asks
+    /// for them if they are still there. Their ids are kept.
+    static void Forget(STRINGARRAY& item, const std::vector<int>& places);
 
  private:
     struct PART {

@@ -93,6 +93,9 @@ class FASTREADER {
                     entry->Id = line;
             }))
             return false;
+        // Numbers are given to other mails as soon as one goes.
+        const auto isNumber = [](const auto& entry) { return entry.second.Id == std::to_string(entry.first); };
+        named = named && !std::ranges::all_of(Entries, isNumber);
         std::unordered_set<std::string_view> ids;
         for (const auto& [number, entry] : Entries)
             named = named && ids.insert(entry.Id).second;

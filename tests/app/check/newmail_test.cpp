@@ -151,6 +151,15 @@ TEST_F(NewMail, TellsOnceOfSpamThatGoes) {
     EXPECT_EQ(Notifier.TakeCalls(), LIST{"gone deleted e"});
 }
 
+TEST_F(NewMail, WhatIsCondemnedIsNotKnownToTheNextCheck) {
+    State.Set("SpamDoDelete", "1");
+    Item.Set("@ListedMails", "scope\nstate\n0 a\n-1 b\n2 c\n");
+    Check("3 msgs|3 unread|0 bytes\nX-SpamPoints: 0\n" + Mail("a") + "X-SpamPoints: 900\n" + Mail("b") +
+          "X-SpamPoints: 0\n" + Mail("c"));
+    EXPECT_EQ(Value("@DeleteMessageId"), "b\n");
+    EXPECT_EQ(Value("@ListedMails"), "scope\nstate\n0 a\n- b\n2 c\n");
+}
+
 TEST_F(NewMail, AnswersWhoAsks) {
     const std::string listing = "1 msgs|1 unread|0 bytes\n" + Mail("a");
     Check(listing, true);

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "app/mailbox/knownmails.h"
 #include "app/mailbox/pop3.h"
 #include "tests/app/mailbox/mailboxsupport.h"
 #include "tests/support/stopsoon.h"
@@ -192,6 +193,32 @@ TEST(PopFast, ADoubtMakesTheNextCheckAPlainOne) {
                               plain == OUTCOME{true, Listing({1, 2, 3, 4, 5})};
             return good ? "" : testing::PrintToString(outcome) + testing::PrintToString(plain);
         });
+    }
+}
+
+TEST(PopFast, NumbersAndMailsThatGoAreNoIdsToKnowMailsBy) {
+    SHORTTIMES times(8000);
+    std::string uidl;
+    const std::vector<EXCHANGE> exchanges = Mailbox({1, 2, 3}, uidl);
+    const std::string first = "CAPA\nSTAT\nUIDL\nLIST\n", three = "LIST 3\nTOP 3 0\n",
+                      others = "LIST 2\nTOP 2 0\nLIST 1\nTOP 1 0\n";
+    const struct {
+        const char* Uidl;
+        std::vector<int> Gone;
+        std::string Asked;
+    } cases[] = {{"+OK\r\n1 1\r\n2 2\r\n3 3\r\n.\r\n", {}, three + others},
+                 {"+OK\r\n1 1\r\n2 2\r\n3 4\r\n.\r\n", {}, ""},
+                 {"+OK\r\n1 1\r\n2 2\r\n3 4\r\n.\r\n", {0}, three},
+                 {"+OK\r\n1 1\r\n2 2\r\n3 4\r\n.\r\n", {1, 2}, others}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Uidl + c.Asked);
+        MODEL server(exchanges, true, c.Uidl);
+        STRINGARRAY item;
+        EXPECT_EQ(server.Get(item), (OUTCOME{true, Listing({1, 2, 3})}));
+        NEXTLISTING::Forget(item, c.Gone);
+        StoreListing(item, Listing({1, 2, 3}));
+        EXPECT_EQ(server.Get(item), (OUTCOME{true, Listing({1, 2, 3})}));
+        EXPECT_TRUE(server.Heard.ends_with(first + c.Asked + "QUIT\n")) << server.Heard;
     }
 }
 
