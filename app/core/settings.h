@@ -36,6 +36,7 @@ inline constexpr SETTING SETTINGS[] = {
     {"DoHttpProxy", "0"},
     {"HttpProxy", ""},
     {"SplitRatio", "100"},
+    {"SplitRatioDots", "0"},
     {"SpamFilterDisabled", "0"},
     {"LastSortColumn", "0"},
     {"LastSortOrder", "0"},

@@ -55,7 +55,7 @@ class METRICS : public ALERTMETRICS {
 
 class CANVAS : public ALERTCANVAS {
  public:
-    CANVAS(HDC dc, const SEMITOOLTIP::FONTS& fonts) : Dc(dc), Fonts(fonts) {}
+    CANVAS(HDC dc, const SEMITOOLTIP::FONTS& fonts, int corner) : Dc(dc), Fonts(fonts), Corner(corner) {}
     void Fill(const ALERTRECT& rect, int32_t color) override {
         const RECT area = SystemRect(rect);
         SetDCBrushColor(Dc, static_cast<COLORREF>(color) & 0xffffff);
@@ -69,8 +69,7 @@ class CANVAS : public ALERTCANVAS {
         SetDCPenColor(Dc, Mixed(back, text, plain ? EDGE_PERCENT : 100));
         const HGDIOBJ pen = SelectObject(Dc, GetStockObject(DC_PEN)),
                       brush = SelectObject(Dc, GetStockObject(DC_BRUSH));
-        const int round = ScalePixels(CORNER);
-        RoundRect(Dc, rect.Left, rect.Top, rect.Right, rect.Bottom, round, round);
+        RoundRect(Dc, rect.Left, rect.Top, rect.Right, rect.Bottom, Corner, Corner);
         SelectObject(Dc, brush);
         SelectObject(Dc, pen);
     }
@@ -85,13 +84,8 @@ class CANVAS : public ALERTCANVAS {
  private:
     HDC Dc;
     const SEMITOOLTIP::FONTS& Fonts;
+    const int Corner;
 };
-
-LOGFONTW IconTitleFont() {
-    LOGFONTW font{};
-    SystemParametersInfoW(SPI_GETICONTITLELOGFONT, sizeof font, &font, 0);
-    return font;
-}
 
 constexpr ALERTPOINT OUTSIDE{-1, -1};
 
@@ -105,20 +99,20 @@ void CheckPopupFont(STRINGARRAY& state) {
     LOGFONTW font{};
     if (!FontFromValue(state.Get("PopupFont"), font)) {
         state.Set("PopupFontDots", "0");
-        font = IconTitleFont();
+        font = SCALE::System().IconTitleLook();
         font.lfWidth = 0;
     } else if (_wcsicmp(font.lfFaceName, L"System") == 0) {
         wcscpy(font.lfFaceName, L"Arial");
     }
     font.lfWeight = FW_NORMAL;
     // Its height is in pixels of the display that it was chosen for.
-    const int dots = ScalePixels(USER_DEFAULT_SCREEN_DPI), chosenFor = state.GetNumber("PopupFontDots");
-    if (chosenFor > 0 && chosenFor != dots) {
-        font.lfHeight = MulDiv(font.lfHeight, dots, chosenFor);
-        font.lfWidth = MulDiv(font.lfWidth, dots, chosenFor);
+    const SCALE system = SCALE::System();
+    if (const int chosenFor = state.GetNumber("PopupFontDots"); chosenFor > 0) {
+        font.lfHeight = system.From(SCALE(chosenFor), font.lfHeight);
+        font.lfWidth = system.From(SCALE(chosenFor), font.lfWidth);
     }
     state.Set("PopupFont", FontValue(font));
-    state.SetNumber("PopupFontDots", dots);
+    state.SetNumber("PopupFontDots", system.Dots());
 }
 
 SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)
@@ -131,22 +125,9 @@ SEMITOOLTIP::SEMITOOLTIP(const STRING& text, const ALERTSETUP& setup)
         return;
     if (Setup.Transparency != 0)
         SetTransparency(255 - (Setup.Transparency & 0xff), -1);
-    MakeFonts(Setup.Font);
-    RECT work;
-    SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
-    {
-        WINDOWDC dc(hWnd);
-        METRICS metrics(dc, Fonts);
-        const ALERTSIZE room{static_cast<int>(work.right - work.left), static_cast<int>(work.bottom - work.top)};
-        Layout = std::make_unique<ALERTLAYOUT>(text.View(), metrics, room);
-    }
     Look.TextColor = Setup.TextColor;
     Look.BackColor = Setup.BackColor;
-
-    const ALERTRECT place =
-        PlaceAlert({work.left, work.top, work.right, work.bottom}, Layout->WindowSize(), Setup.Position);
-    SetWindowPos(hWnd, HWND_TOPMOST, place.Left, place.Top, place.Right - place.Left, place.Bottom - place.Top,
-                 SWP_NOACTIVATE | SWP_SHOWWINDOW);
+    Arrange();
     if (Setup.Blink)
         SetTimer(hWnd, TIMER_ALERT_BLINK, BLINK_MS, nullptr);
     UpdateWindow(hWnd);
@@ -158,10 +139,30 @@ SEMITOOLTIP::~SEMITOOLTIP() {
     GiveFocusBack();
 }
 
-void SEMITOOLTIP::MakeFonts(const STRING& font) {
+void SEMITOOLTIP::Arrange() {
+    MakeFonts();
+    RECT work;
+    SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
+    {
+        WINDOWDC dc(hWnd);
+        METRICS metrics(dc, Fonts);
+        const ALERTSIZE room{static_cast<int>(work.right - work.left), static_cast<int>(work.bottom - work.top)};
+        Layout = std::make_unique<ALERTLAYOUT>(Text.View(), metrics, room);
+    }
+    const ALERTRECT place =
+        PlaceAlert({work.left, work.top, work.right, work.bottom}, Layout->WindowSize(), Setup.Position);
+    SetWindowPos(hWnd, HWND_TOPMOST, place.Left, place.Top, place.Right - place.Left, place.Bottom - place.Top,
+                 SWP_NOACTIVATE | (WasClicked() ? 0 : SWP_SHOWWINDOW));
+}
+
+void SEMITOOLTIP::MakeFonts() {
     LOGFONTW base{};
-    if (!FontFromValue(font, base))
-        base = IconTitleFont();
+    if (!FontFromValue(Setup.Font, base)) {
+        base = Scale().IconTitleLook();
+    } else if (Setup.FontDots > 0) {
+        base.lfHeight = Scale().From(SCALE(Setup.FontDots), base.lfHeight);
+        base.lfWidth = Scale().From(SCALE(Setup.FontDots), base.lfWidth);
+    }
     for (const ALERTFONT kind : ALERTFONTS) {
         const ALERTFONTSTYLE style = AlertFontStyle(kind, {base.lfHeight, base.lfWeight});
         LOGFONTW one = base;
@@ -251,7 +252,7 @@ bool SEMITOOLTIP::PressLater(int index) {
 void SEMITOOLTIP::Paint() {
     const PICTUREPAINTER picture(hWnd);
     Look.Client = {picture.Client().right, picture.Client().bottom};
-    CANVAS canvas(picture, Fonts);
+    CANVAS canvas(picture, Fonts, ScalePixels(CORNER));
     Layout->Paint(canvas, Look);
 }
 

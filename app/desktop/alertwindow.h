@@ -22,6 +22,7 @@ struct ALERTSETUP {
     int TextColor = 0;  // 0x00BBGGRR
     int BackColor = 0;
     STRING Font;       // the bytes of a LOGFONTA; empty: the system's font for icon titles
+    int FontDots = 0;  // per inch of the display that its pixels are for; 0: the alert's own
     int Position = 2;  // see PlaceAlert
     bool Blink = false;
     HWND Parent = nullptr;  // null: nobody is told
@@ -57,7 +58,11 @@ class SEMITOOLTIP : public WINDOW, private DRAWNELEMENTS {
     bool TakeFocus(int index) override;
     bool PressLater(int index) override;
 
-    void MakeFonts(const STRING& font);
+    void Rescaled(SCALE /*before*/) override { Arrange(); }
+    void TakePlace(const RECT& /*place*/) override {}
+    void MakeFonts();
+    /// Fonts, layout and place.
+    void Arrange();
     void Paint();
     void Click(bool right, ALERTPOINT point);
     void MovePointer(ALERTPOINT point);

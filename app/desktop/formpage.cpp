@@ -144,8 +144,13 @@ void FORMPAGE::Load() {
     if (Colors.size() < 2)
         return;
     SetControlText(ID_SAMPLE, Context.Texts.Get(TEXT_SAMPLE));
-    UsualFont = reinterpret_cast<HFONT>(SendDlgItemMessageW(hWnd, ID_SAMPLE, WM_GETFONT, 0, 0));
     ShowSample();
+}
+
+void FORMPAGE::Rescaled(SCALE before) {
+    DATADIALOG::Rescaled(before);
+    if (Colors.size() >= 2)
+        ShowSample();
 }
 
 void FORMPAGE::ShowResult(const STRING& text) {
@@ -156,9 +161,13 @@ void FORMPAGE::ShowResult(const STRING& text) {
 void FORMPAGE::ShowSample() {
     LOGFONTW font;
     if (Font && FontFromValue(Font->Current(), font)) {
-        FONTHANDLE made(CreateFontIndirectW(&font));
-        SendDlgItemMessageW(hWnd, ID_SAMPLE, WM_SETFONT, reinterpret_cast<WPARAM>(made ? made.get() : UsualFont), 0);
-        SampleFont = std::move(made);
+        // Chosen in pixels of the system's scale.
+        font.lfHeight = Scale().From(SCALE::System(), font.lfHeight);
+        font.lfWidth = Scale().From(SCALE::System(), font.lfWidth);
+        if (FONTHANDLE made(CreateFontIndirectW(&font)); made) {
+            CONTROL(hWnd, ID_SAMPLE).SetFont(made.get());
+            SampleFont = std::move(made);
+        }
     }
     InvalidateRect(GetDlgItem(hWnd, ID_SAMPLE), nullptr, TRUE);
 }

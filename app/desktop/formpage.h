@@ -79,6 +79,7 @@ class FORMPAGE : public DATADIALOG {
     };
     void Bind(const FIELD& field, const LISTS& lists);
     void Need(const NEEDED& need);
+    void Rescaled(SCALE before) override;
     void ShowSample();
 
     const DIALOGPARTS Context;
@@ -88,7 +89,6 @@ class FORMPAGE : public DATADIALOG {
     std::vector<SOUND> Sounds;
     std::vector<const DATAPUSH*> Colors;  // background and text
     const DATAPUSH* Font = nullptr;
-    HFONT UsualFont = nullptr;
     std::vector<int> ResultFields;
     FONTHANDLE SampleFont;
 };

@@ -129,7 +129,7 @@ void INBOX::AutoWidth() {
     int width = static_cast<int>(List->ClientRect().right);
     // A scroll bar comes with the drawing, and takes room.
     if (List->Count() > List->RowsPerPage() && !(GetWindowLongW(List->hWnd, GWL_STYLE) & WS_VSCROLL))
-        width -= GetSystemMetrics(SM_CXVSCROLL);
+        width -= Scale().Metric(SM_CXVSCROLL);
     // Wider where their words need it, say in another language.
     const auto least = [&](int head, const wchar_t* cell, int pixels) {
         const std::wstring text = WideText(Application.Texts().Part(TEXT_MAIL_COLUMNS, head));

@@ -97,6 +97,7 @@ class INBOX : public WINDOW {
     std::unique_ptr<MAILROWS> Mails;
 
  private:
+    void Rescaled(SCALE /*before*/) override { ArrangeControls(); }
     LRESULT OnNotify(NMHDR& notice);
     void Answer(NMLVDISPINFOW& question);
     void OnToolTip(NMTTDISPINFOW& notice) const;

@@ -56,6 +56,11 @@ void ITEMLIST::Place(int x, int y, int width, int height) {
     AutoWidth(WIDTH_RESULT);
 }
 
+void ITEMLIST::Rescaled(SCALE before) {
+    for (int* const width : {&NameWidth, &DraggedWidth})
+        *width = List.Scale().From(before, *width);
+}
+
 void ITEMLIST::FillListview(int select) {
     Trace("TARNWICK::FillListview\n");
     if (select != 0)
@@ -219,9 +224,13 @@ void ITEMLIST::AutoWidth(int mask) {
 }
 
 void ITEMLIST::FitResult() {
-    const int width = static_cast<int>(List.ClientRect().right), result = ScalePixels(RESULT_WIDTH);
-    // The longest names are cut before there is no room for results; a tip shows them whole.
-    const int name = std::min(DraggedWidth > 0 ? DraggedWidth : NameWidth, width / 2);
-    List.SetColumnWidth(NAME_COLUMN, name);
-    List.SetColumnWidth(RESULT_COLUMN, std::max(width - name, result / 2));
+    const int result = List.ScalePixels(RESULT_WIDTH);
+    // Columns that were too wide have brought scroll bars, which go with that.
+    for (int width = -1, i = 0; i < 2 && width != List.ClientRect().right; ++i) {
+        width = static_cast<int>(List.ClientRect().right);
+        // The longest names are cut before there is no room for results; a tip shows them whole.
+        const int name = std::min(DraggedWidth > 0 ? DraggedWidth : NameWidth, width / 2);
+        List.SetColumnWidth(NAME_COLUMN, name);
+        List.SetColumnWidth(RESULT_COLUMN, std::max(width - name, result / 2));
+    }
 }

@@ -22,6 +22,8 @@ class ITEMLIST {
 
     HWND Handle() const { return List.hWnd; }
     void Place(int x, int y, int width, int height);
+    /// After its list has been: the next Place gives the columns their widths.
+    void Rescaled(SCALE before);
     void Focus() { SetFocus(List.hWnd); }
 
     /// Asks for the list to be filled anew, by a message to the owner. The same items are selected then; or that one

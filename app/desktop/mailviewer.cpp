@@ -81,6 +81,12 @@ class VIEWER : public DIALOG {
     }
 
  private:
+    void Rescaled(SCALE before) override {
+        DIALOG::Rescaled(before);
+        // The controls have their places for it already.
+        Size = {0, 0, NextSize().cx, NextSize().cy};
+    }
+
     void Begin() {
         SetDlgItemTextW(hWnd, ID_SENDER, Cut(WideText(View.Sender), SENDER_LIMIT).c_str());
         SetDlgItemTextW(hWnd, ID_SUBJECT, Cut(WideText(View.Subject), SUBJECT_LIMIT).c_str());

@@ -122,6 +122,10 @@ void MAINWINDOW::FollowSelection() {
 
 void MAINWINDOW::PlaceInbox(int top, int width, int& bottom) {
     STRINGARRAY& state = Application->pState;
+    // In pixels of the screen where it was last set.
+    if (const int dots = state.GetNumber("SplitRatioDots"); dots > 0 && dots != Scale().Dots())
+        state.SetNumber("SplitRatio", Scale().From(SCALE(dots), state.GetNumber("SplitRatio")));
+    state.SetNumber("SplitRatioDots", Scale().Dots());
     int position = top + state.GetNumber("SplitRatio");
     if (position <= top + SPRINGS_BACK || position >= bottom - SPRINGS_BACK) {
         position = std::max((top + bottom) / 3, top);

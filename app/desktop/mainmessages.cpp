@@ -48,6 +48,11 @@ LRESULT MAINWINDOW::OnMessage(UINT message, WPARAM first, LPARAM second) {
             // Not so small that menu, tool bar and a few rows no longer fit.
             reinterpret_cast<MINMAXINFO*>(second)->ptMinTrackSize = {ScalePixels(MIN_WIDTH), ScalePixels(MIN_HEIGHT)};
             return 0;
+        // The scale of the task bar's screen may be another one, or another screen may have it.
+        case WM_DISPLAYCHANGE:
+            if (Tray)
+                Tray->Rescale();
+            return WINDOW::WinProc(message, first, second);
         case WM_CLOSE:
             OnClose();
             return 0;
@@ -324,6 +329,7 @@ void MAINWINDOW::ShowNextAlert() {
     setup.TextColor = request.TextColor;
     setup.BackColor = request.BackColor;
     setup.Font = state.Get("PopupFont");
+    setup.FontDots = state.GetNumber("PopupFontDots");
     ASSERTION(setup.Font.Length() == FONTVALUE_LENGTH, "this->pState[\"PopupFont\"].Length()==sizeof(LOGFONT)");
     setup.Position = state.GetNumber("PopupPosition") + 1;
     setup.Parent = hWnd;

@@ -20,7 +20,7 @@
 namespace {
 
 constexpr int STATUSLINE_ID = 2;
-constexpr RECT FIRST_PLACE = {8, 8, 400, 350};  // left, top, width, height
+constexpr RECT FIRST_PLACE = {8, 8, 400, 350};  // left, top, width, height at 96 dots per inch
 
 // What a waiting call draws.
 enum CALLKIND {
@@ -38,8 +38,8 @@ enum CALLKIND {
 }  // namespace
 
 MAINWINDOW::MAINWINDOW(VELMORAAPP& app, const DESKTOPTIMES& times)
-    : WINDOW(WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, ProgramTitle(app.Texts()), ScalePixels(FIRST_PLACE.left),
-             ScalePixels(FIRST_PLACE.top), ScalePixels(FIRST_PLACE.right), ScalePixels(FIRST_PLACE.bottom), nullptr,
+    : WINDOW(WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, ProgramTitle(app.Texts()), FIRST_PLACE.left, FIRST_PLACE.top,
+             SCALE::OfTaskbar().Pixels(FIRST_PLACE.right), SCALE::OfTaskbar().Pixels(FIRST_PLACE.bottom), nullptr,
              MENU_MAIN, MAINWINDOW_CLASS),
       App(app),
       Times(times),
@@ -312,6 +312,13 @@ void MAINWINDOW::PlaceControls() {
         PlaceInbox(top, static_cast<int>(client.right), bottom);
     Rows->Place(0, top, client.right, std::max(bottom - top, 0));
     Trace("TARNWICK::~ArrangeControls\n");
+}
+
+void MAINWINDOW::Rescaled(SCALE before) {
+    if (Rows)
+        Rows->Rescaled(before);
+    if (Tray)
+        Tray->Rescale();
 }
 
 COMMANDCONTEXT MAINWINDOW::CommandContext() const {

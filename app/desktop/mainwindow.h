@@ -112,6 +112,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     // The windows around the list.
     void MakeToolbar();
     void PlaceControls();
+    void Rescaled(SCALE before) override;
     void ShowState();
     void ShowState(MENU& menu) const;
     COMMANDCONTEXT CommandContext() const;

@@ -16,25 +16,21 @@ void NeedCommonControls() {
 
 }  // namespace
 
-HFONT MessageFont() {
-    static const FONTHANDLE font = [] {
-        NONCLIENTMETRICSW metrics{};
-        metrics.cbSize = sizeof metrics;
-        SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
-        return FONTHANDLE(CreateFontIndirectW(&metrics.lfMessageFont));
-    }();
-    return font.get();
-}
-
 HWND MakeTipWindow(HWND owner, int width) {
     constexpr int LONG_TIP_MS = 30000;
     const HWND tips = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX,
                                       0, 0, 0, 0, owner, nullptr, GetModuleHandleW(nullptr), nullptr);
-    if (width > 0) {
-        SendMessageW(tips, TTM_SETMAXTIPWIDTH, 0, ScalePixels(width));
+    if (width > 0)
         SendMessageW(tips, TTM_SETDELAYTIME, TTDT_AUTOPOP, LONG_TIP_MS);
-    }
+    ScaleTips(tips, width);
     return tips;
+}
+
+void ScaleTips(HWND tips, int width) {
+    const SCALE scale = SCALE::Of(GetWindow(tips, GW_OWNER));
+    SendMessageW(tips, WM_SETFONT, reinterpret_cast<WPARAM>(scale.MessageFont()), FALSE);
+    if (width > 0)
+        SendMessageW(tips, TTM_SETMAXTIPWIDTH, 0, scale.Pixels(width));
 }
 
 CONTROL::CONTROL(const wchar_t* className, DWORD style, DWORD extendedStyle, HWND parent, int id)
@@ -51,7 +47,7 @@ CONTROL::CONTROL(const wchar_t* className, DWORD style, DWORD extendedStyle, HWN
     SetWindowLongPtrW(hWnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
     ClassProcedure =
         reinterpret_cast<WNDPROC>(SetWindowLongPtrW(hWnd, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(ControlProcedure)));
-    SetFont(MessageFont());
+    SetFont(Scale().MessageFont());
 }
 
 CONTROL::~CONTROL() {
@@ -77,7 +73,13 @@ LRESULT CALLBACK CONTROL::ControlProcedure(HWND window, UINT message, WPARAM fir
 }
 
 LRESULT CONTROL::WinProc(UINT message, WPARAM first, LPARAM second) {
+    if (message == WM__RESCALED)
+        return WINDOW::WinProc(message, first, second);
     return CallWindowProcW(ClassProcedure, hWnd, message, first, second);
+}
+
+void CONTROL::Rescaled(SCALE /*before*/) {
+    SetFont(Scale().MessageFont());
 }
 
 STRING CONTROL::ClassName() const {

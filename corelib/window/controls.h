@@ -2,12 +2,11 @@
 
 #include "corelib/window/window.h"
 
-/// The system's font for texts in windows, at this display's size. It stays with the process.
-HFONT MessageFont();
-
 /// A window for tips over the parts of another one, with which it goes. width: where its lines are broken, in pixels at
 /// 96 dots per inch; such long tips stay half a minute. 0: each tip is one line.
 HWND MakeTipWindow(HWND owner, int width = 0);
+/// Fits it to its owner's scale, with the width that it was made with.
+void ScaleTips(HWND tips, int width);
 
 /// A control: a child window of one of the system's classes. Bound to one that is there (which stays when the object
 /// goes), or made by the object (in the message font). A missing one leaves Hwnd() null; operations then do nothing.
@@ -29,6 +28,9 @@ class CONTROL : public WINDOW {
     LRESULT Send(UINT message, WPARAM first = 0, LPARAM second = 0) const {
         return SendMessageW(hWnd, message, first, second);
     }
+
+ protected:
+    void Rescaled(SCALE before) override;
 
  private:
     static LRESULT CALLBACK ControlProcedure(HWND window, UINT message, WPARAM first, LPARAM second);

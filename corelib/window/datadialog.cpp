@@ -9,6 +9,7 @@
 namespace {
 
 constexpr int ID_HELP = 9;
+constexpr int TIP_WIDTH = 300;  // at 96 dots per inch
 
 bool IsPushButton(HWND window) {
     const BUTTON button(window);
@@ -118,22 +119,27 @@ STRING DATADIALOG::FirstComplaint(int& control) const {
     return Complaint(control);
 }
 
+void DATADIALOG::Rescaled(SCALE before) {
+    DIALOG::Rescaled(before);
+    if (Tips)
+        ScaleTips(Tips, TIP_WIDTH);
+}
+
 void DATADIALOG::MakeTips() {
-    constexpr int TIP_WIDTH = 300;
-    HWND tips = nullptr;
+    Tips = nullptr;
     for (HWND child = GetWindow(hWnd, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
         std::wstring text = WideText(Tip(GetDlgCtrlID(child)));
         if (text.empty())
             continue;
-        if (!tips)
-            tips = MakeTipWindow(hWnd, TIP_WIDTH);
+        if (!Tips)
+            Tips = MakeTipWindow(hWnd, TIP_WIDTH);
         TOOLINFOW tool{};
         tool.cbSize = sizeof tool;
         tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
         tool.hwnd = hWnd;
         tool.uId = reinterpret_cast<UINT_PTR>(child);
         tool.lpszText = text.data();
-        SendMessageW(tips, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+        SendMessageW(Tips, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
     }
 }
 

@@ -69,6 +69,7 @@ class DATADIALOG : public DIALOG {
     virtual STRING Tip(int control) const;
 
     // All items, and those of the pages if there are any.
+    void Rescaled(SCALE before) override;
     virtual void Load();
     virtual void Store();
     virtual void ApplyRules();
@@ -109,6 +110,7 @@ class DATADIALOG : public DIALOG {
     HOOK UserHook = nullptr;
     void* UserArgument = nullptr;
     HWND Waiting;
+    HWND Tips = nullptr;
     DATAPAGES* Frame = nullptr;  // of a page
     bool Filled = false;         // the controls are; before that, their changes mean nothing
     STRING NoValue;

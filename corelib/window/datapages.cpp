@@ -70,10 +70,23 @@ void DATAPAGES::MakePage(size_t n) {
         return;
     SetWindowLongW(page.hWnd, GWL_EXSTYLE, GetWindowLongW(page.hWnd, GWL_EXSTYLE) | WS_EX_CONTROLPARENT);
     EnableThemeDialogTexture(page.hWnd, ETDT_ENABLETAB);
+    PlacePage(n);
+}
+
+void DATAPAGES::PlacePage(size_t n) {
+    const HWND tab = GetDlgItem(hWnd, Tab), page = Pages[n].Dialog->hWnd;
     RECT area = WINDOW(tab).Rect();
     SendMessageW(tab, TCM_ADJUSTRECT, FALSE, reinterpret_cast<LPARAM>(&area));
     // Where the tabs have been in the order of the Tab key.
-    SetWindowPos(page.hWnd, tab, area.left, area.top, area.right - area.left, area.bottom - area.top, SWP_NOACTIVATE);
+    SetWindowPos(page, tab, area.left, area.top, area.right - area.left, area.bottom - area.top, SWP_NOACTIVATE);
+}
+
+void DATAPAGES::Rescaled(SCALE before) {
+    DATADIALOG::Rescaled(before);
+    for (size_t n = 0; n < Howmany; ++n)
+        PlacePage(n);
+    // They have come in front of it.
+    SetWindowPos(GetDlgItem(hWnd, Tab), HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
 }
 
 void DATAPAGES::Load() {

@@ -24,6 +24,7 @@ class DATAPAGES : public DATADIALOG {
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
 
  protected:
+    void Rescaled(SCALE before) override;
     void Load() override;
     void Store() override;
     void ApplyRules() override;
@@ -36,6 +37,7 @@ class DATAPAGES : public DATADIALOG {
         std::unique_ptr<DATADIALOG> Dialog;
     };
     void MakePage(size_t n);
+    void PlacePage(size_t n);
     void Select(size_t page);
     void FocusPage();
 

@@ -117,7 +117,7 @@ STRING PushFont(const STRING& value, const PUSHARGUMENT&, DATADIALOG& dialog) {
               "font.Length()==sizeof(LOGFONT) || font.Length()==0");
     LOGFONTW chosen{};
     if (!FontFromValue(font, chosen))
-        SystemParametersInfoW(SPI_GETICONTITLELOGFONT, sizeof chosen, &chosen, 0);
+        chosen = SCALE::System().IconTitleLook();
     CHOOSEFONTW ask{};
     ask.lStructSize = sizeof ask;
     ask.hwndOwner = dialog.hWnd;

@@ -2,11 +2,16 @@
 
 #include <cstdlib>
 #include <cwchar>
+#include <utility>
 
 #include "corelib/base/trace.h"
+#include "corelib/window/controls.h"
+#include "corelib/window/latefunction.h"
 #include "corelib/window/widetext.h"
 
 namespace {
+
+constexpr int POINTS_PER_INCH = 72;
 
 struct CUSTOM {
     WNDPROC oldWinProc = nullptr;
@@ -27,11 +32,9 @@ std::vector<WORD> WithMessageFont(const WORD* words, size_t count) {
     constexpr size_t STYLE_AT = 6, MENU_AT = 13, FONT_WORDS = 3;  // point size, weight, italics with the character set
     if (words[1] != 0xFFFF || !(words[STYLE_AT] & DS_SETFONT))
         return {words, words + count};
-    NONCLIENTMETRICSW metrics{};
-    metrics.cbSize = sizeof metrics;
-    SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
-    const LOGFONTW& font = metrics.lfMessageFont;
-    const int points = MulDiv(abs(font.lfHeight), 72, GetDeviceCaps(WINDOWDC(nullptr), LOGPIXELSY));
+    // In points, which the system turns into pixels of the screen where the dialog opens.
+    const LOGFONTW font = SCALE::System().MessageLook();
+    const int points = SCALE(POINTS_PER_INCH).From(SCALE::System(), abs(font.lfHeight));
 
     const WORD* const old = BehindName(BehindName(BehindName(words + MENU_AT)));
     const WORD* controls = BehindName(old + FONT_WORDS);
@@ -46,6 +49,36 @@ std::vector<WORD> WithMessageFont(const WORD* words, size_t count) {
     if (controls < words + count)
         made.insert(made.end(), controls, words + count);
     return made;
+}
+
+// What a unit of a dialog's layout is for a font, 4 to the right and 8 down.
+SIZE UnitsOf(HFONT font) {
+    constexpr std::wstring_view LETTERS = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+    const WINDOWDC dc(nullptr);
+    const HGDIOBJ former = SelectObject(dc, font);
+    SIZE size{};
+    GetTextExtentPoint32W(dc, LETTERS.data(), static_cast<int>(LETTERS.size()), &size);
+    SelectObject(dc, former);
+    return {(size.cx / 26 + 1) / 2, size.cy};
+}
+
+// With the list that it opens, which is what its height means.
+LONG WholeHeight(const CONTROL& control) {
+    RECT opened{};
+    if (stricmp(control.ClassName().Text(), WC_COMBOBOXA, false) == 0 &&
+        control.Send(CB_GETDROPPEDCONTROLRECT, 0, reinterpret_cast<LPARAM>(&opened)))
+        return opened.bottom - opened.top;
+    const RECT place = control.Rect();
+    return place.bottom - place.top;
+}
+
+// The system would scale dialogs by itself as well, but neither their pages nor what the program has moved.
+void LeaveScaleToProgram(HWND dialog) {
+    constexpr int ALL = 1;
+    using SETBEHAVIOR = BOOL WINAPI(HWND, int, int);
+    static auto* const set = LateFunction<SETBEHAVIOR>(L"user32.dll", "SetDialogDpiChangeBehavior");
+    if (set)
+        set(dialog, ALL, ALL);
 }
 
 // The messages whose answer is the dialog procedure's own result.
@@ -163,6 +196,8 @@ LRESULT DIALOG::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM_INITDIALOG:
             return 1;
         case WM_HELP:
+        case WM_DPICHANGED:
+        case WM__RESCALED:
         case WM_DESTROY:
         case WM__GETID:
             return WINDOW::WinProc(message, first, second);
@@ -179,11 +214,48 @@ LRESULT DIALOG::WinProc(UINT message, WPARAM first, LPARAM second) {
     return 0;
 }
 
+void DIALOG::Rescaled(SCALE before) {
+    const auto fontOf = [](HWND window) { return reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)); };
+    const HFONT former = Font ? Font.get() : fontOf(hWnd);
+    if (!FirstScale) {
+        if (!GetObjectW(former, sizeof FirstLook, &FirstLook))
+            return;
+        FirstScale = before;
+    }
+    LOGFONTW look = FirstLook;
+    look.lfHeight = Scale().From(*FirstScale, look.lfHeight);
+    look.lfWidth = Scale().From(*FirstScale, look.lfWidth);
+    FONTHANDLE font(CreateFontIndirectW(&look));
+    const SIZE from = UnitsOf(former), to = UnitsOf(font.get());
+    const auto across = [&](LONG pixels) { return MulDiv(pixels, to.cx, from.cx); };
+    const auto down = [&](LONG pixels) { return MulDiv(pixels, to.cy, from.cy); };
+    for (HWND child = GetWindow(hWnd, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        CONTROL control(child);
+        const RECT place = control.Rect();
+        const int height = down(WholeHeight(control));
+        if (fontOf(child) == former)
+            control.SetFont(font.get());
+        control.Move(across(place.left), down(place.top), across(place.right - place.left), height);
+    }
+    Font = std::move(font);
+    const RECT client = ClientRect();
+    ClientSize = {across(client.right), down(client.bottom)};
+}
+
+void DIALOG::TakePlace(const RECT& place) {
+    WINDOW::TakePlace(place);
+    if (!IsZoomed(hWnd))
+        SetClientSize(ClientSize.cx, ClientSize.cy);
+}
+
 INT_PTR CALLBACK DIALOG::DialogProcedure(HWND window, UINT message, WPARAM first, LPARAM second) {
     if (message == WM_INITDIALOG) {
         auto* const creator = reinterpret_cast<DIALOG*>(second);
         creator->hWnd = window;
         SetWindowLongPtrW(window, GWLP_USERDATA, second);
+        LeaveScaleToProgram(window);
+        if (!(GetWindowLongW(window, GWL_STYLE) & WS_CHILD))
+            SCALE::Keep(window, creator->Scale());
     }
     auto* const self = reinterpret_cast<DIALOG*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     if (!self)
@@ -195,6 +267,7 @@ INT_PTR CALLBACK DIALOG::DialogProcedure(HWND window, UINT message, WPARAM first
     const bool handled = self->Handled;
     self->Handled = before;
     if (message == WM_NCDESTROY) {
+        SCALE::Forget(window);
         SetWindowLongPtrW(window, GWLP_USERDATA, 0);
         self->hWnd = nullptr;
         return FALSE;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,11 +43,24 @@ class DIALOG : public WINDOW {
 
     LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
 
+ protected:
+    /// Gives the controls that have the dialog's font a larger or smaller one, and all of them places that go with it,
+    /// as the layout is in units of that font.
+    void Rescaled(SCALE before) override;
+    void TakePlace(const RECT& place) override;
+    /// The size that the client area gets after Rescaled.
+    SIZE NextSize() const { return ClientSize; }
+
  private:
     static INT_PTR CALLBACK DialogProcedure(HWND window, UINT message, WPARAM first, LPARAM second);
 
     std::vector<WORD> Words;  // of a resource
     const DLGTEMPLATE* Template = nullptr;
+    // The font that the dialog was made with, and for which scale: sizes that go from step to step would drift.
+    LOGFONTW FirstLook{};
+    std::optional<SCALE> FirstScale;
+    FONTHANDLE Font;  // the one in its place
+    SIZE ClientSize{};
     bool Modal = false;
     bool Ended = false;    // by End
     bool Handled = false;  // of the message at hand

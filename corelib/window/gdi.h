@@ -27,9 +27,6 @@ using ICONHANDLE = std::unique_ptr<std::remove_pointer_t<HICON>, HANDLERELEASE<D
 using MENUHANDLE = std::unique_ptr<std::remove_pointer_t<HMENU>, HANDLERELEASE<DestroyMenu>>;
 using IMAGELISTHANDLE = std::unique_ptr<std::remove_pointer_t<HIMAGELIST>, HANDLERELEASE<ImageList_Destroy>>;
 
-/// A length in pixels of a display with 96 dots per inch, on this one.
-int ScalePixels(int pixels);
-
 // What cannot be had from here on is told without a question to the user: its box would have to be painted as well.
 
 /// A window's device context; with a null window the screen's.

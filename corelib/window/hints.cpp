@@ -90,21 +90,27 @@ class HINT : public DIALOG {
     }
 
  private:
+    // Its fonts and places are its own.
+    void Rescaled(SCALE /*before*/) override {}
+    void TakePlace(const RECT& place) override {
+        Move(place.left, place.top);
+        Arrange();
+    }
+
     void Arrange() {
         STRING lines = Text;
         lines.Replace("\r\n", "\n");
         lines.Replace("\n", "\r\n");
         EDITFIELD(hWnd, ID_TEXT).SetText(lines);
         for (const int id : {ID_TEXT, ID_NEVER, IDOK, IDCANCEL})
-            CONTROL(hWnd, id).SetFont(MessageFont());
+            CONTROL(hWnd, id).SetFont(Scale().MessageFont());
 
         const int margin = ScalePixels(MARGIN);
         const SIZE check = Measure(BUTTON(hWnd, ID_NEVER).Title());
         const SIZE text = Measure(lines);
         const int width = std::max<LONG>(
             {text.cx + margin, check.cx + ScalePixels(BOX_WIDTH), ScalePixels(BUTTON_WIDTH) * 2 + margin});
-        RECT work;
-        SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
+        const RECT work = WINDOW(HWND_DESKTOP).Rect();
         // A long text scrolls: a box that is higher than the screen would hide its own buttons.
         const int limit = (work.bottom - work.top) / 2;
         const int height = std::min<LONG>(text.cy, limit);
@@ -123,15 +129,12 @@ class HINT : public DIALOG {
             x -= ScalePixels(BUTTON_WIDTH) + margin / 2;
         }
         CONTROL(hWnd, IDOK).Move(x, y, ScalePixels(BUTTON_WIDTH), button);
-        RECT frame = {0, 0, width + 2 * margin, y + button + margin};
-        AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongW(hWnd, GWL_STYLE)), FALSE,
-                           static_cast<DWORD>(GetWindowLongW(hWnd, GWL_EXSTYLE)));
-        Move(0, 0, frame.right - frame.left, frame.bottom - frame.top);
+        SetClientSize(width + 2 * margin, y + button + margin);
     }
 
     SIZE Measure(const STRING& text) const {
         const WINDOWDC dc(hWnd);
-        const HGDIOBJ former = SelectObject(dc, MessageFont());
+        const HGDIOBJ former = SelectObject(dc, Scale().MessageFont());
         RECT rect = {0, 0, ScalePixels(TEXT_WIDTH), 0};
         DrawTextW(dc, WideText(text).c_str(), -1, &rect, DT_CALCRECT | DT_WORDBREAK | DT_EDITCONTROL | DT_NOPREFIX);
         SelectObject(dc, former);

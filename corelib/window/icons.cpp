@@ -2,15 +2,19 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "corelib/base/trace.h"
 #include "corelib/window/window.h"
 
 ICONHANDLE LoadIconResource(int id, int pixels) {
+    return LoadIconOf(ResourceModule(), id, pixels);
+}
+
+ICONHANDLE LoadIconOf(HMODULE module, int id, int pixels) {
     using LOADICON = HRESULT(WINAPI*)(HINSTANCE, const wchar_t*, int, int, HICON*);
     static const auto scaleDown = reinterpret_cast<LOADICON>(
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"comctl32.dll"), "LoadIconWithScaleDown")));
-    const HMODULE module = ResourceModule();
     const auto* const name = MAKEINTRESOURCEW(id);
     HICON icon = nullptr;
     // The picture of that size, else a larger one made smaller. Plain loading leaves out rows and columns for that, so
@@ -20,9 +24,20 @@ ICONHANDLE LoadIconResource(int id, int pixels) {
     return ICONHANDLE(icon);
 }
 
-ICONIMAGES::ICONIMAGES(int pixels)
-    : Images(ImageList_Create(ScalePixels(pixels), ScalePixels(pixels), ILC_COLOR32 | ILC_MASK, 8, 8)) {
-    ASSERTION(Images != nullptr, "imgids");
+ICONIMAGES::ICONIMAGES(int pixels, SCALE scale) : Pixels(pixels) {
+    Rescale(scale);
+}
+
+IMAGELISTHANDLE ICONIMAGES::Rescale(SCALE scale) {
+    const int size = scale.Pixels(Pixels);
+    IMAGELISTHANDLE former(ImageList_Create(size, size, ILC_COLOR32 | ILC_MASK, 8, 8));
+    ASSERTION(former != nullptr, "imgids");
+    former.swap(Images);
+    ImageList_SetImageCount(Images.get(), static_cast<UINT>(Icons.size()));
+    for (size_t place = 0; place < Icons.size(); ++place)
+        if (std::exchange(Icons[place].Made, false))
+            Need(static_cast<int>(place));
+    return former;
 }
 
 int ICONIMAGES::Place(int id) const {

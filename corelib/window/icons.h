@@ -3,15 +3,20 @@
 #include <vector>
 
 #include "corelib/window/gdi.h"
+#include "corelib/window/scale.h"
 
-/// The icon of that number from the resource module, drawn for that many pixels. Null if there is none.
+/// The icon of that number, drawn for that many pixels, from the resource module; or from another one. Null if there is
+/// none.
 ICONHANDLE LoadIconResource(int id, int pixels);
+ICONHANDLE LoadIconOf(HMODULE module, int id, int pixels);
 
-/// Icons as images of one size, pixels at 96 dots per inch and as sharp as this display is. Each is made when it is
+/// Icons as images of one size, pixels at 96 dots per inch and as sharp as their screen is. Each is made when it is
 /// first needed, as some never are.
 class ICONIMAGES {
  public:
-    explicit ICONIMAGES(int pixels);
+    ICONIMAGES(int pixels, SCALE scale);
+    /// Makes those that there are anew for another scale. The list so far comes back, for whom a control uses it yet.
+    IMAGELISTHANDLE Rescale(SCALE scale);
     HIMAGELIST Handle() const { return Images.get(); }
     /// The place of the icon with that number, -1 if it was never added.
     int Place(int id) const;
@@ -26,6 +31,7 @@ class ICONIMAGES {
         int Id;
         bool Made;
     };
+    const int Pixels;
     IMAGELISTHANDLE Images;
     std::vector<ICON> Icons;
 };

@@ -111,11 +111,23 @@ void LISTVIEW::PaintEmptyText() const {
     place.top = head.bottom - head.top;
     InflateRect(&place, -ScalePixels(EMPTY_TEXT_MARGIN), -ScalePixels(EMPTY_TEXT_MARGIN));
     const int state = SaveDC(dc);
-    SelectObject(dc, MessageFont());
+    SelectObject(dc, Scale().MessageFont());
     SetBkMode(dc, TRANSPARENT);
     SetTextColor(dc, GetSysColor(COLOR_WINDOWTEXT));
     DrawTextW(dc, EmptyText.c_str(), -1, &place, DT_CENTER | DT_WORDBREAK | DT_NOPREFIX);
     RestoreDC(dc, state);
+}
+
+void LISTVIEW::Rescaled(SCALE before) {
+    CONTROL::Rescaled(before);
+    if (Images) {
+        const IMAGELISTHANDLE former = Images->Rescale(Scale());
+        ListView_SetImageList(hWnd, Images->Handle(), LVSIL_SMALL);
+    }
+    for (int i = 0; i < ColumnCount(); ++i)
+        SetColumnWidth(i, Scale().From(before, ColumnWidth(i)));
+    if (Tips)
+        ScaleTips(Tips, TIP_WIDTH);
 }
 
 void LISTVIEW::AddColumns(const STRING& texts) {
@@ -175,7 +187,7 @@ void LISTVIEW::SetSortMark(int column, bool up) {
 }
 
 void LISTVIEW::SetImages(const std::vector<int>& icons) {
-    Images.emplace(SMALL_IMAGE);
+    Images.emplace(SMALL_IMAGE, Scale());
     for (const int icon : icons)
         Images->Add(icon);
     ListView_SetImageList(hWnd, Images->Handle(), LVSIL_SMALL);
@@ -186,7 +198,7 @@ int LISTVIEW::ImageIndex(int image) {
     if (image < 0)
         return I_IMAGENONE;
     if (!Images)
-        Images.emplace(SMALL_IMAGE);
+        Images.emplace(SMALL_IMAGE, Scale());
     int idx = Images->Place(image);
     if (HasFixedImages) {
         ASSERTION_INFO(idx != -1, "idx!=-1", std::to_string(image).c_str());

@@ -96,6 +96,7 @@ class LISTVIEW : public CONTROL {
     bool HasFixedImages = false;
 
  private:
+    void Rescaled(SCALE before) override;
     bool ShowsEmptyText() const { return !EmptyText.empty() && Count() == 0; }
     void PaintEmptyText() const;
 

@@ -39,7 +39,7 @@ TASKBARICON::~TASKBARICON() {
 }
 
 void TASKBARICON::Load(int icon) {
-    ICONHANDLE loaded = LoadIconResource(icon, GetSystemMetrics(SM_CXSMICON));
+    ICONHANDLE loaded = LoadIconResource(icon, SCALE::OfTaskbar().Metric(SM_CXSMICON));
     // Without a question to the user: it would come again with each picture.
     if (!ASSERTION_QUIET(loaded != nullptr, "nof.hIcon", std::to_string(icon).c_str())) {
         // There must be something to click on: the former picture, or else the system's for programs.

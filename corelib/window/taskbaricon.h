@@ -20,6 +20,8 @@ class TASKBARICON {
     /// Adds the icon again, for a shell that has been started anew; IsUp() tells whether that worked.
     void Add();
     void SetIcon(int icon);
+    /// Shows the same one anew, for the scale that the task bar's screen has now.
+    void Rescale() { SetIcon(Shown); }
     void SetTooltip(const STRING& text);
 
  private:

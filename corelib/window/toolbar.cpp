@@ -46,18 +46,18 @@ void FillRow(HDC dc, int left, int top, int right, int bottom, int color) {
 }
 
 // Two system lines that together look like a groove, each a row of a display with 96 dots per inch.
-void DrawGroove(HDC dc, int width, int row) {
-    FillRow(dc, 0, ScalePixels(row), width, ScalePixels(row + 1), COLOR_3DSHADOW);
-    FillRow(dc, 0, ScalePixels(row + 1), width, ScalePixels(row + 2), COLOR_3DHIGHLIGHT);
+void DrawGroove(HDC dc, SCALE scale, int width, int row) {
+    FillRow(dc, 0, scale.Pixels(row), width, scale.Pixels(row + 1), COLOR_3DSHADOW);
+    FillRow(dc, 0, scale.Pixels(row + 1), width, scale.Pixels(row + 2), COLOR_3DHIGHLIGHT);
 }
 
 }  // namespace
 
 NEWTOOLBAR::NEWTOOLBAR(HWND parent, int id)
-    : WINDOW(WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_CLIPSIBLINGS, "", 0, 0, 0, ScalePixels(HEIGHT), parent, id,
-             "NewToolbar"),
-      Images(IMAGE),
-      DisabledImages(IMAGE) {
+    : WINDOW(WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_CLIPSIBLINGS, "", 0, 0, 0, SCALE::Of(parent).Pixels(HEIGHT),
+             parent, id, "NewToolbar"),
+      Images(IMAGE, Scale()),
+      DisabledImages(IMAGE, Scale()) {
     Trace("NEWTOOLBAR::NEWTOOLBAR\n");
     Tips = MakeTipWindow(hWnd);
     Resize();
@@ -132,6 +132,14 @@ void NEWTOOLBAR::Enable(int id, bool flag) {
         SetState(*button, TBSTATE_ENABLED, flag);
 }
 
+void NEWTOOLBAR::Rescaled(SCALE /*before*/) {
+    Images.Rescale(Scale());
+    DisabledImages.Rescale(Scale());
+    ScaleTips(Tips, 0);
+    Resize();
+    ArrangeButtons();
+}
+
 void NEWTOOLBAR::Resize() {
     Trace("NEWTOOLBAR::Resize\n");
     Move(0, 0, Parent().ClientRect().right, ScalePixels(HEIGHT));
@@ -141,7 +149,7 @@ void NEWTOOLBAR::Resize() {
 void NEWTOOLBAR::ArrangeButtons() {
     Trace("NEWTOOLBAR::ArrangeButtons\n");
     const WINDOWDC dc(hWnd);
-    const HGDIOBJ formerFont = SelectObject(dc, MessageFont());
+    const HGDIOBJ formerFont = SelectObject(dc, Scale().MessageFont());
     const int edge = ScalePixels(EDGE);
     int x = edge;
     for (BUTTON& button : Buttons) {
@@ -436,9 +444,9 @@ void NEWTOOLBAR::Paint() {
     const PICTUREPAINTER picture(hWnd);
     const RECT& client = picture.Client();
     FillRect(picture, &client, GetSysColorBrush(COLOR_BTNFACE));
-    DrawGroove(picture, client.right, TOP_LINE);
-    DrawGroove(picture, client.right, BOTTOM_LINE);
-    SelectObject(picture, MessageFont());
+    DrawGroove(picture, Scale(), client.right, TOP_LINE);
+    DrawGroove(picture, Scale(), client.right, BOTTOM_LINE);
+    SelectObject(picture, Scale().MessageFont());
     SetBkMode(picture, TRANSPARENT);
     const THEME theme(hWnd);
     for (size_t i = 0; i < Buttons.size(); ++i)

@@ -73,6 +73,7 @@ class NEWTOOLBAR : public WINDOW, private DRAWNELEMENTS {
     void Activate(int index);
     bool TypeKey(WPARAM key, bool again);
     void MoveFocus(int from, int step);
+    void Rescaled(SCALE before) override;
     void Paint();
     void DrawButton(HDC dc, HTHEME theme, int index);
 

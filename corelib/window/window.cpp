@@ -32,9 +32,18 @@ bool IsDesktop(HWND window) {
     return window == HWND_DESKTOP || window == GetDesktopWindow();
 }
 
+SCALE ScaleAt(const RECT& edges) {
+    return SCALE::OfScreen(MonitorFromRect(&edges, MONITOR_DEFAULTTONEAREST));
+}
+
+// Under this name the scale lies that a kept place is for.
+STRING DotsName(const char* name) {
+    return STRING(name) || "Dots";
+}
+
 // Whether a window with these edges could be taken by its title and moved.
 bool IsInReach(const RECT& edges) {
-    const RECT title = {edges.left, edges.top, edges.right, edges.top + GetSystemMetrics(SM_CYCAPTION)};
+    const RECT title = {edges.left, edges.top, edges.right, edges.top + ScaleAt(edges).Metric(SM_CYCAPTION)};
     const HMONITOR screen = MonitorFromRect(&title, MONITOR_DEFAULTTONULL);
     const RECT work = screen ? WorkArea(screen) : RECT{};
     RECT shown;
@@ -90,11 +99,6 @@ void SetHelp(HELPFUNCTION help) {
     Help = std::move(help);
 }
 
-int ScalePixels(int pixels) {
-    static const int dots = GetDeviceCaps(WINDOWDC(nullptr), LOGPIXELSX);
-    return MulDiv(pixels, dots, USER_DEFAULT_SCREEN_DPI);
-}
-
 WINDOW::WINDOW(DWORD style, const STRING& title, int x, int y, int width, int height, HWND parent, int id,
                const char* className, DWORD extendedStyle)
     : WindowId(id), AutoDestroy(true) {
@@ -125,7 +129,10 @@ WINDOW::WINDOW(DWORD style, const STRING& title, int x, int y, int width, int he
     ASSERTION_INFO(id == 0 || menu, "hmenu", std::to_string(id).c_str());
     CreateWindowExW(extendedStyle, name.c_str(), WideText(title).c_str(), style, x, y, width, height, parent, menu,
                     instance, this);
-    ASSERTION(hWnd != nullptr, "this->hWnd");
+    if (!ASSERTION(hWnd != nullptr, "this->hWnd") || (style & WS_CHILD))
+        return;
+    SCALE::Keep(hWnd, Scale());
+    ShowProgramIcons();
 }
 
 WINDOW::~WINDOW() {
@@ -148,6 +155,7 @@ LRESULT CALLBACK WINDOW::Procedure(HWND window, UINT message, WPARAM first, LPAR
         return DefWindowProcW(window, message, first, second);
     const LRESULT result = self->Dispatch(message, first, second);
     if (message == WM_NCDESTROY) {
+        SCALE::Forget(window);
         SetWindowLongPtrW(window, GWLP_USERDATA, 0);
         self->hWnd = nullptr;
     }
@@ -186,6 +194,17 @@ LRESULT WINDOW::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM_DESTROY:
             Hook = nullptr;
             return 0;
+        case WM_DPICHANGED: {
+            const SCALE before = Scale();
+            SCALE::Keep(hWnd, SCALE(LOWORD(first)));
+            TakeScale(before);
+            TakePlace(*reinterpret_cast<const RECT*>(second));
+            RedrawWindow(hWnd, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+            return 0;
+        }
+        case WM__RESCALED:
+            TakeScale(SCALE(static_cast<int>(first)));
+            return 0;
         case WM_SYSCOLORCHANGE:
             // Only top-level windows are told of new colours; the controls in them keep the old ones otherwise.
             for (HWND child = GetWindow(hWnd, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT))
@@ -194,6 +213,29 @@ LRESULT WINDOW::WinProc(UINT message, WPARAM first, LPARAM second) {
         default:
             return DefWindowProcW(hWnd, message, first, second);
     }
+}
+
+void WINDOW::TakeScale(SCALE before) {
+    for (HWND child = GetWindow(hWnd, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT))
+        SendMessageW(child, WM__RESCALED, static_cast<WPARAM>(before.Dots()), 0);
+    if (!(GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD) && SendMessageW(hWnd, WM_GETICON, ICON_SMALL, 0))
+        ShowProgramIcons();
+    Rescaled(before);
+}
+
+void WINDOW::TakePlace(const RECT& place) {
+    const RECT before = ClientRect();
+    SetWindowPos(hWnd, nullptr, place.left, place.top, place.right - place.left, place.bottom - place.top,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+    const RECT now = ClientRect();
+    if (EqualRect(&before, &now) && !IsIconic(hWnd))
+        SendMessageW(hWnd, WM_SIZE, IsZoomed(hWnd) ? SIZE_MAXIMIZED : SIZE_RESTORED, MAKELPARAM(now.right, now.bottom));
+}
+
+void WINDOW::ShowProgramIcons() {
+    for (const int size : {ICON_SMALL, ICON_BIG})
+        if (const HICON icon = Scale().ProgramIcon(size))
+            SendMessageW(hWnd, WM_SETICON, static_cast<WPARAM>(size), reinterpret_cast<LPARAM>(icon));
 }
 
 STRING WINDOW::Title() const {
@@ -211,6 +253,12 @@ void WINDOW::Move(int x, int y, int width, int height) {
     const RECT now = Rect();
     MoveWindow(hWnd, x, y, width == -1 ? now.right - now.left : width, height == -1 ? now.bottom - now.top : height,
                TRUE);
+}
+
+void WINDOW::SetClientSize(int width, int height) {
+    const RECT edges = Rect(), client = ClientRect();
+    Move(edges.left, edges.top, edges.right - edges.left + width - client.right,
+         edges.bottom - edges.top + height - client.bottom);
 }
 
 RECT WINDOW::Rect() const {
@@ -235,8 +283,11 @@ void WINDOW::StoreWindowPos(const char* product, const char* name) {
         return;
     const RECT rect = Rect();
     const int32_t edges[4] = {rect.left, rect.top, rect.right, rect.bottom};
+    const auto dots = static_cast<uint32_t>(Scale().Dots());
     // What is not remembered is placed anew.
-    (void)REGISTRY(WINDOW_COMPANY, product, ROOT_CURRENT_USER).Write(name, edges, sizeof edges);
+    REGISTRY values(WINDOW_COMPANY, product, ROOT_CURRENT_USER);
+    (void)values.Write(name, edges, sizeof edges);
+    (void)values.Write(DotsName(name).Text(), &dots, sizeof dots);
     Trace("WINDOW::StoreWindowPos(%d, %d, %d, %d)\n", edges[0], edges[1], edges[2], edges[3]);
 }
 
@@ -244,20 +295,27 @@ bool WINDOW::RestoreWindowPos(const char* product, const char* name) {
     // One more than is right, so that a longer value is seen.
     int32_t edges[5] = {};
     int size = sizeof edges;
-    bool moved =
-        REGISTRY(WINDOW_COMPANY, product, ROOT_CURRENT_USER).Read(name, edges, &size) && size == 4 * sizeof edges[0];
+    REGISTRY values(WINDOW_COMPANY, product, ROOT_CURRENT_USER);
+    bool moved = values.Read(name, edges, &size) && size == 4 * sizeof edges[0];
+    // Of an earlier version there is none: then the scale has not changed.
+    uint32_t dots = 0;
+    size = sizeof dots;
+    const bool scaled = values.Read(DotsName(name).Text(), &dots, &size) && dots > 0 && dots <= SHRT_MAX;
     // No screen lies further out.
     for (int32_t& edge : edges)
         edge = std::clamp<int32_t>(edge, SHRT_MIN, SHRT_MAX);
     RECT rect = {edges[0], edges[1], edges[2], edges[3]};
     moved = moved && !IsRectEmpty(&rect);
     if (moved) {
-        const LONG width = std::min<LONG>(rect.right - rect.left, GetSystemMetrics(SM_CXMAXTRACK));
-        const LONG height = std::min<LONG>(rect.bottom - rect.top, GetSystemMetrics(SM_CYMAXTRACK));
+        const SCALE there = ScaleAt(rect), kept = scaled ? SCALE(static_cast<int>(dots)) : there;
+        const LONG width = std::min<LONG>(there.From(kept, rect.right - rect.left), GetSystemMetrics(SM_CXMAXTRACK));
+        const LONG height = std::min<LONG>(there.From(kept, rect.bottom - rect.top), GetSystemMetrics(SM_CYMAXTRACK));
         rect = {rect.left, rect.top, rect.left + width, rect.top + height};
         if (!(GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD) && !IsInReach(rect))
             ClipInto(WorkArea(MonitorFromRect(&rect, MONITOR_DEFAULTTONEAREST)), width, height, rect.left, rect.top);
-        Move(rect.left, rect.top, width, height);
+        // Twice: on its way to a screen of another scale the system changes the size of a window.
+        for (int i = 0; i < 2; ++i)
+            Move(rect.left, rect.top, width, height);
     }
     Trace("WINDOW::RestoreWindowPos(%d, %d, %d, %d) returned %d\n", edges[0], edges[1], edges[2], edges[3], moved);
     return moved;

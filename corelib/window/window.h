@@ -5,6 +5,7 @@
 
 #include "corelib/base/strings.h"
 #include "corelib/window/gdi.h"
+#include "corelib/window/scale.h"
 
 /// Where menus, dialogs and pictures come from: the language library, which the application names once. Null is the
 /// program file.
@@ -31,6 +32,9 @@ void SetHelp(HELPFUNCTION help);
 
 /// Sent to a window from its own thread: stores its id where the first parameter points.
 inline constexpr UINT WM__GETID = 1091;
+
+/// Sent to the windows in a window whose screen has got another scale; first: the dots per inch so far.
+inline constexpr UINT WM__RESCALED = WM_APP + 0x101;
 
 /// An object bound to a window. Made and used on the user-interface thread.
 class WINDOW {
@@ -74,8 +78,15 @@ class WINDOW {
     void Enable(bool enable) { EnableWindow(hWnd, enable); }
     void Show(int how = SW_SHOW) { ShowWindow(hWnd, how); }
 
-    /// Keeps a visible window's edges as the value `name` of the product's; and moves the window there again, back onto
-    /// a screen if its title would be on none. True if it moved.
+    /// Moves it so that its client area has this size.
+    void SetClientSize(int width, int height);
+    /// How large things are on the screen that the window is on; and a length in pixels at 96 dots per inch there.
+    SCALE Scale() const { return SCALE::Of(hWnd); }
+    int ScalePixels(int pixels) const { return Scale().Pixels(pixels); }
+
+    /// Keeps a visible window's edges as the value `name` of the product's, and the scale that they are for as the one
+    /// of that name and "Dots"; and moves the window there again, as large as it was to the eye, and back onto a screen
+    /// if its title would be on none. True if it moved.
     void StoreWindowPos(const char* product, const char* name);
     bool RestoreWindowPos(const char* product, const char* name);
     /// Puts the window into the middle of a visible reference, else of the work area, and inside the work area of that
@@ -92,11 +103,19 @@ class WINDOW {
     /// The hook, then WinProc, for those that have a window's messages come to them in a way of their own.
     LRESULT Dispatch(UINT message, WPARAM first, LPARAM second);
 
+    /// The screen has got another scale, or the window another screen: makes anew what it has in pixels. The windows in
+    /// it have done so. A top-level window is laid out after it, by TakePlace.
+    virtual void Rescaled(SCALE /*before*/) {}
+    /// Takes the place that the system proposes for the new scale; WM_SIZE comes in any case, unless it is minimised.
+    virtual void TakePlace(const RECT& place);
+
     int WindowId = 0;
     bool AutoDestroy = false;
 
  private:
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM first, LPARAM second);
+    void TakeScale(SCALE before);
+    void ShowProgramIcons();
 
     HOOKFUNCTION Hook = nullptr;
     std::wstring OwnClass;  // registered for this window alone

@@ -12,9 +12,11 @@ namespace {
 constexpr int TITLE_POINTS = 8;
 constexpr int HEAD_MARGIN = 8;  // below the subtitle, in pixels at 96 dots per inch
 
-FONTHANDLE MakeFont(int points, int weight) {
+constexpr int POINTS_PER_INCH = 72;
+
+FONTHANDLE MakeFont(int points, int weight, SCALE scale) {
     LOGFONTW look{};
-    look.lfHeight = -MulDiv(points, GetDeviceCaps(WINDOWDC(nullptr), LOGPIXELSY), 72);
+    look.lfHeight = -scale.From(SCALE(POINTS_PER_INCH), points);
     look.lfWeight = weight;
     look.lfCharSet = DEFAULT_CHARSET;
     wcscpy(look.lfFaceName, L"Arial");
@@ -84,16 +86,27 @@ void WIZARD::ShowPage() {
                  SWP_NOACTIVATE);
     for (const int text : {ID_TITLE, ID_SUBTITLE})
         SetControlText(text, pSubDlg->ControlText(text));
-    if (!TitleFont)
-        TitleFont = MakeFont(TITLE_POINTS, FW_BOLD);
-    CONTROL(hWnd, ID_TITLE).SetFont(TitleFont.get());
-    if (SubtitlePoints != -1 && !SubtitleFont)
-        SubtitleFont = MakeFont(SubtitlePoints, FW_NORMAL);
-    if (SubtitleFont)
-        CONTROL(hWnd, ID_SUBTITLE).SetFont(SubtitleFont.get());
+    SetHeadFonts();
     pSubDlg->SetTitle(Title());  // of its complaints
     ShowWindow(page, SW_SHOW);
     ShowWindow(hWnd, SW_SHOW);
+}
+
+void WIZARD::SetHeadFonts() {
+    // The one so far goes once the control has the new one.
+    const auto set = [this](FONTHANDLE& kept, int control, int points, int weight) {
+        FONTHANDLE made = MakeFont(points, weight, Scale());
+        CONTROL(hWnd, control).SetFont(made.get());
+        kept = std::move(made);
+    };
+    set(TitleFont, ID_TITLE, TITLE_POINTS, FW_BOLD);
+    if (SubtitlePoints != -1)
+        set(SubtitleFont, ID_SUBTITLE, SubtitlePoints, FW_NORMAL);
+}
+
+void WIZARD::Rescaled(SCALE before) {
+    DATADIALOG::Rescaled(before);
+    SetHeadFonts();
 }
 
 void WIZARD::SetButtons() {

@@ -47,7 +47,9 @@ class WIZARD : public DATADIALOG {
         STEP Step;
         PAGEFUNCTION Function;
     };
+    void Rescaled(SCALE before) override;
     void ShowPage();
+    void SetHeadFonts();
     void SetButtons();
     void PaintHead(HDC dc) const;
     PAGEEND Wait();

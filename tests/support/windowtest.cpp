@@ -92,6 +92,31 @@ void TypeKey(HWND window, int key) {
     Pump();
 }
 
+void TellScale(HWND window, int before, int dots) {
+    RECT place;
+    GetWindowRect(window, &place);
+    place.right = place.left + MulDiv(place.right - place.left, dots, before);
+    place.bottom = place.top + MulDiv(place.bottom - place.top, dots, before);
+    SendMessageW(window, WM_DPICHANGED, MAKEWPARAM(dots, dots), reinterpret_cast<LPARAM>(&place));
+    Pump();
+}
+
+int FontHeight(HWND window) {
+    LOGFONTW look{};
+    GetObjectW(reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)), sizeof look, &look);
+    return std::abs(static_cast<int>(look.lfHeight));
+}
+
+int IconWidth(HICON icon) {
+    ICONINFO info{};
+    BITMAP picture{};
+    GetIconInfo(icon, &info);
+    GetObjectW(info.hbmMask, sizeof picture, &picture);
+    DeleteObject(info.hbmMask);
+    DeleteObject(info.hbmColor);
+    return static_cast<int>(picture.bmWidth);
+}
+
 int PixelsUnlike(HWND window, const RECT& part, COLORREF colour) {
     Pump();
     UpdateWindow(window);

@@ -25,6 +25,13 @@ void Click(HWND window, int x, int y);
 /// A key pressed and released in a window, through its queue.
 void TypeKey(HWND window, int key);
 
+/// Tells a window that its screen has so many dots per inch in place of those, with the place that the system would
+/// propose: as large to the eye.
+void TellScale(HWND window, int before, int dots);
+/// The height of a window's font, and the width of a picture, in pixels.
+int FontHeight(HWND window);
+int IconWidth(HICON icon);
+
 /// How many pixels of a part of a window are of another colour, once all that waits is drawn.
 int PixelsUnlike(HWND window, const RECT& part, COLORREF colour);
 

@@ -584,6 +584,75 @@ TEST_F(Dialogs, OpenTheirFilesAndEndByEscape) {
     }));
 }
 
+bool IsDialog(HWND window) {
+    wchar_t name[16] = L"";
+    GetClassNameW(window, name, 16);
+    return wcscmp(name, L"#32770") == 0;
+}
+
+// Each control's place on the screen, "cut" where its words do not fit in or it lies outside, and its font.
+std::map<HWND, std::pair<RECT, int>> PlacesIn(HWND dialog) {
+    std::map<HWND, std::pair<RECT, int>> places;
+    EnumChildWindows(
+        dialog,
+        [](HWND window, LPARAM all) -> BOOL {
+            const WINDOW control(window);
+            // Combo boxes see to what is in them, and dialogs have the font that they began with.
+            if (FontHeight(window) == 0 || IsDialog(window) || !IsDialog(GetParent(window)))
+                return TRUE;
+            const RECT place = control.Rect(), around = control.Parent().ClientRect();
+            const std::wstring words = WideText(control.Title());
+            wchar_t name[16] = L"";
+            GetClassNameW(window, name, 16);
+            const bool oneLine = _wcsicmp(name, L"STATIC") == 0 || _wcsicmp(name, L"BUTTON") == 0;
+            EXPECT_TRUE(place.left >= 0 && place.top >= 0 && place.right <= around.right &&
+                        (place.bottom <= around.bottom || _wcsicmp(name, L"COMBOBOX") == 0))
+                << Std(control.Title()) << " is outside";
+            if (oneLine && GetDlgCtrlID(window) != 290) {
+                const WINDOWDC dc(window);
+                const HGDIOBJ former =
+                    SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
+                RECT needed{};
+                DrawTextW(dc, words.c_str(), -1, &needed, DT_CALCRECT | DT_SINGLELINE);
+                SelectObject(dc, former);
+                EXPECT_LE(needed.right, place.right - place.left) << Std(control.Title()) << " is cut";
+                EXPECT_LE(needed.bottom, place.bottom - place.top + 1) << Std(control.Title()) << " is cut";
+            }
+            (*reinterpret_cast<std::map<HWND, std::pair<RECT, int>>*>(all))[window] = {place, FontHeight(window)};
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&places));
+    return places;
+}
+
+TEST_F(Dialogs, AreAsLargeToTheEyeOnEachScreen) {
+    constexpr int DOTS[] = {144, 192, 96};
+    for (const int language : {LANGUAGE_GERMAN, LANGUAGE_ENGLISH}) {
+        Speak(language);
+        for (const SHEET& sheet : {SHEETS[0], SHEETS[1], SHEETS[2], SHEETS[5]}) {
+            SCOPED_TRACE(sheet.Name);
+            STRINGARRAY record = Unlike(sheet);
+            Run(sheet, record, [&] {
+                const int own = SCALE::Of(Dialog).Dots();
+                const RECT client = WINDOW(Dialog).ClientRect();
+                const auto before = PlacesIn(Dialog);
+                for (int now = own; const int dots : DOTS) {
+                    TellScale(Dialog, std::exchange(now, MulDiv(own, dots, 96)), MulDiv(own, dots, 96));
+                    const double factor = dots / 96.0;
+                    EXPECT_NEAR(WINDOW(Dialog).ClientRect().right, client.right * factor, client.right * 0.25);
+                    EXPECT_NEAR(WINDOW(Dialog).ClientRect().bottom, client.bottom * factor, client.bottom * 0.25);
+                    for (const auto& [window, place] : PlacesIn(Dialog)) {
+                        const auto& [was, font] = before.at(window);
+                        const double off = dots == 96 ? 2 : 3 + (was.right - was.left) * 0.25;
+                        EXPECT_NEAR(place.first.right - place.first.left, (was.right - was.left) * factor, off);
+                        EXPECT_NEAR(place.second, font * factor, 1);
+                    }
+                }
+            });
+        }
+    }
+}
+
 TEST_F(Dialogs, LeaveNoHandles) {
     RECORDARRAY types(1, 1);
     ExpectNoHandleGrowth(

@@ -62,7 +62,7 @@ TEST_F(MainWindow, TheColumnsFillTheListWhateverIsInIt) {
         RECT client;
         GetClientRect(list, &client);
         const int name = ListView_GetColumnWidth(list, 0), result = ListView_GetColumnWidth(list, 1);
-        EXPECT_GE(result, ScalePixels(100));
+        EXPECT_GE(result, Window->ScalePixels(100));
         EXPECT_EQ(name + result, client.right);  // no scroll bar below
     };
     Open("[#0]\r\nName=" + std::string(30, 'n') + "\r\nType=1\r\n\r\n");
@@ -70,7 +70,7 @@ TEST_F(MainWindow, TheColumnsFillTheListWhateverIsInIt) {
     const int fitting = ListView_GetColumnWidth(Window->List().Handle(), 0);
     // Room that comes back is used again.
     for (const int width : {260, 800}) {
-        Window->Move(0, 0, ScalePixels(width), ScalePixels(300));
+        Window->Move(0, 0, Window->ScalePixels(width), Window->ScalePixels(300));
         Window->Show(SW_MINIMIZE);
         Window->Show(SW_RESTORE);
         Pump();
@@ -84,7 +84,7 @@ TEST_F(MainWindow, TheColumnsFillTheListWhateverIsInIt) {
         item.mask = HDI_WIDTH;
         item.cxy = dragged;
         Header_SetItem(head, 0, &item);
-        Window->Move(0, 0, ScalePixels(800), ScalePixels(310 + dragged));
+        Window->Move(0, 0, Window->ScalePixels(800), Window->ScalePixels(310 + dragged));
         Window->List().FillListview();
         Pump();
         edges();
@@ -456,7 +456,7 @@ TEST_F(MainWindow, TheAlertsFontIsOneThatItCanShow) {
         // Chosen for a display with half or twice as many dots per inch.
         for (const int factor : {1, 4}) {
             const int height = shown.lfHeight;
-            state.SetNumber("PopupFontDots", ScalePixels(96) * factor / 2);
+            state.SetNumber("PopupFontDots", SCALE::System().Dots() * factor / 2);
             CheckPopupFont(state);
             ASSERT_TRUE(FontFromValue(state.Get("PopupFont"), shown));
             EXPECT_EQ(shown.lfHeight, height * 2 / factor);

@@ -67,7 +67,7 @@ TEST_F(LISTVIEWTEST, SaysSomethingWhileItIsEmpty) {
     List.AddColumns("Name");
     List.SetEmptyText("nothing here");
     // In the row of the text, right of where a row's would stand.
-    const RECT place{120, ScalePixels(20), 280, ScalePixels(60)};
+    const RECT place{120, List.ScalePixels(20), 280, List.ScalePixels(60)};
     const auto speaks = [&] { return PixelsUnlike(List.Hwnd(), place, GetSysColor(COLOR_WINDOW)) > 0; };
     EXPECT_TRUE(speaks());
     List.InsertRecord(0, -1, "a");

@@ -112,7 +112,7 @@ TEST_F(TOOLBARTEST, ShowsWhichButtonIsHotDownOrFocused) {
 
 TEST_F(TOOLBARTEST, LiesAlongTheTopAndLabelsAreCut) {
     const RECT bar = Bar.Rect();
-    EXPECT_EQ(bar.bottom - bar.top, ScalePixels(34));
+    EXPECT_EQ(bar.bottom - bar.top, Bar.ScalePixels(34));
     EXPECT_EQ(bar.right, Parent.ClientRect().right);
     const LONG width = Bar.ButtonRect(10).right - Bar.ButtonRect(10).left;
     Bar.SetButtonText(10, "Mails");

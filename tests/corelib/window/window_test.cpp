@@ -98,6 +98,24 @@ TEST(WINDOWS, PositionIsKeptWhileTheyShow) {
     }
 }
 
+TEST(WINDOWS, KeepTheirSizeToTheEye) {
+    SEEING window;
+    window.Show();
+    window.Move(40, 50, 320, 240);
+    window.StoreWindowPos(PRODUCT, "Pos");
+    const auto own = static_cast<uint32_t>(window.Scale().Dots());
+    // Kept on a screen of half the scale, of twice of it, and by an earlier version or what is no scale at all.
+    const std::tuple<uint32_t, int, int, int> kept[] = {
+        {own / 2, 4, 640, 480}, {own * 2, 4, 160, 120}, {own, 4, 320, 240}, {0, 4, 320, 240}, {own / 2, 0, 320, 240}};
+    for (const auto& [dots, bytes, width, height] : kept) {
+        (void)Values().Delete("PosDots");
+        if (bytes > 0)
+            (void)Values().Write("PosDots", &dots, bytes);
+        ASSERT_TRUE(window.RestoreWindowPos(PRODUCT, "Pos"));
+        EXPECT_TRUE(Same(window.Rect(), 40, 50, 40 + width, 50 + height)) << dots;
+    }
+}
+
 TEST(WINDOWS, CenterKeepsThemInsideTheWorkArea) {
     const RECT work = WINDOW(HWND_DESKTOP).Rect();
     EXPECT_GT(work.right, 0);
