@@ -279,9 +279,12 @@ PUSHWATCH::WATCHER::STATE PUSHWATCH::WATCHER::Listen(IMAPIDLE& talk, const PUSHT
         Woken.Reset();
         state = talk.Hear(heard);
         if (state == STATE::GOOD && (RenewAsked || round.Passed() >= times.RenewMs)) {
-            RenewAsked = false;
+            const bool asked = RenewAsked.exchange(false);
             Trace("PUSHWATCH::Listen item %d is renewed\n", Handle);
             state = talk.Renew(heard);
+            // A connection that has not outlived the machine's sleep is no failure: the next one comes at once.
+            if (state != STATE::GOOD && asked)
+                RenewAsked = true;
             round = CLOCK::STOPWATCH();
         }
         if (state != STATE::GOOD)

@@ -204,6 +204,18 @@ TEST_F(Push, WaitsForConsentNoLongerThanForAReply) {
     EXPECT_TRUE(server.Talk.HasMore());
 }
 
+TEST_F(Push, CallsAtOnceWhereASleepHasCostTheConnection) {
+    SCRIPTEDSERVER server({Idling({PLAY::Expect("DONE")}), Idling({})});
+    SHRINKABLE::ImapTimes.LineMs = 20;
+    PUSHTIMES times = SHORT;
+    times.BackOffMs = NEVER_MS;
+    Begin(times);
+    Watch->Watch({Target(server.HostPort())});
+    ASSERT_TRUE(Eventually([&] { return Active == 1; }));
+    Watch->Renew();
+    EXPECT_TRUE(Eventually([&] { return server.Connections() == 2 && Active == 1; }));
+}
+
 TEST_F(Push, LeavesChecksTheirConnections) {
     SCRIPTEDSERVER server(Idling({}));
     PUSHTIMES times = SHORT;
