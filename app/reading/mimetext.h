@@ -9,8 +9,8 @@
 /// section 2.2.3).
 std::string JoinedFields(std::string_view header);
 
-/// The value of a parameter, as in `text/plain; charset="utf-8"` (RFC 2045 section 5.1), also of one in pieces or with a
-/// charset (RFC 2231), then in UTF-8; empty without it.
+/// The value of a parameter, as in `text/plain; charset="utf-8"` (RFC 2045 section 5.1), also of one in pieces or with
+/// a charset (RFC 2231), then in UTF-8; empty without it.
 std::string HeaderParameter(std::string_view field, std::string_view name);
 
 /// What a person reads of a mail, in UTF-8: its text/plain, or the text of its HTML, in their charset and encoding. The
