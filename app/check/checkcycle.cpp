@@ -448,6 +448,8 @@ bool CHECKCYCLE::CheckItem(STRINGARRAY& item, int handle, bool& popupOpened) {
     ASSERTION(newdata.Length() > 0, "newdata.NotNull()");
 
     if (TakeListing(newdata)) {
+        if (Parts.Push)
+            Parts.Push->Reached(handle);
         STRING listing = Parts.Filter.SpamFilter(item, std::move(newdata));
         if (IsStopRequested())
             return false;

@@ -145,6 +145,10 @@ class PUSHWATCH::WATCHER {
         RenewAsked = true;
         Woken.Set();
     }
+    void Reached() {
+        if (Lost)
+            Renew();
+    }
     /// True if its connection is gone.
     bool Yield() {
         YieldAsked = true;
@@ -186,7 +190,7 @@ class PUSHWATCH::WATCHER {
     const int Handle;
     MAILADDRESS Address;  // Watch's thread, under the guard of all watchers
     std::atomic<bool> StopAsked = false, Changed = false, YieldAsked = false, RenewAsked = false, Active = false,
-                      Ended = false;
+                      Lost = false, Ended = false;
     int64_t RestMs = 0;      // of a server that is unable, as is the next one; before Ended
     CLOCK::STOPWATCH Rests;  // which a clock that is set back does not prolong
     TELLING Pace;            // the watcher's thread
@@ -359,7 +363,9 @@ void PUSHWATCH::WATCHER::Run() {
             backOff.SetToMost();
         const int pause = backOff.Take();
         Trace("PUSHWATCH::Run item %d calls again in %d s\n", Handle, (pause + 999) / 1000);
+        Lost = state == STATE::LOST && !yields;
         Pause(pause);
+        Lost = false;
         if (RenewAsked)
             backOff.Reset();
     }
@@ -405,6 +411,12 @@ void PUSHWATCH::Renew() {
     const std::lock_guard hold(Guard);
     for (const auto& watcher : Watchers)
         watcher->Renew();
+}
+
+void PUSHWATCH::Reached(int handle) {
+    const std::lock_guard hold(Guard);
+    if (WATCHER* const watcher = Find(handle))
+        watcher->Reached();
 }
 
 bool PUSHWATCH::MakeRoom(int handle, const MAILADDRESS& address) {

@@ -59,6 +59,9 @@ class PUSHWATCH {
     void Watch(const std::vector<PUSHTARGET>& targets);
     /// The machine has slept, or the network may be another one: all connections are tried at once. Any thread.
     void Renew();
+    /// The server of that item has just answered a check: a connection to it that was lost is tried at once. Any
+    /// thread.
+    void Reached(int handle);
     /// The call of an item was turned away as its server has connections enough: gives up one of those that are held
     /// here, if there is one to that server, for a while. True if there is room now. Not the thread of Watch's
     /// callbacks.

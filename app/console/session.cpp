@@ -34,6 +34,7 @@
 #include "corelib/base/strings.h"
 #include "corelib/base/trace.h"
 #include "corelib/system/crashreport.h"
+#include "corelib/system/sealing.h"
 
 namespace {
 
@@ -233,6 +234,9 @@ std::optional<int> SESSION::ChangeAccounts(TARNWICK& application) {
         if (sealed != ASCII::Equal(store.View(), "sealed"))
             return EXIT_NO_START;
         FrontEnd.Print(Text(sealed ? CTEXT_PASSWORDS_SEALED : CTEXT_PASSWORDS_PLAIN));
+        STRING none;
+        if (sealed)
+            FrontEnd.Print("    " + DISPLAYTEXT::Safe(SEALING::Keeper(SEALING::Seal("", none)).View()));
     }
     if (added.empty() && trusted.empty() && removed.empty() && !Has("LIST"))
         return store.NotNull() ? std::optional(EXIT_GOOD) : std::nullopt;

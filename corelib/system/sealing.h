@@ -17,7 +17,7 @@ STRING Seal(std::string_view text, STRING& trouble);
 /// Opens what Seal has given. False if that cannot be, with the reason: another user or machine, a lost or damaged key,
 /// a keyring that stays locked. Nobody but the caller clears `text`.
 [[nodiscard]] bool Open(const STRING& sealed, std::string& text, STRING& trouble);
-/// Where the key is kept by which a text was sealed, in English; empty for anything else.
+/// Where the key is kept by which a text was sealed: a proper name, or the path of a file; empty for anything else.
 STRING Keeper(const STRING& sealed);
 
 }  // namespace SEALING

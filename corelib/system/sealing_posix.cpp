@@ -202,7 +202,7 @@ bool SEALING::Open(const STRING& sealed, std::string& text, STRING& trouble) {
 
 STRING SEALING::Keeper(const STRING& sealed) {
     const std::string_view mark = sealed.View().substr(0, MARK_BYTES);
-    return mark == BY_KEYRING ? STRING("your desktop's keyring")
-           : mark == BY_FILE  ? STRING("the key file ") || FILES::NativePath(KeyFile().Text())
+    return mark == BY_KEYRING ? STRING("Secret Service")
+           : mark == BY_FILE  ? FILES::NativePath(KeyFile().Text())
                               : STRING("");
 }

@@ -58,5 +58,5 @@ bool SEALING::Open(const STRING& sealed, std::string& text, STRING& trouble) {
 }
 
 STRING SEALING::Keeper(const STRING& sealed) {
-    return sealed.View().starts_with(OURS) ? "your Windows account" : "";
+    return sealed.View().starts_with(OURS) ? "CryptProtectData" : "";
 }

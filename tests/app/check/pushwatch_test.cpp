@@ -341,6 +341,27 @@ TEST_F(Push, LeavesAServerAloneThatWouldSayTheSameAgain) {
     }
 }
 
+TEST_F(Push, CallsALostServerAgainOnceACheckHasReachedIt) {
+    SCRIPTEDSERVER server({Idling({PLAY::Cut()}), LoggingIn("IMAPCMD_0 NO no\r\n"), Idling({})});
+    PUSHTIMES times = SHORT;
+    times.BackOffMs = NEVER_MS;
+    Begin(times);
+    Watch->Watch({Target(server.HostPort())});
+    ASSERT_TRUE(Eventually([&] { return server.Connections() == 1 && News == 1 && Active == 0; }));
+    EXPECT_TRUE(Eventually([&] {
+        Watch->Reached(2);
+        Watch->Reached(1);
+        return server.Connections() == 2;
+    }));
+    // It has refused: the same call would fail again.
+    ASSERT_TRUE(server.Wait(2));
+    for (int i = 0; i < 5; ++i) {
+        std::this_thread::sleep_for(4ms);
+        Watch->Reached(1);
+    }
+    EXPECT_EQ(server.Connections(), 2);
+}
+
 TEST_F(Push, HoldsOneConnectionForEachAccountThatIsWatched) {
     SCRIPTEDSERVER server(Idling({}));
     Begin();

@@ -206,6 +206,21 @@ TEST(Program, AddsAnAccountAndChecksIt) {
     EXPECT_EQ(items[0]["LastSeenIds"], "<2@test>|<1@test>");
 }
 
+TEST(Program, SealsPasswordsAndSaysWhoKeepsTheKey) {
+    PROGRAMRUN program;
+    const ACCOUNT account(program, ADDED);
+    const auto inFile = [&] { return ReadBytes(program.DataDir() || "\\accounts.ini"); };
+    const std::string readable = Std(STRING("secret word").ToBase64());
+    for (const bool sealed : {true, false, true}) {
+        EXPECT_EQ(Contains(inFile(), readable), !sealed);
+        const auto change = program.Run({sealed ? "/PASSWORDS:plain" : "/PASSWORDS:sealed"}, EXIT_GOOD);
+        const bool says = Contains(change.Out, "passwords.key") || Contains(change.Out, "CryptProtectData") ||
+                          Contains(change.Out, "Secret Service");
+        EXPECT_EQ(says, !sealed) << change.Out;
+        program.Run({"/ONCE"}, EXIT_GOOD);
+    }
+}
+
 TEST(Program, KeepsEveryLetterOfAnAccount) {
     PROGRAMRUN program;
     DEMOSTORE store;
