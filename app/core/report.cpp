@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "app/check/persontext.h"
+#include "app/common/texts.h"
 #include "app/core/arguments.h"
 #include "app/core/datadir.h"
 #include "app/core/redaction.h"
@@ -149,13 +150,19 @@ std::string KindOfDirectory(const STRING& directory, const ARGUMENTS& arguments)
     return directory.View().starts_with(usual.View()) ? "the usual one" : "another than the usual one";
 }
 
+std::string NameOfLanguage(int language) {
+    if (language == LANGUAGE_GERMAN)
+        return "German";
+    return language == LANGUAGE_ENGLISH ? "English" : "English, for " + std::to_string(language);
+}
+
 std::string AboutProgram(const TARNWICK& application, const ARGUMENTS& arguments, REDACTION& redaction) {
     const STRING program = OSYS::ProgramPath();
     const std::string_view name = program.View().substr(program.View().find_last_of("\\/") + 1);
     return "Version: " + std::string(PROGRAM_VERSION) + PROGRAM_VERSION_SUFFIX + "\nBuild: " + BuildStamp() + ", " +
-           std::to_string(8 * sizeof(void*)) + " bits, " + __VERSION__ + "\nProgram: " + redaction.Clean(name) +
-           "\nWritten: " + Std(OSYS::DateIso()) + " " + Std(OSYS::TimeIso()) + "\nSystem: " + Std(OSYS::SystemName()) +
-           "\nLanguage: " + std::to_string(OSYS::UserLanguage()) +
+           std::to_string(8 * sizeof(void*)) + " bits, compiler " + __VERSION__ +
+           "\nProgram: " + redaction.Clean(name) + "\nWritten: " + Std(OSYS::DateIso()) + " " + Std(OSYS::TimeIso()) +
+           "\nSystem: " + Std(OSYS::SystemName()) + "\nLanguage: " + NameOfLanguage(LanguageFromArguments(arguments)) +
            "\nData directory: " + KindOfDirectory(application.DataDir(), arguments) + "\n";
 }
 

@@ -129,6 +129,14 @@ TEST_F(Report, TellsOfAnEarlierRunOrOfNoTrace) {
     EXPECT_TRUE(report.ends_with("line 999\n"));
 }
 
+TEST_F(Report, NamesTheLanguageThatTheProgramSpeaks) {
+    for (const auto& [option, language] : {std::pair{"/LANG:GER", "German"}, {"/LANG:ENGL", "English"}}) {
+        const ARGUMENTS started("tarnwick", option);
+        EXPECT_NE(Std(REPORT::Make(Application, started)).find(std::string("\nLanguage: ") + language + "\n"),
+                  std::string::npos);
+    }
+}
+
 TEST_F(Report, WritesNoHalfFileAndOverNoOther) {
     const auto save = [&](const STRING& path) {
         const STRING fault = REPORT::Save(Application, Arguments, path);
