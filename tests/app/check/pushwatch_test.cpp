@@ -52,7 +52,7 @@ constexpr PUSHTIMES SHORT{.RenewMs = NEVER_MS,
 class Push : public testing::Test {
  protected:
     Push() {
-        SHRINKABLE::ImapTimes.LineMs = 200;
+        SHRINKABLE::ImapTimes.LineMs = 500;
         SHRINKABLE::ImapTimes.PauseMs = 0;
         SHRINKABLE::TcpTimes.ReadFailedMs = 1;
         SHRINKABLE::TcpTimes.StopLookMs = 10;
@@ -131,7 +131,8 @@ TEST_F(Push, TellsOnceOfWhatComesTogether) {
     EXPECT_FALSE(Watch->IsActive(2));
     for (const int news : {1, 2, 2}) {
         server.GoOn();
-        std::this_thread::sleep_for(news == 2 ? 100ms : 60ms);
+        EXPECT_TRUE(Comes(news));
+        std::this_thread::sleep_for(60ms);
         EXPECT_EQ(News, news);
     }
     Watch->Renew();
@@ -209,14 +210,14 @@ TEST_F(Push, WaitsForConsentNoLongerThanForAReply) {
 
 TEST_F(Push, CallsAtOnceWhereASleepHasCostTheConnection) {
     SCRIPTEDSERVER server({Idling({PLAY::Expect("DONE")}), Idling({})});
-    SHRINKABLE::ImapTimes.LineMs = 20;
+    SHRINKABLE::ImapTimes.LineMs = 200;
     PUSHTIMES times = SHORT;
     times.BackOffMs = NEVER_MS;
     Begin(times);
     Watch->Watch({Target(server.HostPort())});
     ASSERT_TRUE(Eventually([&] { return Active == 1; }));
     Watch->Renew();
-    EXPECT_TRUE(Eventually([&] { return server.Connections() == 2 && Active == 1; }));
+    EXPECT_TRUE(Eventually([&] { return server.Connections() >= 2 && Active == 1; }));
 }
 
 TEST_F(Push, LeavesChecksTheirConnections) {
@@ -286,13 +287,13 @@ TEST_F(Push, CallsAgainWhereTheConnectionHasBeenLost) {
          {PLAY::Send("* OK\r\n"), PLAY::Expect(LOGIN), PLAY::Send("IMAPCMD_0 OK\r\n"), PLAY::Silence()}},
     };
     SHRINKABLE::ImapTimes.ReplyBytes = 4000;
-    SHRINKABLE::ImapTimes.LineMs = 50;
+    SHRINKABLE::ImapTimes.LineMs = 150;
     for (const auto& [name, script] : cases) {
         SCOPED_TRACE(name);
         SCRIPTEDSERVER server({script, Idling({PLAY::Await(), PLAY::Send("* 4 EXISTS\r\n")})});
         Begin();
         Watch->Watch({Target(server.HostPort())});
-        EXPECT_TRUE(Eventually([&] { return server.Connections() == 2 && Active == 1; }));
+        EXPECT_TRUE(Eventually([&] { return server.Connections() >= 2 && Active == 1; }));
         const int before = News;
         server.GoOn();
         EXPECT_TRUE(Comes(before + 1));
