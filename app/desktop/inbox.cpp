@@ -301,6 +301,8 @@ LRESULT INBOX::OnNotify(NMHDR& notice) {
     if (!List || notice.hwndFrom != List->hWnd)
         return 0;
     switch (notice.code) {
+        case NM_CUSTOMDRAW:
+            return LISTVIEW::DrawRow(notice);
         case LVN_GETDISPINFOW:
             Answer(reinterpret_cast<NMLVDISPINFOW&>(notice));
             return 0;

@@ -6,6 +6,7 @@
 #include "app/inbox/mailview.h"
 #include "corelib/base/ascii.h"
 #include "corelib/system/registry.h"
+#include "corelib/window/colors.h"
 #include "corelib/window/controls.h"
 #include "corelib/window/widetext.h"
 
@@ -64,11 +65,21 @@ class VIEWER : public DIALOG {
                 return 0;
             // As paper, though nothing can be written there.
             case WM_CTLCOLORSTATIC:
-                if (reinterpret_cast<HWND>(second) != GetDlgItem(hWnd, ID_TEXT))
+                if (reinterpret_cast<HWND>(second) == GetDlgItem(hWnd, ID_TEXT))
+                    return COLORS::Give(first, COLOR::TEXT, COLOR::PAPER);
+                [[fallthrough]];
+            case WM_CTLCOLORDLG:
+            case WM_CTLCOLORBTN:
+                if (!COLORS::IsDark())
                     return DIALOG::WinProc(message, first, second);
-                SetBkColor(reinterpret_cast<HDC>(first), GetSysColor(COLOR_WINDOW));
-                SetTextColor(reinterpret_cast<HDC>(first), GetSysColor(COLOR_WINDOWTEXT));
-                return reinterpret_cast<LRESULT>(GetSysColorBrush(COLOR_WINDOW));
+                return COLORS::Give(first, COLOR::LABEL, COLOR::FACE);
+            case WM_SETTINGCHANGE:
+            case WM_SYSCOLORCHANGE:
+                return WINDOW::WinProc(message, first, second);
+            case WM_NOTIFY:
+                if (reinterpret_cast<const NMHDR*>(second)->code == NM_CUSTOMDRAW)
+                    return DrawDarkButton(*reinterpret_cast<const NMCUSTOMDRAW*>(second));
+                return DIALOG::WinProc(message, first, second);
             case WM_GETMINMAXINFO:
                 reinterpret_cast<MINMAXINFO*>(second)->ptMinTrackSize = {ScalePixels(MIN_WIDTH),
                                                                          ScalePixels(MIN_HEIGHT)};
@@ -98,6 +109,7 @@ class VIEWER : public DIALOG {
         button.Show(DeleteLabel.Length() > 0 ? SW_SHOW : SW_HIDE);
         Size = ClientRect();
         TakeIconsOf(Owner().hWnd);
+        COLORS::SetFrame(hWnd);
         ShowText();
         CONTROL(hWnd, ID_TEXT).SetFocus();
         Center(Owner().hWnd);

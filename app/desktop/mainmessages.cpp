@@ -176,6 +176,8 @@ LRESULT MAINWINDOW::OnNotify(NMHDR& notice) {
     if (!Application || !Rows || notice.hwndFrom != Rows->Handle())
         return 0;
     switch (notice.code) {
+        case NM_CUSTOMDRAW:
+            return LISTVIEW::DrawRow(notice);
         case NM_DBLCLK:
             DoCommand(COMMAND_ITEM_MAIL_PROGRAM);
             return 0;

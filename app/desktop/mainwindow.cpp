@@ -73,7 +73,7 @@ void MAINWINDOW::SetApplication(TARNWICK* application) {
 void MAINWINDOW::Begin(bool minimized) {
     CheckPopupFont(Application->pState);
     MakeToolbar();
-    StatusLine = std::make_unique<CONTROL>(STATUSCLASSNAMEW, SBARS_SIZEGRIP, 0, hWnd, STATUSLINE_ID);
+    StatusLine = std::make_unique<STATUSLINE>(hWnd, STATUSLINE_ID);
     StatusLine->Show(SW_HIDE);  // until there is something to say
     Rows = std::make_unique<ITEMLIST>(hWnd, *Application);
     Rows->FillListview();

@@ -186,7 +186,7 @@ class MAINWINDOW : public WINDOW, public FRONTEND {
     UICALLS Calls;
     std::unique_ptr<COMMANDS> Engine;
     std::unique_ptr<NEWTOOLBAR> Toolbar;
-    std::unique_ptr<CONTROL> StatusLine;
+    std::unique_ptr<STATUSLINE> StatusLine;
     std::unique_ptr<ITEMLIST> Rows;
     std::unique_ptr<SPLITTER> Splitter;
     HWND FocusedList = nullptr;  // may have gone

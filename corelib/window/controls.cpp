@@ -1,9 +1,12 @@
 #include "corelib/window/controls.h"
 
 #include "corelib/base/trace.h"
+#include "corelib/window/colors.h"
 #include "corelib/window/widetext.h"
 
 namespace {
+
+constexpr int MARGIN = 3;  // at 96 dots per inch
 
 // The classes of the common controls, once.
 void NeedCommonControls() {
@@ -73,7 +76,7 @@ LRESULT CALLBACK CONTROL::ControlProcedure(HWND window, UINT message, WPARAM fir
 }
 
 LRESULT CONTROL::WinProc(UINT message, WPARAM first, LPARAM second) {
-    if (message == WM__RESCALED)
+    if (message == WM__RESCALED || message == WM__RECOLORED)
         return WINDOW::WinProc(message, first, second);
     return CallWindowProcW(ClassProcedure, hWnd, message, first, second);
 }
@@ -115,4 +118,54 @@ STRING LISTBOX::TextAt(int place) const {
     std::wstring text(static_cast<size_t>(length) + 1, L'\0');
     const LRESULT got = Send(ListBox ? LB_GETTEXT : CB_GETLBTEXT, at, reinterpret_cast<LPARAM>(text.data()));
     return got < 0 ? STRING("") : FromWide(std::wstring_view(text).substr(0, static_cast<size_t>(got)));
+}
+
+LRESULT STATUSLINE::WinProc(UINT message, WPARAM first, LPARAM second) {
+    // The control itself has no colour for its text.
+    if (message != WM_PAINT || !COLORS::IsDark())
+        return CONTROL::WinProc(message, first, second);
+    const PICTUREPAINTER picture(hWnd);
+    RECT area = picture.Client();
+    FillRect(picture, &area, COLORS::Brush(COLOR::FACE));
+    InflateRect(&area, -ScalePixels(MARGIN), 0);
+    SelectObject(picture, Scale().MessageFont());
+    SetBkMode(picture, TRANSPARENT);
+    SetTextColor(picture, COLORS::Of(COLOR::LABEL));
+    DrawTextW(picture, WideText(Title()).c_str(), -1, &area,
+              DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX | DT_END_ELLIPSIS);
+    return 0;
+}
+
+LRESULT DrawDarkButton(const NMCUSTOMDRAW& draw) {
+    if (!COLORS::IsDark() || draw.dwDrawStage != CDDS_PREPAINT)
+        return CDRF_DODEFAULT;
+    const BUTTON button(draw.hdr.hwndFrom);
+    const int kind = button.Kind();
+    const bool push = kind == BS_PUSHBUTTON || kind == BS_DEFPUSHBUTTON;
+    const HDC dc = draw.hdc;
+    RECT area = draw.rc;
+    const int state = SaveDC(dc);
+    FillRect(dc, &area, COLORS::Brush(COLOR::FACE));
+    UINT format = DT_SINGLELINE | DT_VCENTER | (draw.uItemState & CDIS_SHOWKEYBOARDCUES ? 0 : DT_HIDEPREFIX);
+    if (push) {
+        const bool hot = draw.uItemState & CDIS_HOT, down = draw.uItemState & CDIS_SELECTED;
+        FillRect(dc, &area, COLORS::Brush(down ? COLOR::DOWN : hot ? COLOR::HOT : COLOR::SHINE));
+        FrameRect(dc, &area, COLORS::Brush(COLOR::DISABLED));
+        format |= DT_CENTER;
+    } else {
+        const int size = button.Scale().Metric(SM_CXMENUCHECK), middle = (area.top + area.bottom - size) / 2;
+        RECT box = {area.left, middle, area.left + size, middle + size};
+        DrawFrameControl(dc, &box, DFC_BUTTON, DFCS_BUTTONCHECK | DFCS_FLAT | (button.IsChecked() ? DFCS_CHECKED : 0));
+        area.left += size + button.ScalePixels(MARGIN);
+    }
+    SelectObject(dc, reinterpret_cast<HFONT>(button.Send(WM_GETFONT)));
+    SetBkMode(dc, TRANSPARENT);
+    SetTextColor(dc, COLORS::Of(draw.uItemState & CDIS_DISABLED ? COLOR::DISABLED : COLOR::LABEL));
+    DrawTextW(dc, WideText(button.Title()).c_str(), -1, &area, format);
+    if ((draw.uItemState & CDIS_FOCUS) && (draw.uItemState & CDIS_SHOWKEYBOARDCUES)) {
+        InflateRect(&area, push ? -button.ScalePixels(MARGIN) : 0, push ? -button.ScalePixels(MARGIN) : 0);
+        DrawFocusRect(dc, &area);
+    }
+    RestoreDC(dc, state);
+    return CDRF_SKIPDEFAULT;
 }

@@ -93,6 +93,16 @@ class LISTBOX : public CONTROL {
     bool ListBox;
 };
 
+/// A line below a window that tells what goes on.
+class STATUSLINE : public CONTROL {
+ public:
+    STATUSLINE(HWND parent, int id) : CONTROL(STATUSCLASSNAMEW, SBARS_SIZEGRIP, 0, parent, id) {}
+    LRESULT WinProc(UINT message, WPARAM first, LPARAM second) override;
+};
+
+/// The answer to a push button's or check box's NM_CUSTOMDRAW, with which it is as dark as the window that it is in.
+LRESULT DrawDarkButton(const NMCUSTOMDRAW& draw);
+
 class PROGRESSBAR : public CONTROL {
  public:
     using CONTROL::CONTROL;

@@ -198,6 +198,7 @@ LRESULT DIALOG::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM_HELP:
         case WM_DPICHANGED:
         case WM__RESCALED:
+        case WM__RECOLORED:
         case WM_DESTROY:
         case WM__GETID:
             return WINDOW::WinProc(message, first, second);

@@ -7,6 +7,7 @@
 
 #include "corelib/base/trace.h"
 #include "corelib/base/utf8.h"
+#include "corelib/window/colors.h"
 #include "corelib/window/widetext.h"
 
 namespace {
@@ -15,6 +16,7 @@ constexpr int COLUMN_BYTES = 255;
 constexpr uint32_t INSERT_LEVEL = 7;
 constexpr int SMALL_IMAGE = 16;
 constexpr int HEAD_WIDTH = 120;
+constexpr int HEAD_GAP = 8;
 constexpr int TIP_WIDTH = 400;
 constexpr int EMPTY_TEXT_MARGIN = 12;
 constexpr int HEAD_MARGINS = 36;  // with room for the arrow of the order
@@ -31,6 +33,82 @@ LISTVIEW::LISTVIEW(HWND parent, int id, DWORD style)
     ListView_SetExtendedListViewStyle(hWnd, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP);
     // The look of the system's own lists, where the system has one.
     SetWindowTheme(hWnd, L"Explorer", nullptr);
+    Recolored();
+}
+
+void LISTVIEW::Recolored() {
+    if (!COLORS::IsDark() && !HasColors)
+        return;
+    HasColors = true;
+    // That look marks rows with light colours.
+    SetWindowTheme(hWnd, COLORS::IsDark() ? nullptr : L"Explorer", nullptr);
+    ListView_SetBkColor(hWnd, COLORS::Of(COLOR::PAPER));
+    ListView_SetTextBkColor(hWnd, COLORS::Of(COLOR::PAPER));
+    ListView_SetTextColor(hWnd, COLORS::Of(COLOR::TEXT));
+}
+
+LRESULT LISTVIEW::DrawRow(NMHDR& notice) {
+    auto& draw = reinterpret_cast<NMLVCUSTOMDRAW&>(notice);
+    if (!COLORS::IsDark())
+        return CDRF_DODEFAULT;
+    if (draw.nmcd.dwDrawStage == CDDS_PREPAINT)
+        return CDRF_NOTIFYITEMDRAW;
+    const HWND list = notice.hwndFrom;
+    if (draw.nmcd.dwDrawStage != CDDS_ITEMPREPAINT ||
+        !ListView_GetItemState(list, static_cast<int>(draw.nmcd.dwItemSpec), LVIS_SELECTED))
+        return CDRF_DODEFAULT;
+    // Else the system would take its own.
+    draw.nmcd.uItemState &= ~static_cast<UINT>(CDIS_SELECTED);
+    draw.clrText = COLORS::Of(COLOR::SELECTED_TEXT);
+    draw.clrTextBk = COLORS::Of(GetFocus() == list ? COLOR::SELECTED : COLOR::IDLE);
+    return CDRF_NEWFONT;
+}
+
+LRESULT LISTVIEW::DrawHead(const NMCUSTOMDRAW& draw) const {
+    const HWND header = draw.hdr.hwndFrom;
+    RECT area{};
+    GetClientRect(header, &area);
+    if (draw.dwDrawStage == CDDS_PREPAINT)
+        return CDRF_NOTIFYITEMDRAW | CDRF_NOTIFYPOSTPAINT;
+    if (draw.dwDrawStage == CDDS_POSTPAINT) {
+        if (const int last = Header_GetItemCount(header) - 1; last >= 0) {
+            RECT head{};
+            Header_GetItemRect(header, Header_OrderToIndex(header, last), &head);
+            area.left = head.right;
+        }
+        FillRect(draw.hdc, &area, COLORS::Brush(COLOR::FACE));
+        return CDRF_DODEFAULT;
+    }
+    if (draw.dwDrawStage != CDDS_ITEMPREPAINT)
+        return CDRF_DODEFAULT;
+    wchar_t text[COLUMN_BYTES + 1] = L"";
+    HDITEMW item{};
+    item.mask = HDI_TEXT | HDI_FORMAT;
+    item.pszText = text;
+    item.cchTextMax = COLUMN_BYTES;
+    Header_GetItem(header, draw.dwItemSpec, &item);
+    area = draw.rc;
+    const int state = SaveDC(draw.hdc), gap = ScalePixels(HEAD_GAP);
+    FillRect(draw.hdc, &area, COLORS::Brush(draw.uItemState & CDIS_SELECTED ? COLOR::DOWN : COLOR::FACE));
+    const RECT edge = {area.right - ScalePixels(1), area.top, area.right, area.bottom};
+    FillRect(draw.hdc, &edge, COLORS::Brush(COLOR::SHINE));
+    InflateRect(&area, -gap, 0);
+    SetTextColor(draw.hdc, COLORS::Of(COLOR::LABEL));
+    SetBkMode(draw.hdc, TRANSPARENT);
+    if (item.fmt & (HDF_SORTUP | HDF_SORTDOWN)) {
+        const LONG half = gap / 2, middle = (area.top + area.bottom) / 2, rise = item.fmt & HDF_SORTUP ? -half : half;
+        const POINT arrow[] = {{area.right - 2 * half, middle - rise / 2},
+                               {area.right, middle - rise / 2},
+                               {area.right - half, middle + rise / 2}};
+        SelectObject(draw.hdc, COLORS::Brush(COLOR::LABEL));
+        SelectObject(draw.hdc, GetStockObject(NULL_PEN));
+        Polygon(draw.hdc, arrow, static_cast<int>(std::size(arrow)));
+        area.right -= 2 * half + gap;
+    }
+    const UINT side = (item.fmt & HDF_JUSTIFYMASK) == HDF_RIGHT ? DT_RIGHT : DT_LEFT;
+    DrawTextW(draw.hdc, text, -1, &area, side | DT_SINGLELINE | DT_VCENTER | DT_END_ELLIPSIS | DT_NOPREFIX);
+    RestoreDC(draw.hdc, state);
+    return CDRF_SKIPDEFAULT;
 }
 
 LRESULT LISTVIEW::WinProc(UINT message, WPARAM first, LPARAM second) {
@@ -42,6 +120,11 @@ LRESULT LISTVIEW::WinProc(UINT message, WPARAM first, LPARAM second) {
         !(GetWindowLongW(hWnd, GWL_STYLE) & LVS_SINGLESEL)) {
         SelectAll(true);
         return 0;
+    }
+    if (message == WM_NOTIFY && COLORS::IsDark()) {
+        const auto& notice = *reinterpret_cast<const NMHDR*>(second);
+        if (notice.code == NM_CUSTOMDRAW && notice.hwndFrom == ListView_GetHeader(hWnd))
+            return DrawHead(*reinterpret_cast<const NMCUSTOMDRAW*>(second));
     }
     if (Tips && message >= WM_MOUSEFIRST && message <= WM_MOUSELAST)
         FollowPointer(message, first, second);
@@ -113,7 +196,7 @@ void LISTVIEW::PaintEmptyText() const {
     const int state = SaveDC(dc);
     SelectObject(dc, Scale().MessageFont());
     SetBkMode(dc, TRANSPARENT);
-    SetTextColor(dc, GetSysColor(COLOR_WINDOWTEXT));
+    SetTextColor(dc, COLORS::Of(COLOR::TEXT));
     DrawTextW(dc, EmptyText.c_str(), -1, &place, DT_CENTER | DT_WORDBREAK | DT_NOPREFIX);
     RestoreDC(dc, state);
 }

@@ -92,11 +92,16 @@ class LISTVIEW : public CONTROL {
     /// Off while many rows change.
     void SetRedraw(bool redraw);
 
+    /// The answer to a list's NM_CUSTOMDRAW, which comes to the window that it is in: gives the rows their colours.
+    static LRESULT DrawRow(NMHDR& notice);
+
     /// Whether the images were given as a fixed set; if not, icons are taken in as rows name them.
     bool HasFixedImages = false;
 
  private:
     void Rescaled(SCALE before) override;
+    void Recolored() override;
+    LRESULT DrawHead(const NMCUSTOMDRAW& draw) const;
     bool ShowsEmptyText() const { return !EmptyText.empty() && Count() == 0; }
     void PaintEmptyText() const;
 
@@ -108,5 +113,6 @@ class LISTVIEW : public CONTROL {
     HWND Tips = nullptr;  // goes with the window that the list is in
     int TipRow = -1;
     std::optional<ICONIMAGES> Images;
+    bool HasColors = false;  // of its own, in place of the system's
     std::wstring EmptyText;
 };

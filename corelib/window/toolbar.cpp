@@ -5,6 +5,7 @@
 #include <windowsx.h>
 
 #include "corelib/base/trace.h"
+#include "corelib/window/colors.h"
 #include "corelib/window/controls.h"
 #include "corelib/window/widetext.h"
 
@@ -40,15 +41,15 @@ class THEME {
     HTHEME Theme;
 };
 
-void FillRow(HDC dc, int left, int top, int right, int bottom, int color) {
+void FillRow(HDC dc, int left, int top, int right, int bottom, COLOR color) {
     const RECT rect = {left, top, right, bottom};
-    FillRect(dc, &rect, GetSysColorBrush(color));
+    FillRect(dc, &rect, COLORS::Brush(color));
 }
 
 // Two system lines that together look like a groove, each a row of a display with 96 dots per inch.
 void DrawGroove(HDC dc, SCALE scale, int width, int row) {
-    FillRow(dc, 0, scale.Pixels(row), width, scale.Pixels(row + 1), COLOR_3DSHADOW);
-    FillRow(dc, 0, scale.Pixels(row + 1), width, scale.Pixels(row + 2), COLOR_3DHIGHLIGHT);
+    FillRow(dc, 0, scale.Pixels(row), width, scale.Pixels(row + 1), COLOR::SHADOW);
+    FillRow(dc, 0, scale.Pixels(row + 1), width, scale.Pixels(row + 2), COLOR::SHINE);
 }
 
 }  // namespace
@@ -443,7 +444,7 @@ void NEWTOOLBAR::MoveFocus(int from, int step) {
 void NEWTOOLBAR::Paint() {
     const PICTUREPAINTER picture(hWnd);
     const RECT& client = picture.Client();
-    FillRect(picture, &client, GetSysColorBrush(COLOR_BTNFACE));
+    FillRect(picture, &client, COLORS::Brush(COLOR::FACE));
     DrawGroove(picture, Scale(), client.right, TOP_LINE);
     DrawGroove(picture, Scale(), client.right, BOTTOM_LINE);
     SelectObject(picture, Scale().MessageFont());
@@ -460,16 +461,19 @@ void NEWTOOLBAR::DrawButton(HDC dc, HTHEME theme, int index) {
     if (button.Style & TBSTYLE_SEP) {
         const int x = (button.Left + button.Right) / 2 - ScalePixels(1);
         FillRow(dc, x, ScalePixels(SEPARATOR_TOP), x + ScalePixels(1), ScalePixels(SEPARATOR_BOTTOM + 1),
-                COLOR_3DSHADOW);
+                COLOR::SHADOW);
         FillRow(dc, x + ScalePixels(1), ScalePixels(SEPARATOR_TOP), x + ScalePixels(2),
-                ScalePixels(SEPARATOR_BOTTOM + 1), COLOR_3DHIGHLIGHT);
+                ScalePixels(SEPARATOR_BOTTOM + 1), COLOR::SHINE);
         return;
     }
     const bool enabled = button.State & TBSTATE_ENABLED, checked = button.State & TBSTATE_CHECKED;
     const bool hot = enabled && Hot == index && (Pressed == -1 || Pressed == index);
     const bool down = hot && Pressed == index;
-    COLORREF textColor = GetSysColor(enabled ? COLOR_BTNTEXT : COLOR_GRAYTEXT);
-    if (theme) {
+    COLORREF textColor = COLORS::Of(enabled ? COLOR::LABEL : COLOR::DISABLED);
+    if (COLORS::IsDark()) {
+        if (checked || hot)
+            FillRect(dc, &rect, COLORS::Brush(checked || down ? COLOR::DOWN : COLOR::HOT));
+    } else if (theme) {
         int state = TS_NORMAL;
         if (!enabled)
             state = TS_DISABLED;
@@ -501,7 +505,7 @@ void NEWTOOLBAR::DrawButton(HDC dc, HTHEME theme, int index) {
     }
     if (index == Focused && GetFocus() == hWnd) {
         InflateRect(&rect, -ScalePixels(2), -ScalePixels(2));
-        SetTextColor(dc, GetSysColor(COLOR_BTNTEXT));
+        SetTextColor(dc, COLORS::Of(COLOR::LABEL));
         DrawFocusRect(dc, &rect);
     }
 }

@@ -1,11 +1,13 @@
 #include "corelib/window/window.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <string>
 #include <utility>
 
 #include "corelib/base/trace.h"
 #include "corelib/system/registry.h"
+#include "corelib/window/colors.h"
 #include "corelib/window/widetext.h"
 
 namespace {
@@ -133,6 +135,7 @@ WINDOW::WINDOW(DWORD style, const STRING& title, int x, int y, int width, int he
         return;
     SCALE::Keep(hWnd, Scale());
     ShowProgramIcons();
+    COLORS::SetFrame(hWnd);
 }
 
 WINDOW::~WINDOW() {
@@ -205,7 +208,28 @@ LRESULT WINDOW::WinProc(UINT message, WPARAM first, LPARAM second) {
         case WM__RESCALED:
             TakeScale(SCALE(static_cast<int>(first)));
             return 0;
+        // Windows of our own have no brush of their class that would be dark.
+        case WM_ERASEBKGND: {
+            if (!COLORS::IsDark())
+                return DefWindowProcW(hWnd, message, first, second);
+            const RECT area = ClientRect();
+            FillRect(reinterpret_cast<HDC>(first), &area, COLORS::Brush(COLOR::FACE));
+            return 1;
+        }
+        case WM_SETTINGCHANGE:
+            if (first == SPI_SETHIGHCONTRAST ||
+                (second != 0 && wcscmp(reinterpret_cast<const wchar_t*>(second), L"ImmersiveColorSet") == 0)) {
+                COLORS::Read();
+                TakeColors();
+            }
+            return DefWindowProcW(hWnd, message, first, second);
+        case WM__RECOLORED:
+            TakeColors();
+            return 0;
         case WM_SYSCOLORCHANGE:
+            COLORS::Read();
+            if (!(GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD))
+                TakeColors();
             // Only top-level windows are told of new colours; the controls in them keep the old ones otherwise.
             for (HWND child = GetWindow(hWnd, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT))
                 SendMessageW(child, message, 0, 0);
@@ -221,6 +245,16 @@ void WINDOW::TakeScale(SCALE before) {
     if (!(GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD) && SendMessageW(hWnd, WM_GETICON, ICON_SMALL, 0))
         ShowProgramIcons();
     Rescaled(before);
+}
+
+void WINDOW::TakeColors() {
+    for (HWND child = GetWindow(hWnd, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT))
+        SendMessageW(child, WM__RECOLORED, 0, 0);
+    Recolored();
+    if (GetWindowLongW(hWnd, GWL_STYLE) & WS_CHILD)
+        return;
+    COLORS::SetFrame(hWnd);
+    RedrawWindow(hWnd, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
 }
 
 void WINDOW::TakePlace(const RECT& place) {

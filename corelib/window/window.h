@@ -36,6 +36,9 @@ inline constexpr UINT WM__GETID = 1091;
 /// Sent to the windows in a window whose screen has got another scale; first: the dots per inch so far.
 inline constexpr UINT WM__RESCALED = WM_APP + 0x101;
 
+/// Sent to the windows in a window when the colours may have changed.
+inline constexpr UINT WM__RECOLORED = WM_APP + 0x102;
+
 /// An object bound to a window. Made and used on the user-interface thread.
 class WINDOW {
  public:
@@ -106,6 +109,8 @@ class WINDOW {
     /// The screen has got another scale, or the window another screen: makes anew what it has in pixels. The windows in
     /// it have done so. A top-level window is laid out after it, by TakePlace.
     virtual void Rescaled(SCALE /*before*/) {}
+    /// The colours may be others: gives them to what keeps them. The windows in it have done so, and all is drawn anew.
+    virtual void Recolored() {}
     /// Takes the place that the system proposes for the new scale; WM_SIZE comes in any case, unless it is minimised.
     virtual void TakePlace(const RECT& place);
 
@@ -115,6 +120,7 @@ class WINDOW {
  private:
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM first, LPARAM second);
     void TakeScale(SCALE before);
+    void TakeColors();
     void ShowProgramIcons();
 
     HOOKFUNCTION Hook = nullptr;
