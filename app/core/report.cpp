@@ -131,7 +131,11 @@ void HideAll(REDACTION& redaction, TARNWICK& application) {
     for (int i = 0; i < application.Types.Count(); ++i)
         redaction.Hide(application.Types[i].Get("Name").View(), REDACTION::NAME);
     for (const char* list : {"SpamMyFriends", "SpamBadSenders"})
-        ForEntries(state.Get(list), [&](std::string_view line) { redaction.Hide(line, REDACTION::NAME); });
+        ForEntries(state.Get(list), [&](std::string_view line) {
+            // Whole addresses are known by their looks; of very many, each would cost time.
+            if (line.find('@', 1) == line.npos)
+                redaction.Hide(line, REDACTION::NAME);
+        });
     for (const char* name : USER_VARIABLES)
         if (const STRING value = OSYS::Environment(name); value.NotNull())
             redaction.Hide(value.View(), REDACTION::USER);
