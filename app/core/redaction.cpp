@@ -155,6 +155,9 @@ void REDACTION::Hide(std::string_view text, KIND kind) {
         Add(form, secret);
     if (!secret.Identity.empty())
         Numbers[secret.Kind].try_emplace(secret.Identity, static_cast<int>(Numbers[secret.Kind].size()) + 1);
+    // Servers call users by what stands in front of the "@".
+    if (address && kind == USER)
+        Hide(text.substr(0, at), USER);
 }
 
 void REDACTION::HideServer(std::string_view server) {
@@ -208,28 +211,34 @@ void ForRuns(std::string_view line, TEST isPart, CALL call) {
 
 void FindAddresses(std::string_view line, std::vector<FOUND>& found) {
     for (const std::string_view form : AT_FORMS) {
-        for (size_t at = line.find(form); at != line.npos; at = line.find(form, at + 1)) {
+        size_t next = 0, floor = 0;
+        for (size_t at = 0; (at = line.find(form, next)) != line.npos;) {
             size_t begin = at, end = at + form.size();
+            next = end;
             if (begin > 0 && line[begin - 1] == '"' && begin > 1) {
                 const size_t quote = line.rfind('"', begin - 2);
                 begin = quote == line.npos ? begin : quote;
             }
-            while (begin > 0 && IsLocalByte(line[begin - 1]))
+            while (begin > floor && IsLocalByte(line[begin - 1]))
                 --begin;
             // A name and a password may stand in front of a host in the same way.
             if (begin > 1 && line[begin - 1] == ':' && IsLocalByte(line[begin - 2]))
                 for (--begin; begin > 0 && IsLocalByte(line[begin - 1]);)
                     --begin;
+            if (begin == at)
+                continue;
             if (end < line.size() && line[end] == '[')
                 end = std::min(line.find(']', end), line.size() - 1) + 1;
             const size_t domain = end;
             while (end < line.size() && IsDomainByte(line[end]))
                 ++end;
-            if (begin == at)
-                continue;
-            // What else such forms of it may be is no address: "rc=4096".
-            if (form != PLAIN_AT && !IsHostName(ASCII::TrimRight(line.substr(domain, end - domain), ".")))
-                continue;
+            // What else such forms of it may be is no address, and nothing further on in the same run: "rc=4096".
+            if (form != PLAIN_AT) {
+                next = end;
+                floor = domain;
+                if (!IsHostName(ASCII::TrimRight(line.substr(domain, end - domain), ".")))
+                    continue;
+            }
             found.push_back({begin, end, AddressIdentity(line.substr(begin, end - begin), at - begin, form.size())});
         }
     }
@@ -237,16 +246,19 @@ void FindAddresses(std::string_view line, std::vector<FOUND>& found) {
 
 // Who logs in by a web address stands in it.
 void FindLogins(std::string_view line, std::vector<FOUND>& found) {
-    for (size_t at = line.find("://"); at != line.npos; at = line.find("://", at + 1)) {
-        const size_t begin = at + 3, end = std::min(line.find_first_of(" \t\"<>", begin), line.size());
-        const size_t last = line.substr(0, end).rfind('@');
-        if (last != line.npos && last > begin)
-            found.push_back({begin, last, ""});
+    size_t end = 0;
+    for (size_t at = 0; (at = line.find("://", end)) != line.npos;) {
+        const size_t begin = at + 3;
+        end = std::min(line.find_first_of(" \t\"<>", begin), line.size());
+        const size_t length = line.substr(begin, end - begin).rfind('@');
+        if (length != line.npos && length > 0)
+            found.push_back({begin, begin + length, ""});
     }
     for (const std::string_view key : PASSWORD_KEYS)
-        for (size_t at = ASCII::Find(line, key); at != line.npos; at = ASCII::Find(line, key, at + 1)) {
+        for (size_t at = ASCII::Find(line, key); at != line.npos; at = ASCII::Find(line, key, end)) {
             const size_t begin = at + key.size();
-            found.push_back({begin, std::min(line.find_first_of(" &;\"<>", begin), line.size()), ""});
+            end = std::min(line.find_first_of(" &;\"<>", begin), line.size());
+            found.push_back({begin, end, ""});
         }
     for (const std::string_view command : LOGIN_COMMANDS)
         for (size_t at = line.find(command); at != line.npos; at = line.find(command, at + 1)) {

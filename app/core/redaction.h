@@ -16,6 +16,7 @@ class REDACTION {
 
     /// From now on this text is taken out wherever it stands, in any case, also percent-encoded, with escapes, in code
     /// page 1252 or as part of Base64. Texts of less than five bytes only as words. Blanks around it do not count.
+    /// Of a USER that is an address, what stands in front of the "@" is taken out alone, too.
     void Hide(std::string_view text, KIND kind);
     /// The same for a server, "host" or "host:port": that of a large provider, or of this machine, stays readable.
     void HideServer(std::string_view server);

@@ -112,13 +112,18 @@ void HideSettings(REDACTION& redaction, const STRINGARRAY& state) {
     redaction.HideServer(value("SpamSmtp").View());
     redaction.Hide(value("EntryToMonitor").View(), REDACTION::NAME);
     const STRING proxy = value("HttpProxy");
-    const size_t at = proxy.View().rfind('@');
-    if (at != std::string_view::npos)
-        HideLogin(redaction, proxy.View().substr(0, at));
-    redaction.HideServer(proxy.View().substr(at + 1));
+    std::string_view place = proxy.View();
+    if (const size_t scheme = place.find("://"); scheme != place.npos)
+        place.remove_prefix(scheme + 3);
+    const size_t at = place.rfind('@');
+    if (at != place.npos)
+        HideLogin(redaction, place.substr(0, at));
+    redaction.HideServer(place.substr(at + 1));
     if (const STRING login = OSYS::Environment(PROXY_LOGIN_VARIABLE); login.NotNull())
         HideLogin(redaction, login.View());
-    ForLines(value("SpamMyEmail").View(), [&](std::string_view line) { redaction.Hide(line, REDACTION::NAME); });
+    ForLines(value("SpamMyEmail").View(), [&](std::string_view line) {
+        redaction.Hide(line, line.find('@') == line.npos ? REDACTION::NAME : REDACTION::USER);
+    });
 }
 
 // The texts that this user, and nobody else, is known by.

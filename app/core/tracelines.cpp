@@ -8,7 +8,9 @@
 namespace {
 
 constexpr const char* LEFT_OUT = "<left out>";
-constexpr std::string_view RETURNED = " returned ", ENTRY_HEAD = "--- ";
+constexpr std::string_view RETURNED = " returned ", ENTRY_HEAD = "--- ", TAG = "IMAPCMD_";
+// The program itself writes none that is longer; looking through such would take long.
+constexpr size_t LINE_BYTES = 8192;
 
 /// What of a line is shown after its beginning. Numbers: figures alone. Talk: a command for a server, and its answer.
 enum class SHOW { Nothing, Beginning, Numbers, Talk, All };
@@ -32,6 +34,7 @@ constexpr RULE RULES[] = {
     {"TARNWICK::MakeNewTooltip", SHOW::Nothing},
     {"TARNWICK WinProc", SHOW::Nothing},
     {"TASKBARICON::TASKBARICON   ", SHOW::Nothing},
+    {"LISTVIEW::InsertRecord ", SHOW::Nothing},
 
     {"TCP::WriteCommand ", SHOW::Talk},
     {"TALK::Send ", SHOW::Talk},
@@ -97,6 +100,13 @@ constexpr RULE RULES[] = {
     {"OSYS::", SHOW::All},
     {"TARNWCIK::SpamFromFormatting alphacount", SHOW::All},
     {"TARNWCIK::SpamFromFormatting returns", SHOW::All},
+    // Figures in them are those of mails, codes above all, or of the user's commands.
+    {"TARNWCIK::SpamFromFormatting ", SHOW::Beginning},
+    {"TARNWCIK::SpamFrom ", SHOW::Beginning},
+    {"TARNWICK::StartMailProgram ", SHOW::Beginning},
+    {"TARNWICK::WM__STARTMAILPROGRAM ", SHOW::Beginning},
+    {"INBOX::DoCommand answer ", SHOW::Beginning},
+    {"WINDOW::~WINDOW ", SHOW::Beginning},
     {"TARNWICK::ScrollLockBlinking", SHOW::All},
     {"TARNWICK::TARNWICK starts", SHOW::All},
     {"TARNWICK::~TARNWICK", SHOW::All},
@@ -142,8 +152,10 @@ bool IsProtocol(std::string_view word) {
 
 // Figures, also after a word of the program's own: "rc=5".
 bool IsNumber(std::string_view word) {
-    const std::string_view value = ASCII::Trim(word.substr(word.find('=') + 1), "-,.");
-    return std::ranges::all_of(value, ASCII::IsDigit);
+    const size_t mark = word.find('=') + 1;
+    const std::string_view name = word.substr(0, mark == 0 ? 0 : mark - 1), value = word.substr(mark);
+    return std::ranges::all_of(name, ASCII::IsLetterOrDigit) &&
+           std::ranges::all_of(ASCII::Trim(value, "-,."), ASCII::IsDigit);
 }
 
 // The words that pass; what stands in place of the others is said once in a row.
@@ -166,7 +178,7 @@ std::string Filtered(std::string_view text, TEST passes) {
 std::string ShownCommand(std::string_view command) {
     std::string shown;
     std::string_view verb = ASCII::Take(command, ' ');
-    if (const size_t tag = verb.rfind('_'); verb.starts_with("IMAP") && tag != verb.npos) {
+    if (verb.starts_with(TAG) && std::ranges::all_of(verb.substr(TAG.size()), ASCII::IsDigit)) {
         shown = std::string(verb) + " ";
         verb = ASCII::Take(command, ' ');
     }
@@ -265,7 +277,7 @@ std::string ShownTrace(std::string_view log, REDACTION& redaction, size_t most) 
         const size_t prefix = PrefixLength(line);
         std::string_view beginning;
         // What an entry has in further lines is text of others.
-        if (prefix == 0 || RuleOf(line.substr(prefix), beginning) == SHOW::Nothing)
+        if (prefix == 0 || line.size() > LINE_BYTES || RuleOf(line.substr(prefix), beginning) == SHOW::Nothing)
             continue;
         lines.push_back(line);
         if (lines.size() > most)

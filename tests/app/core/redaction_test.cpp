@@ -1,5 +1,6 @@
 #include "app/core/redaction.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
 
 #include "app/core/tracelines.h"
@@ -12,6 +13,7 @@ REDACTION Made() {
     redaction.Hide("anna.b", REDACTION::USER);
     redaction.Hide("jo", REDACTION::USER);
     redaction.Hide("Me@Own.example", REDACTION::USER);
+    redaction.Hide("carla.k@web.de", REDACTION::USER);
     redaction.Hide("s\"e \\cret", REDACTION::PASSWORD);
     redaction.Hide("gr\xc3\xbc\xc3\x9f@e", REDACTION::PASSWORD);
     redaction.HideServer("nas:143");
@@ -35,10 +37,11 @@ TEST(Redaction, LeavesNothingPrivateAndAllElse) {
         {"Error in LOGIN command: AUTH is disabled", "Error in LOGIN command: AUTH is disabled"},
         // Addresses, in all their clothes; the same one has one number. The user's own was the first.
         {"<x@a.example> X%40A.example x=40a.example me@own.example.",
-         "<<address 2>> <address 2> <address 2> <address 1>"},
+         "<<address 3>> <address 3> <address 3> <address 1>"},
         {"mailto:\"x y\"@a.example, x@[10.0.0.1] j\xc3\xb6rg@m\xc3\xbcller.example",
-         "<address 2>, <address 3> <address 4>"},
-        {"x&#64;a.example b@ <@list.example>", "<address 2> <address 3> <@<server 2>>"},
+         "<address 3>, <address 4> <address 5>"},
+        {"rc=4096=40x, %40x%40a.example", "rc=4096=40x, <address 3>"},
+        {"x&#64;a.example b@ <@list.example>", "<address 3> <address 4> <@<server 2>>"},
         // Logins of web addresses and commands, known or not.
         {"http://u:p@h.example/x imap://u%40d.example:p/w@h.example", "http:<login>/x <login>"},
         {"-ERR what is PASS geheim", "-ERR what is PASS <login>"},
@@ -46,6 +49,7 @@ TEST(Redaction, LeavesNothingPrivateAndAllElse) {
         {"?user=x&password=p%20q&y=1", "?user=x&password=<login>&y=1"},
         // What is known of this user, in every form.
         {"ANNA.B on Work Mail, jo but no job", "<user 1> on <account 1>, <user 2> but no job"},
+        {"-ERR no Carla.K here", "-ERR no <user 4> here"},
         {"no s\"e \\cret, s\\\"e \\\\cret, s%22e%20%5cCRET", "no <password>, <password>, <password>"},
         {"gr\xfc\xdf@e xgr%c3%bc%c3%9f%40ex", "<password> x<password>x"},
         {BASE64[0], "<address 1>"},
@@ -62,6 +66,17 @@ TEST(Redaction, LeavesNothingPrivateAndAllElse) {
         EXPECT_EQ(Made().Clean(line), expected) << line;
 }
 
+TEST(Redaction, LooksThroughWhatAServerFillsALineWith) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (const char* piece : {"://", "x%40x.aa", "pass=", "%40", "=40", "@[", "\"@", "&#64;a.bc", "users", "PASS "}) {
+        std::string line;
+        while (line.size() < 100000)
+            line += piece;
+        EXPECT_NE(Made().Clean(line + " joe@a.example"), line) << piece;
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3));
+}
+
 TEST(Redaction, ShowsOfATraceWhatIsKnownToBeHarmless) {
     const std::string log =
         "half a line of x@a.example\r\n"
@@ -71,6 +86,7 @@ TEST(Redaction, ShowsOfATraceWhatIsKnownToBeHarmless) {
         "[0000.01:abc] TCP::WriteCommand before IMAPCMD_0 LOGIN \"joe\" \"pw returned x\"\r\n"
         "[0000.02:abc] TCP::WriteCommand before PASS secret\r\n"
         "[0000.02:abc] TCP::WriteCommand before AGpvZQBwdw\r\n"
+        "[0000.02:abc] TCP::WriteCommand before IMAPsecret_1 LOGIN x\r\n"
         "[0000.02:abc] TCP::WriteCommand IMAPCMD_0 LOGIN returned IMAPCMD_0 OK Anna logged in\r\n"
         "[0000.02:abc] TCP::WriteCommand IMAPCMD_0 LOGIN returned IMAPCMD_0 NO who is x@a.example\r\n"
         "[0000.03:abc] TCP::WriteCommand IMAPCMD_1 SELECT \"Secret\" returned * FLAGS (\\Seen $Secret)\r\n"
@@ -85,7 +101,13 @@ TEST(Redaction, ShowsOfATraceWhatIsKnownToBeHarmless) {
         "[0000.03:abc]     53 65 63 72 65 74 \r\n"
         "[0000.04:abc] TARNWICK::SpamFilter 'x'/0x0704 found in Subject: secret\r\n folded secret\r\n"
         "[0000.04:abc] TARNWICK::NewOne rc= 5, who= secret\r\n"
-        "[0000.04:abc] a secret without a class 7\r\n"
+        "[0000.04:abc] LISTVIEW::InsertRecord LVM_SETITEM  1 2 Your code is 482913 returns 1\r\n"
+        "[0000.04:abc] TARNWCIK::SpamFrom Ann 482913 <x@a.example>\r\n"
+        "[0000.04:abc] TARNWICK::StartMailProgram cmdline= mail 482913\r\n"
+        "[0000.04:abc] OSYS::Long " +
+        std::string(20000, '5') +
+        "\r\n"
+        "[0000.04:abc] a secret without a class 7 x/y?id=8 n=9\r\n"
         "[0000.05:abc] TARNWICK::HandleNewMail mails= 17 mails (5 unread)\r\n";
     REDACTION redaction = Made();
     const std::string expected =
@@ -93,19 +115,22 @@ TEST(Redaction, ShowsOfATraceWhatIsKnownToBeHarmless) {
         "[0000.01:abc] TCP::WriteCommand before IMAPCMD_0 LOGIN <left out> returned <left out>\n"
         "[0000.02:abc] TCP::WriteCommand before PASS <left out>\n"
         "[0000.02:abc] TCP::WriteCommand before <left out>\n"
+        "[0000.02:abc] TCP::WriteCommand before <left out>\n"
         "[0000.02:abc] TCP::WriteCommand IMAPCMD_0 LOGIN returned IMAPCMD_0 OK <left out>\n"
-        "[0000.02:abc] TCP::WriteCommand IMAPCMD_0 LOGIN returned IMAPCMD_0 NO who is <address 2>\n"
+        "[0000.02:abc] TCP::WriteCommand IMAPCMD_0 LOGIN returned IMAPCMD_0 NO who is <address 3>\n"
         "[0000.03:abc] TCP::WriteCommand IMAPCMD_1 SELECT <left out> returned * FLAGS (\\Seen <left out>\n"
         "[0000.03:abc] TCP::WriteCommand IMAPCMD_2 FETCH 1:17 (UID FLAGS RFC822.SIZE) returned * 1 FETCH (UID 1 FLAGS "
         "(\\Seen) RFC822.SIZE 32 <left out> (\n"
         "[0000.03:abc] TCP::WriteCommand STAT returned +OK 49 853056\n"
         "[0000.03:abc] TCP::WriteCommand STAT returned -ERR [IN-USE] wait 5 minutes\n"
-        "[0000.03:abc] TCP::WriteCommand RCPT <left out> returned 550 no <address 2> here\n"
+        "[0000.03:abc] TCP::WriteCommand RCPT <left out> returned 550 no <address 3> here\n"
         "[0000.03:abc] TCP::WriteCommand EHLO <left out> returned 250 <left out>\n"
         "[0000.03:abc] TALK::Send TOP 1 0\n"
         "[0000.04:abc] TARNWICK::SpamFilter '<left out>\n"
         "[0000.04:abc] TARNWICK::NewOne rc= 5, who= <left out>\n"
-        "[0000.04:abc] <left out> 7\n"
+        "[0000.04:abc] TARNWCIK::SpamFrom <left out>\n"
+        "[0000.04:abc] TARNWICK::StartMailProgram <left out>\n"
+        "[0000.04:abc] <left out> 7 <left out> n=9\n"
         "[0000.05:abc] TARNWICK::HandleNewMail mails= 17 mails (5 unread)\n";
     EXPECT_EQ(ShownTrace(log, redaction, 100), expected);
     EXPECT_EQ(ShownTrace(log, redaction, 1), expected.substr(expected.rfind("[0000.05")));
