@@ -185,10 +185,18 @@ class CONVERSATION {
     STRING Trouble = "";
 };
 
+// notify-send reads escapes in the body, by which a mail could write mark-up.
+std::string WithoutEscapes(std::string_view text) {
+    std::string result;
+    for (const char c : text)
+        result += c == '\\' ? "\\\\" : std::string(1, c);
+    return result;
+}
+
 // Empty if it went well.
 STRING ByProgram(const NOTICE& notice, int subject, int limitMs) {
     // Services that know it show one notice for each such name.
-    const std::string body = AsMarkup(notice.Body), app = std::string("--app-name=") + PROGRAM,
+    const std::string body = WithoutEscapes(AsMarkup(notice.Body)), app = std::string("--app-name=") + PROGRAM,
                       icon = std::string("--icon=") + ICON, category = std::string("--category=") + CATEGORY,
                       hint = "--hint=string:x-canonical-private-synchronous:tarnwick" + std::to_string(subject);
     std::vector<const char*> words = {"notify-send",          app.c_str(),  icon.c_str(),

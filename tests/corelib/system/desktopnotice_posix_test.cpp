@@ -216,10 +216,10 @@ TEST_F(DesktopNotice, StartsTheProgramWhereTheLibraryIsMissing) {
             WriteBytes(program, script);
         chmod(FILES::NativePath(program.Text()).Text(), 0700);
         DESKTOPNOTICE notice(SHORT_MS, "libnone.so");
-        const std::string told = Show(notice, "--help", "A <b>");
+        const std::string told = Show(notice, "--help", "A <b> C:\\new \\074i");
         EXPECT_TRUE(*trouble ? told.find(trouble) != told.npos : told.empty()) << name << ": " << told;
     }
     const std::string words = ReadBytes(Folder.File("said"));
-    EXPECT_TRUE(words.ends_with("--\n--help\nA &lt;b&gt;\n")) << words;
+    EXPECT_TRUE(words.ends_with("--\n--help\nA &lt;b&gt; C:\\\\new \\\\074i\n")) << words;
     setenv("PATH", path.c_str(), 1);
 }
