@@ -272,6 +272,16 @@ ADDRESSFAULT ParseMailAddress(std::string_view text, ACCOUNTWISH& wish) {
     return ADDRESSFAULT::Scheme;
 }
 
+std::string WithoutPassword(std::string_view word) {
+    const size_t scheme = word.find("://"), at = word.rfind('@');
+    const bool whole = at == word.npos && scheme != word.npos;
+    const size_t start = scheme == word.npos || at < scheme ? 0 : scheme + 3;
+    const size_t colon = word.find(':', start), end = whole ? word.size() : at;
+    const bool held =
+        end != word.npos && colon < end && !(whole && std::ranges::all_of(word.substr(colon + 1), ASCII::IsDigit));
+    return !held ? std::string(word) : std::string(word.substr(0, colon + 1)) + "..." + std::string(word.substr(end));
+}
+
 bool IsPlainAddress(std::string_view text, MAILADDRESS& address) {
     const size_t at = text.rfind('@');
     // What these bytes mean in an address with a scheme has no place in one without.
@@ -304,7 +314,7 @@ int AddAccounts(TARNWICK& application, CONSOLEFRONTEND& frontEnd, const std::vec
         }
         const ADDRESSFAULT fault = ParseMailAddress(addresses[i].View(), accounts[i]);
         if (fault != ADDRESSFAULT::None)
-            return refuse(FaultText(fault), DISPLAYTEXT::Safe(addresses[i].View()));
+            return refuse(FaultText(fault), DISPLAYTEXT::Safe(WithoutPassword(addresses[i].View())));
     }
     STRING passwords = Secret("");
     const bool fromFile = passwordFile.Length() > 0;

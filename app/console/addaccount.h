@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -24,6 +25,9 @@ struct ACCOUNTWISH {
 /// MAILACCOUNT::Scheme). No part of it may be empty, hold a control byte or a "|"; a port is 1 to 65535. There is no
 /// password in it.
 ADDRESSFAULT ParseMailAddress(std::string_view text, ACCOUNTWISH& wish);
+
+/// What may be shown of a word that is no such address: "..." is in place of what a password could be.
+std::string WithoutPassword(std::string_view word);
 
 /// True for a plain mail address, user@domain, which names no server: `address` gets the user.
 bool IsPlainAddress(std::string_view text, MAILADDRESS& address);

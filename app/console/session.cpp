@@ -142,7 +142,7 @@ int SESSION::Run() {
 }
 
 std::string SESSION::FaultOf(SWITCHFAULT fault, const std::string& word) const {
-    const std::string shown = DISPLAYTEXT::Safe(word);
+    const std::string shown = DISPLAYTEXT::Safe(WithoutPassword(word));
     if (fault == SWITCHFAULT::NoValue)
         return Text(CTEXT_SWITCH_VALUE, shown) + FormOf(word);
     const std::string nearest = NearestSwitch(word);

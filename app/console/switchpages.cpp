@@ -112,7 +112,7 @@ _tarnwickc() {
     esac
     mapfile -t COMPREPLY < <(compgen "${found[@]}" -- "$word")
     [ "${found[0]}" = -W ] || compopt -o filenames 2>/dev/null
-    [ "${COMPREPLY[*]: -1}" != = ] || compopt -o nospace 2>/dev/null
+    [[ ${COMPREPLY[*]} != *= ]] || compopt -o nospace 2>/dev/null
 }
 complete -F _tarnwickc tarnwickc
 )";

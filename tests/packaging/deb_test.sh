@@ -59,23 +59,26 @@ if command -v systemd-analyze >/dev/null; then
     check "systemd understands the unit: $(cat shown)" [ "$(grep -c tarnwickc shown)" = 0 ]
 fi
 
-# completes WORDS EXPECTED: after these words of the command line, the last of which is being typed.
+compopt() { options+=" $2"; }
+# completes WORDS EXPECTED [OPTIONS]: after these words of the command line, the last of which is being typed.
 . root/usr/share/bash-completion/completions/tarnwickc
 completes() {
-    local IFS=' '
+    local IFS=' ' options=
     read -ra COMP_WORDS <<<"$1"
     [[ $1 != *' ' ]] || COMP_WORDS+=('')
     COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
     _tarnwickc
     check "after '$1' comes '${COMPREPLY[*]}' and not '$2'" [ "${COMPREPLY[*]}" = "$2" ]
+    check "after '$1' bash is told '$options' and not '${3:-}'" [ "$options" = "${3:-}" ]
 }
 completes 'tarnwickc --onc' '--once'
-completes 'tarnwickc --once --pass' '--password-file= --passwords='
+completes 'tarnwickc --once --pass' '--password-file= --passwords=' ' nospace'
+completes 'tarnwickc --sco' '--score=' ' nospace'
 completes 'tarnwickc --passwords = ' 'plain sealed'
 completes 'tarnwickc --passwords =' 'plain sealed'
 completes 'tarnwickc --passwords s' 'sealed'
-completes 'tarnwickc --data = roo' 'root'
-completes 'tarnwickc --log-file = tarnwickc.ser' 'tarnwickc.service'
+completes 'tarnwickc --data = roo' 'root' ' filenames'
+completes 'tarnwickc --log-file = tarnwickc.ser' 'tarnwickc.service' ' filenames'
 completes 'tarnwickc --log-file --onc' '--once'
 completes 'tarnwickc --show ' ''
 [ "$failures" = 0 ]
