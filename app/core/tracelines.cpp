@@ -193,7 +193,7 @@ std::string ShownCommand(std::string_view command) {
 }
 
 std::string ShownReply(std::string_view reply, REDACTION& redaction) {
-    const std::string whole = redaction.Clean(reply);
+    std::string whole = redaction.Clean(reply);
     std::string_view rest = reply;
     std::string_view first = ASCII::Take(rest, ' ');
     if (first.starts_with("-ERR"))
