@@ -22,8 +22,6 @@
 #include "corelib/base/utf8.h"
 #include "corelib/system/desktopnotice.h"
 
-extern char** environ;
-
 namespace {
 
 constexpr const char *PLACE = "org.freedesktop.Notifications", *PATH = "/org/freedesktop/Notifications",
@@ -147,7 +145,7 @@ class CONVERSATION {
                 markup = markup || strcmp(*text, "body-markup") == 0;
                 free(*text);
             }
-        free(texts);
+        free(static_cast<void*>(texts));
         Library.FreeMessage(reply);
         return markup;
     }

@@ -1,5 +1,6 @@
 #include "app/core/report.h"
 
+#include "app/core/settings.h"
 #include "app/demo/mailstore.h"
 #include "app/demo/pop3service.h"
 #include "app/mailbox/account.h"
@@ -111,7 +112,7 @@ TEST_F(Report, HoldsNothingPrivateAfterAFullTrace) {
          {"1. <account 1>: , server 127.0.0.1:", "user <user 1>, password sealed", "NO [AUTHENTICATIONFAILED] <address",
           "of <name", "server <server", "password sealed, and cannot be opened", "server imap.gmail.com:993", "3 mails",
           "TimingCyclic=600", "PopupDuration=10\n", "EmailCmdline=<left out>", "Friends: 2\n",
-          "TCP::WriteCommand before PASS <left out>", "TARNWICK::SpamFilter done, total msgs 3", "2.02"})
+          "TCP::WriteCommand before PASS <left out>", "TARNWICK::SpamFilter done, total msgs 3", PROGRAM_VERSION})
         EXPECT_NE(report.find(part), report.npos) << part << "\n" << report;
     EXPECT_LT(report.size(), size_t{300000});
 }
