@@ -31,7 +31,8 @@ struct MAIL {
 void ListenToWhatAServerSays(std::string_view said) {
     UNWATCHED row;
     SAIDSERVER server(said, true);
-    IMAPIDLE idle(server, row.Call("", "", ""), "");
+    const MAILBOXCALL call = row.Call("", "", "");
+    IMAPIDLE idle(server, call, "");
     NEWS heard = NEWS::NONE;
     if (idle.Begin(heard) == IMAPIDLE::STATE::GOOD && idle.Hear(heard) == IMAPIDLE::STATE::GOOD)
         (void)idle.Renew(heard);

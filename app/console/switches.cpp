@@ -143,14 +143,14 @@ std::span<const SWITCHGROUP> SwitchGroups() {
 }
 
 std::string SlashForm(const SWITCH& entry) {
-    const std::string name = std::string("/") + entry.Name;
+    std::string name = std::string("/") + entry.Name;
     if (!entry.Value)
         return name;
     return NeedsValue(entry) ? name + ":" + entry.Value : name + "[:" + (entry.Value + 1);
 }
 
 std::string LongForm(const SWITCH& entry) {
-    const std::string name = std::string("--") + entry.Long;
+    std::string name = std::string("--") + entry.Long;
     if (!entry.Value)
         return name;
     return NeedsValue(entry) ? name + "=" + entry.Value : name + "[=" + (entry.Value + 1);

@@ -94,8 +94,12 @@ std::string BashCompletion() {
                                       : value == "DIRECTORY"           ? "-d"
                                       : words != value                 ? "-W '" + words + "'"
                                                                        : "-W ''";
-            if (!value.empty())
-                values += "        " + (isOptional ? "" : name + " | ") + name + "=) found=(" + found + ") ;;\n";
+            if (value.empty())
+                continue;
+            values += "        ";
+            if (!isOptional)
+                values.append(name).append(" | ");
+            values.append(name).append("=) found=(").append(found).append(") ;;\n");
         }
     }
     constexpr std::string_view SCRIPT = R"(# Completes what is typed after tarnwickc in bash.

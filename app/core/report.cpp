@@ -25,7 +25,7 @@ namespace {
 // How a report begins, in every language: so one is known that may be written over.
 constexpr std::string_view MARK = "--- Tarnwick: report ---";
 constexpr size_t TRACE_LINES = 500;
-constexpr size_t TRACE_BYTES = 256 * 1024;
+constexpr size_t TRACE_BYTES = size_t{256} * 1024;
 // Most lines of a full log are dumps, which are not shown.
 constexpr int LOG_BYTES = 4 * 1024 * 1024;
 constexpr int FAULT_BYTES = 64 * 1024;

@@ -24,7 +24,7 @@ std::vector<STRING> Answers(MECHANISM mechanism, const STRING& user, const STRIN
     const STRING plain = Secret(password);
     if (mechanism == MECHANISM::LOGIN)
         return {user.ToBase64(), plain.ToBase64()};
-    STRING message = Secret(STRING(std::string_view("", 1)));
+    STRING message = Secret(STRING(std::string_view("\0", 1)));
     message.AppendBytes(user.View());
     message.AppendBytes("", 1);
     message += plain;

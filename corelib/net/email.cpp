@@ -164,7 +164,7 @@ bool EMAIL::Enter(TCPIPIO& device, STRING& last) const {
 
 bool EMAIL::LogIn(BASEIO& device, const STRING& ways, STRING& last) const {
     const STRING password = Secret(Access.Password);
-    STRING both = Secret(STRING(std::string_view("", 1)));
+    STRING both = Secret(STRING(std::string_view("\0", 1)));
     both += Access.User;
     both.AppendBytes("", 1);
     both += password;

@@ -71,7 +71,7 @@ TEST_F(Report, HoldsNothingPrivateAfterAFullTrace) {
     // One mailbox that is read, with mail, and servers that repeat what they were told.
     const std::string user = Private("user"), password = Private("pass word\" ");
     DEMOSTORE store;
-    POP3SERVICE service(store, user.c_str(), password.c_str());
+    POP3SERVICE service(store, user, password);
     ASSERT_TRUE(service.Start());
     for (int i = 0; i < 3; ++i)
         store.Deliver("From: \"" + Private("Sender ") + "\" <" + Private("s") + "@s.example>\r\nTo: " + user +
