@@ -259,6 +259,7 @@ TEST_F(Push, AsksAnUnableServerAgainWhateverTheClockSays) {
         clock.Advance(++looks <= 800 ? 101000 : 0);
         return comes(2);
     }));
+    Watch.reset();  // before its clock
 }
 
 TEST_F(Push, CallsAgainWhereTheConnectionHasBeenLost) {
